@@ -1,0 +1,236 @@
+#include "backend/HelperProcess.h"
+
+#include "backend/ChildReaper.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <optional>
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+extern char** environ; // NOLINT(readability-redundant-declaration): POSIX leaves its declaration to the program
+
+namespace {
+
+std::error_code errorOf(int number)
+{
+    return {number, std::generic_category()};
+}
+
+struct Pipe
+{
+    FileDescriptor readEnd;
+    FileDescriptor writeEnd;
+};
+
+bool openCloseOnExec(std::array<int, 2>& ends)
+{
+#ifdef __linux__
+    return pipe2(ends.data(), O_CLOEXEC) == 0;
+#else
+    if (pipe(ends.data()) != 0)
+        return false;
+    return fcntl(ends[0], F_SETFD, FD_CLOEXEC) == 0 && fcntl(ends[1], F_SETFD, FD_CLOEXEC) == 0;
+#endif
+}
+
+/// Moves a descriptor clear of the standard ones: such a number, free because our own stream was closed, would be
+/// overwritten while the child's streams are put in place.
+FileDescriptor clearOfStandardStreams(FileDescriptor descriptor)
+{
+    if (descriptor.get() > STDERR_FILENO)
+        return descriptor;
+    return FileDescriptor(fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
+
+/// None when the process is out of descriptors; errno says so.
+std::optional<Pipe> makePipe()
+{
+    std::array<int, 2> ends{-1, -1};
+    if (!openCloseOnExec(ends))
+        return std::nullopt;
+    Pipe result{clearOfStandardStreams(FileDescriptor(ends[0])), clearOfStandardStreams(FileDescriptor(ends[1]))};
+    if (result.readEnd.get() < 0 || result.writeEnd.get() < 0)
+        return std::nullopt;
+    return result;
+}
+
+/// What the child is started with, besides its command: folder, streams, and signals as a program expects to find them.
+class SpawnSettings final
+{
+public:
+    SpawnSettings()
+    {
+        posix_spawn_file_actions_init(&m_actions);
+        posix_spawnattr_init(&m_attributes);
+        sigset_t none{};
+        sigemptyset(&none);
+        sigset_t pipeSignal{};
+        sigemptyset(&pipeSignal);
+        sigaddset(&pipeSignal, SIGPIPE);
+        posix_spawnattr_setsigmask(&m_attributes, &none);
+        posix_spawnattr_setsigdefault(&m_attributes, &pipeSignal);
+        posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    }
+    SpawnSettings(const SpawnSettings&) = delete;
+    SpawnSettings& operator=(const SpawnSettings&) = delete;
+    ~SpawnSettings()
+    {
+        posix_spawnattr_destroy(&m_attributes);
+        posix_spawn_file_actions_destroy(&m_actions);
+    }
+
+    void setFolder(const std::filesystem::path& folder)
+    {
+        posix_spawn_file_actions_addchdir_np(&m_actions, folder.c_str());
+    }
+    void setStream(int stream, const FileDescriptor& descriptor)
+    {
+        posix_spawn_file_actions_adddup2(&m_actions, descriptor.get(), stream);
+    }
+
+    const posix_spawn_file_actions_t* actions() const { return &m_actions; }
+    const posix_spawnattr_t* attributes() const { return &m_attributes; }
+
+private:
+    posix_spawn_file_actions_t m_actions{};
+    posix_spawnattr_t m_attributes{};
+};
+
+/// Keeps this thread's writes to a closed pipe from raising SIGPIPE, and the rest of the process as it is.
+class PipeSignalBlock final
+{
+public:
+    PipeSignalBlock()
+    {
+        sigemptyset(&m_pipeSignal);
+        sigaddset(&m_pipeSignal, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &m_pipeSignal, &m_before);
+    }
+    PipeSignalBlock(const PipeSignalBlock&) = delete;
+    PipeSignalBlock& operator=(const PipeSignalBlock&) = delete;
+    ~PipeSignalBlock() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+
+    /// Takes back the signal that a failed write of this thread left pending.
+    void discardPending() const
+    {
+        sigset_t pending{};
+        sigpending(&pending);
+        int signal = 0;
+        if (sigismember(&pending, SIGPIPE) == 1)
+            sigwait(&m_pipeSignal, &signal);
+    }
+
+private:
+    sigset_t m_pipeSignal{};
+    sigset_t m_before{};
+};
+
+} // namespace
+
+HelperProcess::Launch HelperProcess::launch(const std::vector<std::string>& command,
+                                            const std::filesystem::path& workingDirectory, ChildReaper& reaper)
+{
+    std::optional<Pipe> input = makePipe();
+    std::optional<Pipe> output = input ? makePipe() : std::nullopt;
+    std::optional<Pipe> errors = output ? makePipe() : std::nullopt;
+    if (!errors)
+        return errorOf(errno);
+
+    SpawnSettings settings;
+    settings.setFolder(workingDirectory);
+    settings.setStream(STDIN_FILENO, input->readEnd);
+    settings.setStream(STDOUT_FILENO, output->writeEnd);
+    settings.setStream(STDERR_FILENO, errors->writeEnd);
+
+    std::vector<std::string> words = command;
+    std::vector<char*> arguments;
+    std::transform(words.begin(), words.end(), std::back_inserter(arguments),
+                   [](std::string& word) { return word.data(); });
+    arguments.push_back(nullptr);
+
+    pid_t pid = -1;
+    const int failure =
+        posix_spawn(&pid, arguments.front(), settings.actions(), settings.attributes(), arguments.data(), environ);
+    if (failure != 0)
+        return errorOf(failure);
+    return HelperProcess(pid, std::move(input->writeEnd), std::move(output->readEnd), std::move(errors->readEnd),
+                         reaper);
+}
+
+HelperProcess::HelperProcess(pid_t pid, FileDescriptor input, FileDescriptor output, FileDescriptor errors,
+                             ChildReaper& reaper)
+    : m_pid(pid), m_input(std::move(input)), m_output(std::move(output)), m_errors(std::move(errors)), m_reaper(&reaper)
+{}
+
+HelperProcess::HelperProcess(HelperProcess&& other) noexcept
+    : m_pid(std::exchange(other.m_pid, -1)), m_input(std::move(other.m_input)), m_output(std::move(other.m_output)),
+      m_errors(std::move(other.m_errors)), m_unread(std::move(other.m_unread)), m_reaper(other.m_reaper)
+{}
+
+HelperProcess::~HelperProcess()
+{
+    if (m_pid > 0) // otherwise moved from: another value owns the child
+        m_reaper->adopt(m_pid);
+}
+
+bool HelperProcess::isRunning() const
+{
+    siginfo_t ended{};
+    return waitid(P_PID, static_cast<id_t>(m_pid), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 && ended.si_pid == 0;
+}
+
+std::error_code HelperProcess::write(std::string_view bytes)
+{
+    const PipeSignalBlock noSignal;
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(m_input.get(), bytes.data(), bytes.size());
+        if (written >= 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(written));
+            continue;
+        }
+        const int failure = errno;
+        if (failure == EINTR)
+            continue;
+        if (failure == EPIPE)
+            noSignal.discardPending();
+        return errorOf(failure);
+    }
+    return {};
+}
+
+HelperProcess::Line HelperProcess::readLine()
+{
+    constexpr std::size_t chunkSize = 64 * 1024; // what a pipe holds
+    std::string line = std::exchange(m_unread, {});
+    std::size_t searched = 0;
+    while (true) {
+        const std::size_t lineFeed = line.find('\n', searched);
+        if (lineFeed != std::string::npos) {
+            m_unread.assign(line, lineFeed + 1);
+            line.resize(lineFeed);
+            return line;
+        }
+        searched = line.size();
+
+        std::array<char, chunkSize> chunk; // NOLINT(cppcoreguidelines-pro-type-member-init): read() fills it
+        const ssize_t count = ::read(m_output.get(), chunk.data(), chunk.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return errorOf(errno);
+        if (count == 0)
+            return EndOfOutput{};
+        line.append(chunk.data(), static_cast<std::size_t>(count));
+    }
+}
+
+void HelperProcess::terminate()
+{
+    kill(m_pid, SIGTERM); // safe: the id of an unreaped child is never given to a stranger
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "backend/FileDescriptor.h"
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <variant>
+#include <vector>
+
+#include <sys/types.h>
+
+class ChildReaper;
+
+/// A child process that answers lines with lines: its standard input and output are pipes to us.
+///
+/// Its standard error is a pipe too, and nobody reads it: diagnostics are dropped, and a child that writes more of them
+/// than a pipe holds blocks. Every descriptor of ours is close-on-exec, so no other child keeps one open.
+///
+/// Dropping the object closes the pipes, upon which a child that reads its input ends by itself; a reaper waits for
+/// that. One thread at a time.
+class HelperProcess final
+{
+public:
+    /// The output ended before a line feed came.
+    struct EndOfOutput
+    {};
+    using Launch = std::variant<HelperProcess, std::error_code>;
+    using Line = std::variant<std::string, EndOfOutput, std::error_code>;
+
+    /// Starts the program `command[0]`, a path, with the arguments after it, in the folder `workingDirectory` and with
+    /// our environment. `reaper` must outlive the result. Fails with the system's reason.
+    static Launch launch(const std::vector<std::string>& command, const std::filesystem::path& workingDirectory,
+                         ChildReaper& reaper);
+
+    HelperProcess(HelperProcess&& other) noexcept;
+    HelperProcess& operator=(HelperProcess&&) = delete;
+    HelperProcess(const HelperProcess&) = delete;
+    HelperProcess& operator=(const HelperProcess&) = delete;
+    ~HelperProcess();
+
+    /// Whether the child has not exited yet.
+    bool isRunning() const;
+    pid_t processId() const { return m_pid; }
+
+    /// Writes all of `bytes` to the child's input; blocks while the pipe is full. A child that no longer reads is the
+    /// error `broken_pipe`, never a signal.
+    [[nodiscard]] std::error_code write(std::string_view bytes);
+
+    /// The child's next output line, without its line feed; blocks until it is complete. Bytes past the line feed are
+    /// kept for the next line.
+    [[nodiscard]] Line readLine();
+
+    /// Sends the child a request to terminate and returns at once.
+    void terminate();
+
+private:
+    HelperProcess(pid_t pid, FileDescriptor input, FileDescriptor output, FileDescriptor errors, ChildReaper& reaper);
+
+    pid_t m_pid;
+    FileDescriptor m_input;
+    FileDescriptor m_output;
+    FileDescriptor m_errors; // held, because a child must be able to write there, and never read
+    std::string m_unread;    // came after the last line feed
+    ChildReaper* m_reaper;   // not ours
+};

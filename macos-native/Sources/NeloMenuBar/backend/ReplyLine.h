@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+/// What one reply line of the helper means.
+struct ReplyMeaning
+{
+    enum class Helper { Keep, Drop };
+
+    /// For the caller: the result as compact JSON text, or a line that begins "ERROR: ".
+    std::string text;
+    /// Whether the helper is still worth talking to: one whose line does not parse is not.
+    Helper helper = Helper::Keep;
+};
+
+/// The failure text of the bridge: "ERROR: " and the reason.
+std::string errorText(const std::string& reason);
+
+/// Reads one reply line, without its line feed. The result keeps its key order, 64-bit integers and the difference
+/// between 1 and 1.0; NaN, bad escapes and nesting beyond 512 are errors of the parser. Never throws for what a peer
+/// sent.
+ReplyMeaning interpretReplyLine(const std::string& line);

@@ -1,0 +1,35 @@
+import json
+import os
+import sys
+
+sys.stdin.reconfigure(encoding="utf-8")
+sys.stdout.reconfigure(encoding="utf-8")
+
+root = os.getcwd()
+sys.path.insert(0, root)
+sys.path.insert(0, os.path.join(root, "legacy_ui"))
+
+import app as nelo_app
+
+
+def reply(payload):
+    sys.stdout.write(json.dumps(payload, ensure_ascii=False) + "\n")
+    sys.stdout.flush()
+
+
+for line in sys.stdin:
+    line = line.strip()
+    if not line:
+        continue
+    try:
+        req = json.loads(line)
+        fn = req.get("function")
+        args = req.get("args", [])
+        if not isinstance(args, list):
+            args = []
+        if not fn or not hasattr(nelo_app, fn):
+            reply({"ok": False, "error": f"unknown function: {fn}"})
+            continue
+        reply({"ok": True, "result": getattr(nelo_app, fn)(*args)})
+    except BaseException as e:
+        reply({"ok": False, "error": f"{type(e).__name__}: {e}"})

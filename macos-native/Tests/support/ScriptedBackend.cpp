@@ -1,0 +1,69 @@
+#include "support/ScriptedBackend.h"
+
+#include "backend/NeloBackend.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTextStream>
+
+#include <algorithm>
+
+ScriptedBackend::ScriptedBackend() : m_workingDirectoryBefore(QDir::currentPath())
+{
+    NeloBackend::shutdown();
+    QDir(m_parent.path()).mkdir(QStringLiteral("nelohub"));
+    QFile::copy(QStringLiteral(NELO_SCRIPTED_MODULE), folder(QStringLiteral("app.py")));
+    script("nothing", {});
+    QDir::setCurrent(folder());
+}
+
+ScriptedBackend::~ScriptedBackend()
+{
+    NeloBackend::shutdown();
+    QDir::setCurrent(m_workingDirectoryBefore);
+}
+
+void ScriptedBackend::script(const std::string& function, const std::vector<Json>& steps)
+{
+    m_script[function] = steps;
+    QFile file(folder(QStringLiteral("script.json")));
+    if (!file.open(QFile::WriteOnly))
+        qFatal("the script cannot be written");
+    file.write(QByteArray::fromStdString(m_script.dump()));
+}
+
+void ScriptedBackend::answer(const std::string& function, const Json& result)
+{
+    script(function, {{{"answer", result}}});
+}
+
+void ScriptedBackend::raise(const std::string& function, const std::string& type, const std::string& message)
+{
+    script(function, {{{"raise", Json::array({type, message})}}});
+}
+
+std::vector<ScriptedBackend::Call> ScriptedBackend::calls() const
+{
+    std::vector<Call> calls;
+    QFile file(folder(QStringLiteral("calls.jsonl")));
+    if (!file.open(QFile::ReadOnly))
+        return calls; // nothing was asked yet
+    while (!file.atEnd()) {
+        const Json call = Json::parse(file.readLine().toStdString());
+        calls.push_back({call.at("function"), call.at("args")});
+    }
+    return calls;
+}
+
+int ScriptedBackend::count(const std::string& function) const
+{
+    const std::vector<Call> all = calls();
+    return static_cast<int>(
+        std::count_if(all.begin(), all.end(), [&function](const Call& call) { return call.function == function; }));
+}
+
+QString ScriptedBackend::folder(const QString& relative) const
+{
+    const QDir hub(m_parent.filePath(QStringLiteral("nelohub")));
+    return relative.isEmpty() ? hub.path() : hub.filePath(relative);
+}

@@ -1,0 +1,33 @@
+# How every target of ours is compiled, said once; nothing is set for a whole folder.
+add_library(nelo_compile_options INTERFACE)
+target_compile_features(nelo_compile_options INTERFACE cxx_std_20)
+target_compile_options(nelo_compile_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+target_compile_definitions(nelo_compile_options INTERFACE
+    QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_FOREACH QT_NO_NARROWING_CONVERSIONS_IN_CONNECT)
+if(NELO_SANITIZERS)
+    target_compile_options(nelo_compile_options INTERFACE
+        -fsanitize=${NELO_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(nelo_compile_options INTERFACE -fsanitize=${NELO_SANITIZERS})
+endif()
+
+# nelo_add_library(NAME SOURCES ... [PUBLIC ...] [PRIVATE ...]): one folder's library.
+function(nelo_add_library name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;PUBLIC;PRIVATE")
+    add_library(${name} STATIC ${arg_SOURCES})
+    set_target_properties(${name} PROPERTIES AUTOMOC ON)
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/Sources/NeloMenuBar)
+    target_link_libraries(${name} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE} nelo_compile_options)
+endfunction()
+
+# nelo_add_test(NAME SOURCES ... LIBRARIES ...): a Qt Test program, run on the offscreen platform whatever DISPLAY says.
+function(nelo_add_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
+    add_executable(${name} ${arg_SOURCES})
+    set_target_properties(${name} PROPERTIES AUTOMOC ON)
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/Tests)
+    target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} Qt6::Test nelo_compile_options)
+    add_test(NAME ${name} COMMAND ${name})
+    set(environment QT_QPA_PLATFORM=offscreen LC_ALL=C.UTF-8
+        TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/Tests/support/tsan-suppressions.txt)
+    set_tests_properties(${name} PROPERTIES ENVIRONMENT "${environment}" TIMEOUT 300)
+endfunction()
