@@ -1,0 +1,75 @@
+#include "models/RuntimeViewController.h"
+
+#include "backend/BackendReply.h"
+#include "backend/NeloBackend.h"
+#include "models/RuntimeReport.h"
+#include "shell/primitives/Buttons.h"
+#include "shell/primitives/Labels.h"
+
+#include <QGroupBox>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QVBoxLayout>
+
+namespace {
+
+/// A box around `content`, which scrolls in it when it needs more room than there is.
+QGroupBox* makeScrollingBox(const QString& title, QWidget* content, QWidget* parent)
+{
+    auto* box = new QGroupBox(title, parent);
+    auto* scroll = new QScrollArea(box);
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setWidgetResizable(true);
+    scroll->setWidget(content);
+    scroll->viewport()->setAutoFillBackground(false);
+    content->setAutoFillBackground(false);
+
+    auto* layout = new QVBoxLayout(box);
+    layout->setContentsMargins(10, 10, 10, 10);
+    layout->addWidget(scroll);
+    return box;
+}
+
+} // namespace
+
+RuntimeViewController::RuntimeViewController(QWidget* parent) : ViewController(parent)
+{}
+
+void RuntimeViewController::loadView()
+{
+    QPushButton* refresh = makeButton(QStringLiteral("Refresh"), this);
+    connect(refresh, &QPushButton::clicked, this, &RuntimeViewController::refreshRuntime);
+    auto* buttonRow = new QHBoxLayout;
+    buttonRow->setSpacing(8);
+    buttonRow->addWidget(refresh);
+    buttonRow->addStretch();
+
+    m_summaryLabel = new WrappingLabel(QStringLiteral("Loading..."));
+    m_summaryLabel->setObjectName(QStringLiteral("summaryLabel"));
+    m_summaryLabel->setAlignment(Qt::AlignTop | Qt::AlignLeft);
+    m_statusLabel = new Label(QStringLiteral("Ready"), this);
+    m_statusLabel->setObjectName(QStringLiteral("statusLabel"));
+    m_statusLabel->setEmphasis(Emphasis::Secondary);
+
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(16, 16, 16, 14);
+    column->setSpacing(0);
+    column->addLayout(buttonRow);
+    column->addSpacing(10);
+    column->addWidget(makeScrollingBox(QStringLiteral("OpenClaw Runtime"), m_summaryLabel, this), 1);
+    column->addSpacing(12);
+    column->addWidget(m_statusLabel);
+}
+
+void RuntimeViewController::viewDidLoad()
+{
+    ViewController::viewDidLoad();
+    refreshRuntime();
+}
+
+void RuntimeViewController::refreshRuntime()
+{
+    const RuntimeReport report = runtimeReport(BackendReply(NeloBackend::call("openclaw_runtime_status")));
+    m_summaryLabel->setText(report.summary);
+    m_statusLabel->setText(report.status);
+}

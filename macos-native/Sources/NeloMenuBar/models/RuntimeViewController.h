@@ -1,0 +1,26 @@
+#pragma once
+
+#include "shell/primitives/ViewController.h"
+
+class Label;
+class WrappingLabel;
+
+/// The Runtime tab: shows how the `openclaw` runtime is installed on this machine. It changes nothing there.
+class RuntimeViewController final : public ViewController
+{
+    Q_OBJECT
+
+public:
+    explicit RuntimeViewController(QWidget* parent = nullptr);
+
+    /// Asks the backend and shows the report; blocks until it answers.
+    void refreshRuntime();
+
+protected:
+    void loadView() override;
+    void viewDidLoad() override;
+
+private:
+    WrappingLabel* m_summaryLabel = nullptr; // child of this
+    Label* m_statusLabel = nullptr;          // child of this
+};

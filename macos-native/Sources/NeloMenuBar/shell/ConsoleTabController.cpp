@@ -1,0 +1,59 @@
+#include "shell/ConsoleTabController.h"
+
+#include "models/RuntimeViewController.h"
+#include "shell/primitives/Colors.h"
+#include "shell/primitives/PlaceholderInfoController.h"
+#include "shell/primitives/SupportLine.h"
+
+#include <QLabel>
+#include <QTabWidget>
+#include <QVBoxLayout>
+
+namespace {
+
+QTabWidget* makeTabs(QWidget* parent)
+{
+    const QString tovani = QStringLiteral("Tovani");
+    const QString tovaniBody = QStringLiteral(
+        "Manage per-agent knowledge and memory sources (datasets, indexes, versions). This tab is kept as a structural "
+        "placeholder and will host indexing tasks and status monitoring next.");
+
+    auto* tabs = new QTabWidget(parent);
+    tabs->setObjectName(QStringLiteral("tabView"));
+    tabs->setDocumentMode(true);
+    const auto add = [tabs](const QString& label, ViewController* controller) {
+        tabs->addTab(controller, label);
+        controller->loadViewIfNeeded();
+    };
+    add(QStringLiteral("Agents"), new PlaceholderInfoController(QStringLiteral("Agents")));
+    add(QStringLiteral("Runtime"), new RuntimeViewController);
+    add(tovani, new PlaceholderInfoController(tovani, tovaniBody));
+    add(QStringLiteral("Skills"), new PlaceholderInfoController(QStringLiteral("Skills")));
+    add(QStringLiteral("Settings"), new PlaceholderInfoController(QStringLiteral("Settings")));
+    return tabs;
+}
+
+} // namespace
+
+ConsoleTabController::ConsoleTabController(QWidget* parent) : ViewController(parent)
+{}
+
+void ConsoleTabController::loadView()
+{
+    setPalette(Colors::lightAppearance(Colors::white(0.97)));
+    setAutoFillBackground(true);
+
+    QLabel* banner = makeSupportLine(13, this);
+    banner->setObjectName(QStringLiteral("banner"));
+    auto* bannerRow = new QHBoxLayout;
+    bannerRow->setContentsMargins(20, 12, 20, 0);
+    bannerRow->addWidget(banner);
+
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins({});
+    column->setSpacing(10);
+    column->addLayout(bannerRow);
+    QTabWidget* tabs = makeTabs(this);
+    column->addWidget(tabs, 1);
+    tabs->setFocus(); // the banner's link comes first in the reading order, but nobody opens the console for it
+}

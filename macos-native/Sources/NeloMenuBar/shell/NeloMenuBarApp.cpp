@@ -1,0 +1,90 @@
+#include "shell/NeloMenuBarApp.h"
+
+#include "backend/NeloBackend.h"
+#include "shell/ConsoleTabController.h"
+#include "shell/MenuBarImage.h"
+#include "shell/StatusMenu.h"
+#include "shell/platform/Platform.h"
+#include "shell/primitives/NeloWindow.h"
+#include "shell/primitives/PlaceholderInfoController.h"
+
+#include <QCoreApplication>
+
+using ActivationPolicy = Platform::ActivationPolicy;
+
+namespace {
+
+const QString productName = QStringLiteral("Nelo");
+
+std::unique_ptr<NeloWindow> makeWindow(const QString& title, QSize contentSize, ViewController* controller)
+{
+    auto window = std::make_unique<NeloWindow>(title, contentSize);
+    window->setContentViewController(controller);
+    return window;
+}
+
+void bringForward(NeloWindow& window)
+{
+    Platform::setActivationPolicy(ActivationPolicy::Regular); // for good, also once all windows are closed
+    Platform::activateApplication();
+    window.makeKeyAndOrderFront();
+}
+
+} // namespace
+
+NeloMenuBarApp::NeloMenuBarApp(QObject* parent) : QObject(parent)
+{}
+
+NeloMenuBarApp::~NeloMenuBarApp() = default;
+
+void NeloMenuBarApp::applicationDidFinishLaunching()
+{
+    Platform::setActivationPolicy(ActivationPolicy::Accessory);
+
+    m_menu = std::make_unique<StatusMenu>();
+    m_menu->addAction(QStringLiteral("Open Nelo"), this, &NeloMenuBarApp::openNelo);
+    m_menu->addAction(QStringLiteral("Open Nelo Console"), this, &NeloMenuBarApp::openNeloConsole);
+    m_menu->addAction(QStringLiteral("Settings..."), QKeySequence(Qt::CTRL | Qt::Key_Comma), this,
+                      &NeloMenuBarApp::openSettings);
+    m_menu->addSeparator();
+    m_menu->addAction(QStringLiteral("Quit Nelo"), QKeySequence(Qt::CTRL | Qt::Key_Q), this, &NeloMenuBarApp::quitApp);
+
+    const QIcon image = menuBarImage();
+    m_statusItem = std::make_unique<QSystemTrayIcon>(image.isNull() ? Platform::sparklesSymbol() : image);
+    m_statusItem->setToolTip(productName);
+    m_statusItem->setContextMenu(m_menu.get());
+    Platform::openMenuOnClick(m_statusItem.get(), m_menu.get());
+    m_statusItem->show();
+}
+
+void NeloMenuBarApp::applicationWillTerminate()
+{
+    NeloBackend::shutdown();
+}
+
+void NeloMenuBarApp::openNelo()
+{
+    if (!m_chatWindow)
+        m_chatWindow = makeWindow(productName, {980, 740}, new PlaceholderInfoController(productName));
+    bringForward(*m_chatWindow);
+}
+
+void NeloMenuBarApp::openNeloConsole()
+{
+    if (!m_consoleWindow)
+        m_consoleWindow = makeWindow(QStringLiteral("Nelo Console"), {1000, 720}, new ConsoleTabController);
+    bringForward(*m_consoleWindow);
+}
+
+void NeloMenuBarApp::openSettings()
+{
+    const QString title = QStringLiteral("Nelo Settings");
+    if (!m_settingsWindow)
+        m_settingsWindow = makeWindow(title, {640, 620}, new PlaceholderInfoController(title));
+    bringForward(*m_settingsWindow);
+}
+
+void NeloMenuBarApp::quitApp()
+{
+    QCoreApplication::quit();
+}

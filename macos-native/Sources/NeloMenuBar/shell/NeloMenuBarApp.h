@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QObject>
+#include <QSystemTrayIcon>
+
+#include <memory>
+
+class NeloWindow;
+class QMenu;
+
+/// The application's delegate: owns the status item, its menu and the three windows, and ends the helper when the
+/// application ends.
+class NeloMenuBarApp final : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit NeloMenuBarApp(QObject* parent = nullptr);
+    ~NeloMenuBarApp() override;
+
+    /// Builds the status item and its menu. Nothing else starts: no window, no helper, no file but the custom image is
+    /// read.
+    void applicationDidFinishLaunching();
+    /// Ends the helper process; waits for a backend call in progress.
+    void applicationWillTerminate();
+
+    /// Each shows its window in front, made on first use and kept for the application's lifetime.
+    void openNelo();
+    void openNeloConsole();
+    void openSettings();
+    /// Asks the application to terminate.
+    void quitApp();
+
+private:
+    std::unique_ptr<QMenu> m_menu;
+    std::unique_ptr<QSystemTrayIcon> m_statusItem;
+    std::unique_ptr<NeloWindow> m_chatWindow;
+    std::unique_ptr<NeloWindow> m_consoleWindow;
+    std::unique_ptr<NeloWindow> m_settingsWindow;
+};

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "backend/FileDescriptor.h"
+
+#include <QObject>
+
+/// Turns the signals that ask a program to end (SIGTERM, SIGINT, SIGHUP) into a Qt signal, so that it can end as if the
+/// user had quit. One at a time. See "Calling Qt Functions From Unix Signal Handlers" in Qt's documentation.
+class TerminationSignals final : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit TerminationSignals(QObject* parent = nullptr);
+    TerminationSignals(const TerminationSignals&) = delete;
+    TerminationSignals& operator=(const TerminationSignals&) = delete;
+    ~TerminationSignals() override;
+
+signals:
+    void received();
+
+private:
+    FileDescriptor m_readEnd;
+    FileDescriptor m_writeEnd;
+};

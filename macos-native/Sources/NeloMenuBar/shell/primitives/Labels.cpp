@@ -1,0 +1,125 @@
+#include "shell/primitives/Labels.h"
+
+#include "shell/primitives/Colors.h"
+
+#include <QApplication>
+#include <QHelpEvent>
+#include <QPainter>
+#include <QStyle>
+#include <QToolTip>
+
+namespace {
+
+/// Gives `label` the text colour of `emphasis` on the palette it inherits.
+void setTextColor(QLabel& label, Emphasis emphasis)
+{
+    if (emphasis == Emphasis::Primary)
+        return;
+    const QPalette inherited = label.parentWidget() ? label.parentWidget()->palette() : QApplication::palette(&label);
+    const QColor color = Colors::secondaryText(inherited);
+    if (label.palette().color(QPalette::WindowText) == color)
+        return; // setting it again would announce a change of palette again
+    QPalette palette;
+    palette.setColor(QPalette::WindowText, color);
+    label.setPalette(palette);
+}
+
+} // namespace
+
+QFont fontOfSize(const QFont& font, int size, QFont::Weight weight)
+{
+    QFont result(font);
+    result.setPixelSize(size);
+    result.setWeight(weight);
+    return result;
+}
+
+Label::Label(const QString& text, QWidget* parent) : QLabel(text, parent)
+{
+    setTextFormat(Qt::PlainText);
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+}
+
+void Label::setEmphasis(Emphasis emphasis)
+{
+    m_emphasis = emphasis;
+    applyEmphasis();
+}
+
+QSize Label::sizeHint() const
+{
+    return {fontMetrics().horizontalAdvance(singleLine()) + 1, fontMetrics().height()};
+}
+
+QSize Label::minimumSizeHint() const
+{
+    return {0, fontMetrics().height()};
+}
+
+bool Label::event(QEvent* event)
+{
+    if (event->type() == QEvent::ToolTip && isElided()) {
+        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), Qt::convertFromPlainText(text()), this);
+        return true;
+    }
+    return QLabel::event(event);
+}
+
+void Label::paintEvent(QPaintEvent* /*event*/)
+{
+    QPainter painter(this);
+    const QString shown = fontMetrics().elidedText(singleLine(), Qt::ElideRight, width());
+    style()->drawItemText(&painter, rect(), static_cast<int>(QStyle::visualAlignment(layoutDirection(), alignment())),
+                          palette(), isEnabled(), shown, foregroundRole());
+}
+
+void Label::changeEvent(QEvent* event)
+{
+    QLabel::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ParentChange)
+        applyEmphasis();
+}
+
+void Label::applyEmphasis()
+{
+    setTextColor(*this, m_emphasis);
+}
+
+QString Label::singleLine() const
+{
+    QString line = text();
+    for (const QChar lineBreak :
+         {QChar(u'\n'), QChar(u'\r'), QChar(QChar::LineSeparator), QChar(QChar::ParagraphSeparator)})
+        line.replace(lineBreak, QChar(u' '));
+    return line;
+}
+
+bool Label::isElided() const
+{
+    return fontMetrics().horizontalAdvance(singleLine()) > width();
+}
+
+WrappingLabel::WrappingLabel(const QString& text, QWidget* parent) : QLabel(text, parent)
+{
+    setTextFormat(Qt::PlainText);
+    setWordWrap(true);
+    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+}
+
+void WrappingLabel::setEmphasis(Emphasis emphasis)
+{
+    m_emphasis = emphasis;
+    applyEmphasis();
+}
+
+void WrappingLabel::changeEvent(QEvent* event)
+{
+    QLabel::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ParentChange)
+        applyEmphasis();
+}
+
+void WrappingLabel::applyEmphasis()
+{
+    setTextColor(*this, m_emphasis);
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QWidget>
+
+class ViewController;
+
+/// A top-level window: titled, closable, minimisable and resizable, never smaller than it starts, centred on its
+/// screen. It remembers nothing, and closing hides it.
+class NeloWindow final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// `contentSize` is the initial and the smallest size in device-independent pixels.
+    NeloWindow(const QString& title, QSize contentSize);
+
+    /// Fills the window with `controller`, which it then owns, and has its view built.
+    void setContentViewController(ViewController* controller);
+
+    /// Shows the window, restored if it was minimised, in front of every other one and with the keyboard.
+    void makeKeyAndOrderFront();
+};

@@ -1,0 +1,49 @@
+#include "shell/primitives/ViewController.h"
+
+#include <QHideEvent>
+#include <QShowEvent>
+
+#include <utility>
+
+ViewController::ViewController(QWidget* parent) : QWidget(parent)
+{}
+
+void ViewController::loadViewIfNeeded()
+{
+    if (std::exchange(m_isLoaded, true))
+        return;
+    loadView();
+    viewDidLoad();
+}
+
+void ViewController::viewDidLoad()
+{}
+
+void ViewController::viewDidAppear()
+{}
+
+void ViewController::viewWillDisappear()
+{}
+
+void ViewController::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    loadViewIfNeeded();
+    // The event comes before the view is on the screen, and a window's other children may still be hidden.
+    if (!event->spontaneous())
+        QMetaObject::invokeMethod(this, &ViewController::announceAppearance, Qt::QueuedConnection);
+}
+
+void ViewController::hideEvent(QHideEvent* event)
+{
+    QWidget::hideEvent(event);
+    if (!event->spontaneous() && std::exchange(m_hasAppeared, false))
+        viewWillDisappear();
+}
+
+void ViewController::announceAppearance()
+{
+    if (!isVisible() || std::exchange(m_hasAppeared, true))
+        return;
+    viewDidAppear();
+}
