@@ -1,0 +1,27 @@
+"""How a failure is told."""
+
+from __future__ import annotations
+
+from collections.abc import Iterator
+from contextlib import contextmanager
+
+
+class BackendError(Exception):
+    """A failure that a user can act on. Its message is one or more sentences, shown as they stand."""
+
+
+def reason(error: OSError) -> str:
+    """The system's own words for `error`, without the path, which the sentence around them names."""
+    return error.strerror or str(error)
+
+
+@contextmanager
+def explained(attempt: str) -> Iterator[None]:
+    """Turn an `OSError` of the block into a `BackendError` that says what was attempted and why it failed.
+
+    `attempt` is the beginning of the sentence, for example "Cannot read ~/.nelo/agents.json".
+    """
+    try:
+        yield
+    except OSError as error:
+        raise BackendError(f"{attempt}: {reason(error)}.") from error
