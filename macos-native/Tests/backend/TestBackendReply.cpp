@@ -1,5 +1,7 @@
 #include "backend/BackendReply.h"
 
+#include "support/Warnings.h"
+
 #include <QTest>
 
 /// How tabs read what the bridge returned.
@@ -24,7 +26,7 @@ private slots:
 
 void TestBackendReply::init()
 {
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
+    failOnUnexpectedWarning();
 }
 
 void TestBackendReply::tellsErrorsByTheirPrefix_data()

@@ -2,6 +2,7 @@
 
 #include "backend/ChildReaper.h"
 #include "support/ProcessTable.h"
+#include "support/Warnings.h"
 
 #include <QElapsedTimer>
 #include <QTemporaryDir>
@@ -62,7 +63,7 @@ bool holdsSignal(const std::string& statusLine, int signal)
 
 void TestHelperProcess::init()
 {
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
+    failOnUnexpectedWarning();
     m_descriptorsBefore = ProcessTable::openDescriptors();
     m_reaper = std::make_unique<ChildReaper>();
 }

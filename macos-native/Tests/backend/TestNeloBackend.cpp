@@ -2,6 +2,7 @@
 
 #include "support/ProcessTable.h"
 #include "support/ScriptedBackend.h"
+#include "support/Warnings.h"
 
 #include <QTest>
 #include <QTimer>
@@ -67,7 +68,7 @@ private:
 
 void TestNeloBackend::init()
 {
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
+    failOnUnexpectedWarning();
     m_descriptorsBefore = ProcessTable::openDescriptors();
     m_backend.emplace();
     m_backend->answer("ping", {{"pong", 1}});

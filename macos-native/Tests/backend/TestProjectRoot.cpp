@@ -1,5 +1,7 @@
 #include "backend/ProjectRoot.h"
 
+#include "support/Warnings.h"
+
 #include <QTest>
 
 /// Which folder the helper runs in.
@@ -15,7 +17,7 @@ private slots:
 
 void TestProjectRoot::init()
 {
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
+    failOnUnexpectedWarning();
 }
 
 void TestProjectRoot::followsTheRule_data()

@@ -1,6 +1,7 @@
 #include "backend/ReplyLine.h"
 
 #include "backend/BackendReply.h"
+#include "support/Warnings.h"
 
 #include <QFile>
 #include <QTest>
@@ -52,7 +53,7 @@ bool isParserError(const ReplyMeaning& meaning)
 
 void TestReplyLine::init()
 {
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
+    failOnUnexpectedWarning();
 }
 
 void TestReplyLine::meansWhatTheTableSays_data()

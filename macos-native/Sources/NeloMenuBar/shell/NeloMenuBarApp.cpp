@@ -9,6 +9,7 @@
 #include "shell/primitives/PlaceholderInfoController.h"
 
 #include <QCoreApplication>
+#include <QSystemTrayIcon>
 
 using ActivationPolicy = Platform::ActivationPolicy;
 
@@ -50,10 +51,11 @@ void NeloMenuBarApp::applicationDidFinishLaunching()
     m_menu->addAction(QStringLiteral("Quit Nelo"), QKeySequence(Qt::CTRL | Qt::Key_Q), this, &NeloMenuBarApp::quitApp);
 
     const QIcon image = menuBarImage();
-    m_statusItem = std::make_unique<QSystemTrayIcon>(image.isNull() ? Platform::sparklesSymbol() : image);
+    m_statusItem = new QSystemTrayIcon(image.isNull() ? Platform::sparklesSymbol() : image, this);
+    m_statusItem->setObjectName(QStringLiteral("statusItem"));
     m_statusItem->setToolTip(productName);
     m_statusItem->setContextMenu(m_menu.get());
-    Platform::openMenuOnClick(m_statusItem.get(), m_menu.get());
+    Platform::openMenuOnClick(m_statusItem, m_menu.get());
     m_statusItem->show();
 }
 

@@ -1,12 +1,12 @@
 #pragma once
 
 #include <QObject>
-#include <QSystemTrayIcon>
 
 #include <memory>
 
 class NeloWindow;
 class QMenu;
+class QSystemTrayIcon;
 
 /// The application's delegate: owns the status item, its menu and the three windows, and ends the helper when the
 /// application ends.
@@ -33,7 +33,7 @@ public:
 
 private:
     std::unique_ptr<QMenu> m_menu;
-    std::unique_ptr<QSystemTrayIcon> m_statusItem;
+    QSystemTrayIcon* m_statusItem = nullptr; // child of this
     std::unique_ptr<NeloWindow> m_chatWindow;
     std::unique_ptr<NeloWindow> m_consoleWindow;
     std::unique_ptr<NeloWindow> m_settingsWindow;

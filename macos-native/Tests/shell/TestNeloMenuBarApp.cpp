@@ -1,0 +1,255 @@
+#include "shell/NeloMenuBarApp.h"
+
+#include "backend/NeloBackend.h"
+#include "shell/primitives/NeloWindow.h"
+#include "support/ProcessTable.h"
+#include "support/ScriptedBackend.h"
+#include "support/Warnings.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QMenu>
+#include <QSignalSpy>
+#include <QSystemTrayIcon>
+#include <QTabWidget>
+#include <QTest>
+#include <QTimer>
+
+#include <optional>
+
+/// The delegate: status item, menu, windows, end.
+class TestNeloMenuBarApp final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void theMenuHoldsItsItemsInOrder();
+    void theStatusItemIsCalledNelo();
+    void theStatusItemShowsTheSparklesWithoutACustomImage();
+    void theStatusItemShowsTheCustomImage();
+    void nothingElseStartsAtLaunch();
+    void windowsOpenAsGiven_data();
+    void windowsOpenAsGiven();
+    void aSecondChoiceBringsTheSameWindowForward();
+    void aClosedWindowComesBackAsItWas();
+    void windowsNeverShrinkBelowTheirFirstSize();
+    void shortcutsWorkWhileTheMenuIsOpen_data();
+    void shortcutsWorkWhileTheMenuIsOpen();
+    void otherKeysMoveInTheMenu();
+    void aClickOpensTheMenu();
+    void quittingEndsTheEventLoop();
+    void terminatingEndsTheHelper();
+
+private:
+    QSystemTrayIcon* statusItem() const { return m_app->findChild<QSystemTrayIcon*>(QStringLiteral("statusItem")); }
+    QMenu* menu() const { return statusItem()->contextMenu(); }
+    void choose(const QString& item) const;
+    static QList<NeloWindow*> windows();
+
+    std::optional<ScriptedBackend> m_backend;
+    std::unique_ptr<NeloMenuBarApp> m_app;
+};
+
+void TestNeloMenuBarApp::init()
+{
+    failOnUnexpectedWarning();
+    QApplication::setQuitOnLastWindowClosed(false);
+    m_backend.emplace();
+    m_backend->answer("openclaw_runtime_status", {{"os", "x"}});
+    m_app = std::make_unique<NeloMenuBarApp>();
+    m_app->applicationDidFinishLaunching();
+}
+
+void TestNeloMenuBarApp::cleanup()
+{
+    m_app.reset();
+    m_backend.reset();
+}
+
+void TestNeloMenuBarApp::choose(const QString& item) const
+{
+    for (QAction* action : menu()->actions()) {
+        if (action->text() == item)
+            action->trigger();
+    }
+}
+
+QList<NeloWindow*> TestNeloMenuBarApp::windows()
+{
+    QList<NeloWindow*> found;
+    for (QWidget* widget : QApplication::topLevelWidgets()) {
+        if (auto* window = qobject_cast<NeloWindow*>(widget))
+            found.append(window);
+    }
+    return found;
+}
+
+void TestNeloMenuBarApp::theMenuHoldsItsItemsInOrder()
+{
+    QStringList items;
+    for (const QAction* action : menu()->actions())
+        items.append(action->isSeparator() ? QStringLiteral("-")
+                                           : action->text() + u'|' + action->shortcut().toString());
+    QCOMPARE(items, (QStringList{QStringLiteral("Open Nelo|"), QStringLiteral("Open Nelo Console|"),
+                                 QStringLiteral("Settings...|Ctrl+,"), QStringLiteral("-"),
+                                 QStringLiteral("Quit Nelo|Ctrl+Q")}));
+}
+
+void TestNeloMenuBarApp::theStatusItemIsCalledNelo()
+{
+    QCOMPARE(statusItem()->toolTip(), QStringLiteral("Nelo"));
+    QVERIFY(statusItem()->isVisible());
+}
+
+void TestNeloMenuBarApp::theStatusItemShowsTheSparklesWithoutACustomImage()
+{
+    QVERIFY(statusItem()->icon().availableSizes().contains(QSize(22, 22)));
+}
+
+void TestNeloMenuBarApp::theStatusItemShowsTheCustomImage()
+{
+    QVERIFY(QDir(m_backend->home().path()).mkpath(QStringLiteral("Desktop")));
+    QImage image(512, 512, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    QVERIFY(image.save(m_backend->home().path(QStringLiteral("Desktop/nelo.png"))));
+    NeloMenuBarApp app;
+    app.applicationDidFinishLaunching();
+    const QIcon icon = app.findChild<QSystemTrayIcon*>()->icon();
+    QCOMPARE(icon.pixmap({64, 64}).size(), QSize(18, 18));
+    QCOMPARE(icon.pixmap({18, 18}).toImage().pixelColor(9, 9), QColor(Qt::red));
+}
+
+void TestNeloMenuBarApp::nothingElseStartsAtLaunch()
+{
+    QCoreApplication::processEvents();
+    QVERIFY(windows().isEmpty());
+    QVERIFY(ProcessTable::children().empty());
+    QVERIFY(m_backend->calls().empty());
+    QVERIFY(m_app->findChildren<QTimer*>().isEmpty());
+}
+
+void TestNeloMenuBarApp::windowsOpenAsGiven_data()
+{
+    QTest::addColumn<QString>("item");
+    QTest::addColumn<QString>("title");
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("chat") << QStringLiteral("Open Nelo") << QStringLiteral("Nelo") << QSize(980, 740);
+    QTest::newRow("console") << QStringLiteral("Open Nelo Console") << QStringLiteral("Nelo Console")
+                             << QSize(1000, 720);
+    QTest::newRow("settings") << QStringLiteral("Settings...") << QStringLiteral("Nelo Settings") << QSize(640, 620);
+}
+
+void TestNeloMenuBarApp::windowsOpenAsGiven()
+{
+    QFETCH(QString, item);
+    QFETCH(QString, title);
+    QFETCH(QSize, size);
+    choose(item);
+    QCOMPARE(windows().size(), 1);
+    NeloWindow* window = windows().constFirst();
+    QVERIFY(QTest::qWaitForWindowActive(window));
+    QCOMPARE(window->windowTitle(), title);
+    QCOMPARE(window->size(), size);
+    QCOMPARE(window->minimumSize(), size);
+}
+
+void TestNeloMenuBarApp::aSecondChoiceBringsTheSameWindowForward()
+{
+    choose(QStringLiteral("Open Nelo Console"));
+    NeloWindow* console = windows().constFirst();
+    choose(QStringLiteral("Open Nelo"));
+    QCOMPARE(windows().size(), 2);
+    QVERIFY(!console->isActiveWindow());
+    choose(QStringLiteral("Open Nelo Console"));
+    QCOMPARE(windows().size(), 2);
+    QVERIFY(QTest::qWaitForWindowActive(console));
+    QCOMPARE(m_backend->count("openclaw_runtime_status"), 1);
+}
+
+void TestNeloMenuBarApp::aClosedWindowComesBackAsItWas()
+{
+    choose(QStringLiteral("Open Nelo Console"));
+    NeloWindow* console = windows().constFirst();
+    auto* tabs = console->findChild<QTabWidget*>();
+    tabs->setCurrentIndex(1);
+    console->resize(1200, 800);
+    console->close();
+    QVERIFY(!console->isVisible());
+    choose(QStringLiteral("Open Nelo Console"));
+    QVERIFY(console->isVisible());
+    QCOMPARE(windows().size(), 1);
+    QCOMPARE(tabs->currentIndex(), 1);
+    QCOMPARE(console->size(), QSize(1200, 800));
+}
+
+void TestNeloMenuBarApp::windowsNeverShrinkBelowTheirFirstSize()
+{
+    choose(QStringLiteral("Settings..."));
+    windows().constFirst()->resize(10, 10);
+    QCOMPARE(windows().constFirst()->size(), QSize(640, 620));
+}
+
+void TestNeloMenuBarApp::shortcutsWorkWhileTheMenuIsOpen_data()
+{
+    QTest::addColumn<int>("key");
+    QTest::addColumn<bool>("quits");
+    QTest::newRow("Control-comma opens the settings") << static_cast<int>(Qt::Key_Comma) << false;
+    QTest::newRow("Control-Q quits") << static_cast<int>(Qt::Key_Q) << true;
+}
+
+void TestNeloMenuBarApp::shortcutsWorkWhileTheMenuIsOpen()
+{
+    QFETCH(int, key);
+    QFETCH(bool, quits);
+    const QSignalSpy quitting(qApp, &QCoreApplication::aboutToQuit);
+    menu()->popup({100, 100});
+    QTimer::singleShot(0, menu(), [this, key, quits] {
+        QTest::keyClick(menu(), static_cast<Qt::Key>(key), Qt::ControlModifier);
+        if (!quits)
+            QCoreApplication::quit();
+    });
+    QApplication::exec();
+    QVERIFY(!menu()->isVisible());
+    QCOMPARE(quitting.count(), 1);
+    QCOMPARE(windows().size(), quits ? 0 : 1);
+}
+
+void TestNeloMenuBarApp::otherKeysMoveInTheMenu()
+{
+    menu()->popup({100, 100});
+    QTest::keyClick(menu(), Qt::Key_Down);
+    QCOMPARE(menu()->activeAction()->text(), QStringLiteral("Open Nelo"));
+    QTest::keyClick(menu(), Qt::Key_Comma); // without Control
+    QVERIFY(windows().isEmpty());
+    QTest::keyClick(menu(), Qt::Key_Escape);
+    QVERIFY(!menu()->isVisible());
+}
+
+void TestNeloMenuBarApp::aClickOpensTheMenu()
+{
+    emit statusItem()->activated(QSystemTrayIcon::Trigger);
+    QVERIFY(menu()->isVisible());
+    menu()->hide();
+    emit statusItem()->activated(QSystemTrayIcon::MiddleClick);
+    QVERIFY(!menu()->isVisible());
+}
+
+void TestNeloMenuBarApp::quittingEndsTheEventLoop()
+{
+    choose(QStringLiteral("Open Nelo Console"));
+    QTimer::singleShot(0, m_app.get(), [this] { choose(QStringLiteral("Quit Nelo")); });
+    QCOMPARE(QApplication::exec(), 0);
+}
+
+void TestNeloMenuBarApp::terminatingEndsTheHelper()
+{
+    choose(QStringLiteral("Open Nelo Console"));
+    QCOMPARE(ProcessTable::children().size(), 1U);
+    m_app->applicationWillTerminate();
+    QVERIFY(ProcessTable::children().empty());
+}
+
+QTEST_MAIN(TestNeloMenuBarApp)
+#include "TestNeloMenuBarApp.moc"

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QRegularExpression>
+#include <QTest>
+
+/// For every test's `init()`: a message that nobody expected fails the test. The offscreen platform tells what a screen would
+/// do and it cannot; that is no concern of ours.
+inline void failOnUnexpectedWarning()
+{
+    QTest::failOnWarning(QRegularExpression(QStringLiteral(
+        "^(?!This plugin does not support |QObject::connect: No such signal QPlatformNativeInterface::systemTray)")));
+}

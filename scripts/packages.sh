@@ -1,0 +1,41 @@
+# To be sourced: installs what a script needs. Sets `root` to the repository's folder.
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+# need PURPOSE PACKAGE...: installs those of the Debian packages that are missing, and says which and why.
+need() {
+    local purpose=$1 package missing=()
+    shift
+    if ! command -v apt-get >/dev/null; then
+        echo "No apt-get here: if something is missing $purpose, install what Debian calls: $*"
+        return
+    fi
+    for package; do
+        [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing+=("$package")
+    done
+    [ ${#missing[@]} -gt 0 ] || return 0
+    local as_root=()
+    [ "$(id -u)" = 0 ] || as_root=(sudo)
+    echo "Installing $purpose: ${missing[*]}"
+    "${as_root[@]}" apt-get update -qq
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
+}
+
+need_for_building() {
+    need "what builds Nelo" g++ cmake ninja-build qt6-base-dev nlohmann-json3-dev libsimdjson-dev python3-minimal python3
+}
+
+need_for_virtual_desktop() {
+    need "a virtual desktop, for there is no display" xvfb openbox trayer dbus-daemon fonts-dejavu-core fonts-noto-cjk
+}
+
+# build TARGET...: builds the release preset; without a target, everything.
+build() {
+    local targets=()
+    [ $# -eq 0 ] || targets=(--target "$@")
+    (
+        cd "$root/macos-native"
+        cmake --preset release >"$root/build/configure.log" || { cat "$root/build/configure.log"; exit 1; }
+        cmake --build --preset release "${targets[@]}"
+    )
+}
+mkdir -p "$root/build"
