@@ -28,6 +28,11 @@ need_for_virtual_desktop() {
     need "a virtual desktop, for there is no display" xvfb openbox trayer dbus-daemon fonts-dejavu-core fonts-noto-cjk
 }
 
+need_for_driving() {
+    need "what clicks, reads and takes pictures on a virtual desktop" xdotool at-spi2-core python3-gi gir1.2-atspi-2.0 \
+        imagemagick
+}
+
 # build TARGET...: builds the release preset; without a target, everything.
 build() {
     local targets=()

@@ -229,9 +229,11 @@ void TestNeloMenuBarApp::otherKeysMoveInTheMenu()
 
 void TestNeloMenuBarApp::aClickOpensTheMenu()
 {
-    emit statusItem()->activated(QSystemTrayIcon::Trigger);
-    QVERIFY(menu()->isVisible());
-    menu()->hide();
+    for (const auto reason : {QSystemTrayIcon::Trigger, QSystemTrayIcon::DoubleClick}) {
+        emit statusItem()->activated(reason);
+        QVERIFY(menu()->isVisible());
+        menu()->hide();
+    }
     emit statusItem()->activated(QSystemTrayIcon::MiddleClick);
     QVERIFY(!menu()->isVisible());
 }

@@ -4,6 +4,7 @@
 #include "shell/primitives/PlaceholderInfoController.h"
 #include "support/Warnings.h"
 
+#include <QAccessible>
 #include <QGuiApplication>
 #include <QPointer>
 #include <QScreen>
@@ -23,6 +24,7 @@ private slots:
     void comesBackWhenMinimised();
     void closingHidesItAndKeepsItsContent();
     void ownsItsContent();
+    void tellsAssistiveTechnologyThatItIsAWindow();
     void aFlippedViewStartsAtTheTop();
 };
 
@@ -113,6 +115,17 @@ void TestNeloWindow::ownsItsContent()
         QCOMPARE(content->window(), &window);
     }
     QVERIFY(!content);
+}
+
+void TestNeloWindow::tellsAssistiveTechnologyThatItIsAWindow()
+{
+    NeloWindow window(QStringLiteral("Title"), {300, 200});
+    const QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(&window);
+    QCOMPARE(accessible->role(), QAccessible::Window);
+    QCOMPARE(accessible->text(QAccessible::Name), QStringLiteral("Title"));
+    window.makeKeyAndOrderFront();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QVERIFY(accessible->state().active);
 }
 
 void TestNeloWindow::aFlippedViewStartsAtTheTop()

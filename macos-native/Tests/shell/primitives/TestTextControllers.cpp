@@ -5,7 +5,6 @@
 #include "support/Warnings.h"
 
 #include <QFontDatabase>
-#include <QFontDatabase>
 #include <QPlainTextEdit>
 #include <QScrollBar>
 #include <QTest>

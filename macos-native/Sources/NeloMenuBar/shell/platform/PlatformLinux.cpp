@@ -41,7 +41,8 @@ QIcon Platform::sparklesSymbol()
 void Platform::openMenuOnClick(QSystemTrayIcon* item, QMenu* menu)
 {
     QObject::connect(item, &QSystemTrayIcon::activated, menu, [item, menu](QSystemTrayIcon::ActivationReason reason) {
-        if (reason == QSystemTrayIcon::Trigger)
+        // Two quick openings of the menu look like a double click.
+        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
             menu->popup(menuPosition(item->geometry(), menu->sizeHint()));
     });
 }

@@ -2,12 +2,25 @@
 
 #include "shell/primitives/ViewController.h"
 
+#include <QAccessibleWidget>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QVBoxLayout>
 
+namespace {
+
+/// Assistive technology looks for windows by their role; a plain widget has none.
+QAccessibleInterface* windowInterface(const QString& /*className*/, QObject* object)
+{
+    auto* window = qobject_cast<NeloWindow*>(object);
+    return window ? new QAccessibleWidget(window, QAccessible::Window) : nullptr;
+}
+
+} // namespace
+
 NeloWindow::NeloWindow(const QString& title, QSize contentSize) : QWidget(nullptr, Qt::Window)
 {
+    QAccessible::installFactory(windowInterface); // once, however often it is asked for
     setWindowTitle(title);
     setMinimumSize(contentSize);
     resize(contentSize);

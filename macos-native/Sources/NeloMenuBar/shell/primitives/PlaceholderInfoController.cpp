@@ -12,13 +12,14 @@ void PlaceholderInfoController::loadView()
 {
     auto* title = new Label(m_titleText, this);
     title->setFont(fontOfSize(font(), 18, QFont::Bold));
-    auto* body = new WrappingLabel(m_bodyText, this);
-    body->setEmphasis(Emphasis::Secondary);
-
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(24, 24, 24, 0);
     layout->setSpacing(10);
     layout->addWidget(title);
-    layout->addWidget(body);
+    if (!m_bodyText.isEmpty()) {
+        auto* body = new WrappingLabel(m_bodyText, this);
+        body->setEmphasis(Emphasis::Secondary);
+        layout->addWidget(body);
+    }
     layout->addStretch();
 }

@@ -1,0 +1,245 @@
+"""The built program as its user has it: on a virtual desktop, driven with mouse and keyboard, read through AT-SPI.
+
+To be run by scripts/virtual-desktop, with NELO_PROGRAM naming the program.
+"""
+from __future__ import annotations
+
+import os
+import re
+import signal
+import subprocess
+import tempfile
+import time
+import uuid
+from pathlib import Path
+from types import TracebackType
+from typing import Any, Callable, Iterator, NamedTuple, TypeVar
+
+import gi
+
+gi.require_version("Atspi", "2.0")
+from gi.repository import Atspi, GLib  # noqa: E402
+
+REPOSITORY = Path(__file__).resolve().parents[3]
+PATIENCE_SECONDS = 20.0
+TRAY_HEIGHT = 24
+MENU = ("Open Nelo", "Open Nelo Console", "Settings...", "Quit Nelo")
+
+Result = TypeVar("Result")
+
+
+def until(condition: Callable[[], Result], what: str, patience: float = PATIENCE_SECONDS) -> Result:
+    """Waits until `condition` gives something true, and returns it."""
+    deadline = time.monotonic() + patience
+    while True:
+        result = condition()
+        if result:
+            return result
+        if time.monotonic() > deadline:
+            raise AssertionError(f"waited {patience:g} s in vain: {what}")
+        time.sleep(0.02)
+
+
+def xdotool(*words: object) -> str:
+    done = subprocess.run(["xdotool", *map(str, words)], capture_output=True, text=True, check=False)
+    return done.stdout
+
+
+def click(x: float, y: float) -> None:
+    xdotool("mousemove", round(x), round(y), "click", 1)
+
+
+def press(*keys: str) -> None:
+    xdotool("key", "--clearmodifiers", *keys)
+
+
+def type_text(text: str) -> None:
+    xdotool("type", "--clearmodifiers", "--", text)
+
+
+def take_picture(file: Path) -> None:
+    """Writes what the whole screen shows as a PNG."""
+    file.parent.mkdir(parents=True, exist_ok=True)
+    subprocess.run(["import", "-window", "root", str(file)], check=True)
+
+
+def screen_width() -> int:
+    return int(xdotool("getdisplaygeometry").split()[0])
+
+
+class Area(NamedTuple):
+    x: int
+    y: int
+    width: int
+    height: int
+
+
+class Node:
+    """One accessible object of the program."""
+
+    def __init__(self, accessible: Any) -> None:
+        self._accessible = accessible
+
+    @property
+    def name(self) -> str:
+        return self._accessible.get_name() or ""
+
+    @property
+    def role(self) -> str:
+        return self._accessible.get_role_name()
+
+    @property
+    def description(self) -> str:
+        return self._accessible.get_description() or ""
+
+    @property
+    def is_showing(self) -> bool:
+        states = self._accessible.get_state_set()
+        return states.contains(Atspi.StateType.SHOWING) and states.contains(Atspi.StateType.VISIBLE)
+
+    @property
+    def is_focused(self) -> bool:
+        return self._accessible.get_state_set().contains(Atspi.StateType.FOCUSED)
+
+    @property
+    def is_active(self) -> bool:
+        return self._accessible.get_state_set().contains(Atspi.StateType.ACTIVE)
+
+    @property
+    def text(self) -> str:
+        return Atspi.Text.get_text(self._accessible, 0, Atspi.Text.get_character_count(self._accessible))
+
+    def children(self) -> Iterator["Node"]:
+        for index in range(self._accessible.get_child_count()):
+            child = self._accessible.get_child_at_index(index)
+            if child is not None:
+                yield Node(child)
+
+    def descendants(self) -> Iterator["Node"]:
+        for child in self.children():
+            yield child
+            yield from child.descendants()
+
+    def click(self) -> None:
+        """Clicks its middle with the mouse."""
+        area = Atspi.Component.get_extents(self._accessible, Atspi.CoordType.SCREEN)
+        click(area.x + area.width / 2, area.y + area.height / 2)
+
+    def find(self, role: str, name: str | re.Pattern[str]) -> "Node":
+        """Waits for a showing descendant of this role whose name is `name`, or matches it."""
+        wanted = name if isinstance(name, re.Pattern) else re.compile(re.escape(name) + r"\Z")
+
+        def search() -> Node | None:
+            try:
+                return next((node for node in self.descendants()
+                             if node.role == role and wanted.match(node.name) and node.is_showing), None)
+            except GLib.Error:  # it changed under our eyes
+                return None
+
+        return until(search, f"{role} {wanted.pattern!r}")
+
+
+class Nelo:
+    """The running program with a home folder of its own; leaving the context kills what is left of it."""
+
+    def __init__(self, home: Path | None = None, scale: int = 1, environment: dict[str, str] | None = None) -> None:
+        self._owned_home = tempfile.TemporaryDirectory(prefix="nelo-home-") if home is None else None
+        self.home = home or Path(self._owned_home.name)  # type: ignore[union-attr]
+        self._mark = f"NELO_TEST_RUN={uuid.uuid4()}"
+        self._scale = scale
+        name, value = self._mark.split("=")
+        self._environment = {
+            **os.environ,
+            name: value,
+            "HOME": str(self.home),
+            "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
+            "QT_SCALE_FACTOR": str(scale),
+            "XDG_RUNTIME_DIR": str(self._runtime_folder()),
+            **(environment or {}),
+        }
+        for variable in ("XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"):
+            self._environment.pop(variable, None)
+
+    def _runtime_folder(self) -> Path:
+        folder = self.home / ".runtime"
+        folder.mkdir(mode=0o700, parents=True, exist_ok=True)
+        return folder
+
+    def __enter__(self) -> "Nelo":
+        self.process = subprocess.Popen([os.environ["NELO_PROGRAM"]], cwd=REPOSITORY, env=self._environment)
+        until(self._status_item, "the status item in the tray")
+        return self
+
+    def __exit__(self, kind: type[BaseException] | None, error: BaseException | None, trace: TracebackType | None) -> None:
+        for process_id in self.processes():
+            os.kill(process_id, signal.SIGKILL)
+        self.process.wait()
+        if self._owned_home:
+            self._owned_home.cleanup()
+
+    def processes(self) -> list[int]:
+        """The ids of every process that descends from this run, however it was started."""
+        found = []
+        for folder in Path("/proc").iterdir():
+            if not folder.name.isdigit():
+                continue
+            try:
+                if self._mark.encode() in (folder / "environ").read_bytes().split(b"\0"):
+                    found.append(int(folder.name))
+            except OSError:
+                continue  # it ended, or is not ours to look at
+        return found
+
+    def helpers(self) -> list[int]:
+        return [process_id for process_id in self.processes() if process_id != self.process.pid]
+
+    @property
+    def accessible(self) -> Node:
+        def search() -> Node | None:
+            desktop = Atspi.get_desktop(0)
+            for index in range(desktop.get_child_count()):
+                application = desktop.get_child_at_index(index)
+                if application is not None and application.get_process_id() == self.process.pid:
+                    return Node(application)
+            return None
+
+        return until(search, "the program on the accessibility bus")
+
+    def _visible_windows(self) -> list[Area]:
+        """Where the program's windows are, icon and menu included."""
+        areas = []
+        for window in xdotool("search", "--onlyvisible", "--class", "NeloMenuBar").split():
+            numbers = re.findall(r"\d+", xdotool("getwindowgeometry", "--shell", window))
+            if len(numbers) == 6:  # window, x, y, width, height, screen; nothing once it is gone
+                areas.append(Area(*map(int, numbers[1:5])))
+        return areas
+
+    def _status_item(self) -> Area | None:
+        """The icon in the tray, at the top right of the screen."""
+        return next((area for area in self._visible_windows()
+                     if area.y + area.height <= TRAY_HEIGHT and area.x > screen_width() / 2), None)
+
+    def open_menu(self) -> None:
+        """Clicks the status item. The menu itself is in no accessible tree: Qt leaves pop-ups out of it."""
+        item = until(self._status_item, "the status item in the tray")
+        click(item.x + item.width / 2, item.y + item.height / 2)
+        until(self._menu_is_open, "the status menu")
+
+    def _menu_is_open(self) -> bool:
+        return any(TRAY_HEIGHT < area.width / self._scale < 600 for area in self._visible_windows())  # no window is as narrow
+
+    def choose(self, item: str) -> None:
+        """Picks an item of the status menu."""
+        self.open_menu()
+        press(*["Down"] * (MENU.index(item) + 1), "Return")
+
+    def window(self, title: str) -> Node:
+        """Waits for a window, in front."""
+        window = self.accessible.find("frame", title)
+        until(lambda: window.is_active, f"{title} in front")
+        return window
+
+    def quit(self) -> int:
+        """Chooses Quit Nelo and returns the program's exit status."""
+        self.choose("Quit Nelo")
+        return self.process.wait(PATIENCE_SECONDS)
