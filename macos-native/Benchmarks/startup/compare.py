@@ -1,0 +1,92 @@
+"""Start-up and idle memory of the program against a bare Qt tray program with the same menu.
+
+Runs of the two alternate on one core of a virtual desktop. From exec to the status icon embedded in the tray, and the
+proportional set size and private dirty memory after it has settled; ratios as minimum, median and maximum.
+"""
+from __future__ import annotations
+
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import time
+from pathlib import Path
+from statistics import median
+
+import Xlib.display  # python3-xlib
+import Xlib.X
+
+ROUNDS = 15
+SETTLED_SECONDS = 1.5
+
+
+class Tray:
+    """Tells when an icon is embedded: the tray's window then has one descendant more."""
+
+    def __init__(self) -> None:
+        self._display = Xlib.display.Display()
+        selection = self._display.intern_atom("_NET_SYSTEM_TRAY_S0")
+        self._window = self._display.get_selection_owner(selection)
+
+    def await_icon(self, process: subprocess.Popen[bytes]) -> None:
+        while not self._holds_icon():
+            if process.poll() is not None:
+                raise RuntimeError("the program ended")
+            time.sleep(0.0002)
+
+    def await_none(self) -> None:
+        while self._holds_icon():
+            time.sleep(0.005)
+
+    def _holds_icon(self) -> bool:
+        root = self._display.screen().root
+        for window in root.query_tree().children:
+            try:
+                geometry = window.get_geometry()
+                if geometry.y == 0 and geometry.height == 24 and geometry.width >= 24 \
+                        and window.get_attributes().map_state == Xlib.X.IsViewable:
+                    return True
+            except Xlib.error.XError:
+                continue
+        return False
+
+
+def memory(process_id: int) -> tuple[int, int]:
+    """PSS and private dirty memory in kB."""
+    text = Path(f"/proc/{process_id}/smaps_rollup").read_text()
+    return (int(re.search(r"^Pss: +(\d+)", text, re.M)[1]), int(re.search(r"^Private_Dirty: +(\d+)", text, re.M)[1]))
+
+
+def run(program: str, tray: Tray) -> tuple[float, int, int]:
+    with tempfile.TemporaryDirectory() as home:
+        start = time.perf_counter()
+        process = subprocess.Popen([program], cwd="/", env={**os.environ, "HOME": home})
+        tray.await_icon(process)
+        seconds = time.perf_counter() - start
+        time.sleep(SETTLED_SECONDS)
+        figures = memory(process.pid)
+        process.kill()
+        process.wait()
+        tray.await_none()
+    return seconds, *figures
+
+
+def main(ours: str, bare: str) -> None:
+    os.sched_setaffinity(0, {0})
+    tray = Tray()
+    run(ours, tray), run(bare, tray)  # both sides warm
+    pairs = []
+    for round_number in range(ROUNDS):
+        if round_number % 2:
+            b, a = run(bare, tray), run(ours, tray)
+        else:
+            a, b = run(ours, tray), run(bare, tray)
+        pairs.append((a, b))
+    for index, name in enumerate(("exec to embedded icon", "idle PSS", "idle private dirty")):
+        ratios = [a[index] / b[index] for a, b in pairs]
+        print(f"{name:<28} {median(ratios):.2f} ({min(ratios):.2f} to {max(ratios):.2f})")
+
+
+if __name__ == "__main__":
+    main(sys.argv[1], sys.argv[2])
