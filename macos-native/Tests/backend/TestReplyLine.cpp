@@ -19,6 +19,7 @@ private slots:
     void textThatDoesNotParseDropsTheHelper();
     void aResultKeepsItsNumbersAndOrder();
     void nestingBeyondTheBoundIsAnError();
+    void oneReaderReadsManyLines();
     void publicParserTextsAsResults_data();
     void publicParserTextsAsResults();
     void publicParserTextsAsReplies_data();
@@ -112,7 +113,7 @@ void TestReplyLine::meansWhatTheTableSays()
 {
     QFETCH(QByteArray, line);
     QFETCH(QByteArray, text);
-    const ReplyMeaning meaning = interpretReplyLine(line.toStdString());
+    const ReplyMeaning meaning = ReplyReader().interpret(line.toStdString());
     QCOMPARE(QByteArray::fromStdString(meaning.text), text);
     QCOMPARE(meaning.helper, ReplyMeaning::Helper::Keep);
 }
@@ -136,7 +137,7 @@ void TestReplyLine::textThatDoesNotParseDropsTheHelper_data()
 void TestReplyLine::textThatDoesNotParseDropsTheHelper()
 {
     QFETCH(QByteArray, line);
-    const ReplyMeaning meaning = interpretReplyLine(line.toStdString());
+    const ReplyMeaning meaning = ReplyReader().interpret(line.toStdString());
     QVERIFY(isParserError(meaning));
     QVERIFY(meaning.text.size() > errorText({}).size()); // it says why
     QCOMPARE(meaning.helper, ReplyMeaning::Helper::Drop);
@@ -146,7 +147,7 @@ void TestReplyLine::aResultKeepsItsNumbersAndOrder()
 {
     const std::string result = R"({"z":1,"a":1.0,"big":18446744073709551615,"small":-9223372036854775808,)"
                                R"("third":0.1,"tiny":5e-324,"list":[3,2,1],"deep":{"y":null,"b":false}})";
-    QCOMPARE(interpretReplyLine(R"({"ok": true, "result": )" + result + "}").text, result);
+    QCOMPARE(ReplyReader().interpret(R"({"ok": true, "result": )" + result + "}").text, result);
 }
 
 void TestReplyLine::nestingBeyondTheBoundIsAnError()
@@ -155,9 +156,20 @@ void TestReplyLine::nestingBeyondTheBoundIsAnError()
         const auto brackets = static_cast<std::size_t>(depth - 1); // the reply is one level itself
         return R"({"ok":true,"result":)" + std::string(brackets, '[') + std::string(brackets, ']') + '}';
     };
-    QVERIFY(!isParserError(interpretReplyLine(reply(BackendReply::maximumDepth - 1))));
-    QVERIFY(isParserError(interpretReplyLine(reply(BackendReply::maximumDepth + 1))));
-    QVERIFY(isParserError(interpretReplyLine(reply(100'000))));
+    QVERIFY(!isParserError(ReplyReader().interpret(reply(BackendReply::maximumDepth - 1))));
+    QVERIFY(isParserError(ReplyReader().interpret(reply(BackendReply::maximumDepth + 1))));
+    QVERIFY(isParserError(ReplyReader().interpret(reply(100'000))));
+}
+
+void TestReplyLine::oneReaderReadsManyLines()
+{
+    ReplyReader reader;
+    for (const std::size_t length : {10U, 3'000'000U, 100U, 10'000U, 0U}) {
+        const std::string text(length, 'x');
+        QCOMPARE(reader.interpret(R"({"ok":true,"result":")" + text + "\"}").text, '"' + text + '"');
+        QVERIFY(isParserError(reader.interpret("{")));
+        QVERIFY(isParserError(reader.interpret(std::string(600, '['))));
+    }
 }
 
 void TestReplyLine::publicParserTextsAsResults_data()
@@ -169,7 +181,7 @@ void TestReplyLine::publicParserTextsAsResults()
 {
     QFETCH(QByteArray, text);
     const QByteArray name(QTest::currentDataTag());
-    const ReplyMeaning meaning = interpretReplyLine(R"({"ok":true,"result":)" + text.toStdString() + '}');
+    const ReplyMeaning meaning = ReplyReader().interpret(R"({"ok":true,"result":)" + text.toStdString() + '}');
     if (name.startsWith("y_"))
         QVERIFY2(!isParserError(meaning), meaning.text.c_str());
     if (name.startsWith("n_"))
@@ -185,7 +197,7 @@ void TestReplyLine::publicParserTextsAsReplies()
 {
     QFETCH(QByteArray, text);
     // None of the texts has "ok", so each is an error of one kind or another.
-    const ReplyMeaning meaning = interpretReplyLine(text.toStdString());
+    const ReplyMeaning meaning = ReplyReader().interpret(text.toStdString());
     QVERIFY(isParserError(meaning));
     if (QByteArray(QTest::currentDataTag()).startsWith("n_"))
         QCOMPARE(meaning.helper, ReplyMeaning::Helper::Drop);

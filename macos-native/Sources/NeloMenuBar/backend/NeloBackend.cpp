@@ -23,6 +23,7 @@ struct Bridge
     std::mutex lock;
     ChildReaper reaper; // outlives the helper, which leaves its process to it
     std::optional<HelperProcess> helper;
+    ReplyReader reader;
 };
 
 Bridge& bridge()
@@ -51,22 +52,45 @@ std::error_code ensureHelper(Bridge& state)
     return {};
 }
 
-/// One exchange with a helper that is there. A failure leaves the decision about the helper in the result.
-ReplyMeaning exchange(HelperProcess& helper, const std::string& request)
+/// A compact JSON object and a line feed. Written piece by piece: a tree of it would copy every argument first.
+std::string requestLine(std::string_view function, const std::vector<Json>& args)
 {
-    constexpr auto drop = ReplyMeaning::Helper::Drop;
-    const std::string terminated = errorText("backend helper terminated");
-
-    if (const std::error_code failure = helper.write(request)) {
-        // A helper that reads no more is over, whether we learn it while writing or, an instant later, while reading.
-        return {failure == std::errc::broken_pipe ? terminated : errorText(failure.message()), drop};
+    std::string line = R"({"function":)";
+    line += Json(function).dump();
+    line += R"(,"args":)";
+    char separator = '[';
+    for (const Json& arg : args) {
+        line += separator;
+        line += arg.dump();
+        separator = ',';
     }
-    const HelperProcess::Line line = helper.readLine();
+    line += args.empty() ? "[]}\n" : "]}\n";
+    return line;
+}
+
+ReplyMeaning terminated()
+{
+    return {errorText("backend helper terminated"), ReplyMeaning::Helper::Drop};
+}
+
+ReplyMeaning broken(const std::error_code& failure)
+{
+    return {errorText(failure.message()), ReplyMeaning::Helper::Drop};
+}
+
+/// One exchange with the helper that is there.
+ReplyMeaning ask(Bridge& state, const std::string& request)
+{
+    if (const std::error_code failure = state.helper->write(request)) {
+        // A helper that reads no more is over, whether we learn it while writing or, an instant later, while reading.
+        return failure == std::errc::broken_pipe ? terminated() : broken(failure);
+    }
+    const HelperProcess::Line line = state.helper->readLine();
     if (std::holds_alternative<HelperProcess::EndOfOutput>(line))
-        return {terminated, drop};
+        return terminated();
     if (const auto* failure = std::get_if<std::error_code>(&line))
-        return {errorText(failure->message()), drop};
-    return interpretReplyLine(std::get<std::string>(line));
+        return broken(*failure);
+    return state.reader.interpret(std::get<std::string>(line));
 }
 
 } // namespace
@@ -78,8 +102,7 @@ std::string NeloBackend::call(std::string_view function, const std::vector<Json>
     try {
         if (const std::error_code failure = ensureHelper(state))
             return errorText(failure.message());
-        const std::string request = Json{{"function", function}, {"args", args}}.dump() + '\n';
-        ReplyMeaning meaning = exchange(*state.helper, request);
+        ReplyMeaning meaning = ask(state, requestLine(function, args));
         if (meaning.helper == ReplyMeaning::Helper::Drop)
             state.helper.reset();
         return std::move(meaning.text);

@@ -4,6 +4,7 @@
 
 #include <simdjson.h>
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
 
@@ -11,6 +12,8 @@ namespace {
 
 using simdjson::dom::element;
 using simdjson::dom::object;
+
+constexpr std::size_t smallestCapacity = 4096; // of the parser, in bytes of text
 
 /// The values that a reply may carry. Where a key stands twice, the last counts, as it does in Python.
 struct Reply
@@ -41,7 +44,36 @@ bool isTrue(const std::optional<element>& value)
 
 std::string descriptionOf(const element& error)
 {
-    return textOf(Json::parse(simdjson::minify(error), nullptr, false)).toStdString();
+    return textOf(Json::parse(simdjson::to_string(error), nullptr, false)).toStdString();
+}
+
+ReplyMeaning invalid()
+{
+    return {errorText("invalid backend helper response")};
+}
+
+ReplyMeaning unparsable(simdjson::error_code failure)
+{
+    return {errorText(simdjson::error_message(failure)), ReplyMeaning::Helper::Drop};
+}
+
+ReplyMeaning interpretText(simdjson::dom::parser& parser, const std::string& text)
+{
+    if (parser.capacity() < text.size()) {
+        if (const auto failure = parser.allocate(std::max(text.size(), smallestCapacity), BackendReply::maximumDepth))
+            return unparsable(failure);
+    }
+    element root;
+    if (const auto failure = parser.parse(text).get(root))
+        return unparsable(failure);
+    object members;
+    if (root.get(members) != simdjson::SUCCESS)
+        return invalid();
+
+    const Reply reply = replyIn(members);
+    if (isTrue(reply.ok))
+        return {reply.result ? simdjson::to_string(*reply.result) : "{}"};
+    return {errorText(reply.error ? descriptionOf(*reply.error) : "unknown")};
 }
 
 } // namespace
@@ -51,24 +83,25 @@ std::string errorText(const std::string& reason)
     return "ERROR: " + reason;
 }
 
-ReplyMeaning interpretReplyLine(const std::string& line)
+struct ReplyReader::Parser
 {
-    const ReplyMeaning invalid{errorText("invalid backend helper response")};
+    static constexpr std::size_t largestKept = 1'000'000; // bytes of text: the buffers of a long reply are not kept
+
+    simdjson::dom::parser dom;
+};
+
+ReplyReader::ReplyReader() = default;
+
+ReplyReader::~ReplyReader() = default;
+
+ReplyMeaning ReplyReader::interpret(const std::string& line)
+{
     if (!simdjson::validate_utf8(line))
-        return invalid;
-
-    simdjson::dom::parser parser;
-    if (const auto failure = parser.allocate(line.size(), BackendReply::maximumDepth))
-        return {errorText(simdjson::error_message(failure)), ReplyMeaning::Helper::Drop};
-    element root;
-    if (const auto failure = parser.parse(line).get(root))
-        return {errorText(simdjson::error_message(failure)), ReplyMeaning::Helper::Drop};
-    object members;
-    if (root.get(members) != simdjson::SUCCESS)
-        return invalid;
-
-    const Reply reply = replyIn(members);
-    if (isTrue(reply.ok))
-        return {reply.result ? simdjson::minify(*reply.result) : "{}"};
-    return {errorText(reply.error ? descriptionOf(*reply.error) : "unknown")};
+        return invalid();
+    if (!m_parser)
+        m_parser = std::make_unique<Parser>();
+    ReplyMeaning meaning = interpretText(m_parser->dom, line);
+    if (line.size() > Parser::largestKept)
+        m_parser.reset();
+    return meaning;
 }

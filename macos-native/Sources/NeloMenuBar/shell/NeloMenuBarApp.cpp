@@ -15,7 +15,10 @@ using ActivationPolicy = Platform::ActivationPolicy;
 
 namespace {
 
-const QString productName = QStringLiteral("Nelo");
+QString productName()
+{
+    return QStringLiteral("Nelo");
+}
 
 std::unique_ptr<NeloWindow> makeWindow(const QString& title, QSize contentSize, ViewController* controller)
 {
@@ -53,7 +56,7 @@ void NeloMenuBarApp::applicationDidFinishLaunching()
     const QIcon image = menuBarImage();
     m_statusItem = new QSystemTrayIcon(image.isNull() ? Platform::sparklesSymbol() : image, this);
     m_statusItem->setObjectName(QStringLiteral("statusItem"));
-    m_statusItem->setToolTip(productName);
+    m_statusItem->setToolTip(productName());
     m_statusItem->setContextMenu(m_menu.get());
     Platform::openMenuOnClick(m_statusItem, m_menu.get());
     m_statusItem->show();
@@ -67,7 +70,7 @@ void NeloMenuBarApp::applicationWillTerminate()
 void NeloMenuBarApp::openNelo()
 {
     if (!m_chatWindow)
-        m_chatWindow = makeWindow(productName, {980, 740}, new PlaceholderInfoController(productName));
+        m_chatWindow = makeWindow(productName(), {980, 740}, new PlaceholderInfoController(productName()));
     bringForward(*m_chatWindow);
 }
 

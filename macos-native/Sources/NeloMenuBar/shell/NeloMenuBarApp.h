@@ -16,6 +16,8 @@ class NeloMenuBarApp final : public QObject
 
 public:
     explicit NeloMenuBarApp(QObject* parent = nullptr);
+    NeloMenuBarApp(const NeloMenuBarApp&) = delete;
+    NeloMenuBarApp& operator=(const NeloMenuBarApp&) = delete;
     ~NeloMenuBarApp() override;
 
     /// Builds the status item and its menu. Nothing else starts: no window, no helper, no file but the custom image is

@@ -17,7 +17,7 @@ QPoint menuPosition(const QRect& icon, const QSize& menu)
     if (!icon.isValid())
         return QCursor::pos();
     const QScreen* screen = QGuiApplication::screenAt(icon.center());
-    const bool isLow = screen && icon.center().y() > screen->geometry().center().y();
+    const bool isLow = screen != nullptr && icon.center().y() > screen->geometry().center().y();
     return isLow ? icon.topLeft() - QPoint(0, menu.height()) : icon.bottomLeft() + QPoint(0, 1);
 }
 

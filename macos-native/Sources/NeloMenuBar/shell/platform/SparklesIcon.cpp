@@ -12,7 +12,7 @@ namespace {
 struct Star
 {
     QPointF centre;
-    double ray;
+    double ray = 0;
 };
 
 constexpr std::array<Star, 3> stars{{{{0.42, 0.55}, 0.40}, {{0.80, 0.22}, 0.20}, {{0.82, 0.80}, 0.15}}};
