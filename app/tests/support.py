@@ -2,13 +2,20 @@
 
 from __future__ import annotations
 
+import contextlib
 import os
+import resource
 import shutil
+import stat
 import tempfile
+import time
 import unittest
+from collections.abc import Callable, Iterator
 from unittest import mock
 
 from app import programs
+
+NOBODY = 65534
 
 
 class HomeTestCase(unittest.TestCase):
@@ -17,6 +24,7 @@ class HomeTestCase(unittest.TestCase):
     def setUp(self) -> None:
         self.home = os.path.realpath(tempfile.mkdtemp(prefix="nelo-test-"))
         self.addCleanup(shutil.rmtree, self.home, ignore_errors=True)
+        os.chmod(self.home, 0o755)
         self.set_environment(HOME=self.home, PATH="/usr/bin:/bin")
         for name in ("XDG_DATA_HOME", "XDG_DATA_DIRS"):
             self.set_environment(**{name: os.path.join(self.home, name)})
@@ -52,3 +60,72 @@ class HomeTestCase(unittest.TestCase):
     def read(self, name: str) -> str:
         with open(self.path(name), encoding="utf-8") as file:
             return file.read()
+
+    def write(self, name: str, content: str) -> None:
+        """Replace the content of a file that exists, in place."""
+        with open(self.path(name), "w", encoding="utf-8") as file:
+            file.write(content)
+
+    def mode(self, name: str) -> int:
+        return stat.S_IMODE(os.stat(self.path(name)).st_mode)
+
+    def files_below(self, name: str = "") -> list[str]:
+        """Every file and link below a folder of the home folder, by its path from there; lock files apart."""
+        top = self.path(name)
+        found = []
+        for folder, folders, files in os.walk(top):
+            links = [it for it in folders if os.path.islink(os.path.join(folder, it))]
+            found += [os.path.relpath(os.path.join(folder, it), top) for it in [*files, *links]]
+        return sorted(it for it in found if os.path.basename(it) != "backend.lock")
+
+    @contextlib.contextmanager
+    def full_disk(self, room: int = 0) -> Iterator[None]:
+        """Let no file grow past `room` bytes: a longer write is cut short, and the next one fails."""
+        soft, hard = resource.getrlimit(resource.RLIMIT_FSIZE)
+        resource.setrlimit(resource.RLIMIT_FSIZE, (room, hard))
+        try:
+            yield
+        finally:
+            resource.setrlimit(resource.RLIMIT_FSIZE, (soft, hard))
+
+    @contextlib.contextmanager
+    def read_only(self, name: str = "") -> Iterator[None]:
+        """Take away the right to write in a folder. Root could write all the same, so it becomes somebody else."""
+        top = self.path(name)
+        if os.geteuid() == 0:
+            for folder, _, files in os.walk(self.home):
+                for path in [folder, *(os.path.join(folder, it) for it in files)]:
+                    os.chown(path, NOBODY, NOBODY, follow_symlinks=False)
+        os.chmod(top, 0o555)
+        is_root = os.geteuid() == 0
+        if is_root:
+            os.seteuid(NOBODY)
+        try:
+            yield
+        finally:
+            if is_root:
+                os.seteuid(0)
+            os.chmod(top, 0o755)
+
+
+def wait_for(condition: Callable[[], object], seconds: float = 10) -> bool:
+    """Wait until a condition holds, and say whether it came to hold."""
+    deadline = time.monotonic() + seconds
+    while not condition():
+        if time.monotonic() > deadline:
+            return False
+        time.sleep(0.005)
+    return True
+
+
+def is_gone(pid: int) -> bool:
+    """Whether a process has ended. A zombie of ours is still there; somebody else's zombie is not our matter."""
+    try:
+        os.kill(pid, 0)
+        with open(f"/proc/{pid}/stat", encoding="ascii", errors="replace") as file:
+            state, parent = file.read().rpartition(")")[2].split()[:2]
+    except ProcessLookupError:
+        return True
+    except FileNotFoundError:
+        return False
+    return state == "Z" and int(parent) != os.getpid()

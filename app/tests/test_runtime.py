@@ -8,31 +8,7 @@ import time
 
 import app
 from app import programs, runtime
-from app.tests.support import HomeTestCase
-
-
-def wait_until_gone(pid: int) -> bool:
-    """Whether the process ends within five seconds; a zombie of ours counts as there."""
-    deadline = time.monotonic() + 5
-    while time.monotonic() < deadline:
-        try:
-            os.kill(pid, 0)
-        except ProcessLookupError:
-            return True
-        if orphan_is_dead(pid):
-            return True
-        time.sleep(0.01)
-    return False
-
-
-def orphan_is_dead(pid: int) -> bool:
-    """Whether a process that is not our child has ended and merely waits for whoever inherited it."""
-    try:
-        with open(f"/proc/{pid}/stat", encoding="ascii", errors="replace") as file:
-            state, parent = file.read().rpartition(")")[2].split()[:2]
-    except OSError:
-        return False
-    return state == "Z" and int(parent) != os.getpid()
+from app.tests.support import HomeTestCase, is_gone, wait_for
 
 
 class RuntimeStatusTest(HomeTestCase):
@@ -192,7 +168,7 @@ class VersionTest(HomeTestCase):
         self.assertIsNone(self.version_said_by(f"sleep 60 & echo $! $$ > {pids}.new; mv {pids}.new {pids}; wait"))
         self.assertLess(time.monotonic() - started, 4)
         for pid in self.read("pids").split():
-            self.assertTrue(wait_until_gone(int(pid)), f"process {pid} is still there")
+            self.assertTrue(wait_for(lambda: is_gone(int(pid))), f"process {pid} is still there")
 
     def test_a_program_that_closes_its_output_and_hangs_is_killed(self) -> None:
         self.replace(runtime, "VERSION_SECONDS", 0.3)
@@ -202,7 +178,7 @@ class VersionTest(HomeTestCase):
         self.replace(runtime, "VERSION_SECONDS", 0.5)
         pids = self.path("pids")
         self.assertEqual(self.version_said_by(f"sleep 60 & echo $! > {pids}; echo 1.2"), "1.2")
-        self.assertTrue(wait_until_gone(int(self.read("pids"))))
+        self.assertTrue(wait_for(lambda: is_gone(int(self.read("pids")))))
 
     def test_no_child_and_no_descriptor_is_left_after_many_questions(self) -> None:
         self.make_program("bin/openclaw", "exit 1")

@@ -1,0 +1,70 @@
+"""Checking what the caller passed: each check answers the value, or raises a `BackendError` that says what to change."""
+
+from __future__ import annotations
+
+from . import paths
+from .errors import BackendError
+
+_NAME_BYTES = 255
+_SHOWN_LENGTH = 60
+
+
+def text(value: object, what: str) -> str:
+    """A text as it is. `what` names it in the sentence, for example "agent's name"."""
+    if not isinstance(value, str):
+        raise BackendError(f"The {what} must be text.")
+    try:
+        value.encode()
+    except UnicodeEncodeError as error:
+        raise BackendError(f"The {what} holds half a character.") from error
+    return value
+
+
+def filled_text(value: object, what: str) -> str:
+    """A text that says something, without white space at its ends."""
+    answer = text(value, what).strip()
+    if not answer:
+        raise BackendError(f"The {what} is empty.")
+    return answer
+
+
+def ecosystem(value: object) -> str:
+    """One of the known ecosystems, compared exactly."""
+    if value not in paths.ECOSYSTEMS:
+        raise BackendError(f"{quoted(value)} is no known ecosystem. Choose {', '.join(paths.ECOSYSTEMS)}.")
+    return str(value)
+
+
+def folder_name(value: object, what: str) -> str:
+    """A text that can be the name of one visible folder, and so can never lead out of the folder above it."""
+    name = text(value, what)
+    problem = folder_name_problem(name)
+    if problem:
+        raise BackendError(f"The {what} {quoted(name)} {problem}." if name else f"The {what} {problem}.")
+    return name
+
+
+def folder_name_problem(name: str) -> str:
+    """Why `name` cannot be the name of one visible folder, as the end of a sentence; nothing when it can."""
+    if not name:
+        return "is empty"
+    if "/" in name or name.startswith("."):
+        return "may not hold a slash or begin with a dot"
+    if any(ord(character) < 32 or ord(character) == 127 for character in name):
+        return "may not hold control characters"
+    try:
+        length = len(name.encode())
+    except UnicodeEncodeError:
+        return "is not text"  # a folder whose name is not UTF-8; JSON cannot carry it
+    return f"is longer than {_NAME_BYTES} bytes" if length > _NAME_BYTES else ""
+
+
+def quoted(value: object) -> str:
+    """A value in double quotes for a sentence."""
+    return f'"{shortened(value)}"'
+
+
+def shortened(value: object) -> str:
+    """The text of a value on one line, cut where it would drown the sentence that names it."""
+    shown = "".join(character if character.isprintable() else "\ufffd" for character in str(value))
+    return shown if len(shown) <= _SHOWN_LENGTH else shown[: _SHOWN_LENGTH - 1] + "…"

@@ -1,0 +1,92 @@
+"""JSON documents on disk. A document that we do not understand is never lost."""
+
+from __future__ import annotations
+
+import contextlib
+import json
+import math
+from collections.abc import Iterator
+
+from . import files, paths
+from .errors import explained
+
+
+def parse_json(text: bytes) -> object:
+    """The value of a JSON text. Raises `ValueError` for everything that JSON in UTF-8 cannot carry onward.
+
+    That includes what Python's parser takes beyond JSON: NaN, numbers too large for a double, halves of surrogate
+    pairs, and nesting that it cannot follow.
+    """
+    try:
+        value: object = json.loads(text.decode("utf-8-sig"), parse_constant=_finite, parse_float=_finite)
+    except RecursionError as error:
+        raise ValueError("nested too deep") from error
+    if b"\\u" in text:
+        json.dumps(value, ensure_ascii=False).encode()
+    return value
+
+
+def format_json(value: object) -> bytes:
+    """A JSON text for people to read, with a final line feed."""
+    return json.dumps(value, ensure_ascii=False, indent=2).encode() + b"\n"
+
+
+class Collection:
+    """A file of ours in `~/.nelo` that holds a list of objects under one key.
+
+    Whatever else the file holds, unknown keys and entries included, survives every change. A file that is not JSON, or
+    has another shape, reads as an empty list, and is kept beside itself before the first change replaces it.
+    """
+
+    def __init__(self, name: str, key: str) -> None:
+        self._name = name
+        self._key = key
+
+    @property
+    def path(self) -> str:
+        return paths.nelo_file(self._name)
+
+    def entries(self) -> list[object]:
+        """The entries as they are now. Raises `BackendError` when the file exists and cannot be read."""
+        return self._understood(self._read())[1]
+
+    @contextlib.contextmanager
+    def changing(self) -> Iterator[list[object]]:
+        """Hold the lock and give the entries to the block, which changes the list; then save it.
+
+        An exception in the block leaves the file as it was. Raises `BackendError` when reading or saving fails.
+        """
+        with files.exclusive():
+            content = self._read()
+            document, entries = self._understood(content)
+            yield entries
+            with explained(f"Cannot save {self.path}"):
+                if content is not None and document is None:
+                    files.keep_copy(self.path, content, "unreadable")
+                files.replace_file(self.path, format_json({"version": 1, **(document or {}), self._key: entries}))
+
+    def _read(self) -> bytes | None:
+        with explained(f"Cannot read {self.path}"):
+            return files.read_file(self.path)
+
+    def _understood(self, content: bytes | None) -> tuple[dict[str, object] | None, list[object]]:
+        """The document and its entries; no document when the content is missing or has another shape."""
+        document = parse_object(content)
+        entries = document.get(self._key) if document is not None else None
+        return (document, entries) if isinstance(entries, list) else (None, [])
+
+
+def parse_object(content: bytes | None) -> dict[str, object] | None:
+    """The JSON object that `content` is, or None when it is anything else."""
+    try:
+        value = parse_json(content or b"")
+    except ValueError:
+        return None
+    return value if isinstance(value, dict) else None
+
+
+def _finite(number: str) -> float:
+    value = float(number)
+    if not math.isfinite(value):
+        raise ValueError(f"{number} is not a JSON number")
+    return value

@@ -1,0 +1,147 @@
+"""Files and folders that only their owner may read, replaced whole or not at all."""
+
+from __future__ import annotations
+
+import contextlib
+import errno
+import fcntl
+import os
+import stat
+import time
+from collections.abc import Iterator
+
+from . import paths
+from .errors import explained
+
+OTHERS = 0o007
+"""The permission bits of everybody."""
+
+GROUP_AND_OTHERS = 0o077
+"""The permission bits of everybody but the owner."""
+
+
+def read_file(path: str) -> bytes | None:
+    """The content of a file, or None when there is none. Raises `OSError` for what cannot be read.
+
+    Only a regular file is read: a pipe in its place would block for ever.
+    """
+    try:
+        descriptor = os.open(path, os.O_RDONLY | os.O_NONBLOCK | os.O_CLOEXEC)
+    except FileNotFoundError:
+        return None
+    with open(descriptor, "rb") as file:
+        if not stat.S_ISREG(os.fstat(descriptor).st_mode):
+            raise OSError(errno.EINVAL, "it is not a regular file")
+        return file.read()
+
+
+def replace_file(path: str, content: bytes, forbidden: int = 0) -> None:
+    """Give a file new content: a reader sees the old or the new, and a failure leaves the old.
+
+    The file keeps its mode, without the bits of `forbidden`, and its owner where the system allows it; a symbolic link
+    stays a link. A file that did not exist is readable by its owner only, and so are the folders made for it. Raises
+    `OSError`.
+    """
+    target = os.path.realpath(path)
+    folder = os.path.dirname(target)
+    make_private_folder(folder)
+    temporary = unused_name(folder, ".writing")
+    _write_new(temporary, content, _status(target), forbidden)
+    try:
+        os.replace(temporary, target)
+    except OSError:
+        os.unlink(temporary)
+        raise
+
+
+def keep_copy(path: str, content: bytes, label: str, forbidden: int = 0) -> str:
+    """Keep `content`, which was read from `path`, beside it under a stamped name; answer the copy's path.
+
+    The name is the path, the label and the local time, for example "config.json.bak.20250101-093000". The copy is no
+    more readable than the file. Raises `OSError`.
+    """
+    name = f"{path}.{label}.{time.strftime('%Y%m%d-%H%M%S')}"
+    copy = name
+    number = 1
+    while True:
+        try:
+            _write_new(copy, content, _status(path), forbidden)
+            return copy
+        except FileExistsError:
+            number += 1
+            copy = f"{name}-{number}"
+
+
+def make_private_folder(path: str) -> bool:
+    """Make sure that a folder exists; what is missing is made for the owner only. True when it was made now."""
+    if os.path.isdir(path):
+        return False
+    parent = os.path.dirname(path)
+    if parent != path:
+        make_private_folder(parent)
+    try:
+        os.mkdir(path, 0o700)
+    except FileExistsError:
+        if os.path.isdir(path):
+            return False  # another process was faster
+        raise
+    return True
+
+
+def unused_name(folder: str, prefix: str) -> str:
+    """A path in `folder` that nobody else uses. The prefix begins with a dot, so that no listing shows it."""
+    return os.path.join(folder, f"{prefix}-{os.urandom(8).hex()}")
+
+
+@contextlib.contextmanager
+def exclusive() -> Iterator[None]:
+    """Hold the one lock under which everything of ours is changed, against threads and other processes alike.
+
+    The system gives the lock back when its holder dies. It is not to be taken twice.
+    """
+    path = paths.nelo_file("backend.lock")
+    with explained(f"Cannot write in {os.path.dirname(path)}"):
+        make_private_folder(os.path.dirname(path))
+        descriptor = os.open(path, os.O_RDWR | os.O_CREAT | os.O_CLOEXEC, 0o600)
+    try:
+        with explained(f"Cannot lock {path}"):
+            fcntl.flock(descriptor, fcntl.LOCK_EX)
+        yield
+    finally:
+        os.close(descriptor)
+
+
+def iso_time(seconds: float) -> str:
+    """A moment as ISO 8601 in UTC, to the second."""
+    return time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(seconds))
+
+
+def _status(path: str) -> os.stat_result | None:
+    try:
+        return os.stat(path)
+    except FileNotFoundError:
+        return None
+
+
+def _write_new(path: str, content: bytes, model: os.stat_result | None, forbidden: int) -> None:
+    """Write a file that does not exist yet, with the mode and owner of `model`; a failure leaves no file."""
+    descriptor = os.open(path, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o600)
+    try:
+        with open(descriptor, "wb") as file:
+            file.write(content)
+            file.flush()
+            if model is not None:
+                _take_over(descriptor, model, forbidden)
+            os.fsync(descriptor)
+    except BaseException:
+        os.unlink(path)
+        raise
+
+
+def _take_over(descriptor: int, model: os.stat_result, forbidden: int) -> None:
+    """Take over the owner and the mode. The owner first: changing it clears bits of the mode."""
+    own = os.fstat(descriptor)
+    if (own.st_uid, own.st_gid) != (model.st_uid, model.st_gid):
+        with contextlib.suppress(PermissionError):
+            os.fchown(descriptor, model.st_uid, model.st_gid)
+    os.fchmod(descriptor, stat.S_IMODE(model.st_mode) & ~forbidden)

@@ -1,0 +1,155 @@
+"""Files that are replaced whole or not at all."""
+
+from __future__ import annotations
+
+import errno
+import os
+import signal
+import subprocess
+import sys
+import threading
+from unittest import mock
+
+from app import files
+from app.tests.support import HomeTestCase, wait_for
+
+
+class ReplaceFileTest(HomeTestCase):
+    def test_a_new_file_and_its_new_folders_belong_to_their_owner_only(self) -> None:
+        files.replace_file(self.path("a/b/file"), b"content")
+        self.assertEqual(self.read("a/b/file"), "content")
+        self.assertEqual([self.mode("a"), self.mode("a/b"), self.mode("a/b/file")], [0o700, 0o700, 0o600])
+
+    def test_the_mode_is_kept_whatever_the_umask_says(self) -> None:
+        self.addCleanup(os.umask, os.umask(0o077))
+        path = self.make_file("file", "old", 0o664)
+        files.replace_file(path, b"new")
+        self.assertEqual((self.read("file"), self.mode("file")), ("new", 0o664))
+
+    def test_forbidden_permissions_are_taken_away(self) -> None:
+        path = self.make_file("file", "old", 0o664)
+        files.replace_file(path, b"new", forbidden=files.OTHERS)
+        self.assertEqual(self.mode("file"), 0o660)
+        files.replace_file(path, b"new", forbidden=files.GROUP_AND_OTHERS)
+        self.assertEqual(self.mode("file"), 0o600)
+
+    def test_a_symbolic_link_stays_a_link_and_its_target_is_replaced(self) -> None:
+        self.make_file("elsewhere/target", "old", 0o640)
+        os.symlink("elsewhere/target", self.path("link"))
+        files.replace_file(self.path("link"), b"new")
+        self.assertEqual(os.readlink(self.path("link")), "elsewhere/target")
+        self.assertEqual((self.read("elsewhere/target"), self.mode("elsewhere/target")), ("new", 0o640))
+
+    def test_a_link_to_nothing_makes_its_target(self) -> None:
+        os.symlink(self.path("elsewhere/target"), self.path("link"))
+        files.replace_file(self.path("link"), b"new")
+        self.assertTrue(os.path.islink(self.path("link")))
+        self.assertEqual(self.read("elsewhere/target"), "new")
+
+    def test_a_full_disk_leaves_the_old_content_and_nothing_else(self) -> None:
+        path = self.make_file("file", "old")
+        for room in (0, 5):
+            with self.subTest(room=room), self.full_disk(room), self.assertRaises(OSError):
+                files.replace_file(path, b"new content")
+            self.assertEqual((self.read("file"), self.files_below()), ("old", ["file"]))
+
+    def test_a_disk_that_fails_at_the_last_moment_leaves_the_old_content(self) -> None:
+        path = self.make_file("file", "old")
+        for step in ("fsync", "replace"):
+            failure = OSError(errno.ENOSPC, os.strerror(errno.ENOSPC))
+            with self.subTest(step=step), mock.patch.object(os, step, side_effect=failure):
+                self.assertRaises(OSError, files.replace_file, path, b"new")
+            self.assertEqual((self.read("file"), self.files_below()), ("old", ["file"]))
+
+    def test_a_folder_in_the_place_of_the_file_is_left_alone(self) -> None:
+        os.makedirs(self.path("folder"))
+        self.assertRaises(OSError, files.replace_file, self.path("folder"), b"new")
+        self.assertEqual(os.listdir(self.home), ["folder"])
+
+    def test_a_file_in_the_place_of_the_folder_is_an_error(self) -> None:
+        self.make_file("file")
+        self.assertRaises(OSError, files.replace_file, self.path("file/below"), b"new")
+
+    def test_a_read_only_folder_keeps_the_old_content(self) -> None:
+        path = self.make_file("folder/file", "old")
+        with self.read_only("folder"):
+            self.assertRaises(PermissionError, files.replace_file, path, b"new")
+        self.assertEqual(self.read("folder/file"), "old")
+
+
+class KeepCopyTest(HomeTestCase):
+    def test_the_copy_bears_the_label_and_the_local_time(self) -> None:
+        path = self.make_file("file", "old", 0o640)
+        copy = files.keep_copy(path, b"old", "bak")
+        self.assertRegex(copy, rf"^{path}\.bak\.\d{{8}}-\d{{6}}$")
+        self.assertEqual((self.read(os.path.basename(copy)), self.mode(os.path.basename(copy))), ("old", 0o640))
+
+    def test_a_second_copy_in_the_same_second_does_not_replace_the_first(self) -> None:
+        path = self.make_file("file", "old")
+        with mock.patch("time.strftime", return_value="20250101-093000"):
+            copies = [files.keep_copy(path, content, "bak") for content in (b"one", b"two", b"three")]
+        self.assertEqual([os.path.basename(copy)[len("file.bak.20250101-093000"):] for copy in copies], ["", "-2", "-3"])
+        self.assertEqual([self.read(os.path.basename(copy)) for copy in copies], ["one", "two", "three"])
+
+    def test_a_full_disk_leaves_no_half_copy(self) -> None:
+        path = self.make_file("file", "old content")
+        with self.full_disk(4), self.assertRaises(OSError):
+            files.keep_copy(path, b"old content", "bak")
+        self.assertEqual(self.files_below(), ["file"])
+
+
+class ReadFileTest(HomeTestCase):
+    def test_a_missing_file_is_none_and_an_empty_one_is_empty(self) -> None:
+        self.assertIsNone(files.read_file(self.path("missing")))
+        self.assertEqual(files.read_file(self.make_file("empty")), b"")
+
+    def test_a_folder_and_a_pipe_are_errors_and_do_not_block(self) -> None:
+        os.mkfifo(self.path("pipe"))
+        for name in ("pipe", ""):
+            self.assertRaises(OSError, files.read_file, self.path(name))
+
+
+class ExclusiveTest(HomeTestCase):
+    def test_threads_take_turns(self) -> None:
+        inside = []
+        most = []
+
+        def enter() -> None:
+            for _ in range(50):
+                with files.exclusive():
+                    inside.append(1)
+                    most.append(len(inside))
+                    inside.pop()
+
+        threads = [threading.Thread(target=enter) for _ in range(4)]
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            thread.join()
+        self.assertEqual((max(most), len(most)), (1, 200))
+
+    def test_a_holder_that_is_killed_gives_the_lock_back(self) -> None:
+        script = """if True:
+            import time
+            from app import files
+            with files.exclusive():
+                open("held", "w").close()
+                time.sleep(60)
+        """
+        environment = {**os.environ, "PYTHONPATH": os.path.dirname(os.path.dirname(files.__file__))}
+        holder = subprocess.Popen([sys.executable, "-c", script], cwd=self.home, env=environment)
+        self.addCleanup(holder.wait)
+        self.addCleanup(holder.kill)
+        self.assertTrue(wait_for(lambda: os.path.exists(self.path("held"))))
+        holder.send_signal(signal.SIGKILL)
+        with files.exclusive():
+            self.assertTrue(wait_for(lambda: holder.poll() is not None))
+
+    def test_the_lock_is_its_owners_only_and_leaves_no_descriptor(self) -> None:
+        with files.exclusive():
+            before = len(os.listdir("/dev/fd"))
+        for _ in range(50):
+            with files.exclusive():
+                pass
+        self.assertEqual(len(os.listdir("/dev/fd")), before - 1)
+        self.assertEqual((self.mode(".nelo"), self.mode(".nelo/backend.lock")), (0o700, 0o600))
