@@ -6,6 +6,22 @@ and starts nothing, and modules that are slow to import are imported by the func
 
 from __future__ import annotations
 
+from .agents import (
+    add_local_agent,
+    adopt_local_agent,
+    delete_local_agent,
+    list_local_agents,
+    rename_local_agent,
+    sync_local_agents_to_core,
+)
 from .runtime import openclaw_runtime_status
 
-__all__ = ["openclaw_runtime_status"]
+__all__ = [
+    "add_local_agent",
+    "adopt_local_agent",
+    "delete_local_agent",
+    "list_local_agents",
+    "openclaw_runtime_status",
+    "rename_local_agent",
+    "sync_local_agents_to_core",
+]
