@@ -14,12 +14,18 @@ from .agents import (
     rename_local_agent,
     sync_local_agents_to_core,
 )
-from .runtime import openclaw_runtime_status
+from .runtime import (
+    launch_openclaw_configure_interactive,
+    launch_openclaw_install_or_configure_interactive,
+    openclaw_runtime_status,
+)
 
 __all__ = [
     "add_local_agent",
     "adopt_local_agent",
     "delete_local_agent",
+    "launch_openclaw_configure_interactive",
+    "launch_openclaw_install_or_configure_interactive",
     "list_local_agents",
     "openclaw_runtime_status",
     "rename_local_agent",

@@ -1,11 +1,12 @@
-"""The state of the `openclaw` runtime on this machine."""
+"""The `openclaw` runtime on this machine: its state, and its own set-up in a terminal."""
 
 from __future__ import annotations
 
 import os
 import sys
 
-from . import paths, programs
+from . import paths, programs, terminal
+from .errors import BackendError
 
 VERSION_SECONDS = 5.0
 """How long the program may take to tell its version."""
@@ -40,6 +41,27 @@ def openclaw_runtime_status() -> dict[str, object]:
     if version:
         status["version"] = version
     return status
+
+
+def launch_openclaw_install_or_configure_interactive() -> dict[str, object]:
+    """Open a terminal with the runtime's own set-up, and do not wait for it. Answers "command", what was started.
+
+    Raises `BackendError` when the runtime is not installed, with how to get it, or when no terminal can be opened.
+    """
+    binary = programs.find_program("openclaw")
+    if binary is None:
+        raise BackendError(
+            'OpenClaw is not installed: there is no program "openclaw" on PATH or in the usual bin folders. '
+            "Run its installer script, install.sh, and try again."
+        )
+    command = [binary, "configure"]
+    terminal.open_terminal(command)
+    return {"command": command}
+
+
+def launch_openclaw_configure_interactive() -> dict[str, object]:
+    """The same as `launch_openclaw_install_or_configure_interactive`: the runtime's set-up serves both."""
+    return launch_openclaw_install_or_configure_interactive()
 
 
 def _version(binary: str) -> str:

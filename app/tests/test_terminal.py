@@ -1,0 +1,96 @@
+"""The runtime's own set-up, opened in a terminal."""
+
+from __future__ import annotations
+
+import os
+import sys
+
+import app
+from app import terminal
+from app.errors import BackendError
+from app.tests.support import HomeTestCase, is_gone, wait_for
+
+LAUNCHERS = (app.launch_openclaw_configure_interactive, app.launch_openclaw_install_or_configure_interactive)
+
+
+class LaunchTest(HomeTestCase):
+    def setUp(self) -> None:
+        super().setUp()
+        self.replace(sys, "platform", "linux")
+        self.set_environment(PATH=self.path("tools") + ":/usr/bin:/bin")
+        self.openclaw = self.make_program("bin/openclaw", "exit 0")
+
+    def make_terminal(self, name: str, script: str) -> None:
+        self.make_program(f"tools/{name}", script)
+        self.replace(terminal, "TERMINALS", tuple(it for it in terminal.TERMINALS if it[0] == name))
+
+    def test_without_the_runtime_the_error_says_how_to_get_it(self) -> None:
+        os.unlink(self.openclaw)
+        for launch in LAUNCHERS:
+            with self.subTest(launch.__name__):
+                self.assertRaisesRegex(BackendError, r"OpenClaw is not installed: .*install\.sh", launch)
+
+    def test_without_a_terminal_the_error_says_what_to_do(self) -> None:
+        self.replace(terminal, "TERMINALS", (("no-such-terminal", ()),))
+        for launch in LAUNCHERS:
+            with self.subTest(launch.__name__):
+                self.assertRaisesRegex(BackendError, 'Install one, .*run "openclaw configure" in a terminal', launch)
+
+    def test_the_terminal_runs_the_set_up_of_the_runtime(self) -> None:
+        seen = self.path("seen")
+        self.make_program("bin/openclaw", f'echo "$*" > {seen}.new; mv {seen}.new {seen}')
+        for name, prefix in terminal.TERMINALS:
+            with self.subTest(name):
+                expected = "".join(f'[ "$1" = {word} ] || exit 9; shift; ' for word in prefix)
+                self.make_program(f"tools/{name}", f'{expected}"$@"')
+                self.replace(terminal, "TERMINALS", ((name, prefix),))
+                for launch in LAUNCHERS:
+                    self.assertEqual(launch(), {"command": [self.openclaw, "configure"]})
+                    self.assertTrue(wait_for(lambda: os.path.exists(seen)))
+                    self.assertEqual(self.read("seen"), "configure\n")
+                    os.unlink(seen)
+
+    def test_the_users_chosen_terminal_comes_first(self) -> None:
+        for name, _ in terminal.TERMINALS:
+            self.make_program(f"tools/{name}", f"echo {name} > {self.path('chosen')}")
+        app.launch_openclaw_configure_interactive()
+        self.assertTrue(wait_for(lambda: os.path.exists(self.path("chosen"))))
+        self.assertEqual(self.read("chosen"), "x-terminal-emulator\n")
+
+    def test_a_terminal_that_cannot_open_its_window_is_told(self) -> None:
+        self.make_terminal("xterm", "echo 'cannot open display' >&2; exit 1")
+        self.assertRaisesRegex(BackendError, "xterm ended at once with status 1", LAUNCHERS[0])
+
+    def test_a_terminal_whose_interpreter_is_missing_is_told(self) -> None:
+        self.make_terminal("xterm", "")
+        self.write("tools/xterm", "#!/nowhere/interpreter\n")
+        self.assertRaisesRegex(BackendError, "xterm does not start: No such file", LAUNCHERS[0])
+
+    def test_the_window_stays_open_until_the_user_has_read_what_the_set_up_said(self) -> None:
+        self.make_terminal("kitty", f'echo | "$@" > {self.path("screen")}')
+        self.make_program("bin/openclaw", "echo all is well; exit 3")
+        app.launch_openclaw_configure_interactive()
+        self.assertTrue(wait_for(lambda: "Press Return" in self.read("screen")))
+        self.assertEqual(self.read("screen"), "all is well\n\nPress Return to close this window. ")
+
+    def test_the_terminal_is_detached_from_our_streams_and_session_and_is_reaped(self) -> None:
+        seen = self.path("seen")
+        end = self.path("end")
+        streams = "$(readlink /proc/$$/fd/0 /proc/$$/fd/1 /proc/$$/fd/2)"
+        report = f'streams="{streams}"; echo $$ $streams > {seen}.new; mv {seen}.new {seen}'
+        self.make_terminal("foot", f"{report}; while [ ! -e {end} ]; do sleep 0.01; done")
+        app.launch_openclaw_configure_interactive()
+        self.assertTrue(wait_for(lambda: os.path.exists(seen)))
+        process, *streams_seen = self.read("seen").split()
+        pid = int(process)
+        self.assertEqual(os.getsid(pid), pid)
+        self.assertEqual(streams_seen, ["/dev/null"] * 3)
+        self.make_file("end")
+        self.assertTrue(wait_for(lambda: is_gone(pid)), "the terminal was left as a zombie")
+
+    def test_on_macos_the_terminal_application_gets_one_quoted_line(self) -> None:
+        self.assertEqual(
+            terminal.macos_script(["/Users/a b/it's\\\"/openclaw", "configure"])[2],
+            'tell application "Terminal" to do script '
+            "\"'/Users/a b/it'\\\"'\\\"'s\\\\\\\"/openclaw' configure\"",
+        )
