@@ -19,6 +19,7 @@ from .runtime import (
     launch_openclaw_install_or_configure_interactive,
     openclaw_runtime_status,
 )
+from .settings import load_nelo_settings, save_nelo_settings
 
 __all__ = [
     "add_local_agent",
@@ -27,7 +28,9 @@ __all__ = [
     "launch_openclaw_configure_interactive",
     "launch_openclaw_install_or_configure_interactive",
     "list_local_agents",
+    "load_nelo_settings",
     "openclaw_runtime_status",
     "rename_local_agent",
+    "save_nelo_settings",
     "sync_local_agents_to_core",
 ]

@@ -64,7 +64,20 @@ def quoted(value: object) -> str:
     return f'"{shortened(value)}"'
 
 
-def shortened(value: object) -> str:
+def shortened(value: object, length: int = _SHOWN_LENGTH) -> str:
     """The text of a value on one line, cut where it would drown the sentence that names it."""
     shown = "".join(character if character.isprintable() else "\ufffd" for character in str(value))
-    return shown if len(shown) <= _SHOWN_LENGTH else shown[: _SHOWN_LENGTH - 1] + "…"
+    return shown if len(shown) <= length else shown[: length - 1] + "…"
+
+
+def json_object(value: object, what: str) -> dict[str, object]:
+    """A JSON object that can be written as JSON in UTF-8."""
+    import json
+
+    if not isinstance(value, dict):
+        raise BackendError(f"The {what} must be an object.")
+    try:
+        json.dumps(value, ensure_ascii=False, allow_nan=False).encode()
+    except (ValueError, RecursionError) as error:
+        raise BackendError(f"The {what} holds a value that JSON cannot carry.") from error
+    return value

@@ -20,8 +20,8 @@ GROUP_AND_OTHERS = 0o077
 """The permission bits of everybody but the owner."""
 
 
-def read_file(path: str) -> bytes | None:
-    """The content of a file, or None when there is none. Raises `OSError` for what cannot be read.
+def read_file(path: str, limit: int = -1) -> bytes | None:
+    """The first `limit` bytes of a file, or all of it; None when there is none. Raises `OSError` when it is unreadable.
 
     Only a regular file is read: a pipe in its place would block for ever.
     """
@@ -32,7 +32,7 @@ def read_file(path: str) -> bytes | None:
     with open(descriptor, "rb") as file:
         if not stat.S_ISREG(os.fstat(descriptor).st_mode):
             raise OSError(errno.EINVAL, "it is not a regular file")
-        return file.read()
+        return file.read(limit)
 
 
 def replace_file(path: str, content: bytes, forbidden: int = 0) -> None:

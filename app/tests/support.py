@@ -26,6 +26,7 @@ class HomeTestCase(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.home, ignore_errors=True)
         os.chmod(self.home, 0o755)
         self.set_environment(HOME=self.home, PATH="/usr/bin:/bin")
+        self.set_environment(OLLAMA_HOST="127.0.0.1:9", no_proxy="", http_proxy="", https_proxy="")
         for name in ("XDG_DATA_HOME", "XDG_DATA_DIRS"):
             self.set_environment(**{name: os.path.join(self.home, name)})
         self.replace(programs, "SYSTEM_FOLDERS", ())
@@ -77,6 +78,12 @@ class HomeTestCase(unittest.TestCase):
             links = [it for it in folders if os.path.islink(os.path.join(folder, it))]
             found += [os.path.relpath(os.path.join(folder, it), top) for it in [*files, *links]]
         return sorted(it for it in found if os.path.basename(it) != "backend.lock")
+
+    @contextlib.contextmanager
+    def time_at(self, seconds: float) -> Iterator[None]:
+        """Stop the wall clock."""
+        with mock.patch("time.time", return_value=seconds):
+            yield
 
     @contextlib.contextmanager
     def full_disk(self, room: int = 0) -> Iterator[None]:
