@@ -14,6 +14,7 @@ from .agents import (
     rename_local_agent,
     sync_local_agents_to_core,
 )
+from .catalogue import refresh_cloud_skills_via_core
 from .runtime import (
     launch_openclaw_configure_interactive,
     launch_openclaw_install_or_configure_interactive,
@@ -30,6 +31,7 @@ __all__ = [
     "list_local_agents",
     "load_nelo_settings",
     "openclaw_runtime_status",
+    "refresh_cloud_skills_via_core",
     "rename_local_agent",
     "save_nelo_settings",
     "sync_local_agents_to_core",
