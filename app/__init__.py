@@ -15,6 +15,13 @@ from .agents import (
     sync_local_agents_to_core,
 )
 from .catalogue import refresh_cloud_skills_via_core
+from .models import (
+    cancel_model_download,
+    list_local_models,
+    list_model_download_tasks,
+    list_remote_models,
+    start_model_download,
+)
 from .runtime import (
     launch_openclaw_configure_interactive,
     launch_openclaw_install_or_configure_interactive,
@@ -25,14 +32,19 @@ from .settings import load_nelo_settings, save_nelo_settings
 __all__ = [
     "add_local_agent",
     "adopt_local_agent",
+    "cancel_model_download",
     "delete_local_agent",
     "launch_openclaw_configure_interactive",
     "launch_openclaw_install_or_configure_interactive",
     "list_local_agents",
+    "list_local_models",
+    "list_model_download_tasks",
+    "list_remote_models",
     "load_nelo_settings",
     "openclaw_runtime_status",
     "refresh_cloud_skills_via_core",
     "rename_local_agent",
     "save_nelo_settings",
+    "start_model_download",
     "sync_local_agents_to_core",
 ]
