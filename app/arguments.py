@@ -1,4 +1,7 @@
-"""Checking what the caller passed: each check answers the value, or raises a `BackendError` that says what to change."""
+"""Checking what the caller passed.
+
+Each check answers the value, or raises a `BackendError` that says what to change.
+"""
 
 from __future__ import annotations
 

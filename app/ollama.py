@@ -113,5 +113,6 @@ def short_time(moment: object) -> str:
 
 def _no_server(address: str, why: str) -> BackendError:
     return BackendError(
-        f"No local model server answers at {web.shown(address)}: {why}. Start Ollama, or set OLLAMA_HOST to where it runs."
+        f"No local model server answers at {web.shown(address)}: {why}. "
+        "Start Ollama, or set OLLAMA_HOST to where it runs."
     )

@@ -168,7 +168,9 @@ class AddTest(AgentTestCase):
 
     def test_a_workspace_elsewhere_is_made_or_used_as_it_is(self) -> None:
         self.make_file("projects/old/file", "mine")
-        self.assertEqual(app.add_local_agent("kimi", "a", "A", "~/projects/old/")["workspace"], self.path("projects/old"))
+        self.assertEqual(
+            app.add_local_agent("kimi", "a", "A", "~/projects/old/")["workspace"], self.path("projects/old")
+        )
         app.add_local_agent("kimi", "b", "B", self.path("projects/new"))
         self.assertEqual(self.read("projects/old/file"), "mine")
         self.assertEqual(self.mode("projects/new"), 0o700)

@@ -29,7 +29,8 @@ class ParseJsonTest(HomeTestCase):
     def test_valid_texts_keep_key_order_integers_and_the_float_difference(self) -> None:
         text = b'{"z": 18446744073709551615, "a": [1, 1.0], "\xe4\xbd\xa0": "\\ud83d\\ude00"}'
         value = parse_json(b"\xef\xbb\xbf" + text)
-        self.assertEqual(json.dumps(value, ensure_ascii=False).encode(), text.replace(rb"\ud83d\ude00", "😀".encode()))
+        printed = json.dumps(value, ensure_ascii=False).encode()
+        self.assertEqual(printed, text.replace(rb"\ud83d\ude00", "😀".encode()))
 
     def test_what_cannot_travel_onward_is_a_value_error(self) -> None:
         for text in (b"NaN", b"-Infinity", b"1e999", b'"\\udc00"', b"\xff", b"", b"[" * 100_000, b"9" * 10_000 + b"]"):
@@ -53,10 +54,15 @@ class CollectionTest(HomeTestCase):
     def test_a_change_is_there_for_the_next_reader(self) -> None:
         self.add({"id": "你好"})
         self.assertEqual(self.collection.entries(), [{"id": "你好"}])
-        self.assertEqual(self.read(".nelo/things.json"), format_json({"version": 1, "agents": [{"id": "你好"}]}).decode())
+        expected = {"version": 1, "agents": [{"id": "你好"}]}
+        self.assertEqual(self.read(".nelo/things.json"), format_json(expected).decode())
 
     def test_unknown_keys_and_entries_survive_a_change(self) -> None:
-        document: dict[str, object] = {"version": 2, "theirs": {"b": 1, "a": 1.0}, "agents": [7, None, {"id": "a", "colour": "red"}]}
+        document: dict[str, object] = {
+            "version": 2,
+            "theirs": {"b": 1, "a": 1.0},
+            "agents": [7, None, {"id": "a", "colour": "red"}],
+        }
         self.make_file(".nelo/things.json", json.dumps(document))
         self.add("new")
         expected: dict[str, object] = {**document, "agents": [7, None, {"id": "a", "colour": "red"}, "new"]}

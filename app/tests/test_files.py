@@ -88,7 +88,9 @@ class KeepCopyTest(HomeTestCase):
         path = self.make_file("file", "old")
         with mock.patch("time.strftime", return_value="20250101-093000"):
             copies = [files.keep_copy(path, content, "bak") for content in (b"one", b"two", b"three")]
-        self.assertEqual([os.path.basename(copy)[len("file.bak.20250101-093000"):] for copy in copies], ["", "-2", "-3"])
+        self.assertEqual(
+            [os.path.basename(copy)[len("file.bak.20250101-093000") :] for copy in copies], ["", "-2", "-3"]
+        )
         self.assertEqual([self.read(os.path.basename(copy)) for copy in copies], ["one", "two", "three"])
 
     def test_a_full_disk_leaves_no_half_copy(self) -> None:

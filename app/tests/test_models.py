@@ -121,7 +121,9 @@ class ListTest(ModelTestCase):
             self.assertIn(name, rows)
 
     def test_a_name_without_a_tag_means_the_latest(self) -> None:
-        self.replace(models, "CATALOGUE", (("tiny", "x", "", ()), ("small:latest", "x", "", ()), ("big:8b", "x", "", ())))
+        self.replace(
+            models, "CATALOGUE", (("tiny", "x", "", ()), ("small:latest", "x", "", ()), ("big:8b", "x", "", ()))
+        )
         self.serve_models({"name": "tiny:latest"}, {"name": "small"}, {"name": "big"})
         self.assertEqual([row["installed"] for row in app.list_remote_models()], [False, True, False])
 
@@ -146,7 +148,9 @@ class DownloadTest(ModelTestCase):
 
         self.server.answers["/api/pull"] = answer
 
-    def run_download(self, *messages: object, then: Callable[[Exchange], None] = lambda exchange: None) -> tuple[object, ...]:
+    def run_download(
+        self, *messages: object, then: Callable[[Exchange], None] = lambda exchange: None
+    ) -> tuple[object, ...]:
         """Download a model and answer how it ended."""
         self.serve_download(*messages, then=then)
         app.start_model_download("tiny:1b")
@@ -162,16 +166,25 @@ class DownloadTest(ModelTestCase):
         self.assertEqual(app.list_model_download_tasks(), [])
 
     def test_a_download_that_succeeds_is_completed(self) -> None:
-        self.assertEqual(self.run_download({"status": "pulling manifest"}, {"status": "success"}), ("completed", "success"))
+        self.assertEqual(
+            self.run_download({"status": "pulling manifest"}, {"status": "success"}), ("completed", "success")
+        )
         self.assertEqual([it[:2] for it in self.server.requests], [("POST", "/api/pull")])
         self.assertEqual(json.loads(self.server.requests[0][2]), {"model": "tiny:1b", "stream": True})
 
     def test_a_row_has_the_documented_keys(self) -> None:
         self.serve_download(then=Exchange.wait_for_the_end)
         row = app.start_model_download(" tiny:1b ")
-        self.assertEqual({**row, "updatedAt": ""}, {
-            "id": "download-1", "model": "tiny:1b", "status": "running", "updatedAt": "", "lastLine": "Starting.",
-        })
+        self.assertEqual(
+            {**row, "updatedAt": ""},
+            {
+                "id": "download-1",
+                "model": "tiny:1b",
+                "status": "running",
+                "updatedAt": "",
+                "lastLine": "Starting.",
+            },
+        )
         self.assertRegex(str(row["updatedAt"]), r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ$")
 
     def test_progress_is_told_as_a_percentage(self) -> None:
@@ -228,7 +241,10 @@ class DownloadTest(ModelTestCase):
         self.assertEqual((status, len(str(line))), ("failed", 500))
 
     def test_a_status_that_is_no_success_is_told(self) -> None:
-        for body, line in ((b'{"error": "not found"}', "not found"), (b"<html>", "The model server answered with HTTP 404.")):
+        for body, line in (
+            (b'{"error": "not found"}', "not found"),
+            (b"<html>", "The model server answered with HTTP 404."),
+        ):
             self.server.serve("/api/pull", body, 404)
             self.replace(models, "_DOWNLOADS", downloads.Downloads())
             app.start_model_download("tiny:1b")
@@ -242,7 +258,9 @@ class DownloadTest(ModelTestCase):
             exchange.end_headers()
             exchange.wfile.write(b'ff\r\n{"status": "one"}\n')
 
-        self.assertEqual(self.run_download({"status": "one"}), ("failed", "The download broke off: the server went away."))
+        self.assertEqual(
+            self.run_download({"status": "one"}), ("failed", "The download broke off: the server went away.")
+        )
         for answer in (half_a_chunk, lambda exchange: None, Exchange.reset):
             self.replace(models, "_DOWNLOADS", downloads.Downloads())
             self.server.answers["/api/pull"] = answer
@@ -291,7 +309,9 @@ class DownloadTest(ModelTestCase):
         self.assertNotEqual(app.start_model_download("other:1b")["id"], first)
         app.cancel_model_download(first)
         self.assertNotEqual(app.start_model_download("tiny:1b")["id"], first)
-        self.assertEqual([row["status"] for row in app.list_model_download_tasks()], ["cancelled", "running", "running"])
+        self.assertEqual(
+            [row["status"] for row in app.list_model_download_tasks()], ["cancelled", "running", "running"]
+        )
 
     def test_a_model_without_a_name_is_refused_and_asks_nobody(self) -> None:
         for name in ("", " ", None, 7, ["a"]):
@@ -306,13 +326,8 @@ class DownloadTest(ModelTestCase):
 
     def test_no_descriptor_is_left_after_many_downloads(self) -> None:
         self.serve_download({"status": "success"})
-
-        def run_some() -> int:
-            for number in range(20):
-                app.start_model_download(f"m{number}")
-            ended = wait_for(lambda: all(row["status"] == "completed" for row in app.list_model_download_tasks()))
-            self.assertTrue(ended)
-            return len(os.listdir("/dev/fd"))
-
-        before = run_some()
-        self.assertTrue(wait_for(lambda: run_some() <= before))
+        before = len(os.listdir("/dev/fd"))
+        for number in range(20):
+            app.start_model_download(f"m{number}")
+        self.assertTrue(wait_for(lambda: {row["status"] for row in app.list_model_download_tasks()} == {"completed"}))
+        self.assertTrue(wait_for(lambda: len(os.listdir("/dev/fd")) <= before))

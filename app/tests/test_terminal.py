@@ -91,6 +91,5 @@ class LaunchTest(HomeTestCase):
     def test_on_macos_the_terminal_application_gets_one_quoted_line(self) -> None:
         self.assertEqual(
             terminal.macos_script(["/Users/a b/it's\\\"/openclaw", "configure"])[2],
-            'tell application "Terminal" to do script '
-            "\"'/Users/a b/it'\\\"'\\\"'s\\\\\\\"/openclaw' configure\"",
+            'tell application "Terminal" to do script ' "\"'/Users/a b/it'\\\"'\\\"'s\\\\\\\"/openclaw' configure\"",
         )
