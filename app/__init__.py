@@ -28,12 +28,14 @@ from .runtime import (
     openclaw_runtime_status,
 )
 from .settings import load_nelo_settings, save_nelo_settings
+from .skill_entries import get_skill_entry, save_skill_entry
 
 __all__ = [
     "add_local_agent",
     "adopt_local_agent",
     "cancel_model_download",
     "delete_local_agent",
+    "get_skill_entry",
     "launch_openclaw_configure_interactive",
     "launch_openclaw_install_or_configure_interactive",
     "list_local_agents",
@@ -45,6 +47,7 @@ __all__ = [
     "refresh_cloud_skills_via_core",
     "rename_local_agent",
     "save_nelo_settings",
+    "save_skill_entry",
     "start_model_download",
     "sync_local_agents_to_core",
 ]

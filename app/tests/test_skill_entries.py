@@ -1,0 +1,228 @@
+"""Configuration entries of skills: everything else in the file stays as it was."""
+
+from __future__ import annotations
+
+import glob
+import json
+import os
+
+import app
+from app.errors import BackendError
+from app.json_edit import set_member
+from app.tests.support import HomeTestCase
+
+ENTRY: dict[str, object] = {
+    "enabled": True,
+    "apiKey": "sk-ключ",
+    "env": {"CITY": "北京"},
+    "config": {"z": [1, 1.0, {"deep": None}], "a": 18446744073709551615},
+}
+WRONG: list[object] = [None, 1, [], "text"]
+CONFIG = ".openclaw/openclaw.json"
+
+
+class SetMemberTest(HomeTestCase):
+    def test_the_text_around_the_member_stays_character_for_character(self) -> None:
+        cases = {
+            ('{"a": 1.10, "x": {"y" :2 }, "big": 1e400}', "xy"): '{"a": 1.10, "x": {"y" :7 }, "big": 1e400}',
+            ('{\n\t"x": {\n\t\t"y": [\n 1 ]\n\t}\n}\n', "xy"): '{\n\t"x": {\n\t\t"y": 7\n\t}\n}\n',
+            ('{"x": 1, "x": 2, "x": 3}', "x"): '{"x": 1, "x": 2, "x": 7}',
+            ('{"\\u0078": 1}', "x"): '{"\\u0078": 7}',
+            ('{"s": "a } \\" , {", "x":1}', "x"): '{"s": "a } \\" , {", "x":7}',
+            (' {"x":1} ', "x"): ' {"x":7} ',
+            ("{}", "x"): '{\n  "x": 7\n}',
+            ("{ \n }\n", "x"): '{\n  "x": 7\n}\n',
+            ('{"a": 1}', "x"): '{"a": 1, "x": 7}',
+            ('{"a": 1}', "xy"): '{"a": 1, "x": {"y": 7}}',
+            ('{\n    "a": 1\n}', "x"): '{\n    "a": 1,\n    "x": 7\n}',
+            ('{\n    "a": 1\n}', "xy"): '{\n    "a": 1,\n    "x": {\n        "y": 7\n    }\n}',
+            ('{\r\n  "x": {}\r\n}\r\n', "xy"): '{\r\n  "x": {\r\n    "y": 7\r\n  }\r\n}\r\n',
+            ('{\n  "x": {"a": 1}\n}', "xy"): '{\n  "x": {"a": 1, "y": 7}\n}',
+        }
+        for (before, path), after in cases.items():
+            with self.subTest(before):
+                self.assertEqual(set_member(before, path, 7), after)
+
+    def test_a_value_is_laid_out_as_the_text_around_it(self) -> None:
+        self.assertEqual(set_member('{"x": 1}', "x", {"a": [1]}), '{"x": {"a": [1]}}')
+        self.assertEqual(
+            set_member('{\n "x": 1\n}', "x", {"a": ["你", 1.0]}), '{\n "x": {\n  "a": [\n   "你",\n   1.0\n  ]\n }\n}'
+        )
+
+    def test_a_value_on_the_way_that_is_no_object_is_refused(self) -> None:
+        for value in ("[]", "1", '"text"', "null", "true"):
+            self.assertRaises(ValueError, set_member, f'{{"x": {value}}}', "xy", 7)
+
+    def test_the_result_always_reads_back(self) -> None:
+        texts = ("{}", '{"a": {}}', '{"a": {"b": 1}}', '{\n  "a": {\n    "c": []\n  },\n  "d": 2\n}')
+        for text in texts:
+            for path in (["a", "b"], ["d"], ["e", "f", "g"]):
+                if path == ["d"] or "d" not in path:
+                    expected = json.loads(text)
+                    place = expected
+                    for step in path[:-1]:
+                        place = place.setdefault(step, {})
+                    place[path[-1]] = [7]
+                    self.assertEqual(json.loads(set_member(text, path, [7])), expected)
+
+
+class SkillEntryTest(HomeTestCase):
+    def backups(self) -> list[str]:
+        return sorted(glob.glob(glob.escape(self.path(CONFIG)) + ".bak.*"))
+
+    def save(self, entry: object = ENTRY) -> None:
+        app.save_skill_entry("openclaw", "weather", entry)
+
+    def test_without_a_configuration_there_is_no_entry(self) -> None:
+        self.assertEqual(app.get_skill_entry("openclaw", "weather"), {})
+        self.assertEqual(os.listdir(self.home), [])
+
+    def test_what_is_saved_is_read_back_in_its_order(self) -> None:
+        self.assertEqual(app.save_skill_entry("codex", "weather", ENTRY), {"path": self.path(".codex/config.json")})
+        self.assertEqual(json.dumps(app.get_skill_entry("codex", "weather")), json.dumps(ENTRY))
+        self.assertEqual(json.loads(self.read(".codex/config.json")), {"skills": {"entries": {"weather": ENTRY}}})
+        self.assertEqual(self.files_below(), [".codex/config.json"])
+        self.assertEqual((self.mode(".codex"), self.mode(".codex/config.json")), (0o700, 0o600))
+
+    def test_every_other_character_of_the_file_stays(self) -> None:
+        before = (
+            '{ "n": 1.10, "n": 2e1,\n  "skills": {"entries": {"other": {"enabled": 1}}, "load": [ ] },\n  "z": null}\n'
+        )
+        self.make_file(CONFIG, before)
+        self.save({"enabled": False})
+        inserted = '{"other": {"enabled": 1}, "weather": {"enabled": false}}'
+        self.assertEqual(self.read(CONFIG), before.replace('{"other": {"enabled": 1}}', inserted))
+
+    def test_unknown_members_of_the_entry_and_equal_values_are_not_touched(self) -> None:
+        before = '{"skills": {"entries": {"weather": {"theirs": 1.50, "config": {"n": 1.10}, "enabled": true}}}}'
+        self.make_file(CONFIG, before)
+        self.save({"enabled": False, "config": {"n": 1.1}})
+        self.assertEqual(self.read(CONFIG), before.replace("true", "false"))
+
+    def test_one_and_one_point_nought_are_different(self) -> None:
+        self.make_file(CONFIG, '{"skills": {"entries": {"weather": {"config": {"n": 1}, "enabled": true}}}}')
+        self.save({"config": {"n": 1.0}})
+        self.assertIn('{"n": 1.0}', self.read(CONFIG))
+
+    def test_a_changed_order_inside_the_config_is_written(self) -> None:
+        self.make_file(CONFIG, '{"skills": {"entries": {"weather": {"config": {"a": 1, "b": 2}}}}}')
+        self.save({"config": {"b": 2, "a": 1}})
+        self.assertIn('{"b": 2, "a": 1}', self.read(CONFIG))
+
+    def test_each_write_is_preceded_by_a_backup(self) -> None:
+        self.make_file(CONFIG, "{}", 0o640)
+        self.save()
+        first = self.read(CONFIG)
+        self.save(dict(ENTRY, enabled=False))
+        contents = []
+        for backup in self.backups():
+            self.assertRegex(backup, r"openclaw\.json\.bak\.\d{8}-\d{6}(-\d)?$")
+            self.assertEqual(os.stat(backup).st_mode & 0o777, 0o640)
+            with open(backup, encoding="utf-8") as file:
+                contents.append(file.read())
+        self.assertEqual(sorted(contents), sorted(["{}", first]))
+
+    def test_saving_the_same_again_writes_nothing(self) -> None:
+        self.save()
+        before = os.stat(self.path(CONFIG)).st_ino
+        self.save()
+        self.assertEqual((os.stat(self.path(CONFIG)).st_ino, self.backups()), (before, []))
+
+    def test_the_mode_is_kept_without_what_everybody_may_do(self) -> None:
+        for before, after in ((0o644, 0o640), (0o600, 0o600), (0o660, 0o660)):
+            self.make_file(CONFIG, "{}", before)
+            self.save()
+            self.assertEqual(self.mode(CONFIG), after)
+        self.assertEqual({os.stat(backup).st_mode & 0o007 for backup in self.backups()}, {0})
+
+    def test_a_link_a_byte_order_mark_and_windows_line_ends_stay(self) -> None:
+        self.make_file("dotfiles/openclaw.json", b'\xef\xbb\xbf{\r\n  "a": 1\r\n}\r\n')
+        os.makedirs(self.path(".openclaw"))
+        os.symlink("../dotfiles/openclaw.json", self.path(CONFIG))
+        self.save({"enabled": True})
+        self.assertEqual(os.readlink(self.path(CONFIG)), "../dotfiles/openclaw.json")
+        with open(self.path(CONFIG), "rb") as file:
+            content = file.read()
+        self.assertTrue(content.startswith(b'\xef\xbb\xbf{\r\n  "a": 1,\r\n  "skills": {\r\n'))
+        self.assertEqual(content.count(b"\n"), content.count(b"\r\n"))
+        self.assertEqual(app.get_skill_entry("openclaw", "weather"), {"enabled": True})
+
+    def test_an_empty_file_is_an_empty_configuration(self) -> None:
+        for content in ("", " \n"):
+            self.make_file(CONFIG, content)
+            self.assertEqual(app.get_skill_entry("openclaw", "weather"), {})
+            self.save()
+            self.assertEqual(app.get_skill_entry("openclaw", "weather"), ENTRY)
+
+    def test_a_configuration_that_is_not_json_is_told_and_left(self) -> None:
+        contents = [b"{a: 1}", b"// note\n{}", b"[]", b"7", b'{"n": NaN}', b"\xff", b"[" * 100_000, b'{"a": "\\ud800"}']
+        for content in contents:
+            self.make_file(CONFIG, content)
+            with self.subTest(content[:9]):
+                self.assertRaisesRegex(BackendError, "is not a JSON configuration: ", self.save)
+                with self.assertRaisesRegex(BackendError, "is not a JSON configuration: "):
+                    app.get_skill_entry("openclaw", "weather")
+                with open(self.path(CONFIG), "rb") as file:
+                    self.assertEqual(file.read(), content)
+        self.assertEqual(self.backups(), [])
+
+    def test_the_place_of_a_syntax_error_is_told(self) -> None:
+        self.make_file(CONFIG, '{\n  "a": 1,\n  oops\n}')
+        self.assertRaisesRegex(BackendError, "line 3 column 3", self.save)
+
+    def test_a_place_that_is_no_object_is_told_and_left(self) -> None:
+        for content in ('{"skills": []}', '{"skills": {"entries": "x"}}', '{"skills": null}'):
+            self.make_file(CONFIG, content)
+            self.assertEqual(app.get_skill_entry("openclaw", "weather"), {})
+            self.assertRaisesRegex(BackendError, "is not an object. Correct it", self.save)
+            self.assertEqual(self.read(CONFIG), content)
+
+    def test_an_entry_that_is_no_object_reads_as_none_and_is_replaced(self) -> None:
+        for value in ("[]", "7", "null", '"text"'):
+            self.make_file(CONFIG, f'{{"skills": {{"entries": {{"weather": {value}}}}}}}')
+            self.assertEqual(app.get_skill_entry("openclaw", "weather"), {})
+            self.save()
+            self.assertEqual(app.get_skill_entry("openclaw", "weather"), ENTRY)
+
+    def test_values_of_wrong_types_in_the_file_are_read_as_they_are(self) -> None:
+        entry = {"enabled": "no", "apiKey": 7, "env": [], "config": [1]}
+        self.make_file(CONFIG, json.dumps({"skills": {"entries": {"weather": entry}}}))
+        self.assertEqual(app.get_skill_entry("openclaw", "weather"), entry)
+
+    def test_entries_of_wrong_types_are_refused(self) -> None:
+        refused: list[object] = [*WRONG, {"apiKey": None}, {"apiKey": 1}, {"apiKey": []}, {"env": {"A": True}}]
+        refused += [{key: value} for key in ("enabled", "env", "config") for value in WRONG]
+        refused += [{"env": {"A": value}} for value in WRONG[:-1]]
+        refused += [{"config": {"n": float("inf")}}, {"apiKey": "\ud800"}]
+        for entry in refused:
+            with self.subTest(str(entry).encode("utf-8", "replace")), self.assertRaises(BackendError):
+                self.save(entry)
+        self.assertEqual(os.listdir(self.home), [])
+
+    def test_a_variable_that_is_not_text_is_named_but_never_its_value(self) -> None:
+        with self.assertRaises(BackendError) as raised:
+            self.save({"env": {"SECRET_PORT": 8080}})
+        self.assertIn('"SECRET_PORT" must be text', str(raised.exception))
+        self.assertNotIn("8080", str(raised.exception))
+
+    def test_an_environment_of_a_megabyte_with_foreign_names_is_kept(self) -> None:
+        env = {f"变量{number}": "值" * 1000 for number in range(350)}
+        self.save(dict(ENTRY, env=env))
+        self.assertEqual(app.get_skill_entry("openclaw", "weather")["env"], env)
+
+    def test_any_text_can_be_a_skill_key_but_nothing_cannot(self) -> None:
+        for key in ("a/b", "a.b", '"', "技能", "entries"):
+            app.save_skill_entry("kimi", key, {"enabled": True})
+            self.assertEqual(app.get_skill_entry("kimi", key), {"enabled": True})
+        for nothing in ("", " ", None, 7):
+            self.assertRaisesRegex(BackendError, "skill key", app.get_skill_entry, "kimi", nothing)
+            self.assertRaisesRegex(BackendError, "skill key", app.save_skill_entry, "kimi", nothing, ENTRY)
+
+    def test_a_full_disk_keeps_the_file(self) -> None:
+        before = json.dumps({"long": "x" * 500})
+        self.make_file(CONFIG, before)
+        for room in (0, 100, 510):
+            with self.full_disk(room), self.assertRaisesRegex(BackendError, "Cannot save .*openclaw.json: ") as raised:
+                self.save()
+            self.assertNotIn("sk-", str(raised.exception))
+            self.assertEqual(self.read(CONFIG), before)
