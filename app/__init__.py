@@ -22,6 +22,7 @@ from .models import (
     list_remote_models,
     start_model_download,
 )
+from .news import add_news_source, list_news_sources
 from .runtime import (
     launch_openclaw_configure_interactive,
     launch_openclaw_install_or_configure_interactive,
@@ -32,6 +33,7 @@ from .skill_entries import get_skill_entry, save_skill_entry
 
 __all__ = [
     "add_local_agent",
+    "add_news_source",
     "adopt_local_agent",
     "cancel_model_download",
     "delete_local_agent",
@@ -41,6 +43,7 @@ __all__ = [
     "list_local_agents",
     "list_local_models",
     "list_model_download_tasks",
+    "list_news_sources",
     "list_remote_models",
     "load_nelo_settings",
     "openclaw_runtime_status",
