@@ -1,0 +1,132 @@
+"""Installing skill packages into the workspaces of agents."""
+
+from __future__ import annotations
+
+import os
+
+from . import agents, arguments, catalogue, files, packages, web
+from .errors import BackendError, reason
+from .skill_folders import install_package
+
+PACKAGE_SECONDS = 60.0
+"""How long fetching a package may take."""
+
+_SHOWN_KEYS = ("name", "version", "description")
+
+
+def install_openclaw_skill_zip(agent_id: object, package_path: object) -> dict[str, object]:
+    """Install a package from a file into the workspace of an openclaw agent. Answers "targetDir" and "name".
+
+    An earlier version of the skill is replaced, and survives any failure. Raises `BackendError` when the agent has no
+    workspace, or the package is refused or cannot be unpacked.
+    """
+    workspace = _workspace("openclaw", agent_id)
+    path = os.path.expanduser(arguments.filled_text(package_path, "package path"))
+    try:
+        package = files.read_file(path, packages.SIZE_LIMIT + 1)
+    except (OSError, ValueError) as error:
+        why = reason(error) if isinstance(error, OSError) else "it is not a path"
+        raise BackendError(f"Cannot read the package {arguments.quoted(path)}: {why}.") from error
+    if package is None:
+        raise BackendError(f"There is no package {arguments.quoted(path)}.")
+    return install_package(package, workspace, os.path.splitext(os.path.basename(path))[0])
+
+
+def list_cloud_skills_via_core(ecosystem: object) -> list[dict[str, object]]:
+    """The skills of the catalogue for an ecosystem.
+
+    Each row has "key", and "name", "version" and "description" where the catalogue has them.
+    A catalogue that was never fetched is fetched now. Raises `BackendError` as `refresh_cloud_skills_via_core` does.
+    """
+    owner = arguments.ecosystem(ecosystem)
+    rows = []
+    for key, entry in _catalogue_entries(owner).items():
+        row: dict[str, object] = {"key": key}
+        row.update((name, entry[name]) for name in _SHOWN_KEYS if isinstance(entry.get(name), (str, int, float)))
+        rows.append(row)
+    return rows
+
+
+def list_core_agents(ecosystem: object, online_only: object = False) -> list[dict[str, object]]:
+    """The agents of an ecosystem that a skill can be installed into.
+
+    Each row has "ecosystem", "agentId", "id", "name", "state" and "workspace". Without a Core an agent counts as online
+    when its workspace exists. Raises `BackendError` when the registry cannot be read.
+    """
+    owner = arguments.ecosystem(ecosystem)
+    return [
+        {"agentId": agent["id"], **{key: agent[key] for key in ("ecosystem", "id", "name", "state", "workspace")}}
+        for agent in agents.list_local_agents()
+        if agent["ecosystem"] == owner and (online_only is not True or agent["state"] == "available")
+    ]
+
+
+def install_cloud_skill_from_core(ecosystem: object, skill_key: object, agent_id: object) -> dict[str, object]:
+    """Install a skill of the catalogue into the workspace of an agent. Answers "targetDir" and "name".
+
+    The package is fetched from the entry's "url", which may be relative to the catalogue's own address, and checked
+    against the entry's "sha256" when it has one. Raises `BackendError`; an earlier version survives any failure.
+    """
+    owner = arguments.ecosystem(ecosystem)
+    key = arguments.filled_text(skill_key, "skill key")
+    workspace = _workspace(owner, agent_id)
+    entry = _catalogue_entries(owner).get(key)
+    if entry is None:
+        raise BackendError(
+            f"The catalogue has no skill {arguments.quoted(key)}. Refresh the catalogue in the settings."
+        )
+    return install_package(_fetched_package(key, entry), workspace, key)
+
+
+def _workspace(ecosystem: str, agent_id: object) -> str:
+    """The workspace of an agent. Raises `BackendError` when there is no such agent or its workspace is gone."""
+    wanted = arguments.filled_text(agent_id, "agent id")
+    for agent in list_core_agents(ecosystem):
+        if agent["id"] != wanted:
+            continue
+        if agent["state"] != "available":
+            raise BackendError(f"The workspace {agent['workspace']} is gone. Create it, or choose another agent.")
+        return str(agent["workspace"])
+    raise BackendError(f"There is no agent {ecosystem}/{arguments.shortened(wanted)}. Refresh the list of agents.")
+
+
+def _catalogue_entries(ecosystem: str) -> dict[str, dict[str, object]]:
+    """The entries for an ecosystem by key: none without one, and of a repeated key the first."""
+    entries = catalogue.kept_entries()
+    if entries is None:
+        catalogue.refresh_cloud_skills_via_core()
+        entries = catalogue.kept_entries() or []
+    chosen: dict[str, dict[str, object]] = {}
+    for entry in entries:
+        key = entry.get("key")
+        if isinstance(key, str) and key.strip() and entry.get("ecosystem", ecosystem) == ecosystem:
+            chosen.setdefault(key.strip(), entry)
+    return chosen
+
+
+def _fetched_package(key: str, entry: dict[str, object]) -> bytes:
+    from urllib.parse import urljoin, urlsplit
+
+    base = catalogue.catalogue_address()
+    address = urljoin(base, arguments.filled_text(entry.get("url"), f"package address of {arguments.quoted(key)}"))
+    if urlsplit(address).scheme == "file" != urlsplit(base).scheme:
+        raise BackendError(f"The catalogue names a file of this machine as the package of {arguments.quoted(key)}.")
+    try:
+        package = web.fetch(address, PACKAGE_SECONDS, packages.SIZE_LIMIT)
+    except web.FetchError as error:
+        raise BackendError(f"Cannot load the package {web.shown(address)}: {error}.") from error
+    _verify(package, entry.get("sha256"), key)
+    return package
+
+
+def _verify(package: bytes, expected: object, key: str) -> None:
+    """Check a package against the catalogue's SHA-256. An entry without one is taken as it is."""
+    import hashlib
+
+    if expected is None:
+        return
+    if not isinstance(expected, str) or hashlib.sha256(package).hexdigest() != expected.strip().lower():
+        raise BackendError(
+            f"The package of {arguments.quoted(key)} is not the one that the catalogue describes: its SHA-256 differs. "
+            "Refresh the catalogue and try again."
+        )

@@ -1,0 +1,96 @@
+"""Putting an unpacked skill in its place, so that a failure or a killed process leaves the earlier version."""
+
+from __future__ import annotations
+
+import contextlib
+import os
+
+from . import arguments, files, packages
+from .errors import BackendError, explained
+from .front_matter import parse_front_matter
+
+MANUAL_LIMIT = 1_000_000
+"""How many bytes of a SKILL.md are read."""
+
+_STAGING = ".installing"
+_REPLACED = ".replaced-"
+
+
+def recover(skills_folder: str) -> None:
+    """Bring back what an install that was killed had put aside, and remove what it had begun.
+
+    Whatever is there while we hold the lock was left by the dead. A folder that cannot be mended stays as it is.
+    """
+    with contextlib.suppress(OSError, ValueError, BackendError):
+        if any(name.startswith((_STAGING, _REPLACED)) for name in os.listdir(skills_folder)):
+            with files.exclusive():
+                _recover_locked(skills_folder)
+
+
+def install_package(package: bytes, workspace: str, fallback_name: str) -> dict[str, object]:
+    """Install a package into a workspace and answer "targetDir" and "name".
+
+    It is unpacked beside its target and checked, and only then takes the target's place. The skill's own name, or that
+    of the package's single folder, is the target's; otherwise the fallback. Raises `BackendError`.
+    """
+    skills = os.path.join(workspace, "skills")
+    with files.exclusive(), explained(f"Cannot install into {skills}"):
+        files.make_private_folder(skills)
+        _recover_locked(skills)
+        staging = files.unused_name(skills, _STAGING)
+        os.mkdir(staging, 0o700)
+        try:
+            packages.unpack(package, staging)
+            root = packages.skill_root(staging)
+            name = _skill_name(root, fallback_name if root == staging else os.path.basename(root))
+            target = os.path.join(skills, name)
+            _swap(root, target, os.path.join(skills, _REPLACED + name))
+        except packages.PackageRefused as error:
+            raise BackendError(f"The package was not installed: {error}.") from error
+        finally:
+            _remove(staging)
+    return {"targetDir": target, "name": name}
+
+
+def _swap(new: str, target: str, aside: str) -> None:
+    """Put a folder in the target's place. The earlier one is aside meanwhile, and comes back when that fails."""
+    if os.path.lexists(target):
+        os.rename(target, aside)
+    try:
+        os.rename(new, target)
+    except OSError:
+        if os.path.lexists(aside):
+            os.rename(aside, target)
+        raise
+    _remove(aside)
+
+
+def _recover_locked(skills_folder: str) -> None:
+    for name in os.listdir(skills_folder):
+        path = os.path.join(skills_folder, name)
+        target = os.path.join(skills_folder, name[len(_REPLACED) :])
+        if name.startswith(_REPLACED) and not os.path.lexists(target):
+            os.rename(path, target)
+        elif name.startswith((_STAGING, _REPLACED)):
+            _remove(path)
+
+
+def _remove(path: str) -> None:
+    """Remove a folder with all that is in it, or a link or file; what cannot be removed stays hidden."""
+    import shutil
+
+    if os.path.isdir(path) and not os.path.islink(path):
+        shutil.rmtree(path, ignore_errors=True)
+    else:
+        with contextlib.suppress(OSError):
+            os.unlink(path)
+
+
+def _skill_name(root: str, fallback: str) -> str:
+    """The name under which a skill is installed: its own, if that can be a folder's name."""
+    manual = files.read_file(os.path.join(root, "SKILL.md"), MANUAL_LIMIT) or b""
+    own = parse_front_matter(manual.decode(errors="replace")).get("name", "")
+    name = fallback if arguments.folder_name_problem(own) else own
+    if arguments.folder_name_problem(name):
+        raise packages.PackageRefused(f"{arguments.quoted(name)} cannot be the name of a folder")
+    return name

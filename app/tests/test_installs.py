@@ -1,0 +1,386 @@
+"""Installing skills into workspaces: all or nothing, whatever happens on the way."""
+
+from __future__ import annotations
+
+import contextlib
+import hashlib
+import json
+import os
+import signal
+import subprocess
+import sys
+from collections.abc import Callable, Iterator
+from unittest import mock
+
+import app
+from app import installs, packages
+from app.errors import BackendError
+from app.tests.http_server import Exchange, HttpServer
+from app.tests.support import HomeTestCase, wait_for
+from app.tests.test_packages import make_package
+
+SKILLS = ".openclaw/agents/main/skills"
+
+
+def skill(version: str, name: str = "weather") -> bytes:
+    return make_package({f"{name}-folder/SKILL.md": f"---\nname: {name}\n---\n{version}\n".encode()})
+
+
+class InstallTestCase(HomeTestCase):
+    def setUp(self) -> None:
+        super().setUp()
+        os.makedirs(self.path(".openclaw/agents/main"))
+
+    def install(self, package: bytes, file_name: str = "package.zip") -> dict[str, object]:
+        return app.install_openclaw_skill_zip("main", self.make_file(file_name, package))
+
+    def refusal(self, function: Callable[..., object], *arguments: object) -> str:
+        with self.assertRaises(BackendError) as raised:
+            function(*arguments)
+        self.assertRegex(str(raised.exception), r"\.$")
+        return str(raised.exception)
+
+    def installed(self) -> list[str]:
+        """Everything in the skills folder, what is hidden included."""
+        return self.files_below(SKILLS) if os.path.isdir(self.path(SKILLS)) else []
+
+    def version(self) -> str:
+        return self.read(f"{SKILLS}/weather/SKILL.md").split()[-1]
+
+
+class InstallZipTest(InstallTestCase):
+    def test_a_package_is_installed_under_its_skills_name_and_listed(self) -> None:
+        result = self.install(skill("one"))
+        self.assertEqual(result, {"targetDir": self.path(SKILLS, "weather"), "name": "weather"})
+        self.assertEqual(self.installed(), ["weather/SKILL.md"])
+        rows = [(row["source"], row["name"], row["path"]) for row in app.list_skills("openclaw")]
+        self.assertEqual(rows, [("main", "weather", result["targetDir"])])
+
+    def test_a_skill_without_a_usable_name_is_called_as_its_folder_or_its_file(self) -> None:
+        for name in ("", "a/b", "..", ".hidden", "x" * 300):
+            manual = f"---\nname: {name}\n---\n".encode()
+            self.assertEqual(self.install(make_package({"folder/SKILL.md": manual}))["name"], "folder")
+            self.assertEqual(self.install(make_package({"SKILL.md": manual}), "my skill.zip")["name"], "my skill")
+
+    def test_a_file_whose_name_can_be_no_folder_is_refused(self) -> None:
+        message = self.refusal(self.install, make_package({"SKILL.md": b""}), ".zip")
+        self.assertIn('".zip" cannot be the name of a folder', message)
+
+    def test_a_new_version_replaces_all_of_the_earlier_one(self) -> None:
+        self.install(make_package({"SKILL.md": b"---\nname: weather\n---\none", "old": b"", "deep/er": b""}))
+        self.install(skill("two"))
+        self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "two"))
+
+    def test_other_skills_are_left_alone(self) -> None:
+        self.install(skill("one", "other"))
+        self.install(skill("one"))
+        self.assertEqual(self.installed(), ["other/SKILL.md", "weather/SKILL.md"])
+
+    def test_a_refused_package_leaves_the_earlier_version_and_nothing_else(self) -> None:
+        self.install(skill("one"))
+        manual = b"---\nname: weather\n---\ntwo"
+        refused = {
+            "climbs out": make_package({"SKILL.md": manual, "../../x": b""}),
+            "100 times its own size": make_package({"SKILL.md": manual, "zeros": bytes(20_000_000)}),
+            "no SKILL.md": make_package({"README.md": manual}),
+            "not a zip archive": b"text",
+            "damaged": skill("two")[:-30],
+        }
+        for message, package in refused.items():
+            with self.subTest(message):
+                self.assertIn(message, self.refusal(self.install, package))
+                self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "one"))
+        self.assertEqual(self.files_below(".openclaw"), ["agents/main/skills/weather/SKILL.md"])
+
+    def test_a_full_disk_leaves_the_earlier_version_and_nothing_else(self) -> None:
+        self.install(skill("one"))
+        package = self.make_file("big.zip", make_package({"SKILL.md": b"---\nname: weather\n---\n" + os.urandom(5000)}))
+        with self.full_disk(1000):
+            message = self.refusal(app.install_openclaw_skill_zip, "main", package)
+        self.assertIn(f"Cannot install into {self.path(SKILLS)}: ", message)
+        self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "one"))
+
+    def test_a_swap_that_fails_brings_the_earlier_version_back(self) -> None:
+        self.install(skill("one"))
+        package = self.make_file("two.zip", skill("two"))
+        for failing in (1, 2):
+            with self.subTest(rename=failing), failing_rename(failing):
+                self.assertIn("Cannot install", self.refusal(app.install_openclaw_skill_zip, "main", package))
+            self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "one"))
+
+    def test_a_link_in_the_place_of_the_skill_is_replaced_and_its_target_kept(self) -> None:
+        self.make_file("elsewhere/file", "mine")
+        os.makedirs(self.path(SKILLS))
+        os.symlink(self.path("elsewhere"), self.path(SKILLS, "weather"))
+        self.install(skill("one"))
+        self.assertFalse(os.path.islink(self.path(SKILLS, "weather")))
+        self.assertEqual((self.installed(), self.files_below("elsewhere")), (["weather/SKILL.md"], ["file"]))
+
+    def test_a_file_in_the_place_of_the_skill_is_replaced(self) -> None:
+        self.make_file(f"{SKILLS}/weather", "mine")
+        self.install(skill("one"))
+        self.assertEqual(self.installed(), ["weather/SKILL.md"])
+
+    def test_a_file_in_the_place_of_the_skills_folder_is_told_and_left(self) -> None:
+        self.make_file(SKILLS, "mine")
+        self.assertIn("Cannot install into", self.refusal(self.install, skill("one")))
+        self.assertEqual(self.read(SKILLS), "mine")
+
+    def test_an_agent_that_does_not_exist_or_whose_workspace_is_gone_is_told(self) -> None:
+        package = self.make_file("package.zip", skill("one"))
+        for agent_id in ("other", "../main", "MAIN"):
+            message = self.refusal(app.install_openclaw_skill_zip, agent_id, package)
+            self.assertIn(f"There is no agent openclaw/{agent_id}", message)
+        for nothing in ("", None, 7):
+            self.assertIn("agent id", self.refusal(app.install_openclaw_skill_zip, nothing, package))
+        app.adopt_local_agent("openclaw", "main", "Main", "")
+        os.rmdir(self.path(".openclaw/agents/main"))
+        message = self.refusal(app.install_openclaw_skill_zip, "main", package)
+        self.assertIn(f"The workspace {self.path('.openclaw/agents/main')} is gone", message)
+
+    def test_a_package_that_cannot_be_read_is_told(self) -> None:
+        os.mkfifo(self.path("pipe"))
+        cases: dict[object, str] = {
+            "": "package path is empty",
+            None: "package path must be text",
+            self.path("missing.zip"): "There is no package",
+            self.home: "Cannot read the package",
+            self.path("pipe"): "Cannot read the package",
+            "a\0b": "it is not a path",
+        }
+        for path, message in cases.items():
+            with self.subTest(path):
+                self.assertIn(message, self.refusal(app.install_openclaw_skill_zip, "main", path))
+
+    def test_a_package_past_the_limit_is_refused(self) -> None:
+        self.replace(packages, "SIZE_LIMIT", 100)
+        self.assertIn("it is larger than", self.refusal(self.install, skill("one")))
+
+    def test_nothing_of_a_package_is_run(self) -> None:
+        trap = f"#!/bin/sh\ntouch {self.path('trapped')}\n".encode()
+        names = ("install.sh", "setup.py", "__init__.py", "postinstall", "Makefile", "package.json")
+        self.install(make_package({"SKILL.md": b"---\nname: trap\n---\n", **{name: trap for name in names}}))
+        app.list_skills("openclaw")
+        self.assertFalse(os.path.exists(self.path("trapped")))
+
+
+class KilledInstallTest(InstallTestCase):
+    def kill_in(self, function: str) -> None:
+        """Install in another process and kill it when it comes to `function`."""
+        script = f"""if True:
+            import sys, time
+            from unittest import mock
+            import app
+            def stop(*arguments):
+                open("stopped", "w").close()
+                time.sleep(60)
+            with mock.patch("{function}", stop):
+                app.install_openclaw_skill_zip("main", sys.argv[1])
+        """
+        with contextlib.suppress(FileNotFoundError):
+            os.unlink(self.path("stopped"))
+        package = self.make_file("two.zip", skill("two"))
+        environment = {**os.environ, "PYTHONPATH": os.path.dirname(os.path.dirname(app.__file__))}
+        child = subprocess.Popen([sys.executable, "-c", script, package], cwd=self.home, env=environment)
+        self.addCleanup(child.wait)
+        self.addCleanup(child.kill)
+        self.assertTrue(wait_for(lambda: os.path.exists(self.path("stopped"))))
+        child.send_signal(signal.SIGKILL)
+        child.wait()
+
+    def test_killed_while_unpacking_nothing_half_is_listed_and_the_next_install_works(self) -> None:
+        for version in ("first", "earlier"):
+            with self.subTest(version):
+                self.kill_in("app.packages.skill_root")
+                self.assertEqual(len(os.listdir(self.path(SKILLS))), 1 if version == "first" else 2)
+                self.assertEqual(len(app.list_skills("openclaw")), 0 if version == "first" else 1)
+                self.install(skill("three"))
+                self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "three"))
+
+    def test_killed_between_the_two_renames_the_earlier_version_comes_back(self) -> None:
+        self.install(skill("one"))
+        os.rename(self.path(SKILLS, "weather"), self.path(SKILLS, ".replaced-weather"))
+        os.makedirs(self.path(SKILLS, ".installing-x/weather-folder"))
+        self.assertEqual([row["name"] for row in app.list_skills("openclaw")], ["weather"])
+        self.assertEqual((os.listdir(self.path(SKILLS)), self.version()), (["weather"], "one"))
+
+    def test_killed_after_the_two_renames_the_new_version_stays(self) -> None:
+        self.install(skill("one"))
+        self.kill_in("app.skill_folders._remove")
+        self.assertEqual(self.version(), "two")
+        self.assertEqual(len(app.list_skills("openclaw")), 1)
+        self.assertEqual(self.installed(), ["weather/SKILL.md"])
+
+    def test_what_cannot_be_mended_hinders_no_listing(self) -> None:
+        self.install(skill("one"))
+        os.makedirs(self.path(SKILLS, ".installing-x"))
+        with self.read_only(SKILLS):
+            self.assertEqual(len(app.list_skills("openclaw")), 1)
+
+
+class CoreAgentsTest(InstallTestCase):
+    def test_rows_have_the_documented_keys(self) -> None:
+        (row,) = app.list_core_agents("openclaw", True)
+        self.assertEqual(
+            row,
+            {
+                "agentId": "main",
+                "ecosystem": "openclaw",
+                "id": "main",
+                "name": "main",
+                "state": "available",
+                "workspace": self.path(".openclaw/agents/main"),
+            },
+        )
+
+    def test_only_agents_with_a_workspace_count_as_online(self) -> None:
+        app.add_local_agent("openclaw", "gone", "Gone", "")
+        os.rmdir(self.path(".openclaw/agents/gone"))
+        self.assertEqual([row["id"] for row in app.list_core_agents("openclaw", True)], ["main"])
+        self.assertEqual([row["id"] for row in app.list_core_agents("openclaw", False)], ["gone", "main"])
+
+    def test_only_agents_of_the_ecosystem_are_listed(self) -> None:
+        os.makedirs(self.path(".kimi/agents/k"))
+        self.assertEqual([row["id"] for row in app.list_core_agents("kimi", True)], ["k"])
+        self.assertIn("Choose openclaw", self.refusal(app.list_core_agents, "other", True))
+
+
+class CloudSkillTest(InstallTestCase):
+    def setUp(self) -> None:
+        super().setUp()
+        self.server = HttpServer()
+        self.addCleanup(self.server.stop)
+        self.server.serve("/packages/weather.zip", skill("one"))
+
+    def serve_catalogue(self, *entries: object) -> None:
+        address = self.server.serve("/packages/catalogue.json", json.dumps(entries).encode())
+        app.save_nelo_settings({"cloud_skills": {"catalog_url": address}})
+        app.refresh_cloud_skills_via_core()
+
+    def install_from(self, entry: dict[str, object]) -> dict[str, object]:
+        self.serve_catalogue(dict(entry, key="weather"))
+        return app.install_cloud_skill_from_core("openclaw", "weather", "main")
+
+    def test_the_catalogue_is_listed_with_what_it_has(self) -> None:
+        self.serve_catalogue(
+            {"key": " a ", "name": "甲", "version": "1.0", "description": "d", "url": "x"},
+            {"key": "b", "version": ""},
+            {"key": "c", "name": None, "version": 2, "description": ["x"]},
+        )
+        self.assertEqual(
+            app.list_cloud_skills_via_core("openclaw"),
+            [
+                {"key": "a", "name": "甲", "version": "1.0", "description": "d"},
+                {"key": "b", "version": ""},
+                {"key": "c", "version": 2},
+            ],
+        )
+
+    def test_entries_without_key_and_repeated_keys_are_left_out(self) -> None:
+        self.serve_catalogue({}, {"key": ""}, {"key": 7}, {"key": "a", "name": "first"}, {"key": "a", "name": "second"})
+        self.assertEqual(app.list_cloud_skills_via_core("openclaw"), [{"key": "a", "name": "first"}])
+
+    def test_entries_of_another_ecosystem_are_left_out(self) -> None:
+        self.serve_catalogue({"key": "a", "ecosystem": "openclaw"}, {"key": "b", "ecosystem": "codex"}, {"key": "c"})
+        self.assertEqual([row["key"] for row in app.list_cloud_skills_via_core("openclaw")], ["a", "c"])
+        self.assertEqual([row["key"] for row in app.list_cloud_skills_via_core("codex")], ["b", "c"])
+
+    def test_a_catalogue_that_was_never_fetched_is_fetched(self) -> None:
+        address = self.server.serve("/c", b'[{"key": "a"}]')
+        app.save_nelo_settings({"cloud_skills": {"catalog_url": address}})
+        for _ in range(2):
+            self.assertEqual(app.list_cloud_skills_via_core("openclaw"), [{"key": "a"}])
+        self.assertEqual(len(self.server.requests), 1)
+        self.make_file(".nelo/cloud_skills_catalog.json", "broken")
+        self.assertEqual(app.list_cloud_skills_via_core("openclaw"), [{"key": "a"}])
+
+    def test_without_a_catalogue_the_error_says_what_to_do(self) -> None:
+        self.assertIn("Catalog URL", self.refusal(app.list_cloud_skills_via_core, "openclaw"))
+
+    def test_a_package_is_fetched_and_installed(self) -> None:
+        digest = hashlib.sha256(skill("one")).hexdigest()
+        for url in ("weather.zip", "/packages/weather.zip", self.server.address + "/packages/weather.zip"):
+            for sha256 in (None, digest, f" {digest.upper()} "):
+                result = self.install_from({"url": url, "sha256": sha256})
+                self.assertEqual(result, {"targetDir": self.path(SKILLS, "weather"), "name": "weather"})
+        self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "one"))
+
+    def test_a_skill_without_a_name_is_called_as_its_key(self) -> None:
+        self.server.serve("/packages/p.zip", make_package({"SKILL.md": b""}))
+        self.assertEqual(self.install_from({"url": "p.zip"})["name"], "weather")
+
+    def test_a_package_that_is_not_the_described_one_is_refused(self) -> None:
+        self.install(skill("earlier"))
+        digest = hashlib.sha256(skill("two")).hexdigest()
+        for sha256 in (digest, "", "no digest", 7, [], digest[:-1]):
+            with self.subTest(sha256):
+                self.assertIn(
+                    "its SHA-256 differs", self.refusal(self.install_from, {"url": "weather.zip", "sha256": sha256})
+                )
+        self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "earlier"))
+
+    def test_a_package_that_cannot_be_fetched_leaves_the_earlier_version(self) -> None:
+        def breaks_off(exchange: Exchange) -> None:
+            exchange.begin({"Content-Length": "1000"})
+            exchange.wfile.write(skill("two")[:50])
+
+        self.install(skill("earlier"))
+        self.replace(installs, "PACKAGE_SECONDS", 0.3)
+        self.server.answers.update({"/packages/slow.zip": Exchange.wait_for_the_end, "/packages/half.zip": breaks_off})
+        cases = {
+            "missing.zip": "HTTP 404",
+            "slow.zip": "did not arrive within 0.3 seconds",
+            "half.zip": "broke off",
+            "http://127.0.0.1:9/x?token=secret": "Connection refused",
+            "ftp://host/x": "must begin with http",
+        }
+        for url, message in cases.items():
+            with self.subTest(url):
+                told = self.refusal(self.install_from, {"url": url})
+                self.assertIn(message, told)
+                self.assertNotIn("secret", told)
+                self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "earlier"))
+
+    def test_an_entry_without_an_address_is_told(self) -> None:
+        for url in (None, "", 7):
+            self.assertIn("package address", self.refusal(self.install_from, {"url": url}))
+
+    def test_a_catalogue_from_the_net_may_not_name_a_file_of_this_machine(self) -> None:
+        package = self.make_file("weather.zip", skill("one"))
+        for url in (f"file://{package}", f"FILE://{package}"):
+            self.assertIn("names a file of this machine", self.refusal(self.install_from, {"url": url}))
+
+    def test_a_catalogue_in_a_file_may_name_packages_beside_it(self) -> None:
+        self.make_file("catalogue/weather.zip", skill("one"))
+        path = self.make_file("catalogue/catalogue.json", '[{"key": "weather", "url": "weather.zip"}]')
+        app.save_nelo_settings({"cloud_skills": {"catalog_url": f"file://{path}"}})
+        app.install_cloud_skill_from_core("openclaw", "weather", "main")
+        self.assertEqual(self.version(), "one")
+
+    def test_an_unknown_skill_agent_or_ecosystem_is_told_before_anything_is_fetched(self) -> None:
+        self.serve_catalogue({"key": "weather", "url": "weather.zip"})
+        before = len(self.server.requests)
+        install = app.install_cloud_skill_from_core
+        self.assertIn('no skill "other"', self.refusal(install, "openclaw", "other", "main"))
+        self.assertIn("no agent openclaw/other", self.refusal(install, "openclaw", "weather", "other"))
+        self.assertIn("no agent codex/main", self.refusal(install, "codex", "weather", "main"))
+        self.assertIn("Choose openclaw", self.refusal(install, "other", "weather", "main"))
+        self.assertIn("skill key", self.refusal(install, "openclaw", "", "main"))
+        self.assertEqual(len(self.server.requests), before)
+
+
+@contextlib.contextmanager
+def failing_rename(failing: int) -> Iterator[None]:
+    """Let one of the renames fail, counted from one."""
+    rename = os.rename
+    count = 0
+
+    def maybe_rename(source: str, target: str) -> None:
+        nonlocal count
+        count += 1
+        if count == failing:
+            raise PermissionError(13, "Permission denied")
+        rename(source, target)
+
+    with mock.patch.object(os, "rename", maybe_rename):
+        yield

@@ -1,0 +1,214 @@
+"""Skills found on disk, and what their SKILL.md says."""
+
+from __future__ import annotations
+
+import json
+import os
+
+import app
+from app.errors import BackendError
+from app.front_matter import parse_front_matter
+from app.tests.support import HomeTestCase
+
+
+def manual(**values: str) -> str:
+    """A SKILL.md with this front matter."""
+    lines = "".join(f"{key}: {value}\n" for key, value in values.items())
+    return f"---\n{lines}---\n# Body\nname: not this\n"
+
+
+class FrontMatterTest(HomeTestCase):
+    def test_values_of_every_style(self) -> None:
+        text = "\n".join(
+            [
+                "\ufeff---",
+                "# a comment",
+                "name: weather",
+                'quoted: "say \\"hi\\" \\u4f60"',
+                "single: 'it''s'",
+                "plain: one",
+                "  two",
+                "",
+                "  three",
+                "literal: |",
+                "  line one",
+                "  line two",
+                "folded: >-",
+                "  line one",
+                "  line two",
+                "empty:",
+                "colon: a: b",
+                "url: https://host",
+                'broken: "half \\',
+                '  way"',
+                "metadata:",
+                '  {"openclaw":',
+                '     {"primaryEnv": "KEY"}}',
+                "--- ",
+                "after: the end",
+            ]
+        )
+        self.assertEqual(
+            parse_front_matter(text),
+            {
+                "name": "weather",
+                "quoted": 'say "hi" 你',
+                "single": "it's",
+                "plain": "one two three",
+                "literal": "line one\nline two",
+                "folded": "line one line two",
+                "empty": "",
+                "colon": "a: b",
+                "url": "https://host",
+                "broken": "half \\ way",
+                "metadata": '{"openclaw": {"primaryEnv": "KEY"}}',
+            },
+        )
+
+    def test_windows_line_ends_are_line_ends(self) -> None:
+        self.assertEqual(parse_front_matter("---\r\nname: a\r\n---\r\nbody"), {"name": "a"})
+
+    def test_a_repeated_key_keeps_its_last_value(self) -> None:
+        self.assertEqual(parse_front_matter("---\nname: a\nname: b\n---\n"), {"name": "b"})
+
+    def test_what_has_no_front_matter_has_no_values(self) -> None:
+        for text in ("", "name: a", "# Title\n---\nname: a\n---\n", "---\nname: a\n", "----\nname: a\n----\n", "---"):
+            with self.subTest(text):
+                self.assertEqual(parse_front_matter(text), {})
+
+
+class ListSkillsTest(HomeTestCase):
+    def make_skill(self, folder: str, content: str | bytes = "") -> str:
+        self.make_file(f"{folder}/SKILL.md", content)
+        return self.path(folder)
+
+    def row(self, content: str | bytes, ecosystem: str = "openclaw") -> dict[str, object]:
+        self.make_skill(f".{ecosystem}/skills/folder", content)
+        (row,) = app.list_skills(ecosystem)
+        return row
+
+    def test_a_fresh_machine_has_no_skills_and_listing_makes_nothing(self) -> None:
+        self.assertEqual(app.list_skills("openclaw"), [])
+        self.assertEqual(os.listdir(self.home), [])
+
+    def test_a_row_has_the_documented_keys(self) -> None:
+        metadata = {
+            "openclaw": {
+                "requires": {"env": ["CITY", "WEATHER_KEY"]},
+                "primaryEnv": "WEATHER_KEY",
+                "primaryEnvLabel": "Weather key",
+                "skillKey": "weather-key",
+            }
+        }
+        row = self.row(manual(name="weather", description="Tells 天气", metadata=json.dumps(metadata)))
+        self.assertEqual(
+            row,
+            {
+                "name": "weather",
+                "source": "shared",
+                "skillKey": "weather-key",
+                "description": "Tells 天气",
+                "path": self.path(".openclaw/skills/folder"),
+                "requiredEnv": ["CITY", "WEATHER_KEY"],
+                "primaryEnv": "WEATHER_KEY",
+                "primaryEnvLabel": "Weather key",
+            },
+        )
+
+    def test_metadata_may_name_variables_at_its_top_or_for_another_ecosystem_only(self) -> None:
+        top = json.dumps({"requiredEnv": ["A"], "primaryEnv": " B "})
+        row = self.row(manual(metadata=top))
+        self.assertEqual((row["requiredEnv"], row["primaryEnv"]), (["A"], "B"))
+        row = self.row(manual(metadata=json.dumps({"codex": {"requiredEnv": ["A"]}})))
+        self.assertEqual(row["requiredEnv"], [])
+
+    def test_without_front_matter_the_folder_names_the_skill(self) -> None:
+        row = self.row("Just text")
+        self.assertEqual((row["name"], row["skillKey"], row["description"]), ("folder", "folder", ""))
+
+    def test_the_name_is_the_key_unless_the_metadata_names_one(self) -> None:
+        self.assertEqual(self.row(manual(name="weather"))["skillKey"], "weather")
+
+    def test_metadata_of_wrong_types_says_nothing(self) -> None:
+        values: list[object] = [None, 7, "text", [], {}, True, [1, None, {}]]
+        for value in values:
+            section = {
+                "requires": value,
+                "requiredEnv": value,
+                "primaryEnv": value if value != "text" else 7,
+                "primaryEnvLabel": [value],
+                "skillKey": [value],
+            }
+            for metadata in (json.dumps(section), json.dumps({"openclaw": section}), json.dumps(value), "{half"):
+                with self.subTest(metadata):
+                    row = self.row(manual(name="n", metadata=metadata))
+                    said = [row[key] for key in ("requiredEnv", "primaryEnv", "primaryEnvLabel", "skillKey")]
+                    self.assertEqual(said, [[], "", "", "n"])
+
+    def test_blanks_duplicates_and_numbers_of_required_variables(self) -> None:
+        env = ["A", " ", 7, "A", None, *[f"V{number}" for number in range(200)]]
+        row = self.row(manual(metadata=json.dumps({"requires": {"env": env}})))
+        self.assertEqual(row["requiredEnv"], ["A", " ", "A", *[f"V{number}" for number in range(200)]])
+
+    def test_a_description_of_a_hundred_kilobytes_arrives_whole(self) -> None:
+        description = "好" * 33_000
+        self.assertEqual(self.row(manual(description=description))["description"], description)
+
+    def test_bytes_that_are_not_text_do_no_harm(self) -> None:
+        self.assertEqual(self.row(b"---\nname: a\xff\n---\n")["name"], "a\ufffd")
+
+    def test_shared_skills_come_first_then_those_in_the_workspaces_of_the_ecosystem(self) -> None:
+        self.make_skill(".codex/skills/zebra")
+        self.make_skill(".codex/skills/ant")
+        self.make_skill(".codex/agents/found/skills/one")
+        self.make_skill("projects/mine/skills/two")
+        app.add_local_agent("codex", "mine", "Mine", self.path("projects/mine"))
+        self.make_skill(".kimi/skills/other")
+        self.make_skill(".kimi/agents/k/skills/other")
+        rows = [(row["source"], row["name"]) for row in app.list_skills("codex")]
+        self.assertEqual(rows, [("shared", "ant"), ("shared", "zebra"), ("found", "one"), ("mine", "two")])
+
+    def test_what_is_no_skill_is_not_listed(self) -> None:
+        self.make_file(".codex/skills/file")
+        self.make_file(".codex/skills/empty/README.md")
+        os.makedirs(self.path(".codex/skills/folder/SKILL.md"))
+        os.mkfifo(self.path(".codex/skills/empty/SKILL.md"))
+        self.make_skill(".codex/skills/.hidden")
+        os.makedirs(os.fsencode(self.path(".codex/skills/")) + b"not-utf-8-\xff")
+        self.assertEqual(app.list_skills("codex"), [])
+
+    def test_a_skill_that_is_a_link_is_listed(self) -> None:
+        self.make_skill("elsewhere/skill", manual(name="linked"))
+        os.makedirs(self.path(".codex/skills"))
+        os.symlink(self.path("elsewhere/skill"), self.path(".codex/skills/link"))
+        self.assertEqual([row["name"] for row in app.list_skills("codex")], ["linked"])
+
+    def test_a_workspace_that_shares_the_skills_folder_lists_nothing_twice(self) -> None:
+        self.make_skill(".codex/skills/one")
+        app.add_local_agent("codex", "mine", "Mine", self.path(".codex"))
+        self.assertEqual([row["source"] for row in app.list_skills("codex")], ["shared"])
+
+    def test_an_unknown_ecosystem_is_refused(self) -> None:
+        for ecosystem in ("", "OpenClaw", "../x", None, 7):
+            for function in (app.list_skills, app.get_adapter_snapshot):
+                with self.assertRaisesRegex(BackendError, "Choose openclaw, codex, kimi"):
+                    function(ecosystem)
+
+
+class AdapterSnapshotTest(HomeTestCase):
+    def test_the_configuration_and_the_shared_folder_are_told_even_when_they_do_not_exist(self) -> None:
+        self.assertEqual(
+            app.get_adapter_snapshot("openclaw"),
+            {
+                "ecosystem": "openclaw",
+                "configPath": self.path(".openclaw/openclaw.json"),
+                "skillDirs": [self.path(".openclaw/skills")],
+            },
+        )
+        self.assertEqual(app.get_adapter_snapshot("kimi")["configPath"], self.path(".kimi/config.json"))
+
+    def test_skill_folders_of_workspaces_are_told_when_they_exist(self) -> None:
+        os.makedirs(self.path(".codex/agents/a"))
+        os.makedirs(self.path(".codex/agents/b/skills"))
+        expected = [self.path(".codex/skills"), self.path(".codex/agents/b/skills")]
+        self.assertEqual(app.get_adapter_snapshot("codex")["skillDirs"], expected)
