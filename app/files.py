@@ -14,7 +14,7 @@ from . import paths
 from .errors import explained
 
 OTHERS = 0o007
-"""The permission bits of everybody."""
+"""The permission bits of those who are neither the owner nor in the group."""
 
 GROUP_AND_OTHERS = 0o077
 """The permission bits of everybody but the owner."""

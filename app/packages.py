@@ -9,6 +9,7 @@ import stat
 import unicodedata
 
 from .arguments import quoted
+from .files import make_private_folder
 
 TYPE_CHECKING = False
 if TYPE_CHECKING:  # for the type checker only: importing it is slow
@@ -144,9 +145,9 @@ def _unpack_all(
     for entry, parts in entries:
         path = os.path.join(folder, *parts)
         if _is_folder(entry):
-            os.makedirs(path, 0o700, exist_ok=True)
+            make_private_folder(path)
             continue
-        os.makedirs(os.path.dirname(path), 0o700, exist_ok=True)
+        make_private_folder(os.path.dirname(path))
         mode = 0o700 if entry.external_attr >> 16 & stat.S_IXUSR else 0o600
         descriptor = os.open(path, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, mode)
         with open(descriptor, "wb") as target, archive.open(entry) as source:

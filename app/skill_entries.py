@@ -29,7 +29,7 @@ def save_skill_entry(ecosystem: object, skill_key: object, entry: object) -> dic
 
     Nothing else in the file changes, not even its layout, and neither do members of the entry that are not given. The
     file is copied beside itself before, under its name, ".bak." and the local time. Since it holds credentials,
-    everybody's permissions are taken away. Answers "path". Raises `BackendError`, with the file intact.
+    others than its owner and group may do nothing with it. Answers "path". Raises `BackendError`, with the file intact.
     """
     owner = arguments.ecosystem(ecosystem)
     key = arguments.filled_text(skill_key, "skill key")
