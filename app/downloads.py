@@ -124,6 +124,7 @@ class Download:
             self._say(f"The download broke off: {why}.", "failed")
         finally:
             self._connection.close()
+            self._say("The download broke off.", "failed")  # whatever else went wrong, it does not run any more
 
     def _request(self) -> HTTPResponse:
         from urllib.parse import urlsplit

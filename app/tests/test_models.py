@@ -324,6 +324,13 @@ class DownloadTest(ModelTestCase):
         self.assertEqual(app.list_local_models(), [])
         self.assertEqual(self.run_download({"status": "success"})[0], "completed")
 
+    def test_a_download_that_cannot_even_be_asked_for_has_failed(self) -> None:
+        self.replace(threading, "excepthook", lambda arguments: None)
+        self.set_environment(OLLAMA_HOST=f"{self.server.address}/模型")
+        app.start_model_download("tiny:1b")
+        self.assertTrue(wait_for(lambda: self.task()["status"] == "failed"))
+        self.assertEqual(self.task()["lastLine"], "The download broke off.")
+
     def test_no_descriptor_is_left_after_many_downloads(self) -> None:
         self.serve_download({"status": "success"})
         before = len(os.listdir("/dev/fd"))
