@@ -84,7 +84,7 @@ def output_of(command: Sequence[str], seconds: float) -> bytes | None:
     except subprocess.TimeoutExpired:
         _kill_group(child.pid)
         child.wait()
-    return output if child.returncode == 0 else None
+    return output if child.returncode == 0 and len(output) <= _ANSWER_LIMIT else None
 
 
 def _read_until(descriptor: int, deadline: float) -> tuple[bytes, bool]:

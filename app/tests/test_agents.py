@@ -133,11 +133,12 @@ class ListTest(AgentTestCase):
         self.assertEqual(self.registry()[:-1], strange)
 
     def test_values_of_wrong_types_fall_back(self) -> None:
-        record = {"ecosystem": "codex", "id": "a", "name": 7, "workspace": {"x": 1}, "createdAt": None}
-        self.make_file(".nelo/agents.json", json.dumps({"agents": [record, {**record, "workspace": "relative"}]}))
-        (row,) = app.list_local_agents()
-        self.assertEqual((row["name"], row["workspace"]), ("a", self.path(".codex/agents/a")))
-        self.assertEqual(row["createdAt"], "")
+        record: dict[str, object] = {"ecosystem": "codex", "id": "a", "name": 7, "createdAt": None}
+        for workspace in ({"x": 1}, "", "relative", "../up"):
+            self.make_file(".nelo/agents.json", json.dumps({"agents": [dict(record, workspace=workspace)]}))
+            (row,) = app.list_local_agents()
+            self.assertEqual((row["name"], row["workspace"]), ("a", self.path(".codex/agents/a")))
+            self.assertEqual(row["createdAt"], "")
 
     def test_a_workspace_that_no_file_system_can_hold_is_missing(self) -> None:
         record = {"ecosystem": "codex", "id": "a", "workspace": "/\0/agents/a"}
@@ -238,6 +239,12 @@ class AddTest(AgentTestCase):
         self.assertEqual(os.listdir(self.path(".codex/agents")), ["old"])
         self.assertEqual((self.read(".nelo/agents.json"), self.files_below(".nelo")), (before, ["agents.json"]))
 
+    def test_a_registry_that_cannot_be_saved_leaves_a_workspace_that_was_there_before(self) -> None:
+        os.makedirs(self.path("projects/empty"))
+        with self.full_disk():
+            self.refusal("add_local_agent", "codex", "new", "New", self.path("projects/empty"))
+        self.assertTrue(os.path.isdir(self.path("projects/empty")))
+
     def test_a_read_only_home_is_told_and_stays_as_it_is(self) -> None:
         with self.read_only():
             self.assertIn("Permission denied", self.refusal("add_local_agent", "codex", "a", "A", ""))
@@ -334,6 +341,9 @@ class DeleteTest(AgentTestCase):
             self.assertIs(app.delete_local_agent("codex", "a", flag)["workspaceRemoved"], False)
             self.assertEqual(self.rows(), [("codex", "a", "discovered")])
             os.rmdir(self.path(".codex/agents/a"))
+        app.add_local_agent("codex", "a", "A", "")
+        app.delete_local_agent("codex", "a")
+        self.assertEqual(self.rows(), [("codex", "a", "discovered")])
 
     def test_a_workspace_elsewhere_is_never_removed(self) -> None:
         elsewhere = ["projects/a", ".codex/agents/a/a", ".kimi/agents/a", ".codex/a"]
@@ -386,6 +396,11 @@ class DeleteTest(AgentTestCase):
         self.make_file(".codex/agents/a/file", "mine")
         self.assertIn("is not a managed agent", self.refusal("delete_local_agent", "codex", "a", True))
         self.assertEqual(self.read(".codex/agents/a/file"), "mine")
+
+    def test_of_several_records_of_one_agent_the_first_counts(self) -> None:
+        records = [{"ecosystem": "codex", "id": "a", "name": name} for name in ("first", "second")]
+        self.make_file(".nelo/agents.json", json.dumps({"agents": records}))
+        self.assertEqual([row["name"] for row in app.list_local_agents()], ["first"])
 
     def test_every_record_of_the_agent_goes(self) -> None:
         record = {"ecosystem": "codex", "id": "a"}

@@ -57,6 +57,9 @@ class CollectionTest(HomeTestCase):
         expected = {"version": 1, "agents": [{"id": "你好"}]}
         self.assertEqual(self.read(".nelo/things.json"), format_json(expected).decode())
 
+    def test_a_file_is_written_for_people_to_read(self) -> None:
+        self.assertEqual(format_json({"a": ["你"]}).decode(), '{\n  "a": [\n    "你"\n  ]\n}\n')
+
     def test_unknown_keys_and_entries_survive_a_change(self) -> None:
         document: dict[str, object] = {
             "version": 2,

@@ -8,6 +8,7 @@ import signal
 import subprocess
 import sys
 import threading
+import time
 from unittest import mock
 
 from app import files
@@ -22,9 +23,23 @@ class ReplaceFileTest(HomeTestCase):
 
     def test_the_mode_is_kept_whatever_the_umask_says(self) -> None:
         self.addCleanup(os.umask, os.umask(0o077))
-        path = self.make_file("file", "old", 0o664)
+        path = self.make_file("file", "old", 0o775)
         files.replace_file(path, b"new")
-        self.assertEqual((self.read("file"), self.mode("file")), ("new", 0o664))
+        self.assertEqual((self.read("file"), self.mode("file")), ("new", 0o775))
+
+    def test_the_owner_is_kept_where_the_system_allows_it(self) -> None:
+        path = self.make_file("file", "old", 0o640)
+        own = os.stat(path)
+        foreign = os.stat_result((own.st_mode, 0, 0, 1, own.st_uid + 1, own.st_gid + 2, 3, 0, 0, 0))
+        for refusal in (None, PermissionError()):
+            with mock.patch.object(files, "_status", return_value=foreign):
+                with mock.patch.object(os, "fchown", side_effect=refusal) as fchown:
+                    files.replace_file(path, b"new")
+            self.assertEqual(fchown.call_args[0][1:], (own.st_uid + 1, own.st_gid + 2))
+            self.assertEqual(self.mode("file"), 0o640)
+        with mock.patch.object(os, "fchown") as fchown:
+            files.replace_file(path, b"new")
+        fchown.assert_not_called()
 
     def test_forbidden_permissions_are_taken_away(self) -> None:
         path = self.make_file("file", "old", 0o664)
@@ -79,10 +94,10 @@ class ReplaceFileTest(HomeTestCase):
 
 class KeepCopyTest(HomeTestCase):
     def test_the_copy_bears_the_label_and_the_local_time(self) -> None:
-        path = self.make_file("file", "old", 0o640)
+        path = self.make_file("file", "old", 0o741)
         copy = files.keep_copy(path, b"old", "bak")
         self.assertRegex(copy, rf"^{path}\.bak\.\d{{8}}-\d{{6}}$")
-        self.assertEqual((self.read(os.path.basename(copy)), self.mode(os.path.basename(copy))), ("old", 0o640))
+        self.assertEqual((self.read(os.path.basename(copy)), self.mode(os.path.basename(copy))), ("old", 0o741))
 
     def test_a_second_copy_in_the_same_second_does_not_replace_the_first(self) -> None:
         path = self.make_file("file", "old")
@@ -98,6 +113,25 @@ class KeepCopyTest(HomeTestCase):
         with self.full_disk(4), self.assertRaises(OSError):
             files.keep_copy(path, b"old content", "bak")
         self.assertEqual(self.files_below(), ["file"])
+
+
+class MakePrivateFolderTest(HomeTestCase):
+    def test_it_says_whether_the_folder_was_made_now(self) -> None:
+        self.assertIs(files.make_private_folder(self.path("a/b")), True)
+        self.assertIs(files.make_private_folder(self.path("a/b")), False)
+
+    def test_another_process_may_be_faster(self) -> None:
+        mkdir = os.mkdir
+
+        def late_mkdir(path: str, mode: int) -> None:
+            mkdir(path, mode)
+            mkdir(path, mode)
+
+        with mock.patch.object(os, "mkdir", late_mkdir):
+            self.assertIs(files.make_private_folder(self.path("a")), False)
+
+    def test_a_file_in_its_place_is_an_error(self) -> None:
+        self.assertRaises(FileExistsError, files.make_private_folder, self.make_file("file"))
 
 
 class ReadFileTest(HomeTestCase):
@@ -117,9 +151,10 @@ class ExclusiveTest(HomeTestCase):
         most = []
 
         def enter() -> None:
-            for _ in range(50):
+            for _ in range(10):
                 with files.exclusive():
                     inside.append(1)
+                    time.sleep(0.0005)  # lets the others in, if anything does
                     most.append(len(inside))
                     inside.pop()
 
@@ -128,7 +163,7 @@ class ExclusiveTest(HomeTestCase):
             thread.start()
         for thread in threads:
             thread.join()
-        self.assertEqual((max(most), len(most)), (1, 200))
+        self.assertEqual((max(most), len(most)), (1, 40))
 
     def test_a_holder_that_is_killed_gives_the_lock_back(self) -> None:
         script = """if True:

@@ -59,10 +59,23 @@ class NewsSourceTest(HomeTestCase):
     def test_what_is_no_web_address_is_refused(self) -> None:
         for url in ("", None, 7):
             self.assertIn("source's URL", self.refusal(url=url))
-        for url in ("example.org", "ftp://a", "file:///a", "javascript:x", "https://", "http://[::1", "http://a:b/"):
+        for url in (
+            "example.org",
+            "ftp://a",
+            "file:///a",
+            "javascript:x",
+            "https://",
+            "http://[::1",
+            "http://a:b/",
+            "http://a:0/",
+        ):
             self.assertIn("is not a web address", self.refusal(url=url))
         for url in ("https://a b/", "https://a/\nb", "https://a/\u202e"):
             self.assertIn("is not a web address", self.refusal(url=url))
+
+    def test_web_addresses_of_every_form_are_taken(self) -> None:
+        for number, url in enumerate(("http://a.example", "https://a.example:8443/x?y#z", "https://[::1]:1/")):
+            self.assertEqual(app.add_news_source(dict(SOURCE, id=str(number), url=f" {url} "))["url"], url)
 
     def test_enabled_is_a_boolean_and_true_when_it_is_missing(self) -> None:
         values: list[object] = [None, 1, "true", []]

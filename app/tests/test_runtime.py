@@ -3,11 +3,13 @@
 from __future__ import annotations
 
 import os
+import platform
 import sys
 import time
 
 import app
 from app import programs, runtime
+from app.programs import SYSTEM_FOLDERS
 from app.tests.support import HomeTestCase, is_gone, wait_for
 
 
@@ -27,11 +29,15 @@ class RuntimeStatusTest(HomeTestCase):
         self.assertEqual(status["version"], "OpenClaw 2026.1.2")
 
     def test_a_program_in_a_per_user_bin_folder_is_found_without_the_path(self) -> None:
-        for folder in (".local/bin", "bin", ".npm-global/bin", ".bun/bin", ".cargo/bin", ".openclaw/bin"):
+        folders = [".local/bin", "bin", ".npm-global/bin", ".bun/bin", ".cargo/bin", ".openclaw/bin", ".volta/bin"]
+        for folder in [*folders, ".local/share/pnpm", "Library/pnpm"]:
             with self.subTest(folder=folder):
                 program = self.make_program(f"{folder}/openclaw", "echo 1")
                 self.assertEqual(app.openclaw_runtime_status().get("binaryPath"), program)
                 os.remove(program)
+
+    def test_the_system_wide_bin_folders_are_those_of_hand_made_programs_and_of_homebrew(self) -> None:
+        self.assertEqual(SYSTEM_FOLDERS, ("/usr/local/bin", "/opt/homebrew/bin"))
 
     def test_a_program_in_a_system_wide_bin_folder_is_found_without_the_path(self) -> None:
         program = self.make_program("system/openclaw", "echo 1")
@@ -104,6 +110,21 @@ class OperatingSystemTest(HomeTestCase):
         self.replace(runtime, "RELEASE_FILES", (release,))
         self.assertEqual(self.name(), os.uname().sysname)
 
+    def test_a_release_file_without_a_name_leaves_it_to_the_next_one(self) -> None:
+        files = (self.make_file("one", "ID=x\n"), self.make_file("two", "PRETTY_NAME='Two'\n"))
+        self.replace(runtime, "RELEASE_FILES", files)
+        self.assertEqual(self.name(), "Two")
+        self.replace(runtime, "RELEASE_FILES", files[:1])
+        self.assertEqual(self.name(), os.uname().sysname)
+
+    def test_macos_is_named_with_its_version(self) -> None:
+        self.replace(sys, "platform", "darwin")
+        self.replace(platform, "mac_ver", lambda: ("14.2", ("", "", ""), "arm64"))
+        self.assertEqual(self.name(), "macOS 14.2")
+
+    def test_the_release_files_are_where_linux_systems_have_them(self) -> None:
+        self.assertEqual(runtime.RELEASE_FILES, ("/etc/os-release", "/usr/lib/os-release"))
+
     def test_the_real_machine_has_a_name(self) -> None:
         self.assertTrue(self.name())
 
@@ -114,9 +135,22 @@ class DesktopApplicationTest(HomeTestCase):
         expected = self.path("XDG_DATA_HOME", "applications", "openclaw.desktop")
         status = app.openclaw_runtime_status()
         self.assertEqual((status["appExists"], status["appPath"]), (False, expected))
-        entry = self.make_file("XDG_DATA_DIRS/applications/openclaw.desktop")
+        self.set_environment(XDG_DATA_DIRS=f"{self.path('first')}:{self.path('second')}")
+        entry = self.make_file("second/applications/openclaw.desktop")
         status = app.openclaw_runtime_status()
         self.assertEqual((status["appExists"], status["appPath"]), (True, entry))
+
+    def test_without_other_word_the_folders_of_the_standard_are_used(self) -> None:
+        self.replace(sys, "platform", "linux")
+        self.set_environment(XDG_DATA_HOME="", XDG_DATA_DIRS="")
+        self.assertEqual(
+            runtime._application_places(),
+            [
+                self.path(".local/share/applications/openclaw.desktop"),
+                "/usr/local/share/applications/openclaw.desktop",
+                "/usr/share/applications/openclaw.desktop",
+            ],
+        )
 
     def test_on_macos_it_is_a_bundle_of_the_system_or_of_the_user(self) -> None:
         self.replace(sys, "platform", "darwin")
@@ -157,6 +191,14 @@ class VersionTest(HomeTestCase):
 
     def test_a_program_that_never_stops_talking_has_no_version(self) -> None:
         self.assertIsNone(self.version_said_by("exec yes"))
+
+    def test_an_answer_of_up_to_sixty_four_kilobytes_counts(self) -> None:
+        script = "printf '1.2\\n'; head -c %d /dev/zero"
+        self.assertEqual(self.version_said_by(script % (65536 - 4)), "1.2")
+        self.assertIsNone(self.version_said_by(script % (65536 - 3)))
+
+    def test_a_program_may_work_on_after_it_closed_its_output(self) -> None:
+        self.assertEqual(self.version_said_by("echo 1.2; exec >&-; sleep 0.1"), "1.2")
 
     def test_the_limit_is_five_seconds(self) -> None:
         self.assertEqual(runtime.VERSION_SECONDS, 5.0)

@@ -30,6 +30,9 @@ class SetMemberTest(HomeTestCase):
             ('{"\\u0078": 1}', "x"): '{"\\u0078": 7}',
             ('{"s": "a } \\" , {", "x":1}', "x"): '{"s": "a } \\" , {", "x":7}',
             (' {"x":1} ', "x"): ' {"x":7} ',
+            ('{"a":1,"x":2,"b":3}', "x"): '{"a":1,"x":7,"b":3}',
+            ('{"a": 1}', "你"): '{"a": 1, "你": 7}',
+            ('{\n "a": 1}', "你"): '{\n "a": 1,\n "你": 7}',
             ("{}", "x"): '{\n  "x": 7\n}',
             ("{ \n }\n", "x"): '{\n  "x": 7\n}\n',
             ('{"a": 1}', "x"): '{"a": 1, "x": 7}',
@@ -44,6 +47,7 @@ class SetMemberTest(HomeTestCase):
                 self.assertEqual(set_member(before, path, 7), after)
 
     def test_a_value_is_laid_out_as_the_text_around_it(self) -> None:
+        self.assertEqual(set_member('{"x": 1}', "x", "你"), '{"x": "你"}')
         self.assertEqual(set_member('{"x": 1}', "x", {"a": [1]}), '{"x": {"a": [1]}}')
         self.assertEqual(
             set_member('{\n "x": 1\n}', "x", {"a": ["你", 1.0]}), '{\n "x": {\n  "a": [\n   "你",\n   1.0\n  ]\n }\n}'

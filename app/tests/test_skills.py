@@ -22,7 +22,9 @@ class FrontMatterTest(HomeTestCase):
         text = "\n".join(
             [
                 "\ufeff---",
+                "  lost",
                 "# a comment",
+                "- lost",
                 "name: weather",
                 'quoted: "say \\"hi\\" \\u4f60"',
                 "single: 'it''s'",
@@ -32,11 +34,14 @@ class FrontMatterTest(HomeTestCase):
                 "  three",
                 "literal: |",
                 "  line one",
+                "",
                 "  line two",
                 "folded: >-",
                 "  line one",
                 "  line two",
                 "empty:",
+                "quote: '",
+                'quotes: "',
                 "colon: a: b",
                 "url: https://host",
                 'broken: "half \\',
@@ -55,15 +60,20 @@ class FrontMatterTest(HomeTestCase):
                 "quoted": 'say "hi" 你',
                 "single": "it's",
                 "plain": "one two three",
-                "literal": "line one\nline two",
+                "literal": "line one\n\nline two",
                 "folded": "line one line two",
                 "empty": "",
+                "quote": "'",
+                "quotes": '"',
                 "colon": "a: b",
                 "url": "https://host",
                 "broken": "half \\ way",
                 "metadata": '{"openclaw": {"primaryEnv": "KEY"}}',
             },
         )
+
+    def test_three_dots_end_it_too(self) -> None:
+        self.assertEqual(parse_front_matter("---\nname: a\n...\nname: b"), {"name": "a"})
 
     def test_windows_line_ends_are_line_ends(self) -> None:
         self.assertEqual(parse_front_matter("---\r\nname: a\r\n---\r\nbody"), {"name": "a"})

@@ -12,6 +12,24 @@ from app.tests.support import HomeTestCase, is_gone, wait_for
 
 LAUNCHERS = (app.launch_openclaw_configure_interactive, app.launch_openclaw_install_or_configure_interactive)
 
+TERMINALS = terminal.TERMINALS
+
+BEFORE_THE_COMMAND = {
+    "x-terminal-emulator": "-e",
+    "gnome-terminal": "--",
+    "ptyxis": "--",
+    "kgx": "--",
+    "konsole": "-e",
+    "xfce4-terminal": "-x",
+    "mate-terminal": "-x",
+    "kitty": "",
+    "alacritty": "-e",
+    "wezterm": "start --",
+    "foot": "",
+    "xterm": "-e",
+    "urxvt": "-e",
+}
+
 
 class LaunchTest(HomeTestCase):
     def setUp(self) -> None:
@@ -39,11 +57,12 @@ class LaunchTest(HomeTestCase):
     def test_the_terminal_runs_the_set_up_of_the_runtime(self) -> None:
         seen = self.path("seen")
         self.make_program("bin/openclaw", f'echo "$*" > {seen}.new; mv {seen}.new {seen}')
-        for name, prefix in terminal.TERMINALS:
+        self.assertEqual([name for name, _ in terminal.TERMINALS], list(BEFORE_THE_COMMAND))
+        for name, prefix in BEFORE_THE_COMMAND.items():
             with self.subTest(name):
-                expected = "".join(f'[ "$1" = {word} ] || exit 9; shift; ' for word in prefix)
+                expected = "".join(f'[ "$1" = {word} ] || exit 9; shift; ' for word in prefix.split())
                 self.make_program(f"tools/{name}", f'{expected}"$@"')
-                self.replace(terminal, "TERMINALS", ((name, prefix),))
+                self.replace(terminal, "TERMINALS", tuple(it for it in TERMINALS if it[0] == name))
                 for launch in LAUNCHERS:
                     self.assertEqual(launch(), {"command": [self.openclaw, "configure"]})
                     self.assertTrue(wait_for(lambda: os.path.exists(seen)))

@@ -1,0 +1,48 @@
+"""What is said about arguments that cannot be used."""
+
+from __future__ import annotations
+
+from collections.abc import Callable
+
+from app import arguments
+from app.errors import BackendError
+from app.tests.support import HomeTestCase
+
+
+class ArgumentTest(HomeTestCase):
+    def refusal(self, check: Callable[..., object], *values: object) -> str:
+        with self.assertRaises(BackendError) as raised:
+            check(*values)
+        return str(raised.exception)
+
+    def test_a_text_is_answered_as_it_is_and_a_filled_one_without_blanks_at_its_ends(self) -> None:
+        self.assertEqual(arguments.text(" a\n", "name"), " a\n")
+        self.assertEqual(arguments.filled_text(" a b\n", "name"), "a b")
+
+    def test_what_is_no_text_is_told_by_its_name(self) -> None:
+        self.assertEqual(self.refusal(arguments.text, 7, "name"), "The name must be text.")
+        self.assertEqual(self.refusal(arguments.text, "\udc00", "name"), "The name holds half a character.")
+        self.assertEqual(self.refusal(arguments.filled_text, " ", "name"), "The name is empty.")
+
+    def test_a_folder_name_is_told_what_is_wrong_with_it(self) -> None:
+        cases = {
+            "": "The id is empty.",
+            "a/b": 'The id "a/b" may not hold a slash or begin with a dot.',
+            ".a": 'The id ".a" may not hold a slash or begin with a dot.',
+            "a\x1f": 'The id "a\ufffd" may not hold control characters.',
+            "\x7f": 'The id "\ufffd" may not hold control characters.',
+            "é" * 128: f'The id "{"é" * 59}…" is longer than 255 bytes.',
+        }
+        for name, message in cases.items():
+            self.assertEqual(self.refusal(arguments.folder_name, name, "id"), message)
+        self.assertEqual(arguments.folder_name_problem("\udcff"), "is not text")
+
+    def test_the_longest_folder_name_and_printable_characters_are_fine(self) -> None:
+        for name in ("x" * 255, " ", "a.b", "~", "\x80", "你", "-"):
+            self.assertEqual(arguments.folder_name(name, "id"), name)
+
+    def test_a_value_is_shown_on_one_line_and_cut_when_it_is_long(self) -> None:
+        self.assertEqual(arguments.quoted("a\nb"), '"a\ufffdb"')
+        self.assertEqual(arguments.shortened("x" * 60), "x" * 60)
+        self.assertEqual(arguments.shortened("x" * 61), "x" * 59 + "…")
+        self.assertEqual(arguments.shortened("abcd", 3), "ab…")
