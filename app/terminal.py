@@ -27,6 +27,9 @@ TERMINALS = (
 """Terminal programs of Linux desktops, the user's choice first (a link that Debian keeps), and what each wants before
 the command and its arguments."""
 
+OSASCRIPT = "/usr/bin/osascript"
+"""The program through which macOS lets one application ask another."""
+
 START_SECONDS = 0.3
 """A terminal that cannot open a window gives up within this time."""
 
@@ -60,7 +63,7 @@ def macos_script(command: Sequence[str]) -> list[str]:
 
     line = shlex.join(command).replace("\\", "\\\\").replace('"', '\\"')
     application = 'tell application "Terminal" to'
-    return ["/usr/bin/osascript", "-e", f'{application} do script "{line}"', "-e", f"{application} activate"]
+    return [OSASCRIPT, "-e", f'{application} do script "{line}"', "-e", f"{application} activate"]
 
 
 def _open_on_macos(command: Sequence[str]) -> None:

@@ -62,6 +62,9 @@ class InstallZipTest(InstallTestCase):
             self.assertEqual(self.install(make_package({"folder/SKILL.md": manual}))["name"], "folder")
             self.assertEqual(self.install(make_package({"SKILL.md": manual}), "my skill.zip")["name"], "my skill")
 
+    def test_a_name_that_is_not_text_does_no_harm(self) -> None:
+        self.assertEqual(self.install(make_package({"SKILL.md": b"---\nname: a\xff\n---\n"}))["name"], "a\ufffd")
+
     def test_a_file_whose_name_can_be_no_folder_is_refused(self) -> None:
         message = self.refusal(self.install, make_package({"SKILL.md": b""}), ".zip")
         self.assertIn('".zip" cannot be the name of a folder', message)
@@ -83,6 +86,7 @@ class InstallZipTest(InstallTestCase):
             "climbs out": make_package({"SKILL.md": manual, "../../x": b""}),
             "100 times its own size": make_package({"SKILL.md": manual, "zeros": bytes(20_000_000)}),
             "no SKILL.md": make_package({"README.md": manual}),
+            "no SKILL.md at its root": make_package({}),
             "not a zip archive": b"text",
             "damaged": skill("two")[:-30],
         }
@@ -203,6 +207,15 @@ class KilledInstallTest(InstallTestCase):
         os.makedirs(self.path(SKILLS, ".installing-x/weather-folder"))
         self.assertEqual([row["name"] for row in app.list_skills("openclaw")], ["weather"])
         self.assertEqual((os.listdir(self.path(SKILLS)), self.version()), (["weather"], "one"))
+
+    def test_an_install_mends_what_a_killed_one_left_even_when_it_fails_itself(self) -> None:
+        self.install(skill("one"))
+        os.rename(self.path(SKILLS, "weather"), self.path(SKILLS, ".replaced-weather"))
+        self.refusal(self.install, b"no package")
+        self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "one"))
+        self.make_file(f"{SKILLS}/.replaced-weather/old")
+        self.install(skill("two"))
+        self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "two"))
 
     def test_killed_after_the_two_renames_the_new_version_stays(self) -> None:
         self.install(skill("one"))

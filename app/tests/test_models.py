@@ -4,6 +4,8 @@ from __future__ import annotations
 
 import json
 import os
+import subprocess
+import sys
 import threading
 from collections.abc import Callable
 
@@ -75,7 +77,14 @@ class ListTest(ModelTestCase):
         )
 
     def test_sizes_are_written_as_the_servers_own_tool_writes_them(self) -> None:
-        sizes = {0: "0 B", 1000: "1.0 KB", 274_302_450: "274 MB", 18_556_699_314: "19 GB", 2 * 10**12: "2.0 TB"}
+        sizes = {
+            0: "0 B",
+            1000: "1.0 KB",
+            274_302_450: "274 MB",
+            10**10: "10 GB",
+            18_556_699_314: "19 GB",
+            2 * 10**12: "2.0 TB",
+        }
         for size, text in sizes.items():
             self.assertEqual(ollama.readable_size(size), text)
 
@@ -90,6 +99,13 @@ class ListTest(ModelTestCase):
         message = "No local model server answers at http://127.0.0.1:9: Connection refused. Start Ollama"
         self.assertIn(message, self.refusal(app.list_local_models))
         self.assertIn(message, self.refusal(app.start_model_download, "a"))
+
+    def test_a_server_that_cannot_be_named_or_does_not_speak_tls_is_told(self) -> None:
+        self.set_environment(OLLAMA_HOST="a..b:1")
+        self.assertIn("it is not a valid address", self.refusal(app.start_model_download, "a"))
+        self.set_environment(OLLAMA_HOST=self.server.address.replace("http:", "https:"))
+        for function in (app.list_local_models, lambda: app.start_model_download("a")):
+            self.assertIn("No local model server answers at https://127.0.0.1", self.refusal(function))
 
     def test_an_answer_of_another_shape_is_told(self) -> None:
         for body in (b"", b"<html>", b"[]", b"7", b"null", b"{}", b'{"models": {}}', b'{"models": null}', b"\xff"):
@@ -330,6 +346,13 @@ class DownloadTest(ModelTestCase):
         app.start_model_download("tiny:1b")
         self.assertTrue(wait_for(lambda: self.task()["status"] == "failed"))
         self.assertEqual(self.task()["lastLine"], "The download broke off.")
+
+    def test_we_can_end_while_a_download_runs(self) -> None:
+        self.server.answers["/api/pull"] = Exchange.wait_for_the_end
+        script = "import app; print(app.start_model_download('tiny:1b')['status'])"
+        folder = os.path.dirname(os.path.dirname(app.__file__))
+        done = subprocess.run([sys.executable, "-c", script], cwd=folder, capture_output=True, check=True, timeout=20)
+        self.assertEqual(done.stdout, b"running\n")
 
     def test_no_descriptor_is_left_after_many_downloads(self) -> None:
         self.serve_download({"status": "success"})

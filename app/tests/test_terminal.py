@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import os
+import subprocess
 import sys
 
 import app
@@ -107,7 +108,37 @@ class LaunchTest(HomeTestCase):
         self.make_file("end")
         self.assertTrue(wait_for(lambda: is_gone(pid)), "the terminal was left as a zombie")
 
-    def test_on_macos_the_terminal_application_gets_one_quoted_line(self) -> None:
+    def test_we_can_end_while_the_terminal_stays(self) -> None:
+        started, end = self.path("started"), self.path("end")
+        self.make_program("tools/x-terminal-emulator", f"touch {started}; while [ ! -e {end} ]; do sleep 0.01; done")
+        self.addCleanup(self.make_file, "end")
+        script = "import app; app.launch_openclaw_configure_interactive()"
+        folder = os.path.dirname(os.path.dirname(app.__file__))
+        subprocess.run([sys.executable, "-c", script], cwd=folder, check=True, timeout=20)
+        self.assertTrue(wait_for(lambda: os.path.exists(started)))
+
+
+class MacosLaunchTest(HomeTestCase):
+    def setUp(self) -> None:
+        super().setUp()
+        self.replace(sys, "platform", "darwin")
+        self.openclaw = self.make_program("bin/openclaw", "exit 0")
+
+    def make_osascript(self, script: str) -> None:
+        self.replace(terminal, "OSASCRIPT", self.make_program("osascript", script))
+
+    def test_the_terminal_application_is_asked_to_run_the_set_up_and_to_come_forward(self) -> None:
+        self.make_osascript(f'printf "%s|" "$@" > {self.path("seen")}')
+        self.assertEqual(app.launch_openclaw_configure_interactive(), {"command": [self.openclaw, "configure"]})
+        script = f'tell application "Terminal" to do script "{self.openclaw} configure"'
+        self.assertEqual(self.read("seen"), f'-e|{script}|-e|tell application "Terminal" to activate|')
+
+    def test_a_refusal_is_told_with_what_to_allow(self) -> None:
+        self.make_osascript("exit 1")
+        self.assertRaisesRegex(BackendError, "Allow Nelo to control it", app.launch_openclaw_configure_interactive)
+
+    def test_the_line_is_quoted_for_the_shell_and_for_the_script(self) -> None:
+        self.assertEqual(terminal.OSASCRIPT, "/usr/bin/osascript")
         self.assertEqual(
             terminal.macos_script(["/Users/a b/it's\\\"/openclaw", "configure"])[2],
             'tell application "Terminal" to do script ' "\"'/Users/a b/it'\\\"'\\\"'s\\\\\\\"/openclaw' configure\"",
