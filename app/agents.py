@@ -156,7 +156,7 @@ def _managed(entries: list[object], ecosystem: str, agent_id: str) -> list[dict[
     matching = _matching(entries, ecosystem, agent_id)
     if not matching:
         agent = _title({"ecosystem": ecosystem, "id": agent_id})
-        raise BackendError(f"{agent} is not a managed agent. Refresh the list, and adopt it first if it is there.")
+        raise BackendError(f"{agent} is not managed. Refresh the list, and adopt it first if it is there.")
     return matching
 
 
@@ -190,4 +190,4 @@ def _creation_time(status: os.stat_result) -> str:
 
 
 def _title(record: dict[str, str]) -> str:
-    return f"{record['ecosystem']}/{arguments.shortened(record['id'])}"
+    return f"The agent {record['ecosystem']}/{arguments.shortened(record['id'])}"

@@ -27,7 +27,7 @@ def refresh_cloud_skills_via_core() -> dict[str, object]:
     entries = _entries(content)
     if entries is None:
         raise BackendError(
-            f"{web.shown(address)} is not a catalogue of skills: it must be a JSON list of objects, "
+            f"The document at {web.shown(address)} is not a catalogue of skills: it must be a JSON list of objects, "
             'or an object with such a list under "skills".'
         )
     path = _path()

@@ -78,7 +78,7 @@ def _with_entry(ecosystem: str, text: str, key: str, wanted: dict[str, object]) 
                 text = json_edit.set_member(text, (*path, name), value)
     except ValueError as error:
         raise BackendError(
-            f'"skills" or "skills.entries" in {paths.config_path(ecosystem)} is not an object. '
+            f"In {paths.config_path(ecosystem)}, skills or skills.entries is not an object. "
             "Correct it in the configuration editor first."
         ) from error
     return text
@@ -111,6 +111,6 @@ def _parsed(ecosystem: str, text: str) -> dict[str, object]:
 
 def _not_json(ecosystem: str, why: str) -> BackendError:
     return BackendError(
-        f"{paths.config_path(ecosystem)} is not a JSON configuration: {why}. "
+        f"The file {paths.config_path(ecosystem)} is not a JSON configuration: {why}. "
         "Correct it in the configuration editor first."
     )

@@ -14,6 +14,7 @@ from collections.abc import Callable, Iterator
 from unittest import mock
 
 from app import programs
+from app.errors import BackendError
 
 NOBODY = 65534
 
@@ -41,6 +42,13 @@ class HomeTestCase(unittest.TestCase):
         patcher = mock.patch.dict(os.environ, variables)
         patcher.start()
         self.addCleanup(patcher.stop)
+
+    def refusal(self, function: Callable[..., object], *arguments: object) -> str:
+        """The message of the `BackendError` that a call must raise, which must be a sentence or more."""
+        with self.assertRaises(BackendError) as raised:
+            function(*arguments)
+        self.assertRegex(str(raised.exception), r"\A[A-Z\"].*[.?]\Z", "not a sentence on one line")
+        return str(raised.exception)
 
     def path(self, *names: str) -> str:
         return os.path.join(self.home, *names)

@@ -7,12 +7,20 @@ import os
 import shutil
 import subprocess
 import sys
+from collections.abc import Callable
 from unittest import mock
 
 import app
 from app import workspaces
-from app.errors import BackendError
 from app.tests.support import HomeTestCase
+
+CHANGES: dict[Callable[..., object], int] = {
+    app.add_local_agent: 4,
+    app.adopt_local_agent: 4,
+    app.rename_local_agent: 3,
+    app.delete_local_agent: 3,
+}
+"""What changes agents, and how many arguments it takes."""
 
 ISO_TIME = r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ$"
 
@@ -30,126 +38,6 @@ class AgentTestCase(HomeTestCase):
         agents = json.loads(self.read(".nelo/agents.json"))["agents"]
         assert isinstance(agents, list)
         return agents
-
-    def refusal(self, function: str, *arguments: object) -> str:
-        """The message of the error that a call must raise."""
-        with self.assertRaises(BackendError) as raised:
-            getattr(app, function)(*arguments)
-        message = str(raised.exception)
-        self.assertRegex(message, r"^[A-Za-z\"].*[.?]$", "not a sentence")
-        return message
-
-
-class ListTest(AgentTestCase):
-    def test_a_fresh_machine_has_no_agents_and_listing_makes_nothing(self) -> None:
-        self.assertEqual(app.list_local_agents(), [])
-        self.assertEqual(app.sync_local_agents_to_core(), [])
-        self.assertEqual(os.listdir(self.home), [])
-
-    def test_folders_are_discovered_by_ecosystem_and_id(self) -> None:
-        for ecosystem, agent_id in (("kimi", "b"), ("kimi", "a"), ("codex", "c"), ("openclaw", "main")):
-            self.make_agent_folder(ecosystem, agent_id)
-        self.assertEqual(
-            self.rows(),
-            [
-                ("openclaw", "main", "discovered"),
-                ("codex", "c", "discovered"),
-                ("kimi", "a", "discovered"),
-                ("kimi", "b", "discovered"),
-            ],
-        )
-
-    def test_a_row_has_all_eight_keys(self) -> None:
-        path = self.make_agent_folder("codex", "c")
-        os.utime(path, (1735723800, 1735723800))
-        (row,) = app.list_local_agents()
-        self.assertEqual(
-            row,
-            {
-                "id": "c",
-                "name": "c",
-                "ecosystem": "codex",
-                "origin": "discovered",
-                "state": "available",
-                "lastSeen": "2025-01-01T09:30:00Z",
-                "workspace": path,
-                "createdAt": row["createdAt"],
-            },
-        )
-        self.assertRegex(str(row["createdAt"]), ISO_TIME)
-
-    def test_files_hidden_folders_and_names_that_are_no_ids_are_not_agents(self) -> None:
-        self.make_file(".codex/agents/file")
-        for name in (b".hidden", b"line\nfeed", b"not-utf-8-\xff"):
-            os.makedirs(os.path.join(os.fsencode(self.path(".codex/agents")), name))
-        self.assertEqual(self.rows(), [])
-
-    def test_a_link_to_a_folder_is_an_agent_and_a_link_to_nothing_is_not(self) -> None:
-        os.makedirs(self.path(".codex/agents"))
-        os.makedirs(self.path("elsewhere"))
-        os.symlink(self.path("elsewhere"), self.path(".codex/agents/linked"))
-        os.symlink(self.path("nowhere"), self.path(".codex/agents/broken"))
-        self.assertEqual(self.rows(), [("codex", "linked", "discovered")])
-
-    def test_a_file_in_the_place_of_an_agents_folder_hides_no_other_ecosystem(self) -> None:
-        self.make_file(".codex/agents")
-        self.make_agent_folder("kimi", "a")
-        self.assertEqual(self.rows(), [("kimi", "a", "discovered")])
-
-    def test_a_record_and_a_folder_of_the_same_ecosystem_and_id_are_one_row(self) -> None:
-        self.make_agent_folder("codex", "same")
-        self.make_agent_folder("kimi", "same")
-        app.adopt_local_agent("codex", "same", "Mine", "")
-        self.assertEqual(self.rows(), [("codex", "same", "managed"), ("kimi", "same", "discovered")])
-
-    def test_a_managed_agent_whose_workspace_is_gone_is_missing(self) -> None:
-        app.add_local_agent("codex", "a", "A", "")
-        os.rmdir(self.path(".codex/agents/a"))
-        (row,) = app.list_local_agents()
-        self.assertEqual((row["state"], row["lastSeen"], row["origin"]), ("missing", "", "managed"))
-        self.assertRegex(str(row["createdAt"]), ISO_TIME)
-
-    def test_the_synchronised_list_is_the_local_list(self) -> None:
-        self.make_agent_folder("kimi", "a")
-        app.add_local_agent("codex", "b", "B", "")
-        self.assertEqual(app.sync_local_agents_to_core(), app.list_local_agents())
-
-    def test_entries_of_wrong_shapes_are_not_listed_and_never_lost(self) -> None:
-        strange: list[object] = [
-            7,
-            None,
-            "codex",
-            [],
-            {},
-            {"ecosystem": "codex"},
-            {"ecosystem": "codex", "id": 7},
-            {"ecosystem": "codex", "id": "../up"},
-            {"ecosystem": "other", "id": "a"},
-            {"ecosystem": ["codex"], "id": "a"},
-        ]
-        self.make_file(".nelo/agents.json", json.dumps({"agents": strange}))
-        self.assertEqual(self.rows(), [])
-        app.add_local_agent("codex", "new", "New", "")
-        self.assertEqual(self.registry()[:-1], strange)
-
-    def test_values_of_wrong_types_fall_back(self) -> None:
-        record: dict[str, object] = {"ecosystem": "codex", "id": "a", "name": 7, "createdAt": None}
-        for workspace in ({"x": 1}, "", "relative", "../up"):
-            self.make_file(".nelo/agents.json", json.dumps({"agents": [dict(record, workspace=workspace)]}))
-            (row,) = app.list_local_agents()
-            self.assertEqual((row["name"], row["workspace"]), ("a", self.path(".codex/agents/a")))
-            self.assertEqual(row["createdAt"], "")
-
-    def test_a_workspace_that_no_file_system_can_hold_is_missing(self) -> None:
-        record = {"ecosystem": "codex", "id": "a", "workspace": "/\0/agents/a"}
-        self.make_file(".nelo/agents.json", json.dumps({"agents": [record]}))
-        self.assertEqual(app.list_local_agents()[0]["state"], "missing")
-        self.assertIs(app.delete_local_agent("codex", "a", True)["workspaceRemoved"], False)
-
-    def test_a_registry_that_is_not_json_hides_no_discovered_agent(self) -> None:
-        self.make_file(".nelo/agents.json", "not json")
-        self.make_agent_folder("kimi", "a")
-        self.assertEqual(self.rows(), [("kimi", "a", "discovered")])
 
 
 class AddTest(AgentTestCase):
@@ -179,13 +67,15 @@ class AddTest(AgentTestCase):
     def test_an_id_that_is_taken_is_refused(self) -> None:
         app.add_local_agent("codex", "a", "A", "")
         before = self.read(".nelo/agents.json")
-        self.assertIn("codex/a exists already", self.refusal("add_local_agent", "codex", "a", "B", self.path("other")))
+        self.assertIn(
+            "codex/a exists already", self.refusal(app.add_local_agent, "codex", "a", "B", self.path("other"))
+        )
         self.assertEqual(self.read(".nelo/agents.json"), before)
         self.assertFalse(os.path.exists(self.path("other")))
 
     def test_the_id_of_a_discovered_agent_is_refused_with_advice(self) -> None:
         self.make_agent_folder("codex", "a")
-        self.assertIn("Adopt it", self.refusal("add_local_agent", "codex", "a", "A", ""))
+        self.assertIn("Adopt it", self.refusal(app.add_local_agent, "codex", "a", "A", ""))
         self.assertEqual(self.files_below(), [])
 
     def test_the_same_id_in_another_ecosystem_is_free(self) -> None:
@@ -196,21 +86,21 @@ class AddTest(AgentTestCase):
     def test_ids_that_climb_hide_or_cannot_be_names_are_refused(self) -> None:
         refused: list[object] = ["", ".", "..", "../x", "/x", "a/b", ".hidden", "a\0b", "a\nb", "x" * 256, "é" * 128]
         for agent_id in [*refused, "\ud800", 7, None, ["a"]]:
-            for function in ("add_local_agent", "adopt_local_agent", "rename_local_agent", "delete_local_agent"):
-                arguments = ["codex", agent_id, "name", ""][: 4 if function[0] == "a" else 3]
-                with self.subTest(id=str(agent_id)[:20].encode("utf-8", "replace"), function=function):
+            for function, count in CHANGES.items():
+                arguments = ["codex", agent_id, "name", ""][:count]
+                with self.subTest(id=str(agent_id)[:20].encode("utf-8", "replace"), function=function.__name__):
                     self.assertIn("agent id", self.refusal(function, *arguments))
         self.assertEqual(os.listdir(self.home), [])
 
     def test_an_unknown_ecosystem_is_refused(self) -> None:
         for ecosystem in ("", "Codex", "../x", None, 7, ["codex"]):
             with self.subTest(ecosystem=ecosystem):
-                self.assertIn("openclaw, codex, kimi", self.refusal("add_local_agent", ecosystem, "a", "A", ""))
+                self.assertIn("openclaw, codex, kimi", self.refusal(app.add_local_agent, ecosystem, "a", "A", ""))
 
     def test_names_that_say_nothing_are_refused(self) -> None:
         for name in ("", " \n", None, 7, "\udc00"):
             with self.subTest(name=str(name).encode("utf-8", "replace")):
-                self.assertIn("agent's name", self.refusal("add_local_agent", "codex", "a", name, ""))
+                self.assertIn("agent's name", self.refusal(app.add_local_agent, "codex", "a", name, ""))
         self.assertEqual(os.listdir(self.home), [])
 
     def test_names_with_line_feeds_markup_or_ten_thousand_characters_are_kept_as_they_are(self) -> None:
@@ -221,12 +111,12 @@ class AddTest(AgentTestCase):
     def test_a_workspace_that_is_relative_or_belongs_to_another_agent_is_refused(self) -> None:
         for workspace in ("relative", "../up", "a\0b", "/a\0b", 7, self.path(".codex/agents/other"), "~nobody-there/x"):
             with self.subTest(workspace=workspace):
-                self.assertIn("workspace", self.refusal("add_local_agent", "codex", "a", "A", workspace).lower())
+                self.assertIn("workspace", self.refusal(app.add_local_agent, "codex", "a", "A", workspace).lower())
         self.assertEqual(os.listdir(self.home), [])
 
     def test_a_file_in_the_place_of_the_workspace_is_told_and_nothing_is_recorded(self) -> None:
         self.make_file("file", "mine")
-        message = self.refusal("add_local_agent", "codex", "a", "A", self.path("file"))
+        message = self.refusal(app.add_local_agent, "codex", "a", "A", self.path("file"))
         self.assertIn(f"Cannot create the workspace {self.path('file')}: ", message)
         self.assertEqual(self.files_below(), ["file"])
 
@@ -234,7 +124,7 @@ class AddTest(AgentTestCase):
         app.add_local_agent("codex", "old", "Old", "")
         before = self.read(".nelo/agents.json")
         with self.full_disk(10):
-            message = self.refusal("add_local_agent", "codex", "new", "New", "")
+            message = self.refusal(app.add_local_agent, "codex", "new", "New", "")
         self.assertIn("Cannot save", message)
         self.assertEqual(os.listdir(self.path(".codex/agents")), ["old"])
         self.assertEqual((self.read(".nelo/agents.json"), self.files_below(".nelo")), (before, ["agents.json"]))
@@ -242,12 +132,12 @@ class AddTest(AgentTestCase):
     def test_a_registry_that_cannot_be_saved_leaves_a_workspace_that_was_there_before(self) -> None:
         os.makedirs(self.path("projects/empty"))
         with self.full_disk():
-            self.refusal("add_local_agent", "codex", "new", "New", self.path("projects/empty"))
+            self.refusal(app.add_local_agent, "codex", "new", "New", self.path("projects/empty"))
         self.assertTrue(os.path.isdir(self.path("projects/empty")))
 
     def test_a_read_only_home_is_told_and_stays_as_it_is(self) -> None:
         with self.read_only():
-            self.assertIn("Permission denied", self.refusal("add_local_agent", "codex", "a", "A", ""))
+            self.assertIn("Permission denied", self.refusal(app.add_local_agent, "codex", "a", "A", ""))
             self.assertEqual(app.list_local_agents(), [])
         self.assertEqual(os.listdir(self.home), [])
 
@@ -295,13 +185,13 @@ class AdoptTest(AgentTestCase):
         self.assertNotEqual(row["lastSeen"], "2025-01-01T09:30:00Z")
 
     def test_what_is_not_there_cannot_be_adopted(self) -> None:
-        self.assertIn("there is no folder", self.refusal("adopt_local_agent", "kimi", "a", "A", ""))
+        self.assertIn("there is no folder", self.refusal(app.adopt_local_agent, "kimi", "a", "A", ""))
         self.make_agent_folder("kimi", "a")
-        self.assertIn("there is no folder", self.refusal("adopt_local_agent", "kimi", "a", "A", self.path("gone")))
+        self.assertIn("there is no folder", self.refusal(app.adopt_local_agent, "kimi", "a", "A", self.path("gone")))
 
     def test_a_managed_agent_is_not_adopted_again(self) -> None:
         app.add_local_agent("kimi", "a", "A", "")
-        self.assertIn("managed already", self.refusal("adopt_local_agent", "kimi", "a", "B", ""))
+        self.assertIn("managed already", self.refusal(app.adopt_local_agent, "kimi", "a", "B", ""))
 
 
 class RenameTest(AgentTestCase):
@@ -315,11 +205,11 @@ class RenameTest(AgentTestCase):
 
     def test_a_discovered_agent_cannot_be_renamed(self) -> None:
         self.make_agent_folder("codex", "a")
-        self.assertIn("codex/a is not a managed agent", self.refusal("rename_local_agent", "codex", "a", "A"))
+        self.assertIn("codex/a is not managed", self.refusal(app.rename_local_agent, "codex", "a", "A"))
 
     def test_an_empty_name_is_refused(self) -> None:
         app.add_local_agent("codex", "a", "A", "")
-        self.assertIn("agent's name is empty", self.refusal("rename_local_agent", "codex", "a", " "))
+        self.assertIn("agent's name is empty", self.refusal(app.rename_local_agent, "codex", "a", " "))
 
 
 class DeleteTest(AgentTestCase):
@@ -394,7 +284,7 @@ class DeleteTest(AgentTestCase):
 
     def test_a_discovered_agent_is_not_deleted(self) -> None:
         self.make_file(".codex/agents/a/file", "mine")
-        self.assertIn("is not a managed agent", self.refusal("delete_local_agent", "codex", "a", True))
+        self.assertIn("is not managed", self.refusal(app.delete_local_agent, "codex", "a", True))
         self.assertEqual(self.read(".codex/agents/a/file"), "mine")
 
     def test_of_several_records_of_one_agent_the_first_counts(self) -> None:
@@ -412,21 +302,21 @@ class DeleteTest(AgentTestCase):
         app.add_local_agent("codex", "a", "A", "")
         self.make_file(".codex/agents/a/file", "mine")
         with self.full_disk(10):
-            self.assertIn("Cannot save", self.refusal("delete_local_agent", "codex", "a", True))
+            self.assertIn("Cannot save", self.refusal(app.delete_local_agent, "codex", "a", True))
         self.assertEqual(self.rows(), [("codex", "a", "managed")])
         self.assertEqual(self.read(".codex/agents/a/file"), "mine")
 
     def test_a_workspace_that_cannot_be_moved_keeps_the_record(self) -> None:
         app.add_local_agent("codex", "a", "A", "")
         with self.read_only(".codex/agents"):
-            message = self.refusal("delete_local_agent", "codex", "a", True)
+            message = self.refusal(app.delete_local_agent, "codex", "a", True)
         self.assertIn(f"Cannot remove the workspace {self.path('.codex/agents/a')}: Permission denied", message)
         self.assertEqual(self.rows(), [("codex", "a", "managed")])
 
     def test_what_cannot_be_removed_is_named_and_no_longer_listed(self) -> None:
         app.add_local_agent("codex", "a", "A", "")
         with mock.patch.object(shutil, "rmtree", side_effect=PermissionError(13, "Permission denied")):
-            message = self.refusal("delete_local_agent", "codex", "a", True)
+            message = self.refusal(app.delete_local_agent, "codex", "a", True)
         self.assertRegex(message, r"Permission denied\. What is left is in .*/\.codex/agents/\.deleted-")
         self.assertEqual(self.rows(), [])
 

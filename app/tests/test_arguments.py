@@ -2,19 +2,11 @@
 
 from __future__ import annotations
 
-from collections.abc import Callable
-
 from app import arguments
-from app.errors import BackendError
 from app.tests.support import HomeTestCase
 
 
 class ArgumentTest(HomeTestCase):
-    def refusal(self, check: Callable[..., object], *values: object) -> str:
-        with self.assertRaises(BackendError) as raised:
-            check(*values)
-        return str(raised.exception)
-
     def test_a_text_is_answered_as_it_is_and_a_filled_one_without_blanks_at_its_ends(self) -> None:
         self.assertEqual(arguments.text(" a\n", "name"), " a\n")
         self.assertEqual(arguments.filled_text(" a b\n", "name"), "a b")

@@ -9,12 +9,11 @@ import os
 import signal
 import subprocess
 import sys
-from collections.abc import Callable, Iterator
+from collections.abc import Iterator
 from unittest import mock
 
 import app
 from app import installs, packages
-from app.errors import BackendError
 from app.tests.http_server import Exchange, HttpServer
 from app.tests.support import HomeTestCase, wait_for
 from app.tests.test_packages import make_package
@@ -33,12 +32,6 @@ class InstallTestCase(HomeTestCase):
 
     def install(self, package: bytes, file_name: str = "package.zip") -> dict[str, object]:
         return app.install_openclaw_skill_zip("main", self.make_file(file_name, package))
-
-    def refusal(self, function: Callable[..., object], *arguments: object) -> str:
-        with self.assertRaises(BackendError) as raised:
-            function(*arguments)
-        self.assertRegex(str(raised.exception), r"\.$")
-        return str(raised.exception)
 
     def installed(self) -> list[str]:
         """Everything in the skills folder, what is hidden included."""

@@ -27,11 +27,6 @@ class ModelTestCase(HomeTestCase):
     def serve_models(self, *served: object) -> None:
         self.server.serve("/api/tags", json.dumps({"models": served}).encode())
 
-    def refusal(self, function: Callable[..., object], *arguments: object) -> str:
-        with self.assertRaises(BackendError) as raised:
-            function(*arguments)
-        return str(raised.exception)
-
 
 class ServerAddressTest(HomeTestCase):
     def test_the_forms_of_the_variable(self) -> None:

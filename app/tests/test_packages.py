@@ -56,7 +56,7 @@ class UnpackTest(HomeTestCase):
         packages.unpack(package, self.path("outer/folder"))
         return self.files_below("outer/folder")
 
-    def refusal(self, package: bytes) -> str:
+    def refused(self, package: bytes) -> str:
         with self.assertRaises(packages.PackageRefused) as raised:
             self.unpack(package)
         outside = [name for name in self.files_below() if not name.startswith("outer/folder/")]
@@ -86,26 +86,26 @@ class UnpackTest(HomeTestCase):
     def test_paths_that_climb_are_refused(self) -> None:
         for name in ("../x", "a/../../x", "a/..", "..", "../../../../../../../../tmp/x", "__MACOSX/../../x"):
             with self.subTest(name):
-                self.assertIn("climbs out", self.refusal(make_package({"SKILL.md": MANUAL, name: b"x"})))
+                self.assertIn("climbs out", self.refused(make_package({"SKILL.md": MANUAL, name: b"x"})))
 
     def test_absolute_paths_are_refused(self) -> None:
         for name in ("/tmp/x", "//host/x", "C:/x", "c:x"):
             with self.subTest(name):
-                self.assertIn("is absolute", self.refusal(make_package_of((info(name), b"x"))))
+                self.assertIn("is absolute", self.refused(make_package_of((info(name), b"x"))))
 
     def test_backslashes_and_control_characters_are_refused(self) -> None:
         for name in ("a\\b", "..\\x", "C:\\x", "a\nb", "a\x7f", "a\x1b[2J"):
             with self.subTest(name):
-                self.assertIn("backslash or a control character", self.refusal(make_package_of((info(name), b"x"))))
+                self.assertIn("backslash or a control character", self.refused(make_package_of((info(name), b"x"))))
 
     def test_a_name_with_a_nul_is_refused(self) -> None:
         package = make_package_of((info("SKILL.md.exe"), b"x")).replace(b"SKILL.md.exe", b"SKILL.md\0exe")
-        self.assertIn("control character", self.refusal(package))
+        self.assertIn("control character", self.refused(package))
 
     def test_links_and_devices_are_refused(self) -> None:
         for kind in (stat.S_IFLNK, stat.S_IFCHR, stat.S_IFBLK, stat.S_IFIFO, stat.S_IFSOCK):
             package = make_package_of((info("SKILL.md"), MANUAL), (info("x", kind | 0o777), b"/etc/passwd"))
-            self.assertEqual(self.refusal(package), '"x" is a link or a device')
+            self.assertEqual(self.refused(package), '"x" is a link or a device')
         self.assertEqual(self.files_below(), [])
 
     def test_names_that_are_the_same_or_differ_in_case_only_are_refused(self) -> None:
@@ -125,7 +125,7 @@ class UnpackTest(HomeTestCase):
         for first, second in pairs:
             with self.subTest((first, second)):
                 package = make_package_of((info(first), b""), (info(second), b""))
-                self.assertIn("two names in it are the same or differ in case only", self.refusal(package))
+                self.assertIn("two names in it are the same or differ in case only", self.refused(package))
 
     def test_a_folder_may_be_named_twice(self) -> None:
         package = make_package_of((info("a/"), b""), (info("a/"), b""), (info("a/x"), b""), (info("a/"), b""))
@@ -134,11 +134,11 @@ class UnpackTest(HomeTestCase):
     def test_two_thousand_entries_are_the_most(self) -> None:
         content = {f"f{number}": b"" for number in range(2000)}
         self.assertEqual(len(self.unpack(make_package(content))), 2000)
-        self.assertEqual(self.refusal(make_package({**content, "one more": b""})), "it has more than 2000 entries")
+        self.assertEqual(self.refused(make_package({**content, "one more": b""})), "it has more than 2000 entries")
 
     def test_a_table_of_contents_without_end_is_refused_before_it_is_read(self) -> None:
         package = make_package({"a": b""}) + packages._CENTRAL_HEADER * 20_001
-        self.assertEqual(self.refusal(package), "it has more than 2000 entries")
+        self.assertEqual(self.refused(package), "it has more than 2000 entries")
 
     def test_fifty_megabytes_unpacked_are_the_most(self) -> None:
         self.assertEqual(packages.SIZE_LIMIT, 50_000_000)
@@ -147,17 +147,17 @@ class UnpackTest(HomeTestCase):
         fits = make_package({"a": noise, "b": noise})
         self.assertEqual(len(self.unpack(fits)), 2)
         self.assertIn(
-            "unpacked it is larger than 5 MB", self.refusal(make_package({"c": noise, "d": noise, "e": b"x"}))
+            "unpacked it is larger than 5 MB", self.refused(make_package({"c": noise, "d": noise, "e": b"x"}))
         )
 
     def test_a_package_that_is_larger_than_it_may_be_unpacked_is_refused(self) -> None:
         self.replace(packages, "SIZE_LIMIT", 1_000_000)
-        self.assertEqual(self.refusal(b"x" * 1_000_001), "it is larger than 1 MB")
+        self.assertEqual(self.refused(b"x" * 1_000_001), "it is larger than 1 MB")
 
     def test_a_bomb_is_refused_by_what_comes_out_of_it(self) -> None:
         self.assertEqual(packages.RATIO_LIMIT, 100)
         bomb = make_package({"zeros": bytes(20_000_000)})
-        self.assertIn("100 times its own size", self.refusal(bomb))
+        self.assertIn("100 times its own size", self.refused(bomb))
         self.assertLessEqual(os.path.getsize(self.path("outer/folder/zeros")), len(bomb) * 100)
 
     def test_a_header_that_lies_about_the_size_helps_no_bomb(self) -> None:
@@ -166,14 +166,14 @@ class UnpackTest(HomeTestCase):
         for lie in (10, 2**32 - 2):
             package = bomb.replace(struct.pack("<L", size), struct.pack("<L", lie))
             self.assertNotEqual(package, bomb)
-            self.refusal(package)
+            self.refused(package)
             self.assertLessEqual(os.path.getsize(self.path("outer/folder/zeros")), len(bomb) * 100)
 
     def test_nested_folders_have_a_limit(self) -> None:
         deepest = "/".join("d" * 31) + "/file"
         self.assertEqual(self.unpack(make_package({deepest: b""})), [deepest])
-        self.assertIn("too long or too deep", self.refusal(make_package({f"d/{deepest}": b""})))
-        self.assertIn("too long or too deep", self.refusal(make_package({"x" * 256: b""})))
+        self.assertIn("too long or too deep", self.refused(make_package({f"d/{deepest}": b""})))
+        self.assertIn("too long or too deep", self.refused(make_package({"x" * 256: b""})))
 
     def test_names_in_utf_8_are_kept_whether_they_say_so_or_not(self) -> None:
         package = make_package({"说明.md": b"x"})
@@ -185,31 +185,31 @@ class UnpackTest(HomeTestCase):
         unmarked = make_package({"AAAA.md": b"x"}).replace(b"AAAA", b"\xcb\xb5\xc3\xfd")
         marked = make_package({"说明.md": b"x"}).replace("说明".encode(), b"\xcb\xb5\xc3\xfd\xff\xff")
         for package in (unmarked, marked):
-            self.assertEqual(self.refusal(package), "a name in it is not UTF-8")
+            self.assertEqual(self.refused(package), "a name in it is not UTF-8")
 
     def test_an_encrypted_package_is_refused(self) -> None:
         package = bytearray(make_package({"SKILL.md": MANUAL}))
         central = package.index(packages._CENTRAL_HEADER)
         for flag in (0x1, 0x40):
             package[6] = package[central + 8] = flag
-            self.assertEqual(self.refusal(bytes(package)), "it is encrypted")
+            self.assertEqual(self.refused(bytes(package)), "it is encrypted")
 
     def test_an_unusual_compression_is_refused(self) -> None:
         for compression in (zipfile.ZIP_BZIP2, zipfile.ZIP_LZMA):
             package = make_package({"SKILL.md": MANUAL}, compression)
-            self.assertIn("compressed in an unusual way", self.refusal(package))
+            self.assertIn("compressed in an unusual way", self.refused(package))
 
     def test_what_is_no_archive_is_refused(self) -> None:
         whole = make_package({"SKILL.md": MANUAL * 100})
         for package in (b"", b"just text", b"PK\x03\x04", whole[:-1], whole[: len(whole) // 2], whole[30:]):
             with self.subTest(package[:10]):
-                self.assertEqual(self.refusal(package), "it is not a zip archive, or a damaged one")
+                self.assertEqual(self.refused(package), "it is not a zip archive, or a damaged one")
 
     def test_damaged_content_is_refused(self) -> None:
         for compression in (zipfile.ZIP_STORED, zipfile.ZIP_DEFLATED):
             package = bytearray(make_package({"SKILL.md": MANUAL * 10}, compression))
             package[45] ^= 0xFF
-            self.assertEqual(self.refusal(bytes(package)), "it is not a zip archive, or a damaged one")
+            self.assertEqual(self.refused(bytes(package)), "it is not a zip archive, or a damaged one")
 
     def test_no_prefix_of_a_package_and_no_changed_byte_does_harm(self) -> None:
         whole = make_package({"SKILL.md": MANUAL, "a/b": b"content"})

@@ -16,7 +16,7 @@ class FetchTestCase(HomeTestCase):
         self.server = HttpServer()
         self.addCleanup(self.server.stop)
 
-    def refusal(self, address: str, seconds: float = 10, limit: int = 1_000_000) -> str:
+    def refused(self, address: str, seconds: float = 10, limit: int = 1_000_000) -> str:
         with self.assertRaises(web.FetchError) as raised:
             web.fetch(address, seconds, limit)
         return str(raised.exception)
@@ -51,7 +51,7 @@ class FetchHttpTest(FetchTestCase):
     def test_a_document_of_exactly_the_limit_arrives_and_one_byte_more_is_refused(self) -> None:
         address = self.server.serve("/d", b"x" * 2_000_000)
         self.assertEqual(len(web.fetch(address, 10, 2_000_000)), 2_000_000)
-        self.assertEqual(self.refusal(address, limit=1_999_999), "it is larger than 1 MB")
+        self.assertEqual(self.refused(address, limit=1_999_999), "it is larger than 1 MB")
 
     def test_an_endless_document_is_refused_at_the_limit(self) -> None:
         def endless(exchange: Exchange) -> None:
@@ -60,22 +60,22 @@ class FetchHttpTest(FetchTestCase):
                 exchange.wfile.write(b"x" * 65536)
 
         self.server.answers["/endless"] = endless
-        self.assertEqual(self.refusal(self.server.address + "/endless"), "it is larger than 1 MB")
+        self.assertEqual(self.refused(self.server.address + "/endless"), "it is larger than 1 MB")
 
     def test_a_status_that_is_no_success_is_told(self) -> None:
         for status in (304, 401, 404, 500):
-            self.assertIn(f"HTTP {status}", self.refusal(self.server.serve("/d", b"{}", status)))
+            self.assertIn(f"HTTP {status}", self.refused(self.server.serve("/d", b"{}", status)))
 
     def test_nobody_listening_is_told(self) -> None:
-        self.assertEqual(self.refusal("http://127.0.0.1:9/"), "Connection refused")
+        self.assertEqual(self.refused("http://127.0.0.1:9/"), "Connection refused")
 
     def test_an_unknown_host_is_told(self) -> None:
-        self.assertTrue(self.refusal("http://no-such-host.invalid/"))
+        self.assertTrue(self.refused("http://no-such-host.invalid/"))
 
     def test_a_server_that_never_answers_is_given_up(self) -> None:
         self.server.answers["/slow"] = Exchange.wait_for_the_end
         started = time.monotonic()
-        self.assertIn("did not arrive within 0.2 seconds", self.refusal(self.server.address + "/slow", 0.2))
+        self.assertIn("did not arrive within 0.2 seconds", self.refused(self.server.address + "/slow", 0.2))
         self.assertLess(time.monotonic() - started, 2)
 
     def test_a_server_that_trickles_is_given_up(self) -> None:
@@ -88,7 +88,7 @@ class FetchHttpTest(FetchTestCase):
 
         self.server.answers["/trickle"] = trickle
         started = time.monotonic()
-        self.assertIn("did not arrive", self.refusal(self.server.address + "/trickle", 0.2))
+        self.assertIn("did not arrive", self.refused(self.server.address + "/trickle", 0.2))
         self.assertLess(time.monotonic() - started, 2)
 
     def test_a_document_that_breaks_off_is_refused(self) -> None:
@@ -114,7 +114,7 @@ class FetchHttpTest(FetchTestCase):
         for answer in (short, short_chunk, no_last_chunk, reset):
             with self.subTest(answer.__name__):
                 self.server.answers["/d"] = answer
-                self.assertRegex(self.refusal(self.server.address + "/d"), "broke off|Connection reset")
+                self.assertRegex(self.refused(self.server.address + "/d"), "broke off|Connection reset")
 
     def test_a_server_that_closes_at_once_or_speaks_something_else_is_told(self) -> None:
         def garbage(exchange: Exchange) -> None:
@@ -124,15 +124,15 @@ class FetchHttpTest(FetchTestCase):
         self.server.answers["/garbage"] = garbage
         for path in ("/closes", "/garbage"):
             with self.subTest(path):
-                self.assertIn("does not speak HTTP", self.refusal(self.server.address + path))
+                self.assertIn("does not speak HTTP", self.refused(self.server.address + path))
 
     def test_addresses_that_are_none_are_refused(self) -> None:
         for address in ("", "catalogue.json", "ftp://host/x", "data:,x", "http://", "http:///x", "http://[::1/x"):
             with self.subTest(address):
-                self.assertIn("address", self.refusal(address))
+                self.assertIn("address", self.refused(address))
         for address in ("http://host:port/", "http://a..b/", "http://h\x00st/"):
             with self.subTest(address.encode()):
-                self.assertTrue(self.refusal(address))
+                self.assertTrue(self.refused(address))
 
 
 class RedirectTest(FetchTestCase):
@@ -150,14 +150,14 @@ class RedirectTest(FetchTestCase):
         secret = self.make_file("secret", "secret")
         for target in (f"file://{secret}", "https://127.0.0.1/x", "ftp://127.0.0.1/x", "data:,x"):
             with self.subTest(target):
-                self.assertIn("redirects to another kind of address", self.refusal(self.redirect(target)))
+                self.assertIn("redirects to another kind of address", self.refused(self.redirect(target)))
 
     def test_a_circle_is_left(self) -> None:
-        self.assertEqual(self.refusal(self.redirect("/from")), "the server redirects without end")
+        self.assertEqual(self.refused(self.redirect("/from")), "the server redirects without end")
         self.assertEqual(len(self.server.requests), 10)
 
     def test_a_redirect_to_nowhere_is_told_by_its_status(self) -> None:
-        self.assertIn("HTTP 302", self.refusal(self.server.serve("/from", b"", 302)))
+        self.assertIn("HTTP 302", self.refused(self.server.serve("/from", b"", 302)))
 
 
 class ProxyTest(FetchTestCase):
@@ -196,11 +196,11 @@ class FetchFileTest(FetchTestCase):
         }
         for address, message in cases.items():
             with self.subTest(address):
-                self.assertRegex(self.refusal(address), message)
+                self.assertRegex(self.refused(address), message)
 
     def test_a_file_past_the_limit_is_refused(self) -> None:
         path = self.make_file("big", "x" * 2_000_001)
-        self.assertEqual(self.refusal(f"file://{path}", limit=2_000_000), "it is larger than 2 MB")
+        self.assertEqual(self.refused(f"file://{path}", limit=2_000_000), "it is larger than 2 MB")
 
 
 class ShownTest(HomeTestCase):
