@@ -59,13 +59,11 @@ def unpack(package: bytes, folder: str) -> None:
 
 def skill_root(folder: str) -> str:
     """The folder of the skill in an unpacked package: the package's root, or its single folder."""
-    if os.path.isfile(os.path.join(folder, "SKILL.md")):
-        return folder
     names = os.listdir(folder)
-    single = os.path.join(folder, names[0]) if len(names) == 1 else folder
-    if not os.path.isfile(os.path.join(single, "SKILL.md")):
+    root = os.path.join(folder, names[0]) if len(names) == 1 and names != ["SKILL.md"] else folder
+    if not os.path.isfile(os.path.join(root, "SKILL.md")):
         raise PackageRefused("it has no SKILL.md at its root or in its single folder")
-    return single
+    return root
 
 
 def _checked_entries(entries: list[ZipInfo]) -> list[tuple[ZipInfo, tuple[str, ...]]]:

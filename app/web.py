@@ -111,14 +111,12 @@ def _read_http(address: str, deadline: float, limit: int) -> bytes:
     except urllib.error.URLError as error:
         cause = error.reason
         raise FetchError(reason(cause) if isinstance(cause, OSError) else str(cause)) from error
-    except http.client.InvalidURL as error:
+    except OSError as error:
+        raise FetchError(reason(error)) from error
+    except (ValueError, http.client.InvalidURL) as error:
         raise FetchError("it is not a valid address") from error
     except http.client.HTTPException as error:
         raise FetchError("the server broke off, or does not speak HTTP") from error
-    except OSError as error:
-        raise FetchError(reason(error)) from error
-    except ValueError as error:
-        raise FetchError("it is not a valid address") from error
 
 
 def _follow(address: str, deadline: float) -> HTTPResponse:

@@ -67,6 +67,7 @@ class UnpackTest(HomeTestCase):
         package = make_package({"SKILL.md": MANUAL, "a/b/c.txt": b"x" * 1000, "a/empty": b"", "d/": b""})
         self.assertEqual(self.unpack(package), ["SKILL.md", "a/b/c.txt", "a/empty"])
         self.assertTrue(os.path.isdir(self.path("outer/folder/d")))
+        self.assertEqual(self.read("outer/folder/a/b/c.txt"), "x" * 1000)
         self.assertEqual(self.mode("outer/folder/a/b/c.txt"), 0o600)
         for folder in ("a", "a/b", "d"):
             self.assertEqual(self.mode(f"outer/folder/{folder}"), 0o700)
@@ -94,7 +95,7 @@ class UnpackTest(HomeTestCase):
                 self.assertIn("is absolute", self.refused(make_package_of((info(name), b"x"))))
 
     def test_backslashes_and_control_characters_are_refused(self) -> None:
-        for name in ("a\\b", "..\\x", "C:\\x", "a\nb", "a\x7f", "a\x1b[2J"):
+        for name in ("a\\b", "..\\x", "C:\\x", "a\nb", "a\x7f", "a\x1f", "a\x1b[2J"):
             with self.subTest(name):
                 self.assertIn("backslash or a control character", self.refused(make_package_of((info(name), b"x"))))
 
@@ -151,6 +152,9 @@ class UnpackTest(HomeTestCase):
         )
 
     def test_a_package_that_is_larger_than_it_may_be_unpacked_is_refused(self) -> None:
+        package = make_package({"a": b"x"})
+        self.replace(packages, "SIZE_LIMIT", len(package))
+        self.assertEqual(self.unpack(package), ["a"])
         self.replace(packages, "SIZE_LIMIT", 1_000_000)
         self.assertEqual(self.refused(b"x" * 1_000_001), "it is larger than 1 MB")
 
@@ -171,7 +175,7 @@ class UnpackTest(HomeTestCase):
 
     def test_nested_folders_have_a_limit(self) -> None:
         deepest = "/".join("d" * 31) + "/file"
-        self.assertEqual(self.unpack(make_package({deepest: b""})), [deepest])
+        self.assertEqual(self.unpack(make_package({deepest: b"", "x" * 255: b""})), [deepest, "x" * 255])
         self.assertIn("too long or too deep", self.refused(make_package({f"d/{deepest}": b""})))
         self.assertIn("too long or too deep", self.refused(make_package({"x" * 256: b""})))
 
@@ -231,6 +235,7 @@ class SkillRootTest(HomeTestCase):
         return os.path.relpath(packages.skill_root(self.path("package")), self.path("package"))
 
     def test_the_root_with_a_manual_is_the_skill(self) -> None:
+        self.assertEqual(self.root("SKILL.md"), ".")
         self.assertEqual(self.root("SKILL.md", "folder/SKILL.md"), ".")
 
     def test_a_single_folder_with_a_manual_is_the_skill(self) -> None:
