@@ -23,6 +23,7 @@ class ModelTestCase(HomeTestCase):
         self.addCleanup(self.server.stop)
         self.set_environment(OLLAMA_HOST=self.server.address)
         self.replace(models, "_DOWNLOADS", downloads.Downloads())
+        self.replace(models, "INSTALLED_SECONDS", 20.0)
 
     def serve_models(self, *served: object) -> None:
         self.server.serve("/api/tags", json.dumps({"models": served}).encode())

@@ -204,7 +204,7 @@ class VersionTest(HomeTestCase):
         self.assertEqual(runtime.VERSION_SECONDS, 5.0)
 
     def test_a_program_that_hangs_is_killed_with_all_it_started(self) -> None:
-        self.replace(runtime, "VERSION_SECONDS", 0.3)
+        self.replace(runtime, "VERSION_SECONDS", 1.0)
         pids = self.path("pids")
         started = time.monotonic()
         self.assertIsNone(self.version_said_by(f"sleep 60 & echo $! $$ > {pids}.new; mv {pids}.new {pids}; wait"))
@@ -217,7 +217,7 @@ class VersionTest(HomeTestCase):
         self.assertIsNone(self.version_said_by("echo 1.2; exec >&-; sleep 60"))
 
     def test_a_background_process_that_keeps_the_output_open_is_killed_and_the_answer_counts(self) -> None:
-        self.replace(runtime, "VERSION_SECONDS", 0.5)
+        self.replace(runtime, "VERSION_SECONDS", 1.5)
         pids = self.path("pids")
         self.assertEqual(self.version_said_by(f"sleep 60 & echo $! > {pids}; echo 1.2"), "1.2")
         self.assertTrue(wait_for(lambda: is_gone(int(self.read("pids")))))

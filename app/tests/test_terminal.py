@@ -78,6 +78,7 @@ class LaunchTest(HomeTestCase):
         self.assertEqual(self.read("chosen"), "x-terminal-emulator\n")
 
     def test_a_terminal_that_cannot_open_its_window_is_told(self) -> None:
+        self.replace(terminal, "START_SECONDS", 20.0)
         self.make_terminal("xterm", "echo 'cannot open display' >&2; exit 1")
         self.assertRaisesRegex(BackendError, "xterm ended at once with status 1", LAUNCHERS[0])
 

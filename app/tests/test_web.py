@@ -76,7 +76,7 @@ class FetchHttpTest(FetchTestCase):
         self.server.answers["/slow"] = Exchange.wait_for_the_end
         started = time.monotonic()
         self.assertIn("did not arrive within 0.2 seconds", self.refused(self.server.address + "/slow", 0.2))
-        self.assertLess(time.monotonic() - started, 2)
+        self.assertLess(time.monotonic() - started, 5)
 
     def test_a_server_that_trickles_is_given_up(self) -> None:
         def trickle(exchange: Exchange) -> None:
@@ -90,7 +90,7 @@ class FetchHttpTest(FetchTestCase):
         self.server.answers["/trickle"] = trickle
         started = time.monotonic()
         self.assertIn("did not arrive", self.refused(self.server.address + "/trickle", 0.2))
-        self.assertLess(time.monotonic() - started, 2)
+        self.assertLess(time.monotonic() - started, 5)
         self.assertTrue(self.server.ended.wait(5), "somebody still listens to the server")
 
     def test_a_document_that_breaks_off_is_refused(self) -> None:
