@@ -31,6 +31,7 @@ class HomeTestCase(unittest.TestCase):
         for name in ("XDG_DATA_HOME", "XDG_DATA_DIRS"):
             self.set_environment(**{name: os.path.join(self.home, name)})
         self.replace(programs, "SYSTEM_FOLDERS", ())
+        self.replace(os, "fsync", lambda descriptor: None)  # no test can see a power cut, and a busy disk takes long
 
     def replace(self, target: object, name: str, value: object) -> None:
         """Give an attribute another value for the length of the test."""
