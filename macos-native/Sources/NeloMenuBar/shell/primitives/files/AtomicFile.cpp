@@ -1,0 +1,82 @@
+#include "shell/primitives/files/AtomicFile.h"
+
+#include <QFileInfo>
+#include <QTemporaryFile>
+
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+#include <tuple>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+QString systemText(int number)
+{
+    return QString::fromStdString(std::generic_category().message(number));
+}
+
+/// The file that `path` leads to, which need not exist.
+QString linkTarget(QString path)
+{
+    constexpr int mostLinks = 40; // what the kernel follows
+    for (int links = 0; links < mostLinks && QFileInfo(path).isSymLink(); ++links)
+        path = QFileInfo(path).symLinkTarget();
+    return path;
+}
+
+/// Makes an open file of ours look like the `existing` one.
+bool takeOver(int descriptor, const struct stat& existing)
+{
+    // Only the superuser may give files away: for anybody else it becomes their own, with the mode it had.
+    std::ignore = fchown(descriptor, existing.st_uid, existing.st_gid);
+    constexpr mode_t permissionBits = 0777; // no set-user-id for a file that may have changed hands
+    return fchmod(descriptor, existing.st_mode & permissionBits) == 0;
+}
+
+/// Writes all of `bytes`, in as many goes as the system takes; errno says why it could not. (A short write on a full
+/// disk is not the last word: the next one tells. `QFile` counts it, and forgets the reason.)
+bool writeAll(int descriptor, QByteArrayView bytes)
+{
+    while (!bytes.isEmpty()) {
+        const ssize_t written = ::write(descriptor, bytes.data(), static_cast<std::size_t>(bytes.size()));
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written < 0)
+            return false;
+        bytes = bytes.sliced(written);
+    }
+    return true;
+}
+
+} // namespace
+
+std::optional<QString> writeFileAtomically(const QString& path, const QByteArray& bytes, mode_t newFileMode)
+{
+    struct stat existing
+    {};
+    const bool exists = stat(QFile::encodeName(path).constData(), &existing) == 0;
+    if (!exists && errno != ENOENT)
+        return systemText(errno);
+    if (exists && !S_ISREG(existing.st_mode))
+        return systemText(S_ISDIR(existing.st_mode) ? EISDIR : EINVAL);
+
+    // Not QSaveFile: its commit() was seen to succeed after a short write on a full disk, and its new files are
+    // readable for all at first. In the same folder, because a rename must not cross file systems.
+    const QString target = linkTarget(path);
+    QTemporaryFile file(QFileInfo(target).absolutePath() + QStringLiteral("/.nelo-XXXXXX"));
+    if (!file.open())
+        return file.errorString();
+    const int descriptor = file.handle();
+    const bool hasMode = exists ? takeOver(descriptor, existing) : fchmod(descriptor, newFileMode) == 0;
+    if (!hasMode || !writeAll(descriptor, bytes) || fsync(descriptor) != 0)
+        return systemText(errno);
+    const QString temporary = file.fileName(); // until here the file may have had no name at all
+    if (temporary.isEmpty()
+        || std::rename(QFile::encodeName(temporary).constData(), QFile::encodeName(target).constData()) != 0)
+        return systemText(errno);
+    file.setAutoRemove(false);
+    return std::nullopt;
+}

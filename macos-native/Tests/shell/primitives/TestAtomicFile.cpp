@@ -1,0 +1,361 @@
+#include "shell/primitives/files/AtomicFile.h"
+
+#include "support/Files.h"
+#include "support/SmallDisk.h"
+#include "support/Warnings.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <atomic>
+#include <csignal>
+#include <thread>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+/// Replacing a file whole or not at all.
+class TestAtomicFile final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void writesANewFileWhole_data();
+    void writesANewFileWhole();
+    void aNewFileGetsItsModeWhateverTheUmask_data();
+    void aNewFileGetsItsModeWhateverTheUmask();
+    void anExistingFileKeepsItsMode_data();
+    void anExistingFileKeepsItsMode();
+    void anExistingFileKeepsItsOwnerWhereTheSystemLetsUs();
+    void aFileThatMayNotBeWrittenIsReplacedAllTheSame();
+    void aReaderOfTheOldFileKeepsIt();
+    void nobodySeesHalfAFile();
+    void aSymbolicLinkStaysOne_data();
+    void aSymbolicLinkStaysOne();
+    void aDanglingLinkGetsItsTarget();
+    void linksInACircleFail();
+    void aNameOfTheGreatestLengthIsWritten();
+    void aFolderInItsPlaceStays();
+    void aPipeInItsPlaceStays();
+    void aMissingFolderFails();
+    void aFullDiskLeavesTheEarlierFile_data();
+    void aFullDiskLeavesTheEarlierFile();
+    void aDiskThatIsTooFullForANewFileGetsNone();
+    void aFileSizeLimitLeavesTheEarlierFile();
+    void aReadOnlyDiskLeavesTheEarlierFile();
+
+private:
+    QString path(const QString& relative = QStringLiteral("file")) const { return m_folder->filePath(relative); }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+};
+
+namespace {
+
+struct stat statusOf(const QString& path)
+{
+    struct stat status
+    {};
+    stat(QFile::encodeName(path).constData(), &status);
+    return status;
+}
+
+/// Keeps files from growing past a size while it lives; a write past it fails instead of ending the program.
+class FileSizeLimit final
+{
+public:
+    explicit FileSizeLimit(rlim_t bytes) : m_handlerBefore(signal(SIGXFSZ, SIG_IGN))
+    {
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit{bytes, m_before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+    ~FileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &m_before);
+        signal(SIGXFSZ, m_handlerBefore);
+    }
+
+private:
+    rlimit m_before{};
+    void (*m_handlerBefore)(int);
+};
+
+} // namespace
+
+void TestAtomicFile::init()
+{
+    failOnUnexpectedWarning();
+    m_folder = std::make_unique<QTemporaryDir>();
+}
+
+void TestAtomicFile::cleanup()
+{
+    m_folder.reset();
+}
+
+void TestAtomicFile::writesANewFileWhole_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::newRow("a line") << QByteArray("hello\n");
+    QTest::newRow("no bytes") << QByteArray("");
+    QTest::newRow("bytes of any value") << QByteArray("a\0b\xff\r\n", 6);
+    QTest::newRow("20 MB") << QByteArray(20'000'000, 'x');
+}
+
+void TestAtomicFile::writesANewFileWhole()
+{
+    QFETCH(QByteArray, bytes);
+    QCOMPARE(writeFileAtomically(path(), bytes), std::nullopt);
+    QCOMPARE(Files::content(path()), bytes);
+    QCOMPARE(Files::names(m_folder->path()), QStringList{QStringLiteral("file")});
+}
+
+void TestAtomicFile::aNewFileGetsItsModeWhateverTheUmask_data()
+{
+    QTest::addColumn<int>("umaskBits");
+    QTest::addColumn<int>("newFileMode");
+    QTest::newRow("private under the usual umask") << 022 << 0600;
+    QTest::newRow("private under no umask") << 0 << 0600;
+    QTest::newRow("readable for all under a strict umask") << 077 << 0644;
+}
+
+void TestAtomicFile::aNewFileGetsItsModeWhateverTheUmask()
+{
+    QFETCH(int, umaskBits);
+    QFETCH(int, newFileMode);
+    const mode_t before = umask(static_cast<mode_t>(umaskBits));
+    const auto failure = writeFileAtomically(path(), "x", static_cast<mode_t>(newFileMode));
+    umask(before);
+    QCOMPARE(failure, std::nullopt);
+    QCOMPARE(Files::mode(path()), newFileMode);
+
+    QCOMPARE(writeFileAtomically(path(QStringLiteral("default")), "x"), std::nullopt);
+    QCOMPARE(Files::mode(path(QStringLiteral("default"))), 0600);
+}
+
+void TestAtomicFile::anExistingFileKeepsItsMode_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<int>("afterwards");
+    QTest::newRow("shared with a group") << 0660 << 0660;
+    QTest::newRow("readable for all") << 0644 << 0644;
+    QTest::newRow("executable") << 0755 << 0755;
+    QTest::newRow("set-user-id is not kept") << 04755 << 0755;
+}
+
+void TestAtomicFile::anExistingFileKeepsItsMode()
+{
+    QFETCH(int, mode);
+    QFETCH(int, afterwards);
+    Files::create(path(), "old");
+    chmod(QFile::encodeName(path()).constData(), static_cast<mode_t>(mode));
+    QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
+    QCOMPARE(Files::content(path()), QByteArray("new"));
+    QCOMPARE(Files::mode(path()), afterwards);
+}
+
+void TestAtomicFile::anExistingFileKeepsItsOwnerWhereTheSystemLetsUs()
+{
+    Files::create(path(), "old");
+    const uid_t someone = 12345;
+    const bool mayGiveAway = chown(QFile::encodeName(path()).constData(), someone, someone) == 0;
+    QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
+    QCOMPARE(Files::content(path()), QByteArray("new"));
+    QCOMPARE(statusOf(path()).st_uid, mayGiveAway ? someone : geteuid());
+    QCOMPARE(statusOf(path()).st_gid, mayGiveAway ? someone : getegid());
+}
+
+void TestAtomicFile::aFileThatMayNotBeWrittenIsReplacedAllTheSame()
+{
+    Files::create(path(), "old");
+    chmod(QFile::encodeName(path()).constData(), 0400);
+    QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
+    QCOMPARE(Files::content(path()), QByteArray("new"));
+    QCOMPARE(Files::mode(path()), 0400);
+}
+
+void TestAtomicFile::aReaderOfTheOldFileKeepsIt()
+{
+    Files::create(path(), "the old text");
+    QFile reader(path());
+    QVERIFY(reader.open(QFile::ReadOnly | QFile::Unbuffered));
+    QCOMPARE(reader.read(4), QByteArray("the "));
+    QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
+    QCOMPARE(reader.readAll(), QByteArray("old text"));
+}
+
+void TestAtomicFile::nobodySeesHalfAFile()
+{
+    const QByteArray one(300'000, '1');
+    const QByteArray two(200'000, '2');
+    Files::create(path(), one);
+    std::atomic<bool> done = false;
+    std::atomic<int> torn = 0;
+    std::atomic<int> looks = 0;
+    std::thread reader([&] {
+        while (!done) {
+            const QByteArray seen = Files::content(path());
+            torn += seen == one || seen == two ? 0 : 1;
+            ++looks;
+        }
+    });
+    for (int turn = 0; turn < 50 || looks < 50; ++turn)
+        QCOMPARE(writeFileAtomically(path(), turn % 2 == 0 ? two : one), std::nullopt);
+    done = true;
+    reader.join();
+    QCOMPARE(torn.load(), 0);
+}
+
+void TestAtomicFile::aSymbolicLinkStaysOne_data()
+{
+    QTest::addColumn<bool>("relative");
+    QTest::addColumn<bool>("throughAnother");
+    QTest::newRow("an absolute link") << false << false;
+    QTest::newRow("a relative link") << true << false;
+    QTest::newRow("a link to a link") << true << true;
+}
+
+void TestAtomicFile::aSymbolicLinkStaysOne()
+{
+    QFETCH(bool, relative);
+    QFETCH(bool, throughAnother);
+    QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("elsewhere")));
+    const QString real = path(QStringLiteral("elsewhere/real"));
+    Files::create(real, "old");
+    chmod(QFile::encodeName(real).constData(), 0640);
+    const QString target = relative ? QStringLiteral("elsewhere/real") : real;
+    const QString link = path(QStringLiteral("link"));
+    QVERIFY(QFile::link(target, link));
+    if (throughAnother)
+        QVERIFY(QFile::link(QStringLiteral("link"), path()));
+
+    const QString written = throughAnother ? path() : link;
+    QCOMPARE(writeFileAtomically(written, "new"), std::nullopt);
+    QVERIFY(QFileInfo(written).isSymLink());
+    QVERIFY(QFileInfo(link).isSymLink());
+    QCOMPARE(Files::content(real), QByteArray("new"));
+    QCOMPARE(Files::mode(real), 0640);
+    QCOMPARE(Files::names(path(QStringLiteral("elsewhere"))), QStringList{QStringLiteral("real")});
+}
+
+void TestAtomicFile::aDanglingLinkGetsItsTarget()
+{
+    QVERIFY(QFile::link(QStringLiteral("later"), path()));
+    QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
+    QVERIFY(QFileInfo(path()).isSymLink());
+    QCOMPARE(Files::content(path(QStringLiteral("later"))), QByteArray("new"));
+}
+
+void TestAtomicFile::linksInACircleFail()
+{
+    QVERIFY(QFile::link(QStringLiteral("other"), path()));
+    QVERIFY(QFile::link(QStringLiteral("file"), path(QStringLiteral("other"))));
+    QCOMPARE(writeFileAtomically(path(), "new"), QStringLiteral("Too many levels of symbolic links"));
+    QCOMPARE(Files::names(m_folder->path()), (QStringList{QStringLiteral("file"), QStringLiteral("other")}));
+}
+
+void TestAtomicFile::aNameOfTheGreatestLengthIsWritten()
+{
+    const QString longest(255, QLatin1Char('n'));
+    QCOMPARE(writeFileAtomically(path(longest), "x"), std::nullopt);
+    QCOMPARE(Files::content(path(longest)), QByteArray("x"));
+}
+
+void TestAtomicFile::aFolderInItsPlaceStays()
+{
+    QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("file")));
+    QCOMPARE(writeFileAtomically(path(), "x"), QStringLiteral("Is a directory"));
+    QVERIFY(QFileInfo(path()).isDir());
+    QCOMPARE(Files::names(m_folder->path()), QStringList{QStringLiteral("file")});
+}
+
+void TestAtomicFile::aPipeInItsPlaceStays()
+{
+    QCOMPARE(mkfifo(QFile::encodeName(path()).constData(), 0600), 0);
+    QCOMPARE(writeFileAtomically(path(), "x"), QStringLiteral("Invalid argument"));
+    QVERIFY(S_ISFIFO(statusOf(path()).st_mode));
+}
+
+void TestAtomicFile::aMissingFolderFails()
+{
+    QCOMPARE(writeFileAtomically(path(QStringLiteral("no/such/file")), "x"),
+             QStringLiteral("No such file or directory"));
+    Files::create(path(), "a file");
+    QCOMPARE(writeFileAtomically(path(QStringLiteral("file/below")), "x"), QStringLiteral("Not a directory"));
+}
+
+void TestAtomicFile::aFullDiskLeavesTheEarlierFile_data()
+{
+    QTest::addColumn<qint64>("freePages");
+    QTest::addColumn<int>("size");
+    QTest::newRow("no room at all") << 0LL << 100;
+    QTest::newRow("room for the beginning of a small file") << 1LL << 10'000;
+    QTest::newRow("room for the beginning of a large file") << 8LL << 100'000;
+    QTest::newRow("room for all but the last byte") << 8LL << 8 * 4096 + 1;
+}
+
+void TestAtomicFile::aFullDiskLeavesTheEarlierFile()
+{
+    QFETCH(qint64, freePages);
+    QFETCH(int, size);
+    const SmallDisk disk;
+    const QString file = disk.path(QStringLiteral("file"));
+    Files::create(file, "the earlier file");
+    disk.fill(freePages * 4096);
+    const QStringList before = Files::names(disk.path());
+    QCOMPARE(writeFileAtomically(file, QByteArray(size, 'n')), QStringLiteral("No space left on device"));
+    QCOMPARE(Files::content(file), QByteArray("the earlier file"));
+    QCOMPARE(Files::names(disk.path()), before);
+
+    disk.empty();
+    QCOMPARE(writeFileAtomically(file, QByteArray(size, 'n')), std::nullopt);
+    QCOMPARE(Files::content(file).size(), size);
+}
+
+void TestAtomicFile::aDiskThatIsTooFullForANewFileGetsNone()
+{
+    const SmallDisk disk;
+    disk.fill();
+    QCOMPARE(writeFileAtomically(disk.path(QStringLiteral("file")), "x"), QStringLiteral("No space left on device"));
+    QCOMPARE(Files::names(disk.path()), QStringList{QStringLiteral("filling")});
+}
+
+void TestAtomicFile::aFileSizeLimitLeavesTheEarlierFile()
+{
+    Files::create(path(), "the earlier file");
+    {
+        const FileSizeLimit limit(1000);
+        QCOMPARE(writeFileAtomically(path(), QByteArray(1001, 'n')), QStringLiteral("File too large"));
+        QCOMPARE(writeFileAtomically(path(), QByteArray(1'000'000, 'n')), QStringLiteral("File too large"));
+    }
+    QCOMPARE(Files::content(path()), QByteArray("the earlier file"));
+    QCOMPARE(Files::names(m_folder->path()), QStringList{QStringLiteral("file")});
+}
+
+void TestAtomicFile::aReadOnlyDiskLeavesTheEarlierFile()
+{
+    const SmallDisk disk;
+    const QString file = disk.path(QStringLiteral("file"));
+    Files::create(file, "the earlier file");
+    disk.makeReadOnly();
+    QCOMPARE(writeFileAtomically(file, "new"), QStringLiteral("Read-only file system"));
+    QCOMPARE(Files::content(file), QByteArray("the earlier file"));
+    QCOMPARE(Files::names(disk.path()), QStringList{QStringLiteral("file")});
+}
+
+int main(int argc, char** argv)
+{
+    SmallDisk::allowMounts();
+    QCoreApplication application(argc, argv);
+    TestAtomicFile test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "TestAtomicFile.moc"
