@@ -1,0 +1,28 @@
+#include "chat/ChatLog.h"
+
+#include "chat/ChatFolder.h"
+#include "chat/ChatTimestamp.h"
+#include "shell/primitives/files/AtomicFile.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <tuple>
+
+QString neloChatLogURL()
+{
+    return pathInChatFolder(QStringLiteral("menubar_chat.log"));
+}
+
+void neloChatLog(const QString& message)
+{
+    const QByteArray line = QStringLiteral("[%1] %2\n").arg(chatTimestamp(), message).toUtf8();
+    const QString path = neloChatLogURL();
+    if (!QFileInfo::exists(path)) {
+        std::ignore = writeFileAtomically(path, line);
+        return;
+    }
+    QFile log(path);
+    if (QFileInfo(path).isFile() && log.open(QFile::WriteOnly | QFile::Append | QFile::Unbuffered))
+        log.write(line);
+}

@@ -1,0 +1,8 @@
+#include "chat/ChatTimestamp.h"
+
+#include <QDateTime>
+
+QString chatTimestamp()
+{
+    return QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
+}
