@@ -1,0 +1,20 @@
+#pragma once
+
+#include "chat/NeloChatMessage.h"
+
+class QDateTime;
+
+/// Where the conversation is kept: ".nelo/menubar_chat_history.json" in the user's home. Creates the folder when it is
+/// missing.
+QString neloChatHistoryURL();
+
+/// The conversation as it was kept, oldest first and however long. Empty when there is none, or none that can be read.
+QList<NeloChatMessage> loadChatHistory();
+
+/// Drops the oldest records beyond the 200 that are kept.
+void capChatHistory(QList<NeloChatMessage>& messages);
+
+/// Copies a history file that cannot be decoded beside itself, under its name, ".unreadable." and `now` in the form
+/// "yyyyMMdd-HHmmss", so that it may be replaced; one that cannot even be read is moved there. Returns whether nothing
+/// is lost by a write to `path` now.
+[[nodiscard]] bool preserveUnreadableHistory(const QString& path, const QDateTime& now);
