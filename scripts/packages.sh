@@ -21,7 +21,8 @@ need() {
 }
 
 need_for_building() {
-    need "what builds Nelo" g++ cmake ninja-build qt6-base-dev nlohmann-json3-dev libsimdjson-dev python3-minimal python3
+    need "what builds Nelo" g++ cmake ninja-build qt6-base-dev libicu-dev nlohmann-json3-dev \
+        libsimdjson-dev python3-minimal python3
 }
 
 need_for_virtual_desktop() {
