@@ -21,6 +21,7 @@ private slots:
     void foreignTextStaysPlain();
     void aLongLineNeverWidensItsWindow();
     void aLineStaysOneLine();
+    void aMegabyteIsShownAndToldAtOnce();
     void anElidedLineTellsItsWholeTextAsPlainToolTip();
     void aWholeLineHasNoToolTip();
     void aWrappingLabelTakesTheHeightItNeeds();
@@ -104,6 +105,24 @@ void TestLabels::aLineStaysOneLine()
     label.setText(QStringLiteral("one\ntwo\r\nthree\u2028four\u2029five"));
     QCOMPARE(label.sizeHint().height(), height);
     QCOMPARE(label.text(), QStringLiteral("one\ntwo\r\nthree\u2028four\u2029five"));
+}
+
+void TestLabels::aMegabyteIsShownAndToldAtOnce()
+{
+    Label label(QString(1'000'000, u'x'));
+    label.resize(300, 20);
+    label.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&label));
+    QElapsedTimer timer;
+    timer.start();
+    label.grab();
+    QHelpEvent help(QEvent::ToolTip, {5, 5}, label.mapToGlobal(QPoint(5, 5)));
+    QCoreApplication::sendEvent(&label, &help);
+    const qint64 elapsed = timer.elapsed();
+    QVERIFY(QToolTip::isVisible());
+    QToolTip::hideText();
+    QTRY_VERIFY(!QToolTip::isVisible());
+    QVERIFY2(elapsed < 500, qPrintable(QString::number(elapsed))); // laid out in full it is seconds
 }
 
 void TestLabels::anElidedLineTellsItsWholeTextAsPlainToolTip()

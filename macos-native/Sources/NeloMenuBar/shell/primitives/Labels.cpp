@@ -1,6 +1,7 @@
 #include "shell/primitives/Labels.h"
 
 #include "shell/primitives/Colors.h"
+#include "shell/primitives/SingleLine.h"
 
 #include <QApplication>
 #include <QHelpEvent>
@@ -48,7 +49,7 @@ void Label::setEmphasis(Emphasis emphasis)
 
 QSize Label::sizeHint() const
 {
-    return {fontMetrics().horizontalAdvance(singleLine()) + 1, fontMetrics().height()};
+    return {fontMetrics().horizontalAdvance(singleLine(text())) + 1, fontMetrics().height()};
 }
 
 QSize Label::minimumSizeHint() const
@@ -59,7 +60,9 @@ QSize Label::minimumSizeHint() const
 bool Label::event(QEvent* event)
 {
     if (event->type() == QEvent::ToolTip && isElided()) {
-        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), Qt::convertFromPlainText(text()), this);
+        constexpr qsizetype plenty = 5000; // a tool tip has no scroll bar
+        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), Qt::convertFromPlainText(text().left(plenty)),
+                           this);
         return true;
     }
     return QLabel::event(event);
@@ -68,7 +71,7 @@ bool Label::event(QEvent* event)
 void Label::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
-    const QString shown = fontMetrics().elidedText(singleLine(), Qt::ElideRight, width());
+    const QString shown = fontMetrics().elidedText(singleLine(text()), Qt::ElideRight, width());
     style()->drawItemText(&painter, rect(), static_cast<int>(QStyle::visualAlignment(layoutDirection(), alignment())),
                           palette(), isEnabled(), shown, foregroundRole());
 }
@@ -85,18 +88,9 @@ void Label::applyEmphasis()
     setTextColor(*this, m_emphasis);
 }
 
-QString Label::singleLine() const
-{
-    QString line = text();
-    for (const QChar lineBreak :
-         {QChar(u'\n'), QChar(u'\r'), QChar(QChar::LineSeparator), QChar(QChar::ParagraphSeparator)})
-        line.replace(lineBreak, QChar(u' '));
-    return line;
-}
-
 bool Label::isElided() const
 {
-    return fontMetrics().horizontalAdvance(singleLine()) > width();
+    return fontMetrics().horizontalAdvance(singleLine(text())) > width();
 }
 
 WrappingLabel::WrappingLabel(const QString& text, QWidget* parent) : QLabel(text, parent)

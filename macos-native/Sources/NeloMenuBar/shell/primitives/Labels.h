@@ -30,7 +30,6 @@ protected:
 
 private:
     void applyEmphasis();
-    QString singleLine() const;
     bool isElided() const;
 
     Emphasis m_emphasis = Emphasis::Primary;
