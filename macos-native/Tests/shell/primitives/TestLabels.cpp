@@ -22,6 +22,8 @@ private slots:
     void aLongLineNeverWidensItsWindow();
     void aLineStaysOneLine();
     void aMegabyteIsShownAndToldAtOnce();
+    void lettersOfAnotherFontMoveNothing();
+    void aLineIsPaintedWhereItIsAligned();
     void anElidedLineTellsItsWholeTextAsPlainToolTip();
     void aWholeLineHasNoToolTip();
     void aWrappingLabelTakesTheHeightItNeeds();
@@ -123,6 +125,36 @@ void TestLabels::aMegabyteIsShownAndToldAtOnce()
     QToolTip::hideText();
     QTRY_VERIFY(!QToolTip::isVisible());
     QVERIFY2(elapsed < 500, qPrintable(QString::number(elapsed))); // laid out in full it is seconds
+}
+
+void TestLabels::lettersOfAnotherFontMoveNothing()
+{
+    Label latin(QStringLiteral("Agjpy"));
+    Label mixed(QStringLiteral("Agjpy 漢字"));
+    for (Label* label : {&latin, &mixed})
+        label->resize(mixed.sizeHint());
+    const QRect shared(0, 0, latin.fontMetrics().horizontalAdvance(latin.text()), latin.height());
+    QCOMPARE(mixed.grab(shared).toImage(), latin.grab(shared).toImage());
+}
+
+void TestLabels::aLineIsPaintedWhereItIsAligned()
+{
+    Label label(QStringLiteral("x"));
+    const QSize size(label.sizeHint().width() * 10, label.sizeHint().height() * 3);
+    label.resize(size);
+    const QSize half = size / 2;
+    const QImage blank = [&] {
+        Label empty;
+        empty.resize(size);
+        return empty.grab().toImage();
+    }();
+    const auto inkIn = [&](QRect part) { return label.grab().toImage().copy(part) != blank.copy(part); };
+    label.setAlignment(Qt::AlignRight | Qt::AlignTop);
+    QVERIFY(inkIn({half.width(), 0, half.width(), half.height()}));
+    QVERIFY(!inkIn({0, 0, half.width(), size.height()}));
+    label.setAlignment(Qt::AlignLeft | Qt::AlignBottom);
+    QVERIFY(inkIn({0, half.height(), half.width(), size.height() - half.height()}));
+    QVERIFY(!inkIn({half.width(), 0, half.width(), size.height()}));
 }
 
 void TestLabels::anElidedLineTellsItsWholeTextAsPlainToolTip()

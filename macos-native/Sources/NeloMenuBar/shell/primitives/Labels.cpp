@@ -71,9 +71,13 @@ bool Label::event(QEvent* event)
 void Label::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
+    painter.setPen(palette().color(foregroundRole()));
     const QString shown = fontMetrics().elidedText(singleLine(text()), Qt::ElideRight, width());
-    style()->drawItemText(&painter, rect(), static_cast<int>(QStyle::visualAlignment(layoutDirection(), alignment())),
-                          palette(), isEnabled(), shown, foregroundRole());
+    // On the line of the label's own font: centred by its own height, a text with letters of another font, Chinese ones
+    // say, would lose its lower edge.
+    const QSize extent(fontMetrics().horizontalAdvance(shown), fontMetrics().height());
+    const QPoint corner = QStyle::alignedRect(layoutDirection(), alignment(), extent, rect()).topLeft();
+    painter.drawText(corner.x(), corner.y() + fontMetrics().ascent(), shown);
 }
 
 void Label::changeEvent(QEvent* event)
