@@ -1,0 +1,60 @@
+#include "shell/primitives/Forms.h"
+
+#include "shell/primitives/Labels.h"
+#include "shell/primitives/NeloFlippedView.h"
+
+#include <QApplication>
+#include <QHBoxLayout>
+
+QHBoxLayout* formRow(const QString& label, QWidget* field, FormRowMetrics metrics)
+{
+    constexpr int minimumFieldWidth = 220;
+    auto* caption = new Label(label, field->parentWidget());
+    caption->setFont(fontOfSize(caption->font(), 13));
+    caption->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    caption->setFixedWidth(metrics.labelWidth);
+    caption->setBuddy(field);
+
+    field->setMinimumWidth(minimumFieldWidth);
+    const bool grows = field->sizePolicy().expandingDirections().testFlag(Qt::Horizontal);
+
+    auto* row = new QHBoxLayout;
+    row->setSpacing(metrics.spacing);
+    row->addWidget(caption);
+    row->addWidget(field, 1, grows ? Qt::Alignment() : Qt::AlignLeft);
+    return row;
+}
+
+Label* makeSectionHeader(const QString& title, QWidget* parent)
+{
+    auto* header = new Label(title, parent);
+    header->setFont(fontOfSize(header->font(), 15, QFont::DemiBold));
+    return header;
+}
+
+QFrame* makeSeparator(QWidget* parent)
+{
+    auto* line = new QFrame(parent);
+    line->setFrameStyle(static_cast<int>(QFrame::HLine) | static_cast<int>(QFrame::Plain));
+    line->setForegroundRole(QPalette::Mid); // it parts, and does not call for attention
+    return line;
+}
+
+ScrollingForm::ScrollingForm(QWidget* parent) : QScrollArea(parent), m_documentView(new NeloFlippedView)
+{
+    setFrameShape(QFrame::NoFrame);
+    setFocusPolicy(Qt::NoFocus); // the way to a control leads over the controls
+    setWidgetResizable(true);
+    setWidget(m_documentView);
+    viewport()->setAutoFillBackground(false);
+    m_documentView->setAutoFillBackground(false);
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* focused) { followFocus(focused); });
+}
+
+void ScrollingForm::followFocus(QWidget* focused)
+{
+    if (QApplication::mouseButtons() != Qt::NoButton)
+        return; // a click: what is pressed must not move away before it is released
+    if (m_documentView->isAncestorOf(focused))
+        ensureWidgetVisible(focused);
+}

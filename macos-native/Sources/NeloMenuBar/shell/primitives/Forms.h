@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QScrollArea>
+
+class Label;
+class NeloFlippedView;
+class QFrame;
+class QHBoxLayout;
+
+/// The measures of a form's rows in device-independent pixels.
+struct FormRowMetrics
+{
+    int labelWidth;
+    int spacing;
+};
+
+/// A row of a form: `label`, right-aligned and exactly as wide as told, as the buddy of `field`, which is at least 220
+/// wide. A field that can use more room takes what there is; a pop-up button keeps its natural width.
+///
+/// The label is plain text and becomes a sibling of the field.
+QHBoxLayout* formRow(const QString& label, QWidget* field, FormRowMetrics metrics);
+
+/// The title of a form's section.
+Label* makeSectionHeader(const QString& title, QWidget* parent);
+
+/// A line between two sections of a form.
+QFrame* makeSeparator(QWidget* parent);
+
+/// A form as wide as the view it fills, on the background that is behind it. It scrolls when it is higher, and then
+/// keeps the control that has the keyboard in sight.
+class ScrollingForm final : public QScrollArea
+{
+    Q_OBJECT
+
+public:
+    explicit ScrollingForm(QWidget* parent = nullptr);
+
+    /// What scrolls: the parent for the form's controls and layout.
+    NeloFlippedView* documentView() const { return m_documentView; }
+
+private:
+    void followFocus(QWidget* focused);
+
+    NeloFlippedView* m_documentView; // child of this
+};

@@ -1,0 +1,35 @@
+#include "shell/primitives/PopUpButton.h"
+
+#include "shell/primitives/SingleLine.h"
+
+#include <QStyle>
+#include <QStyleOptionComboBox>
+#include <QWheelEvent>
+
+PopUpButton::PopUpButton(QWidget* parent) : QComboBox(parent)
+{
+    setSizeAdjustPolicy(AdjustToContents);
+    setFocusPolicy(Qt::StrongFocus); // less the wheel, which is not for us
+}
+
+void PopUpButton::selectItemWithTitle(const QString& title)
+{
+    setCurrentIndex(findText(title));
+}
+
+QString PopUpButton::titleOfSelectedItem(const QString& whenNone) const
+{
+    return currentIndex() < 0 ? whenNone : currentText();
+}
+
+void PopUpButton::initStyleOption(QStyleOptionComboBox* option) const
+{
+    QComboBox::initStyleOption(option);
+    const QRect room = style()->subControlRect(QStyle::CC_ComboBox, option, QStyle::SC_ComboBoxEditField, this);
+    option->currentText = option->fontMetrics.elidedText(singleLine(option->currentText), Qt::ElideRight, room.width());
+}
+
+void PopUpButton::wheelEvent(QWheelEvent* event)
+{
+    event->ignore();
+}
