@@ -6,6 +6,7 @@
 int main(int argc, char* argv[])
 {
     QApplication application(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("Nelo"));
     QApplication::setApplicationName(QStringLiteral("NeloMenuBar"));
     QApplication::setQuitOnLastWindowClosed(false);
 

@@ -49,6 +49,7 @@ void TestConsoleTabController::init()
     failOnUnexpectedWarning();
     m_backend.emplace();
     m_backend->answer("openclaw_runtime_status", {{"os", "x"}});
+    m_backend->answer("load_nelo_settings", Json::object());
     m_controller = std::make_unique<ConsoleTabController>();
     m_controller->resize(1000, 720);
     m_openedUrls.clear();
@@ -83,6 +84,7 @@ void TestConsoleTabController::allTabsLoadBeforeTheConsoleIsShown()
 {
     m_controller->loadViewIfNeeded();
     QCOMPARE(m_backend->count("openclaw_runtime_status"), 1);
+    QCOMPARE(m_backend->count("load_nelo_settings"), 1);
     for (int tab = 0; tab < tabs()->count(); ++tab)
         QVERIFY(!tabs()->widget(tab)->findChildren<QLabel*>().isEmpty());
 }
@@ -95,6 +97,7 @@ void TestConsoleTabController::selectingATabLoadsNothingAgain()
         QCoreApplication::processEvents();
     }
     QCOMPARE(m_backend->count("openclaw_runtime_status"), 1);
+    QCOMPARE(m_backend->count("load_nelo_settings"), 1);
 }
 
 void TestConsoleTabController::theSelectedTabIsKeptWhileTheWindowIsClosed()

@@ -8,6 +8,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QLineEdit>
 #include <QMenu>
 #include <QSignalSpy>
 #include <QSystemTrayIcon>
@@ -32,6 +33,8 @@ private slots:
     void nothingElseStartsAtLaunch();
     void windowsOpenAsGiven_data();
     void windowsOpenAsGiven();
+    void theSettingsWindowCostsOneBackendCall();
+    void theSettingsWindowAndTabAreTwoViews();
     void aSecondChoiceBringsTheSameWindowForward();
     void aClosedWindowComesBackAsItWas();
     void windowsNeverShrinkBelowTheirFirstSize();
@@ -58,6 +61,7 @@ void TestNeloMenuBarApp::init()
     QApplication::setQuitOnLastWindowClosed(false);
     m_backend.emplace();
     m_backend->answer("openclaw_runtime_status", {{"os", "x"}});
+    m_backend->answer("load_nelo_settings", Json::object());
     m_app = std::make_unique<NeloMenuBarApp>();
     m_app->applicationDidFinishLaunching();
 }
@@ -153,6 +157,28 @@ void TestNeloMenuBarApp::windowsOpenAsGiven()
     QCOMPARE(window->windowTitle(), title);
     QCOMPARE(window->size(), size);
     QCOMPARE(window->minimumSize(), size);
+}
+
+void TestNeloMenuBarApp::theSettingsWindowCostsOneBackendCall()
+{
+    choose(QStringLiteral("Settings..."));
+    QVERIFY(QTest::qWaitForWindowExposed(windows().first()));
+    QCOMPARE(m_backend->calls().size(), std::size_t(1));
+    QCOMPARE(m_backend->count("load_nelo_settings"), 1);
+    choose(QStringLiteral("Settings..."));
+    QCOMPARE(m_backend->count("load_nelo_settings"), 1);
+}
+
+void TestNeloMenuBarApp::theSettingsWindowAndTabAreTwoViews()
+{
+    choose(QStringLiteral("Settings..."));
+    choose(QStringLiteral("Open Nelo Console"));
+    QList<QLineEdit*> fields;
+    for (const NeloWindow* window : windows())
+        fields.append(window->findChildren<QLineEdit*>(QStringLiteral("coreURLField")));
+    QCOMPARE(fields.size(), 2);
+    fields[0]->setText(QStringLiteral("http://edited"));
+    QCOMPARE(fields[1]->text(), QString());
 }
 
 void TestNeloMenuBarApp::aSecondChoiceBringsTheSameWindowForward()

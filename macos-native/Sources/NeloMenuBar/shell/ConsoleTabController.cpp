@@ -1,6 +1,7 @@
 #include "shell/ConsoleTabController.h"
 
 #include "models/RuntimeViewController.h"
+#include "settings/SettingsViewController.h"
 #include "shell/primitives/Colors.h"
 #include "shell/primitives/PlaceholderInfoController.h"
 #include "shell/primitives/SupportLine.h"
@@ -29,7 +30,7 @@ QTabWidget* makeTabs(QWidget* parent)
     add(QStringLiteral("Runtime"), new RuntimeViewController);
     add(tovani, new PlaceholderInfoController(tovani, tovaniBody));
     add(QStringLiteral("Skills"), new PlaceholderInfoController(QStringLiteral("Skills")));
-    add(QStringLiteral("Settings"), new PlaceholderInfoController(QStringLiteral("Settings")));
+    add(QStringLiteral("Settings"), new SettingsViewController);
     return tabs;
 }
 

@@ -1,6 +1,7 @@
 #include "shell/NeloMenuBarApp.h"
 
 #include "backend/NeloBackend.h"
+#include "settings/SettingsViewController.h"
 #include "shell/ConsoleTabController.h"
 #include "shell/MenuBarImage.h"
 #include "shell/StatusMenu.h"
@@ -83,9 +84,8 @@ void NeloMenuBarApp::openNeloConsole()
 
 void NeloMenuBarApp::openSettings()
 {
-    const QString title = QStringLiteral("Nelo Settings");
     if (!m_settingsWindow)
-        m_settingsWindow = makeWindow(title, {640, 620}, new PlaceholderInfoController(title));
+        m_settingsWindow = makeWindow(QStringLiteral("Nelo Settings"), {640, 620}, new SettingsViewController);
     bringForward(*m_settingsWindow);
 }
 
