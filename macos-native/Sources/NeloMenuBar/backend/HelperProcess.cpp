@@ -21,6 +21,10 @@ std::error_code errorOf(int number)
     return {number, std::generic_category()};
 }
 
+/// How much is read at once: most replies are short, and a long one announces itself by what came so far.
+constexpr std::size_t smallestRead = 4096;
+constexpr std::size_t largestRead = 65'536; // what a pipe holds
+
 struct Pipe
 {
     FileDescriptor readEnd;
@@ -176,7 +180,6 @@ std::error_code HelperProcess::write(std::string_view bytes)
 
 HelperProcess::Line HelperProcess::readLine()
 {
-    constexpr std::size_t chunkSize = 65'536; // what a pipe holds
     std::string line = std::exchange(m_unread, {});
     std::size_t searched = 0;
     while (true) {
@@ -188,15 +191,14 @@ HelperProcess::Line HelperProcess::readLine()
         }
         searched = line.size();
 
-        std::array<char, chunkSize> chunk; // NOLINT(cppcoreguidelines-pro-type-member-init): read() fills it
-        const ssize_t count = ::read(m_output.get(), chunk.data(), chunk.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            return errorOf(errno);
+        line.resize(searched + std::clamp(searched, smallestRead, largestRead));
+        const ssize_t count = ::read(m_output.get(), line.data() + searched, line.size() - searched);
+        const int failure = errno;
+        line.resize(searched + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
         if (count == 0)
             return EndOfOutput{};
-        line.append(chunk.data(), static_cast<std::size_t>(count));
+        if (count < 0 && failure != EINTR)
+            return errorOf(failure);
     }
 }
 
