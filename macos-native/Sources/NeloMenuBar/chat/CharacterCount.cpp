@@ -14,7 +14,7 @@ qsizetype characterCount(const QString& text)
         ubrk_open(UBRK_CHARACTER, anyLanguage, reinterpret_cast<const UChar*>(text.utf16()),
                   static_cast<int32_t>(text.size()), &error),
         &ubrk_close);
-    if (U_FAILURE(error))
+    if (U_FAILURE(error) != 0)
         return text.size(); // the library's own tables are missing or memory is: near enough for a log
     qsizetype count = 0;
     while (ubrk_next(boundaries.get()) != UBRK_DONE)
