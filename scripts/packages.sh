@@ -15,6 +15,10 @@ need() {
     [ ${#missing[@]} -gt 0 ] || return 0
     local as_root=()
     [ "$(id -u)" = 0 ] || as_root=(sudo)
+    if [ "$(id -u)" != 0 ] && ! command -v sudo >/dev/null; then
+        echo "There is no sudo here. As root, please: apt-get install ${missing[*]}"
+        exit 1
+    fi
     echo "Installing $purpose: ${missing[*]}"
     "${as_root[@]}" apt-get update -qq
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"

@@ -22,12 +22,10 @@ SETTLED_SECONDS = 1.5
 
 
 class Tray:
-    """Tells when an icon is embedded: the tray's window then has one descendant more."""
+    """Tells when an icon is embedded: the tray's panel is then as high as the tray and wide enough for one."""
 
     def __init__(self) -> None:
         self._display = Xlib.display.Display()
-        selection = self._display.intern_atom("_NET_SYSTEM_TRAY_S0")
-        self._window = self._display.get_selection_owner(selection)
 
     def await_icon(self, process: subprocess.Popen[bytes]) -> None:
         while not self._holds_icon():

@@ -2,6 +2,7 @@
 
 #include "support/ProcessTable.h"
 #include "support/ScriptedBackend.h"
+#include "support/Warnings.h"
 
 #include <QDir>
 #include <QTest>
@@ -16,6 +17,7 @@ class TestBridgeThreads final : public QObject
     Q_OBJECT
 
 private slots:
+    void init() { failOnUnexpectedWarning(); }
     void eightThreadsEachGetTheirOwnReplies();
     void shutdownAndCallsMayMeet();
     void aHelperThatKeepsDyingMixesNoReplies();

@@ -34,6 +34,7 @@ private slots:
     void aChildThatExitedNoLongerRuns();
     void writingToAChildThatReadsNoMoreIsAnError();
     void theChildFindsSignalsAsAProgramExpectsThem();
+    void anEndedChildWaitsForUsThoughItsSignalWasIgnored();
     void noDescriptorOfOursReachesTheChild();
     void launchesWithOurStandardStreamsClosed();
     void aDroppedChildEndsByItselfAndIsReaped();
@@ -166,6 +167,16 @@ void TestHelperProcess::theChildFindsSignalsAsAProgramExpectsThem()
 
     QVERIFY(!holdsSignal(std::get<std::string>(child.readLine()), SIGTERM));
     QVERIFY(!holdsSignal(std::get<std::string>(child.readLine()), SIGPIPE));
+}
+
+void TestHelperProcess::anEndedChildWaitsForUsThoughItsSignalWasIgnored()
+{
+    const auto before = signal(SIGCHLD, SIG_IGN);
+    {
+        const HelperProcess child = shell("exit 0");
+        QTRY_VERIFY(ProcessTable::isZombie(child.processId()));
+    }
+    signal(SIGCHLD, before);
 }
 
 void TestHelperProcess::noDescriptorOfOursReachesTheChild()

@@ -41,6 +41,7 @@ private slots:
     void failuresRecoverOnTheNextCall();
     void noiseThatIsAReplyAnswersAndTheRealReplyAnswersTheNextCall();
     void aReplyThatIsNoObjectKeepsTheHelper();
+    void aHelperThatClosedItsInputIsReplaced();
     void aModuleThatFailsToImportFailsEveryCall();
     void noPythonOnThePathFailsEveryCall();
     void aHelperKilledBetweenCallsIsReplaced();
@@ -249,6 +250,15 @@ void TestNeloBackend::aReplyThatIsNoObjectKeepsTheHelper()
         QCOMPARE(NeloBackend::call("ping"), std::string(R"(["real"])")); // the same helper's next line
         NeloBackend::shutdown();
     }
+}
+
+void TestNeloBackend::aHelperThatClosedItsInputIsReplaced()
+{
+    m_backend->script("deafen", {{{"close-input", true}}, {{"write-raw", "{\"ok\": true}\n"}}, {{"sleep", 60}}});
+    QCOMPARE(NeloBackend::call("deafen"), std::string("{}"));
+    QCOMPARE(NeloBackend::call("ping"), std::string("ERROR: backend helper terminated"));
+    QCOMPARE(NeloBackend::call("ping"), std::string(R"({"pong":1})"));
+    QCOMPARE(ProcessTable::children().size(), 2U); // the deaf one is still busy
 }
 
 void TestNeloBackend::aModuleThatFailsToImportFailsEveryCall()

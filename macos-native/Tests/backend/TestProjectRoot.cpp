@@ -11,8 +11,8 @@ class TestProjectRoot final : public QObject
 
 private slots:
     void init();
-    void followsTheRule_data();
-    void followsTheRule();
+    void followsTheNameOfTheWorkingDirectory_data();
+    void followsTheNameOfTheWorkingDirectory();
 };
 
 void TestProjectRoot::init()
@@ -20,7 +20,7 @@ void TestProjectRoot::init()
     failOnUnexpectedWarning();
 }
 
-void TestProjectRoot::followsTheRule_data()
+void TestProjectRoot::followsTheNameOfTheWorkingDirectory_data()
 {
     QTest::addColumn<QString>("workingDirectory");
     QTest::addColumn<QString>("root");
@@ -42,7 +42,7 @@ void TestProjectRoot::followsTheRule_data()
         << QStringLiteral("/家 1/nelohub") << QStringLiteral("/家 1/nelohub");
 }
 
-void TestProjectRoot::followsTheRule()
+void TestProjectRoot::followsTheNameOfTheWorkingDirectory()
 {
     QFETCH(QString, workingDirectory);
     QFETCH(QString, root);

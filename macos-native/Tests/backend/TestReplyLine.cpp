@@ -13,8 +13,8 @@ class TestReplyLine final : public QObject
 
 private slots:
     void init();
-    void meansWhatTheTableSays_data();
-    void meansWhatTheTableSays();
+    void everyReplyHasOneMeaning_data();
+    void everyReplyHasOneMeaning();
     void textThatDoesNotParseDropsTheHelper_data();
     void textThatDoesNotParseDropsTheHelper();
     void aResultKeepsItsNumbersAndOrder();
@@ -57,7 +57,7 @@ void TestReplyLine::init()
     failOnUnexpectedWarning();
 }
 
-void TestReplyLine::meansWhatTheTableSays_data()
+void TestReplyLine::everyReplyHasOneMeaning_data()
 {
     QTest::addColumn<QByteArray>("line");
     QTest::addColumn<QByteArray>("text");
@@ -114,7 +114,7 @@ void TestReplyLine::meansWhatTheTableSays_data()
         << QByteArray("{\"ok\":true,\"result\":[]}\r") << QByteArray("[]");
 }
 
-void TestReplyLine::meansWhatTheTableSays()
+void TestReplyLine::everyReplyHasOneMeaning()
 {
     QFETCH(QByteArray, line);
     QFETCH(QByteArray, text);

@@ -4,6 +4,7 @@ To be run by scripts/virtual-desktop, with NELO_PROGRAM naming the program.
 """
 from __future__ import annotations
 
+import contextlib
 import os
 import re
 import signal
@@ -77,8 +78,9 @@ class Area(NamedTuple):
 class Node:
     """One accessible object of the program."""
 
-    def __init__(self, accessible: Any) -> None:
+    def __init__(self, accessible: Any, scale: int) -> None:
         self._accessible = accessible
+        self._scale = scale
 
     @property
     def name(self) -> str:
@@ -106,6 +108,10 @@ class Node:
         return self._accessible.get_state_set().contains(Atspi.StateType.ACTIVE)
 
     @property
+    def is_selected(self) -> bool:
+        return self._accessible.get_state_set().contains(Atspi.StateType.SELECTED)
+
+    @property
     def text(self) -> str:
         return Atspi.Text.get_text(self._accessible, 0, Atspi.Text.get_character_count(self._accessible))
 
@@ -113,7 +119,7 @@ class Node:
         for index in range(self._accessible.get_child_count()):
             child = self._accessible.get_child_at_index(index)
             if child is not None:
-                yield Node(child)
+                yield Node(child, self._scale)
 
     def descendants(self) -> Iterator["Node"]:
         for child in self.children():
@@ -123,7 +129,7 @@ class Node:
     def click(self) -> None:
         """Clicks its middle with the mouse."""
         area = Atspi.Component.get_extents(self._accessible, Atspi.CoordType.SCREEN)
-        click(area.x + area.width / 2, area.y + area.height / 2)
+        click((area.x + area.width / 2) * self._scale, (area.y + area.height / 2) * self._scale)  # it tells unscaled pixels
 
     def find(self, role: str, name: str | re.Pattern[str]) -> "Node":
         """Waits for a showing descendant of this role whose name is `name`, or matches it."""
@@ -167,15 +173,23 @@ class Nelo:
 
     def __enter__(self) -> "Nelo":
         self.process = subprocess.Popen([os.environ["NELO_PROGRAM"]], cwd=REPOSITORY, env=self._environment)
-        until(self._status_item, "the status item in the tray")
+        try:
+            until(self._status_item, "the status item in the tray")
+        except AssertionError:
+            self._end()
+            raise
         return self
 
     def __exit__(self, kind: type[BaseException] | None, error: BaseException | None, trace: TracebackType | None) -> None:
-        for process_id in self.processes():
-            os.kill(process_id, signal.SIGKILL)
-        self.process.wait()
+        self._end()
         if self._owned_home:
             self._owned_home.cleanup()
+
+    def _end(self) -> None:
+        for process_id in self.processes():
+            with contextlib.suppress(ProcessLookupError):
+                os.kill(process_id, signal.SIGKILL)
+        self.process.wait()
 
     def processes(self) -> list[int]:
         """The ids of every process that descends from this run, however it was started."""
@@ -200,7 +214,7 @@ class Nelo:
             for index in range(desktop.get_child_count()):
                 application = desktop.get_child_at_index(index)
                 if application is not None and application.get_process_id() == self.process.pid:
-                    return Node(application)
+                    return Node(application, self._scale)
             return None
 
         return until(search, "the program on the accessibility bus")

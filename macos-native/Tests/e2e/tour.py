@@ -5,7 +5,7 @@ import os
 import sys
 from pathlib import Path
 
-from nelo import Nelo, press, take_picture
+from nelo import Nelo, press, take_picture, until
 
 
 def tour(folder: Path, scale: int) -> None:
@@ -20,7 +20,9 @@ def tour(folder: Path, scale: int) -> None:
         nelo.choose("Open Nelo Console")
         console = nelo.window("Nelo Console")
         for tab in ("Agents", "Runtime", "Tovani", "Skills", "Settings"):
-            console.find("page tab", tab).click()
+            page = console.find("page tab", tab)
+            page.click()
+            until(lambda: page.is_selected, f"{tab} selected")
             picture(f"console-{tab.lower()}")
 
         nelo.choose("Open Nelo")

@@ -20,13 +20,13 @@ class TestRuntimeViewController final : public QObject
 private slots:
     void init();
     void cleanup();
-    void saysLoadingBeforeItIsAsked();
+    void nothingIsBuiltBeforeItIsAskedFor();
     void loadsItsReportOnce();
     void refreshAsksAgain();
     void aDeadHelperIsShownAndTheNextRefreshRecovers();
     void aReplyIsPlainText();
     void aLongErrorScrollsAndLeavesTheSizeAlone();
-    void isLaidOutAsGiven();
+    void keepsItsMargins();
     void controlsHaveAccessibleNames();
 
 private:
@@ -53,7 +53,7 @@ void TestRuntimeViewController::cleanup()
     m_backend.reset();
 }
 
-void TestRuntimeViewController::saysLoadingBeforeItIsAsked()
+void TestRuntimeViewController::nothingIsBuiltBeforeItIsAskedFor()
 {
     QVERIFY(m_controller->findChildren<QLabel*>().isEmpty()); // not even built
     QCOMPARE(m_backend->count("openclaw_runtime_status"), 0);
@@ -115,7 +115,7 @@ void TestRuntimeViewController::aLongErrorScrollsAndLeavesTheSizeAlone()
     QVERIFY(m_controller->findChild<QScrollArea*>()->verticalScrollBar()->maximum() > 0); // all of it can be reached
 }
 
-void TestRuntimeViewController::isLaidOutAsGiven()
+void TestRuntimeViewController::keepsItsMargins()
 {
     m_controller->show();
     QVERIFY(QTest::qWaitForWindowExposed(m_controller.get()));

@@ -8,6 +8,8 @@
 #include <QPainter>
 #include <QTest>
 
+#include <sys/stat.h>
+
 /// The user's own status-bar image.
 class TestMenuBarImage final : public QObject
 {
@@ -19,6 +21,7 @@ private slots:
     void aFileThatIsNoImageIsNone_data();
     void aFileThatIsNoImageIsNone();
     void aFolderInItsPlaceIsNone();
+    void aPipeInItsPlaceIsNone();
     void aLargeImageIsEighteenPointsHigh();
     void itKeepsItsColours();
     void anImageThatIsNotSquareIsMadeSo();
@@ -75,6 +78,14 @@ void TestMenuBarImage::aFolderInItsPlaceIsNone()
 {
     const TestHome home;
     QVERIFY(QDir(home.path()).mkpath(QStringLiteral("Desktop/nelo.png")));
+    QVERIFY(menuBarImage().isNull());
+}
+
+void TestMenuBarImage::aPipeInItsPlaceIsNone()
+{
+    const TestHome home;
+    QVERIFY(QDir(home.path()).mkpath(QStringLiteral("Desktop")));
+    QCOMPARE(mkfifo(QFile::encodeName(home.path(QStringLiteral("Desktop/nelo.png"))).constData(), 0600), 0);
     QVERIFY(menuBarImage().isNull());
 }
 

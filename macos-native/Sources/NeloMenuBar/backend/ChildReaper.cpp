@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <csignal>
 #include <exception>
-#include <utility>
 
 #include <sys/wait.h>
 
@@ -17,8 +16,10 @@ void ChildReaper::adopt(pid_t pid)
     joinFinished();
     const std::lock_guard locked(m_lock);
     try {
-        m_waiting.emplace(pid, std::thread([this, pid] { waitFor(pid); }));
+        const auto child = m_waiting.insert(m_waiting.end(), Child{pid, {}});
+        child->thread = std::thread([this, child] { waitFor(child); });
     } catch (const std::exception&) { // no thread to be had: rather an early end than a zombie
+        m_waiting.remove_if([pid](const Child& child) { return child.pid == pid; });
         kill(pid, SIGKILL);
         waitpid(pid, nullptr, 0);
     }
@@ -38,32 +39,31 @@ void ChildReaper::stopAll(std::chrono::milliseconds grace)
     joinFinished();
 }
 
-void ChildReaper::waitFor(pid_t pid)
+void ChildReaper::waitFor(Children::iterator child)
 {
     // The child stays unreaped until the lock is held: its id cannot go to a stranger while signalAll() may use it.
     siginfo_t ignored{};
-    while (waitid(P_PID, static_cast<id_t>(pid), &ignored, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
+    while (waitid(P_PID, static_cast<id_t>(child->pid), &ignored, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
     }
     const std::lock_guard locked(m_lock);
-    waitpid(pid, nullptr, 0);
-    auto self = m_waiting.extract(pid);
-    m_finished.push_back(std::move(self.mapped()));
+    waitpid(child->pid, nullptr, 0);
+    m_finished.splice(m_finished.end(), m_waiting, child);
     m_childEnded.notify_all();
 }
 
 void ChildReaper::signalAll(int signal)
 {
-    for (const auto& [pid, thread] : m_waiting)
-        kill(pid, signal);
+    for (const Child& child : m_waiting)
+        kill(child.pid, signal);
 }
 
 void ChildReaper::joinFinished()
 {
-    std::vector<std::thread> finished;
+    Children finished;
     {
         const std::lock_guard locked(m_lock);
         finished.swap(m_finished);
     }
-    for (std::thread& thread : finished)
-        thread.join();
+    for (Child& child : finished)
+        child.thread.join();
 }

@@ -2,10 +2,9 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <map>
+#include <list>
 #include <mutex>
 #include <thread>
-#include <vector>
 
 #include <sys/types.h>
 
@@ -30,12 +29,19 @@ public:
     void stopAll(std::chrono::milliseconds grace);
 
 private:
-    void waitFor(pid_t pid);
+    struct Child
+    {
+        pid_t pid;
+        std::thread thread;
+    };
+    using Children = std::list<Child>;
+
+    void waitFor(Children::iterator child);
     void signalAll(int signal); // with the lock held
     void joinFinished();
 
     std::mutex m_lock;
     std::condition_variable m_childEnded;
-    std::map<pid_t, std::thread> m_waiting;
-    std::vector<std::thread> m_finished;
+    Children m_waiting;
+    Children m_finished;
 };

@@ -63,6 +63,17 @@ std::optional<Pipe> makePipe()
     return result;
 }
 
+/// Makes children wait to be reaped even if we were started with their signal ignored: else the id of one that ended
+/// could soon be a stranger's.
+void keepEndedChildren()
+{
+    struct sigaction now
+    {};
+    sigaction(SIGCHLD, nullptr, &now);
+    if (now.sa_handler == SIG_IGN)
+        std::signal(SIGCHLD, SIG_DFL);
+}
+
 /// What the child is started with, besides its command: folder, streams, and signals as a program expects to find them.
 class SpawnSettings final
 {
@@ -73,11 +84,12 @@ public:
         posix_spawnattr_init(&m_attributes);
         sigset_t none{};
         sigemptyset(&none);
-        sigset_t pipeSignal{};
-        sigemptyset(&pipeSignal);
-        sigaddset(&pipeSignal, SIGPIPE);
+        sigset_t defaults{};
+        sigemptyset(&defaults);
+        sigaddset(&defaults, SIGPIPE);
+        sigaddset(&defaults, SIGCHLD);
         posix_spawnattr_setsigmask(&m_attributes, &none);
-        posix_spawnattr_setsigdefault(&m_attributes, &pipeSignal);
+        posix_spawnattr_setsigdefault(&m_attributes, &defaults);
         posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     }
     SpawnSettings(const SpawnSettings&) = delete;
@@ -131,6 +143,7 @@ HelperProcess::Launch HelperProcess::launch(const std::vector<std::string>& comm
     // For the whole process, as Qt does before it writes to a process or socket: two calls around each write, which is
     // what it takes to keep to one thread, are a tenth of a short exchange.
     std::signal(SIGPIPE, SIG_IGN);
+    keepEndedChildren();
     pid_t pid = -1;
     const int failure =
         posix_spawn(&pid, arguments.front(), settings.actions(), settings.attributes(), arguments.data(), environ);

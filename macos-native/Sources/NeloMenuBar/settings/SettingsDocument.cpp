@@ -59,7 +59,7 @@ SettingsDocument readSettingsDocument(const Json& document)
         .coreAutoDiscovery = isOn(core, "auto_discovery"),
         .coreUrl = textOf(core, "url"),
         .chatMode = offered(textOf(chat, "mode"), chatModes()),
-        .localModel = textOf(chat, "local_model", localModels().first()),
+        .localModel = textOf(chat, "local_model", localModels().constFirst()),
         .cloudProvider = offered(textOf(chat, "cloud_provider"), cloudProviders()),
         .cloudModel = textOf(chat, "cloud_model", QStringLiteral("gpt-4o-mini")),
         .cloudApiKey = textOf(chat, "cloud_api_key"),

@@ -94,7 +94,7 @@ void storeKeys(const QMap<QString, QString>& keys)
 } // namespace
 
 SettingsViewController::SettingsViewController(QWidget* parent)
-    : ViewController(parent), m_currentCloudProvider(cloudProviders().first())
+    : ViewController(parent), m_currentCloudProvider(cloudProviders().constFirst())
 {}
 
 void SettingsViewController::loadView()
@@ -205,7 +205,7 @@ void SettingsViewController::loadSettings()
 void SettingsViewController::cloudProviderChanged()
 {
     takeTypedKey();
-    m_currentCloudProvider = m_cloudProviderPopup->titleOfSelectedItem(cloudProviders().first());
+    m_currentCloudProvider = m_cloudProviderPopup->titleOfSelectedItem(cloudProviders().constFirst());
     showText(m_cloudAPIKeyField, m_providerKeyCache.key(m_currentCloudProvider));
 }
 
@@ -242,12 +242,12 @@ void SettingsViewController::showSettings(const SettingsDocument& settings)
 
 SettingsDocument SettingsViewController::shownSettings() const
 {
-    const QString provider = m_cloudProviderPopup->titleOfSelectedItem(cloudProviders().first());
+    const QString provider = m_cloudProviderPopup->titleOfSelectedItem(cloudProviders().constFirst());
     return {
         .coreAutoDiscovery = m_coreAutoDiscoveryButton->isChecked(),
         .coreUrl = m_coreURLField->text(),
-        .chatMode = m_chatModePopup->titleOfSelectedItem(chatModes().first()),
-        .localModel = m_localModelPopup->titleOfSelectedItem(localModels().first()),
+        .chatMode = m_chatModePopup->titleOfSelectedItem(chatModes().constFirst()),
+        .localModel = m_localModelPopup->titleOfSelectedItem(localModels().constFirst()),
         .cloudProvider = provider,
         .cloudModel = m_cloudModelField->text(),
         .cloudApiKey = m_providerKeyCache.key(provider),

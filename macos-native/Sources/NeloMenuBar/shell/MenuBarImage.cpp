@@ -1,13 +1,17 @@
 #include "shell/MenuBarImage.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QImageReader>
 #include <QPixmap>
 
 QIcon menuBarImage()
 {
     constexpr int side = 18;
-    QImageReader reader(QDir::home().filePath(QStringLiteral("Desktop/nelo.png")));
+    const QString file = QDir::home().filePath(QStringLiteral("Desktop/nelo.png"));
+    if (!QFileInfo(file).isFile()) // a pipe there would keep us waiting
+        return {};
+    QImageReader reader(file);
     reader.setDecideFormatFromContent(true); // what it holds decides, not what it is called
     const QImage image = reader.read();
     if (image.isNull())

@@ -17,7 +17,9 @@ private slots:
     void reachTheEventLoop_data();
     void reachTheEventLoop();
     void severalAreOne();
-    void goBackToTheirDefault();
+    void aSecondOneEndsTheProgramAtOnce();
+    void anIgnoredOneStaysIgnored();
+    void goBackToWhatTheyWere();
 };
 
 void TestTerminationSignals::init()
@@ -50,20 +52,41 @@ void TestTerminationSignals::severalAreOne()
     raise(SIGTERM);
     raise(SIGINT);
     QTRY_COMPARE(spy.count(), 1);
-    raise(SIGTERM);
     QCoreApplication::processEvents();
     QCOMPARE(spy.count(), 1);
 }
 
-void TestTerminationSignals::goBackToTheirDefault()
+void TestTerminationSignals::aSecondOneEndsTheProgramAtOnce()
 {
-    {
-        const TerminationSignals terminationSignals;
-    }
+    const TerminationSignals terminationSignals;
+    raise(SIGTERM);
     struct sigaction action
     {};
     sigaction(SIGTERM, nullptr, &action);
     QVERIFY(action.sa_handler == SIG_DFL);
+}
+
+void TestTerminationSignals::anIgnoredOneStaysIgnored()
+{
+    const auto before = signal(SIGHUP, SIG_IGN);
+    {
+        const TerminationSignals terminationSignals;
+        struct sigaction action
+        {};
+        sigaction(SIGHUP, nullptr, &action);
+        QVERIFY(action.sa_handler == SIG_IGN);
+    }
+    QVERIFY(signal(SIGHUP, before) == SIG_IGN);
+}
+
+void TestTerminationSignals::goBackToWhatTheyWere()
+{
+    constexpr auto handler = [](int) {};
+    const auto before = signal(SIGTERM, handler);
+    {
+        const TerminationSignals terminationSignals;
+    }
+    QVERIFY(signal(SIGTERM, before) == static_cast<sighandler_t>(handler));
 }
 
 QTEST_GUILESS_MAIN(TestTerminationSignals)

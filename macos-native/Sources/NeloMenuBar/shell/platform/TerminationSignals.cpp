@@ -2,16 +2,12 @@
 
 #include <QSocketNotifier>
 
-#include <array>
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 
 #include <fcntl.h>
 
 namespace {
-
-constexpr std::array terminationSignals{SIGTERM, SIGINT, SIGHUP};
 
 std::atomic<int> signalledDescriptor = -1; // a handler knows nothing but globals
 
@@ -43,13 +39,22 @@ TerminationSignals::TerminationSignals(QObject* parent) : QObject(parent)
         notifier->setEnabled(false); // once is enough
         emit received();
     });
-    for (const int signal : terminationSignals)
-        std::signal(signal, wakeUp);
+    struct sigaction action
+    {};
+    action.sa_handler = wakeUp;
+    action.sa_flags = SA_RESETHAND | SA_RESTART; // the second one ends us at once, should the event loop be stuck
+    for (std::size_t i = 0; i < terminationSignals.size(); ++i) {
+        sigaction(terminationSignals.at(i), nullptr, &m_actionsBefore.at(i));
+        if (m_actionsBefore.at(i).sa_handler != SIG_IGN) // as nohup has it
+            sigaction(terminationSignals.at(i), &action, nullptr);
+    }
 }
 
 TerminationSignals::~TerminationSignals()
 {
-    for (const int signal : terminationSignals)
-        std::signal(signal, SIG_DFL);
+    if (m_writeEnd.get() < 0)
+        return;
+    for (std::size_t i = 0; i < terminationSignals.size(); ++i)
+        sigaction(terminationSignals.at(i), &m_actionsBefore.at(i), nullptr);
     signalledDescriptor = -1;
 }
