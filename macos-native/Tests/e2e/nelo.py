@@ -108,10 +108,6 @@ class Node:
         return self._accessible.get_state_set().contains(Atspi.StateType.ACTIVE)
 
     @property
-    def is_selected(self) -> bool:
-        return self._accessible.get_state_set().contains(Atspi.StateType.SELECTED)
-
-    @property
     def text(self) -> str:
         return Atspi.Text.get_text(self._accessible, 0, Atspi.Text.get_character_count(self._accessible))
 

@@ -5,7 +5,7 @@ import os
 import sys
 from pathlib import Path
 
-from nelo import Nelo, press, take_picture, until
+from nelo import Nelo, press, take_picture
 
 
 def tour(folder: Path, scale: int) -> None:
@@ -20,9 +20,8 @@ def tour(folder: Path, scale: int) -> None:
         nelo.choose("Open Nelo Console")
         console = nelo.window("Nelo Console")
         for tab in ("Agents", "Runtime", "Tovani", "Skills", "Settings"):
-            page = console.find("page tab", tab)
-            page.click()
-            until(lambda: page.is_selected, f"{tab} selected")
+            console.find("page tab", tab).click()
+            console.find("page tab list", tab)  # it is called as the page in front
             picture(f"console-{tab.lower()}")
 
         nelo.choose("Open Nelo")
