@@ -1,0 +1,72 @@
+#include "agents/ConfigEditorWindowController.h"
+
+#include "agents/ConfigFile.h"
+#include "agents/ConfigTextView.h"
+#include "shell/primitives/Alerts.h"
+#include "shell/primitives/Buttons.h"
+#include "shell/primitives/Labels.h"
+#include "shell/primitives/NeloWindow.h"
+#include "shell/primitives/files/AtomicFile.h"
+
+#include <QDateTime>
+#include <QFontDatabase>
+#include <QHBoxLayout>
+#include <QPushButton>
+
+#include <utility>
+
+ConfigEditorWindowController::ConfigEditorWindowController(const QString& title, QString path, OnSave onSave)
+    : m_path(std::move(path)), m_onSave(std::move(onSave)), m_window(new NeloWindow(title, {900, 640}))
+{
+    m_window->setAttribute(Qt::WA_DeleteOnClose);
+    setParent(m_window);
+    setupUI();
+}
+
+void ConfigEditorWindowController::setupUI()
+{
+    auto* pathLabel = new Label(m_path, m_window);
+    pathLabel->setObjectName(QStringLiteral("pathLabel"));
+    pathLabel->setEmphasis(Emphasis::Secondary);
+    m_textView = new ConfigTextView(m_window);
+    m_textView->setObjectName(QStringLiteral("textView"));
+    m_textView->setAccessibleName(QStringLiteral("Configuration"));
+    m_textView->setFont(fontOfSize(QFontDatabase::systemFont(QFontDatabase::FixedFont), 12));
+
+    QPushButton* reload = makeButton(QStringLiteral("Reload"), m_window);
+    connect(reload, &QPushButton::clicked, this, &ConfigEditorWindowController::reloadFile);
+    QPushButton* save = makeButton(QStringLiteral("Save"), m_window);
+    connect(save, &QPushButton::clicked, this, &ConfigEditorWindowController::saveFile);
+    auto* buttonRow = new QHBoxLayout;
+    buttonRow->setSpacing(8);
+    buttonRow->addStretch();
+    buttonRow->addWidget(reload);
+    buttonRow->addWidget(save);
+
+    auto* column = new QVBoxLayout(m_window);
+    column->setContentsMargins(16, 16, 16, 16);
+    column->setSpacing(0);
+    column->addWidget(pathLabel);
+    column->addSpacing(10);
+    column->addWidget(m_textView, 1);
+    column->addSpacing(12);
+    column->addLayout(buttonRow);
+    m_textView->setFocus();
+    reloadFile();
+}
+
+void ConfigEditorWindowController::reloadFile()
+{
+    m_textView->setBytes(readConfigFile(m_path));
+}
+
+void ConfigEditorWindowController::saveFile()
+{
+    backUpConfigFile(m_path, QDateTime::currentDateTime());
+    if (const std::optional<QString> failure = writeFileAtomically(m_path, m_textView->bytes())) {
+        showAlert(m_window, QStringLiteral("Save Failed"), *failure);
+        return; // the window, and this with it, may be gone
+    }
+    m_onSave(true);
+    m_window->close();
+}

@@ -1,0 +1,74 @@
+#include "agents/ConfigFile.h"
+
+#include "shell/primitives/files/AtomicFile.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <filesystem>
+#include <tuple>
+
+namespace {
+
+constexpr QFile::Permissions ownersFile = QFile::ReadOwner | QFile::WriteOwner;
+constexpr QFile::Permissions ownersFolder = ownersFile | QFile::ExeOwner;
+
+/// Makes a second name for a file that we may not read. It stays with what the file holds now: a save replaces the file
+/// and leaves its earlier content alone.
+void linkFile(const QString& path, const QString& backup)
+{
+    std::error_code ignored;
+    const std::filesystem::path file = std::filesystem::canonical(QFile::encodeName(path).toStdString(), ignored);
+    std::filesystem::create_hard_link(file, QFile::encodeName(backup).toStdString(), ignored);
+}
+
+void copyFile(QFile& file, const QString& path)
+{
+    QFile copy(path);
+    // Unbuffered: flushing a buffer was seen to succeed after a short write on a full disk.
+    if (!copy.open(QFile::WriteOnly | QFile::NewOnly | QFile::Unbuffered, ownersFile))
+        return;
+    const QByteArray bytes = file.readAll();
+    const bool isWhole = file.error() == QFile::NoError && copy.write(bytes) == bytes.size();
+    if (isWhole)
+        copy.setPermissions(file.permissions() & ownersFile);
+    else
+        copy.remove(); // half a copy would pass for the file
+}
+
+} // namespace
+
+QByteArray readConfigFile(const QString& path)
+{
+    QFile file(path);
+    const bool isRegular = QFileInfo(path).isFile(); // a pipe would keep us waiting
+    if (!isRegular || !file.open(QFile::ReadOnly))
+        return {};
+    const QByteArray bytes = file.readAll();
+    return file.error() == QFile::NoError ? bytes : QByteArray(); // half a file would be saved as the whole
+}
+
+void createConfigFile(const QString& path)
+{
+    const QFileInfo file(path);
+    if (file.exists())
+        return;
+    const QString folder = file.absolutePath();
+    QDir().mkpath(QFileInfo(folder).absolutePath());
+    QDir().mkdir(folder, ownersFolder);
+    std::ignore = writeFileAtomically(path, QByteArrayLiteral("{}\n"));
+}
+
+void backUpConfigFile(const QString& path, const QDateTime& now)
+{
+    if (!QFileInfo(path).isFile())
+        return;
+    const QString backup = path + QStringLiteral(".bak.") + now.toString(QStringLiteral("yyyyMMdd-HHmmss"));
+    QFile file(path);
+    if (file.open(QFile::ReadOnly))
+        copyFile(file, backup);
+    else
+        linkFile(path, backup);
+}

@@ -1,0 +1,38 @@
+#include "support/OrdinaryUser.h"
+
+#include <QtGlobal>
+
+#include <array>
+
+#include <linux/capability.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+/// Sets which of the first 32 capabilities are in effect; returns those that were.
+std::uint32_t exchangeCapabilities(std::uint32_t keep)
+{
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    std::array<__user_cap_data_struct, 2> data{};
+    if (syscall(SYS_capget, &header, data.data()) != 0)
+        qFatal("capabilities cannot be read");
+    const std::uint32_t before = data[0].effective;
+    data[0].effective = data[0].permitted & keep;
+    if (syscall(SYS_capset, &header, data.data()) != 0)
+        qFatal("capabilities cannot be set");
+    return before;
+}
+
+} // namespace
+
+OrdinaryUser::OrdinaryUser()
+{
+    constexpr std::uint32_t passingPermissions = 1U << CAP_DAC_OVERRIDE | 1U << CAP_DAC_READ_SEARCH;
+    m_capabilitiesBefore = exchangeCapabilities(~passingPermissions);
+}
+
+OrdinaryUser::~OrdinaryUser()
+{
+    exchangeCapabilities(m_capabilitiesBefore);
+}
