@@ -1,12 +1,14 @@
 #include "shell/ConsoleTabController.h"
 
 #include "shell/primitives/Colors.h"
+#include "shell/primitives/NeloWindow.h"
 #include "support/ScriptedBackend.h"
 #include "support/Warnings.h"
 
 #include <QDesktopServices>
 #include <QLabel>
 #include <QTabWidget>
+#include <QTableView>
 #include <QTest>
 
 #include <optional>
@@ -24,6 +26,7 @@ private slots:
     void cleanup();
     void theTabsStandInOrder();
     void allTabsLoadBeforeTheConsoleIsShown();
+    void theAgentsAreListedBeforeTheConsoleIsInFront();
     void selectingATabLoadsNothingAgain();
     void theSelectedTabIsKeptWhileTheWindowIsClosed();
     void theTovaniTabSaysWhatItIsFor();
@@ -87,6 +90,16 @@ void TestConsoleTabController::allTabsLoadBeforeTheConsoleIsShown()
     QCOMPARE(m_backend->count("load_nelo_settings"), 1);
     for (int tab = 0; tab < tabs()->count(); ++tab)
         QVERIFY(!tabs()->widget(tab)->findChildren<QLabel*>().isEmpty());
+}
+
+void TestConsoleTabController::theAgentsAreListedBeforeTheConsoleIsInFront()
+{
+    m_backend->answer("sync_local_agents_to_core", {{{"id", "a"}}, {{"id", "b"}}});
+    NeloWindow window(QStringLiteral("Nelo Console"), {1000, 720});
+    auto* console = new ConsoleTabController; // the window's
+    window.setContentViewController(console);
+    QCOMPARE(m_backend->count("sync_local_agents_to_core"), 1);
+    QCOMPARE(console->findChild<QTableView*>(QStringLiteral("tableView"))->model()->rowCount(), 2);
 }
 
 void TestConsoleTabController::selectingATabLoadsNothingAgain()

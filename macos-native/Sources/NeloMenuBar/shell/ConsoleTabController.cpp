@@ -1,5 +1,6 @@
 #include "shell/ConsoleTabController.h"
 
+#include "agents/AgentsViewController.h"
 #include "models/RuntimeViewController.h"
 #include "settings/SettingsViewController.h"
 #include "shell/primitives/Colors.h"
@@ -23,10 +24,10 @@ QTabWidget* makeTabs(QWidget* parent)
     tabs->setObjectName(QStringLiteral("tabView"));
     tabs->setDocumentMode(true);
     const auto add = [tabs](const QString& label, ViewController* controller) {
+        controller->loadViewIfNeeded(); // while it is in no window: what is in one may wait until that is in front
         tabs->addTab(controller, label);
-        controller->loadViewIfNeeded();
     };
-    add(QStringLiteral("Agents"), new PlaceholderInfoController(QStringLiteral("Agents")));
+    add(QStringLiteral("Agents"), new AgentsViewController);
     add(QStringLiteral("Runtime"), new RuntimeViewController);
     add(tovani, new PlaceholderInfoController(tovani, tovaniBody));
     add(QStringLiteral("Skills"), new PlaceholderInfoController(QStringLiteral("Skills")));

@@ -1,0 +1,96 @@
+#include "agents/AgentDialogs.h"
+
+#include "shell/primitives/Alerts.h"
+#include "shell/primitives/Labels.h"
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace {
+
+/// Fixes `widget` at `size`, or at what its style and font need at least.
+void fixSize(QWidget& widget, QSize size)
+{
+    widget.setFixedSize(size.expandedTo(widget.minimumSizeHint()));
+}
+
+/// The content of the dialog that creates an agent.
+class NewAgentForm final : public QWidget
+{
+public:
+    explicit NewAgentForm(const QString& stamp)
+    {
+        m_ecosystemPopup->setObjectName(QStringLiteral("ecosystemPopup"));
+        m_ecosystemPopup->addItems({QStringLiteral("openclaw"), QStringLiteral("codex"), QStringLiteral("kimi")});
+        m_ecosystemPopup->setAccessibleDescription(QStringLiteral("Ecosystem"));
+        fixSize(*m_ecosystemPopup, {180, 26});
+        m_nameField->setObjectName(QStringLiteral("nameField"));
+        m_nameField->setText(QStringLiteral("openclaw ") + stamp);
+        fixSize(*m_nameField, {320, 24});
+        auto* note = new WrappingLabel(
+            QStringLiteral("Workspace uses the default path automatically. For openclaw, Nelo will launch "
+                           "install/configure flow after creating the record."),
+            this);
+        note->setEmphasis(Emphasis::Secondary);
+
+        auto* column = new QVBoxLayout(this);
+        column->setContentsMargins(0, 4, 0, 4);
+        column->setSpacing(12);
+        column->addLayout(labelRow(QStringLiteral("Ecosystem"), m_ecosystemPopup));
+        column->addLayout(labelRow(QStringLiteral("Name"), m_nameField));
+        column->addWidget(note);
+        column->addStretch();
+        constexpr QSize size(520, 126);
+        setFixedSize(size.width(), std::max(size.height(), column->heightForWidth(size.width())));
+        setFocusProxy(m_ecosystemPopup);
+    }
+
+    NewAgentChoice choice() const { return {m_ecosystemPopup->currentText(), m_nameField->text()}; }
+
+private:
+    QComboBox* m_ecosystemPopup = new QComboBox(this);
+    QLineEdit* m_nameField = new QLineEdit(this);
+};
+
+} // namespace
+
+std::optional<NewAgentChoice> askForNewAgent(QWidget* parent, const QString& stamp)
+{
+    NewAgentForm form(stamp);
+    const DialogAnswer answer =
+        runDialog(parent, QStringLiteral("Add Agent"), QStringLiteral("Create a managed agent record."), &form,
+                  QStringLiteral("Create"));
+    return answer == DialogAnswer::Accepted ? std::optional(form.choice()) : std::nullopt;
+}
+
+std::optional<QString> askForName(QWidget* parent, const QString& title, const QString& text, const QString& name)
+{
+    QLineEdit field(name);
+    field.setObjectName(QStringLiteral("nameField"));
+    field.setAccessibleName(QStringLiteral("Name"));
+    fixSize(field, {280, 24});
+    field.selectAll();
+    const DialogAnswer answer = runDialog(parent, title, text, &field, QStringLiteral("Save"));
+    return answer == DialogAnswer::Accepted ? std::optional(field.text().trimmed()) : std::nullopt;
+}
+
+QHBoxLayout* labelRow(const QString& label, QWidget* field)
+{
+    auto* caption = new Label(label, field->parentWidget());
+    caption->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    caption->setFixedWidth(90);
+    caption->setBuddy(field);
+    const int width = std::max(280, field->minimumWidth());
+    field->setMinimumWidth(width);
+    field->setMaximumWidth(std::max(width, field->maximumWidth()));
+
+    auto* row = new QHBoxLayout;
+    row->setSpacing(10);
+    row->addWidget(caption, 0, Qt::AlignVCenter);
+    row->addWidget(field, 0, Qt::AlignVCenter);
+    row->addStretch();
+    return row;
+}

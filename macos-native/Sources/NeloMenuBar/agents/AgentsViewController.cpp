@@ -1,0 +1,248 @@
+#include "agents/AgentsViewController.h"
+
+#include "agents/Agent.h"
+#include "agents/AgentCalls.h"
+#include "agents/AgentDialogs.h"
+#include "agents/AgentPaths.h"
+#include "agents/AgentReport.h"
+#include "agents/ConfigEditorWindowController.h"
+#include "agents/ConfigFile.h"
+#include "backend/BackendReply.h"
+#include "backend/NeloBackend.h"
+#include "shell/primitives/Alerts.h"
+#include "shell/primitives/Buttons.h"
+#include "shell/primitives/JsonTable.h"
+#include "shell/primitives/Labels.h"
+#include "shell/primitives/NeloWindow.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QHBoxLayout>
+#include <QPointer>
+#include <QPushButton>
+
+#include <chrono>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::chrono::milliseconds refreshInterval = 5s;
+
+std::vector<JsonColumn> columns()
+{
+    return {
+        {"id", QStringLiteral("ID"), 150},
+        {"name", QStringLiteral("Name"), 180},
+        {"ecosystem", QStringLiteral("Ecosystem"), 120},
+        {"origin", QStringLiteral("Origin"), 100},
+        {"state", QStringLiteral("State"), 160},
+        {"lastSeen", QStringLiteral("Last Seen"), 170},
+        {"workspace", QStringLiteral("Workspace"), 340},
+        {"createdAt", QStringLiteral("Created At"), 170},
+    };
+}
+
+Label* makeSecondaryLabel(const QString& name, const QString& text, QWidget* parent)
+{
+    auto* label = new Label(text, parent);
+    label->setObjectName(name);
+    label->setEmphasis(Emphasis::Secondary);
+    return label;
+}
+
+} // namespace
+
+AgentsViewController::AgentsViewController(QWidget* parent) : ViewController(parent)
+{}
+
+void AgentsViewController::loadView()
+{
+    QHBoxLayout* buttonRow = makeButtonRow();
+    m_tableView = new JsonTable(columns(), {"ecosystem", "id"}, this);
+    m_tableView->setObjectName(QStringLiteral("tableView"));
+    m_tableView->setAccessibleName(QStringLiteral("Agents"));
+    m_statusLabel = makeSecondaryLabel(QStringLiteral("statusLabel"), QStringLiteral("Ready"), this);
+
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(16, 16, 16, 14);
+    column->setSpacing(10);
+    column->addLayout(buttonRow);
+    column->addWidget(m_tableView, 1);
+    column->addWidget(m_statusLabel);
+}
+
+QHBoxLayout* AgentsViewController::makeButtonRow()
+{
+    auto* row = new QHBoxLayout;
+    row->setSpacing(8);
+    const auto add = [this, row](const QString& title, void (AgentsViewController::*action)()) {
+        QPushButton* button = makeButton(title, this);
+        connect(button, &QPushButton::clicked, this, action);
+        row->addWidget(button);
+    };
+    add(QStringLiteral("Refresh"), &AgentsViewController::refreshAgents);
+    add(QStringLiteral("Add Agent"), &AgentsViewController::addAgent);
+    add(QStringLiteral("Config Editor"), &AgentsViewController::openConfigEditor);
+    add(QStringLiteral("Run Configure"), &AgentsViewController::runConfigure);
+    add(QStringLiteral("Adopt / Rename"), &AgentsViewController::adoptOrRename);
+    add(QStringLiteral("Delete"), &AgentsViewController::deleteSelected);
+    row->addStretch();
+    m_summaryLabel = makeSecondaryLabel(QStringLiteral("summaryLabel"), QString(), this);
+    row->addWidget(m_summaryLabel);
+    return row;
+}
+
+void AgentsViewController::viewDidLoad()
+{
+    ViewController::viewDidLoad();
+    refreshAgents();
+}
+
+void AgentsViewController::viewDidAppear()
+{
+    ViewController::viewDidAppear();
+    if (m_refreshTimer)
+        return;
+    m_refreshTimer = std::make_unique<QTimer>(this);
+    m_refreshTimer->setObjectName(QStringLiteral("refreshTimer"));
+    connect(m_refreshTimer.get(), &QTimer::timeout, this, &AgentsViewController::refreshAgents);
+    m_refreshTimer->start(refreshInterval);
+}
+
+void AgentsViewController::viewWillDisappear()
+{
+    ViewController::viewWillDisappear();
+    m_refreshTimer.reset();
+}
+
+void AgentsViewController::refreshAgents()
+{
+    const auto* window = qobject_cast<const NeloWindow*>(QWidget::window());
+    if (window && !window->isActiveWindow())
+        return;
+    loadAgents();
+}
+
+/// What `refreshAgents` does once it may. An action whose dialog is just gone calls it directly: a window system takes
+/// its time to make the window under the dialog the active one again.
+void AgentsViewController::loadAgents()
+{
+    AgentReport report = agentReport(BackendReply(NeloBackend::call("sync_local_agents_to_core")));
+    m_tableView->setRows(std::move(report.rows));
+    m_summaryLabel->setText(report.summary);
+    m_statusLabel->setText(report.status);
+}
+
+void AgentsViewController::addAgent()
+{
+    const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
+    const QPointer<AgentsViewController> self(this);
+    const std::optional<NewAgentChoice> choice = askForNewAgent(this, stamp);
+    if (!self || !choice)
+        return;
+    if (choice->ecosystem == QStringLiteral("openclaw")) {
+        setUpOpenClaw(); // the record is left to that
+        return;
+    }
+    const NewAgent agent = newAgent(choice->ecosystem, choice->name, stamp, QDir::homePath());
+    if (!succeeds(callToAdd(agent), QStringLiteral("Add Agent Failed")))
+        return;
+    m_statusLabel->setText(QStringLiteral("Added agent ") + agent.ecosystem + u'/' + agent.id);
+    loadAgents();
+}
+
+void AgentsViewController::setUpOpenClaw()
+{
+    if (!succeeds({"launch_openclaw_install_or_configure_interactive", {}}, QStringLiteral("OpenClaw Setup Failed")))
+        return;
+    m_statusLabel->setText(QStringLiteral("Launched OpenClaw install in Terminal. Refresh after install completes."));
+    loadAgents();
+}
+
+void AgentsViewController::adoptOrRename()
+{
+    const std::optional<Agent> agent = selectedAgent();
+    if (!agent)
+        return;
+    const QString title = agent->isManaged() ? QStringLiteral("Rename Agent") : QStringLiteral("Adopt Agent");
+    const QPointer<AgentsViewController> self(this);
+    const std::optional<QString> newName = askForName(this, title, agent->label(), agent->name);
+    if (!self || !newName || newName->isEmpty())
+        return;
+    if (!succeeds(callToName(*agent, *newName), QStringLiteral("Save Failed")))
+        return;
+    const QString done = agent->isManaged() ? QStringLiteral("Renamed ") : QStringLiteral("Adopted ");
+    m_statusLabel->setText(done + agent->label());
+    loadAgents();
+}
+
+void AgentsViewController::runConfigure()
+{
+    const std::optional<Agent> agent = selectedAgent();
+    if (!agent)
+        return;
+    if (agent->ecosystem.toLower() != QStringLiteral("openclaw")) {
+        showAlert(this, QStringLiteral("Unsupported"),
+                  QStringLiteral("Only openclaw configure is supported right now."));
+        return;
+    }
+    if (succeeds({"launch_openclaw_configure_interactive", {}}, QStringLiteral("Configure Failed")))
+        m_statusLabel->setText(QStringLiteral("Launched openclaw configure."));
+}
+
+void AgentsViewController::openConfigEditor()
+{
+    const std::optional<Agent> agent = selectedAgent();
+    if (!agent)
+        return;
+    const QString path = configPath(agent->ecosystem, QDir::homePath());
+    createConfigFile(path);
+    const auto onSave = [self = QPointer<AgentsViewController>(this), path](bool isSaved) {
+        if (self && isSaved)
+            self->m_statusLabel->setText(QStringLiteral("Saved config: ") + path);
+    };
+    auto* editor = new ConfigEditorWindowController(QStringLiteral("Config Editor - ") + path, path, onSave);
+    editor->window()->makeKeyAndOrderFront();
+}
+
+void AgentsViewController::deleteSelected()
+{
+    const std::optional<Agent> agent = selectedAgent();
+    if (!agent)
+        return;
+    if (!agent->isManaged()) {
+        showAlert(this, QStringLiteral("Cannot Delete"),
+                  QStringLiteral("Discovered agents must be removed from their runtime first."));
+        return;
+    }
+    const QPointer<AgentsViewController> self(this);
+    const DialogAnswer answer =
+        runDialog(this, QStringLiteral("Delete Agent"),
+                  QStringLiteral("Delete ") + agent->label() + QStringLiteral(" and remove its workspace?"), nullptr,
+                  QStringLiteral("Delete"));
+    if (!self || answer != DialogAnswer::Accepted)
+        return;
+    if (!succeeds(callToDelete(*agent), QStringLiteral("Delete Failed")))
+        return;
+    m_statusLabel->setText(QStringLiteral("Deleted ") + agent->label());
+    loadAgents();
+}
+
+/// The agent that an action is about; without a selection, says so and returns none.
+std::optional<Agent> AgentsViewController::selectedAgent()
+{
+    if (const std::optional<Json> row = m_tableView->selectedRow())
+        return agentOf(*row);
+    showAlert(this, QStringLiteral("No Selection"), QStringLiteral("Select an agent first."));
+    return std::nullopt; // `this` may be gone
+}
+
+/// Makes the call and tells of a failure. `this` may be gone after one.
+bool AgentsViewController::succeeds(const BackendCall& call, const QString& failureTitle)
+{
+    const BackendReply reply(NeloBackend::call(call.function, call.args));
+    if (reply.isError())
+        showAlert(this, failureTitle, reply.text());
+    return !reply.isError();
+}
