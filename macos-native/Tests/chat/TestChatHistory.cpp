@@ -138,14 +138,14 @@ void TestChatHistory::aFileInPlaceOfTheFolderIsAnEmptyConversation()
 {
     Files::create(m_home->path(QStringLiteral(".nelo")), "a file");
     QCOMPARE(loadChatHistory(), QList<NeloChatMessage>());
-    QCOMPARE(Files::content(m_home->path(QStringLiteral(".nelo"))), QByteArray("a file"));
+    QCOMPARE(Files::contentOf(m_home->path(QStringLiteral(".nelo"))), QByteArray("a file"));
 }
 
 void TestChatHistory::loadingLeavesABadFileAsItIs()
 {
     Files::create(neloChatHistoryURL(), "[{");
     loadChatHistory();
-    QCOMPARE(Files::content(neloChatHistoryURL()), QByteArray("[{"));
+    QCOMPARE(Files::contentOf(neloChatHistoryURL()), QByteArray("[{"));
     QCOMPARE(Files::names(m_home->path(QStringLiteral(".nelo"))), QStringList{fileName});
 }
 
@@ -175,8 +175,8 @@ void TestChatHistory::aBadFileIsCopiedAsideOnce()
     Files::create(neloChatHistoryURL(), bad);
     QVERIFY(preserveUnreadableHistory(neloChatHistoryURL(), now));
     QCOMPARE(Files::names(m_home->path(QStringLiteral(".nelo"))), (QStringList{fileName, copyName}));
-    QCOMPARE(Files::content(neloChatHistoryURL()), bad);
-    QCOMPARE(Files::content(m_home->path(QStringLiteral(".nelo/") + copyName)), bad);
+    QCOMPARE(Files::contentOf(neloChatHistoryURL()), bad);
+    QCOMPARE(Files::contentOf(m_home->path(QStringLiteral(".nelo/") + copyName)), bad);
     QCOMPARE(Files::mode(m_home->path(QStringLiteral(".nelo/") + copyName)), 0600);
 }
 
@@ -224,7 +224,7 @@ void TestChatHistory::anEarlierCopyIsNotReplaced()
     Files::create(m_home->path(QStringLiteral(".nelo/") + copyName), "the earlier copy");
     Files::create(neloChatHistoryURL(), "bad");
     QVERIFY(!preserveUnreadableHistory(neloChatHistoryURL(), now));
-    QCOMPARE(Files::content(m_home->path(QStringLiteral(".nelo/") + copyName)), QByteArray("the earlier copy"));
+    QCOMPARE(Files::contentOf(m_home->path(QStringLiteral(".nelo/") + copyName)), QByteArray("the earlier copy"));
     QVERIFY(preserveUnreadableHistory(neloChatHistoryURL(), now.addSecs(1)));
 }
 
@@ -235,7 +235,7 @@ void TestChatHistory::aBadFileThatCannotBeCopiedIsNotToBeReplaced()
     Files::create(file, QByteArray(10'000, '['));
     disk.fill(4096);
     QVERIFY(!preserveUnreadableHistory(file, now));
-    QCOMPARE(Files::content(file), QByteArray(10'000, '['));
+    QCOMPARE(Files::contentOf(file), QByteArray(10'000, '['));
     disk.empty();
     QVERIFY(preserveUnreadableHistory(file, now));
 }

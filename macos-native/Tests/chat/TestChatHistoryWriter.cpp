@@ -149,7 +149,7 @@ void TestChatHistoryWriter::theFileIsPrivate()
         writer.persistMessages();
     }
     QCOMPARE(Files::mode(neloChatHistoryURL()), 0600);
-    QCOMPARE(Files::content(neloChatHistoryURL()), encodeChatMessages(m_messages));
+    QCOMPARE(Files::contentOf(neloChatHistoryURL()), encodeChatMessages(m_messages));
 }
 
 void TestChatHistoryWriter::theFolderIsMade()
@@ -212,7 +212,7 @@ void TestChatHistoryWriter::aBadFileIsCopiedAsideBeforeTheFirstWriteOnly()
     QCOMPARE(names.size(), 2);
     static const QRegularExpression form(QStringLiteral("^menubar_chat_history\\.json\\.unreadable\\.\\d{8}-\\d{6}$"));
     QVERIFY2(form.match(names[1]).hasMatch(), qPrintable(names[1]));
-    QCOMPARE(Files::content(folder + QLatin1Char('/') + names[1]), QByteArray("bad"));
+    QCOMPARE(Files::contentOf(folder + QLatin1Char('/') + names[1]), QByteArray("bad"));
 
     Files::create(neloChatHistoryURL(), "bad again, by whoever it was");
     writer.persistMessages();
@@ -231,7 +231,7 @@ void TestChatHistoryWriter::aBadFileStaysUntilItCouldBeCopied()
         ChatHistoryWriter writer = makeWriter();
         writer.persistMessages(); // one record would fit
     }
-    QCOMPARE(Files::content(neloChatHistoryURL()), bad);
+    QCOMPARE(Files::contentOf(neloChatHistoryURL()), bad);
 
     disk.empty();
     {
@@ -287,7 +287,7 @@ void TestChatHistoryWriter::aFileInPlaceOfTheFolderStays()
         ChatHistoryWriter writer = makeWriter();
         writer.persistMessages();
     }
-    QCOMPARE(Files::content(m_home->path(QStringLiteral(".nelo"))), QByteArray("a file"));
+    QCOMPARE(Files::contentOf(m_home->path(QStringLiteral(".nelo"))), QByteArray("a file"));
     QCOMPARE(Files::names(m_home->path()), QStringList{QStringLiteral(".nelo")});
 }
 

@@ -68,7 +68,7 @@ void TestChatLog::theFirstEntryMakesFolderAndFile()
     QVERIFY(QDir(m_home->path()).rmdir(QStringLiteral(".nelo")));
     neloChatLog(QStringLiteral("send triggered"));
     QCOMPARE(Files::names(m_home->path(QStringLiteral(".nelo"))), QStringList{QStringLiteral("menubar_chat.log")});
-    QCOMPARE(messageOf(Files::content(neloChatLogURL())), QStringLiteral("send triggered"));
+    QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), QStringLiteral("send triggered"));
 }
 
 void TestChatLog::entriesAreLinesInOrderWithTheirTime()
@@ -96,7 +96,7 @@ void TestChatLog::anEntryIsWrittenAsItIs()
 {
     QFETCH(QString, message);
     neloChatLog(message);
-    QCOMPARE(messageOf(Files::content(neloChatLogURL())), message);
+    QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), message);
 }
 
 void TestChatLog::theFileIsPrivateUnderAnyUmask()
@@ -113,7 +113,7 @@ void TestChatLog::aFileThatIsThereOnlyGrows()
     Files::create(neloChatLogURL(), "what was there");
     chmod(QFile::encodeName(neloChatLogURL()).constData(), 0644);
     neloChatLog(QStringLiteral("one"));
-    const QByteArray content = Files::content(neloChatLogURL());
+    const QByteArray content = Files::contentOf(neloChatLogURL());
     QVERIFY(content.startsWith("what was there["));
     QVERIFY(content.endsWith("] one\n"));
     QCOMPARE(Files::mode(neloChatLogURL()), 0644);
@@ -124,7 +124,7 @@ void TestChatLog::theFileMayBeMovedAwayBetweenEntries()
     neloChatLog(QStringLiteral("one"));
     QVERIFY(QFile::rename(neloChatLogURL(), neloChatLogURL() + QStringLiteral(".1")));
     neloChatLog(QStringLiteral("two"));
-    QCOMPARE(messageOf(Files::content(neloChatLogURL())), QStringLiteral("two"));
+    QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), QStringLiteral("two"));
 }
 
 void TestChatLog::anEntryThatCannotBeWrittenIsDropped_data()
@@ -155,10 +155,10 @@ void TestChatLog::aReadOnlyLogStaysAsItIs()
     const SmallDisk disk;
     qputenv("HOME", QFile::encodeName(disk.path()));
     neloChatLog(QStringLiteral("one"));
-    const QByteArray before = Files::content(neloChatLogURL());
+    const QByteArray before = Files::contentOf(neloChatLogURL());
     disk.makeReadOnly();
     neloChatLog(QStringLiteral("two"));
-    QCOMPARE(Files::content(neloChatLogURL()), before);
+    QCOMPARE(Files::contentOf(neloChatLogURL()), before);
 }
 
 void TestChatLog::aFullDiskCostsEntriesOnly()
@@ -171,7 +171,7 @@ void TestChatLog::aFullDiskCostsEntriesOnly()
     QCOMPARE(Files::names(disk.path(QStringLiteral(".nelo"))), QStringList());
     disk.empty();
     neloChatLog(QStringLiteral("kept"));
-    QCOMPARE(messageOf(Files::content(neloChatLogURL())), QStringLiteral("kept"));
+    QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), QStringLiteral("kept"));
 }
 
 int main(int argc, char** argv)

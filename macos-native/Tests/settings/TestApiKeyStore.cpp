@@ -133,7 +133,7 @@ void TestApiKeyStore::otherUserDefaultsAreKept()
 void TestApiKeyStore::theDefaultsHoldTheKeyUnderItsDottedName()
 {
     QVERIFY(ApiKeyStore().setKey(openai, QStringLiteral("one")));
-    QVERIFY(Files::content(file()).contains("\nnelo.menubar.apiKey.openai=one\n"));
+    QVERIFY(Files::contentOf(file()).contains("\nnelo.menubar.apiKey.openai=one\n"));
 }
 
 void TestApiKeyStore::theFileIsPrivateFromItsFirstByte_data()

@@ -13,7 +13,7 @@ void Files::create(const QString& path, const QByteArray& content)
         qFatal("%s: %s", qPrintable(path), qPrintable(file.errorString()));
 }
 
-QByteArray Files::content(const QString& path)
+QByteArray Files::contentOf(const QString& path)
 {
     QFile file(path);
     return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();

@@ -114,7 +114,7 @@ void TestAtomicFile::writesANewFileWhole()
 {
     QFETCH(QByteArray, bytes);
     QCOMPARE(writeFileAtomically(path(), bytes), std::nullopt);
-    QCOMPARE(Files::content(path()), bytes);
+    QCOMPARE(Files::contentOf(path()), bytes);
     QCOMPARE(Files::names(m_folder->path()), QStringList{QStringLiteral("file")});
 }
 
@@ -158,7 +158,7 @@ void TestAtomicFile::anExistingFileKeepsItsMode()
     Files::create(path(), "old");
     chmod(QFile::encodeName(path()).constData(), static_cast<mode_t>(mode));
     QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
-    QCOMPARE(Files::content(path()), QByteArray("new"));
+    QCOMPARE(Files::contentOf(path()), QByteArray("new"));
     QCOMPARE(Files::mode(path()), afterwards);
 }
 
@@ -168,7 +168,7 @@ void TestAtomicFile::anExistingFileKeepsItsOwnerWhereTheSystemLetsUs()
     const uid_t someone = 12345;
     const bool mayGiveAway = chown(QFile::encodeName(path()).constData(), someone, someone) == 0;
     QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
-    QCOMPARE(Files::content(path()), QByteArray("new"));
+    QCOMPARE(Files::contentOf(path()), QByteArray("new"));
     QCOMPARE(statusOf(path()).st_uid, mayGiveAway ? someone : geteuid());
     QCOMPARE(statusOf(path()).st_gid, mayGiveAway ? someone : getegid());
 }
@@ -178,7 +178,7 @@ void TestAtomicFile::aFileThatMayNotBeWrittenIsReplacedAllTheSame()
     Files::create(path(), "old");
     chmod(QFile::encodeName(path()).constData(), 0400);
     QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
-    QCOMPARE(Files::content(path()), QByteArray("new"));
+    QCOMPARE(Files::contentOf(path()), QByteArray("new"));
     QCOMPARE(Files::mode(path()), 0400);
 }
 
@@ -202,7 +202,7 @@ void TestAtomicFile::nobodySeesHalfAFile()
     std::atomic<int> looks = 0;
     std::thread reader([&] {
         while (!done) {
-            const QByteArray seen = Files::content(path());
+            const QByteArray seen = Files::contentOf(path());
             torn += seen == one || seen == two ? 0 : 1;
             ++looks;
         }
@@ -241,7 +241,7 @@ void TestAtomicFile::aSymbolicLinkStaysOne()
     QCOMPARE(writeFileAtomically(written, "new"), std::nullopt);
     QVERIFY(QFileInfo(written).isSymLink());
     QVERIFY(QFileInfo(link).isSymLink());
-    QCOMPARE(Files::content(real), QByteArray("new"));
+    QCOMPARE(Files::contentOf(real), QByteArray("new"));
     QCOMPARE(Files::mode(real), 0640);
     QCOMPARE(Files::names(path(QStringLiteral("elsewhere"))), QStringList{QStringLiteral("real")});
 }
@@ -251,7 +251,7 @@ void TestAtomicFile::aDanglingLinkGetsItsTarget()
     QVERIFY(QFile::link(QStringLiteral("later"), path()));
     QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
     QVERIFY(QFileInfo(path()).isSymLink());
-    QCOMPARE(Files::content(path(QStringLiteral("later"))), QByteArray("new"));
+    QCOMPARE(Files::contentOf(path(QStringLiteral("later"))), QByteArray("new"));
 }
 
 void TestAtomicFile::linksInACircleFail()
@@ -266,7 +266,7 @@ void TestAtomicFile::aNameOfTheGreatestLengthIsWritten()
 {
     const QString longest(255, QLatin1Char('n'));
     QCOMPARE(writeFileAtomically(path(longest), "x"), std::nullopt);
-    QCOMPARE(Files::content(path(longest)), QByteArray("x"));
+    QCOMPARE(Files::contentOf(path(longest)), QByteArray("x"));
 }
 
 void TestAtomicFile::aFolderInItsPlaceStays()
@@ -312,12 +312,12 @@ void TestAtomicFile::aFullDiskLeavesTheEarlierFile()
     disk.fill(freePages * 4096);
     const QStringList before = Files::names(disk.path());
     QCOMPARE(writeFileAtomically(file, QByteArray(size, 'n')), QStringLiteral("No space left on device"));
-    QCOMPARE(Files::content(file), QByteArray("the earlier file"));
+    QCOMPARE(Files::contentOf(file), QByteArray("the earlier file"));
     QCOMPARE(Files::names(disk.path()), before);
 
     disk.empty();
     QCOMPARE(writeFileAtomically(file, QByteArray(size, 'n')), std::nullopt);
-    QCOMPARE(Files::content(file).size(), size);
+    QCOMPARE(Files::contentOf(file).size(), size);
 }
 
 void TestAtomicFile::aDiskThatIsTooFullForANewFileGetsNone()
@@ -336,7 +336,7 @@ void TestAtomicFile::aFileSizeLimitLeavesTheEarlierFile()
         QCOMPARE(writeFileAtomically(path(), QByteArray(1001, 'n')), QStringLiteral("File too large"));
         QCOMPARE(writeFileAtomically(path(), QByteArray(1'000'000, 'n')), QStringLiteral("File too large"));
     }
-    QCOMPARE(Files::content(path()), QByteArray("the earlier file"));
+    QCOMPARE(Files::contentOf(path()), QByteArray("the earlier file"));
     QCOMPARE(Files::names(m_folder->path()), QStringList{QStringLiteral("file")});
 }
 
@@ -347,7 +347,7 @@ void TestAtomicFile::aReadOnlyDiskLeavesTheEarlierFile()
     Files::create(file, "the earlier file");
     disk.makeReadOnly();
     QCOMPARE(writeFileAtomically(file, "new"), QStringLiteral("Read-only file system"));
-    QCOMPARE(Files::content(file), QByteArray("the earlier file"));
+    QCOMPARE(Files::contentOf(file), QByteArray("the earlier file"));
     QCOMPARE(Files::names(disk.path()), QStringList{QStringLiteral("file")});
 }
 
