@@ -3,8 +3,8 @@
 #include <QRegularExpression>
 #include <QTest>
 
-/// For every test's `init()`: a message that nobody expected fails the test. The offscreen platform tells what a screen would
-/// do and it cannot; that is no concern of ours.
+/// For every test's `init()`: a message that nobody expected fails the test. The offscreen platform tells what a screen
+/// would do and it cannot; that is no concern of ours.
 inline void failOnUnexpectedWarning()
 {
     QTest::failOnWarning(QRegularExpression(QStringLiteral(

@@ -42,7 +42,8 @@ TerminationSignals::TerminationSignals(QObject* parent) : QObject(parent)
     struct sigaction action
     {};
     action.sa_handler = wakeUp;
-    action.sa_flags = SA_RESETHAND | SA_RESTART; // the second one ends us at once, should the event loop be stuck
+    action.sa_flags =
+        static_cast<int>(SA_RESETHAND | SA_RESTART); // the second one ends us at once, should the event loop be stuck
     for (std::size_t i = 0; i < terminationSignals.size(); ++i) {
         sigaction(terminationSignals.at(i), nullptr, &m_actionsBefore.at(i));
         if (m_actionsBefore.at(i).sa_handler != SIG_IGN) // as nohup has it
