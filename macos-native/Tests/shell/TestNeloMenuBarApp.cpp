@@ -163,7 +163,7 @@ void TestNeloMenuBarApp::windowsOpenAtTheirSmallestSize()
 void TestNeloMenuBarApp::theSettingsWindowCostsOneBackendCall()
 {
     choose(QStringLiteral("Settings..."));
-    QVERIFY(QTest::qWaitForWindowExposed(windows().first()));
+    QVERIFY(QTest::qWaitForWindowExposed(windows().value(0)));
     QCOMPARE(m_backend->calls().size(), std::size_t(1));
     QCOMPARE(m_backend->count("load_nelo_settings"), 1);
     choose(QStringLiteral("Settings..."));
