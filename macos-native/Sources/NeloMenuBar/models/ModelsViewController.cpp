@@ -1,0 +1,171 @@
+#include "models/ModelsViewController.h"
+
+#include "backend/BackendReply.h"
+#include "backend/NeloBackend.h"
+#include "models/ModelColumns.h"
+#include "models/ModelReports.h"
+#include "shell/primitives/Alerts.h"
+#include "shell/primitives/Buttons.h"
+#include "shell/primitives/JsonTable.h"
+#include "shell/primitives/Labels.h"
+
+#include <QGroupBox>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int margin = 16;
+constexpr int spacing = 10;
+
+/// A box called `title`, as the table in it is.
+QGroupBox* makeBox(const QString& title, JsonTable* table, QWidget* parent)
+{
+    auto* box = new QGroupBox(title, parent);
+    table->setAccessibleName(title);
+    auto* layout = new QVBoxLayout(box);
+    layout->setContentsMargins(8, 8, 8, 8);
+    layout->addWidget(table);
+    return box;
+}
+
+/// The member `key` of the selected row; empty when nothing is selected or the member is no string.
+QString selectedString(const JsonTable& table, const char* key)
+{
+    const std::optional<Json> row = table.selectedRow();
+    return row && row->contains(key) && row->at(key).is_string() ? textOf(row->at(key)) : QString();
+}
+
+} // namespace
+
+ModelsViewController::ModelsViewController(QWidget* parent) : ViewController(parent)
+{}
+
+void ModelsViewController::loadView()
+{
+    QHBoxLayout* toolbar = makeToolbar();
+    m_boxes = makeBoxes();
+    m_statusLabel = new Label(QStringLiteral("Ready"), this);
+    m_statusLabel->setObjectName(QStringLiteral("statusLabel"));
+    m_statusLabel->setEmphasis(Emphasis::Secondary);
+
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(margin, margin, margin, 14);
+    column->setSpacing(spacing);
+    column->addLayout(toolbar);
+    column->addLayout(m_boxes, 1);
+    column->addWidget(m_statusLabel);
+    divideWidth();
+}
+
+QHBoxLayout* ModelsViewController::makeToolbar()
+{
+    auto* toolbar = new QHBoxLayout;
+    toolbar->setSpacing(8);
+    const auto add = [this, toolbar](const QString& title, void (ModelsViewController::*action)()) {
+        QPushButton* button = makeButton(title, this);
+        connect(button, &QPushButton::clicked, this, action);
+        toolbar->addWidget(button);
+    };
+    add(QStringLiteral("Refresh Remote"), &ModelsViewController::refreshRemote);
+    add(QStringLiteral("Refresh Local/Tasks"), &ModelsViewController::refreshRight);
+    add(QStringLiteral("Download Selected"), &ModelsViewController::downloadSelected);
+    add(QStringLiteral("Cancel Task"), &ModelsViewController::cancelSelectedTask);
+    toolbar->addStretch();
+    m_localSummaryLabel = new Label({}, this);
+    m_localSummaryLabel->setObjectName(QStringLiteral("localSummaryLabel"));
+    toolbar->addWidget(m_localSummaryLabel);
+    return toolbar;
+}
+
+QHBoxLayout* ModelsViewController::makeBoxes()
+{
+    m_remoteTable = new JsonTable(ModelColumns::remoteModels(), {"name"}, this);
+    m_remoteTable->setObjectName(QStringLiteral("remoteTable"));
+    m_localTable = new JsonTable(ModelColumns::localModels(), {"name"}, this);
+    m_localTable->setObjectName(QStringLiteral("localTable"));
+    m_taskTable = new JsonTable(ModelColumns::downloadTasks(), {"id"}, this);
+    m_taskTable->setObjectName(QStringLiteral("taskTable"));
+
+    auto* right = new QVBoxLayout;
+    right->setSpacing(spacing);
+    auto* boxes = new QHBoxLayout;
+    boxes->setSpacing(spacing);
+    boxes->addWidget(makeBox(QStringLiteral("Remote Models"), m_remoteTable, this));
+    boxes->addLayout(right);
+    right->addWidget(makeBox(QStringLiteral("Local Models"), m_localTable, this), 1);
+    right->addWidget(makeBox(QStringLiteral("Download Tasks"), m_taskTable, this), 1);
+    return boxes;
+}
+
+void ModelsViewController::viewDidLoad()
+{
+    ViewController::viewDidLoad();
+    refreshRemote();
+    refreshRight();
+}
+
+void ModelsViewController::resizeEvent(QResizeEvent* event)
+{
+    ViewController::resizeEvent(event);
+    if (m_boxes)
+        divideWidth();
+}
+
+/// Gives the catalogue its share of the width: a little more than half of the view's.
+void ModelsViewController::divideWidth()
+{
+    const int left = qRound(0.55 * width()) - 20;
+    m_boxes->setStretch(0, left);
+    m_boxes->setStretch(1, width() - 2 * margin - spacing - left);
+}
+
+void ModelsViewController::refreshRemote()
+{
+    RemoteModelsReport report = remoteModelsReport(BackendReply(NeloBackend::call("list_remote_models")));
+    m_remoteTable->setRows(std::move(report.rows));
+    m_statusLabel->setText(report.status);
+}
+
+void ModelsViewController::refreshRight()
+{
+    const BackendReply localReply(NeloBackend::call("list_local_models"));
+    const BackendReply tasksReply(NeloBackend::call("list_model_download_tasks"));
+    LocalModelsReport report = localModelsReport(localReply, tasksReply);
+    m_localTable->setRows(std::move(report.localRows));
+    m_taskTable->setRows(std::move(report.taskRows));
+    m_localSummaryLabel->setText(report.summary);
+    m_statusLabel->setText(report.status);
+}
+
+void ModelsViewController::downloadSelected()
+{
+    const QString name = selectedString(*m_remoteTable, "name");
+    if (name.isEmpty()) {
+        showAlert(this, QStringLiteral("No Selection"), QStringLiteral("Select a remote model first."));
+        return;
+    }
+    const BackendReply reply(NeloBackend::call("start_model_download", {name}));
+    if (reply.isError()) {
+        showAlert(this, QStringLiteral("Download Failed"), reply.text());
+        return;
+    }
+    m_statusLabel->setText(QStringLiteral("Submitted download for ") + name);
+    refreshRight();
+}
+
+void ModelsViewController::cancelSelectedTask()
+{
+    const QString id = selectedString(*m_taskTable, "id");
+    if (id.isEmpty()) {
+        showAlert(this, QStringLiteral("No Selection"), QStringLiteral("Select a task first."));
+        return;
+    }
+    const BackendReply reply(NeloBackend::call("cancel_model_download", {id}));
+    if (reply.isError()) {
+        showAlert(this, QStringLiteral("Cancel Failed"), reply.text());
+        return;
+    }
+    m_statusLabel->setText(QStringLiteral("Cancelled task ") + id);
+    refreshRight();
+}
