@@ -1,0 +1,398 @@
+#include "chat/transcript/TranscriptArea.h"
+
+#include "shell/primitives/Colors.h"
+#include "support/Warnings.h"
+
+#include <QElapsedTimer>
+#include <QScrollBar>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Shows and scrolls; nothing is ever selected.
+class PlainArea final : public TranscriptArea
+{
+public:
+    using TranscriptArea::revealBubble;
+    using TranscriptArea::revealCaret;
+    using TranscriptArea::TranscriptArea;
+
+protected:
+    TextRange selectionIn(int /*index*/) const override { return {}; }
+    bool showsFocus(int /*index*/) const override { return false; }
+};
+
+QString numbered(int number)
+{
+    return u"Message %1. "_s.arg(number) + u"Some words that fill lines, 以及一些中文。 "_s.repeated(number % 12);
+}
+
+} // namespace
+
+/// Scrolling, resizing and painting a transcript.
+class TestTranscriptArea final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void endsWithRoomBelowTheNewestBubble();
+    void hidesTheScrollBarWhenAllIsInSight();
+    void showsTheNewestBubbleFirst();
+    void showsTheNewestBubbleOnAppend();
+    void appendingComesBackFromFarAway();
+    void showsWhatCameWhileItWasHidden();
+    void scrollingUpStepByStepShowsEveryLineOnce();
+    void scrollingPaintsWhatAFreshPaintWould();
+    void jumpingToTheEndEndsThere();
+    void aNewHeightKeepsTheEnd();
+    void aNewWidthKeepsTheEnd();
+    void aNewWidthKeepsTheReadersPlace();
+    void manyNewWidthsDoNotDrift();
+    void aNewFontKeepsTheReadersPlace();
+    void revealsABubble();
+    void revealsACaretFarAway();
+    void clearingLeavesNothing();
+
+    void paintsTheGivenColors();
+    void paintsTextAsItStands();
+    void aHundredThousandLinesShowAtOnce();
+    void aReplyOfTwentyMegabytesShowsAtOnce();
+
+private:
+    void fill(int messages)
+    {
+        for (int number = 0; number < messages; ++number)
+            m_area->append(number % 2 == 0 ? Speaker::User : Speaker::Nelo, numbered(number));
+    }
+    void showArea(int width = 700, int height = 400)
+    {
+        m_area->resize(width, height);
+        m_area->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_area.get()));
+        QCoreApplication::processEvents();
+    }
+    QScrollBar* bar() const { return m_area->verticalScrollBar(); }
+    bool isAtEnd() const
+    {
+        const int newest = m_area->bubbleRect(m_area->count() - 1).bottom() + 1;
+        return bar()->value() == bar()->maximum() && newest == m_area->viewport()->height() - 120;
+    }
+    /// The bubble and the position at the top left of the view.
+    std::pair<int, qsizetype> placeAtTop() const
+    {
+        int index = 0;
+        while (m_area->bubbleRect(index).bottom() < 0)
+            ++index;
+        return {index, m_area->positionAt(index, {0, 0})};
+    }
+
+    std::unique_ptr<PlainArea> m_area;
+};
+
+void TestTranscriptArea::init()
+{
+    failOnUnexpectedWarning();
+    m_area = std::make_unique<PlainArea>();
+    m_area->setPalette(Colors::lightAppearance(Colors::white(0.97)));
+}
+
+void TestTranscriptArea::cleanup()
+{
+    m_area.reset();
+}
+
+void TestTranscriptArea::endsWithRoomBelowTheNewestBubble()
+{
+    fill(40);
+    showArea();
+    QVERIFY(isAtEnd());
+}
+
+void TestTranscriptArea::hidesTheScrollBarWhenAllIsInSight()
+{
+    m_area->append(Speaker::Nelo, u"welcome"_s);
+    showArea();
+    QTRY_VERIFY(!bar()->isVisible());
+    QCOMPARE(m_area->bubbleRect(0).bottom() < 100, true); // at the top, not at the bottom
+
+    fill(10);
+    QTRY_VERIFY(bar()->isVisible());
+    QVERIFY(isAtEnd());
+}
+
+void TestTranscriptArea::showsTheNewestBubbleFirst()
+{
+    fill(500);
+    showArea();
+    QVERIFY(isAtEnd());
+}
+
+void TestTranscriptArea::showsTheNewestBubbleOnAppend()
+{
+    fill(30);
+    showArea();
+    for (int number = 0; number < 30; ++number) {
+        m_area->append(Speaker::Nelo, numbered(number));
+        QVERIFY(isAtEnd());
+    }
+}
+
+void TestTranscriptArea::appendingComesBackFromFarAway()
+{
+    fill(200);
+    showArea();
+    bar()->setValue(0);
+    m_area->append(Speaker::User, u"new"_s);
+    QVERIFY(isAtEnd());
+}
+
+void TestTranscriptArea::showsWhatCameWhileItWasHidden()
+{
+    fill(30);
+    showArea();
+    m_area->hide();
+    m_area->append(Speaker::Nelo, numbered(11));
+    m_area->show();
+    QVERIFY(isAtEnd());
+}
+
+void TestTranscriptArea::scrollingUpStepByStepShowsEveryLineOnce()
+{
+    fill(100);
+    showArea();
+    // However wrong the estimates above are, what is in sight moves by the step and nothing else.
+    while (bar()->value() > 0) {
+        int index = m_area->count() - 1;
+        while (index > 0 && m_area->bubbleRect(index).top() > 200)
+            --index;
+        const int before = m_area->bubbleRect(index).bottom();
+        const int value = bar()->value();
+        bar()->setValue(value - 60);
+        const int moved = m_area->bubbleRect(index).bottom() - before;
+        if (bar()->value() > 0)
+            QCOMPARE(moved, 60);
+        else
+            QVERIFY(moved <= value);
+    }
+    QCOMPARE(m_area->bubbleRect(0).top() > 0, true);
+}
+
+void TestTranscriptArea::scrollingPaintsWhatAFreshPaintWould()
+{
+    fill(60);
+    showArea();
+    for (const int step : {-60, -200, -60, -1000, 350, 35, 100'000, -30}) {
+        bar()->setValue(bar()->value() + step);
+        QCoreApplication::processEvents();
+        const QImage scrolled = m_area->grab().toImage();
+        m_area->viewport()->update();
+        QCoreApplication::processEvents();
+        QCOMPARE(scrolled, m_area->grab().toImage());
+    }
+}
+
+void TestTranscriptArea::jumpingToTheEndEndsThere()
+{
+    fill(300);
+    showArea();
+    bar()->setValue(0);
+    m_area->resize(650, 400); // estimates everything anew
+    bar()->setValue(bar()->maximum());
+    QVERIFY(isAtEnd());
+}
+
+void TestTranscriptArea::aNewHeightKeepsTheEnd()
+{
+    fill(50);
+    showArea();
+    for (const int height : {300, 500, 250, 600}) {
+        m_area->resize(700, height);
+        QCoreApplication::processEvents();
+        QVERIFY(isAtEnd());
+    }
+}
+
+void TestTranscriptArea::aNewWidthKeepsTheEnd()
+{
+    fill(50);
+    showArea();
+    for (const int width : {500, 450, 620, 900}) {
+        m_area->resize(width, 400);
+        QCoreApplication::processEvents();
+        QVERIFY(isAtEnd());
+    }
+}
+
+void TestTranscriptArea::aNewWidthKeepsTheReadersPlace()
+{
+    fill(200);
+    showArea(600);
+    bar()->setValue(bar()->maximum() / 3);
+    m_area->append(Speaker::Nelo, u"x"_s);
+    bar()->setValue(bar()->maximum() / 3);
+    const auto [index, position] = placeAtTop();
+    const int before = m_area->caretRect(index, position).top();
+    for (const int width : {500, 800, 450}) {
+        m_area->resize(width, 400);
+        QCoreApplication::processEvents();
+        QCOMPARE(placeAtTop().first, index);
+        const int moved = m_area->caretRect(index, position).top() - before;
+        QVERIFY2(qAbs(moved) < 60, qPrintable(QString::number(moved))); // the line that holds it begins elsewhere
+    }
+}
+
+void TestTranscriptArea::manyNewWidthsDoNotDrift()
+{
+    fill(200);
+    showArea(600);
+    bar()->setValue(bar()->maximum() / 2);
+    const auto place = placeAtTop();
+    for (int width = 600; width > 450; width -= 3)
+        m_area->resize(width, 400);
+    m_area->resize(600, 400);
+    QCoreApplication::processEvents();
+    QCOMPARE(placeAtTop(), place);
+}
+
+void TestTranscriptArea::aNewFontKeepsTheReadersPlace()
+{
+    fill(100);
+    showArea();
+    bar()->setValue(bar()->maximum() / 2);
+    const int index = placeAtTop().first;
+    QFont font = m_area->font();
+    font.setFamily(u"DejaVu Serif"_s);
+    m_area->setFont(font);
+    QCOMPARE(placeAtTop().first, index);
+
+    bar()->setValue(bar()->maximum());
+    m_area->setFont({});
+    QVERIFY(isAtEnd());
+}
+
+void TestTranscriptArea::revealsABubble()
+{
+    fill(100);
+    showArea();
+    m_area->revealBubble(20);
+    QVERIFY(m_area->bubbleRect(20).top() >= 0);
+    QVERIFY(m_area->bubbleRect(20).bottom() < m_area->viewport()->height());
+    const int value = bar()->value();
+    m_area->revealBubble(20);
+    QCOMPARE(bar()->value(), value); // it is in sight already
+    m_area->revealBubble(30);
+    QVERIFY(m_area->bubbleRect(30).bottom() < m_area->viewport()->height());
+}
+
+void TestTranscriptArea::revealsACaretFarAway()
+{
+    m_area->append(Speaker::Nelo, u"line\n"_s.repeated(5000));
+    showArea();
+    m_area->revealCaret(0, 5 * 2000);
+    const QRect caret = m_area->caretRect(0, 5 * 2000);
+    QVERIFY(m_area->viewport()->rect().contains(caret.center()));
+    QCOMPARE(m_area->positionAt(0, caret.center()), 5 * 2000);
+}
+
+void TestTranscriptArea::clearingLeavesNothing()
+{
+    fill(50);
+    showArea();
+    m_area->clear();
+    QCOMPARE(m_area->count(), 0);
+    QCOMPARE(bar()->maximum(), 0);
+    QCOMPARE(m_area->bubbleAt({50, 50}), -1);
+    m_area->append(Speaker::Nelo, u"again"_s);
+    QCOMPARE(m_area->count(), 1);
+    QVERIFY(m_area->bubbleRect(0).top() > 0);
+}
+
+void TestTranscriptArea::paintsTheGivenColors()
+{
+    m_area->append(Speaker::User, u"█"_s);
+    m_area->append(Speaker::Nelo, u"█"_s);
+    showArea();
+    const QImage image = m_area->viewport()->grab().toImage();
+    const QRect user = m_area->bubbleRect(0);
+    const QRect nelo = m_area->bubbleRect(1);
+
+    QCOMPARE(image.pixelColor(user.center().x(), user.top() + 5), QColor(51, 120, 240));
+    QCOMPARE(image.pixelColor(user.center().x(), user.top()), QColor(51, 120, 240)); // no border
+    QCOMPARE(image.pixelColor(nelo.center().x(), nelo.top() + 5).rgb(), Colors::white(0.98).rgb());
+    QCOMPARE(image.pixelColor(nelo.center().x(), nelo.top()).lightness(), Colors::white(0.86).lightness());
+    QCOMPARE(image.pixelColor(nelo.left(), nelo.center().y()).lightness(), Colors::white(0.86).lightness());
+    const QRgb background = Colors::white(0.97).rgb();
+    QCOMPARE(image.pixel(user.topLeft()), background); // round corners
+    QCOMPARE(image.pixel(user.bottomRight()), background);
+    QCOMPARE(image.pixel(nelo.topLeft() + QPoint(4, 4)), background);
+    QVERIFY(image.pixel(nelo.topLeft() + QPoint(8, 8)) != background);
+
+    const auto has = [&image](const QRect& rect, QRgb color) {
+        for (int y = rect.top(); y <= rect.bottom(); ++y) {
+            for (int x = rect.left(); x <= rect.right(); ++x) {
+                if (image.pixel(x, y) == color)
+                    return true;
+            }
+        }
+        return false;
+    };
+    QVERIFY(has(user.adjusted(18, 14, -18, -14), QColorConstants::White.rgb()));
+    QVERIFY(has(nelo.adjusted(18, 14, -18, -14), m_area->palette().color(QPalette::WindowText).rgb()));
+}
+
+void TestTranscriptArea::paintsTextAsItStands()
+{
+    const auto picture = [this](const QString& text) {
+        m_area->clear();
+        m_area->append(Speaker::Nelo, text);
+        return m_area->viewport()->grab().toImage();
+    };
+    m_area->append(Speaker::Nelo, u"x"_s);
+    showArea();
+    const QImage empty = picture(QString());
+    for (const QString& text :
+         {u"<b>bold</b>"_s, u"**bold**"_s, u"שלום, world"_s, u"👨‍👩‍👧‍👦"_s, u"e\u0301\u0301\u0301"_s,
+          u"\u202Eoverride"_s, u"\U0010FFFF\uFFFE\0"_s, QString(QChar(0xD800)) + u'x'}) {
+        QVERIFY2(picture(text) != empty, qPrintable(text));
+        QVERIFY(m_area->bubbleRect(0).width() > 2 * 18);
+    }
+    picture(u"<b>bold</b>"_s);
+    const int withMarkup = m_area->bubbleRect(0).width();
+    picture(u"bold"_s);
+    QVERIFY(m_area->bubbleRect(0).width() < withMarkup);
+}
+
+void TestTranscriptArea::aHundredThousandLinesShowAtOnce()
+{
+    const QString text = u"a line of a hundred thousand\n"_s.repeated(100'000);
+    QElapsedTimer timer;
+    timer.start();
+    m_area->append(Speaker::Nelo, text);
+    showArea();
+    m_area->resize(500, 400);
+    bar()->setValue(bar()->maximum() / 2);
+    bar()->setValue(bar()->maximum());
+    m_area->grab();
+    QVERIFY2(timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed()))); // laid out whole, it takes many
+    QVERIFY(isAtEnd());
+}
+
+void TestTranscriptArea::aReplyOfTwentyMegabytesShowsAtOnce()
+{
+    const QString text = u"lorem ipsum "_s.repeated(20 * 1024 * 1024 / 12);
+    QElapsedTimer timer;
+    timer.start();
+    m_area->append(Speaker::Nelo, text);
+    showArea();
+    bar()->setValue(bar()->maximum() / 2);
+    m_area->grab();
+    QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+}
+
+QTEST_MAIN(TestTranscriptArea)
+#include "TestTranscriptArea.moc"
