@@ -1,11 +1,11 @@
 #include "shell/primitives/Alerts.h"
 
 #include "shell/primitives/Buttons.h"
+#include "shell/primitives/InformativeText.h"
 #include "shell/primitives/Labels.h"
 
 #include <QDialog>
 #include <QHBoxLayout>
-#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
 #include <QVBoxLayout>
@@ -15,64 +15,28 @@
 
 namespace {
 
-/// The informative text: wraps, can be selected, and is as high as it must be, up to a part of the screen; beyond that
-/// it scrolls.
-class InformativeText final : public QPlainTextEdit
-{
-public:
-    InformativeText(const QString& text, int preferredWidth, int maximumHeight, QWidget* parent)
-        : QPlainTextEdit(parent), m_preferredWidth(preferredWidth), m_maximumHeight(maximumHeight)
-    {
-        setObjectName(QStringLiteral("informativeText"));
-        setReadOnly(true);
-        setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-        setFrameShape(QFrame::NoFrame);
-        setTabChangesFocus(true);
-        viewport()->setAutoFillBackground(false);
-        document()->setDocumentMargin(0);
-        setPlainText(text);
-        setAccessibleName(text);
-        setVerticalScrollBarPolicy(isTall(text) ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
-    }
-
-    QSize sizeHint() const override { return {m_preferredWidth, std::min(heightOf(toPlainText()), m_maximumHeight)}; }
-    QSize minimumSizeHint() const override { return {0, std::min(sizeHint().height(), fontMetrics().height())}; }
-
-private:
-    bool isTall(const QString& text) const { return heightOf(text) > m_maximumHeight; }
-
-    int heightOf(const QString& text) const
-    {
-        constexpr qsizetype plenty = 20'000; // fills any screen: the rest need not be measured
-        const QRect bounds(0, 0, m_preferredWidth, QWIDGETSIZE_MAX);
-        const QRect needed = fontMetrics().boundingRect(
-            bounds, static_cast<int>(Qt::TextWordWrap) | static_cast<int>(Qt::TextWrapAnywhere), text.left(plenty));
-        return needed.height() + fontMetrics().height();
-    }
-
-    int m_preferredWidth;
-    int m_maximumHeight;
-};
-
 /// Has no parent widget: whatever happens to the window it belongs to while it is open, the dialog stays whole until
 /// its caller is done with it.
 class AlertDialog final : public QDialog
 {
 public:
-    AlertDialog(const QString& title, const QString& text, QWidget* accessory)
+    AlertDialog(const QWidget* parent, const QString& title, const QString& text, QWidget* accessory)
+        : m_available((parent ? parent->screen() : screen())->availableGeometry())
     {
         constexpr int textWidth = 420;
         setWindowTitle(title);
         setModal(true);
-        auto* titleLabel = new Label(title, this);
-        titleLabel->setObjectName(QStringLiteral("messageText"));
-        titleLabel->setFont(fontOfSize(font(), 15, QFont::Bold));
+        auto* messageText = new Label(title, this);
+        messageText->setObjectName(QStringLiteral("messageText"));
+        messageText->setFont(fontOfSize(font(), 15, QFont::Bold));
+        auto* informativeText = new InformativeText(text, textWidth, m_available.height() / 2, this);
+        informativeText->setObjectName(QStringLiteral("informativeText"));
 
         auto* column = new QVBoxLayout(this);
         column->setContentsMargins(20, 20, 20, 20);
         column->setSpacing(12);
-        column->addWidget(titleLabel);
-        column->addWidget(new InformativeText(text, textWidth, screen()->availableGeometry().height() / 2, this));
+        column->addWidget(messageText);
+        column->addWidget(informativeText);
         if (accessory)
             column->addWidget(accessory, 0, Qt::AlignLeft);
         m_buttons = new QHBoxLayout;
@@ -80,57 +44,72 @@ public:
         column->addLayout(m_buttons);
     }
 
-    /// The first button is the rightmost.
+    /// Adds a button left of those before it.
     QPushButton* addButton(const QString& title)
     {
         QPushButton* button = makeButton(title, this);
+        button->setAutoDefault(true); // Return presses the button that has the keyboard
         m_buttons->insertWidget(1, button);
+        return button;
+    }
+
+    /// Adds the button that accepts and that Return presses.
+    QPushButton* addDefaultButton(const QString& title)
+    {
+        QPushButton* button = addButton(title);
+        button->setDefault(true);
+        connect(button, &QPushButton::clicked, this, &QDialog::accept);
         return button;
     }
 
     DialogAnswer runFor(const QWidget* parent)
     {
-        if (parent) {
-            winId(); // makes the native window, which knows what it belongs to
-            windowHandle()->setTransientParent(parent->window()->windowHandle());
-            adjustSize();
-            move(parent->window()->frameGeometry().center() - rect().center());
-        }
+        if (parent)
+            placeOver(*parent->window());
         return exec() == Accepted ? DialogAnswer::Accepted : DialogAnswer::Cancelled;
     }
 
 private:
+    void placeOver(const QWidget& window)
+    {
+        winId(); // makes the native window, which knows what it belongs to
+        windowHandle()->setTransientParent(window.windowHandle());
+        adjustSize();
+        const QPoint corner = window.frameGeometry().center() - rect().center();
+        move(std::clamp(corner.x(), m_available.left(), std::max(m_available.left(), m_available.right() - width())),
+             std::clamp(corner.y(), m_available.top(), std::max(m_available.top(), m_available.bottom() - height())));
+    }
+
+    QRect m_available;
     QHBoxLayout* m_buttons = nullptr;
 };
 
-/// A button that Return presses and that has the keyboard unless the accessory takes it.
-void makeDefault(QPushButton* button, QDialog& dialog)
+/// Gives the keyboard to `accessory`, or to its first field if it is a form.
+void focusOn(QWidget* accessory)
 {
-    button->setDefault(true);
-    QObject::connect(button, &QPushButton::clicked, &dialog, &QDialog::accept);
+    QWidget* field = accessory;
+    while (field->focusPolicy() == Qt::NoFocus && accessory->isAncestorOf(field->nextInFocusChain()))
+        field = field->nextInFocusChain();
+    field->setFocus();
 }
 
 } // namespace
 
 void showAlert(QWidget* parent, const QString& title, const QString& text)
 {
-    AlertDialog dialog(title, text, nullptr);
-    QPushButton* ok = dialog.addButton(QStringLiteral("OK"));
-    makeDefault(ok, dialog);
-    ok->setFocus();
+    AlertDialog dialog(parent, title, text, nullptr);
+    dialog.addDefaultButton(QStringLiteral("OK"))->setFocus();
     dialog.runFor(parent);
 }
 
 DialogAnswer runDialog(QWidget* parent, const QString& title, const QString& text, QWidget* accessory,
                        const QString& firstButton)
 {
-    AlertDialog dialog(title, text, accessory);
-    QPushButton* first = dialog.addButton(firstButton);
-    makeDefault(first, dialog);
-    QPushButton* cancel = dialog.addButton(QStringLiteral("Cancel"));
-    QObject::connect(cancel, &QPushButton::clicked, &dialog, &QDialog::reject);
+    AlertDialog dialog(parent, title, text, accessory);
+    QPushButton* first = dialog.addDefaultButton(firstButton);
+    QObject::connect(dialog.addButton(QStringLiteral("Cancel")), &QPushButton::clicked, &dialog, &QDialog::reject);
     if (accessory)
-        accessory->setFocus();
+        focusOn(accessory);
     else
         first->setFocus();
     const DialogAnswer answer = dialog.runFor(parent);

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QPlainTextEdit>
+
+/// The text of an alert: plain, over as many lines as it needs, and as high as it must be, up to a limit; beyond that
+/// it scrolls. It can be selected and copied. A text of some megabytes shows at once, with or without line breaks.
+class InformativeText final : public QPlainTextEdit
+{
+    Q_OBJECT
+
+public:
+    InformativeText(const QString& text, int preferredWidth, int maximumHeight, QWidget* parent);
+
+    QSize sizeHint() const override { return m_preferredSize; }
+    QSize minimumSizeHint() const override;
+
+protected:
+    QMimeData* createMimeDataFromSelection() const override;
+
+private:
+    void showInPieces(const QString& text);
+    int heightUpTo(int limit, int width) const;
+
+    QSize m_preferredSize;
+};
