@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QString>
+
+#include <variant>
+
+/// What the provider answered.
+struct ChatText
+{
+    QString text;
+
+    bool operator==(const ChatText&) const = default;
+};
+
+/// A request that was refused, by us or by the other side.
+struct NeloChatError
+{
+    QString message;
+
+    const QString& errorDescription() const { return message; }
+    bool operator==(const NeloChatError&) const = default;
+};
+
+/// A transfer that failed, in the network library's words.
+struct ChatTransportError
+{
+    QString text;
+
+    const QString& errorDescription() const { return text; }
+    bool operator==(const ChatTransportError&) const = default;
+};
+
+/// How a call to a provider ended.
+using ChatOutcome = std::variant<ChatText, NeloChatError, ChatTransportError>;
+
+/// What to tell of a failure; empty for a `ChatText`.
+QString errorDescription(const ChatOutcome& outcome);

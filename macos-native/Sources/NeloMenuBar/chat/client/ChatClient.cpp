@@ -1,0 +1,138 @@
+#include "chat/client/ChatClient.h"
+
+#include "chat/ChatLog.h"
+#include "chat/ChatProvider.h"
+#include "chat/client/ChatRequest.h"
+#include "chat/client/ChatTransferResult.h"
+#include "chat/client/ChatUpload.h"
+#include "chat/client/LoopbackAwareProxies.h"
+
+#include <QNetworkReply>
+
+namespace {
+
+constexpr int mostExchangesAtOnce = 6; // as many as QNetworkAccessManager has connections to one host
+constexpr int mostRedirects = 20;
+
+bool asksToPostElsewhere(int status)
+{
+    return status == 307 || status == 308;
+}
+
+ChatTransfer failedTransfer(const QString& text)
+{
+    return {ChatTransportError{text}, std::nullopt, std::nullopt};
+}
+
+} // namespace
+
+/// One call, which redirects may make more than one request.
+struct ChatClient::Exchange
+{
+    QUrl url;
+    QByteArray body; // none: to be fetched instead of posted
+    QString apiKey;
+    int redirects;
+    Completion completion;
+};
+
+ChatClient::ChatClient(std::chrono::milliseconds patience, QObject* parent) : QObject(parent), m_patience(patience)
+{
+    m_manager.setProxyFactory(new LoopbackAwareProxies); // the manager's from now on
+}
+
+void ChatClient::callChatAPI(const QString& provider, const QString& model, const QList<NeloChatMessage>& messages,
+                             const QString& apiKey, const Completion& completion)
+{
+    const QString endpoint = chatEndpoint(provider);
+    neloChatLog(QStringLiteral("callChatAPI: provider=%1 model=%2 url=%3").arg(provider, model, endpoint));
+    const std::optional<QUrl> url = parseChatEndpoint(endpoint);
+    if (!url) {
+        neloChatLog(QStringLiteral("callChatAPI aborted: invalid URL"));
+        completion(NeloChatError{QStringLiteral("invalid URL")});
+        return;
+    }
+    m_waiting.enqueue(std::make_shared<Exchange>(
+        Exchange{*url, chatRequestBody(model, messages), apiKey, /*redirects=*/0, completion}));
+    startWaiting();
+}
+
+/// Starts what waits, as far as there are connections. The manager would queue requests as well, but the timeouts of
+/// those it queues run already, and one connection's failure is all of theirs.
+void ChatClient::startWaiting()
+{
+    while (m_underWay < mostExchangesAtOnce && !m_waiting.isEmpty()) {
+        ++m_underWay;
+        send(m_waiting.dequeue());
+    }
+}
+
+void ChatClient::send(const std::shared_ptr<Exchange>& exchange)
+{
+    if (!isHeaderValue(exchange->apiKey)) {
+        const ChatTransfer failure = failedTransfer(QStringLiteral("The API key has characters that cannot be sent"));
+        QMetaObject::invokeMethod(
+            this, [this, exchange, failure] { conclude(exchange, failure); }, Qt::QueuedConnection);
+        return;
+    }
+    QNetworkReply* const reply = exchange->body.isEmpty() ? fetch(*exchange) : post(*exchange);
+    connect(reply, &QNetworkReply::finished, this, [this, exchange, reply] { receive(exchange, reply); });
+}
+
+QNetworkReply* ChatClient::fetch(const Exchange& exchange)
+{
+    return m_manager.get(chatRequest(exchange.url, exchange.apiKey, m_patience));
+}
+
+QNetworkReply* ChatClient::post(const Exchange& exchange)
+{
+    QNetworkRequest request = chatRequest(exchange.url, exchange.apiKey, m_patience);
+    request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
+    auto* const upload = new ChatUpload(exchange.body);
+    QNetworkReply* const reply = m_manager.post(request, upload);
+    upload->setParent(reply);
+    // A request that a server may have acted on is not sent again. But a connection that served another one before may
+    // have been about to close; and before a redirect the manager asks too, to leave the rest to us.
+    upload->setPolicy([reply, mayBeStale = m_connectionsWereUsed] {
+        return mayBeStale || asksToPostElsewhere(statusOf(*reply).value_or(0));
+    });
+    return reply;
+}
+
+void ChatClient::receive(const std::shared_ptr<Exchange>& exchange, QNetworkReply* reply)
+{
+    reply->deleteLater();
+    m_connectionsWereUsed = true;
+    const ChatTransfer transfer = transferOf(*reply);
+    const QUrl target = reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
+    const std::optional<QUrl> next =
+        transfer.error ? std::nullopt : redirectToFollow(exchange->url, transfer.status.value_or(0), target);
+    if (!next) {
+        conclude(exchange, transfer);
+        return;
+    }
+    if (++exchange->redirects > mostRedirects) {
+        conclude(exchange, failedTransfer(QStringLiteral("Too many redirects")));
+        return;
+    }
+    exchange->url = *next;
+    if (!asksToPostElsewhere(*transfer.status))
+        exchange->body.clear(); // to be fetched, as everybody does, and 303 demands
+    send(exchange);
+}
+
+void ChatClient::conclude(const std::shared_ptr<Exchange>& exchange, const ChatTransfer& transfer)
+{
+    --m_underWay;
+    startWaiting();
+    if (m_underWay == 0) {
+        // A connection is not kept for the next call. On one that is, a request stalls for 40 ms, because its head and
+        // body leave in two writes and the second waits for the acknowledgement of the first; one that died while the
+        // machine slept swallows a request until its timeout; and between calls the program holds none.
+        m_manager.clearConnectionCache();
+        m_connectionsWereUsed = false;
+    }
+    const ChatVerdict verdict = interpretChatReply(transfer);
+    neloChatLog(verdict.logEntry);
+    exchange->completion(verdict.outcome); // last: it may end this client
+}

@@ -1,0 +1,56 @@
+#include "chat/client/ChatRequest.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+/// What must be equal for a key to go along; the scheme and the host are in small letters already.
+bool isSameOrigin(const QUrl& one, const QUrl& other)
+{
+    const auto port = [](const QUrl& url) { return url.port(url.scheme() == QLatin1StringView("https") ? 443 : 80); };
+    return one.scheme() == other.scheme() && one.host() == other.host() && port(one) == port(other);
+}
+
+} // namespace
+
+QByteArray chatRequestBody(const QString& model, const QList<NeloChatMessage>& messages)
+{
+    QJsonArray array;
+    for (const NeloChatMessage& message : messages) {
+        array.append(QJsonObject{{QStringLiteral("role"), message.role}, {QStringLiteral("content"), message.content}});
+    }
+    const QJsonObject body{
+        {QStringLiteral("model"), model}, {QStringLiteral("messages"), array}, {QStringLiteral("stream"), false}};
+    return QJsonDocument(body).toJson(QJsonDocument::Compact);
+}
+
+bool isHeaderValue(const QString& key)
+{
+    return std::all_of(key.begin(), key.end(), [](QChar character) { return character >= u' ' && character <= u'~'; });
+}
+
+QNetworkRequest chatRequest(const QUrl& url, const QString& apiKey, std::chrono::milliseconds patience)
+{
+    QNetworkRequest request(url);
+    request.setRawHeader("Authorization", "Bearer " + apiKey.toLatin1());
+    request.setTransferTimeout(static_cast<int>(patience.count()));
+    // The key is the only credential: no dialogue about passwords, in which the request would be sent again.
+    request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+    // A connection is for one exchange, where the newer protocol only costs its greeting.
+    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+    return request;
+}
+
+std::optional<QUrl> redirectToFollow(const QUrl& url, int status, const QUrl& target)
+{
+    constexpr std::array statuses{301, 302, 303, 307, 308};
+    const QUrl next = url.resolved(target);
+    const bool leadsOn = std::find(statuses.begin(), statuses.end(), status) != statuses.end() && !target.isEmpty();
+    return leadsOn && isSameOrigin(url, next) ? std::optional(next) : std::nullopt;
+}

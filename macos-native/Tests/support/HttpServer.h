@@ -1,0 +1,81 @@
+#pragma once
+
+#include "support/HttpAnswer.h"
+
+#include <QHash>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QTcpServer>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+class QSslConfiguration;
+class QTcpSocket;
+
+/// A request as it came over the wire.
+struct HttpRequest
+{
+    QByteArray method;
+    QByteArray target;
+    QList<std::pair<QByteArray, QByteArray>> headers; // in their order, names as written
+    QByteArray body;
+
+    /// How often a header is there; its name in any case.
+    qsizetype count(const QByteArray& name) const;
+    /// A header's first value; empty when it is absent.
+    QByteArray header(const QByteArray& name) const;
+};
+
+/// A real HTTP server on a loopback port of its own, run by the event loop of the thread that made it, that answers
+/// what the test says and remembers what it was asked.
+class HttpServer final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Decides what a request gets; nothing leaves it waiting for `answer()`.
+    using Script = std::function<std::optional<HttpAnswer>(const HttpRequest&)>;
+
+    HttpServer();
+    /// Speaks TLS with this configuration's certificate and key.
+    explicit HttpServer(const QSslConfiguration& tls);
+
+    /// From now on every request gets this answer.
+    void answerEach(const HttpAnswer& answer);
+    /// The next requests get these answers, the last of them also all that follow.
+    void answerInTurn(const QList<HttpAnswer>& answers);
+    void answerBy(const Script& script);
+    /// From now on requests wait for `answer()`.
+    void holdAnswers();
+    /// Answers request `index` of `requests()`, which waits.
+    void answer(qsizetype index, const HttpAnswer& answer);
+
+    /// "http://127.0.0.1:port" or "https://..." with `path` after it.
+    QString url(const QString& path = QStringLiteral("/")) const;
+    /// The complete requests so far, in the order they came.
+    const QList<HttpRequest>& requests() const { return m_requests; }
+    /// How many connections were opened so far.
+    int connectionCount() const { return m_connectionCount; }
+    /// How many of them are still open.
+    qsizetype openConnections() const;
+
+signals:
+    void requested(const HttpRequest& request);
+
+private:
+    void listen();
+    void accept();
+    void read(QTcpSocket* connection);
+    void receive(QTcpSocket* connection, const HttpRequest& request);
+
+    QString m_scheme;
+    Script m_script;
+    QList<HttpRequest> m_requests;
+    QList<QPointer<QTcpSocket>> m_askers; // of the requests, index by index
+    QHash<QTcpSocket*, QByteArray> m_unread;
+    int m_connectionCount = 0;
+    std::unique_ptr<QTcpServer> m_server; // last: when it goes, its connections tell of their end
+};
