@@ -1,13 +1,13 @@
 #include "shell/NeloMenuBarApp.h"
 
 #include "backend/NeloBackend.h"
+#include "chat/ChatViewController.h"
 #include "settings/SettingsViewController.h"
 #include "shell/ConsoleTabController.h"
 #include "shell/MenuBarImage.h"
 #include "shell/StatusMenu.h"
 #include "shell/platform/Platform.h"
 #include "shell/primitives/NeloWindow.h"
-#include "shell/primitives/PlaceholderInfoController.h"
 
 #include <QCoreApplication>
 #include <QSystemTrayIcon>
@@ -71,7 +71,7 @@ void NeloMenuBarApp::applicationWillTerminate()
 void NeloMenuBarApp::openNelo()
 {
     if (!m_chatWindow)
-        m_chatWindow = makeWindow(productName(), {980, 740}, new PlaceholderInfoController(productName()));
+        m_chatWindow = makeWindow(productName(), {980, 740}, new ChatViewController);
     bringForward(*m_chatWindow);
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "chat/ChatOutcome.h"
-#include "chat/NeloChatMessage.h"
+#include "chat/ChatService.h"
 #include "chat/client/ChatReply.h"
 
 #include <QNetworkAccessManager>
@@ -12,22 +11,17 @@
 #include <functional>
 #include <memory>
 
-/// Asks the providers' chat-completions endpoints. For the main thread.
-class ChatClient final : public QObject
+/// Asks the endpoints on one `QNetworkAccessManager`.
+class ChatClient final : public QObject, public ChatService
 {
     Q_OBJECT
 
 public:
-    using Completion = std::function<void(const ChatOutcome&)>;
-
     /// `patience` is how long a transfer may stay silent.
     explicit ChatClient(std::chrono::milliseconds patience = std::chrono::seconds(60), QObject* parent = nullptr);
 
-    /// Sends the conversation to the endpoint of `provider` and calls `completion` once, when the exchange has ended;
-    /// at once when the endpoint's URL is invalid. `apiKey` goes to that endpoint's origin only. Several calls may be
-    /// under way; each completes when its reply is there. A call whose client is gone does not complete.
     void callChatAPI(const QString& provider, const QString& model, const QList<NeloChatMessage>& messages,
-                     const QString& apiKey, const Completion& completion);
+                     const QString& apiKey, const Completion& completion) override;
 
 private:
     struct Exchange;

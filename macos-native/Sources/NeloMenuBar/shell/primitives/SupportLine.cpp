@@ -10,9 +10,11 @@ QLabel* makeSupportLine(int linkSize, QWidget* parent)
 
     auto* line = new QLabel(parent);
     line->setTextFormat(Qt::RichText); // every part of it is ours
+    // Left to itself, a link has the colour of the system's theme, whatever it stands on.
     line->setText(QStringLiteral("%1<a href=\"%2\" style=\"font-size:%3px; font-weight:500; "
-                                 "text-decoration:underline\">%4</a>")
-                      .arg(introduction, address.toHtmlEscaped(), QString::number(linkSize), domain.toHtmlEscaped()));
+                                 "text-decoration:underline; color:%4\">%5</a>")
+                      .arg(introduction, address.toHtmlEscaped(), QString::number(linkSize),
+                           line->palette().color(QPalette::Link).name(), domain.toHtmlEscaped()));
     line->setTextInteractionFlags(Qt::TextBrowserInteraction | Qt::TextSelectableByKeyboard);
     line->setOpenExternalLinks(true);
     line->setAlignment(Qt::AlignCenter);

@@ -1,0 +1,23 @@
+#include "chat/ApiKeyDialog.h"
+
+#include "chat/SendFlowTexts.h"
+#include "shell/primitives/Alerts.h"
+
+#include <QLineEdit>
+
+std::optional<QString> askForApiKey(QWidget* parent, const ChatTarget& target, const QString& storedKey)
+{
+    QLineEdit field;
+    field.setObjectName(QStringLiteral("apiKeyField"));
+    field.setEchoMode(QLineEdit::Password);
+    field.setFixedSize(280, 24);
+    field.setPlaceholderText(apiKeyPlaceholder(target.provider));
+    field.setAccessibleName(field.placeholderText());
+    field.setText(storedKey);
+
+    const DialogAnswer answer = runDialog(parent, QStringLiteral("Configure API Key"), apiKeyDialogText(target), &field,
+                                          QStringLiteral("Save"));
+    if (answer == DialogAnswer::Cancelled)
+        return std::nullopt;
+    return field.text().trimmed();
+}

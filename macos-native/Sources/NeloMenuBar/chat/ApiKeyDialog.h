@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+struct ChatTarget;
+class QWidget;
+
+/// Asks for the API key of the provider in a masked field that starts with `storedKey`. Returns the key without the
+/// blanks around it, which may leave nothing of it, or nothing when the user cancelled. Runs an event loop.
+std::optional<QString> askForApiKey(QWidget* parent, const ChatTarget& target, const QString& storedKey);

@@ -1,0 +1,285 @@
+#include "chat/ChatViewController.h"
+
+#include "chat/ApiKeyDialog.h"
+#include "chat/ChatHistory.h"
+#include "chat/ChatLog.h"
+#include "chat/ChatProvider.h"
+#include "chat/ChatService.h"
+#include "chat/LocalGreeting.h"
+#include "chat/MessageField.h"
+#include "chat/RoundedPanel.h"
+#include "chat/SendFlowTexts.h"
+#include "chat/transcript/TranscriptView.h"
+#include "shell/primitives/Alerts.h"
+#include "shell/primitives/Buttons.h"
+#include "shell/primitives/Colors.h"
+#include "shell/primitives/Labels.h"
+#include "shell/primitives/NeloWindow.h"
+#include "shell/primitives/SupportLine.h"
+
+#include <QComboBox>
+#include <QPointer>
+#include <QPushButton>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include <chrono>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr QStringView userRole = u"user";
+constexpr QStringView assistantRole = u"assistant";
+
+QWidget* makeHeader(QWidget* card)
+{
+    QLabel* header = makeSupportLine(14, card);
+    header->setObjectName(QStringLiteral("header"));
+    return header;
+}
+
+/// `widget` with `margin` left and right of it.
+QHBoxLayout* inset(QWidget* widget, int margin)
+{
+    auto* row = new QHBoxLayout;
+    row->setContentsMargins(margin, 0, margin, 0);
+    row->addWidget(widget);
+    return row;
+}
+
+RoundedPanel* makePanel(double whiteness, int radius, const QColor& border, QWidget* parent)
+{
+    auto* panel = new RoundedPanel(radius, border, parent);
+    panel->setPalette(Colors::lightAppearance(Colors::white(whiteness)));
+    return panel;
+}
+
+} // namespace
+
+ChatViewController::ChatViewController(QWidget* parent)
+    : ViewController(parent), m_history([this]() -> QList<NeloChatMessage>& { return m_messages; })
+{}
+
+ChatViewController::~ChatViewController() = default;
+
+void ChatViewController::loadView()
+{
+    setPalette(Colors::lightAppearance(Colors::white(0.92)));
+    setAutoFillBackground(true);
+    QWidget* card = makePanel(0.97, 28, Colors::white(0.88), this);
+    auto* frame = new QVBoxLayout(this);
+    frame->setContentsMargins(18, 18, 18, 18);
+    frame->addWidget(card);
+
+    auto* column = new QVBoxLayout(card);
+    column->setContentsMargins(0, 14, 0, 18);
+    column->setSpacing(0);
+    column->addLayout(inset(makeHeader(card), 24));
+    column->addSpacing(14);
+    column->addLayout(inset(makeTranscript(card), 24), 1);
+    column->addSpacing(8);
+    column->addLayout(inset(makeStatusLine(card), 24));
+    column->addSpacing(8);
+    column->addLayout(inset(makeComposer(card), 120));
+}
+
+QWidget* ChatViewController::makeTranscript(QWidget* card)
+{
+    m_transcriptScroll = new TranscriptView(card);
+    m_transcriptScroll->setObjectName(QStringLiteral("transcriptScroll"));
+    return m_transcriptScroll;
+}
+
+QWidget* ChatViewController::makeStatusLine(QWidget* card)
+{
+    m_debugLabel = new Label(QString(), card);
+    m_debugLabel->setObjectName(QStringLiteral("debugLabel"));
+    m_debugLabel->setFont(fontOfSize(font(), 11));
+    m_debugLabel->setEmphasis(Emphasis::Secondary);
+    return m_debugLabel;
+}
+
+QWidget* ChatViewController::makeComposer(QWidget* card)
+{
+    QWidget* composer = makePanel(0.91, 22, QColor(), card);
+    composer->setObjectName(QStringLiteral("composer"));
+    composer->setFixedHeight(88);
+    makeControls(composer);
+
+    auto* row = new QHBoxLayout(composer);
+    row->setContentsMargins(18, 0, 16, 0);
+    row->setSpacing(0);
+    row->addWidget(m_inputField, 1);
+    row->addSpacing(12);
+    row->addWidget(m_plusButton);
+    row->addSpacing(10);
+    row->addWidget(m_modelPopup);
+    row->addSpacing(10);
+    row->addWidget(m_sendButton);
+    return composer;
+}
+
+void ChatViewController::makeControls(QWidget* composer)
+{
+    m_inputField = new MessageField(composer);
+    m_inputField->setObjectName(QStringLiteral("inputField"));
+    m_inputField->setFont(fontOfSize(font(), 14));
+    m_inputField->setPlaceholderText(QStringLiteral("Send a message"));
+    m_inputField->setAccessibleName(m_inputField->placeholderText());
+    m_inputField->setFixedHeight(28);
+    m_inputField->setMinimumWidth(220);
+    connect(m_inputField, &QLineEdit::returnPressed, this, &ChatViewController::sendMessage);
+
+    m_plusButton = makeButton(QStringLiteral("+"), composer);
+    m_plusButton->setObjectName(QStringLiteral("plusButton"));
+    m_plusButton->setFixedWidth(28);
+    connect(m_plusButton, &QPushButton::clicked, this, &ChatViewController::handlePlus);
+
+    m_modelPopup = new QComboBox(composer);
+    m_modelPopup->setObjectName(QStringLiteral("modelPopup"));
+    m_modelPopup->setAccessibleName(QStringLiteral("Model"));
+    m_modelPopup->setAccessibleDescription(QStringLiteral("Model"));
+    m_modelPopup->addItems({QStringLiteral("gpt-4o-mini"), QStringLiteral("gpt-4.1-mini"),
+                            QStringLiteral("deepseek-chat"), QStringLiteral("moonshot-v1-8k")});
+    m_modelPopup->setFixedWidth(150);
+
+    m_sendButton = makeButton(QStringLiteral("Send"), composer);
+    m_sendButton->setObjectName(QStringLiteral("sendButton"));
+    m_sendButton->setFixedWidth(64);
+    connect(m_sendButton, &QPushButton::clicked, this, &ChatViewController::sendMessage);
+
+    for (QWidget* control : std::initializer_list<QWidget*>{m_plusButton, m_modelPopup, m_sendButton})
+        control->setFocusPolicy(Qt::TabFocus); // a click leaves the keyboard, and a composition, in the input field
+}
+
+void ChatViewController::viewDidLoad()
+{
+    ViewController::viewDidLoad();
+    m_messages = loadChatHistory();
+    m_transcriptScroll->clear();
+    for (const NeloChatMessage& message : std::as_const(m_messages))
+        appendMessageView(message);
+    if (!m_messages.isEmpty())
+        return;
+    appendMessage(assistantRole, neloWelcomeMessage.toString());
+    m_history.schedulePersist();
+}
+
+void ChatViewController::viewDidAppear()
+{
+    ViewController::viewDidAppear();
+    QTimer::singleShot(100ms, this, [this] {
+        auto* keyWindow = qobject_cast<NeloWindow*>(window());
+        if (!keyWindow || !isVisible())
+            return; // closed again meanwhile
+        keyWindow->makeKeyAndOrderFront();
+        m_inputField->setFocus();
+    });
+}
+
+void ChatViewController::sendMessage()
+{
+    report(QStringLiteral("send triggered"), QStringLiteral("send triggered"));
+    m_inputField->commitComposition();
+    const QString text = m_inputField->text().trimmed();
+    if (text.isEmpty()) {
+        report(QStringLiteral("empty input"), QStringLiteral("send aborted: empty input"));
+        return;
+    }
+    if (isLocalGreeting(text)) {
+        answerGreeting(text);
+        return;
+    }
+    const ChatTarget target = chosenTarget();
+    const QString apiKey = m_apiKeys.key(target.provider).trimmed();
+    if (apiKey.isEmpty())
+        askForMissingKey(target);
+    else
+        startRequest(target, apiKey, text);
+}
+
+void ChatViewController::answerGreeting(const QString& text)
+{
+    appendMessage(userRole, text);
+    m_inputField->clear();
+    appendMessage(assistantRole, neloWelcomeMessage.toString());
+    m_history.schedulePersist();
+    report(QStringLiteral("local greeting"), QStringLiteral("local greeting handled"));
+    m_inputField->setFocus();
+}
+
+void ChatViewController::askForMissingKey(const ChatTarget& target)
+{
+    report(QStringLiteral("missing api key"), missingKeyEntry(target));
+    const QPointer<ChatViewController> self(this);
+    showAlert(this, QStringLiteral("API Key Required"), missingKeyText(target.provider));
+    if (self)
+        m_inputField->setFocus();
+}
+
+void ChatViewController::startRequest(const ChatTarget& target, const QString& apiKey, const QString& text)
+{
+    appendMessage(userRole, text);
+    m_inputField->clear();
+    m_history.schedulePersist();
+    report(QStringLiteral("request started"), requestStartedEntry(target, text));
+
+    if (!m_service)
+        m_service = loadChatService();
+    const QPointer<ChatViewController> self(this);
+    m_service->callChatAPI(target.provider, target.model, m_messages, apiKey, [self](const ChatOutcome& outcome) {
+        if (self)
+            self->concludeRequest(outcome);
+    });
+}
+
+void ChatViewController::concludeRequest(const ChatOutcome& outcome)
+{
+    const ChatConclusion conclusion = conclusionOf(outcome);
+    if (conclusion.reply)
+        appendMessage(assistantRole, *conclusion.reply);
+    m_history.schedulePersist();
+    report(conclusion.status, conclusion.logEntry);
+    const QPointer<ChatViewController> self(this);
+    if (conclusion.failure)
+        showAlert(this, QStringLiteral("Request Failed"), *conclusion.failure);
+    if (self)
+        m_inputField->setFocus();
+}
+
+void ChatViewController::handlePlus()
+{
+    const ChatTarget target = chosenTarget();
+    const QPointer<ChatViewController> self(this);
+    const std::optional<QString> key = askForApiKey(this, target, m_apiKeys.key(target.provider));
+    if (!self || !key)
+        return; // cancelled, or the window went away while the question was up
+    if (!m_apiKeys.setKey(target.provider, *key))
+        showAlert(this, QStringLiteral("Save Failed"), QStringLiteral("The API key could not be stored."));
+}
+
+ChatTarget ChatViewController::chosenTarget() const
+{
+    const QString model =
+        m_modelPopup->currentIndex() < 0 ? QStringLiteral("gpt-4o-mini") : m_modelPopup->currentText();
+    return {providerOfModel(model), model};
+}
+
+void ChatViewController::appendMessage(QStringView role, const QString& content)
+{
+    m_messages.append(NeloChatMessage::now(role.toString(), content));
+    appendMessageView(m_messages.constLast());
+}
+
+void ChatViewController::appendMessageView(const NeloChatMessage& message)
+{
+    m_transcriptScroll->append(message.role == userRole ? Speaker::User : Speaker::Nelo, message.content);
+}
+
+/// Shows how far the last action has come, and logs it.
+void ChatViewController::report(const QString& status, const QString& logEntry)
+{
+    m_debugLabel->setText(status);
+    neloChatLog(logEntry);
+}

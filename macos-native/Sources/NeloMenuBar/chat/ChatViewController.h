@@ -1,0 +1,63 @@
+#pragma once
+
+#include "chat/ChatHistoryWriter.h"
+#include "chat/ChatOutcome.h"
+#include "chat/NeloChatMessage.h"
+#include "settings/ApiKeyStore.h"
+#include "shell/primitives/ViewController.h"
+
+#include <memory>
+
+class ChatService;
+class Label;
+class MessageField;
+class QComboBox;
+class QPushButton;
+class TranscriptView;
+struct ChatTarget;
+
+/// The content of the chat window: the conversation, and a composer that sends to a cloud model. It owns the list of
+/// messages, keeps it across restarts, and answers a few greetings itself.
+class ChatViewController final : public ViewController
+{
+    Q_OBJECT
+
+public:
+    explicit ChatViewController(QWidget* parent = nullptr);
+    ~ChatViewController() override;
+
+protected:
+    void loadView() override;
+    void viewDidLoad() override;
+    void viewDidAppear() override;
+
+private:
+    QWidget* makeTranscript(QWidget* card);
+    QWidget* makeStatusLine(QWidget* card);
+    QWidget* makeComposer(QWidget* card);
+    void makeControls(QWidget* composer);
+
+    void sendMessage();
+    void answerGreeting(const QString& text);
+    void askForMissingKey(const ChatTarget& target);
+    void startRequest(const ChatTarget& target, const QString& apiKey, const QString& text);
+    void concludeRequest(const ChatOutcome& outcome);
+    void handlePlus();
+
+    ChatTarget chosenTarget() const;
+    void appendMessage(QStringView role, const QString& content);
+    void appendMessageView(const NeloChatMessage& message);
+    void report(const QString& status, const QString& logEntry);
+
+    QList<NeloChatMessage> m_messages; // oldest first
+    ChatHistoryWriter m_history;
+    ApiKeyStore m_apiKeys;
+    std::unique_ptr<ChatService> m_service; // made when the first message is sent
+
+    TranscriptView* m_transcriptScroll = nullptr; // the controls are children of this
+    Label* m_debugLabel = nullptr;
+    MessageField* m_inputField = nullptr;
+    QPushButton* m_plusButton = nullptr;
+    QComboBox* m_modelPopup = nullptr;
+    QPushButton* m_sendButton = nullptr;
+};

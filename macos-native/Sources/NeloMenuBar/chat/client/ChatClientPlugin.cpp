@@ -1,0 +1,19 @@
+#include "chat/ChatService.h"
+#include "chat/client/ChatClient.h"
+
+namespace {
+
+/// What makes `ChatClient` loadable.
+class ChatClientPlugin final : public QObject, public ChatServiceFactory
+{
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID ChatServiceFactory_iid)
+    Q_INTERFACES(ChatServiceFactory)
+
+public:
+    std::unique_ptr<ChatService> makeChatService() const override { return std::make_unique<ChatClient>(); }
+};
+
+} // namespace
+
+#include "ChatClientPlugin.moc"

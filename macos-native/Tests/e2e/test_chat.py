@@ -1,0 +1,199 @@
+"""The chat window, opened through the tray, with a provider on this machine."""
+from __future__ import annotations
+
+import json
+import os
+import stat
+import threading
+import time
+import unittest
+from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
+from pathlib import Path
+from typing import Any
+
+from gi.repository import Atspi, GLib
+
+from nelo import Nelo, Node, press, take_picture, type_text, until
+
+PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
+WELCOME = "您好，nelo为您服务，我为您提供最简单的AI入口服务。"
+KEY = "sk-test-key"
+
+
+class Provider:
+    """Answers chat completions: what a message asks for by its last word."""
+
+    def __init__(self) -> None:
+        self.requests: list[dict[str, Any]] = []
+        self.keys: list[str] = []
+        provider = self
+
+        class Handler(BaseHTTPRequestHandler):
+            def do_POST(self) -> None:
+                asked = json.loads(self.rfile.read(int(self.headers["Content-Length"])))
+                provider.requests.append(asked)
+                provider.keys.append(self.headers["Authorization"])
+                question = asked["messages"][-1]["content"]
+                if question.endswith("wait"):
+                    time.sleep(60)
+                if question.endswith("fail"):
+                    self.answer(401, b'{"error": {"message": "Incorrect API key provided"}}')
+                    return
+                reply = {"choices": [{"message": {"role": "assistant", "content": f"你问的是 {question}"}}]}
+                self.answer(200, json.dumps(reply).encode())
+
+            def answer(self, status: int, body: bytes) -> None:
+                self.send_response(status)
+                self.send_header("Content-Length", str(len(body)))
+                self.end_headers()
+                self.wfile.write(body)
+
+            def log_message(self, *_: object) -> None:
+                pass
+
+        self._server = ThreadingHTTPServer(("127.0.0.1", 0), Handler)
+        self._server.daemon_threads = True
+        self.url = f"http://127.0.0.1:{self._server.server_port}/v1/chat/completions"
+        threading.Thread(target=self._server.serve_forever, daemon=True).start()
+
+    def stop(self) -> None:
+        self._server.shutdown()
+        self._server.server_close()
+
+
+def open_chat(nelo: Nelo) -> Node:
+    nelo.choose("Open Nelo")
+    chat = nelo.window("Nelo")
+    field = chat.find("text", "Send a message")
+    until(lambda: field.is_focused, "the keyboard in the input field")
+    return chat
+
+
+def bubbles(chat: Node) -> list[str]:
+    return [f"{bubble.description}: {bubble.name}" for bubble in chat.find("list", "Conversation").children()]
+
+
+def has_network_library(nelo: Nelo) -> bool:
+    return "Qt6Network" in Path(f"/proc/{nelo.process.pid}/maps").read_text()
+
+
+class ChatTest(unittest.TestCase):
+    def setUp(self) -> None:
+        self.provider = Provider()
+        self.addCleanup(self.provider.stop)
+        self.environment = {"NELO_OPENAI_BASE_URL": self.provider.url}
+
+    def store_key(self, nelo: Nelo, chat: Node) -> None:
+        chat.find("push button", "+").click()
+        dialog = nelo.accessible.find("dialog", "Configure API Key")
+        field = dialog.find("password text", "OPENAI API Key")
+        until(lambda: field.is_focused, "the keyboard in the key's field")
+        type_text(KEY)
+        take_picture(PICTURES / "chat-key.png")
+        press("Return")
+        nelo.window("Nelo")
+
+    def test_a_question_is_answered_and_found_again_after_a_restart(self) -> None:
+        with Nelo(environment=self.environment) as nelo:
+            self.assertFalse(has_network_library(nelo))
+            chat = open_chat(nelo)
+            self.assertEqual(bubbles(chat), [f"Nelo: {WELCOME}"])
+            self.assertFalse(has_network_library(nelo))
+            take_picture(PICTURES / "chat-welcome.png")
+
+            type_text("what is this")
+            press("Return")
+            nelo.accessible.find("dialog", "API Key Required")
+            take_picture(PICTURES / "chat-key-required.png")
+            press("Escape")
+            nelo.window("Nelo")
+            self.store_key(nelo, chat)
+            press("Return")  # the question is still there
+            conversation = [f"Nelo: {WELCOME}", "Me: what is this", "Nelo: 你问的是 what is this"]
+            until(lambda: bubbles(chat) == conversation, "the answer")
+            chat.find("label", "request succeeded")
+            self.assertTrue(has_network_library(nelo))
+
+            type_text("please fail")
+            press("Return")
+            nelo.accessible.find("dialog", "Request Failed")
+            take_picture(PICTURES / "chat-request-failed.png")
+            press("Return")
+            nelo.window("Nelo")
+            conversation.append("Me: please fail")
+            self.assertEqual(bubbles(chat), conversation)
+            history = nelo.home / ".nelo" / "menubar_chat_history.json"
+            until(lambda: len(json.loads(history.read_bytes())) == 4, "the history on the disk")
+            self.assertEqual(nelo.quit(), 0)
+
+            self.check_files(nelo.home)
+            with Nelo(home=nelo.home, environment=self.environment) as again:
+                self.assertEqual(bubbles(open_chat(again)), conversation)
+                take_picture(PICTURES / "chat-conversation.png")
+
+    def check_files(self, home: Path) -> None:
+        history = home / ".nelo" / "menubar_chat_history.json"
+        log = home / ".nelo" / "menubar_chat.log"
+        for file in (history, log):
+            self.assertEqual(stat.S_IMODE(file.stat().st_mode), 0o600)
+        records = json.loads(history.read_bytes())
+        self.assertEqual([record["role"] for record in records], ["assistant", "user", "assistant", "user"])
+        self.assertRegex(records[0]["createdAt"], r"\A\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ\Z")
+        lines = log.read_text().splitlines()
+        for line in lines:
+            self.assertRegex(line, r"\A\[\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ\] .")
+        entries = [line.split("] ", 1)[1] for line in lines]
+        self.assertEqual(entries, [
+            "send triggered",
+            "send aborted: missing api key for provider=openai model=gpt-4o-mini",
+            "send triggered",
+            "request started: provider=openai model=gpt-4o-mini messageChars=12",
+            f"callChatAPI: provider=openai model=gpt-4o-mini url={self.provider.url}",
+            "callChatAPI success: status=200 responseChars=17",
+            "request succeeded: responseChars=17",
+            "send triggered",
+            "request started: provider=openai model=gpt-4o-mini messageChars=11",
+            f"callChatAPI: provider=openai model=gpt-4o-mini url={self.provider.url}",
+            'callChatAPI HTTP error: status=401 body={"error": {"message": "Incorrect API key provided"}}',
+            'request failed: HTTP 401: {"error": {"message": "Incorrect API key provided"}}',
+        ])
+        self.assertEqual(self.provider.keys, [f"Bearer {KEY}"] * 2)
+
+    def test_a_reply_is_announced_to_assistive_technology(self) -> None:
+        announced: list[str] = []
+        listener = Atspi.EventListener.new(lambda event: announced.append(event.any_data.get_name()))
+        listener.register("object:children-changed:add")
+        self.addCleanup(listener.deregister, "object:children-changed:add")
+
+        def heard(text: str) -> bool:
+            while GLib.MainContext.default().iteration(False):
+                pass
+            return text in announced
+
+        with Nelo(environment=self.environment) as nelo:
+            open_chat(nelo)
+            type_text("hi")
+            press("Return")
+            until(lambda: heard("hi") and heard(WELCOME), "the announcement of the reply")
+
+    def test_quitting_with_a_request_under_way_is_clean(self) -> None:
+        with Nelo(environment=self.environment) as nelo:
+            self.store_key(nelo, open_chat(nelo))
+            type_text("please wait")
+            press("Return")
+            until(lambda: self.provider.requests, "the request")
+            self.assertEqual(nelo.quit(), 0)
+            self.assertEqual(nelo.processes(), [])
+
+    def test_quitting_with_an_alert_open_is_clean(self) -> None:
+        with Nelo(environment=self.environment) as nelo:
+            open_chat(nelo)
+            type_text("no key yet")
+            press("Return")
+            nelo.accessible.find("dialog", "API Key Required")
+            nelo.process.terminate()
+            self.assertEqual(nelo.process.wait(20), 0)
+
+
+if __name__ == "__main__":
+    unittest.main()
