@@ -253,3 +253,38 @@ class Nelo:
         """Chooses Quit Nelo and returns the program's exit status."""
         self.choose("Quit Nelo")
         return self.process.wait(PATIENCE_SECONDS)
+
+
+def open_chat(nelo: Nelo) -> Node:
+    """Opens the chat window, ready for typing."""
+    nelo.choose("Open Nelo")
+    chat = nelo.window("Nelo")
+    field = chat.find("text", "Send a message")
+    until(lambda: field.is_focused, "the keyboard in the input field")
+    return chat
+
+
+def store_api_key(nelo: Nelo, chat: Node, provider: str, key: str) -> None:
+    """Gives the chat the key of the chosen model's provider, which is named in capitals."""
+    chat.find("push button", "+").click()
+    field = nelo.accessible.find("dialog", "Configure API Key").find("password text", f"{provider} API Key")
+    until(lambda: field.is_focused, "the keyboard in the key's field")
+    type_text(key)
+    press("Return")
+    nelo.window("Nelo")
+
+
+def choose_in_popup(popup: Node, item: str) -> None:
+    """Picks an item of a combo box by its keyboard: the list that opens is in no accessible tree."""
+    titles = [node.name for node in popup.descendants() if node.role == "list item"]
+    popup.click()
+    press("Home", *["Down"] * titles.index(item), "Return")
+    until(lambda: popup.name == item, f"{item} chosen")
+
+
+def replace_text(field: Node, text: str) -> None:
+    """Types `text` in place of what the field holds."""
+    field.click()
+    until(lambda: field.is_focused, "the keyboard in the field")
+    press("ctrl+a")
+    type_text(text)

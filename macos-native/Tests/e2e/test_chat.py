@@ -4,69 +4,17 @@ from __future__ import annotations
 import json
 import os
 import stat
-import threading
-import time
 import unittest
-from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
 from pathlib import Path
-from typing import Any
 
-from gi.repository import Atspi, GLib
+from nelo import Nelo, Node, open_chat, press, store_api_key, take_picture, type_text, until
+from provider import Provider
 
-from nelo import Nelo, Node, press, take_picture, type_text, until
+from gi.repository import Atspi, GLib  # once nelo has said which version
 
 PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
 WELCOME = "您好，nelo为您服务，我为您提供最简单的AI入口服务。"
 KEY = "sk-test-key"
-
-
-class Provider:
-    """Answers chat completions: what a message asks for by its last word."""
-
-    def __init__(self) -> None:
-        self.requests: list[dict[str, Any]] = []
-        self.keys: list[str] = []
-        provider = self
-
-        class Handler(BaseHTTPRequestHandler):
-            def do_POST(self) -> None:
-                asked = json.loads(self.rfile.read(int(self.headers["Content-Length"])))
-                provider.requests.append(asked)
-                provider.keys.append(self.headers["Authorization"])
-                question = asked["messages"][-1]["content"]
-                if question.endswith("wait"):
-                    time.sleep(60)
-                if question.endswith("fail"):
-                    self.answer(401, b'{"error": {"message": "Incorrect API key provided"}}')
-                    return
-                reply = {"choices": [{"message": {"role": "assistant", "content": f"你问的是 {question}"}}]}
-                self.answer(200, json.dumps(reply).encode())
-
-            def answer(self, status: int, body: bytes) -> None:
-                self.send_response(status)
-                self.send_header("Content-Length", str(len(body)))
-                self.end_headers()
-                self.wfile.write(body)
-
-            def log_message(self, *_: object) -> None:
-                pass
-
-        self._server = ThreadingHTTPServer(("127.0.0.1", 0), Handler)
-        self._server.daemon_threads = True
-        self.url = f"http://127.0.0.1:{self._server.server_port}/v1/chat/completions"
-        threading.Thread(target=self._server.serve_forever, daemon=True).start()
-
-    def stop(self) -> None:
-        self._server.shutdown()
-        self._server.server_close()
-
-
-def open_chat(nelo: Nelo) -> Node:
-    nelo.choose("Open Nelo")
-    chat = nelo.window("Nelo")
-    field = chat.find("text", "Send a message")
-    until(lambda: field.is_focused, "the keyboard in the input field")
-    return chat
 
 
 def bubbles(chat: Node) -> list[str]:
@@ -83,16 +31,6 @@ class ChatTest(unittest.TestCase):
         self.addCleanup(self.provider.stop)
         self.environment = {"NELO_OPENAI_BASE_URL": self.provider.url}
 
-    def store_key(self, nelo: Nelo, chat: Node) -> None:
-        chat.find("push button", "+").click()
-        dialog = nelo.accessible.find("dialog", "Configure API Key")
-        field = dialog.find("password text", "OPENAI API Key")
-        until(lambda: field.is_focused, "the keyboard in the key's field")
-        type_text(KEY)
-        take_picture(PICTURES / "chat-key.png")
-        press("Return")
-        nelo.window("Nelo")
-
     def test_a_question_is_answered_and_found_again_after_a_restart(self) -> None:
         with Nelo(environment=self.environment) as nelo:
             self.assertFalse(has_network_library(nelo))
@@ -107,7 +45,7 @@ class ChatTest(unittest.TestCase):
             take_picture(PICTURES / "chat-key-required.png")
             press("Escape")
             nelo.window("Nelo")
-            self.store_key(nelo, chat)
+            store_api_key(nelo, chat, "OPENAI", KEY)
             press("Return")  # the question is still there
             conversation = [f"Nelo: {WELCOME}", "Me: what is this", "Nelo: 你问的是 what is this"]
             until(lambda: bubbles(chat) == conversation, "the answer")
@@ -178,7 +116,7 @@ class ChatTest(unittest.TestCase):
 
     def test_quitting_with_a_request_under_way_is_clean(self) -> None:
         with Nelo(environment=self.environment) as nelo:
-            self.store_key(nelo, open_chat(nelo))
+            store_api_key(nelo, open_chat(nelo), "OPENAI", KEY)
             type_text("please wait")
             press("Return")
             until(lambda: self.provider.requests, "the request")

@@ -8,7 +8,8 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from nelo import Nelo, Node, press, type_text, until
+from nelo import Nelo, choose_in_popup, open_chat, press, replace_text, type_text, until
+from provider import Provider
 
 
 class SettingsTest(unittest.TestCase):
@@ -19,7 +20,7 @@ class SettingsTest(unittest.TestCase):
                 nelo.choose("Settings...")
                 window = nelo.window("Nelo Settings")
                 window.find("label", "Settings loaded.")
-                self.type_into(window, "Cloud API Key", "sk-secret-1")
+                replace_text(window.find("password text", re.compile("Cloud API Key")), "sk-secret-1")
                 window.find("push button", "Save").click()
                 window.find("label", re.compile("Settings saved: "))
                 self.assertEqual(nelo.quit(), 0)
@@ -42,10 +43,26 @@ class SettingsTest(unittest.TestCase):
                 key = window.find("password text", re.compile("Cloud API Key"))
                 self.assertNotIn("secret", key.text + key.name + key.description)
 
-    def type_into(self, window: Node, name: str, text: str) -> None:
-        window.find("password text", re.compile(name)).click()
-        press("ctrl+a")
-        type_text(text)
+    def test_the_chat_sends_the_key_that_the_settings_saved(self) -> None:
+        provider = Provider()
+        self.addCleanup(provider.stop)
+        with Nelo(environment={"NELO_DEEPSEEK_BASE_URL": provider.url}) as nelo:
+            nelo.choose("Settings...")
+            window = nelo.window("Nelo Settings")
+            window.find("label", "Settings loaded.")
+            choose_in_popup(window.find("combo box", "openai"), "deepseek")
+            replace_text(window.find("password text", re.compile("Cloud API Key")), "sk-deep-1")
+            window.find("push button", "Save").click()
+            window.find("label", re.compile("Settings saved: "))
+
+            chat = open_chat(nelo)
+            choose_in_popup(chat.find("combo box", "gpt-4o-mini"), "deepseek-chat")
+            chat.find("text", "Send a message").click()
+            type_text("which key is this")
+            press("Return")
+            chat.find("label", "request succeeded")
+            self.assertEqual(provider.keys, ["Bearer sk-deep-1"])
+            self.assertEqual(provider.requests[0]["model"], "deepseek-chat")
 
 
 if __name__ == "__main__":

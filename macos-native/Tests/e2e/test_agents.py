@@ -1,0 +1,77 @@
+"""The Agents tab on the local backend: what is done there is done on disk."""
+from __future__ import annotations
+
+import os
+import re
+import unittest
+from pathlib import Path
+
+from nelo import Nelo, Node, choose_in_popup, replace_text, take_picture, until
+
+PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
+
+
+class AgentsTest(unittest.TestCase):
+    def test_agents_are_created_renamed_configured_adopted_and_deleted(self) -> None:
+        with Nelo() as nelo:
+            discovered = nelo.home / ".kimi/agents/scout"
+            discovered.mkdir(parents=True)
+            nelo.choose("Open Nelo Console")
+            console = nelo.window("Nelo Console")
+            table = console.find("table", "Agents")
+            table.find("table cell", "scout")
+
+            created = self.create_a_codex_agent(nelo, console)
+            self.rename(nelo, console, table, "Builder", "Rename Agent", "Mason")
+            self.edit_the_configuration(nelo, console, table)
+            self.rename(nelo, console, table, "scout", "Adopt Agent", "Ranger")
+            take_picture(PICTURES / "agents.png")
+
+            table.find("table cell", "Mason").click()
+            console.find("push button", "Delete").click()
+            nelo.accessible.find("dialog", "Delete Agent").find("push button", "Delete").click()
+            console.find("label", re.compile("Synced local discovery"))
+            until(lambda: not created.exists(), "the workspace gone")
+            self.assertEqual([folder.name for folder in created.parent.iterdir()], [])
+            self.assertTrue(discovered.is_dir())
+            console.find("label", "Total: 1 (kimi:1)")
+            self.assertEqual(nelo.quit(), 0)
+
+    def create_a_codex_agent(self, nelo: Nelo, console: Node) -> Path:
+        """Returns the workspace that was made."""
+        console.find("push button", "Add Agent").click()
+        dialog = nelo.accessible.find("dialog", "Add Agent")
+        choose_in_popup(dialog.find("combo box", "openclaw"), "codex")
+        replace_text(dialog.find("text", "Name"), "Builder")
+        dialog.find("push button", "Create").click()
+        console.find("label", "Total: 2 (codex:1, kimi:1)")
+        workspace, = (nelo.home / ".codex/agents").iterdir()
+        self.assertRegex(workspace.name, r"\Acodex-\d{8}-\d{6}\Z")
+        return workspace
+
+    def rename(self, nelo: Nelo, console: Node, table: Node, old: str, title: str, new: str) -> None:
+        table.find("table cell", old).click()
+        console.find("push button", "Adopt / Rename").click()
+        dialog = nelo.accessible.find("dialog", title)
+        replace_text(dialog.find("text", "Name"), new)
+        dialog.find("push button", "Save").click()
+        table.find("table cell", new)
+
+    def edit_the_configuration(self, nelo: Nelo, console: Node, table: Node) -> None:
+        table.find("table cell", "Mason").click()
+        console.find("push button", "Config Editor").click()
+        file = nelo.home / ".codex/config.json"
+        editor = nelo.window(f"Config Editor - {file}")
+        replace_text(editor.find("text", "Configuration"), '{"model": 1}')
+        take_picture(PICTURES / "config-editor.png")
+        editor.find("push button", "Save").click()
+        console.find("label", f"Saved config: {file}")
+        self.assertEqual(file.read_text(), '{"model": 1}')
+        backup, = file.parent.glob("config.json.bak.*")
+        self.assertEqual(backup.read_text(), "{}\n")
+        nelo.choose("Open Nelo Console")  # back in front
+        nelo.window("Nelo Console")
+
+
+if __name__ == "__main__":
+    unittest.main()
