@@ -144,6 +144,8 @@ class Node:
 class Nelo:
     """The running program with a home folder of its own; leaving the context kills what is left of it."""
 
+    program = "NELO_PROGRAM"  # the environment variable with the program's path
+
     def __init__(self, home: Path | None = None, scale: int = 1, environment: dict[str, str] | None = None) -> None:
         self._owned_home = tempfile.TemporaryDirectory(prefix="nelo-home-") if home is None else None
         self.home = home or Path(self._owned_home.name)  # type: ignore[union-attr]
@@ -168,13 +170,16 @@ class Nelo:
         return folder
 
     def __enter__(self) -> "Nelo":
-        self.process = subprocess.Popen([os.environ["NELO_PROGRAM"]], cwd=REPOSITORY, env=self._environment)
+        self.process = subprocess.Popen([os.environ[self.program]], cwd=REPOSITORY, env=self._environment)
         try:
-            until(self._status_item, "the status item in the tray")
+            self._await_start()
         except AssertionError:
             self._end()
             raise
         return self
+
+    def _await_start(self) -> None:
+        until(self._status_item, "the status item in the tray")
 
     def __exit__(self, kind: type[BaseException] | None, error: BaseException | None, trace: TracebackType | None) -> None:
         self._end()

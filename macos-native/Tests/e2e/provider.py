@@ -9,9 +9,10 @@ from typing import Any
 
 
 class Provider:
-    """Answers chat completions: what a message asks for by its last word."""
+    """Answers chat completions: as `answers` says, otherwise what the question asks for by its last word."""
 
-    def __init__(self) -> None:
+    def __init__(self, answers: dict[str, str] | None = None) -> None:
+        self.answers = answers or {}
         self.requests: list[dict[str, Any]] = []
         self.keys: list[str] = []
         provider = self
@@ -27,7 +28,8 @@ class Provider:
                 if question.endswith("fail"):
                     self.answer(401, b'{"error": {"message": "Incorrect API key provided"}}')
                     return
-                reply = {"choices": [{"message": {"role": "assistant", "content": f"你问的是 {question}"}}]}
+                content = provider.answers.get(question, f"你问的是 {question}")
+                reply = {"choices": [{"message": {"role": "assistant", "content": content}}]}
                 self.answer(200, json.dumps(reply).encode())
 
             def answer(self, status: int, body: bytes) -> None:
@@ -44,6 +46,6 @@ class Provider:
         self.url = f"http://127.0.0.1:{self._server.server_port}/v1/chat/completions"
         threading.Thread(target=self._server.serve_forever, daemon=True).start()
 
-    def stop(self) -> None:
+    def close(self) -> None:
         self._server.shutdown()
         self._server.server_close()

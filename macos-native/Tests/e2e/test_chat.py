@@ -28,7 +28,7 @@ def has_network_library(nelo: Nelo) -> bool:
 class ChatTest(unittest.TestCase):
     def setUp(self) -> None:
         self.provider = Provider()
-        self.addCleanup(self.provider.stop)
+        self.addCleanup(self.provider.close)
         self.environment = {"NELO_OPENAI_BASE_URL": self.provider.url}
 
     def test_a_question_is_answered_and_found_again_after_a_restart(self) -> None:

@@ -45,7 +45,7 @@ class SettingsTest(unittest.TestCase):
 
     def test_the_chat_sends_the_key_that_the_settings_saved(self) -> None:
         provider = Provider()
-        self.addCleanup(provider.stop)
+        self.addCleanup(provider.close)
         with Nelo(environment={"NELO_DEEPSEEK_BASE_URL": provider.url}) as nelo:
             nelo.choose("Settings...")
             window = nelo.window("Nelo Settings")

@@ -1,38 +1,193 @@
 """Opens every window of the program and writes its picture to the folder named by the first argument."""
 from __future__ import annotations
 
+import contextlib
 import os
 import sys
+import tempfile
 from pathlib import Path
+from typing import Iterator
 
-from nelo import Nelo, press, take_picture
+from model_server import ModelServer
+from nelo import (Nelo, Node, choose_in_popup, open_chat, press, replace_text, store_api_key, take_picture, type_text,
+                  until)
+from provider import Provider
+
+SCALE = int(os.environ.get("NELO_SCALE", "1"))
+FOLDER = Path(sys.argv[1])
+QUESTION = "Why is the sky blue"
+LONG_QUESTION = "Please explain it again, slowly and with an example from daily life, for a reader of ten years who likes to ask back"
+LONG_REPLY = ("天空之所以是蓝色的，是因为阳光穿过大气层时，波长较短的蓝光比红光更容易被空气分子散射。"
+              "This is called Rayleigh scattering: its strength grows with the fourth power of the frequency.\n\n"
+              "傍晚时阳光要穿过更厚的大气，蓝光大多已被散射掉，剩下的便是红色和橙色。")
 
 
-def tour(folder: Path, scale: int) -> None:
-    def picture(name: str) -> None:
-        take_picture(folder / f"{name}{'' if scale == 1 else f'@{scale}x'}.png")
+def picture(name: str) -> None:
+    take_picture(FOLDER / f"{name}{'' if SCALE == 1 else f'@{SCALE}x'}.png")
 
-    with Nelo(scale=scale) as nelo:
-        nelo.open_menu()
-        picture("menu")
+
+@contextlib.contextmanager
+def dialog(nelo: Nelo, opener: Node, title: str, name: str) -> Iterator[Node]:
+    """Presses `opener`, takes the picture of the dialog that appears, and leaves it to the body to close it."""
+    opener.click()
+    opened = nelo.accessible.find("dialog", title)
+    picture(name)
+    yield opened
+
+
+def dismissed(nelo: Nelo, opener: Node, title: str, name: str) -> None:
+    with dialog(nelo, opener, title, name):
         press("Escape")
+    nelo.window("Nelo Console")
 
-        nelo.choose("Open Nelo Console")
-        console = nelo.window("Nelo Console")
-        for tab in ("Agents", "Runtime", "Tovani", "Skills", "Settings"):
-            console.find("page tab", tab).click()
-            console.find("page tab list", tab)  # it is called as the page in front
-            picture(f"console-{tab.lower()}")
 
-        nelo.choose("Open Nelo")
-        nelo.window("Nelo")
-        picture("chat")
+def show_menu(nelo: Nelo) -> None:
+    nelo.open_menu()
+    picture("menu")
+    press("Escape")
 
-        nelo.choose("Settings...")
-        nelo.window("Nelo Settings")
-        picture("settings")
-        nelo.quit()
+
+def show_console(nelo: Nelo) -> None:
+    nelo.choose("Open Nelo Console")
+    console = nelo.window("Nelo Console")
+    show_agents(nelo, console)
+    for tab in ("Runtime", "Tovani", "Skills", "Settings"):
+        console.find("page tab", tab).click()
+        console.find("page tab list", tab)  # it is called as the page in front
+        picture(f"console-{tab.lower()}")
+
+
+def show_agents(nelo: Nelo, console: Node) -> None:
+    table = console.find("table", "Agents")
+    table.find("table cell", "侦察员")
+    add, rename, configure, delete = (console.find("push button", title)
+                                      for title in ("Add Agent", "Adopt / Rename", "Run Configure", "Delete"))
+    dismissed(nelo, delete, "No Selection", "agents-no-selection")
+    add_codex_agent(nelo, add)
+    managed = table.find("table cell", "Builder")
+    picture("console-agents")
+
+    table.find("table cell", "侦察员").click()
+    dismissed(nelo, rename, "Adopt Agent", "agents-adopt")
+    dismissed(nelo, delete, "Cannot Delete", "agents-cannot-delete")
+    dismissed(nelo, configure, "Unsupported", "agents-unsupported")
+    managed.click()
+    dismissed(nelo, rename, "Rename Agent", "agents-rename")
+    dismissed(nelo, delete, "Delete Agent", "agents-delete")
+    table.find("table cell", "pilot").click()
+    dismissed(nelo, configure, "Configure Failed", "agents-configure-failed")
+    show_missing_runtime(nelo, add)
+    show_editor(nelo, console)
+
+
+def add_codex_agent(nelo: Nelo, add: Node) -> None:
+    with dialog(nelo, add, "Add Agent", "agents-add") as opened:
+        choose_in_popup(opened.find("combo box", "openclaw"), "codex")
+        replace_text(opened.find("text", "Name"), "Builder")
+        press("Return")
+    nelo.window("Nelo Console")
+
+
+def show_missing_runtime(nelo: Nelo, add: Node) -> None:
+    with dialog(nelo, add, "Add Agent", "agents-add-openclaw"):
+        press("Return")
+    nelo.accessible.find("dialog", "OpenClaw Setup Failed")
+    picture("agents-setup-failed")
+    press("Escape")
+    nelo.window("Nelo Console")
+
+
+def show_editor(nelo: Nelo, console: Node) -> None:
+    table = console.find("table", "Agents")
+    table.find("table cell", "pilot").click()
+    console.find("push button", "Config Editor").click()
+    nelo.window(f"Config Editor - {nelo.home / '.openclaw/openclaw.json'}")
+    picture("config-editor")
+    press("alt+F4")
+    nelo.window("Nelo Console")
+
+
+def show_chat(nelo: Nelo, provider: Provider) -> None:
+    chat = open_chat(nelo)
+    picture("chat-welcome")
+
+    def ask(question: str, answers: int) -> None:
+        type_text(question)
+        press("Return")
+        until(lambda: len(provider.requests) == answers, "the question at the provider")
+        until(lambda: [node.name for node in chat.find("list", "Conversation").children()][-1] != question, "the answer")
+
+    type_text(QUESTION)
+    press("Return")
+    nelo.accessible.find("dialog", "API Key Required")
+    picture("chat-key-required")
+    press("Escape")
+    nelo.window("Nelo")
+    chat.find("push button", "+").click()
+    nelo.accessible.find("dialog", "Configure API Key")
+    picture("chat-key")
+    press("Escape")
+    nelo.window("Nelo")
+    store_api_key(nelo, chat, "OPENAI", "sk-tour")
+    chat.find("text", "Send a message").click()
+    press("ctrl+a")
+    ask(QUESTION, 1)
+    ask(LONG_QUESTION, 2)
+    picture("chat-conversation")
+
+    type_text("please fail")
+    press("Return")
+    nelo.accessible.find("dialog", "Request Failed")
+    picture("chat-request-failed")
+    press("Escape")
+    nelo.window("Nelo")
+
+
+def show_settings(nelo: Nelo) -> None:
+    nelo.choose("Settings...")
+    nelo.window("Nelo Settings").find("label", "Settings loaded.")
+    picture("settings")
+
+
+def make_agents(home: Path) -> None:
+    for workspace in (".kimi/agents/侦察员", ".openclaw/agents/pilot"):
+        (home / workspace).mkdir(parents=True)
+    (home / ".openclaw/openclaw.json").write_text('{\n  "gateway": {"port": 18789},\n  "name": "领航员"\n}\n')
+
+
+class ModelsWindow(Nelo):
+    """The Models tab, which the program has no place for yet, in a window of its own."""
+
+    program = "NELO_MODELS_WINDOW"
+
+    def _await_start(self) -> None:
+        self.window("Models")
+
+
+def show_models() -> None:
+    server = ModelServer()
+    with contextlib.closing(server), ModelsWindow(scale=SCALE, environment={"OLLAMA_HOST": server.address}) as nelo:
+        window = nelo.window("Models")
+        window.find("table", "Remote Models").find("table cell", "qwen3:30b").click()
+        window.find("push button", "Download Selected").click()
+        until(lambda: server.is_downloading, "the download")
+        window.find("push button", "Refresh Local/Tasks").click()
+        window.find("table", "Download Tasks").find("table cell", "qwen3:30b")
+        picture("models")
+
+
+def tour() -> None:
+    provider = Provider(answers={QUESTION: "因为瑞利散射。", LONG_QUESTION: LONG_REPLY})
+    with contextlib.closing(provider), tempfile.TemporaryDirectory(prefix="nelo-home-") as folder:
+        make_agents(Path(folder))
+        with Nelo(home=Path(folder), scale=SCALE, environment={"NELO_OPENAI_BASE_URL": provider.url}) as nelo:
+            show_menu(nelo)
+            show_chat(nelo, provider)
+            show_console(nelo)
+            show_settings(nelo)
+            nelo.quit()
+    show_models()
 
 
 if __name__ == "__main__":
-    tour(Path(sys.argv[1]), int(os.environ.get("NELO_SCALE", "1")))
+    tour()
