@@ -106,8 +106,9 @@ void TestNeloBackend::theSecondCallReusesTheHelper()
 
 void TestNeloBackend::argumentsArriveUnchanged()
 {
-    const std::vector<Json> args{
-        "你好 \"x\"\n", true, nullptr, 1, 1.0, Json{{"z", 1}, {"a", {{"deep", Json::array()}}}}};
+    const std::vector<Json> args{"plain", "",     "C:\\",   "a \"quotation\"",
+                                 "\x7f",  "\x1f", "你好\n", true,
+                                 nullptr, 1,      1.0,      Json{{"z", 1}, {"a", {{"deep", Json::array()}}}}};
     QCOMPARE(NeloBackend::call("echo", args), Json(args).dump());
     QCOMPARE(m_backend->calls().back().args.dump(), Json(args).dump());
     QCOMPARE(NeloBackend::call("echo"), std::string("[]"));

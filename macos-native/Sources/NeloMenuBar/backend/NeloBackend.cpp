@@ -6,6 +6,7 @@
 #include "backend/ProjectRoot.h"
 #include "backend/ReplyLine.h"
 
+#include <algorithm>
 #include <chrono>
 #include <mutex>
 #include <optional>
@@ -52,16 +53,34 @@ std::error_code ensureHelper(Bridge& state)
     return {};
 }
 
+/// Whether a text between quotation marks is its own JSON: printable ASCII with nothing to escape.
+bool needsNoEscape(std::string_view text)
+{
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
+}
+
+void appendText(std::string& line, std::string_view text)
+{
+    if (needsNoEscape(text)) // most are names and paths; the general printer takes as long as the rest of a short call
+        line.append(1, '"').append(text).append(1, '"');
+    else
+        line += Json(text).dump();
+}
+
 /// A compact JSON object and a line feed. Written piece by piece: a tree of it would copy every argument first.
 std::string requestLine(std::string_view function, const std::vector<Json>& args)
 {
     std::string line = R"({"function":)";
-    line += Json(function).dump();
+    appendText(line, function);
     line += R"(,"args":)";
     char separator = '[';
     for (const Json& arg : args) {
         line += separator;
-        line += arg.dump();
+        if (const auto* text = arg.get_ptr<const Json::string_t*>())
+            appendText(line, *text);
+        else
+            line += arg.dump();
         separator = ',';
     }
     line += args.empty() ? "[]}\n" : "]}\n";

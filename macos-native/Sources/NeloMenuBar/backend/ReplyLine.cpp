@@ -68,8 +68,11 @@ ReplyMeaning invalid()
     return {errorText("invalid backend helper response")};
 }
 
-ReplyMeaning unparsable(simdjson::error_code failure)
+/// What a text that the parser refused means; it reads the bytes of UTF-8 too, but may trip over another fault first.
+ReplyMeaning unparsable(const std::string& text, simdjson::error_code failure)
 {
+    if (!simdjson::validate_utf8(text))
+        return invalid();
     return {errorText(simdjson::error_message(failure)), ReplyMeaning::Helper::Drop};
 }
 
@@ -77,11 +80,11 @@ ReplyMeaning interpretText(simdjson::dom::parser& parser, const std::string& tex
 {
     if (parser.capacity() < text.size()) {
         if (const auto failure = parser.allocate(std::max(text.size(), smallestCapacity), BackendReply::maximumDepth))
-            return unparsable(failure);
+            return unparsable(text, failure);
     }
     element root;
     if (const auto failure = parser.parse(text).get(root))
-        return unparsable(failure);
+        return unparsable(text, failure);
     object members;
     if (root.get(members) != simdjson::SUCCESS)
         return invalid();
@@ -112,8 +115,6 @@ ReplyReader::~ReplyReader() = default;
 
 ReplyMeaning ReplyReader::interpret(const std::string& line)
 {
-    if (!simdjson::validate_utf8(line))
-        return invalid();
     if (!m_parser)
         m_parser = std::make_unique<Parser>();
     ReplyMeaning meaning = interpretText(m_parser->dom, line);
