@@ -4,7 +4,6 @@
 #include "chat/ChatHistory.h"
 #include "chat/ChatLog.h"
 #include "chat/ChatProvider.h"
-#include "chat/ChatService.h"
 #include "chat/LocalGreeting.h"
 #include "chat/MessageField.h"
 #include "chat/RoundedPanel.h"
@@ -60,8 +59,6 @@ RoundedPanel* makePanel(double whiteness, int radius, const QColor& border, QWid
 ChatViewController::ChatViewController(QWidget* parent)
     : ViewController(parent), m_history([this]() -> QList<NeloChatMessage>& { return m_messages; })
 {}
-
-ChatViewController::~ChatViewController() = default;
 
 void ChatViewController::loadView()
 {

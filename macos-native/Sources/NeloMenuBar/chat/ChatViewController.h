@@ -2,13 +2,13 @@
 
 #include "chat/ChatHistoryWriter.h"
 #include "chat/ChatOutcome.h"
+#include "chat/ChatService.h"
 #include "chat/NeloChatMessage.h"
 #include "settings/ApiKeyStore.h"
 #include "shell/primitives/ViewController.h"
 
 #include <memory>
 
-class ChatService;
 class Label;
 class MessageField;
 class QComboBox;
@@ -24,7 +24,6 @@ class ChatViewController final : public ViewController
 
 public:
     explicit ChatViewController(QWidget* parent = nullptr);
-    ~ChatViewController() override;
 
 protected:
     void loadView() override;

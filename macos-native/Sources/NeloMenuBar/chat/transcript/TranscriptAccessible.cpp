@@ -15,7 +15,7 @@ class BubbleAccessible final : public QAccessibleInterface
 public:
     BubbleAccessible(TranscriptView* view, int index) : m_view(view), m_index(index) {}
 
-    bool isValid() const override { return m_view && m_index < m_view->count(); }
+    bool isValid() const override { return m_view != nullptr && m_index < m_view->count(); }
     QObject* object() const override { return nullptr; }
     QWindow* window() const override { return parent()->window(); }
     QAccessibleInterface* parent() const override { return QAccessible::queryAccessibleInterface(m_view); }

@@ -89,10 +89,9 @@ void InformativeText::showInPieces(const QString& text)
     for (auto start = continuations.rbegin(); start != continuations.rend(); ++start)
         pieces.insert(*start, u'\n');
     setPlainText(pieces);
-    for (std::size_t i = 0; i < continuations.size(); ++i) {
-        const qsizetype inserted = static_cast<qsizetype>(i) + 1;
-        document()->findBlock(static_cast<int>(continuations[i] + inserted)).setUserState(continuesTheBlockBefore);
-    }
+    qsizetype inserted = 0;
+    for (const qsizetype start : continuations)
+        document()->findBlock(static_cast<int>(start + ++inserted)).setUserState(continuesTheBlockBefore);
 }
 
 /// The height of the whole text in lines of `width`, or more than `limit` as soon as that is sure.
