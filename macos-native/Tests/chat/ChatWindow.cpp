@@ -121,7 +121,8 @@ QStringList ChatWindow::sentMessages(qsizetype index) const
 {
     QStringList sent;
     const QJsonObject body = QJsonDocument::fromJson(server.requests().at(index).body).object();
-    for (const QJsonValue message : body[u"messages"_s].toArray())
+    const QJsonArray messages = body[u"messages"_s].toArray();
+    for (const QJsonValue& message : messages)
         sent.append(message[u"role"_s].toString() + u": "_s + message[u"content"_s].toString());
     return sent;
 }

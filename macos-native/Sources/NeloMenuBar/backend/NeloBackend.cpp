@@ -56,8 +56,7 @@ std::error_code ensureHelper(Bridge& state)
 /// Whether a text between quotation marks is its own JSON: printable ASCII with nothing to escape.
 bool needsNoEscape(std::string_view text)
 {
-    return std::all_of(text.begin(), text.end(),
-                       [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
+    return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
 }
 
 void appendText(std::string& line, std::string_view text)
