@@ -169,8 +169,12 @@ class Nelo:
         folder.mkdir(mode=0o700, parents=True, exist_ok=True)
         return folder
 
+    @property
+    def command(self) -> list[str]:
+        return [os.environ[self.program]]
+
     def __enter__(self) -> "Nelo":
-        self.process = subprocess.Popen([os.environ[self.program]], cwd=REPOSITORY, env=self._environment)
+        self.process = subprocess.Popen(self.command, cwd=REPOSITORY, env=self._environment)
         try:
             self._await_start()
         except AssertionError:
