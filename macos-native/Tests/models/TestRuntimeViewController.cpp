@@ -133,7 +133,14 @@ void TestRuntimeViewController::keepsItsMargins()
     QCOMPARE(statusLine.right() + 1, 900 - 16);
     QCOMPARE(statusLine.bottom() + 1, 600 - 14);
     QVERIFY(statusLine.top() - (box.bottom() + 1) >= 12);
-    QCOMPARE(m_controller->findChild<QGroupBox*>()->title(), QStringLiteral("OpenClaw Runtime"));
+    const auto* group = m_controller->findChild<QGroupBox*>();
+    const QRect report = frame(m_controller->findChild<QLabel*>(QStringLiteral("summaryLabel")));
+    const QRect inside = group->contentsRect().translated(box.topLeft());
+    QCOMPARE(report.left(), inside.left() + 10);
+    QCOMPARE(report.top(), inside.top() + 10);
+    QCOMPARE(report.right(), inside.right() - 10);
+    QCOMPARE(report.bottom(), inside.bottom() - 10);
+    QCOMPARE(group->title(), QStringLiteral("OpenClaw Runtime"));
 }
 
 void TestRuntimeViewController::controlsHaveAccessibleNames()
