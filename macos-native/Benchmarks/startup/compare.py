@@ -59,7 +59,7 @@ def memory(process_id: int) -> tuple[int, int]:
 def run(program: str, tray: Tray) -> tuple[float, int, int]:
     with tempfile.TemporaryDirectory() as home:
         start = time.perf_counter()
-        process = subprocess.Popen([program], cwd="/", env={**os.environ, "HOME": home})
+        process = subprocess.Popen([program], cwd="/", env={**os.environ, "HOME": home, "XDG_RUNTIME_DIR": home})
         tray.await_icon(process)
         seconds = time.perf_counter() - start
         time.sleep(SETTLED_SECONDS)

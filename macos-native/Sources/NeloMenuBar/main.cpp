@@ -1,10 +1,20 @@
 #include "shell/NeloMenuBarApp.h"
+#include "shell/platform/InstanceDoor.h"
+#include "shell/platform/InstanceLock.h"
+#include "shell/platform/RuntimeFolder.h"
 #include "shell/platform/TerminationSignals.h"
 
 #include <QApplication>
 
+#include <optional>
+
 int main(int argc, char* argv[])
 {
+    const std::optional<std::filesystem::path> folder = runtimeFolder();
+    const std::optional<InstanceLock> lock = folder ? std::make_optional<InstanceLock>(*folder) : std::nullopt;
+    if (lock && lock->role() == InstanceLock::Role::Later)
+        return 0; // the first one has been told
+
     QApplication application(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Nelo"));
     QApplication::setApplicationName(QStringLiteral("NeloMenuBar"));
@@ -15,6 +25,12 @@ int main(int argc, char* argv[])
                      &NeloMenuBarApp::applicationWillTerminate);
     const TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::received, &delegate, &NeloMenuBarApp::quitApp);
+
+    std::optional<InstanceDoor> door;
+    if (folder) {
+        door.emplace(*folder);
+        QObject::connect(&*door, &InstanceDoor::knocked, &delegate, &NeloMenuBarApp::reopen);
+    }
 
     QMetaObject::invokeMethod(&delegate, &NeloMenuBarApp::applicationDidFinishLaunching, Qt::QueuedConnection);
     return QApplication::exec();

@@ -122,6 +122,10 @@ class Node:
             yield child
             yield from child.descendants()
 
+    def focus(self) -> None:
+        Atspi.Component.grab_focus(self._accessible)
+        until(lambda: self.is_focused, f"the keyboard at {self.name!r}")
+
     def click(self) -> None:
         """Clicks its middle with the mouse."""
         area = Atspi.Component.get_extents(self._accessible, Atspi.CoordType.SCREEN)
@@ -152,7 +156,7 @@ class Nelo:
         self._mark = f"NELO_TEST_RUN={uuid.uuid4()}"
         self._scale = scale
         name, value = self._mark.split("=")
-        self._environment = {
+        self.environment = {
             **os.environ,
             name: value,
             "HOME": str(self.home),
@@ -162,7 +166,7 @@ class Nelo:
             **(environment or {}),
         }
         for variable in ("XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"):
-            self._environment.pop(variable, None)
+            self.environment.pop(variable, None)
 
     def _runtime_folder(self) -> Path:
         folder = self.home / ".runtime"
@@ -174,7 +178,7 @@ class Nelo:
         return [os.environ[self.program]]
 
     def __enter__(self) -> "Nelo":
-        self.process = subprocess.Popen(self.command, cwd=REPOSITORY, env=self._environment)
+        self.process = subprocess.Popen(self.command, cwd=REPOSITORY, env=self.environment)
         try:
             self._await_start()
         except AssertionError:
@@ -208,6 +212,10 @@ class Nelo:
             except OSError:
                 continue  # it ended, or is not ours to look at
         return found
+
+    def processes_of_the_program(self) -> list[int]:
+        program = Path(os.environ[self.program]).resolve()
+        return [process_id for process_id in self.processes() if Path(f"/proc/{process_id}/exe").resolve() == program]
 
     def helpers(self) -> list[int]:
         return [process_id for process_id in self.processes() if process_id != self.process.pid]

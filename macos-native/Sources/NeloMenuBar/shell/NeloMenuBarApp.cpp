@@ -4,17 +4,26 @@
 #include "chat/ChatViewController.h"
 #include "settings/SettingsViewController.h"
 #include "shell/ConsoleTabController.h"
+#include "shell/LauncherViewController.h"
 #include "shell/MenuBarImage.h"
 #include "shell/StatusMenu.h"
 #include "shell/platform/Platform.h"
+#include "shell/platform/StatusArea.h"
 #include "shell/primitives/NeloWindow.h"
 
 #include <QCoreApplication>
 #include <QSystemTrayIcon>
+#include <QTimer>
 
+#include <chrono>
+
+using namespace std::chrono_literals;
 using ActivationPolicy = Platform::ActivationPolicy;
 
 namespace {
+
+/// A desktop that is just starting may show its status area after the programs that it starts.
+constexpr std::chrono::milliseconds statusAreaPatience = 1s;
 
 QString productName()
 {
@@ -61,6 +70,23 @@ void NeloMenuBarApp::applicationDidFinishLaunching()
     m_statusItem->setContextMenu(m_menu.get());
     Platform::openMenuOnClick(m_statusItem, m_menu.get());
     m_statusItem->show();
+
+    m_statusArea = new StatusArea(this);
+    connect(m_statusArea, &StatusArea::changed, this, &NeloMenuBarApp::followStatusArea);
+    if (!m_statusArea->isAvailable())
+        QTimer::singleShot(statusAreaPatience, this, &NeloMenuBarApp::followStatusArea);
+}
+
+void NeloMenuBarApp::followStatusArea()
+{
+    if (m_statusArea->isAvailable()) {
+        if (m_launcherWindow)
+            m_launcherWindow->hide();
+        return;
+    }
+    if (!m_launcherWindow)
+        m_launcherWindow = makeWindow(productName(), {240, 200}, new LauncherViewController(m_menu->actions()));
+    m_launcherWindow->show();
 }
 
 void NeloMenuBarApp::applicationWillTerminate()
@@ -87,6 +113,13 @@ void NeloMenuBarApp::openSettings()
     if (!m_settingsWindow)
         m_settingsWindow = makeWindow(QStringLiteral("Nelo Settings"), {640, 620}, new SettingsViewController);
     bringForward(*m_settingsWindow);
+}
+
+void NeloMenuBarApp::reopen()
+{
+    if (m_statusArea)
+        followStatusArea();
+    openNelo();
 }
 
 void NeloMenuBarApp::quitApp()

@@ -7,6 +7,7 @@
 class NeloWindow;
 class QMenu;
 class QSystemTrayIcon;
+class StatusArea;
 
 /// The application's delegate: owns the status item, its menu and the three windows, and ends the helper when the
 /// application ends.
@@ -30,12 +31,19 @@ public:
     void openNelo();
     void openNeloConsole();
     void openSettings();
+    /// Shows the chat, and where there is no status area the window that stands in for it.
+    void reopen();
     /// Asks the application to terminate.
     void quitApp();
 
 private:
+    /// Shows the menu's entries in a window for as long as there is no status area to open the menu from.
+    void followStatusArea();
+
     std::unique_ptr<QMenu> m_menu;
     QSystemTrayIcon* m_statusItem = nullptr; // child of this
+    StatusArea* m_statusArea = nullptr;      // child of this
+    std::unique_ptr<NeloWindow> m_launcherWindow;
     std::unique_ptr<NeloWindow> m_chatWindow;
     std::unique_ptr<NeloWindow> m_consoleWindow;
     std::unique_ptr<NeloWindow> m_settingsWindow;

@@ -1,0 +1,25 @@
+#include "shell/LauncherViewController.h"
+
+#include "shell/primitives/Buttons.h"
+
+#include <QAction>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+LauncherViewController::LauncherViewController(QList<QAction*> entries, QWidget* parent)
+    : ViewController(parent), m_entries(std::move(entries))
+{}
+
+void LauncherViewController::loadView()
+{
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(16, 16, 16, 16);
+    column->setSpacing(8);
+    for (QAction* entry : std::as_const(m_entries)) {
+        if (entry->isSeparator())
+            continue;
+        QPushButton* button = makeButton(entry->text(), this);
+        connect(button, &QPushButton::clicked, entry, &QAction::trigger);
+        column->addWidget(button);
+    }
+}

@@ -1,0 +1,125 @@
+"""Nelo can be reached on every desktop, and runs once however often it is started."""
+from __future__ import annotations
+
+import os
+import signal
+import subprocess
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+from nelo import REPOSITORY, Nelo, Node, press, take_picture, until
+
+PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
+ENTRIES = ["Open Nelo", "Open Nelo Console", "Settings...", "Quit Nelo"]
+
+
+class TraylessNelo(Nelo):
+    """The program on a desktop that has no status area when it starts."""
+
+    def _await_start(self) -> None:
+        self.window("Nelo")
+
+
+def launchers(nelo: Nelo) -> list[Node]:
+    """The windows that show the menu's entries, of which there is one at most."""
+    return [frame for frame in nelo.accessible.children() if frame.role == "frame" and frame.is_showing
+            and [node.name for node in frame.descendants() if node.role == "push button"] == ENTRIES]
+
+
+def launcher(nelo: Nelo) -> Node:
+    until(lambda: launchers(nelo), "the window that stands in for the status item")
+    return nelo.window("Nelo")
+
+
+class Tray:
+    """A status area of the test's own."""
+
+    def __init__(self) -> None:
+        self._process = subprocess.Popen(
+            ["trayer", "--edge", "top", "--align", "right", "--height", "24", "--widthtype", "request"],
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+    def end(self) -> None:
+        self._process.kill()
+        self._process.wait()
+
+
+def start_again(nelo: Nelo) -> "subprocess.Popen[bytes]":
+    return subprocess.Popen(nelo.command, cwd=REPOSITORY, env=nelo.environment)
+
+
+class StatusAreaTest(unittest.TestCase):
+    def test_a_window_stands_in_until_a_status_area_comes(self) -> None:
+        start = time.monotonic()
+        with TraylessNelo() as nelo:
+            launcher(nelo)
+            self.assertLess(time.monotonic() - start, 2.0)
+            take_picture(PICTURES / "launcher.png")
+            tray = Tray()
+            self.addCleanup(tray.end)
+            until(lambda: not launchers(nelo), "the window gone")
+            nelo.choose("Open Nelo Console")
+            nelo.window("Nelo Console")
+
+    def test_a_status_area_that_dies_and_comes_back(self) -> None:
+        tray = Tray()
+        self.addCleanup(lambda: tray.end())
+        with Nelo() as nelo:
+            tray.end()
+            launcher(nelo)
+            tray = Tray()
+            until(lambda: not launchers(nelo), "the window gone")
+            nelo.choose("Open Nelo Console")
+            nelo.window("Nelo Console")
+
+    def test_every_entry_works_by_keyboard(self) -> None:
+        with TraylessNelo() as nelo:
+            launcher(nelo).find("push button", "Open Nelo Console").focus()
+            press("space")
+            nelo.window("Nelo Console")
+            press("alt+F4")
+            launcher(nelo).find("push button", "Quit Nelo").focus()
+            press("space")
+            self.assertEqual(nelo.process.wait(20), 0)
+            self.assertEqual(nelo.processes(), [])
+
+
+class SecondStartTest(unittest.TestCase):
+    def setUp(self) -> None:
+        tray = Tray()
+        self.addCleanup(tray.end)
+
+    def test_it_brings_the_chat_forward_and_ends(self) -> None:
+        with Nelo() as nelo:
+            self.assertEqual(start_again(nelo).wait(20), 0)
+            nelo.window("Nelo").find("text", "Send a message")
+            nelo.choose("Open Nelo Console")
+            nelo.window("Nelo Console")
+            self.assertEqual(start_again(nelo).wait(20), 0)
+            nelo.window("Nelo")  # from behind the console
+            self.assertEqual(nelo.processes_of_the_program(), [nelo.process.pid])
+
+    def test_twenty_starts_at_once_leave_one_program(self) -> None:
+        with Nelo() as nelo:
+            nelo.quit()
+            starts = [start_again(nelo) for _ in range(20)]
+            until(lambda: sum(start.poll() is None for start in starts) == 1, "one program")
+            last, = (start for start in starts if start.poll() is None)
+            self.assertEqual([start.returncode for start in starts if start is not last], [0] * 19)
+            last.send_signal(signal.SIGTERM)
+            self.assertEqual(last.wait(20), 0)
+
+    def test_the_next_start_after_a_kill_works_at_once(self) -> None:
+        with tempfile.TemporaryDirectory(prefix="nelo-home-") as home:
+            with Nelo(home=Path(home)) as nelo:
+                nelo.process.kill()
+                nelo.process.wait()
+                with Nelo(home=Path(home)) as again:
+                    again.choose("Open Nelo")
+                    again.window("Nelo")
+
+
+if __name__ == "__main__":
+    unittest.main()
