@@ -1,16 +1,13 @@
 #pragma once
 
 #include "settings/SettingsViewController.h"
+#include "support/Controls.h"
 #include "support/ScriptedBackend.h"
 
-#include <QAbstractItemView>
 #include <QCheckBox>
-#include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPushButton>
 #include <QSettings>
-#include <QTest>
 
 #include <memory>
 
@@ -59,20 +56,10 @@ public:
     }
     void choose(const char* popup, const char* title)
     {
-        auto* button = find<QComboBox>(popup);
-        button->showPopup();
-        button->view()->setCurrentIndex(button->model()->index(button->findText(QString::fromLatin1(title)), 0));
-        QTest::keyClick(button->view(), Qt::Key_Return);
-        QCOMPARE(button->currentText(), QString::fromLatin1(title));
+        Controls::choose(find<QComboBox>(popup), QString::fromLatin1(title));
     }
 
-    void press(const char* title)
-    {
-        for (QPushButton* button : view().findChildren<QPushButton*>())
-            if (button->text() == QString::fromLatin1(title))
-                return button->click();
-        QFAIL("no such button");
-    }
+    void press(const char* title) { Controls::press(view(), QString::fromLatin1(title)); }
 
     /// The document of the last save; null when there was none.
     Json sentDocument() const

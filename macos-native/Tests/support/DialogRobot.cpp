@@ -22,8 +22,10 @@ QList<QPushButton*> buttonsOf(const QDialog& dialog)
 DialogRobot::Shown describe(const QDialog& dialog)
 {
     DialogRobot::Shown shown;
-    shown.title = dialog.findChild<QLabel*>(QStringLiteral("messageText"))->text();
-    shown.text = dialog.findChild<QPlainTextEdit*>(QStringLiteral("informativeText"))->toPlainText();
+    const auto* title = dialog.findChild<QLabel*>(QStringLiteral("messageText"));
+    const auto* text = dialog.findChild<QPlainTextEdit*>(QStringLiteral("informativeText"));
+    shown.title = title ? title->text() : dialog.windowTitle(); // a file panel has neither
+    shown.text = text ? text->toPlainText() : QString();
     for (const QPushButton* button : buttonsOf(dialog)) {
         shown.buttons.append(button->accessibleName());
         if (button->isDefault())
