@@ -15,8 +15,6 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include <limits>
-
 namespace {
 
 constexpr FormRowMetrics rowMetrics{.labelWidth = 140, .spacing = 12};
@@ -30,10 +28,8 @@ QCheckBox* makeCheckBox(const QString& objectName, const QString& title, QWidget
 
 QLineEdit* makeField(const QString& objectName, const QString& placeholder, QWidget* parent)
 {
-    auto* field = new QLineEdit(parent);
+    QLineEdit* field = ::makeField(placeholder, parent);
     field->setObjectName(objectName);
-    field->setPlaceholderText(placeholder);
-    field->setMaxLength(std::numeric_limits<int>::max()); // what was loaded is saved whole
     return field;
 }
 

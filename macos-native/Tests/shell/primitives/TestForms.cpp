@@ -23,6 +23,8 @@ private slots:
     void aRowsLabelIsAsWideAsToldAndRightAligned();
     void aRowsLabelIsPlainTextAndTheBuddyOfItsField();
     void aRowIsCentredVertically();
+    void aRowTakesALabelThatIsThereAlready();
+    void aFieldTakesATextOfAnyLength();
     void aFieldGrowsWithTheFormFrom220Up();
     void aPopUpKeepsItsNaturalWidthFrom220Up();
     void aPopUpGivesWayToANarrowForm();
@@ -147,6 +149,27 @@ void TestForms::aRowIsCentredVertically()
     RowWindow row(field);
     row.show(600);
     QVERIFY(qAbs(row.label()->geometry().center().y() - field->geometry().center().y()) <= 1);
+}
+
+void TestForms::aRowTakesALabelThatIsThereAlready()
+{
+    QWidget window;
+    auto* label = new Label(QStringLiteral("API Key"), &window);
+    auto* field = new QLineEdit(&window);
+    window.setLayout(formRow(label, field, metrics));
+    QCOMPARE(label->buddy(), field);
+    QCOMPARE(label->width(), 140);
+    QCOMPARE(window.findChildren<QLabel*>().size(), 1);
+}
+
+void TestForms::aFieldTakesATextOfAnyLength()
+{
+    QWidget parent;
+    QLineEdit* field = makeField(QStringLiteral("Token"), &parent);
+    QCOMPARE(field->placeholderText(), QStringLiteral("Token"));
+    QCOMPARE(field->parentWidget(), &parent);
+    field->setText(QString(100'000, u'x'));
+    QCOMPARE(field->text().size(), 100'000);
 }
 
 void TestForms::aFieldGrowsWithTheFormFrom220Up()

@@ -5,24 +5,39 @@
 
 #include <QApplication>
 #include <QHBoxLayout>
+#include <QLineEdit>
 
-QHBoxLayout* formRow(const QString& label, QWidget* field, FormRowMetrics metrics)
+#include <limits>
+
+QHBoxLayout* formRow(Label* label, QWidget* field, FormRowMetrics metrics)
 {
     constexpr int minimumFieldWidth = 220;
-    auto* caption = new Label(label, field->parentWidget());
-    caption->setFont(fontOfSize(caption->font(), 13));
-    caption->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    caption->setFixedWidth(metrics.labelWidth);
-    caption->setBuddy(field);
+    label->setFont(fontOfSize(label->font(), 13));
+    label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    label->setFixedWidth(metrics.labelWidth);
+    label->setBuddy(field);
 
     field->setMinimumWidth(minimumFieldWidth);
     const bool grows = field->sizePolicy().expandingDirections().testFlag(Qt::Horizontal);
 
     auto* row = new QHBoxLayout;
     row->setSpacing(metrics.spacing);
-    row->addWidget(caption);
+    row->addWidget(label);
     row->addWidget(field, 1, grows ? Qt::Alignment() : Qt::AlignLeft);
     return row;
+}
+
+QHBoxLayout* formRow(const QString& label, QWidget* field, FormRowMetrics metrics)
+{
+    return formRow(new Label(label, field->parentWidget()), field, metrics);
+}
+
+QLineEdit* makeField(const QString& placeholder, QWidget* parent)
+{
+    auto* field = new QLineEdit(parent);
+    field->setPlaceholderText(placeholder);
+    field->setMaxLength(std::numeric_limits<int>::max());
+    return field;
 }
 
 Label* makeSectionHeader(const QString& title, QWidget* parent)
