@@ -22,6 +22,7 @@ private slots:
     void aMissingMemberReadsAsTheDefault();
     void keepsOrderAndNumbersOfAnObject();
     void nestingIsReadUpToItsBound();
+    void whatIsNoJsonIsDiscarded();
 };
 
 void TestBackendReply::init()
@@ -135,8 +136,18 @@ void TestBackendReply::nestingIsReadUpToItsBound()
     QCOMPARE(BackendReply(inObject(BackendReply::maximumDepth)).object().size(), 1U);
     QCOMPARE(BackendReply(inObject(BackendReply::maximumDepth + 1)).object().size(), 0U);
     QCOMPARE(BackendReply(nested(1'000'000)).rows().size(), 0U);
+    QVERIFY(parseJson(nested(BackendReply::maximumDepth)).is_array());
+    QVERIFY(parseJson(nested(BackendReply::maximumDepth + 1)).is_discarded());
     const std::string bracketsInText = "{\"text\":\"\\\"" + std::string(1000, '[') + "\"}";
     QCOMPARE(BackendReply(bracketsInText).object().size(), 1U);
+}
+
+void TestBackendReply::whatIsNoJsonIsDiscarded()
+{
+    for (const char* text : {"", " ", "{", "{}{}", "nul", "[1,]", "1e999", "\xff"})
+        QVERIFY2(parseJson(text).is_discarded(), text);
+    QVERIFY(parseJson("null").is_null());
+    QVERIFY(parseJson(" {\"a\":[1]}\n").is_object());
 }
 
 QTEST_GUILESS_MAIN(TestBackendReply)

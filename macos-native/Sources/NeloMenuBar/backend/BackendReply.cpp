@@ -60,6 +60,13 @@ QString textOf(const Json& object, const char* key, const QString& missing)
     return member == object.end() ? missing : textOf(*member);
 }
 
+Json parseJson(std::string_view text)
+{
+    if (nestingDepth(text) > BackendReply::maximumDepth)
+        return Json::value_t::discarded;
+    return Json::parse(text, nullptr, /*allow_exceptions=*/false);
+}
+
 BackendReply::BackendReply(std::string text) : m_text(std::move(text))
 {}
 
@@ -89,7 +96,5 @@ std::vector<Json> BackendReply::rows() const
 
 Json BackendReply::parsed() const
 {
-    if (isError() || nestingDepth(m_text) > maximumDepth)
-        return nullptr;
-    return Json::parse(m_text, nullptr, /*allow_exceptions=*/false);
+    return isError() ? Json() : parseJson(m_text);
 }

@@ -3,6 +3,7 @@
 #include "backend/Json.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// The textual description of a JSON value: a string as is, a boolean as 1 or 0, an integer in decimal, a double in its
@@ -11,6 +12,10 @@ QString textOf(const Json& value);
 
 /// The text of `object`'s member `key`, or `missing` when there is none.
 QString textOf(const Json& object, const char* key, const QString& missing = QString());
+
+/// `text` as JSON. Discarded, which is no value of any type, when it is no JSON, or nested deeper than
+/// `BackendReply::maximumDepth`.
+Json parseJson(std::string_view text);
 
 /// A reply of `NeloBackend::call`, read leniently: what has not the expected shape counts as empty.
 class BackendReply final
