@@ -1,0 +1,182 @@
+#include "skills/SkillEntryEditor.h"
+
+#include "backend/BackendReply.h"
+#include "backend/NeloBackend.h"
+#include "shell/primitives/Alerts.h"
+#include "shell/primitives/Colors.h"
+#include "shell/primitives/Forms.h"
+#include "shell/primitives/Labels.h"
+#include "shell/primitives/PopUpButton.h"
+#include "skills/DynamicFieldsStack.h"
+#include "skills/SkillEntry.h"
+#include "skills/SkillRow.h"
+
+#include <QFontDatabase>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QVBoxLayout>
+
+namespace {
+
+const QString dynamicMode = QStringLiteral("dynamic");
+constexpr FormRowMetrics rowMetrics{.labelWidth = 160, .spacing = 8};
+
+QPlainTextEdit* makeEnvTextView(QWidget* parent)
+{
+    auto* view = new QPlainTextEdit(QStringLiteral("{}"), parent);
+    view->setObjectName(QStringLiteral("envTextView"));
+    view->setAccessibleName(QStringLiteral("ENV"));
+    view->setFont(fontOfSize(QFontDatabase::systemFont(QFontDatabase::FixedFont), 12));
+    view->setLineWrapMode(QPlainTextEdit::NoWrap);
+    view->setTabChangesFocus(true);
+    view->setMinimumHeight(110);
+    return view;
+}
+
+/// A text that cannot be edited can still be selected, by mouse and by keyboard.
+void setEditable(QPlainTextEdit* view, bool isEditable)
+{
+    view->setReadOnly(!isEditable);
+    view->setTextInteractionFlags(view->textInteractionFlags() | Qt::TextSelectableByMouse
+                                  | Qt::TextSelectableByKeyboard);
+    QPalette palette;
+    if (!isEditable)
+        palette.setColor(QPalette::Text, Colors::secondaryText(view->parentWidget()->palette()));
+    view->setPalette(palette);
+}
+
+} // namespace
+
+SkillEntryEditor::SkillEntryEditor(QWidget* parent)
+    : QWidget(parent), m_enabledPopup(new PopUpButton(this)), m_apiKeyLabel(new Label({}, this)),
+      m_apiKeyField(makeField({}, this)), m_envLabel(new Label({}, this)), m_envTextView(makeEnvTextView(this)),
+      m_dynamicFieldsStack(new DynamicFieldsStack(m_envTextView, this))
+{
+    m_enabledPopup->setObjectName(QStringLiteral("enabledPopup"));
+    m_enabledPopup->addItems({QStringLiteral("true"), QStringLiteral("false")});
+    m_apiKeyLabel->setObjectName(QStringLiteral("apiKeyLabel"));
+    m_apiKeyField->setObjectName(QStringLiteral("apiKeyField"));
+    m_apiKeyField->setEchoMode(QLineEdit::Password);
+    m_envLabel->setObjectName(QStringLiteral("envLabel"));
+    m_dynamicFieldsStack->setObjectName(QStringLiteral("dynamicFieldsStack"));
+    layOut();
+    reset();
+    updateConfigModeUI(dynamicMode);
+}
+
+void SkillEntryEditor::layOut()
+{
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins({});
+    column->setSpacing(8);
+    column->addLayout(formRow(QStringLiteral("Enabled"), m_enabledPopup, rowMetrics));
+    column->addLayout(formRow(m_apiKeyLabel, m_apiKeyField, rowMetrics));
+    column->addWidget(m_envLabel);
+    column->addWidget(m_envTextView, 1);
+    column->addWidget(m_dynamicFieldsStack);
+}
+
+void SkillEntryEditor::setSelectedSkill(const std::optional<Json>& skill)
+{
+    m_selectedSkill = skill;
+    updateCredentialUI();
+    rebuildDynamicFields();
+}
+
+void SkillEntryEditor::reset()
+{
+    m_currentConfigObject = Json::object();
+    m_enabledPopup->selectItemWithTitle(QStringLiteral("true"));
+    m_apiKeyField->clear();
+    setSelectedSkill(std::nullopt);
+    m_envTextView->setPlainText(QStringLiteral("{}"));
+}
+
+void SkillEntryEditor::updateConfigModeUI(const QString& mode)
+{
+    m_isDynamic = mode == dynamicMode;
+    m_dynamicFieldsStack->setVisible(m_isDynamic);
+    setEditable(m_envTextView, !m_isDynamic);
+    m_envLabel->setText(m_isDynamic ? QStringLiteral("ENV (JSON snapshot)") : QStringLiteral("ENV (JSON object)"));
+}
+
+void SkillEntryEditor::updateCredentialUI()
+{
+    const bool isNeeded = m_selectedSkill && !primaryVariable(*m_selectedSkill).isEmpty();
+    const QString caption = isNeeded ? credentialCaption(*m_selectedSkill) : QStringLiteral("API Key");
+    m_apiKeyLabel->setVisible(isNeeded);
+    m_apiKeyLabel->setText(caption);
+    m_apiKeyField->setVisible(isNeeded);
+    m_apiKeyField->setPlaceholderText(isNeeded ? caption : QStringLiteral("Not required"));
+    if (!isNeeded)
+        m_apiKeyField->clear();
+}
+
+void SkillEntryEditor::rebuildDynamicFields()
+{
+    if (m_selectedSkill)
+        m_dynamicFieldsStack->rebuildDynamicFields(dynamicVariables(*m_selectedSkill));
+    else
+        m_dynamicFieldsStack->clear();
+}
+
+void SkillEntryEditor::loadEntry()
+{
+    if (!requireSelection())
+        return;
+    const Json skill = *m_selectedSkill;
+    const QString skillKey = textOf(skill, "skillKey");
+    const BackendReply reply(NeloBackend::call("get_skill_entry", {m_ecosystem, skillKey}));
+    if (reply.isError()) {
+        showAlert(this, QStringLiteral("Load Failed"), reply.text());
+        return;
+    }
+    const SkillEntry entry = readSkillEntry(reply.object());
+    m_enabledPopup->selectItemWithTitle(entry.isEnabled ? QStringLiteral("true") : QStringLiteral("false"));
+    m_apiKeyField->setText(primaryVariable(skill).isEmpty() ? QString() : entry.apiKey);
+    m_currentConfigObject = entry.config;
+    m_dynamicFieldsStack->showTexts([&](const QString& name) { return variableText(entry, skill, name); });
+    m_envTextView->setPlainText(prettyEnv(entry.env));
+    emit entryLoaded();
+    emit statusChanged(QStringLiteral("Loaded config for ") + skillKey + u'.');
+}
+
+void SkillEntryEditor::saveEntry()
+{
+    if (!requireSelection())
+        return;
+    const std::optional<Json> env = editedEnv();
+    if (!env) {
+        showAlert(this, QStringLiteral("Invalid JSON"), QStringLiteral("ENV must be a JSON object."));
+        return;
+    }
+    const SkillEntry entry{
+        .isEnabled = m_enabledPopup->titleOfSelectedItem({}) == QStringLiteral("true"),
+        .apiKey = credentialToSave(*env, primaryVariable(*m_selectedSkill), m_apiKeyField->text()),
+        .env = *env,
+        .config = m_currentConfigObject,
+    };
+    const QString skillKey = textOf(*m_selectedSkill, "skillKey");
+    const BackendReply reply(NeloBackend::call("save_skill_entry", {m_ecosystem, skillKey, toJson(entry)}));
+    if (reply.isError()) {
+        showAlert(this, QStringLiteral("Save Failed"), reply.text());
+        return;
+    }
+    m_envTextView->setPlainText(prettyEnv(*env));
+    emit statusChanged(QStringLiteral("Saved config for ") + skillKey + u'.');
+}
+
+bool SkillEntryEditor::requireSelection()
+{
+    if (!m_selectedSkill)
+        showAlert(this, QStringLiteral("No Selection"), QStringLiteral("Select a skill first."));
+    return m_selectedSkill.has_value();
+}
+
+/// What is to be saved as the environment; nothing when it is edited as text and that is no JSON object.
+std::optional<Json> SkillEntryEditor::editedEnv() const
+{
+    if (m_isDynamic && m_dynamicFieldsStack->hasFields())
+        return m_dynamicFieldsStack->env();
+    return parseObject(m_envTextView->toPlainText());
+}
