@@ -1,0 +1,142 @@
+#include "skills/SkillInstaller.h"
+
+#include "backend/BackendReply.h"
+#include "backend/NeloBackend.h"
+#include "shell/primitives/Alerts.h"
+#include "shell/primitives/PopUpButton.h"
+#include "shell/primitives/SingleLine.h"
+#include "skills/AgentRow.h"
+#include "skills/CloudSkill.h"
+#include "skills/InstallReport.h"
+#include "skills/PackagePanel.h"
+
+#include <QPointer>
+
+namespace {
+
+const QString openclaw = QStringLiteral("openclaw");
+
+/// A question that one of several rows answers.
+struct Question
+{
+    QString title;
+    QString text;
+    QString popupName;
+    QString firstButton;
+};
+
+/// The one of `rows` that the user chooses by its title, if any.
+std::optional<Json> choose(QWidget* view, const Question& question, const std::vector<Json>& rows,
+                           QString (*titleOf)(const Json& row))
+{
+    PopUpButton popup;
+    popup.setFixedSize(420, 26);
+    popup.setAccessibleName(question.popupName);
+    popup.setAccessibleDescription(question.popupName);
+    for (const Json& row : rows)
+        popup.addItem(singleLine(titleOf(row)));
+    const DialogAnswer answer = runDialog(view, question.title, question.text, &popup, question.firstButton);
+    if (answer != DialogAnswer::Accepted || popup.currentIndex() < 0)
+        return std::nullopt;
+    return rows[static_cast<std::size_t>(popup.currentIndex())];
+}
+
+} // namespace
+
+SkillInstaller::SkillInstaller(QWidget* view) : QObject(view), m_view(view)
+{}
+
+void SkillInstaller::installSkill(const QString& ecosystem, const std::optional<Json>& agent)
+{
+    if (ecosystem != openclaw) {
+        showAlert(m_view, QStringLiteral("Unsupported"),
+                  QStringLiteral("Install Skill is currently implemented for openclaw only."));
+        return;
+    }
+    if (!agent) {
+        showAlert(m_view, QStringLiteral("No OpenClaw Agent"), QStringLiteral("Select an openclaw agent first."));
+        return;
+    }
+    const QString id = textOf(*agent, "id"); // now: the panel may outlive the row
+    const QPointer<SkillInstaller> self(this);
+    const std::optional<QString> package = askForSkillPackage(m_view);
+    if (!self || !package)
+        return;
+
+    const BackendReply reply(NeloBackend::call("install_openclaw_skill_zip", {id, *package}));
+    if (reply.isError()) {
+        showAlert(m_view, QStringLiteral("Install Failed"), reply.text());
+        return;
+    }
+    const Json result = reply.object();
+    emit statusChanged(installStatus(QStringLiteral("skill"), result));
+    showAlert(m_view, QStringLiteral("Skill Installed"),
+              QStringLiteral("Agent: ") + id + u'\n' + installSummary(result));
+}
+
+void SkillInstaller::installCloudSkill(const QString& ecosystem)
+{
+    if (ecosystem != openclaw) {
+        showAlert(m_view, QStringLiteral("Unsupported"),
+                  QStringLiteral("Cloud skill install is currently implemented for openclaw only."));
+        return;
+    }
+    const QPointer<SkillInstaller> self(this);
+    const std::optional<Json> skill = chooseCloudSkill(ecosystem);
+    if (!self || !skill)
+        return;
+    const std::optional<Json> agent = chooseCoreAgent(ecosystem);
+    if (!self || !agent)
+        return;
+
+    const BackendReply reply(
+        NeloBackend::call("install_cloud_skill_from_core", {ecosystem, textOf(*skill, "key"), textOf(*agent, "id")}));
+    if (reply.isError()) {
+        showAlert(m_view, QStringLiteral("Cloud Install Failed"), reply.text());
+        return;
+    }
+    const Json result = reply.object();
+    const QString name = cloudSkillName(*skill);
+    emit statusChanged(installStatus(QStringLiteral("cloud skill ") + name, result));
+    showAlert(m_view, QStringLiteral("Cloud Skill Installed"),
+              QStringLiteral("Skill: ") + name + QStringLiteral("\nAgent: ") + coreAgentName(*agent) + u'\n'
+                  + installSummary(result));
+}
+
+std::optional<Json> SkillInstaller::chooseCloudSkill(const QString& ecosystem) const
+{
+    const BackendReply reply(NeloBackend::call("list_cloud_skills_via_core", {ecosystem}));
+    if (reply.isError()) {
+        showAlert(m_view, QStringLiteral("Core Catalog Failed"), reply.text());
+        return std::nullopt;
+    }
+    const std::vector<Json> skills = reply.rows();
+    if (skills.empty()) {
+        showAlert(m_view, QStringLiteral("No Cloud Skills"),
+                  QStringLiteral("Core returned an empty cloud skills catalog."));
+        return std::nullopt;
+    }
+    const Question question{QStringLiteral("Install Cloud Skill"),
+                            QStringLiteral("Cloud catalog is fetched via Nelo Core."), QStringLiteral("Skill"),
+                            QStringLiteral("Install")};
+    return choose(m_view, question, skills, cloudSkillTitle);
+}
+
+std::optional<Json> SkillInstaller::chooseCoreAgent(const QString& ecosystem) const
+{
+    const BackendReply reply(NeloBackend::call("list_core_agents", {ecosystem, true}));
+    if (reply.isError()) {
+        showAlert(m_view, QStringLiteral("Core Agents Failed"), reply.text());
+        return std::nullopt;
+    }
+    const std::vector<Json> agents = agentsOf(reply.rows(), openclaw);
+    if (agents.empty()) {
+        showAlert(m_view, QStringLiteral("No Online OpenClaw Agent"),
+                  QStringLiteral("Core did not report any online openclaw agents."));
+        return std::nullopt;
+    }
+    const Question question{QStringLiteral("Select OpenClaw Agent"),
+                            QStringLiteral("Choose the target workspace for this skill package."),
+                            QStringLiteral("Agent"), QStringLiteral("Select")};
+    return choose(m_view, question, agents, coreAgentTitle);
+}
