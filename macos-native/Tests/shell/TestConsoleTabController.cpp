@@ -53,6 +53,7 @@ void TestConsoleTabController::init()
     m_backend.emplace();
     m_backend->answer("openclaw_runtime_status", {{"os", "x"}});
     m_backend->answer("load_nelo_settings", Json::object());
+    m_backend->answer("list_skills", Json::array());
     m_controller = std::make_unique<ConsoleTabController>();
     m_controller->resize(1000, 720);
     m_openedUrls.clear();
@@ -88,6 +89,7 @@ void TestConsoleTabController::allTabsLoadBeforeTheConsoleIsShown()
     m_controller->loadViewIfNeeded();
     QCOMPARE(m_backend->count("openclaw_runtime_status"), 1);
     QCOMPARE(m_backend->count("load_nelo_settings"), 1);
+    QCOMPARE(m_backend->count("list_skills"), 1);
     for (int tab = 0; tab < tabs()->count(); ++tab)
         QVERIFY(!tabs()->widget(tab)->findChildren<QLabel*>().isEmpty());
 }
@@ -99,7 +101,8 @@ void TestConsoleTabController::theAgentsAreListedBeforeTheConsoleIsInFront()
     auto* console = new ConsoleTabController; // the window's
     window.setContentViewController(console);
     QCOMPARE(m_backend->count("sync_local_agents_to_core"), 1);
-    QCOMPARE(console->findChild<QTableView*>(QStringLiteral("tableView"))->model()->rowCount(), 2);
+    const QWidget* agents = console->findChild<QTabWidget*>()->widget(0);
+    QCOMPARE(agents->findChild<QTableView*>(QStringLiteral("tableView"))->model()->rowCount(), 2);
 }
 
 void TestConsoleTabController::selectingATabLoadsNothingAgain()
@@ -111,6 +114,7 @@ void TestConsoleTabController::selectingATabLoadsNothingAgain()
     }
     QCOMPARE(m_backend->count("openclaw_runtime_status"), 1);
     QCOMPARE(m_backend->count("load_nelo_settings"), 1);
+    QCOMPARE(m_backend->count("list_skills"), 1);
 }
 
 void TestConsoleTabController::theSelectedTabIsKeptWhileTheWindowIsClosed()

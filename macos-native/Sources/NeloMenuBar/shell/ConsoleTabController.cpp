@@ -6,6 +6,7 @@
 #include "shell/primitives/Colors.h"
 #include "shell/primitives/PlaceholderInfoController.h"
 #include "shell/primitives/SupportLine.h"
+#include "skills/SkillsViewController.h"
 
 #include <QLabel>
 #include <QTabWidget>
@@ -30,7 +31,7 @@ QTabWidget* makeTabs(QWidget* parent)
     add(QStringLiteral("Agents"), new AgentsViewController);
     add(QStringLiteral("Runtime"), new RuntimeViewController);
     add(tovani, new PlaceholderInfoController(tovani, tovaniBody));
-    add(QStringLiteral("Skills"), new PlaceholderInfoController(QStringLiteral("Skills")));
+    add(QStringLiteral("Skills"), new SkillsViewController);
     add(QStringLiteral("Settings"), new SettingsViewController);
     return tabs;
 }

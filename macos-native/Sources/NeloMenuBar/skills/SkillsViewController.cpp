@@ -1,0 +1,264 @@
+#include "skills/SkillsViewController.h"
+
+#include "backend/BackendReply.h"
+#include "backend/NeloBackend.h"
+#include "shell/primitives/Buttons.h"
+#include "shell/primitives/Forms.h"
+#include "shell/primitives/JsonTable.h"
+#include "shell/primitives/Labels.h"
+#include "shell/primitives/NeloFlippedView.h"
+#include "shell/primitives/PopUpButton.h"
+#include "shell/primitives/ScrollingLabel.h"
+#include "shell/primitives/SingleLine.h"
+#include "skills/AgentRow.h"
+#include "skills/NewsSourceSection.h"
+#include "skills/SkillEntryEditor.h"
+#include "skills/SkillInstaller.h"
+#include "skills/SkillRow.h"
+
+#include <QHeaderView>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace {
+
+const QString openclaw = QStringLiteral("openclaw");
+const QString dynamicMode = QStringLiteral("dynamic");
+const QString noSelection = QStringLiteral("Select a skill");
+
+PopUpButton* makePopup(const QString& objectName, const QStringList& titles, QWidget* parent)
+{
+    auto* popup = new PopUpButton(parent);
+    popup->setObjectName(objectName);
+    popup->addItems(titles);
+    popup->setMinimumWidth(90); // a long title gives way to the buttons
+    return popup;
+}
+
+Label* makeSecondaryLabel(const QString& objectName, QWidget* parent)
+{
+    auto* label = new Label({}, parent);
+    label->setObjectName(objectName);
+    label->setEmphasis(Emphasis::Secondary);
+    return label;
+}
+
+JsonTable* makeTable(QWidget* parent)
+{
+    auto* table = new JsonTable({{.key = "name", .title = {}, .width = 300, .text = skillTitle}}, {}, parent);
+    table->setObjectName(QStringLiteral("tableView"));
+    table->setAccessibleName(QStringLiteral("Skills"));
+    table->setMinimumWidth(240);
+    table->horizontalHeader()->hide();
+    table->horizontalHeader()->setStretchLastSection(true);
+    return table;
+}
+
+} // namespace
+
+SkillsViewController::SkillsViewController(QWidget* parent)
+    : ViewController(parent), m_installer(new SkillInstaller(this))
+{}
+
+void SkillsViewController::loadView()
+{
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(16, 16, 16, 14);
+    column->setSpacing(8);
+    column->addLayout(makeControlRow());
+    column->addLayout(makeDescription());
+    column->addLayout(makeBody(), 1);
+    m_statusLabel = makeSecondaryLabel(QStringLiteral("statusLabel"), this);
+    m_statusLabel->setText(QStringLiteral("Ready"));
+    column->addWidget(m_statusLabel);
+    connectPieces();
+}
+
+QLayout* SkillsViewController::makeControlRow()
+{
+    auto* row = new QHBoxLayout;
+    row->setSpacing(8);
+    const auto addPopup = [=, this](const QString& caption, const QString& objectName, const QStringList& titles) {
+        PopUpButton* popup = makePopup(objectName, titles, this);
+        auto* label = new Label(caption, this);
+        label->setBuddy(popup);
+        row->addWidget(label);
+        row->addWidget(popup);
+        return popup;
+    };
+    const auto addButton = [=, this](const QString& title, void (SkillsViewController::*action)()) {
+        QPushButton* button = makeButton(title, this);
+        connect(button, &QPushButton::clicked, this, action);
+        row->addWidget(button);
+    };
+    m_ecosystemPopup = addPopup(QStringLiteral("Ecosystem"), QStringLiteral("ecosystemPopup"),
+                                {openclaw, QStringLiteral("codex"), QStringLiteral("kimi")});
+    m_agentPopup = addPopup(QStringLiteral("Agent"), QStringLiteral("agentPopup"), {});
+    m_configModePopup = addPopup(QStringLiteral("Config Mode"), QStringLiteral("configModePopup"),
+                                 {dynamicMode, QStringLiteral("json")});
+    addButton(QStringLiteral("Refresh"), &SkillsViewController::refreshSkills);
+    addButton(QStringLiteral("Load Config"), &SkillsViewController::loadEntry);
+    addButton(QStringLiteral("Install Skill"), &SkillsViewController::installSkill);
+    addButton(QStringLiteral("Install Cloud Skill"), &SkillsViewController::installCloudSkill);
+    row->addStretch();
+    return row;
+}
+
+QLayout* SkillsViewController::makeDescription()
+{
+    constexpr int lines = 4; // as many as a skill that requires variables has, and a short description
+    m_metaLabel = new ScrollingLabel(lines, this);
+    m_metaLabel->setObjectName(QStringLiteral("metaLabel"));
+    m_metaLabel->setText(noSelection);
+    m_configPathLabel = makeSecondaryLabel(QStringLiteral("configPathLabel"), this);
+    m_skillDirsLabel = makeSecondaryLabel(QStringLiteral("skillDirsLabel"), this);
+
+    auto* column = new QVBoxLayout;
+    column->setSpacing(4);
+    column->addWidget(m_metaLabel);
+    column->addWidget(m_configPathLabel);
+    column->addWidget(m_skillDirsLabel);
+    return column;
+}
+
+QLayout* SkillsViewController::makeBody()
+{
+    m_tableView = makeTable(this);
+    auto* form = new ScrollingForm(this);
+    m_entryEditor = new SkillEntryEditor(form->documentView());
+    m_sourceSection = new NewsSourceSection(form->documentView());
+    m_sourceSection->setObjectName(QStringLiteral("sourceSection"));
+    auto* formColumn = new QVBoxLayout(form->documentView());
+    formColumn->setContentsMargins(0, 0, 8, 0); // for the scroll bar to keep its distance
+    formColumn->setSpacing(12);
+    formColumn->addWidget(m_entryEditor, 1);
+    formColumn->addWidget(m_sourceSection);
+
+    QPushButton* save = makeButton(QStringLiteral("Save Config"), this);
+    connect(save, &QPushButton::clicked, m_entryEditor, &SkillEntryEditor::saveEntry);
+    auto* editorColumn = new QVBoxLayout;
+    editorColumn->setSpacing(8);
+    editorColumn->addWidget(form, 1);
+    editorColumn->addWidget(save, 0, Qt::AlignLeft); // in reach however long the form is
+
+    auto* body = new QHBoxLayout;
+    body->setSpacing(16);
+    body->addWidget(m_tableView, 2);
+    body->addLayout(editorColumn, 3);
+    return body;
+}
+
+void SkillsViewController::connectPieces()
+{
+    connect(m_ecosystemPopup, &QComboBox::activated, this, &SkillsViewController::ecosystemChanged);
+    connect(m_configModePopup, &QComboBox::activated, this, &SkillsViewController::configModeChanged);
+    connect(m_tableView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &SkillsViewController::tableViewSelectionDidChange);
+    connect(m_entryEditor, &SkillEntryEditor::entryLoaded, this, &SkillsViewController::reloadSourcesIfShown);
+    connect(m_entryEditor, &SkillEntryEditor::statusChanged, m_statusLabel, &QLabel::setText);
+    connect(m_sourceSection, &NewsSourceSection::statusChanged, m_statusLabel, &QLabel::setText);
+    connect(m_installer, &SkillInstaller::statusChanged, m_statusLabel, &QLabel::setText);
+}
+
+void SkillsViewController::viewDidLoad()
+{
+    ViewController::viewDidLoad();
+    refreshAgentOptions();
+    refreshSkills();
+    configModeChanged();
+}
+
+void SkillsViewController::ecosystemChanged()
+{
+    refreshAgentOptions();
+    refreshSkills();
+}
+
+void SkillsViewController::configModeChanged()
+{
+    m_entryEditor->updateConfigModeUI(m_configModePopup->titleOfSelectedItem(dynamicMode));
+}
+
+void SkillsViewController::refreshAgentOptions()
+{
+    const BackendReply reply(NeloBackend::call("list_local_agents"));
+    m_currentAgentRows = agentsOf(reply.rows(), currentEcosystem());
+    m_agentPopup->clear();
+    for (const Json& agent : m_currentAgentRows)
+        m_agentPopup->addItem(singleLine(localAgentTitle(agent)));
+    if (m_currentAgentRows.empty())
+        m_agentPopup->addItem(reply.isError() ? QStringLiteral("(load failed)") : QStringLiteral("(none)"));
+}
+
+void SkillsViewController::refreshSkills()
+{
+    const QString ecosystem = currentEcosystem();
+    m_entryEditor->setEcosystem(ecosystem);
+    const BackendReply reply(NeloBackend::call("list_skills", {ecosystem}));
+    m_tableView->selectionModel()->clear(); // the table would keep it
+    m_tableView->setRows(reply.rows());
+    if (reply.isError()) {
+        m_statusLabel->setText(reply.text());
+        return;
+    }
+    showAdapterSnapshot(ecosystem);
+    m_metaLabel->setText(noSelection);
+    m_entryEditor->reset();
+    m_sourceSection->reset();
+    configModeChanged();
+    m_statusLabel->setText(
+        QStringLiteral("Loaded %1 skills for %2.").arg(QString::number(m_tableView->rows().size()), ecosystem));
+}
+
+void SkillsViewController::showAdapterSnapshot(const QString& ecosystem)
+{
+    const Json snapshot = BackendReply(NeloBackend::call("get_adapter_snapshot", {ecosystem})).object();
+    const QStringList folders = textsOf(snapshot, "skillDirs");
+    m_configPathLabel->setText(QStringLiteral("Config: ") + textOf(snapshot, "configPath"));
+    m_skillDirsLabel->setText(QStringLiteral("Skill dirs: ")
+                              + (folders.isEmpty() ? QStringLiteral("(none)") : folders.join(QStringLiteral(" | "))));
+}
+
+void SkillsViewController::tableViewSelectionDidChange()
+{
+    const std::optional<Json> skill = m_tableView->selectedRow();
+    if (!skill)
+        return; // a click beside the rows takes nothing away
+    m_metaLabel->setText(skillDescription(*skill));
+    m_statusLabel->setText(QStringLiteral("Selected ") + skillName(*skill) + u'.');
+    m_entryEditor->setSelectedSkill(skill);
+    m_sourceSection->showFor(skill);
+    m_entryEditor->loadEntry();
+}
+
+void SkillsViewController::reloadSourcesIfShown()
+{
+    if (m_sourceSection->isSocialMediaAlert())
+        m_sourceSection->reloadSources();
+}
+
+void SkillsViewController::loadEntry()
+{
+    m_entryEditor->loadEntry();
+}
+
+void SkillsViewController::installSkill()
+{
+    m_installer->installSkill(currentEcosystem(), selectedAgent());
+}
+
+void SkillsViewController::installCloudSkill()
+{
+    m_installer->installCloudSkill(currentEcosystem());
+}
+
+QString SkillsViewController::currentEcosystem() const
+{
+    return m_ecosystemPopup->titleOfSelectedItem(openclaw);
+}
+
+std::optional<Json> SkillsViewController::selectedAgent() const
+{
+    const auto index = static_cast<std::size_t>(m_agentPopup->currentIndex()); // none is beyond all
+    return index < m_currentAgentRows.size() ? std::optional(m_currentAgentRows[index]) : std::nullopt;
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "backend/Json.h"
+#include "shell/primitives/ViewController.h"
+
+#include <optional>
+
+class JsonTable;
+class Label;
+class NewsSourceSection;
+class PopUpButton;
+class QLayout;
+class ScrollingLabel;
+class SkillEntryEditor;
+class SkillInstaller;
+
+/// The Skills tab: lists the skills of one agent ecosystem, and hosts what edits the selected one's entry, what keeps
+/// news sources, and what installs skills. The backend calls block.
+class SkillsViewController final : public ViewController
+{
+    Q_OBJECT
+
+public:
+    explicit SkillsViewController(QWidget* parent = nullptr);
+
+    /// Offers the agents of the current ecosystem.
+    void refreshAgentOptions();
+    /// Lists the skills of the current ecosystem; none is selected then. A failure leaves an empty list and the editor
+    /// as it is.
+    void refreshSkills();
+
+protected:
+    void loadView() override;
+    void viewDidLoad() override;
+
+private:
+    QLayout* makeControlRow();
+    QLayout* makeDescription();
+    QLayout* makeBody();
+    void connectPieces();
+
+    void ecosystemChanged();
+    void configModeChanged();
+    void tableViewSelectionDidChange();
+    void loadEntry();
+    void installSkill();
+    void installCloudSkill();
+    void showAdapterSnapshot(const QString& ecosystem);
+    void reloadSourcesIfShown();
+    QString currentEcosystem() const;
+    std::optional<Json> selectedAgent() const;
+
+    SkillInstaller* m_installer; // these are children of this
+    PopUpButton* m_ecosystemPopup = nullptr;
+    PopUpButton* m_agentPopup = nullptr;
+    PopUpButton* m_configModePopup = nullptr;
+    ScrollingLabel* m_metaLabel = nullptr;
+    Label* m_configPathLabel = nullptr;
+    Label* m_skillDirsLabel = nullptr;
+    JsonTable* m_tableView = nullptr;
+    SkillEntryEditor* m_entryEditor = nullptr;
+    NewsSourceSection* m_sourceSection = nullptr;
+    Label* m_statusLabel = nullptr;
+
+    std::vector<Json> m_currentAgentRows; // in the order of the pop-up
+};

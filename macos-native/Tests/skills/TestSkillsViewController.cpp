@@ -1,0 +1,406 @@
+#include "shell/primitives/Colors.h"
+#include "skills/SkillsTab.h"
+#include "support/Warnings.h"
+
+#include <QAccessible>
+#include <QHeaderView>
+#include <QScrollBar>
+
+#include <optional>
+
+namespace {
+
+/// How often each widget was painted.
+class PaintCounter final : public QObject
+{
+public:
+    const QHash<QObject*, int>& counts() const { return m_counts; }
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint)
+            ++m_counts[watched];
+        return false;
+    }
+
+private:
+    QHash<QObject*, int> m_counts;
+};
+
+} // namespace
+
+/// The Skills tab: ecosystems, agents, the list of skills and what is shown of the selected one.
+class TestSkillsViewController final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup() { m_tab.reset(); }
+    void loadsAgentsThenSkillsOnce();
+    void offersTheAgentsOfTheEcosystem();
+    void agentsThatCannotBeOffered_data();
+    void agentsThatCannotBeOffered();
+    void listsTheSkillsOfTheEcosystem();
+    void theListIsOneColumnWithoutAHeader();
+    void textsAboutTheListHaveLessWeight();
+    void anotherEcosystemShowsNothingOfTheFormerOne();
+    void aFailedListIsEmptyAndAsksNoFurther();
+    void aListOfAnotherShapeIsEmpty_data();
+    void aListOfAnotherShapeIsEmpty();
+    void theSnapshotIsReadLeniently_data();
+    void theSnapshotIsReadLeniently();
+    void aFailedSnapshotIsSilent();
+    void selectingASkillShowsAndLoadsIt();
+    void aSkillWithoutANameIsCalledByItsKey();
+    void aClickBesideTheRowsKeepsTheSkill();
+    void choosingCostsOneEntryCall();
+    void choosingPaintsEverythingOnce();
+    void aRefreshClearsTheSelection();
+    void aRefreshOfTheSameSkillsClearsTheSelectionToo();
+    void aFailedRefreshKeepsTheEditor();
+    void reachesEverythingByKeyboardInReadingOrder();
+    void everythingHasAName();
+    void longTextsLeaveTheTabAlone();
+    void foreignTextIsPlain();
+
+private:
+    std::optional<SkillsTab> m_tab;
+};
+
+void TestSkillsViewController::init()
+{
+    failOnUnexpectedWarning();
+    m_tab.emplace();
+}
+
+void TestSkillsViewController::loadsAgentsThenSkillsOnce()
+{
+    m_tab->view().show();
+    m_tab->view().hide();
+    m_tab->view().show();
+    QCOMPARE(m_tab->functions(),
+             (std::vector<std::string>{"list_local_agents", "list_skills", "get_adapter_snapshot"}));
+    QCOMPARE(m_tab->arguments("list_local_agents").dump(), std::string("[]"));
+    QCOMPARE(m_tab->arguments("list_skills").dump(), std::string("[\"openclaw\"]"));
+    QCOMPARE(m_tab->arguments("get_adapter_snapshot").dump(), std::string("[\"openclaw\"]"));
+    QCOMPARE(m_tab->title("configModePopup"), QStringLiteral("dynamic"));
+    QCOMPARE(m_tab->titles("ecosystemPopup"),
+             (QStringList{QStringLiteral("openclaw"), QStringLiteral("codex"), QStringLiteral("kimi")}));
+    QCOMPARE(m_tab->titles("configModePopup"), (QStringList{QStringLiteral("dynamic"), QStringLiteral("json")}));
+    QCOMPARE(m_tab->meta(), QStringLiteral("Select a skill"));
+}
+
+void TestSkillsViewController::offersTheAgentsOfTheEcosystem()
+{
+    QCOMPARE(m_tab->titles("agentPopup"),
+             (QStringList{QStringLiteral("Main (main)"), QStringLiteral("second (second)")}));
+    QCOMPARE(m_tab->title("agentPopup"), QStringLiteral("Main (main)"));
+    m_tab->choose("agentPopup", "second (second)");
+    m_tab->choose("ecosystemPopup", "codex");
+    QCOMPARE(m_tab->titles("agentPopup"), QStringList{QStringLiteral("Coder (c)")});
+    m_tab->choose("ecosystemPopup", "kimi");
+    QCOMPARE(m_tab->titles("agentPopup"), QStringList{QStringLiteral("(none)")});
+    m_tab->choose("ecosystemPopup", "openclaw");
+    QCOMPARE(m_tab->title("agentPopup"), QStringLiteral("Main (main)"));
+}
+
+void TestSkillsViewController::agentsThatCannotBeOffered_data()
+{
+    QTest::addColumn<QByteArray>("steps");
+    QTest::addColumn<QString>("title");
+    QTest::newRow("a failure") << QByteArray(R"([{"raise":["OSError","x"]}])") << QStringLiteral("(load failed)");
+    QTest::newRow("no list") << QByteArray(R"([{"answer":{"id":"a"}}])") << QStringLiteral("(none)");
+    QTest::newRow("rows that are no objects")
+        << QByteArray(R"([{"answer":[{"id":"a","ecosystem":"openclaw"},1]}])") << QStringLiteral("(none)");
+}
+
+void TestSkillsViewController::agentsThatCannotBeOffered()
+{
+    QFETCH(QByteArray, steps);
+    QFETCH(QString, title);
+    m_tab->backend.script("list_local_agents", Json::parse(steps.toStdString()).get<std::vector<Json>>());
+    QCOMPARE(m_tab->titles("agentPopup"), QStringList{title});
+    QCOMPARE(m_tab->rows().size(), 3); // the skills are listed all the same
+}
+
+void TestSkillsViewController::listsTheSkillsOfTheEcosystem()
+{
+    QCOMPARE(m_tab->rows(), (QStringList{QStringLiteral("weather"), QStringLiteral("[workspace] social-media-alert"),
+                                         QStringLiteral("plain")}));
+    QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
+    QCOMPARE(m_tab->label("configPathLabel"), QStringLiteral("Config: /home/me/.openclaw/openclaw.json"));
+    QCOMPARE(m_tab->label("skillDirsLabel"), QStringLiteral("Skill dirs: /a | /b"));
+    QVERIFY(m_tab->table()->selectionModel()->selectedRows().isEmpty());
+}
+
+void TestSkillsViewController::theListIsOneColumnWithoutAHeader()
+{
+    m_tab->show();
+    QCOMPARE(m_tab->table()->model()->columnCount(), 1);
+    QVERIFY(!m_tab->table()->horizontalHeader()->isVisible());
+    QCOMPARE(m_tab->table()->textElideMode(), Qt::ElideRight);
+    QCOMPARE(m_tab->table()->columnWidth(0), m_tab->table()->viewport()->width());
+}
+
+void TestSkillsViewController::textsAboutTheListHaveLessWeight()
+{
+    const QColor secondary = Colors::secondaryText(m_tab->view().palette());
+    for (const char* label : {"configPathLabel", "skillDirsLabel", "statusLabel"}) {
+        const auto* found = m_tab->find<QLabel>(label);
+        QCOMPARE(found->palette().color(found->foregroundRole()), secondary);
+    }
+    QCOMPARE(m_tab->find<ScrollingLabel>("metaLabel")->palette().color(QPalette::Text), secondary);
+}
+
+void TestSkillsViewController::anotherEcosystemShowsNothingOfTheFormerOne()
+{
+    m_tab->select(0);
+    m_tab->listed(Json::array());
+    m_tab->backend.answer("get_adapter_snapshot", Json::object());
+    m_tab->choose("ecosystemPopup", "codex");
+    QCOMPARE(m_tab->arguments("list_skills").dump(), std::string("[\"codex\"]"));
+    QCOMPARE(m_tab->arguments("get_adapter_snapshot").dump(), std::string("[\"codex\"]"));
+    QCOMPARE(m_tab->rows(), QStringList());
+    QCOMPARE(m_tab->status(), QStringLiteral("Loaded 0 skills for codex."));
+    QCOMPARE(m_tab->label("configPathLabel"), QStringLiteral("Config: "));
+    QCOMPARE(m_tab->label("skillDirsLabel"), QStringLiteral("Skill dirs: (none)"));
+    QCOMPARE(m_tab->meta(), QStringLiteral("Select a skill"));
+    QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{}"));
+    QVERIFY(m_tab->fields().isEmpty());
+}
+
+void TestSkillsViewController::aFailedListIsEmptyAndAsksNoFurther()
+{
+    m_tab->backend.raise("list_skills", "OSError", "no <b>skills</b>");
+    QCOMPARE(m_tab->rows(), QStringList());
+    QVERIFY(m_tab->status().startsWith(QStringLiteral("ERROR: ")));
+    QVERIFY(m_tab->status().contains(QStringLiteral("no <b>skills</b>")));
+    QCOMPARE(m_tab->backend.count("get_adapter_snapshot"), 0);
+}
+
+void TestSkillsViewController::aListOfAnotherShapeIsEmpty_data()
+{
+    QTest::addColumn<QByteArray>("reply");
+    QTest::newRow("an object") << QByteArray(R"({"skills":[]})");
+    QTest::newRow("null") << QByteArray("null");
+    QTest::newRow("rows that are no objects") << QByteArray(R"([{"name":"a"},"b"])");
+}
+
+void TestSkillsViewController::aListOfAnotherShapeIsEmpty()
+{
+    QFETCH(QByteArray, reply);
+    m_tab->listed(Json::parse(reply.toStdString()));
+    QCOMPARE(m_tab->rows(), QStringList());
+    QCOMPARE(m_tab->status(), QStringLiteral("Loaded 0 skills for openclaw."));
+}
+
+void TestSkillsViewController::theSnapshotIsReadLeniently_data()
+{
+    QTest::addColumn<QByteArray>("snapshot");
+    QTest::addColumn<QString>("config");
+    QTest::addColumn<QString>("folders");
+    const QString none = QStringLiteral("Skill dirs: (none)");
+    QTest::newRow("a text in place of folders")
+        << QByteArray(R"({"configPath":"/c","skillDirs":"/a"})") << QStringLiteral("Config: /c") << none;
+    QTest::newRow("a number among the folders")
+        << QByteArray(R"({"configPath":7,"skillDirs":["/a",1]})") << QStringLiteral("Config: 7") << none;
+    QTest::newRow("no folders") << QByteArray(R"({"skillDirs":[]})") << QStringLiteral("Config: ") << none;
+    QTest::newRow("a list") << QByteArray(R"(["/c"])") << QStringLiteral("Config: ") << none;
+}
+
+void TestSkillsViewController::theSnapshotIsReadLeniently()
+{
+    QFETCH(QByteArray, snapshot);
+    QFETCH(QString, config);
+    QFETCH(QString, folders);
+    m_tab->backend.answer("get_adapter_snapshot", Json::parse(snapshot.toStdString()));
+    QCOMPARE(m_tab->label("configPathLabel"), config);
+    QCOMPARE(m_tab->label("skillDirsLabel"), folders);
+    QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
+}
+
+void TestSkillsViewController::aFailedSnapshotIsSilent()
+{
+    m_tab->backend.raise("get_adapter_snapshot", "OSError", "x");
+    QCOMPARE(m_tab->label("configPathLabel"), QStringLiteral("Config: "));
+    QCOMPARE(m_tab->label("skillDirsLabel"), QStringLiteral("Skill dirs: (none)"));
+    QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
+}
+
+void TestSkillsViewController::selectingASkillShowsAndLoadsIt()
+{
+    m_tab->show();
+    m_tab->select(0);
+    QCOMPARE(m_tab->meta(),
+             QStringLiteral("Tells it.\nskillKey: weather\npath: /skills/weather\nrequires.env: TOKEN, REGION"));
+    QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["openclaw","weather"])"));
+    QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
+    QCOMPARE(m_tab->fields().size(), 2);
+}
+
+void TestSkillsViewController::aSkillWithoutANameIsCalledByItsKey()
+{
+    m_tab->listed({{{"skillKey", "k"}}});
+    m_tab->backend.raise("get_skill_entry", "OSError", "x"); // else the loaded entry's status follows at once
+    m_tab->view();
+    const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+    m_tab->select(0);
+    QCOMPARE(m_tab->rows(), QStringList{QStringLiteral("(unknown)")});
+    QCOMPARE(m_tab->status(), QStringLiteral("Selected k."));
+    QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
+}
+
+void TestSkillsViewController::aClickBesideTheRowsKeepsTheSkill()
+{
+    m_tab->show();
+    m_tab->select(0);
+    QTest::mouseClick(m_tab->table()->viewport(), Qt::LeftButton, {},
+                      m_tab->table()->viewport()->rect().bottomLeft() + QPoint(5, -5));
+    m_tab->press("Load Config");
+    QCOMPARE(m_tab->backend.count("get_skill_entry"), 2);
+    QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["openclaw","weather"])"));
+}
+
+void TestSkillsViewController::choosingCostsOneEntryCall()
+{
+    m_tab->view();
+    const std::size_t before = m_tab->functions().size();
+    m_tab->select(0);
+    QCOMPARE(m_tab->functions().size(), before + 1);
+    m_tab->select(2);
+    QCOMPARE(m_tab->functions().size(), before + 2);
+    QCOMPARE(m_tab->backend.count("get_skill_entry"), 2);
+}
+
+void TestSkillsViewController::choosingPaintsEverythingOnce()
+{
+    m_tab->show();
+    m_tab->select(2);
+    QCoreApplication::processEvents();
+    PaintCounter paints;
+    qApp->installEventFilter(&paints);
+    m_tab->table()->selectRow(0);
+    QVERIFY(paints.counts().isEmpty()); // nothing half done is shown
+    QTRY_VERIFY(paints.counts().contains(m_tab->field("REGION")));
+    QCoreApplication::processEvents();
+    for (QObject* widget : paints.counts().keys())
+        QVERIFY2(paints.counts().value(widget) <= 1, widget->metaObject()->className());
+}
+
+void TestSkillsViewController::aRefreshClearsTheSelection()
+{
+    m_tab->select(0);
+    m_tab->listed(Json::array({SkillsTab::weather()}));
+    m_tab->press("Refresh");
+    QVERIFY(m_tab->table()->selectionModel()->selectedRows().isEmpty());
+    QCOMPARE(m_tab->meta(), QStringLiteral("Select a skill"));
+    const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+    m_tab->press("Load Config");
+    QCOMPARE(robot.titles(), QStringList{QStringLiteral("No Selection")});
+}
+
+void TestSkillsViewController::aRefreshOfTheSameSkillsClearsTheSelectionToo()
+{
+    m_tab->select(0);
+    m_tab->press("Refresh");
+    QVERIFY(m_tab->table()->selectionModel()->selectedRows().isEmpty());
+    m_tab->select(0);
+    QCOMPARE(m_tab->backend.count("get_skill_entry"), 2);
+    QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
+}
+
+void TestSkillsViewController::aFailedRefreshKeepsTheEditor()
+{
+    m_tab->select(0);
+    m_tab->backend.raise("list_skills", "OSError", "x");
+    m_tab->choose("ecosystemPopup", "codex");
+    QCOMPARE(m_tab->rows(), QStringList());
+    QVERIFY(m_tab->meta().startsWith(QStringLiteral("Tells it.")));
+    QCOMPARE(m_tab->fields().size(), 2);
+    m_tab->press("Load Config"); // of the ecosystem that is shown
+    QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["codex","weather"])"));
+}
+
+void TestSkillsViewController::reachesEverythingByKeyboardInReadingOrder()
+{
+    m_tab->show();
+    m_tab->select(0);
+    m_tab->find<QComboBox>("ecosystemPopup")->setFocus();
+    QStringList stops;
+    const QWidget* first = QApplication::focusWidget();
+    do {
+        const QWidget* stop = QApplication::focusWidget();
+        const auto* button = qobject_cast<const QPushButton*>(stop);
+        const auto* variable = qobject_cast<const QLineEdit*>(stop);
+        const QString name = button ? button->text() : stop->objectName();
+        stops.append(name.isEmpty() && variable ? variable->placeholderText() : name);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    } while (QApplication::focusWidget() != first);
+    QCOMPARE(stops.join(u'|'), QStringLiteral("ecosystemPopup|agentPopup|configModePopup|Refresh|Load Config|"
+                                              "Install Skill|Install Cloud Skill|metaLabel|tableView|enabledPopup|"
+                                              "apiKeyField|envTextView|TOKEN|REGION|Save Config"));
+}
+
+void TestSkillsViewController::everythingHasAName()
+{
+    m_tab->listed({{{"name", "social-media-alert"}, {"primaryEnv", "TOKEN"}, {"primaryEnvLabel", "My Token"}}});
+    m_tab->select(0);
+    const auto nameOf = [this](const char* objectName) {
+        return QAccessible::queryAccessibleInterface(m_tab->find<QWidget>(objectName))->text(QAccessible::Name);
+    };
+    QCOMPARE(nameOf("tableView"), QStringLiteral("Skills"));
+    QCOMPARE(nameOf("envTextView"), QStringLiteral("ENV"));
+    QCOMPARE(nameOf("apiKeyField"), QStringLiteral("My Token"));
+    QCOMPARE(nameOf("metaLabel"), m_tab->meta());
+    QCOMPARE(nameOf("statusLabel"), m_tab->status());
+    QCOMPARE(QAccessible::queryAccessibleInterface(m_tab->field("TOKEN"))->text(QAccessible::Name),
+             QStringLiteral("My Token (TOKEN)"));
+    // Qt on Linux tells of a pop-up what it shows; that it is labelled by its caption is a relation of its own.
+    const auto captionOf = [this](const char* popup) {
+        for (const QLabel* label : m_tab->view().findChildren<QLabel*>()) {
+            if (label->buddy() == m_tab->find<QWidget>(popup))
+                return label->text();
+        }
+        return QString();
+    };
+    QCOMPARE(captionOf("ecosystemPopup"), QStringLiteral("Ecosystem"));
+    QCOMPARE(captionOf("agentPopup"), QStringLiteral("Agent"));
+    QCOMPARE(captionOf("configModePopup"), QStringLiteral("Config Mode"));
+    QCOMPARE(captionOf("enabledPopup"), QStringLiteral("Enabled"));
+    QCOMPARE(captionOf("sourcePopup"), QStringLiteral("Configured Sources"));
+}
+
+void TestSkillsViewController::longTextsLeaveTheTabAlone()
+{
+    std::string longText;
+    while (longText.size() < 100'000)
+        longText += std::string(700, 'W') + " word\n";
+    Json names = Json::array();
+    for (int i = 0; i < 200; ++i)
+        names.push_back("VARIABLE_" + std::to_string(i) + std::string(500, 'X'));
+    m_tab->listed({{{"name", longText}, {"skillKey", longText}, {"description", longText}, {"requiredEnv", names}}});
+    m_tab->backend.answer("list_local_agents", {{{"id", longText}, {"ecosystem", "openclaw"}}});
+    m_tab->backend.answer("get_adapter_snapshot", {{"configPath", longText}, {"skillDirs", {longText}}});
+    m_tab->entered({{"env", {{longText, longText}}}});
+    m_tab->show();
+    m_tab->select(0);
+    QCoreApplication::processEvents();
+    QCOMPARE(m_tab->view().size(), QSize(1000, 640));
+    QVERIFY(m_tab->view().minimumSizeHint().width() <= 1000);
+    QVERIFY(m_tab->view().minimumSizeHint().height() <= 600);
+    QVERIFY(m_tab->find<ScrollingLabel>("metaLabel")->verticalScrollBar()->maximum() > 0);
+}
+
+void TestSkillsViewController::foreignTextIsPlain()
+{
+    m_tab->listed({{{"name", "<b>n</b>"}, {"skillKey", "<i>k</i>"}, {"requiredEnv", {"<b>A</b>"}}}});
+    m_tab->select(0);
+    QCOMPARE(m_tab->rows(), QStringList{QStringLiteral("<b>n</b>")});
+    QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for <i>k</i>."));
+    for (const QLabel* label : m_tab->view().findChildren<QLabel*>())
+        QCOMPARE(label->textFormat(), Qt::PlainText);
+}
+
+QTEST_MAIN(TestSkillsViewController)
+#include "TestSkillsViewController.moc"
