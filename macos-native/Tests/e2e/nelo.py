@@ -305,3 +305,13 @@ def replace_text(field: Node, text: str) -> None:
     until(lambda: field.is_focused, "the keyboard in the field")
     press("ctrl+a")
     type_text(text)
+
+
+def install_package(nelo: Nelo, tab: Node, file: Path) -> None:
+    """Has the Skills tab install a package; what comes of it is told in an alert."""
+    tab.find("push button", "Install Skill").click()
+    panel = nelo.accessible.find("dialog", re.compile("Choose an openclaw skill package"))
+    field = panel.find("text", "File name:")
+    until(lambda: field.is_focused, "the keyboard in the panel")
+    type_text(str(file))
+    press("Return")

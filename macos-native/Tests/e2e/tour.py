@@ -2,16 +2,19 @@
 from __future__ import annotations
 
 import contextlib
+import json
 import os
+import re
 import sys
 import tempfile
 from pathlib import Path
 from typing import Iterator
 
 from model_server import ModelServer
-from nelo import (Nelo, Node, choose_in_popup, open_chat, press, replace_text, store_api_key, take_picture, type_text,
-                  until)
+from nelo import (Nelo, Node, choose_in_popup, install_package, open_chat, press, replace_text, store_api_key,
+                  take_picture, type_text, until)
 from provider import Provider
+from skill_packages import WEATHER, package, served_catalogue
 
 SCALE = int(os.environ.get("NELO_SCALE", "1"))
 FOLDER = Path(sys.argv[1])
@@ -54,7 +57,10 @@ def show_console(nelo: Nelo) -> None:
     for tab in ("Runtime", "Tovani", "Skills", "Settings"):
         console.find("page tab", tab).click()
         console.find("page tab list", tab)  # it is called as the page in front
-        picture(f"console-{tab.lower()}")
+        if tab == "Skills":
+            show_skills(nelo, console)
+        else:
+            picture(f"console-{tab.lower()}")
 
 
 def show_agents(nelo: Nelo, console: Node) -> None:
@@ -107,6 +113,83 @@ def show_editor(nelo: Nelo, console: Node) -> None:
     nelo.window("Nelo Console")
 
 
+def show_skills(nelo: Nelo, console: Node) -> None:
+    console.find("label", re.compile("Loaded .* skills"))
+    picture("skills-list")
+    dismissed(nelo, console.find("push button", "Save Config"), "No Selection", "skills-no-selection")
+    show_entries(nelo, console)
+    show_sources(nelo, console)
+    show_installs(nelo, console)
+
+
+def show_entries(nelo: Nelo, console: Node) -> None:
+    table = console.find("table", "Skills")
+    table.find("table cell", "[shared] plain").click()
+    console.find("label", "Loaded config for plain.")
+    picture("skills-no-fields")
+    table.find("table cell", "[shared] verbose").click()
+    console.find("label", "Loaded config for verbose.")
+    picture("skills-long-texts")
+    table.find("table cell", "[shared] weather").click()
+    console.find("label", "Loaded config for weather.")
+    replace_text(console.find("text", "Weather key (WEATHER_KEY)"), "w-1")
+    replace_text(console.find("text", "CITY"), "Beijing")
+    console.find("push button", "Save Config").click()
+    console.find("label", "Saved config for weather.")
+    picture("console-skills")
+
+    mode = console.find("combo box", "dynamic")
+    choose_in_popup(mode, "json")
+    picture("skills-json")
+    replace_text(console.find("text", "ENV"), "[1]")
+    dismissed(nelo, console.find("push button", "Save Config"), "Invalid JSON", "skills-invalid-json")
+    choose_in_popup(mode, "dynamic")
+
+
+def show_sources(nelo: Nelo, console: Node) -> None:
+    console.find("table", "Skills").find("table cell", "[shared] social-media-alert").click()
+    console.find("label", "Loaded config for social-media-alert.")
+    add = console.find("push button", "Add Source")
+    with dialog(nelo, add, "Add Source", "skills-add-source") as opened:
+        for caption, text in (("ID", "planet"), ("Name", "Planet News"), ("URL", "https://example.org/feed")):
+            replace_text(opened.find("text", caption), text)
+        press("Return")
+    console.find("label", "Source added.")
+    picture("skills-sources")
+    with dialog(nelo, add, "Add Source", "skills-add-source-again"):
+        press("Return")
+    nelo.accessible.find("dialog", "Add Source Failed")
+    picture("skills-add-source-failed")
+    press("Escape")
+    nelo.window("Nelo Console")
+
+
+def show_install(nelo: Nelo, console: Node, file: Path, title: str, name: str) -> None:
+    install_package(nelo, console, file)
+    nelo.accessible.find("dialog", title)
+    picture(name)
+    press("Escape")
+    nelo.window("Nelo Console")
+
+
+def show_installs(nelo: Nelo, console: Node) -> None:
+    file = nelo.home / "weather.zip"
+    file.write_bytes(package(WEATHER))
+    show_install(nelo, console, file, "Skill Installed", "skills-installed")
+    file.write_bytes(b"no package")
+    show_install(nelo, console, file, "Install Failed", "skills-install-failed")
+    cloud = console.find("push button", "Install Cloud Skill")
+    with dialog(nelo, cloud, "Install Cloud Skill", "skills-cloud-skill"):
+        press("Return")
+    nelo.accessible.find("dialog", "Select OpenClaw Agent")
+    picture("skills-cloud-agent")
+    press("Return")
+    nelo.accessible.find("dialog", "Cloud Skill Installed")
+    picture("skills-cloud-installed")
+    press("Escape")
+    nelo.window("Nelo Console")
+
+
 def show_chat(nelo: Nelo, provider: Provider) -> None:
     chat = open_chat(nelo)
     picture("chat-welcome")
@@ -155,6 +238,28 @@ def make_agents(home: Path) -> None:
     (home / ".openclaw/openclaw.json").write_text('{\n  "gateway": {"port": 18789},\n  "name": "领航员"\n}\n')
 
 
+def make_skills(home: Path, catalogue: str) -> None:
+    documents = {
+        "plain": "---\nname: plain\ndescription: Needs nothing.\n---\n",
+        "social-media-alert": "---\nname: social-media-alert\ndescription: Watches the news.\n---\n",
+        "verbose": verbose_document(),
+        "weather": WEATHER,
+    }
+    for name, document in documents.items():
+        folder = home / ".openclaw/skills" / name
+        folder.mkdir(parents=True)
+        (folder / "SKILL.md").write_text(document)
+    (home / ".nelo").mkdir(exist_ok=True)
+    (home / ".nelo/settings.json").write_text(json.dumps({"cloud_skills": {"catalog_url": catalogue}}))
+
+
+def verbose_document() -> str:
+    """A skill with a long description, Chinese and Latin, that needs forty variables with long names."""
+    variables = [f"VERBOSE_SKILL_VARIABLE_NUMBER_{number}_长名" for number in range(40)]
+    metadata = json.dumps({"requires": {"env": variables}, "primaryEnv": variables[0]})
+    return f"---\nname: verbose\ndescription: {'很长的说明, a long description. ' * 400}\nmetadata: {metadata}\n---\n"
+
+
 class ModelsWindow(Nelo):
     """The Models tab, which the program has no place for yet, in a window of its own."""
 
@@ -178,8 +283,10 @@ def show_models() -> None:
 
 def tour() -> None:
     provider = Provider(answers={QUESTION: "因为瑞利散射。", LONG_QUESTION: LONG_REPLY})
-    with contextlib.closing(provider), tempfile.TemporaryDirectory(prefix="nelo-home-") as folder:
+    with (contextlib.closing(provider), served_catalogue({"weather": package(WEATHER)}) as catalogue,
+          tempfile.TemporaryDirectory(prefix="nelo-home-") as folder):
         make_agents(Path(folder))
+        make_skills(Path(folder), catalogue)
         with Nelo(home=Path(folder), scale=SCALE, environment={"NELO_OPENAI_BASE_URL": provider.url}) as nelo:
             show_menu(nelo)
             show_chat(nelo, provider)

@@ -1,0 +1,56 @@
+"""Skill packages made on the spot, and a catalogue of them served on this machine."""
+from __future__ import annotations
+
+import contextlib
+import hashlib
+import io
+import json
+import threading
+import zipfile
+from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
+from typing import Iterator
+
+WEATHER = """\
+---
+name: weather
+description: Tells the weather of a city, 天气预报.
+metadata: {"requires": {"env": ["WEATHER_KEY", "CITY"]}, "primaryEnv": "WEATHER_KEY", "primaryEnvLabel": "Weather key"}
+---
+Ask the service, then tell the weather.
+"""
+
+
+def package(document: str) -> bytes:
+    """The ZIP file of a skill that consists of its document."""
+    buffer = io.BytesIO()
+    with zipfile.ZipFile(buffer, "w", zipfile.ZIP_DEFLATED) as archive:
+        archive.writestr("SKILL.md", document)
+    return buffer.getvalue()
+
+
+@contextlib.contextmanager
+def served_catalogue(skills: dict[str, bytes]) -> Iterator[str]:
+    """Serves a catalogue of these packages by key, and gives its address."""
+    catalogue = [{"key": key, "name": key.title(), "version": "1.2", "description": "来自云端, from the cloud",
+                  "url": f"{key}.zip", "sha256": hashlib.sha256(content).hexdigest()} for key, content in skills.items()]
+    contents = {"/catalogue.json": json.dumps({"skills": catalogue}).encode(),
+                **{f"/{key}.zip": content for key, content in skills.items()}}
+
+    class Handler(BaseHTTPRequestHandler):
+        def do_GET(self) -> None:
+            content = contents.get(self.path)
+            self.send_response(404 if content is None else 200)
+            self.send_header("Content-Length", str(len(content or b"")))
+            self.end_headers()
+            self.wfile.write(content or b"")
+
+        def log_message(self, *_: object) -> None:
+            pass
+
+    server = ThreadingHTTPServer(("127.0.0.1", 0), Handler)
+    threading.Thread(target=server.serve_forever, daemon=True).start()
+    try:
+        yield f"http://127.0.0.1:{server.server_port}/catalogue.json"
+    finally:
+        server.shutdown()
+        server.server_close()
