@@ -108,6 +108,12 @@ class Node:
         return self._accessible.get_state_set().contains(Atspi.StateType.ACTIVE)
 
     @property
+    def area(self) -> Area:
+        """Where it is on the screen, in unscaled pixels."""
+        extents = Atspi.Component.get_extents(self._accessible, Atspi.CoordType.SCREEN)
+        return Area(extents.x, extents.y, extents.width, extents.height)
+
+    @property
     def text(self) -> str:
         return Atspi.Text.get_text(self._accessible, 0, Atspi.Text.get_character_count(self._accessible))
 
@@ -128,7 +134,7 @@ class Node:
 
     def click(self) -> None:
         """Clicks its middle with the mouse."""
-        area = Atspi.Component.get_extents(self._accessible, Atspi.CoordType.SCREEN)
+        area = self.area
         click((area.x + area.width / 2) * self._scale, (area.y + area.height / 2) * self._scale)  # it tells unscaled pixels
 
     def find(self, role: str, name: str | re.Pattern[str]) -> "Node":

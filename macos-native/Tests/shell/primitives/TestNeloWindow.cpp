@@ -6,6 +6,7 @@
 
 #include <QAccessible>
 #include <QGuiApplication>
+#include <QLineEdit>
 #include <QPointer>
 #include <QScreen>
 #include <QTest>
@@ -23,6 +24,7 @@ private slots:
     void comesForwardWithTheKeyboard();
     void comesBackWhenMinimised();
     void closingHidesItAndKeepsItsContent();
+    void theKeyThatClosesAWindowClosesIt();
     void ownsItsContent();
     void tellsAssistiveTechnologyThatItIsAWindow();
     void aFlippedViewStartsAtTheTop();
@@ -104,6 +106,19 @@ void TestNeloWindow::closingHidesItAndKeepsItsContent()
     QVERIFY(!window.isVisible());
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QVERIFY(content);
+}
+
+void TestNeloWindow::theKeyThatClosesAWindowClosesIt()
+{
+    NeloWindow window(QString(), {300, 200});
+    QLineEdit field(&window);
+    window.makeKeyAndOrderFront();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    field.setFocus();
+    QTest::keyClick(&field, Qt::Key_W, Qt::ControlModifier);
+    QVERIFY(!window.isVisible());
+    window.makeKeyAndOrderFront();
+    QVERIFY(window.isVisible());
 }
 
 void TestNeloWindow::ownsItsContent()

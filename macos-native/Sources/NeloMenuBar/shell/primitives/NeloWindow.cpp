@@ -5,6 +5,7 @@
 #include <QAccessibleWidget>
 #include <QGuiApplication>
 #include <QScreen>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 namespace {
@@ -24,6 +25,8 @@ NeloWindow::NeloWindow(const QString& title, QSize contentSize) : QWidget(nullpt
     setWindowTitle(title);
     setMinimumSize(contentSize);
     resize(contentSize);
+    const auto* closing = new QShortcut(QKeySequence::Close, this); // Command-W, Control-W
+    connect(closing, &QShortcut::activated, this, &QWidget::close);
     move(QGuiApplication::primaryScreen()->availableGeometry().center() - rect().center());
 }
 

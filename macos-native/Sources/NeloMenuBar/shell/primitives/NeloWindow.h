@@ -5,7 +5,7 @@
 class ViewController;
 
 /// A top-level window: titled, closable, minimisable and resizable, never smaller than it starts, centred on its
-/// screen. It remembers nothing, and closing hides it.
+/// screen. It remembers nothing. Closing, which the system's key for that does too, hides it.
 class NeloWindow final : public QWidget
 {
     Q_OBJECT
