@@ -78,7 +78,7 @@ class Area(NamedTuple):
 class Node:
     """One accessible object of the program."""
 
-    def __init__(self, accessible: Any, scale: int) -> None:
+    def __init__(self, accessible: Any, scale: float) -> None:
         self._accessible = accessible
         self._scale = scale
 
@@ -156,7 +156,7 @@ class Nelo:
 
     program = "NELO_PROGRAM"  # the environment variable with the program's path
 
-    def __init__(self, home: Path | None = None, scale: int = 1, environment: dict[str, str] | None = None) -> None:
+    def __init__(self, home: Path | None = None, scale: float = 1, environment: dict[str, str] | None = None) -> None:
         self._owned_home = tempfile.TemporaryDirectory(prefix="nelo-home-") if home is None else None
         self.home = home or Path(self._owned_home.name)  # type: ignore[union-attr]
         self._mark = f"NELO_TEST_RUN={uuid.uuid4()}"

@@ -16,7 +16,10 @@ from nelo import (Nelo, Node, choose_in_popup, install_package, open_chat, press
 from provider import Provider
 from skill_packages import WEATHER, package, served_catalogue
 
-SCALE = int(os.environ.get("NELO_SCALE", "1"))
+SCALE = float(os.environ.get("NELO_SCALE", "1"))
+LOOK = os.environ.get("NELO_LOOK", "")  # what this round of pictures is called; nothing for the ordinary one
+DARK = {"View": (27, 30, 32), "Window": (42, 46, 50), "Button": (49, 54, 59), "Selection": (61, 174, 233),
+        "Tooltip": (49, 54, 59)}
 FOLDER = Path(sys.argv[1])
 QUESTION = "Why is the sky blue"
 LONG_QUESTION = "Please explain it again, slowly and with an example from daily life, for a reader of ten years who likes to ask back"
@@ -26,7 +29,7 @@ LONG_REPLY = ("天空之所以是蓝色的，是因为阳光穿过大气层时�
 
 
 def picture(name: str) -> None:
-    take_picture(FOLDER / f"{name}{'' if SCALE == 1 else f'@{SCALE}x'}.png")
+    take_picture(FOLDER / f"{name}{LOOK and '@' + LOOK}.png")
 
 
 @contextlib.contextmanager
@@ -260,6 +263,20 @@ def verbose_document() -> str:
     return f"---\nname: verbose\ndescription: {'很长的说明, a long description. ' * 400}\nmetadata: {metadata}\n---\n"
 
 
+def desktop_settings(home: Path) -> dict[str, str]:
+    """Writes the colours of a dark desktop where `LOOK` says so, and returns what a program on it finds around it."""
+    if LOOK != "dark":
+        return {}
+    lines: list[str] = []
+    for group, (red, green, blue) in DARK.items():
+        lines += [f"[Colors:{group}]", f"BackgroundNormal={red},{green},{blue}", "ForegroundNormal=252,252,252",
+                  "ForegroundInactive=161,169,177", "ForegroundLink=29,153,243",
+                  f"BackgroundAlternate={red + 8},{green + 8},{blue + 8}"]
+    (home / ".config").mkdir(exist_ok=True)
+    (home / ".config/kdeglobals").write_text("\n".join(lines) + "\n")
+    return {"XDG_CURRENT_DESKTOP": "KDE", "KDE_SESSION_VERSION": "5", "KDE_FULL_SESSION": "true"}
+
+
 class ModelsWindow(Nelo):
     """The Models tab, which the program has no place for yet, in a window of its own."""
 
@@ -271,7 +288,9 @@ class ModelsWindow(Nelo):
 
 def show_models() -> None:
     server = ModelServer()
-    with contextlib.closing(server), ModelsWindow(scale=SCALE, environment={"OLLAMA_HOST": server.address}) as nelo:
+    with (contextlib.closing(server), tempfile.TemporaryDirectory(prefix="nelo-home-") as folder,
+          ModelsWindow(home=Path(folder), scale=SCALE, environment={"OLLAMA_HOST": server.address,
+                                                                    **desktop_settings(Path(folder))}) as nelo):
         window = nelo.window("Models")
         window.find("table", "Remote Models").find("table cell", "qwen3:30b").click()
         window.find("push button", "Download Selected").click()
@@ -287,7 +306,8 @@ def tour() -> None:
           tempfile.TemporaryDirectory(prefix="nelo-home-") as folder):
         make_agents(Path(folder))
         make_skills(Path(folder), catalogue)
-        with Nelo(home=Path(folder), scale=SCALE, environment={"NELO_OPENAI_BASE_URL": provider.url}) as nelo:
+        environment = {"NELO_OPENAI_BASE_URL": provider.url, **desktop_settings(Path(folder))}
+        with Nelo(home=Path(folder), scale=SCALE, environment=environment) as nelo:
             show_menu(nelo)
             show_chat(nelo, provider)
             show_console(nelo)
