@@ -156,11 +156,13 @@ class Nelo:
 
     program = "NELO_PROGRAM"  # the environment variable with the program's path
 
-    def __init__(self, home: Path | None = None, scale: float = 1, environment: dict[str, str] | None = None) -> None:
+    def __init__(self, home: Path | None = None, scale: float = 1, environment: dict[str, str] | None = None,
+                 folder: Path = REPOSITORY) -> None:
         self._owned_home = tempfile.TemporaryDirectory(prefix="nelo-home-") if home is None else None
         self.home = home or Path(self._owned_home.name)  # type: ignore[union-attr]
         self._mark = f"NELO_TEST_RUN={uuid.uuid4()}"
         self._scale = scale
+        self._folder = folder
         name, value = self._mark.split("=")
         self.environment = {
             **os.environ,
@@ -184,7 +186,7 @@ class Nelo:
         return [os.environ[self.program]]
 
     def __enter__(self) -> "Nelo":
-        self.process = subprocess.Popen(self.command, cwd=REPOSITORY, env=self.environment)
+        self.process = subprocess.Popen(self.command, cwd=self._folder, env=self.environment)
         try:
             self._await_start()
         except AssertionError:

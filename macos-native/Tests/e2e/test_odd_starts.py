@@ -1,0 +1,87 @@
+"""Starts under conditions that nobody planned: each gives a program that can be used."""
+from __future__ import annotations
+
+import os
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+from nelo import Nelo, open_chat, press, type_text, until
+
+REPORT_STATUS = "Runtime status refreshed."
+
+
+class OddStartTest(unittest.TestCase):
+    def assert_usable(self, nelo: Nelo) -> None:
+        chat = open_chat(nelo)
+        type_text("hi")
+        press("Return")
+        chat.find("label", "local greeting")
+        nelo.choose("Open Nelo Console")
+        console = nelo.window("Nelo Console")
+        console.find("page tab", "Runtime").click()
+        console.find("label", REPORT_STATUS)
+        self.assertEqual(nelo.quit(), 0)
+        self.assertEqual(nelo.processes(), [])
+
+    def test_a_home_that_cannot_be_written(self) -> None:
+        with Nelo(environment={"HOME": "/proc"}) as nelo:
+            self.assert_usable(nelo)
+
+    def test_a_home_whose_name_has_blanks_and_chinese_letters(self) -> None:
+        with tempfile.TemporaryDirectory(prefix="nelo-home-") as folder:
+            home = Path(folder) / "我 的 家"
+            home.mkdir()
+            with Nelo(home=home) as nelo:
+                self.assert_usable(nelo)
+            self.assertTrue((home / ".nelo/menubar_chat.log").exists())
+
+    def test_session_folders_that_are_relative(self) -> None:
+        folders = ("XDG_RUNTIME_DIR", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME")
+        with tempfile.TemporaryDirectory() as temporary:
+            with Nelo(environment={**dict.fromkeys(folders, "relative"), "TMPDIR": temporary}) as nelo:
+                self.assert_usable(nelo)
+
+    def test_no_session_folders(self) -> None:
+        with tempfile.TemporaryDirectory() as temporary:
+            nelo = Nelo(environment={"TMPDIR": temporary})
+            del nelo.environment["XDG_RUNTIME_DIR"]
+            with nelo:
+                self.assert_usable(nelo)
+
+    def test_the_root_folder_a_short_path_and_no_locale(self) -> None:
+        nelo = Nelo(folder=Path("/"), environment={"PATH": "/usr/bin:/bin"})
+        for variable in [name for name in nelo.environment if name == "LANG" or name.startswith("LC_")]:
+            del nelo.environment[variable]
+        with nelo:
+            self.assert_usable(nelo)
+
+
+class VanishingDisplayTest(unittest.TestCase):
+    def test_the_program_ends_with_its_display(self) -> None:
+        reader, writer = os.pipe()
+        display = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-nolisten", "tcp"], pass_fds=[writer],
+                                   stderr=subprocess.DEVNULL)
+        self.addCleanup(display.wait)
+        self.addCleanup(display.kill)
+        os.close(writer)
+        with os.fdopen(reader) as numbers:
+            number = numbers.readline().strip()
+
+        nelo = LauncherOnly(environment={"DISPLAY": f":{number}"})
+        with nelo:
+            display.kill()
+            nelo.process.wait(20)
+            until(lambda: nelo.processes() == [], "every process gone")
+
+
+class LauncherOnly(Nelo):
+    """The program on a display with neither tray nor window manager."""
+
+    def _await_start(self) -> None:
+        self.accessible.find("frame", "Nelo")
+
+
+if __name__ == "__main__":
+    unittest.main()
