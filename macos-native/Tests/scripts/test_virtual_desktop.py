@@ -1,0 +1,66 @@
+"""The virtual desktop of scripts/virtual-desktop: it ends with its command, and whole when it is interrupted."""
+from __future__ import annotations
+
+import os
+import signal
+import subprocess
+import tempfile
+import time
+import unittest
+import uuid
+from pathlib import Path
+
+SCRIPT = Path(__file__).resolve().parents[3] / "scripts/virtual-desktop"
+PATIENCE_SECONDS = 20
+
+
+class VirtualDesktopTest(unittest.TestCase):
+    def setUp(self) -> None:
+        self.mark = f"VIRTUAL_DESKTOP_TEST={uuid.uuid4()}"
+        self.folder = tempfile.TemporaryDirectory()
+        self.addCleanup(self.folder.cleanup)
+        name, value = self.mark.split("=")
+        self.environment = {**os.environ, name: value, "TMPDIR": self.folder.name}
+
+    def processes(self) -> list[str]:
+        """The names of all processes that the desktop has started, the script included."""
+        found = []
+        for folder in Path("/proc").iterdir():
+            try:
+                if self.mark.encode() in (folder / "environ").read_bytes().split(b"\0"):
+                    found.append((folder / "comm").read_text().strip())
+            except OSError:
+                continue  # no process, or it ended, or is not ours to look at
+        return found
+
+    def start(self, *command: str) -> "subprocess.Popen[str]":
+        process = subprocess.Popen([SCRIPT, *command], env=self.environment, stdout=subprocess.PIPE, text=True,
+                                   preexec_fn=lambda: signal.signal(signal.SIGINT, signal.default_int_handler))
+        self.addCleanup(process.stdout.close)  # type: ignore[union-attr]
+        return process
+
+    def test_the_command_has_a_display_a_bus_and_its_status_is_passed_on(self) -> None:
+        process = self.start("bash", "-c", 'echo "$DISPLAY $DBUS_SESSION_BUS_ADDRESS"; exit 7')
+        said, _ = process.communicate(timeout=PATIENCE_SECONDS)
+        self.assertRegex(said, r"\A:\d+ unix:")
+        self.assertEqual(process.returncode, 7)
+        self.assertEqual(self.processes(), [])
+        self.assertEqual(list(Path(self.folder.name).iterdir()), [])
+
+    def test_an_interrupt_ends_everything(self) -> None:
+        for number, status in ((signal.SIGTERM, 143), (signal.SIGINT, 130)):
+            with self.subTest(number):
+                process = self.start("bash", "-c", "echo ready; sleep 1000")
+                self.assertEqual(process.stdout.readline(), "ready\n")  # type: ignore[union-attr]
+                self.assertIn("Xvfb", self.processes())
+                process.send_signal(number)
+                self.assertEqual(process.wait(PATIENCE_SECONDS), status)
+                deadline = time.monotonic() + PATIENCE_SECONDS
+                while self.processes() and time.monotonic() < deadline:
+                    time.sleep(0.02)
+                self.assertEqual(self.processes(), [])
+                self.assertEqual(list(Path(self.folder.name).iterdir()), [])
+
+
+if __name__ == "__main__":
+    unittest.main()
