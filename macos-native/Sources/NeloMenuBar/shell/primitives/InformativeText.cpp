@@ -86,8 +86,8 @@ void InformativeText::showInPieces(const QString& text)
         if (chunks[i].start == chunks[i - 1].end())
             continuations.push_back(chunks[i].start);
     }
-    for (auto start = continuations.rbegin(); start != continuations.rend(); ++start)
-        pieces.insert(*start, u'\n');
+    std::for_each(continuations.rbegin(), continuations.rend(),
+                  [&pieces](qsizetype start) { pieces.insert(start, u'\n'); });
     setPlainText(pieces);
     qsizetype inserted = 0;
     for (const qsizetype start : continuations)
