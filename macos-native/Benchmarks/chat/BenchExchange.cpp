@@ -26,6 +26,13 @@ constexpr int rounds = 101;
 const QString text(20'000, QLatin1Char('x'));
 const QByteArray reply = R"({"choices":[{"message":{"content":")" + text.toLatin1() + R"("}}]})";
 
+/// The reply; the connection goes on unless the request asks for its end.
+HttpAnswer answerTo(const HttpRequest& request)
+{
+    const HttpAnswer answer = HttpAnswer::message(200, reply);
+    return request.header("Connection") == "close" ? answer : answer.keptAlive();
+}
+
 /// A server in a thread of its own, as one in another process would be.
 class ServerThread final
 {
@@ -36,7 +43,7 @@ public:
         m_thread.start();
         inThread([this, &make] {
             m_server = make();
-            m_server->answerEach(HttpAnswer::message(200, reply));
+            m_server->answerBy(answerTo);
         });
     }
     ServerThread(const ServerThread&) = delete;

@@ -17,6 +17,8 @@ private slots:
     void repliesCompleteInTheOrderTheyCome();
     void aHundredCallsAnsweredInReverseAllComplete();
     void oneFailureIsNotThatOfTheOthers();
+    void nothingIsSentTwiceWhileOthersAreUnderWay();
+    void noConnectionServesTwoCalls();
     void noCallTimesOutWhileItWaitsForAnother();
     void noConnectionIsLeftAfterTheReply();
     void aClientThatGoesTakesItsCallsWithIt();
@@ -98,6 +100,40 @@ void TestChatCallsAtOnce::oneFailureIsNotThatOfTheOthers()
     QCOMPARE(failed, 6);
 }
 
+void TestChatCallsAtOnce::nothingIsSentTwiceWhileOthersAreUnderWay()
+{
+    m_calls->server.answerBy([](const HttpRequest& request) -> std::optional<HttpAnswer> {
+        const QString question = questionOf(request);
+        if (question == QStringLiteral("held"))
+            return std::nullopt;
+        return question == QStringLiteral("answered") ? HttpAnswer::message(200, replyBody(question))
+                                                      : HttpAnswer::rawThenClose("");
+    });
+    m_calls->start(QStringLiteral("held"));
+    m_calls->start(QStringLiteral("answered"));
+    QVERIFY(m_calls->waitForOutcomes(1));
+    m_calls->start(QStringLiteral("closed on"));
+    QVERIFY(m_calls->waitForOutcomes(2));
+    QCOMPARE(textOf(m_calls->outcomes.back()), QStringLiteral("<Connection closed>"));
+    QCOMPARE(m_calls->server.requests().size(), 3);
+}
+
+void TestChatCallsAtOnce::noConnectionServesTwoCalls()
+{
+    m_calls->server.answerBy([](const HttpRequest& request) -> std::optional<HttpAnswer> {
+        if (questionOf(request) == QStringLiteral("held"))
+            return std::nullopt;
+        return HttpAnswer::message(200, replyBody(questionOf(request)));
+    });
+    m_calls->start(QStringLiteral("held"));
+    for (int call = 1; call <= 20; ++call) {
+        m_calls->start(QString::number(call));
+        QVERIFY(m_calls->waitForOutcomes(static_cast<std::size_t>(call)));
+        QCOMPARE(textOf(m_calls->outcomes.back()), QString::number(call));
+    }
+    QCOMPARE(m_calls->server.connectionCount(), 21);
+}
+
 void TestChatCallsAtOnce::noCallTimesOutWhileItWaitsForAnother()
 {
     m_calls->client = std::make_unique<ChatClient>(std::chrono::milliseconds(600));
@@ -113,7 +149,7 @@ void TestChatCallsAtOnce::noCallTimesOutWhileItWaitsForAnother()
 
 void TestChatCallsAtOnce::noConnectionIsLeftAfterTheReply()
 {
-    m_calls->server.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("hello"))));
+    m_calls->server.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("hello"))).keptAlive());
     for (int call = 1; call <= 3; ++call) {
         QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
         QTRY_COMPARE(m_calls->server.openConnections(), 0);

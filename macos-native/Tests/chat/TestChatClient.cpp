@@ -59,6 +59,7 @@ void TestChatClient::postsExactlyToTheEndpoint()
     QCOMPARE(request.header("Content-Type"), QByteArray("application/json"));
     QCOMPARE(request.header("Authorization"), QByteArray("Bearer sk-123 4"));
     QCOMPARE(request.count("Authorization"), 1);
+    QCOMPARE(request.header("Connection"), QByteArray("close")); // no other request is to wait for this connection
     QCOMPARE(request.header("Content-Length"), QByteArray::number(request.body.size()));
 }
 

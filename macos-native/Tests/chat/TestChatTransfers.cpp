@@ -16,6 +16,8 @@ private slots:
     void cleanup();
     void everyFramingOfAReplyIsUnderstood_data();
     void everyFramingOfAReplyIsUnderstood();
+    void aConnectionMayCloseUnannounced_data();
+    void aConnectionMayCloseUnannounced();
     void aReplyThatBreaksOffIsATransportError_data();
     void aReplyThatBreaksOffIsATransportError();
     void callsAtOnceAreSentOnceEach();
@@ -66,6 +68,12 @@ HttpAnswer goodAnswer()
     return HttpAnswer::message(200, replyBody(QStringLiteral("hello")));
 }
 
+/// The same bytes without the line that says that the connection closes.
+HttpAnswer unannounced(const HttpAnswer& answer)
+{
+    return HttpAnswer::rawThenClose(answer.keptAlive().bytes());
+}
+
 } // namespace
 
 void TestChatTransfers::init()
@@ -85,20 +93,18 @@ void TestChatTransfers::everyFramingOfAReplyIsUnderstood_data()
     const QByteArray body = replyBody(QStringLiteral("hello"));
     const HttpAnswer chunks = HttpAnswer::chunked(200, {body.first(1), body.sliced(1, 20), body.sliced(21)});
     QTest::newRow("a length") << goodAnswer();
-    QTest::newRow("a length, and the connection closes unannounced") << HttpAnswer::rawThenClose(goodAnswer().bytes());
+    QTest::newRow("a length, and the connection goes on") << goodAnswer().keptAlive();
     QTest::newRow("chunks") << chunks;
-    QTest::newRow("chunks, and the connection closes unannounced") << HttpAnswer::rawThenClose(chunks.bytes());
     QTest::newRow("HTTP/1.0 until the connection closes") << HttpAnswer::untilClose(200, body);
-    QTest::newRow("HTTP/1.1 until the connection closes") << HttpAnswer::rawThenClose("HTTP/1.1 200 OK\r\n\r\n" + body);
     QTest::newRow("HTTP/1.0 with a length") << HttpAnswer::rawThenClose(
         "HTTP/1.0 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body);
     QTest::newRow("gzip") << HttpAnswer::message(200, gzip(body), {"Content-Encoding: gzip"});
     QTest::newRow("a few bytes at a time") << goodAnswer().inPieces(9, 1ms);
     QTest::newRow("chunks a few bytes at a time") << chunks.inPieces(9, 1ms);
     QTest::newRow("\"continue\" before it")
-        << HttpAnswer{{{0ms, "HTTP/1.1 100 Continue\r\n\r\n" + goodAnswer().bytes()}}, HttpAnswer::End::KeepOpen};
+        << HttpAnswer::rawThenClose("HTTP/1.1 100 Continue\r\n\r\n" + goodAnswer().bytes());
     QTest::newRow("no reason beside the status")
-        << HttpAnswer{{{0ms, goodAnswer().bytes().replace(" Scripted", "")}}, HttpAnswer::End::KeepOpen};
+        << HttpAnswer::rawThenClose(goodAnswer().bytes().replace(" Scripted", ""));
 }
 
 void TestChatTransfers::everyFramingOfAReplyIsUnderstood()
@@ -114,6 +120,25 @@ void TestChatTransfers::everyFramingOfAReplyIsUnderstood()
     QVERIFY(m_calls->waitForOutcomes(21)); // with that of the last ask()
     for (const ChatOutcome& outcome : m_calls->outcomes)
         QCOMPARE(textOf(outcome), QStringLiteral("hello"));
+}
+
+void TestChatTransfers::aConnectionMayCloseUnannounced_data()
+{
+    QTest::addColumn<HttpAnswer>("answer");
+    const QByteArray body = replyBody(QStringLiteral("hello"));
+    QTest::newRow("after a body that ends there") << HttpAnswer::rawThenClose("HTTP/1.1 200 OK\r\n\r\n" + body);
+    QTest::newRow("after a length") << unannounced(goodAnswer());
+    QTest::newRow("after chunks") << unannounced(HttpAnswer::chunked(200, {body.first(1), body.sliced(1)}));
+}
+
+void TestChatTransfers::aConnectionMayCloseUnannounced()
+{
+    QFETCH(HttpAnswer, answer);
+    m_calls->server.answerEach(answer);
+    for (int call = 1; call <= 10; ++call) { // often, because closing and reading race
+        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+        QCOMPARE(m_calls->server.requests().size(), call);
+    }
 }
 
 void TestChatTransfers::aReplyThatBreaksOffIsATransportError_data()

@@ -20,16 +20,16 @@ HttpAnswer oneGo(const QByteArray& bytes, HttpAnswer::End end)
 
 HttpAnswer HttpAnswer::message(int status, const QByteArray& body, const QByteArrayList& headers)
 {
-    const QByteArrayList all = headers + QByteArrayList{"Content-Length: " + QByteArray::number(body.size())};
-    return oneGo(head("HTTP/1.1", status, all) + body, End::KeepOpen);
+    const QByteArrayList ours{"Content-Length: " + QByteArray::number(body.size()), "Connection: close"};
+    return oneGo(head("HTTP/1.1", status, headers + ours) + body, End::Close);
 }
 
 HttpAnswer HttpAnswer::chunked(int status, const QByteArrayList& chunks)
 {
-    QByteArray bytes = head("HTTP/1.1", status, {"Transfer-Encoding: chunked"});
+    QByteArray bytes = head("HTTP/1.1", status, {"Transfer-Encoding: chunked", "Connection: close"});
     for (const QByteArray& chunk : chunks)
         bytes += QByteArray::number(chunk.size(), 16) + "\r\n" + chunk + "\r\n";
-    return oneGo(bytes + "0\r\n\r\n", End::KeepOpen);
+    return oneGo(bytes + "0\r\n\r\n", End::Close);
 }
 
 HttpAnswer HttpAnswer::untilClose(int status, const QByteArray& body)
@@ -55,6 +55,11 @@ HttpAnswer HttpAnswer::silence()
 HttpAnswer HttpAnswer::cutAfter(qsizetype count) const
 {
     return oneGo(bytes().first(count), End::Close);
+}
+
+HttpAnswer HttpAnswer::keptAlive() const
+{
+    return oneGo(bytes().replace("Connection: close\r\n", ""), End::KeepOpen);
 }
 
 HttpAnswer HttpAnswer::delayedBy(std::chrono::milliseconds pause) const

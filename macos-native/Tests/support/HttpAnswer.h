@@ -20,9 +20,10 @@ struct HttpAnswer
     QList<Piece> pieces;
     End end = End::KeepOpen;
 
-    /// A complete HTTP/1.1 message with a Content-Length. Each of `headers` is a whole line, such as "X-Name: value".
+    /// A complete HTTP/1.1 message with a Content-Length, the last on its connection, as our requests ask. Each of
+    /// `headers` is a whole line, such as "X-Name: value".
     static HttpAnswer message(int status, const QByteArray& body, const QByteArrayList& headers = {});
-    /// A complete HTTP/1.1 message whose body comes in `chunks`.
+    /// The same with a body that comes in `chunks`.
     static HttpAnswer chunked(int status, const QByteArrayList& chunks);
     /// An HTTP/1.0 message, whose body ends with the connection.
     static HttpAnswer untilClose(int status, const QByteArray& body);
@@ -35,6 +36,8 @@ struct HttpAnswer
 
     /// The same, but the connection ends after the first `count` bytes.
     HttpAnswer cutAfter(qsizetype count) const;
+    /// The same message, but the connection goes on, whatever the request asked.
+    HttpAnswer keptAlive() const;
     /// The same, but it begins later.
     HttpAnswer delayedBy(std::chrono::milliseconds pause) const;
     /// The same bytes, `pieceSize` at a time with `pause` before each.

@@ -91,18 +91,15 @@ QNetworkReply* ChatClient::post(const Exchange& exchange)
     auto* const upload = new ChatUpload(exchange.body);
     QNetworkReply* const reply = m_manager.post(request, upload);
     upload->setParent(reply);
-    // A request that a server may have acted on is not sent again. But a connection that served another one before may
-    // have been about to close; and before a redirect the manager asks too, to leave the rest to us.
-    upload->setPolicy([reply, mayBeStale = m_connectionsWereUsed] {
-        return mayBeStale || asksToPostElsewhere(statusOf(*reply).value_or(0));
-    });
+    // A request that a server may have acted on is not sent again. But before a redirect the manager asks too, to leave
+    // the rest to us.
+    upload->setPolicy([reply] { return asksToPostElsewhere(statusOf(*reply).value_or(0)); });
     return reply;
 }
 
 void ChatClient::receive(const std::shared_ptr<Exchange>& exchange, QNetworkReply* reply)
 {
     reply->deleteLater();
-    m_connectionsWereUsed = true;
     const ChatTransfer transfer = transferOf(*reply);
     const QUrl target = reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
     const std::optional<QUrl> next =
@@ -126,11 +123,9 @@ void ChatClient::conclude(const std::shared_ptr<Exchange>& exchange, const ChatT
     --m_underWay;
     startWaiting();
     if (m_underWay == 0) {
-        // A connection is not kept for the next call. On one that is, a request stalls for 40 ms, because its head and
-        // body leave in two writes and the second waits for the acknowledgement of the first; one that died while the
-        // machine slept swallows a request until its timeout; and between calls the program holds none.
+        // A server may keep connections that it was asked to close. They do not serve the next call: one that died
+        // while the machine slept swallows a request until its timeout; and between calls the program holds none.
         m_manager.clearConnectionCache();
-        m_connectionsWereUsed = false;
     }
     const ChatVerdict verdict = interpretChatReply(transfer);
     neloChatLog(verdict.logEntry);

@@ -35,7 +35,6 @@ private:
 
     std::chrono::milliseconds m_patience;
     QQueue<std::shared_ptr<Exchange>> m_waiting;
-    int m_underWay = 0;                 // exchanges
-    bool m_connectionsWereUsed = false; // for a request that is over
+    int m_underWay = 0; // exchanges
     QNetworkAccessManager m_manager;
 };
