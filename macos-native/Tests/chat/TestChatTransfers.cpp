@@ -20,6 +20,8 @@ private slots:
     void aConnectionMayCloseUnannounced();
     void aReplyThatBreaksOffIsATransportError_data();
     void aReplyThatBreaksOffIsATransportError();
+    void aPackedReplyCutInHalfIsAFailure_data();
+    void aPackedReplyCutInHalfIsAFailure();
     void callsAtOnceAreSentOnceEach();
     void aReplyCutAtAnyByteFails();
     void whatIsNotHttpIsATransportError_data();
@@ -98,6 +100,8 @@ void TestChatTransfers::everyFramingOfAReplyIsUnderstood_data()
     QTest::newRow("HTTP/1.0 until the connection closes") << HttpAnswer::untilClose(200, body);
     QTest::newRow("HTTP/1.0 with a length") << HttpAnswer::rawThenClose(
         "HTTP/1.0 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body);
+    QTest::newRow("gzip until the connection closes")
+        << HttpAnswer::rawThenClose("HTTP/1.0 200 OK\r\nContent-Encoding: gzip\r\n\r\n" + gzip(body));
     QTest::newRow("gzip") << HttpAnswer::message(200, gzip(body), {"Content-Encoding: gzip"});
     QTest::newRow("a few bytes at a time") << goodAnswer().inPieces(9, 1ms);
     QTest::newRow("chunks a few bytes at a time") << chunks.inPieces(9, 1ms);
@@ -155,6 +159,9 @@ void TestChatTransfers::aReplyThatBreaksOffIsATransportError_data()
     QTest::newRow("within the body") << goodAnswer().cutAfter(headSize + 10);
     QTest::newRow("before the body's last byte") << goodAnswer().cutAfter(headSize + body.size() - 1);
     QTest::newRow("within the body of a refusal") << refusal.cutAfter(refusal.bytes().size() - 5);
+    QTest::newRow("within a packed body in chunks") << HttpAnswer::rawThenClose(
+        "HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nTransfer-Encoding: chunked\r\n\r\nff\r\n"
+        + gzip(body).chopped(9));
     QTest::newRow("within a chunk") << chunks.cutAfter(chunks.bytes().size() - 20);
 }
 
@@ -167,6 +174,25 @@ void TestChatTransfers::aReplyThatBreaksOffIsATransportError()
         QVERIFY(m_calls->ask() == ChatOutcome(expected));
         QCOMPARE(m_calls->logEntries().last(), QStringLiteral("callChatAPI transport error: Connection closed"));
         QCOMPARE(m_calls->server.requests().size(), call); // what a server may have read is not sent again
+    }
+}
+
+void TestChatTransfers::aPackedReplyCutInHalfIsAFailure_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::newRow("an answer") << 200;
+    QTest::newRow("a refusal") << 401;
+}
+
+void TestChatTransfers::aPackedReplyCutInHalfIsAFailure()
+{
+    QFETCH(int, status);
+    const QByteArray packed = gzip(replyBody(QStringLiteral("hello")));
+    const HttpAnswer whole = HttpAnswer::message(status, packed, {"Content-Encoding: gzip"});
+    m_calls->server.answerEach(whole.cutAfter(whole.bytes().size() - packed.size() / 2));
+    for (int call = 1; call <= 5; ++call) {
+        QVERIFY(!std::holds_alternative<ChatText>(m_calls->ask()));
+        QCOMPARE(m_calls->server.requests().size(), call);
     }
 }
 

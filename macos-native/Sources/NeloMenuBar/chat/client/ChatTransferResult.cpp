@@ -24,7 +24,13 @@ bool isAboutStatus(QNetworkReply::NetworkError error, int status)
 /// Whether the body ends where the connection does, as in HTTP/1.0.
 bool endsWithConnection(const QNetworkReply& reply)
 {
-    return !reply.hasRawHeader("Content-Length") && !reply.hasRawHeader("Transfer-Encoding");
+    // The library takes the length of a packed body out of the headers, because it is not that of the unpacked one. It
+    // forgets it, too: such a body that breaks off may count as complete, and nobody tells how many packed bytes came.
+    // What there is of it then stands for itself; half an answer is none, and half an excuse is still a refusal.
+    const QVariant packedLength = reply.attribute(QNetworkRequest::OriginalContentLengthAttribute);
+    const bool hasLength =
+        reply.hasRawHeader("Content-Length") || (packedLength.isValid() && packedLength.toLongLong() >= 0);
+    return !hasLength && !reply.hasRawHeader("Transfer-Encoding");
 }
 
 std::optional<ChatTransportError> errorOf(const QNetworkReply& reply, std::optional<int> status)
