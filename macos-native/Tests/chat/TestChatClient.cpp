@@ -31,6 +31,9 @@ private slots:
     void keysThatCannotBeSentAreRefused();
     void aKeyOfTenThousandCharactersArrives();
     void theKeyIsInNoLogEntry();
+    void aKeyThatTheServerRepeatsIsMasked_data();
+    void aKeyThatTheServerRepeatsIsMasked();
+    void aReplyMayHoldTheKey();
 
 private:
     std::unique_ptr<ChatCalls> m_calls;
@@ -142,6 +145,9 @@ void TestChatClient::statusesFromTheWire_data()
     QTest::newRow("200 with an empty body") << 200 << QByteArray("") << QStringLiteral("response missing choices");
     QTest::newRow("200 with a page") << 200 << QByteArray("<html>") << QStringLiteral("response missing choices");
     QTest::newRow("204 without a body") << 204 << QByteArray("") << QStringLiteral("empty response");
+    // The library reads no body after it, whatever came.
+    QTest::newRow("204 with a body all the same")
+        << 204 << replyBody(QStringLiteral("hello")) << QStringLiteral("empty response");
     QTest::newRow("205 without a body") << 205 << QByteArray("") << QStringLiteral("empty response");
     QTest::newRow("304 without a body") << 304 << QByteArray("") << QStringLiteral("empty response");
 }
@@ -223,6 +229,40 @@ void TestChatClient::theKeyIsInNoLogEntry()
     m_calls->ask(key);
     QCOMPARE(m_calls->logEntries().size(), 12);
     QVERIFY(m_calls->logEntries().filter(QStringLiteral("secret")).isEmpty());
+}
+
+void TestChatClient::aKeyThatTheServerRepeatsIsMasked_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QString>("told");
+    const QString secret = QStringLiteral("sk-12345");
+    QTest::newRow("in a refusal") << 401 << secret << QStringLiteral("***");
+    QTest::newRow("in an answer without a reply") << 200 << secret << QStringLiteral("***");
+    QTest::newRow("but a word that is too short for a key is left")
+        << 401 << QStringLiteral("sk-1234") << QStringLiteral("sk-1234");
+}
+
+void TestChatClient::aKeyThatTheServerRepeatsIsMasked()
+{
+    QFETCH(int, status);
+    QFETCH(QString, key);
+    QFETCH(QString, told);
+    m_calls->server.answerEach(HttpAnswer::message(status, "bad key " + key.toLatin1() + ", yes " + key.toLatin1()));
+    const ChatOutcome outcome = m_calls->ask(key);
+    const QString body = QStringLiteral("bad key %1, yes %1").arg(told);
+    if (status == 401)
+        QCOMPARE(textOf(outcome), QStringLiteral("<HTTP 401: %1>").arg(body));
+    else
+        QCOMPARE(textOf(outcome), QStringLiteral("<response missing choices>"));
+    QVERIFY2(m_calls->logEntries().last().endsWith(QStringLiteral("body=") + body),
+             qPrintable(m_calls->logEntries().last()));
+}
+
+void TestChatClient::aReplyMayHoldTheKey()
+{
+    m_calls->server.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("choices, choices"))));
+    QCOMPARE(textOf(m_calls->ask(QStringLiteral("choices,"))), QStringLiteral("choices, choices"));
 }
 
 QTEST_GUILESS_MAIN(TestChatClient)

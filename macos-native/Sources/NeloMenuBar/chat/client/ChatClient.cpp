@@ -24,6 +24,17 @@ ChatTransfer failedTransfer(const QString& text)
     return {ChatTransportError{text}, std::nullopt, std::nullopt};
 }
 
+/// What a transfer means. A server may repeat the key in its complaint, and a complaint is shown and logged.
+ChatVerdict verdictOn(ChatTransfer transfer, const QString& apiKey)
+{
+    constexpr qsizetype shortestKey = 8; // anything shorter is a word that a body may hold for its own reasons
+    ChatVerdict verdict = interpretChatReply(transfer);
+    if (std::holds_alternative<ChatText>(verdict.outcome) || !transfer.body || apiKey.size() < shortestKey)
+        return verdict;
+    transfer.body->replace(apiKey.toLatin1(), "***");
+    return interpretChatReply(transfer);
+}
+
 } // namespace
 
 /// One call, which redirects may make more than one request.
@@ -127,7 +138,7 @@ void ChatClient::conclude(const std::shared_ptr<Exchange>& exchange, const ChatT
         // while the machine slept swallows a request until its timeout; and between calls the program holds none.
         m_manager.clearConnectionCache();
     }
-    const ChatVerdict verdict = interpretChatReply(transfer);
+    const ChatVerdict verdict = verdictOn(transfer, exchange->apiKey);
     neloChatLog(verdict.logEntry);
     exchange->completion(verdict.outcome); // last: it may end this client
 }

@@ -68,6 +68,7 @@ ChatTransfer transferOf(QNetworkReply& reply)
     if (error || !status)
         return {error, status, std::nullopt};
     const QByteArray body = reply.readAll();
+    // After 204 the library reads no body, as HTTP has it, so one that a server sends all the same is not here either.
     if (body.isEmpty() && forbidsBody(*status))
         return {error, status, std::nullopt};
     return {error, status, body};
