@@ -19,6 +19,7 @@ private slots:
     void oneFailureIsNotThatOfTheOthers();
     void nothingIsSentTwiceWhileOthersAreUnderWay();
     void noConnectionServesTwoCalls();
+    void aSlowProviderDoesNotHoldUpAnother();
     void noCallTimesOutWhileItWaitsForAnother();
     void noConnectionIsLeftAfterTheReply();
     void aClientThatGoesTakesItsCallsWithIt();
@@ -132,6 +133,19 @@ void TestChatCallsAtOnce::noConnectionServesTwoCalls()
         QCOMPARE(textOf(m_calls->outcomes.back()), QString::number(call));
     }
     QCOMPARE(m_calls->server.connectionCount(), 21);
+}
+
+void TestChatCallsAtOnce::aSlowProviderDoesNotHoldUpAnother()
+{
+    for (int call = 0; call < 10; ++call) // more than there are connections; none is answered
+        m_calls->start();
+    HttpServer other;
+    other.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("hello"))));
+    m_calls->setEndpoint(other.url());
+    m_calls->start();
+    QVERIFY(m_calls->waitForOutcomes(1));
+    QCOMPARE(textOf(m_calls->outcomes.front()), QStringLiteral("hello"));
+    QCOMPARE(m_calls->server.requests().size(), 6);
 }
 
 void TestChatCallsAtOnce::noCallTimesOutWhileItWaitsForAnother()

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int mostExchangesAtOnce = 6; // as many as QNetworkAccessManager has connections to one host
+constexpr int mostExchangesAtOnce = 6; // with one origin; as many as QNetworkAccessManager has connections to it
 constexpr int mostRedirects = 20;
 
 bool asksToPostElsewhere(int status)
@@ -63,7 +63,7 @@ void ChatClient::callChatAPI(const QString& provider, const QString& model, cons
         completion(NeloChatError{QStringLiteral("invalid URL")});
         return;
     }
-    m_waiting.enqueue(std::make_shared<Exchange>(
+    m_waiting.append(std::make_shared<Exchange>(
         Exchange{*url, chatRequestBody(model, messages), apiKey, /*redirects=*/0, completion}));
     startWaiting();
 }
@@ -72,9 +72,14 @@ void ChatClient::callChatAPI(const QString& provider, const QString& model, cons
 /// those it queues run already, and one connection's failure is all of theirs.
 void ChatClient::startWaiting()
 {
-    while (m_underWay < mostExchangesAtOnce && !m_waiting.isEmpty()) {
-        ++m_underWay;
-        send(m_waiting.dequeue());
+    for (qsizetype index = 0; index < m_waiting.size();) {
+        int& underWay = m_underWay[originOf(m_waiting[index]->url)];
+        if (underWay == mostExchangesAtOnce) {
+            ++index;
+            continue;
+        }
+        ++underWay;
+        send(m_waiting.takeAt(index));
     }
 }
 
@@ -131,9 +136,11 @@ void ChatClient::receive(const std::shared_ptr<Exchange>& exchange, QNetworkRepl
 
 void ChatClient::conclude(const std::shared_ptr<Exchange>& exchange, const ChatTransfer& transfer)
 {
-    --m_underWay;
+    const QString origin = originOf(exchange->url); // redirects stay there
+    if (--m_underWay[origin] == 0)
+        m_underWay.remove(origin);
     startWaiting();
-    if (m_underWay == 0) {
+    if (m_underWay.isEmpty()) {
         // A server may keep connections that it was asked to close. They do not serve the next call: one that died
         // while the machine slept swallows a request until its timeout; and between calls the program holds none.
         m_manager.clearConnectionCache();

@@ -3,9 +3,9 @@
 #include "chat/ChatService.h"
 #include "chat/client/ChatReply.h"
 
+#include <QHash>
 #include <QNetworkAccessManager>
 #include <QObject>
-#include <QQueue>
 
 #include <chrono>
 #include <functional>
@@ -34,7 +34,7 @@ private:
     void conclude(const std::shared_ptr<Exchange>& exchange, const ChatTransfer& transfer);
 
     std::chrono::milliseconds m_patience;
-    QQueue<std::shared_ptr<Exchange>> m_waiting;
-    int m_underWay = 0; // exchanges
+    QList<std::shared_ptr<Exchange>> m_waiting;
+    QHash<QString, int> m_underWay; // exchanges, by their origin; only origins that have some
     QNetworkAccessManager m_manager;
 };

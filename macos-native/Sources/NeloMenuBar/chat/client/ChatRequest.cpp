@@ -7,17 +7,6 @@
 #include <algorithm>
 #include <array>
 
-namespace {
-
-/// What must be equal for a key to go along; the scheme and the host are in small letters already.
-bool isSameOrigin(const QUrl& one, const QUrl& other)
-{
-    const auto port = [](const QUrl& url) { return url.port(url.scheme() == QLatin1StringView("https") ? 443 : 80); };
-    return one.scheme() == other.scheme() && one.host() == other.host() && port(one) == port(other);
-}
-
-} // namespace
-
 QByteArray chatRequestBody(const QString& model, const QList<NeloChatMessage>& messages)
 {
     QJsonArray array;
@@ -51,10 +40,16 @@ QNetworkRequest chatRequest(const QUrl& url, const QString& apiKey, std::chrono:
     return request;
 }
 
+QString originOf(const QUrl& url)
+{
+    const int port = url.port(url.scheme() == QLatin1StringView("https") ? 443 : 80);
+    return QStringLiteral("%1://%2:%3").arg(url.scheme(), url.host()).arg(port); // in small letters already
+}
+
 std::optional<QUrl> redirectToFollow(const QUrl& url, int status, const QUrl& target)
 {
     constexpr std::array statuses{301, 302, 303, 307, 308};
     const QUrl next = url.resolved(target);
     const bool leadsOn = std::find(statuses.begin(), statuses.end(), status) != statuses.end() && !target.isEmpty();
-    return leadsOn && isSameOrigin(url, next) ? std::optional(next) : std::nullopt;
+    return leadsOn && originOf(url) == originOf(next) ? std::optional(next) : std::nullopt;
 }

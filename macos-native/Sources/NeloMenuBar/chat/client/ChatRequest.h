@@ -16,6 +16,9 @@ bool isHeaderValue(const QString& key);
 /// A request to `url` with `apiKey`, which is a header value, that gives up when nothing moved for `patience`.
 QNetworkRequest chatRequest(const QUrl& url, const QString& apiKey, std::chrono::milliseconds patience);
 
+/// Scheme, host and port of `url`: what must be equal for a key to go along, and what connections are counted by.
+QString originOf(const QUrl& url);
+
 /// Where an answer with `status` that points to `target` leads on: to the same origin as `url` only, because the key
 /// goes along. Nothing when the answer stands for itself.
 std::optional<QUrl> redirectToFollow(const QUrl& url, int status, const QUrl& target);
