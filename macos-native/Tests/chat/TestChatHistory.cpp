@@ -33,7 +33,7 @@ private slots:
     void aBadFileIsCopiedAsideOnce();
     void anEmptyFileIsCopiedAsideToo();
     void aFileThatMayNotBeReadIsMovedAside();
-    void aGoodFileIsNotCopied();
+    void onlyAFileThatCannotBeUsedIsUnreadable();
     void noFileIsNotCopied_data();
     void noFileIsNotCopied();
     void anEarlierCopyIsNotReplaced();
@@ -195,11 +195,19 @@ void TestChatHistory::aFileThatMayNotBeReadIsMovedAside()
     QCOMPARE(Files::names(m_home->path(QStringLiteral(".nelo"))), QStringList{copyName});
 }
 
-void TestChatHistory::aGoodFileIsNotCopied()
+void TestChatHistory::onlyAFileThatCannotBeUsedIsUnreadable()
 {
+    QVERIFY(!loadChatHistoryFile().isUnreadable); // there is none
     Files::create(neloChatHistoryURL(), encodeChatMessages(numbered(3)));
-    QVERIFY(preserveUnreadableHistory(neloChatHistoryURL(), now));
-    QCOMPARE(Files::names(m_home->path(QStringLiteral(".nelo"))), QStringList{fileName});
+    QVERIFY(!loadChatHistoryFile().isUnreadable);
+    Files::create(neloChatHistoryURL(), "[{");
+    QVERIFY(loadChatHistoryFile().isUnreadable);
+    QVERIFY(QFile::remove(neloChatHistoryURL()));
+    QVERIFY(QFile::link(QStringLiteral("/proc/self/mem"), neloChatHistoryURL()));
+    QVERIFY(loadChatHistoryFile().isUnreadable);
+    QVERIFY(QFile::remove(neloChatHistoryURL()));
+    QVERIFY(QDir().mkpath(neloChatHistoryURL()));
+    QVERIFY(!loadChatHistoryFile().isUnreadable);
 }
 
 void TestChatHistory::noFileIsNotCopied_data()

@@ -144,6 +144,9 @@ void TestChatViewController::anUnreadableHistoryBeginsAnew()
     keepHistory("[{\"role\":\"user\",\"content\":\"half");
     m_chat->open();
     QCOMPARE(m_chat->bubbles(), QStringList{m_welcome});
+    keepHistory(records(1)); // by whoever it was: kept all the same
+    QTRY_COMPARE(loadChatHistory().value(0).role, u"assistant"_s);
+    QCOMPARE(Files::names(m_chat->home.path(u".nelo"_s)).filter(u".unreadable."_s).size(), 1);
 }
 
 void TestChatViewController::theInputHasTheKeyboardWheneverTheWindowAppears()

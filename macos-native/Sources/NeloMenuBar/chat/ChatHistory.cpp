@@ -28,10 +28,19 @@ QString neloChatHistoryURL()
     return pathInChatFolder(QStringLiteral("menubar_chat_history.json"));
 }
 
+LoadedChatHistory loadChatHistoryFile()
+{
+    const QString path = neloChatHistoryURL();
+    const std::optional<QByteArray> json = contentOf(path);
+    const std::optional<QList<NeloChatMessage>> messages = json ? decodeChatMessages(*json) : std::nullopt;
+    if (messages)
+        return {*messages, false};
+    return {{}, QFileInfo(path).isFile()};
+}
+
 QList<NeloChatMessage> loadChatHistory()
 {
-    const std::optional<QByteArray> json = contentOf(neloChatHistoryURL());
-    return json ? decodeChatMessages(*json).value_or(QList<NeloChatMessage>()) : QList<NeloChatMessage>();
+    return loadChatHistoryFile().messages;
 }
 
 void capChatHistory(QList<NeloChatMessage>& messages)
@@ -48,7 +57,5 @@ bool preserveUnreadableHistory(const QString& path, const QDateTime& now)
     const std::optional<QByteArray> json = contentOf(path);
     if (!json)
         return QFile::rename(path, aside);
-    if (decodeChatMessages(*json))
-        return true;
     return !QFileInfo::exists(aside) && !writeFileAtomically(aside, *json);
 }

@@ -18,7 +18,12 @@ ChatHistoryWriter::ChatHistoryWriter(Messages messages, QObject* parent)
     m_timer.setInterval(400ms);
     connect(&m_timer, &QTimer::timeout, this, &ChatHistoryWriter::persistMessages);
     m_worker.setMaxThreadCount(1);
-    m_worker.setThreadPriority(QThread::LowPriority);
+    m_worker.setThreadPriority(QThread::IdlePriority); // on Linux the only one below normal that is heeded
+}
+
+void ChatHistoryWriter::keepUnreadableFile()
+{
+    m_mayReplace = false;
 }
 
 void ChatHistoryWriter::schedulePersist()

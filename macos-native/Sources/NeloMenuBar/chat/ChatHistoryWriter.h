@@ -23,10 +23,13 @@ public:
 
     explicit ChatHistoryWriter(Messages messages, QObject* parent = nullptr);
 
+    /// Says, before any write, that loading found a file that could not be used: whatever becomes of it until then, the
+    /// first write copies it aside before it replaces it.
+    void keepUnreadableFile();
+
     /// Writes the list 0.4 seconds from now, and not when this is called again before.
     void schedulePersist();
-    /// Caps the owner's list and hands a copy of it to the worker. A file that cannot be decoded is copied aside before
-    /// the first write replaces it.
+    /// Caps the owner's list and hands a copy of it to the worker.
     void persistMessages();
 
 private:
@@ -34,6 +37,6 @@ private:
 
     Messages m_messages;
     QTimer m_timer;
-    bool m_mayReplace = false; // the worker's: the file that was there is kept or not worth keeping
-    QThreadPool m_worker;      // last, so that it has ended before what it uses goes
+    bool m_mayReplace = true; // the worker's from the first write on: nothing that is there is still to be kept
+    QThreadPool m_worker;     // last, so that it has ended before what it uses goes
 };

@@ -153,7 +153,10 @@ void ChatViewController::makeControls(QWidget* composer)
 void ChatViewController::viewDidLoad()
 {
     ViewController::viewDidLoad();
-    m_messages = loadChatHistory();
+    const LoadedChatHistory kept = loadChatHistoryFile();
+    if (kept.isUnreadable)
+        m_history.keepUnreadableFile();
+    m_messages = kept.messages;
     m_transcriptScroll->clear();
     for (const NeloChatMessage& message : std::as_const(m_messages))
         appendMessageView(message);
