@@ -56,6 +56,8 @@ void TestMessageField::lineBreaksBecomeBlanks_data()
     QTest::newRow("a carriage return") << u"one\rtwo"_s << u"one two"_s;
     QTest::newRow("both are one") << u"one\r\ntwo"_s << u"one two"_s;
     QTest::newRow("Unicode's own") << u"one\u2028two\u2029three"_s << u"one two three"_s;
+    QTest::newRow("a vertical tabulator and a form feed") << u"one\vtwo\fthree"_s << u"one two three"_s;
+    QTest::newRow("the next-line control") << u"one\u0085two"_s << u"one two"_s;
     QTest::newRow("an empty line is two") << u"one\n\ntwo"_s << u"one  two"_s;
     QTest::newRow("at the end") << u"one\n"_s << u"one "_s;
     QTest::newRow("a tabulator stays") << u"one\ttwo"_s << u"one\ttwo"_s;

@@ -7,6 +7,9 @@
 #include <QValidator>
 
 #include <limits>
+#include <string_view>
+
+using namespace std::string_view_literals;
 
 namespace {
 
@@ -28,9 +31,8 @@ private:
     static QString withBlanks(QString text)
     {
         text.replace(QStringLiteral("\r\n"), QStringLiteral(" "));
-        for (const QChar lineBreak :
-             {QChar(u'\n'), QChar(u'\r'), QChar(QChar::LineSeparator), QChar(QChar::ParagraphSeparator)})
-            text.replace(lineBreak, u' ');
+        for (const char16_t lineBreak : u"\n\v\f\r\u0085\u2028\u2029"sv)
+            text.replace(QChar(lineBreak), u' ');
         return text;
     }
 };
