@@ -10,6 +10,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QInputMethodEvent>
 #include <QScreen>
@@ -43,6 +44,9 @@ private slots:
 
     void aQuestionIsSentAndAnswered();
     void theSendButtonSends();
+    void theSendButtonGreetsAndReturnsTheKeyboard();
+    void theChatGoesOnWithFoldersInPlaceOfItsFiles();
+    void aReplyWhileTheWindowIsClosedIsThereAgain();
     void theModelDecidesTheProvider_data();
     void theModelDecidesTheProvider();
     void everyMessageIsSent();
@@ -291,6 +295,40 @@ void TestChatViewController::theSendButtonSends()
     QTest::mouseClick(m_chat->sendButton(), Qt::LeftButton);
     QVERIFY(m_chat->inputField()->hasFocus()); // a click does not take the keyboard away
     QTRY_COMPARE(m_chat->bubbles().last(), u"Nelo: yes"_s);
+}
+
+void TestChatViewController::theSendButtonGreetsAndReturnsTheKeyboard()
+{
+    m_chat->open();
+    m_chat->inputField()->setText(u"hi"_s);
+    m_chat->sendButton()->setFocus();
+    QTest::keyClick(m_chat->sendButton(), Qt::Key_Space);
+    QCOMPARE(m_chat->status(), u"local greeting"_s);
+    QVERIFY(m_chat->inputField()->hasFocus());
+}
+
+void TestChatViewController::theChatGoesOnWithFoldersInPlaceOfItsFiles()
+{
+    QVERIFY(QDir().mkpath(m_chat->home.path(u".nelo/menubar_chat_history.json"_s)));
+    QVERIFY(QDir().mkpath(m_chat->home.path(u".nelo/menubar_chat.log"_s)));
+    openWithKeys();
+    m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"yes"_s)));
+    m_chat->send(m_question);
+    QTRY_COMPARE(m_chat->bubbles().last(), u"Nelo: yes"_s);
+}
+
+void TestChatViewController::aReplyWhileTheWindowIsClosedIsThereAgain()
+{
+    openWithKeys();
+    m_chat->server.holdAnswers();
+    m_chat->send(m_question);
+    QTRY_COMPARE(m_chat->server.requests().size(), 1);
+    m_chat->window()->close();
+    m_chat->server.answer(0, HttpAnswer::message(200, replyBody(u"yes"_s)));
+    QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
+    QVERIFY(!m_chat->window()->isVisible());
+    m_chat->window()->show();
+    QCOMPARE(m_chat->bubbles().last(), u"Nelo: yes"_s);
 }
 
 void TestChatViewController::theModelDecidesTheProvider_data()
@@ -602,7 +640,10 @@ void TestChatViewController::aReplyForAWindowThatIsGoneIsDropped()
     QTRY_COMPARE(loadChatHistory().size(), 2);
     m_chat->close();
     QTRY_COMPARE(m_chat->server.openConnections(), 0);
-    QVERIFY(!m_chat->logEntries().last().startsWith(u"request"_s) || m_chat->logEntries().last().contains(u"started"));
+    const QString request = u"provider=openai model=gpt-4o-mini "_s;
+    QCOMPARE(m_chat->logEntries(),
+             (QStringList{u"send triggered"_s, u"request started: "_s + request + u"messageChars=17"_s,
+                          u"callChatAPI: "_s + request + u"url="_s + m_chat->server.url()}));
     QCOMPARE(loadChatHistory().size(), 2);
 
     m_chat->open(); // and the question is there again
