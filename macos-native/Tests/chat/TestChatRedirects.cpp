@@ -1,9 +1,7 @@
 #include "chat/ChatCalls.h"
 #include "chat/client/ChatRequest.h"
-#include "support/TestCertificate.h"
 #include "support/Warnings.h"
 
-#include <QSslConfiguration>
 #include <QTest>
 
 /// Where a call may be sent on, and that the key never leaves its origin.

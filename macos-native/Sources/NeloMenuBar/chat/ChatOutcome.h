@@ -21,7 +21,7 @@ struct NeloChatError
     bool operator==(const NeloChatError&) const = default;
 };
 
-/// A transfer that failed, in the network library's words.
+/// A transfer that failed, in the network library's words where it has any.
 struct ChatTransportError
 {
     QString text;

@@ -6,6 +6,8 @@
 #include <QPainter>
 #include <QTextCharFormat>
 
+#include <algorithm>
+
 namespace {
 
 struct BubbleColors

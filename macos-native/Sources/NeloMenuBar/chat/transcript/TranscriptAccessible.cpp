@@ -6,6 +6,7 @@
 #include <QAccessibleWidget>
 #include <QPointer>
 
+#include <algorithm>
 #include <vector>
 
 namespace {

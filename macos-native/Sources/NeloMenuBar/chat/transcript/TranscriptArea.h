@@ -6,8 +6,8 @@
 
 #include <optional>
 
-/// Shows a transcript's bubbles and scrolls them. What it takes to show, to append or to resize does not depend on how
-/// long the transcript is: only bubbles in sight are laid out.
+/// Shows a transcript's bubbles and scrolls them. Only bubbles in sight are laid out; the heights of the others are
+/// estimates.
 class TranscriptArea : public QAbstractScrollArea
 {
     Q_OBJECT

@@ -27,8 +27,10 @@ QPalette Colors::lightAppearance(const QColor& background)
     const QColor button = white(0.94);
     const QColor text = white(0.1);
     QPalette palette(button, background);
-    for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
-        palette.setColor(QPalette::Active, role, text), palette.setColor(QPalette::Inactive, role, text);
+    for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+        palette.setColor(QPalette::Active, role, text);
+        palette.setColor(QPalette::Inactive, role, text);
+    }
     palette.setColor(QPalette::Base, Qt::white);
     palette.setColor(QPalette::AlternateBase, white(0.96));
     palette.setColor(QPalette::Link, QColor(0, 87, 174));
