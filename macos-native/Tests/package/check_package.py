@@ -1,0 +1,152 @@
+"""The package as its user has it: unpacked anywhere, and installed, started, upgraded and removed.
+
+To be run by scripts/virtual-desktop on a system that may be changed, with the .deb as its argument.
+"""
+from __future__ import annotations
+
+import contextlib
+import os
+import re
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+from typing import Iterator
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "e2e"))
+from nelo import Nelo, Node, open_chat, press, store_api_key, type_text, until  # noqa: E402
+from provider import Provider  # noqa: E402
+
+PACKAGE = Path(sys.argv.pop())
+REPORT = re.compile(r"OS: .+\nInstalled: (yes|no)\nBinary: .+\n")
+BARE = {"PATH": "/usr/bin:/bin", "LANG": "", "LC_ALL": "", "LANGUAGE": ""}
+PACKAGE_MANAGER = ("/var/lib/dpkg", "/var/lib/apt", "/var/log", "/var/cache", "/etc/ld.so.cache")
+CACHES = re.compile(r".*/(icon-theme|mimeinfo)\.cache")
+
+
+def run(*command: object) -> str:
+    done = subprocess.run([str(word) for word in command], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                          check=False)
+    if done.returncode != 0:
+        raise AssertionError(f"{command}: {done.stdout}")
+    return done.stdout
+
+
+def files_of_the_system() -> set[str]:
+    """Every path below the system's folders, except what the package manager keeps for itself."""
+    found = set()
+    for top in ("/usr", "/etc", "/var"):
+        for folder, folders, files in os.walk(top):
+            found |= {f"{folder}/{name}" for name in [*folders, *files]}
+    return {path for path in found if not path.startswith(PACKAGE_MANAGER) and not CACHES.fullmatch(path)}
+
+
+def newer_package(folder: Path) -> Path:
+    """The same package with a higher version, of which one file is gone and another one new."""
+    tree = folder / "tree"
+    run("dpkg-deb", "--raw-extract", PACKAGE, tree)
+    control = tree / "DEBIAN/control"
+    control.write_text(re.sub(r"(?m)^Version: (.+)$", r"Version: \1+next", control.read_text()))
+    (tree / "DEBIAN/md5sums").unlink()
+    (tree / "usr/share/nelo/app/news.py").rename(tree / "usr/share/nelo/app/renamed.py")
+    module = tree / "usr/share/nelo/app/__init__.py"
+    module.write_text(module.read_text().replace("from .news", "from .renamed"))
+    package = folder / "newer.deb"
+    run("dpkg-deb", "--root-owner-group", "--build", tree, package)
+    return package
+
+
+class UnpackedNelo(Nelo):
+    """The program below a folder that the package was unpacked to."""
+
+    def __init__(self, root: Path, folder: Path, environment: dict[str, str]) -> None:
+        super().__init__(environment=environment, folder=folder)
+        self._root = root
+
+    @property
+    def command(self) -> list[str]:
+        return [str(self._root / "usr/bin/NeloMenuBar")]
+
+
+def ask(nelo: Nelo, chat: Node, provider: Provider, question: str) -> None:
+    """Sends a question and waits for its answer."""
+    chat.find("text", "Send a message").click()
+    type_text(question)
+    press("Return")
+    until(lambda: len(provider.requests) > 0, "the question at the provider")
+    chat.find("label", "request succeeded")
+
+
+def open_runtime(nelo: Nelo) -> Node:
+    """Opens the console's Runtime tab, which has got its report."""
+    nelo.choose("Open Nelo Console")
+    console = nelo.window("Nelo Console")
+    console.find("page tab", "Runtime").click()
+    console.find("label", REPORT)
+    return console
+
+
+class PackageTest(unittest.TestCase):
+    def setUp(self) -> None:
+        folder = tempfile.TemporaryDirectory(prefix="nelo-check-")
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+        self.empty_folder = self.folder / "empty"
+        self.empty_folder.mkdir()
+        self.provider = Provider()
+        self.addCleanup(self.provider.close)
+        run("dpkg", "--purge", "nelo")  # which this machine may have
+
+    @contextlib.contextmanager
+    def started(self, root: Path = Path("/")) -> Iterator[Nelo]:
+        with UnpackedNelo(root, self.empty_folder, {**BARE, "NELO_OPENAI_BASE_URL": self.provider.url}) as nelo:
+            yield nelo
+            self.assertEqual(nelo.quit(), 0)
+            self.assertEqual(nelo.processes(), [])
+
+    def chat(self, nelo: Nelo) -> None:
+        chat = open_chat(nelo)
+        store_api_key(nelo, chat, "OPENAI", "sk-package")
+        ask(nelo, chat, self.provider, "are you there")
+
+    def test_unpacked_in_any_folder_it_starts_and_asks_the_provider(self) -> None:
+        run("dpkg-deb", "--extract", PACKAGE, self.folder / "bare 文件夹")
+        with self.started(self.folder / "bare 文件夹") as nelo:
+            self.chat(nelo)
+
+    def test_installed_it_finds_its_backend_and_removed_it_leaves_nothing(self) -> None:
+        before = files_of_the_system()
+        run("dpkg", "--install", PACKAGE)
+        self.assertTrue(list(Path("/usr/share/nelo/app/__pycache__").iterdir()))
+        with self.started() as nelo:
+            open_runtime(nelo)
+            self.chat(nelo)
+        run("dpkg", "--remove", "nelo")
+        self.assertEqual(files_of_the_system() - before, set())
+        self.assertEqual(before - files_of_the_system(), set())
+
+    def test_a_running_program_survives_its_upgrade_and_its_removal(self) -> None:
+        before = files_of_the_system()
+        run("dpkg", "--install", PACKAGE)
+        with self.started() as nelo:
+            console = open_runtime(nelo)
+            run("dpkg", "--install", newer_package(self.folder))
+            self.assertFalse(Path("/usr/share/nelo/app/news.py").exists())
+            self.assertEqual([file.name for file in Path("/usr/share/nelo/app/__pycache__").glob("news.*")], [])
+            helper, = nelo.helpers()
+            os.kill(helper, signal.SIGKILL)  # the next one runs the module of the new version
+            console.find("push button", "Refresh").click()
+            until(lambda: nelo.helpers() not in ([], [helper]), "another helper")
+            console.find("label", REPORT)
+        with self.started() as nelo:
+            open_runtime(nelo)
+            run("dpkg", "--purge", "nelo")
+            self.assertFalse(shutil.which("NeloMenuBar"))
+        self.assertEqual(files_of_the_system() - before, set())
+
+
+if __name__ == "__main__":
+    unittest.main()
