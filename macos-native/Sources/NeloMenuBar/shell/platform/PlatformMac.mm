@@ -1,6 +1,8 @@
 #include "shell/platform/Platform.h"
 
-#include <QSystemTrayIcon>
+#include <QByteArray>
+#include <QImage>
+#include <QPixmap>
 
 #import <AppKit/AppKit.h>
 
