@@ -1,0 +1,229 @@
+"""What scripts/check-backend finds in modules that were made for it, and whether its table is what the program calls."""
+from __future__ import annotations
+
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import textwrap
+import unittest
+from pathlib import Path
+
+REPOSITORY = Path(__file__).resolve().parents[3]
+sys.path[:0] = [str(REPOSITORY / "scripts"), str(REPOSITORY)]
+import app  # noqa: E402
+from backend_manual import MANUAL, Function, Manual, is_of, read_manual, tables  # noqa: E402
+
+PATIENCE_SECONDS = 20
+SHORT_PATIENCE_SECONDS = 3
+
+
+def complete_module(manual: Manual) -> str:
+    """A module in which every function takes what it must and answers nothing much."""
+    return "\n".join(f"def {each.name}({', '.join(f'a{i}' for i in range(len(each.arguments)))}): return {emptiest(each)}"
+                     for each in manual.functions)
+
+
+def emptiest(function: Function) -> str:
+    return "[]" if function.answers.startswith("list") else "{}"
+
+
+class CheckTest(unittest.TestCase):
+    def setUp(self) -> None:
+        folder = tempfile.TemporaryDirectory(prefix="nelo-backend-")
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name) / "项目 1"
+        self.home = Path(folder.name) / "home"
+        self.folder.mkdir()
+        self.home.mkdir()
+
+    def write_module(self, changes: str = "", place: str = "app.py") -> None:
+        """A complete module with `changes` behind it."""
+        file = self.folder / place
+        file.parent.mkdir(exist_ok=True)
+        file.write_text(f"{complete_module(read_manual())}\n{textwrap.dedent(changes)}\n", encoding="utf-8")
+
+    def check(self, folder: Path | None = None, patience: int = PATIENCE_SECONDS) -> tuple[int, str]:
+        """The exit status and what is printed."""
+        environment = {**os.environ, "HOME": str(self.home), "LC_ALL": "C", "OLLAMA_HOST": "127.0.0.1:9"}
+        done = subprocess.run([REPOSITORY / "scripts/check-backend", f"--patience={patience}", folder or self.folder],
+                              capture_output=True, encoding="utf-8", env=environment, timeout=100, check=False)
+        return done.returncode, done.stdout + done.stderr
+
+    def assert_fault(self, function: str, text: str, patience: int = PATIENCE_SECONDS) -> None:
+        """Exactly this function is at fault, and this is said about it."""
+        status, output = self.check(patience=patience)
+        faults = [line for line in output.splitlines() if line.startswith("FAULT")]
+        self.assertEqual(status, 1, output)
+        self.assertEqual(len(faults), 1, output)
+        self.assertIn(f" {function}(", faults[0])
+        self.assertIn(text, faults[0])
+
+    def test_the_backend_that_comes_with_nelo_passes_on_an_empty_home(self) -> None:
+        status, output = self.check(REPOSITORY)
+        self.assertEqual(status, 0, output)
+        self.assertRegex(output, r"(?m)^refuses  list_local_models\(\): BackendError: No local model server")
+        self.assertEqual(len(output.splitlines()), len(read_manual().functions) + 1)
+
+    def test_a_module_with_nothing_in_it_passes(self) -> None:
+        self.write_module()
+        status, output = self.check()
+        self.assertEqual(status, 0, output)
+        self.assertNotIn("refuses", output)
+
+    def test_legacy_ui_is_searched_first(self) -> None:
+        self.write_module()
+        self.write_module("def list_skills(ecosystem): raise RuntimeError('this is legacy')", "legacy_ui/app.py")
+        self.assertIn("refuses  list_skills(ecosystem): RuntimeError: this is legacy", self.check()[1])
+
+    def test_what_changes_things_is_not_called(self) -> None:
+        changing = [each.name for each in read_manual().functions if not each.only_reads]
+        called = "".join(f"def {name}(*arguments): open('called', 'w')\n" for name in changing)
+        self.write_module(called)
+        self.assertEqual(self.check()[0], 0)
+        self.assertFalse((self.folder / "called").exists())
+
+    def test_more_arguments_with_defaults_are_welcome(self) -> None:
+        self.write_module("def list_skills(ecosystem, agent=None, *rest, fast=True, **more): return []")
+        self.assertEqual(self.check()[0], 0)
+
+    def test_a_missing_function_is_a_fault(self) -> None:
+        self.write_module("del rename_local_agent")
+        self.assert_fault("rename_local_agent", "it is missing")
+
+    def test_a_name_that_is_no_function_is_a_fault(self) -> None:
+        self.write_module("save_nelo_settings = 3")
+        self.assert_fault("save_nelo_settings", "it is no function")
+
+    def test_too_few_arguments_are_a_fault(self) -> None:
+        self.write_module("def delete_local_agent(ecosystem, id): pass")
+        self.assert_fault("delete_local_agent", "it takes (ecosystem, id), and is called with 3 arguments")
+
+    def test_too_many_arguments_are_a_fault(self) -> None:
+        self.write_module("def start_model_download(name, size): pass")
+        self.assert_fault("start_model_download", "is called with 1 argument")
+
+    def test_an_argument_that_has_to_be_named_is_a_fault(self) -> None:
+        self.write_module("def add_news_source(source, *, force): pass")
+        self.assert_fault("add_news_source", "it takes (source, *, force)")
+
+    def test_wrong_shapes_are_faults(self) -> None:
+        for function, answer, text in (
+            ("list_skills", {}, "openclaw the answer is not a list"),
+            ("list_skills", [{"skillKey": "x"}, {"name": "y"}], 'openclaw row 1: "skillKey" is missing'),
+            ("list_skills", [{"skillKey": "x", "requiredEnv": ["A", 1]}], '"requiredEnv" is ["A", 1], not list of text'),
+            ("list_local_agents", ["agent"], 'row 0: it is "agent", not an object'),
+            ("list_local_agents", [{"id": 1, "ecosystem": "codex"}], '"id" is 1, not text'),
+            ("list_local_agents", [{"id": "1", "ecosystem": "codex", "name": None}], '"name" is null, not text'),
+            ("openclaw_runtime_status", {"installed": "yes"}, '"installed" is "yes", not boolean'),
+            ("openclaw_runtime_status", None, "it is null, not an object"),
+            ("get_skill_entry", {"env": {"城市": 3}}, '"env" is {"城市": 3}, not object of text'),
+            ("load_nelo_settings", {"chat": []}, '"chat" is not an object'),
+            ("load_nelo_settings", {"chat": {"mode": 1}}, '"chat.mode" is 1, not text'),
+            ("list_cloud_skills_via_core", [{"key": "a", "version": True}], '"version" is true, not text or number'),
+        ):
+            with self.subTest(text):
+                self.write_module(f"def {function}(*arguments): return {answer!r}")
+                self.assert_fault(function, text)
+
+    def test_keys_that_nobody_knows_are_welcome(self) -> None:
+        self.write_module("def list_local_agents(): return [{'id': 'a', 'ecosystem': 'codex', 'colour': None}]")
+        status, output = self.check()
+        self.assertEqual(status, 0, output)
+        self.assertIn("list_local_agents(): answers 1 rows", output)
+
+    def test_a_skill_that_there_is_has_its_entry_asked_for(self) -> None:
+        self.write_module("""
+            def list_skills(ecosystem): return [{'skillKey': ecosystem + '-天气'}]
+            def get_skill_entry(ecosystem, key):
+                if key != ecosystem + '-天气': raise ValueError(key)
+                return {}
+        """)
+        self.assertNotIn("refuses", self.check()[1])
+
+    def test_an_exception_is_how_a_function_refuses(self) -> None:
+        self.write_module("def list_news_sources(): raise ValueError('服务没有运行')")
+        status, output = self.check()
+        self.assertEqual(status, 0, output)
+        self.assertIn("refuses  list_news_sources(): ValueError: 服务没有运行", output)
+
+    def test_an_exception_that_tells_of_a_mistake_is_a_fault(self) -> None:
+        self.write_module("def list_news_sources(): return {}['sources']")
+        self.assert_fault("list_news_sources", "KeyError: 'sources'")
+
+    def test_an_answer_that_is_not_json_is_a_fault(self) -> None:
+        self.write_module("def list_news_sources(): return {1, 2}")
+        self.assert_fault("list_news_sources", "TypeError: Object of type set is not JSON serializable")
+
+    def test_numbers_that_nelo_cannot_read_are_faults(self) -> None:
+        for number in ("float('nan')", "2 ** 64", "-2 ** 63 - 1"):
+            with self.subTest(number):
+                self.write_module(f"def get_adapter_snapshot(ecosystem): return {{'x': {number}}}")
+                self.assert_fault("get_adapter_snapshot", "no number that Nelo can read")
+        self.write_module("def get_adapter_snapshot(ecosystem): return {'x': [2 ** 64 - 1, -2 ** 63]}")
+        self.assertEqual(self.check()[0], 0)
+
+    def test_printing_is_a_fault(self) -> None:
+        self.write_module("def list_remote_models(): print('loading'); return []")
+        self.assert_fault("list_remote_models", "it prints to standard output: b'loading")
+
+    def test_an_end_of_the_interpreter_is_a_fault_and_the_next_function_has_another_one(self) -> None:
+        self.write_module("import os\ndef list_remote_models(): os._exit(0)")
+        self.assert_fault("list_remote_models", "the interpreter ended")
+
+    def test_a_function_that_never_answers_is_a_fault(self) -> None:
+        self.write_module("import time\ndef list_remote_models(): time.sleep(600)")
+        self.assert_fault("list_remote_models", "no answer within 3 s", SHORT_PATIENCE_SECONDS)
+
+    def test_what_fills_standard_error_is_a_fault(self) -> None:
+        self.write_module("import sys\ndef list_remote_models(): sys.stderr.write('x' * 200000); return []")
+        self.assert_fault("list_remote_models", "no answer within 3 s", SHORT_PATIENCE_SECONDS)
+
+    def test_a_module_that_cannot_be_imported_is_at_fault(self) -> None:
+        self.write_module("import no_such_library")
+        status, output = self.check()
+        self.assertEqual(status, 1)
+        self.assertIn("FAULT    app: it cannot be imported: ModuleNotFoundError: No module named 'no_such_library'", output)
+
+    def test_a_folder_without_the_module_is_at_fault(self) -> None:
+        status, output = self.check()
+        self.assertEqual(status, 1)
+        self.assertIn("No module named 'app'", output)
+
+    def test_no_folder_is_a_wrong_use(self) -> None:
+        status, output = self.check(self.folder / "gone")
+        self.assertEqual(status, 2)
+        self.assertIn("there is no folder", output)
+
+
+class ManualTest(unittest.TestCase):
+    def test_it_has_the_functions_that_the_program_calls_and_no_other(self) -> None:
+        functions = {function.name for function in read_manual().functions}
+        verbs = "|".join(sorted({name.split("_")[0] for name in functions}))
+        sources = (REPOSITORY / "macos-native/Sources").rglob("*.cpp")
+        called = {name for file in sources for name in
+                  re.findall(rf'"((?:{verbs})_[a-z_]+)"', file.read_text(encoding="utf-8"))}
+        self.assertEqual(called, functions)
+
+    def test_it_has_the_functions_of_the_backend_that_comes_with_nelo(self) -> None:
+        self.assertEqual(sorted(function.name for function in read_manual().functions), app.__all__)
+
+    def test_every_argument_is_described(self) -> None:
+        text = MANUAL.read_text(encoding="utf-8")
+        described = {row[0] for _, titles, rows in tables(text) if titles[0] == "Argument" for row in rows}
+        self.assertEqual(described, {argument for function in read_manual().functions for argument in function.arguments})
+
+    def test_every_answer_is_described_in_types_that_there_are(self) -> None:
+        manual = read_manual()
+        answers = {function.answers.removeprefix("list of ") for function in manual.functions}
+        passed = {argument for function in manual.functions for argument in function.arguments}
+        self.assertLessEqual(answers - {"anything"}, set(manual.shapes))
+        self.assertLessEqual(set(manual.shapes), answers | passed)
+        for keys in manual.shapes.values():
+            for key in keys:
+                self.assertIn(is_of("", key.type), (True, False))
+
+
+if __name__ == "__main__":
+    unittest.main()
