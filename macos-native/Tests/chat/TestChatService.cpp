@@ -4,7 +4,7 @@
 #include "support/TestHome.h"
 #include "support/Warnings.h"
 
-#include <QLibraryInfo>
+#include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
 
@@ -18,9 +18,14 @@ private slots:
     void theNetworkLibraryComesWithTheService();
     void aMissingLibraryIsAFailure_data();
     void aMissingLibraryIsAFailure();
+    void theLibraryOfAnotherVersionIsAFailure();
 
 private:
     static bool hasNetworkLibrary() { return Files::contentOf(u"/proc/self/maps"_s).contains("Qt6Network"); }
+    static QString installedLibrary()
+    {
+        return QCoreApplication::applicationDirPath() + u"/../lib/nelo/nelo_chat_client.so"_s;
+    }
     static ChatOutcome ask(ChatService& service)
     {
         std::optional<ChatOutcome> result;
@@ -52,7 +57,6 @@ void TestChatService::aMissingLibraryIsAFailure_data()
     QTest::addColumn<QString>("file");
     QTest::newRow("no file") << u"/no/such/library.so"_s;
     QTest::newRow("no library") << u"/etc/passwd"_s;
-    QTest::newRow("another library") << QLibraryInfo::path(QLibraryInfo::PluginsPath) + u"/imageformats/libqgif.so"_s;
 }
 
 void TestChatService::aMissingLibraryIsAFailure()
@@ -63,6 +67,22 @@ void TestChatService::aMissingLibraryIsAFailure()
     const auto* failure = std::get_if<NeloChatError>(&outcome);
     QVERIFY(failure);
     QVERIFY(failure->message.startsWith(u"The network part of the chat cannot be loaded: "_s));
+}
+
+void TestChatService::theLibraryOfAnotherVersionIsAFailure()
+{
+    const QByteArray version(NELO_VERSION);
+    QByteArray content = Files::contentOf(installedLibrary());
+    content.replace("nelo.ChatServiceFactory/" + version, "nelo.ChatServiceFactory/" + QByteArray(version.size(), '9'));
+    QVERIFY(content != Files::contentOf(installedLibrary()));
+    const QTemporaryDir folder;
+    const QString upgraded = folder.filePath(u"nelo_chat_client.so"_s);
+    Files::create(upgraded, content);
+
+    const std::unique_ptr<ChatService> service = loadChatService(upgraded);
+    const NeloChatError failure{u"The network part of the chat is that of another version. "
+                                "Please quit Nelo and start it again."_s};
+    QVERIFY(ask(*service) == ChatOutcome(failure));
 }
 
 QTEST_GUILESS_MAIN(TestChatService)

@@ -33,9 +33,13 @@ QString installedLibrary()
 std::unique_ptr<ChatService> loadChatService(const QString& file)
 {
     QPluginLoader loader(file.isEmpty() ? installedLibrary() : file);
-    const auto* factory = qobject_cast<ChatServiceFactory*>(loader.instance());
-    if (!factory)
+    QObject* const library = loader.instance();
+    if (!library)
         return std::make_unique<MissingChatService>(QStringLiteral("The network part of the chat cannot be loaded: ")
                                                     + loader.errorString());
+    const auto* factory = qobject_cast<ChatServiceFactory*>(library);
+    if (!factory)
+        return std::make_unique<MissingChatService>(QStringLiteral(
+            "The network part of the chat is that of another version. Please quit Nelo and start it again."));
     return factory->makeChatService(); // the library stays loaded as long as the program runs
 }

@@ -41,7 +41,8 @@ public:
     virtual std::unique_ptr<ChatService> makeChatService() const = 0;
 };
 
-#define ChatServiceFactory_iid "nelo.ChatServiceFactory"
+/// Has the version in it: a program that runs while it is upgraded must not load the library of its successor.
+#define ChatServiceFactory_iid "nelo.ChatServiceFactory/" NELO_VERSION
 Q_DECLARE_INTERFACE(ChatServiceFactory, ChatServiceFactory_iid)
 
 /// Loads what asks the endpoints from `file`, by default the library that is installed with the program. Never null:
