@@ -44,14 +44,20 @@ def files_of_the_system() -> set[str]:
     return {path for path in found if not path.startswith(PACKAGE_MANAGER) and not CACHES.fullmatch(path)}
 
 
+def other_version(interface: re.Match[bytes]) -> bytes:
+    return interface[1] + b"9" * (len(interface[0]) - len(interface[1]))
+
+
 def newer_package(folder: Path) -> Path:
-    """The same package with a higher version, of which one file is gone and another one new."""
+    """The same package with a higher version: one file is gone, another one new, and the library is for its own program only."""
     tree = folder / "tree"
     run("dpkg-deb", "--raw-extract", PACKAGE, tree)
     control = tree / "DEBIAN/control"
     control.write_text(re.sub(r"(?m)^Version: (.+)$", r"Version: \1+next", control.read_text()))
     (tree / "DEBIAN/md5sums").unlink()
     (tree / "usr/share/nelo/app/news.py").rename(tree / "usr/share/nelo/app/renamed.py")
+    library = tree / "usr/lib/nelo/nelo_chat_client.so"
+    library.write_bytes(re.sub(rb"(nelo\.ChatServiceFactory/)[\d.]+", other_version, library.read_bytes()))
     module = tree / "usr/share/nelo/app/__init__.py"
     module.write_text(module.read_text().replace("from .news", "from .renamed"))
     package = folder / "newer.deb"
@@ -112,6 +118,19 @@ class PackageTest(unittest.TestCase):
         store_api_key(nelo, chat, "OPENAI", "sk-package")
         ask(nelo, chat, self.provider, "are you there")
 
+    def chat_is_refused(self, nelo: Nelo) -> None:
+        """The program will not load what belongs to its successor, and says what to do."""
+        chat = open_chat(nelo)
+        store_api_key(nelo, chat, "OPENAI", "sk-package")
+        chat.find("text", "Send a message").click()
+        type_text("are you there")
+        press("Return")
+        dialog = nelo.accessible.find("dialog", "Request Failed")
+        self.assertIn("of another version", dialog.find("text", re.compile("")).text)
+        press("Escape")
+        nelo.window("Nelo")
+        self.assertEqual(self.provider.requests, [])
+
     def test_unpacked_in_any_folder_it_starts_and_asks_the_provider(self) -> None:
         run("dpkg-deb", "--extract", PACKAGE, self.folder / "bare 文件夹")
         with self.started(self.folder / "bare 文件夹") as nelo:
@@ -141,6 +160,7 @@ class PackageTest(unittest.TestCase):
             console.find("push button", "Refresh").click()
             until(lambda: nelo.helpers() not in ([], [helper]), "another helper")
             console.find("label", REPORT)
+            self.chat_is_refused(nelo)
         with self.started() as nelo:
             open_runtime(nelo)
             run("dpkg", "--purge", "nelo")
