@@ -8,7 +8,24 @@
 
 #include <tuple>
 
+#ifdef __linux__
+#include <sys/resource.h>
+#endif
+
 using namespace std::chrono_literals;
+
+namespace {
+
+/// Linux heeds none of Qt's priorities but the one of idle threads, which a busy machine would starve.
+void yieldToOtherThreads()
+{
+#ifdef __linux__
+    constexpr int niceness = 10;
+    setpriority(PRIO_PROCESS, 0, niceness); // of this thread alone, see setpriority(2)
+#endif
+}
+
+} // namespace
 
 ChatHistoryWriter::ChatHistoryWriter(Messages messages, QObject* parent)
     : QObject(parent), m_messages(std::move(messages))
@@ -18,7 +35,7 @@ ChatHistoryWriter::ChatHistoryWriter(Messages messages, QObject* parent)
     m_timer.setInterval(400ms);
     connect(&m_timer, &QTimer::timeout, this, &ChatHistoryWriter::persistMessages);
     m_worker.setMaxThreadCount(1);
-    m_worker.setThreadPriority(QThread::IdlePriority); // on Linux the only one below normal that is heeded
+    m_worker.setThreadPriority(QThread::LowPriority);
 }
 
 void ChatHistoryWriter::keepUnreadableFile()
@@ -40,6 +57,7 @@ void ChatHistoryWriter::persistMessages()
 
 void ChatHistoryWriter::write(const QList<NeloChatMessage>& messages)
 {
+    yieldToOtherThreads();
     const QString path = neloChatHistoryURL();
     m_mayReplace = m_mayReplace || preserveUnreadableHistory(path, QDateTime::currentDateTime());
     if (m_mayReplace)
