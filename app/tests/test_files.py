@@ -55,6 +55,15 @@ class ReplaceFileTest(HomeTestCase):
         self.assertEqual(os.readlink(self.path("link")), "elsewhere/target")
         self.assertEqual((self.read("elsewhere/target"), self.mode("elsewhere/target")), ("new", 0o640))
 
+    def test_a_relative_link_that_climbs_out_of_a_linked_folder_leads_where_the_system_says(self) -> None:
+        self.make_file("shared/file", "another file")
+        self.make_file("data/shared/file", "old")
+        os.makedirs(self.path("data/folder"))
+        os.symlink("data/folder", self.path("folder"))
+        os.symlink("../shared/file", self.path("folder/file"))
+        files.replace_file(self.path("folder/file"), b"new")
+        self.assertEqual((self.read("data/shared/file"), self.read("shared/file")), ("new", "another file"))
+
     def test_a_link_to_nothing_makes_its_target(self) -> None:
         os.symlink(self.path("elsewhere/target"), self.path("link"))
         files.replace_file(self.path("link"), b"new")

@@ -38,8 +38,10 @@ private slots:
     void aSymbolicLinkStaysOne_data();
     void aSymbolicLinkStaysOne();
     void aDanglingLinkGetsItsTarget();
+    void aLinkIntoAMissingFolderMakesNothing();
     void linksInACircleFail();
     void aNameOfTheGreatestLengthIsWritten();
+    void aRelativePathIsWrittenInTheWorkingDirectory();
     void aFolderInItsPlaceStays();
     void aPipeInItsPlaceStays();
     void aMissingFolderFails();
@@ -216,34 +218,43 @@ void TestAtomicFile::nobodySeesHalfAFile()
 
 void TestAtomicFile::aSymbolicLinkStaysOne_data()
 {
-    QTest::addColumn<bool>("relative");
-    QTest::addColumn<bool>("throughAnother");
-    QTest::newRow("an absolute link") << false << false;
-    QTest::newRow("a relative link") << true << false;
-    QTest::newRow("a link to a link") << true << true;
+    QTest::addColumn<QString>("link");
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QString>("real");
+    const QString near = QStringLiteral("elsewhere/real");
+    const QString far = QStringLiteral("data/elsewhere/real");
+    QTest::newRow("an absolute link") << QStringLiteral("link") << QStringLiteral("%1/elsewhere/real") << near;
+    QTest::newRow("a relative link") << QStringLiteral("link") << QStringLiteral("elsewhere/real") << near;
+    QTest::newRow("a link to a link") << QStringLiteral("link") << QStringLiteral("another") << near;
+    QTest::newRow("a relative link that climbs out of a linked folder")
+        << QStringLiteral("folder/link") << QStringLiteral("../elsewhere/real") << far;
+    QTest::newRow("a link that climbs out of a linked folder by itself")
+        << QStringLiteral("link") << QStringLiteral("folder/../elsewhere/real") << far;
 }
 
 void TestAtomicFile::aSymbolicLinkStaysOne()
 {
-    QFETCH(bool, relative);
-    QFETCH(bool, throughAnother);
-    QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("elsewhere")));
-    const QString real = path(QStringLiteral("elsewhere/real"));
-    Files::create(real, "old");
-    chmod(QFile::encodeName(real).constData(), 0640);
-    const QString target = relative ? QStringLiteral("elsewhere/real") : real;
-    const QString link = path(QStringLiteral("link"));
-    QVERIFY(QFile::link(target, link));
-    if (throughAnother)
-        QVERIFY(QFile::link(QStringLiteral("link"), path()));
+    QFETCH(QString, link);
+    QFETCH(QString, target);
+    QFETCH(QString, real);
+    const QStringList files{QStringLiteral("elsewhere/real"), QStringLiteral("data/elsewhere/real")};
+    for (const QString& file : files) {
+        Files::create(path(file), "old");
+        chmod(QFile::encodeName(path(file)).constData(), 0640);
+    }
+    QVERIFY(QDir(m_folder->path()).mkpath(QStringLiteral("data/folder")));
+    QVERIFY(QFile::link(QStringLiteral("data/folder"), path(QStringLiteral("folder"))));
+    QVERIFY(QFile::link(QStringLiteral("elsewhere/real"), path(QStringLiteral("another"))));
+    QVERIFY(QFile::link(target.replace(QStringLiteral("%1"), m_folder->path()), path(link)));
 
-    const QString written = throughAnother ? path() : link;
-    QCOMPARE(writeFileAtomically(written, "new"), std::nullopt);
-    QVERIFY(QFileInfo(written).isSymLink());
-    QVERIFY(QFileInfo(link).isSymLink());
-    QCOMPARE(Files::contentOf(real), QByteArray("new"));
-    QCOMPARE(Files::mode(real), 0640);
-    QCOMPARE(Files::names(path(QStringLiteral("elsewhere"))), QStringList{QStringLiteral("real")});
+    QCOMPARE(writeFileAtomically(path(link), "new"), std::nullopt);
+    QVERIFY(QFileInfo(path(link)).isSymLink());
+    QVERIFY(QFileInfo(path(QStringLiteral("another"))).isSymLink());
+    for (const QString& file : files) {
+        QCOMPARE(Files::contentOf(path(file)), QByteArray(file == real ? "new" : "old"));
+        QCOMPARE(Files::mode(path(file)), 0640);
+        QCOMPARE(Files::names(QFileInfo(path(file)).path()), QStringList{QStringLiteral("real")});
+    }
 }
 
 void TestAtomicFile::aDanglingLinkGetsItsTarget()
@@ -252,6 +263,13 @@ void TestAtomicFile::aDanglingLinkGetsItsTarget()
     QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
     QVERIFY(QFileInfo(path()).isSymLink());
     QCOMPARE(Files::contentOf(path(QStringLiteral("later"))), QByteArray("new"));
+}
+
+void TestAtomicFile::aLinkIntoAMissingFolderMakesNothing()
+{
+    QVERIFY(QFile::link(QStringLiteral("missing/../later"), path()));
+    QCOMPARE(writeFileAtomically(path(), "new"), QStringLiteral("No such file or directory"));
+    QCOMPARE(Files::names(m_folder->path()), QStringList{QStringLiteral("file")});
 }
 
 void TestAtomicFile::linksInACircleFail()
@@ -267,6 +285,16 @@ void TestAtomicFile::aNameOfTheGreatestLengthIsWritten()
     const QString longest(255, QLatin1Char('n'));
     QCOMPARE(writeFileAtomically(path(longest), "x"), std::nullopt);
     QCOMPARE(Files::contentOf(path(longest)), QByteArray("x"));
+}
+
+void TestAtomicFile::aRelativePathIsWrittenInTheWorkingDirectory()
+{
+    const QString before = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(m_folder->path()));
+    const auto failure = writeFileAtomically(QStringLiteral("file"), "x");
+    QVERIFY(QDir::setCurrent(before));
+    QCOMPARE(failure, std::nullopt);
+    QCOMPARE(Files::contentOf(path()), QByteArray("x"));
 }
 
 void TestAtomicFile::aFolderInItsPlaceStays()

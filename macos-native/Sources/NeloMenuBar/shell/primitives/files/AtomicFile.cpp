@@ -1,10 +1,11 @@
 #include "shell/primitives/files/AtomicFile.h"
 
-#include <QFileInfo>
+#include <QFile>
 #include <QTemporaryFile>
 
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <system_error>
 #include <tuple>
 
@@ -18,12 +19,14 @@ QString systemText(int number)
     return QString::fromStdString(std::generic_category().message(number));
 }
 
-/// The file that `path` leads to, which need not exist.
-QString linkTarget(QString path)
+/// The file that `path` leads to, which need not exist. Not `QFileInfo::symLinkTarget()`: it drops a ".." together with
+/// the name before it, and where that name is a linked folder the kernel ends up elsewhere.
+std::filesystem::path linkTarget(std::filesystem::path path)
 {
     constexpr int mostLinks = 40; // what the kernel follows
-    for (int links = 0; links < mostLinks && QFileInfo(path).isSymLink(); ++links)
-        path = QFileInfo(path).symLinkTarget();
+    std::error_code ignored;      // what cannot be looked at is no link
+    for (int links = 0; links < mostLinks && std::filesystem::is_symlink(path, ignored); ++links)
+        path = path.parent_path() / std::filesystem::read_symlink(path, ignored);
     return path;
 }
 
@@ -65,8 +68,12 @@ std::optional<QString> writeFileAtomically(const QString& path, const QByteArray
 
     // Not QSaveFile: its commit() was seen to succeed after a short write on a full disk, and its new files are
     // readable for all at first. In the same folder, because a rename must not cross file systems.
-    const QString target = linkTarget(path);
-    QTemporaryFile file(QFileInfo(target).absolutePath() + QStringLiteral("/.nelo-XXXXXX"));
+    const std::filesystem::path target = linkTarget(std::filesystem::path(".") / QFile::encodeName(path).toStdString());
+    std::error_code failure;
+    const std::filesystem::path folder = std::filesystem::canonical(target.parent_path(), failure);
+    if (failure)
+        return QString::fromStdString(failure.message());
+    QTemporaryFile file(QFile::decodeName((folder / ".nelo-XXXXXX").c_str()));
     if (!file.open())
         return file.errorString();
     const int descriptor = file.handle();
@@ -74,8 +81,7 @@ std::optional<QString> writeFileAtomically(const QString& path, const QByteArray
     if (!hasMode || !writeAll(descriptor, bytes) || fsync(descriptor) != 0)
         return systemText(errno);
     const QString temporary = file.fileName(); // until here the file may have had no name at all
-    if (temporary.isEmpty()
-        || std::rename(QFile::encodeName(temporary).constData(), QFile::encodeName(target).constData()) != 0)
+    if (temporary.isEmpty() || std::rename(QFile::encodeName(temporary).constData(), target.c_str()) != 0)
         return systemText(errno);
     file.setAutoRemove(false);
     return std::nullopt;
