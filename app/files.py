@@ -38,8 +38,8 @@ def read_file(path: str, limit: int = -1) -> bytes | None:
 def replace_file(path: str, content: bytes, forbidden: int = 0) -> None:
     """Give a file new content: a reader sees the old or the new, and a failure leaves the old.
 
-    The file keeps its mode, without the bits of `forbidden`, and its owner where the system allows it; a symbolic link
-    stays a link. A file that did not exist is readable by its owner only, and so are the folders made for it. Raises
+    The file keeps its mode, without the bits of `forbidden`, and its owner and its group where the system allows it; in
+    another group it keeps no right that somebody would gain by that. A symbolic link stays a link. A file that did not exist is readable by its owner only, and so are the folders made for it. Raises
     `OSError`.
     """
     target = os.path.realpath(path)
@@ -139,9 +139,22 @@ def _write_new(path: str, content: bytes, model: os.stat_result | None, forbidde
 
 
 def _take_over(descriptor: int, model: os.stat_result, forbidden: int) -> None:
-    """Take over the owner and the mode. The owner first: changing it clears bits of the mode."""
+    """Take over the owner, the group and the mode. The mode comes last: changing the owner clears bits of it."""
+    mode = stat.S_IMODE(model.st_mode)
+    if not _take_owner(descriptor, model):
+        # Nobody gains a right: not the new group, and not the former one, whose members are among the others now.
+        shared = mode & mode >> 3 & 0o7
+        mode = mode & 0o700 | shared << 3 | shared
+    os.fchmod(descriptor, mode & ~forbidden)
+
+
+def _take_owner(descriptor: int, model: os.stat_result) -> bool:
+    """Take over the owner and the group, or the group alone. False when the system allows neither."""
     own = os.fstat(descriptor)
-    if (own.st_uid, own.st_gid) != (model.st_uid, model.st_gid):
+    if (own.st_uid, own.st_gid) == (model.st_uid, model.st_gid):
+        return True
+    for owner in (model.st_uid, -1):
         with contextlib.suppress(PermissionError):
-            os.fchown(descriptor, model.st_uid, model.st_gid)
-    os.fchmod(descriptor, stat.S_IMODE(model.st_mode) & ~forbidden)
+            os.fchown(descriptor, owner, model.st_gid)
+            return True
+    return False

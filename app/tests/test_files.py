@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import contextlib
 import errno
 import os
 import signal
@@ -16,6 +17,12 @@ from app.tests.support import HomeTestCase, wait_for
 
 
 class ReplaceFileTest(HomeTestCase):
+    def foreign(self, path: str, owner: int, group: int) -> contextlib.AbstractContextManager[object]:
+        """Have a file seem to belong to somebody else."""
+        own = os.stat(path)
+        status = os.stat_result((own.st_mode, 0, 0, 1, owner, group, 3, 0, 0, 0))
+        return mock.patch.object(files, "_status", return_value=status)
+
     def test_a_new_file_and_its_new_folders_belong_to_their_owner_only(self) -> None:
         files.replace_file(self.path("a/b/file"), b"content")
         self.assertEqual(self.read("a/b/file"), "content")
@@ -27,19 +34,29 @@ class ReplaceFileTest(HomeTestCase):
         files.replace_file(path, b"new")
         self.assertEqual((self.read("file"), self.mode("file")), ("new", 0o775))
 
-    def test_the_owner_is_kept_where_the_system_allows_it(self) -> None:
+    def test_the_owner_and_the_group_are_kept_where_the_system_allows_it(self) -> None:
         path = self.make_file("file", "old", 0o640)
         own = os.stat(path)
-        foreign = os.stat_result((own.st_mode, 0, 0, 1, own.st_uid + 1, own.st_gid + 2, 3, 0, 0, 0))
-        for refusal in (None, PermissionError()):
-            with mock.patch.object(files, "_status", return_value=foreign):
-                with mock.patch.object(os, "fchown", side_effect=refusal) as fchown:
-                    files.replace_file(path, b"new")
-            self.assertEqual(fchown.call_args[0][1:], (own.st_uid + 1, own.st_gid + 2))
-            self.assertEqual(self.mode("file"), 0o640)
+        owner, group = own.st_uid + 1, own.st_gid + 2
+        with self.foreign(path, owner, group), mock.patch.object(os, "fchown") as fchown:
+            files.replace_file(path, b"new")
+        self.assertEqual([call[0][1:] for call in fchown.call_args_list], [(owner, group)])
+        outcomes = [PermissionError(), None]
+        with self.foreign(path, owner, group), mock.patch.object(os, "fchown", side_effect=outcomes) as fchown:
+            files.replace_file(path, b"new")
+        self.assertEqual([call[0][1:] for call in fchown.call_args_list], [(owner, group), (-1, group)])
+        self.assertEqual(self.mode("file"), 0o640)
         with mock.patch.object(os, "fchown") as fchown:
             files.replace_file(path, b"new")
         fchown.assert_not_called()
+
+    def test_nobody_gains_a_right_when_the_group_cannot_be_kept(self) -> None:
+        for mode, afterwards in ((0o640, 0o600), (0o664, 0o644), (0o604, 0o600), (0o750, 0o700), (0o600, 0o600)):
+            path = self.make_file("file", "old", mode)
+            refused = mock.patch.object(os, "fchown", side_effect=PermissionError())
+            with self.subTest(oct(mode)), self.foreign(path, 1, 2), refused:
+                files.replace_file(path, b"new")
+                self.assertEqual((self.read("file"), self.mode("file")), ("new", afterwards))
 
     def test_forbidden_permissions_are_taken_away(self) -> None:
         path = self.make_file("file", "old", 0o664)

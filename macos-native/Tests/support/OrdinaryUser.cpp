@@ -29,7 +29,8 @@ std::uint32_t exchangeCapabilities(std::uint32_t keep)
 OrdinaryUser::OrdinaryUser()
 {
     constexpr std::uint32_t passingPermissions = 1U << CAP_DAC_OVERRIDE | 1U << CAP_DAC_READ_SEARCH;
-    m_capabilitiesBefore = exchangeCapabilities(~passingPermissions);
+    constexpr std::uint32_t givingFilesAway = 1U << CAP_CHOWN;
+    m_capabilitiesBefore = exchangeCapabilities(~(passingPermissions | givingFilesAway));
 }
 
 OrdinaryUser::~OrdinaryUser()

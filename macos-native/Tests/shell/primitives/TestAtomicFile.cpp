@@ -1,6 +1,7 @@
 #include "shell/primitives/files/AtomicFile.h"
 
 #include "support/Files.h"
+#include "support/OrdinaryUser.h"
 #include "support/SmallDisk.h"
 #include "support/Warnings.h"
 
@@ -12,7 +13,9 @@
 #include <atomic>
 #include <csignal>
 #include <thread>
+#include <vector>
 
+#include <grp.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -32,6 +35,9 @@ private slots:
     void anExistingFileKeepsItsMode_data();
     void anExistingFileKeepsItsMode();
     void anExistingFileKeepsItsOwnerWhereTheSystemLetsUs();
+    void aFileOfAnotherOwnerInOurGroupStaysInIt();
+    void noGroupGainsRightsWhenTheFilesGroupCannotBeKept_data();
+    void noGroupGainsRightsWhenTheFilesGroupCannotBeKept();
     void aFileThatMayNotBeWrittenIsReplacedAllTheSame();
     void aReaderOfTheOldFileKeepsIt();
     void nobodySeesHalfAFile();
@@ -58,6 +64,31 @@ private:
 };
 
 namespace {
+
+/// The number of a user and a group that are not ours.
+constexpr uid_t someone = 12345;
+
+/// Makes this process a member of `group` alone, beside its own, while it lives; where it may.
+class MemberOf final
+{
+public:
+    explicit MemberOf(gid_t group) : m_before(static_cast<std::size_t>(getgroups(0, nullptr)))
+    {
+        getgroups(static_cast<int>(m_before.size()), m_before.data());
+        m_isMember = setgroups(1, &group) == 0;
+    }
+    MemberOf(const MemberOf&) = delete;
+    MemberOf& operator=(const MemberOf&) = delete;
+    ~MemberOf()
+    {
+        if (m_isMember && setgroups(m_before.size(), m_before.data()) != 0)
+            qFatal("the groups cannot be restored");
+    }
+
+private:
+    std::vector<gid_t> m_before;
+    bool m_isMember = false;
+};
 
 struct stat statusOf(const QString& path)
 {
@@ -167,12 +198,53 @@ void TestAtomicFile::anExistingFileKeepsItsMode()
 void TestAtomicFile::anExistingFileKeepsItsOwnerWhereTheSystemLetsUs()
 {
     Files::create(path(), "old");
-    const uid_t someone = 12345;
     const bool mayGiveAway = chown(QFile::encodeName(path()).constData(), someone, someone) == 0;
     QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
     QCOMPARE(Files::contentOf(path()), QByteArray("new"));
     QCOMPARE(statusOf(path()).st_uid, mayGiveAway ? someone : geteuid());
     QCOMPARE(statusOf(path()).st_gid, mayGiveAway ? someone : getegid());
+}
+
+void TestAtomicFile::aFileOfAnotherOwnerInOurGroupStaysInIt()
+{
+    Files::create(path(), "old");
+    const MemberOf membership(someone);
+    const bool isSomeones = chown(QFile::encodeName(path()).constData(), someone, someone) == 0;
+    chmod(QFile::encodeName(path()).constData(), 0660);
+    {
+        const OrdinaryUser user;
+        QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
+    }
+    QCOMPARE(Files::contentOf(path()), QByteArray("new"));
+    QCOMPARE(statusOf(path()).st_uid, geteuid());
+    QCOMPARE(statusOf(path()).st_gid, isSomeones ? someone : getegid());
+    QCOMPARE(Files::mode(path()), 0660);
+}
+
+void TestAtomicFile::noGroupGainsRightsWhenTheFilesGroupCannotBeKept_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<int>("afterwards");
+    QTest::newRow("what the group alone might read is private") << 0640 << 0600;
+    QTest::newRow("what the group alone might write is private") << 0660 << 0600;
+    QTest::newRow("what all might read stays so") << 0664 << 0644;
+    QTest::newRow("what all but the group might read is private") << 0604 << 0600;
+    QTest::newRow("what is private stays so") << 0700 << 0700;
+}
+
+void TestAtomicFile::noGroupGainsRightsWhenTheFilesGroupCannotBeKept()
+{
+    QFETCH(int, mode);
+    QFETCH(int, afterwards);
+    Files::create(path(), "old");
+    const bool isSomeones = chown(QFile::encodeName(path()).constData(), someone, someone) == 0;
+    chmod(QFile::encodeName(path()).constData(), static_cast<mode_t>(mode));
+    {
+        const OrdinaryUser user;
+        QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
+    }
+    QCOMPARE(statusOf(path()).st_gid, getegid());
+    QCOMPARE(Files::mode(path()), isSomeones ? afterwards : mode);
 }
 
 void TestAtomicFile::aFileThatMayNotBeWrittenIsReplacedAllTheSame()

@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
-#include <tuple>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -30,13 +29,24 @@ std::filesystem::path linkTarget(std::filesystem::path path)
     return path;
 }
 
+/// `mode` for a file whose group is another one now: neither that group nor the former one, whose members are among the
+/// others now, gets a right that it did not have.
+mode_t modeInAnotherGroup(mode_t mode)
+{
+    const mode_t shared = mode & (mode >> 3) & 07;
+    return (mode & 0700) | shared << 3 | shared;
+}
+
 /// Makes an open file of ours look like the `existing` one.
 bool takeOver(int descriptor, const struct stat& existing)
 {
-    // Only the superuser may give files away: for anybody else it becomes their own, with the mode it had.
-    std::ignore = fchown(descriptor, existing.st_uid, existing.st_gid);
+    // Only the superuser may give files away: for anybody else it becomes their own, in its group if that is theirs.
+    constexpr auto unchanged = static_cast<uid_t>(-1);
+    const bool hasGroup = fchown(descriptor, existing.st_uid, existing.st_gid) == 0
+                          || fchown(descriptor, unchanged, existing.st_gid) == 0;
     constexpr mode_t permissionBits = 0777; // no set-user-id for a file that may have changed hands
-    return fchmod(descriptor, existing.st_mode & permissionBits) == 0;
+    const mode_t mode = existing.st_mode & permissionBits;
+    return fchmod(descriptor, hasGroup ? mode : modeInAnotherGroup(mode)) == 0;
 }
 
 /// Writes all of `bytes`, in as many goes as the system takes; errno says why it could not. (A short write on a full

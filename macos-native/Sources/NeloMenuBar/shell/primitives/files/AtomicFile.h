@@ -12,9 +12,10 @@ constexpr mode_t ownerOnly = 0600;
 /// Replaces the content of the file at `path` by `bytes`, all of it or not at all: another program sees the old file or
 /// the new one, and a failure leaves the old one as it was and nothing beside it.
 ///
-/// A file that exists keeps its mode, and its owner where the system lets us set it; a symbolic link stays one, and
-/// what it points to is replaced. It need not be writable: its folder must be. A file that does not exist gets the mode
-/// `newFileMode`, whatever the umask, before its first byte. Only regular files are replaced.
+/// A file that exists keeps its mode, and its owner and its group where the system lets us set them; in another group
+/// it keeps no right that somebody would gain by that. A symbolic link stays one, and what it points to is replaced.
+/// The file need not be writable: its folder must be. A file that does not exist gets the mode `newFileMode`, whatever
+/// the umask, before its first byte. Only regular files are replaced.
 ///
 /// Blocks until the bytes are on the disk. Any thread may call.
 ///
