@@ -27,9 +27,10 @@ def server_address(text: str) -> str:
     """The server's address, without a final slash, for a value of OLLAMA_HOST: a host, host:port or a URL.
 
     As for the server's own client, an empty value means this machine, and a URL without a port means the port of its
-    scheme. An address that only a server can listen on means this machine too. Raises `BackendError`.
+    scheme. An address that only a server can listen on means this machine too. The path is percent-encoded. Raises
+    `BackendError`.
     """
-    from urllib.parse import urlsplit
+    from urllib.parse import quote, urlsplit
 
     value = text.strip().strip("\"'")
     scheme, separator, rest = value.partition("://")
@@ -48,7 +49,8 @@ def server_address(text: str) -> str:
             "OLLAMA_HOST is not understood. Set it to a host, a host and port such as 127.0.0.1:11434, or a URL."
         ) from error
     shown_host = f"[{host}]" if host and ":" in host else host
-    return f"{scheme}://{shown_host}:{port}/{path}".rstrip("/")
+    shown_path = quote(os.fsencode(path), safe="%/:=&?~#+!$,;'@()*[]")  # what is escaped already stays so
+    return f"{scheme}://{shown_host}:{port}/{shown_path}".rstrip("/")
 
 
 def current_address() -> str:
