@@ -136,8 +136,9 @@ def _record(entry: object) -> dict[str, str] | None:
     texts = {key: entry[key] for key in _RECORD_KEYS if isinstance(entry.get(key), str)}
     if texts.get("ecosystem") not in paths.ECOSYSTEMS or arguments.folder_name_problem(texts.get("id", "")):
         return None
-    if not os.path.isabs(texts.get("workspace", "")):
-        texts.pop("workspace", None)
+    workspace = texts.pop("workspace", "")
+    if os.path.isabs(workspace):
+        texts["workspace"] = workspace.rstrip("/") or "/"  # a final slash would hide the folder's name
     return texts
 
 

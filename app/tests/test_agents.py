@@ -276,6 +276,15 @@ class DeleteTest(AgentTestCase):
         self.assertIs(app.delete_local_agent("codex", "a", True)["workspaceRemoved"], True)
         self.assertEqual(os.listdir(self.path("big-disk/agents")), [])
 
+    def test_a_recorded_workspace_may_end_in_slashes(self) -> None:
+        workspace = self.make_agent_folder("codex", "a")
+        record = {"ecosystem": "codex", "id": "a", "workspace": workspace + "//"}
+        self.make_file(".nelo/agents.json", json.dumps({"agents": [record]}))
+        self.assertEqual([row["workspace"] for row in app.list_local_agents()], [workspace])
+        done = app.delete_local_agent("codex", "a", True)
+        self.assertEqual((done["workspace"], done["workspaceRemoved"]), (workspace, True))
+        self.assertFalse(os.path.exists(workspace))
+
     def test_a_missing_workspace_is_no_hindrance(self) -> None:
         app.add_local_agent("codex", "a", "A", "")
         os.rmdir(self.path(".codex/agents/a"))
