@@ -1,6 +1,8 @@
 #include "agents/AgentDialogs.h"
 
 #include "agents/AgentAnswers.h"
+#include "shell/primitives/Colors.h"
+#include "shell/primitives/Labels.h"
 #include "support/Warnings.h"
 
 #include <QApplication>
@@ -31,12 +33,17 @@ private slots:
 
     void aNewAgentIsAskedForAsGiven();
     void theNewAgentsFormHasTheGivenSizes();
+    void theNewAgentsFieldsAreNamedForAssistiveTechnology();
+    void theNoteIsInTheSecondaryColor();
     void theNewAgentsFormIsFilledInByKeyboard();
     void aNewAgentIsWhatWasChosen();
     void anotherEcosystemLeavesTheNameAlone();
+    void withoutASelectedEcosystemItIsTheFirst();
     void aCancelledNewAgentIsNone();
 
     void aNameIsAskedForAsGiven();
+    void whateverANameHoldsComesBack_data();
+    void whateverANameHoldsComesBack();
     void aNameIsTrimmed_data();
     void aNameIsTrimmed();
     void aCancelledNameIsNone();
@@ -89,6 +96,32 @@ void TestAgentDialogs::theNewAgentsFormHasTheGivenSizes()
     QCOMPARE(robot.shown().size(), 1U);
 }
 
+void TestAgentDialogs::theNewAgentsFieldsAreNamedForAssistiveTechnology()
+{
+    const DialogRobot robot({[](QDialog& dialog) {
+        QCOMPARE(ecosystemPopup(dialog)->accessibleDescription(), QStringLiteral("Ecosystem"));
+        QMap<QString, QWidget*> buddies;
+        for (const QLabel* label : ecosystemPopup(dialog)->parentWidget()->findChildren<QLabel*>())
+            buddies.insert(label->text().left(9), label->buddy());
+        QCOMPARE(buddies.value(QStringLiteral("Ecosystem")), ecosystemPopup(dialog));
+        QCOMPARE(buddies.value(QStringLiteral("Name")), nameField(dialog));
+        cancel()(dialog);
+    }});
+    askForNewAgent(nullptr, QStringLiteral("20250101-093000"));
+    QCOMPARE(robot.shown().size(), 1U);
+}
+
+void TestAgentDialogs::theNoteIsInTheSecondaryColor()
+{
+    const DialogRobot robot({[](QDialog& dialog) {
+        const auto* note = dialog.findChild<WrappingLabel*>(QStringLiteral("note"));
+        QCOMPARE(note->palette().color(QPalette::WindowText), Colors::secondaryText(dialog.palette()));
+        cancel()(dialog);
+    }});
+    askForNewAgent(nullptr, QStringLiteral("20250101-093000"));
+    QCOMPARE(robot.shown().size(), 1U);
+}
+
 void TestAgentDialogs::theNewAgentsFormIsFilledInByKeyboard()
 {
     const DialogRobot robot({[](QDialog& dialog) {
@@ -124,6 +157,15 @@ void TestAgentDialogs::anotherEcosystemLeavesTheNameAlone()
              QStringLiteral("openclaw 20250101-093000"));
 }
 
+void TestAgentDialogs::withoutASelectedEcosystemItIsTheFirst()
+{
+    const DialogRobot robot({[](QDialog& dialog) {
+        ecosystemPopup(dialog)->setCurrentIndex(-1);
+        DialogRobot::press(QStringLiteral("Create"))(dialog);
+    }});
+    QCOMPARE(askForNewAgent(nullptr, QStringLiteral("20250101-093000"))->ecosystem, QStringLiteral("openclaw"));
+}
+
 void TestAgentDialogs::aCancelledNewAgentIsNone()
 {
     const DialogRobot robot({cancel(), DialogRobot::press(Qt::Key_Escape)});
@@ -147,6 +189,30 @@ void TestAgentDialogs::aNameIsAskedForAsGiven()
     QCOMPARE(robot.shown().at(0).text, QStringLiteral("codex/<b>a</b>"));
     QCOMPARE(robot.shown().at(0).buttons, QStringList({QStringLiteral("Cancel"), QStringLiteral("Save")}));
     QCOMPARE(robot.shown().at(0).defaultButton, QStringLiteral("Save"));
+}
+
+void TestAgentDialogs::whateverANameHoldsComesBack_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("a line feed") << QStringLiteral("a\nb");
+    QTest::newRow("a bidirectional mark") << QStringLiteral("a\u202eb");
+    QTest::newRow("ten thousand characters") << QString(10'000, u'n');
+    QTest::newRow("more characters than a field takes by itself") << QString(40'000, u'名');
+}
+
+void TestAgentDialogs::whateverANameHoldsComesBack()
+{
+    QFETCH(QString, name);
+    const DialogRobot robot({[&name](QDialog& dialog) {
+                                 QCOMPARE(nameField(dialog)->size(), QSize(280, 24));
+                                 QVERIFY(dialog.width() < 1000);
+                                 QCOMPARE(nameField(dialog)->text(), name);
+                                 dialog.grab(); // painting it does no harm
+                                 AgentAnswers::saveName(name)(dialog);
+                             },
+                             AgentAnswers::create(QStringLiteral("kimi"), name)});
+    QCOMPARE(askForName(nullptr, QStringLiteral("Rename Agent"), QStringLiteral("codex/a"), name), name);
+    QCOMPARE(askForNewAgent(nullptr, QStringLiteral("20250101-093000"))->name, name);
 }
 
 void TestAgentDialogs::aNameIsTrimmed_data()

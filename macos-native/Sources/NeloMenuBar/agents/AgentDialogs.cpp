@@ -1,15 +1,19 @@
 #include "agents/AgentDialogs.h"
 
 #include "shell/primitives/Alerts.h"
+#include "shell/primitives/Forms.h"
 #include "shell/primitives/Labels.h"
+#include "shell/primitives/PopUpButton.h"
 
-#include <QComboBox>
 #include <QLineEdit>
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <memory>
 
 namespace {
+
+const QString openclaw = QStringLiteral("openclaw");
 
 /// Fixes `widget` at `size`, or at what its style and font need at least.
 void fixSize(QWidget& widget, QSize size)
@@ -24,16 +28,17 @@ public:
     explicit NewAgentForm(const QString& stamp)
     {
         m_ecosystemPopup->setObjectName(QStringLiteral("ecosystemPopup"));
-        m_ecosystemPopup->addItems({QStringLiteral("openclaw"), QStringLiteral("codex"), QStringLiteral("kimi")});
+        m_ecosystemPopup->addItems({openclaw, QStringLiteral("codex"), QStringLiteral("kimi")});
         m_ecosystemPopup->setAccessibleDescription(QStringLiteral("Ecosystem"));
         fixSize(*m_ecosystemPopup, {180, 26});
         m_nameField->setObjectName(QStringLiteral("nameField"));
-        m_nameField->setText(QStringLiteral("openclaw ") + stamp);
+        m_nameField->setText(openclaw + u' ' + stamp);
         fixSize(*m_nameField, {320, 24});
         auto* note = new WrappingLabel(
             QStringLiteral("Workspace uses the default path automatically. For openclaw, Nelo will launch "
                            "install/configure flow after creating the record."),
             this);
+        note->setObjectName(QStringLiteral("note"));
         note->setEmphasis(Emphasis::Secondary);
 
         auto* column = new QVBoxLayout(this);
@@ -48,11 +53,11 @@ public:
         setFocusProxy(m_ecosystemPopup);
     }
 
-    NewAgentChoice choice() const { return {m_ecosystemPopup->currentText(), m_nameField->text()}; }
+    NewAgentChoice choice() const { return {m_ecosystemPopup->titleOfSelectedItem(openclaw), m_nameField->text()}; }
 
 private:
-    QComboBox* m_ecosystemPopup = new QComboBox(this);
-    QLineEdit* m_nameField = new QLineEdit(this);
+    PopUpButton* m_ecosystemPopup = new PopUpButton(this);
+    QLineEdit* m_nameField = makeField({}, this);
 };
 
 } // namespace
@@ -68,13 +73,14 @@ std::optional<NewAgentChoice> askForNewAgent(QWidget* parent, const QString& sta
 
 std::optional<QString> askForName(QWidget* parent, const QString& title, const QString& text, const QString& name)
 {
-    QLineEdit field(name);
-    field.setObjectName(QStringLiteral("nameField"));
-    field.setAccessibleName(QStringLiteral("Name"));
-    fixSize(field, {280, 24});
-    field.selectAll();
-    const DialogAnswer answer = runDialog(parent, title, text, &field, QStringLiteral("Save"));
-    return answer == DialogAnswer::Accepted ? std::optional(field.text().trimmed()) : std::nullopt;
+    const std::unique_ptr<QLineEdit> field(makeField({}, nullptr));
+    field->setObjectName(QStringLiteral("nameField"));
+    field->setAccessibleName(QStringLiteral("Name"));
+    fixSize(*field, {280, 24});
+    field->setText(name);
+    field->selectAll();
+    const DialogAnswer answer = runDialog(parent, title, text, field.get(), QStringLiteral("Save"));
+    return answer == DialogAnswer::Accepted ? std::optional(field->text().trimmed()) : std::nullopt;
 }
 
 QHBoxLayout* labelRow(const QString& label, QWidget* field)
