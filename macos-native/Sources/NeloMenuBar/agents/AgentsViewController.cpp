@@ -124,8 +124,9 @@ void AgentsViewController::refreshAgents()
     loadAgents();
 }
 
-/// What `refreshAgents` does once it may. An action whose dialog is just gone calls it directly: a window system takes
-/// its time to make the window under the dialog the active one again.
+/// What `refreshAgents` does once it may. An action that changed something calls it directly: its dialog is just gone,
+/// and a window system takes its time to make the window under it the active one again; a terminal that was launched
+/// may take the place in front at once. That would be no poll, and what was done has to show.
 void AgentsViewController::loadAgents()
 {
     AgentReport report = agentReport(BackendReply(NeloBackend::call("sync_local_agents_to_core")));
