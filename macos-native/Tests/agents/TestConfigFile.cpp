@@ -26,19 +26,6 @@ const QDateTime& newYear()
     return time;
 }
 
-int modeOf(const QString& path)
-{
-    struct stat status
-    {};
-    lstat(QFile::encodeName(path).constData(), &status);
-    return static_cast<int>(status.st_mode & 07777U);
-}
-
-QStringList namesIn(const QString& folder)
-{
-    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-}
-
 } // namespace
 
 /// Reading, making and backing up a configuration file.
@@ -71,6 +58,11 @@ private slots:
     void aFileThatMayNotBeReadIsBackedUpAllTheSame();
     void halfABackupIsNone();
     void aFolderThatTakesNoBackupIsIgnored();
+
+    void savingBacksUpAndReplaces_data();
+    void savingBacksUpAndReplaces();
+    void afterAFailedSaveNoBackupIsTheFileItself();
+    void afterAFailedSaveACopyStays();
 
 private:
     QString path(const QString& relative = QStringLiteral("config.json")) const { return m_home->path(relative); }
@@ -139,9 +131,9 @@ void TestConfigFile::aMissingFileIsMadeForItsOwnerOnly()
     createConfigFile(file);
     umask(maskBefore);
     QCOMPARE(contentOf(file), QByteArray("{}\n"));
-    QCOMPARE(modeOf(file), 0600);
-    QCOMPARE(modeOf(path(QStringLiteral("new home/.codex"))), 0700);
-    QCOMPARE(namesIn(path(QStringLiteral("new home/.codex"))), QStringList{QStringLiteral("config.json")});
+    QCOMPARE(Files::mode(file), 0600);
+    QCOMPARE(Files::mode(path(QStringLiteral("new home/.codex"))), 0700);
+    QCOMPARE(Files::names(path(QStringLiteral("new home/.codex"))), QStringList{QStringLiteral("config.json")});
 }
 
 void TestConfigFile::aFileThatIsThereIsLeftAlone_data()
@@ -158,7 +150,7 @@ void TestConfigFile::aFileThatIsThereIsLeftAlone()
     QVERIFY(QFile::setPermissions(path(), QFile::ReadOwner | QFile::ReadOther));
     createConfigFile(path());
     QCOMPARE(contentOf(path()), content);
-    QCOMPARE(modeOf(path()), 0404);
+    QCOMPARE(Files::mode(path()), 0404);
 }
 
 void TestConfigFile::aDanglingLinkGetsItsTarget()
@@ -204,7 +196,7 @@ void TestConfigFile::aBackupHoldsTheSameBytesUnderTheTimesName()
     backUpConfigFile(path(), newYear());
     QCOMPARE(contentOf(backup()), content);
     QCOMPARE(contentOf(path()), content);
-    QCOMPARE(namesIn(path(QString())).size(), 2);
+    QCOMPARE(Files::names(path(QString())).size(), 2);
 }
 
 void TestConfigFile::aBackupIsNoMoreReadableThanTheFile_data()
@@ -225,7 +217,7 @@ void TestConfigFile::aBackupIsNoMoreReadableThanTheFile()
     backUpConfigFile(path(), newYear());
     umask(maskBefore);
     QCOMPARE(contentOf(backup()), QByteArray("{}"));
-    QCOMPARE(modeOf(backup()), mode & 0600);
+    QCOMPARE(Files::mode(backup()), mode & 0600);
 }
 
 void TestConfigFile::aBackupOfTheSameSecondStays()
@@ -244,7 +236,7 @@ void TestConfigFile::aMissingFileHasNoBackup()
     backUpConfigFile(path(), newYear());
     QVERIFY(QDir().mkdir(path()));
     backUpConfigFile(path(), newYear());
-    QCOMPARE(namesIn(path(QString())), QStringList{QStringLiteral("config.json")});
+    QCOMPARE(Files::names(path(QString())), QStringList{QStringLiteral("config.json")});
 }
 
 void TestConfigFile::aLinkIsBackedUpByWhatItLeadsTo()
@@ -265,7 +257,7 @@ void TestConfigFile::aFileThatMayNotBeReadIsBackedUpAllTheSame()
         const OrdinaryUser user;
         backUpConfigFile(path(), newYear());
     }
-    QCOMPARE(modeOf(backup()), 0);
+    QCOMPARE(Files::mode(backup()), 0);
     QVERIFY(QFile::setPermissions(backup(), QFile::ReadOwner));
     QCOMPARE(contentOf(backup()), QByteArray("secret"));
 }
@@ -279,7 +271,7 @@ void TestConfigFile::halfABackupIsNone()
         disk.fill(4096);
         backUpConfigFile(file, newYear());
         disk.empty();
-        QCOMPARE(namesIn(disk.path()), QStringList{QStringLiteral("config.json")});
+        QCOMPARE(Files::names(disk.path()), QStringList{QStringLiteral("config.json")});
         QCOMPARE(contentOf(file).size(), size);
     }
 }
@@ -291,7 +283,58 @@ void TestConfigFile::aFolderThatTakesNoBackupIsIgnored()
     create(file, "{}");
     disk.makeReadOnly();
     backUpConfigFile(file, newYear());
-    QCOMPARE(namesIn(disk.path()), QStringList{QStringLiteral("config.json")});
+    QCOMPARE(Files::names(disk.path()), QStringList{QStringLiteral("config.json")});
+}
+
+void TestConfigFile::savingBacksUpAndReplaces_data()
+{
+    QTest::addColumn<bool>("isReadable");
+    QTest::newRow("a readable file") << true;
+    QTest::newRow("an unreadable file") << false;
+}
+
+void TestConfigFile::savingBacksUpAndReplaces()
+{
+    QFETCH(bool, isReadable);
+    create(path(), "old");
+    QVERIFY(QFile::setPermissions(path(), isReadable ? QFile::ReadOwner : QFile::Permissions()));
+    {
+        const OrdinaryUser user;
+        QCOMPARE(saveConfigFile(path(), "new", newYear()), std::nullopt);
+    }
+    for (const QString& file : {path(), backup()})
+        QVERIFY(QFile::setPermissions(file, QFile::ReadOwner));
+    QCOMPARE(contentOf(path()), QByteArray("new"));
+    QCOMPARE(contentOf(backup()), QByteArray("old"));
+}
+
+void TestConfigFile::afterAFailedSaveNoBackupIsTheFileItself()
+{
+    const SmallDisk disk;
+    const QString file = disk.path(QStringLiteral("config.json"));
+    create(disk.path(QStringLiteral("target")), "secret");
+    QVERIFY(QFile::setPermissions(disk.path(QStringLiteral("target")), {}));
+    QVERIFY(QFile::link(QStringLiteral("target"), file));
+    disk.fill();
+    const QStringList before = Files::names(disk.path());
+    {
+        const OrdinaryUser user;
+        QCOMPARE(saveConfigFile(file, "new", newYear()), QStringLiteral("No space left on device"));
+    }
+    QCOMPARE(Files::names(disk.path()), before);
+    QVERIFY(QFile::setPermissions(file, QFile::ReadOwner));
+    QCOMPARE(contentOf(file), QByteArray("secret"));
+}
+
+void TestConfigFile::afterAFailedSaveACopyStays()
+{
+    const SmallDisk disk;
+    const QString file = disk.path(QStringLiteral("config.json"));
+    create(file, "old");
+    disk.fill(4096); // for the backup, and no more
+    QCOMPARE(saveConfigFile(file, "new", newYear()), QStringLiteral("No space left on device"));
+    QCOMPARE(contentOf(file), QByteArray("old"));
+    QCOMPARE(contentOf(file + QStringLiteral(".bak.20250101-093000")), QByteArray("old"));
 }
 
 int main(int argc, char** argv)

@@ -6,7 +6,6 @@
 #include "shell/primitives/Buttons.h"
 #include "shell/primitives/Labels.h"
 #include "shell/primitives/NeloWindow.h"
-#include "shell/primitives/files/AtomicFile.h"
 
 #include <QDateTime>
 #include <QFontDatabase>
@@ -62,8 +61,8 @@ void ConfigEditorWindowController::reloadFile()
 
 void ConfigEditorWindowController::saveFile()
 {
-    backUpConfigFile(m_path, QDateTime::currentDateTime());
-    if (const std::optional<QString> failure = writeFileAtomically(m_path, m_textView->bytes())) {
+    const std::optional<QString> failure = saveConfigFile(m_path, m_textView->bytes(), QDateTime::currentDateTime());
+    if (failure) {
         showAlert(m_window, QStringLiteral("Save Failed"), *failure);
         return; // the window, and this with it, may be gone
     }

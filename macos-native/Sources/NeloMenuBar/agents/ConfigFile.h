@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <optional>
+
 class QDateTime;
 
 /// The content of the file at `path`; empty when there is no regular file or it cannot be read.
@@ -16,3 +18,7 @@ void createConfigFile(const QString& path);
 /// An earlier backup of the same second stays as it is, and the new one is not made; no other failure is told either.
 /// Only the owner may read the backup, and only when they may read the file.
 void backUpConfigFile(const QString& path, const QDateTime& now);
+
+/// Backs the file at `path` up as above and replaces its content by `bytes`, all of it or not at all. Returns nothing
+/// when all went well, otherwise the system's text; no backup is then another name of the file itself.
+[[nodiscard]] std::optional<QString> saveConfigFile(const QString& path, const QByteArray& bytes, const QDateTime& now);
