@@ -13,9 +13,7 @@
 #include <QTimer>
 
 #include <functional>
-#include <future>
 #include <memory>
-#include <thread>
 
 /// A row of the registry.
 inline Json agentRow(const std::string& ecosystem, const std::string& id, const std::string& origin = "managed")
@@ -73,18 +71,8 @@ public:
     /// What the status line says while the refresh that ends `action` is under way, which then answers `reply`.
     QString statusBeforeRefresh(const Json& reply, const std::function<void()>& action)
     {
-        const QString go = backend.folder(QStringLiteral("go"));
-        backend.script("sync_local_agents_to_core", {{{"wait-for-file", go}}, {{"answer", reply}}});
-        const int before = refreshes();
-        auto seen = std::async(std::launch::async, [this, go, before] {
-            while (refreshes() == before) // the tab waits for its reply from then on
-                std::this_thread::yield();
-            const QString text = status();
-            Files::create(go, {});
-            return text;
-        });
-        action();
-        return seen.get();
+        return backend.seenDuring(
+            "sync_local_agents_to_core", reply, [this] { return status(); }, action);
     }
 
     int refreshes() const { return backend.count("sync_local_agents_to_core"); }

@@ -1,5 +1,6 @@
 #include "agents/AgentAnswers.h"
 #include "agents/AgentsTab.h"
+#include "support/LocalTimeZone.h"
 #include "support/Warnings.h"
 
 #include <QRegularExpression>
@@ -22,6 +23,8 @@ private slots:
 
     void addCreatesARecord_data();
     void addCreatesARecord();
+    void theNewAgentsIdBearsTheStampThatWasShown();
+    void theStampIsTheLocalTime();
     void addSetsOpenclawUpInATerminal();
     void aDialogThatIsNotConfirmedDoesNothing_data();
     void aDialogThatIsNotConfirmedDoesNothing();
@@ -113,6 +116,33 @@ void TestAgentActions::addCreatesARecord()
     QCOMPARE(m_tab->refreshes(), 2);
     QCOMPARE(m_tab->table()->model()->rowCount(), 1);
     QCOMPARE(m_tab->status(), QStringLiteral("Synced local discovery to Core and loaded Core agent registry."));
+    QCOMPARE(robot.shown().size(), 1U);
+}
+
+void TestAgentActions::theNewAgentsIdBearsTheStampThatWasShown()
+{
+    m_tab->show(Json::array());
+    QString shown;
+    const DialogRobot robot({[&shown](QDialog& dialog) {
+        shown = AgentAnswers::nameField(dialog)->text().section(u' ', 1);
+        const int second = QTime::currentTime().second();
+        QTRY_VERIFY(QTime::currentTime().second() != second); // a person takes longer than that
+        AgentAnswers::create(QStringLiteral("codex"), QStringLiteral("a"))(dialog);
+    }});
+    press("Add Agent");
+    QVERIFY(!shown.isEmpty());
+    QCOMPARE(m_tab->actions().at(0).args.at(1).get<std::string>(), "codex-" + shown.toStdString());
+}
+
+void TestAgentActions::theStampIsTheLocalTime()
+{
+    const LocalTimeZone zone;
+    m_tab->show(Json::array());
+    const DialogRobot robot({[](QDialog& dialog) {
+        QVERIFY(LocalTimeZone::isNow(AgentAnswers::nameField(dialog)->text().section(u' ', 1)));
+        dialog.reject();
+    }});
+    press("Add Agent");
     QCOMPARE(robot.shown().size(), 1U);
 }
 

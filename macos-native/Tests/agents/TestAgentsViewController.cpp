@@ -1,4 +1,5 @@
 #include "agents/AgentsTab.h"
+#include "shell/primitives/Colors.h"
 #include "support/Warnings.h"
 
 #include <QApplication>
@@ -26,6 +27,7 @@ private slots:
     void cleanup() { m_tab.reset(); }
 
     void loadsTheRegistryOnceWhenItLoads();
+    void itIsReadyAndAsksNothingBehindAnotherWindow();
     void columnsStandInOrderAtTheirWidths();
     void cellsShowTheRowsInTheBackendsOrder();
     void anyReplyIsShownOrIsNone_data();
@@ -40,10 +42,12 @@ private slots:
 
     void theTimerExistsWhileTheTabIsVisible();
     void theTimerRefreshesEveryFiveSeconds();
+    void theRefreshButtonRefreshes();
     void aTickBehindAnotherWindowCallsNothing();
     void aViewInNoWindowRefreshes();
 
     void theViewIsLaidOutAsGiven();
+    void summaryAndStatusAreInTheSecondaryColor();
     void aLongSummaryAndStatusDoNotWidenTheView();
     void controlsAreNamedAndInReadingOrder();
     void foreignTextStaysPlain();
@@ -83,6 +87,19 @@ void TestAgentsViewController::loadsTheRegistryOnceWhenItLoads()
     m_tab->controller->show();
     QVERIFY(QTest::qWaitForWindowExposed(m_tab->controller));
     QCOMPARE(m_tab->refreshes(), 1);
+}
+
+void TestAgentsViewController::itIsReadyAndAsksNothingBehindAnotherWindow()
+{
+    NeloWindow window(QStringLiteral("Nelo Console"), {1000, 600});
+    QWidget other;
+    other.show();
+    QVERIFY(QTest::qWaitForWindowActive(&other));
+    window.setContentViewController(m_tab->controller);
+    m_tab->controller->loadViewIfNeeded();
+    QCOMPARE(m_tab->status(), QStringLiteral("Ready"));
+    QCOMPARE(m_tab->summary(), QString());
+    QCOMPARE(m_tab->refreshes(), 0);
 }
 
 void TestAgentsViewController::columnsStandInOrderAtTheirWidths()
@@ -263,6 +280,15 @@ void TestAgentsViewController::theTimerRefreshesEveryFiveSeconds()
     QCOMPARE(m_tab->refreshes(), 3);
 }
 
+void TestAgentsViewController::theRefreshButtonRefreshes()
+{
+    m_tab->show(Json::array());
+    m_tab->answer(threeAgents());
+    m_tab->press(QStringLiteral("Refresh"));
+    QCOMPARE(m_tab->refreshes(), 2);
+    QCOMPARE(m_tab->table()->model()->rowCount(), 3);
+}
+
 void TestAgentsViewController::aTickBehindAnotherWindowCallsNothing()
 {
     m_tab->show(threeAgents());
@@ -313,6 +339,15 @@ void TestAgentsViewController::theViewIsLaidOutAsGiven()
     QCOMPARE(statusLine.left(), 16);
     QCOMPARE(statusLine.right() + 1, 1000 - 16);
     QCOMPARE(statusLine.bottom() + 1, 600 - 14);
+}
+
+void TestAgentsViewController::summaryAndStatusAreInTheSecondaryColor()
+{
+    m_tab->controller->loadViewIfNeeded();
+    for (const char* name : {"summaryLabel", "statusLabel"}) {
+        const auto* label = m_tab->controller->findChild<QLabel*>(QString::fromLatin1(name));
+        QCOMPARE(label->palette().color(QPalette::WindowText), Colors::secondaryText(m_tab->controller->palette()));
+    }
 }
 
 void TestAgentsViewController::aLongSummaryAndStatusDoNotWidenTheView()

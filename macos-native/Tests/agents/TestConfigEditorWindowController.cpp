@@ -1,8 +1,10 @@
 #include "agents/ConfigEditorWindowController.h"
 
+#include "shell/primitives/Colors.h"
 #include "shell/primitives/NeloWindow.h"
 #include "support/DialogRobot.h"
 #include "support/Files.h"
+#include "support/LocalTimeZone.h"
 #include "support/OrdinaryUser.h"
 #include "support/SmallDisk.h"
 #include "support/TestHome.h"
@@ -20,8 +22,6 @@
 
 #include <optional>
 #include <tuple>
-
-#include <sys/stat.h>
 
 using Files::contentOf;
 using Files::create;
@@ -44,8 +44,11 @@ class Editor final
 public:
     explicit Editor(const QString& path)
     {
-        auto* controller = new ConfigEditorWindowController(QStringLiteral("Config Editor - ") + path, path,
-                                                            [this](bool isSaved) { saves.append(isSaved); });
+        auto* controller =
+            new ConfigEditorWindowController(QStringLiteral("Config Editor - ") + path, path, [this](bool isSaved) {
+                saves.append(isSaved);
+                wasOpenWhenSaved = window && window->isVisible();
+            });
         window = controller->window();
         window->show();
         std::ignore = QTest::qWaitForWindowExposed(window); // what is not there fails where it is looked for
@@ -79,6 +82,7 @@ public:
 
     QPointer<NeloWindow> window;
     QList<bool> saves;
+    bool wasOpenWhenSaved = false;
 };
 
 } // namespace
@@ -96,11 +100,15 @@ private slots:
     void theContentIsLaidOutAsGiven();
     void theTextIsMonospacedAndNotWrapped();
     void controlsAreReachedByKeyboardAndNamed();
+    void thePathIsInTheSecondaryColor();
     void aLongPathDoesNotWidenTheWindow();
 
     void savingReplacesTheFileKeepsABackupAndCloses();
     void savingTwiceInASecondKeepsTheFirstBackup();
+    void aBackupsNameIsTheLocalTime();
+    void aSaveIsToldBeforeTheWindowCloses();
     void savingAMissingFileMakesItWithoutABackup();
+    void savingAFileThatWasDeletedMeanwhileMakesItAnew();
     void savingInvalidJsonSavesItAsTyped();
     void whatIsNotEditedIsSavedByteForByte_data();
     void whatIsNotEditedIsSavedByteForByte();
@@ -185,6 +193,13 @@ void TestConfigEditorWindowController::controlsAreReachedByKeyboardAndNamed()
     QCOMPARE(editor.button(QStringLiteral("Reload"))->accessibleName(), QStringLiteral("Reload"));
 }
 
+void TestConfigEditorWindowController::thePathIsInTheSecondaryColor()
+{
+    const Editor editor(path());
+    const auto* label = editor.window->findChild<QLabel*>(QStringLiteral("pathLabel"));
+    QCOMPARE(label->palette().color(QPalette::WindowText), Colors::secondaryText(editor.window->palette()));
+}
+
 void TestConfigEditorWindowController::aLongPathDoesNotWidenTheWindow()
 {
     const QString file = path(QString(200, u'长') + QStringLiteral("/<b>config.json"));
@@ -232,6 +247,33 @@ void TestConfigEditorWindowController::savingAMissingFileMakesItWithoutABackup()
     QVERIFY(editor.isClosed());
     QCOMPARE(contentOf(path(QStringLiteral("new.json"))), QByteArray("{}"));
     QCOMPARE(permissionsOf(path(QStringLiteral("new.json"))), QFile::ReadOwner | QFile::WriteOwner);
+    QCOMPARE(backupsIn(path(QString())), QStringList());
+}
+
+void TestConfigEditorWindowController::aBackupsNameIsTheLocalTime()
+{
+    const LocalTimeZone zone;
+    const Editor editor(path());
+    editor.press(QStringLiteral("Save"));
+    QVERIFY(LocalTimeZone::isNow(backupsIn(path(QString())).value(0).section(u'.', -1)));
+}
+
+void TestConfigEditorWindowController::aSaveIsToldBeforeTheWindowCloses()
+{
+    const Editor editor(path());
+    editor.press(QStringLiteral("Save"));
+    QVERIFY(editor.wasOpenWhenSaved);
+    QVERIFY(editor.isClosed());
+}
+
+void TestConfigEditorWindowController::savingAFileThatWasDeletedMeanwhileMakesItAnew()
+{
+    const Editor editor(path());
+    QVERIFY(QFile::remove(path()));
+    editor.press(QStringLiteral("Save"));
+    QVERIFY(editor.isClosed());
+    QCOMPARE(contentOf(path()), QByteArray("{\"a\": 1}\n"));
+    QCOMPARE(permissionsOf(path()), QFile::ReadOwner | QFile::WriteOwner);
     QCOMPARE(backupsIn(path(QString())), QStringList());
 }
 

@@ -1,5 +1,6 @@
 #include "models/ModelsViewController.h"
 
+#include "shell/primitives/Colors.h"
 #include "shell/primitives/JsonTable.h"
 #include "support/DialogRobot.h"
 #include "support/ScriptedBackend.h"
@@ -45,6 +46,7 @@ private slots:
 
     void theViewIsLaidOutAsGiven_data();
     void theViewIsLaidOutAsGiven();
+    void theStatusIsInTheSecondaryColor();
     void aLongStatusDoesNotWidenTheView();
     void controlsAreNamedAndInReadingOrder();
 
@@ -187,7 +189,10 @@ void TestModelsViewController::aDownloadIsStartedAndListed()
     table("remoteTable")->selectRow(0);
     m_backend->answer("list_model_download_tasks", Json::array({{{"id", "9"}, {"model", "qwen3:8b"}}}));
     const DialogRobot robot;
-    press(QStringLiteral("Download Selected"));
+    const QString said = m_backend->seenDuring(
+        "list_local_models", Json::array(), [this] { return status(); },
+        [this] { press(QStringLiteral("Download Selected")); });
+    QCOMPARE(said, QStringLiteral("Submitted download for qwen3:8b"));
     const Calls calls = m_backend->calls();
     QCOMPARE(calls.size(), 6U);
     QCOMPARE(calls.at(3), (ScriptedBackend::Call{"start_model_download", Json::array({"qwen3:8b"})}));
@@ -204,7 +209,11 @@ void TestModelsViewController::aTaskIsCancelledAndListed()
     table("taskTable")->selectRow(1);
     m_backend->answer("list_model_download_tasks", Json::array());
     const DialogRobot robot;
-    press(QStringLiteral("Cancel Task"));
+    const Json localModels = Json::array({{{"name", "qwen3:8b"}}});
+    const QString said = m_backend->seenDuring(
+        "list_local_models", localModels, [this] { return status(); },
+        [this] { press(QStringLiteral("Cancel Task")); });
+    QCOMPARE(said, QStringLiteral("Cancelled task 2"));
     const Calls calls = m_backend->calls();
     QCOMPARE(calls.size(), 6U);
     QCOMPARE(calls.at(3), (ScriptedBackend::Call{"cancel_model_download", Json::array({"2"})}));
@@ -347,6 +356,13 @@ void TestModelsViewController::theViewIsLaidOutAsGiven()
     const auto* box = qobject_cast<QGroupBox*>(table("remoteTable")->parentWidget());
     QCOMPARE(box->contentsRect().marginsRemoved({8, 8, 8, 8}), table("remoteTable")->geometry());
     QCOMPARE(box->title(), QStringLiteral("Remote Models"));
+}
+
+void TestModelsViewController::theStatusIsInTheSecondaryColor()
+{
+    show();
+    const auto* label = m_controller->findChild<QLabel*>(QStringLiteral("statusLabel"));
+    QCOMPARE(label->palette().color(QPalette::WindowText), Colors::secondaryText(m_controller->palette()));
 }
 
 void TestModelsViewController::aLongStatusDoesNotWidenTheView()

@@ -35,6 +35,7 @@ private slots:
     void aKeyWithALineBreakInsideIsKept();
     void savingStoresEmptyKeysToo();
     void aFailedSaveStoresTheKeys();
+    void aSaveAfterAFailedFirstLoadLeavesTheOtherKeys();
     void theKeysAreStoredOnceTheBackendHasAnswered();
     void aStoreThatCannotBeWrittenLosesNothingInTheForm();
     void theKeyIsMasked();
@@ -248,6 +249,18 @@ void TestSettingsKeys::aFailedSaveStoresTheKeys()
     QVERIFY(m_settings->status().startsWith(QStringLiteral("ERROR: ")));
     QCOMPARE(stored("openai"), secret);
     QCOMPARE(key(), secret);
+}
+
+void TestSettingsKeys::aSaveAfterAFailedFirstLoadLeavesTheOtherKeys()
+{
+    store("deepseek", QStringLiteral("old deepseek"));
+    store("kimi", QStringLiteral("old kimi"));
+    m_settings->backend.raise("load_nelo_settings", "OSError", "no such luck");
+    m_settings->type("cloudAPIKeyField", secret);
+    m_settings->press("Save");
+    QCOMPARE(stored("openai"), secret);
+    QCOMPARE(stored("deepseek"), QStringLiteral("old deepseek"));
+    QCOMPARE(stored("kimi"), QStringLiteral("old kimi"));
 }
 
 void TestSettingsKeys::theKeysAreStoredOnceTheBackendHasAnswered()

@@ -1,12 +1,15 @@
 #include "support/ScriptedBackend.h"
 
 #include "backend/NeloBackend.h"
+#include "support/Files.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTextStream>
 
 #include <algorithm>
+#include <future>
+#include <thread>
 
 ScriptedBackend::ScriptedBackend() : m_workingDirectoryBefore(QDir::currentPath())
 {
@@ -40,6 +43,22 @@ void ScriptedBackend::answer(const std::string& function, const Json& result)
 void ScriptedBackend::raise(const std::string& function, const std::string& type, const std::string& message)
 {
     script(function, {{{"raise", Json::array({type, message})}}});
+}
+
+QString ScriptedBackend::seenDuring(const std::string& function, const Json& reply,
+                                    const std::function<QString()>& look, const std::function<void()>& action)
+{
+    const QString go = folder(QStringLiteral("go"));
+    script(function, {{{"wait-for-file", go}}, {{"answer", reply}}});
+    auto seen = std::async(std::launch::async, [&, before = count(function)] {
+        while (count(function) == before)
+            std::this_thread::yield();
+        const QString text = look();
+        Files::create(go, {});
+        return text;
+    });
+    action();
+    return seen.get();
 }
 
 std::vector<ScriptedBackend::Call> ScriptedBackend::calls() const

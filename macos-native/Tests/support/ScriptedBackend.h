@@ -3,6 +3,7 @@
 #include "backend/Json.h"
 #include "support/TestHome.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,11 @@ public:
     void answer(const std::string& function, const Json& result);
     /// From now on `function` raises the built-in exception `type` with `message`.
     void raise(const std::string& function, const std::string& type, const std::string& message);
+
+    /// What `look` sees while the call of `function` that `action` makes is under way, which then answers `reply`. It
+    /// looks from another thread: the one that calls waits.
+    QString seenDuring(const std::string& function, const Json& reply, const std::function<QString()>& look,
+                       const std::function<void()>& action);
 
     /// What was asked so far, oldest first, with the arguments as the module got them.
     std::vector<Call> calls() const;
