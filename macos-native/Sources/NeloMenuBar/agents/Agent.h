@@ -18,6 +18,7 @@ struct Agent
     QString label() const;
 };
 
+/// The agent that a row of the registry, an object, is about. A value that is no text stands as its description.
 Agent agentOf(const Json& row);
 
 /// An agent that is to be created.

@@ -15,6 +15,7 @@ struct BackendCall
     std::vector<Json> args;
 };
 
+/// Creates a managed agent: its record and its workspace.
 BackendCall callToAdd(const NewAgent& agent);
 
 /// Renames a managed agent; a discovered one is adopted under the new name, with the workspace it was found with.

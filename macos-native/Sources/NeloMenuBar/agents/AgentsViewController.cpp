@@ -19,7 +19,6 @@
 #include <QDir>
 #include <QHBoxLayout>
 #include <QPointer>
-#include <QPushButton>
 
 #include <chrono>
 
@@ -41,14 +40,6 @@ std::vector<JsonColumn> columns()
         {"workspace", QStringLiteral("Workspace"), 340},
         {"createdAt", QStringLiteral("Created At"), 170},
     };
-}
-
-Label* makeSecondaryLabel(const QString& name, const QString& text, QWidget* parent)
-{
-    auto* label = new Label(text, parent);
-    label->setObjectName(name);
-    label->setEmphasis(Emphasis::Secondary);
-    return label;
 }
 
 } // namespace
@@ -77,9 +68,7 @@ QHBoxLayout* AgentsViewController::makeButtonRow()
     auto* row = new QHBoxLayout;
     row->setSpacing(8);
     const auto add = [this, row](const QString& title, void (AgentsViewController::*action)()) {
-        QPushButton* button = makeButton(title, this);
-        connect(button, &QPushButton::clicked, this, action);
-        row->addWidget(button);
+        row->addWidget(makeButton(title, this, this, action));
     };
     add(QStringLiteral("Refresh"), &AgentsViewController::refreshAgents);
     add(QStringLiteral("Add Agent"), &AgentsViewController::addAgent);
@@ -88,7 +77,7 @@ QHBoxLayout* AgentsViewController::makeButtonRow()
     add(QStringLiteral("Adopt / Rename"), &AgentsViewController::adoptOrRename);
     add(QStringLiteral("Delete"), &AgentsViewController::deleteSelected);
     row->addStretch();
-    m_summaryLabel = makeSecondaryLabel(QStringLiteral("summaryLabel"), QString(), this);
+    m_summaryLabel = makeSecondaryLabel(QStringLiteral("summaryLabel"), {}, this);
     row->addWidget(m_summaryLabel);
     return row;
 }

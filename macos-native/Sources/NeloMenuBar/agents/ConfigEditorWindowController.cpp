@@ -10,7 +10,6 @@
 #include <QDateTime>
 #include <QFontDatabase>
 #include <QHBoxLayout>
-#include <QPushButton>
 
 #include <utility>
 
@@ -24,28 +23,22 @@ ConfigEditorWindowController::ConfigEditorWindowController(const QString& title,
 
 void ConfigEditorWindowController::setupUI()
 {
-    auto* pathLabel = new Label(m_path, m_window);
-    pathLabel->setObjectName(QStringLiteral("pathLabel"));
-    pathLabel->setEmphasis(Emphasis::Secondary);
     m_textView = new ConfigTextView(m_window);
     m_textView->setObjectName(QStringLiteral("textView"));
     m_textView->setAccessibleName(QStringLiteral("Configuration"));
     m_textView->setFont(fontOfSize(QFontDatabase::systemFont(QFontDatabase::FixedFont), 12));
 
-    QPushButton* reload = makeButton(QStringLiteral("Reload"), m_window);
-    connect(reload, &QPushButton::clicked, this, &ConfigEditorWindowController::reloadFile);
-    QPushButton* save = makeButton(QStringLiteral("Save"), m_window);
-    connect(save, &QPushButton::clicked, this, &ConfigEditorWindowController::saveFile);
     auto* buttonRow = new QHBoxLayout;
     buttonRow->setSpacing(8);
     buttonRow->addStretch();
-    buttonRow->addWidget(reload);
-    buttonRow->addWidget(save);
+    buttonRow->addWidget(
+        makeButton(QStringLiteral("Reload"), m_window, this, &ConfigEditorWindowController::reloadFile));
+    buttonRow->addWidget(makeButton(QStringLiteral("Save"), m_window, this, &ConfigEditorWindowController::saveFile));
 
     auto* column = new QVBoxLayout(m_window);
     column->setContentsMargins(16, 16, 16, 16);
     column->setSpacing(0);
-    column->addWidget(pathLabel);
+    column->addWidget(makeSecondaryLabel(QStringLiteral("pathLabel"), m_path, m_window));
     column->addSpacing(10);
     column->addWidget(m_textView, 1);
     column->addSpacing(12);

@@ -10,7 +10,6 @@
 #include "shell/primitives/Labels.h"
 
 #include <QGroupBox>
-#include <QPushButton>
 #include <QVBoxLayout>
 
 namespace {
@@ -45,9 +44,7 @@ void ModelsViewController::loadView()
 {
     QHBoxLayout* toolbar = makeToolbar();
     m_boxes = makeBoxes();
-    m_statusLabel = new Label(QStringLiteral("Ready"), this);
-    m_statusLabel->setObjectName(QStringLiteral("statusLabel"));
-    m_statusLabel->setEmphasis(Emphasis::Secondary);
+    m_statusLabel = makeSecondaryLabel(QStringLiteral("statusLabel"), QStringLiteral("Ready"), this);
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(margin, margin, margin, 14);
@@ -63,9 +60,7 @@ QHBoxLayout* ModelsViewController::makeToolbar()
     auto* toolbar = new QHBoxLayout;
     toolbar->setSpacing(8);
     const auto add = [this, toolbar](const QString& title, void (ModelsViewController::*action)()) {
-        QPushButton* button = makeButton(title, this);
-        connect(button, &QPushButton::clicked, this, action);
-        toolbar->addWidget(button);
+        toolbar->addWidget(makeButton(title, this, this, action));
     };
     add(QStringLiteral("Refresh Remote"), &ModelsViewController::refreshRemote);
     add(QStringLiteral("Refresh Local/Tasks"), &ModelsViewController::refreshRight);

@@ -7,7 +7,6 @@
 #include "shell/primitives/Labels.h"
 
 #include <QGroupBox>
-#include <QPushButton>
 #include <QScrollArea>
 #include <QVBoxLayout>
 
@@ -37,19 +36,15 @@ RuntimeViewController::RuntimeViewController(QWidget* parent) : ViewController(p
 
 void RuntimeViewController::loadView()
 {
-    QPushButton* refresh = makeButton(QStringLiteral("Refresh"), this);
-    connect(refresh, &QPushButton::clicked, this, &RuntimeViewController::refreshRuntime);
     auto* buttonRow = new QHBoxLayout;
     buttonRow->setSpacing(8);
-    buttonRow->addWidget(refresh);
+    buttonRow->addWidget(makeButton(QStringLiteral("Refresh"), this, this, &RuntimeViewController::refreshRuntime));
     buttonRow->addStretch();
 
     m_summaryLabel = new WrappingLabel(QStringLiteral("Loading..."));
     m_summaryLabel->setObjectName(QStringLiteral("summaryLabel"));
     m_summaryLabel->setAlignment(Qt::AlignTop | Qt::AlignLeft);
-    m_statusLabel = new Label(QStringLiteral("Ready"), this);
-    m_statusLabel->setObjectName(QStringLiteral("statusLabel"));
-    m_statusLabel->setEmphasis(Emphasis::Secondary);
+    m_statusLabel = makeSecondaryLabel(QStringLiteral("statusLabel"), QStringLiteral("Ready"), this);
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(16, 16, 16, 14);

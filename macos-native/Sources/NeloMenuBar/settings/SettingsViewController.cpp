@@ -12,7 +12,6 @@
 
 #include <QCheckBox>
 #include <QLineEdit>
-#include <QPushButton>
 #include <QVBoxLayout>
 
 namespace {
@@ -131,9 +130,7 @@ void SettingsViewController::makeControls(QWidget* parent)
     m_autoTovaniButton = makeCheckBox(QStringLiteral("autoTovaniButton"),
                                       QStringLiteral("Auto-download Tovani on chat (local mode)"), parent);
     m_tovaniPathField = makeField(QStringLiteral("tovaniPathField"), defaultTovaniPath(), parent);
-    m_statusLabel = new Label({}, parent);
-    m_statusLabel->setObjectName(QStringLiteral("statusLabel"));
-    m_statusLabel->setEmphasis(Emphasis::Secondary);
+    m_statusLabel = makeSecondaryLabel(QStringLiteral("statusLabel"), {}, parent);
 }
 
 QLayout* SettingsViewController::makeForm(QWidget* parent) const
@@ -170,9 +167,7 @@ QLayout* SettingsViewController::makeButtonRow(QWidget* parent)
     auto* row = new QHBoxLayout;
     row->setSpacing(8);
     const auto addButton = [=, this](const QString& title, void (SettingsViewController::*action)()) {
-        QPushButton* button = makeButton(title, parent);
-        connect(button, &QPushButton::clicked, this, action);
-        row->addWidget(button);
+        row->addWidget(makeButton(title, parent, this, action));
     };
     addButton(QStringLiteral("Save"), &SettingsViewController::saveSettings);
     addButton(QStringLiteral("Reload"), &SettingsViewController::loadSettings);

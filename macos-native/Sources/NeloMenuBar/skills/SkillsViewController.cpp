@@ -17,7 +17,6 @@
 #include "skills/SkillRow.h"
 
 #include <QHeaderView>
-#include <QPushButton>
 #include <QVBoxLayout>
 
 namespace {
@@ -33,14 +32,6 @@ PopUpButton* makePopup(const QString& objectName, const QStringList& titles, QWi
     popup->addItems(titles);
     popup->setMinimumWidth(90); // a long title gives way to the buttons
     return popup;
-}
-
-Label* makeSecondaryLabel(const QString& objectName, QWidget* parent)
-{
-    auto* label = new Label({}, parent);
-    label->setObjectName(objectName);
-    label->setEmphasis(Emphasis::Secondary);
-    return label;
 }
 
 JsonTable* makeTable(QWidget* parent)
@@ -68,7 +59,7 @@ void SkillsViewController::loadView()
     column->addLayout(makeControlRow());
     column->addLayout(makeDescription());
     column->addLayout(makeBody(), 1);
-    m_statusLabel = makeSecondaryLabel(QStringLiteral("statusLabel"), this);
+    m_statusLabel = makeSecondaryLabel(QStringLiteral("statusLabel"), {}, this);
     m_statusLabel->setText(QStringLiteral("Ready"));
     column->addWidget(m_statusLabel);
     connectPieces();
@@ -87,9 +78,7 @@ QLayout* SkillsViewController::makeControlRow()
         return popup;
     };
     const auto addButton = [=, this](const QString& title, void (SkillsViewController::*action)()) {
-        QPushButton* button = makeButton(title, this);
-        connect(button, &QPushButton::clicked, this, action);
-        row->addWidget(button);
+        row->addWidget(makeButton(title, this, this, action));
     };
     m_ecosystemPopup = addPopup(QStringLiteral("Ecosystem"), QStringLiteral("ecosystemPopup"),
                                 {openclaw, QStringLiteral("codex"), QStringLiteral("kimi")});
@@ -110,8 +99,8 @@ QLayout* SkillsViewController::makeDescription()
     m_metaLabel = new ScrollingLabel(lines, this);
     m_metaLabel->setObjectName(QStringLiteral("metaLabel"));
     m_metaLabel->setText(noSelection);
-    m_configPathLabel = makeSecondaryLabel(QStringLiteral("configPathLabel"), this);
-    m_skillDirsLabel = makeSecondaryLabel(QStringLiteral("skillDirsLabel"), this);
+    m_configPathLabel = makeSecondaryLabel(QStringLiteral("configPathLabel"), {}, this);
+    m_skillDirsLabel = makeSecondaryLabel(QStringLiteral("skillDirsLabel"), {}, this);
 
     auto* column = new QVBoxLayout;
     column->setSpacing(4);
@@ -134,8 +123,7 @@ QLayout* SkillsViewController::makeBody()
     formColumn->addWidget(m_entryEditor, 1);
     formColumn->addWidget(m_sourceSection);
 
-    QPushButton* save = makeButton(QStringLiteral("Save Config"), this);
-    connect(save, &QPushButton::clicked, m_entryEditor, &SkillEntryEditor::saveEntry);
+    QPushButton* save = makeButton(QStringLiteral("Save Config"), this, m_entryEditor, &SkillEntryEditor::saveEntry);
     auto* editorColumn = new QVBoxLayout;
     editorColumn->setSpacing(8);
     editorColumn->addWidget(form, 1);
@@ -207,7 +195,7 @@ void SkillsViewController::refreshSkills()
     m_sourceSection->reset();
     configModeChanged();
     m_statusLabel->setText(
-        QStringLiteral("Loaded %1 skills for %2.").arg(QString::number(m_tableView->rows().size()), ecosystem));
+        QStringLiteral("Loaded %1 skills for %2.").arg(QString::number(m_tableView->model()->rowCount()), ecosystem));
 }
 
 void SkillsViewController::showAdapterSnapshot(const QString& ecosystem)

@@ -7,7 +7,6 @@
 #include <QHelpEvent>
 #include <QLineEdit>
 #include <QScrollBar>
-#include <QSignalSpy>
 #include <QTest>
 #include <QToolTip>
 #include <QVBoxLayout>

@@ -1,7 +1,5 @@
 #include "shell/primitives/Buttons.h"
 
-#include <QPushButton>
-
 QPushButton* makeButton(const QString& title, QWidget* parent)
 {
     auto* button = new QPushButton(QString(title).replace(u'&', QStringLiteral("&&")), parent);

@@ -16,7 +16,6 @@ public:
     /// `identity` are the members by which a row is known again after a refresh.
     JsonTable(std::vector<JsonColumn> columns, std::vector<const char*> identity, QWidget* parent = nullptr);
 
-    const std::vector<Json>& rows() const { return m_model->rows(); }
     /// A copy of the selected row: a refresh may take the row itself away at any time.
     std::optional<Json> selectedRow() const;
 
@@ -25,6 +24,7 @@ public:
     void setRows(std::vector<Json> rows);
 
 private:
+    const std::vector<Json>& rows() const { return m_model->rows(); }
     int selectedIndex() const;
     bool isSameRow(const Json& row, const Json& other) const;
     std::optional<int> indexOf(const Json& row, int likelyIndex) const;

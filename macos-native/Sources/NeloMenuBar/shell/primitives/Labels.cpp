@@ -97,6 +97,14 @@ bool Label::isElided() const
     return fontMetrics().horizontalAdvance(singleLine(text())) > width();
 }
 
+Label* makeSecondaryLabel(const QString& objectName, const QString& text, QWidget* parent)
+{
+    auto* label = new Label(text, parent);
+    label->setObjectName(objectName);
+    label->setEmphasis(Emphasis::Secondary);
+    return label;
+}
+
 WrappingLabel::WrappingLabel(const QString& text, QWidget* parent) : QLabel(text, parent)
 {
     setTextFormat(Qt::PlainText);

@@ -35,6 +35,9 @@ private:
     Emphasis m_emphasis = Emphasis::Primary;
 };
 
+/// A label of secondary emphasis, called `objectName`.
+Label* makeSecondaryLabel(const QString& objectName, const QString& text, QWidget* parent);
+
 /// Plain text over as many lines as it needs, broken at words. It can be selected and copied.
 class WrappingLabel final : public QLabel
 {
