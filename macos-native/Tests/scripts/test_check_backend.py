@@ -13,7 +13,7 @@ from pathlib import Path
 REPOSITORY = Path(__file__).resolve().parents[3]
 sys.path[:0] = [str(REPOSITORY / "scripts"), str(REPOSITORY)]
 import app  # noqa: E402
-from backend_manual import MANUAL, Function, Manual, is_of, read_manual, tables  # noqa: E402
+from backend_manual import MANUAL, Function, Manual, first_fault, is_of, read_manual, tables  # noqa: E402
 
 PATIENCE_SECONDS = 20
 SHORT_PATIENCE_SECONDS = 3
@@ -108,24 +108,9 @@ class CheckTest(unittest.TestCase):
         self.write_module("def add_news_source(source, *, force): pass")
         self.assert_fault("add_news_source", "it takes (source, *, force)")
 
-    def test_wrong_shapes_are_faults(self) -> None:
-        for function, answer, text in (
-            ("list_skills", {}, "openclaw the answer is not a list"),
-            ("list_skills", [{"skillKey": "x"}, {"name": "y"}], 'openclaw row 1: "skillKey" is missing'),
-            ("list_skills", [{"skillKey": "x", "requiredEnv": ["A", 1]}], '"requiredEnv" is ["A", 1], not list of text'),
-            ("list_local_agents", ["agent"], 'row 0: it is "agent", not an object'),
-            ("list_local_agents", [{"id": 1, "ecosystem": "codex"}], '"id" is 1, not text'),
-            ("list_local_agents", [{"id": "1", "ecosystem": "codex", "name": None}], '"name" is null, not text'),
-            ("openclaw_runtime_status", {"installed": "yes"}, '"installed" is "yes", not boolean'),
-            ("openclaw_runtime_status", None, "it is null, not an object"),
-            ("get_skill_entry", {"env": {"城市": 3}}, '"env" is {"城市": 3}, not object of text'),
-            ("load_nelo_settings", {"chat": []}, '"chat" is not an object'),
-            ("load_nelo_settings", {"chat": {"mode": 1}}, '"chat.mode" is 1, not text'),
-            ("list_cloud_skills_via_core", [{"key": "a", "version": True}], '"version" is true, not text or number'),
-        ):
-            with self.subTest(text):
-                self.write_module(f"def {function}(*arguments): return {answer!r}")
-                self.assert_fault(function, text)
+    def test_a_wrong_answer_is_a_fault(self) -> None:
+        self.write_module("def list_skills(ecosystem): return [{'skillKey': 'x'}, {'name': 'y'}]")
+        self.assert_fault("list_skills", 'openclaw row 1: "skillKey" is missing')
 
     def test_keys_that_nobody_knows_are_welcome(self) -> None:
         self.write_module("def list_local_agents(): return [{'id': 'a', 'ecosystem': 'codex', 'colour': None}]")
@@ -198,6 +183,31 @@ class CheckTest(unittest.TestCase):
 
 
 class ManualTest(unittest.TestCase):
+    def test_wrong_shapes_are_faults(self) -> None:
+        for answers, value, fault in (
+            ("list of skill", {}, "the answer is not a list"),
+            ("list of skill", [{"skillKey": "x", "requiredEnv": ["A", 1]}],
+             'row 0: "requiredEnv" is ["A", 1], not list of text'),
+            ("list of agent", ["agent"], 'row 0: it is "agent", not an object'),
+            ("list of agent", [{"id": 1, "ecosystem": "codex"}], 'row 0: "id" is 1, not text'),
+            ("list of agent", [{"id": "1", "ecosystem": "codex", "name": None}], 'row 0: "name" is null, not text'),
+            ("list of agent", [{"id": "1"}], 'row 0: "ecosystem" is missing'),
+            ("runtime status", {"installed": "yes"}, '"installed" is "yes", not boolean'),
+            ("runtime status", None, "it is null, not an object"),
+            ("skill entry", {"env": {"城市": 3}}, '"env" is {"城市": 3}, not object of text'),
+            ("skill entry", {"config": []}, '"config" is [], not object'),
+            ("settings", {"chat": []}, '"chat" is not an object'),
+            ("settings", {"chat": {"mode": 1}}, '"chat.mode" is 1, not text'),
+            ("catalogue entry", {"key": "a", "version": True}, '"version" is true, not text or number'),
+            ("refresh result", {"count": "2"}, '"count" is "2", not number'),
+            ("settings", {"chat": {"mode": "local"}, "core": {"auto_discovery": False}}, ""),
+            ("catalogue entry", {"key": "a", "version": 1.5}, ""),
+            ("list of agent", [], ""),
+            ("refresh result", {"count": 2, "colour": None}, ""),
+        ):
+            with self.subTest(answers=answers, value=value):
+                self.assertEqual(first_fault(value, answers, read_manual().shapes), fault)
+
     def test_it_has_the_functions_that_the_program_calls_and_no_other(self) -> None:
         functions = {function.name for function in read_manual().functions}
         verbs = "|".join(sorted({name.split("_")[0] for name in functions}))
