@@ -47,8 +47,12 @@ def _scalar(lines: list[str]) -> str:
 
 
 def _unescaped(quoted: str) -> str:
-    """A double-quoted text without its quotes. YAML's escapes contain those of JSON."""
+    """A double-quoted text without its quotes. YAML's escapes contain those of JSON.
+
+    An escape can name half of a surrogate pair, which no UTF-8 can carry onward: it becomes a replacement character.
+    """
     try:
-        return str(json.loads(quoted))
+        text = str(json.loads(quoted))
     except ValueError:
         return quoted[1:-1]
+    return text.encode("utf-16", "surrogatepass").decode("utf-16", "replace")

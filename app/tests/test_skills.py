@@ -4,11 +4,16 @@ from __future__ import annotations
 
 import json
 import os
+import subprocess
+import sys
 
 import app
 from app.errors import BackendError
 from app.front_matter import parse_front_matter
 from app.tests.support import HomeTestCase
+
+PROJECT = os.path.dirname(os.path.dirname(os.path.abspath(app.__file__)))
+HELPER = os.path.join(PROJECT, "macos-native/Sources/NeloMenuBar/backend/helper_server.py")
 
 
 def manual(**values: str) -> str:
@@ -166,6 +171,20 @@ class ListSkillsTest(HomeTestCase):
 
     def test_bytes_that_are_not_text_do_no_harm(self) -> None:
         self.assertEqual(self.row(b"---\nname: a\xff\n---\n")["name"], "a\ufffd")
+
+    def test_an_escape_of_half_a_character_does_no_harm(self) -> None:
+        row = self.row(manual(name='"a\\ud800b"', description='"\\udc00"', metadata='"\\ud800"'))
+        self.assertEqual((row["name"], row["skillKey"], row["description"]), ("a\ufffdb", "a\ufffdb", "\ufffd"))
+        self.assertEqual(self.row(manual(name='"\\ud83d\\ude00"'))["name"], "😀")
+
+    def test_an_escape_of_half_a_character_travels_through_the_helper(self) -> None:
+        self.make_skill(".codex/skills/folder", manual(name='"a\\ud800"'))
+        request = json.dumps({"function": "list_skills", "args": ["codex"]}) + "\n"
+        done = subprocess.run(
+            [sys.executable, HELPER], cwd=PROJECT, input=request.encode(), capture_output=True, check=True, timeout=60
+        )
+        reply = json.loads(done.stdout)
+        self.assertEqual(reply["result"][0]["name"], "a\ufffd")
 
     def test_shared_skills_come_first_then_those_in_the_workspaces_of_the_ecosystem(self) -> None:
         self.make_skill(".codex/skills/zebra")
