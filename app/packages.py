@@ -16,6 +16,7 @@ if TYPE_CHECKING:  # for the type checker only: importing it is slow
     from zipfile import ZipFile, ZipInfo
 
 ENTRY_LIMIT = 2000
+"""How many entries a package may list, and how many files and folders it may unpack to."""
 SIZE_LIMIT = 50_000_000
 """How many bytes a package may have unpacked, and so also packed."""
 RATIO_LIMIT = 100
@@ -76,6 +77,8 @@ def _checked_entries(entries: list[ZipInfo]) -> list[tuple[ZipInfo, tuple[str, .
         parts = _path_parts(_entry_name(entry))
         _refuse_unsafe_kind(entry)
         _refuse_collision(parts, _is_folder(entry), seen)
+        if len(seen) > ENTRY_LIMIT:
+            raise _too_many_entries()
         if parts and parts[0] != _ARCHIVER_FOLDER:
             checked.append((entry, parts))
     return checked

@@ -137,6 +137,18 @@ class UnpackTest(HomeTestCase):
         self.assertEqual(len(self.unpack(make_package(content))), 2000)
         self.assertEqual(self.refused(make_package({**content, "one more": b""})), "it has more than 2000 entries")
 
+    def test_folders_that_are_only_implied_count_too(self) -> None:
+        chains = {f"{number}/" + "/".join("d" * 30) + "/f": b"" for number in range(63)}
+        self.assertEqual(self.refused(make_package(chains)), "it has more than 2000 entries")
+        self.assertEqual(os.listdir(self.path("outer/folder")), [])
+        fits = {f"d/f{number}": b"" for number in range(1999)}
+        self.assertEqual(len(self.unpack(make_package(fits))), 1999)
+        self.refused(make_package({**fits, "d/one more": b""}))
+
+    def test_an_entry_that_is_listed_again_and_again_counts_each_time(self) -> None:
+        package = make_package_of(*[(info("a/"), b"") for _ in range(2001)])
+        self.assertEqual(self.refused(package), "it has more than 2000 entries")
+
     def test_a_table_of_contents_without_end_is_refused_before_it_is_read(self) -> None:
         package = make_package({"a": b""}) + packages._CENTRAL_HEADER * 20_001
         self.assertEqual(self.refused(package), "it has more than 2000 entries")
