@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import contextlib
 import os
+import re
 
 from . import arguments, files, packages
 from .errors import BackendError, explained
@@ -13,7 +14,9 @@ MANUAL_LIMIT = 1_000_000
 """How many bytes of a SKILL.md are read."""
 
 _STAGING = ".installing"
-_REPLACED = ".replaced-"
+_ASIDE = ".replaced"
+_LEFT_BEHIND = re.compile(rf"({re.escape(_STAGING)}|{re.escape(_ASIDE)})-[0-9a-f]{{16}}")
+"""What we call our hidden folders, told from a hidden folder of the user's own by its random part."""
 
 
 def recover(skills_folder: str) -> None:
@@ -22,7 +25,7 @@ def recover(skills_folder: str) -> None:
     Whatever is there while we hold the lock was left by the dead. A folder that cannot be mended stays as it is.
     """
     with contextlib.suppress(OSError, ValueError, BackendError):
-        if any(name.startswith((_STAGING, _REPLACED)) for name in os.listdir(skills_folder)):
+        if any(map(_LEFT_BEHIND.fullmatch, os.listdir(skills_folder))):
             with files.exclusive():
                 _recover_locked(skills_folder)
 
@@ -44,7 +47,7 @@ def install_package(package: bytes, workspace: str, fallback_name: str) -> dict[
             root = packages.skill_root(staging)
             name = _skill_name(root, fallback_name if root == staging else os.path.basename(root))
             target = os.path.join(skills, name)
-            _swap(root, target, os.path.join(skills, _REPLACED + name))
+            _swap(root, target)
         except packages.PackageRefused as error:
             raise BackendError(f"The package was not installed: {error}.") from error
         finally:
@@ -52,26 +55,41 @@ def install_package(package: bytes, workspace: str, fallback_name: str) -> dict[
     return {"targetDir": target, "name": name}
 
 
-def _swap(new: str, target: str, aside: str) -> None:
-    """Put a folder in the target's place. The earlier one is aside meanwhile, and comes back when that fails."""
-    if os.path.lexists(target):
-        os.rename(target, aside)
+def _swap(new: str, target: str) -> None:
+    """Put a folder in the target's place. The earlier one is aside meanwhile, and comes back when that fails.
+
+    It lies aside in a folder of ours under its own name, which may be as long as a name can be.
+    """
+    skills_folder, name = os.path.split(target)
+    aside = files.unused_name(skills_folder, _ASIDE)
+    os.mkdir(aside, 0o700)
     try:
+        if os.path.lexists(target):
+            os.rename(target, os.path.join(aside, name))
         os.rename(new, target)
     except OSError:
-        if os.path.lexists(aside):
-            os.rename(aside, target)
+        _bring_back(aside)
         raise
+    _remove(aside)
+
+
+def _bring_back(aside: str) -> None:
+    """Give what lies aside its place again unless something newer has it, and remove what is left."""
+    for name in os.listdir(aside):
+        target = os.path.join(os.path.dirname(aside), name)
+        if not os.path.lexists(target):
+            os.rename(os.path.join(aside, name), target)
     _remove(aside)
 
 
 def _recover_locked(skills_folder: str) -> None:
     for name in os.listdir(skills_folder):
         path = os.path.join(skills_folder, name)
-        target = os.path.join(skills_folder, name[len(_REPLACED) :])
-        if name.startswith(_REPLACED) and not os.path.lexists(target):
-            os.rename(path, target)
-        elif name.startswith((_STAGING, _REPLACED)):
+        if not _LEFT_BEHIND.fullmatch(name) or os.path.islink(path) or not os.path.isdir(path):
+            continue
+        if name.startswith(_ASIDE):
+            _bring_back(path)
+        else:
             _remove(path)
 
 

@@ -19,6 +19,7 @@ from app.tests.support import HomeTestCase, wait_for
 from app.tests.test_packages import make_package
 
 SKILLS = ".openclaw/agents/main/skills"
+RANDOM = "0123456789abcdef"
 
 
 def skill(version: str, name: str = "weather") -> bytes:
@@ -66,6 +67,13 @@ class InstallZipTest(InstallTestCase):
         self.install(make_package({"SKILL.md": b"---\nname: weather\n---\none", "old": b"", "deep/er": b""}))
         self.install(skill("two"))
         self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "two"))
+
+    def test_a_skill_with_the_longest_name_is_replaced(self) -> None:
+        name = "x" * 255
+        for version in ("one", "two"):
+            self.install(make_package({"SKILL.md": f"---\nname: {name}\n---\n{version}".encode()}))
+        self.assertEqual(self.installed(), [f"{name}/SKILL.md"])
+        self.assertTrue(self.read(f"{SKILLS}/{name}/SKILL.md").endswith("two"))
 
     def test_other_skills_are_left_alone(self) -> None:
         self.install(skill("one", "other"))
@@ -194,21 +202,38 @@ class KilledInstallTest(InstallTestCase):
                 self.install(skill("three"))
                 self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "three"))
 
+    def put_aside(self) -> None:
+        """Leave the skill as an install does that is killed between its two renames."""
+        os.makedirs(self.path(SKILLS, f".replaced-{RANDOM}"))
+        os.rename(self.path(SKILLS, "weather"), self.path(SKILLS, f".replaced-{RANDOM}", "weather"))
+
     def test_killed_between_the_two_renames_the_earlier_version_comes_back(self) -> None:
         self.install(skill("one"))
-        os.rename(self.path(SKILLS, "weather"), self.path(SKILLS, ".replaced-weather"))
-        os.makedirs(self.path(SKILLS, ".installing-x/weather-folder"))
+        self.put_aside()
+        os.makedirs(self.path(SKILLS, f".installing-{RANDOM}/weather-folder"))
         self.assertEqual([row["name"] for row in app.list_skills("openclaw")], ["weather"])
         self.assertEqual((os.listdir(self.path(SKILLS)), self.version()), (["weather"], "one"))
 
     def test_an_install_mends_what_a_killed_one_left_even_when_it_fails_itself(self) -> None:
         self.install(skill("one"))
-        os.rename(self.path(SKILLS, "weather"), self.path(SKILLS, ".replaced-weather"))
+        self.put_aside()
         self.refusal(self.install, b"no package")
         self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "one"))
-        self.make_file(f"{SKILLS}/.replaced-weather/old")
+        self.make_file(f"{SKILLS}/.replaced-{RANDOM}/weather/old")
         self.install(skill("two"))
         self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "two"))
+
+    def test_hidden_files_and_folders_of_the_users_own_are_left_alone(self) -> None:
+        self.install(skill("one"))
+        own = [".installing-guide", ".replaced-weather", ".installing", f".installing-{RANDOM}0", f"a.replaced-{RANDOM}"]
+        for name in own:
+            self.make_file(f"{SKILLS}/{name}/file")
+        self.make_file(f"{SKILLS}/.installing-{RANDOM}", "a file")
+        os.symlink("weather", self.path(SKILLS, f".replaced-{RANDOM}"))
+        before = self.installed()
+        app.list_skills("openclaw")
+        self.install(skill("two"))
+        self.assertEqual((self.installed(), self.version()), (before, "two"))
 
     def test_killed_after_the_two_renames_the_new_version_stays(self) -> None:
         self.install(skill("one"))
@@ -219,7 +244,7 @@ class KilledInstallTest(InstallTestCase):
 
     def test_what_cannot_be_mended_hinders_no_listing(self) -> None:
         self.install(skill("one"))
-        os.makedirs(self.path(SKILLS, ".installing-x"))
+        os.makedirs(self.path(SKILLS, f".installing-{RANDOM}"))
         with self.read_only(SKILLS):
             self.assertEqual(len(app.list_skills("openclaw")), 1)
 
