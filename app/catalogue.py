@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 from . import files, paths, settings, web
-from .documents import parse_json
+from .documents import format_json, parse_json, parse_object
 from .errors import BackendError, explained
 
 SECONDS = 20.0
@@ -19,7 +19,31 @@ def refresh_cloud_skills_via_core() -> dict[str, object]:
     Raises `BackendError` when no address is set, or when it cannot be fetched, is no catalogue, or cannot be kept; the
     catalogue of an earlier time then stays.
     """
+    return {"count": len(_fetched_entries(catalogue_address()))}
+
+
+def current_entries() -> tuple[str, list[dict[str, object]]]:
+    """The address in the settings, and the entries of the catalogue from there: the kept one, else fetched now.
+
+    A catalogue that was kept from another address is not shown as that of this one. Raises `BackendError` as
+    `refresh_cloud_skills_via_core` does.
+    """
     address = catalogue_address()
+    entries = _kept_entries(address)
+    return address, _fetched_entries(address) if entries is None else entries
+
+
+def catalogue_address() -> str:
+    """The address in the settings. Raises `BackendError` when there is none."""
+    section = settings.load_nelo_settings().get("cloud_skills")
+    address = section.get("catalog_url") if isinstance(section, dict) else None
+    if not isinstance(address, str) or not address.strip():
+        raise BackendError("No catalogue address is set. Enter it as Catalog URL in the settings and save.")
+    return address.strip()
+
+
+def _fetched_entries(address: str) -> list[dict[str, object]]:
+    """Fetch the catalogue at an address and keep it with its origin."""
     try:
         content = web.fetch(address, SECONDS, LIMIT)
     except web.FetchError as error:
@@ -33,24 +57,30 @@ def refresh_cloud_skills_via_core() -> dict[str, object]:
     path = _path()
     with files.exclusive(), explained(f"Cannot save {path}"):
         files.replace_file(path, content)
-    return {"count": len(entries)}
+        files.replace_file(_origin_path(), format_json(_origin(address, content)))
+    return entries
 
 
-def catalogue_address() -> str:
-    """The address in the settings. Raises `BackendError` when there is none."""
-    section = settings.load_nelo_settings().get("cloud_skills")
-    address = section.get("catalog_url") if isinstance(section, dict) else None
-    if not isinstance(address, str) or not address.strip():
-        raise BackendError("No catalogue address is set. Enter it as Catalog URL in the settings and save.")
-    return address.strip()
-
-
-def kept_entries() -> list[dict[str, object]] | None:
-    """The entries of the catalogue that was last kept, or None when there is none that is understood."""
+def _kept_entries(address: str) -> list[dict[str, object]] | None:
+    """The entries of the kept catalogue, or None when it did not come from this address or is not understood."""
     path = _path()
     with explained(f"Cannot read {path}"):
         content = files.read_file(path)
-    return None if content is None else _entries(content)
+        origin = files.read_file(_origin_path())
+    if content is None or parse_object(origin) != _origin(address, content):
+        return None
+    return _entries(content)
+
+
+def _origin(address: str, content: bytes) -> dict[str, object]:
+    """Where a catalogue came from. The digest tells when only one of the two files could be written."""
+    import hashlib
+
+    return {"address": address, "sha256": hashlib.sha256(content).hexdigest()}
+
+
+def _origin_path() -> str:
+    return paths.nelo_file("cloud_skills_catalog.origin.json")
 
 
 def _path() -> str:

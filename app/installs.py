@@ -36,11 +36,12 @@ def list_cloud_skills_via_core(ecosystem: object) -> list[dict[str, object]]:
     """The skills of the catalogue for an ecosystem.
 
     Each row has "key", and "name", "version" and "description" where the catalogue has them.
-    A catalogue that was never fetched is fetched now. Raises `BackendError` as `refresh_cloud_skills_via_core` does.
+    A catalogue that was not fetched yet from the address in the settings is fetched now. Raises `BackendError` as
+    `refresh_cloud_skills_via_core` does.
     """
     owner = arguments.ecosystem(ecosystem)
     rows = []
-    for key, entry in _catalogue_entries(owner).items():
+    for key, entry in _catalogue(owner)[1].items():
         row: dict[str, object] = {"key": key}
         row.update((name, entry[name]) for name in _SHOWN_KEYS if isinstance(entry.get(name), (str, int, float)))
         rows.append(row)
@@ -70,12 +71,13 @@ def install_cloud_skill_from_core(ecosystem: object, skill_key: object, agent_id
     owner = arguments.ecosystem(ecosystem)
     key = arguments.filled_text(skill_key, "skill key")
     workspace = _workspace(owner, agent_id)
-    entry = _catalogue_entries(owner).get(key)
+    base, entries = _catalogue(owner)
+    entry = entries.get(key)
     if entry is None:
         raise BackendError(
             f"The catalogue has no skill {arguments.quoted(key)}. Refresh the catalogue in the settings."
         )
-    return install_package(_fetched_package(key, entry), workspace, key)
+    return install_package(_fetched_package(base, key, entry), workspace, key)
 
 
 def _workspace(ecosystem: str, agent_id: object) -> str:
@@ -90,24 +92,20 @@ def _workspace(ecosystem: str, agent_id: object) -> str:
     raise BackendError(f"There is no agent {ecosystem}/{arguments.shortened(wanted)}. Refresh the list of agents.")
 
 
-def _catalogue_entries(ecosystem: str) -> dict[str, dict[str, object]]:
-    """The entries for an ecosystem by key: none without one, and of a repeated key the first."""
-    entries = catalogue.kept_entries()
-    if entries is None:
-        catalogue.refresh_cloud_skills_via_core()
-        entries = catalogue.kept_entries() or []
+def _catalogue(ecosystem: str) -> tuple[str, dict[str, dict[str, object]]]:
+    """The catalogue's address and its entries for an ecosystem by key: none without one, of a repeated key the first."""
+    address, entries = catalogue.current_entries()
     chosen: dict[str, dict[str, object]] = {}
     for entry in entries:
         key = entry.get("key")
         if isinstance(key, str) and key.strip() and entry.get("ecosystem", ecosystem) == ecosystem:
             chosen.setdefault(key.strip(), entry)
-    return chosen
+    return address, chosen
 
 
-def _fetched_package(key: str, entry: dict[str, object]) -> bytes:
+def _fetched_package(base: str, key: str, entry: dict[str, object]) -> bytes:
     from urllib.parse import urljoin, urlsplit
 
-    base = catalogue.catalogue_address()
     address = urljoin(base, arguments.filled_text(entry.get("url"), f"package address of {arguments.quoted(key)}"))
     if urlsplit(address).scheme == "file" != urlsplit(base).scheme:
         raise BackendError(f"The catalogue names a file of this machine as the package of {arguments.quoted(key)}.")

@@ -325,6 +325,35 @@ class CloudSkillTest(InstallTestCase):
         self.make_file(".nelo/cloud_skills_catalog.json", "broken")
         self.assertEqual(app.list_cloud_skills_via_core("openclaw"), [{"key": "a"}])
 
+    def test_a_catalogue_from_another_address_is_not_taken_for_that_of_the_settings(self) -> None:
+        self.serve_catalogue({"key": "weather", "url": "weather.zip"})
+        other = self.server.serve("/other/catalogue.json", b'[{"key": "b", "url": "b.zip"}]')
+        app.save_nelo_settings({"cloud_skills": {"catalog_url": other}})
+        self.assertEqual(app.list_cloud_skills_via_core("openclaw"), [{"key": "b"}])
+        message = self.refusal(app.install_cloud_skill_from_core, "openclaw", "weather", "main")
+        self.assertIn('no skill "weather"', message)
+
+    def test_a_catalogue_whose_successor_cannot_be_fetched_stays_for_its_own_address(self) -> None:
+        self.serve_catalogue({"key": "weather", "url": "weather.zip"})
+        settings = app.load_nelo_settings()
+        app.save_nelo_settings({"cloud_skills": {"catalog_url": self.server.address + "/missing.json"}})
+        self.assertIn("HTTP 404", self.refusal(app.list_cloud_skills_via_core, "openclaw"))
+        app.save_nelo_settings({"cloud_skills": {"catalog_url": ""}})
+        self.assertIn("Catalog URL", self.refusal(app.list_cloud_skills_via_core, "openclaw"))
+        app.save_nelo_settings(settings)
+        self.server.answers.clear()
+        self.assertEqual(app.list_cloud_skills_via_core("openclaw"), [{"key": "weather"}])
+
+    def test_a_catalogue_without_its_origin_is_fetched_again(self) -> None:
+        origin = ".nelo/cloud_skills_catalog.origin.json"
+        self.serve_catalogue({"key": "a"})
+        self.assertEqual(self.mode(origin), 0o600)
+        for broken in ("", "[]", '{"address": 7}'):
+            self.make_file(origin, broken)
+            before = len(self.server.requests)
+            self.assertEqual(app.list_cloud_skills_via_core("openclaw"), [{"key": "a"}])
+            self.assertEqual(len(self.server.requests), before + 1)
+
     def test_without_a_catalogue_the_error_says_what_to_do(self) -> None:
         self.assertIn("Catalog URL", self.refusal(app.list_cloud_skills_via_core, "openclaw"))
 
