@@ -88,6 +88,15 @@ def make_private_folder(path: str) -> bool:
     return True
 
 
+def sync_folder(path: str) -> None:
+    """Have the names in a folder reach the disk. Raises `OSError`."""
+    descriptor = os.open(path, os.O_RDONLY | os.O_DIRECTORY | os.O_CLOEXEC)
+    try:
+        os.fsync(descriptor)
+    finally:
+        os.close(descriptor)
+
+
 def unused_name(folder: str, prefix: str) -> str:
     """A path in `folder` that nobody else uses. The prefix begins with a dot, so that no listing shows it."""
     return os.path.join(folder, f"{prefix}-{os.urandom(8).hex()}")

@@ -44,6 +44,7 @@ def install_package(package: bytes, workspace: str, fallback_name: str) -> dict[
         os.mkdir(staging, 0o700)
         try:
             packages.unpack(package, staging)
+            _sync_folders(staging)
             root = packages.skill_root(staging)
             name = _skill_name(root, fallback_name if root == staging else os.path.basename(root))
             target = os.path.join(skills, name)
@@ -70,7 +71,15 @@ def _swap(new: str, target: str) -> None:
     except OSError:
         _bring_back(aside)
         raise
+    with contextlib.suppress(OSError):  # the new version is in place: this is no longer the moment to fail
+        files.sync_folder(skills_folder)
     _remove(aside)
+
+
+def _sync_folders(top: str) -> None:
+    """Have what was unpacked reach the disk whole: a power cut after the swap must not leave a skill of empty files."""
+    for folder, _, _ in os.walk(top):
+        files.sync_folder(folder)
 
 
 def _bring_back(aside: str) -> None:

@@ -161,6 +161,22 @@ class InstallZipTest(InstallTestCase):
         self.replace(packages, "SIZE_LIMIT", 100)
         self.assertIn("it is larger than", self.refusal(self.install, skill("one")))
 
+    def test_every_file_and_folder_reaches_the_disk_before_the_skill_takes_its_place(self) -> None:
+        done: list[str] = []
+        rename = os.rename
+
+        def watched_rename(source: str, target: str) -> None:
+            done.append(f"rename to {os.path.basename(target)}")
+            rename(source, target)
+
+        self.replace(os, "fsync", lambda descriptor: done.append(os.readlink(f"/proc/self/fd/{descriptor}")))
+        self.replace(os, "rename", watched_rename)
+        self.install(make_package({"s/SKILL.md": b"---\nname: weather\n---\n", "s/a/b": b"x", "s/empty/": b""}))
+        swap = done.index("rename to weather")
+        before = {path.partition("/.installing-")[2].partition("/")[2] for path in done[:swap]}
+        self.assertEqual(before, {"", "s", "s/SKILL.md", "s/a", "s/a/b", "s/empty"})
+        self.assertEqual(done[swap + 1 :], [self.path(SKILLS)])
+
     def test_nothing_of_a_package_is_run(self) -> None:
         trap = f"#!/bin/sh\ntouch {self.path('trapped')}\n".encode()
         names = ("install.sh", "setup.py", "__init__.py", "postinstall", "Makefile", "package.json")
