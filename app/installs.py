@@ -21,7 +21,9 @@ def install_openclaw_skill_zip(agent_id: object, package_path: object) -> dict[s
     workspace, or the package is refused or cannot be unpacked.
     """
     workspace = _workspace("openclaw", agent_id)
-    path = os.path.expanduser(arguments.filled_text(package_path, "package path"))
+    path = arguments.text(package_path, "package path")
+    if not path:
+        raise BackendError("The package path is empty.")
     try:
         package = files.read_file(path, packages.SIZE_LIMIT + 1)
     except (OSError, ValueError) as error:
@@ -106,8 +108,13 @@ def _catalogue(ecosystem: str) -> tuple[str, dict[str, dict[str, object]]]:
 def _fetched_package(base: str, key: str, entry: dict[str, object]) -> bytes:
     from urllib.parse import urljoin, urlsplit
 
-    address = urljoin(base, arguments.filled_text(entry.get("url"), f"package address of {arguments.quoted(key)}"))
-    if urlsplit(address).scheme == "file" != urlsplit(base).scheme:
+    what = f"package address of {arguments.quoted(key)}"
+    try:
+        address = urljoin(base, arguments.filled_text(entry.get("url"), what))
+        is_local = urlsplit(address).scheme == "file" != urlsplit(base).scheme
+    except ValueError as error:
+        raise BackendError(f"The {what} is not a valid address.") from error
+    if is_local:
         raise BackendError(f"The catalogue names a file of this machine as the package of {arguments.quoted(key)}.")
     try:
         package = web.fetch(address, PACKAGE_SECONDS, packages.SIZE_LIMIT)

@@ -41,6 +41,7 @@ def unpack(package: bytes, folder: str) -> None:
     Raises `PackageRefused` for everything that a package may not hold, and `OSError` when the files cannot be written;
     what was written until then stays in the folder.
     """
+    import struct
     import zipfile
     import zlib
 
@@ -54,7 +55,16 @@ def unpack(package: bytes, folder: str) -> None:
             _unpack_all(archive, _checked_entries(archive.infolist()), len(package), folder)
     except UnicodeDecodeError as error:
         raise PackageRefused("a name in it is not UTF-8") from error
-    except (zipfile.BadZipFile, zlib.error, EOFError, NotImplementedError, RuntimeError, ValueError) as error:
+    except (
+        zipfile.BadZipFile,
+        zlib.error,
+        struct.error,
+        EOFError,
+        NotImplementedError,
+        OverflowError,
+        RuntimeError,
+        ValueError,
+    ) as error:
         raise PackageRefused("it is not a zip archive, or a damaged one") from error
 
 

@@ -157,6 +157,13 @@ class InstallZipTest(InstallTestCase):
             with self.subTest(path):
                 self.assertIn(message, self.refusal(app.install_openclaw_skill_zip, "main", path))
 
+    def test_the_chosen_path_is_taken_as_it_is(self) -> None:
+        package = self.make_file(" blanks at both ends .zip ", skill("one"))
+        self.assertEqual(app.install_openclaw_skill_zip("main", package)["name"], "weather")
+        self.make_file("package.zip", skill("one"))
+        message = self.refusal(app.install_openclaw_skill_zip, "main", "~/package.zip")
+        self.assertIn('There is no package "~/package.zip"', message)
+
     def test_a_package_past_the_limit_is_refused(self) -> None:
         self.replace(packages, "SIZE_LIMIT", 100)
         self.assertIn("it is larger than", self.refusal(self.install, skill("one")))
@@ -424,6 +431,12 @@ class CloudSkillTest(InstallTestCase):
     def test_an_entry_without_an_address_is_told(self) -> None:
         for url in (None, "", 7):
             self.assertIn("package address", self.refusal(self.install_from, {"url": url}))
+
+    def test_an_address_that_is_none_is_told_with_the_key_of_its_entry(self) -> None:
+        for url in ("http://[::1", "http://[x]/p.zip"):
+            message = self.refusal(self.install_from, {"url": url})
+            self.assertIn("weather", message)
+            self.assertIn("not a valid address", message)
 
     def test_a_catalogue_from_the_net_may_not_name_a_file_of_this_machine(self) -> None:
         package = self.make_file("weather.zip", skill("one"))

@@ -227,6 +227,26 @@ class UnpackTest(HomeTestCase):
             package[45] ^= 0xFF
             self.assertEqual(self.refused(bytes(package)), "it is not a zip archive, or a damaged one")
 
+    def test_extra_fields_that_lie_about_sizes_are_refused(self) -> None:
+        # An entry with the extra field of large archives, in which sizes and the offset have eight bytes each.
+        for offset in (2**63, 2**64 - 1):
+            entry = info("SKILL.md")
+            entry.extra = struct.pack("<HHQQQ", 1, 24, 1, 1, offset)
+            package = bytearray(make_package_of((entry, b"x")))
+            central = package.rindex(packages._CENTRAL_HEADER)
+            package[central + 20 : central + 28] = b"\xff" * 8
+            package[central + 42 : central + 46] = b"\xff" * 4
+            with self.subTest(offset):
+                self.assertEqual(self.refused(bytes(package)), "it is not a zip archive, or a damaged one")
+
+    def test_an_extra_field_that_is_cut_short_is_refused(self) -> None:
+        entry = info("SKILL.md")
+        entry.extra = struct.pack("<HHL", 1, 4, 7)
+        package = bytearray(make_package_of((entry, b"x")))
+        central = package.rindex(packages._CENTRAL_HEADER)
+        package[central + 20 : central + 28] = b"\xff" * 8
+        self.assertEqual(self.refused(bytes(package)), "it is not a zip archive, or a damaged one")
+
     def test_no_prefix_of_a_package_and_no_changed_byte_does_harm(self) -> None:
         whole = make_package({"SKILL.md": MANUAL, "a/b": b"content"})
         damaged = [whole[:length] for length in range(len(whole))]
