@@ -6,17 +6,23 @@ import json
 import re
 
 _KEY = re.compile(r"([A-Za-z_][\w.-]*)[ \t]*:(?:[ \t]+(.*))?$")
-_BLOCK = re.compile(r"[|>][+-]?\d*$")
+_LINE_END = re.compile(r"\r\n|\r|\n")
+_BLOCK = re.compile(r"[|>](?:[+-]?\d?|\d[+-])(?:[ \t]+#.*)?")
+_STRING = r'"[^"\\]*(?:\\.[^"\\]*)*"'
+_QUOTED = re.compile(rf"({_STRING}|'[^']*(?:''[^']*)*')(?:[ \t]+#.*)?")
+_COMMENT = re.compile(r"(?:^|(?<=[ \t]))#[^\n]*", re.MULTILINE)
+_STRING_OR_COMMENT = re.compile(rf"({_STRING}?)|{_COMMENT.pattern}", re.MULTILINE)  # also a string that never ends
+_COMMENTS_BEFORE = re.compile(r"(?:#[^\n]*|\n)*")
 
 
 def parse_front_matter(text: str) -> dict[str, str]:
     """The values by key, as text; no keys when there is no front matter or it never ends.
 
-    Understood of YAML: plain and quoted scalars, continued on indented lines, and block scalars ("|" and ">"). A JSON
-    value is answered as its text.
+    Understood of YAML: plain and quoted scalars, continued on indented lines, block scalars ("|" and ">"), and comments
+    after a value. A JSON value is answered as its text.
     """
-    lines = text.removeprefix("\ufeff").splitlines()
-    if not lines or lines[0].rstrip() != "---":
+    lines = _LINE_END.split(text.removeprefix("\ufeff"))
+    if lines[0].rstrip() != "---":
         return {}
     values: dict[str, list[str]] = {}
     key = ""
@@ -35,15 +41,21 @@ def parse_front_matter(text: str) -> dict[str, str]:
 def _scalar(lines: list[str]) -> str:
     """The text of a value, given what follows the colon and the lines that continue it."""
     first, *rest = lines
-    if _BLOCK.match(first):
+    if _BLOCK.fullmatch(first):
         joiner = "\n" if first.startswith("|") else " "
         return joiner.join(line.strip() for line in rest).strip()
-    value = " ".join(line.strip() for line in lines if line.strip())
-    if len(value) >= 2 and value[0] == value[-1] == "'":
-        return value[1:-1].replace("''", "'")
-    if len(value) >= 2 and value[0] == value[-1] == '"':
-        return _unescaped(value)
-    return value
+    text = _COMMENTS_BEFORE.sub("", "\n".join(line.strip() for line in lines), count=1)
+    if text.startswith(("{", "[")):
+        return _on_one_line(_STRING_OR_COMMENT.sub(lambda match: match[1] or "", text))
+    quoted = _QUOTED.fullmatch(_on_one_line(text))
+    if not quoted:
+        return _on_one_line(_COMMENT.sub("", text))
+    value = quoted[1]
+    return _unescaped(value) if value.startswith('"') else value[1:-1].replace("''", "'")
+
+
+def _on_one_line(text: str) -> str:
+    return " ".join(filter(None, map(str.strip, text.split("\n"))))
 
 
 def _unescaped(quoted: str) -> str:

@@ -83,6 +83,43 @@ class FrontMatterTest(HomeTestCase):
     def test_windows_line_ends_are_line_ends(self) -> None:
         self.assertEqual(parse_front_matter("---\r\nname: a\r\n---\r\nbody"), {"name": "a"})
 
+    def test_only_line_feeds_and_carriage_returns_end_a_line(self) -> None:
+        for character in "\x0b\x0c\x1c\x1d\x1e\x85\u2028\u2029":
+            with self.subTest(character):
+                self.assertEqual(parse_front_matter(f"---\nname: a{character}b: c\n---\n"), {"name": f"a{character}b: c"})
+        self.assertEqual(parse_front_matter("---\rname: a\r---\rbody"), {"name": "a"})
+
+    def test_comments_after_a_value_are_not_part_of_it(self) -> None:
+        cases = {
+            "name: weather # the name": "weather",
+            "name: weather\t# the name": "weather",
+            "name: it's # the name": "it's",
+            "name: a#b": "a#b",
+            "name: # nothing": "",
+            "name:\n  # before\n  weather\n  # between\n  report": "weather report",
+            "name: \"a # b\" # it's \"c\"": "a # b",
+            "name: 'it''s # b' # c": "it's # b",
+            "name: \"a\n  # b\"": "a # b",
+            'name: {"a": "b # c"} # "d"': '{"a": "b # c"}',
+            'name: {"a":\n  # first\n  "b \\" # c"\n  } # d': '{"a": "b \\" # c" }',
+            "name: [beta] weather # new": "[beta] weather",
+            "name: | # text\n  # a title": "# a title",
+        }
+        for line, value in cases.items():
+            with self.subTest(line):
+                self.assertEqual(parse_front_matter(f"---\n{line}\n---\n"), {"name": value})
+
+    def test_a_block_says_its_indent_and_its_end_in_either_order(self) -> None:
+        for indicator in ("|", "|-", "|+", "|2", "|2-", "|-2", "|+1"):
+            with self.subTest(indicator):
+                self.assertEqual(parse_front_matter(f"---\nname: {indicator}\n  a\n  b\n---\n"), {"name": "a\nb"})
+        self.assertEqual(parse_front_matter("---\nname: >2-\n  a\n  b\n---\n"), {"name": "a b"})
+
+    def test_a_long_value_that_is_odd_takes_no_time(self) -> None:
+        odd = ('"' + "a\\" * 200_000, "'" + "''" * 200_000 + "x", '{' + '"\\' * 200_000, "a" + " " * 400_000 + "b")
+        for value in (*odd, "a" + " #" * 200_000, "{" + " " * 400_000 + "}"):
+            self.assertEqual(list(parse_front_matter(f"---\nname: {value}\n---\n")), ["name"])
+
     def test_a_repeated_key_keeps_its_last_value(self) -> None:
         self.assertEqual(parse_front_matter("---\nname: a\nname: b\n---\n"), {"name": "b"})
 
@@ -159,6 +196,10 @@ class ListSkillsTest(HomeTestCase):
                     row = self.row(manual(name="n", metadata=metadata))
                     said = [row[key] for key in ("requiredEnv", "primaryEnv", "primaryEnvLabel", "skillKey")]
                     self.assertEqual(said, [[], "", "", "n"])
+
+    def test_metadata_with_a_comment_behind_it_is_understood(self) -> None:
+        row = self.row(manual(metadata='{"primaryEnv": "KEY # 1"} # for the widget'))
+        self.assertEqual(row["primaryEnv"], "KEY # 1")
 
     def test_blanks_duplicates_and_numbers_of_required_variables(self) -> None:
         env = ["A", " ", 7, "A", None, *[f"V{number}" for number in range(200)]]
