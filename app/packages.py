@@ -69,12 +69,19 @@ def unpack(package: bytes, folder: str) -> None:
 
 
 def skill_root(folder: str) -> str:
-    """The folder of the skill in an unpacked package: the package's root, or its single folder."""
-    names = os.listdir(folder)
-    root = os.path.join(folder, names[0]) if len(names) == 1 and names != ["SKILL.md"] else folder
-    if not os.path.isfile(os.path.join(root, "SKILL.md")):
+    """The folder of the skill in an unpacked package: the package's root, or its single folder.
+
+    The single folder is the only one with a SKILL.md: archivers and authors leave other things beside it.
+    """
+    visible = [os.path.join(folder, name) for name in os.listdir(folder) if not name.startswith(".")]
+    roots = [folder] if _has_manual(folder) else list(filter(_has_manual, visible))
+    if len(roots) != 1:
         raise PackageRefused("it has no SKILL.md at its root or in its single folder")
-    return root
+    return roots[0]
+
+
+def _has_manual(folder: str) -> bool:
+    return os.path.isfile(os.path.join(folder, "SKILL.md"))
 
 
 def _checked_entries(entries: list[ZipInfo]) -> list[tuple[ZipInfo, tuple[str, ...]]]:
@@ -137,11 +144,16 @@ def _refuse_collision(
     """
     for length in range(1, len(parts) + 1):
         path = parts[:length]
-        folded = tuple(unicodedata.normalize("NFC", part).casefold() for part in path)
+        folded = tuple(_folded(part) for part in path)
         place = (path, is_folder or length < len(parts))
         earlier = seen.setdefault(folded, place)
         if earlier != place or (earlier is not place and not place[1]):
             raise PackageRefused(f"two names in it are the same or differ in case only: {quoted('/'.join(path))}")
+
+
+def _folded(name: str) -> str:
+    """What a file system makes of a name that takes letters for the same whatever their case and composition."""
+    return unicodedata.normalize("NFD", unicodedata.normalize("NFD", name).casefold())
 
 
 def _is_folder(entry: ZipInfo) -> bool:

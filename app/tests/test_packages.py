@@ -117,6 +117,8 @@ class UnpackTest(HomeTestCase):
             ("d/x", "D/y"),
             ("straße", "STRASSE"),
             ("é", "e\u0301"),
+            ("\u0390", "\u03aa\u0301"),
+            ("\u03b1\u0345\u0301", "\u03b1\u0301\u0345"),
             ("a", "a/b"),
             ("a/b", "a"),
             ("a/", "a"),
@@ -272,6 +274,10 @@ class SkillRootTest(HomeTestCase):
 
     def test_a_single_folder_with_a_manual_is_the_skill(self) -> None:
         self.assertEqual(self.root("folder/SKILL.md", "folder/more"), "folder")
+
+    def test_what_lies_beside_the_single_folder_is_left_out(self) -> None:
+        names = (".DS_Store", ".git/SKILL.md", "LICENSE", "__MACOSX/x", "images/x")
+        self.assertEqual(self.root(*names, "folder/SKILL.md"), "folder")
 
     def test_anything_else_is_refused(self) -> None:
         for number, names in enumerate(

@@ -116,7 +116,7 @@ class FrontMatterTest(HomeTestCase):
         self.assertEqual(parse_front_matter("---\nname: >2-\n  a\n  b\n---\n"), {"name": "a b"})
 
     def test_a_long_value_that_is_odd_takes_no_time(self) -> None:
-        odd = ('"' + "a\\" * 200_000, "'" + "''" * 200_000 + "x", '{' + '"\\' * 200_000, "a" + " " * 400_000 + "b")
+        odd = ('"' + "a\\" * 200_000, "'" + "''" * 200_000 + "x", "{" + '"\\' * 200_000, "a" + " " * 400_000 + "b")
         for value in (*odd, "a" + " #" * 200_000, "{" + " " * 400_000 + "}"):
             self.assertEqual(list(parse_front_matter(f"---\nname: {value}\n---\n")), ["name"])
 
