@@ -5,24 +5,43 @@ from __future__ import annotations
 import contextlib
 import json
 import math
-from collections.abc import Iterator
+from collections.abc import Callable, Iterator
 
-from . import files, paths
+from . import arguments, files, paths
 from .errors import explained
 
 
-def parse_json(text: bytes) -> object:
+_INTEGER_DIGITS = 4300
+"""How many digits an integer may have; Python refuses more by itself, since it reads them slowly."""
+
+
+def _refuse_far_number(number: str) -> object:
+    raise ValueError(f"the number {arguments.shortened(number)} is too large")
+
+
+def parse_json(text: bytes, far_number: Callable[[str], object] = _refuse_far_number) -> object:
     """The value of a JSON text. Raises `ValueError` for everything that JSON in UTF-8 cannot carry onward.
 
-    That includes what Python's parser takes beyond JSON: NaN, numbers too large for a double, halves of surrogate
-    pairs, and nesting that it cannot follow.
+    That includes what Python's parser takes beyond JSON: NaN, halves of surrogate pairs, and nesting that it cannot
+    follow. Numbers that are too large for a double or have more digits than we read are valid JSON, and yet nobody can
+    work with them: `far_number` is given their text and answers what stands for them, or refuses them.
     """
+
+    def fraction(number: str) -> object:
+        value = float(number)
+        return value if math.isfinite(value) else far_number(number)
+
+    def integer(number: str) -> object:
+        return far_number(number) if len(number) > _INTEGER_DIGITS else int(number)
+
     try:
-        value: object = json.loads(text.decode("utf-8-sig"), parse_constant=_finite, parse_float=_finite)
+        value: object = json.loads(
+            text.decode("utf-8-sig"), parse_constant=_refuse_constant, parse_float=fraction, parse_int=integer
+        )
     except RecursionError as error:
         raise ValueError("nested too deep") from error
     if b"\\u" in text:
-        json.dumps(value, ensure_ascii=False).encode()
+        json.dumps(value, ensure_ascii=False, default=str).encode()
     return value
 
 
@@ -85,8 +104,5 @@ def parse_object(content: bytes | None) -> dict[str, object] | None:
     return value if isinstance(value, dict) else None
 
 
-def _finite(number: str) -> float:
-    value = float(number)
-    if not math.isfinite(value):
-        raise ValueError(f"{number} is not a JSON number")
-    return value
+def _refuse_constant(name: str) -> object:
+    raise ValueError(f"{name} is not a JSON number")

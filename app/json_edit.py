@@ -9,7 +9,7 @@ import json
 import re
 from collections.abc import Sequence
 
-_DECODER = json.JSONDecoder()
+_DECODER = json.JSONDecoder(parse_int=str, parse_float=str)  # only where a value ends is asked, never what it is
 _SPACE = re.compile(r"[ \t\r\n]*")
 _FIRST_INDENT = re.compile(r'\{[ \t]*\r?\n([ \t]+)"')
 

@@ -9,19 +9,28 @@ from .documents import parse_json
 from .errors import BackendError, explained
 
 _PLACE = ("skills", "entries")
+_FAR_NUMBER = object()
+"""Stands for a number that is too large to be read. Elsewhere in the file it does no harm: it is never written anew."""
 
 
 def get_skill_entry(ecosystem: object, skill_key: object) -> dict[str, object]:
     """The entry of a skill as the configuration file has it; an empty object when it has none.
 
-    Raises `BackendError` when the file cannot be read or is not valid JSON.
+    Raises `BackendError` when the file cannot be read or is not valid JSON, or a number in the entry is too large.
     """
     owner = arguments.ecosystem(ecosystem)
     key = arguments.filled_text(skill_key, "skill key")
     value: object = _parsed(owner, _text(owner, _content(owner)))
     for step in (*_PLACE, key):
         value = value.get(step) if isinstance(value, dict) else None
-    return value if isinstance(value, dict) else {}
+    if not isinstance(value, dict):
+        return {}
+    if _printed(value) is None:
+        raise BackendError(
+            f"A number in the entry of {arguments.quoted(key)} in {paths.config_path(owner)} is too large. "
+            "Correct it in the configuration editor first."
+        )
+    return value
 
 
 def save_skill_entry(ecosystem: object, skill_key: object, entry: object) -> dict[str, object]:
@@ -74,7 +83,7 @@ def _with_entry(ecosystem: str, text: str, key: str, wanted: dict[str, object]) 
         if not isinstance(present, dict):
             return json_edit.set_member(text, path, wanted)
         for name, value in wanted.items():
-            if name not in present or json.dumps(present[name]) != json.dumps(value):
+            if name not in present or _printed(present[name]) != _printed(value):
                 text = json_edit.set_member(text, (*path, name), value)
     except ValueError as error:
         raise BackendError(
@@ -82,6 +91,14 @@ def _with_entry(ecosystem: str, text: str, key: str, wanted: dict[str, object]) 
             "Correct it in the configuration editor first."
         ) from error
     return text
+
+
+def _printed(value: object) -> str | None:
+    """The JSON text of a value, or None when there is a number in it that is too large."""
+    try:
+        return json.dumps(value)
+    except TypeError:
+        return None
 
 
 def _content(ecosystem: str) -> bytes | None:
@@ -101,7 +118,7 @@ def _text(ecosystem: str, content: bytes | None) -> str:
 
 def _parsed(ecosystem: str, text: str) -> dict[str, object]:
     try:
-        value = parse_json(text.encode())
+        value = parse_json(text.encode(), lambda number: _FAR_NUMBER)
     except ValueError as error:
         raise _not_json(ecosystem, str(error)) from error
     if not isinstance(value, dict):

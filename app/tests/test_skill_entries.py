@@ -170,6 +170,24 @@ class SkillEntryTest(HomeTestCase):
                     self.assertEqual(file.read(), content)
         self.assertEqual(self.backups(), [])
 
+    def test_numbers_too_large_elsewhere_in_the_file_stay_as_they_are(self) -> None:
+        for number in ("1e400", "9" * 5000):
+            weather = '{"apiKey": "\\u4f60"}'
+            before = f'{{"n": {number}, "skills": {{"n": {number}, "entries": {{"weather": {weather}}}}}}}'
+            self.make_file(CONFIG, before)
+            self.assertEqual(app.get_skill_entry("openclaw", "weather"), {"apiKey": "你"})
+            self.save({"apiKey": "new"})
+            self.assertEqual(self.read(CONFIG), before.replace('"\\u4f60"', '"new"'))
+
+    def test_a_number_too_large_in_the_entry_is_told_and_only_replaced_by_another_value(self) -> None:
+        for number in ("1e400", "9" * 5000):
+            before = f'{{"skills": {{"entries": {{"weather": {{"config": {{"n": {number}}}, "theirs": {number}}}}}}}}}'
+            self.make_file(CONFIG, before)
+            with self.assertRaisesRegex(BackendError, 'number in the entry of "weather" .* is too large. Correct it'):
+                app.get_skill_entry("openclaw", "weather")
+            self.save({"config": {"n": "1"}})
+            self.assertEqual(self.read(CONFIG), before.replace(number, '"1"', 1))
+
     def test_the_place_of_a_syntax_error_is_told(self) -> None:
         self.make_file(CONFIG, '{\n  "a": 1,\n  oops\n}')
         self.assertRaisesRegex(BackendError, "line 3 column 3", self.save)
