@@ -45,7 +45,7 @@ def list_cloud_skills_via_core(ecosystem: object) -> list[dict[str, object]]:
     rows = []
     for key, entry in _catalogue(owner)[1].items():
         row: dict[str, object] = {"key": key}
-        row.update((name, entry[name]) for name in _SHOWN_KEYS if isinstance(entry.get(name), (str, int, float)))
+        row.update((name, entry[name]) for name in _SHOWN_KEYS if _is_shown(entry.get(name)))
         rows.append(row)
     return rows
 
@@ -95,7 +95,7 @@ def _workspace(ecosystem: str, agent_id: object) -> str:
 
 
 def _catalogue(ecosystem: str) -> tuple[str, dict[str, dict[str, object]]]:
-    """The catalogue's address and its entries for an ecosystem by key: none without one, of a repeated key the first."""
+    """The catalogue's address, and by key its entries for an ecosystem: of a repeated key the first, none without."""
     address, entries = catalogue.current_entries()
     chosen: dict[str, dict[str, object]] = {}
     for entry in entries:
@@ -103,6 +103,11 @@ def _catalogue(ecosystem: str) -> tuple[str, dict[str, dict[str, object]]]:
         if isinstance(key, str) and key.strip() and entry.get("ecosystem", ecosystem) == ecosystem:
             chosen.setdefault(key.strip(), entry)
     return address, chosen
+
+
+def _is_shown(value: object) -> bool:
+    """Whether a value can be shown: a text or a number, which a boolean is to Python only."""
+    return isinstance(value, (str, int, float)) and not isinstance(value, bool)
 
 
 def _fetched_package(base: str, key: str, entry: dict[str, object]) -> bytes:
@@ -120,16 +125,15 @@ def _fetched_package(base: str, key: str, entry: dict[str, object]) -> bytes:
         package = web.fetch(address, PACKAGE_SECONDS, packages.SIZE_LIMIT)
     except web.FetchError as error:
         raise BackendError(f"Cannot load the package {web.shown(address)}: {error}.") from error
-    _verify(package, entry.get("sha256"), key)
+    if "sha256" in entry:
+        _verify(package, entry["sha256"], key)
     return package
 
 
 def _verify(package: bytes, expected: object, key: str) -> None:
-    """Check a package against the catalogue's SHA-256. An entry without one is taken as it is."""
+    """Check a package against the catalogue's SHA-256. A value that is none fits no package."""
     import hashlib
 
-    if expected is None:
-        return
     if not isinstance(expected, str) or hashlib.sha256(package).hexdigest() != expected.strip().lower():
         raise BackendError(
             f"The package of {arguments.quoted(key)} is not the one that the catalogue describes: its SHA-256 differs. "

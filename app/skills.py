@@ -91,7 +91,8 @@ def _metadata(text: str, ecosystem: str) -> dict[str, object]:
 
 def _required_variables(metadata: dict[str, object]) -> list[str]:
     requires = metadata.get("requires")
-    names = requires.get("env") if isinstance(requires, dict) else metadata.get("requiredEnv")
+    own = requires.get("env") if isinstance(requires, dict) else None
+    names = metadata.get("requiredEnv") if own is None else own
     return [name for name in names if isinstance(name, str)] if isinstance(names, list) else []
 
 

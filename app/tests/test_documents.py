@@ -39,7 +39,8 @@ class ParseJsonTest(HomeTestCase):
 
     def test_a_number_that_is_too_large_is_told_in_our_own_words(self) -> None:
         for number in ("1e999", "-1e999", "9" * 4301):
-            with self.subTest(number[:9]), self.assertRaisesRegex(ValueError, r"\Athe number [-9e1…]{5,60} is too large\Z"):
+            told = r"\Athe number [-9e1…]{5,60} is too large\Z"
+            with self.subTest(number[:9]), self.assertRaisesRegex(ValueError, told):
                 parse_json(f"[{number}]".encode())
         self.assertEqual(parse_json(b"9" * 4300), int("9" * 4300))
         self.assertEqual(parse_json(b"[1e400, 1e4, 7]", str), ["1e400", 1e4, 7])

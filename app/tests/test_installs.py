@@ -248,8 +248,8 @@ class KilledInstallTest(InstallTestCase):
 
     def test_hidden_files_and_folders_of_the_users_own_are_left_alone(self) -> None:
         self.install(skill("one"))
-        own = [".installing-guide", ".replaced-weather", ".installing", f".installing-{RANDOM}0", f"a.replaced-{RANDOM}"]
-        for name in own:
+        longer = (f".installing-{RANDOM}0", f"a.replaced-{RANDOM}")
+        for name in (".installing-guide", ".replaced-weather", ".installing", *longer):
             self.make_file(f"{SKILLS}/{name}/file")
         self.make_file(f"{SKILLS}/.installing-{RANDOM}", "a file")
         os.symlink("weather", self.path(SKILLS, f".replaced-{RANDOM}"))
@@ -320,6 +320,7 @@ class CloudSkillTest(InstallTestCase):
             {"key": " a ", "name": "甲", "version": "1.0", "description": "d", "url": "x"},
             {"key": "b", "version": ""},
             {"key": "c", "name": None, "version": 2, "description": ["x"]},
+            {"key": "d", "name": False, "version": True, "description": 1.5},
         )
         self.assertEqual(
             app.list_cloud_skills_via_core("openclaw"),
@@ -327,6 +328,7 @@ class CloudSkillTest(InstallTestCase):
                 {"key": "a", "name": "甲", "version": "1.0", "description": "d"},
                 {"key": "b", "version": ""},
                 {"key": "c", "version": 2},
+                {"key": "d", "description": 1.5},
             ],
         )
 
@@ -383,8 +385,9 @@ class CloudSkillTest(InstallTestCase):
     def test_a_package_is_fetched_and_installed(self) -> None:
         digest = hashlib.sha256(skill("one")).hexdigest()
         for url in ("weather.zip", "/packages/weather.zip", self.server.address + "/packages/weather.zip"):
-            for sha256 in (None, digest, f" {digest.upper()} "):
-                result = self.install_from({"url": url, "sha256": sha256})
+            described: list[dict[str, object]] = [{}, {"sha256": digest}, {"sha256": f" {digest.upper()} "}]
+            for more in described:
+                result = self.install_from({"url": url, **more})
                 self.assertEqual(result, {"targetDir": self.path(SKILLS, "weather"), "name": "weather"})
         self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "one"))
 
@@ -395,7 +398,8 @@ class CloudSkillTest(InstallTestCase):
     def test_a_package_that_is_not_the_described_one_is_refused(self) -> None:
         self.install(skill("earlier"))
         digest = hashlib.sha256(skill("two")).hexdigest()
-        for sha256 in (digest, "", "no digest", 7, [], digest[:-1]):
+        wrong: list[object] = [digest, None, False, "", "no digest", 7, [], digest[:-1]]
+        for sha256 in wrong:
             with self.subTest(sha256):
                 self.assertIn(
                     "its SHA-256 differs", self.refusal(self.install_from, {"url": "weather.zip", "sha256": sha256})

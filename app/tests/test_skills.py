@@ -86,7 +86,8 @@ class FrontMatterTest(HomeTestCase):
     def test_only_line_feeds_and_carriage_returns_end_a_line(self) -> None:
         for character in "\x0b\x0c\x1c\x1d\x1e\x85\u2028\u2029":
             with self.subTest(character):
-                self.assertEqual(parse_front_matter(f"---\nname: a{character}b: c\n---\n"), {"name": f"a{character}b: c"})
+                value = f"a{character}b: c"
+                self.assertEqual(parse_front_matter(f"---\nname: {value}\n---\n"), {"name": value})
         self.assertEqual(parse_front_matter("---\rname: a\r---\rbody"), {"name": "a"})
 
     def test_comments_after_a_value_are_not_part_of_it(self) -> None:
@@ -205,6 +206,13 @@ class ListSkillsTest(HomeTestCase):
         env = ["A", " ", 7, "A", None, *[f"V{number}" for number in range(200)]]
         row = self.row(manual(metadata=json.dumps({"requires": {"env": env}})))
         self.assertEqual(row["requiredEnv"], ["A", " ", "A", *[f"V{number}" for number in range(200)]])
+
+    def test_required_variables_under_their_other_name_count_when_the_first_says_nothing(self) -> None:
+        for requires in ({}, {"bins": ["curl"]}, {"env": None}, None):
+            row = self.row(manual(metadata=json.dumps({"requires": requires, "requiredEnv": ["A"]})))
+            self.assertEqual(row["requiredEnv"], ["A"])
+        row = self.row(manual(metadata=json.dumps({"requires": {"env": []}, "requiredEnv": ["A"]})))
+        self.assertEqual(row["requiredEnv"], [])
 
     def test_a_description_of_a_hundred_kilobytes_arrives_whole(self) -> None:
         description = "好" * 33_000
