@@ -1,3 +1,4 @@
+#include "shell/primitives/Colors.h"
 #include "skills/SkillsTab.h"
 #include "support/Warnings.h"
 
@@ -27,6 +28,8 @@ private slots:
     void anEntryThatSaysNothingShowsDefaults();
     void aFailedLoadLeavesTheEditor();
     void theModeDecidesWhatIsEdited();
+    void theSnapshotFollowsThePalette();
+    void aCredentialStaysWhereTheNextSkillCannotBeLoaded();
     void changingTheModeLoadsNothing();
     void savesTheFieldsInDynamicMode();
     void emptyFieldsAreRemovedFromTheEnvironment();
@@ -209,6 +212,36 @@ void TestSkillEntryEditor::theModeDecidesWhatIsEdited()
     QVERIFY(m_tab->find<QWidget>("dynamicFieldsStack")->isVisible());
     QVERIFY(m_tab->env()->isReadOnly());
     QCOMPARE(m_tab->env()->palette().color(QPalette::Text), snapshot);
+}
+
+void TestSkillEntryEditor::theSnapshotFollowsThePalette()
+{
+    m_tab->show();
+    QPalette dark = m_tab->view().palette();
+    dark.setColor(QPalette::Window, Qt::black);
+    dark.setColor(QPalette::WindowText, Qt::white);
+    dark.setColor(QPalette::Text, Qt::yellow);
+    m_tab->view().setPalette(dark);
+    QCOMPARE(m_tab->env()->palette().color(QPalette::Text), Colors::secondaryText(dark));
+    m_tab->choose("configModePopup", "json");
+    QCOMPARE(m_tab->env()->palette().color(QPalette::Text), QColor(Qt::yellow));
+    dark.setColor(QPalette::Text, Qt::cyan);
+    m_tab->view().setPalette(dark);
+    QCOMPARE(m_tab->env()->palette().color(QPalette::Text), QColor(Qt::cyan));
+}
+
+void TestSkillEntryEditor::aCredentialStaysWhereTheNextSkillCannotBeLoaded()
+{
+    Json other = SkillsTab::weather();
+    other["skillKey"] = "other";
+    m_tab->listed(Json::array({SkillsTab::weather(), other}));
+    m_tab->select(0);
+    m_tab->apiKey()->setText(QStringLiteral("typed"));
+    m_tab->backend.raise("get_skill_entry", "OSError", "no entry");
+    const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+    m_tab->select(1);
+    QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
+    QCOMPARE(m_tab->apiKey()->text(), QStringLiteral("typed"));
 }
 
 void TestSkillEntryEditor::changingTheModeLoadsNothing()

@@ -37,6 +37,7 @@ private slots:
     void eachStepOfACloudInstallCanBeCancelled();
     void installingRefreshesNothing();
     void aViewThatGoesAwayWhileAskingInstallsNothing();
+    void aViewThatGoesAwayWithItsPanelInstallsNothing();
 
 private:
     /// Chooses the file at `path` in the panel and presses its button.
@@ -419,6 +420,20 @@ void TestSkillInstaller::aViewThatGoesAwayWhileAskingInstallsNothing()
     QTRY_COMPARE(robot.shown().size(), std::size_t(1));
     QTRY_VERIFY(!QApplication::activeModalWidget());
     QCOMPARE(m_tab->backend.count("list_core_agents"), 0);
+}
+
+void TestSkillInstaller::aViewThatGoesAwayWithItsPanelInstallsNothing()
+{
+    QPushButton* button = Controls::button(m_tab->view(), QStringLiteral("Install Skill"));
+    const DialogRobot robot({[this](QDialog& dialog) {
+        QVERIFY(qobject_cast<QFileDialog*>(&dialog));
+        m_tab->discardView();
+    }});
+    QMetaObject::invokeMethod(
+        button, [button] { button->click(); }, Qt::QueuedConnection);
+    QTRY_COMPARE(robot.shown().size(), std::size_t(1));
+    QTRY_VERIFY(!QApplication::activeModalWidget());
+    QCOMPARE(m_tab->backend.count("install_openclaw_skill_zip"), 0);
 }
 
 QTEST_MAIN(TestSkillInstaller)

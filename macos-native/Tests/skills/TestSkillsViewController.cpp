@@ -58,6 +58,8 @@ private slots:
     void choosingPaintsEverythingOnce();
     void aRefreshClearsTheSelection();
     void aRefreshOfTheSameSkillsClearsTheSelectionToo();
+    void aRefreshShowsAnEntryThatSaysNothing();
+    void anotherEcosystemAsksForItsAgentsThenItsSkills();
     void aFailedRefreshKeepsTheEditor();
     void reachesEverythingByKeyboardInReadingOrder();
     void everythingHasAName();
@@ -308,6 +310,29 @@ void TestSkillsViewController::aRefreshOfTheSameSkillsClearsTheSelectionToo()
     m_tab->select(0);
     QCOMPARE(m_tab->backend.count("get_skill_entry"), 2);
     QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
+}
+
+void TestSkillsViewController::aRefreshShowsAnEntryThatSaysNothing()
+{
+    m_tab->entered({{"enabled", false}, {"apiKey", "k"}});
+    m_tab->select(0);
+    QCOMPARE(m_tab->title("enabledPopup"), QStringLiteral("false"));
+    QVERIFY(!m_tab->apiKey()->isHidden());
+    m_tab->press("Refresh");
+    QCOMPARE(m_tab->title("enabledPopup"), QStringLiteral("true"));
+    QVERIFY(m_tab->apiKey()->isHidden());
+    QVERIFY(m_tab->find<QLabel>("apiKeyLabel")->isHidden());
+    QCOMPARE(m_tab->apiKey()->text(), QString());
+}
+
+void TestSkillsViewController::anotherEcosystemAsksForItsAgentsThenItsSkills()
+{
+    m_tab->view();
+    const std::size_t before = m_tab->functions().size();
+    m_tab->choose("ecosystemPopup", "kimi");
+    const std::vector<std::string> functions = m_tab->functions();
+    QCOMPARE(std::vector<std::string>(functions.begin() + static_cast<std::ptrdiff_t>(before), functions.end()),
+             (std::vector<std::string>{"list_local_agents", "list_skills", "get_adapter_snapshot"}));
 }
 
 void TestSkillsViewController::aFailedRefreshKeepsTheEditor()

@@ -11,6 +11,7 @@
 #include "skills/SkillEntry.h"
 #include "skills/SkillRow.h"
 
+#include <QEvent>
 #include <QFontDatabase>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -39,10 +40,6 @@ void setEditable(QPlainTextEdit* view, bool isEditable)
     view->setReadOnly(!isEditable);
     view->setTextInteractionFlags(view->textInteractionFlags() | Qt::TextSelectableByMouse
                                   | Qt::TextSelectableByKeyboard);
-    QPalette palette;
-    if (!isEditable)
-        palette.setColor(QPalette::Text, Colors::secondaryText(view->parentWidget()->palette()));
-    view->setPalette(palette);
 }
 
 } // namespace
@@ -97,7 +94,24 @@ void SkillEntryEditor::updateConfigModeUI(const QString& mode)
     m_isDynamic = mode == dynamicMode;
     m_dynamicFieldsStack->setVisible(m_isDynamic);
     setEditable(m_envTextView, !m_isDynamic);
+    applyEnvColor();
     m_envLabel->setText(m_isDynamic ? QStringLiteral("ENV (JSON snapshot)") : QStringLiteral("ENV (JSON object)"));
+}
+
+/// A snapshot has less weight than a text that can be edited. The colour comes from the palette, so it follows it.
+void SkillEntryEditor::applyEnvColor()
+{
+    QPalette colors;
+    if (m_isDynamic)
+        colors.setColor(QPalette::Text, Colors::secondaryText(palette()));
+    m_envTextView->setPalette(colors);
+}
+
+void SkillEntryEditor::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        applyEnvColor();
 }
 
 void SkillEntryEditor::updateCredentialUI()

@@ -40,8 +40,12 @@ signals:
     /// An entry is shown, and the status is about to say so.
     void entryLoaded();
 
+protected:
+    void changeEvent(QEvent* event) override;
+
 private:
     void layOut();
+    void applyEnvColor();
     void updateCredentialUI();
     void rebuildDynamicFields();
     bool requireSelection();
