@@ -86,6 +86,7 @@ def show_agents(nelo: Nelo, console: Node) -> None:
     table.find("table cell", "pilot").click()
     dismissed(nelo, configure, "Configure Failed", "agents-configure-failed")
     show_missing_runtime(nelo, add)
+    show_failures(nelo, managed, add, rename, delete)
     show_editor(nelo, console)
 
 
@@ -106,12 +107,48 @@ def show_missing_runtime(nelo: Nelo, add: Node) -> None:
     nelo.window("Nelo Console")
 
 
+@contextlib.contextmanager
+def folder_in_place_of(file: Path) -> Iterator[None]:
+    """Has a folder stand where a file belongs, which nobody, the superuser included, can read or write then."""
+    aside = file.with_name(f"{file.name}.aside")
+    file.rename(aside)
+    file.mkdir()
+    yield
+    file.rmdir()
+    aside.rename(file)
+
+
+def show_failures(nelo: Nelo, managed: Node, add: Node, rename: Node, delete: Node) -> None:
+    """Shows what becomes of an action that was confirmed and cannot be done."""
+    registry = nelo.home / ".nelo/agents.json"
+    managed.click()
+    for opener, title, failure in ((add, "Add Agent", "Add Agent Failed"), (rename, "Rename Agent", "Save Failed"),
+                                   (delete, "Delete Agent", "Delete Failed")):
+        opener.click()
+        opened = nelo.accessible.find("dialog", title)
+        if opener is add:
+            choose_in_popup(opened.find("combo box", "openclaw"), "kimi")
+        with folder_in_place_of(registry):
+            opened.find("push button", re.compile("Create|Save|Delete")).click()
+            nelo.accessible.find("dialog", failure)
+            picture(f"agents-{failure.lower().replace(' ', '-')}")
+        press("Escape")
+        nelo.window("Nelo Console")
+
+
 def show_editor(nelo: Nelo, console: Node) -> None:
     table = console.find("table", "Agents")
     table.find("table cell", "pilot").click()
     console.find("push button", "Config Editor").click()
-    nelo.window(f"Config Editor - {nelo.home / '.openclaw/openclaw.json'}")
+    file = nelo.home / ".openclaw/openclaw.json"
+    editor = nelo.window(f"Config Editor - {file}")
     picture("config-editor")
+    with folder_in_place_of(file):
+        editor.find("push button", "Save").click()
+        nelo.accessible.find("dialog", "Save Failed")
+        picture("config-editor-save-failed")
+    press("Escape")
+    nelo.window(editor.name)
     press("alt+F4")
     nelo.window("Nelo Console")
 
