@@ -1,5 +1,7 @@
 #include "chat/client/ChatTransferResult.h"
 
+#include "chat/client/Gunzip.h"
+
 #include <QNetworkReply>
 
 namespace {
@@ -21,16 +23,22 @@ bool isAboutStatus(QNetworkReply::NetworkError error, int status)
     }
 }
 
+ChatTransportError connectionClosed()
+{
+    return {QStringLiteral("Connection closed")}; // what the library says when it may
+}
+
 /// Whether the body ends where the connection does, as in HTTP/1.0.
 bool endsWithConnection(const QNetworkReply& reply)
 {
-    // The library takes the length of a packed body out of the headers, because it is not that of the unpacked one. It
-    // forgets it, too: such a body that breaks off may count as complete, and nobody tells how many packed bytes came.
-    // What there is of it then stands for itself; half an answer is none, and half an excuse is still a refusal.
-    const QVariant packedLength = reply.attribute(QNetworkRequest::OriginalContentLengthAttribute);
-    const bool hasLength =
-        reply.hasRawHeader("Content-Length") || (packedLength.isValid() && packedLength.toLongLong() >= 0);
-    return !hasLength && !reply.hasRawHeader("Transfer-Encoding");
+    return !reply.hasRawHeader("Content-Length") && !reply.hasRawHeader("Transfer-Encoding");
+}
+
+/// Whether the body came packed in the one way that we ask for.
+bool isPacked(const QNetworkReply& reply)
+{
+    const QByteArray encoding = reply.rawHeader("Content-Encoding").trimmed().toLower();
+    return encoding == "gzip" || encoding == "x-gzip";
 }
 
 std::optional<ChatTransportError> errorOf(const QNetworkReply& reply, std::optional<int> status)
@@ -45,7 +53,7 @@ std::optional<ChatTransportError> errorOf(const QNetworkReply& reply, std::optio
     // The connection ended and the request was not to be sent again.
     if (status && endsWithConnection(reply))
         return std::nullopt;
-    return ChatTransportError{QStringLiteral("Connection closed")}; // what the library says when it may
+    return connectionClosed();
 }
 
 bool forbidsBody(int status)
@@ -71,5 +79,12 @@ ChatTransfer transferOf(QNetworkReply& reply)
     // After 204 the library reads no body, as HTTP has it, so one that a server sends all the same is not here either.
     if (body.isEmpty() && forbidsBody(*status))
         return {error, status, std::nullopt};
-    return {error, status, body};
+    if (body.size() < reply.header(QNetworkRequest::ContentLengthHeader).toLongLong())
+        return {connectionClosed(), status, std::nullopt}; // which the library does not tell of a refusal
+    if (!isPacked(reply) || body.isEmpty())
+        return {error, status, body};
+    const std::optional<QByteArray> content = gunzip(body);
+    if (!content)
+        return {ChatTransportError{QStringLiteral("The answer cannot be unpacked")}, status, std::nullopt};
+    return {error, status, *content};
 }
