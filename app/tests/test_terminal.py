@@ -111,12 +111,16 @@ class LaunchTest(HomeTestCase):
 
     def test_we_can_end_while_the_terminal_stays(self) -> None:
         started, end = self.path("started"), self.path("end")
-        self.make_program("tools/x-terminal-emulator", f"touch {started}; while [ ! -e {end} ]; do sleep 0.01; done")
-        self.addCleanup(self.make_file, "end")
+        report = f"echo $$ > {started}.new; mv {started}.new {started}"
+        self.make_program("tools/x-terminal-emulator", f"{report}; while [ ! -e {end} ]; do sleep 0.01; done")
         script = "import app; app.launch_openclaw_configure_interactive()"
         folder = os.path.dirname(os.path.dirname(app.__file__))
         subprocess.run([sys.executable, "-c", script], cwd=folder, check=True, timeout=20)
         self.assertTrue(wait_for(lambda: os.path.exists(started)))
+        pid = int(self.read("started"))
+        self.assertFalse(is_gone(pid))
+        self.make_file("end")
+        self.assertTrue(wait_for(lambda: is_gone(pid)))
 
 
 class MacosLaunchTest(HomeTestCase):
