@@ -12,7 +12,7 @@ class LocalTimeZone final
 public:
     LocalTimeZone() : m_before(qgetenv("TZ"))
     {
-        qputenv("TZ", "XXX-05:45");
+        qputenv("TZ", "TST-05:45");
         tzset();
     }
     LocalTimeZone(const LocalTimeZone&) = delete;
