@@ -237,7 +237,7 @@ void TestChatHistoryWriter::aBadFileThatWasMendedMeanwhileIsCopiedToo()
     }
     const QString folder = m_home->path(QStringLiteral(".nelo"));
     QCOMPARE(Files::names(folder).size(), 2);
-    QCOMPARE(Files::contentOf(folder + QLatin1Char('/') + Files::names(folder)[1]), mended);
+    QCOMPARE(Files::contentOf(folder + QLatin1Char('/') + Files::names(folder).value(1)), mended);
 }
 
 void TestChatHistoryWriter::aBadFileStaysUntilItCouldBeCopied()

@@ -148,7 +148,7 @@ void TestSkillInstaller::installsThePackageIntoTheSelectedAgent()
     const DialogRobot robot({chooseFile(path), DialogRobot::press(ok)});
     m_tab->press("Install Skill");
     QVERIFY(m_tab->arguments("install_openclaw_skill_zip") == Json::array({"second", path}));
-    QCOMPARE(robot.titles().last(), QStringLiteral("Skill Installed"));
+    QCOMPARE(robot.titles().constLast(), QStringLiteral("Skill Installed"));
     QCOMPARE(robot.shown().back().text,
              QStringLiteral("Agent: second\nTarget: /w/skills/a\nRestart: not attempted\nGateway: not attempted"));
     QCOMPARE(m_tab->status(), QStringLiteral("Installed skill to /w/skills/a."));
@@ -212,7 +212,7 @@ void TestSkillInstaller::aFailedInstallIsTold()
     m_tab->backend.raise("install_openclaw_skill_zip", "ValueError", "no <b>SKILL.md</b>");
     const DialogRobot robot({chooseFile(package(QStringLiteral("a.zip"))), DialogRobot::press(ok)});
     m_tab->press("Install Skill");
-    QCOMPARE(robot.titles().last(), QStringLiteral("Install Failed"));
+    QCOMPARE(robot.titles().constLast(), QStringLiteral("Install Failed"));
     QVERIFY(robot.shown().back().text.startsWith(QStringLiteral("ERROR: ")));
     QVERIFY(robot.shown().back().text.contains(QStringLiteral("no <b>SKILL.md</b>")));
     QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
@@ -225,7 +225,7 @@ void TestSkillInstaller::afterAHelperThatDiesTheNextInstallWorks()
     m_tab->backend.script("install_openclaw_skill_zip", {{{"exit", 1}}});
     const DialogRobot robot({chooseFile(path), DialogRobot::press(ok), chooseFile(path), DialogRobot::press(ok)});
     m_tab->press("Install Skill");
-    QCOMPARE(robot.titles().last(), QStringLiteral("Install Failed"));
+    QCOMPARE(robot.titles().constLast(), QStringLiteral("Install Failed"));
     QCOMPARE(robot.shown().back().text, QStringLiteral("ERROR: backend helper terminated"));
     m_tab->backend.answer("install_openclaw_skill_zip", {{"targetDir", "/w/skills/a"}});
     m_tab->press("Install Skill");
@@ -370,7 +370,7 @@ void TestSkillInstaller::eachStepOfACloudInstallCanFail()
     const DialogRobot robot(std::move(answers));
     m_tab->press("Install Cloud Skill");
     QCOMPARE(robot.shown().size(), dialogs);
-    QCOMPARE(robot.titles().last(), title);
+    QCOMPARE(robot.titles().constLast(), title);
     QVERIFY(robot.shown().back().text.contains(text));
     QCOMPARE(m_tab->functions().back(), function.toStdString()); // and nothing after it
     QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));

@@ -286,8 +286,9 @@ void TestSkillsViewController::choosingPaintsEverythingOnce()
     QVERIFY(paints.counts().isEmpty()); // nothing half done is shown
     QTRY_VERIFY(paints.counts().contains(m_tab->field("REGION")));
     QCoreApplication::processEvents();
-    for (QObject* widget : paints.counts().keys())
-        QVERIFY2(paints.counts().value(widget) <= 1, widget->metaObject()->className());
+    const auto& counts = paints.counts();
+    for (auto widget = counts.keyBegin(); widget != counts.keyEnd(); ++widget)
+        QVERIFY2(counts.value(*widget) <= 1, (*widget)->metaObject()->className());
 }
 
 void TestSkillsViewController::aRefreshClearsTheSelection()
