@@ -1,6 +1,7 @@
 #include "chat/client/ChatClient.h"
 
 #include "chat/ChatCalls.h"
+#include "chat/client/ChatRequest.h"
 #include "support/Warnings.h"
 
 #include <QJsonArray>
@@ -18,6 +19,7 @@ class TestChatClient final : public QObject
 private slots:
     void init();
     void cleanup();
+    void waitsAMinuteForASilentServer();
     void postsExactlyToTheEndpoint();
     void sendsModelAndMessagesAndNothingElse();
     void everyProviderUsesItsOwnVariable();
@@ -48,6 +50,13 @@ void TestChatClient::init()
 void TestChatClient::cleanup()
 {
     m_calls.reset();
+}
+
+void TestChatClient::waitsAMinuteForASilentServer()
+{
+    QCOMPARE(ChatClient::defaultPatience, std::chrono::seconds(60));
+    const QUrl url(QStringLiteral("https://api.example/"));
+    QCOMPARE(chatRequest(url, QStringLiteral("key"), ChatClient::defaultPatience).transferTimeout(), 60'000);
 }
 
 void TestChatClient::postsExactlyToTheEndpoint()

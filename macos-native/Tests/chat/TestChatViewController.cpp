@@ -58,6 +58,7 @@ private slots:
     void returnThatEndsACompositionDoesNotSend();
 
     void aRefusalIsShownAndTheQuestionStays();
+    void aRefusalHasTheConversationWrittenAgain();
     void anInvalidAddressIsShown();
     void twoMegabytesOfHtmlLeaveTheAlertOnTheScreen();
     void aReplyOfTwentyMegabytesIsShown();
@@ -470,6 +471,19 @@ void TestChatViewController::aRefusalIsShownAndTheQuestionStays()
     QCOMPARE(m_chat->bubbles(), (QStringList{m_welcome, u"Me: "_s + m_question}));
     QCOMPARE(m_chat->logEntries().last(), u"request failed: "_s + alert.text);
     QCOMPARE(m_chat->window()->focusWidget(), m_chat->inputField());
+    QTRY_COMPARE(loadChatHistory().size(), 2);
+}
+
+void TestChatViewController::aRefusalHasTheConversationWrittenAgain()
+{
+    openWithKeys();
+    m_chat->server.holdAnswers();
+    m_chat->send(m_question);
+    QTRY_COMPARE(m_chat->server.requests().size(), 1);
+    QTRY_COMPARE(loadChatHistory().size(), 2);
+    QVERIFY(QFile::remove(neloChatHistoryURL()));
+    answerDialog([this] { m_chat->server.answer(0, HttpAnswer::message(500, "no")); },
+                 [](QDialog& dialog) { dialog.accept(); });
     QTRY_COMPARE(loadChatHistory().size(), 2);
 }
 

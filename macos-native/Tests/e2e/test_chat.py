@@ -114,6 +114,27 @@ class ChatTest(unittest.TestCase):
             press("Return")
             until(lambda: heard("hi") and heard(WELCOME), "the announcement of the reply")
 
+    def test_the_bubble_that_gets_the_keyboard_is_announced(self) -> None:
+        focused: list[str] = []
+        listener = Atspi.EventListener.new(lambda event: focused.append(event.source.get_name()))
+        listener.register("object:state-changed:focused")
+        self.addCleanup(listener.deregister, "object:state-changed:focused")
+
+        def heard(text: str) -> bool:
+            while GLib.MainContext.default().iteration(False):
+                pass
+            return text in focused
+
+        with Nelo(environment=self.environment) as nelo:
+            chat = open_chat(nelo)
+            type_text("hi")
+            press("Return")
+            until(lambda: len(bubbles(chat)) == 3, "the reply")
+            press("shift+Tab")
+            until(lambda: heard(WELCOME), "the newest bubble")
+            press("Up")
+            until(lambda: heard("hi"), "the bubble above it")
+
     def test_quitting_with_a_request_under_way_is_clean(self) -> None:
         with Nelo(environment=self.environment) as nelo:
             store_api_key(nelo, open_chat(nelo), "OPENAI", KEY)

@@ -59,6 +59,7 @@ private slots:
     void clearingLeavesNothing();
 
     void paintsTheGivenColors();
+    void paintsTheSpeakersAboveTheirBubbles();
     void paintsTextAsItStands();
     void aHundredThousandLinesShowAtOnce();
     void aReplyOfTwentyMegabytesShowsAtOnce();
@@ -343,6 +344,31 @@ void TestTranscriptArea::paintsTheGivenColors()
     };
     QVERIFY(has(user.adjusted(18, 14, -18, -14), QColorConstants::White.rgb()));
     QVERIFY(has(nelo.adjusted(18, 14, -18, -14), m_area->palette().color(QPalette::WindowText).rgb()));
+}
+
+void TestTranscriptArea::paintsTheSpeakersAboveTheirBubbles()
+{
+    m_area->append(Speaker::Nelo, u"answer"_s);
+    m_area->append(Speaker::User, u"question"_s);
+    showArea();
+    const QImage picture = m_area->viewport()->grab().toImage();
+    const auto isPainted = [&picture](const QRect& area) {
+        for (int y = area.top(); y <= area.bottom(); ++y) {
+            for (int x = area.left(); x <= area.right(); ++x) {
+                if (picture.pixel(x, y) != picture.pixel(area.topLeft()))
+                    return true;
+            }
+        }
+        return false;
+    };
+    const int middle = picture.width() / 2;
+    const QRect nelo = m_area->bubbleRect(0);
+    const QRect user = m_area->bubbleRect(1);
+    const QRect besideTheUser(0, nelo.bottom() + 2, middle, user.top() - nelo.bottom() - 4);
+    QVERIFY(isPainted({nelo.left(), 0, middle - nelo.left(), nelo.top()}));
+    QVERIFY(!isPainted({middle, 0, middle, nelo.top()}));
+    QVERIFY(isPainted(besideTheUser.translated(middle, 0)));
+    QVERIFY(!isPainted(besideTheUser));
 }
 
 void TestTranscriptArea::paintsTextAsItStands()

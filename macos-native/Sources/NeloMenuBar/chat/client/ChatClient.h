@@ -17,8 +17,10 @@ class ChatClient final : public QObject, public ChatService
     Q_OBJECT
 
 public:
+    static constexpr std::chrono::seconds defaultPatience{60};
+
     /// `patience` is how long a transfer may stay silent.
-    explicit ChatClient(std::chrono::milliseconds patience = std::chrono::seconds(60), QObject* parent = nullptr);
+    explicit ChatClient(std::chrono::milliseconds patience = defaultPatience, QObject* parent = nullptr);
 
     void callChatAPI(const QString& provider, const QString& model, const QList<NeloChatMessage>& messages,
                      const QString& apiKey, const Completion& completion) override;
