@@ -2,13 +2,13 @@
 from __future__ import annotations
 
 import json
-import threading
 import time
-from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
 from typing import Any
 
+from loopback import LoopbackHandler, LoopbackServer
 
-class Provider:
+
+class Provider(LoopbackServer):
     """Answers chat completions: as `answers` says, otherwise what the question asks for by its last word."""
 
     def __init__(self, answers: dict[str, str] | None = None) -> None:
@@ -17,7 +17,7 @@ class Provider:
         self.keys: list[str] = []
         provider = self
 
-        class Handler(BaseHTTPRequestHandler):
+        class Handler(LoopbackHandler):
             def do_POST(self) -> None:
                 asked = json.loads(self.rfile.read(int(self.headers["Content-Length"])))
                 provider.requests.append(asked)
@@ -32,20 +32,5 @@ class Provider:
                 reply = {"choices": [{"message": {"role": "assistant", "content": content}}]}
                 self.answer(200, json.dumps(reply).encode())
 
-            def answer(self, status: int, body: bytes) -> None:
-                self.send_response(status)
-                self.send_header("Content-Length", str(len(body)))
-                self.end_headers()
-                self.wfile.write(body)
-
-            def log_message(self, *_: object) -> None:
-                pass
-
-        self._server = ThreadingHTTPServer(("127.0.0.1", 0), Handler)
-        self._server.daemon_threads = True
-        self.url = f"http://127.0.0.1:{self._server.server_port}/v1/chat/completions"
-        threading.Thread(target=self._server.serve_forever, daemon=True).start()
-
-    def close(self) -> None:
-        self._server.shutdown()
-        self._server.server_close()
+        super().__init__(Handler)
+        self.url = f"{self.address}/v1/chat/completions"

@@ -5,10 +5,10 @@ import contextlib
 import hashlib
 import io
 import json
-import threading
 import zipfile
-from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
 from typing import Iterator
+
+from loopback import LoopbackHandler, LoopbackServer
 
 WEATHER = """\
 ---
@@ -36,21 +36,10 @@ def served_catalogue(skills: dict[str, bytes]) -> Iterator[str]:
     contents = {"/catalogue.json": json.dumps({"skills": catalogue}).encode(),
                 **{f"/{key}.zip": content for key, content in skills.items()}}
 
-    class Handler(BaseHTTPRequestHandler):
+    class Handler(LoopbackHandler):
         def do_GET(self) -> None:
             content = contents.get(self.path)
-            self.send_response(404 if content is None else 200)
-            self.send_header("Content-Length", str(len(content or b"")))
-            self.end_headers()
-            self.wfile.write(content or b"")
+            self.answer(404 if content is None else 200, content or b"")
 
-        def log_message(self, *_: object) -> None:
-            pass
-
-    server = ThreadingHTTPServer(("127.0.0.1", 0), Handler)
-    threading.Thread(target=server.serve_forever, daemon=True).start()
-    try:
-        yield f"http://127.0.0.1:{server.server_port}/catalogue.json"
-    finally:
-        server.shutdown()
-        server.server_close()
+    with contextlib.closing(LoopbackServer(Handler)) as server:
+        yield f"{server.address}/catalogue.json"
