@@ -11,6 +11,7 @@
 #include "backend/NeloBackend.h"
 #include "shell/primitives/Alerts.h"
 #include "shell/primitives/Buttons.h"
+#include "shell/primitives/FlowLayout.h"
 #include "shell/primitives/JsonTable.h"
 #include "shell/primitives/Labels.h"
 #include "shell/primitives/NeloWindow.h"
@@ -65,10 +66,10 @@ void AgentsViewController::loadView()
 
 QHBoxLayout* AgentsViewController::makeButtonRow()
 {
-    auto* row = new QHBoxLayout;
-    row->setSpacing(8);
-    const auto add = [this, row](const QString& title, void (AgentsViewController::*action)()) {
-        row->addWidget(makeButton(title, this, this, action));
+    auto* buttons = new FlowLayout;
+    buttons->setSpacing(8);
+    const auto add = [this, buttons](const QString& title, void (AgentsViewController::*action)()) {
+        buttons->addWidget(makeButton(title, this, this, action));
     };
     add(QStringLiteral("Refresh"), &AgentsViewController::refreshAgents);
     add(QStringLiteral("Add Agent"), &AgentsViewController::addAgent);
@@ -76,8 +77,10 @@ QHBoxLayout* AgentsViewController::makeButtonRow()
     add(QStringLiteral("Run Configure"), &AgentsViewController::runConfigure);
     add(QStringLiteral("Adopt / Rename"), &AgentsViewController::adoptOrRename);
     add(QStringLiteral("Delete"), &AgentsViewController::deleteSelected);
-    row->addStretch();
     m_summaryLabel = makeSecondaryLabel(QStringLiteral("summaryLabel"), {}, this);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(8);
+    row->addLayout(buttons, 1);
     row->addWidget(m_summaryLabel);
     return row;
 }

@@ -6,6 +6,7 @@
 #include "models/ModelReports.h"
 #include "shell/primitives/Alerts.h"
 #include "shell/primitives/Buttons.h"
+#include "shell/primitives/FlowLayout.h"
 #include "shell/primitives/JsonTable.h"
 #include "shell/primitives/Labels.h"
 
@@ -57,18 +58,20 @@ void ModelsViewController::loadView()
 
 QHBoxLayout* ModelsViewController::makeToolbar()
 {
-    auto* toolbar = new QHBoxLayout;
-    toolbar->setSpacing(8);
-    const auto add = [this, toolbar](const QString& title, void (ModelsViewController::*action)()) {
-        toolbar->addWidget(makeButton(title, this, this, action));
+    auto* buttons = new FlowLayout;
+    buttons->setSpacing(8);
+    const auto add = [this, buttons](const QString& title, void (ModelsViewController::*action)()) {
+        buttons->addWidget(makeButton(title, this, this, action));
     };
     add(QStringLiteral("Refresh Remote"), &ModelsViewController::refreshRemote);
     add(QStringLiteral("Refresh Local/Tasks"), &ModelsViewController::refreshRight);
     add(QStringLiteral("Download Selected"), &ModelsViewController::downloadSelected);
     add(QStringLiteral("Cancel Task"), &ModelsViewController::cancelSelectedTask);
-    toolbar->addStretch();
     m_localSummaryLabel = new Label({}, this);
     m_localSummaryLabel->setObjectName(QStringLiteral("localSummaryLabel"));
+    auto* toolbar = new QHBoxLayout;
+    toolbar->setSpacing(8);
+    toolbar->addLayout(buttons, 1);
     toolbar->addWidget(m_localSummaryLabel);
     return toolbar;
 }

@@ -4,6 +4,7 @@
 #include "backend/NeloBackend.h"
 #include "shell/primitives/Alerts.h"
 #include "shell/primitives/Buttons.h"
+#include "shell/primitives/FlowLayout.h"
 #include "shell/primitives/Forms.h"
 #include "shell/primitives/Labels.h"
 #include "shell/primitives/PopUpButton.h"
@@ -29,12 +30,11 @@ NewsSourceSection::NewsSourceSection(QWidget* parent)
     QPushButton* add = makeButton(QStringLiteral("Add Source"), this);
     connect(add, &QPushButton::clicked, this, &NewsSourceSection::addSource);
 
-    auto* row = new QHBoxLayout;
+    auto* row = new FlowLayout;
     row->setSpacing(8);
     row->addWidget(m_sourcePopup);
     row->addWidget(refresh);
     row->addWidget(add);
-    row->addStretch();
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins({});
     column->setSpacing(8);

@@ -3,6 +3,7 @@
 #include "backend/BackendReply.h"
 #include "backend/NeloBackend.h"
 #include "shell/primitives/Buttons.h"
+#include "shell/primitives/FlowLayout.h"
 #include "shell/primitives/Forms.h"
 #include "shell/primitives/JsonTable.h"
 #include "shell/primitives/Labels.h"
@@ -34,6 +35,19 @@ PopUpButton* makePopup(const QString& objectName, const QStringList& titles, QWi
     return popup;
 }
 
+/// `popup` beside its caption, which is always whole.
+QHBoxLayout* captioned(const QString& caption, PopUpButton* popup)
+{
+    auto* label = new Label(caption, popup->parentWidget());
+    label->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    label->setBuddy(popup);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(8);
+    row->addWidget(label);
+    row->addWidget(popup);
+    return row;
+}
+
 JsonTable* makeTable(QWidget* parent)
 {
     auto* table = new JsonTable({{.key = "name", .title = {}, .width = 300, .text = skillTitle}}, {}, parent);
@@ -41,7 +55,7 @@ JsonTable* makeTable(QWidget* parent)
     table->setAccessibleName(QStringLiteral("Skills"));
     table->setMinimumWidth(240);
     table->horizontalHeader()->hide();
-    table->horizontalHeader()->setStretchLastSection(true);
+    table->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     return table;
 }
 
@@ -67,14 +81,11 @@ void SkillsViewController::loadView()
 
 QLayout* SkillsViewController::makeControlRow()
 {
-    auto* row = new QHBoxLayout;
+    auto* row = new FlowLayout;
     row->setSpacing(8);
     const auto addPopup = [=, this](const QString& caption, const QString& objectName, const QStringList& titles) {
         PopUpButton* popup = makePopup(objectName, titles, this);
-        auto* label = new Label(caption, this);
-        label->setBuddy(popup);
-        row->addWidget(label);
-        row->addWidget(popup);
+        row->addLayout(captioned(caption, popup));
         return popup;
     };
     const auto addButton = [=, this](const QString& title, void (SkillsViewController::*action)()) {
@@ -89,7 +100,6 @@ QLayout* SkillsViewController::makeControlRow()
     addButton(QStringLiteral("Load Config"), &SkillsViewController::loadEntry);
     addButton(QStringLiteral("Install Skill"), &SkillsViewController::installSkill);
     addButton(QStringLiteral("Install Cloud Skill"), &SkillsViewController::installCloudSkill);
-    row->addStretch();
     return row;
 }
 
