@@ -4,6 +4,7 @@
 #include "shell/primitives/Forms.h"
 #include "shell/primitives/Labels.h"
 #include "shell/primitives/PopUpButton.h"
+#include "shell/primitives/TextScale.h"
 
 #include <QLineEdit>
 #include <QVBoxLayout>
@@ -15,10 +16,10 @@ namespace {
 
 const QString openclaw = QStringLiteral("openclaw");
 
-/// Fixes `widget` at `size`, or at what its style and font need at least.
+/// Fixes `widget` at `size`, given for text of ordinary size, or at what its style and font need at least.
 void fixSize(QWidget& widget, QSize size)
 {
-    widget.setFixedSize(size.expandedTo(widget.minimumSizeHint()));
+    widget.setFixedSize(grownWithText(size).expandedTo(widget.minimumSizeHint()));
 }
 
 /// The content of the dialog that creates an agent.
@@ -48,7 +49,7 @@ public:
         column->addLayout(labelRow(QStringLiteral("Name"), m_nameField));
         column->addWidget(note);
         column->addStretch();
-        constexpr QSize size(520, 126);
+        const QSize size = grownWithText(QSize(520, 126));
         setFixedSize(size.width(), std::max(size.height(), column->heightForWidth(size.width())));
         setFocusProxy(m_ecosystemPopup);
     }
@@ -87,9 +88,9 @@ QHBoxLayout* labelRow(const QString& label, QWidget* field)
 {
     auto* caption = new Label(label, field->parentWidget());
     caption->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    caption->setFixedWidth(90);
+    caption->setFixedWidth(grownWithText(90));
     caption->setBuddy(field);
-    const int width = std::max(280, field->minimumWidth());
+    const int width = std::max(grownWithText(280), field->minimumWidth());
     field->setMinimumWidth(width);
     field->setMaximumWidth(std::max(width, field->maximumWidth()));
 

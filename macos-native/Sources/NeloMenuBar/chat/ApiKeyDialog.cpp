@@ -2,6 +2,7 @@
 
 #include "chat/SendFlowTexts.h"
 #include "shell/primitives/Alerts.h"
+#include "shell/primitives/TextScale.h"
 
 #include <QLineEdit>
 
@@ -10,7 +11,7 @@ std::optional<QString> askForApiKey(QWidget* parent, const ChatTarget& target, c
     QLineEdit field;
     field.setObjectName(QStringLiteral("apiKeyField"));
     field.setEchoMode(QLineEdit::Password);
-    field.setFixedSize(280, 24);
+    field.setFixedSize(grownWithText(QSize(280, 24)));
     field.setPlaceholderText(apiKeyPlaceholder(target.provider));
     field.setAccessibleName(field.placeholderText());
     field.setText(storedKey);

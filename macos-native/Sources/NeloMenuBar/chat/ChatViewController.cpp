@@ -15,6 +15,7 @@
 #include "shell/primitives/Labels.h"
 #include "shell/primitives/NeloWindow.h"
 #include "shell/primitives/SupportLine.h"
+#include "shell/primitives/TextScale.h"
 
 #include <QComboBox>
 #include <QPointer>
@@ -44,6 +45,17 @@ QHBoxLayout* inset(QWidget* widget, int margin)
     auto* row = new QHBoxLayout;
     row->setContentsMargins(margin, 0, margin, 0);
     row->addWidget(widget);
+    return row;
+}
+
+/// The same, with less of a margin where there is no room for both.
+QHBoxLayout* insetAtMost(QWidget* widget, int margin)
+{
+    auto* row = new QHBoxLayout;
+    row->setSpacing(0);
+    row->addSpacerItem(new QSpacerItem(margin, 0, QSizePolicy::Maximum));
+    row->addWidget(widget, 1);
+    row->addSpacerItem(new QSpacerItem(margin, 0, QSizePolicy::Maximum));
     return row;
 }
 
@@ -78,7 +90,7 @@ void ChatViewController::loadView()
     column->addSpacing(8);
     column->addLayout(inset(makeStatusLine(card), 24));
     column->addSpacing(8);
-    column->addLayout(inset(makeComposer(card), 120));
+    column->addLayout(insetAtMost(makeComposer(card), 120));
 }
 
 QWidget* ChatViewController::makeTranscript(QWidget* card)
@@ -101,7 +113,7 @@ QWidget* ChatViewController::makeComposer(QWidget* card)
 {
     QWidget* composer = makePanel(0.91, 22, QColor(), card);
     composer->setObjectName(QStringLiteral("composer"));
-    composer->setFixedHeight(88);
+    composer->setFixedHeight(grownWithText(88));
     makeControls(composer);
 
     auto* row = new QHBoxLayout(composer);
@@ -124,13 +136,13 @@ void ChatViewController::makeControls(QWidget* composer)
     m_inputField->setFont(fontOfSize(font(), 14));
     m_inputField->setPlaceholderText(QStringLiteral("Send a message"));
     m_inputField->setAccessibleName(m_inputField->placeholderText());
-    m_inputField->setFixedHeight(28);
-    m_inputField->setMinimumWidth(220);
+    m_inputField->setFixedHeight(grownWithText(28));
+    m_inputField->setMinimumWidth(grownWithText(220));
     connect(m_inputField, &QLineEdit::returnPressed, this, &ChatViewController::sendMessage);
 
     m_plusButton = makeButton(QStringLiteral("+"), composer);
     m_plusButton->setObjectName(QStringLiteral("plusButton"));
-    m_plusButton->setFixedWidth(28);
+    m_plusButton->setFixedWidth(grownWithText(28));
     connect(m_plusButton, &QPushButton::clicked, this, &ChatViewController::handlePlus);
 
     m_modelPopup = new QComboBox(composer);
@@ -139,11 +151,11 @@ void ChatViewController::makeControls(QWidget* composer)
     m_modelPopup->setAccessibleDescription(QStringLiteral("Model"));
     m_modelPopup->addItems({QStringLiteral("gpt-4o-mini"), QStringLiteral("gpt-4.1-mini"),
                             QStringLiteral("deepseek-chat"), QStringLiteral("moonshot-v1-8k")});
-    m_modelPopup->setFixedWidth(150);
+    m_modelPopup->setFixedWidth(grownWithText(150));
 
     m_sendButton = makeButton(QStringLiteral("Send"), composer);
     m_sendButton->setObjectName(QStringLiteral("sendButton"));
-    m_sendButton->setFixedWidth(64);
+    m_sendButton->setFixedWidth(grownWithText(64));
     connect(m_sendButton, &QPushButton::clicked, this, &ChatViewController::sendMessage);
 
     for (QWidget* control : std::initializer_list<QWidget*>{m_plusButton, m_modelPopup, m_sendButton})

@@ -2,6 +2,7 @@
 
 #include "shell/primitives/Forms.h"
 #include "shell/primitives/PopUpButton.h"
+#include "shell/primitives/TextScale.h"
 #include "skills/NewsSource.h"
 
 #include <QLineEdit>
@@ -22,7 +23,7 @@ NewsSourceForm::NewsSourceForm(QWidget* parent)
 {
     m_typePopup->addItems({QStringLiteral("rss"), QStringLiteral("webpage"), QStringLiteral("x")});
     m_enabledPopup->addItems({QStringLiteral("true"), QStringLiteral("false")});
-    setMinimumSize(420, 188);
+    setMinimumSize(grownWithText(QSize(420, 188)));
     setFocusProxy(m_typePopup);
 
     auto* column = new QVBoxLayout(this);

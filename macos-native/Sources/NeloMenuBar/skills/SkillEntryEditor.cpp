@@ -7,6 +7,7 @@
 #include "shell/primitives/Forms.h"
 #include "shell/primitives/Labels.h"
 #include "shell/primitives/PopUpButton.h"
+#include "shell/primitives/TextScale.h"
 #include "skills/DynamicFieldsStack.h"
 #include "skills/SkillEntry.h"
 #include "skills/SkillRow.h"
@@ -30,7 +31,7 @@ QPlainTextEdit* makeEnvTextView(QWidget* parent)
     view->setFont(fontOfSize(QFontDatabase::systemFont(QFontDatabase::FixedFont), 12));
     view->setLineWrapMode(QPlainTextEdit::NoWrap);
     view->setTabChangesFocus(true);
-    view->setMinimumHeight(110);
+    view->setMinimumHeight(grownWithText(110));
     return view;
 }
 

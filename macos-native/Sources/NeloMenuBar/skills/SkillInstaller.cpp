@@ -5,6 +5,7 @@
 #include "shell/primitives/Alerts.h"
 #include "shell/primitives/PopUpButton.h"
 #include "shell/primitives/SingleLine.h"
+#include "shell/primitives/TextScale.h"
 #include "skills/AgentRow.h"
 #include "skills/CloudSkill.h"
 #include "skills/InstallReport.h"
@@ -30,7 +31,7 @@ std::optional<Json> choose(QWidget* view, const Question& question, const std::v
                            QString (*titleOf)(const Json& row))
 {
     PopUpButton popup;
-    popup.setFixedSize(420, 26);
+    popup.setFixedSize(grownWithText(QSize(420, 26)));
     popup.setAccessibleName(question.popupName);
     popup.setAccessibleDescription(question.popupName);
     for (const Json& row : rows)

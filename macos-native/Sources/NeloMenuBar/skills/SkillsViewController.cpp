@@ -11,6 +11,7 @@
 #include "shell/primitives/PopUpButton.h"
 #include "shell/primitives/ScrollingLabel.h"
 #include "shell/primitives/SingleLine.h"
+#include "shell/primitives/TextScale.h"
 #include "skills/AgentRow.h"
 #include "skills/NewsSourceSection.h"
 #include "skills/SkillEntryEditor.h"
@@ -31,7 +32,7 @@ PopUpButton* makePopup(const QString& objectName, const QStringList& titles, QWi
     auto* popup = new PopUpButton(parent);
     popup->setObjectName(objectName);
     popup->addItems(titles);
-    popup->setMinimumWidth(90); // a long title gives way to the buttons
+    popup->setMinimumWidth(grownWithText(90)); // a long title gives way to the buttons
     return popup;
 }
 

@@ -1,6 +1,7 @@
 #include "chat/transcript/TranscriptLayout.h"
 
 #include "shell/primitives/Labels.h"
+#include "shell/primitives/TextScale.h"
 
 #include <QFontMetrics>
 
@@ -9,11 +10,15 @@
 namespace {
 
 constexpr int minimumRowWidth = 400;
-constexpr int maximumBubbleWidth = 620;
 constexpr int horizontalInset = 18;
 constexpr int verticalInset = 14;
 constexpr int speakerSpacing = 6;
 constexpr int rowSpacing = 12;
+
+int maximumBubbleWidth()
+{
+    return grownWithText(620);
+}
 
 } // namespace
 
@@ -142,7 +147,7 @@ QRect TranscriptLayout::caretRect(int index, qsizetype position)
 
 int TranscriptLayout::textWidth() const
 {
-    return std::min(m_width, maximumBubbleWidth) - 2 * horizontalInset;
+    return std::min(m_width, maximumBubbleWidth()) - 2 * horizontalInset;
 }
 
 int TranscriptLayout::textTop() const

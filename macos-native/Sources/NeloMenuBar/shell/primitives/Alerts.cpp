@@ -3,6 +3,7 @@
 #include "shell/primitives/Buttons.h"
 #include "shell/primitives/InformativeText.h"
 #include "shell/primitives/Labels.h"
+#include "shell/primitives/TextScale.h"
 
 #include <QDialog>
 #include <QHBoxLayout>
@@ -23,7 +24,7 @@ public:
     AlertDialog(const QWidget* parent, const QString& title, const QString& text, QWidget* accessory)
         : m_available((parent ? parent->screen() : screen())->availableGeometry())
     {
-        constexpr int textWidth = 420;
+        const int textWidth = windowGrownWithText({420, 0}).width();
         setWindowTitle(title);
         setModal(true);
         auto* messageText = new Label(title, this);

@@ -2,6 +2,7 @@
 
 #include "shell/primitives/Labels.h"
 #include "shell/primitives/NeloFlippedView.h"
+#include "shell/primitives/TextScale.h"
 
 #include <QApplication>
 #include <QHBoxLayout>
@@ -11,10 +12,10 @@
 
 QHBoxLayout* formRow(Label* label, QWidget* field, FormRowMetrics metrics)
 {
-    constexpr int minimumFieldWidth = 220;
+    constexpr int minimumFieldWidth = 220; // with larger text too: what is in a field scrolls
     label->setFont(fontOfSize(label->font(), 13));
     label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    label->setFixedWidth(metrics.labelWidth);
+    label->setFixedWidth(grownWithText(metrics.labelWidth));
     label->setBuddy(field);
 
     field->setMinimumWidth(minimumFieldWidth);

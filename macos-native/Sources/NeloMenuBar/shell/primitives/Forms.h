@@ -8,7 +8,7 @@ class QFrame;
 class QHBoxLayout;
 class QLineEdit;
 
-/// The measures of a form's rows in device-independent pixels.
+/// The measures of a form's rows in device-independent pixels, for text of ordinary size.
 struct FormRowMetrics
 {
     int labelWidth;

@@ -13,7 +13,7 @@ struct JsonColumn
     /// The member of a row that the column shows.
     const char* key;
     QString title;
-    /// The initial width in device-independent pixels.
+    /// The initial width in device-independent pixels, for text of ordinary size.
     int width;
     /// What a cell shows of its row. Without it, the text of the member, or nothing when the row has no such member.
     std::function<QString(const Json& row)> text = {};

@@ -2,6 +2,7 @@
 
 #include "shell/primitives/Colors.h"
 #include "shell/primitives/SingleLine.h"
+#include "shell/primitives/TextScale.h"
 
 #include <QApplication>
 #include <QHelpEvent>
@@ -30,7 +31,7 @@ void setTextColor(QLabel& label, Emphasis emphasis)
 QFont fontOfSize(const QFont& font, int size, QFont::Weight weight)
 {
     QFont result(font);
-    result.setPixelSize(size);
+    result.setPixelSize(grownWithText(size));
     result.setWeight(weight);
     return result;
 }

@@ -3,7 +3,7 @@
 #include <QFont>
 #include <QLabel>
 
-/// `font` at `size` device-independent pixels.
+/// `font` at `size` device-independent pixels, or larger where the text of the desktop is.
 QFont fontOfSize(const QFont& font, int size, QFont::Weight weight = QFont::Normal);
 
 /// How much weight a label's text has.

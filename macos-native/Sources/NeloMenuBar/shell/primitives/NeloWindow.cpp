@@ -1,5 +1,6 @@
 #include "shell/primitives/NeloWindow.h"
 
+#include "shell/primitives/TextScale.h"
 #include "shell/primitives/ViewController.h"
 
 #include <QAccessibleWidget>
@@ -23,8 +24,9 @@ NeloWindow::NeloWindow(const QString& title, QSize contentSize) : QWidget(nullpt
 {
     QAccessible::installFactory(windowInterface); // once, however often it is asked for
     setWindowTitle(title);
-    setMinimumSize(contentSize);
-    resize(contentSize);
+    const QSize size = windowGrownWithText(contentSize);
+    setMinimumSize(size);
+    resize(size);
     const auto* closing = new QShortcut(QKeySequence::Close, this); // Command-W, Control-W
     connect(closing, &QShortcut::activated, this, &QWidget::close);
     move(QGuiApplication::primaryScreen()->availableGeometry().center() - rect().center());

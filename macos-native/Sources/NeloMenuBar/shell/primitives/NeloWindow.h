@@ -11,7 +11,8 @@ class NeloWindow final : public QWidget
     Q_OBJECT
 
 public:
-    /// `contentSize` is the initial and the smallest size in device-independent pixels.
+    /// `contentSize` is the initial and the smallest size in device-independent pixels; with larger text both grow as
+    /// far as the screen allows.
     NeloWindow(const QString& title, QSize contentSize);
 
     /// Fills the window with `controller`, which it then owns, and has its view built.
