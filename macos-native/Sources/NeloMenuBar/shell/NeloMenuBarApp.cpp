@@ -9,6 +9,7 @@
 #include "shell/StatusMenu.h"
 #include "shell/platform/Platform.h"
 #include "shell/platform/StatusArea.h"
+#include "shell/primitives/LegiblePalette.h"
 #include "shell/primitives/NeloWindow.h"
 
 #include <QCoreApplication>
@@ -54,6 +55,7 @@ NeloMenuBarApp::~NeloMenuBarApp() = default;
 void NeloMenuBarApp::applicationDidFinishLaunching()
 {
     Platform::setActivationPolicy(ActivationPolicy::Accessory);
+    new LegiblePalette(this); // before there is anything to see
 
     m_menu = std::make_unique<StatusMenu>();
     m_menu->addAction(QStringLiteral("Open Nelo"), this, &NeloMenuBarApp::openNelo);
