@@ -1,0 +1,280 @@
+#include "shell/legibility/Gallery.h"
+
+#include "agents/AgentDialogs.h"
+#include "agents/ConfigEditorWindowController.h"
+#include "chat/ApiKeyDialog.h"
+#include "chat/ChatProvider.h"
+#include "chat/transcript/TranscriptView.h"
+#include "models/ModelsViewController.h"
+#include "shell/LauncherViewController.h"
+#include "shell/primitives/Alerts.h"
+#include "shell/primitives/NeloWindow.h"
+#include "support/Controls.h"
+#include "support/DialogRobot.h"
+#include "support/Files.h"
+
+#include <QApplication>
+#include <QMenu>
+#include <QSettings>
+#include <QSystemTrayIcon>
+#include <QTabWidget>
+#include <QTableView>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+Gallery::Gallery()
+{
+    QCoreApplication::setOrganizationName(u"Nelo"_s);
+    QCoreApplication::setApplicationName(u"Gallery"_s);
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_backend.home().path(u".config"_s));
+    const Json agent{{"id", "main"},           {"agentId", "main"}, {"name", "侦察员"}, {"ecosystem", "openclaw"},
+                     {"origin", "discovered"}, {"state", "online"}, {"workspace", "/w"}};
+    m_backend.answer("sync_local_agents_to_core", Json::array({agent, {{"id", "b"}, {"ecosystem", "kimi"}}}));
+    m_backend.answer("list_local_agents", Json::array({agent}));
+    m_backend.answer("list_core_agents", Json::array({agent}));
+    m_backend.answer("openclaw_runtime_status", {{"os", "linux"}, {"installed", true}, {"path", "/usr/bin/openclaw"}});
+    m_backend.answer("load_nelo_settings", Json::object());
+    m_backend.answer("list_skills",
+                     {{{"name", "weather"}, {"skillKey", "w"}, {"primaryEnv", "KEY"}, {"requiredEnv", {"KEY", "CITY"}}},
+                      {{"name", "social-media-alert"}, {"skillKey", "s"}, {"source", "workspace"}}});
+    m_backend.answer("get_adapter_snapshot", {{"configPath", "/home/me/.openclaw"}, {"skillDirs", {"/a", "/b"}}});
+    m_backend.answer("get_skill_entry", {{"enabled", true}, {"env", {{"CITY", "北京"}}}});
+    m_backend.answer("list_news_sources", {{{"name", "News"}, {"type", "rss"}, {"id", "n1"}}});
+    m_backend.answer("list_cloud_skills_via_core", {{{"key", "first"}, {"name", "First 一"}, {"version", "1.2"}}});
+    m_backend.answer("list_remote_models", {{{"name", "qwen3:30b"}, {"provider", "ollama"}, {"installed", true}}});
+    m_backend.answer("list_local_models", {{{"name", "qwen3:8b"}, {"size", "5 GB"}}});
+    m_backend.answer("list_model_download_tasks", {{{"id", "1"}, {"model", "qwen3:30b"}, {"status", "running"}}});
+    m_app.applicationDidFinishLaunching();
+}
+
+Gallery::~Gallery() = default;
+
+const std::vector<Gallery::Picture>& Gallery::pictures()
+{
+    static const std::vector<Picture> all{
+        {u"the menu"_s, &Gallery::showMenu},
+        {u"the launcher"_s, &Gallery::showLauncher},
+        {u"the chat"_s, &Gallery::showChat},
+        {u"the Agents tab"_s, &Gallery::showAgents},
+        {u"the Runtime tab"_s, &Gallery::showRuntime},
+        {u"the Tovani tab"_s, &Gallery::showTovani},
+        {u"the Skills tab with a skill's fields"_s, &Gallery::showSkill},
+        {u"the Skills tab with a skill as JSON"_s, &Gallery::showSkillAsJson},
+        {u"the Skills tab with news sources"_s, &Gallery::showNewsSources},
+        {u"the Settings tab"_s, &Gallery::showConsoleSettings},
+        {u"the settings"_s, &Gallery::showSettings},
+        {u"the models"_s, &Gallery::showModels},
+        {u"the configuration editor"_s, &Gallery::showEditor},
+        {u"the dialog for a new agent"_s, &Gallery::showNewAgent},
+        {u"the dialog for a new name"_s, &Gallery::showRename},
+        {u"the question before a deletion"_s, &Gallery::showDelete},
+        {u"the dialog for a news source"_s, &Gallery::showNewSource},
+        {u"the dialog for a cloud skill"_s, &Gallery::showCloudSkill},
+        {u"the dialog for an API key"_s, &Gallery::showApiKey},
+        {u"an alert"_s, &Gallery::showAlert},
+    };
+    return all;
+}
+
+QStringList Gallery::names()
+{
+    QStringList names;
+    for (const Picture& picture : pictures())
+        names.append(picture.name);
+    return names;
+}
+
+bool Gallery::show(const QString& name, const Look& look)
+{
+    m_look = look;
+    m_hasLooked = false;
+    const auto picture =
+        std::find_if(pictures().begin(), pictures().end(), [&name](const Picture& one) { return one.name == name; });
+    if (picture != pictures().end())
+        (this->*picture->show)();
+    return m_hasLooked;
+}
+
+void Gallery::showMenu()
+{
+    menu()->popup({});
+    look(menu());
+}
+
+void Gallery::showLauncher()
+{
+    NeloWindow launcher(u"Nelo"_s, {240, 200});
+    launcher.setContentViewController(new LauncherViewController(menu()->actions()));
+    launcher.makeKeyAndOrderFront();
+    look(&launcher);
+}
+
+void Gallery::showChat()
+{
+    m_app.openNelo();
+    QWidget* chat = window(u"Nelo"_s);
+    auto* transcript = chat->findChild<TranscriptView*>();
+    transcript->append(Speaker::User, u"为什么天空是蓝色的？ Why is the sky blue?"_s);
+    transcript->append(Speaker::Nelo, u"因为瑞利散射。 Because of Rayleigh scattering."_s);
+    Controls::press(*chat, u"Send"_s); // for a status
+    look(chat);
+}
+
+void Gallery::showAgents()
+{
+    auto* table = tab(u"Agents"_s)->findChild<QTableView*>();
+    table->selectRow(0);
+    look(table->window());
+}
+
+void Gallery::showRuntime()
+{
+    look(tab(u"Runtime"_s)->window());
+}
+
+void Gallery::showTovani()
+{
+    look(tab(u"Tovani"_s)->window());
+}
+
+void Gallery::showSkill()
+{
+    look(skills(0)->window());
+}
+
+void Gallery::showSkillAsJson()
+{
+    QWidget* view = skills(0);
+    auto* mode = view->findChild<QComboBox*>(u"configModePopup"_s);
+    Controls::choose(mode, u"json"_s);
+    look(view->window());
+    Controls::choose(mode, u"dynamic"_s);
+}
+
+void Gallery::showNewsSources()
+{
+    look(skills(1)->window());
+}
+
+void Gallery::showConsoleSettings()
+{
+    look(tab(u"Settings"_s)->window());
+}
+
+void Gallery::showSettings()
+{
+    m_app.openSettings();
+    look(window(u"Nelo Settings"_s));
+}
+
+void Gallery::showModels()
+{
+    NeloWindow models(u"Models"_s, {1000, 620});
+    models.setContentViewController(new ModelsViewController);
+    models.makeKeyAndOrderFront();
+    look(&models);
+}
+
+void Gallery::showEditor()
+{
+    const QString path = m_backend.home().path(u"openclaw.json"_s);
+    Files::create(path, "{\n  \"name\": \"领航员\"\n}\n");
+    auto* editor = new ConfigEditorWindowController(u"Config Editor"_s, path, [](bool /*isSaved*/) {});
+    editor->window()->makeKeyAndOrderFront();
+    look(editor->window());
+}
+
+void Gallery::showNewAgent()
+{
+    lookAtDialog([this] { askForNewAgent(tab(u"Agents"_s), u"20260102-030405"_s); });
+}
+
+void Gallery::showRename()
+{
+    lookAtDialog([this] { askForName(tab(u"Agents"_s), u"Adopt Agent"_s, u"openclaw/main"_s, u"侦察员"_s); });
+}
+
+void Gallery::showDelete()
+{
+    lookAtDialog([this] {
+        runDialog(tab(u"Agents"_s), u"Delete Agent"_s, u"Delete kimi/b and remove its workspace?"_s, nullptr,
+                  u"Delete"_s);
+    });
+}
+
+void Gallery::showNewSource()
+{
+    lookAtDialog([this] { Controls::press(*skills(1), u"Add Source"_s); });
+}
+
+void Gallery::showCloudSkill()
+{
+    lookAtDialog([this] { Controls::press(*skills(0), u"Install Cloud Skill"_s); });
+}
+
+void Gallery::showApiKey()
+{
+    m_app.openNelo();
+    QWidget* chat = window(u"Nelo"_s);
+    Controls::choose(chat->findChild<QComboBox*>(u"modelPopup"_s), u"deepseek-chat"_s);
+    lookAtDialog([chat] { Controls::press(*chat, u"+"_s); });
+}
+
+void Gallery::showAlert()
+{
+    lookAtDialog(
+        [this] { ::showAlert(tab(u"Agents"_s), u"Install Failed"_s, u"没有文件. No such file. "_s.repeated(40)); });
+}
+
+QMenu* Gallery::menu() const
+{
+    return m_app.findChild<QSystemTrayIcon*>(u"statusItem"_s)->contextMenu();
+}
+
+QWidget* Gallery::window(const QString& title) const
+{
+    for (QWidget* widget : QApplication::topLevelWidgets()) {
+        if (qobject_cast<NeloWindow*>(widget) && widget->windowTitle() == title && widget->isVisible())
+            return widget;
+    }
+    return nullptr;
+}
+
+/// The console's tab called `label`, in front.
+QWidget* Gallery::tab(const QString& label)
+{
+    m_app.openNeloConsole();
+    auto* tabs = window(u"Nelo Console"_s)->findChild<QTabWidget*>(u"tabView"_s);
+    for (int index = 0; index < tabs->count(); ++index) {
+        if (tabs->tabText(index) == label)
+            tabs->setCurrentIndex(index);
+    }
+    return tabs->currentWidget();
+}
+
+/// The Skills tab with the skill in `row` selected.
+QWidget* Gallery::skills(int row)
+{
+    QWidget* view = tab(u"Skills"_s);
+    view->findChild<QTableView*>(u"tableView"_s)->selectRow(row);
+    return view;
+}
+
+void Gallery::look(QWidget* window)
+{
+    QVERIFY(QTest::qWaitForWindowExposed(window));
+    QCoreApplication::processEvents(); // what has become visible is laid out
+    m_look(*window);
+    m_hasLooked = true;
+    window->close();
+}
+
+void Gallery::lookAtDialog(const std::function<void()>& open)
+{
+    DialogRobot robot({[this](QDialog& dialog) { look(&dialog); }});
+    open();
+    for (QWidget* widget : QApplication::topLevelWidgets())
+        widget->close();
+}

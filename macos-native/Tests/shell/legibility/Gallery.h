@@ -1,0 +1,76 @@
+#pragma once
+
+#include "shell/NeloMenuBarApp.h"
+#include "support/ScriptedBackend.h"
+
+#include <QString>
+
+#include <functional>
+
+class QMenu;
+class QTabWidget;
+
+/// Every window, tab and dialog of the program with something in it, on a scripted backend and a home of its own.
+class Gallery final
+{
+public:
+    /// What is done to a window or dialog while it is on the screen.
+    using Look = std::function<void(QWidget& window)>;
+
+    Gallery();
+    Gallery(const Gallery&) = delete;
+    Gallery& operator=(const Gallery&) = delete;
+    ~Gallery();
+
+    /// What there is, in the order in which a user would meet it.
+    static QStringList names();
+
+    /// Shows what is called `name`, has `look` look at it, and closes it. Returns whether `look` got to see it.
+    bool show(const QString& name, const Look& look);
+
+private:
+    using Show = void (Gallery::*)();
+
+    struct Picture
+    {
+        QString name;
+        Show show;
+    };
+
+    static const std::vector<Picture>& pictures();
+
+    void showMenu();
+    void showLauncher();
+    void showChat();
+    void showAgents();
+    void showRuntime();
+    void showTovani();
+    void showSkill();
+    void showSkillAsJson();
+    void showNewsSources();
+    void showConsoleSettings();
+    void showSettings();
+    void showModels();
+    void showEditor();
+    void showNewAgent();
+    void showRename();
+    void showDelete();
+    void showNewSource();
+    void showCloudSkill();
+    void showApiKey();
+    void showAlert();
+
+    QMenu* menu() const;
+    QWidget* window(const QString& title) const;
+    QWidget* tab(const QString& label);
+    QWidget* skills(int row);
+    /// Looks at `window`, which is on the screen, and closes it.
+    void look(QWidget* window);
+    /// Looks at the dialog that `open` opens.
+    void lookAtDialog(const std::function<void()>& open);
+
+    ScriptedBackend m_backend;
+    NeloMenuBarApp m_app;
+    Look m_look;
+    bool m_hasLooked = false;
+};

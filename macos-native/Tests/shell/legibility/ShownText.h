@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QRect>
+#include <QString>
+
+#include <vector>
+
+class QWidget;
+
+/// A text that a window shows.
+struct ShownText
+{
+    QString text;
+    /// What shows it, for a message about it.
+    QString place;
+    /// The room that it has there, in the window's coordinates.
+    QRect room;
+    /// The room that it needs to be seen whole; empty where a longer one scrolls.
+    QSize needed;
+    /// The contrast that it must have to what it stands on: what WCAG 2.1 asks for in 1.4.3, unless its colours were
+    /// given to us.
+    double contrast = 4.5;
+};
+
+/// The texts in the visible and enabled widgets of `window`: labels, buttons, check boxes, pop-ups with all their
+/// items, fields with their placeholders, titles of boxes, tabs and columns, cells, bubbles, and the items of a menu.
+std::vector<ShownText> textsShownBy(QWidget& window);
