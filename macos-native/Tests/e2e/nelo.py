@@ -137,6 +137,12 @@ class Node:
         area = self.area
         click((area.x + area.width / 2) * self._scale, (area.y + area.height / 2) * self._scale)  # it tells unscaled pixels
 
+    def maximise(self) -> None:
+        """Double-clicks the title bar that the window manager has put over this window."""
+        area = self.area
+        for _ in range(2):
+            click((area.x + area.width / 2) * self._scale, area.y * self._scale - 8)
+
     def find(self, role: str, name: str | re.Pattern[str]) -> "Node":
         """Waits for a showing descendant of this role whose name is `name`, or matches it."""
         wanted = name if isinstance(name, re.Pattern) else re.compile(re.escape(name) + r"\Z")
@@ -308,9 +314,8 @@ def choose_in_popup(popup: Node, item: str) -> None:
 
 
 def replace_text(field: Node, text: str) -> None:
-    """Types `text` in place of what the field holds."""
-    field.click()
-    until(lambda: field.is_focused, "the keyboard in the field")
+    """Types `text` in place of what the field holds, which may be scrolled out of sight yet."""
+    field.focus()
     press("ctrl+a")
     type_text(text)
 

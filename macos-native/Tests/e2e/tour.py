@@ -1,4 +1,6 @@
-"""Opens every window of the program and writes its picture to the folder named by the first argument."""
+"""Opens every window of the program and writes its picture to the folder named by the first argument.
+
+A window starts at its smallest size; those that have something to gain by it are also taken at their largest."""
 from __future__ import annotations
 
 import contextlib
@@ -20,6 +22,7 @@ SCALE = float(os.environ.get("NELO_SCALE", "1"))
 LOOK = os.environ.get("NELO_LOOK", "")  # what this round of pictures is called; nothing for the ordinary one
 DARK = {"View": (27, 30, 32), "Window": (42, 46, 50), "Button": (49, 54, 59), "Selection": (61, 174, 233),
         "Tooltip": (49, 54, 59)}
+LARGE_TEXT = ["[General]", "font=Sans Serif,18,-1,5,50,0,0,0,0,0"]  # twice as large as where no desktop says anything
 FOLDER = Path(sys.argv[1])
 QUESTION = "Why is the sky blue"
 LONG_QUESTION = "Please explain it again, slowly and with an example from daily life, for a reader of ten years who likes to ask back"
@@ -35,6 +38,7 @@ def picture(name: str) -> None:
 @contextlib.contextmanager
 def dialog(nelo: Nelo, opener: Node, title: str, name: str) -> Iterator[Node]:
     """Presses `opener`, takes the picture of the dialog that appears, and leaves it to the body to close it."""
+    opener.focus()  # with large text it may be scrolled out of sight
     opener.click()
     opened = nelo.accessible.find("dialog", title)
     picture(name)
@@ -272,6 +276,19 @@ def show_settings(nelo: Nelo) -> None:
     picture("settings")
 
 
+def show_maximised(nelo: Nelo) -> None:
+    for item, title, name in (("Open Nelo", "Nelo", "chat"), ("Open Nelo Console", "Nelo Console", "console"),
+                              ("Settings...", "Nelo Settings", "settings")):
+        nelo.choose(item)
+        area = nelo.window(title).area
+        nelo.window(title).maximise()
+        until(lambda: nelo.window(title).area.width > area.width, "the larger window")
+        if title == "Nelo Console":
+            nelo.window(title).find("page tab", "Skills").click()
+            nelo.window(title).find("page tab list", "Skills")
+        picture(f"{name}-maximised")
+
+
 def make_agents(home: Path) -> None:
     for workspace in (".kimi/agents/侦察员", ".openclaw/agents/pilot"):
         (home / workspace).mkdir(parents=True)
@@ -301,17 +318,22 @@ def verbose_document() -> str:
 
 
 def desktop_settings(home: Path) -> dict[str, str]:
-    """Writes the colours of a dark desktop where `LOOK` says so, and returns what a program on it finds around it."""
-    if LOOK != "dark":
+    """Writes what `LOOK` says of the desktop, and returns what a program on it finds around it."""
+    lines = {"dark": dark_colours(), "large": LARGE_TEXT}.get(LOOK)
+    if lines is None:
         return {}
+    (home / ".config").mkdir(exist_ok=True)
+    (home / ".config/kdeglobals").write_text("\n".join(lines) + "\n")
+    return {"XDG_CURRENT_DESKTOP": "KDE", "KDE_SESSION_VERSION": "5", "KDE_FULL_SESSION": "true"}
+
+
+def dark_colours() -> list[str]:
     lines: list[str] = []
     for group, (red, green, blue) in DARK.items():
         lines += [f"[Colors:{group}]", f"BackgroundNormal={red},{green},{blue}", "ForegroundNormal=252,252,252",
                   "ForegroundInactive=161,169,177", "ForegroundLink=29,153,243",
                   f"BackgroundAlternate={red + 8},{green + 8},{blue + 8}"]
-    (home / ".config").mkdir(exist_ok=True)
-    (home / ".config/kdeglobals").write_text("\n".join(lines) + "\n")
-    return {"XDG_CURRENT_DESKTOP": "KDE", "KDE_SESSION_VERSION": "5", "KDE_FULL_SESSION": "true"}
+    return lines
 
 
 class ModelsWindow(Nelo):
@@ -349,6 +371,7 @@ def tour() -> None:
             show_chat(nelo, provider)
             show_console(nelo)
             show_settings(nelo)
+            show_maximised(nelo)
             nelo.quit()
     show_models()
 
