@@ -26,7 +26,7 @@ need() {
 
 need_for_building() {
     need "what builds Nelo" g++ cmake ninja-build qt6-base-dev libicu-dev nlohmann-json3-dev \
-        libsimdjson-dev zlib1g-dev python3-minimal python3
+        libsimdjson-dev libx11-dev zlib1g-dev python3-minimal python3
 }
 
 need_for_virtual_desktop() {

@@ -6,6 +6,7 @@
 #include "Comparison.h"
 #include "backend/NeloBackend.h"
 #include "shell/NeloMenuBarApp.h"
+#include "shell/platform/StatusArea.h"
 
 #include <QApplication>
 
@@ -13,7 +14,7 @@ namespace {
 
 double openOurs()
 {
-    NeloMenuBarApp app;
+    NeloMenuBarApp app(desktopStatusArea());
     return Comparison::millisecondsToPaint([&app] { app.openSettings(); });
 }
 

@@ -2,6 +2,7 @@
 #include "shell/platform/InstanceDoor.h"
 #include "shell/platform/InstanceLock.h"
 #include "shell/platform/RuntimeFolder.h"
+#include "shell/platform/StatusArea.h"
 #include "shell/platform/TerminationSignals.h"
 
 #include <QApplication>
@@ -22,7 +23,7 @@ int main(int argc, char* argv[])
     QApplication::setDesktopFileName(QStringLiteral("example.nelo.NeloMenuBar"));
     QApplication::setQuitOnLastWindowClosed(false);
 
-    NeloMenuBarApp delegate;
+    NeloMenuBarApp delegate(desktopStatusArea());
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &delegate,
                      &NeloMenuBarApp::applicationWillTerminate);
     const TerminationSignals terminationSignals;

@@ -286,6 +286,24 @@ class Nelo:
         return self.process.wait(PATIENCE_SECONDS)
 
 
+class TraylessNelo(Nelo):
+    """The program on a desktop that has no status area when it starts."""
+
+    def _await_start(self) -> None:
+        self.window("Nelo")
+
+
+def launchers(nelo: Nelo) -> list[Node]:
+    """The windows that show the menu's entries, of which there is one at most."""
+    return [frame for frame in nelo.accessible.children() if frame.role == "frame" and frame.is_showing
+            and [node.name for node in frame.descendants() if node.role == "push button"] == list(MENU)]
+
+
+def launcher(nelo: Nelo) -> Node:
+    until(lambda: launchers(nelo), "the window that stands in for the status item")
+    return nelo.window("Nelo")
+
+
 def open_chat(nelo: Nelo) -> Node:
     """Opens the chat window, ready for typing."""
     nelo.choose("Open Nelo")

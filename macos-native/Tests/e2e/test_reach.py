@@ -9,28 +9,9 @@ import time
 import unittest
 from pathlib import Path
 
-from nelo import REPOSITORY, Nelo, Node, press, take_picture, until
+from nelo import REPOSITORY, Nelo, TraylessNelo, launcher, launchers, press, take_picture, until
 
 PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
-ENTRIES = ["Open Nelo", "Open Nelo Console", "Settings...", "Quit Nelo"]
-
-
-class TraylessNelo(Nelo):
-    """The program on a desktop that has no status area when it starts."""
-
-    def _await_start(self) -> None:
-        self.window("Nelo")
-
-
-def launchers(nelo: Nelo) -> list[Node]:
-    """The windows that show the menu's entries, of which there is one at most."""
-    return [frame for frame in nelo.accessible.children() if frame.role == "frame" and frame.is_showing
-            and [node.name for node in frame.descendants() if node.role == "push button"] == ENTRIES]
-
-
-def launcher(nelo: Nelo) -> Node:
-    until(lambda: launchers(nelo), "the window that stands in for the status item")
-    return nelo.window("Nelo")
 
 
 class Tray:
@@ -73,6 +54,11 @@ class StatusAreaTest(unittest.TestCase):
             until(lambda: not launchers(nelo), "the window gone")
             nelo.choose("Open Nelo Console")
             nelo.window("Nelo Console")
+
+    def test_an_x11_tray_does_without_a_session_bus(self) -> None:
+        self.addCleanup(Tray().end)
+        with Nelo(environment={"DBUS_SESSION_BUS_ADDRESS": "unix:path=/nowhere"}) as nelo:
+            self.assertEqual(nelo.quit(), 0)
 
     def test_every_entry_works_by_keyboard(self) -> None:
         with TraylessNelo() as nelo:

@@ -1,6 +1,7 @@
 #include "shell/NeloMenuBarApp.h"
 
 #include "backend/NeloBackend.h"
+#include "shell/platform/StatusArea.h"
 #include "shell/primitives/NeloWindow.h"
 #include "support/ProcessTable.h"
 #include "support/ScriptedBackend.h"
@@ -19,6 +20,28 @@
 
 #include <optional>
 
+namespace {
+
+/// A status area that comes and goes when it is told to.
+class ToldStatusArea final : public StatusArea
+{
+public:
+    explicit ToldStatusArea(bool isAvailable) : m_isAvailable(isAvailable) {}
+
+    bool isAvailable() const override { return m_isAvailable; }
+
+    void setAvailable(bool isAvailable)
+    {
+        m_isAvailable = isAvailable;
+        emit changed();
+    }
+
+private:
+    bool m_isAvailable;
+};
+
+} // namespace
+
 /// The delegate: status item, menu, windows, end.
 class TestNeloMenuBarApp final : public QObject
 {
@@ -32,6 +55,9 @@ private slots:
     void theStatusItemShowsTheSparklesWithoutACustomImage();
     void theStatusItemShowsTheCustomImage();
     void nothingElseStartsAtLaunch();
+    void theItemIsMadeOnceThereIsAStatusArea();
+    void aWindowStandsInForAStatusAreaThatIsNotThere();
+    void theWindowThatStandsInReturnsWhenTheProgramIsStartedAgain();
     void windowsOpenAtTheirSmallestSize_data();
     void windowsOpenAtTheirSmallestSize();
     void theSettingsWindowCostsOneBackendCall();
@@ -63,7 +89,7 @@ void TestNeloMenuBarApp::init()
     m_backend.emplace();
     m_backend->answer("openclaw_runtime_status", {{"os", "x"}});
     m_backend->answer("load_nelo_settings", Json::object());
-    m_app = std::make_unique<NeloMenuBarApp>();
+    m_app = std::make_unique<NeloMenuBarApp>(std::make_unique<ToldStatusArea>(true));
     m_app->applicationDidFinishLaunching();
 }
 
@@ -119,7 +145,7 @@ void TestNeloMenuBarApp::theStatusItemShowsTheCustomImage()
     QImage image(512, 512, QImage::Format_RGB32);
     image.fill(Qt::red);
     QVERIFY(image.save(m_backend->home().path(QStringLiteral("Desktop/nelo.png"))));
-    NeloMenuBarApp app;
+    NeloMenuBarApp app(std::make_unique<ToldStatusArea>(true));
     app.applicationDidFinishLaunching();
     const QIcon icon = app.findChild<QSystemTrayIcon*>()->icon();
     QCOMPARE(icon.pixmap({64, 64}).size(), QSize(18, 18));
@@ -133,6 +159,51 @@ void TestNeloMenuBarApp::nothingElseStartsAtLaunch()
     QVERIFY(ProcessTable::children().empty());
     QVERIFY(m_backend->calls().empty());
     QVERIFY(m_app->findChildren<QTimer*>().isEmpty());
+}
+
+void TestNeloMenuBarApp::theItemIsMadeOnceThereIsAStatusArea()
+{
+    auto statusArea = std::make_unique<ToldStatusArea>(false);
+    ToldStatusArea* desktop = statusArea.get();
+    NeloMenuBarApp app(std::move(statusArea));
+    app.applicationDidFinishLaunching();
+    QVERIFY(!app.findChild<QSystemTrayIcon*>()); // Qt would settle for good how it is shown
+    for (const bool isAvailable : {true, false, true})
+        desktop->setAvailable(isAvailable);
+    QCOMPARE(app.findChildren<QSystemTrayIcon*>().size(), 1);
+    QVERIFY(app.findChild<QSystemTrayIcon*>()->isVisible());
+}
+
+void TestNeloMenuBarApp::aWindowStandsInForAStatusAreaThatIsNotThere()
+{
+    auto statusArea = std::make_unique<ToldStatusArea>(false);
+    ToldStatusArea* desktop = statusArea.get();
+    NeloMenuBarApp app(std::move(statusArea));
+    app.applicationDidFinishLaunching();
+    QVERIFY(windows().isEmpty()); // it may be about to come
+    QTRY_COMPARE_WITH_TIMEOUT(windows().size(), 1, 2000);
+    const NeloWindow* launcher = windows().value(0);
+    QCOMPARE(launcher->windowTitle(), QStringLiteral("Nelo"));
+    QVERIFY(launcher->isVisible());
+    desktop->setAvailable(true);
+    QVERIFY(!launcher->isVisible());
+    desktop->setAvailable(false);
+    QVERIFY(launcher->isVisible());
+    QCOMPARE(windows().size(), 1);
+}
+
+void TestNeloMenuBarApp::theWindowThatStandsInReturnsWhenTheProgramIsStartedAgain()
+{
+    NeloMenuBarApp app(std::make_unique<ToldStatusArea>(false));
+    app.reopen(); // before launching has finished
+    app.applicationDidFinishLaunching();
+    app.reopen();
+    QCOMPARE(windows().size(), 2);
+    for (NeloWindow* window : windows())
+        window->close();
+    app.reopen();
+    for (const NeloWindow* window : windows())
+        QVERIFY(window->isVisible());
 }
 
 void TestNeloMenuBarApp::windowsOpenAtTheirSmallestSize_data()

@@ -47,7 +47,8 @@ void bringForward(NeloWindow& window)
 
 } // namespace
 
-NeloMenuBarApp::NeloMenuBarApp(QObject* parent) : QObject(parent)
+NeloMenuBarApp::NeloMenuBarApp(std::unique_ptr<StatusArea> statusArea, QObject* parent)
+    : QObject(parent), m_statusArea(std::move(statusArea))
 {}
 
 NeloMenuBarApp::~NeloMenuBarApp() = default;
@@ -57,6 +58,16 @@ void NeloMenuBarApp::applicationDidFinishLaunching()
     Platform::setActivationPolicy(ActivationPolicy::Accessory);
     new LegiblePalette(this); // before there is anything to see
 
+    makeMenu();
+    connect(m_statusArea.get(), &StatusArea::changed, this, &NeloMenuBarApp::followStatusArea);
+    if (m_statusArea->isAvailable())
+        makeStatusItem();
+    else
+        QTimer::singleShot(statusAreaPatience, this, &NeloMenuBarApp::followStatusArea);
+}
+
+void NeloMenuBarApp::makeMenu()
+{
     m_menu = std::make_unique<StatusMenu>();
     m_menu->addAction(QStringLiteral("Open Nelo"), this, &NeloMenuBarApp::openNelo);
     m_menu->addAction(QStringLiteral("Open Nelo Console"), this, &NeloMenuBarApp::openNeloConsole);
@@ -64,7 +75,10 @@ void NeloMenuBarApp::applicationDidFinishLaunching()
                       &NeloMenuBarApp::openSettings);
     m_menu->addSeparator();
     m_menu->addAction(QStringLiteral("Quit Nelo"), QKeySequence(Qt::CTRL | Qt::Key_Q), this, &NeloMenuBarApp::quitApp);
+}
 
+void NeloMenuBarApp::makeStatusItem()
+{
     const QIcon image = menuBarImage();
     m_statusItem = new QSystemTrayIcon(image.isNull() ? Platform::sparklesSymbol() : image, this);
     m_statusItem->setObjectName(QStringLiteral("statusItem"));
@@ -72,16 +86,13 @@ void NeloMenuBarApp::applicationDidFinishLaunching()
     m_statusItem->setContextMenu(m_menu.get());
     Platform::openMenuOnClick(m_statusItem, m_menu.get());
     m_statusItem->show();
-
-    m_statusArea = new StatusArea(this);
-    connect(m_statusArea, &StatusArea::changed, this, &NeloMenuBarApp::followStatusArea);
-    if (!m_statusArea->isAvailable())
-        QTimer::singleShot(statusAreaPatience, this, &NeloMenuBarApp::followStatusArea);
 }
 
 void NeloMenuBarApp::followStatusArea()
 {
     if (m_statusArea->isAvailable()) {
+        if (!m_statusItem)
+            makeStatusItem();
         if (m_launcherWindow)
             m_launcherWindow->hide();
         return;
@@ -119,7 +130,7 @@ void NeloMenuBarApp::openSettings()
 
 void NeloMenuBarApp::reopen()
 {
-    if (m_statusArea)
+    if (m_menu) // launching has finished
         followStatusArea();
     openNelo();
 }

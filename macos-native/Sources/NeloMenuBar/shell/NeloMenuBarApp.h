@@ -16,13 +16,14 @@ class NeloMenuBarApp final : public QObject
     Q_OBJECT
 
 public:
-    explicit NeloMenuBarApp(QObject* parent = nullptr);
+    /// `statusArea` is where the status item is to be shown.
+    explicit NeloMenuBarApp(std::unique_ptr<StatusArea> statusArea, QObject* parent = nullptr);
     NeloMenuBarApp(const NeloMenuBarApp&) = delete;
     NeloMenuBarApp& operator=(const NeloMenuBarApp&) = delete;
     ~NeloMenuBarApp() override;
 
-    /// Builds the status item and its menu. Nothing else starts: no window, no helper, no file but the custom image is
-    /// read.
+    /// Builds the menu and, as soon as there is a status area, the status item. Nothing else starts: no window, no
+    /// helper, no file but the custom image is read.
     void applicationDidFinishLaunching();
     /// Ends the helper process; waits for a backend call in progress.
     void applicationWillTerminate();
@@ -37,12 +38,14 @@ public:
     void quitApp();
 
 private:
+    void makeMenu();
+    void makeStatusItem();
     /// Shows the menu's entries in a window for as long as there is no status area to open the menu from.
     void followStatusArea();
 
+    std::unique_ptr<StatusArea> m_statusArea;
     std::unique_ptr<QMenu> m_menu;
-    QSystemTrayIcon* m_statusItem = nullptr; // child of this
-    StatusArea* m_statusArea = nullptr;      // child of this
+    QSystemTrayIcon* m_statusItem = nullptr; // child of this, once there has been a status area
     std::unique_ptr<NeloWindow> m_launcherWindow;
     std::unique_ptr<NeloWindow> m_chatWindow;
     std::unique_ptr<NeloWindow> m_consoleWindow;

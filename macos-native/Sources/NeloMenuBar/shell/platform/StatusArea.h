@@ -2,26 +2,25 @@
 
 #include <QObject>
 
-#include <optional>
+#include <memory>
 
 /// Knows whether the desktop has a status area, which may come and go, and with it whether a status item can be seen.
-class StatusArea final : public QObject
+///
+/// Qt settles how it shows status items when it is first asked for one, and never looks again. So nobody makes one, or
+/// asks QSystemTrayIcon anything, before `isAvailable()` has been true once.
+class StatusArea : public QObject
 {
     Q_OBJECT
 
 public:
-    /// To be made once there is a status item.
-    explicit StatusArea(QObject* parent = nullptr);
+    using QObject::QObject;
 
-    bool isAvailable() const;
+    virtual bool isAvailable() const = 0;
 
 signals:
     /// It has come or gone.
     void changed();
-
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
-private:
-    std::optional<bool> m_hasHost; // of items that the desktop draws; none where an item is a window
 };
+
+/// The status area of this desktop. Some are only known to be there once the event loop runs.
+std::unique_ptr<StatusArea> desktopStatusArea();

@@ -1,60 +1,71 @@
+#include "shell/platform/EmbeddingTray.h"
 #include "shell/platform/StatusArea.h"
+#include "shell/platform/StatusNotifierHost.h"
 
-#include <QApplication>
-#include <QDBusConnection>
-#include <QDBusServiceWatcher>
-#include <QEvent>
-#include <QSystemTrayIcon>
-#include <QWidget>
-
-#include <algorithm>
+#include <optional>
+#include <utility>
 
 namespace {
 
-/// What draws the items that programs describe to it. See "StatusNotifierItem" at freedesktop.org.
-constexpr QLatin1String hostService("org.kde.StatusNotifierWatcher");
+/// How a desktop shows a status item.
+enum class Display {
+    Drawn,    // by itself, as the program describes it
+    Embedded, // as the program's own window
+};
 
-/// Whether this is the window that Qt has a tray embed, for desktops where an item is a window. Qt makes it when a tray
-/// comes and drops it when the tray goes.
-bool isIconWindow(const QObject& object)
+class DesktopStatusArea final : public StatusArea
 {
-    return object.inherits("QSystemTrayIconSys");
+public:
+    DesktopStatusArea();
+
+    bool isAvailable() const override { return m_isAvailable; }
+
+private:
+    void follow();
+    void chooseDisplay();
+    bool hasChosenDisplay() const;
+
+    StatusNotifierHost m_host;
+    EmbeddingTray m_tray;
+    std::optional<Display> m_display; // the first one there is; Qt keeps to it
+    bool m_isAvailable = false;
+};
+
+DesktopStatusArea::DesktopStatusArea()
+{
+    connect(&m_host, &StatusNotifierHost::changed, this, &DesktopStatusArea::follow);
+    connect(&m_tray, &EmbeddingTray::changed, this, &DesktopStatusArea::follow, Qt::QueuedConnection); // after Qt
+    follow();
 }
 
-bool hasIconWindow()
+void DesktopStatusArea::follow()
 {
-    const QWidgetList windows = QApplication::topLevelWidgets();
-    return std::any_of(windows.begin(), windows.end(), [](const QWidget* window) { return isIconWindow(*window); });
+    if (!m_display)
+        chooseDisplay();
+    const bool wasAvailable = std::exchange(m_isAvailable, hasChosenDisplay());
+    if (m_isAvailable != wasAvailable)
+        emit changed();
+}
+
+/// As Qt does: it prefers a host, so that a tray has to wait until there is known to be none.
+void DesktopStatusArea::chooseDisplay()
+{
+    if (m_host.isRegistered() == true)
+        m_display = Display::Drawn;
+    else if (m_host.isRegistered() == false && m_tray.isThere())
+        m_display = Display::Embedded;
+}
+
+bool DesktopStatusArea::hasChosenDisplay() const
+{
+    if (m_display == Display::Drawn)
+        return m_host.isRegistered() == true;
+    return m_display == Display::Embedded && m_tray.isThere();
 }
 
 } // namespace
 
-StatusArea::StatusArea(QObject* parent) : QObject(parent)
+std::unique_ptr<StatusArea> desktopStatusArea()
 {
-    const bool isDrawnByHost = QSystemTrayIcon::isSystemTrayAvailable() && !hasIconWindow();
-    if (!isDrawnByHost) {
-        QCoreApplication::instance()->installEventFilter(this);
-        return;
-    }
-    m_hasHost = true;
-    auto* watcher = new QDBusServiceWatcher(hostService, QDBusConnection::sessionBus(),
-                                            QDBusServiceWatcher::WatchForOwnerChange, this);
-    connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
-            [this](const QString& /*service*/, const QString& /*oldOwner*/, const QString& newOwner) {
-                m_hasHost = !newOwner.isEmpty();
-                emit changed();
-            });
-}
-
-bool StatusArea::isAvailable() const
-{
-    return m_hasHost.value_or(QSystemTrayIcon::isSystemTrayAvailable());
-}
-
-bool StatusArea::eventFilter(QObject* watched, QEvent* event)
-{
-    const bool comesOrGoes = event->type() == QEvent::Show || event->type() == QEvent::Hide;
-    if (comesOrGoes && isIconWindow(*watched))
-        QMetaObject::invokeMethod(this, &StatusArea::changed, Qt::QueuedConnection); // once Qt has done with it
-    return QObject::eventFilter(watched, event);
+    return std::make_unique<DesktopStatusArea>();
 }

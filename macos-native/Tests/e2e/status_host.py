@@ -1,0 +1,137 @@
+"""A status area of the test's own that draws the items which programs describe to it over D-Bus.
+
+See "StatusNotifierItem" at freedesktop.org for the watcher and the item, and its menu's interface com.canonical.dbusmenu.
+"""
+from __future__ import annotations
+
+import os
+import select
+import signal
+import subprocess
+import sys
+from typing import Any
+
+from gi.repository import Gio, GLib
+
+WATCHER = "org.kde.StatusNotifierWatcher"
+INTERFACES = f"""
+<node>
+  <interface name="{WATCHER}">
+    <method name="RegisterStatusNotifierItem"><arg type="s" direction="in"/></method>
+    <method name="RegisterStatusNotifierHost"><arg type="s" direction="in"/></method>
+    <property name="RegisteredStatusNotifierItems" type="as" access="read"/>
+    <property name="IsStatusNotifierHostRegistered" type="b" access="read"/>
+    <property name="ProtocolVersion" type="i" access="read"/>
+    <signal name="StatusNotifierHostRegistered"/>
+    <signal name="StatusNotifierHostUnregistered"/>
+  </interface>
+</node>"""
+ITEM_PATH = "/StatusNotifierItem"
+PATIENCE_SECONDS = 20
+
+
+def session_bus() -> Gio.DBusConnection:
+    return Gio.bus_get_sync(Gio.BusType.SESSION, None)
+
+
+class Item:
+    """What a program has registered, asked as a panel asks it."""
+
+    def __init__(self, service: str) -> None:
+        self._service = service
+
+    def _call(self, path: str, interface: str, method: str, arguments: GLib.Variant) -> Any:
+        return session_bus().call_sync(self._service, path, interface, method, arguments, None,
+                                       Gio.DBusCallFlags.NONE, PATIENCE_SECONDS * 1000, None).unpack()
+
+    def property(self, name: str) -> Any:
+        return self._call(ITEM_PATH, "org.freedesktop.DBus.Properties", "Get",
+                          GLib.Variant("(ss)", ("org.kde.StatusNotifierItem", name)))[0]
+
+    def _entries(self) -> list[tuple[int, dict[str, Any]]]:
+        _revision, (_id, _properties, children) = self._call(
+            self.property("Menu"), "com.canonical.dbusmenu", "GetLayout", GLib.Variant("(iias)", (0, -1, [])))
+        return [(number, properties) for number, properties, _children in children]
+
+    def menu(self) -> list[str]:
+        """The titles of the menu's entries, without separators."""
+        return [properties["label"] for _number, properties in self._entries() if properties.get("type") != "separator"]
+
+    def choose(self, title: str) -> None:
+        number = next(number for number, properties in self._entries() if properties.get("label") == title)
+        self._call(self.property("Menu"), "com.canonical.dbusmenu", "Event",
+                   GLib.Variant("(isvu)", (number, "clicked", GLib.Variant("s", ""), 0)))
+
+
+class StatusHost:
+    """A watcher in a process of its own. With `draws` it is a host as well, otherwise it waits for `begin_to_draw`."""
+
+    def __init__(self, draws: bool = True) -> None:
+        self._process = subprocess.Popen([sys.executable, __file__, "draws" if draws else "watches"],
+                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        assert self._line() == "ready"
+
+    def _line(self) -> str:
+        assert self._process.stdout
+        readable, _, _ = select.select([self._process.stdout], [], [], PATIENCE_SECONDS)
+        assert readable, "the watcher has said nothing"
+        return self._process.stdout.readline().strip()
+
+    def next_item(self) -> Item:
+        """Waits for a program to register its item."""
+        return Item(self._line())
+
+    def begin_to_draw(self) -> None:
+        self._tell("draws")
+
+    def end_drawing(self) -> None:
+        """The host goes and the watcher stays."""
+        self._tell("watches")
+
+    def _tell(self, word: str) -> None:
+        assert self._process.stdin
+        print(word, file=self._process.stdin, flush=True)
+
+    def freeze(self) -> None:
+        """It keeps its name and answers nothing."""
+        self._process.send_signal(signal.SIGSTOP)
+
+    def end(self) -> None:
+        self._process.kill()
+        self._process.communicate()
+
+
+def serve(draws: bool) -> None:
+    """The watcher's process: says which items register, and is told on its standard input whether it draws."""
+    bus = session_bus()
+    items: list[str] = []
+
+    def call(_bus: Any, sender: str, _path: str, _interface: str, method: str, arguments: GLib.Variant,
+             invocation: Gio.DBusMethodInvocation) -> None:
+        invocation.return_value(None)
+        if method == "RegisterStatusNotifierItem":
+            items.append(sender)
+            print(sender, flush=True)
+
+    def get(_bus: Any, _sender: str, _path: str, _interface: str, name: str) -> GLib.Variant:
+        return {"RegisteredStatusNotifierItems": GLib.Variant("as", items), "ProtocolVersion": GLib.Variant("i", 0),
+                "IsStatusNotifierHostRegistered": GLib.Variant("b", draws)}[name]
+
+    def obey(_channel: GLib.IOChannel, _condition: GLib.IOCondition) -> bool:
+        nonlocal draws
+        words = os.read(0, 100).decode().split()
+        if not words:
+            return False
+        draws = words[-1] == "draws"
+        bus.emit_signal(None, "/StatusNotifierWatcher", WATCHER,
+                        "StatusNotifierHostRegistered" if draws else "StatusNotifierHostUnregistered", None)
+        return True
+
+    bus.register_object("/StatusNotifierWatcher", Gio.DBusNodeInfo.new_for_xml(INTERFACES).interfaces[0], call, get, None)
+    GLib.io_add_watch(GLib.IOChannel.unix_new(0), GLib.IO_IN, obey)
+    Gio.bus_own_name_on_connection(bus, WATCHER, Gio.BusNameOwnerFlags.NONE, lambda *_: print("ready", flush=True), None)
+    GLib.MainLoop().run()
+
+
+if __name__ == "__main__":
+    serve(sys.argv[1] == "draws")

@@ -1,0 +1,75 @@
+"""Status areas that draw the item themselves, as most desktops have them: they come late, die and come back."""
+from __future__ import annotations
+
+import time
+import unittest
+
+from nelo import MENU, Nelo, TraylessNelo, launcher, launchers, until
+from status_host import StatusHost
+
+
+class StatusHostTest(unittest.TestCase):
+    def start_host(self, draws: bool = True) -> StatusHost:
+        host = StatusHost(draws)
+        self.addCleanup(host.end)
+        return host
+
+    def assert_has_item(self, nelo: Nelo, host: StatusHost) -> None:
+        item = host.next_item()
+        until(lambda: not launchers(nelo), "the window gone")
+        self.assertEqual(item.property("ToolTip")[2], "Nelo")
+        self.assertEqual(item.menu(), list(MENU))
+        item.choose("Open Nelo Console")
+        nelo.window("Nelo Console")
+
+    def test_one_that_is_there_at_the_start_has_the_item(self) -> None:
+        host = self.start_host()
+        with HostedNelo() as nelo:
+            self.assert_has_item(nelo, host)
+
+    def test_one_that_comes_after_the_start_takes_the_item_from_the_window(self) -> None:
+        with TraylessNelo() as nelo:
+            launcher(nelo)
+            self.assert_has_item(nelo, self.start_host())
+
+    def test_one_that_dies_and_comes_back_has_the_item_again(self) -> None:
+        with TraylessNelo() as nelo:
+            launcher(nelo)
+            for _ in range(2):
+                host = self.start_host()
+                self.assert_has_item(nelo, host)
+                host.end()
+                launcher(nelo)
+            self.assert_has_item(nelo, self.start_host())
+
+    def test_a_watcher_without_a_host_is_no_status_area(self) -> None:
+        host = self.start_host(draws=False)
+        with TraylessNelo() as nelo:
+            launcher(nelo)
+            host.begin_to_draw()
+            self.assert_has_item(nelo, host)
+            host.end_drawing()
+            launcher(nelo)
+            host.begin_to_draw()
+            until(lambda: not launchers(nelo), "the window gone")
+
+    def test_one_that_never_answers_delays_nothing(self) -> None:
+        host = self.start_host()
+        host.freeze()
+        start = time.monotonic()
+        with TraylessNelo() as nelo:
+            launcher(nelo).find("push button", "Open Nelo Console")
+            self.assertLess(time.monotonic() - start, 2.0)
+            nelo.process.terminate()
+            self.assertEqual(nelo.process.wait(5), 0)
+
+
+class HostedNelo(Nelo):
+    """The program on a desktop that draws its item."""
+
+    def _await_start(self) -> None:
+        pass  # the host hears of it
+
+
+if __name__ == "__main__":
+    unittest.main()
