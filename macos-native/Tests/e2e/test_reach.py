@@ -60,6 +60,16 @@ class StatusAreaTest(unittest.TestCase):
         with Nelo(environment={"DBUS_SESSION_BUS_ADDRESS": "unix:path=/nowhere"}) as nelo:
             self.assertEqual(nelo.quit(), 0)
 
+    def test_a_window_that_was_closed_comes_back_with_the_next_start(self) -> None:
+        with TraylessNelo() as nelo:
+            window = launcher(nelo)
+            press("alt+F4")
+            until(lambda: not window.is_showing, "the window closed")
+            self.assertEqual(start_again(nelo).wait(20), 0)
+            until(lambda: launchers(nelo), "the window that stands in")
+            nelo.accessible.find("text", "Send a message")
+            self.assertEqual(nelo.processes_of_the_program(), [nelo.process.pid])
+
     def test_every_entry_works_by_keyboard(self) -> None:
         with TraylessNelo() as nelo:
             launcher(nelo).find("push button", "Open Nelo Console").focus()
