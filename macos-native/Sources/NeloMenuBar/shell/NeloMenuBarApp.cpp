@@ -58,6 +58,7 @@ void NeloMenuBarApp::applicationDidFinishLaunching()
     Platform::setActivationPolicy(ActivationPolicy::Accessory);
     new LegiblePalette(this); // before there is anything to see
 
+    Platform::onReopen(this, [this] { reopen(); });
     makeMenu();
     connect(m_statusArea.get(), &StatusArea::changed, this, &NeloMenuBarApp::followStatusArea);
     if (m_statusArea->isAvailable())

@@ -2,7 +2,10 @@
 
 #include <QIcon>
 
+#include <functional>
+
 class QMenu;
+class QObject;
 class QSystemTrayIcon;
 
 /// What Qt cannot say for every system; one file per system answers.
@@ -21,5 +24,9 @@ QIcon sparklesSymbol();
 
 /// Has a click on `item` open `menu`, where attaching the menu alone does not.
 void openMenuOnClick(QSystemTrayIcon* item, QMenu* menu);
+
+/// Runs `action` whenever the user opens the running application again, for as long as `context` lives, on systems that
+/// start no second program for that. On others a second program is started and knocks at the `InstanceDoor`.
+void onReopen(QObject* context, std::function<void()> action);
 
 } // namespace Platform

@@ -46,3 +46,8 @@ void Platform::openMenuOnClick(QSystemTrayIcon* item, QMenu* menu)
             menu->popup(menuPosition(item->geometry(), menu->sizeHint()));
     });
 }
+
+void Platform::onReopen(QObject* /*context*/, std::function<void()> /*action*/)
+{
+    // A second program is started.
+}

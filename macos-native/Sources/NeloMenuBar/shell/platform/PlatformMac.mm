@@ -2,9 +2,38 @@
 
 #include <QByteArray>
 #include <QImage>
+#include <QObject>
 #include <QPixmap>
 
+#include <utility>
+
 #import <AppKit/AppKit.h>
+
+/// What the system tells when the user opens the running application again, in the Finder say or with a click in the
+/// Dock. It takes the event from the system's own handler, which asks Qt's delegate; Qt passes on no more than that the
+/// application is active.
+@interface NeloReopenHandler : NSObject
+- (instancetype)initWithAction:(std::function<void()>)action;
+- (void)handleReopen:(NSAppleEventDescriptor *)event withReply:(NSAppleEventDescriptor *)reply;
+@end
+
+@implementation NeloReopenHandler {
+    std::function<void()> _action;
+}
+
+- (instancetype)initWithAction:(std::function<void()>)action
+{
+    if ((self = [super init]))
+        _action = std::move(action);
+    return self;
+}
+
+- (void)handleReopen:(NSAppleEventDescriptor *)event withReply:(NSAppleEventDescriptor *)reply
+{
+    _action();
+}
+
+@end
 
 void Platform::setActivationPolicy(ActivationPolicy policy)
 {
@@ -40,4 +69,18 @@ QIcon Platform::sparklesSymbol()
 void Platform::openMenuOnClick(QSystemTrayIcon *, QMenu *)
 {
     // The status bar opens the attached menu itself.
+}
+
+void Platform::onReopen(QObject *context, std::function<void()> action)
+{
+    NSAppleEventManager *manager = [NSAppleEventManager sharedAppleEventManager];
+    NeloReopenHandler *handler = [[NeloReopenHandler alloc] initWithAction:std::move(action)];
+    [manager setEventHandler:handler
+                 andSelector:@selector(handleReopen:withReply:)
+               forEventClass:kCoreEventClass
+                  andEventID:kAEReopenApplication];
+    QObject::connect(context, &QObject::destroyed, context, [manager, handler] {
+        (void)handler; // which only this connection keeps alive: the manager does not
+        [manager removeEventHandlerForEventClass:kCoreEventClass andEventID:kAEReopenApplication];
+    });
 }

@@ -1,5 +1,5 @@
 /// What PlatformMac.mm uses of AppKit, declared as Apple documents it at
-/// https://developer.apple.com/documentation/appkit, so that its syntax can be checked where there is no macOS.
+/// https://developer.apple.com/documentation/appkit and …/foundation, so that its syntax can be checked where there is no macOS.
 /// Nothing here is ever linked or run.
 #pragma once
 
@@ -35,6 +35,23 @@ __attribute__((objc_root_class))
 @end
 @interface NSDictionary<__covariant Key, __covariant Value> : NSObject
 + (instancetype)dictionaryWithObjects:(const Value [])values forKeys:(const Key [])keys count:(NSUInteger)count;
+@end
+
+using AEEventClass = unsigned int;
+using AEEventID = unsigned int;
+constexpr AEEventClass kCoreEventClass = 0x61657674; // "aevt"
+constexpr AEEventID kAEReopenApplication = 0x72617070; // "rapp"
+
+@interface NSAppleEventDescriptor : NSObject
+@end
+
+@interface NSAppleEventManager : NSObject
++ (NSAppleEventManager *)sharedAppleEventManager;
+- (void)setEventHandler:(id)handler
+            andSelector:(SEL)handleEventSelector
+          forEventClass:(AEEventClass)eventClass
+             andEventID:(AEEventID)eventID;
+- (void)removeEventHandlerForEventClass:(AEEventClass)eventClass andEventID:(AEEventID)eventID;
 @end
 
 typedef NSInteger NSApplicationActivationPolicy;
