@@ -1,4 +1,4 @@
-"""The built program as its user has it: on a virtual desktop, driven with mouse and keyboard, read through AT-SPI.
+"""The built program as its user has it: on a virtual desktop, driven with the keyboard once its menu is open, read through AT-SPI.
 
 To be run by scripts/virtual-desktop, with NELO_PROGRAM naming the program.
 """
@@ -24,6 +24,8 @@ from gi.repository import Atspi, GLib  # noqa: E402
 REPOSITORY = Path(__file__).resolve().parents[3]
 PATIENCE_SECONDS = 20.0
 TRAY_HEIGHT = 24
+MOST_TABS = 100
+ANY = re.compile("")
 MENU = ("Open Nelo", "Open Nelo Console", "Settings...", "Quit Nelo")
 
 Result = TypeVar("Result")
@@ -75,12 +77,45 @@ class Area(NamedTuple):
     height: int
 
 
+class FocusMoves:
+    """Hears when the keyboard goes to another control."""
+
+    _EVENT = "object:state-changed:focused"
+
+    def __enter__(self) -> "FocusMoves":
+        self._count = 0
+        self._is_in_a_text = False
+        self._listener = Atspi.EventListener.new(self._hear)
+        self._listener.register(self._EVENT)
+        return self
+
+    def __exit__(self, kind: type[BaseException] | None, error: BaseException | None, trace: TracebackType | None) -> None:
+        self._listener.deregister(self._EVENT)
+
+    def _hear(self, event: Any) -> None:
+        if event.detail1:  # it has got the keyboard, not lost it
+            self._count += 1
+            self._is_in_a_text = event.source.get_role_name() == "label"
+
+    def _heard(self) -> int:
+        while GLib.MainContext.default().iteration(False):
+            pass
+        return self._count
+
+    def after(self, key: str) -> None:
+        """Presses a key and waits until it has moved the keyboard; not for long where it goes on to a link in a text."""
+        before = self._heard()
+        patience = 0.1 if self._is_in_a_text else 1.0
+        press(key)
+        with contextlib.suppress(AssertionError):
+            until(lambda: self._heard() > before, "the keyboard somewhere else", patience)
+
+
 class Node:
     """One accessible object of the program."""
 
-    def __init__(self, accessible: Any, scale: float) -> None:
+    def __init__(self, accessible: Any) -> None:
         self._accessible = accessible
-        self._scale = scale
 
     @property
     def name(self) -> str:
@@ -104,6 +139,11 @@ class Node:
         return self._accessible.get_state_set().contains(Atspi.StateType.FOCUSED)
 
     @property
+    def is_selected(self) -> bool:
+        self._accessible.clear_cache()  # no event tells that it has changed
+        return self._accessible.get_state_set().contains(Atspi.StateType.SELECTED)
+
+    @property
     def is_active(self) -> bool:
         return self._accessible.get_state_set().contains(Atspi.StateType.ACTIVE)
 
@@ -121,21 +161,50 @@ class Node:
         for index in range(self._accessible.get_child_count()):
             child = self._accessible.get_child_at_index(index)
             if child is not None:
-                yield Node(child, self._scale)
+                yield Node(child)
 
     def descendants(self) -> Iterator["Node"]:
         for child in self.children():
             yield child
             yield from child.descendants()
 
-    def focus(self) -> None:
-        Atspi.Component.grab_focus(self._accessible)
-        until(lambda: self.is_focused, f"the keyboard at {self.name!r}")
+    def reach(self, by: str = "Tab") -> None:
+        """Brings the keyboard here by that key, from wherever it is in this window."""
+        if self.is_focused:
+            return
+        with FocusMoves() as moves:
+            for _ in range(MOST_TABS):
+                moves.after(by)
+                if self.is_focused:
+                    return
+        raise AssertionError(f"{by} does not reach {self.role} {self.name!r}")
 
-    def click(self) -> None:
-        """Clicks its middle with the mouse."""
-        area = self.area
-        click((area.x + area.width / 2) * self._scale, (area.y + area.height / 2) * self._scale)  # it tells unscaled pixels
+    def press(self, by: str = "Tab") -> None:
+        """Presses this button by the keyboard, which gets here by that key."""
+        self.reach(by)
+        press("space")
+
+    def select_row(self, cell: str) -> None:
+        """Selects the row of this table that has such a cell, by the keyboard."""
+        found = self.find("table cell", cell)
+        rows = sorted({node.area.y for node in self.descendants() if node.role == "table cell"})
+        self.reach()
+        press("ctrl+Home", *["Down"] * rows.index(found.area.y), "space")  # which selects where nothing has moved
+        until(lambda: self.find("table cell", cell).is_selected, f"the row of {cell!r}")  # a refresh makes new ones
+
+    def open_tab(self, title: str) -> None:
+        """Turns to a page of the window's tabs, which are called as the page in front."""
+        tabs = self.find("page tab list", ANY)
+        for _ in range(MOST_TABS):
+            page = tabs.name
+            if page == title:
+                return
+            press("ctrl+Tab")
+            try:
+                until(lambda: tabs.name != page, "another page", patience=1)
+            except AssertionError:
+                press("Tab")  # into the tabs
+        raise AssertionError(f"no page {title}")
 
     def maximise(self) -> None:
         """Double-clicks the title bar that the window manager has put over this window."""
@@ -241,7 +310,7 @@ class Nelo:
             for index in range(desktop.get_child_count()):
                 application = desktop.get_child_at_index(index)
                 if application is not None and application.get_process_id() == self.process.pid:
-                    return Node(application, self._scale)
+                    return Node(application)
             return None
 
         return until(search, "the program on the accessibility bus")
@@ -315,32 +384,33 @@ def open_chat(nelo: Nelo) -> Node:
 
 def store_api_key(nelo: Nelo, chat: Node, provider: str, key: str) -> None:
     """Gives the chat the key of the chosen model's provider, which is named in capitals."""
-    chat.find("push button", "+").click()
+    chat.find("push button", "+").press()
     field = nelo.accessible.find("dialog", "Configure API Key").find("password text", f"{provider} API Key")
     until(lambda: field.is_focused, "the keyboard in the key's field")
     type_text(key)
     press("Return")
     nelo.window("Nelo")
+    chat.find("text", "Send a message").reach(by="shift+Tab")
 
 
 def choose_in_popup(popup: Node, item: str) -> None:
     """Picks an item of a combo box by its keyboard: the list that opens is in no accessible tree."""
     titles = [node.name for node in popup.descendants() if node.role == "list item"]
-    popup.click()
+    popup.press()
     press("Home", *["Down"] * titles.index(item), "Return")
     until(lambda: popup.name == item, f"{item} chosen")
 
 
 def replace_text(field: Node, text: str) -> None:
     """Types `text` in place of what the field holds, which may be scrolled out of sight yet."""
-    field.focus()
+    field.reach()
     press("ctrl+a")
     type_text(text)
 
 
 def install_package(nelo: Nelo, tab: Node, file: Path) -> None:
     """Has the Skills tab install a package; what comes of it is told in an alert."""
-    tab.find("push button", "Install Skill").click()
+    tab.find("push button", "Install Skill").press()
     panel = nelo.accessible.find("dialog", re.compile("Choose an openclaw skill package"))
     field = panel.find("text", "File name:")
     until(lambda: field.is_focused, "the keyboard in the panel")

@@ -55,7 +55,7 @@ class AccessTest(unittest.TestCase):
             nelo.choose("Open Nelo Console")
             console = nelo.window("Nelo Console")
             for tab in TABS:
-                console.find("page tab", tab).click()
+                console.open_tab(tab)
                 console.find("page tab list", tab)
                 with self.subTest(tab):
                     self.assert_named(console)
@@ -65,7 +65,7 @@ class AccessTest(unittest.TestCase):
         with Nelo() as nelo:
             nelo.choose("Open Nelo Console")
             console = nelo.window("Nelo Console")
-            console.find("push button", "Add Agent").click()
+            console.find("push button", "Add Agent").press()
             nelo.accessible.find("dialog", "Add Agent")
             press("Escape")
             nelo.window("Nelo Console")

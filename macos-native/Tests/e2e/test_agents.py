@@ -27,9 +27,9 @@ class AgentsTest(unittest.TestCase):
             self.rename(nelo, console, table, "scout", "Adopt Agent", "Ranger")
             take_picture(PICTURES / "agents.png")
 
-            table.find("table cell", "Mason").click()
-            console.find("push button", "Delete").click()
-            nelo.accessible.find("dialog", "Delete Agent").find("push button", "Delete").click()
+            table.select_row("Mason")
+            console.find("push button", "Delete").press()
+            nelo.accessible.find("dialog", "Delete Agent").find("push button", "Delete").press()
             console.find("label", re.compile("Synced local discovery"))
             until(lambda: not created.exists(), "the workspace gone")
             self.assertEqual([folder.name for folder in created.parent.iterdir()], [])
@@ -39,32 +39,32 @@ class AgentsTest(unittest.TestCase):
 
     def create_a_codex_agent(self, nelo: Nelo, console: Node) -> Path:
         """Returns the workspace that was made."""
-        console.find("push button", "Add Agent").click()
+        console.find("push button", "Add Agent").press()
         dialog = nelo.accessible.find("dialog", "Add Agent")
         choose_in_popup(dialog.find("combo box", "openclaw"), "codex")
         replace_text(dialog.find("text", "Name"), "Builder")
-        dialog.find("push button", "Create").click()
+        dialog.find("push button", "Create").press()
         console.find("label", "Total: 2 (codex:1, kimi:1)")
         workspace, = (nelo.home / ".codex/agents").iterdir()
         self.assertRegex(workspace.name, r"\Acodex-\d{8}-\d{6}\Z")
         return workspace
 
     def rename(self, nelo: Nelo, console: Node, table: Node, old: str, title: str, new: str) -> None:
-        table.find("table cell", old).click()
-        console.find("push button", "Adopt / Rename").click()
+        table.select_row(old)
+        console.find("push button", "Adopt / Rename").press()
         dialog = nelo.accessible.find("dialog", title)
         replace_text(dialog.find("text", "Name"), new)
-        dialog.find("push button", "Save").click()
+        dialog.find("push button", "Save").press()
         table.find("table cell", new)
 
     def edit_the_configuration(self, nelo: Nelo, console: Node, table: Node) -> None:
-        table.find("table cell", "Mason").click()
-        console.find("push button", "Config Editor").click()
+        table.select_row("Mason")
+        console.find("push button", "Config Editor").press()
         file = nelo.home / ".codex/config.json"
         editor = nelo.window(f"Config Editor - {file}")
         replace_text(editor.find("text", "Configuration"), '{"model": 1}')
         take_picture(PICTURES / "config-editor.png")
-        editor.find("push button", "Save").click()
+        editor.find("push button", "Save").press(by="shift+Tab")  # Tab is a character there
         console.find("label", f"Saved config: {file}")
         self.assertEqual(file.read_text(), '{"model": 1}')
         backup, = file.parent.glob("config.json.bak.*")

@@ -20,14 +20,14 @@ class ConsoleTest(unittest.TestCase):
             self.assertEqual(nelo.helpers(), [])
             nelo.choose("Open Nelo Console")
             console = nelo.window("Nelo Console")
-            console.find("page tab", "Runtime").click()
+            console.open_tab("Runtime")
             report = console.find("label", REPORT).name
             console.find("label", "Runtime status refreshed.")
             take_picture(PICTURES / "runtime.png")
 
             helper, = nelo.helpers()
             os.kill(helper, signal.SIGKILL)
-            console.find("push button", "Refresh").click()
+            console.find("push button", "Refresh").press()
             until(lambda: nelo.helpers() not in ([], [helper]), "another helper")
             self.assertEqual(console.find("label", REPORT).name, report)
             console.find("label", "Runtime status refreshed.")
@@ -39,7 +39,7 @@ class ConsoleTest(unittest.TestCase):
         with Nelo() as nelo:
             nelo.choose("Open Nelo Console")
             console = nelo.window("Nelo Console")
-            console.find("page tab", "Tovani").click()
+            console.open_tab("Tovani")
             console.find("label", "Tovani")
             nelo.choose("Open Nelo")  # in front of the console
             nelo.window("Nelo")

@@ -20,7 +20,7 @@ class OddStartTest(unittest.TestCase):
         chat.find("label", "local greeting")
         nelo.choose("Open Nelo Console")
         console = nelo.window("Nelo Console")
-        console.find("page tab", "Runtime").click()
+        console.open_tab("Runtime")
         console.find("label", REPORT_STATUS)
         self.assertEqual(nelo.quit(), 0)
         self.assertEqual(nelo.processes(), [])

@@ -72,12 +72,10 @@ class StatusAreaTest(unittest.TestCase):
 
     def test_every_entry_works_by_keyboard(self) -> None:
         with TraylessNelo() as nelo:
-            launcher(nelo).find("push button", "Open Nelo Console").focus()
-            press("space")
+            launcher(nelo).find("push button", "Open Nelo Console").press()
             nelo.window("Nelo Console")
             press("alt+F4")
-            launcher(nelo).find("push button", "Quit Nelo").focus()
-            press("space")
+            launcher(nelo).find("push button", "Quit Nelo").press()
             self.assertEqual(nelo.process.wait(20), 0)
             self.assertEqual(nelo.processes(), [])
 

@@ -21,7 +21,7 @@ class SettingsTest(unittest.TestCase):
                 window = nelo.window("Nelo Settings")
                 window.find("label", "Settings loaded.")
                 replace_text(window.find("password text", re.compile("Cloud API Key")), "sk-secret-1")
-                window.find("push button", "Save").click()
+                window.find("push button", "Save").press()
                 window.find("label", re.compile("Settings saved: "))
                 self.assertEqual(nelo.quit(), 0)
 
@@ -37,7 +37,7 @@ class SettingsTest(unittest.TestCase):
                 window = nelo.window("Nelo Settings")
                 window.find("label", "Settings loaded.")
                 document.unlink()
-                window.find("push button", "Save").click()  # the form still holds what it loaded
+                window.find("push button", "Save").press()  # the form still holds what it loaded
                 until(document.exists, "the saved document")
                 self.assertEqual(json.loads(document.read_text())["chat"]["cloud_api_key"], "sk-secret-1")
                 key = window.find("password text", re.compile("Cloud API Key"))
@@ -52,12 +52,12 @@ class SettingsTest(unittest.TestCase):
             window.find("label", "Settings loaded.")
             choose_in_popup(window.find("combo box", "openai"), "deepseek")
             replace_text(window.find("password text", re.compile("Cloud API Key")), "sk-deep-1")
-            window.find("push button", "Save").click()
+            window.find("push button", "Save").press()
             window.find("label", re.compile("Settings saved: "))
 
             chat = open_chat(nelo)
             choose_in_popup(chat.find("combo box", "gpt-4o-mini"), "deepseek-chat")
-            chat.find("text", "Send a message").click()
+            chat.find("text", "Send a message").reach()
             type_text("which key is this")
             press("Return")
             chat.find("label", "request succeeded")

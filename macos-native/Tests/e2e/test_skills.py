@@ -18,7 +18,7 @@ CONFIGURATION = '{\n  "name": "领航员",\n  "gateway": {"port": 18789, "rate":
 def open_skills(nelo: Nelo) -> Node:
     nelo.choose("Open Nelo Console")
     console = nelo.window("Nelo Console")
-    console.find("page tab", "Skills").click()
+    console.open_tab("Skills")
     console.find("page tab list", "Skills")  # it is called as the page in front
     return console
 
@@ -42,7 +42,7 @@ class SkillsTest(unittest.TestCase):
             install_package(nelo, tab, file)
             result = nelo.accessible.find("dialog", "Skill Installed")
             take_picture(PICTURES / "skill-installed.png")
-            result.find("push button", "OK").click()
+            result.find("push button", "OK").press()
             tab.find("label", f"Installed skill to {self.workspace / 'skills/weather'}.")
             self.configure(tab)
             self.assertEqual(nelo.quit(), 0)
@@ -56,15 +56,15 @@ class SkillsTest(unittest.TestCase):
             settings.write_text(json.dumps({"cloud_skills": {"catalog_url": address}}))
             with Nelo(home=self.home) as nelo:
                 tab = open_skills(nelo)
-                tab.find("push button", "Install Cloud Skill").click()
+                tab.find("push button", "Install Cloud Skill").press()
                 chooser = nelo.accessible.find("dialog", "Install Cloud Skill")
                 chooser.find("combo box", "Weather v1.2 - 来自云端, from the cloud")
-                chooser.find("push button", "Install").click()
+                chooser.find("push button", "Install").press()
                 chooser = nelo.accessible.find("dialog", "Select OpenClaw Agent")
                 chooser.find("combo box", f"pilot (available) - {self.workspace}")
-                chooser.find("push button", "Select").click()
+                chooser.find("push button", "Select").press()
                 result = nelo.accessible.find("dialog", "Cloud Skill Installed")
-                result.find("push button", "OK").click()
+                result.find("push button", "OK").press()
                 tab.find("label", f"Installed cloud skill Weather to {self.workspace / 'skills/weather'}.")
                 self.configure(tab)
                 self.assertEqual(nelo.quit(), 0)
@@ -74,12 +74,12 @@ class SkillsTest(unittest.TestCase):
     def configure(self, tab: Node) -> None:
         """Gives the installed skill its variables, of which it had none."""
         self.assertEqual((self.workspace / "skills/weather/SKILL.md").read_text(), WEATHER)
-        tab.find("push button", "Refresh").click()
-        tab.find("table", "Skills").find("table cell", "[pilot] weather").click()
+        tab.find("push button", "Refresh").press()
+        tab.find("table", "Skills").select_row("[pilot] weather")
         tab.find("label", "Loaded config for weather.")
         replace_text(tab.find("text", "Weather key (WEATHER_KEY)"), "w-1")
         replace_text(tab.find("text", "CITY"), "Beijing")
-        tab.find("push button", "Save Config").click()
+        tab.find("push button", "Save Config").press()
         tab.find("label", "Saved config for weather.")
         take_picture(PICTURES / "skill-configured.png")
 
@@ -97,7 +97,7 @@ class SkillsTest(unittest.TestCase):
     def assert_shown_after_a_restart(self) -> None:
         with Nelo(home=self.home) as nelo:
             tab = open_skills(nelo)
-            tab.find("table", "Skills").find("table cell", "[pilot] weather").click()
+            tab.find("table", "Skills").select_row("[pilot] weather")
             tab.find("label", "Loaded config for weather.")
             tab.find("text", re.compile("Tells the weather of a city, 天气预报."))
             self.assertEqual(tab.find("text", "Weather key (WEATHER_KEY)").text, "w-1")

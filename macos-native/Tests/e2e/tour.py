@@ -38,8 +38,7 @@ def picture(name: str) -> None:
 @contextlib.contextmanager
 def dialog(nelo: Nelo, opener: Node, title: str, name: str) -> Iterator[Node]:
     """Presses `opener`, takes the picture of the dialog that appears, and leaves it to the body to close it."""
-    opener.focus()  # with large text it may be scrolled out of sight
-    opener.click()
+    opener.press()
     opened = nelo.accessible.find("dialog", title)
     picture(name)
     yield opened
@@ -62,7 +61,7 @@ def show_console(nelo: Nelo) -> None:
     console = nelo.window("Nelo Console")
     show_agents(nelo, console)
     for tab in ("Runtime", "Tovani", "Skills", "Settings"):
-        console.find("page tab", tab).click()
+        console.open_tab(tab)
         console.find("page tab list", tab)  # it is called as the page in front
         if tab == "Skills":
             show_skills(nelo, console)
@@ -77,20 +76,19 @@ def show_agents(nelo: Nelo, console: Node) -> None:
                                       for title in ("Add Agent", "Adopt / Rename", "Run Configure", "Delete"))
     dismissed(nelo, delete, "No Selection", "agents-no-selection")
     add_codex_agent(nelo, add)
-    managed = table.find("table cell", "Builder")
     picture("console-agents")
 
-    table.find("table cell", "侦察员").click()
+    table.select_row("侦察员")
     dismissed(nelo, rename, "Adopt Agent", "agents-adopt")
     dismissed(nelo, delete, "Cannot Delete", "agents-cannot-delete")
     dismissed(nelo, configure, "Unsupported", "agents-unsupported")
-    managed.click()
+    table.select_row("Builder")
     dismissed(nelo, rename, "Rename Agent", "agents-rename")
     dismissed(nelo, delete, "Delete Agent", "agents-delete")
-    table.find("table cell", "pilot").click()
+    table.select_row("pilot")
     dismissed(nelo, configure, "Configure Failed", "agents-configure-failed")
     show_missing_runtime(nelo, add)
-    show_failures(nelo, managed, add, rename, delete)
+    show_failures(nelo, table, add, rename, delete)
     show_editor(nelo, console)
 
 
@@ -122,18 +120,18 @@ def folder_in_place_of(file: Path) -> Iterator[None]:
     aside.rename(file)
 
 
-def show_failures(nelo: Nelo, managed: Node, add: Node, rename: Node, delete: Node) -> None:
+def show_failures(nelo: Nelo, table: Node, add: Node, rename: Node, delete: Node) -> None:
     """Shows what becomes of an action that was confirmed and cannot be done."""
     registry = nelo.home / ".nelo/agents.json"
-    managed.click()
+    table.select_row("Builder")
     for opener, title, failure in ((add, "Add Agent", "Add Agent Failed"), (rename, "Rename Agent", "Save Failed"),
                                    (delete, "Delete Agent", "Delete Failed")):
-        opener.click()
+        opener.press()
         opened = nelo.accessible.find("dialog", title)
         if opener is add:
             choose_in_popup(opened.find("combo box", "openclaw"), "kimi")
         with folder_in_place_of(registry):
-            opened.find("push button", re.compile("Create|Save|Delete")).click()
+            opened.find("push button", re.compile("Create|Save|Delete")).press()
             nelo.accessible.find("dialog", failure)
             picture(f"agents-{failure.lower().replace(' ', '-')}")
         press("Escape")
@@ -142,13 +140,13 @@ def show_failures(nelo: Nelo, managed: Node, add: Node, rename: Node, delete: No
 
 def show_editor(nelo: Nelo, console: Node) -> None:
     table = console.find("table", "Agents")
-    table.find("table cell", "pilot").click()
-    console.find("push button", "Config Editor").click()
+    table.select_row("pilot")
+    console.find("push button", "Config Editor").press()
     file = nelo.home / ".openclaw/openclaw.json"
     editor = nelo.window(f"Config Editor - {file}")
     picture("config-editor")
     with folder_in_place_of(file):
-        editor.find("push button", "Save").click()
+        editor.find("push button", "Save").press(by="shift+Tab")
         nelo.accessible.find("dialog", "Save Failed")
         picture("config-editor-save-failed")
     press("Escape")
@@ -168,17 +166,17 @@ def show_skills(nelo: Nelo, console: Node) -> None:
 
 def show_entries(nelo: Nelo, console: Node) -> None:
     table = console.find("table", "Skills")
-    table.find("table cell", "[shared] plain").click()
+    table.select_row("[shared] plain")
     console.find("label", "Loaded config for plain.")
     picture("skills-no-fields")
-    table.find("table cell", "[shared] verbose").click()
+    table.select_row("[shared] verbose")
     console.find("label", "Loaded config for verbose.")
     picture("skills-long-texts")
-    table.find("table cell", "[shared] weather").click()
+    table.select_row("[shared] weather")
     console.find("label", "Loaded config for weather.")
     replace_text(console.find("text", "Weather key (WEATHER_KEY)"), "w-1")
     replace_text(console.find("text", "CITY"), "Beijing")
-    console.find("push button", "Save Config").click()
+    console.find("push button", "Save Config").press()
     console.find("label", "Saved config for weather.")
     picture("console-skills")
 
@@ -191,7 +189,7 @@ def show_entries(nelo: Nelo, console: Node) -> None:
 
 
 def show_sources(nelo: Nelo, console: Node) -> None:
-    console.find("table", "Skills").find("table cell", "[shared] social-media-alert").click()
+    console.find("table", "Skills").select_row("[shared] social-media-alert")
     console.find("label", "Loaded config for social-media-alert.")
     add = console.find("push button", "Add Source")
     with dialog(nelo, add, "Add Source", "skills-add-source") as opened:
@@ -250,13 +248,13 @@ def show_chat(nelo: Nelo, provider: Provider) -> None:
     picture("chat-key-required")
     press("Escape")
     nelo.window("Nelo")
-    chat.find("push button", "+").click()
+    chat.find("push button", "+").press()
     nelo.accessible.find("dialog", "Configure API Key")
     picture("chat-key")
     press("Escape")
     nelo.window("Nelo")
     store_api_key(nelo, chat, "OPENAI", "sk-tour")
-    chat.find("text", "Send a message").click()
+    chat.find("text", "Send a message").reach()
     press("ctrl+a")
     ask(QUESTION, 1)
     ask(LONG_QUESTION, 2)
@@ -284,8 +282,7 @@ def show_maximised(nelo: Nelo) -> None:
         nelo.window(title).maximise()
         until(lambda: nelo.window(title).area.width > area.width, "the larger window")
         if title == "Nelo Console":
-            nelo.window(title).find("page tab", "Skills").click()
-            nelo.window(title).find("page tab list", "Skills")
+            nelo.window(title).open_tab("Skills")
         picture(f"{name}-maximised")
 
 
@@ -351,10 +348,10 @@ def show_models() -> None:
           ModelsWindow(home=Path(folder), scale=SCALE, environment={"OLLAMA_HOST": server.address,
                                                                     **desktop_settings(Path(folder))}) as nelo):
         window = nelo.window("Models")
-        window.find("table", "Remote Models").find("table cell", "qwen3:30b").click()
-        window.find("push button", "Download Selected").click()
+        window.find("table", "Remote Models").select_row("qwen3:30b")
+        window.find("push button", "Download Selected").press()
         until(lambda: server.is_downloading, "the download")
-        window.find("push button", "Refresh Local/Tasks").click()
+        window.find("push button", "Refresh Local/Tasks").press()
         window.find("table", "Download Tasks").find("table cell", "qwen3:30b")
         picture("models")
 
