@@ -1,16 +1,16 @@
 """The chat window, opened through the tray, with a provider on this machine."""
 from __future__ import annotations
 
+import contextlib
 import json
 import os
 import stat
 import unittest
 from pathlib import Path
 
+from announcements import Announcements
 from nelo import Nelo, Node, open_chat, press, store_api_key, take_picture, type_text, until
 from provider import Provider
-
-from gi.repository import Atspi, GLib  # once nelo has said which version
 
 PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
 WELCOME = "您好，nelo为您服务，我为您提供最简单的AI入口服务。"
@@ -98,42 +98,25 @@ class ChatTest(unittest.TestCase):
         self.assertEqual(self.provider.keys, [f"Bearer {KEY}"] * 2)
 
     def test_a_reply_is_announced_to_assistive_technology(self) -> None:
-        announced: list[str] = []
-        listener = Atspi.EventListener.new(lambda event: announced.append(event.any_data.get_name()))
-        listener.register("object:children-changed:add")
-        self.addCleanup(listener.deregister, "object:children-changed:add")
-
-        def heard(text: str) -> bool:
-            while GLib.MainContext.default().iteration(False):
-                pass
-            return text in announced
-
-        with Nelo(environment=self.environment) as nelo:
+        with contextlib.closing(Announcements("object:children-changed:add")) as added, \
+                Nelo(environment=self.environment) as nelo:
             open_chat(nelo)
             type_text("hi")
             press("Return")
-            until(lambda: heard("hi") and heard(WELCOME), "the announcement of the reply")
+            for text in ("hi", WELCOME):
+                added.wait_for(text)
 
     def test_the_bubble_that_gets_the_keyboard_is_announced(self) -> None:
-        focused: list[str] = []
-        listener = Atspi.EventListener.new(lambda event: focused.append(event.source.get_name()))
-        listener.register("object:state-changed:focused")
-        self.addCleanup(listener.deregister, "object:state-changed:focused")
-
-        def heard(text: str) -> bool:
-            while GLib.MainContext.default().iteration(False):
-                pass
-            return text in focused
-
-        with Nelo(environment=self.environment) as nelo:
+        with contextlib.closing(Announcements("object:state-changed:focused")) as focused, \
+                Nelo(environment=self.environment) as nelo:
             chat = open_chat(nelo)
             type_text("hi")
             press("Return")
             until(lambda: len(bubbles(chat)) == 3, "the reply")
             press("shift+Tab")
-            until(lambda: heard(WELCOME), "the newest bubble")
+            focused.wait_for(WELCOME)
             press("Up")
-            until(lambda: heard("hi"), "the bubble above it")
+            focused.wait_for("hi")
 
     def test_quitting_with_a_request_under_way_is_clean(self) -> None:
         with Nelo(environment=self.environment) as nelo:

@@ -1,0 +1,53 @@
+"""What a status line comes to say is told to those who hear the program, in every window and tab."""
+from __future__ import annotations
+
+import re
+import unittest
+
+from announcements import Announcements
+from nelo import Nelo, Node, open_chat, press, type_text
+
+
+class StatusLineTest(unittest.TestCase):
+    def setUp(self) -> None:
+        self.changed = Announcements("object:property-change:accessible-name")
+        self.addCleanup(self.changed.close)
+        self.nelo = Nelo().__enter__()
+        self.addCleanup(self.nelo.__exit__, None, None, None)
+
+    def open_console(self, tab: str) -> Node:
+        self.nelo.choose("Open Nelo Console")
+        console = self.nelo.window("Nelo Console")
+        console.open_tab(tab)
+        return console
+
+    def test_chat(self) -> None:
+        open_chat(self.nelo)
+        type_text("hi")
+        press("Return")
+        self.changed.wait_for("local greeting")
+
+    def test_agents(self) -> None:
+        console = self.open_console("Agents")
+        (self.nelo.home / ".kimi/agents/scout").mkdir(parents=True)
+        console.find("push button", "Refresh").press()
+        self.changed.wait_for("Total: 1 (kimi:1)")
+
+    def test_runtime(self) -> None:
+        self.open_console("Runtime")
+        self.changed.wait_for("Runtime status refreshed.")
+
+    def test_skills(self) -> None:
+        self.open_console("Skills")
+        self.changed.wait_for("Loaded 0 skills for openclaw.")
+
+    def test_settings(self) -> None:
+        self.nelo.choose("Settings...")
+        window = self.nelo.window("Nelo Settings")
+        self.changed.wait_for("Settings loaded.")
+        window.find("push button", "Save").press(by="shift+Tab")
+        self.changed.wait_for(window.find("label", re.compile("Settings saved: ")).name)
+
+
+if __name__ == "__main__":
+    unittest.main()
