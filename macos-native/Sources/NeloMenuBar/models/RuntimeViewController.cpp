@@ -20,6 +20,8 @@ QGroupBox* makeScrollingBox(const QString& title, QWidget* content, QWidget* par
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidgetResizable(true);
     scroll->setWidget(content);
+    scroll->setFocusPolicy(Qt::NoFocus); // the content gets the keyboard, and shows it
+    content->setFocusPolicy(Qt::StrongFocus);
     scroll->viewport()->setAutoFillBackground(false);
     content->setAutoFillBackground(false);
 

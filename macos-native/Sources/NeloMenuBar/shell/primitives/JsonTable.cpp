@@ -4,7 +4,9 @@
 
 #include <QHeaderView>
 #include <QHelpEvent>
+#include <QPainter>
 #include <QScrollBar>
+#include <QStyleOptionFocusRect>
 #include <QStyledItemDelegate>
 #include <QTextDocument>
 #include <QToolTip>
@@ -87,6 +89,19 @@ void JsonTable::setRows(std::vector<Json> rows)
     executeDelayedItemsLayout(); // the scroll bars learn how far they reach now
     horizontalScrollBar()->setValue(x);
     verticalScrollBar()->setValue(y);
+}
+
+/// Without a row, nothing in the table shows that it has the keyboard.
+void JsonTable::paintEvent(QPaintEvent* event)
+{
+    QTableView::paintEvent(event);
+    if (!hasFocus() || currentIndex().isValid())
+        return;
+    QStyleOptionFocusRect option;
+    option.initFrom(this);
+    option.rect = viewport()->rect();
+    QPainter painter(viewport());
+    style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, &painter, this);
 }
 
 int JsonTable::selectedIndex() const

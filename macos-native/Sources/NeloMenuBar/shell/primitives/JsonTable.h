@@ -23,6 +23,9 @@ public:
     /// position and column widths stay. Nothing happens when the rows are those shown before.
     void setRows(std::vector<Json> rows);
 
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
 private:
     const std::vector<Json>& rows() const { return m_model->rows(); }
     int selectedIndex() const;

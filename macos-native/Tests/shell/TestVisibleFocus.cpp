@@ -1,0 +1,175 @@
+#include "shell/NeloMenuBarApp.h"
+#include "shell/platform/StatusArea.h"
+#include "shell/primitives/Alerts.h"
+#include "shell/primitives/JsonTable.h"
+#include "shell/primitives/NeloWindow.h"
+#include "support/ScriptedBackend.h"
+#include "support/Warnings.h"
+
+#include <QApplication>
+#include <QTabWidget>
+#include <QTest>
+#include <QTimer>
+
+#include <optional>
+
+/// Whoever works by keyboard sees where it is: every control of every window looks different while it has it.
+class TestVisibleFocus final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void showsInTheChat();
+    void showsInTheSettings();
+    void showsInTheConsole_data();
+    void showsInTheConsole();
+    void showsInAnAlert();
+    void showsInTheWindowThatStandsInForTheStatusItem();
+
+private:
+    std::optional<ScriptedBackend> m_backend;
+    std::unique_ptr<NeloMenuBarApp> m_app;
+};
+
+namespace {
+
+/// A status area that stays, or stays away.
+class LastingStatusArea final : public StatusArea
+{
+public:
+    explicit LastingStatusArea(bool isAvailable) : m_isAvailable(isAvailable) {}
+
+    bool isAvailable() const override { return m_isAvailable; }
+
+private:
+    bool m_isAvailable;
+};
+
+NeloWindow* windowCalled(const QString& title)
+{
+    for (QWidget* widget : QApplication::topLevelWidgets()) {
+        auto* window = qobject_cast<NeloWindow*>(widget);
+        if (window && window->windowTitle() == title)
+            return window;
+    }
+    return nullptr;
+}
+
+/// What gets the keyboard by Tab in the active window, in order.
+QWidgetList controlsByTab(QWidget* window)
+{
+    QWidgetList controls;
+    while (true) {
+        QTest::keyClick(window->focusWidget() ? window->focusWidget() : window, Qt::Key_Tab);
+        QWidget* focused = QApplication::focusWidget();
+        if (!focused || controls.contains(focused))
+            return controls;
+        controls.append(focused);
+    }
+}
+
+void verifyThatFocusShows(QWidget* window)
+{
+    QVERIFY(QTest::qWaitForWindowActive(window));
+    const QWidgetList controls = controlsByTab(window);
+    QVERIFY(!controls.isEmpty());
+    for (QWidget* control : controls) {
+        control->setFocus(Qt::TabFocusReason);
+        const QImage focused = control->grab().toImage();
+        control->clearFocus();
+        const QImage unfocused = control->grab().toImage();
+        const QString name = QLatin1String(control->metaObject()->className()) + u' ' + control->objectName();
+        QVERIFY2(focused != unfocused, qPrintable(name + u' ' + control->accessibleName()));
+    }
+}
+
+} // namespace
+
+void TestVisibleFocus::initTestCase()
+{
+    QApplication::setCursorFlashTime(0); // a text cursor is always there
+}
+
+void TestVisibleFocus::init()
+{
+    failOnUnexpectedWarning();
+    m_backend.emplace();
+    m_backend->answer("openclaw_runtime_status", {{"os", "x"}});
+    m_backend->answer("load_nelo_settings", Json::object());
+    m_app = std::make_unique<NeloMenuBarApp>(std::make_unique<LastingStatusArea>(true));
+    m_app->applicationDidFinishLaunching();
+}
+
+void TestVisibleFocus::cleanup()
+{
+    m_app.reset();
+    m_backend.reset();
+}
+
+void TestVisibleFocus::showsInTheChat()
+{
+    m_app->openNelo();
+    verifyThatFocusShows(windowCalled(QStringLiteral("Nelo")));
+}
+
+void TestVisibleFocus::showsInTheSettings()
+{
+    m_app->openSettings();
+    verifyThatFocusShows(windowCalled(QStringLiteral("Nelo Settings")));
+}
+
+void TestVisibleFocus::showsInTheConsole_data()
+{
+    QTest::addColumn<int>("tab");
+    QTest::addColumn<bool>("hasRows");
+    const QByteArrayList titles{"Agents", "Runtime", "Tovani", "Skills", "Settings"};
+    for (int tab = 0; tab < titles.size(); ++tab)
+        QTest::addRow("%s", titles.at(tab).constData()) << tab << true;
+    QTest::addRow("Agents, of which there are none") << 0 << false;
+    QTest::addRow("Skills, of which there are none") << 3 << false;
+}
+
+void TestVisibleFocus::showsInTheConsole()
+{
+    QFETCH(int, tab);
+    QFETCH(bool, hasRows);
+    if (hasRows) {
+        m_backend->answer("sync_local_agents_to_core", Json::array({{{"id", "pilot"}, {"ecosystem", "openclaw"}}}));
+        m_backend->answer("list_skills", Json::array({{{"name", "weather"}, {"skillKey", "weather"}}}));
+    }
+    m_app->openNeloConsole();
+    NeloWindow* console = windowCalled(QStringLiteral("Nelo Console"));
+    console->findChild<QTabWidget*>()->setCurrentIndex(tab);
+    for (const JsonTable* table : console->findChildren<JsonTable*>()) {
+        if (table->isVisible())
+            QCOMPARE(table->model()->rowCount(), hasRows ? 1 : 0);
+    }
+    verifyThatFocusShows(console);
+}
+
+void TestVisibleFocus::showsInAnAlert()
+{
+    bool hasLooked = false;
+    QTimer::singleShot(0, this, [&hasLooked] {
+        QWidget* alert = QApplication::activeModalWidget();
+        verifyThatFocusShows(alert);
+        hasLooked = true;
+        alert->close();
+    });
+    showAlert(nullptr, QStringLiteral("Request Failed"), QStringLiteral("A text that can be selected."));
+    QVERIFY(hasLooked);
+}
+
+void TestVisibleFocus::showsInTheWindowThatStandsInForTheStatusItem()
+{
+    NeloMenuBarApp app(std::make_unique<LastingStatusArea>(false));
+    app.applicationDidFinishLaunching();
+    QTRY_VERIFY(windowCalled(QStringLiteral("Nelo")));
+    verifyThatFocusShows(windowCalled(QStringLiteral("Nelo")));
+}
+
+QTEST_MAIN(TestVisibleFocus)
+#include "TestVisibleFocus.moc"
