@@ -1,13 +1,11 @@
 """Starts under conditions that nobody planned: each gives a program that can be used."""
 from __future__ import annotations
 
-import os
-import subprocess
 import tempfile
 import unittest
 from pathlib import Path
 
-from nelo import Nelo, open_chat, press, type_text, until
+from nelo import Nelo, open_chat, press, type_text
 
 REPORT_STATUS = "Runtime status refreshed."
 
@@ -56,31 +54,6 @@ class OddStartTest(unittest.TestCase):
             del nelo.environment[variable]
         with nelo:
             self.assert_usable(nelo)
-
-
-class VanishingDisplayTest(unittest.TestCase):
-    def test_the_program_ends_with_its_display(self) -> None:
-        reader, writer = os.pipe()
-        display = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-nolisten", "tcp"], pass_fds=[writer],
-                                   stderr=subprocess.DEVNULL)
-        self.addCleanup(display.wait)
-        self.addCleanup(display.kill)
-        os.close(writer)
-        with os.fdopen(reader) as numbers:
-            number = numbers.readline().strip()
-
-        nelo = LauncherOnly(environment={"DISPLAY": f":{number}"})
-        with nelo:
-            display.kill()
-            nelo.process.wait(20)
-            until(lambda: nelo.processes() == [], "every process gone")
-
-
-class LauncherOnly(Nelo):
-    """The program on a display with neither tray nor window manager."""
-
-    def _await_start(self) -> None:
-        self.accessible.find("frame", "Nelo")
 
 
 if __name__ == "__main__":

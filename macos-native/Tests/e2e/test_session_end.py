@@ -1,0 +1,127 @@
+"""The session ends under the program: it is asked to go, or its display goes away. It leaves no process and no half file."""
+from __future__ import annotations
+
+import json
+import os
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+from unittest import mock
+
+from nelo import Nelo, TraylessNelo, launcher, press, type_text, until
+from provider import Provider
+
+SLOW_BACKEND = """
+import pathlib, time
+
+FOLDER = pathlib.Path(__file__).parent
+
+def openclaw_runtime_status():
+    (FOLDER / "asked").touch()
+    while not (FOLDER / "answer").exists():
+        time.sleep(0.01)
+    return {}
+"""
+
+
+class Display:
+    """A display with a window manager and no tray, which the test may end."""
+
+    def __init__(self) -> None:
+        reader, writer = os.pipe()
+        self._server = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-screen", "0", "1280x900x24", "-nolisten", "tcp"],
+                                        pass_fds=[writer], stderr=subprocess.DEVNULL)
+        os.close(writer)
+        with os.fdopen(reader) as numbers:
+            self.name = f":{numbers.readline().strip()}"
+        self._manager = subprocess.Popen(["openbox"], env={**os.environ, "DISPLAY": self.name},
+                                         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+    def end(self) -> None:
+        self._server.kill()
+        self._server.wait()
+        self._manager.wait()
+
+
+class SessionEndTest(unittest.TestCase):
+    def setUp(self) -> None:
+        folder = tempfile.TemporaryDirectory(prefix="nelo-home-")
+        self.addCleanup(folder.cleanup)
+        self.home = Path(folder.name)
+        self.provider = Provider()
+        self.addCleanup(self.provider.close)
+        self.display = Display()
+        self.addCleanup(self.display.end)
+        moved = mock.patch.dict(os.environ, DISPLAY=self.display.name)
+        moved.start()
+        self.addCleanup(moved.stop)
+        self.project = self.home / "nelohub"
+        (self.project / "app").mkdir(parents=True)
+        (self.project / "app/__init__.py").write_text(SLOW_BACKEND)
+        defaults = self.home / ".config/Nelo/NeloMenuBar.conf"
+        defaults.parent.mkdir(parents=True)
+        defaults.write_text("[General]\nnelo.menubar.apiKey.openai=sk-test\n")
+
+    def started(self) -> Nelo:
+        return TraylessNelo(home=self.home, folder=self.project, environment={"NELO_OPENAI_BASE_URL": self.provider.url})
+
+    def ask_the_provider(self, nelo: Nelo) -> None:
+        launcher(nelo).find("push button", "Open Nelo").press()
+        field = nelo.accessible.find("text", "Send a message")
+        until(lambda: field.is_focused, "the keyboard in the input field")
+        type_text("please wait")
+        press("Return")
+        until(lambda: self.provider.requests, "the request")
+        until(lambda: self.history()[1:] == ["please wait"], "the question on the disk, where it is a moment later")
+
+    def ask_the_backend(self, nelo: Nelo) -> None:
+        launcher(nelo).find("push button", "Open Nelo Console").press()
+        until((self.project / "app/asked").exists, "the call")
+
+    def history(self) -> list[str]:
+        """What the history on the disk says, none of it while there is no file."""
+        file = self.home / ".nelo/menubar_chat_history.json"
+        return [record["content"] for record in json.loads(file.read_bytes())] if file.exists() else []
+
+    def test_asked_to_go_while_a_request_runs(self) -> None:
+        with self.started() as nelo:
+            self.ask_the_provider(nelo)
+            nelo.process.terminate()
+            self.assertEqual(nelo.process.wait(20), 0)
+            self.assertEqual(nelo.processes(), [])
+        self.assertEqual(self.history()[1:], ["please wait"])
+
+    def test_asked_to_go_while_a_backend_call_runs(self) -> None:
+        with self.started() as nelo:
+            self.ask_the_backend(nelo)
+            nelo.process.terminate()
+            (self.project / "app/answer").touch()  # a call in progress is waited for
+            self.assertEqual(nelo.process.wait(20), 0)
+            self.assertEqual(nelo.processes(), [])
+
+    def test_the_display_goes_away(self) -> None:
+        with self.started() as nelo:
+            self.display.end()
+            nelo.process.wait(20)
+            until(lambda: nelo.processes() == [], "every process gone")
+
+    def test_the_display_goes_away_while_a_request_runs(self) -> None:
+        with self.started() as nelo:
+            self.ask_the_provider(nelo)
+            self.display.end()
+            nelo.process.wait(20)
+            until(lambda: nelo.processes() == [], "every process gone")
+        self.assertEqual(self.history()[1:], ["please wait"])
+
+    def test_the_display_goes_away_while_a_backend_call_runs(self) -> None:
+        with self.started() as nelo:
+            self.ask_the_backend(nelo)
+            self.display.end()
+            (self.project / "app/answer").touch()
+            nelo.process.wait(20)
+            until(lambda: nelo.processes() == [], "the helper gone too")
+
+
+if __name__ == "__main__":
+    unittest.main()
