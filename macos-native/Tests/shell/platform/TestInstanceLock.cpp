@@ -13,6 +13,9 @@
 #include <optional>
 #include <thread>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 using namespace std::chrono_literals;
 using Role = InstanceLock::Role;
 
@@ -38,6 +41,7 @@ private slots:
     void theRuntimeFolderIsTheSessions();
     void anUnusableRuntimeFolderIsReplaced_data();
     void anUnusableRuntimeFolderIsReplaced();
+    void aFolderOfAnotherUserIsReplaced();
     void aFolderOfOursThatOthersCanWriteToIsRefused();
 
 private:
@@ -185,6 +189,21 @@ void TestInstanceLock::anUnusableRuntimeFolderIsReplaced()
     QCOMPARE(found->parent_path(), folder());
     QCOMPARE(std::filesystem::status(*found).permissions(), std::filesystem::perms::owner_all);
     QCOMPARE(runtimeFolder(), found); // which is there by now
+}
+
+void TestInstanceLock::aFolderOfAnotherUserIsReplaced()
+{
+    QByteArray others("/root"); // closed to everyone but its owner, as ours would be
+    if (geteuid() == 0) {
+        others = QFile::encodeName(m_folder->filePath(QStringLiteral("others")));
+        QCOMPARE(mkdir(others.constData(), S_IRWXU), 0);
+        QCOMPARE(chown(others.constData(), 1, 1), 0);
+    }
+    qputenv("XDG_RUNTIME_DIR", others);
+    qputenv("TMPDIR", QFile::encodeName(m_folder->path()));
+    const std::optional<std::filesystem::path> found = runtimeFolder();
+    QVERIFY(found);
+    QCOMPARE(found->parent_path(), folder());
 }
 
 void TestInstanceLock::aFolderOfOursThatOthersCanWriteToIsRefused()
