@@ -1,7 +1,9 @@
 # How every target of ours is compiled, said once; nothing is set for a whole folder.
+add_library(nelo_warnings INTERFACE)
+target_compile_features(nelo_warnings INTERFACE cxx_std_20)
+target_compile_options(nelo_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 add_library(nelo_compile_options INTERFACE)
-target_compile_features(nelo_compile_options INTERFACE cxx_std_20)
-target_compile_options(nelo_compile_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+target_link_libraries(nelo_compile_options INTERFACE nelo_warnings)
 target_compile_definitions(nelo_compile_options INTERFACE
     QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_FOREACH QT_NO_NARROWING_CONVERSIONS_IN_CONNECT)
 if(NELO_SANITIZERS)

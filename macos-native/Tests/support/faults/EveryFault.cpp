@@ -1,0 +1,48 @@
+#include "support/faults/EveryFault.h"
+
+#include "support/faults/FaultyCalls.h"
+
+#include <QTest>
+
+#include <cerrno>
+#include <utility>
+
+EveryFault::EveryFault(Fault fault) : m_fault(std::move(fault))
+{}
+
+EveryFault::~EveryFault()
+{
+    if (QTest::currentTestFailed())
+        qInfo("It was call %d of kind \"%s\".", m_number, m_fault.kind.constData());
+}
+
+bool EveryFault::next()
+{
+    if (!m_hasStruck || QTest::currentTestFailed())
+        return false;
+    ++m_number;
+    return true;
+}
+
+void EveryFault::during(const std::function<void()>& action)
+{
+    nelo_faults_arm(m_fault.kind.constData(), m_number, m_fault.outcome);
+    action();
+    m_hasStruck = nelo_faults_disarm() >= m_number;
+    m_strikes += m_hasStruck ? 1 : 0;
+}
+
+void addRowsOfFileFaults()
+{
+    QTest::addColumn<Fault>("fault");
+    QTest::newRow("a file cannot be opened") << Fault{"open", EMFILE};
+    QTest::newRow("the file system knows no files without a name") << Fault{"open", EOPNOTSUPP};
+    QTest::newRow("the disk is full") << Fault{"write", ENOSPC};
+    QTest::newRow("the disk is broken") << Fault{"write", EIO};
+    QTest::newRow("a signal interrupts a write") << Fault{"write", EINTR};
+    QTest::newRow("a write takes half") << Fault{"write", 0};
+    QTest::newRow("a write takes half, and then the disk is full") << Fault{"write", -ENOSPC};
+    QTest::newRow("what was written does not reach the disk") << Fault{"sync", EIO};
+    QTest::newRow("a file cannot be renamed") << Fault{"rename", EIO};
+    QTest::newRow("a file cannot be given a name") << Fault{"link", EIO};
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QByteArray>
+#include <QMetaType>
+
+#include <functional>
+
+/// A way in which calls of one kind fail; see FaultyCalls.h for the kinds and the outcomes.
+struct Fault
+{
+    QByteArray kind;
+    int outcome = 0;
+};
+Q_DECLARE_METATYPE(Fault)
+
+/// Has something done again and again: the first time its first call of a kind fails, then its second, and so on, and
+/// at last none, for it has no more of them.
+///
+///     EveryFault faults(fault);
+///     while (faults.next()) {
+///         const TestHome home;
+///         faults.during([] { saveSomething(); });
+///         QVERIFY(somethingIsOldOrNew());
+///     }
+class EveryFault final
+{
+public:
+    explicit EveryFault(Fault fault);
+    EveryFault(const EveryFault&) = delete;
+    EveryFault& operator=(const EveryFault&) = delete;
+    /// Says which call it was when the test has failed.
+    ~EveryFault();
+
+    /// Whether there is another time.
+    bool next();
+    /// Does it, with this time's call failing. Only calls of this process count.
+    void during(const std::function<void()>& action);
+
+    /// Whether the call came: if not, all went well this time.
+    bool hasStruck() const { return m_hasStruck; }
+    /// How many calls have failed so far, one each time.
+    int strikes() const { return m_strikes; }
+
+private:
+    Fault m_fault;
+    int m_number = 0;
+    int m_strikes = 0;
+    bool m_hasStruck = true;
+};
+
+/// Adds a row for each way in which writing a file fails, in the column "fault".
+void addRowsOfFileFaults();

@@ -1,0 +1,375 @@
+#include "support/faults/FaultyCalls.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <string_view>
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+namespace {
+
+enum Kind { Open, Write, Sync, Rename, Link, Connect, Pipe, Spawn, Thread, Map, KindCount };
+
+constexpr std::array<std::string_view, KindCount> kindNames{"open",    "write", "sync",  "rename", "link",
+                                                            "connect", "pipe",  "spawn", "thread", "map"};
+
+/// The fault that is armed. Every thread looks at it, and none may wait: a lock could be held by one that was forked.
+struct Plan
+{
+    std::atomic<int> kind{KindCount}; // none
+    std::atomic<int> number{0};
+    std::atomic<int> outcome{0};
+    std::atomic<int> count{0};
+    std::atomic<int> errorOfNextWrite{0};
+};
+constinit Plan plan;
+
+/// The function of this name that would be called if we were not here.
+template <typename Function> Function* next(const char* name)
+{
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+void tellThatItStruck()
+{
+    static const auto realOpen = next<int(const char*, int, ...)>("open");
+    if (const char* path = std::getenv("NELO_FAULT_STRUCK"))
+        close(realOpen(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+}
+
+/// Counts a call; what is to become of it if it is the one.
+std::optional<int> outcomeOf(Kind kind)
+{
+    if (plan.kind != kind)
+        return std::nullopt;
+    if (++plan.count != plan.number)
+        return std::nullopt;
+    tellThatItStruck();
+    return plan.outcome.load();
+}
+
+/// Counts a call; whether it is to fail, with errno set.
+bool fails(Kind kind)
+{
+    const std::optional<int> outcome = outcomeOf(kind);
+    if (outcome)
+        errno = *outcome;
+    return outcome.has_value();
+}
+
+/// Whether writing to the descriptor moves data. The other kind wakes a thread, and a lost wake-up is nobody's to mend.
+bool carriesData(int descriptor)
+{
+    struct stat status
+    {};
+    const int errorBefore = errno;
+    const bool isKnown = fstat(descriptor, &status) == 0;
+    errno = errorBefore;
+    return isKnown && (status.st_mode & S_IFMT) != 0;
+}
+
+/// Counts a write of `size` bytes: how many of them go out; none at all when it fails, with errno set.
+std::optional<std::size_t> portionOf(int descriptor, std::size_t size)
+{
+    if (plan.kind != Write || !carriesData(descriptor))
+        return size;
+    if (const int error = plan.errorOfNextWrite.exchange(0)) {
+        errno = error;
+        return std::nullopt;
+    }
+    const std::optional<int> outcome = outcomeOf(Write);
+    if (!outcome)
+        return size;
+    if (*outcome > 0 || size < 2) {
+        errno = *outcome > 0 ? *outcome : ENOSPC; // of one byte there is no half
+        return std::nullopt;
+    }
+    plan.errorOfNextWrite = -*outcome;
+    return size / 2;
+}
+
+/// The beginning of several buffers as one that is easy to shorten; only the first is taken when all are too many.
+struct iovec shortened(const struct iovec* parts, std::size_t portion)
+{
+    return {parts->iov_base, std::min(parts->iov_len, portion)};
+}
+
+std::size_t sizeOf(const struct iovec* parts, std::size_t count)
+{
+    std::size_t size = 0;
+    for (std::size_t part = 0; part < count; ++part)
+        size += parts[part].iov_len;
+    return size;
+}
+
+mode_t modeIn(va_list arguments, int flags)
+{
+    return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+}
+
+/// Arms what the environment says, if it means this program.
+__attribute__((constructor)) void armFromEnvironment()
+{
+    std::array<char, 64> program{};
+    std::array<char, 16> kind{};
+    int number = 0;
+    int outcome = 0;
+    const char* const text = std::getenv("NELO_FAULT");
+    if (text == nullptr
+        || std::sscanf(text, "%63[^:]:%15[^:]:%d:%d", program.data(), kind.data(), &number, &outcome) != 4)
+        return;
+    if (std::strcmp(program.data(), program_invocation_short_name) == 0)
+        nelo_faults_arm(kind.data(), number, outcome);
+}
+
+} // namespace
+
+#define REAL(name) static const auto real = next<decltype(name)>(#name)
+
+extern "C" {
+
+void nelo_faults_arm(const char* kind, int number, int outcome)
+{
+    const auto* const name = std::find(kindNames.begin(), kindNames.end(), kind);
+    if (name == kindNames.end())
+        std::abort();
+    plan.kind = KindCount; // while the rest changes
+    plan.number = number;
+    plan.outcome = outcome;
+    plan.count = 0;
+    plan.errorOfNextWrite = 0;
+    plan.kind = static_cast<int>(name - kindNames.begin());
+}
+
+int nelo_faults_disarm()
+{
+    plan.kind = KindCount;
+    return plan.count;
+}
+
+int open(const char* path, int flags, ...)
+{
+    REAL(open);
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = modeIn(arguments, flags);
+    va_end(arguments);
+    return fails(Open) ? -1 : real(path, flags, mode);
+}
+
+int open64(const char* path, int flags, ...)
+{
+    REAL(open64);
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = modeIn(arguments, flags);
+    va_end(arguments);
+    return fails(Open) ? -1 : real(path, flags, mode);
+}
+
+int openat(int folder, const char* path, int flags, ...)
+{
+    REAL(openat);
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = modeIn(arguments, flags);
+    va_end(arguments);
+    return fails(Open) ? -1 : real(folder, path, flags, mode);
+}
+
+int openat64(int folder, const char* path, int flags, ...)
+{
+    REAL(openat64);
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = modeIn(arguments, flags);
+    va_end(arguments);
+    return fails(Open) ? -1 : real(folder, path, flags, mode);
+}
+
+int creat(const char* path, mode_t mode)
+{
+    REAL(creat);
+    return fails(Open) ? -1 : real(path, mode);
+}
+
+int creat64(const char* path, mode_t mode)
+{
+    REAL(creat64);
+    return fails(Open) ? -1 : real(path, mode);
+}
+
+ssize_t write(int descriptor, const void* bytes, size_t size)
+{
+    REAL(write);
+    const std::optional<std::size_t> portion = portionOf(descriptor, size);
+    return portion ? real(descriptor, bytes, *portion) : -1;
+}
+
+ssize_t pwrite(int descriptor, const void* bytes, size_t size, off_t offset)
+{
+    REAL(pwrite);
+    const std::optional<std::size_t> portion = portionOf(descriptor, size);
+    return portion ? real(descriptor, bytes, *portion, offset) : -1;
+}
+
+ssize_t pwrite64(int descriptor, const void* bytes, size_t size, off64_t offset)
+{
+    REAL(pwrite64);
+    const std::optional<std::size_t> portion = portionOf(descriptor, size);
+    return portion ? real(descriptor, bytes, *portion, offset) : -1;
+}
+
+ssize_t writev(int descriptor, const struct iovec* parts, int count)
+{
+    REAL(writev);
+    const std::size_t size = sizeOf(parts, static_cast<std::size_t>(count));
+    const std::optional<std::size_t> portion = portionOf(descriptor, size);
+    if (!portion)
+        return -1;
+    const struct iovec beginning = shortened(parts, *portion);
+    return *portion == size ? real(descriptor, parts, count) : real(descriptor, &beginning, 1);
+}
+
+ssize_t send(int descriptor, const void* bytes, size_t size, int flags)
+{
+    REAL(send);
+    const std::optional<std::size_t> portion = portionOf(descriptor, size);
+    return portion ? real(descriptor, bytes, *portion, flags) : -1;
+}
+
+ssize_t sendto(int descriptor, const void* bytes, size_t size, int flags, const struct sockaddr* address,
+               socklen_t length)
+{
+    REAL(sendto);
+    const std::optional<std::size_t> portion = portionOf(descriptor, size);
+    return portion ? real(descriptor, bytes, *portion, flags, address, length) : -1;
+}
+
+ssize_t sendmsg(int descriptor, const struct msghdr* message, int flags)
+{
+    REAL(sendmsg);
+    const std::size_t size = sizeOf(message->msg_iov, message->msg_iovlen);
+    const std::optional<std::size_t> portion = portionOf(descriptor, size);
+    if (!portion)
+        return -1;
+    struct iovec beginning = shortened(message->msg_iov, *portion);
+    struct msghdr shorter = *message;
+    shorter.msg_iov = &beginning;
+    shorter.msg_iovlen = 1;
+    return real(descriptor, *portion == size ? message : &shorter, flags);
+}
+
+int fsync(int descriptor)
+{
+    REAL(fsync);
+    return fails(Sync) ? -1 : real(descriptor);
+}
+
+int fdatasync(int descriptor)
+{
+    REAL(fdatasync);
+    return fails(Sync) ? -1 : real(descriptor);
+}
+
+int rename(const char* from, const char* to) noexcept
+{
+    REAL(rename);
+    return fails(Rename) ? -1 : real(from, to);
+}
+
+int renameat(int fromFolder, const char* from, int toFolder, const char* to) noexcept
+{
+    REAL(renameat);
+    return fails(Rename) ? -1 : real(fromFolder, from, toFolder, to);
+}
+
+int renameat2(int fromFolder, const char* from, int toFolder, const char* to, unsigned int flags) noexcept
+{
+    REAL(renameat2);
+    return fails(Rename) ? -1 : real(fromFolder, from, toFolder, to, flags);
+}
+
+int link(const char* from, const char* to) noexcept
+{
+    REAL(link);
+    return fails(Link) ? -1 : real(from, to);
+}
+
+int linkat(int fromFolder, const char* from, int toFolder, const char* to, int flags) noexcept
+{
+    REAL(linkat);
+    return fails(Link) ? -1 : real(fromFolder, from, toFolder, to, flags);
+}
+
+int connect(int descriptor, const struct sockaddr* address, socklen_t length)
+{
+    REAL(connect);
+    return fails(Connect) ? -1 : real(descriptor, address, length);
+}
+
+int pipe(int* ends) noexcept
+{
+    REAL(pipe);
+    return fails(Pipe) ? -1 : real(ends);
+}
+
+int pipe2(int* ends, int flags) noexcept
+{
+    REAL(pipe2);
+    return fails(Pipe) ? -1 : real(ends, flags);
+}
+
+int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
+                const posix_spawnattr_t* attributes, char* const* arguments, char* const* environment)
+{
+    REAL(posix_spawn);
+    return fails(Spawn) ? errno : real(pid, path, actions, attributes, arguments, environment);
+}
+
+int posix_spawnp(pid_t* pid, const char* file, const posix_spawn_file_actions_t* actions,
+                 const posix_spawnattr_t* attributes, char* const* arguments, char* const* environment)
+{
+    REAL(posix_spawnp);
+    return fails(Spawn) ? errno : real(pid, file, actions, attributes, arguments, environment);
+}
+
+pid_t fork() noexcept
+{
+    REAL(fork);
+    return fails(Spawn) ? -1 : real();
+}
+
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*), void* argument) noexcept
+{
+    REAL(pthread_create);
+    return fails(Thread) ? errno : real(thread, attributes, run, argument);
+}
+
+void* mmap(void* address, size_t length, int protection, int flags, int descriptor, off_t offset) noexcept
+{
+    REAL(mmap);
+    return fails(Map) ? MAP_FAILED : real(address, length, protection, flags, descriptor, offset);
+}
+
+void* mmap64(void* address, size_t length, int protection, int flags, int descriptor, off64_t offset) noexcept
+{
+    REAL(mmap64);
+    return fails(Map) ? MAP_FAILED : real(address, length, protection, flags, descriptor, offset);
+}
+}
