@@ -122,6 +122,7 @@ void TestChatFileFaults::anEntryIsInTheLogOrIsNot_data()
     QTest::newRow("the disk is full") << Fault{"write", ENOSPC};
     QTest::newRow("a signal interrupts a write") << Fault{"write", EINTR};
     QTest::newRow("a write takes half") << Fault{"write", 0};
+    QTest::newRow("a write takes half, and then the disk is full") << Fault{"write", -ENOSPC};
 }
 
 void TestChatFileFaults::anEntryIsInTheLogOrIsNot()

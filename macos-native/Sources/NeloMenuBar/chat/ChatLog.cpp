@@ -23,6 +23,9 @@ void neloChatLog(const QString& message)
         return;
     }
     QFile log(path);
-    if (QFileInfo(path).isFile() && log.open(QFile::WriteOnly | QFile::Append | QFile::Unbuffered))
-        log.write(line);
+    if (!QFileInfo(path).isFile() || !log.open(QFile::WriteOnly | QFile::Append | QFile::Unbuffered))
+        return;
+    const qint64 sizeBefore = log.size();
+    if (log.write(line) != line.size())
+        log.resize(sizeBefore); // the next entry would go on in the line that has only begun
 }
