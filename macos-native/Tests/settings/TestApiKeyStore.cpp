@@ -6,9 +6,12 @@
 #include "support/Warnings.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QSettings>
 #include <QTest>
+
+#include <thread>
 
 #include <sys/stat.h>
 
@@ -35,6 +38,9 @@ private slots:
     void aFullDiskIsToldAndKeepsTheEarlierKey_data();
     void aFullDiskIsToldAndKeepsTheEarlierKey();
     void aFolderInPlaceOfTheFileIsTold();
+    void aKeyOfTheSameLengthInTheSameInstantIsSeen();
+    void keysThatAreStoredAtOnceAreAllKept();
+    void theLockOfAKilledProgramKeepsNobodyWaiting();
 
 private:
     void keepDefaultsIn(const QString& folder);
@@ -232,6 +238,43 @@ void TestApiKeyStore::aFolderInPlaceOfTheFileIsTold()
     QVERIFY(QDir().mkpath(file()));
     QVERIFY(!ApiKeyStore().setKey(openai, QStringLiteral("one")));
     QCOMPARE(ApiKeyStore().key(openai), QString());
+}
+
+void TestApiKeyStore::aKeyOfTheSameLengthInTheSameInstantIsSeen()
+{
+    const SmallDisk disk;
+    keepDefaultsIn(disk.path());
+    for (int round = 0; round < 50; ++round) {
+        const QString key = QString::number(1000 + round);
+        QVERIFY(ApiKeyStore().setKey(openai, key));
+        QCOMPARE(ApiKeyStore().key(openai), key);
+    }
+}
+
+void TestApiKeyStore::keysThatAreStoredAtOnceAreAllKept()
+{
+    constexpr int count = 20;
+    const auto storeAll = [](const QString& name) {
+        for (int number = 0; number < count; ++number)
+            QVERIFY(ApiKeyStore().setKey(name + QString::number(number), name));
+    };
+    std::thread other(storeAll, QStringLiteral("one"));
+    storeAll(QStringLiteral("two"));
+    other.join();
+    for (int number = 0; number < count; ++number) {
+        for (const QString& name : {QStringLiteral("one"), QStringLiteral("two")})
+            QCOMPARE(storedKey(file(), name + QString::number(number)), name);
+    }
+}
+
+void TestApiKeyStore::theLockOfAKilledProgramKeepsNobodyWaiting()
+{
+    QVERIFY(ApiKeyStore().setKey(openai, QStringLiteral("one")));
+    Files::create(file() + QStringLiteral(".lock"), ""); // begun by QSettings, and no process id in it yet
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(ApiKeyStore().setKey(openai, QStringLiteral("two")));
+    QVERIFY(timer.elapsed() < 10'000);
 }
 
 int main(int argc, char** argv)
