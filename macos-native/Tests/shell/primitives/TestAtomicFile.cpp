@@ -16,6 +16,7 @@
 #include <vector>
 
 #include <grp.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -56,6 +57,10 @@ private slots:
     void aDiskThatIsTooFullForANewFileGetsNone();
     void aFileSizeLimitLeavesTheEarlierFile();
     void aReadOnlyDiskLeavesTheEarlierFile();
+    void whatAKilledWriterLeftIsRemoved();
+    void whatALivingWriterWritesStays();
+    void whatIsNotOursStays_data();
+    void whatIsNotOursStays();
 
 private:
     QString path(const QString& relative = QStringLiteral("file")) const { return m_folder->filePath(relative); }
@@ -449,6 +454,51 @@ void TestAtomicFile::aReadOnlyDiskLeavesTheEarlierFile()
     QCOMPARE(writeFileAtomically(file, "new"), QStringLiteral("Read-only file system"));
     QCOMPARE(Files::contentOf(file), QByteArray("the earlier file"));
     QCOMPARE(Files::names(disk.path()), QStringList{QStringLiteral("file")});
+}
+
+void TestAtomicFile::whatAKilledWriterLeftIsRemoved()
+{
+    Files::create(path(QStringLiteral(".nelo-writing-AbcdefghijkZ")), "half a fi");
+    Files::create(path(QStringLiteral("elsewhere/.nelo-writing-AbcdefghijkZ")), "half a fi");
+    Files::create(path(QStringLiteral("elsewhere/target")), "old");
+    QVERIFY(QFile::link(QStringLiteral("elsewhere/target"), path()));
+    QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
+    QCOMPARE(Files::names(path(QStringLiteral("elsewhere"))), QStringList{QStringLiteral("target")});
+    QCOMPARE(writeFileAtomically(path(QStringLiteral("other")), "new"), std::nullopt);
+    QCOMPARE(Files::names(m_folder->path()),
+             (QStringList{QStringLiteral("elsewhere"), QStringLiteral("file"), QStringLiteral("other")}));
+}
+
+void TestAtomicFile::whatALivingWriterWritesStays()
+{
+    QFile living(path(QStringLiteral(".nelo-writing-AbcdefghijkZ")));
+    QVERIFY(living.open(QFile::WriteOnly));
+    QCOMPARE(flock(living.handle(), LOCK_EX), 0);
+    QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
+    QVERIFY(living.exists());
+    living.close();
+    QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
+    QVERIFY(!living.exists());
+}
+
+void TestAtomicFile::whatIsNotOursStays_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("a shorter name") << QStringLiteral(".nelo-writing-Abcdefghijk");
+    QTest::newRow("a longer name") << QStringLiteral(".nelo-writing-AbcdefghijkLm");
+    QTest::newRow("a name with a digit") << QStringLiteral(".nelo-writing-Abcdefghijk1");
+    QTest::newRow("a name that goes on before") << QStringLiteral("my.nelo-writing-AbcdefghijkL");
+    QTest::newRow("a folder") << QStringLiteral(".nelo-writing-AbcdefghijkL/file");
+}
+
+void TestAtomicFile::whatIsNotOursStays()
+{
+    QFETCH(QString, name);
+    Files::create(path(name), "mine");
+    QVERIFY(QFile::link(path(name), path(QStringLiteral(".nelo-writing-LinkLinkLink"))));
+    QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
+    QCOMPARE(Files::contentOf(path(name)), QByteArray("mine"));
+    QCOMPARE(Files::contentOf(path(QStringLiteral(".nelo-writing-LinkLinkLink"))), QByteArray("mine"));
 }
 
 int main(int argc, char** argv)

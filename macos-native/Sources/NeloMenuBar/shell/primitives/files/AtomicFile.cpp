@@ -1,6 +1,8 @@
 #include "shell/primitives/files/AtomicFile.h"
 
+#include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 #include <QTemporaryFile>
 
 #include <cerrno>
@@ -8,6 +10,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -64,6 +67,23 @@ bool writeAll(int descriptor, QByteArrayView bytes)
     return true;
 }
 
+const QString temporaryPrefix = QStringLiteral(".nelo-writing-");
+constexpr int temporaryLetters = 12;
+
+/// Removes the files of writers that were killed. Those of the living are locked.
+void removeLeftovers(const QDir& folder)
+{
+    const QStringList candidates =
+        folder.entryList({temporaryPrefix + u'*'}, QDir::Files | QDir::Hidden | QDir::NoSymLinks);
+    for (const QString& name : candidates) {
+        static const QRegularExpression form(QStringLiteral("^\\.nelo-writing-[A-Za-z]{%1}$").arg(temporaryLetters));
+        QFile leftover(folder.filePath(name));
+        if (form.match(name).hasMatch() && leftover.open(QFile::ReadOnly)
+            && flock(leftover.handle(), LOCK_SH | LOCK_NB) == 0)
+            leftover.remove();
+    }
+}
+
 } // namespace
 
 std::optional<QString> writeFileAtomically(const QString& path, const QByteArray& bytes, mode_t newFileMode)
@@ -83,10 +103,13 @@ std::optional<QString> writeFileAtomically(const QString& path, const QByteArray
     const std::filesystem::path folder = std::filesystem::canonical(target.parent_path(), failure);
     if (failure)
         return QString::fromStdString(failure.message());
-    QTemporaryFile file(QFile::decodeName((folder / ".nelo-XXXXXX").c_str()));
+    const QDir directory(QFile::decodeName(folder.c_str()));
+    removeLeftovers(directory);
+    QTemporaryFile file(directory.filePath(temporaryPrefix + QString(temporaryLetters, u'X')));
     if (!file.open())
         return file.errorString();
     const int descriptor = file.handle();
+    flock(descriptor, LOCK_EX); // the system lets go of it with the process
     const bool hasMode = exists ? takeOver(descriptor, existing) : fchmod(descriptor, newFileMode) == 0;
     if (!hasMode || !writeAll(descriptor, bytes) || fsync(descriptor) != 0)
         return systemText(errno);

@@ -17,6 +17,8 @@ constexpr mode_t ownerOnly = 0600;
 /// The file need not be writable: its folder must be. A file that does not exist gets the mode `newFileMode`, whatever
 /// the umask, before its first byte. Only regular files are replaced.
 ///
+/// What a writer that was killed left in the folder is removed before.
+///
 /// Blocks until the bytes are on the disk. Any thread may call.
 ///
 /// Returns nothing when all went well, otherwise the system's text.

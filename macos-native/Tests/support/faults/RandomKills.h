@@ -1,0 +1,23 @@
+#pragma once
+
+#include <functional>
+#include <random>
+
+/// Kills programs in the middle of what they do, at random moments. Prints the seed when the test has failed; the
+/// variable NELO_SEED sets it.
+class RandomKills final
+{
+public:
+    RandomKills();
+    RandomKills(const RandomKills&) = delete;
+    RandomKills& operator=(const RandomKills&) = delete;
+    ~RandomKills();
+
+    /// Has a copy of this process do `work` with 0, 1, 2 ... for as long as it lives, and kills it (SIGKILL) a moment,
+    /// at most a few milliseconds, after it has done so once. This process must have one thread.
+    void during(const std::function<void(int)>& work);
+
+private:
+    unsigned m_seed;
+    std::mt19937 m_random;
+};
