@@ -10,6 +10,8 @@
 #include <filesystem>
 #include <tuple>
 
+#include <sys/stat.h>
+
 namespace {
 
 constexpr QFile::Permissions ownersFile = QFile::ReadOwner | QFile::WriteOwner;
@@ -41,16 +43,11 @@ void unlinkFile(const QString& path, const QString& backup)
 
 void copyFile(QFile& file, const QString& path)
 {
-    QFile copy(path);
-    // Unbuffered: flushing a buffer was seen to succeed after a short write on a full disk.
-    if (!copy.open(QFile::WriteOnly | QFile::NewOnly | QFile::Unbuffered, ownersFile))
-        return;
     const QByteArray bytes = file.readAll();
-    const bool isWhole = file.error() == QFile::NoError && copy.write(bytes) == bytes.size();
-    if (isWhole)
-        copy.setPermissions(file.permissions() & ownersFile);
-    else
-        copy.remove(); // half a copy would pass for the file
+    if (file.error() != QFile::NoError)
+        return; // half a copy would pass for the file
+    const bool mayWrite = file.permissions().testFlag(QFile::WriteOwner);
+    std::ignore = writeNewFile(path, bytes, mayWrite ? S_IRUSR | S_IWUSR : S_IRUSR);
 }
 
 } // namespace

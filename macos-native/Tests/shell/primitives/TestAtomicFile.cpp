@@ -61,6 +61,8 @@ private slots:
     void whatALivingWriterWritesStays();
     void whatIsNotOursStays_data();
     void whatIsNotOursStays();
+    void aNewFileTakesNobodysPlace_data();
+    void aNewFileTakesNobodysPlace();
 
 private:
     QString path(const QString& relative = QStringLiteral("file")) const { return m_folder->filePath(relative); }
@@ -499,6 +501,34 @@ void TestAtomicFile::whatIsNotOursStays()
     QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
     QCOMPARE(Files::contentOf(path(name)), QByteArray("mine"));
     QCOMPARE(Files::contentOf(path(QStringLiteral(".nelo-writing-LinkLinkLink"))), QByteArray("mine"));
+}
+
+void TestAtomicFile::aNewFileTakesNobodysPlace_data()
+{
+    QTest::addColumn<QString>("inPlace");
+    for (const char* what : {"a file", "a dangling link", "a folder"})
+        QTest::newRow(what) << QString::fromLatin1(what);
+}
+
+void TestAtomicFile::aNewFileTakesNobodysPlace()
+{
+    QFETCH(QString, inPlace);
+    if (inPlace == QStringLiteral("a file"))
+        Files::create(path(), "old");
+    else if (inPlace == QStringLiteral("a folder"))
+        QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("file")));
+    else
+        QVERIFY(QFile::link(QStringLiteral("nowhere"), path()));
+    QCOMPARE(writeNewFile(path(), "new", 0600), QStringLiteral("File exists"));
+    QVERIFY(Files::contentOf(path()) != QByteArray("new"));
+    QCOMPARE(Files::names(m_folder->path()), QStringList{QStringLiteral("file")});
+
+    const mode_t before = umask(077);
+    const auto failure = writeNewFile(path(QStringLiteral("free")), "new", 0640);
+    umask(before);
+    QCOMPARE(failure, std::nullopt);
+    QCOMPARE(Files::contentOf(path(QStringLiteral("free"))), QByteArray("new"));
+    QCOMPARE(Files::mode(path(QStringLiteral("free"))), 0640);
 }
 
 int main(int argc, char** argv)

@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QTemporaryFile>
 
@@ -84,6 +85,27 @@ void removeLeftovers(const QDir& folder)
     }
 }
 
+/// What a temporary file in `folder` is to be called; others that nobody writes any more are gone then.
+QString temporaryIn(const QDir& folder)
+{
+    removeLeftovers(folder);
+    return folder.filePath(temporaryPrefix + QString(temporaryLetters, u'X'));
+}
+
+/// Opens a temporary file, has `setMode` make its descriptor what the file is to be, and writes all of `bytes` to the
+/// disk. Returns the system's text when it cannot.
+template <typename SetMode>
+std::optional<QString> fill(QTemporaryFile& file, const QByteArray& bytes, const SetMode& setMode)
+{
+    if (!file.open())
+        return file.errorString();
+    const int descriptor = file.handle();
+    flock(descriptor, LOCK_EX); // the system lets go of it with the process
+    if (!setMode(descriptor) || !writeAll(descriptor, bytes) || fsync(descriptor) != 0)
+        return systemText(errno);
+    return std::nullopt;
+}
+
 } // namespace
 
 std::optional<QString> writeFileAtomically(const QString& path, const QByteArray& bytes, mode_t newFileMode)
@@ -103,19 +125,27 @@ std::optional<QString> writeFileAtomically(const QString& path, const QByteArray
     const std::filesystem::path folder = std::filesystem::canonical(target.parent_path(), failure);
     if (failure)
         return QString::fromStdString(failure.message());
-    const QDir directory(QFile::decodeName(folder.c_str()));
-    removeLeftovers(directory);
-    QTemporaryFile file(directory.filePath(temporaryPrefix + QString(temporaryLetters, u'X')));
-    if (!file.open())
-        return file.errorString();
-    const int descriptor = file.handle();
-    flock(descriptor, LOCK_EX); // the system lets go of it with the process
-    const bool hasMode = exists ? takeOver(descriptor, existing) : fchmod(descriptor, newFileMode) == 0;
-    if (!hasMode || !writeAll(descriptor, bytes) || fsync(descriptor) != 0)
-        return systemText(errno);
+    QTemporaryFile file(temporaryIn(QDir(QFile::decodeName(folder.c_str()))));
+    const auto setMode = [&](int descriptor) {
+        return exists ? takeOver(descriptor, existing) : fchmod(descriptor, newFileMode) == 0;
+    };
+    if (const std::optional<QString> text = fill(file, bytes, setMode))
+        return text;
     const QString temporary = file.fileName(); // until here the file may have had no name at all
     if (temporary.isEmpty() || std::rename(QFile::encodeName(temporary).constData(), target.c_str()) != 0)
         return systemText(errno);
+    file.setAutoRemove(false);
+    return std::nullopt;
+}
+
+std::optional<QString> writeNewFile(const QString& path, const QByteArray& bytes, mode_t mode)
+{
+    QTemporaryFile file(temporaryIn(QFileInfo(path).dir()));
+    const auto setMode = [mode](int descriptor) { return fchmod(descriptor, mode) == 0; };
+    if (const std::optional<QString> text = fill(file, bytes, setMode))
+        return text;
+    if (!file.rename(path))
+        return file.errorString();
     file.setAutoRemove(false);
     return std::nullopt;
 }

@@ -24,3 +24,7 @@ constexpr mode_t ownerOnly = 0600;
 /// Returns nothing when all went well, otherwise the system's text.
 [[nodiscard]] std::optional<QString> writeFileAtomically(const QString& path, const QByteArray& bytes,
                                                          mode_t newFileMode = ownerOnly);
+
+/// Makes a file at `path` of `bytes`, whole or not at all, with the mode `mode` whatever the umask. A file or link that
+/// is there stays. Otherwise as above.
+[[nodiscard]] std::optional<QString> writeNewFile(const QString& path, const QByteArray& bytes, mode_t mode);
