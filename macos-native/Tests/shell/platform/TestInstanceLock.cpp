@@ -3,6 +3,7 @@
 #include "shell/platform/InstanceDoor.h"
 #include "shell/platform/RuntimeFolder.h"
 #include "support/Warnings.h"
+#include "support/faults/RandomKills.h"
 
 #include <QDir>
 #include <QFile>
@@ -32,6 +33,7 @@ private slots:
     void manyKnocksAtOnceAreOne();
     void theNextOneIsFirstOnceTheFirstHasGone();
     void aDoorThatAKilledProgramLeftIsReplaced();
+    void afterEveryKillTheNextOneIsFirstAndHearsKnocks();
     void aLaterOneWaitsForADoorThatOpensLate();
     void aLaterOneBecomesFirstWhenTheFirstEndsMeanwhile();
     void aFirstOneWithoutADoorIsLeftAlone();
@@ -101,6 +103,25 @@ void TestInstanceLock::aDoorThatAKilledProgramLeftIsReplaced()
     QVERIFY(!InstanceDoor::knock(folder()));
     const InstanceDoor door(folder());
     QVERIFY(InstanceDoor::knock(folder()));
+}
+
+void TestInstanceLock::afterEveryKillTheNextOneIsFirstAndHearsKnocks()
+{
+    RandomKills random;
+    for (int kill = 0; kill < 200; ++kill) {
+        random.during([this](int) {
+            const InstanceLock lock(folder());
+            const InstanceDoor door(folder());
+        });
+        const InstanceLock next(folder());
+        QCOMPARE(next.role(), Role::First);
+        {
+            const InstanceDoor door(folder());
+            QVERIFY(InstanceDoor::knock(folder()));
+        }
+        QCOMPARE(QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot),
+                 QStringList{QStringLiteral("nelo.lock")});
+    }
 }
 
 void TestInstanceLock::aLaterOneWaitsForADoorThatOpensLate()
