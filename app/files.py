@@ -6,6 +6,7 @@ import contextlib
 import errno
 import fcntl
 import os
+import re
 import stat
 import time
 from collections.abc import Iterator
@@ -18,6 +19,10 @@ OTHERS = 0o007
 
 GROUP_AND_OTHERS = 0o077
 """The permission bits of everybody but the owner."""
+
+_WRITING = ".writing"
+_LEFT_BEHIND = re.compile(rf"{re.escape(_WRITING)}-[0-9a-f]{{16}}")
+"""What we call the files that we have not given their names yet."""
 
 
 def read_file(path: str, limit: int = -1) -> bytes | None:
@@ -38,38 +43,35 @@ def read_file(path: str, limit: int = -1) -> bytes | None:
 def replace_file(path: str, content: bytes, forbidden: int = 0) -> None:
     """Give a file new content: a reader sees the old or the new, and a failure leaves the old.
 
-    The file keeps its mode, without the bits of `forbidden`, and its owner and its group where the system allows it; in
-    another group it keeps no right that somebody would gain by that. A symbolic link stays a link. A file that did not exist is readable by its owner only, and so are the folders made for it. Raises
+    To be called under the lock. The file keeps its mode, without the bits of `forbidden`, and its owner and its group
+    where the system allows it; in another group it keeps no right that somebody would gain by that. A symbolic link
+    stays a link. A file that did not exist is readable by its owner only, and so are the folders made for it. Raises
     `OSError`.
     """
     target = os.path.realpath(path)
     folder = os.path.dirname(target)
     make_private_folder(folder)
-    temporary = unused_name(folder, ".writing")
-    _write_new(temporary, content, _status(target), forbidden)
-    try:
+    with _written(folder, content, _status(target), forbidden) as temporary:
         os.replace(temporary, target)
-    except OSError:
-        os.unlink(temporary)
-        raise
 
 
 def keep_copy(path: str, content: bytes, label: str, forbidden: int = 0) -> str:
     """Keep `content`, which was read from `path`, beside it under a stamped name; answer the copy's path.
 
     The name is the path, the label and the local time, for example "config.json.bak.20250101-093000". The copy is no
-    more readable than the file. Raises `OSError`.
+    more readable than the file. To be called under the lock. Raises `OSError`.
     """
     name = f"{path}.{label}.{time.strftime('%Y%m%d-%H%M%S')}"
     copy = name
     number = 1
-    while True:
-        try:
-            _write_new(copy, content, _status(path), forbidden)
-            return copy
-        except FileExistsError:
-            number += 1
-            copy = f"{name}-{number}"
+    with _written(os.path.dirname(path), content, _status(path), forbidden) as temporary:
+        while True:
+            try:
+                _give_name(temporary, copy)
+                return copy
+            except FileExistsError:
+                number += 1
+                copy = f"{name}-{number}"
 
 
 def make_private_folder(path: str) -> bool:
@@ -132,19 +134,45 @@ def _status(path: str) -> os.stat_result | None:
         return None
 
 
-def _write_new(path: str, content: bytes, model: os.stat_result | None, forbidden: int) -> None:
-    """Write a file that does not exist yet, with the mode and owner of `model`; a failure leaves no file."""
-    descriptor = os.open(path, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o600)
+@contextlib.contextmanager
+def _written(folder: str, content: bytes, model: os.stat_result | None, forbidden: int) -> Iterator[str]:
+    """Write a hidden file with the mode and the owner of `model`, for the block to give it its name; then it is gone.
+
+    What is hidden in the folder when it begins was left by the dead, for the living hold the lock.
+    """
+    with contextlib.suppress(OSError):
+        for name in filter(_LEFT_BEHIND.fullmatch, os.listdir(folder)):
+            os.unlink(os.path.join(folder, name))
+    path = unused_name(folder, _WRITING)
     try:
-        with open(descriptor, "wb") as file:
-            file.write(content)
-            file.flush()
-            if model is not None:
-                _take_over(descriptor, model, forbidden)
-            os.fsync(descriptor)
-    except BaseException:
-        os.unlink(path)
+        _write_new(path, content, model, forbidden)
+        yield path
+    finally:
+        with contextlib.suppress(OSError):
+            os.unlink(path)
+
+
+def _give_name(written: str, path: str) -> None:
+    """Give a file its name, another one beside the hidden one. Raises `FileExistsError` when something else has it."""
+    try:
+        os.link(written, path)  # where renaming would replace what has the name
+    except FileExistsError:
         raise
+    except OSError:  # some file systems know no second names
+        if os.path.lexists(path):
+            raise FileExistsError(path) from None
+        os.rename(written, path)
+
+
+def _write_new(path: str, content: bytes, model: os.stat_result | None, forbidden: int) -> None:
+    """Write a file that does not exist yet, with the mode and owner of `model`."""
+    descriptor = os.open(path, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o600)
+    with open(descriptor, "wb") as file:
+        file.write(content)
+        file.flush()
+        if model is not None:
+            _take_over(descriptor, model, forbidden)
+        os.fsync(descriptor)
 
 
 def _take_over(descriptor: int, model: os.stat_result, forbidden: int) -> None:

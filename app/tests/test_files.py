@@ -102,6 +102,22 @@ class ReplaceFileTest(HomeTestCase):
                 self.assertRaises(OSError, files.replace_file, path, b"new")
             self.assertEqual((self.read("file"), self.files_below()), ("old", ["file"]))
 
+    def test_what_a_killed_writer_left_is_removed_and_what_is_not_ours_stays(self) -> None:
+        others = [".writing-0123456789abcde", ".writing-0123456789abcdef0", ".writing-0123456789abcdeg", "writing"]
+        for name in [*others, ".writing-0123456789abcdef"]:
+            self.make_file(f"folder/{name}")
+        files.replace_file(self.path("folder/file"), b"new")
+        self.assertEqual(self.files_below("folder"), sorted(["file", *others]))
+        self.make_file("folder/.writing-0123456789abcdef")
+        copy = files.keep_copy(self.path("folder/file"), b"new", "bak")
+        self.assertEqual(self.files_below("folder"), sorted(["file", os.path.basename(copy), *others]))
+
+    def test_a_folder_that_cannot_be_listed_is_written_in(self) -> None:
+        path = self.make_file("file", "old")
+        with mock.patch.object(os, "listdir", side_effect=PermissionError()):
+            files.replace_file(path, b"new")
+        self.assertEqual(self.read("file"), "new")
+
     def test_a_folder_in_the_place_of_the_file_is_left_alone(self) -> None:
         os.makedirs(self.path("folder"))
         self.assertRaises(OSError, files.replace_file, self.path("folder"), b"new")
@@ -133,6 +149,15 @@ class KeepCopyTest(HomeTestCase):
             [os.path.basename(copy)[len("file.bak.20250101-093000") :] for copy in copies], ["", "-2", "-3"]
         )
         self.assertEqual([self.read(os.path.basename(copy)) for copy in copies], ["one", "two", "three"])
+
+    def test_a_copy_is_kept_where_a_file_can_have_one_name_only(self) -> None:
+        path = self.make_file("file", "old")
+        one_name_only = mock.patch.object(os, "link", side_effect=PermissionError())
+        with one_name_only, mock.patch("time.strftime", return_value="20250101-093000"):
+            copies = [files.keep_copy(path, content, "bak") for content in (b"one", b"two")]
+        self.assertEqual(copies, [f"{path}.bak.20250101-093000{number}" for number in ("", "-2")])
+        self.assertEqual([self.read(os.path.basename(copy)) for copy in copies], ["one", "two"])
+        self.assertEqual(len(self.files_below()), 3)
 
     def test_a_full_disk_leaves_no_half_copy(self) -> None:
         path = self.make_file("file", "old content")
