@@ -13,8 +13,9 @@ import app as nelo_app
 
 
 def reply(payload):
-    sys.stdout.write(json.dumps(payload, ensure_ascii=False) + "\n")
-    sys.stdout.flush()
+    line = memoryview((json.dumps(payload, ensure_ascii=False) + "\n").encode())
+    while line:  # an unbuffered stream forgets what a write did not take
+        line = line[os.write(1, line):]
 
 
 for line in sys.stdin:
