@@ -110,6 +110,8 @@ def _entry_name(entry: ZipInfo) -> str:
 
 
 def _path_parts(name: str) -> tuple[str, ...]:
+    if not name:
+        raise PackageRefused("a name in it is empty")
     if "\\" in name or any(ord(character) < 32 or ord(character) == 127 for character in name):
         raise PackageRefused(f"the name {quoted(name)} holds a backslash or a control character")
     if name.startswith("/") or _DRIVE.match(name):

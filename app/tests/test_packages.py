@@ -205,6 +205,11 @@ class UnpackTest(HomeTestCase):
         for package in (unmarked, marked):
             self.assertEqual(self.refused(package), "a name in it is not UTF-8")
 
+    def test_a_name_that_is_empty_is_refused(self) -> None:
+        for mode in (0, stat.S_IFREG | 0o644, stat.S_IFDIR | 0o755):
+            package = make_package_of((info("SKILL.md"), MANUAL), (info("", mode), b""))
+            self.assertEqual(self.refused(package), "a name in it is empty")
+
     def test_an_encrypted_package_is_refused(self) -> None:
         package = bytearray(make_package({"SKILL.md": MANUAL}))
         central = package.index(packages._CENTRAL_HEADER)
