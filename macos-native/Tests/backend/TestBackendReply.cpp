@@ -94,6 +94,8 @@ void TestBackendReply::describesValuesAsText_data()
     QTest::addColumn<QByteArray>("json");
     QTest::addColumn<QString>("text");
     QTest::newRow("a string as is") << QByteArray(R"("你 <b>")") << QStringLiteral("你 <b>");
+    QTest::newRow("a byte-order mark at the beginning stays")
+        << QByteArray("\"\ufeff\ufeffA\"") << QStringLiteral("\ufeff\ufeffA");
     QTest::newRow("true is 1") << QByteArray("true") << QStringLiteral("1");
     QTest::newRow("false is 0") << QByteArray("false") << QStringLiteral("0");
     QTest::newRow("an integer in decimal") << QByteArray("-42") << QStringLiteral("-42");

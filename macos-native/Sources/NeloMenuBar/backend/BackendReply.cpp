@@ -27,13 +27,21 @@ int nestingDepth(std::string_view json)
     return deepest;
 }
 
+/// The characters of `string`. Qt's reader alone would take the first for a byte-order mark, and away, if it is one.
+QString charactersOf(const std::string& string)
+{
+    constexpr char16_t byteOrderMark = u'\ufeff';
+    const QString text = QString::fromStdString(string);
+    return string.starts_with("\ufeff") ? byteOrderMark + text : text;
+}
+
 } // namespace
 
 QString textOf(const Json& value)
 {
     switch (value.type()) {
     case Json::value_t::string:
-        return QString::fromStdString(value.get_ref<const std::string&>());
+        return charactersOf(value.get_ref<const std::string&>());
     case Json::value_t::boolean:
         return value.get<bool>() ? QStringLiteral("1") : QStringLiteral("0");
     case Json::value_t::number_integer:
