@@ -29,6 +29,14 @@ need_for_building() {
         libsimdjson-dev libx11-dev zlib1g-dev python3-minimal python3
 }
 
+need_for_testing() {
+    need_for_virtual_desktop
+    need_for_driving
+    need "what shows which files the idle program asks for" strace
+    need "what results are compared with, and what makes certificates" unicode-data openssl
+    need "what looks at the files that are installed" desktop-file-utils appstream man-db
+}
+
 need_for_virtual_desktop() {
     need "a virtual desktop, for there is no display" xvfb openbox trayer dbus-daemon fonts-dejavu-core fonts-noto-cjk
 }
@@ -38,14 +46,20 @@ need_for_driving() {
         imagemagick
 }
 
-# build TARGET...: builds the release preset; without a target, everything.
-build() {
-    local targets=()
+# build_preset PRESET TARGET...: builds a preset; without a target, everything.
+build_preset() {
+    local preset=$1 targets=()
+    shift
     [ $# -eq 0 ] || targets=(--target "$@")
     (
         cd "$root/macos-native"
-        cmake --preset release >"$root/build/configure.log" || { cat "$root/build/configure.log"; exit 1; }
-        cmake --build --preset release "${targets[@]}"
+        cmake --preset "$preset" >"$root/build/configure.log" || { cat "$root/build/configure.log"; exit 1; }
+        cmake --build --preset "$preset" "${targets[@]}"
     )
+}
+
+# build TARGET...: the same for the release preset.
+build() {
+    build_preset release "$@"
 }
 mkdir -p "$root/build"
