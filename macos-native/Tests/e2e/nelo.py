@@ -331,9 +331,19 @@ class Nelo:
 
     def open_menu(self) -> None:
         """Clicks the status item. The menu itself is in no accessible tree: Qt leaves pop-ups out of it."""
-        item = until(self._status_item, "the status item in the tray")
+        item = self._settled_status_item()
         click(item.x + item.width / 2, item.y + item.height / 2)
         until(self._menu_is_open, "the status menu")
+
+    def _settled_status_item(self) -> Area:
+        """The status item where a tray that has just come, and grows around it, has put it for good."""
+        places: list[Area | None] = []
+
+        def stays() -> Area | None:
+            places.append(self._status_item())
+            return places[-1] if len(places) > 2 and places[-1] == places[-2] == places[-3] else None
+
+        return until(stays, "the status item in its place in the tray")
 
     def _menu_is_open(self) -> bool:
         return any(TRAY_HEIGHT < area.width / self._scale < 600 for area in self._visible_windows())  # no window is as narrow
