@@ -8,6 +8,7 @@ import random
 import stat
 import sys
 import time
+import unicodedata
 import unittest
 from typing import Any
 
@@ -19,6 +20,7 @@ from app.tests.test_packages import make_package
 
 WORKSPACE = ".openclaw/agents/main"
 ORDINARY_COUNT = 800
+LARGEST_RATIO = 100
 LONGEST_MESSAGE = 1000
 _WRITING = os.O_WRONLY | os.O_RDWR | os.O_CREAT
 MANUAL = b"---\nname: %b\n---\none\n"
@@ -88,7 +90,9 @@ class HostilePackagesTest(HomeTestCase):
             return False
         finally:
             self.assertEqual([path for path in WATCH.paths if not self.may_appear(path)], [])
+        self.assertTrue(WATCH.paths, "nobody watches")
         self.check_installed(str(result["name"]), str(result["targetDir"]))
+        self.check_size(str(result["targetDir"]), len(package))
         return True
 
     def may_appear(self, path: str) -> bool:
@@ -106,10 +110,15 @@ class HostilePackagesTest(HomeTestCase):
         kept = {path: what for path, what in self.before.items() if path != top and not path.startswith(f"{top}/")}
         self.assertEqual(outside, kept)
         self.assertIn(f"{top}/SKILL.md", inside)
+        self.assertEqual(len({unicodedata.normalize("NFD", path).casefold() for path in inside}), len(inside), inside)
         for path, (mode, _) in inside.items():
             self.assertTrue(stat.S_ISREG(mode) or stat.S_ISDIR(mode), path)
             self.assertEqual(mode & 0o7077, 0, path)
         self.before = after
+
+    def check_size(self, target: str, packed_size: int) -> None:
+        sizes = [os.path.getsize(os.path.join(folder, name)) for folder, _, names in os.walk(target) for name in names]
+        self.assertLessEqual(sum(sizes), packed_size * LARGEST_RATIO)
 
     def test_no_package_does_harm(self) -> None:
         """With NELO_FUZZ_SECONDS in the environment as many as that takes, others each time."""
