@@ -34,6 +34,7 @@ private slots:
     void aFormFollowsTheKeyboard();
     void aFormStaysUnderAClick();
     void focusElsewhereScrollsNothing();
+    void aFormMayGoWhileOneOfItsFieldsHasTheKeyboard();
     void theScrollingViewItselfIsNoStopOfTheKeyboard();
     void theBackgroundShowsThrough();
 };
@@ -292,6 +293,19 @@ void TestForms::focusElsewhereScrollsNothing()
     QCOMPARE(tall.position(), 200);
     tall.above->clearFocus();
     QCOMPARE(tall.position(), 200);
+}
+
+void TestForms::aFormMayGoWhileOneOfItsFieldsHasTheKeyboard()
+{
+    QWidget window;
+    auto* form = new ScrollingForm(&window);
+    auto* field = new QLineEdit(form->documentView());
+    window.show();
+    window.activateWindow();
+    field->setFocus();
+    QTRY_COMPARE(QApplication::focusWidget(), field);
+    delete form; // a sanitizer sees what is still called of it
+    QCOMPARE(QApplication::focusWidget(), nullptr);
 }
 
 void TestForms::theScrollingViewItselfIsNoStopOfTheKeyboard()

@@ -67,6 +67,12 @@ ScrollingForm::ScrollingForm(QWidget* parent) : QScrollArea(parent), m_documentV
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* focused) { followFocus(focused); });
 }
 
+ScrollingForm::~ScrollingForm()
+{
+    // The fields go with the base class, and one that has the keyboard gives it up then: too late for us to hear of it.
+    disconnect(qApp, nullptr, this, nullptr);
+}
+
 void ScrollingForm::followFocus(QWidget* focused)
 {
     if (QApplication::mouseButtons() != Qt::NoButton)

@@ -39,6 +39,9 @@ class ScrollingForm final : public QScrollArea
 
 public:
     explicit ScrollingForm(QWidget* parent = nullptr);
+    ScrollingForm(const ScrollingForm&) = delete;
+    ScrollingForm& operator=(const ScrollingForm&) = delete;
+    ~ScrollingForm() override;
 
     /// What scrolls: the parent for the form's controls and layout.
     NeloFlippedView* documentView() const { return m_documentView; }
