@@ -1,0 +1,137 @@
+"""What scripts/mutate changes in a source, and what it chooses."""
+from __future__ import annotations
+
+import ast
+import tempfile
+import unittest
+from pathlib import Path
+
+from choice import choose
+from mutations import cpp_mutations, python_mutations
+from survivors import Survivor, read_survivors
+
+
+def cpp(text: str) -> list[str]:
+    return [mutation.applied_to(text) for mutation in cpp_mutations(text)]
+
+
+def python(text: str) -> list[str]:
+    return [mutation.applied_to(text) for mutation in python_mutations(text)]
+
+
+class CppMutationsTest(unittest.TestCase):
+    def test_a_comparison_is_turned_and_moved_by_one(self) -> None:
+        self.assertEqual(cpp("x = a < b;"), ["x = a <= b;", "x = a >= b;"])
+        self.assertEqual(cpp("x = a == b;"), ["x = a != b;"])
+
+    def test_logic_and_arithmetic_take_their_opposite(self) -> None:
+        self.assertEqual(cpp("x = a && b + c;"), ["x = a || b + c;", "x = a && b - c;"])
+
+    def test_a_constant_is_off_by_one(self) -> None:
+        self.assertEqual(cpp("x = f(12, 0.5, true);"), ["x = f(13, 0.5, true);", "x = f(12, 1.5, true);", "x = f(12, 0.5, false);"])
+
+    def test_a_number_in_a_name_is_no_constant(self) -> None:
+        self.assertEqual(cpp("x = utf8(v2.y1);"), [])
+
+    def test_a_condition_is_negated(self) -> None:
+        self.assertEqual(cpp("if (f(a))\n"), ["if (!(f(a)))\n"])
+        self.assertEqual(cpp("x = f(a, b(c) ? d : e);"), ["x = f(a, !(b(c)) ? d : e);"])
+        self.assertEqual(cpp("y = !x;"), ["y = x;"])
+
+    def test_a_condition_that_names_a_value_stays(self) -> None:
+        self.assertEqual(cpp("if (const auto found = f())\n"), [])
+
+    def test_a_call_goes_with_all_its_lines(self) -> None:
+        self.assertEqual(cpp("{\n    f(a,\n      [] { g(); });\n}"), ["{\n    ;\n}"])
+
+    def test_an_assignment_goes(self) -> None:
+        self.assertEqual(cpp("{\n    m_x->y = z;\n}"), ["{\n    ;\n}"])
+
+    def test_a_declaration_stays(self) -> None:
+        self.assertEqual(cpp("{\n    const Thing x = y;\n    Thing z(x);\n}"), [])
+
+    def test_what_is_returned_becomes_nothing(self) -> None:
+        self.assertEqual(cpp("{\n    return value(x);\n}"), ["{\n    return {};\n}"])
+        self.assertEqual(cpp("{\n    return {};\n}"), [])
+
+    def test_a_guard_lets_everything_through(self) -> None:
+        self.assertEqual(cpp("if (const auto x = f())\n    return;\n"), ["if (const auto x = f())\n    ;\n"])
+
+    def test_comments_texts_and_the_preprocessors_lines_stay(self) -> None:
+        self.assertEqual(cpp('#if X == 1\n// a < 1\n/* a\n < 1 */ x = "a < 1 \\" && b";'), [])
+
+    def test_an_apostrophe_between_digits_opens_no_character(self) -> None:
+        self.assertEqual(cpp("x = 1'000 + a < 'b';"), ["x = 1'000 - a < 'b';", "x = 1'000 + a <= 'b';", "x = 1'000 + a >= 'b';"])
+
+
+class PythonMutationsTest(unittest.TestCase):
+    def test_operators_constants_and_conditions_change(self) -> None:
+        self.assertEqual(python("if a < 1 or not b:\n    x = 1 + c\n"), [
+            "if not (a < 1 or not b):\n    x = 1 + c\n",
+            "if a <= 1 or not b:\n    x = 1 + c\n",
+            "if a < 2 or not b:\n    x = 1 + c\n",
+            "if a < 1 and not b:\n    x = 1 + c\n",
+            "if a < 1 or b:\n    x = 1 + c\n",
+            "if a < 1 or not b:\n    x = 2 + c\n",
+            "if a < 1 or not b:\n    x = 1 - c\n"])
+
+    def test_calls_and_errors_go_and_results_become_nothing(self) -> None:
+        self.assertEqual(python("def f():\n    g()\n    raise E\n    return h\n"), [
+            "def f():\n    pass\n    raise E\n    return h\n",
+            "def f():\n    g()\n    pass\n    return h\n",
+            "def f():\n    g()\n    raise E\n    return None\n"])
+
+    def test_annotations_and_texts_stay(self) -> None:
+        self.assertEqual(python('"""1 < 2"""\ndef f(x: A | B) -> C[1]:\n    y: D[2]\n'), [])
+
+    def test_a_line_with_letters_of_several_bytes_is_cut_where_its_characters_are(self) -> None:
+        self.assertEqual(python('x = "你好" + y\n'), ['x = "你好" - y\n'])
+
+    def test_what_comes_out_is_python(self) -> None:
+        for text in python((Path(__file__).resolve().parents[3] / "app" / "json_edit.py").read_text()):
+            ast.parse(text)
+
+
+class ChoiceTest(unittest.TestCase):
+    texts = {"a.cpp": "x = a < b;\n" * 6, "b.cpp": "x = a == b;\n" * 2}
+    mutations = {name: cpp_mutations(text) for name, text in texts.items()}
+
+    def test_each_stretch_has_as_many_lines(self) -> None:
+        chosen = choose(self.mutations, self.texts, 4, "seed")
+        lines = [{(place.source, place.mutation.line(self.texts[place.source])) for place in stretch} for stretch in chosen]
+        self.assertEqual(lines, [{("a.cpp", 1), ("a.cpp", 2)}, {("a.cpp", 3), ("a.cpp", 4)}, {("a.cpp", 5), ("a.cpp", 6)},
+                                 {("b.cpp", 1), ("b.cpp", 2)}])
+
+    def test_the_same_seed_chooses_the_same(self) -> None:
+        self.assertEqual(choose(self.mutations, self.texts, 2, "seed"), choose(self.mutations, self.texts, 2, "seed"))
+        self.assertNotEqual(choose(self.mutations, self.texts, 2, "seed"), choose(self.mutations, self.texts, 2, "other"))
+
+    def test_no_kind_waits_for_all_of_another(self) -> None:
+        texts = {"a.cpp": "x = a < b;\n" * 9 + "x = a && b;\n"}
+        stretch, = choose({"a.cpp": cpp_mutations(texts["a.cpp"])}, texts, 1, "seed")
+        self.assertEqual({place.mutation.kind for place in stretch[:2]}, {"comparison", "logic"})
+
+
+class SurvivorsTest(unittest.TestCase):
+    def read(self, text: str) -> dict[Survivor, str]:
+        with tempfile.NamedTemporaryFile("w") as file:
+            file.write(text)
+            file.flush()
+            return read_survivors(Path(file.name))
+
+    def test_a_paragraph_is_a_survivor_with_its_reason(self) -> None:
+        self.assertEqual(self.read("For readers.\n\na.cpp\n- f(1,\n-   2);\n+ ;\nBecause\nof that.\n"),
+                         {Survivor("a.cpp", ("f(1,", "2);"), (";",)): "Because of that."})
+
+    def test_a_survivor_without_a_reason_is_refused(self) -> None:
+        with self.assertRaises(ValueError):
+            self.read("a.cpp\n- x\n+ y\n")
+
+    def test_it_matches_what_a_mutation_does_to_its_lines(self) -> None:
+        text = "{\n    f(1,\n      2);\n    g();\n}\n"
+        gone = next(mutation for mutation in cpp_mutations(text) if mutation.kind == "line gone")
+        self.assertEqual(gone.lines_before_and_after(text), (["f(1,", "2);"], [";"]))
+
+
+if __name__ == "__main__":
+    unittest.main()
