@@ -11,6 +11,11 @@ if(NELO_SANITIZERS)
         -fsanitize=${NELO_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(nelo_compile_options INTERFACE -fsanitize=${NELO_SANITIZERS})
 endif()
+if(NELO_COVERAGE)
+    # Atomic: the counts of several threads, and of the processes that end together, add up.
+    target_compile_options(nelo_compile_options INTERFACE --coverage -fprofile-abs-path -fprofile-update=atomic)
+    target_link_options(nelo_compile_options INTERFACE --coverage)
+endif()
 
 # nelo_add_library(NAME SOURCES ... [PUBLIC ...] [PRIVATE ...]): one folder's library.
 function(nelo_add_library name)

@@ -23,6 +23,7 @@ from gi.repository import Atspi, GLib  # noqa: E402
 
 REPOSITORY = Path(__file__).resolve().parents[3]
 PATIENCE_SECONDS = 20.0
+GRACE_SECONDS = 5.0
 TRAY_HEIGHT = 24
 MOST_TABS = 100
 ANY = re.compile("")
@@ -227,7 +228,7 @@ class Node:
 
 
 class Nelo:
-    """The running program with a home folder of its own; leaving the context kills what is left of it."""
+    """The running program with a home folder of its own; leaving the context ends it."""
 
     program = "NELO_PROGRAM"  # the environment variable with the program's path
 
@@ -278,6 +279,10 @@ class Nelo:
             self._owned_home.cleanup()
 
     def _end(self) -> None:
+        """Ends it as a desktop does that shuts down, and by force whatever that leaves."""
+        self.process.terminate()
+        with contextlib.suppress(subprocess.TimeoutExpired):
+            self.process.wait(GRACE_SECONDS)
         for process_id in self.processes():
             with contextlib.suppress(ProcessLookupError):
                 os.kill(process_id, signal.SIGKILL)
