@@ -1,15 +1,17 @@
 """Tries one mutation: makes the programs that have it, in a folder of its own, and runs their tests until one notices."""
 from __future__ import annotations
 
+import enum
 import os
+import re
 import shutil
-import signal
 import subprocess
 import sys
 import tempfile
 import threading
 from collections.abc import Iterator
 from pathlib import Path
+from typing import NamedTuple
 
 from build_graph import BuildGraph, Test
 from choice import Place
@@ -17,10 +19,66 @@ from choice import Place
 PLUGIN = "lib/nelo/nelo_chat_client.so"
 PROGRAM = "bin/NeloMenuBar"
 PYTHON_PATIENCE_SECONDS = 120
+MOST_FAR_TESTS = 8  # what everything uses is in a hundred of them
 
 
 class CannotBeBuilt(Exception):
     """The mutation does not compile, or does not link."""
+
+
+class End(enum.Enum):
+    """How a test ended."""
+
+    PASSED = enum.auto()
+    FAILED = enum.auto()
+    LATE = enum.auto()
+
+
+# A failure of a Qt Test program; that something took long tells nothing on a busy machine.
+FAILURE = re.compile(rb"(FAIL!|QFATAL) (?!.*elapsed).*?: (?P<function>[^ ]+)")
+
+
+class Result(NamedTuple):
+    """How a test ended, and which function of it failed, where that is known."""
+
+    end: End
+    function: str = ""
+
+
+def run(command: list[str], folder: Path, environment: dict[str, str] | os._Environ[str], patience_seconds: float) -> Result:
+    """Runs a test. A Qt Test program is ended with its first failure; it would go on for long."""
+    with tempfile.TemporaryDirectory(prefix="nelo-home-") as home:
+        process = subprocess.Popen([*among_themselves(), *command], cwd=folder, env={**environment, "HOME": home, "TMPDIR": home},
+                                   stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        is_late = threading.Event()
+        clock = threading.Timer(patience_seconds, lambda: (is_late.set(), process.kill()))
+        clock.start()
+        try:
+            return _result(process, is_late)
+        finally:
+            clock.cancel()
+            process.kill()
+            process.communicate()
+
+
+def _result(process: subprocess.Popen[bytes], is_late: threading.Event) -> Result:
+    assert process.stdout
+    slow = 0
+    for line in process.stdout:
+        failure = FAILURE.match(line)
+        if failure:
+            return Result(End.FAILED, failure["function"].decode())
+        slow += line.startswith(b"FAIL!")
+    if process.wait() == slow:  # Qt Test's exit status is the number of failures
+        return Result(End.PASSED)
+    return Result(End.LATE if is_late.is_set() else End.FAILED)
+
+
+def among_themselves() -> list[str]:
+    """Runs a command where it sees no process but its own: a mutated kill() must not reach others, and nothing that it has
+    started stays. The shell in between collects what loses its parent, as the first process of a system does."""
+    user = [] if os.geteuid() == 0 else ["--map-root-user"]
+    return ["unshare", *user, "--pid", "--fork", "--mount-proc", "--kill-child", "sh", "-c", '"$@"; exit $?', "sh"]
 
 
 class Trials:
@@ -42,7 +100,8 @@ class Trials:
             shutil.copytree(self._repository / name, folder / name, ignore=shutil.ignore_patterns("__pycache__", "pictures"))
         (folder / place.source).write_text(place.mutation.applied_to(text))
         for modules in self._python_tests(Path(place.source).stem):
-            if not run([sys.executable, "-B", "-m", "unittest", "-f", *modules], folder, os.environ, PYTHON_PATIENCE_SECONDS):
+            command = [sys.executable, "-B", "-m", "unittest", "-f", *modules]
+            if run(command, folder, os.environ, PYTHON_PATIENCE_SECONDS).end is not End.PASSED:
                 return modules[0] if len(modules) == 1 else "app.tests"
         return None
 
@@ -67,7 +126,7 @@ class CppTrial:
 
     def noticed_by(self, text: str) -> str | None:
         self._replacement.write_text(text)
-        return next((test.name for test in self._tests() if not self._passes(test)), None)
+        return next(filter(None, map(self._failure, self._tests())), None)
 
     def _build(self, command: str) -> None:
         environment = {**os.environ, "CCACHE_DISABLE": "1"}
@@ -79,26 +138,45 @@ class CppTrial:
         return any(self._graph.holds(program, output) for output in self._objects)
 
     def _tests(self) -> list[Test]:
-        """Those that can notice: the source's own, those of its folder, others, and at last those of the whole program."""
-        words = {"skills", "agents", "chat", "settings", *self._source.parts}
-        area = next((part for part in reversed(self._source.parent.parts) if part in words), "")
+        """Those that can notice: the source's own, those of its folder, some others, and at last those of the whole program."""
+        area = self._area()
 
-        def distance(test: Test) -> tuple[bool, bool, bool, float]:
-            return (not test.program, test.name != f"Test{self._source.stem}",
-                    not (area and (area in Path(test.folder).parts or area in test.name)), test.usual_seconds)
+        def is_near(test: Test) -> bool:
+            return area in self._folders(test) or test.name == f"e2e_{area}"
 
         programs = [test for test in self._graph.tests if test.program and self._is_in(test.program)]
         scripts = [test for test in self._graph.tests if test.name.startswith("e2e_")]
-        return sorted(programs + scripts, key=distance)
+        near = [test for test in programs + scripts if is_near(test)]
+        near.sort(key=lambda test: (test.name != f"Test{self._source.stem}", not test.program, test.usual_seconds))
+        far = sorted((test for test in programs if not is_near(test)), key=lambda test: test.usual_seconds)[:MOST_FAR_TESTS]
+        return near + far + (scripts if area == "shell" else [])
 
-    def _passes(self, test: Test) -> bool:
+    def _area(self) -> str:
+        """The innermost folder of the source that has tests."""
+        folders = {part for test in self._graph.tests if test.program for part in self._folders(test)}
+        return next((part for part in reversed(self._source.parent.parts) if part in folders), "shell")
+
+    def _folders(self, test: Test) -> tuple[str, ...]:
+        return Path(test.folder).relative_to(self._graph.build).parts
+
+    def _failure(self, test: Test) -> str | None:
+        """What fails with the mutation. To be late is to fail, unless the machine is so busy that without it is late as well."""
         patience = 10 + 10 * test.usual_seconds
-        environment = {**os.environ, **test.environment}
-        if test.program:
-            return run([str(self._linked(test.program))], Path(test.folder), environment, patience)
-        environment["NELO_PROGRAM"] = str(self._linked(PROGRAM))
-        environment["NELO_PICTURES"] = str(self._folder / "pictures")
-        return run([*test.command, "-f"], Path(test.folder), environment, patience)
+        program = self._linked(test.program or PROGRAM)
+        result = self._run(test, program, patience)
+        while result.end is End.LATE and self._run(test, self._unchanged(test), patience / 2).end is End.LATE:
+            patience *= 2
+            result = self._run(test, program, patience)
+        return None if result.end is End.PASSED else result.function or test.name
+
+    def _unchanged(self, test: Test) -> Path:
+        return self._graph.build / (test.program or PROGRAM)
+
+    def _run(self, test: Test, program: Path, patience_seconds: float) -> Result:
+        environment = {**os.environ, **test.environment, "NELO_PROGRAM": str(program),
+                       "NELO_PICTURES": str(self._folder / "pictures")}
+        command = [str(program)] if test.program else [*test.command, "-f"]
+        return run(command, Path(test.folder), environment, patience_seconds)
 
     def _linked(self, program: str) -> Path:
         """The program with the mutation, and beside it what it loads."""
@@ -121,37 +199,3 @@ class CppTrial:
             if not target.exists():
                 self._build(self._graph.compile_command(output, self._source, self._replacement, target))
         return taken
-
-
-def run(command: list[str], folder: Path, environment: dict[str, str] | os._Environ[str], patience_seconds: float) -> bool:
-    """Whether the tests pass in time. A Qt Test program is ended with its first failure; it would go on for long."""
-    with tempfile.TemporaryDirectory() as temporary:
-        process = subprocess.Popen(command, cwd=folder, env={**environment, "TMPDIR": temporary}, stdin=subprocess.DEVNULL,
-                                   stdout=subprocess.PIPE, stderr=subprocess.STDOUT, start_new_session=True)
-        assert process.stdout
-        late = threading.Timer(patience_seconds, _end, [process])
-        late.start()
-        try:
-            failed = any(line.startswith((b"FAIL!", b"QFATAL")) for line in process.stdout)
-            if failed:
-                _end(process)
-            return process.wait() == 0 and not failed
-        finally:
-            late.cancel()
-            _end(process)
-            process.wait()
-            process.stdout.close()
-
-
-def _end(process: subprocess.Popen[bytes]) -> None:
-    """Ends whatever the test has started; what makes a desktop may take it down first."""
-    if process.poll() is None:
-        os.killpg(process.pid, signal.SIGTERM)
-        try:
-            process.wait(3)
-        except subprocess.TimeoutExpired:
-            pass
-    try:
-        os.killpg(process.pid, signal.SIGKILL)
-    except ProcessLookupError:
-        pass
