@@ -49,6 +49,7 @@ private slots:
     void aCancelledNameIsNone();
 
     void aFormRowPutsItsLabelBesideTheField();
+    void aFormRowWidensAFieldThatIsFixedTooNarrow();
 };
 
 void TestAgentDialogs::aNewAgentIsAskedForAsGiven()
@@ -254,6 +255,18 @@ void TestAgentDialogs::aFormRowPutsItsLabelBesideTheField()
     QCOMPARE(field->geometry().left(), label->geometry().right() + 1 + 10);
     QVERIFY(field->minimumWidth() >= 280);
     QVERIFY(qAbs(field->geometry().center().y() - label->geometry().center().y()) <= 1);
+}
+
+void TestAgentDialogs::aFormRowWidensAFieldThatIsFixedTooNarrow()
+{
+    QWidget form;
+    auto* field = new QLineEdit(&form);
+    field->setFixedWidth(120);
+    form.setLayout(labelRow(QStringLiteral("Name"), field));
+    form.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&form));
+    QCOMPARE(field->width(), 280);
+    QCOMPARE(field->maximumWidth(), 280); // no more than it needs
 }
 
 QTEST_MAIN(TestAgentDialogs)

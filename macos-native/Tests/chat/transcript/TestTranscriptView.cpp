@@ -8,7 +8,9 @@
 #include <QContextMenuEvent>
 #include <QLineEdit>
 #include <QMenu>
+#include <QScopeGuard>
 #include <QScrollBar>
+#include <QSignalSpy>
 #include <QStyleHints>
 #include <QTest>
 #include <QTimer>
@@ -30,11 +32,15 @@ private slots:
     void aDoubleClickSelectsAWord();
     void aTripleClickSelectsAParagraph();
     void aThirdClickElsewhereIsAClick();
+    void aThirdClickMuchLaterIsAClick();
     void aDragAfterADoubleClickSelectsWords();
     void shiftClickExtends();
     void aClickBesideTheBubblesClears();
     void aClickInAnotherBubbleClears();
     void aDragBelowTheViewScrolls();
+    void aDragBeyondTheViewScrollsByItsDistance_data();
+    void aDragBeyondTheViewScrollsByItsDistance();
+    void aDragInTheViewDoesNotScroll();
     void otherButtonsSelectNothing();
     void theSelectionIsPainted();
     void thePointerTellsWhereTextIs();
@@ -157,6 +163,21 @@ void TestTranscriptView::aThirdClickElsewhereIsAClick()
     QCOMPARE(m_view->selectedText(), QString());
 }
 
+void TestTranscriptView::aThirdClickMuchLaterIsAClick()
+{
+    QStyleHints* hints = QGuiApplication::styleHints();
+    const auto restore = qScopeGuard([hints, usual = hints->mouseDoubleClickInterval()] {
+        hints->setMouseDoubleClickInterval(usual);
+    });
+    hints->setMouseDoubleClickInterval(1);
+    QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
+    bool isMuchLater = false;
+    QTimer::singleShot(20, this, [&isMuchLater] { isMuchLater = true; });
+    QTRY_VERIFY(isMuchLater);
+    QTest::mouseClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
+    QCOMPARE(m_view->selectedText(), QString());
+}
+
 void TestTranscriptView::aDragAfterADoubleClickSelectsWords()
 {
     const QPoint from = pointAt(0, u"question"_s, 3);
@@ -205,6 +226,50 @@ void TestTranscriptView::aDragBelowTheViewScrolls()
     QTRY_COMPARE(m_view->verticalScrollBar()->value(), m_view->verticalScrollBar()->maximum());
     QTRY_COMPARE(m_view->selectedText(), m_view->bubble(2).text());
     QTest::mouseRelease(surface(), Qt::LeftButton, {}, below);
+}
+
+void TestTranscriptView::aDragBeyondTheViewScrollsByItsDistance_data()
+{
+    QTest::addColumn<bool>("isBelow");
+    QTest::addColumn<int>("distance");
+    QTest::newRow("a little below, a little down") << true << 7;
+    QTest::newRow("far below, far down") << true << 70;
+    QTest::newRow("above, up") << false << -9;
+}
+
+void TestTranscriptView::aDragBeyondTheViewScrollsByItsDistance()
+{
+    QFETCH(bool, isBelow);
+    QFETCH(int, distance);
+    m_view->append(Speaker::Nelo, u"line\n"_s.repeated(300) + u"last"_s);
+    QScrollBar* bar = m_view->verticalScrollBar();
+    bar->setValue(bar->maximum() / 2);
+    const int before = bar->value();
+    const int x = m_view->bubbleRect(2).left() + 30;
+
+    QTest::mousePress(surface(), Qt::LeftButton, {}, {x, surface()->height() / 2});
+    QTest::mouseMove(surface(), {x, (isBelow ? surface()->height() : 0) + distance});
+    QSignalSpy scrolled(bar, &QScrollBar::valueChanged);
+    QVERIFY(scrolled.wait());
+    QCOMPARE(scrolled.at(0).at(0).toInt(), before + distance);
+    QTest::mouseRelease(surface(), Qt::LeftButton, {}, {x, surface()->height() / 2});
+}
+
+void TestTranscriptView::aDragInTheViewDoesNotScroll()
+{
+    m_view->append(Speaker::Nelo, u"line\n"_s.repeated(300) + u"last"_s);
+    QScrollBar* bar = m_view->verticalScrollBar();
+    bar->setValue(bar->maximum() / 2);
+    const int x = m_view->bubbleRect(2).left() + 30;
+
+    QTest::mousePress(surface(), Qt::LeftButton, {}, {x, surface()->height() / 2});
+    QTest::mouseMove(surface(), {x, surface()->height() - 1});
+    const QSignalSpy scrolled(bar, &QScrollBar::valueChanged);
+    bool hadTime = false;
+    QTimer::singleShot(150, this, [&hadTime] { hadTime = true; });
+    QTRY_VERIFY(hadTime);
+    QCOMPARE(scrolled.count(), 0);
+    QTest::mouseRelease(surface(), Qt::LeftButton, {}, {x, surface()->height() - 1});
 }
 
 void TestTranscriptView::otherButtonsSelectNothing()
