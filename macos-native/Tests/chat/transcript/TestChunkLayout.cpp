@@ -22,6 +22,8 @@ private slots:
     void eachParagraphGoesInTheDirectionOfItsScript();
     void findsThePositionUnderAPoint_data();
     void findsThePositionUnderAPoint();
+    void theBorderOfTwoLinesBelongsToTheLower_data();
+    void theBorderOfTwoLinesBelongsToTheLower();
     void everyCaretIsFoundAgain_data();
     void everyCaretIsFoundAgain();
 
@@ -124,6 +126,24 @@ void TestChunkLayout::findsThePositionUnderAPoint()
     if (qAbs(point.y() - 1.5) < 0.1)
         point.setY(1.5 * line);
     QTEST(static_cast<int>(lines.positionAt(point)), "position");
+}
+
+void TestChunkLayout::theBorderOfTwoLinesBelongsToTheLower_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("of two paragraphs") << u"one\ntwo"_s;
+    QTest::newRow("of a paragraph that is broken") << u"m"_s.repeated(40);
+}
+
+void TestChunkLayout::theBorderOfTwoLinesBelongsToTheLower()
+{
+    QFETCH(QString, text);
+    const ChunkLayout lines = layout(text);
+    const qsizetype second = text.startsWith(u'o') ? 4 : lines.lineAt(0).end();
+    const double border = lines.caretRect(second).top();
+    QVERIFY(border > 0);
+    QCOMPARE(lines.positionAt({0, border}), second);
+    QCOMPARE(lines.positionAt({0, border - 1}), 0);
 }
 
 void TestChunkLayout::everyCaretIsFoundAgain_data()

@@ -60,6 +60,7 @@ private slots:
     void clearingLeavesNothing();
 
     void paintsTheGivenColors();
+    void theCornersOfABubbleAreQuartersOfACircle();
     void paintsTheSpeakersAboveTheirBubbles();
     void paintsTextAsItStands();
     void aHundredThousandLinesShowAtOnce();
@@ -345,6 +346,25 @@ void TestTranscriptArea::paintsTheGivenColors()
     };
     QVERIFY(has(user.adjusted(18, 14, -18, -14), QColorConstants::White.rgb()));
     QVERIFY(has(nelo.adjusted(18, 14, -18, -14), m_area->palette().color(QPalette::WindowText).rgb()));
+}
+
+void TestTranscriptArea::theCornersOfABubbleAreQuartersOfACircle()
+{
+    constexpr int radius = 20;
+    m_area->append(Speaker::User, u"question"_s);
+    showArea();
+    const QImage image = m_area->viewport()->grab().toImage();
+    const QRect bubble = m_area->bubbleRect(0);
+    const auto cornerColor = [&](int across, int down) {
+        return image.pixelColor(bubble.left() + across, bubble.top() + down);
+    };
+    for (int across = 0; across < radius; ++across) {
+        for (int down = 0; down < across; ++down)
+            QVERIFY(qAbs(cornerColor(across, down).red() - cornerColor(down, across).red()) < 16);
+    }
+    // Where the circle crosses the diagonal, 0.29 radii from both sides, its edge is.
+    QCOMPARE(cornerColor(4, 4), cornerColor(0, 0));
+    QCOMPARE(cornerColor(7, 7), cornerColor(radius, radius));
 }
 
 void TestTranscriptArea::paintsTheSpeakersAboveTheirBubbles()

@@ -166,9 +166,8 @@ void TestTranscriptView::aThirdClickElsewhereIsAClick()
 void TestTranscriptView::aThirdClickMuchLaterIsAClick()
 {
     QStyleHints* hints = QGuiApplication::styleHints();
-    const auto restore = qScopeGuard([hints, usual = hints->mouseDoubleClickInterval()] {
-        hints->setMouseDoubleClickInterval(usual);
-    });
+    const auto restore =
+        qScopeGuard([hints, usual = hints->mouseDoubleClickInterval()] { hints->setMouseDoubleClickInterval(usual); });
     hints->setMouseDoubleClickInterval(1);
     QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
     bool isMuchLater = false;
