@@ -27,6 +27,7 @@ GRACE_SECONDS = 5.0
 TRAY_HEIGHT = 24
 MOST_TABS = 100
 ANY = re.compile("")
+LEFT_BUTTON, MIDDLE_BUTTON = 1, 2
 MENU = ("Open Nelo", "Open Nelo Console", "Settings...", "Quit Nelo")
 
 Result = TypeVar("Result")
@@ -49,8 +50,8 @@ def xdotool(*words: object) -> str:
     return done.stdout
 
 
-def click(x: float, y: float) -> None:
-    xdotool("mousemove", round(x), round(y), "click", 1)
+def click(x: float, y: float, button: int = LEFT_BUTTON) -> None:
+    xdotool("mousemove", round(x), round(y), "click", button)
 
 
 def press(*keys: str) -> None:
@@ -179,6 +180,12 @@ class Node:
                 if self.is_focused:
                     return
         raise AssertionError(f"{by} does not reach {self.role} {self.name!r}")
+
+    def click(self, button: int = LEFT_BUTTON) -> None:
+        """Clicks its middle with the mouse."""
+        area = self.area
+        at = ((area.x + area.width / 2) * self._scale, (area.y + area.height / 2) * self._scale)  # it tells unscaled pixels
+        click(*at, button)
 
     def press(self, by: str = "Tab") -> None:
         """Presses this button by the keyboard, which gets here by that key."""

@@ -9,7 +9,7 @@ import unittest
 from pathlib import Path
 
 from announcements import Announcements
-from nelo import Nelo, Node, open_chat, press, store_api_key, take_picture, type_text, until
+from nelo import MIDDLE_BUTTON, Nelo, Node, open_chat, press, store_api_key, take_picture, type_text, until
 from provider import Provider
 
 PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
@@ -117,6 +117,19 @@ class ChatTest(unittest.TestCase):
             focused.wait_for(WELCOME)
             press("Up")
             focused.wait_for("hi")
+
+    def test_the_middle_button_pastes_what_is_selected(self) -> None:
+        with Nelo(environment=self.environment) as nelo:
+            chat = open_chat(nelo)
+            type_text("hi")
+            press("Return")
+            until(lambda: len(bubbles(chat)) == 3, "the reply")
+            question = next(bubble for bubble in chat.find("list", "Conversation").children() if bubble.name == "hi")
+            question.click()
+            question.click()  # a word
+            field = chat.find("text", "Send a message")
+            field.click(MIDDLE_BUTTON)
+            until(lambda: field.text == "hi", "the word in the field")
 
     def test_quitting_with_a_request_under_way_is_clean(self) -> None:
         with Nelo(environment=self.environment) as nelo:
