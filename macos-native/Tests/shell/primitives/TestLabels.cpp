@@ -22,6 +22,7 @@ private slots:
     void foreignTextStaysPlain();
     void aLongLineNeverWidensItsWindow();
     void aLineStaysOneLine();
+    void aLineTakesNoRoomThatIsOver();
     void aMegabyteIsShownAndToldAtOnce();
     void lettersOfAnotherFontMoveNothing();
     void aLineIsPaintedWhereItIsAligned();
@@ -108,6 +109,20 @@ void TestLabels::aLineStaysOneLine()
     label.setText(QStringLiteral("one\ntwo\r\nthree\u2028four\u2029five"));
     QCOMPARE(label.sizeHint().height(), height);
     QCOMPARE(label.text(), QStringLiteral("one\ntwo\r\nthree\u2028four\u2029five"));
+}
+
+void TestLabels::aLineTakesNoRoomThatIsOver()
+{
+    QWidget window;
+    auto* layout = new QVBoxLayout(&window);
+    auto* label = new Label(QStringLiteral("one"));
+    layout->addWidget(label);
+    layout->addWidget(new QWidget);
+    window.resize(200, 400);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QCOMPARE(label->height(), label->fontMetrics().height());
+    QCOMPARE(label->width(), layout->contentsRect().width());
 }
 
 void TestLabels::aMegabyteIsShownAndToldAtOnce()
