@@ -2,13 +2,18 @@
 from __future__ import annotations
 
 import ast
+import os
 import tempfile
+import time
 import unittest
 from pathlib import Path
 
 from choice import choose
 from mutations import cpp_mutations, python_mutations
 from survivors import Survivor, read_survivors
+from trials import End, Result, run
+
+PATIENCE_SECONDS = 60
 
 
 def cpp(text: str) -> list[str]:
@@ -131,6 +136,40 @@ class SurvivorsTest(unittest.TestCase):
         text = "{\n    f(1,\n      2);\n    g();\n}\n"
         gone = next(mutation for mutation in cpp_mutations(text) if mutation.kind == "line gone")
         self.assertEqual(gone.lines_before_and_after(text), (["f(1,", "2);"], [";"]))
+
+
+class RunTest(unittest.TestCase):
+    def run_script(self, script: str, patience: float = PATIENCE_SECONDS) -> Result:
+        return run(["sh", "-c", script], Path("/"), os.environ, patience)
+
+    def test_the_exit_status_tells(self) -> None:
+        self.assertEqual(self.run_script("exit 0"), Result(End.PASSED))
+        self.assertEqual(self.run_script("exit 1"), Result(End.FAILED))
+
+    def test_the_first_failure_ends_it(self) -> None:
+        start = time.monotonic()
+        self.assertEqual(self.run_script("echo 'FAIL!  : TestThing::works(an edge) Compared'; sleep 600"),
+                         Result(End.FAILED, "TestThing::works(an"))
+        self.assertLess(time.monotonic() - start, PATIENCE_SECONDS)
+
+    def test_that_something_took_long_is_no_failure(self) -> None:
+        self.assertEqual(self.run_script("echo \"FAIL!  : TestThing::isQuick() 'timer.elapsed() < 10'\"; exit 1"), Result(End.PASSED))
+
+    def test_what_does_not_end_is_late(self) -> None:
+        self.assertEqual(self.run_script("sleep 600", 0.5), Result(End.LATE))
+
+    def test_what_it_leaves_behind_ends_with_it(self) -> None:
+        with tempfile.TemporaryDirectory() as folder:
+            fifo = Path(folder) / "alive"
+            os.mkfifo(fifo)
+            reader = os.open(fifo, os.O_RDONLY | os.O_NONBLOCK)
+            self.addCleanup(os.close, reader)
+            self.assertEqual(self.run_script(f"sleep 600 >{fifo} & exit 0"), Result(End.PASSED))
+            os.set_blocking(reader, True)
+            self.assertEqual(os.read(reader, 1), b"")  # nobody has it open for writing
+
+    def test_it_reaches_no_process_of_others(self) -> None:
+        self.assertEqual(self.run_script(f"kill -0 {os.getpid()}"), Result(End.FAILED))
 
 
 if __name__ == "__main__":
