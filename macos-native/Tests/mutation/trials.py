@@ -1,6 +1,7 @@
 """Tries one mutation: makes the programs that have it, in a folder of its own, and runs their tests until one notices."""
 from __future__ import annotations
 
+import contextlib
 import enum
 import os
 import re
@@ -47,7 +48,7 @@ class Result(NamedTuple):
 
 def run(command: list[str], folder: Path, environment: dict[str, str] | os._Environ[str], patience_seconds: float) -> Result:
     """Runs a test. A Qt Test program is ended with its first failure; it would go on for long."""
-    with tempfile.TemporaryDirectory(prefix="nelo-home-") as home:
+    with folder_for_all("nelo-home-") as home:
         process = subprocess.Popen([*among_themselves(), *command], cwd=folder, env={**environment, "HOME": home, "TMPDIR": home},
                                    stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         is_late = threading.Event()
@@ -74,6 +75,14 @@ def _result(process: subprocess.Popen[bytes], is_late: threading.Event) -> Resul
     return Result(End.LATE if is_late.is_set() else End.FAILED)
 
 
+@contextlib.contextmanager
+def folder_for_all(prefix: str) -> Iterator[str]:
+    """A temporary folder that others may look into: some tests do what they do as another user."""
+    with tempfile.TemporaryDirectory(prefix=prefix) as folder:
+        os.chmod(folder, 0o755)
+        yield folder
+
+
 def among_themselves() -> list[str]:
     """Runs a command where it sees no process but its own: a mutated kill() must not reach others, and nothing that it has
     started stays. The shell in between collects what loses its parent, as the first process of a system does."""
@@ -90,18 +99,20 @@ class Trials:
 
     def noticed_by(self, place: Place, text: str) -> str | None:
         """The name of the first test that fails with the mutation; None if all of them pass."""
-        with tempfile.TemporaryDirectory(prefix="nelo-mutation-") as folder:
+        with folder_for_all("nelo-mutation-") as folder:
             if place.source.endswith(".py"):
                 return self._noticed_by_python_tests(place, text, Path(folder))
             return CppTrial(self._graph, self._repository / place.source, Path(folder)).noticed_by(place.mutation.applied_to(text))
 
     def _noticed_by_python_tests(self, place: Place, text: str, folder: Path) -> str | None:
-        for name in ("app", "scripts", "docs"):
-            shutil.copytree(self._repository / name, folder / name, ignore=shutil.ignore_patterns("__pycache__", "pictures"))
+        for entry in self._repository.iterdir():
+            if entry.name != "app":
+                (folder / entry.name).symlink_to(entry)
+        shutil.copytree(self._repository / "app", folder / "app", ignore=shutil.ignore_patterns("__pycache__"))
         (folder / place.source).write_text(place.mutation.applied_to(text))
         for modules in self._python_tests(Path(place.source).stem):
             command = [sys.executable, "-B", "-m", "unittest", "-f", *modules]
-            if run(command, folder, os.environ, PYTHON_PATIENCE_SECONDS).end is not End.PASSED:
+            if all(run(command, folder, os.environ, PYTHON_PATIENCE_SECONDS).end is not End.PASSED for _ in range(2)):
                 return modules[0] if len(modules) == 1 else "app.tests"
         return None
 
