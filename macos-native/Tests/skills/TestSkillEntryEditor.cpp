@@ -28,6 +28,7 @@ private slots:
     void anEntryThatSaysNothingShowsDefaults();
     void aFailedLoadLeavesTheEditor();
     void theModeDecidesWhatIsEdited();
+    void tabLeavesTheTextThatIsEdited();
     void theSnapshotFollowsThePalette();
     void aCredentialStaysWhereTheNextSkillCannotBeLoaded();
     void changingTheModeLoadsNothing();
@@ -212,6 +213,21 @@ void TestSkillEntryEditor::theModeDecidesWhatIsEdited()
     QVERIFY(m_tab->find<QWidget>("dynamicFieldsStack")->isVisible());
     QVERIFY(m_tab->env()->isReadOnly());
     QCOMPARE(m_tab->env()->palette().color(QPalette::Text), snapshot);
+}
+
+void TestSkillEntryEditor::tabLeavesTheTextThatIsEdited()
+{
+    m_tab->show();
+    m_tab->select(0);
+    m_tab->choose("configModePopup", "json");
+    const QString text = m_tab->env()->toPlainText();
+    for (const Qt::Key key : {Qt::Key_Tab, Qt::Key_Backtab}) {
+        m_tab->env()->setFocus();
+        QVERIFY(m_tab->env()->hasFocus());
+        QTest::keyClick(m_tab->env(), key);
+        QVERIFY(!m_tab->env()->hasFocus());
+        QCOMPARE(m_tab->env()->toPlainText(), text);
+    }
 }
 
 void TestSkillEntryEditor::theSnapshotFollowsThePalette()
