@@ -153,7 +153,7 @@ class CppTrial:
         area = self._area()
 
         def is_near(test: Test) -> bool:
-            return area in self._folders(test) or test.name == f"e2e_{area}"
+            return area in self._folders(test) or test.name.removeprefix("e2e_") in self._source.parts
 
         programs = [test for test in self._graph.tests if test.program and self._is_in(test.program)]
         scripts = [test for test in self._graph.tests if test.name.startswith("e2e_")]
