@@ -35,6 +35,7 @@ need_for_testing() {
     need "what shows which files the idle program asks for" strace
     need "what results are compared with, and what makes certificates" unicode-data openssl
     need "what looks at the files that are installed" desktop-file-utils appstream man-db
+    need_for_mock_provider
 }
 
 need_for_virtual_desktop() {
@@ -44,6 +45,17 @@ need_for_virtual_desktop() {
 need_for_driving() {
     need "what clicks, reads and takes pictures on a virtual desktop" xdotool at-spi2-core python3-gi gir1.2-atspi-2.0 \
         imagemagick
+}
+
+# Installs the npm package that Tests/e2e/mock-provider names, in build/mock-provider.
+need_for_mock_provider() {
+    local wanted=$root/macos-native/Tests/e2e/mock-provider installed=$root/build/mock-provider
+    command -v npm >/dev/null || need "what installs a mock of the chat's provider" nodejs npm
+    [ "$installed/node_modules/.package-lock.json" -nt "$wanted/package-lock.json" ] && return # npm writes it last
+    echo "Installing a mock of the chat's provider with npm"
+    mkdir -p "$installed"
+    cp "$wanted/package.json" "$wanted/package-lock.json" "$installed"
+    (cd "$installed" && npm ci --no-audit --no-fund --loglevel=error)
 }
 
 # build_preset PRESET TARGET...: builds a preset; without a target, everything.

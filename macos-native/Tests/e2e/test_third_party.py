@@ -1,0 +1,80 @@
+"""The chat with a provider that others have written: what it answers, how it fails, and how long it takes."""
+from __future__ import annotations
+
+import unittest
+
+from mock_provider import MockProvider
+from nelo import Nelo, Node, open_chat, press, store_api_key, type_text, until
+from test_chat import WELCOME, bubbles
+
+KEY = "sk-third-party"
+FAILURES = {
+    "please break down":
+        'HTTP 500: {"error":{"message":"Chaos: request dropped","type":"server_error","code":"chaos_drop"}}',
+    "please be quiet":
+        'HTTP 429: {"error":{"message":"Chaos: rate limit exceeded","type":"rate_limit_error","code":"chaos_ratelimit"}}',
+    "please mumble": "response missing choices",
+    "please hang up": "Connection closed",
+}
+
+
+class ThirdPartyTest(unittest.TestCase):
+    def setUp(self) -> None:
+        self.provider = MockProvider(KEY)
+        self.addCleanup(self.provider.close)
+        self.nelo = self.enterContext(Nelo(environment={"NELO_OPENAI_BASE_URL": self.provider.url}))
+
+    def ask(self, question: str) -> None:
+        type_text(question)
+        press("Return")
+
+    def failure(self, chat: Node) -> str:
+        """What the alert says that comes now, which is closed."""
+        alert = self.nelo.accessible.find("dialog", "Request Failed")
+        text = next(node.text for node in alert.descendants() if node.role == "text")
+        chat.find("label", "request failed")
+        press("Escape")
+        self.nelo.window("Nelo")
+        return text
+
+    def test_it_answers(self) -> None:
+        chat = open_chat(self.nelo)
+        store_api_key(self.nelo, chat, "OPENAI", KEY)
+        self.ask("why is the sky blue")
+        answer = '因为瑞利散射。\n\n"Blue" light is scattered more. 🌈'
+        until(lambda: bubbles(chat) == [f"Nelo: {WELCOME}", "Me: why is the sky blue", f"Nelo: {answer}"], "the answer")
+        chat.find("label", "request succeeded")
+
+    def test_every_failure_is_told_and_the_next_question_answered(self) -> None:
+        chat = open_chat(self.nelo)
+        store_api_key(self.nelo, chat, "OPENAI", KEY)
+        for question, told in FAILURES.items():
+            with self.subTest(question):
+                self.ask(question)
+                self.assertEqual(self.failure(chat), told)
+                self.assertEqual(bubbles(chat)[-1], f"Me: {question}")
+        self.ask("why is the sky blue")
+        chat.find("label", "request succeeded")
+        self.assertEqual(len(bubbles(chat)), 1 + len(FAILURES) + 2)
+
+    def test_a_key_that_it_does_not_know_is_told(self) -> None:
+        chat = open_chat(self.nelo)
+        store_api_key(self.nelo, chat, "OPENAI", "sk-wrong")
+        self.ask("why is the sky blue")
+        self.assertEqual(self.failure(chat), 'HTTP 401: {"error":{"message":"Invalid API key","type":"authentication_error",'
+                                             '"code":"invalid_api_key"}}')
+
+    def test_whoever_waits_for_a_slow_answer_can_ask_on(self) -> None:
+        chat = open_chat(self.nelo)
+        store_api_key(self.nelo, chat, "OPENAI", KEY)
+        self.ask("take your time")
+        self.ask("why is the sky blue")
+        until(lambda: len(bubbles(chat)) == 5, "both answers")
+        told = bubbles(chat)
+        self.assertEqual(told[1:3], ["Me: take your time", "Me: why is the sky blue"])
+        self.assertRegex(told[3], "瑞利散射")
+        self.assertEqual(told[4], "Nelo: at last")
+
+
+if __name__ == "__main__":
+    unittest.main()
