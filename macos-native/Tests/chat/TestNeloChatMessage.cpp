@@ -152,6 +152,10 @@ void TestNeloChatMessage::refusesTheWholeListForOneBadElement_data()
     QTest::newRow("null for content") << withGoodOnes(R"({"role":"x","content":null,"createdAt":"x"})");
     QTest::newRow("a list for content") << withGoodOnes(R"({"role":"x","content":["x"],"createdAt":"x"})");
     QTest::newRow("a boolean for createdAt") << withGoodOnes(R"({"role":"x","content":"x","createdAt":true})");
+    QTest::newRow("an escape that JSON does not know")
+        << withGoodOnes(R"({"role":"x","content":"\x41","createdAt":"x"})");
+    QTest::newRow("a byte that is no UTF-8 behind a backslash")
+        << withGoodOnes("{\"role\":\"x\",\"content\":\"\\\xe5\",\"createdAt\":\"x\"}");
     QTest::newRow("a string among the objects") << withGoodOnes("\"x\"");
     QTest::newRow("a list among the objects") << withGoodOnes("[]");
     QTest::newRow("an empty object") << withGoodOnes("{}");

@@ -22,6 +22,17 @@ std::optional<NeloChatMessage> decode(const QJsonObject& object)
     return NeloChatMessage{role.toString(), content.toString(), createdAt.toString()};
 }
 
+/// Whether every backslash begins an escape of JSON's. Of others Qt's reader keeps only what follows, so that the text
+/// would not be written again as it stood.
+bool hasOnlyKnownEscapes(const QByteArray& json)
+{
+    for (qsizetype at = json.indexOf('\\'); at >= 0; at = json.indexOf('\\', at + 2)) {
+        if (at + 1 == json.size() || !QByteArrayView("\"\\/bfnrtu").contains(json[at + 1]))
+            return false;
+    }
+    return true;
+}
+
 } // namespace
 
 NeloChatMessage NeloChatMessage::now(const QString& role, const QString& content)
@@ -44,7 +55,7 @@ QByteArray encodeChatMessages(const QList<NeloChatMessage>& messages)
 std::optional<QList<NeloChatMessage>> decodeChatMessages(const QByteArray& json)
 {
     const QJsonDocument document = QJsonDocument::fromJson(json);
-    if (!document.isArray())
+    if (!document.isArray() || !hasOnlyKnownEscapes(json))
         return std::nullopt;
     QList<NeloChatMessage> messages;
     const QJsonArray array = document.array();
