@@ -1,9 +1,9 @@
 #include "backend/ReplyLine.h"
 
 #include "backend/BackendReply.h"
+#include "support/Corpora.h"
 #include "support/Warnings.h"
 
-#include <QFile>
 #include <QTest>
 
 /// What one line of the helper's output means.
@@ -28,29 +28,15 @@ private slots:
 
 namespace {
 
-/// A text is itself, bytes that are none are kept in base64.
-QByteArray bytesOf(const Json& text)
-{
-    if (text.is_string())
-        return QByteArray::fromStdString(text);
-    return QByteArray::fromBase64(QByteArray::fromStdString(text.at("base64")));
-}
-
 void addPublicParserTexts()
 {
     QTest::addColumn<QByteArray>("text");
-    QFile file(QStringLiteral(NELO_JSON_TEXTS));
-    QVERIFY(file.open(QFile::ReadOnly));
-    const Json cases = Json::parse(file.readAll().toStdString());
-    QVERIFY(cases.size() > 300);
-    for (const Json& row : cases) {
-        const std::string name = row.at(0);
-        const QByteArray text = bytesOf(row.at(1));
-        if (!text.contains('\n')) // a line feed would have ended the line before
-            QTest::newRow(name.c_str()) << text;
+    const QList<JsonText> texts = Corpora::jsonTexts();
+    QVERIFY(texts.size() > 300);
+    for (const JsonText& row : texts) {
+        if (!row.text.contains('\n')) // a line feed would have ended the line before
+            QTest::newRow(row.name.constData()) << row.text;
     }
-    QTest::newRow("n_structure_100000_opening_arrays") << QByteArray(100'000, '[');
-    QTest::newRow("n_structure_open_array_object") << QByteArray("[{\"\":").repeated(50'000);
 }
 
 bool isParserError(const ReplyMeaning& meaning)
