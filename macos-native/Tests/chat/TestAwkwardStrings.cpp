@@ -17,8 +17,10 @@
 #include <QTimer>
 
 #include <chrono>
+#include <string_view>
 
 using namespace Qt::StringLiterals;
+using namespace std::string_view_literals;
 
 /// A public list of strings that programs have stumbled over, as questions: each second one pasted and each other one
 /// from an input method, sent, answered with the same text, kept, and shown again by another window.
@@ -53,7 +55,7 @@ enum class Way { Paste, InputMethod };
 QString questionFrom(QString typed)
 {
     typed.replace(u"\r\n"_s, u" "_s);
-    for (const QChar lineBreak : u"\n\v\f\r\u0085\u2028\u2029"_s)
+    for (const char16_t lineBreak : u"\n\v\f\r\u0085\u2028\u2029"sv)
         typed.replace(lineBreak, u' ');
     return typed.trimmed();
 }
