@@ -83,6 +83,7 @@ class BusyUser:
         window = self._in_front(role, title)
         self.windows += 1
         yield window
+        self._in_front(role, title)  # again: whoever presses a key too early presses it for nobody
         press(key)
         until(lambda: not self._showing(role, title), f"{title} closed")
 
@@ -161,7 +162,6 @@ class BusyUser:
         self._control(console, "Agents", "push button", "Config Editor").click()
         with self._opened(f"Config Editor - {self._nelo.home / '.kimi/config.json'}"):
             pass
-        self._in_front("frame", CONSOLE)
 
     def _look_at_skills(self, console: Node) -> None:
         for skill in ("plain", "weather"):

@@ -9,6 +9,7 @@
 #include <QLineEdit>
 #include <QPointer>
 #include <QScreen>
+#include <QSignalSpy>
 #include <QTest>
 
 /// The window of all windows, and the view for hand-laid-out forms.
@@ -24,6 +25,7 @@ private slots:
     void comesForwardWithTheKeyboard();
     void comesBackWhenMinimised();
     void closingHidesItAndKeepsItsContent();
+    void aChangeOfFocusIsToldOnceHoweverOftenItWasOpened();
     void theKeyThatClosesAWindowClosesIt();
     void ownsItsContent();
     void tellsAssistiveTechnologyThatItIsAWindow();
@@ -106,6 +108,25 @@ void TestNeloWindow::closingHidesItAndKeepsItsContent()
     QVERIFY(!window.isVisible());
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QVERIFY(content);
+}
+
+void TestNeloWindow::aChangeOfFocusIsToldOnceHoweverOftenItWasOpened()
+{
+    NeloWindow window(QString(), {300, 200});
+    auto* one = new QLineEdit(&window);
+    auto* other = new QLineEdit(&window);
+    for (int time = 0; time < 5; ++time) {
+        window.makeKeyAndOrderFront();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        window.close();
+        QTRY_VERIFY(!window.isActiveWindow());
+    }
+    window.makeKeyAndOrderFront();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    one->setFocus();
+    const QSignalSpy told(qApp, &QGuiApplication::focusObjectChanged);
+    other->setFocus();
+    QCOMPARE(told.size(), 1);
 }
 
 void TestNeloWindow::theKeyThatClosesAWindowClosesIt()

@@ -5,9 +5,11 @@
 
 #include <QAccessibleWidget>
 #include <QGuiApplication>
+#include <QHideEvent>
 #include <QScreen>
 #include <QShortcut>
 #include <QVBoxLayout>
+#include <QWindow>
 
 namespace {
 
@@ -46,4 +48,15 @@ void NeloWindow::makeKeyAndOrderFront()
     show();
     raise();
     activateWindow();
+}
+
+void NeloWindow::hideEvent(QHideEvent* event)
+{
+    QWidget::hideEvent(event);
+    if (event->spontaneous() || !windowHandle())
+        return; // minimised: it may still be the one with the keyboard
+    // Qt 6.4 has the application listen to a window each time it gets the keyboard, and stop when it loses it to
+    // another window, but not when it is closed: after a hundred openings every change of focus would be told a hundred
+    // times.
+    disconnect(windowHandle(), &QWindow::focusObjectChanged, qApp, nullptr);
 }

@@ -20,4 +20,7 @@ public:
 
     /// Shows the window, restored if it was minimised, in front of every other one and with the keyboard.
     void makeKeyAndOrderFront();
+
+protected:
+    void hideEvent(QHideEvent* event) override;
 };
