@@ -1,0 +1,164 @@
+// What use costs in memory: after 200 openings of each window, 10,000 calls of the backend and 1,000 sends of the
+// chat's client, against after 20, 1,000 and 100 of them. The growth of what is private and dirty is printed for each;
+// more than 2 % of any fails.
+
+#include "backend/NeloBackend.h"
+#include "chat/client/ChatClient.h"
+#include "shell/NeloMenuBarApp.h"
+#include "support/HttpServer.h"
+#include "support/TestHome.h"
+
+#include <QApplication>
+#include <QEventLoop>
+#include <QTest>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <string>
+
+#include <csignal>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr double bar = 0.02;
+
+/// Kilobytes of this process that were written to and are nobody else's.
+long privateDirty()
+{
+    std::ifstream rollup("/proc/self/smaps_rollup");
+    std::string word;
+    while (rollup >> word) {
+        if (word == "Private_Dirty:") {
+            long kilobytes = 0;
+            rollup >> kilobytes;
+            return kilobytes;
+        }
+    }
+    std::abort(); // not this Linux
+}
+
+/// Does `work` `often` times, prints by how much the memory has grown since it was done `first` times, and returns
+/// whether that is within the bar.
+bool measure(const char* name, int first, int often, const std::function<void()>& work)
+{
+    for (int time = 0; time < first; ++time)
+        work();
+    const long before = privateDirty();
+    for (int time = first; time < often; ++time)
+        work();
+    const long after = privateDirty();
+    const double growth = static_cast<double>(after) / static_cast<double>(before) - 1;
+    std::printf("memory after %5d %-24s %+.2f %% (%ld KB to %ld KB)\n", often, name, 100 * growth, before, after);
+    return growth < bar;
+}
+
+/// A provider in a process of its own, for it remembers what it was asked.
+class Provider final
+{
+public:
+    Provider()
+    {
+        int ends[2];
+        if (pipe(ends) != 0)
+            std::abort();
+        m_process = fork();
+        if (m_process == 0)
+            serve(ends[1]);
+        char url[64] = {};
+        if (read(ends[0], url, sizeof url - 1) <= 0)
+            std::abort();
+        qputenv("NELO_OPENAI_BASE_URL", url);
+        close(ends[0]);
+        close(ends[1]);
+    }
+    Provider(const Provider&) = delete;
+    Provider& operator=(const Provider&) = delete;
+    ~Provider()
+    {
+        kill(m_process, SIGKILL);
+        waitpid(m_process, nullptr, 0);
+    }
+
+private:
+    [[noreturn]] static void serve(int output)
+    {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        int argc = 0;
+        const QCoreApplication application(argc, nullptr);
+        HttpServer server;
+        server.answerEach(HttpAnswer::message(200, R"({"choices":[{"message":{"content":"Rayleigh scattering."}}]})"));
+        const QByteArray url = server.url().toUtf8();
+        if (write(output, url.constData(), static_cast<std::size_t>(url.size())) != url.size())
+            std::abort();
+        std::exit(QCoreApplication::exec());
+    }
+
+    pid_t m_process = -1;
+};
+
+void openAndClose(NeloMenuBarApp& app, void (NeloMenuBarApp::*open)())
+{
+    (app.*open)();
+    if (!QTest::qWaitFor([] { return QApplication::activeWindow() && QApplication::activeWindow()->isVisible(); }))
+        std::abort();
+    QWidget* const window = QApplication::activeWindow();
+    window->close();
+    if (!QTest::qWaitFor([window] { return !window->isVisible() && !window->isActiveWindow(); }))
+        std::abort();
+}
+
+bool measureWindows()
+{
+    NeloMenuBarApp app;
+    const auto openEach = [&app] {
+        for (const auto open :
+             {&NeloMenuBarApp::openNelo, &NeloMenuBarApp::openNeloConsole, &NeloMenuBarApp::openSettings})
+            openAndClose(app, open);
+    };
+    return measure("openings of each window", 20, 200, openEach);
+}
+
+bool measureCalls()
+{
+    return measure("calls of the backend", 1000, 10'000,
+                   [] { NeloBackend::call("load_nelo_settings"); });
+}
+
+bool measureSends()
+{
+    ChatClient client;
+    return measure("sends of the chat", 100, 1000, [&client] {
+        QEventLoop loop;
+        client.callChatAPI(QStringLiteral("openai"), QStringLiteral("m"),
+                           {{QStringLiteral("user"), QStringLiteral("Why is the sky blue?"), QString()}},
+                           QStringLiteral("key"), [&loop](const ChatOutcome& outcome) {
+                               if (!std::holds_alternative<ChatText>(outcome))
+                                   std::abort();
+                               loop.quit();
+                           });
+        loop.exec();
+    });
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    setlinebuf(stdout);
+    const TestHome home;
+    const Provider provider; // forks, so before there are threads
+    QApplication application(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("Nelo"));
+    QApplication::setApplicationName(QStringLiteral("BenchMemory"));
+    QApplication::setQuitOnLastWindowClosed(false);
+    const bool areWindowsSteady = measureWindows();
+    const bool areCallsSteady = measureCalls();
+    const bool areSendsSteady = measureSends();
+    NeloBackend::shutdown();
+    return areWindowsSteady && areCallsSteady && areSendsSteady ? EXIT_SUCCESS : EXIT_FAILURE;
+}
