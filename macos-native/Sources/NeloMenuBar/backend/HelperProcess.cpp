@@ -21,9 +21,7 @@ std::error_code errorOf(int number)
     return {number, std::generic_category()};
 }
 
-/// How much is read at once: most replies are short, and a long one announces itself by what came so far.
-constexpr std::size_t smallestRead = 4096;
-constexpr std::size_t largestRead = 65'536; // what a pipe holds
+constexpr std::size_t readSize = 65'536; // what a pipe holds
 
 struct Pipe
 {
@@ -155,12 +153,14 @@ HelperProcess::Launch HelperProcess::launch(const std::vector<std::string>& comm
 
 HelperProcess::HelperProcess(pid_t pid, FileDescriptor input, FileDescriptor output, FileDescriptor errors,
                              ChildReaper& reaper)
-    : m_pid(pid), m_input(std::move(input)), m_output(std::move(output)), m_errors(std::move(errors)), m_reaper(&reaper)
+    : m_pid(pid), m_input(std::move(input)), m_output(std::move(output)), m_errors(std::move(errors)),
+      m_buffer(std::make_unique_for_overwrite<char[]>(readSize)), m_reaper(&reaper)
 {}
 
 HelperProcess::HelperProcess(HelperProcess&& other) noexcept
     : m_pid(std::exchange(other.m_pid, -1)), m_input(std::move(other.m_input)), m_output(std::move(other.m_output)),
-      m_errors(std::move(other.m_errors)), m_unread(std::move(other.m_unread)), m_reaper(other.m_reaper)
+      m_errors(std::move(other.m_errors)), m_buffer(std::move(other.m_buffer)),
+      m_unread(std::exchange(other.m_unread, {})), m_reaper(other.m_reaper)
 {}
 
 HelperProcess::~HelperProcess()
@@ -193,25 +193,24 @@ std::error_code HelperProcess::write(std::string_view bytes)
 
 HelperProcess::Line HelperProcess::readLine()
 {
-    std::string line = std::exchange(m_unread, {});
-    std::size_t searched = 0;
+    std::string line;
+    std::string_view bytes = std::exchange(m_unread, {});
     while (true) {
-        const std::size_t lineFeed = line.find('\n', searched);
-        if (lineFeed != std::string::npos) {
-            m_unread.assign(line, lineFeed + 1);
-            line.resize(lineFeed);
+        const std::size_t lineFeed = bytes.find('\n');
+        if (lineFeed != std::string_view::npos) {
+            line.append(bytes.substr(0, lineFeed));
+            m_unread = bytes.substr(lineFeed + 1);
             return line;
         }
-        searched = line.size();
+        line.append(bytes);
 
-        line.resize(searched + std::clamp(searched, smallestRead, largestRead));
-        const ssize_t count = ::read(m_output.get(), line.data() + searched, line.size() - searched);
+        const ssize_t count = ::read(m_output.get(), m_buffer.get(), readSize);
         const int failure = errno;
-        line.resize(searched + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
         if (count == 0)
             return EndOfOutput{};
         if (count < 0 && failure != EINTR)
             return errorOf(failure);
+        bytes = {m_buffer.get(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
     }
 }
 

@@ -3,6 +3,7 @@
 #include "backend/FileDescriptor.h"
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -61,7 +62,8 @@ private:
     pid_t m_pid;
     FileDescriptor m_input;
     FileDescriptor m_output;
-    FileDescriptor m_errors; // held, because a child must be able to write there, and never read
-    std::string m_unread;    // came after the last line feed
-    ChildReaper* m_reaper;   // not ours
+    FileDescriptor m_errors;          // held, because a child must be able to write there, and never read
+    std::unique_ptr<char[]> m_buffer; // what was read last
+    std::string_view m_unread;        // of it, what came after the last line feed
+    ChildReaper* m_reaper;            // not ours
 };

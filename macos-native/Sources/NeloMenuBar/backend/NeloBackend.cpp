@@ -70,7 +70,9 @@ void appendText(std::string& line, std::string_view text)
 /// A compact JSON object and a line feed. Written piece by piece: a tree of it would copy every argument first.
 std::string requestLine(std::string_view function, const std::vector<Json>& args)
 {
-    std::string line = R"({"function":)";
+    std::string line;
+    line.reserve(256); // most requests; growing by and by would take several allocations
+    line += R"({"function":)";
     appendText(line, function);
     line += R"(,"args":)";
     char separator = '[';
