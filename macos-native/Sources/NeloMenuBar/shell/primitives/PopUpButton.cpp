@@ -8,7 +8,6 @@
 
 PopUpButton::PopUpButton(QWidget* parent) : QComboBox(parent)
 {
-    setSizeAdjustPolicy(AdjustToContents);
     setFocusPolicy(Qt::StrongFocus); // less the wheel, which is not for us
 }
 
@@ -27,6 +26,14 @@ void PopUpButton::initStyleOption(QStyleOptionComboBox* option) const
     QComboBox::initStyleOption(option);
     const QRect room = style()->subControlRect(QStyle::CC_ComboBox, option, QStyle::SC_ComboBoxEditField, this);
     option->currentText = option->fontMetrics.elidedText(singleLine(option->currentText), Qt::ElideRight, room.width());
+}
+
+// Not from the beginning: it makes the list that drops down, eight widgets for each button of a window. Until it is shown
+// a combo box measures its items anyway.
+void PopUpButton::showEvent(QShowEvent* event)
+{
+    setSizeAdjustPolicy(AdjustToContents);
+    QComboBox::showEvent(event);
 }
 
 void PopUpButton::wheelEvent(QWheelEvent* event)

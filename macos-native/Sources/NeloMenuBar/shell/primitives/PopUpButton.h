@@ -18,5 +18,6 @@ public:
 
 protected:
     void initStyleOption(QStyleOptionComboBox* option) const override;
+    void showEvent(QShowEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
 };
