@@ -182,11 +182,13 @@ void SkillsViewController::refreshAgentOptions()
 {
     const BackendReply reply(NeloBackend::call("list_local_agents"));
     m_currentAgentRows = agentsOf(reply.rows(), currentEcosystem());
-    m_agentPopup->clear();
+    QStringList titles;
     for (const Json& agent : m_currentAgentRows)
-        m_agentPopup->addItem(singleLine(localAgentTitle(agent)));
-    if (m_currentAgentRows.empty())
-        m_agentPopup->addItem(reply.isError() ? QStringLiteral("(load failed)") : QStringLiteral("(none)"));
+        titles.append(singleLine(localAgentTitle(agent)));
+    if (titles.isEmpty())
+        titles.append(reply.isError() ? QStringLiteral("(load failed)") : QStringLiteral("(none)"));
+    m_agentPopup->clear();
+    m_agentPopup->addItems(titles);
 }
 
 void SkillsViewController::refreshSkills()
