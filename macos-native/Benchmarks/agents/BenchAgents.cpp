@@ -1,7 +1,5 @@
-// Refreshing a list of 10,000 agents against the parse of the same reply and the reset of a bare model; opening a
-// configuration of 5 MB against a bare editor that is given the same text; and how long a page of the list takes to be
-// painted. Where there are two sides they alternate on one core, and the ratios of their times are printed as median,
-// minimum and maximum.
+// Refreshing a list of agents against the parse of the same reply and the reset of a bare model; opening a
+// configuration against a bare editor that is given the same text; and how long a page of the list takes to be painted.
 
 #include "Comparison.h"
 #include "agents/AgentReport.h"
@@ -24,6 +22,10 @@ namespace {
 // The list differs from one call to the next: a list that stays the same would not be shown anew.
 const char* const backend = R"(
 calls = 0
+count = 0
+def have(agents):
+    global count
+    count = agents
 def agent(i):
     key = "codex-20250101-%06d" % i
     return {"id": key, "name": "agent %d" % i, "ecosystem": ("codex", "kimi", "openclaw")[i % 3], "origin": "managed",
@@ -32,7 +34,7 @@ def agent(i):
 def sync_local_agents_to_core():
     global calls
     calls += 1
-    return [agent(i) for i in range(10000)]
+    return [agent(i) for i in range(count)]
 )";
 
 /// Rows, of which nothing is shown.
@@ -56,55 +58,43 @@ private:
     Json m_rows = Json::array();
 };
 
-double millisecondsOf(const std::function<void()>& work)
+void compareRefreshes(AgentsViewController& tab, int agents)
 {
-    QElapsedTimer timer;
-    timer.start();
-    work();
-    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
-}
-
-void compareRefreshes(AgentsViewController& tab)
-{
+    NeloBackend::call("have", {agents});
+    tab.refreshAgents();
     BareRows bareRows;
-    Comparison::compare(
-        "refresh, call included", [&tab] { return millisecondsOf([&tab] { tab.refreshAgents(); }); },
-        [&bareRows] {
-            return millisecondsOf(
-                [&bareRows] { bareRows.setRows(Json::parse(NeloBackend::call("sync_local_agents_to_core"))); });
-        });
-
     auto* table = tab.findChild<JsonTable*>();
     auto* summary = tab.findChild<Label*>(QStringLiteral("summaryLabel"));
     std::string reply;
     const auto ours = [&] {
         reply = NeloBackend::call("sync_local_agents_to_core");
-        return millisecondsOf([&] {
+        return Pairs::millisecondsOf([&] {
             AgentReport report = agentReport(BackendReply(reply));
             table->setRows(std::move(report.rows));
             summary->setText(report.summary);
         });
     };
-    const auto bare = [&] { return millisecondsOf([&] { bareRows.setRows(Json::parse(reply)); }); };
-    Comparison::compare("refresh, call aside", ours, bare);
-    table->selectRow(9000);
-    Comparison::compare("refresh, with a selection", ours, bare);
+    const auto bare = [&] { return Pairs::millisecondsOf([&] { bareRows.setRows(Json::parse(reply)); }); };
+    const int pairs = agents > 1000 ? 21 : 101;
+    Pairs::compare("agents refresh", agents, pairs, ours, bare);
+    table->selectRow(agents - agents / 10);
+    Pairs::compare("agents refresh, with a selection", agents, pairs, ours, bare);
 }
 
-/// A frame lasts 16.7 ms at 60 Hz.
-void timeScrolling(AgentsViewController& tab)
+void timeScrolling(AgentsViewController& tab, int agents)
 {
     QScrollBar* bar = tab.findChild<JsonTable*>()->verticalScrollBar();
-    std::vector<double> times;
-    for (bar->setValue(0); bar->value() < bar->maximum() && times.size() < 100;)
-        times.push_back(
+    Pairs::Result result{"agents, a page further", agents, {}, {}};
+    for (bar->setValue(0); bar->value() < bar->maximum() && result.ours.size() < 100;)
+        result.ours.push_back(
             Comparison::millisecondsToPaint([bar] { bar->triggerAction(QAbstractSlider::SliderPageStepAdd); }));
-    std::printf("%-28s %.2f ms\n", "a page further", Comparison::median(times));
+    Pairs::print(result);
 }
 
-void compareEditors(const QString& path)
+void compareEditors(const QString& path, int length)
 {
-    const QByteArray bytes = QByteArray("    \"some key\": \"a value of an ordinary length\",\n").repeated(100'000);
+    const QByteArray line = "    \"some key\": \"a value of an ordinary length\",\n";
+    const QByteArray bytes = line.repeated(length / line.size());
     QFile file(path);
     if (!file.open(QFile::WriteOnly | QFile::Unbuffered) || file.write(bytes) != bytes.size())
         qFatal("the configuration cannot be written");
@@ -130,14 +120,14 @@ void compareEditors(const QString& path)
             shown = std::move(editor);
         });
     };
-    Comparison::compare("open 5 MB", ours, bare);
+    Pairs::compare("open configuration of bytes", length, 21, ours, bare);
 }
 
 } // namespace
 
 int main(int argc, char* argv[])
 {
-    Comparison::useOneCore();
+    Pairs::useOneCore();
     const QTemporaryDir folder;
     Comparison::useBackend(folder, backend);
     QApplication application(argc, argv);
@@ -145,10 +135,12 @@ int main(int argc, char* argv[])
         AgentsViewController tab;
         tab.resize(1000, 600);
         tab.show();
-        compareRefreshes(tab);
-        timeScrolling(tab);
+        for (const int agents : {100, 1000, 10'000})
+            compareRefreshes(tab, agents);
+        timeScrolling(tab, 10'000);
     }
-    compareEditors(folder.filePath(QStringLiteral("config.json")));
+    for (const int length : {50'000, 500'000, 5'000'000})
+        compareEditors(folder.filePath(QStringLiteral("config.json")), length);
     NeloBackend::shutdown();
     QDir::setCurrent(QDir::rootPath());
     return 0;

@@ -1,25 +1,20 @@
 // What the bridge costs beyond its pipe: calls through NeloBackend against a bare loop that writes the same bytes to
-// the same Python script, reads up to the line feed and parses nothing. Rounds of the two alternate on one core; ratios
-// of their times are printed as minimum, median and maximum.
+// the same Python script, reads up to the line feed and parses nothing.
 
 #include "HelperServerScript.h"
+#include "Pairs.h"
 #include "backend/ChildReaper.h"
 #include "backend/HelperProcess.h"
 #include "backend/NeloBackend.h"
 
-#include <algorithm>
 #include <array>
-#include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <string>
 #include <vector>
 
 #include <fcntl.h>
-#include <sched.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -28,15 +23,13 @@ extern char** environ;
 
 namespace {
 
-constexpr int rounds = 41;
-
-/// Answers 300 bytes, or as many rows of the Agents tab as it is asked for.
+/// Answers a text, or as many rows of the Agents tab as it is asked for.
 constexpr const char* agentsModule = R"(
-small = {'text': 'x' * 270}
 rows = [{'id': 'codex-%d' % i, 'name': 'Agent 助手 %d' % i, 'ecosystem': 'codex', 'origin': 'managed', 'state': 'available',
          'lastSeen': '2026-01-02T03:04:05Z', 'workspace': '/home/user/.codex/agents/codex-%d' % i,
          'createdAt': '2026-01-02T03:04:05Z'} for i in range(45000)]
-def ask(argument): return small
+texts = {length: {'text': 'x' * (length - 30)} for length in (300, 3000, 30000)}
+def ask(argument, length): return texts[length]
 def rows_of(count): return rows[:count]
 )";
 
@@ -98,69 +91,53 @@ private:
     std::vector<char> m_buffer = std::vector<char>(65536);
 };
 
-double secondsOf(const std::function<void()>& work)
+/// Calls of about 100 bytes. A round is short, so that most of them are over before anything else takes the core.
+void compareCalls(BareLoop& bare, int length)
 {
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    constexpr int pairs = 401;
+    constexpr int calls = 20;
+    const std::string argument(50, 'y');
+    const std::string request = R"({"function":"ask","args":[")" + argument + "\"," + std::to_string(length) + "]}\n";
+    const auto ours = [&argument, length] {
+        for (int call = 0; call < calls; ++call)
+            NeloBackend::call("ask", {argument, length});
+    };
+    const auto theirs = [&bare, &request] {
+        for (int call = 0; call < calls; ++call)
+            bare.exchange(request);
+    };
+    Pairs::compare(
+        "call, reply of bytes", length, pairs, [&ours] { return Pairs::millisecondsOf(ours); },
+        [&theirs] { return Pairs::millisecondsOf(theirs); });
 }
 
-void compare(const char* name, const std::function<void()>& ours, const std::function<void()>& bare)
+void compareTables(BareLoop& bare, int length, int rows)
 {
-    ours(); // both sides warm
-    bare();
-    std::vector<double> ratios;
-    for (int round = 0; round < rounds; ++round) {
-        const bool oursFirst = round % 2 == 0;
-        const double first = secondsOf(oursFirst ? ours : bare);
-        const double second = secondsOf(oursFirst ? bare : ours);
-        ratios.push_back(oursFirst ? first / second : second / first);
-    }
-    std::sort(ratios.begin(), ratios.end());
-    std::printf("%-28s %.2f (%.2f to %.2f)\n", name, ratios[ratios.size() / 2], ratios.front(), ratios.back());
-}
-
-void useOneCore()
-{
-    cpu_set_t one;
-    CPU_ZERO(&one);
-    CPU_SET(0, &one);
-    sched_setaffinity(0, sizeof one, &one);
+    constexpr int pairs = 41;
+    const std::string request = R"({"function":"rows_of","args":[)" + std::to_string(rows) + "]}\n";
+    const auto ours = [rows] { NeloBackend::call("rows_of", {rows}); };
+    const auto theirs = [&bare, &request] { bare.exchange(request); };
+    Pairs::compare(
+        "call, reply of bytes", length, pairs, [&ours] { return Pairs::millisecondsOf(ours); },
+        [&theirs] { return Pairs::millisecondsOf(theirs); });
 }
 
 } // namespace
 
 int main()
 {
-    useOneCore();
+    Pairs::useOneCore();
     const auto folder = std::filesystem::temp_directory_path() / ("bridge-" + std::to_string(getpid())) / "nelohub";
     std::filesystem::create_directories(folder);
     std::filesystem::current_path(folder);
     std::ofstream("app.py") << agentsModule;
     {
+        constexpr int bytesPerRow = 242;
         BareLoop bare;
-        const std::string argument(60, 'y');
-        const std::string smallRequest = "{\"function\":\"ask\",\"args\":[\"" + argument + "\"]}\n";
-        constexpr int calls = 20'000 / rounds;
-        compare(
-            "small call",
-            [&argument] {
-                for (int call = 0; call < calls; ++call)
-                    NeloBackend::call("ask", {argument});
-            },
-            [&bare, &smallRequest] {
-                for (int call = 0; call < calls; ++call)
-                    bare.exchange(smallRequest);
-            });
-
-        for (const int rows : {4'500, 45'000}) {
-            const std::string request = "{\"function\":\"rows_of\",\"args\":[" + std::to_string(rows) + "]}\n";
-            const std::size_t length = bare.exchange(request);
-            const std::string name = "reply of " + std::to_string(length / 1000) + " kB";
-            compare(
-                name.c_str(), [rows] { NeloBackend::call("rows_of", {rows}); },
-                [&bare, &request] { bare.exchange(request); });
-        }
+        for (const int length : {300, 3000, 30'000})
+            compareCalls(bare, length);
+        for (const int length : {100'000, 1'000'000, 10'000'000})
+            compareTables(bare, length, length / bytesPerRow);
     }
     NeloBackend::shutdown();
     std::filesystem::current_path("/");

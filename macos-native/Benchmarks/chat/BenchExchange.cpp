@@ -1,35 +1,35 @@
-// An exchange of 20 KB in each direction with a server on loopback: a call of ChatClient, log and all, against a bare
-// QNetworkAccessManager that keeps its connection. Calls of the two alternate; the medians of their times are printed
-// in milliseconds, and their ratio.
+// An exchange of texts of one length in both directions with a server on loopback: a call of ChatClient, log and all,
+// against bare libcurl on a handle that keeps its connection.
 
+#include "Pairs.h"
 #include "chat/client/ChatClient.h"
 #include "support/HttpServer.h"
 #include "support/TestCertificate.h"
 #include "support/TestHome.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QEventLoop>
-#include <QNetworkReply>
 #include <QSslConfiguration>
+#include <QTemporaryFile>
 #include <QThread>
 
-#include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <functional>
-#include <vector>
+
+#include <curl/curl.h>
 
 namespace {
 
-constexpr int rounds = 101;
-const QString text(20'000, QLatin1Char('x'));
-const QByteArray reply = R"({"choices":[{"message":{"content":")" + text.toLatin1() + R"("}}]})";
+QByteArray replyOf(const QString& text)
+{
+    return R"({"choices":[{"message":{"content":")" + text.toLatin1() + R"("}}]})";
+}
 
-/// The reply; the connection goes on unless the request asks for its end.
+/// As long a text as was sent, which is all but a few bytes of the request; the connection goes on unless the request
+/// asks for its end.
 HttpAnswer answerTo(const HttpRequest& request)
 {
-    const HttpAnswer answer = HttpAnswer::message(200, reply);
+    const HttpAnswer answer = HttpAnswer::message(200, replyOf(QString(request.body.size(), u'x')));
     return request.header("Connection") == "close" ? answer : answer.keptAlive();
 }
 
@@ -68,67 +68,79 @@ private:
     std::unique_ptr<HttpServer> m_server;
 };
 
-/// Milliseconds until `start` calls what it is given.
-double millisecondsOf(const std::function<void(const std::function<void()>&)>& start)
+double ours(ChatClient& client, const QString& text)
 {
-    QEventLoop loop;
-    QElapsedTimer timer;
-    timer.start();
-    start([&loop] { loop.quit(); });
-    loop.exec();
-    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
-}
-
-double ours(ChatClient& client)
-{
-    return millisecondsOf([&client](const std::function<void()>& done) {
+    return Pairs::millisecondsOf([&client, &text] {
+        QEventLoop loop;
         client.callChatAPI(QStringLiteral("openai"), QStringLiteral("m"), {{QStringLiteral("user"), text, QString()}},
-                           QStringLiteral("key"), [done](const ChatOutcome& outcome) {
+                           QStringLiteral("key"), [&loop](const ChatOutcome& outcome) {
                                if (!std::holds_alternative<ChatText>(outcome))
-                                   std::abort();
-                               done();
+                                   qFatal("an exchange failed");
+                               loop.quit();
                            });
+        loop.exec();
     });
 }
 
-double bare(QNetworkAccessManager& manager, const QUrl& url)
+std::size_t append(char* bytes, std::size_t size, std::size_t count, void* destination)
 {
-    return millisecondsOf([&manager, &url](const std::function<void()>& done) {
-        QNetworkRequest request(url);
-        request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
-        request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false); // the server speaks only the first
-        QNetworkReply* const answer = manager.post(request, text.toLatin1());
-        QObject::connect(answer, &QNetworkReply::finished, answer, [answer, done] {
-            if (answer->readAll() != reply)
-                std::abort();
-            answer->deleteLater();
-            done();
+    static_cast<QByteArray*>(destination)->append(bytes, static_cast<qsizetype>(size * count));
+    return size * count;
+}
+
+/// The bare side.
+class CurlHandle final
+{
+public:
+    CurlHandle(const QString& url, const QString& certificateFile) : m_handle(curl_easy_init())
+    {
+        curl_easy_setopt(m_handle, CURLOPT_URL, url.toUtf8().constData());
+        curl_easy_setopt(m_handle, CURLOPT_CAINFO, QFile::encodeName(certificateFile).constData());
+        curl_easy_setopt(m_handle, CURLOPT_NOPROXY, "*");
+        curl_easy_setopt(m_handle, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1);
+        curl_easy_setopt(m_handle, CURLOPT_WRITEFUNCTION, append);
+        m_headers = curl_slist_append(m_headers, "Content-Type: application/json");
+        m_headers = curl_slist_append(m_headers, "Expect:");
+        curl_easy_setopt(m_handle, CURLOPT_HTTPHEADER, m_headers);
+    }
+    CurlHandle(const CurlHandle&) = delete;
+    CurlHandle& operator=(const CurlHandle&) = delete;
+    ~CurlHandle()
+    {
+        curl_easy_cleanup(m_handle);
+        curl_slist_free_all(m_headers);
+    }
+
+    double exchange(const QByteArray& text)
+    {
+        return Pairs::millisecondsOf([this, &text] {
+            QByteArray reply;
+            curl_easy_setopt(m_handle, CURLOPT_POSTFIELDS, text.constData());
+            curl_easy_setopt(m_handle, CURLOPT_POSTFIELDSIZE, static_cast<long>(text.size()));
+            curl_easy_setopt(m_handle, CURLOPT_WRITEDATA, &reply);
+            if (const CURLcode failure = curl_easy_perform(m_handle); failure != CURLE_OK)
+                qFatal("%s", curl_easy_strerror(failure));
+            if (reply.size() < text.size())
+                qFatal("a reply was cut short");
         });
-    });
-}
+    }
 
-double median(std::vector<double>& times)
-{
-    std::sort(times.begin(), times.end());
-    return times[times.size() / 2];
-}
+private:
+    CURL* m_handle;
+    curl_slist* m_headers = nullptr;
+};
 
-void compare(const char* name, const QString& url)
+void compare(const char* row, const QString& url, const QString& certificateFile = {})
 {
     qputenv("NELO_OPENAI_BASE_URL", url.toUtf8());
-    ChatClient client;
-    QNetworkAccessManager manager;
-    ours(client); // both sides warm
-    bare(manager, QUrl(url));
-    std::vector<double> ourTimes;
-    std::vector<double> bareTimes;
-    for (int round = 0; round < rounds; ++round) {
-        ourTimes.push_back(ours(client));
-        bareTimes.push_back(bare(manager, QUrl(url)));
+    for (const int length : {2000, 20'000, 200'000}) {
+        const QString text(length, u'x');
+        ChatClient client;
+        CurlHandle curl(url, certificateFile);
+        Pairs::compare(
+            row, length, 51, [&client, &text] { return ours(client, text); },
+            [&curl, &text] { return curl.exchange(text.toLatin1()); });
     }
-    const double our = median(ourTimes);
-    const double other = median(bareTimes);
-    std::printf("%-8s ours %.2f ms, bare %.2f ms, ratio %.3f\n", name, our, other, our / other);
 }
 
 } // namespace
@@ -136,17 +148,21 @@ void compare(const char* name, const QString& url)
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    setlinebuf(stdout);
+    Pairs::useOneCore();
+    curl_global_init(CURL_GLOBAL_DEFAULT);
     const TestHome home;
     {
         const ServerThread server([] { return std::make_unique<HttpServer>(); });
-        compare("http", server.url());
+        compare("chat exchange of bytes", server.url());
     }
     const TestCertificate certificate = TestCertificate::make();
     QSslConfiguration trusting = QSslConfiguration::defaultConfiguration();
     trusting.addCaCertificate(certificate.certificate);
     QSslConfiguration::setDefaultConfiguration(trusting);
     const ServerThread server([&certificate] { return std::make_unique<HttpServer>(certificate.forServer()); });
-    compare("https", server.url());
+    QTemporaryFile authority;
+    if (!authority.open() || authority.write(certificate.certificate.toPem()) < 0 || !authority.flush())
+        qFatal("the certificate cannot be written");
+    compare("chat exchange of bytes, TLS", server.url(), authority.fileName());
     return EXIT_SUCCESS;
 }

@@ -1,6 +1,7 @@
-// How long the main thread stands still while 200 records of 100 KB are written: the longest time between two ticks of
-// a timer of one millisecond, beside the time that encoding and writing take in place.
+// How long the main thread stands still while a history of records of 100 KB is written: the longest time between two
+// ticks of a timer of one millisecond, beside the time that encoding and writing take in place.
 
+#include "Pairs.h"
 #include "chat/ChatHistory.h"
 #include "chat/ChatHistoryWriter.h"
 #include "shell/primitives/files/AtomicFile.h"
@@ -12,26 +13,19 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 
 using namespace std::chrono_literals;
 
 namespace {
 
-double milliseconds(const QElapsedTimer& timer)
-{
-    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
-}
-
 /// Milliseconds that the whole work takes on this thread; leaves no file.
 double timeInPlace(const QList<NeloChatMessage>& messages)
 {
-    QElapsedTimer timer;
-    timer.start();
-    if (writeFileAtomically(neloChatHistoryURL(), encodeChatMessages(messages)))
-        std::abort();
-    const double time = milliseconds(timer);
+    const double time = Pairs::millisecondsOf([&messages] {
+        if (writeFileAtomically(neloChatHistoryURL(), encodeChatMessages(messages)))
+            std::abort();
+    });
     QFile::remove(neloChatHistoryURL());
     return time;
 }
@@ -45,7 +39,7 @@ double longestStall(QList<NeloChatMessage>& messages)
     QTimer tick;
     tick.setTimerType(Qt::PreciseTimer);
     QObject::connect(&tick, &QTimer::timeout, &tick, [&] {
-        longest = std::max(longest, milliseconds(sinceTick));
+        longest = std::max(longest, static_cast<double>(sinceTick.nsecsElapsed()) / 1e6);
         sinceTick.start();
         if (QFile::exists(neloChatHistoryURL()))
             QCoreApplication::quit();
@@ -54,6 +48,7 @@ double longestStall(QList<NeloChatMessage>& messages)
     sinceTick.start();
     writer.persistMessages();
     QCoreApplication::exec();
+    QFile::remove(neloChatHistoryURL());
     return longest;
 }
 
@@ -64,8 +59,11 @@ int main(int argc, char** argv)
     const QCoreApplication application(argc, argv);
     const TestHome home;
     const QString text(100 * 1024 / 3, QChar(u'你')); // three bytes each
-    QList<NeloChatMessage> messages(200, NeloChatMessage::now(QStringLiteral("assistant"), text));
-    const double inPlace = timeInPlace(messages);
-    std::printf("longest stall %.1f ms, in place %.0f ms\n", longestStall(messages), inPlace);
+    for (const int records : {2, 20, 200}) {
+        QList<NeloChatMessage> messages(records, NeloChatMessage::now(QStringLiteral("assistant"), text));
+        Pairs::compare(
+            "history write, longest stall", records, 9, [&messages] { return longestStall(messages); },
+            [&messages] { return timeInPlace(messages); });
+    }
     return EXIT_SUCCESS;
 }

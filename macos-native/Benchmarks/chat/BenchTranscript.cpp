@@ -1,28 +1,20 @@
 // The transcript side by side with a bare QTextBrowser that is given the same messages: half of them short, half 2 KB
-// of mixed Chinese and Latin. Prints each figure as a ratio with its bar, and fails when one is above it.
-//
-// Both are on a shown window, and every step is timed until its picture is painted. Run with QT_QPA_PLATFORM=offscreen.
+// of mixed Chinese and Latin. Both are on a shown window, and every step is timed until its picture is painted.
 
+#include "Pairs.h"
 #include "chat/transcript/TranscriptView.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QScrollBar>
 #include <QTextBrowser>
-#include <QTextStream>
 
 #include <algorithm>
-#include <array>
-#include <functional>
 #include <memory>
 #include <vector>
 
 #include <malloc.h>
 
 namespace {
-
-constexpr int conversationLength = 500;
-constexpr int rounds = 7;
 
 QString shortMessage(int number)
 {
@@ -55,20 +47,6 @@ QStringList messages(int length)
 Speaker speakerOf(int number)
 {
     return number % 2 == 0 ? Speaker::User : Speaker::Nelo;
-}
-
-double milliseconds(const std::function<void()>& work)
-{
-    QElapsedTimer timer;
-    timer.start();
-    work();
-    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
 }
 
 void paintNow(QWidget& widget)
@@ -133,52 +111,88 @@ private:
     QTextBrowser m_view;
 };
 
-struct Timings
+/// Milliseconds of each step, once around.
+struct Times
 {
-    std::vector<double> show;
-    std::vector<double> append;
-    std::vector<double> resize;
+    double show = 0;
+    double append = 0;
+    double width = 0;
+    double pageUp = 0;
 };
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
 
 template <class View> double appendTo(View& view, int number)
 {
     const QString text = message(number);
-    return milliseconds([&view, &text, number] {
+    return Pairs::millisecondsOf([&view, &text, number] {
         view.append(number, text);
         QApplication::processEvents();
     });
 }
 
-template <class View> void timeOnce(Timings& timings)
+template <class View> double pageUp(View& view)
 {
-    const QStringList texts = messages(conversationLength);
+    return Pairs::millisecondsOf([&view] {
+        view.widget().verticalScrollBar()->triggerAction(QAbstractSlider::SliderPageStepSub);
+        paintNow(view.widget());
+    });
+}
+
+template <class View> Times timesOf(const QStringList& texts)
+{
+    Times times;
     std::unique_ptr<View> view;
-    timings.show.push_back(milliseconds([&view, &texts] {
+    times.show = Pairs::millisecondsOf([&view, &texts] {
         view = std::make_unique<View>(texts);
         view->show();
-    }));
-    for (int number = conversationLength; number < conversationLength + 20; ++number)
-        timings.append.push_back(appendTo(*view, number));
-    for (const int width : {600, 560, 520, 480, 700, 950}) {
-        timings.resize.push_back(milliseconds([&view, width] {
-            view->widget().resize(width, 540);
-            paintNow(view->widget());
-        }));
-    }
+    });
+    std::vector<double> appends;
+    std::vector<double> pages;
+    for (int number = 0; number < 20; ++number)
+        appends.push_back(appendTo(*view, static_cast<int>(texts.size()) + number));
+    times.append = median(appends);
+    for (int page = 0; page < 20; ++page)
+        pages.push_back(pageUp(*view));
+    times.pageUp = median(pages);
+    view->widget().verticalScrollBar()->triggerAction(QAbstractSlider::SliderToMaximum);
+    times.width = Pairs::millisecondsOf([&view] {
+        view->widget().resize(600, 540);
+        paintNow(view->widget());
+    });
+    return times;
 }
 
-double appendAfter(int length)
+void compare(int length)
 {
-    Transcript view(messages(length));
-    view.show();
-    std::vector<double> times;
-    for (int number = 0; number < 40; ++number)
-        times.push_back(appendTo(view, number));
-    return median(times);
+    constexpr int pairs = 9;
+    const QStringList texts = messages(length);
+    Pairs::Result show{"transcript, show", length, {}, {}};
+    Pairs::Result append{"transcript, append", length, {}, {}};
+    Pairs::Result width{"transcript, width", length, {}, {}};
+    Pairs::Result up{"transcript, page up", length, {}, {}};
+    for (int pair = 0; pair < pairs; ++pair) {
+        const Times ours = timesOf<Transcript>(texts);
+        const Times bare = timesOf<Browser>(texts);
+        const auto add = [&ours, &bare](Pairs::Result& result, double Times::*step) {
+            result.ours.push_back(ours.*step);
+            result.bare.push_back(bare.*step);
+        };
+        add(show, &Times::show);
+        add(append, &Times::append);
+        add(width, &Times::width);
+        add(up, &Times::pageUp);
+    }
+    for (const Pairs::Result& result : {show, append, width, up})
+        Pairs::print(result);
 }
 
-/// Heap bytes for each byte of text, once every message was seen and is out of sight again.
-double memoryPerText()
+/// The heap that messages take once every one of them was seen and is out of sight again, and the size of their text.
+Pairs::Result memory()
 {
     constexpr int length = 2000;
     qsizetype textBytes = 0;
@@ -194,35 +208,18 @@ double memoryPerText()
     for (int y = 0; y < bar->maximum(); y += bar->pageStep())
         bar->setValue(y);
     bar->setValue(0); // only the very first message is in sight
-    return static_cast<double>(mallinfo2().uordblks - before) / static_cast<double>(textBytes);
-}
-
-/// Prints a ratio with its bar and tells whether it is kept.
-bool report(const char* what, double ratio, double bar)
-{
-    QTextStream(stdout) << QString::fromLatin1(what).leftJustified(48) << QString::number(ratio, 'f', 3) << " (at most "
-                        << bar << ")\n";
-    return ratio <= bar;
+    const auto heap = static_cast<double>(mallinfo2().uordblks - before);
+    return {"transcript, heap to text", length, {heap / 1000}, {static_cast<double>(textBytes) / 1000}, "kB"};
 }
 
 } // namespace
 
 int main(int argc, char* argv[])
 {
+    Pairs::useOneCore();
     const QApplication application(argc, argv);
-    Timings ours;
-    Timings theirs;
-    for (int round = 0; round < rounds; ++round) {
-        timeOnce<Transcript>(ours);
-        timeOnce<Browser>(theirs);
-    }
-    const std::array kept{report("show 500 messages, to QTextBrowser", median(ours.show) / median(theirs.show), 0.5),
-                          report("append a message, to QTextBrowser", median(ours.append) / median(theirs.append), 1.2),
-                          report("change the width, to QTextBrowser", median(ours.resize) / median(theirs.resize), 0.5),
-                          report("append at message 5,000, to message 10", appendAfter(5000) / appendAfter(10), 1.5),
-                          report("memory of messages out of sight, to their text", memoryPerText(), 3)};
-    QTextStream(stdout) << "ms: show " << median(ours.show) << " / " << median(theirs.show) << ", append "
-                        << median(ours.append) << " / " << median(theirs.append) << ", width " << median(ours.resize)
-                        << " / " << median(theirs.resize) << "\n";
-    return std::all_of(kept.begin(), kept.end(), [](bool isKept) { return isKept; }) ? 0 : 1;
+    for (const int length : {50, 500, 5000})
+        compare(length);
+    Pairs::print(memory());
+    return 0;
 }

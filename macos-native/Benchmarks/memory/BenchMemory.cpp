@@ -1,10 +1,11 @@
-// What use costs in memory: after 200 openings of each window, 10,000 calls of the backend and 1,000 sends of the
-// chat's client, against after 20, 1,000 and 100 of them. The growth of what is private and dirty is printed for each;
-// more than 2 % of any fails.
+// What use costs in memory: what is private and dirty after 200 openings of each window, 10,000 calls of the backend
+// and 1,000 sends of the chat's client, against after 20, 1,000 and 100 of them.
 
+#include "Pairs.h"
 #include "backend/NeloBackend.h"
 #include "chat/client/ChatClient.h"
 #include "shell/NeloMenuBarApp.h"
+#include "shell/platform/StatusArea.h"
 #include "support/HttpServer.h"
 #include "support/TestHome.h"
 
@@ -12,7 +13,6 @@
 #include <QEventLoop>
 #include <QTest>
 
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
@@ -25,16 +25,14 @@
 
 namespace {
 
-constexpr double bar = 0.02;
-
 /// Kilobytes of this process that were written to and are nobody else's.
-long privateDirty()
+double privateDirty()
 {
     std::ifstream rollup("/proc/self/smaps_rollup");
     std::string word;
     while (rollup >> word) {
         if (word == "Private_Dirty:") {
-            long kilobytes = 0;
+            double kilobytes = 0;
             rollup >> kilobytes;
             return kilobytes;
         }
@@ -42,19 +40,15 @@ long privateDirty()
     std::abort(); // not this Linux
 }
 
-/// Does `work` `often` times, prints by how much the memory has grown since it was done `first` times, and returns
-/// whether that is within the bar.
-bool measure(const char* name, int first, int often, const std::function<void()>& work)
+/// Does `work` `often` times and prints the memory that there is then and that there was after the `first` times.
+void measure(const char* row, int first, int often, const std::function<void()>& work)
 {
     for (int time = 0; time < first; ++time)
         work();
-    const long before = privateDirty();
+    const double before = privateDirty();
     for (int time = first; time < often; ++time)
         work();
-    const long after = privateDirty();
-    const double growth = static_cast<double>(after) / static_cast<double>(before) - 1;
-    std::printf("memory after %5d %-24s %+.2f %% (%ld KB to %ld KB)\n", often, name, 100 * growth, before, after);
-    return growth < bar;
+    Pairs::print({row, often, {privateDirty()}, {before}, "kB"});
 }
 
 /// A provider in a process of its own, for it remembers what it was asked.
@@ -112,27 +106,26 @@ void openAndClose(NeloMenuBarApp& app, void (NeloMenuBarApp::*open)())
         std::abort();
 }
 
-bool measureWindows()
+void measureWindows()
 {
-    NeloMenuBarApp app;
+    NeloMenuBarApp app(desktopStatusArea());
     const auto openEach = [&app] {
         for (const auto open :
              {&NeloMenuBarApp::openNelo, &NeloMenuBarApp::openNeloConsole, &NeloMenuBarApp::openSettings})
             openAndClose(app, open);
     };
-    return measure("openings of each window", 20, 200, openEach);
+    measure("memory, openings of each window", 20, 200, openEach);
 }
 
-bool measureCalls()
+void measureCalls()
 {
-    return measure("calls of the backend", 1000, 10'000,
-                   [] { NeloBackend::call("load_nelo_settings"); });
+    measure("memory, calls", 1000, 10'000, [] { NeloBackend::call("load_nelo_settings"); });
 }
 
-bool measureSends()
+void measureSends()
 {
     ChatClient client;
-    return measure("sends of the chat", 100, 1000, [&client] {
+    measure("memory, sends", 100, 1000, [&client] {
         QEventLoop loop;
         client.callChatAPI(QStringLiteral("openai"), QStringLiteral("m"),
                            {{QStringLiteral("user"), QStringLiteral("Why is the sky blue?"), QString()}},
@@ -149,16 +142,15 @@ bool measureSends()
 
 int main(int argc, char** argv)
 {
-    setlinebuf(stdout);
     const TestHome home;
     const Provider provider; // forks, so before there are threads
     QApplication application(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Nelo"));
     QApplication::setApplicationName(QStringLiteral("BenchMemory"));
     QApplication::setQuitOnLastWindowClosed(false);
-    const bool areWindowsSteady = measureWindows();
-    const bool areCallsSteady = measureCalls();
-    const bool areSendsSteady = measureSends();
+    measureWindows();
+    measureCalls();
+    measureSends();
     NeloBackend::shutdown();
-    return areWindowsSteady && areCallsSteady && areSendsSteady ? EXIT_SUCCESS : EXIT_FAILURE;
+    return EXIT_SUCCESS;
 }

@@ -1,6 +1,5 @@
-// Refreshing a list of 2,000 skills against the parse of the same reply and the reset of a bare model; and choosing a
-// skill with 200 variables against the same fields made bare, which may take two frames of a 60 Hz display, 33.3 ms.
-// The two sides alternate on one core; ratios of their times are printed as median, minimum and maximum.
+// Refreshing a list of skills against the parse of the same reply and the reset of a bare model, and choosing a skill
+// with many variables against the same fields made bare.
 
 #include "Comparison.h"
 #include "backend/BackendReply.h"
@@ -23,7 +22,12 @@ namespace {
 // The list differs from one call to the next: a list that stays the same would not be shown anew.
 const char* const backend = R"(
 calls = 0
-variables = ["VARIABLE_%d" % i for i in range(200)]
+count = 0
+variables = []
+def have(skills, required):
+    global count, variables
+    count = skills
+    variables = ["VARIABLE_%d" % i for i in range(required)]
 def skill(i):
     return {"name": "skill %d of %d" % (i, calls), "skillKey": "skill-%d" % i, "source": "workspace",
             "description": "What this skill does, in a sentence or two. " * 3, "path": "/home/me/skills/%d" % i,
@@ -31,7 +35,7 @@ def skill(i):
 def list_skills(ecosystem):
     global calls
     calls += 1
-    return [skill(i) for i in range(2000)]
+    return [skill(i) for i in range(count)]
 def list_local_agents(): return []
 def get_adapter_snapshot(ecosystem): return {"configPath": "/c", "skillDirs": ["/a", "/b"]}
 def get_skill_entry(ecosystem, key): return {"env": {name: "value" for name in variables}}
@@ -77,44 +81,40 @@ std::unique_ptr<QWidget> makeBareFields(const std::vector<Json>& texts)
     return fields;
 }
 
-void compareLists(SkillsViewController& tab)
+void compareLists(SkillsViewController& tab, int skills)
 {
+    NeloBackend::call("have", {skills, 1});
+    tab.refreshSkills();
     QTableView table;
     BareModel model;
     table.setModel(&model);
     table.horizontalHeader()->setStretchLastSection(true);
     table.resize(400, 500);
     table.show();
-    const auto ours = [&tab] { return Comparison::millisecondsToPaint([&tab] { tab.refreshSkills(); }); };
-    const auto bare = [&model] {
-        return Comparison::millisecondsToPaint([&model] {
-            model.setRows(Json::parse(NeloBackend::call("list_skills", {"openclaw"})));
-            NeloBackend::call("get_adapter_snapshot", {"openclaw"});
-        });
-    };
-    Comparison::compare("list 2,000, calls included", ours, bare);
 
     auto* ourTable = tab.findChild<JsonTable*>();
     std::string reply;
-    const auto oursAside = [ourTable, &reply] {
+    const auto ours = [ourTable, &reply] {
         reply = NeloBackend::call("list_skills", {"openclaw"});
         return Comparison::millisecondsToPaint([ourTable, &reply] { ourTable->setRows(BackendReply(reply).rows()); });
     };
-    const auto bareAside = [&model, &reply] {
+    const auto bare = [&model, &reply] {
         return Comparison::millisecondsToPaint([&model, &reply] { model.setRows(Json::parse(reply)); });
     };
-    Comparison::compare("list 2,000, calls aside", oursAside, bareAside);
+    Pairs::compare("skills refresh", skills, 41, ours, bare);
 }
 
-void compareFields(SkillsViewController& tab)
+void timeFields(SkillsViewController& tab, int variables)
 {
+    NeloBackend::call("have", {2, variables});
+    tab.refreshSkills();
     auto* table = tab.findChild<JsonTable*>();
     QScrollArea area;
     area.setWidgetResizable(true);
     area.resize(600, 500);
     area.show();
     std::vector<Json> names;
-    for (int i = 0; i < 200; ++i)
+    for (int i = 0; i < variables; ++i)
         names.emplace_back("VARIABLE_" + std::to_string(i));
 
     const auto ours = [table] {
@@ -130,14 +130,14 @@ void compareFields(SkillsViewController& tab)
             area.setWidget(makeBareFields(names).release());
         });
     };
-    Comparison::compare("200 fields, 33.3 ms at most", ours, bare);
+    Pairs::compare("skill with variables", variables, 21, ours, bare);
 }
 
 } // namespace
 
 int main(int argc, char* argv[])
 {
-    Comparison::useOneCore();
+    Pairs::useOneCore();
     const QTemporaryDir folder;
     Comparison::useBackend(folder, backend);
     QApplication application(argc, argv);
@@ -145,8 +145,10 @@ int main(int argc, char* argv[])
         SkillsViewController tab;
         tab.resize(1000, 640);
         tab.show();
-        compareLists(tab);
-        compareFields(tab);
+        for (const int skills : {20, 200, 2000})
+            compareLists(tab, skills);
+        for (const int variables : {2, 20, 200})
+            timeFields(tab, variables);
     }
     NeloBackend::shutdown();
     QDir::setCurrent(QDir::rootPath());

@@ -1,10 +1,11 @@
 """Start-up and idle memory of the program against a bare Qt tray program with the same menu.
 
 Runs of the two alternate on one core of a virtual desktop. From exec to the status icon embedded in the tray, and the
-proportional set size and private dirty memory after it has settled; ratios as minimum, median and maximum.
+proportional set size and private dirty memory after it has settled. Prints lines of JSON for table.py.
 """
 from __future__ import annotations
 
+import json
 import os
 import re
 import subprocess
@@ -12,13 +13,13 @@ import sys
 import tempfile
 import time
 from pathlib import Path
-from statistics import median
 
 import Xlib.display  # python3-xlib
 import Xlib.X
 
-ROUNDS = 15
-SETTLED_SECONDS = 1.5
+ROUNDS = 11
+SETTLED_SECONDS = 5
+ROWS = (("exec to status icon", "ms"), ("idle memory, PSS", "kB"), ("idle memory, private dirty", "kB"))
 
 
 class Tray:
@@ -57,17 +58,18 @@ def memory(process_id: int) -> tuple[int, int]:
 
 
 def run(program: str, tray: Tray) -> tuple[float, int, int]:
+    """Milliseconds until the icon is there, then PSS and private dirty memory in kB."""
     with tempfile.TemporaryDirectory() as home:
         start = time.perf_counter()
         process = subprocess.Popen([program], cwd="/", env={**os.environ, "HOME": home, "XDG_RUNTIME_DIR": home})
         tray.await_icon(process)
-        seconds = time.perf_counter() - start
+        milliseconds = (time.perf_counter() - start) * 1000
         time.sleep(SETTLED_SECONDS)
         figures = memory(process.pid)
         process.kill()
         process.wait()
         tray.await_none()
-    return seconds, *figures
+    return milliseconds, *figures
 
 
 def main(ours: str, bare: str) -> None:
@@ -81,9 +83,9 @@ def main(ours: str, bare: str) -> None:
         else:
             a, b = run(ours, tray), run(bare, tray)
         pairs.append((a, b))
-    for index, name in enumerate(("exec to embedded icon", "idle PSS", "idle private dirty")):
-        ratios = [a[index] / b[index] for a, b in pairs]
-        print(f"{name:<28} {median(ratios):.2f} ({min(ratios):.2f} to {max(ratios):.2f})")
+    for index, (row, unit) in enumerate(ROWS):
+        print(json.dumps({"row": row, "work": 0, "unit": unit, "ours": [a[index] for a, _ in pairs],
+                          "bare": [b[index] for _, b in pairs]}))
 
 
 if __name__ == "__main__":

@@ -395,6 +395,14 @@ def launcher(nelo: Nelo) -> Node:
     return nelo.window("Nelo")
 
 
+def wake_ups(nelo: Nelo) -> int:
+    """How often the threads of the program have waited for something and got it."""
+    counts = []
+    for status in Path(f"/proc/{nelo.process.pid}/task").glob("*/status"):
+        counts += re.findall(r"^voluntary_ctxt_switches:\s*(\d+)", status.read_text(), re.MULTILINE)
+    return sum(map(int, counts))
+
+
 def open_chat(nelo: Nelo) -> Node:
     """Opens the chat window, ready for typing."""
     nelo.choose("Open Nelo")

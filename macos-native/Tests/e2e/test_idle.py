@@ -7,7 +7,7 @@ import time
 import unittest
 from pathlib import Path
 
-from nelo import Nelo, open_chat, press, until
+from nelo import Nelo, open_chat, press, until, wake_ups
 
 IDLE_SECONDS = 3.0
 LIBRARIES = (".config/QtProject", ".config/qt", ".config/font", ".font", ".local/share", ".cache", ".icons", ".runtime", ".X")
@@ -26,14 +26,6 @@ class TracedNelo(Nelo):
         asked = set(OPENED.findall((self.home / "trace").read_text(errors="replace")))
         below = {path.removeprefix(f"{self.home}/") for path in asked if path.startswith(f"{self.home}/")}
         return {path for path in below if not path.startswith(LIBRARIES)}
-
-
-def wake_ups(nelo: Nelo) -> int:
-    """How often the threads of the program have waited for something and got it."""
-    counts = []
-    for status in Path(f"/proc/{nelo.process.pid}/task").glob("*/status"):
-        counts += re.findall(r"^voluntary_ctxt_switches:\s*(\d+)", status.read_text(), re.MULTILINE)
-    return sum(map(int, counts))
 
 
 class IdleTest(unittest.TestCase):

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <sched.h>
+
+/// How the benchmarks measure: our side and a bare one in turn on one core, so that what disturbs the machine disturbs
+/// both. Each result is a line of JSON, of which table.py makes ratios.
+namespace Pairs {
+
+/// What was measured with an amount of work (rows, messages, bytes; 0 where there is only one), pair by pair.
+struct Result
+{
+    std::string row;
+    int work = 0;
+    std::vector<double> ours;
+    std::vector<double> bare; // empty where there is nothing to compare with
+    std::string unit = "ms";
+};
+
+inline void print(const char* name, const std::vector<double>& values)
+{
+    std::printf(R"(, "%s": [)", name);
+    for (std::size_t i = 0; i < values.size(); ++i)
+        std::printf("%s%.6g", i == 0 ? "" : ", ", values[i]);
+    std::printf("]");
+}
+
+inline void print(const Result& result)
+{
+    std::printf(R"({"row": "%s", "work": %d, "unit": "%s")", result.row.c_str(), result.work, result.unit.c_str());
+    print("ours", result.ours);
+    print("bare", result.bare);
+    std::printf("}\n");
+    std::fflush(stdout);
+}
+
+inline double millisecondsOf(const std::function<void()>& work)
+{
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+/// Has `ours` and `bare`, which return how long they took in milliseconds, take turns as to who is first, and prints
+/// the times of `pairs` pairs.
+inline void compare(const std::string& row, int work, int pairs, const std::function<double()>& ours,
+                    const std::function<double()>& bare)
+{
+    ours(); // both sides warm
+    bare();
+    Result result{row, work, {}, {}};
+    for (int pair = 0; pair < pairs; ++pair) {
+        const bool oursFirst = pair % 2 == 0;
+        const double first = oursFirst ? ours() : bare();
+        const double second = oursFirst ? bare() : ours();
+        result.ours.push_back(oursFirst ? first : second);
+        result.bare.push_back(oursFirst ? second : first);
+    }
+    print(result);
+}
+
+/// Keeps this process, and the processes that it starts, on one core.
+inline void useOneCore()
+{
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(0, &one);
+    sched_setaffinity(0, sizeof one, &one);
+}
+
+} // namespace Pairs

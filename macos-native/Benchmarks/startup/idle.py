@@ -1,0 +1,36 @@
+"""How often the program wakes up in 30 s when nothing was opened yet, and when its windows are closed again.
+
+Prints lines of JSON for table.py. Runs on a virtual desktop with the module that drives the end-to-end tests.
+"""
+from __future__ import annotations
+
+import json
+import time
+
+from nelo import Nelo, open_chat, press, wake_ups
+
+SETTLED_SECONDS = 5
+IDLE_SECONDS = 30
+
+
+def measure(row: str, nelo: Nelo) -> None:
+    time.sleep(SETTLED_SECONDS)
+    before = wake_ups(nelo)
+    time.sleep(IDLE_SECONDS)
+    print(json.dumps({"row": row, "work": 0, "unit": "", "ours": [wake_ups(nelo) - before], "bare": []}), flush=True)
+
+
+def main() -> None:
+    with Nelo() as nelo:
+        measure("wake-ups in 30 s, nothing opened", nelo)
+        open_chat(nelo)
+        press("alt+F4")
+        for item, title in (("Open Nelo Console", "Nelo Console"), ("Settings...", "Nelo Settings")):
+            nelo.choose(item)
+            nelo.window(title)
+            press("alt+F4")
+        measure("wake-ups in 30 s, windows closed", nelo)
+
+
+if __name__ == "__main__":
+    main()
