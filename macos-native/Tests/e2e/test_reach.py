@@ -11,22 +11,10 @@ import unittest
 from pathlib import Path
 
 from nelo import REPOSITORY, Nelo, TraylessNelo, launcher, launchers, press, take_picture, until, xdotool
+from tray import Tray
 
 OTHER_USER = 65534  # who owns nothing
 PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
-
-
-class Tray:
-    """A status area of the test's own."""
-
-    def __init__(self) -> None:
-        self._process = subprocess.Popen(
-            ["trayer", "--edge", "top", "--align", "right", "--height", "24", "--widthtype", "request"],
-            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-
-    def end(self) -> None:
-        self._process.kill()
-        self._process.wait()
 
 
 def start_again(nelo: Nelo) -> "subprocess.Popen[bytes]":
