@@ -47,7 +47,7 @@ void Platform::openMenuOnClick(QSystemTrayIcon* item, QMenu* menu)
     });
 }
 
-void Platform::onReopen(QObject* /*context*/, std::function<void()> /*action*/)
+void Platform::onReopen(QObject* /*context*/, const std::function<void()>& /*action*/)
 {
     // A second program is started.
 }

@@ -71,10 +71,10 @@ void Platform::openMenuOnClick(QSystemTrayIcon *, QMenu *)
     // The status bar opens the attached menu itself.
 }
 
-void Platform::onReopen(QObject *context, std::function<void()> action)
+void Platform::onReopen(QObject *context, const std::function<void()> &action)
 {
     NSAppleEventManager *manager = [NSAppleEventManager sharedAppleEventManager];
-    NeloReopenHandler *handler = [[NeloReopenHandler alloc] initWithAction:std::move(action)];
+    NeloReopenHandler *handler = [[NeloReopenHandler alloc] initWithAction:action];
     [manager setEventHandler:handler
                  andSelector:@selector(handleReopen:withReply:)
                forEventClass:kCoreEventClass

@@ -20,10 +20,8 @@ public:
 signals:
     void changed();
 
-private slots:
-    void ask();
-
 private:
+    Q_SLOT void ask();
     void settle(bool isRegistered);
 
     QDBusConnection m_bus;
