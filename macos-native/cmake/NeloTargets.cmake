@@ -26,6 +26,21 @@ function(nelo_add_library name)
     target_link_libraries(${name} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE} nelo_compile_options)
 endfunction()
 
+# What the sanitizers are told when a test runs: what to pass over, all of it in libraries that are not ours; and that threads may
+# start once QProcess has forked, where the thread sanitizer would rather give up. A build with sanitizers writes what they find
+# into a folder: not every test looks at how the program that it started has ended.
+if(NELO_SANITIZERS)
+    set(findings :log_path=${CMAKE_BINARY_DIR}/findings/finding)
+    file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/findings)
+endif()
+set(suppressions ${PROJECT_SOURCE_DIR}/Tests/support)
+set(tsan_suppressions suppressions=${suppressions}/tsan-suppressions.txt:ignore_noninstrumented_modules=1)
+set(nelo_sanitizer_environment
+    ASAN_OPTIONS=detect_stack_use_after_return=1${findings}
+    LSAN_OPTIONS=suppressions=${suppressions}/lsan-suppressions.txt:print_suppressions=0
+    TSAN_OPTIONS=${tsan_suppressions}:die_after_fork=0${findings}
+    UBSAN_OPTIONS=print_stacktrace=1)
+
 # nelo_add_test(NAME SOURCES ... LIBRARIES ...): a Qt Test program, run on the offscreen platform whatever DISPLAY says.
 function(nelo_add_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
@@ -34,7 +49,6 @@ function(nelo_add_test name)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/Tests)
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} Qt6::Test nelo_compile_options)
     add_test(NAME ${name} COMMAND ${name})
-    set(environment QT_QPA_PLATFORM=offscreen LC_ALL=C.UTF-8
-        TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/Tests/support/tsan-suppressions.txt)
+    set(environment QT_QPA_PLATFORM=offscreen LC_ALL=C.UTF-8 ${nelo_sanitizer_environment})
     set_tests_properties(${name} PROPERTIES ENVIRONMENT "${environment}" TIMEOUT 300)
 endfunction()
