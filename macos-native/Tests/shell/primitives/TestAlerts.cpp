@@ -43,6 +43,7 @@ private slots:
     void aShortTextIsShownWholeWithoutAScrollBar();
     void aLongTextScrollsAndLeavesTheButtonInReach_data();
     void aLongTextScrollsAndLeavesTheButtonInReach();
+    void aTextThatWouldFillTheScreenTakesHalfOfIt();
     void copyingALongTextKeepsItsLines();
 
     void theAccessoryHasTheKeyboard();
@@ -265,6 +266,18 @@ void TestAlerts::aLongTextScrollsAndLeavesTheButtonInReach()
         QVERIFY(bar->isVisible());
         bar->setValue(bar->maximum());
         QVERIFY(bar->value() > 100);
+    });
+}
+
+void TestAlerts::aTextThatWouldFillTheScreenTakesHalfOfIt()
+{
+    const int screenHeight = QGuiApplication::primaryScreen()->availableGeometry().height();
+    const int lines = screenHeight / QFontMetrics(QApplication::font()).lineSpacing();
+    whileAlertIsOpen(u"line\n"_s.repeated(lines), [screenHeight](QDialog& dialog) {
+        const QPlainTextEdit* text = informativeText(dialog);
+        QVERIFY(text->verticalScrollBar()->isVisible());
+        QVERIFY(text->height() <= screenHeight / 2);
+        QVERIFY(text->height() > screenHeight / 3);
     });
 }
 
