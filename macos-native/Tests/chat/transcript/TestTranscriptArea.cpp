@@ -5,6 +5,7 @@
 #include "support/Warnings.h"
 
 #include <QElapsedTimer>
+#include <QPaintEvent>
 #include <QScrollBar>
 #include <QTest>
 
@@ -59,6 +60,8 @@ private slots:
     void revealsACaretFarAway();
     void clearingLeavesNothing();
 
+    void itHasNoFrame();
+    void scrollingPaintsWhatComesIntoSightOnly();
     void paintsTheGivenColors();
     void theCornersOfABubbleAreQuartersOfACircle();
     void paintsTheSpeakersAboveTheirBubbles();
@@ -313,6 +316,38 @@ void TestTranscriptArea::clearingLeavesNothing()
     m_area->append(Speaker::Nelo, u"again"_s);
     QCOMPARE(m_area->count(), 1);
     QVERIFY(m_area->bubbleRect(0).top() > 0);
+}
+
+void TestTranscriptArea::itHasNoFrame()
+{
+    showArea();
+    QCOMPARE(m_area->viewport()->geometry().topLeft(), QPoint(0, 0));
+}
+
+void TestTranscriptArea::scrollingPaintsWhatComesIntoSightOnly()
+{
+    class PaintWatcher final : public QObject
+    {
+    public:
+        QRegion painted;
+
+    protected:
+        bool eventFilter(QObject* /*watched*/, QEvent* event) override
+        {
+            if (event->type() == QEvent::Paint)
+                painted += static_cast<QPaintEvent*>(event)->region();
+            return false;
+        }
+    };
+    fill(60);
+    showArea();
+    bar()->setValue(bar()->value() - 60); // all that is in sight now is laid out
+    QCoreApplication::processEvents();
+    PaintWatcher watcher;
+    m_area->viewport()->installEventFilter(&watcher);
+    bar()->setValue(bar()->value() + 10);
+    QTRY_VERIFY(!watcher.painted.isEmpty());
+    QCOMPARE(watcher.painted.boundingRect().height(), 10);
 }
 
 void TestTranscriptArea::paintsTheGivenColors()

@@ -66,6 +66,7 @@ private slots:
 
     void columnsStartAtTheirWidthsAndCanBeResized();
     void rowsAlternateUnderTheHeaderWithoutNumbers();
+    void aRowLeavesRoomAroundItsLine();
     void aClickSelectsTheWholeRowAndNoSecondOne();
     void nothingIsSelectedAtFirst();
     void aCellCannotBeEdited();
@@ -100,6 +101,13 @@ void TestJsonTable::rowsAlternateUnderTheHeaderWithoutNumbers()
     QVERIFY(shown.table.alternatingRowColors());
     QVERIFY(shown.table.horizontalHeader()->isVisible());
     QVERIFY(!shown.table.verticalHeader()->isVisible());
+}
+
+void TestJsonTable::aRowLeavesRoomAroundItsLine()
+{
+    Table shown;
+    shown.table.setRows(agents(1));
+    QCOMPARE(shown.table.rowHeight(0), shown.table.fontMetrics().height() + 8);
 }
 
 void TestJsonTable::aClickSelectsTheWholeRowAndNoSecondOne()

@@ -33,6 +33,7 @@ private slots:
     void secondaryTextIsLegible_data();
     void secondaryTextIsLegible();
     void secondaryTextFollowsThePalette();
+    void secondaryTextFollowsItsNewParent();
     void lightAppearanceIsLegible();
 };
 
@@ -242,6 +243,23 @@ void TestLabels::secondaryTextFollowsThePalette()
         QCOMPARE(line->palette().color(QPalette::WindowText), Colors::secondaryText(palette));
         QCOMPARE(paragraph->palette().color(QPalette::WindowText), Colors::secondaryText(palette));
     }
+}
+
+void TestLabels::secondaryTextFollowsItsNewParent()
+{
+    QWidget parent;
+    parent.setPalette(paletteOf(Qt::black, Qt::white));
+    auto* line = new Label(QStringLiteral("x"), &parent);
+    auto* paragraph = new WrappingLabel(QStringLiteral("x"), &parent);
+    line->setEmphasis(Emphasis::Secondary);
+    paragraph->setEmphasis(Emphasis::Secondary);
+
+    QWidget other; // with another colour of nothing but its text, which the labels have a colour of their own for
+    other.setPalette(paletteOf(Qt::darkRed, Qt::white));
+    line->setParent(&other);
+    paragraph->setParent(&other);
+    QCOMPARE(line->palette().color(QPalette::WindowText), Colors::secondaryText(other.palette()));
+    QCOMPARE(paragraph->palette().color(QPalette::WindowText), Colors::secondaryText(other.palette()));
 }
 
 void TestLabels::lightAppearanceIsLegible()
