@@ -122,6 +122,10 @@ void TestSkillEntryEditor::aSkillWithoutVariablesSaysSo()
     QCOMPARE(labels.size(), 1);
     QCOMPARE(labels.first()->text(), QStringLiteral("This skill does not require dynamic env fields."));
     QVERIFY(labels.first()->wordWrap());
+    m_tab->show();
+    QTRY_COMPARE(labels.first()->width(),
+                 m_tab->find<QWidget>("dynamicFieldsStack")->width()); // where the fields are else
+    QVERIFY(labels.first()->isVisible());
 }
 
 void TestSkillEntryEditor::fieldsStandInRowsAsGiven()
