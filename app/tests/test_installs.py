@@ -120,11 +120,13 @@ class InstallZipTest(InstallTestCase):
         self.install(skill("one"))
         self.assertFalse(os.path.islink(self.path(SKILLS, "weather")))
         self.assertEqual((self.installed(), self.files_below("elsewhere")), (["weather/SKILL.md"], ["file"]))
+        self.assertEqual(os.listdir(self.path(SKILLS)), ["weather"])  # the link is gone, not just out of sight
 
     def test_a_file_in_the_place_of_the_skill_is_replaced(self) -> None:
         self.make_file(f"{SKILLS}/weather", "mine")
         self.install(skill("one"))
         self.assertEqual(self.installed(), ["weather/SKILL.md"])
+        self.assertEqual(os.listdir(self.path(SKILLS)), ["weather"])
 
     def test_a_file_in_the_place_of_the_skills_folder_is_told_and_left(self) -> None:
         self.make_file(SKILLS, "mine")
