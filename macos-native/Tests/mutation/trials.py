@@ -172,11 +172,11 @@ class CppTrial:
 
     def _failure(self, test: Test) -> str | None:
         """What fails with the mutation, twice: a busy machine may fail a test once. To be late is to fail as well, unless the
-        test is late without the mutation too."""
+        test without the mutation takes as much as a quarter of that."""
         patience = 10 + 10 * test.usual_seconds
         program = self._linked(test.program or PROGRAM)
         result = self._run(test, program, patience)
-        while result.end is End.LATE and self._run(test, self._unchanged(test), patience / 2).end is End.LATE:
+        while result.end is End.LATE and self._run(test, self._unchanged(test), patience / 4).end is End.LATE:
             patience *= 2
             result = self._run(test, program, patience)
         if result.end is End.FAILED and self._run(test, program, patience).end is End.PASSED:
