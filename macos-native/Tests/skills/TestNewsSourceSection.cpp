@@ -15,6 +15,7 @@ private slots:
     void init();
     void cleanup() { m_tab.reset(); }
     void onlyTheOneSkillShowsThem();
+    void theSectionFollowsTheEditorAtADistance();
     void theSectionNamesItsParts();
     void eachLoadOfTheEntryReadsThemAnew();
     void aFailedLoadOfTheEntryReadsNone();
@@ -55,6 +56,14 @@ void TestNewsSourceSection::onlyTheOneSkillShowsThem()
     QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for sma."));
     m_tab->select(2);
     QVERIFY(section()->isHidden());
+}
+
+void TestNewsSourceSection::theSectionFollowsTheEditorAtADistance()
+{
+    m_tab->show();
+    m_tab->select(1);
+    const QWidget* editor = m_tab->env()->parentWidget();
+    QTRY_COMPARE(section()->y(), editor->geometry().bottom() + 1 + 12);
 }
 
 void TestNewsSourceSection::theSectionNamesItsParts()
