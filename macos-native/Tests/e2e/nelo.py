@@ -116,8 +116,9 @@ class FocusMoves:
 class Node:
     """One accessible object of the program."""
 
-    def __init__(self, accessible: Any) -> None:
+    def __init__(self, accessible: Any, scale: float) -> None:
         self._accessible = accessible
+        self._scale = scale
 
     @property
     def name(self) -> str:
@@ -163,7 +164,7 @@ class Node:
         for index in range(self._accessible.get_child_count()):
             child = self._accessible.get_child_at_index(index)
             if child is not None:
-                yield Node(child)
+                yield Node(child, self._scale)
 
     def descendants(self) -> Iterator["Node"]:
         for child in self.children():
@@ -322,7 +323,7 @@ class Nelo:
             for index in range(desktop.get_child_count()):
                 application = desktop.get_child_at_index(index)
                 if application is not None and application.get_process_id() == self.process.pid:
-                    return Node(application)
+                    return Node(application, self._scale)
             return None
 
         return until(search, "the program on the accessibility bus")
