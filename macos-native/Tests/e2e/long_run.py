@@ -37,19 +37,22 @@ class Moment(NamedTuple):
     files: set[str]
 
 
-def keep_history(home: Path, count: int) -> None:
+def keep_history(home: Path, count: int, created: str = "2026-11-20T08:30:00Z", names_speakers: bool = True) -> None:
     """Writes a history such as rounds with `count` messages leave it."""
-    messages = [{"role": role, "content": content, "createdAt": "2026-11-20T08:30:00Z"}
+    messages = [{"role": role if names_speakers else "", "content": content, "createdAt": created}
                 for role, content in itertools.islice(itertools.cycle(MESSAGES), count)]
     (home / ".nelo").mkdir(exist_ok=True)
     (home / ".nelo/menubar_chat_history.json").write_text(json.dumps(messages))
 
 
 def cost_of_bubble() -> float:
-    """How much more memory a fresh program needs for each bubble that it shows."""
+    """How much more memory a fresh program needs for each bubble that it shows.
+
+    It keeps a record for each, as the one that ran for long does not: their texts are the bubbles' own, the rest is empty.
+    """
     def memory(messages: int) -> int:
         with contextlib.closing(Provider()) as provider, Nelo() as nelo:
-            keep_history(nelo.home, messages)
+            keep_history(nelo.home, messages, created="", names_speakers=False)
             BusyUser(nelo, provider).look_into_chat()
             return holdings(nelo.process.pid).private_dirty
 
