@@ -103,14 +103,10 @@ def _recover_locked(skills_folder: str) -> None:
 
 
 def _remove(path: str) -> None:
-    """Remove a folder with all that is in it, or a link or file; what cannot be removed stays hidden."""
+    """Remove a folder of ours with all that is in it; what cannot be removed stays hidden."""
     import shutil
 
-    if os.path.isdir(path) and not os.path.islink(path):
-        shutil.rmtree(path, ignore_errors=True)
-    else:
-        with contextlib.suppress(OSError):
-            os.unlink(path)
+    shutil.rmtree(path, ignore_errors=True)
 
 
 def _skill_name(root: str, fallback: str) -> str:
