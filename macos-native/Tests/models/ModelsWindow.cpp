@@ -2,7 +2,7 @@
 
 #include "backend/NeloBackend.h"
 #include "models/ModelsViewController.h"
-#include "shell/primitives/LegiblePalette.h"
+#include "shell/primitives/LegibleStyle.h"
 #include "shell/primitives/NeloWindow.h"
 
 #include <QApplication>
@@ -10,7 +10,7 @@
 int main(int argc, char* argv[])
 {
     const QApplication application(argc, argv);
-    const LegiblePalette legiblePalette;
+    LegibleStyle::install();
     NeloWindow window(QStringLiteral("Models"), {1000, 620});
     window.setContentViewController(new ModelsViewController);
     window.makeKeyAndOrderFront();

@@ -1,7 +1,7 @@
 #include "shell/NeloMenuBarApp.h"
 
 #include "backend/NeloBackend.h"
-#include "shell/platform/StatusArea.h"
+#include "shell/ToldStatusArea.h"
 #include "shell/primitives/NeloWindow.h"
 #include "support/ProcessTable.h"
 #include "support/ScriptedBackend.h"
@@ -19,28 +19,6 @@
 #include <QTimer>
 
 #include <optional>
-
-namespace {
-
-/// A status area that comes and goes when it is told to.
-class ToldStatusArea final : public StatusArea
-{
-public:
-    explicit ToldStatusArea(bool isAvailable) : m_isAvailable(isAvailable) {}
-
-    bool isAvailable() const override { return m_isAvailable; }
-
-    void setAvailable(bool isAvailable)
-    {
-        m_isAvailable = isAvailable;
-        emit changed();
-    }
-
-private:
-    bool m_isAvailable;
-};
-
-} // namespace
 
 /// The delegate: status item, menu, windows, end.
 class TestNeloMenuBarApp final : public QObject

@@ -1,5 +1,5 @@
 #include "shell/NeloMenuBarApp.h"
-#include "shell/platform/StatusArea.h"
+#include "shell/ToldStatusArea.h"
 #include "shell/primitives/Alerts.h"
 #include "shell/primitives/JsonTable.h"
 #include "shell/primitives/NeloWindow.h"
@@ -35,18 +35,6 @@ private:
 };
 
 namespace {
-
-/// A status area that stays, or stays away.
-class LastingStatusArea final : public StatusArea
-{
-public:
-    explicit LastingStatusArea(bool isAvailable) : m_isAvailable(isAvailable) {}
-
-    bool isAvailable() const override { return m_isAvailable; }
-
-private:
-    bool m_isAvailable;
-};
 
 NeloWindow* windowCalled(const QString& title)
 {
@@ -99,7 +87,7 @@ void TestVisibleFocus::init()
     m_backend.emplace();
     m_backend->answer("openclaw_runtime_status", {{"os", "x"}});
     m_backend->answer("load_nelo_settings", Json::object());
-    m_app = std::make_unique<NeloMenuBarApp>(std::make_unique<LastingStatusArea>(true));
+    m_app = std::make_unique<NeloMenuBarApp>(std::make_unique<ToldStatusArea>(true));
     m_app->applicationDidFinishLaunching();
 }
 
@@ -165,7 +153,7 @@ void TestVisibleFocus::showsInAnAlert()
 
 void TestVisibleFocus::showsInTheWindowThatStandsInForTheStatusItem()
 {
-    NeloMenuBarApp app(std::make_unique<LastingStatusArea>(false));
+    NeloMenuBarApp app(std::make_unique<ToldStatusArea>(false));
     app.applicationDidFinishLaunching();
     QTRY_VERIFY(windowCalled(QStringLiteral("Nelo")));
     verifyThatFocusShows(windowCalled(QStringLiteral("Nelo")));

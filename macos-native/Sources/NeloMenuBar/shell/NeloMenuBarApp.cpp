@@ -9,7 +9,7 @@
 #include "shell/StatusMenu.h"
 #include "shell/platform/Platform.h"
 #include "shell/platform/StatusArea.h"
-#include "shell/primitives/LegiblePalette.h"
+#include "shell/primitives/LegibleStyle.h"
 #include "shell/primitives/NeloWindow.h"
 
 #include <QCoreApplication>
@@ -56,7 +56,7 @@ NeloMenuBarApp::~NeloMenuBarApp() = default;
 void NeloMenuBarApp::applicationDidFinishLaunching()
 {
     Platform::setActivationPolicy(ActivationPolicy::Accessory);
-    new LegiblePalette(this); // before there is anything to see
+    LegibleStyle::install(); // before there is anything to see
 
     Platform::onReopen(this, [this] { reopen(); });
     makeMenu();

@@ -7,6 +7,7 @@
 #include "chat/transcript/TranscriptView.h"
 #include "models/ModelsViewController.h"
 #include "shell/LauncherViewController.h"
+#include "shell/ToldStatusArea.h"
 #include "shell/primitives/Alerts.h"
 #include "shell/primitives/NeloWindow.h"
 #include "support/Controls.h"
@@ -24,7 +25,7 @@
 
 using namespace Qt::StringLiterals;
 
-Gallery::Gallery()
+Gallery::Gallery() : m_app(std::make_unique<ToldStatusArea>(true))
 {
     QCoreApplication::setOrganizationName(u"Nelo"_s);
     QCoreApplication::setApplicationName(u"Gallery"_s);

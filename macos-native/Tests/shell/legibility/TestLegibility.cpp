@@ -1,6 +1,7 @@
 #include "shell/legibility/Gallery.h"
 #include "shell/legibility/Legibility.h"
 #include "shell/primitives/NeloWindow.h"
+#include "support/ThemeStyle.h"
 #include "support/Warnings.h"
 
 #include <QApplication>
@@ -24,7 +25,6 @@ private slots:
 
 private:
     QFont m_fontBefore;
-    QPalette m_paletteBefore;
 };
 
 namespace {
@@ -63,13 +63,12 @@ void TestLegibility::init()
 {
     failOnUnexpectedWarning();
     m_fontBefore = QApplication::font();
-    m_paletteBefore = QApplication::palette();
 }
 
 void TestLegibility::cleanup()
 {
     QApplication::setFont(m_fontBefore);
-    QApplication::setPalette(m_paletteBefore);
+    QApplication::setStyle(QStringLiteral("fusion"));
 }
 
 void TestLegibility::nothingIsClipped_data()
@@ -113,7 +112,7 @@ void TestLegibility::nothingIsFaint_data()
 void TestLegibility::nothingIsFaint()
 {
     QFETCH(QPalette, theme);
-    QApplication::setPalette(theme);
+    QApplication::setStyle(new ThemeStyle(theme));
     Gallery gallery;
     QString found;
     for (const QString& name : Gallery::names()) {

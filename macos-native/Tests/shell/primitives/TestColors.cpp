@@ -1,9 +1,11 @@
 #include "shell/primitives/Colors.h"
 
-#include "shell/primitives/LegiblePalette.h"
+#include "shell/primitives/LegibleStyle.h"
+#include "support/ThemeStyle.h"
 #include "support/Warnings.h"
 
 #include <QApplication>
+#include <QDialog>
 #include <QLineEdit>
 #include <QTest>
 
@@ -26,9 +28,8 @@ private slots:
     void whatIsLegibleStaysAsItIs();
     void disabledTextsStayAsTheyAre();
     void theApplicationFollowsItsTheme();
-
-private:
-    QPalette m_paletteBefore;
+    void windowsShareOnePalette();
+    void aStyleIsMadeLegibleOnce();
 };
 
 namespace {
@@ -65,12 +66,11 @@ QPalette theme(const QColor& text, const QColor& base, const QColor& placeholder
 void TestColors::init()
 {
     failOnUnexpectedWarning();
-    m_paletteBefore = QApplication::palette();
 }
 
 void TestColors::cleanup()
 {
-    QApplication::setPalette(m_paletteBefore);
+    QApplication::setStyle(QStringLiteral("fusion"));
 }
 
 void TestColors::contrastIsThatOfTheStandard_data()
@@ -173,14 +173,32 @@ void TestColors::disabledTextsStayAsTheyAre()
 
 void TestColors::theApplicationFollowsItsTheme()
 {
-    QApplication::setPalette(theme(Qt::black, Qt::white, QColor(0, 0, 0, 128)));
-    const LegiblePalette legiblePalette;
-    QLineEdit field;
-    field.show();
+    QApplication::setStyle(new ThemeStyle(theme(Qt::white, Qt::black, Qt::black)));
+    LegibleStyle::install();
+    const QLineEdit field;
+    QCOMPARE(field.palette().color(QPalette::Base), QColor(Qt::black));
     QVERIFY(placeholderContrast(field.palette(), QPalette::Active) >= enough);
-    QApplication::setPalette(theme(Qt::white, Qt::black, Qt::black));
-    QTRY_COMPARE(field.palette().color(QPalette::Base), QColor(Qt::black));
-    QVERIFY(placeholderContrast(field.palette(), QPalette::Active) >= enough);
+}
+
+/// Styles keep pictures of controls for each palette.
+void TestColors::windowsShareOnePalette()
+{
+    QApplication::setStyle(new ThemeStyle(theme(Qt::white, Qt::black, Qt::black)));
+    LegibleStyle::install();
+    QWidget parent;
+    QDialog first(&parent);
+    QDialog second(&parent);
+    first.show();
+    second.show();
+    QCOMPARE(second.palette().cacheKey(), first.palette().cacheKey());
+}
+
+void TestColors::aStyleIsMadeLegibleOnce()
+{
+    LegibleStyle::install();
+    const QStyle* const style = QApplication::style();
+    LegibleStyle::install();
+    QCOMPARE(QApplication::style(), style);
 }
 
 QTEST_MAIN(TestColors)
