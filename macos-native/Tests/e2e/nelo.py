@@ -404,6 +404,11 @@ def wake_ups(nelo: Nelo) -> int:
     return sum(map(int, counts))
 
 
+def start_again(nelo: Nelo) -> "subprocess.Popen[bytes]":
+    """Starts the program once more, as the same user on the same desktop."""
+    return subprocess.Popen(nelo.command, cwd=REPOSITORY, env=nelo.environment)
+
+
 def open_chat(nelo: Nelo) -> Node:
     """Opens the chat window, ready for typing."""
     nelo.choose("Open Nelo")
