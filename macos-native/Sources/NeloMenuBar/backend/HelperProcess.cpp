@@ -21,8 +21,6 @@ std::error_code errorOf(int number)
     return {number, std::generic_category()};
 }
 
-constexpr std::size_t readSize = 65'536; // what a pipe holds
-
 struct Pipe
 {
     FileDescriptor readEnd;
@@ -154,7 +152,7 @@ HelperProcess::Launch HelperProcess::launch(const std::vector<std::string>& comm
 HelperProcess::HelperProcess(pid_t pid, FileDescriptor input, FileDescriptor output, FileDescriptor errors,
                              ChildReaper& reaper)
     : m_pid(pid), m_input(std::move(input)), m_output(std::move(output)), m_errors(std::move(errors)),
-      m_buffer(std::make_unique_for_overwrite<char[]>(readSize)), m_reaper(&reaper)
+      m_buffer(std::make_unique_for_overwrite<ReadBuffer>()), m_reaper(&reaper)
 {}
 
 HelperProcess::HelperProcess(HelperProcess&& other) noexcept
@@ -204,13 +202,13 @@ HelperProcess::Line HelperProcess::readLine()
         }
         line.append(bytes);
 
-        const ssize_t count = ::read(m_output.get(), m_buffer.get(), readSize);
+        const ssize_t count = ::read(m_output.get(), m_buffer->data(), m_buffer->size());
         const int failure = errno;
         if (count == 0)
             return EndOfOutput{};
         if (count < 0 && failure != EINTR)
             return errorOf(failure);
-        bytes = {m_buffer.get(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
+        bytes = {m_buffer->data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "backend/FileDescriptor.h"
 
+#include <array>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -57,13 +58,15 @@ public:
     void terminate();
 
 private:
+    using ReadBuffer = std::array<char, 65'536>; // as much as a pipe holds
+
     HelperProcess(pid_t pid, FileDescriptor input, FileDescriptor output, FileDescriptor errors, ChildReaper& reaper);
 
     pid_t m_pid;
     FileDescriptor m_input;
     FileDescriptor m_output;
-    FileDescriptor m_errors;          // held, because a child must be able to write there, and never read
-    std::unique_ptr<char[]> m_buffer; // what was read last
-    std::string_view m_unread;        // of it, what came after the last line feed
-    ChildReaper* m_reaper;            // not ours
+    FileDescriptor m_errors;              // held, because a child must be able to write there, and never read
+    std::unique_ptr<ReadBuffer> m_buffer; // what was read last
+    std::string_view m_unread;            // of it, what came after the last line feed
+    ChildReaper* m_reaper;                // not ours
 };

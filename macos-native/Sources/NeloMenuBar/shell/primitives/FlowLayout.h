@@ -13,6 +13,8 @@ class FlowLayout final : public QLayout
 
 public:
     FlowLayout() = default;
+    FlowLayout(const FlowLayout&) = delete;
+    FlowLayout& operator=(const FlowLayout&) = delete;
     ~FlowLayout() override;
 
     void addLayout(QLayout* layout);
