@@ -23,6 +23,7 @@ private slots:
     void itAsksForOneLineAndNeedsItsWidestControl();
     void itBeginsAtTheRightWhereTextDoes();
     void aControlThatIsTakenOutLeavesNoGap();
+    void whatItHoldsEndsWithIt();
 
 private:
     /// A control in the view that asks for `hint` and needs `minimum`.
@@ -174,6 +175,28 @@ void TestFlowLayout::aControlThatIsTakenOutLeavesNoGap()
     QCOMPARE(m_layout->takeAt(1), nullptr);
     m_layout->setGeometry({0, 0, 200, 20});
     QCOMPARE(second->geometry(), QRect(0, 0, 30, 20));
+}
+
+void TestFlowLayout::whatItHoldsEndsWithIt()
+{
+    class Item final : public QSpacerItem
+    {
+    public:
+        explicit Item(int* ended) : QSpacerItem(1, 1), m_ended(ended) {}
+        Item(const Item&) = delete;
+        Item& operator=(const Item&) = delete;
+        ~Item() override { ++*m_ended; }
+
+    private:
+        int* m_ended;
+    };
+    int ended = 0;
+    m_layout->addLayout(new QHBoxLayout); // which takes itself out of the layout that it is in
+    m_layout->addItem(new Item(&ended));
+    m_layout->addLayout(new QHBoxLayout);
+    m_layout->addItem(new Item(&ended));
+    m_view.reset();
+    QCOMPARE(ended, 2);
 }
 
 QTEST_MAIN(TestFlowLayout)

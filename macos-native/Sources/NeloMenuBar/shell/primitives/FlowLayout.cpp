@@ -23,7 +23,13 @@ int sumOfWidths(const std::vector<QLayoutItem*>& line, QSize (QLayoutItem::*size
 
 } // namespace
 
-FlowLayout::~FlowLayout() = default;
+FlowLayout::~FlowLayout()
+{
+    while (!m_items.empty()) {
+        const std::unique_ptr<QLayoutItem> item = std::move(m_items.back());
+        m_items.pop_back(); // first: a layout that ends takes itself out of this one if it still finds itself in it
+    }
+}
 
 void FlowLayout::addLayout(QLayout* layout)
 {
