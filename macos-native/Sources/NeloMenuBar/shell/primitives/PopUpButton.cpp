@@ -28,8 +28,8 @@ void PopUpButton::initStyleOption(QStyleOptionComboBox* option) const
     option->currentText = option->fontMetrics.elidedText(singleLine(option->currentText), Qt::ElideRight, room.width());
 }
 
-// Not from the beginning: it makes the list that drops down, eight widgets for each button of a window. Until it is shown
-// a combo box measures its items anyway.
+// Not from the beginning: it makes the list that drops down, eight widgets for each button of a window. Until it is
+// shown a combo box measures its items anyway.
 void PopUpButton::showEvent(QShowEvent* event)
 {
     setSizeAdjustPolicy(AdjustToContents);
