@@ -1,9 +1,11 @@
 """Reads the benchmarks' lines of JSON, prints one table of them and writes it as JSON: `table.py FILE <lines`.
 
 A line is what one row measured with one amount of work: {"row", "work", "unit", "ours", "bare"}, the two last as lists of
-figures, pair by pair; "bare" is empty where nothing is compared. The figure of a row is the median of the pairs' ratios, or
-without a bare side the median itself. The slope says how the time grows with the work from the least to the most of it: 1 is
-in proportion, 0 not at all. Ends with status 1 when a bar is not met, or when a row that has one was not measured.
+figures, pair by pair; "bare" is empty where nothing is compared. Other lines are what services of a desktop say.
+
+The figure of a row is the median of the pairs' ratios, or without a bare side the median itself. The slope says how the time
+grows with the work from the least to the most of it: 1 is in proportion, 0 not at all. Ends with status 1 when a bar is not
+met, or when a row that has one was not measured.
 """
 from __future__ import annotations
 
@@ -122,7 +124,7 @@ def table(figures: Iterable[Figure]) -> str:
 
 
 def main(output: Path, lines: Iterable[str]) -> int:
-    figures = [figure_of(json.loads(line)) for line in lines if line.strip()]
+    figures = [figure_of(json.loads(line)) for line in lines if line.startswith("{")]
     add_slopes(figures)
     print(table(figures))
     output.write_text(json.dumps([asdict(figure) for figure in figures], indent=1) + "\n", encoding="utf-8")

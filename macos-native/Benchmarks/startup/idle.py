@@ -9,7 +9,7 @@ import time
 
 from nelo import Nelo, open_chat, press, wake_ups
 
-SETTLED_SECONDS = 5
+SETTLED_SECONDS = 35  # a thread of a pool ends when it had nothing to do for 30
 IDLE_SECONDS = 30
 
 
@@ -17,7 +17,8 @@ def measure(row: str, nelo: Nelo) -> None:
     time.sleep(SETTLED_SECONDS)
     before = wake_ups(nelo)
     time.sleep(IDLE_SECONDS)
-    print(json.dumps({"row": row, "work": 0, "unit": "", "ours": [wake_ups(nelo) - before], "bare": []}), flush=True)
+    woken = sum(count - before.get(thread, 0) for thread, count in wake_ups(nelo).items())
+    print(json.dumps({"row": row, "work": 0, "unit": "", "ours": [woken], "bare": []}), flush=True)
 
 
 def main() -> None:

@@ -343,10 +343,18 @@ class Nelo:
                      if area.y + area.height <= TRAY_HEIGHT and area.x > screen_width() / 2), None)
 
     def open_menu(self) -> None:
-        """Clicks the status item. The menu itself is in no accessible tree: Qt leaves pop-ups out of it."""
-        item = self._settled_status_item()
-        click(item.x + item.width / 2, item.y + item.height / 2)
-        until(self._menu_is_open, "the status menu")
+        """Clicks the status item. The menu itself is in no accessible tree: Qt leaves pop-ups out of it.
+
+        A tray that has just come may swallow a click, which a person would repeat.
+        """
+        def opens() -> bool:
+            item = self._settled_status_item()
+            click(item.x + item.width / 2, item.y + item.height / 2)
+            with contextlib.suppress(AssertionError):
+                until(self._menu_is_open, "the status menu", patience=3)
+            return self._menu_is_open()
+
+        until(opens, "the status menu")
 
     def _settled_status_item(self) -> Area:
         """The status item where a tray that has just come, and grows around it, has put it for good."""
@@ -396,12 +404,12 @@ def launcher(nelo: Nelo) -> Node:
     return nelo.window("Nelo")
 
 
-def wake_ups(nelo: Nelo) -> int:
-    """How often the threads of the program have waited for something and got it."""
-    counts = []
+def wake_ups(nelo: Nelo) -> dict[str, int]:
+    """How often each thread of the program has waited for something and got it."""
+    counts = {}
     for status in Path(f"/proc/{nelo.process.pid}/task").glob("*/status"):
-        counts += re.findall(r"^voluntary_ctxt_switches:\s*(\d+)", status.read_text(), re.MULTILINE)
-    return sum(map(int, counts))
+        counts[status.parent.name] = int(re.search(r"^voluntary_ctxt_switches:\s*(\d+)", status.read_text(), re.MULTILINE)[1])
+    return counts
 
 
 def start_again(nelo: Nelo) -> "subprocess.Popen[bytes]":
