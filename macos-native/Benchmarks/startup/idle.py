@@ -7,7 +7,7 @@ from __future__ import annotations
 import json
 import time
 
-from nelo import Nelo, open_chat, press, wake_ups
+from nelo import Nelo, open_and_close_windows, wake_ups
 
 SETTLED_SECONDS = 35  # a thread of a pool ends when it had nothing to do for 30
 IDLE_SECONDS = 30
@@ -24,12 +24,7 @@ def measure(row: str, nelo: Nelo) -> None:
 def main() -> None:
     with Nelo() as nelo:
         measure("wake-ups in 30 s, nothing opened", nelo)
-        open_chat(nelo)
-        press("alt+F4")
-        for item, title in (("Open Nelo Console", "Nelo Console"), ("Settings...", "Nelo Settings")):
-            nelo.choose(item)
-            nelo.window(title)
-            press("alt+F4")
+        open_and_close_windows(nelo)
         measure("wake-ups in 30 s, windows closed", nelo)
 
 

@@ -426,6 +426,16 @@ def open_chat(nelo: Nelo) -> Node:
     return chat
 
 
+def open_and_close_windows(nelo: Nelo) -> None:
+    """Opens each window once and closes it."""
+    open_chat(nelo)
+    press("alt+F4")
+    for item, title in (("Open Nelo Console", "Nelo Console"), ("Settings...", "Nelo Settings")):
+        nelo.choose(item)
+        nelo.window(title)
+        press("alt+F4")
+
+
 def store_api_key(nelo: Nelo, chat: Node, provider: str, key: str) -> None:
     """Gives the chat the key of the chosen model's provider, which is named in capitals."""
     chat.find("push button", "+").press()

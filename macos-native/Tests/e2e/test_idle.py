@@ -7,7 +7,7 @@ import time
 import unittest
 from pathlib import Path
 
-from nelo import Nelo, open_chat, press, until, wake_ups
+from nelo import Nelo, open_and_close_windows, until, wake_ups
 
 IDLE_SECONDS = 3.0
 LIBRARIES = (".config/QtProject", ".config/qt", ".config/font", ".font", ".local/share", ".cache", ".icons", ".runtime", ".X")
@@ -44,12 +44,7 @@ class IdleTest(unittest.TestCase):
 
     def test_nothing_wakes_it_once_its_windows_are_closed(self) -> None:
         with Nelo() as nelo:
-            open_chat(nelo)
-            press("alt+F4")
-            for item, title in (("Open Nelo Console", "Nelo Console"), ("Settings...", "Nelo Settings")):
-                nelo.choose(item)
-                nelo.window(title)
-                press("alt+F4")
+            open_and_close_windows(nelo)
             self.assert_sleeps(nelo)
 
     def test_it_looks_for_the_image_and_nothing_else(self) -> None:
