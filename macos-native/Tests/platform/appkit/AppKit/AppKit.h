@@ -1,6 +1,6 @@
 /// What PlatformMac.mm uses of AppKit, declared as Apple documents it at
-/// https://developer.apple.com/documentation/appkit and …/foundation, so that its syntax can be checked where there is no macOS.
-/// Nothing here is ever linked or run.
+/// https://developer.apple.com/documentation/appkit and …/foundation, so that its syntax can be checked where there is
+/// no macOS. Nothing here is ever linked or run.
 #pragma once
 
 // The formatter would space Objective-C as it does C++.
