@@ -35,8 +35,11 @@ class Display:
         os.close(writer)
         with os.fdopen(reader) as numbers:
             self.name = f":{numbers.readline().strip()}"
-        self._manager = subprocess.Popen(["openbox"], env={**os.environ, "DISPLAY": self.name},
-                                         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        with tempfile.TemporaryDirectory(prefix="nelo-display-") as folder:
+            managed = Path(folder, "managed")
+            self._manager = subprocess.Popen(["openbox", "--startup", f"touch {managed}"], env={**os.environ, "DISPLAY": self.name},
+                                             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            until(managed.exists, "the window manager")
 
     def end(self) -> None:
         self._server.kill()
