@@ -47,14 +47,20 @@ inline double millisecondsOf(const std::function<void()>& work)
 }
 
 /// Has `ours` and `bare`, which return how long they took in milliseconds, take turns as to who is first, and prints
-/// the times of `pairs` pairs.
-inline void compare(const std::string& row, int work, int pairs, const std::function<double()>& ours,
-                    const std::function<double()>& bare)
+/// the times of `pairs` pairs. Before each run of 20 of them `startAfresh` has both sides start what they talk to
+/// again, where its luck with memory would else be counted as a difference.
+inline void compare(
+    const std::string& row, int work, int pairs, const std::function<double()>& ours,
+    const std::function<double()>& bare, const std::function<void()>& startAfresh = [] {})
 {
-    ours(); // both sides warm
-    bare();
+    constexpr int pairsPerStart = 20;
     Result result{row, work, {}, {}};
     for (int pair = 0; pair < pairs; ++pair) {
+        if (pair % pairsPerStart == 0) {
+            startAfresh();
+            ours(); // both sides warm
+            bare();
+        }
         const bool oursFirst = pair % 2 == 0;
         const double first = oursFirst ? ours() : bare();
         const double second = oursFirst ? bare() : ours();
