@@ -63,6 +63,7 @@ private slots:
     void aFailedRefreshKeepsTheEditor();
     void reachesEverythingByKeyboardInReadingOrder();
     void everythingHasAName();
+    void theControlsStandEightApart();
     void longTextsLeaveTheTabAlone();
     void foreignTextIsPlain();
 
@@ -395,6 +396,15 @@ void TestSkillsViewController::everythingHasAName()
     QCOMPARE(captionOf("configModePopup"), QStringLiteral("Config Mode"));
     QCOMPARE(captionOf("enabledPopup"), QStringLiteral("Enabled"));
     QCOMPARE(captionOf("sourcePopup"), QStringLiteral("Configured Sources"));
+}
+
+void TestSkillsViewController::theControlsStandEightApart()
+{
+    m_tab->view().resize(1600, 640); // all of them in one line
+    m_tab->show();
+    const QRect refresh = Controls::button(m_tab->view(), QStringLiteral("Refresh"))->geometry();
+    const QRect loadConfig = Controls::button(m_tab->view(), QStringLiteral("Load Config"))->geometry();
+    QCOMPARE(loadConfig.topLeft(), refresh.topRight() + QPoint(1 + 8, 0));
 }
 
 void TestSkillsViewController::longTextsLeaveTheTabAlone()

@@ -1,5 +1,6 @@
 #include "shell/platform/Platform.h"
 
+#include "shell/platform/MenuPosition.h"
 #include "shell/platform/SparklesIcon.h"
 
 #include <QCursor>
@@ -10,15 +11,13 @@
 
 namespace {
 
-/// Where a menu belongs that drops from an icon at `icon`: below it, or above it in the lower half of the screen.
-/// Desktops that draw the icon themselves do not tell where; there the pointer has just clicked it.
-QPoint menuPosition(const QRect& icon, const QSize& menu)
+/// Where the item's menu belongs. Desktops that draw the icon themselves do not tell where it is; there the pointer has
+/// just clicked it.
+QPoint menuPositionOf(const QSystemTrayIcon& item, const QMenu& menu)
 {
-    if (!icon.isValid())
-        return QCursor::pos();
+    const QRect icon = item.geometry();
     const QScreen* screen = QGuiApplication::screenAt(icon.center());
-    const bool isLow = screen != nullptr && icon.center().y() > screen->geometry().center().y();
-    return isLow ? icon.topLeft() - QPoint(0, menu.height()) : icon.bottomLeft() + QPoint(0, 1);
+    return icon.isValid() && screen ? menuPosition(icon, menu.sizeHint(), screen->geometry()) : QCursor::pos();
 }
 
 } // namespace
@@ -43,7 +42,7 @@ void Platform::openMenuOnClick(QSystemTrayIcon* item, QMenu* menu)
     QObject::connect(item, &QSystemTrayIcon::activated, menu, [item, menu](QSystemTrayIcon::ActivationReason reason) {
         // Two quick openings of the menu look like a double click.
         if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
-            menu->popup(menuPosition(item->geometry(), menu->sizeHint()));
+            menu->popup(menuPositionOf(*item, *menu));
     });
 }
 
