@@ -109,7 +109,9 @@ def _application_places() -> list[str]:
     """Bundles on macOS; on Linux the desktop entry that every installed application registers."""
     if sys.platform == "darwin":
         return ["/Applications/OpenClaw.app", os.path.join(paths.home(), "Applications/OpenClaw.app")]
-    user_data = os.environ.get("XDG_DATA_HOME") or os.path.join(paths.home(), ".local/share")
+    user_data = os.environ.get("XDG_DATA_HOME", "")
+    if not os.path.isabs(user_data):
+        user_data = os.path.join(paths.home(), ".local/share")
     system_data = os.environ.get("XDG_DATA_DIRS") or "/usr/local/share:/usr/share"
     folders = [user_data, *filter(None, system_data.split(":"))]
     return [os.path.join(folder, "applications", "openclaw.desktop") for folder in folders]

@@ -142,15 +142,16 @@ class DesktopApplicationTest(HomeTestCase):
 
     def test_without_other_word_the_folders_of_the_standard_are_used(self) -> None:
         self.replace(sys, "platform", "linux")
-        self.set_environment(XDG_DATA_HOME="", XDG_DATA_DIRS="")
-        self.assertEqual(
-            runtime._application_places(),
-            [
-                self.path(".local/share/applications/openclaw.desktop"),
-                "/usr/local/share/applications/openclaw.desktop",
-                "/usr/share/applications/openclaw.desktop",
-            ],
-        )
+        for no_folder in ("", "relative"):
+            self.set_environment(XDG_DATA_HOME=no_folder, XDG_DATA_DIRS="")
+            self.assertEqual(
+                runtime._application_places(),
+                [
+                    self.path(".local/share/applications/openclaw.desktop"),
+                    "/usr/local/share/applications/openclaw.desktop",
+                    "/usr/share/applications/openclaw.desktop",
+                ],
+            )
 
     def test_on_macos_it_is_a_bundle_of_the_system_or_of_the_user(self) -> None:
         self.replace(sys, "platform", "darwin")

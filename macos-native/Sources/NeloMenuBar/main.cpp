@@ -1,4 +1,5 @@
 #include "shell/NeloMenuBarApp.h"
+#include "shell/platform/BaseFolders.h"
 #include "shell/platform/InstanceDoor.h"
 #include "shell/platform/InstanceLock.h"
 #include "shell/platform/RuntimeFolder.h"
@@ -11,6 +12,7 @@
 
 int main(int argc, char* argv[])
 {
+    ignoreRelativeBaseFolders();
     const std::optional<std::filesystem::path> folder = runtimeFolder();
     const std::optional<InstanceLock> lock = folder ? std::make_optional<InstanceLock>(*folder) : std::nullopt;
     if (lock && lock->role() == InstanceLock::Role::Later)
@@ -23,13 +25,15 @@ int main(int argc, char* argv[])
     QApplication::setDesktopFileName(QStringLiteral("example.nelo.NeloMenuBar"));
     QApplication::setQuitOnLastWindowClosed(false);
 
+    std::optional<InstanceDoor> door;
+    // First of all: while the rest ends, which may take a while, a start that knocked would have told nobody.
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, &application, [&door] { door.reset(); });
     NeloMenuBarApp delegate(desktopStatusArea());
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &delegate,
                      &NeloMenuBarApp::applicationWillTerminate);
     const TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::received, &delegate, &NeloMenuBarApp::quitApp);
 
-    std::optional<InstanceDoor> door;
     if (folder) {
         door.emplace(*folder);
         QObject::connect(&*door, &InstanceDoor::knocked, &delegate, &NeloMenuBarApp::reopen);

@@ -23,6 +23,7 @@ from gi.repository import Atspi, GLib  # noqa: E402
 
 REPOSITORY = Path(__file__).resolve().parents[3]
 PATIENCE_SECONDS = 20.0
+BASE_FOLDERS = ("XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME")
 GRACE_SECONDS = 5.0
 TRAY_HEIGHT = 24
 MOST_TABS = 100
@@ -249,7 +250,7 @@ class Nelo:
         self._folder = folder
         name, value = self._mark.split("=")
         self.environment = {
-            **os.environ,
+            **{variable: text for variable, text in os.environ.items() if variable not in BASE_FOLDERS},
             name: value,
             "HOME": str(self.home),
             "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
@@ -257,8 +258,6 @@ class Nelo:
             "XDG_RUNTIME_DIR": str(self._runtime_folder()),
             **(environment or {}),
         }
-        for variable in ("XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"):
-            self.environment.pop(variable, None)
 
     def _runtime_folder(self) -> Path:
         folder = self.home / ".runtime"

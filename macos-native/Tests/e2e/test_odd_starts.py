@@ -5,7 +5,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from nelo import Nelo, open_chat, press, type_text
+from nelo import BASE_FOLDERS, REPOSITORY, Nelo, open_chat, press, store_api_key, type_text
 
 REPORT_STATUS = "Runtime status refreshed."
 
@@ -36,10 +36,13 @@ class OddStartTest(unittest.TestCase):
             self.assertTrue((home / ".nelo/menubar_chat.log").exists())
 
     def test_session_folders_that_are_relative(self) -> None:
-        folders = ("XDG_RUNTIME_DIR", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME")
-        with tempfile.TemporaryDirectory() as temporary:
-            with Nelo(environment={**dict.fromkeys(folders, "relative"), "TMPDIR": temporary}) as nelo:
-                self.assert_usable(nelo)
+        folders = dict.fromkeys(["XDG_RUNTIME_DIR", *BASE_FOLDERS], "relative")  # Qt makes the first one
+        with tempfile.TemporaryDirectory() as temporary, Nelo(environment={**folders, "TMPDIR": temporary}) as nelo:
+            chat = open_chat(nelo)
+            store_api_key(nelo, chat, "OPENAI", "sk-relative")
+            self.assertIn("sk-relative", (nelo.home / ".config/Nelo/NeloMenuBar.conf").read_text())
+            self.assert_usable(nelo)
+        self.assertFalse((REPOSITORY / "relative").exists())
 
     def test_no_session_folders(self) -> None:
         with tempfile.TemporaryDirectory() as temporary:
