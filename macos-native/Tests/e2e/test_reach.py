@@ -11,6 +11,17 @@ from pathlib import Path
 from nelo import Nelo, TraylessNelo, launcher, launchers, press, start_again, take_picture, until
 from tray import Tray
 
+LINGERING_BACKEND = """
+import atexit, pathlib, signal, time
+
+def linger():
+    pathlib.Path(__file__).with_name("ending").touch()
+    time.sleep(60)
+
+signal.signal(signal.SIGTERM, signal.SIG_IGN)
+atexit.register(linger)
+"""
+
 PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
 
 
@@ -87,6 +98,23 @@ class SecondStartTest(unittest.TestCase):
             self.assertEqual([start.returncode for start in starts if start is not last], [0] * 19)
             last.send_signal(signal.SIGTERM)
             self.assertEqual(last.wait(20), 0)
+
+    def test_a_start_while_the_former_one_is_quitting_stays(self) -> None:
+        with tempfile.TemporaryDirectory(prefix="nelo-home-") as folder:
+            app = Path(folder, "nelohub/app")
+            app.mkdir(parents=True)
+            (app / "__init__.py").write_text(LINGERING_BACKEND)
+            with Nelo(home=Path(folder), folder=app.parent) as nelo:
+                nelo.choose("Open Nelo Console")
+                nelo.window("Nelo Console")
+                nelo.process.terminate()
+                until((app / "ending").exists, "the helper asked to end")
+                again = start_again(nelo)
+                self.assertEqual(nelo.process.wait(20), 0)
+                until(lambda: nelo.processes_of_the_program() == [again.pid], "the later start alone")
+                self.assertIsNone(again.poll())
+                again.terminate()
+                self.assertEqual(again.wait(20), 0)
 
     def test_the_next_start_after_a_kill_works_at_once(self) -> None:
         with tempfile.TemporaryDirectory(prefix="nelo-home-") as home:
