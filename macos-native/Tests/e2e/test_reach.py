@@ -29,7 +29,7 @@ class StatusAreaTest(unittest.TestCase):
     def test_a_window_stands_in_until_a_status_area_comes(self) -> None:
         start = time.monotonic()
         with TraylessNelo() as nelo:
-            launcher(nelo)
+            until(lambda: launchers(nelo), "the window")
             self.assertLess(time.monotonic() - start, 2.0)
             take_picture(PICTURES / "launcher.png")
             tray = Tray()
