@@ -3,9 +3,9 @@
 A line is what one row measured with one amount of work: {"row", "work", "unit", "ours", "bare"}, the two last as lists of
 figures, pair by pair; "bare" is empty where nothing is compared. Other lines are what services of a desktop say.
 
-The figure of a row is the median of the pairs' ratios, or without a bare side the median itself. The slope says how the time
+Lines of the same row and work are one. The figure of a row is the median of the pairs' ratios, or without a bare side the median itself. The slope says how the time
 grows with the work from the least to the most of it: 1 is in proportion, 0 not at all. Ends with status 1 when a bar is not
-met, or when a row that has one was not measured.
+met, when a row that has one was not measured, or when a ratio comes from few pairs.
 """
 from __future__ import annotations
 
@@ -16,6 +16,8 @@ from dataclasses import asdict, dataclass
 from pathlib import Path
 from statistics import median
 from typing import Any, Iterable, Optional
+
+FEWEST_PAIRS = 9  # of which a ratio is the median
 
 # The most that a row may take with an amount of work, as a multiple of the bare side.
 RATIO_BARS = {
@@ -75,13 +77,23 @@ class Figure:
 
     @property
     def is_kept(self) -> bool:
-        return (self.ratio_bar is None or self.ratio is not None and self.ratio <= self.ratio_bar) \
+        return (self.ratio_bar is None or self.ratio is not None and self.ratio <= self.ratio_bar and self.pairs >= FEWEST_PAIRS) \
             and (self.own_bar is None or self.ours <= self.own_bar)
+
+
+def joined(lines: Iterable[str]) -> list[dict[str, Any]]:
+    """What the lines say, those of the same row and work together."""
+    together: dict[tuple[str, int], dict[str, Any]] = {}
+    for line in map(json.loads, lines):
+        found = together.setdefault((line["row"], line["work"]), {**line, "ours": [], "bare": []})
+        found["ours"] += line["ours"]
+        found["bare"] += line["bare"]
+    return list(together.values())
 
 
 def figure_of(line: dict[str, Any]) -> Figure:
     ours, bare = line["ours"], line["bare"]
-    ratios = [a / b for a, b in zip(ours, bare)]
+    ratios = [a / b for a, b in zip(ours, bare, strict=bool(bare))]
     key = (line["row"], line["work"])
     return Figure(*key, line["unit"], len(ours), median(ours), median(bare) if bare else None,
                   median(ratios) if ratios else None, min(ratios, default=None), max(ratios, default=None),
@@ -124,7 +136,7 @@ def table(figures: Iterable[Figure]) -> str:
 
 
 def main(output: Path, lines: Iterable[str]) -> int:
-    figures = [figure_of(json.loads(line)) for line in lines if line.startswith("{")]
+    figures = [figure_of(line) for line in joined(line for line in lines if line.startswith("{"))]
     add_slopes(figures)
     print(table(figures))
     output.write_text(json.dumps([asdict(figure) for figure in figures], indent=1) + "\n", encoding="utf-8")

@@ -112,8 +112,8 @@ void compareCalls(int length)
             bare->exchange(request);
     };
     Pairs::compare(
-        "call, reply of bytes", length, pairs, [&ours] { return Pairs::millisecondsOf(ours); },
-        [&theirs] { return Pairs::millisecondsOf(theirs); },
+        "call, reply of bytes", length, pairs, [&ours] { return Pairs::millisecondsOf(ours) / calls; },
+        [&theirs] { return Pairs::millisecondsOf(theirs) / calls; },
         [&bare] {
             NeloBackend::shutdown();
             bare.emplace();

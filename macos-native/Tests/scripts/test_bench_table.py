@@ -36,21 +36,33 @@ class BenchTableTest(unittest.TestCase):
         _, _, (figure,) = self.run_table(line("compared", 10, [1, 8, 3], [1, 2, 2]))
         self.assertEqual((figure["ratio"], figure["least_ratio"], figure["most_ratio"]), (1.5, 1, 4))
 
+    def test_lines_of_the_same_row_and_work_are_one(self) -> None:
+        _, _, figures = self.run_table(line("a", 1, [1], [1]), line("a", 2, [9], [1]), line("a", 1, [3], [1]))
+        self.assertEqual([(figure["work"], figure["pairs"], figure["ratio"]) for figure in figures], [(1, 2, 2), (2, 1, 9)])
+
+    def test_a_side_without_its_other_is_a_mistake(self) -> None:
+        with self.assertRaises(ValueError):
+            self.run_table(line("a", 1, [1, 2], [1]))
+
+    def test_a_ratio_of_too_few_pairs_fails(self) -> None:
+        status, printed, _ = self.run_table(line("compared", 10, [1] * 8, [1] * 8), line("timed", 0, [2], []))
+        self.assertEqual((status, printed.count("MISSED")), (1, 1))
+
     def test_bars_that_are_just_kept_pass(self) -> None:
-        status, printed, _ = self.run_table(line("compared", 10, [3], [2]), line("timed", 0, [2], []))
+        status, printed, _ = self.run_table(line("compared", 10, [3] * 9, [2] * 9), line("timed", 0, [2], []))
         self.assertEqual(status, 0)
         self.assertNotIn("MISSED", printed)
 
     def test_a_ratio_above_its_bar_fails(self) -> None:
-        status, printed, _ = self.run_table(line("compared", 10, [3.1], [2]), line("timed", 0, [2], []))
+        status, printed, _ = self.run_table(line("compared", 10, [3.1] * 9, [2] * 9), line("timed", 0, [2], []))
         self.assertEqual((status, printed.count("MISSED")), (1, 1))
 
     def test_a_time_above_its_bar_fails_however_slow_the_bare_side_is(self) -> None:
-        status, printed, _ = self.run_table(line("compared", 10, [3], [2]), line("timed", 0, [2.1], [100]))
+        status, printed, _ = self.run_table(line("compared", 10, [3] * 9, [2] * 9), line("timed", 0, [2.1], [100]))
         self.assertEqual((status, printed.count("MISSED")), (1, 1))
 
     def test_a_row_with_a_bar_that_was_not_measured_fails(self) -> None:
-        status, printed, _ = self.run_table(line("compared", 10, [3], [2]))
+        status, printed, _ = self.run_table(line("compared", 10, [3] * 9, [2] * 9))
         self.assertEqual(status, 1)
         self.assertIn("Not measured: timed", printed)
 
