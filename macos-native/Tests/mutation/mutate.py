@@ -135,7 +135,7 @@ def main() -> int:
     percent = 100 * (len(outcomes) - len(survivors)) / len(outcomes)
     print(f"Noticed: {len(outcomes) - len(survivors)} of {len(outcomes)}, {percent:.1f} %. "
           f"Survived: {len(survivors)}, {explained} of them for a known reason.")
-    return 0 if percent >= PERCENT_WANTED else 1
+    return 0 if percent >= PERCENT_WANTED and explained == len(survivors) else 1
 
 
 if __name__ == "__main__":
