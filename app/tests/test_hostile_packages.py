@@ -5,6 +5,7 @@ from __future__ import annotations
 import hashlib
 import os
 import random
+import resource
 import stat
 import sys
 import time
@@ -22,6 +23,8 @@ WORKSPACE = ".openclaw/agents/main"
 ORDINARY_COUNT = 800
 LARGEST_RATIO = 100
 LONGEST_MESSAGE = 1000
+LONGEST_SECONDS = 10
+MOST_MEMORY = 1 << 30
 _WRITING = os.O_WRONLY | os.O_RDWR | os.O_CREAT
 MANUAL = b"---\nname: %b\n---\none\n"
 
@@ -81,6 +84,7 @@ class HostilePackagesTest(HomeTestCase):
     def check(self, package: bytes) -> bool:
         """Install a package and see that it has done no harm. Answers whether it is installed."""
         WATCH.paths.clear()
+        start = time.monotonic()
         try:
             result = self.install(package)
         except BackendError as error:
@@ -89,6 +93,7 @@ class HostilePackagesTest(HomeTestCase):
             self.assertEqual(self.state(), self.before)
             return False
         finally:
+            self.assertLess(time.monotonic() - start, LONGEST_SECONDS)
             self.assertEqual([path for path in WATCH.paths if not self.may_appear(path)], [])
         self.assertTrue(WATCH.paths, "nobody watches")
         self.check_installed(str(result["name"]), str(result["targetDir"]))
@@ -134,6 +139,8 @@ class HostilePackagesTest(HomeTestCase):
                 raise AssertionError(f"harm was done by hostile_package({seed})") from error
             seed += 1
         self.assertGreater(min(outcomes.values()), ORDINARY_COUNT / 20, "too few were installed, or refused")
+        memory = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss * (1 if sys.platform == "darwin" else 1024)
+        self.assertLess(memory, MOST_MEMORY)
 
 
 def digest(path: str) -> str:
