@@ -182,7 +182,7 @@ void TestReplyLine::publicParserTextsAsResults()
     const QByteArray name(QTest::currentDataTag());
     const ReplyMeaning meaning = ReplyReader().interpret(R"({"ok":true,"result":)" + text.toStdString() + '}');
     if (name.startsWith("y_"))
-        QVERIFY2(!isParserError(meaning), meaning.text.c_str());
+        QVERIFY2(Json::parse(meaning.text, nullptr, false) == Json::parse(text.toStdString()), meaning.text.c_str());
     if (name.startsWith("n_"))
         QVERIFY2(isParserError(meaning), meaning.text.c_str());
 }
