@@ -63,10 +63,15 @@ def type_text(text: str) -> None:
     xdotool("type", "--clearmodifiers", "--", text)
 
 
-def take_picture(file: Path) -> None:
-    """Writes what the whole screen shows as a PNG."""
+def take_picture(file: Path, *what: str) -> None:
+    """Writes what the whole screen shows, or what import(1) is told to take, as a PNG."""
     file.parent.mkdir(parents=True, exist_ok=True)
-    subprocess.run(["import", "-window", "root", str(file)], check=True)
+    subprocess.run(["import", *(what or ("-window", "root")), str(file)], check=True)
+
+
+def take_picture_of_window(file: Path) -> None:
+    """Writes the window in front, with its frame, as a PNG."""
+    take_picture(file, "-frame", "-window", xdotool("getactivewindow").strip())
 
 
 def screen_width() -> int:

@@ -1,6 +1,7 @@
 """Opens every window of the program and writes its picture to the folder named by the first argument.
 
-A window starts at its smallest size; those that have something to gain by it are also taken at their largest."""
+A window starts at its smallest size; those that have something to gain by it are also taken at their largest. The ordinary
+round also takes the README's pictures, of single windows. Without a tray it is the window that stands in for it, alone."""
 from __future__ import annotations
 
 import contextlib
@@ -13,8 +14,8 @@ from pathlib import Path
 from typing import Iterator
 
 from model_server import ModelServer
-from nelo import (Nelo, Node, choose_in_popup, install_package, open_chat, press, replace_text, store_api_key,
-                  take_picture, type_text, until)
+from nelo import (Nelo, Node, TraylessNelo, choose_in_popup, install_package, launcher, open_chat, press, replace_text,
+                  store_api_key, take_picture, take_picture_of_window, type_text, until)
 from provider import Provider
 from skill_packages import WEATHER, package, served_catalogue
 
@@ -24,6 +25,8 @@ DARK = {"View": (27, 30, 32), "Window": (42, 46, 50), "Button": (49, 54, 59), "S
         "Tooltip": (49, 54, 59)}
 LARGE_TEXT = ["[General]", "font=Sans Serif,18,-1,5,50,0,0,0,0,0"]  # twice as large as where no desktop says anything
 FOLDER = Path(sys.argv[1])
+WINDOWS_OF_README = {"chat-conversation": "chat", "settings": "settings", "config-editor": "config-editor", "launcher": "launcher",
+                     **{name: name for name in ("console-agents", "console-runtime", "console-skills")}}
 QUESTION = "Why is the sky blue"
 LONG_QUESTION = "Please explain it again, slowly and with an example from daily life, for a reader of ten years who likes to ask back"
 LONG_REPLY = ("天空之所以是蓝色的，是因为阳光穿过大气层时，波长较短的蓝光比红光更容易被空气分子散射。"
@@ -33,6 +36,8 @@ LONG_REPLY = ("天空之所以是蓝色的，是因为阳光穿过大气层时�
 
 def picture(name: str) -> None:
     take_picture(FOLDER / f"{name}{LOOK and '@' + LOOK}.png")
+    if name in WINDOWS_OF_README and not LOOK:
+        take_picture_of_window(FOLDER / "readme" / f"{WINDOWS_OF_README[name]}.png")
 
 
 @contextlib.contextmanager
@@ -53,6 +58,8 @@ def dismissed(nelo: Nelo, opener: Node, title: str, name: str) -> None:
 def show_menu(nelo: Nelo) -> None:
     nelo.open_menu()
     picture("menu")
+    if not LOOK:
+        take_picture(FOLDER / "readme/menu.png", "-window", "root", "-crop", "400x200+880+0", "+repage")
     press("Escape")
 
 
@@ -356,6 +363,12 @@ def show_models() -> None:
         picture("models")
 
 
+def show_launcher() -> None:
+    with TraylessNelo() as nelo:
+        launcher(nelo)
+        picture("launcher")
+
+
 def tour() -> None:
     provider = Provider(answers={QUESTION: "因为瑞利散射。", LONG_QUESTION: LONG_REPLY})
     with (contextlib.closing(provider), served_catalogue({"weather": package(WEATHER)}) as catalogue,
@@ -374,4 +387,4 @@ def tour() -> None:
 
 
 if __name__ == "__main__":
-    tour()
+    show_launcher() if os.environ.get("VIRTUAL_TRAY") == "none" else tour()
