@@ -70,6 +70,7 @@ void NeloMenuBarApp::applicationDidFinishLaunching()
 void NeloMenuBarApp::makeMenu()
 {
     m_menu = std::make_unique<StatusMenu>();
+    m_menu->setAccessibleName(QStringLiteral("Nelo"));
     m_menu->addAction(QStringLiteral("Open Nelo"), this, &NeloMenuBarApp::openNelo);
     m_menu->addAction(QStringLiteral("Open Nelo Console"), this, &NeloMenuBarApp::openNeloConsole);
     m_menu->addAction(QStringLiteral("Settings..."), QKeySequence(Qt::CTRL | Qt::Key_Comma), this,
