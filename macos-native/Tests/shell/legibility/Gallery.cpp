@@ -11,7 +11,6 @@
 #include "shell/primitives/Alerts.h"
 #include "shell/primitives/NeloWindow.h"
 #include "support/Controls.h"
-#include "support/DialogRobot.h"
 #include "support/Files.h"
 
 #include <QApplication>
@@ -73,6 +72,7 @@ const std::vector<Gallery::Picture>& Gallery::pictures()
         {u"the question before a deletion"_s, &Gallery::showDelete},
         {u"the dialog for a news source"_s, &Gallery::showNewSource},
         {u"the dialog for a cloud skill"_s, &Gallery::showCloudSkill},
+        {u"the dialog for a cloud skill's agent"_s, &Gallery::showCloudSkillAgent},
         {u"the dialog for an API key"_s, &Gallery::showApiKey},
         {u"an alert"_s, &Gallery::showAlert},
     };
@@ -215,6 +215,11 @@ void Gallery::showCloudSkill()
     lookAtDialog([this] { Controls::press(*skills(0), u"Install Cloud Skill"_s); });
 }
 
+void Gallery::showCloudSkillAgent()
+{
+    lookAtDialog([this] { Controls::press(*skills(0), u"Install Cloud Skill"_s); }, {DialogRobot::press(u"Install"_s)});
+}
+
 void Gallery::showApiKey()
 {
     m_app.openNelo();
@@ -272,9 +277,10 @@ void Gallery::look(QWidget* window)
     window->close();
 }
 
-void Gallery::lookAtDialog(const std::function<void()>& open)
+void Gallery::lookAtDialog(const std::function<void()>& open, std::vector<DialogRobot::Answer> before)
 {
-    DialogRobot robot({[this](QDialog& dialog) { look(&dialog); }});
+    before.emplace_back([this](QDialog& dialog) { look(&dialog); });
+    const DialogRobot robot(std::move(before));
     open();
     for (QWidget* widget : QApplication::topLevelWidgets())
         widget->close();

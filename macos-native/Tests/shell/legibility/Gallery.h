@@ -1,11 +1,13 @@
 #pragma once
 
 #include "shell/NeloMenuBarApp.h"
+#include "support/DialogRobot.h"
 #include "support/ScriptedBackend.h"
 
 #include <QString>
 
 #include <functional>
+#include <vector>
 
 class QMenu;
 class QTabWidget;
@@ -57,6 +59,7 @@ private:
     void showDelete();
     void showNewSource();
     void showCloudSkill();
+    void showCloudSkillAgent();
     void showApiKey();
     void showAlert();
 
@@ -66,8 +69,8 @@ private:
     QWidget* skills(int row);
     /// Looks at `window`, which is on the screen, and closes it.
     void look(QWidget* window);
-    /// Looks at the dialog that `open` opens.
-    void lookAtDialog(const std::function<void()>& open);
+    /// Looks at the dialog that `open` opens, once those that come before it have their answers.
+    void lookAtDialog(const std::function<void()>& open, std::vector<DialogRobot::Answer> before = {});
 
     ScriptedBackend m_backend;
     NeloMenuBarApp m_app;

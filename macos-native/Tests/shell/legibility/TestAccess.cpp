@@ -1,0 +1,60 @@
+#include "shell/legibility/Access.h"
+#include "shell/legibility/Gallery.h"
+#include "support/Warnings.h"
+
+#include <QTest>
+
+#include <memory>
+
+/// That everything the program shows can be heard and worked without a mouse: it has a name, and the keyboard gets
+/// there.
+class TestAccess final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanupTestCase();
+    void everythingIsNamedToldAndReached_data();
+    void everythingIsNamedToldAndReached();
+
+private:
+    std::unique_ptr<Gallery> m_gallery;
+};
+
+void TestAccess::initTestCase()
+{
+    m_gallery = std::make_unique<Gallery>();
+}
+
+void TestAccess::init()
+{
+    failOnUnexpectedWarning();
+}
+
+void TestAccess::cleanupTestCase()
+{
+    m_gallery.reset();
+}
+
+void TestAccess::everythingIsNamedToldAndReached_data()
+{
+    QTest::addColumn<QString>("name");
+    for (const QString& name : Gallery::names())
+        QTest::newRow(qPrintable(name)) << name;
+}
+
+void TestAccess::everythingIsNamedToldAndReached()
+{
+    QFETCH(QString, name);
+    QStringList found;
+    const bool isSeen = m_gallery->show(name, [&found](QWidget& window) {
+        found = Access::nameless(window) + Access::untold(window) + Access::beyondTab(window);
+    });
+    QVERIFY(isSeen);
+    QVERIFY2(found.isEmpty(), qPrintable(found.join(u'\n')));
+}
+
+QTEST_MAIN(TestAccess)
+#include "TestAccess.moc"
