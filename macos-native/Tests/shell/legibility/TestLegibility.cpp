@@ -16,6 +16,7 @@ class TestLegibility final : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase();
     void init();
     void cleanup();
     void nothingIsClipped_data();
@@ -58,6 +59,12 @@ QString clippedIn(const QString& name, QWidget& window)
 }
 
 } // namespace
+
+/// Runs at another scale must not be those at the ordinary one again.
+void TestLegibility::initTestCase()
+{
+    QCOMPARE(qApp->devicePixelRatio(), qEnvironmentVariable("QT_SCALE_FACTOR", u"1"_s).toDouble());
+}
 
 void TestLegibility::init()
 {
