@@ -2,6 +2,7 @@
 
 #include "shell/platform/InstanceDoor.h"
 #include "shell/platform/RuntimeFolder.h"
+#include "support/ProcessTable.h"
 #include "support/Warnings.h"
 #include "support/faults/RandomKills.h"
 
@@ -52,6 +53,16 @@ private:
     std::optional<QTemporaryDir> m_folder;
     QByteArray m_runtimeFolderBefore;
 };
+
+namespace {
+
+/// Waits until a further file is open than the `openBefore`: a later one has opened the lock, and knocks from then on.
+bool awaitLaterOne(int openBefore)
+{
+    return QTest::qWaitFor([openBefore] { return ProcessTable::openDescriptors() > openBefore; });
+}
+
+} // namespace
 
 void TestInstanceLock::init()
 {
@@ -128,11 +139,13 @@ void TestInstanceLock::aLaterOneWaitsForADoorThatOpensLate()
 {
     const InstanceLock first(folder());
     std::optional<Role> role;
+    const int openBefore = ProcessTable::openDescriptors();
     std::thread later([this, &role] { role = InstanceLock(folder()).role(); });
-    std::this_thread::sleep_for(50ms); // it knocks in vain meanwhile
+    const bool isKnocking = awaitLaterOne(openBefore);
     const InstanceDoor door(folder());
     QSignalSpy knocks(&door, &InstanceDoor::knocked);
     later.join();
+    QVERIFY(isKnocking);
     QCOMPARE(role, Role::Later);
     QTRY_COMPARE(knocks.size(), 1);
 }
@@ -141,10 +154,12 @@ void TestInstanceLock::aLaterOneBecomesFirstWhenTheFirstEndsMeanwhile()
 {
     std::optional<InstanceLock> first(folder());
     std::optional<Role> role;
+    const int openBefore = ProcessTable::openDescriptors();
     std::thread later([this, &role] { role = InstanceLock(folder()).role(); });
-    std::this_thread::sleep_for(50ms);
+    const bool isKnocking = awaitLaterOne(openBefore);
     first.reset();
     later.join();
+    QVERIFY(isKnocking);
     QCOMPARE(role, Role::First);
 }
 
