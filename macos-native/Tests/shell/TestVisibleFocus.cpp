@@ -49,14 +49,18 @@ NeloWindow* windowCalled(const QString& title)
 /// What gets the keyboard by Tab in the active window, in order.
 QWidgetList controlsByTab(QWidget* window)
 {
+    constexpr int mostTabs = 100;
     QWidgetList controls;
-    while (true) {
+    for (int tab = 0; tab < mostTabs; ++tab) {
         QTest::keyClick(window->focusWidget() ? window->focusWidget() : window, Qt::Key_Tab);
         QWidget* focused = QApplication::focusWidget();
+        if (!controls.isEmpty() && focused == controls.constLast())
+            continue; // a text with a link keeps the keyboard for another Tab
         if (!focused || controls.contains(focused))
-            return controls;
+            break;
         controls.append(focused);
     }
+    return controls;
 }
 
 void verifyThatFocusShows(QWidget* window)
