@@ -98,9 +98,9 @@ void TestConfigFileFaults::filesAndBackupsAreWholeAfterEveryKill()
     const QString file = folder.filePath(QStringLiteral("config.json"));
     RandomKills random;
     for (int kill = 0; kill < 200; ++kill) {
-        random.during([&](int round) {
-            std::ignore = saveConfigFile(file, contentOfRound(round), newYear().addSecs(kill * 10'000 + round));
-        });
+        QVERIFY(random.during([&](int round) {
+            return !saveConfigFile(file, contentOfRound(round), newYear().addSecs(kill * 10'000 + round));
+        }));
         for (const QString& name : Files::names(folder.path()))
             QVERIFY2(name.startsWith(QStringLiteral(".nelo-")) || isWhole(Files::contentOf(folder.filePath(name))),
                      qPrintable(name));

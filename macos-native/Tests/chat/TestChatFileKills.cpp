@@ -36,18 +36,29 @@ QList<NeloChatMessage> conversation(qsizetype size)
     return {size, NeloChatMessage{QStringLiteral("user"), text, QStringLiteral("2025-01-31T09:30:00Z")}};
 }
 
+/// Writes the conversation as the chat does, and waits for it.
 void persist(QList<NeloChatMessage> messages)
 {
     ChatHistoryWriter writer([&messages]() -> QList<NeloChatMessage>& { return messages; });
     writer.persistMessages();
 }
 
-/// A round of the log: entries, and now and then a log that begins anew.
-void logRound(int round)
+/// A round of the history: a conversation of another length. Whether it is there.
+bool historyRound(int round)
+{
+    const QList<NeloChatMessage> messages = conversation(round % 20 + 1);
+    persist(messages);
+    return Files::contentOf(neloChatHistoryURL()) == encodeChatMessages(messages);
+}
+
+/// A round of the log: an entry, and now and then a log that begins anew. Whether the entry is there.
+bool logRound(int round)
 {
     if (round % 4 == 0)
         QFile::remove(neloChatLogURL());
+    const qsizetype entries = Files::contentOf(neloChatLogURL()).count('\n');
     neloChatLog(QStringLiteral("entry"));
+    return Files::contentOf(neloChatLogURL()).count('\n') == entries + 1;
 }
 
 } // namespace
@@ -62,7 +73,7 @@ void TestChatFileKills::theHistoryIsWhole()
 {
     RandomKills random;
     for (int kill = 0; kill < kills; ++kill) {
-        random.during([](int round) { persist(conversation(round % 20 + 1)); });
+        QVERIFY(random.during(historyRound));
         const LoadedChatHistory loaded = loadChatHistoryFile();
         QVERIFY(!loaded.isUnreadable);
         QCOMPARE(loaded.messages, conversation(loaded.messages.size()));
@@ -77,7 +88,7 @@ void TestChatFileKills::theLogHasWholeEntries()
 {
     RandomKills random;
     for (int kill = 0; kill < kills; ++kill) {
-        random.during(logRound);
+        QVERIFY(random.during(logRound));
         const QList<QByteArray> lines = Files::contentOf(neloChatLogURL()).split('\n');
         for (const QByteArray& line : lines)
             QVERIFY2(line.isEmpty() || (line.startsWith('[') && line.endsWith("] entry")), line.constData());

@@ -2,9 +2,11 @@
 
 #include <QTest>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -23,14 +25,38 @@ unsigned seedOfThisRun()
     return isGiven ? given : std::random_device()();
 }
 
-[[noreturn]] void workForEver(const std::function<void(int)>& work, int ready)
+/// Works until it is killed. An exception ends the program: the copy must not go on with this process's other tests.
+[[noreturn]] void workForEver(const std::function<bool(int)>& work, int ready) noexcept
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    for (int round = 0; true; ++round) {
-        work(round);
-        if (round == 0)
-            close(ready);
+    for (const int crash : {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV})
+        std::signal(crash, SIG_DFL); // Qt Test would look for a debugger first, and be killed meanwhile
+    for (int round = 0; work(round); ++round) {
+        const char done = 0;
+        if (round == 0 && write(ready, &done, 1) != 1)
+            break;
     }
+    _exit(EXIT_FAILURE);
+}
+
+/// Whether a child has done its work once: it says so with a byte, and ends without one when it has failed.
+bool hasWorked(int ready)
+{
+    char done = 0;
+    ssize_t size = 0;
+    do {
+        size = read(ready, &done, 1);
+    } while (size < 0 && errno == EINTR);
+    return size == 1;
+}
+
+/// Waits until a child has ended; whether it was killed.
+bool wasKilled(pid_t child)
+{
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
 }
 
 } // namespace
@@ -44,7 +70,7 @@ RandomKills::~RandomKills()
         qInfo("NELO_SEED=%u brings the same moments again.", m_seed);
 }
 
-void RandomKills::during(const std::function<void(int)>& work)
+bool RandomKills::during(const std::function<bool(int)>& work)
 {
     int ends[2];
     if (pipe(ends) != 0)
@@ -55,9 +81,7 @@ void RandomKills::during(const std::function<void(int)>& work)
     if (child == 0)
         workForEver(work, ends[1]); // the copy in it is the only one that is open then
     close(ends[1]);
-    char never = 0;
-    while (read(ends[0], &never, 1) < 0) {
-    }
+    const bool isReady = hasWorked(ends[0]);
     close(ends[0]);
 
     std::uniform_int_distribution<std::int64_t> lives(0, longestLife.count());
@@ -65,5 +89,5 @@ void RandomKills::during(const std::function<void(int)>& work)
     while (std::chrono::steady_clock::now() < end) { // a sleep would end on a tick of the clock
     }
     kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
+    return wasKilled(child) && isReady;
 }

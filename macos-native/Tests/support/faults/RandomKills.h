@@ -15,7 +15,10 @@ public:
 
     /// Has a copy of this process do `work` with 0, 1, 2 ... for as long as it lives, and kills it (SIGKILL) a moment,
     /// at most a few milliseconds, after it has done so once. This process must have one thread.
-    void during(const std::function<void(int)>& work);
+    ///
+    /// `work` returns whether it has succeeded. False when the copy did not live until it was killed: when its work
+    /// failed, threw or crashed, in whichever round.
+    [[nodiscard]] bool during(const std::function<bool(int)>& work);
 
 private:
     unsigned m_seed;
