@@ -36,11 +36,12 @@ void addRowsOfFileFaults()
 {
     QTest::addColumn<Fault>("fault");
     QTest::newRow("a file cannot be opened") << Fault{"open", EMFILE};
-    QTest::newRow("the file system knows no files without a name") << Fault{"open", EOPNOTSUPP};
+    QTest::newRow("the file system knows no files without a name")
+        << Fault{.kind = "unnamed", .outcome = EOPNOTSUPP, .isSurvived = true};
     QTest::newRow("the disk is full") << Fault{"write", ENOSPC};
     QTest::newRow("the disk is broken") << Fault{"write", EIO};
-    QTest::newRow("a signal interrupts a write") << Fault{"write", EINTR};
-    QTest::newRow("a write takes half") << Fault{"write", 0};
+    QTest::newRow("a signal interrupts a write") << Fault{.kind = "write", .outcome = EINTR, .isSurvived = true};
+    QTest::newRow("a write takes half") << Fault{.kind = "write", .outcome = 0, .isSurvived = true};
     QTest::newRow("a write takes half, and then the disk is full") << Fault{"write", -ENOSPC};
     QTest::newRow("what was written does not reach the disk") << Fault{"sync", EIO};
     QTest::newRow("a file cannot be renamed") << Fault{"rename", EIO};

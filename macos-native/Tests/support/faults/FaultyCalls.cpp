@@ -23,10 +23,10 @@
 
 namespace {
 
-enum Kind { Open, Write, Sync, Rename, Link, Connect, Pipe, Spawn, Thread, Map, KindCount };
+enum Kind { Open, Unnamed, Write, Sync, Rename, Link, Connect, Pipe, Spawn, Thread, Map, KindCount };
 
-constexpr std::array<std::string_view, KindCount> kindNames{"open",    "write", "sync",  "rename", "link",
-                                                            "connect", "pipe",  "spawn", "thread", "map"};
+constexpr std::array<std::string_view, KindCount> kindNames{"open",    "unnamed", "write", "sync",   "rename", "link",
+                                                            "connect", "pipe",    "spawn", "thread", "map"};
 
 /// The fault that is armed. Every thread looks at it, and none may wait: a lock could be held by one that was forked.
 struct Plan
@@ -72,6 +72,17 @@ bool fails(Kind kind)
     return outcome.has_value();
 }
 
+bool makesUnnamedFile(int flags)
+{
+    return (flags & O_TMPFILE) == O_TMPFILE; // of several bits, one of which means a folder
+}
+
+/// Counts a call that opens a file; whether it is to fail, with errno set.
+bool failsToOpen(int flags)
+{
+    return fails(Open) || (makesUnnamedFile(flags) && fails(Unnamed));
+}
+
 /// Whether writing to the descriptor moves data. The other kind wakes a thread, and a lost wake-up is nobody's to mend.
 bool carriesData(int descriptor)
 {
@@ -95,12 +106,12 @@ std::optional<std::size_t> portionOf(int descriptor, std::size_t size)
     const std::optional<int> outcome = outcomeOf(Write);
     if (!outcome)
         return size;
-    if (*outcome > 0 || size < 2) {
-        errno = *outcome > 0 ? *outcome : ENOSPC; // of one byte there is no half
+    if (*outcome > 0) {
+        errno = *outcome;
         return std::nullopt;
     }
     plan.errorOfNextWrite = -*outcome;
-    return size / 2;
+    return size - size / 2; // of one byte there is no half
 }
 
 /// The beginning of several buffers as one that is easy to shorten; only the first is taken when all are too many.
@@ -119,7 +130,7 @@ std::size_t sizeOf(const struct iovec* parts, std::size_t count)
 
 mode_t modeIn(va_list arguments, int flags)
 {
-    return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+    return (flags & O_CREAT) != 0 || makesUnnamedFile(flags) ? va_arg(arguments, mode_t) : 0;
 }
 
 /// Arms what the environment says, if it means this program.
@@ -169,7 +180,7 @@ int open(const char* path, int flags, ...)
     va_start(arguments, flags);
     const mode_t mode = modeIn(arguments, flags);
     va_end(arguments);
-    return fails(Open) ? -1 : real(path, flags, mode);
+    return failsToOpen(flags) ? -1 : real(path, flags, mode);
 }
 
 int open64(const char* path, int flags, ...)
@@ -179,7 +190,7 @@ int open64(const char* path, int flags, ...)
     va_start(arguments, flags);
     const mode_t mode = modeIn(arguments, flags);
     va_end(arguments);
-    return fails(Open) ? -1 : real(path, flags, mode);
+    return failsToOpen(flags) ? -1 : real(path, flags, mode);
 }
 
 int openat(int folder, const char* path, int flags, ...)
@@ -189,7 +200,7 @@ int openat(int folder, const char* path, int flags, ...)
     va_start(arguments, flags);
     const mode_t mode = modeIn(arguments, flags);
     va_end(arguments);
-    return fails(Open) ? -1 : real(folder, path, flags, mode);
+    return failsToOpen(flags) ? -1 : real(folder, path, flags, mode);
 }
 
 int openat64(int folder, const char* path, int flags, ...)
@@ -199,7 +210,7 @@ int openat64(int folder, const char* path, int flags, ...)
     va_start(arguments, flags);
     const mode_t mode = modeIn(arguments, flags);
     va_end(arguments);
-    return fails(Open) ? -1 : real(folder, path, flags, mode);
+    return failsToOpen(flags) ? -1 : real(folder, path, flags, mode);
 }
 
 int creat(const char* path, mode_t mode)

@@ -12,8 +12,9 @@ extern "C" {
 /// the `outcome`: it fails with an errno; or, of a write, 0 takes half of the bytes; or a negative errno takes half of
 /// them, after which the next write fails with it, as on a disk that is full. A number of 0 only counts.
 ///
-/// The kinds: "open", "write", "sync", "rename" and "link" for files; "connect" and again "write" for sockets; "pipe",
-/// "spawn", "thread" and "map" for the process. An unknown kind ends the program.
+/// The kinds: "open", "write", "sync", "rename" and "link" for files, and "unnamed" for the opening of those that have
+/// no name yet; "connect" and again "write" for sockets; "pipe", "spawn", "thread" and "map" for the process. An
+/// unknown kind ends the program.
 void nelo_faults_arm(const char* kind, int number, int outcome);
 
 /// Lets every call through again. Returns how many calls of the kind there were since it was armed.
