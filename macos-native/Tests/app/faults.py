@@ -48,7 +48,7 @@ class Fault:
         return self
 
     def __exit__(self, *exception: object) -> None:
-        self.struck = _library.nelo_faults_disarm() >= self._number
+        self.struck = _library.nelo_faults_disarm(self._kind.calls.encode()) >= self._number
 
     def may_have_failed(self) -> bool:
         """Whether what was done may have come to nothing: the call came, and its fault need not be survived."""

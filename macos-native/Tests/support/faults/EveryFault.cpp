@@ -26,9 +26,10 @@ bool EveryFault::next()
 
 void EveryFault::during(const std::function<void()>& action)
 {
-    nelo_faults_arm(m_fault.kind.constData(), m_number, m_fault.outcome);
+    const auto arm = m_fault.isLasting ? nelo_faults_arm_from : nelo_faults_arm;
+    arm(m_fault.kind.constData(), m_number, m_fault.outcome);
     action();
-    m_hasStruck = nelo_faults_disarm() >= m_number;
+    m_hasStruck = nelo_faults_disarm(m_fault.kind.constData()) >= m_number;
     m_strikes += m_hasStruck ? 1 : 0;
 }
 

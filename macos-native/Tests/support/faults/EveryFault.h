@@ -11,6 +11,7 @@ struct Fault
     QByteArray kind;
     int outcome = 0;
     bool isSurvived = false; // whether whoever makes the call must manage all the same, and not say that it failed
+    bool isLasting = false;  // whether all calls of the kind after the first that fails do so too
 };
 Q_DECLARE_METATYPE(Fault)
 

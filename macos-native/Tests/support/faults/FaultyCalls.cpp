@@ -4,10 +4,12 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <optional>
 #include <string_view>
 
@@ -23,21 +25,43 @@
 
 namespace {
 
-enum Kind { Open, Unnamed, Write, Sync, Rename, Link, Connect, Pipe, Spawn, Thread, Map, KindCount };
+enum Kind { Open, Unnamed, Write, Send, Sync, Rename, Link, Socket, Connect, Pipe, Spawn, Thread, Map, KindCount };
 
-constexpr std::array<std::string_view, KindCount> kindNames{"open",    "unnamed", "write", "sync",   "rename", "link",
-                                                            "connect", "pipe",    "spawn", "thread", "map"};
+constexpr std::array<std::string_view, KindCount> kindNames{"open",   "unnamed", "write",  "send",    "sync",
+                                                            "rename", "link",    "socket", "connect", "pipe",
+                                                            "spawn",  "thread",  "map"};
 
-/// The fault that is armed. Every thread looks at it, and none may wait: a lock could be held by one that was forked.
+/// The fault that calls of one kind have. Every thread looks at it, and none may wait: a lock could be held by one that
+/// was forked.
 struct Plan
 {
-    std::atomic<int> kind{KindCount}; // none
-    std::atomic<int> number{0};
+    std::atomic<bool> isArmed{false};
+    std::atomic<int> first{0};
+    std::atomic<int> last{0};
     std::atomic<int> outcome{0};
     std::atomic<int> count{0};
-    std::atomic<int> errorOfNextWrite{0};
+    std::atomic<int> errorOfNext{0};
 };
-constinit Plan plan;
+constinit std::array<Plan, KindCount> plans;
+
+Plan& planOf(const char* kind)
+{
+    const auto* const name = std::find(kindNames.begin(), kindNames.end(), kind);
+    if (name == kindNames.end())
+        std::abort();
+    return plans[static_cast<std::size_t>(name - kindNames.begin())];
+}
+
+void arm(Plan& plan, int first, int last, int outcome)
+{
+    plan.isArmed = false; // while the rest changes
+    plan.first = first;
+    plan.last = last;
+    plan.outcome = outcome;
+    plan.count = 0;
+    plan.errorOfNext = 0;
+    plan.isArmed = true;
+}
 
 /// The function of this name that would be called if we were not here.
 template <typename Function> Function* next(const char* name)
@@ -52,14 +76,18 @@ void tellThatItStruck()
         close(realOpen(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
 }
 
-/// Counts a call; what is to become of it if it is the one.
+/// Counts a call; what is to become of it if it is one of those.
 std::optional<int> outcomeOf(Kind kind)
 {
-    if (plan.kind != kind)
+    Plan& plan = plans[kind];
+    if (!plan.isArmed)
         return std::nullopt;
-    if (++plan.count != plan.number)
+    const int number = ++plan.count;
+    if (number < plan.first || number > plan.last)
         return std::nullopt;
     tellThatItStruck();
+    if (plan.outcome == NELO_FAULT_KILL)
+        kill(getpid(), SIGKILL);
     return plan.outcome.load();
 }
 
@@ -83,34 +111,40 @@ bool failsToOpen(int flags)
     return fails(Open) || (makesUnnamedFile(flags) && fails(Unnamed));
 }
 
-/// Whether writing to the descriptor moves data. The other kind wakes a thread, and a lost wake-up is nobody's to mend.
-bool carriesData(int descriptor)
+/// The kind of a write to the descriptor, if it moves data. The others wake a thread, and a lost wake-up is nobody's to
+/// mend.
+std::optional<Kind> kindOfWrite(int descriptor)
 {
     struct stat status
     {};
     const int errorBefore = errno;
     const bool isKnown = fstat(descriptor, &status) == 0;
     errno = errorBefore;
-    return isKnown && (status.st_mode & S_IFMT) != 0;
+    if (!isKnown || (status.st_mode & S_IFMT) == 0)
+        return std::nullopt;
+    return S_ISSOCK(status.st_mode) ? Send : Write;
 }
 
 /// Counts a write of `size` bytes: how many of them go out; none at all when it fails, with errno set.
 std::optional<std::size_t> portionOf(int descriptor, std::size_t size)
 {
-    if (plan.kind != Write || !carriesData(descriptor))
+    if (!plans[Write].isArmed && !plans[Send].isArmed)
         return size;
-    if (const int error = plan.errorOfNextWrite.exchange(0)) {
+    const std::optional<Kind> kind = kindOfWrite(descriptor);
+    if (!kind)
+        return size;
+    if (const int error = plans[*kind].errorOfNext.exchange(0)) {
         errno = error;
         return std::nullopt;
     }
-    const std::optional<int> outcome = outcomeOf(Write);
+    const std::optional<int> outcome = outcomeOf(*kind);
     if (!outcome)
         return size;
     if (*outcome > 0) {
         errno = *outcome;
         return std::nullopt;
     }
-    plan.errorOfNextWrite = -*outcome;
+    plans[*kind].errorOfNext = -*outcome;
     return size - size / 2; // of one byte there is no half
 }
 
@@ -156,20 +190,18 @@ extern "C" {
 
 void nelo_faults_arm(const char* kind, int number, int outcome)
 {
-    const auto* const name = std::find(kindNames.begin(), kindNames.end(), kind);
-    if (name == kindNames.end())
-        std::abort();
-    plan.kind = KindCount; // while the rest changes
-    plan.number = number;
-    plan.outcome = outcome;
-    plan.count = 0;
-    plan.errorOfNextWrite = 0;
-    plan.kind = static_cast<int>(name - kindNames.begin());
+    arm(planOf(kind), number, number, outcome);
 }
 
-int nelo_faults_disarm()
+void nelo_faults_arm_from(const char* kind, int number, int outcome)
 {
-    plan.kind = KindCount;
+    arm(planOf(kind), number, std::numeric_limits<int>::max(), outcome);
+}
+
+int nelo_faults_disarm(const char* kind)
+{
+    Plan& plan = planOf(kind);
+    plan.isArmed = false;
     return plan.count;
 }
 
@@ -326,6 +358,12 @@ int linkat(int fromFolder, const char* from, int toFolder, const char* to, int f
 {
     REAL(linkat);
     return fails(Link) ? -1 : real(fromFolder, from, toFolder, to, flags);
+}
+
+int socket(int domain, int type, int protocol) noexcept
+{
+    REAL(socket);
+    return fails(Socket) ? -1 : real(domain, type, protocol);
 }
 
 int connect(int descriptor, const struct sockaddr* address, socklen_t length)

@@ -8,15 +8,22 @@
 /// made when the call was reached.
 extern "C" {
 
+/// An outcome beyond every errno: SIGKILL.
+enum { NELO_FAULT_KILL = 4096 };
+
 /// From now on the calls of `kind` that any thread of this process makes are counted, and the `number`th, from 1, has
 /// the `outcome`: it fails with an errno; or, of a write, 0 takes half of the bytes; or a negative errno takes half of
-/// them, after which the next write fails with it, as on a disk that is full. A number of 0 only counts.
+/// them, after which the next write fails with it, as on a disk that is full; or `NELO_FAULT_KILL` kills the process
+/// in its place. A number of 0 only counts. Other kinds stay as they are.
 ///
 /// The kinds: "open", "write", "sync", "rename" and "link" for files, and "unnamed" for the opening of those that have
-/// no name yet; "connect" and again "write" for sockets; "pipe", "spawn", "thread" and "map" for the process. An
-/// unknown kind ends the program.
+/// no name yet; "write" for pipes; "socket", "connect" and "send" for sockets; "pipe", "spawn", "thread" and "map" for
+/// the process. An unknown kind ends the program.
 void nelo_faults_arm(const char* kind, int number, int outcome);
 
-/// Lets every call through again. Returns how many calls of the kind there were since it was armed.
-int nelo_faults_disarm(void);
+/// The same, and all calls of the kind after that one have the outcome too.
+void nelo_faults_arm_from(const char* kind, int number, int outcome);
+
+/// Lets every call of the kind through again. Returns how many there were since it was armed.
+int nelo_faults_disarm(const char* kind);
 }
