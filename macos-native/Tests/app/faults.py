@@ -4,10 +4,16 @@ from __future__ import annotations
 
 import ctypes
 import errno
-from collections.abc import Iterator
+import os
+import signal
+from collections.abc import Callable, Iterator
 from typing import NamedTuple
 
 _library = ctypes.CDLL(None)  # what this process has loaded
+
+
+KILL = 4096
+"""An outcome beyond every errno: the process is killed."""
 
 
 class Kind(NamedTuple):
@@ -31,6 +37,13 @@ FILE_FAULTS = {
 }
 """The ways in which writing a file fails."""
 
+KILLS = {
+    "killed while it writes": Kind("write", KILL),
+    "killed before what it wrote is on the disk": Kind("sync", KILL),
+    "killed before the file takes another's place": Kind("rename", KILL),
+}
+"""The moments in which a writer is killed, each of which leaves what it has begun."""
+
 
 class Fault:
     """The n-th call of a kind, which fails while the object is entered; `struck` says whether it came to that."""
@@ -49,6 +62,21 @@ class Fault:
 
     def __exit__(self, *exception: object) -> None:
         self.struck = _library.nelo_faults_disarm(self._kind.calls.encode()) >= self._number
+
+    def kills_copy_during(self, action: Callable[[], object]) -> int:
+        """Have a copy of this process do something under the fault. Answers how it ended, as `subprocess` does."""
+        child = os.fork()
+        if child == 0:
+            try:
+                with self:
+                    action()
+                os._exit(0)
+            finally:
+                os._exit(1)
+        _, status = os.waitpid(child, 0)
+        end = os.waitstatus_to_exitcode(status)
+        self.struck = end == -signal.SIGKILL
+        return end
 
     def may_have_failed(self) -> bool:
         """Whether what was done may have come to nothing: the call came, and its fault need not be survived."""

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import os
+import signal
 import unittest
 from collections.abc import Callable
 
@@ -10,7 +11,7 @@ import app
 from app.errors import BackendError
 from app.tests.support import HomeTestCase
 from app.tests.test_packages import make_package
-from faults import FILE_FAULTS, Fault, every_fault
+from faults import FILE_FAULTS, KILLS, Fault, every_fault
 
 CONFIG = ".openclaw/openclaw.json"
 SKILLS = ".openclaw/agents/main/skills"
@@ -137,6 +138,22 @@ class FaultTest(HomeTestCase):
             self.assertEqual(os.listdir(self.path(SKILLS)), ["weather"])
 
         self.under_every_fault(scenario)
+
+    def test_what_a_killed_writer_left_goes_with_the_next_write(self) -> None:
+        old, new = ({"version": 1, "text": text * 3000} for text in "on")
+        for text, kind in KILLS.items():
+            strikes = 0
+            for fault in every_fault(kind):
+                with self.subTest(text, call=str(fault)):
+                    app.save_nelo_settings(old)
+                    end = fault.kills_copy_during(lambda: app.save_nelo_settings(new))
+                    self.assertEqual(end, -signal.SIGKILL if fault.struck else 0)
+                    self.assertEqual(app.load_nelo_settings(), old if fault.struck else new)
+                    self.assertEqual(len(self.files_below()), 2 if fault.struck else 1)
+                    app.save_nelo_settings(new)
+                    self.assertEqual(self.files_below(), [SETTINGS])
+                strikes += fault.struck
+            self.assertGreater(strikes, 0, text)
 
 
 if __name__ == "__main__":

@@ -5,7 +5,12 @@
 #include <QTest>
 
 #include <cerrno>
+#include <csignal>
+#include <cstdlib>
 #include <utility>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 EveryFault::EveryFault(Fault fault) : m_fault(std::move(fault))
 {}
@@ -26,11 +31,36 @@ bool EveryFault::next()
 
 void EveryFault::during(const std::function<void()>& action)
 {
+    m_hasStruck = m_fault.outcome == NELO_FAULT_KILL ? killsDuring(action) : strikesDuring(action);
+    m_strikes += m_hasStruck ? 1 : 0;
+}
+
+bool EveryFault::strikesDuring(const std::function<void()>& action) const
+{
     const auto arm = m_fault.isLasting ? nelo_faults_arm_from : nelo_faults_arm;
     arm(m_fault.kind.constData(), m_number, m_fault.outcome);
     action();
-    m_hasStruck = nelo_faults_disarm(m_fault.kind.constData()) >= m_number;
-    m_strikes += m_hasStruck ? 1 : 0;
+    return nelo_faults_disarm(m_fault.kind.constData()) >= m_number;
+}
+
+bool EveryFault::killsDuring(const std::function<void()>& action) const
+{
+    const auto workAsCopy = [&]() noexcept {
+        strikesDuring(action);
+        _exit(EXIT_SUCCESS);
+    };
+    const pid_t copy = fork();
+    if (copy < 0)
+        qFatal("no copy");
+    if (copy == 0)
+        workAsCopy();
+    int status = 0;
+    while (waitpid(copy, &status, 0) < 0 && errno == EINTR) {
+    }
+    const bool isKilled = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+    if (!isKilled && status != EXIT_SUCCESS)
+        QTest::qFail("A copy ended by itself.", __FILE__, __LINE__);
+    return isKilled;
 }
 
 void addRowsOfFileFaults()

@@ -16,7 +16,7 @@ struct Fault
 Q_DECLARE_METATYPE(Fault)
 
 /// Has something done again and again: the first time its first call of a kind fails, then its second, and so on, and
-/// at last none, for it has no more of them.
+/// at last none, for it has no more of them. What is killed there (`NELO_FAULT_KILL`) is a copy of this process.
 ///
 ///     EveryFault faults(fault);
 ///     while (faults.next()) {
@@ -35,7 +35,8 @@ public:
 
     /// Whether there is another time.
     bool next();
-    /// Does it, with this time's call failing. Only calls of this process count.
+    /// Does it, with this time's call failing. Only calls of this process count. Where copies are killed, it must have
+    /// one thread, and a copy that ends in any other way, before it has done everything, fails the test.
     void during(const std::function<void()>& action);
 
     /// Whether the call came: if not, all went well this time.
@@ -46,6 +47,11 @@ public:
     int strikes() const { return m_strikes; }
 
 private:
+    /// Does it; whether the call came.
+    bool strikesDuring(const std::function<void()>& action) const;
+    /// Has a copy do it; whether it was killed.
+    bool killsDuring(const std::function<void()>& action) const;
+
     Fault m_fault;
     int m_number = 0;
     int m_strikes = 0;

@@ -1,5 +1,7 @@
 #include "support/faults/RandomKills.h"
 
+#include "support/faults/FaultyCalls.h"
+
 #include <QTest>
 
 #include <cerrno>
@@ -75,11 +77,15 @@ bool RandomKills::during(const std::function<bool(int)>& work)
     int ends[2];
     if (pipe(ends) != 0)
         qFatal("no pipe");
+    const bool hasUnnamedFiles = m_kills++ % 2 == 0;
     const pid_t child = fork();
     if (child < 0)
         qFatal("no child");
-    if (child == 0)
+    if (child == 0) {
+        if (!hasUnnamedFiles)
+            nelo_faults_arm_from("unnamed", 1, EOPNOTSUPP);
         workForEver(work, ends[1]); // the copy in it is the only one that is open then
+    }
     close(ends[1]);
     const bool isReady = hasWorked(ends[0]);
     close(ends[0]);

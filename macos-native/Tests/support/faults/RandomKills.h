@@ -3,8 +3,9 @@
 #include <functional>
 #include <random>
 
-/// Kills programs in the middle of what they do, at random moments. Prints the seed when the test has failed; the
-/// variable NELO_SEED sets it.
+/// Kills programs in the middle of what they do, at random moments. Every other one finds file systems that know no
+/// files without a name, so that what it has begun is left over. Prints the seed when the test has failed; the variable
+/// NELO_SEED sets it.
 class RandomKills final
 {
 public:
@@ -23,4 +24,5 @@ public:
 private:
     unsigned m_seed;
     std::mt19937 m_random;
+    int m_kills = 0;
 };
