@@ -2,17 +2,14 @@
 
 #include "support/Files.h"
 #include "support/ProcessTable.h"
-#include "support/SmallDisk.h"
 #include "support/Warnings.h"
 #include "support/faults/EveryFault.h"
-#include "support/faults/RandomKills.h"
 
 #include <QDateTime>
-#include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
 
-/// Saving a configuration while one call after the other fails, and in programs that are killed.
+/// Saving a configuration while one call after the other fails.
 class TestConfigFileFaults final : public QObject
 {
     Q_OBJECT
@@ -23,7 +20,6 @@ private slots:
     void theEarlierFileStaysOrTheNewOneIsThere();
     void aFileThatIsMadeIsWholeOrMissing_data() { addRowsOfFileFaults(); }
     void aFileThatIsMadeIsWholeOrMissing();
-    void filesAndBackupsAreWholeAfterEveryKill();
 };
 
 namespace {
@@ -38,11 +34,6 @@ const QDateTime& newYear()
 QByteArray contentOfRound(int round)
 {
     return QByteArray::number(round) + QByteArray(5'000 + round % 17 * 1'000, 'x');
-}
-
-bool isWhole(const QByteArray& content)
-{
-    return content == contentOfRound(content.left(content.indexOf('x')).toInt());
 }
 
 } // namespace
@@ -91,33 +82,5 @@ void TestConfigFileFaults::aFileThatIsMadeIsWholeOrMissing()
     QVERIFY(faults.strikes() > 0);
 }
 
-void TestConfigFileFaults::filesAndBackupsAreWholeAfterEveryKill()
-{
-    const SmallDisk disk(16'777'216);
-    const QDir folder(disk.path());
-    const QString file = folder.filePath(QStringLiteral("config.json"));
-    RandomKills random;
-    for (int kill = 0; kill < 200; ++kill) {
-        QVERIFY(random.during([&](int round) {
-            return !saveConfigFile(file, contentOfRound(round), newYear().addSecs(kill * 10'000 + round));
-        }));
-        for (const QString& name : Files::names(folder.path()))
-            QVERIFY2(name.startsWith(QStringLiteral(".nelo-")) || isWhole(Files::contentOf(folder.filePath(name))),
-                     qPrintable(name));
-
-        QCOMPARE(saveConfigFile(file, contentOfRound(0), newYear()), std::nullopt); // as the next start does
-        for (const QString& name : Files::names(folder.path())) {
-            QVERIFY2(name.startsWith(QStringLiteral("config.json")), qPrintable(name));
-            QFile::remove(folder.filePath(name));
-        }
-    }
-}
-
-int main(int argc, char** argv)
-{
-    SmallDisk::allowMounts();
-    QCoreApplication application(argc, argv);
-    TestConfigFileFaults test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_GUILESS_MAIN(TestConfigFileFaults)
 #include "TestConfigFileFaults.moc"

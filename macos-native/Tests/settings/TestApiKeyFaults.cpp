@@ -2,17 +2,15 @@
 
 #include "support/Files.h"
 #include "support/ProcessTable.h"
-#include "support/SmallDisk.h"
 #include "support/TestHome.h"
 #include "support/Warnings.h"
 #include "support/faults/EveryFault.h"
-#include "support/faults/RandomKills.h"
 
 #include <QFile>
 #include <QSettings>
 #include <QTest>
 
-/// Saving a key while one call after the other fails, and in programs that are killed.
+/// Saving a key while one call after the other fails.
 class TestApiKeyFaults final : public QObject
 {
     Q_OBJECT
@@ -23,7 +21,6 @@ private slots:
     void theEarlierKeysStayOrTheNewOneIsThere();
     void theFirstKeyIsThereOrNone_data();
     void theFirstKeyIsThereOrNone();
-    void theKeysAreWholeAfterEveryKill();
 };
 
 namespace {
@@ -114,31 +111,5 @@ void TestApiKeyFaults::theFirstKeyIsThereOrNone()
     QVERIFY(faults.strikes() > 0);
 }
 
-void TestApiKeyFaults::theKeysAreWholeAfterEveryKill()
-{
-    const SmallDisk disk;
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, disk.path());
-    const QString file = disk.path(QStringLiteral("Nelo/TestApiKeyFaults.conf"));
-    const auto keyOfRound = [](int round) { return QString(100 + round % 50 * 100, QLatin1Char('k')); };
-    QVERIFY(ApiKeyStore().setKey(kimi, QStringLiteral("earlier")));
-    RandomKills random;
-    for (int kill = 0; kill < 200; ++kill) {
-        QVERIFY(random.during([&](int round) { return ApiKeyStore().setKey(openai, keyOfRound(round)); }));
-        const qsizetype length = storedKey(file, openai).size();
-        QVERIFY2(length >= 100 && length % 100 == 0, qPrintable(QString::number(length)));
-        QCOMPARE(storedKey(file, kimi), QStringLiteral("earlier"));
-
-        QVERIFY(ApiKeyStore().setKey(openai, keyOfRound(1))); // as the next start does
-        QCOMPARE(ApiKeyStore().key(openai), keyOfRound(1));
-        QCOMPARE(Files::names(QFileInfo(file).path()), QStringList{QFileInfo(file).fileName()});
-    }
-}
-
-int main(int argc, char** argv)
-{
-    SmallDisk::allowMounts();
-    QCoreApplication application(argc, argv);
-    TestApiKeyFaults test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_GUILESS_MAIN(TestApiKeyFaults)
 #include "TestApiKeyFaults.moc"

@@ -4,7 +4,6 @@
 #include "shell/platform/RuntimeFolder.h"
 #include "support/ProcessTable.h"
 #include "support/Warnings.h"
-#include "support/faults/RandomKills.h"
 
 #include <QDir>
 #include <QFile>
@@ -34,7 +33,6 @@ private slots:
     void manyKnocksAtOnceAreOne();
     void theNextOneIsFirstOnceTheFirstHasGone();
     void aDoorThatAKilledProgramLeftIsReplaced();
-    void afterEveryKillTheNextOneIsFirstAndHearsKnocks();
     void aLaterOneWaitsForADoorThatOpensLate();
     void aLaterOneBecomesFirstWhenTheFirstEndsMeanwhile();
     void aFirstOneWithoutADoorIsLeftAlone();
@@ -114,26 +112,6 @@ void TestInstanceLock::aDoorThatAKilledProgramLeftIsReplaced()
     QVERIFY(!InstanceDoor::knock(folder()));
     const InstanceDoor door(folder());
     QVERIFY(InstanceDoor::knock(folder()));
-}
-
-void TestInstanceLock::afterEveryKillTheNextOneIsFirstAndHearsKnocks()
-{
-    RandomKills random;
-    for (int kill = 0; kill < 200; ++kill) {
-        QVERIFY(random.during([this](int) {
-            const InstanceLock lock(folder());
-            const InstanceDoor door(folder());
-            return lock.role() == Role::First && InstanceDoor::knock(folder());
-        }));
-        const InstanceLock next(folder());
-        QCOMPARE(next.role(), Role::First);
-        {
-            const InstanceDoor door(folder());
-            QVERIFY(InstanceDoor::knock(folder()));
-        }
-        QCOMPARE(QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot),
-                 QStringList{QStringLiteral("nelo.lock")});
-    }
 }
 
 void TestInstanceLock::aLaterOneWaitsForADoorThatOpensLate()
