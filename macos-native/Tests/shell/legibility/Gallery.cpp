@@ -234,6 +234,13 @@ void Gallery::showAlert()
         [this] { ::showAlert(tab(u"Agents"_s), u"Install Failed"_s, u"没有文件. No such file. "_s.repeated(40)); });
 }
 
+void Gallery::layOut()
+{
+    constexpr int nestedLayouts = 8;
+    for (int turn = 0; turn < nestedLayouts; ++turn)
+        QCoreApplication::processEvents();
+}
+
 QMenu* Gallery::menu() const
 {
     return m_app.findChild<QSystemTrayIcon*>(u"statusItem"_s)->contextMenu();
@@ -271,7 +278,7 @@ QWidget* Gallery::skills(int row)
 void Gallery::look(QWidget* window)
 {
     QVERIFY(QTest::qWaitForWindowExposed(window));
-    QCoreApplication::processEvents(); // what has become visible is laid out
+    layOut();
     m_look(*window);
     m_hasLooked = true;
     window->close();

@@ -30,6 +30,10 @@ public:
     /// Shows what is called `name`, has `look` look at it, and closes it. Returns whether `look` got to see it.
     bool show(const QString& name, const Look& look);
 
+    /// Has what is shown laid out. A layout tells the one around it of its new size in a turn of the event loop of its
+    /// own, so that nested ones take several.
+    static void layOut();
+
 private:
     using Show = void (Gallery::*)();
 

@@ -100,7 +100,7 @@ void TestLegibility::nothingIsClipped()
                 return;
             const QSize smallest = window.size();
             window.resize(1920, 1080);
-            QCoreApplication::processEvents();
+            Gallery::layOut();
             found += clippedIn(name + u", maximised"_s, window);
             window.resize(smallest);
         });
