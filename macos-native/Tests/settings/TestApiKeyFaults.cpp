@@ -1,12 +1,13 @@
 #include "settings/ApiKeyStore.h"
 
+#include "settings/StoredKey.h"
 #include "support/Files.h"
 #include "support/ProcessTable.h"
 #include "support/TestHome.h"
 #include "support/Warnings.h"
 #include "support/faults/EveryFault.h"
 
-#include <QFile>
+#include <QFileInfo>
 #include <QSettings>
 #include <QTest>
 
@@ -37,15 +38,6 @@ struct HomeWithDefaults
     QString folder = home.path(QStringLiteral(".config"));
     QString file = folder + QStringLiteral("/Nelo/TestApiKeyFaults.conf");
 };
-
-/// The key as a program that starts now finds it in the file; in this one `QSettings` remembers.
-QString storedKey(const QString& path, const QString& provider)
-{
-    const QTemporaryDir folder;
-    const QString copy = folder.filePath(QStringLiteral("copy.conf"));
-    QFile::copy(path, copy);
-    return QSettings(copy, QSettings::IniFormat).value(QStringLiteral("nelo.menubar.apiKey.") + provider).toString();
-}
 
 } // namespace
 

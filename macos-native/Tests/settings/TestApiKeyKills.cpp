@@ -1,13 +1,13 @@
 #include "settings/ApiKeyStore.h"
 
+#include "settings/StoredKey.h"
 #include "support/Files.h"
 #include "support/SmallDisk.h"
 #include "support/Warnings.h"
 #include "support/faults/RandomKills.h"
 
-#include <QFile>
+#include <QFileInfo>
 #include <QSettings>
-#include <QTemporaryDir>
 #include <QTest>
 
 /// Saving a key in programs that are killed.
@@ -24,15 +24,6 @@ namespace {
 
 const QString openai = QStringLiteral("openai");
 const QString kimi = QStringLiteral("kimi");
-
-/// The key as a program that starts now finds it in the file; in this one `QSettings` remembers.
-QString storedKey(const QString& path, const QString& provider)
-{
-    const QTemporaryDir folder;
-    const QString copy = folder.filePath(QStringLiteral("copy.conf"));
-    QFile::copy(path, copy);
-    return QSettings(copy, QSettings::IniFormat).value(QStringLiteral("nelo.menubar.apiKey.") + provider).toString();
-}
 
 } // namespace
 
