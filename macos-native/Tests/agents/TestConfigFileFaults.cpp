@@ -1,11 +1,11 @@
 #include "agents/ConfigFile.h"
 
+#include "agents/SavedConfigs.h"
 #include "support/Files.h"
 #include "support/ProcessTable.h"
 #include "support/Warnings.h"
 #include "support/faults/EveryFault.h"
 
-#include <QDateTime>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -21,22 +21,6 @@ private slots:
     void aFileThatIsMadeIsWholeOrMissing_data() { addRowsOfFileFaults(); }
     void aFileThatIsMadeIsWholeOrMissing();
 };
-
-namespace {
-
-const QDateTime& newYear()
-{
-    static const QDateTime time(QDate(2025, 1, 1), QTime(9, 30));
-    return time;
-}
-
-/// What is saved in a round: each a different length.
-QByteArray contentOfRound(int round)
-{
-    return QByteArray::number(round) + QByteArray(5'000 + round % 17 * 1'000, 'x');
-}
-
-} // namespace
 
 void TestConfigFileFaults::theEarlierFileStaysOrTheNewOneIsThere()
 {

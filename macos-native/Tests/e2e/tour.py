@@ -387,4 +387,7 @@ def tour() -> None:
 
 
 if __name__ == "__main__":
-    show_launcher() if os.environ.get("VIRTUAL_TRAY") == "none" else tour()
+    if os.environ.get("VIRTUAL_TRAY") == "none":
+        show_launcher()
+    else:
+        tour()
