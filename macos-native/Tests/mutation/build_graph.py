@@ -4,6 +4,7 @@ from __future__ import annotations
 import json
 import re
 import subprocess
+from collections.abc import Mapping
 from pathlib import Path
 from typing import NamedTuple
 
@@ -71,7 +72,7 @@ class BuildGraph:
         words = self._commands[program].split()
         return output in words or any(output in self._commands.get(word, "").split() for word in words if word.endswith(".a"))
 
-    def link_command(self, program: str, replacements: dict[str, Path], target: Path) -> str:
+    def link_command(self, program: str, replacements: Mapping[str, Path], target: Path) -> str:
         """Links the program with other objects in place of its own. One that is before a library keeps the library's out."""
         command = self._commands[program].replace(f" -o {program} ", f" {QUICKLY} -o {target} ")
         for output, replacement in replacements.items():

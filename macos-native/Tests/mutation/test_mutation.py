@@ -11,7 +11,7 @@ from pathlib import Path
 from choice import choose
 from mutations import cpp_mutations, python_mutations
 from survivors import Survivor, read_survivors
-from trials import End, Result, run
+from trials import End, Result, failure, run
 
 PATIENCE_SECONDS = 60
 
@@ -136,6 +136,45 @@ class SurvivorsTest(unittest.TestCase):
         text = "{\n    f(1,\n      2);\n    g();\n}\n"
         gone = next(mutation for mutation in cpp_mutations(text) if mutation.kind == "line gone")
         self.assertEqual(gone.lines_before_and_after(text), (["f(1,", "2);"], [";"]))
+
+
+class Script:
+    """A test that ends as it is told, and knows how patient it was to be."""
+
+    def __init__(self, *results: Result) -> None:
+        self._results = list(results)
+        self.patience: list[float] = []
+
+    def __call__(self, patience_seconds: float) -> Result:
+        self.patience.append(patience_seconds)
+        return self._results.pop(0)
+
+
+class FailureTest(unittest.TestCase):
+    PASSED, FAILED, LATE = Result(End.PASSED), Result(End.FAILED, "TestThing::works"), Result(End.LATE)
+
+    def test_what_passes_is_run_once(self) -> None:
+        self.assertIsNone(failure(Script(self.PASSED), Script(), 40))
+
+    def test_what_fails_twice_and_passes_without_the_mutation_is_a_failure(self) -> None:
+        self.assertEqual(failure(Script(self.FAILED, self.FAILED), Script(self.PASSED), 40), self.FAILED)
+
+    def test_what_fails_once_is_none(self) -> None:
+        self.assertIsNone(failure(Script(self.FAILED, self.PASSED), Script(self.PASSED), 40))
+
+    def test_what_fails_without_the_mutation_is_none(self) -> None:
+        self.assertIsNone(failure(Script(self.FAILED), Script(self.FAILED), 40))
+        self.assertIsNone(failure(Script(self.LATE), Script(self.FAILED), 40))
+
+    def test_what_does_not_end_is_a_failure(self) -> None:
+        mutated, untouched = Script(self.LATE), Script(self.PASSED)
+        self.assertEqual(failure(mutated, untouched, 40), self.LATE)
+        self.assertEqual((mutated.patience, untouched.patience), ([40], [10]))
+
+    def test_what_is_slow_without_the_mutation_is_given_more_time(self) -> None:
+        mutated, untouched = Script(self.LATE, self.PASSED), Script(self.LATE)
+        self.assertIsNone(failure(mutated, untouched, 40))
+        self.assertEqual((mutated.patience, untouched.patience), ([40, 80], [10]))
 
 
 class RunTest(unittest.TestCase):

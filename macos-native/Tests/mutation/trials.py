@@ -10,7 +10,8 @@ import subprocess
 import sys
 import tempfile
 import threading
-from collections.abc import Iterator
+from collections.abc import Callable, Iterator, Mapping
+from functools import partial
 from pathlib import Path
 from typing import NamedTuple
 
@@ -75,6 +76,23 @@ def _result(process: subprocess.Popen[bytes], is_late: threading.Event) -> Resul
     return Result(End.LATE if is_late.is_set() else End.FAILED)
 
 
+def failure(with_mutation: Callable[[float], Result], without: Callable[[float], Result], patience_seconds: float) -> Result | None:
+    """How a test fails with the mutation and not without it; None if it passes. It has to fail twice, as a busy machine may fail a
+    test once. To be late is to fail as well, unless the test without the mutation takes as much as a quarter of that. Both are
+    told how long to be patient."""
+    while True:
+        result = with_mutation(patience_seconds)
+        if result.end is End.PASSED:
+            return None
+        usual = without(patience_seconds / 4)
+        if usual.end is not End.LATE:
+            break
+        patience_seconds *= 2
+    if usual.end is End.FAILED or (result.end is End.FAILED and with_mutation(patience_seconds).end is End.PASSED):
+        return None
+    return result
+
+
 @contextlib.contextmanager
 def folder_for_all(prefix: str) -> Iterator[str]:
     """A temporary folder that others may look into: some tests do what they do as another user."""
@@ -112,7 +130,8 @@ class Trials:
         (folder / place.source).write_text(place.mutation.applied_to(text))
         for modules in self._python_tests(Path(place.source).stem):
             command = [sys.executable, "-B", "-m", "unittest", "-f", *modules]
-            if all(run(command, folder, os.environ, PYTHON_PATIENCE_SECONDS).end is not End.PASSED for _ in range(2)):
+            mutated, untouched = (partial(run, command, each, os.environ) for each in (folder, self._repository))
+            if failure(mutated, untouched, PYTHON_PATIENCE_SECONDS):
                 return modules[0] if len(modules) == 1 else "app.tests"
         return None
 
@@ -125,6 +144,41 @@ class Trials:
         yield [f"app.tests.{file.stem}" for file in files if file not in about]
 
 
+def execute(command: str, folder: Path) -> None:
+    """Runs one of the build's commands."""
+    environment = {**os.environ, "CCACHE_DISABLE": "1"}
+    done = subprocess.run(command, shell=True, cwd=folder, env=environment, capture_output=True, check=False)
+    if done.returncode != 0:
+        raise CannotBeBuilt(done.stderr.decode(errors="replace"))
+
+
+class Programs:
+    """The build's programs with `objects` in place of their own, each made in a folder when it is first asked for."""
+
+    def __init__(self, graph: BuildGraph, folder: Path, objects: Mapping[str, Path]) -> None:
+        self._graph = graph
+        self._folder = folder
+        self._objects = objects
+
+    def is_concerned(self, program: str) -> bool:
+        """Whether one of the objects is in it."""
+        return any(self._graph.holds(program, output) for output in self._objects)
+
+    def path(self, program: str) -> Path:
+        """The program, beside which is what it loads."""
+        target = self._folder / program
+        if target.exists():
+            return target
+        target.parent.mkdir(parents=True, exist_ok=True)
+        if program != PLUGIN:
+            self.path(PLUGIN)
+        if self.is_concerned(program):
+            execute(self._graph.link_command(program, self._objects, target), self._graph.build)
+        else:
+            target.symlink_to(self._graph.build / program)
+        return target
+
+
 class CppTrial:
     """One mutated C++ source and what is built with it."""
 
@@ -132,21 +186,16 @@ class CppTrial:
         self._graph = graph
         self._source = source
         self._folder = folder
-        self._replacement = folder / source.name
         self._objects = {output: folder / f"{number}.o" for number, output in enumerate(graph.objects(source))}
+        self._mutated = Programs(graph, folder / "mutated", self._objects)
+        self._untouched = Programs(graph, folder / "untouched", {output: Path(output) for output in self._objects})
 
     def noticed_by(self, text: str) -> str | None:
-        self._replacement.write_text(text)
-        return next(filter(None, map(self._failure, self._tests())), None)
-
-    def _build(self, command: str) -> None:
-        environment = {**os.environ, "CCACHE_DISABLE": "1"}
-        done = subprocess.run(command, shell=True, cwd=self._graph.build, env=environment, capture_output=True, check=False)
-        if done.returncode != 0:
-            raise CannotBeBuilt(done.stderr.decode(errors="replace"))
-
-    def _is_in(self, program: str) -> bool:
-        return any(self._graph.holds(program, output) for output in self._objects)
+        replacement = self._folder / self._source.name
+        replacement.write_text(text)
+        for output, target in self._objects.items():
+            execute(self._graph.compile_command(output, self._source, replacement, target), self._graph.build)
+        return next(filter(None, map(self._failing_part, self._tests())), None)
 
     def _tests(self) -> list[Test]:
         """Those that can notice: the source's own, those of its folder, some others, and at last those of the whole program."""
@@ -155,7 +204,7 @@ class CppTrial:
         def is_near(test: Test) -> bool:
             return area in self._folders(test) or test.name.removeprefix("e2e_") in self._source.parts
 
-        programs = [test for test in self._graph.tests if test.program and self._is_in(test.program)]
+        programs = [test for test in self._graph.tests if test.program and self._mutated.is_concerned(test.program)]
         scripts = [test for test in self._graph.tests if test.name.startswith("e2e_")]
         near = [test for test in programs + scripts if is_near(test)]
         near.sort(key=lambda test: (test.name != f"Test{self._source.stem}", not test.program, test.usual_seconds))
@@ -170,46 +219,15 @@ class CppTrial:
     def _folders(self, test: Test) -> tuple[str, ...]:
         return Path(test.folder).relative_to(self._graph.build).parts
 
-    def _failure(self, test: Test) -> str | None:
-        """What fails with the mutation, twice: a busy machine may fail a test once. To be late is to fail as well, unless the
-        test without the mutation takes as much as a quarter of that."""
-        patience = 10 + 10 * test.usual_seconds
-        program = self._linked(test.program or PROGRAM)
-        result = self._run(test, program, patience)
-        while result.end is End.LATE and self._run(test, self._unchanged(test), patience / 4).end is End.LATE:
-            patience *= 2
-            result = self._run(test, program, patience)
-        if result.end is End.FAILED and self._run(test, program, patience).end is End.PASSED:
-            return None
-        return None if result.end is End.PASSED else result.function or test.name
+    def _failing_part(self, test: Test) -> str | None:
+        """The function of the test that notices, or the test's name where no function is known."""
+        found = failure(partial(self._run, test, self._mutated), partial(self._run, test, self._untouched),
+                        10 + 10 * test.usual_seconds)
+        return (found.function or test.name) if found else None
 
-    def _unchanged(self, test: Test) -> Path:
-        return self._graph.build / (test.program or PROGRAM)
-
-    def _run(self, test: Test, program: Path, patience_seconds: float) -> Result:
+    def _run(self, test: Test, programs: Programs, patience_seconds: float) -> Result:
+        program = programs.path(test.program or PROGRAM)
         environment = {**os.environ, **test.environment, "NELO_PROGRAM": str(program),
                        "NELO_PICTURES": str(self._folder / "pictures")}
         command = [str(program)] if test.program else [*test.command, "-f"]
         return run(command, Path(test.folder), environment, patience_seconds)
-
-    def _linked(self, program: str) -> Path:
-        """The program with the mutation, and beside it what it loads."""
-        target = self._folder / program
-        if target.exists():
-            return target
-        target.parent.mkdir(parents=True, exist_ok=True)
-        if program != PLUGIN:
-            self._linked(PLUGIN)
-        if self._is_in(program):
-            self._build(self._graph.link_command(program, self._compiled_for(program), target))
-        else:
-            target.symlink_to(self._graph.build / program)
-        return target
-
-    def _compiled_for(self, program: str) -> dict[str, Path]:
-        """The mutated objects that the program takes, compiled."""
-        taken = {output: target for output, target in self._objects.items() if self._graph.holds(program, output)}
-        for output, target in taken.items():
-            if not target.exists():
-                self._build(self._graph.compile_command(output, self._source, self._replacement, target))
-        return taken
