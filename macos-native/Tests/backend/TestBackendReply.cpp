@@ -22,6 +22,7 @@ private slots:
     void aMissingMemberReadsAsTheDefault();
     void keepsOrderAndNumbersOfAnObject();
     void nestingIsReadUpToItsBound();
+    void valuesBesideEachOtherAreNotNested();
     void whatIsNoJsonIsDiscarded();
 };
 
@@ -142,6 +143,12 @@ void TestBackendReply::nestingIsReadUpToItsBound()
     QVERIFY(parseJson(nested(BackendReply::maximumDepth + 1)).is_discarded());
     const std::string bracketsInText = "{\"text\":\"\\\"" + std::string(1000, '[') + "\"}";
     QCOMPARE(BackendReply(bracketsInText).object().size(), 1U);
+}
+
+void TestBackendReply::valuesBesideEachOtherAreNotNested()
+{
+    const Json rows(std::size_t{2} * BackendReply::maximumDepth, Json{{"list", Json::array()}});
+    QCOMPARE(BackendReply(rows.dump()).rows().size(), rows.size());
 }
 
 void TestBackendReply::whatIsNoJsonIsDiscarded()

@@ -9,6 +9,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <atomic>
 
 #include <fcntl.h>
 #include <signal.h>
@@ -39,6 +40,7 @@ private slots:
     void launchesWithOurStandardStreamsClosed();
     void aDroppedChildEndsByItselfAndIsReaped();
     void aDroppedChildIsNotToldToTerminate();
+    void aSignalDoesNotEndTheWaitForAChild();
     void stoppingInsistsWhenTheGraceIsOver();
     void outOfDescriptorsIsTheSystemsError();
 
@@ -219,6 +221,33 @@ void TestHelperProcess::aDroppedChildIsNotToldToTerminate()
     }
     QTRY_VERIFY(QFile::exists(file));
     QTRY_VERIFY(ProcessTable::children().empty());
+}
+
+void TestHelperProcess::aSignalDoesNotEndTheWaitForAChild()
+{
+    static std::atomic<int> taken;
+    taken = 0;
+    struct sigaction interrupting
+    {};
+    interrupting.sa_handler = [](int) { ++taken; }; // and the call in which it is taken is not begun anew
+    struct sigaction before
+    {};
+    sigaction(SIGUSR1, &interrupting, &before);
+    const std::set<pid_t> others = ProcessTable::threads();
+    {
+        const HelperProcess child = shell("exec sleep 60");
+    }
+    std::set<pid_t> waiting = ProcessTable::threads();
+    std::erase_if(waiting, [&others](pid_t thread) { return others.contains(thread); });
+    QCOMPARE(waiting.size(), 1U);
+
+    QTRY_VERIFY(ProcessTable::isAsleep(*waiting.begin()));
+    QCOMPARE(tgkill(getpid(), *waiting.begin(), SIGUSR1), 0);
+    QTRY_COMPARE(taken.load(), 1);
+    QTRY_VERIFY(ProcessTable::isAsleep(*waiting.begin()));
+    m_reaper->stopAll(10s);
+    QVERIFY(ProcessTable::children().empty());
+    sigaction(SIGUSR1, &before, nullptr);
 }
 
 void TestHelperProcess::stoppingInsistsWhenTheGraceIsOver()

@@ -2,6 +2,7 @@
 
 #include "chat/ChatHistory.h"
 #include "support/Files.h"
+#include "support/ProcessTable.h"
 #include "support/SmallDisk.h"
 #include "support/TestHome.h"
 #include "support/Warnings.h"
@@ -337,10 +338,9 @@ void TestChatHistoryWriter::theMainThreadDoesNotEncode()
 void TestChatHistoryWriter::theWriterYieldsToOtherThreads()
 {
     const auto yieldingThreads = [] {
-        const QStringList threads =
-            QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-        return std::count_if(threads.begin(), threads.end(), [](const QString& thread) {
-            return getpriority(PRIO_PROCESS, thread.toUInt()) > getpriority(PRIO_PROCESS, 0);
+        const std::set<pid_t> threads = ProcessTable::threads();
+        return std::count_if(threads.begin(), threads.end(), [](pid_t thread) {
+            return getpriority(PRIO_PROCESS, static_cast<id_t>(thread)) > getpriority(PRIO_PROCESS, 0);
         });
     };
     ChatHistoryWriter writer = makeWriter();

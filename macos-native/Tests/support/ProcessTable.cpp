@@ -3,7 +3,21 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <string>
+
+namespace {
+
+/// The letter of a process's or a thread's state, see proc(5); none if it has gone.
+std::optional<char> stateOf(pid_t task)
+{
+    std::ifstream file("/proc/" + std::to_string(task) + "/stat");
+    const std::string stat{std::istreambuf_iterator<char>(file), {}};
+    const std::size_t nameEnd = stat.rfind(") "); // the state follows the name, which may hold anything
+    return nameEnd == std::string::npos ? std::nullopt : std::optional(stat[nameEnd + 2]);
+}
+
+} // namespace
 
 std::vector<pid_t> ProcessTable::children()
 {
@@ -15,12 +29,22 @@ std::vector<pid_t> ProcessTable::children()
     return result;
 }
 
+std::set<pid_t> ProcessTable::threads()
+{
+    std::set<pid_t> result;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task"))
+        result.insert(std::stoi(task.path().filename()));
+    return result;
+}
+
+bool ProcessTable::isAsleep(pid_t thread)
+{
+    return stateOf(thread) == 'S';
+}
+
 bool ProcessTable::isZombie(pid_t child)
 {
-    std::ifstream file("/proc/" + std::to_string(child) + "/stat");
-    const std::string stat{std::istreambuf_iterator<char>(file), {}};
-    const std::size_t nameEnd = stat.rfind(')'); // the state follows the name, which may hold anything
-    return nameEnd != std::string::npos && stat.compare(nameEnd, 3, ") Z") == 0;
+    return stateOf(child) == 'Z';
 }
 
 int ProcessTable::openDescriptors()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <vector>
 
 #include <sys/types.h>
@@ -9,6 +10,12 @@ namespace ProcessTable {
 
 /// The ids of our child processes, zombies included.
 std::vector<pid_t> children();
+
+/// The ids of our threads.
+std::set<pid_t> threads();
+
+/// Whether a thread of ours waits for something.
+bool isAsleep(pid_t thread);
 
 /// Whether the child has exited and nobody has waited for it yet.
 bool isZombie(pid_t child);
