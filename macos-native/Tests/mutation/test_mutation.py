@@ -161,15 +161,16 @@ class FailureTest(unittest.TestCase):
 
     def test_what_fails_once_is_none(self) -> None:
         self.assertIsNone(failure(Script(self.FAILED, self.PASSED), Script(self.PASSED), 40))
+        self.assertIsNone(failure(Script(self.LATE, self.PASSED), Script(self.PASSED), 40))
 
     def test_what_fails_without_the_mutation_is_none(self) -> None:
         self.assertIsNone(failure(Script(self.FAILED), Script(self.FAILED), 40))
         self.assertIsNone(failure(Script(self.LATE), Script(self.FAILED), 40))
 
     def test_what_does_not_end_is_a_failure(self) -> None:
-        mutated, untouched = Script(self.LATE), Script(self.PASSED)
+        mutated, untouched = Script(self.LATE, self.LATE), Script(self.PASSED)
         self.assertEqual(failure(mutated, untouched, 40), self.LATE)
-        self.assertEqual((mutated.patience, untouched.patience), ([40], [10]))
+        self.assertEqual((mutated.patience, untouched.patience), ([40, 40], [10]))
 
     def test_what_is_slow_without_the_mutation_is_given_more_time(self) -> None:
         mutated, untouched = Script(self.LATE, self.PASSED), Script(self.LATE)

@@ -78,8 +78,8 @@ def _result(process: subprocess.Popen[bytes], is_late: threading.Event) -> Resul
 
 def failure(with_mutation: Callable[[float], Result], without: Callable[[float], Result], patience_seconds: float) -> Result | None:
     """How a test fails with the mutation and not without it; None if it passes. It has to fail twice, as a busy machine may fail a
-    test once. To be late is to fail as well, unless the test without the mutation takes as much as a quarter of that. Both are
-    told how long to be patient."""
+    test once. To be late is to fail as well, but longer patience is wanted where the test without the mutation takes as much as a
+    quarter of it. Both are told how long to be patient."""
     while True:
         result = with_mutation(patience_seconds)
         if result.end is End.PASSED:
@@ -88,9 +88,8 @@ def failure(with_mutation: Callable[[float], Result], without: Callable[[float],
         if usual.end is not End.LATE:
             break
         patience_seconds *= 2
-    if usual.end is End.FAILED or (result.end is End.FAILED and with_mutation(patience_seconds).end is End.PASSED):
-        return None
-    return result
+    is_noticed = usual.end is End.PASSED and with_mutation(patience_seconds).end is not End.PASSED
+    return result if is_noticed else None
 
 
 @contextlib.contextmanager
@@ -223,7 +222,9 @@ class CppTrial:
         """The function of the test that notices, or the test's name where no function is known."""
         found = failure(partial(self._run, test, self._mutated), partial(self._run, test, self._untouched),
                         10 + 10 * test.usual_seconds)
-        return (found.function or test.name) if found else None
+        if not found:
+            return None
+        return f"the end of {test.name}, which does not come" if found.end is End.LATE else found.function or test.name
 
     def _run(self, test: Test, programs: Programs, patience_seconds: float) -> Result:
         program = programs.path(test.program or PROGRAM)
