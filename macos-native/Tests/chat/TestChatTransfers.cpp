@@ -165,6 +165,8 @@ void TestChatTransfers::aReplyThatBreaksOffIsATransportError_data()
         "HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nTransfer-Encoding: chunked\r\n\r\nff\r\n"
         + gzip(body).chopped(9));
     QTest::newRow("within a chunk") << chunks.cutAfter(chunks.bytes().size() - 20);
+    const HttpAnswer refusalInChunks = HttpAnswer::chunked(500, {"a page ", "of excuses"});
+    QTest::newRow("within a chunk of a refusal") << refusalInChunks.cutAfter(refusalInChunks.bytes().size() - 12);
 }
 
 void TestChatTransfers::aReplyThatBreaksOffIsATransportError()

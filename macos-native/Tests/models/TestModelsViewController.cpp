@@ -1,6 +1,7 @@
 #include "models/ModelsViewController.h"
 
 #include "shell/primitives/Colors.h"
+#include "shell/primitives/FlowLayout.h"
 #include "shell/primitives/JsonTable.h"
 #include "support/DialogRobot.h"
 #include "support/ScriptedBackend.h"
@@ -338,6 +339,7 @@ void TestModelsViewController::theViewIsLaidOutAsGiven()
 
     QCOMPARE(button.topLeft(), QPoint(16, 16));
     QCOMPARE(summaryLine.right() + 1, size.width() - 16);
+    QCOMPARE(summaryLine.left(), m_controller->findChild<FlowLayout*>()->geometry().right() + 1 + 8);
     QCOMPARE(remote.left(), 16);
     QVERIFY(qAbs(remote.width() - (0.55 * size.width() - 20)) <= 1);
     QCOMPARE(remote.top(), button.bottom() + 1 + 10);

@@ -3,6 +3,7 @@
 #include "support/ScriptedBackend.h"
 #include "support/Warnings.h"
 
+#include <QApplication>
 #include <QGroupBox>
 #include <QLabel>
 #include <QPushButton>
@@ -28,6 +29,7 @@ private slots:
     void aLongErrorScrollsAndLeavesTheSizeAlone();
     void keepsItsMargins();
     void controlsHaveAccessibleNames();
+    void theKeyboardGoesFromTheButtonToTheReport();
 
 private:
     QString summary() const { return m_controller->findChild<QLabel*>(QStringLiteral("summaryLabel"))->text(); }
@@ -147,6 +149,18 @@ void TestRuntimeViewController::controlsHaveAccessibleNames()
 {
     m_controller->loadViewIfNeeded();
     QCOMPARE(m_controller->findChild<QPushButton*>()->accessibleName(), QStringLiteral("Refresh"));
+}
+
+void TestRuntimeViewController::theKeyboardGoesFromTheButtonToTheReport()
+{
+    m_controller->show();
+    QVERIFY(QTest::qWaitForWindowActive(m_controller.get()));
+    auto* const button = m_controller->findChild<QPushButton*>();
+    button->setFocus();
+    QTest::keyClick(button, Qt::Key_Tab);
+    QVERIFY(m_controller->findChild<QScrollArea*>()->widget()->hasFocus());
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    QVERIFY(button->hasFocus()); // the frame in between takes no part
 }
 
 QTEST_MAIN(TestRuntimeViewController)

@@ -79,8 +79,9 @@ def _of_operator(operator: str, start: int, end: int) -> Iterator[Mutation]:
 
 
 def without_comments_and_texts(text: str) -> str:
-    """The text with blanks for its comments, its preprocessor's lines, and what its quotation marks hold; as long as before."""
-    pattern = re.compile(r'//[^\n]*|/\*.*?\*/|R"(\w*)\(.*?\)\1"|"(?:\\.|[^"\\\n])*"|(?<!\w)\'(?:\\.|[^\'\\\n])+\'|^[ ]*#[^\n]*',
+    """The text with blanks for its comments, its preprocessor's lines, what only macOS compiles, and what its quotation marks
+    hold; as long as before."""
+    pattern = re.compile(r'^#ifdef Q_OS_MACOS\n.*?(?=^#(?:else|endif))|//[^\n]*|/\*.*?\*/|R"(\w*)\(.*?\)\1"|"(?:\\.|[^"\\\n])*"|(?<!\w)\'(?:\\.|[^\'\\\n])+\'|^[ ]*#[^\n]*',
                          re.DOTALL | re.MULTILINE)
 
     def blank(match: re.Match[str]) -> str:

@@ -65,6 +65,10 @@ class CppMutationsTest(unittest.TestCase):
     def test_comments_texts_and_the_preprocessors_lines_stay(self) -> None:
         self.assertEqual(cpp('#if X == 1\n// a < 1\n/* a\n < 1 */ x = "a < 1 \\" && b";'), [])
 
+    def test_what_only_macos_compiles_stays(self) -> None:
+        self.assertEqual(cpp("#ifdef Q_OS_MACOS\nx = a + b;\n#else\nx = c - d;\n#endif\n"),
+                         ["#ifdef Q_OS_MACOS\nx = a + b;\n#else\nx = c + d;\n#endif\n"])
+
     def test_an_apostrophe_between_digits_opens_no_character(self) -> None:
         self.assertEqual(cpp("x = 1'000 + a < 'b';"), ["x = 1'000 - a < 'b';", "x = 1'000 + a <= 'b';", "x = 1'000 + a >= 'b';"])
 

@@ -28,6 +28,7 @@ private slots:
     void keysAreKeptExactly();
     void eachProviderHasItsOwn();
     void otherUserDefaultsAreKept();
+    void aKeyOfAnotherApplicationIsNotOurs();
     void theDefaultsHoldTheKeyUnderItsDottedName();
     void theFileIsPrivateFromItsFirstByte_data();
     void theFileIsPrivateFromItsFirstByte();
@@ -134,6 +135,15 @@ void TestApiKeyStore::otherUserDefaultsAreKept()
     QSettings().setValue(QStringLiteral("other"), 7);
     QVERIFY(ApiKeyStore().setKey(openai, QStringLiteral("one")));
     QCOMPARE(QSettings().value(QStringLiteral("other")).toInt(), 7);
+}
+
+void TestApiKeyStore::aKeyOfAnotherApplicationIsNotOurs()
+{
+    QSettings ofTheOrganization(QSettings::UserScope, QStringLiteral("Nelo"));
+    ofTheOrganization.setValue(QStringLiteral("nelo.menubar.apiKey.openai"), QStringLiteral("theirs"));
+    ofTheOrganization.sync();
+    QCOMPARE(QSettings().value(QStringLiteral("nelo.menubar.apiKey.openai")).toString(), QStringLiteral("theirs"));
+    QCOMPARE(ApiKeyStore().key(openai), QString());
 }
 
 void TestApiKeyStore::theDefaultsHoldTheKeyUnderItsDottedName()

@@ -6,6 +6,7 @@
 
 #include <QElapsedTimer>
 #include <QPaintEvent>
+#include <QScreen>
 #include <QScrollBar>
 #include <QTest>
 
@@ -31,6 +32,24 @@ QString numbered(int number)
     return u"Message %1. "_s.arg(number) + u"Some words that fill lines, 以及一些中文。 "_s.repeated(number % 12);
 }
 
+/// Whether two pictures show the same, but for what smoothing makes of an edge that is painted in two pieces.
+bool showTheSame(const QImage& one, const QImage& other)
+{
+    constexpr int shade = 8;
+    if (one.size() != other.size())
+        return false;
+    for (int y = 0; y < one.height(); ++y) {
+        for (int x = 0; x < one.width(); ++x) {
+            const QColor here = one.pixelColor(x, y);
+            const QColor there = other.pixelColor(x, y);
+            if (qAbs(here.red() - there.red()) > shade || qAbs(here.green() - there.green()) > shade
+                || qAbs(here.blue() - there.blue()) > shade)
+                return false;
+        }
+    }
+    return true;
+}
+
 } // namespace
 
 /// Scrolling, resizing and painting a transcript.
@@ -47,6 +66,7 @@ private slots:
     void showsTheNewestBubbleFirst();
     void showsTheNewestBubbleOnAppend();
     void appendingComesBackFromFarAway();
+    void comingBackFromFarAwayShowsAllThatIsInSight();
     void showsWhatCameWhileItWasHidden();
     void scrollingUpStepByStepShowsEveryLineOnce();
     void scrollingPaintsWhatAFreshPaintWould();
@@ -54,6 +74,9 @@ private slots:
     void aNewHeightKeepsTheEnd();
     void aNewWidthKeepsTheEnd();
     void aNewWidthKeepsTheReadersPlace();
+    void aNewWidthKeepsTheNameAtTheTop_data();
+    void aNewWidthKeepsTheNameAtTheTop();
+    void anEmptyTranscriptStaysSoInAViewLowerThanItsRoom();
     void manyNewWidthsDoNotDrift();
     void aNewFontKeepsTheReadersPlace();
     void revealsABubble();
@@ -157,6 +180,22 @@ void TestTranscriptArea::appendingComesBackFromFarAway()
     QVERIFY(isAtEnd());
 }
 
+void TestTranscriptArea::comingBackFromFarAwayShowsAllThatIsInSight()
+{
+    const QString narrow = u"i"_s.repeated(400); // far less high than expected, so that more comes into sight
+    for (int number = 0; number < 30; ++number)
+        m_area->append(Speaker::Nelo, narrow);
+    showArea();
+    bar()->setValue(0);
+    m_area->resize(650, 400); // estimates everything anew
+    m_area->append(Speaker::Nelo, narrow);
+    const QImage shown = m_area->grab().toImage();
+    for (int index = m_area->count() - 1; m_area->bubbleRect(index).bottom() >= 0; --index)
+        m_area->caretRect(index, 0); // lays it out
+    QCOMPARE(m_area->grab().toImage(), shown);
+    QVERIFY(isAtEnd());
+}
+
 void TestTranscriptArea::showsWhatCameWhileItWasHidden()
 {
     fill(30);
@@ -191,15 +230,26 @@ void TestTranscriptArea::scrollingUpStepByStepShowsEveryLineOnce()
 void TestTranscriptArea::scrollingPaintsWhatAFreshPaintWould()
 {
     fill(60);
+    m_area->append(Speaker::Nelo, u"i"_s.repeated(700)); // far less high than expected
     showArea();
-    for (const int step : {-60, -200, -60, -1000, 350, 35, 100'000, -30}) {
+    const auto scroll = [this](int step) {
         bar()->setValue(bar()->value() + step);
         QCoreApplication::processEvents();
-        const QImage scrolled = m_area->grab().toImage();
-        m_area->viewport()->update();
-        QCoreApplication::processEvents();
-        QCOMPARE(scrolled, m_area->grab().toImage());
-    }
+        const QImage onScreen = m_area->screen()->grabWindow(m_area->winId()).toImage();
+        QVERIFY(showTheSame(onScreen, m_area->grab().toImage()));
+    };
+    for (const int step : {-60, -200, -60, -1000, 350, 35, 100'000, -30})
+        scroll(step);
+    while (bar()->value() > 0 && !QTest::currentTestFailed())
+        scroll(-130);
+
+    m_area->resize(650, 400); // estimates everything anew
+    const auto belowTheView = [this] { return m_area->bubbleRect(m_area->count() - 1).top() - 400; };
+    while (belowTheView() > 40)
+        bar()->setValue(bar()->value() + belowTheView() - 40);
+    QVERIFY(belowTheView() > 0);
+    scroll(390);
+    QVERIFY(isAtEnd()); // there was less left
 }
 
 void TestTranscriptArea::jumpingToTheEndEndsThere()
@@ -250,6 +300,39 @@ void TestTranscriptArea::aNewWidthKeepsTheReadersPlace()
         const int moved = m_area->caretRect(index, position).top() - before;
         QVERIFY2(qAbs(moved) < 60, qPrintable(QString::number(moved))); // the line that holds it begins elsewhere
     }
+}
+
+void TestTranscriptArea::aNewWidthKeepsTheNameAtTheTop_data()
+{
+    QTest::addColumn<int>("above"); // of the bubble, at the top of the view
+    QTest::newRow("within the name") << 15;
+    QTest::newRow("below the name") << 3;
+    QTest::newRow("between two bubbles") << 30;
+    QTest::newRow("at the end of the bubble before") << 40;
+}
+
+void TestTranscriptArea::aNewWidthKeepsTheNameAtTheTop()
+{
+    QFETCH(int, above);
+    fill(60);
+    showArea(600);
+    m_area->revealBubble(31); // which is no estimate any longer then
+    bar()->setValue(bar()->value() + m_area->bubbleRect(31).top() - above);
+    QCOMPARE(m_area->bubbleRect(31).top(), above);
+    for (const int width : {500, 800, 450}) {
+        m_area->resize(width, 400);
+        QCoreApplication::processEvents();
+        QCOMPARE(m_area->bubbleRect(31).top(), above);
+    }
+}
+
+void TestTranscriptArea::anEmptyTranscriptStaysSoInAViewLowerThanItsRoom()
+{
+    showArea(200, 60);
+    bar()->setValue(0);
+    m_area->resize(300, 60);
+    QCOMPARE(m_area->count(), 0);
+    QCOMPARE(bar()->value(), 0);
 }
 
 void TestTranscriptArea::manyNewWidthsDoNotDrift()

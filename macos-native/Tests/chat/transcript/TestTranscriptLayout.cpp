@@ -5,6 +5,8 @@
 #include <QFontMetrics>
 #include <QTest>
 
+#include <malloc.h>
+
 using namespace Qt::StringLiterals;
 
 /// Where rows and bubbles are, before and after they were laid out.
@@ -25,6 +27,7 @@ private slots:
 
     void estimatesUntilItIsLaidOut();
     void keepsHeightsWhenLayoutsAreDropped();
+    void layoutsThatAreDroppedFreeTheirMemory();
     void tellsHowFarTheVisiblePartMoved();
     void laysOutWhatShrinkingBringsIntoSight();
     void estimatesAreNearTheTruth_data();
@@ -169,6 +172,21 @@ void TestTranscriptLayout::keepsHeightsWhenLayoutsAreDropped()
     layout.dropLayoutsOutside(100'000, 100'001);
     QCOMPARE(layout.bubbleRect(0), first);
     QCOMPARE(layout.bubbleRect(1), second);
+}
+
+void TestTranscriptLayout::layoutsThatAreDroppedFreeTheirMemory()
+{
+    TranscriptLayout layout(m_font);
+    layout.setWidth(900);
+    for (int row = 0; row < 100; ++row)
+        layout.append(Speaker::Nelo, u"some words of it "_s.repeated(200));
+    layout.layOut(0, 100); // the first one brings the fonts
+    const auto used = [] { return mallinfo2().uordblks; };
+    const auto before = used();
+    layout.layOut(0, layout.height());
+    const auto most = used();
+    layout.dropLayoutsOutside(0, 100);
+    QVERIFY2(used() <= before + (most - before) / 10, qPrintable(u"%1, %2, %3"_s.arg(before).arg(most).arg(used())));
 }
 
 void TestTranscriptLayout::tellsHowFarTheVisiblePartMoved()

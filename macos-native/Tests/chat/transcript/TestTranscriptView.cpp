@@ -456,8 +456,17 @@ void TestTranscriptView::theFocusIsVisibleToTheKeyboardOnly()
     QTest::keyClick(m_view, Qt::Key_Down);
     const QImage focused = surface()->grab().toImage();
     QVERIFY(focused != clicked);
-    QCOMPARE(focused.pixelColor(m_view->bubbleRect(1).center().x(), m_view->bubbleRect(1).top() + 3),
-             m_view->palette().color(QPalette::Highlight));
+    const QRect bubble = m_view->bubbleRect(1);
+    const auto isRing = [this, &focused](QPoint point) {
+        return focused.pixelColor(point) == m_view->palette().color(QPalette::Highlight);
+    };
+    for (int inside = 0; inside < 6; ++inside) { // two pixels wide, as far from each side
+        const bool isExpected = inside == 2 || inside == 3;
+        QCOMPARE(isRing({bubble.center().x(), bubble.top() + inside}), isExpected);
+        QCOMPARE(isRing({bubble.center().x(), bubble.bottom() - inside}), isExpected);
+        QCOMPARE(isRing({bubble.left() + inside, bubble.center().y()}), isExpected);
+        QCOMPARE(isRing({bubble.right() - inside, bubble.center().y()}), isExpected);
+    }
     m_before->setFocus();
     QCOMPARE(surface()->grab().toImage(), clicked);
 }

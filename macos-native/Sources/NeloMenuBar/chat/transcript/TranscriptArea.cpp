@@ -209,12 +209,11 @@ int TranscriptArea::settle()
         if (m_isAtEnd)
             bar->setValue(bar->maximum());
         const int top = scrolledBy();
-        const int documentHeight = m_rows.height();
         const int moved = m_rows.layOut(top, top + height);
         adjustScrollBar();
         bar->setValue(m_isAtEnd ? bar->maximum() : top + moved);
         expected += moved;
-        isSettled = scrolledBy() == top && m_rows.height() == documentHeight;
+        isSettled = scrolledBy() == top + moved;
     }
     m_rows.dropLayoutsOutside(scrolledBy() - height, scrolledBy() + 2 * height);
     return scrolledBy() - expected;
