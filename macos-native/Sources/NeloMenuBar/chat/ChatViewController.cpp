@@ -54,7 +54,7 @@ QHBoxLayout* insetAtMost(QWidget* widget, int margin)
     auto* row = new QHBoxLayout;
     row->setSpacing(0);
     row->addSpacerItem(new QSpacerItem(margin, 0, QSizePolicy::Maximum));
-    row->addWidget(widget, 1);
+    row->addWidget(widget);
     row->addSpacerItem(new QSpacerItem(margin, 0, QSizePolicy::Maximum));
     return row;
 }
