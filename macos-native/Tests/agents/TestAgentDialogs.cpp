@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QScopeGuard>
 #include <QTest>
 
 using AgentAnswers::ecosystemPopup;
@@ -33,6 +34,7 @@ private slots:
 
     void aNewAgentIsAskedForAsGiven();
     void theNewAgentsFormHasTheGivenSizes();
+    void theNewAgentsFormGrowsWithItsNote();
     void theNewAgentsFieldsAreNamedForAssistiveTechnology();
     void theNoteIsInTheSecondaryColor();
     void theNewAgentsFormIsFilledInByKeyboard();
@@ -91,6 +93,25 @@ void TestAgentDialogs::theNewAgentsFormHasTheGivenSizes()
             if (label->wordWrap())
                 QCOMPARE(label->geometry().top(), 4 + 26 + 12 + 24 + 12);
         }
+        cancel()(dialog);
+    }});
+    askForNewAgent(nullptr, QStringLiteral("20250101-093000"));
+    QCOMPARE(robot.shown().size(), 1U);
+}
+
+void TestAgentDialogs::theNewAgentsFormGrowsWithItsNote()
+{
+    const QFont before = QApplication::font();
+    const auto restored = qScopeGuard([&before] { QApplication::setFont(before); });
+    QFont wide = before;
+    wide.setLetterSpacing(QFont::PercentageSpacing, 300);
+    QApplication::setFont(wide);
+    const DialogRobot robot({[](QDialog& dialog) {
+        const QWidget* form = ecosystemPopup(dialog)->parentWidget();
+        const auto* note = form->findChild<QLabel*>(QStringLiteral("note"));
+        QVERIFY(form->height() > 126);
+        QCOMPARE(note->height(), note->heightForWidth(note->width()));
+        QCOMPARE(form->height(), note->geometry().bottom() + 1 + 4);
         cancel()(dialog);
     }});
     askForNewAgent(nullptr, QStringLiteral("20250101-093000"));

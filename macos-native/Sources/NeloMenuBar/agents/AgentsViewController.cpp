@@ -94,8 +94,6 @@ void AgentsViewController::viewDidLoad()
 void AgentsViewController::viewDidAppear()
 {
     ViewController::viewDidAppear();
-    if (m_refreshTimer)
-        return;
     m_refreshTimer = std::make_unique<QTimer>(this);
     m_refreshTimer->setObjectName(QStringLiteral("refreshTimer"));
     connect(m_refreshTimer.get(), &QTimer::timeout, this, &AgentsViewController::refreshAgents);
