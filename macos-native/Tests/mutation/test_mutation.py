@@ -3,6 +3,7 @@ from __future__ import annotations
 
 import ast
 import os
+import signal
 import tempfile
 import time
 import unittest
@@ -214,6 +215,11 @@ class RunTest(unittest.TestCase):
 
     def test_it_reaches_no_process_of_others(self) -> None:
         self.assertEqual(self.run_script(f"kill -0 {os.getpid()}"), Result(End.FAILED))
+
+    def test_it_is_in_no_group_with_others(self) -> None:
+        handler = signal.signal(signal.SIGTERM, lambda *_: self.fail("reached"))
+        self.addCleanup(signal.signal, signal.SIGTERM, handler)
+        self.assertEqual(self.run_script("kill 0; sleep 600"), Result(End.FAILED))
 
 
 if __name__ == "__main__":

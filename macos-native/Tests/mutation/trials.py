@@ -48,10 +48,12 @@ class Result(NamedTuple):
 
 
 def run(command: list[str], folder: Path, environment: dict[str, str] | os._Environ[str], patience_seconds: float) -> Result:
-    """Runs a test. A Qt Test program is ended with its first failure; it would go on for long."""
+    """Runs a test, in a group of its own: kill(0) asks nobody what it may see. A Qt Test program is ended with its first failure;
+    it would go on for long."""
     with folder_for_all("nelo-home-") as home:
         process = subprocess.Popen([*among_themselves(), *command], cwd=folder, env={**environment, "HOME": home, "TMPDIR": home},
-                                   stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+                                   stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                                   start_new_session=True)
         is_late = threading.Event()
         clock = threading.Timer(patience_seconds, lambda: (is_late.set(), process.kill()))
         clock.start()
