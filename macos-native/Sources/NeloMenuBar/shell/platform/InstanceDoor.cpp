@@ -2,7 +2,6 @@
 
 #include <QSocketNotifier>
 
-#include <cstring>
 #include <optional>
 
 #include <fcntl.h>
@@ -12,8 +11,6 @@
 
 namespace {
 
-constexpr int mostWaiting = 32; // further ones knock again
-
 /// The address of the door; nothing when the folder's path is longer than an address may be.
 std::optional<sockaddr_un> addressIn(const std::filesystem::path& folder)
 {
@@ -22,7 +19,7 @@ std::optional<sockaddr_un> addressIn(const std::filesystem::path& folder)
     if (path.size() >= sizeof address.sun_path)
         return std::nullopt;
     address.sun_family = AF_UNIX;
-    std::memcpy(static_cast<char*>(address.sun_path), path.c_str(), path.size() + 1);
+    path.copy(static_cast<char*>(address.sun_path), path.size()); // before zeros
     return address;
 }
 
@@ -50,7 +47,7 @@ InstanceDoor::InstanceDoor(std::filesystem::path folder, QObject* parent)
     if (!address || m_socket.get() < 0)
         return;
     unlink(static_cast<const char*>(address->sun_path));
-    if (bind(m_socket.get(), generic(*address), sizeof *address) != 0 || listen(m_socket.get(), mostWaiting) != 0)
+    if (bind(m_socket.get(), generic(*address), sizeof *address) != 0 || listen(m_socket.get(), SOMAXCONN) != 0)
         return;
     auto* notifier = new QSocketNotifier(m_socket.get(), QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, &InstanceDoor::answer);
