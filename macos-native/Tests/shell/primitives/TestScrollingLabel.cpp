@@ -27,6 +27,7 @@ private slots:
     void canBeSelectedButNotEdited();
     void tabLeavesIt();
     void hasLessWeightOnAnyBackground();
+    void hasLessWeightInAnotherWindowToo();
 };
 
 void TestScrollingLabel::init()
@@ -149,6 +150,18 @@ void TestScrollingLabel::hasLessWeightOnAnyBackground()
         parent.setPalette(palette);
         QCOMPARE(label.palette().color(QPalette::Text), Colors::secondaryText(palette));
     }
+}
+
+void TestScrollingLabel::hasLessWeightInAnotherWindowToo()
+{
+    QWidget parent;
+    QWidget other; // with another colour of nothing but its text
+    QPalette palette(parent.palette());
+    palette.setColor(QPalette::WindowText, Qt::darkRed);
+    other.setPalette(palette);
+    ScrollingLabel label(2, &parent);
+    label.setParent(&other);
+    QCOMPARE(label.palette().color(QPalette::Text), Colors::secondaryText(palette));
 }
 
 QTEST_MAIN(TestScrollingLabel)

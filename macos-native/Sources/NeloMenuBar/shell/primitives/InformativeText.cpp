@@ -54,7 +54,7 @@ InformativeText::InformativeText(const QString& text, int preferredWidth, int ma
 
 QSize InformativeText::minimumSizeHint() const
 {
-    return {0, std::min(m_preferredSize.height(), fontMetrics().height())};
+    return {0, fontMetrics().height()};
 }
 
 QMimeData* InformativeText::createMimeDataFromSelection() const

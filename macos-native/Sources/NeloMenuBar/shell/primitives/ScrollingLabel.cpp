@@ -46,7 +46,7 @@ void ScrollingLabel::setText(const QString& text)
 void ScrollingLabel::changeEvent(QEvent* event)
 {
     QPlainTextEdit::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ParentChange)
+    if (event->type() == QEvent::PaletteChange)
         applyEmphasis();
     if (event->type() == QEvent::FontChange)
         applyHeight();
