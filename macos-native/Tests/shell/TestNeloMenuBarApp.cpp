@@ -163,6 +163,7 @@ void TestNeloMenuBarApp::aWindowStandsInForAStatusAreaThatIsNotThere()
     const NeloWindow* launcher = windows().value(0);
     QCOMPARE(launcher->windowTitle(), QStringLiteral("Nelo"));
     QVERIFY(launcher->isVisible());
+    QCOMPARE(launcher->minimumSize(), QSize(240, 200));
     desktop->setAvailable(true);
     QVERIFY(!launcher->isVisible());
     desktop->setAvailable(false);

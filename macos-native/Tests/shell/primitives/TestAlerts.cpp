@@ -44,6 +44,7 @@ private slots:
     void aLongTextScrollsAndLeavesTheButtonInReach_data();
     void aLongTextScrollsAndLeavesTheButtonInReach();
     void aTextThatWouldFillTheScreenTakesHalfOfIt();
+    void aLineOfALongTextStaysWhenTheDialogIsMadeSmall();
     void copyingALongTextKeepsItsLines();
 
     void theAccessoryHasTheKeyboard();
@@ -278,6 +279,16 @@ void TestAlerts::aTextThatWouldFillTheScreenTakesHalfOfIt()
         QVERIFY(text->verticalScrollBar()->isVisible());
         QVERIFY(text->height() <= screenHeight / 2);
         QVERIFY(text->height() > screenHeight / 3);
+    });
+}
+
+void TestAlerts::aLineOfALongTextStaysWhenTheDialogIsMadeSmall()
+{
+    whileAlertIsOpen(u"line\n"_s.repeated(20), [](QDialog& dialog) {
+        const QPlainTextEdit* text = informativeText(dialog);
+        dialog.resize(1, 1);
+        QCOMPARE(text->height(), text->fontMetrics().height());
+        QVERIFY(dialog.width() < text->sizeHint().width());
     });
 }
 

@@ -163,6 +163,9 @@ void TestColors::whatIsLegibleStaysAsItIs()
     QCOMPARE(Colors::legible(palette), palette);
     const QPalette mended = Colors::legible(theme(Qt::white, Qt::black, Qt::black));
     QCOMPARE(Colors::legible(mended), mended);
+    QPalette tinted = palette; // neither black nor white, which a text that is mended becomes
+    tinted.setColor(QPalette::HighlightedText, QColor(255, 250, 220));
+    QCOMPARE(Colors::legible(tinted), tinted);
 }
 
 void TestColors::disabledTextsStayAsTheyAre()

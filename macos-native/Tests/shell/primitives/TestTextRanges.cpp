@@ -17,6 +17,7 @@ private slots:
 
     void paragraphs_data();
     void paragraphs();
+    void nothingIsReadPastTheEnd();
     void paragraphAtPosition_data();
     void paragraphAtPosition();
     void words_data();
@@ -29,6 +30,8 @@ private slots:
     void longLinesAreCutSoonAfterSomeThousandLetters();
     void aWordOfTenThousandLettersStaysWhole();
     void aGiantParagraphIsCutAfterABlank();
+    void aGiantParagraphIsCutAfterABlankNearItsLongestPart();
+    void theLinesAfterAGiantParagraphAreCountedAnew();
     void aGiantWordIsCutBetweenCharactersAsUsersSeeThem();
     void endlessCombiningMarksAreCutAllTheSame();
 };
@@ -74,6 +77,12 @@ void TestTextRanges::paragraphs()
     QTEST(textsOf(text, paragraphsOf(text)), "paragraphs");
 }
 
+void TestTextRanges::nothingIsReadPastTheEnd()
+{
+    const QStringView half = QStringView(u"a\r\nb").first(2);
+    QCOMPARE(paragraphsOf(half), (std::vector<TextRange>{{0, 1}, {2, 0}}));
+}
+
 void TestTextRanges::paragraphAtPosition_data()
 {
     QTest::addColumn<int>("position");
@@ -111,6 +120,8 @@ void TestTextRanges::words_data()
     QTest::newRow("an apostrophe is part of a word") << u"don't"_s << 1 << u"don't"_s;
     QTest::newRow("an ideograph is a word") << u"你好吗"_s << 1 << u"好"_s;
     QTest::newRow("an emoji family is one") << family + u" x"_s << 3 << family;
+    const QString endless = u"x"_s.repeated(2000);
+    QTest::newRow("of an endless one 512 letters either way") << endless << 1000 << u"x"_s.repeated(1024);
     QTest::newRow("an empty text has an empty one") << QString() << 0 << QString();
     QTest::newRow("an empty line has an empty one") << u"a\n\nb"_s << 2 << QString();
 }
@@ -143,6 +154,8 @@ void TestTextRanges::steps_data()
     QTest::newRow("back over a line feed") << u"a\nb"_s << 2 << PreviousCharacter << 1;
     QTest::newRow("over a pair in one step") << u"a\r\nb"_s << 1 << NextCharacter << 3;
     QTest::newRow("back over a pair in one step") << u"a\r\nb"_s << 3 << PreviousCharacter << 1;
+    QTest::newRow("back over a pair that begins the text") << u"\r\nb"_s << 2 << PreviousCharacter << 0;
+    QTest::newRow("back over a line feed that begins the text") << u"\nb"_s << 1 << PreviousCharacter << 0;
     QTest::newRow("to the end of this word") << u"one two"_s << 1 << NextWord << 3;
     QTest::newRow("to the end of the next word") << u"one two"_s << 3 << NextWord << 7;
     QTest::newRow("to the start of this word") << u"one two"_s << 6 << PreviousWord << 4;
@@ -173,8 +186,8 @@ void TestTextRanges::manyLinesAreCutBetweenParagraphs()
     const QString text = u"line\r\n"_s.repeated(1000);
     const std::vector<TextRange> chunks = chunksOf(text);
 
-    QVERIFY(chunks.size() > 5);
-    QCOMPARE(chunks.front().start, 0);
+    QCOMPARE(chunks.size(), 8U);
+    QCOMPARE(chunks.front(), (TextRange{0, 128 * 6 - 2})); // 128 lines
     QCOMPARE(chunks.back().end(), text.size());
     for (std::size_t i = 1; i < chunks.size(); ++i)
         QCOMPARE(chunks[i].start, chunks[i - 1].end() + 2); // the break belongs to neither
@@ -189,6 +202,8 @@ void TestTextRanges::longLinesAreCutSoonAfterSomeThousandLetters()
     const QString text = (u"x"_s.repeated(999) + u'\n').repeated(20);
     for (const TextRange& chunk : chunksOf(text))
         QVERIFY2(chunk.length <= 5000, qPrintable(QString::number(chunk.length)));
+    QCOMPARE(chunksOf(u"x"_s.repeated(4095) + u"\ny"_s), (std::vector<TextRange>{{0, 4097}}));
+    QCOMPARE(chunksOf(u"x"_s.repeated(4096) + u"\ny"_s), (std::vector<TextRange>{{0, 4096}, {4097, 1}}));
 }
 
 void TestTextRanges::aWordOfTenThousandLettersStaysWhole()
@@ -206,6 +221,27 @@ void TestTextRanges::aGiantParagraphIsCutAfterABlank()
     QVERIFY(chunks.size() >= 2);
     for (const TextRange& chunk : chunks)
         QCOMPARE(chunk.start % 8, 0);
+}
+
+void TestTextRanges::aGiantParagraphIsCutAfterABlankNearItsLongestPart()
+{
+    const auto chunksOfOneWithABlankAt = [](int position) {
+        return chunksOf(u"x"_s.repeated(position) + u' ' + u"x"_s.repeated(32'769 - 1 - position));
+    };
+    QCOMPARE(chunksOf(u"x"_s.repeated(32'768)), (std::vector<TextRange>{{0, 32'768}}));
+    QCOMPARE(chunksOf(u"x"_s.repeated(32'769)), (std::vector<TextRange>{{0, 32'768}, {32'768, 1}}));
+    QCOMPARE(chunksOfOneWithABlankAt(32'767), (std::vector<TextRange>{{0, 32'768}, {32'768, 1}}));
+    QCOMPARE(chunksOfOneWithABlankAt(32'256), (std::vector<TextRange>{{0, 32'257}, {32'257, 512}}));
+    QCOMPARE(chunksOfOneWithABlankAt(32'255), (std::vector<TextRange>{{0, 32'768}, {32'768, 1}}));
+}
+
+void TestTextRanges::theLinesAfterAGiantParagraphAreCountedAnew()
+{
+    const QString text = u"y\n"_s.repeated(10) + u"x"_s.repeated(32'769) + u"\ny"_s.repeated(200);
+    const std::vector<TextRange> chunks = chunksOf(text);
+    QCOMPARE(chunks.size(), 3U);
+    QCOMPARE(chunks[0], (TextRange{0, 32'788}));
+    QCOMPARE(chunks[1], (TextRange{32'788, 128 * 2 - 1})); // the rest of it and 127 lines
 }
 
 void TestTextRanges::aGiantWordIsCutBetweenCharactersAsUsersSeeThem()
