@@ -72,7 +72,6 @@ bool Label::event(QEvent* event)
 void Label::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
-    painter.setPen(palette().color(foregroundRole()));
     const QString shown = fontMetrics().elidedText(singleLine(text()), Qt::ElideRight, width());
     // On the line of the label's own font: centred by its own height, a text with letters of another font, Chinese ones
     // say, would lose its lower edge.
