@@ -7,6 +7,7 @@
 
 #include <QDesktopServices>
 #include <QLabel>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QTableView>
 #include <QTest>
@@ -29,6 +30,7 @@ private slots:
     void theAgentsAreListedBeforeTheConsoleIsInFront();
     void selectingATabLoadsNothingAgain();
     void theSelectedTabIsKeptWhileTheWindowIsClosed();
+    void theTabsHaveTheKeyboardAtFirst();
     void theTovaniTabSaysWhatItIsFor();
     void theBannerIntroducesTheProduct();
     void theBannerCanBeSelectedButNotEdited();
@@ -126,6 +128,13 @@ void TestConsoleTabController::theSelectedTabIsKeptWhileTheWindowIsClosed()
     QCOMPARE(tabs()->currentIndex(), 2);
 }
 
+void TestConsoleTabController::theTabsHaveTheKeyboardAtFirst()
+{
+    m_controller->show();
+    QVERIFY(QTest::qWaitForWindowActive(m_controller.get()));
+    QVERIFY(tabs()->tabBar()->hasFocus());
+}
+
 void TestConsoleTabController::theTovaniTabSaysWhatItIsFor()
 {
     m_controller->loadViewIfNeeded();
@@ -184,6 +193,7 @@ void TestConsoleTabController::theLinkOpensTheMakersAddress()
 void TestConsoleTabController::theTabsGetAllRemainingSpace()
 {
     show();
+    QVERIFY(tabs()->documentMode()); // no frame
     for (const QSize size : {QSize(1000, 720), QSize(1400, 900)}) {
         m_controller->resize(size);
         QCoreApplication::processEvents();

@@ -12,6 +12,7 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QSystemTrayIcon>
 #include <QTabWidget>
@@ -164,6 +165,13 @@ void TestNeloMenuBarApp::aWindowStandsInForAStatusAreaThatIsNotThere()
     QCOMPARE(launcher->windowTitle(), QStringLiteral("Nelo"));
     QVERIFY(launcher->isVisible());
     QCOMPARE(launcher->minimumSize(), QSize(240, 200));
+    const QList<QPushButton*> buttons = launcher->findChildren<QPushButton*>();
+    QCOMPARE(buttons.size(), 4);
+    for (const QPushButton* button : buttons) {
+        QCOMPARE(button->x(), 16);
+        QCOMPARE(button->width(), 240 - 2 * 16);
+    }
+    QCOMPARE(launcher->minimumSizeHint().height(), 16 + 4 * buttons[0]->height() + 3 * 8 + 16);
     desktop->setAvailable(true);
     QVERIFY(!launcher->isVisible());
     desktop->setAvailable(false);
@@ -285,6 +293,7 @@ void TestNeloMenuBarApp::shortcutsWorkWhileTheMenuIsOpen()
     menu()->popup({100, 100});
     QTimer::singleShot(0, menu(), [this, key, quits] {
         QTest::keyClick(menu(), static_cast<Qt::Key>(key), Qt::ControlModifier);
+        QVERIFY(!menu()->isVisible());
         if (!quits)
             QCoreApplication::quit();
     });

@@ -19,6 +19,8 @@ private slots:
     void cleanup();
     void contrastIsThatOfTheStandard_data();
     void contrastIsThatOfTheStandard();
+    void secondaryTextIsTwoThirdsOfTheTextsColour();
+    void lightAppearanceIsTheSameUnderEveryTheme();
     void secondaryTextIsLegible_data();
     void secondaryTextIsLegible();
     void placeholdersAreMadeLegible_data();
@@ -97,6 +99,39 @@ void TestColors::contrastIsThatOfTheStandard()
              qPrintable(QString::number(Colors::contrast(one, other))));
 }
 
+void TestColors::secondaryTextIsTwoThirdsOfTheTextsColour()
+{
+    QPalette palette(Qt::white);
+    palette.setColor(QPalette::WindowText, Qt::black);
+    palette.setColor(QPalette::Window, Qt::white);
+    QCOMPARE(Colors::secondaryText(palette).name(), Colors::white(0.35).name());
+}
+
+void TestColors::lightAppearanceIsTheSameUnderEveryTheme()
+{
+    const QPalette before = QApplication::palette();
+    QApplication::setPalette(QPalette(QColor(49, 54, 59)));
+    const QPalette palette = Colors::lightAppearance(Colors::white(0.97));
+    QApplication::setPalette(before);
+    const QList<std::pair<QPalette::ColorRole, QColor>> colors{
+        {QPalette::Window, Colors::white(0.97)},
+        {QPalette::Button, Colors::white(0.94)},
+        {QPalette::Base, Qt::white},
+        {QPalette::AlternateBase, Colors::white(0.96)},
+        {QPalette::WindowText, Colors::white(0.1)},
+        {QPalette::Text, Colors::white(0.1)},
+        {QPalette::ButtonText, Colors::white(0.1)},
+        {QPalette::Link, QColor(0, 87, 174)},
+        {QPalette::Highlight, QColor(48, 104, 198)},
+        {QPalette::HighlightedText, Qt::white},
+        {QPalette::PlaceholderText, Colors::secondaryText(palette)},
+    };
+    for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
+        for (const auto& [role, color] : colors)
+            QCOMPARE(palette.color(group, role).name(), color.name());
+    }
+}
+
 void TestColors::secondaryTextIsLegible_data()
 {
     QTest::addColumn<QPalette>("palette");
@@ -163,6 +198,8 @@ void TestColors::whatIsLegibleStaysAsItIs()
     QCOMPARE(Colors::legible(palette), palette);
     const QPalette mended = Colors::legible(theme(Qt::white, Qt::black, Qt::black));
     QCOMPARE(Colors::legible(mended), mended);
+    const QPalette barely = theme(Qt::black, Qt::white, QColor(0x76, 0x76, 0x76));
+    QCOMPARE(Colors::legible(barely).color(QPalette::PlaceholderText), QColor(0x76, 0x76, 0x76));
     QPalette tinted = palette; // neither black nor white, which a text that is mended becomes
     tinted.setColor(QPalette::HighlightedText, QColor(255, 250, 220));
     QCOMPARE(Colors::legible(tinted), tinted);

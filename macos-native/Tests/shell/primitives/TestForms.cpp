@@ -130,7 +130,7 @@ void TestForms::aRowsLabelIsAsWideAsToldAndRightAligned()
     QCOMPARE(row.label()->x(), 0);
     QCOMPARE(row.label()->width(), labelWidth);
     QCOMPARE(row.label()->font().pixelSize(), 13);
-    QVERIFY(row.label()->alignment().testFlag(Qt::AlignRight));
+    QCOMPARE(row.label()->alignment(), Qt::AlignRight | Qt::AlignVCenter);
     QCOMPARE(row.window.findChild<QLineEdit*>()->x(), labelWidth + spacing);
     QCOMPARE(row.window.width(), 600);
 }
@@ -216,7 +216,10 @@ void TestForms::headersAndSeparatorsDivideAForm()
     QCOMPARE(header->text(), QStringLiteral("Chat"));
     QCOMPARE(header->font().pixelSize(), 15);
     QCOMPARE(header->font().weight(), QFont::DemiBold);
-    QCOMPARE(makeSeparator(&parent)->frameShape(), QFrame::HLine);
+    const QFrame* separator = makeSeparator(&parent);
+    QCOMPARE(separator->frameShape(), QFrame::HLine);
+    QCOMPARE(separator->frameShadow(), QFrame::Plain);
+    QCOMPARE(separator->foregroundRole(), QPalette::Mid);
 }
 
 void TestForms::aFormFillsItsViewFromTheTop()

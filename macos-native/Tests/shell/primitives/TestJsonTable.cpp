@@ -71,6 +71,7 @@ private slots:
     void nothingIsSelectedAtFirst();
     void aCellCannotBeEdited();
     void tabLeavesTheTable();
+    void showsThatItHasTheKeyboardWithoutARowToo();
     void rowsAreAllOneLineHigh();
     void aMegabyteCellPaintsAtOnce();
 
@@ -99,6 +100,8 @@ void TestJsonTable::rowsAlternateUnderTheHeaderWithoutNumbers()
 {
     Table shown;
     QVERIFY(shown.table.alternatingRowColors());
+    QVERIFY(!shown.table.showGrid());
+    QVERIFY(!shown.table.horizontalHeader()->highlightSections());
     QVERIFY(shown.table.horizontalHeader()->isVisible());
     QVERIFY(!shown.table.verticalHeader()->isVisible());
 }
@@ -157,6 +160,30 @@ void TestJsonTable::tabLeavesTheTable()
     table->setFocus();
     QTest::keyClick(table, Qt::Key_Tab);
     QVERIFY(next->hasFocus());
+}
+
+void TestJsonTable::showsThatItHasTheKeyboardWithoutARowToo()
+{
+    QWidget window;
+    auto* before = new QLineEdit(&window);
+    auto* table = new JsonTable(columns(), {"id"}, &window);
+    auto* column = new QVBoxLayout(&window);
+    column->addWidget(before);
+    column->addWidget(table);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    const auto lowerEdge = [table] {
+        const QRect edge(0, table->viewport()->height() - 5, table->viewport()->width(), 5);
+        return table->viewport()->grab(edge).toImage();
+    };
+    before->setFocus();
+    const QImage usual = lowerEdge();
+    QTest::keyClick(before, Qt::Key_Tab);
+    QVERIFY(table->hasFocus());
+    QVERIFY(lowerEdge() != usual);
+    table->setRows(agents(1));
+    table->setCurrentIndex(table->model()->index(0, 0)); // which has a frame of its own
+    QCOMPARE(lowerEdge(), usual);
 }
 
 void TestJsonTable::rowsAreAllOneLineHigh()

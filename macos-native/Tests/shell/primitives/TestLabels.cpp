@@ -27,6 +27,7 @@ private slots:
     void lettersOfAnotherFontMoveNothing();
     void aLineIsPaintedWhereItIsAligned();
     void anElidedLineTellsItsWholeTextAsPlainToolTip();
+    void aToolTipIsNotEndless();
     void aWholeLineHasNoToolTip();
     void aWrappingLabelTakesTheHeightItNeeds();
     void aWrappingLabelCanBeSelectedByMouseAndKeyboard();
@@ -124,6 +125,8 @@ void TestLabels::aLineTakesNoRoomThatIsOver()
     QVERIFY(QTest::qWaitForWindowExposed(&window));
     QCOMPARE(label->height(), label->fontMetrics().height());
     QCOMPARE(label->width(), layout->contentsRect().width());
+    QCOMPARE(label->minimumSizeHint(), QSize(0, label->height()));
+    QCOMPARE(label->sizeHint(), QSize(label->fontMetrics().horizontalAdvance(label->text()) + 1, label->height()));
 }
 
 void TestLabels::aMegabyteIsShownAndToldAtOnce()
@@ -183,6 +186,18 @@ void TestLabels::anElidedLineTellsItsWholeTextAsPlainToolTip()
     QHelpEvent help(QEvent::ToolTip, {5, 5}, label.mapToGlobal(QPoint(5, 5)));
     QCoreApplication::sendEvent(&label, &help);
     QVERIFY(QToolTip::text().contains(QStringLiteral("&lt;b&gt;")));
+    QToolTip::hideText();
+}
+
+void TestLabels::aToolTipIsNotEndless()
+{
+    Label label(QString(6000, u'x'));
+    label.resize(100, 20);
+    label.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&label));
+    QHelpEvent help(QEvent::ToolTip, {5, 5}, label.mapToGlobal(QPoint(5, 5)));
+    QCoreApplication::sendEvent(&label, &help);
+    QCOMPARE(QToolTip::text().count(u'x'), 5000);
     QToolTip::hideText();
 }
 

@@ -57,6 +57,7 @@ void TestNeloWindow::contentDoesNotChangeTheSmallestSize()
     QVERIFY(QTest::qWaitForWindowExposed(&window));
     QCOMPARE(window.minimumSize(), QSize(300, 200));
     QCOMPARE(window.size(), QSize(300, 200));
+    QCOMPARE(window.findChild<PlaceholderInfoController*>()->geometry(), window.rect());
 }
 
 void TestNeloWindow::canBeClosedMinimisedAndResized()

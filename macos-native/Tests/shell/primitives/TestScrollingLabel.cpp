@@ -20,6 +20,8 @@ private slots:
     void takesItsLinesWhateverItSays();
     void showsAsManyLinesAsItHasRoomFor_data();
     void showsAsManyLinesAsItHasRoomFor();
+    void hasNoRoomToSpare();
+    void growsWithItsFont();
     void aLongTextScrollsAndStartsAtItsBeginning();
     void aLongLineIsWrapped_data();
     void aLongLineIsWrapped();
@@ -79,6 +81,26 @@ void TestScrollingLabel::showsAsManyLinesAsItHasRoomFor()
     QVERIFY(QTest::qWaitForWindowExposed(&label));
     label.setText(QStringList(4, line).join(u'\n'));
     QCOMPARE(label.verticalScrollBar()->maximum(), 0);
+}
+
+void TestScrollingLabel::hasNoRoomToSpare()
+{
+    ScrollingLabel label(4);
+    label.setText(QStringList(4, QStringLiteral("Ag天")).join(u'\n'));
+    label.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&label));
+    label.setFixedHeight(label.height() - 1);
+    QVERIFY(label.verticalScrollBar()->maximum() > 0);
+}
+
+void TestScrollingLabel::growsWithItsFont()
+{
+    ScrollingLabel label(4);
+    const int height = label.height();
+    QFont font = label.font();
+    font.setPixelSize(2 * QFontInfo(font).pixelSize());
+    label.setFont(font);
+    QVERIFY(label.height() > height * 3 / 2);
 }
 
 void TestScrollingLabel::aLongTextScrollsAndStartsAtItsBeginning()
