@@ -16,6 +16,7 @@
 #include <QTest>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <QWindow>
 
 #include <functional>
 
@@ -37,6 +38,8 @@ private slots:
     void returnPressesTheButtonThatHasTheKeyboard();
     void theFirstButtonIsTheDefaultAndTheRightmost();
     void everythingIsReachedByTab();
+
+    void everythingStandsInItsPlace();
 
     void textIsPlain();
     void textCanBeSelectedAndCopied();
@@ -199,6 +202,29 @@ void TestAlerts::everythingIsReachedByTab()
     });
 }
 
+void TestAlerts::everythingStandsInItsPlace()
+{
+    QLineEdit field;
+    ask(&field, [&field](QDialog& dialog) {
+        const auto* message = dialog.findChild<QLabel*>(u"messageText"_s);
+        QCOMPARE(message->font().pixelSize(), 15);
+        QCOMPARE(message->font().weight(), QFont::Bold);
+        const QPlainTextEdit* text = informativeText(dialog);
+        const QPushButton* save = button(dialog, u"Save"_s);
+        const QPushButton* cancel = button(dialog, u"Cancel"_s);
+        QCOMPARE(dialog.width(), 20 + 420 + 20);
+        QCOMPARE(message->geometry(), QRect(20, 20, 420, message->sizeHint().height()));
+        QCOMPARE(text->geometry(), QRect(20, message->geometry().bottom() + 1 + 12, 420, text->sizeHint().height()));
+        QCOMPARE(field.pos(), QPoint(20, text->geometry().bottom() + 1 + 12));
+        QCOMPARE(field.width(), field.sizeHint().width());
+        QCOMPARE(save->y(), field.geometry().bottom() + 1 + 12);
+        QCOMPARE(save->size(), save->sizeHint());
+        QCOMPARE(save->geometry().bottomRight(), dialog.rect().bottomRight() - QPoint(20, 20));
+        QCOMPARE(cancel->size(), cancel->sizeHint());
+        QVERIFY(cancel->geometry().right() < save->x());
+    });
+}
+
 void TestAlerts::textIsPlain()
 {
     const QString markup = u"<h1>big</h1>&amp; <a href=\"x\">link</a>"_s;
@@ -235,6 +261,8 @@ void TestAlerts::aShortTextIsShownWholeWithoutAScrollBar()
                          QVERIFY(!text->verticalScrollBar()->isVisible());
                          QCOMPARE(text->verticalScrollBar()->maximum(), 0);
                          QVERIFY(dialog.height() < 300);
+                         text->setFixedHeight(text->height() - 1); // and takes no more than it needs
+                         QVERIFY(text->verticalScrollBar()->maximum() > 0);
                      });
 }
 
@@ -288,6 +316,7 @@ void TestAlerts::aLineOfALongTextStaysWhenTheDialogIsMadeSmall()
         const QPlainTextEdit* text = informativeText(dialog);
         dialog.resize(1, 1);
         QCOMPARE(text->height(), text->fontMetrics().height());
+        QTRY_VERIFY(text->verticalScrollBar()->isVisible());
         QVERIFY(dialog.width() < text->sizeHint().width());
     });
 }
@@ -367,7 +396,8 @@ void TestAlerts::staysOnTheScreenOfItsWindow()
                 showAlert(&window, u"Title"_s, u"Text"_s);
                 return true;
             },
-            [available](QDialog& dialog) {
+            [available, &window](QDialog& dialog) {
+                QCOMPARE(dialog.windowHandle()->transientParent(), window.windowHandle());
                 constexpr int border = 5; // drawn around it once it is shown
                 QVERIFY(available.adjusted(0, 0, border, border).contains(dialog.geometry()));
             });

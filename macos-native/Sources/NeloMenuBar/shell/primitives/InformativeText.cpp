@@ -49,7 +49,7 @@ InformativeText::InformativeText(const QString& text, int preferredWidth, int ma
 
     const int height = heightUpTo(maximumHeight, preferredWidth);
     m_preferredSize = {preferredWidth, std::min(height, maximumHeight)};
-    setVerticalScrollBarPolicy(height > maximumHeight ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBarPolicy(height > maximumHeight ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAsNeeded);
 }
 
 QSize InformativeText::minimumSizeHint() const
