@@ -9,7 +9,6 @@
 std::optional<QString> askForApiKey(QWidget* parent, const ChatTarget& target, const QString& storedKey)
 {
     QLineEdit field;
-    field.setObjectName(QStringLiteral("apiKeyField"));
     field.setEchoMode(QLineEdit::Password);
     field.setFixedSize(grownWithText(QSize(280, 24)));
     field.setPlaceholderText(apiKeyPlaceholder(target.provider));
