@@ -85,7 +85,6 @@ void SkillEntryEditor::reset()
 {
     m_currentConfigObject = Json::object();
     m_enabledPopup->selectItemWithTitle(QStringLiteral("true"));
-    m_apiKeyField->clear();
     setSelectedSkill(std::nullopt);
     m_envTextView->setPlainText(QStringLiteral("{}"));
 }
