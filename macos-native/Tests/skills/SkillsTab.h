@@ -63,6 +63,18 @@ public:
     }
     void discardView() { m_view.reset(); }
 
+    /// Where `widget` is in the view.
+    QRect frame(const QWidget* widget) { return {widget->mapTo(&view(), QPoint()), widget->size()}; }
+    /// The label beside or above the control so named.
+    QLabel* caption(const char* objectName)
+    {
+        for (QLabel* label : view().findChildren<QLabel*>()) {
+            if (label->buddy() == find<QWidget>(objectName))
+                return label;
+        }
+        return nullptr;
+    }
+
     template <typename Control> Control* find(const char* objectName)
     {
         return view().findChild<Control*>(QString::fromLatin1(objectName));

@@ -17,6 +17,8 @@ private slots:
     void onlyTheOneSkillShowsThem();
     void theSectionFollowsTheEditorAtADistance();
     void theSectionNamesItsParts();
+    void theSectionIsLaidOutAsGiven();
+    void withoutSkillsThereAreNoSources();
     void eachLoadOfTheEntryReadsThemAnew();
     void aFailedLoadOfTheEntryReadsNone();
     void listsTheSourcesInTheirOrder();
@@ -82,6 +84,42 @@ void TestNewsSourceSection::theSectionNamesItsParts()
     QCOMPARE(parts.values(),
              (QStringList{QStringLiteral("Configured Sources"), QStringLiteral("pop-up"), QStringLiteral("line"),
                           QStringLiteral("Source List"), QStringLiteral("1 sources.")}));
+}
+
+void TestNewsSourceSection::theSectionIsLaidOutAsGiven()
+{
+    m_tab->view().resize(1600, 640); // the buttons in the line of the pop-up
+    m_tab->show();
+    m_tab->select(1);
+    QTRY_VERIFY(section()->height() > 0);
+    int left = 0;
+    QRect line;
+    for (const QWidget* control :
+         {m_tab->find<QWidget>("sourcePopup"),
+          static_cast<QWidget*>(Controls::button(m_tab->view(), QStringLiteral("Refresh Sources"))),
+          static_cast<QWidget*>(Controls::button(m_tab->view(), QStringLiteral("Add Source")))}) {
+        QCOMPARE(control->x(), left);
+        left = control->geometry().right() + 1 + 8;
+        line |= control->geometry();
+    }
+    QCOMPARE(m_tab->find<QWidget>("sourcePopup")->minimumWidth(), 120);
+
+    QMap<int, QRect> parts{{line.top(), line}}; // by their height in the section
+    for (const QFrame* frame : section()->findChildren<QFrame*>(Qt::FindDirectChildrenOnly)) // labels are frames
+        parts[frame->y()] |= frame->geometry();
+    int top = 0;
+    for (const QRect& part : std::as_const(parts)) {
+        QCOMPARE(part.topLeft(), QPoint(0, top));
+        top = part.bottom() + 1 + 8;
+    }
+    QCOMPARE(parts.size(), 5);
+}
+
+void TestNewsSourceSection::withoutSkillsThereAreNoSources()
+{
+    m_tab->backend.raise("list_skills", "OSError", "x");
+    m_tab->show();
+    QVERIFY(!section()->isVisible());
 }
 
 void TestNewsSourceSection::eachLoadOfTheEntryReadsThemAnew()

@@ -22,6 +22,7 @@ private slots:
     void theCredentialHasTheCaptionOfItsSkill();
     void theCredentialStandsInForThePrimaryVariable();
     void aSkillWithoutVariablesSaysSo();
+    void theEditorIsLaidOutAsGiven();
     void fieldsStandInRowsAsGiven();
     void theEnvironmentIsMonospacedAndNotWrapped();
     void anEntryThatSaysNothingShowsDefaults_data();
@@ -128,6 +129,27 @@ void TestSkillEntryEditor::aSkillWithoutVariablesSaysSo()
     QVERIFY(labels.first()->isVisible());
 }
 
+void TestSkillEntryEditor::theEditorIsLaidOutAsGiven()
+{
+    m_tab->show();
+    m_tab->select(0);
+    QTRY_VERIFY(m_tab->field("REGION")->width() > 220);
+    for (const char* control : {"enabledPopup", "apiKeyField"}) {
+        const QLabel* caption = m_tab->caption(control);
+        QCOMPARE(caption->x(), 0);
+        QCOMPARE(caption->width(), 160);
+        QVERIFY(caption->alignment().testFlag(Qt::AlignRight));
+        QCOMPARE(m_tab->find<QWidget>(control)->x(), 160 + 8);
+    }
+    int top = 0;
+    for (const char* part : {"enabledPopup", "apiKeyField", "envLabel", "envTextView", "dynamicFieldsStack"}) {
+        const QRect place = m_tab->find<QWidget>(part)->geometry();
+        QCOMPARE(place.top(), top);
+        top = place.bottom() + 1 + 8;
+    }
+    QCOMPARE(m_tab->env()->minimumHeight(), 110);
+}
+
 void TestSkillEntryEditor::fieldsStandInRowsAsGiven()
 {
     m_tab->show();
@@ -138,6 +160,9 @@ void TestSkillEntryEditor::fieldsStandInRowsAsGiven()
     QCOMPARE(labels[0]->text(), QStringLiteral("Dynamic ENV Fields"));
     QCOMPARE(labels[0]->font().pixelSize(), 12);
     QCOMPARE(labels[0]->font().weight(), QFont::DemiBold);
+    QCOMPARE(m_tab->frame(labels[0]).topLeft(), m_tab->frame(stack).topLeft());
+    QCOMPARE(m_tab->field("TOKEN")->y(), labels[0]->geometry().bottom() + 1 + 8);
+    QCOMPARE(m_tab->field("REGION")->y(), m_tab->field("TOKEN")->geometry().bottom() + 1 + 8);
     QCOMPARE(labels[1]->text(), QStringLiteral("API/Bearer Token (TOKEN)"));
     QCOMPARE(labels[2]->text(), QStringLiteral("REGION"));
     QCOMPARE(labels[2]->width(), 160);
@@ -152,6 +177,7 @@ void TestSkillEntryEditor::theEnvironmentIsMonospacedAndNotWrapped()
     m_tab->entered({{"env", {{"A", std::string(500, 'x')}, {"B", "1"}}}});
     m_tab->show();
     m_tab->select(0);
+    QCOMPARE(m_tab->env()->font().pixelSize(), 12);
     QCOMPARE(m_tab->env()->font().family(), QFontDatabase::systemFont(QFontDatabase::FixedFont).family());
     QTRY_VERIFY(m_tab->env()->horizontalScrollBar()->maximum() > 0);
     QCOMPARE(m_tab->env()->document()->lineCount(), 4);

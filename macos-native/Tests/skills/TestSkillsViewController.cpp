@@ -6,6 +6,7 @@
 #include <QHeaderView>
 #include <QScrollBar>
 
+#include <cstdlib>
 #include <optional>
 
 namespace {
@@ -63,7 +64,8 @@ private slots:
     void aFailedRefreshKeepsTheEditor();
     void reachesEverythingByKeyboardInReadingOrder();
     void everythingHasAName();
-    void theControlsStandEightApart();
+    void theViewIsLaidOutAsGiven();
+    void aDescriptionOfFourLinesIsWhole();
     void longTextsLeaveTheTabAlone();
     void foreignTextIsPlain();
 
@@ -384,27 +386,71 @@ void TestSkillsViewController::everythingHasAName()
     QCOMPARE(QAccessible::queryAccessibleInterface(m_tab->field("TOKEN"))->text(QAccessible::Name),
              QStringLiteral("My Token (TOKEN)"));
     // Qt on Linux tells of a pop-up what it shows; that it is labelled by its caption is a relation of its own.
-    const auto captionOf = [this](const char* popup) {
-        for (const QLabel* label : m_tab->view().findChildren<QLabel*>()) {
-            if (label->buddy() == m_tab->find<QWidget>(popup))
-                return label->text();
-        }
-        return QString();
-    };
-    QCOMPARE(captionOf("ecosystemPopup"), QStringLiteral("Ecosystem"));
-    QCOMPARE(captionOf("agentPopup"), QStringLiteral("Agent"));
-    QCOMPARE(captionOf("configModePopup"), QStringLiteral("Config Mode"));
-    QCOMPARE(captionOf("enabledPopup"), QStringLiteral("Enabled"));
-    QCOMPARE(captionOf("sourcePopup"), QStringLiteral("Configured Sources"));
+    QCOMPARE(m_tab->caption("ecosystemPopup")->text(), QStringLiteral("Ecosystem"));
+    QCOMPARE(m_tab->caption("agentPopup")->text(), QStringLiteral("Agent"));
+    QCOMPARE(m_tab->caption("configModePopup")->text(), QStringLiteral("Config Mode"));
+    QCOMPARE(m_tab->caption("enabledPopup")->text(), QStringLiteral("Enabled"));
+    QCOMPARE(m_tab->caption("sourcePopup")->text(), QStringLiteral("Configured Sources"));
 }
 
-void TestSkillsViewController::theControlsStandEightApart()
+void TestSkillsViewController::theViewIsLaidOutAsGiven()
 {
-    m_tab->view().resize(1600, 640); // all of them in one line
+    m_tab->view().resize(1600, 640); // all controls in one line
     m_tab->show();
-    const QRect refresh = Controls::button(m_tab->view(), QStringLiteral("Refresh"))->geometry();
-    const QRect loadConfig = Controls::button(m_tab->view(), QStringLiteral("Load Config"))->geometry();
-    QCOMPARE(loadConfig.topLeft(), refresh.topRight() + QPoint(1 + 8, 0));
+    const QRect place = m_tab->view().rect().adjusted(16, 16, -16, -14);
+
+    std::vector<const QWidget*> controls;
+    for (const char* popup : {"ecosystemPopup", "agentPopup", "configModePopup"}) {
+        controls.push_back(m_tab->caption(popup));
+        controls.push_back(m_tab->find<QWidget>(popup));
+        QCOMPARE(m_tab->find<QWidget>(popup)->minimumWidth(), 90);
+    }
+    for (const char* button : {"Refresh", "Load Config", "Install Skill", "Install Cloud Skill"})
+        controls.push_back(Controls::button(m_tab->view(), QString::fromLatin1(button)));
+    int left = place.left();
+    QRect row;
+    for (const QWidget* control : controls) {
+        const QRect frame = m_tab->frame(control);
+        QCOMPARE(frame.left(), left);
+        left = frame.right() + 1 + 8;
+        row |= frame;
+    }
+    QCOMPARE(row.top(), place.top());
+
+    const QRect meta = m_tab->frame(m_tab->find<QWidget>("metaLabel"));
+    const QRect configPath = m_tab->frame(m_tab->find<QWidget>("configPathLabel"));
+    const QRect skillDirs = m_tab->frame(m_tab->find<QWidget>("skillDirsLabel"));
+    QCOMPARE(meta.topLeft(), QPoint(place.left(), row.bottom() + 1 + 8));
+    QCOMPARE(meta.right(), place.right());
+    QCOMPARE(configPath.topLeft(), QPoint(place.left(), meta.bottom() + 1 + 4));
+    QCOMPARE(skillDirs.topLeft(), QPoint(place.left(), configPath.bottom() + 1 + 4));
+
+    const QRect table = m_tab->frame(m_tab->table());
+    const QWidget* document = m_tab->env()->parentWidget()->parentWidget();
+    const QRect form = m_tab->frame(document->parentWidget());
+    const QRect save = m_tab->frame(Controls::button(m_tab->view(), QStringLiteral("Save Config")));
+    QCOMPARE(m_tab->table()->minimumWidth(), 240);
+    QCOMPARE(table.topLeft(), QPoint(place.left(), skillDirs.bottom() + 1 + 8));
+    QCOMPARE(form.topLeft(), QPoint(table.right() + 1 + 16, table.top()));
+    QCOMPARE(form.right(), place.right());
+    QVERIFY(std::abs(3 * table.width() - 2 * form.width()) <= 3); // but for what is rounded
+    QCOMPARE(m_tab->env()->parentWidget()->geometry().right(), document->rect().right() - 8);
+    QCOMPARE(save.topLeft(), QPoint(form.left(), form.bottom() + 1 + 8));
+    QCOMPARE(save.bottom(), table.bottom());
+
+    const QRect status = m_tab->frame(m_tab->find<QWidget>("statusLabel"));
+    QCOMPARE(status.topLeft(), QPoint(place.left(), table.bottom() + 1 + 8));
+    QCOMPARE(status.bottomRight(), place.bottomRight());
+}
+
+void TestSkillsViewController::aDescriptionOfFourLinesIsWhole()
+{
+    m_tab->show();
+    auto* label = m_tab->find<ScrollingLabel>("metaLabel");
+    label->setText(QStringLiteral("一\n二\n三\n四"));
+    QTRY_COMPARE(label->verticalScrollBar()->maximum(), 0);
+    label->setText(QStringLiteral("一\n二\n三\n四\n五"));
+    QTRY_VERIFY(label->verticalScrollBar()->maximum() > 0);
 }
 
 void TestSkillsViewController::longTextsLeaveTheTabAlone()
