@@ -24,7 +24,6 @@ NewsSourceForm::NewsSourceForm(QWidget* parent)
     m_typePopup->addItems({QStringLiteral("rss"), QStringLiteral("webpage"), QStringLiteral("x")});
     m_enabledPopup->addItems({QStringLiteral("true"), QStringLiteral("false")});
     setMinimumSize(grownWithText(QSize(420, 188)));
-    setFocusProxy(m_typePopup);
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 4, 0, 4);

@@ -59,7 +59,6 @@ SkillEntryEditor::SkillEntryEditor(QWidget* parent)
     m_dynamicFieldsStack->setObjectName(QStringLiteral("dynamicFieldsStack"));
     layOut();
     reset();
-    updateConfigModeUI(dynamicMode);
 }
 
 void SkillEntryEditor::layOut()
@@ -70,7 +69,7 @@ void SkillEntryEditor::layOut()
     column->addLayout(formRow(QStringLiteral("Enabled"), m_enabledPopup, rowMetrics));
     column->addLayout(formRow(m_apiKeyLabel, m_apiKeyField, rowMetrics));
     column->addWidget(m_envLabel);
-    column->addWidget(m_envTextView, 1);
+    column->addWidget(m_envTextView);
     column->addWidget(m_dynamicFieldsStack);
 }
 

@@ -73,9 +73,8 @@ void SkillsViewController::loadView()
     column->setSpacing(8);
     column->addLayout(makeControlRow());
     column->addLayout(makeDescription());
-    column->addLayout(makeBody(), 1);
-    m_statusLabel = makeSecondaryLabel(QStringLiteral("statusLabel"), {}, this);
-    m_statusLabel->setText(QStringLiteral("Ready"));
+    column->addLayout(makeBody());
+    m_statusLabel = makeSecondaryLabel(QStringLiteral("statusLabel"), QStringLiteral("Ready"), this);
     column->addWidget(m_statusLabel);
     connectPieces();
 }
@@ -131,13 +130,13 @@ QLayout* SkillsViewController::makeBody()
     auto* formColumn = new QVBoxLayout(form->documentView());
     formColumn->setContentsMargins(0, 0, 8, 0); // for the scroll bar to keep its distance
     formColumn->setSpacing(12);
-    formColumn->addWidget(m_entryEditor, 1);
+    formColumn->addWidget(m_entryEditor);
     formColumn->addWidget(m_sourceSection);
 
     QPushButton* save = makeButton(QStringLiteral("Save Config"), this, m_entryEditor, &SkillEntryEditor::saveEntry);
     auto* editorColumn = new QVBoxLayout;
     editorColumn->setSpacing(8);
-    editorColumn->addWidget(form, 1);
+    editorColumn->addWidget(form);
     editorColumn->addWidget(save, 0, Qt::AlignLeft); // in reach however long the form is
 
     auto* body = new QHBoxLayout;
@@ -206,7 +205,6 @@ void SkillsViewController::refreshSkills()
     m_metaLabel->setText(noSelection);
     m_entryEditor->reset();
     m_sourceSection->reset();
-    configModeChanged();
     m_statusLabel->setText(
         QStringLiteral("Loaded %1 skills for %2.").arg(QString::number(m_tableView->model()->rowCount()), ecosystem));
 }
