@@ -3,6 +3,7 @@
 
 #include <QAccessible>
 #include <QDialog>
+#include <QLayout>
 
 #include <optional>
 
@@ -216,6 +217,7 @@ void TestNewsSourceSection::theFormOffersWhatItCan()
     QStringList titles;
     QSize size;
     const DialogRobot robot({[&](QDialog& dialog) {
+        QCOMPARE(dialog.focusWidget(), dialog.findChild<QComboBox*>());
         for (const QLabel* label : dialog.findChildren<QLabel*>()) {
             if (!label->buddy())
                 continue;
@@ -223,7 +225,10 @@ void TestNewsSourceSection::theFormOffersWhatItCan()
             QCOMPARE(label->width(), 72);
             QVERIFY(label->buddy()->width() >= 220);
             QCOMPARE(label->buddy()->x(), label->geometry().right() + 1 + 8);
-            size = label->buddy()->parentWidget()->size();
+            const QWidget* form = label->buddy()->parentWidget();
+            size = form->size();
+            QCOMPARE(form->layout()->contentsMargins(), QMargins(0, 4, 0, 4));
+            QCOMPARE(form->layout()->spacing(), 8);
         }
         for (const QComboBox* popup : dialog.findChildren<QComboBox*>()) {
             for (int i = 0; i < popup->count(); ++i)

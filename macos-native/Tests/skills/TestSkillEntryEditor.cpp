@@ -3,7 +3,6 @@
 #include "support/Warnings.h"
 
 #include <QFontDatabase>
-#include <QLayout>
 #include <QScrollBar>
 
 #include <optional>
@@ -32,6 +31,7 @@ private slots:
     void tabLeavesTheTextThatIsEdited();
     void theSnapshotFollowsThePalette();
     void aCredentialStaysWhereTheNextSkillCannotBeLoaded();
+    void aCredentialIsNotSavedForASkillThatNeedsNone();
     void changingTheModeLoadsNothing();
     void savesTheFieldsInDynamicMode();
     void emptyFieldsAreRemovedFromTheEnvironment();
@@ -123,6 +123,7 @@ void TestSkillEntryEditor::aSkillWithoutVariablesSaysSo()
     QCOMPARE(labels.size(), 1);
     QCOMPARE(labels.first()->text(), QStringLiteral("This skill does not require dynamic env fields."));
     QVERIFY(labels.first()->wordWrap());
+    QCOMPARE(labels.first()->palette().color(QPalette::WindowText), Colors::secondaryText(m_tab->view().palette()));
     m_tab->show();
     QTRY_COMPARE(labels.first()->width(),
                  m_tab->find<QWidget>("dynamicFieldsStack")->width()); // where the fields are else
@@ -288,6 +289,18 @@ void TestSkillEntryEditor::aCredentialStaysWhereTheNextSkillCannotBeLoaded()
     m_tab->select(1);
     QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
     QCOMPARE(m_tab->apiKey()->text(), QStringLiteral("typed"));
+}
+
+void TestSkillEntryEditor::aCredentialIsNotSavedForASkillThatNeedsNone()
+{
+    m_tab->select(0);
+    QCOMPARE(m_tab->apiKey()->text(), QStringLiteral("k"));
+    m_tab->backend.raise("get_skill_entry", "OSError", "no entry");
+    const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+    m_tab->select(2);
+    QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
+    m_tab->press("Save Config");
+    QCOMPARE(sentEntry()["apiKey"].dump(), std::string(R"("")"));
 }
 
 void TestSkillEntryEditor::changingTheModeLoadsNothing()

@@ -171,17 +171,20 @@ void TestSkillInstaller::thePanelStartsOnTheDesktop()
     QString folder;
     QString accept;
     QFileDialog::FileMode mode = QFileDialog::AnyFile;
+    QSize size;
     const DialogRobot robot({[&](QDialog& dialog) {
         auto* panel = qobject_cast<QFileDialog*>(&dialog);
         folder = panel->directory().path();
         accept = panel->labelText(QFileDialog::Accept);
         mode = panel->fileMode();
+        size = panel->size();
         panel->reject();
     }});
     m_tab->press("Install Skill");
     QCOMPARE(folder, hasDesktop ? desktop : m_tab->backend.home().path());
     QCOMPARE(accept, QStringLiteral("Install"));
     QCOMPARE(mode, QFileDialog::ExistingFile);
+    QCOMPARE(size, QSize(800, 480));
     QCOMPARE(robot.titles(),
              QStringList{QStringLiteral("Choose an openclaw skill package (.zip). Non-zip files will be rejected after "
                                         "selection.")});
@@ -204,6 +207,7 @@ void TestSkillInstaller::cancellingThePanelInstallsNothing()
     QCOMPARE(robot.shown().size(), std::size_t(1));
     QCOMPARE(m_tab->backend.count("install_openclaw_skill_zip"), 0);
     QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
+    QTRY_VERIFY(!m_tab->view().findChild<QFileDialog*>()); // it is made anew each time
 }
 
 void TestSkillInstaller::aFailedInstallIsTold()

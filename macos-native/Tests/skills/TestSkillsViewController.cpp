@@ -182,6 +182,9 @@ void TestSkillsViewController::aFailedListIsEmptyAndAsksNoFurther()
     QVERIFY(m_tab->status().startsWith(QStringLiteral("ERROR: ")));
     QVERIFY(m_tab->status().contains(QStringLiteral("no <b>skills</b>")));
     QCOMPARE(m_tab->backend.count("get_adapter_snapshot"), 0);
+    QCOMPARE(m_tab->meta(), QStringLiteral("Select a skill"));
+    QCOMPARE(m_tab->label("envLabel"), QStringLiteral("ENV (JSON snapshot)"));
+    QVERIFY(m_tab->env()->isReadOnly());
 }
 
 void TestSkillsViewController::aListOfAnotherShapeIsEmpty_data()
@@ -434,7 +437,7 @@ void TestSkillsViewController::theViewIsLaidOutAsGiven()
     QCOMPARE(form.topLeft(), QPoint(table.right() + 1 + 16, table.top()));
     QCOMPARE(form.right(), place.right());
     QVERIFY(std::abs(3 * table.width() - 2 * form.width()) <= 3); // but for what is rounded
-    QCOMPARE(m_tab->env()->parentWidget()->geometry().right(), document->rect().right() - 8);
+    QCOMPARE(m_tab->env()->parentWidget()->geometry(), document->rect().adjusted(0, 0, -8, 0));
     QCOMPARE(save.topLeft(), QPoint(form.left(), form.bottom() + 1 + 8));
     QCOMPARE(save.bottom(), table.bottom());
 
@@ -472,6 +475,8 @@ void TestSkillsViewController::longTextsLeaveTheTabAlone()
     QVERIFY(m_tab->view().minimumSizeHint().width() <= 1000);
     QVERIFY(m_tab->view().minimumSizeHint().height() <= 600);
     QVERIFY(m_tab->find<ScrollingLabel>("metaLabel")->verticalScrollBar()->maximum() > 0);
+    for (const char* popup : {"ecosystemPopup", "agentPopup", "configModePopup"})
+        QCOMPARE(m_tab->caption(popup)->width(), m_tab->caption(popup)->sizeHint().width());
 }
 
 void TestSkillsViewController::foreignTextIsPlain()
