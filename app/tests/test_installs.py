@@ -186,6 +186,21 @@ class InstallZipTest(InstallTestCase):
         self.assertEqual(before, {"", "s", "s/SKILL.md", "s/a", "s/a/b", "s/empty"})
         self.assertEqual(done[swap + 1 :], [self.path(SKILLS)])
 
+    def test_the_skill_and_what_is_beside_it_meanwhile_are_for_the_owner_only(self) -> None:
+        modes: list[int] = []
+        rename = os.rename
+
+        def watched_rename(source: str, target: str) -> None:
+            hidden = [name for name in os.listdir(self.path(SKILLS)) if name.startswith(".")]
+            modes.extend(self.mode(f"{SKILLS}/{name}") for name in hidden)
+            rename(source, target)
+
+        self.install(skill("one"))
+        self.replace(os, "rename", watched_rename)
+        self.install(make_package({"SKILL.md": b"---\nname: weather\n---\n"}))
+        self.assertEqual(set(modes), {0o700})
+        self.assertEqual(self.mode(f"{SKILLS}/weather"), 0o700)
+
     def test_nothing_of_a_package_is_run(self) -> None:
         trap = f"#!/bin/sh\ntouch {self.path('trapped')}\n".encode()
         names = ("install.sh", "setup.py", "__init__.py", "postinstall", "Makefile", "package.json")

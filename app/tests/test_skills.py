@@ -246,6 +246,13 @@ class ListSkillsTest(HomeTestCase):
         rows = [(row["source"], row["name"]) for row in app.list_skills("codex")]
         self.assertEqual(rows, [("shared", "ant"), ("shared", "zebra"), ("found", "one"), ("mine", "two")])
 
+    def test_a_megabyte_of_a_manual_is_read(self) -> None:
+        begin, end = "---\nname: weather\n# ", "\n---"
+        for size, name in ((1_000_000, "weather"), (1_000_001, "folder")):
+            padding = "x" * (size - len(begin) - len(end))
+            self.make_skill(".openclaw/skills/folder", begin + padding + end)
+            self.assertEqual(app.list_skills("openclaw")[0]["name"], name)
+
     def test_what_is_no_skill_is_not_listed(self) -> None:
         self.make_file(".codex/skills/file")
         self.make_file(".codex/skills/empty/README.md")
