@@ -3,11 +3,16 @@
 from __future__ import annotations
 
 import os
+import subprocess
+import sys
 import time
 
+import app
 from app import web
 from app.tests.http_server import Exchange, HttpServer
 from app.tests.support import HomeTestCase
+
+PROJECT = os.path.dirname(os.path.dirname(os.path.abspath(app.__file__)))
 
 
 class FetchTestCase(HomeTestCase):
@@ -77,6 +82,7 @@ class FetchHttpTest(FetchTestCase):
         started = time.monotonic()
         self.assertIn("did not arrive within 0.2 seconds", self.refused(self.server.address + "/slow", 0.2))
         self.assertLess(time.monotonic() - started, 5)
+        self.assertTrue(self.server.ended.wait(5), "somebody still listens to the server")
 
     def test_a_server_that_trickles_is_given_up(self) -> None:
         def trickle(exchange: Exchange) -> None:
@@ -92,6 +98,18 @@ class FetchHttpTest(FetchTestCase):
         self.assertIn("did not arrive", self.refused(self.server.address + "/trickle", 0.2))
         self.assertLess(time.monotonic() - started, 5)
         self.assertTrue(self.server.ended.wait(5), "somebody still listens to the server")
+
+    def test_a_server_that_trickles_keeps_no_process_from_its_end(self) -> None:
+        def trickle(exchange: Exchange) -> None:
+            exchange.wfile.write(b"HTTP/1.1 200 OK\r\nX-Endless: ")
+            while not exchange.server.closing.wait(0.01):
+                exchange.wfile.write(b"x")
+
+        self.server.answers["/trickle"] = trickle
+        script = "import sys; from app import web; web.fetch(sys.argv[1], 0.2, 10)"
+        address = self.server.address + "/trickle"
+        done = subprocess.run([sys.executable, "-c", script, address], cwd=PROJECT, stderr=subprocess.PIPE, timeout=10)
+        self.assertIn(b"FetchError: it did not arrive", done.stderr)
 
     def test_a_document_that_breaks_off_is_refused(self) -> None:
         def short(exchange: Exchange) -> None:
@@ -176,8 +194,8 @@ class ProxyTest(FetchTestCase):
     def test_what_counts_as_this_machine(self) -> None:
         here = ("localhost", "LOCALHOST", "x.localhost", "127.0.0.1", "127.9.9.9", "::1", "[::1]")
         elsewhere = ("", "localhost.example", "128.0.0.1", "10.0.0.1", "::2", "example.org")
-        self.assertEqual([host for host in here if not web.is_loopback(host)], [])
-        self.assertEqual([host for host in elsewhere if web.is_loopback(host)], [])
+        self.assertEqual({host: web.is_loopback(host) for host in here}, dict.fromkeys(here, True))
+        self.assertEqual({host: web.is_loopback(host) for host in elsewhere}, dict.fromkeys(elsewhere, False))
 
 
 class FetchFileTest(FetchTestCase):
