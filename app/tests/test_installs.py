@@ -178,7 +178,12 @@ class InstallZipTest(InstallTestCase):
             done.append(f"rename to {os.path.basename(target)}")
             rename(source, target)
 
-        self.replace(os, "fsync", lambda descriptor: done.append(os.readlink(f"/proc/self/fd/{descriptor}")))
+        def watched_fsync(descriptor: int) -> None:
+            path = os.readlink(f"/proc/self/fd/{descriptor}")
+            self.assertTrue(os.path.isdir(path) or os.path.getsize(path), "it is not written yet")
+            done.append(path)
+
+        self.replace(os, "fsync", watched_fsync)
         self.replace(os, "rename", watched_rename)
         self.install(make_package({"s/SKILL.md": b"---\nname: weather\n---\n", "s/a/b": b"x", "s/empty/": b""}))
         swap = done.index("rename to weather")

@@ -151,6 +151,13 @@ class UnpackTest(HomeTestCase):
         package = make_package_of(*[(info("a/"), b"") for _ in range(2001)])
         self.assertEqual(self.refused(package), "it has more than 2000 entries")
 
+    def test_blanks_may_stand_in_a_name(self) -> None:
+        self.assertEqual(self.unpack(make_package({"my notes/a b.txt": b""})), ["my notes/a b.txt"])
+
+    def test_a_folder_that_only_its_kind_tells_is_one(self) -> None:
+        package = make_package_of((info("a", stat.S_IFDIR | 0o755), b""), (info("a/b"), b""))
+        self.assertEqual(self.unpack(package), ["a/b"])
+
     def test_a_table_of_contents_without_end_is_refused_before_it_is_read(self) -> None:
         marks = packages._CENTRAL_HEADER * 19_999  # and one of the package's own
         self.assertEqual(self.unpack(make_package({"a": marks}, zipfile.ZIP_STORED)), ["a"])
