@@ -27,7 +27,8 @@ public:
     void setSelectedSkill(const std::optional<Json>& skill);
     /// Has no skill, and shows an entry that says nothing.
     void reset();
-    /// Has the environment edited as fields where `mode` is "dynamic", and as JSON text in any other.
+    /// Has the environment edited as fields where `mode` is "dynamic", and as JSON text in any other. To be called
+    /// before the editor is shown, too.
     void updateConfigModeUI(const QString& mode);
 
     /// Shows the entry of the selected skill.
