@@ -21,6 +21,7 @@ int main(int argc, char* argv[])
     QApplication application(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Nelo"));
     QApplication::setApplicationName(QStringLiteral("NeloMenuBar"));
+    QApplication::setApplicationVersion(QStringLiteral(NELO_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("example.nelo.NeloMenuBar"));
     QApplication::setQuitOnLastWindowClosed(false);
 
