@@ -166,6 +166,8 @@ void TestChatTransfers::aReplyThatBreaksOffIsATransportError_data()
         + gzip(body).chopped(9));
     QTest::newRow("within a chunk") << chunks.cutAfter(chunks.bytes().size() - 20);
     const HttpAnswer refusalInChunks = HttpAnswer::chunked(500, {"a page ", "of excuses"});
+    const qsizetype chunksBegin = refusalInChunks.bytes().indexOf("\r\n\r\n") + 4;
+    QTest::newRow("before a refusal's first chunk") << refusalInChunks.cutAfter(chunksBegin);
     QTest::newRow("within a chunk of a refusal") << refusalInChunks.cutAfter(refusalInChunks.bytes().size() - 12);
 }
 

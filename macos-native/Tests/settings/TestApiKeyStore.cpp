@@ -1,6 +1,7 @@
 #include "settings/ApiKeyStore.h"
 
 #include "support/Files.h"
+#include "support/ProcessTable.h"
 #include "support/SmallDisk.h"
 #include "support/TestHome.h"
 #include "support/Warnings.h"
@@ -11,9 +12,14 @@
 #include <QSettings>
 #include <QTest>
 
+#include <atomic>
 #include <thread>
 
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 /// API keys in the user defaults.
 class TestApiKeyStore final : public QObject
@@ -41,6 +47,7 @@ private slots:
     void aFolderInPlaceOfTheFileIsTold();
     void aKeyOfTheSameLengthInTheSameInstantIsSeen();
     void keysThatAreStoredAtOnceAreAllKept();
+    void aSignalDoesNotEndTheWaitForAnotherProgram();
     void theLockOfAKilledProgramKeepsNobodyWaiting();
 
 private:
@@ -275,6 +282,45 @@ void TestApiKeyStore::keysThatAreStoredAtOnceAreAllKept()
         for (const QString& name : {QStringLiteral("one"), QStringLiteral("two")})
             QCOMPARE(storedKey(file(), name + QString::number(number)), name);
     }
+}
+
+void TestApiKeyStore::aSignalDoesNotEndTheWaitForAnotherProgram()
+{
+    QVERIFY(ApiKeyStore().setKey(openai, QStringLiteral("one")));
+    static std::atomic<int> taken;
+    taken = 0;
+    struct sigaction interrupting
+    {};
+    interrupting.sa_handler = [](int) { ++taken; }; // and the call in which it is taken is not begun anew
+    struct sigaction before
+    {};
+    sigaction(SIGUSR1, &interrupting, &before);
+    const QByteArray folder = QFile::encodeName(QFileInfo(file()).path());
+    const int lock = open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    QCOMPARE(flock(lock, LOCK_EX), 0);
+
+    const pid_t writer = gettid();
+    std::atomic<bool> isFree = false;
+    std::thread other([&isFree, writer, lock] {
+        const auto until = [](const auto& condition) {
+            while (!condition())
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        };
+        const auto waits = [writer] { return ProcessTable::isAsleep(writer); };
+        until(waits);
+        tgkill(getpid(), writer, SIGUSR1);
+        until([] { return taken == 1; });
+        until(waits);
+        isFree = true;
+        close(lock);
+    });
+    const bool isStored = ApiKeyStore().setKey(openai, QStringLiteral("two"));
+    const bool hasWaited = isFree;
+    other.join();
+    sigaction(SIGUSR1, &before, nullptr);
+    QVERIFY(isStored);
+    QVERIFY(hasWaited);
+    QCOMPARE(ApiKeyStore().key(openai), QStringLiteral("two"));
 }
 
 void TestApiKeyStore::theLockOfAKilledProgramKeepsNobodyWaiting()

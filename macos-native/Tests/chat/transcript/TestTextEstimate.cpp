@@ -58,6 +58,7 @@ void TestTextEstimate::ideographsTakeMoreRoomThanLetters()
 {
     QVERIFY(height(QString(500, u'\u2E80')) > height(QString(500, u'\u2E7F')) * 3 / 2);
     QVERIFY(height(u"好"_s) >= height(u"a"_s));
+    QCOMPARE(height(u"a好"_s), height(u"好好"_s)); // a line is as high as its highest letter
 }
 
 void TestTextEstimate::anEmojiIsOneLetter()

@@ -65,6 +65,7 @@ private slots:
     void hidesTheScrollBarWhenAllIsInSight();
     void showsTheNewestBubbleFirst();
     void showsTheNewestBubbleOnAppend();
+    void appendingPaintsWhatAFreshPaintWould();
     void appendingComesBackFromFarAway();
     void comingBackFromFarAwayShowsAllThatIsInSight();
     void showsWhatCameWhileItWasHidden();
@@ -88,6 +89,7 @@ private slots:
     void paintsTheGivenColors();
     void theCornersOfABubbleAreQuartersOfACircle();
     void paintsTheSpeakersAboveTheirBubbles();
+    void theSpeakersNamesHaveAFontOfTheirOwn();
     void paintsTextAsItStands();
     void aHundredThousandLinesShowAtOnce();
     void aReplyOfTwentyMegabytesShowsAtOnce();
@@ -110,6 +112,13 @@ private:
     {
         const int newest = m_area->bubbleRect(m_area->count() - 1).bottom() + 1;
         return bar()->value() == bar()->maximum() && newest == m_area->viewport()->height() - 120;
+    }
+    /// Whether the screen shows what painting all of it would.
+    bool isPaintedUpToDate() const
+    {
+        QCoreApplication::processEvents();
+        const QPixmap onScreen = m_area->screen()->grabWindow(m_area->winId());
+        return showTheSame(onScreen.toImage(), m_area->grab().toImage());
     }
     /// The bubble and the position at the top left of the view.
     std::pair<int, qsizetype> placeAtTop() const
@@ -168,6 +177,15 @@ void TestTranscriptArea::showsTheNewestBubbleOnAppend()
     for (int number = 0; number < 30; ++number) {
         m_area->append(Speaker::Nelo, numbered(number));
         QVERIFY(isAtEnd());
+    }
+}
+
+void TestTranscriptArea::appendingPaintsWhatAFreshPaintWould()
+{
+    showArea();
+    for (int number = 0; number < 20; ++number) {
+        m_area->append(Speaker::Nelo, numbered(number));
+        QVERIFY(isPaintedUpToDate());
     }
 }
 
@@ -234,9 +252,7 @@ void TestTranscriptArea::scrollingPaintsWhatAFreshPaintWould()
     showArea();
     const auto scroll = [this](int step) {
         bar()->setValue(bar()->value() + step);
-        QCoreApplication::processEvents();
-        const QImage onScreen = m_area->screen()->grabWindow(m_area->winId()).toImage();
-        QVERIFY(showTheSame(onScreen, m_area->grab().toImage()));
+        QVERIFY(isPaintedUpToDate());
     };
     for (const int step : {-60, -200, -60, -1000, 350, 35, 100'000, -30})
         scroll(step);
@@ -514,6 +530,20 @@ void TestTranscriptArea::paintsTheSpeakersAboveTheirBubbles()
     QVERIFY(!isPainted({middle, 0, middle, nelo.top()}));
     QVERIFY(isPainted(besideTheUser.translated(middle, 0)));
     QVERIFY(!isPainted(besideTheUser));
+}
+
+void TestTranscriptArea::theSpeakersNamesHaveAFontOfTheirOwn()
+{
+    m_area->append(Speaker::Nelo, u"answer"_s);
+    showArea();
+    const auto name = [this] {
+        return m_area->viewport()->grab({0, 0, m_area->width(), m_area->bubbleRect(0).top()}).toImage();
+    };
+    const QImage before = name();
+    QFont large = m_area->font();
+    large.setPixelSize(30);
+    m_area->setFont(large);
+    QCOMPARE(name(), before);
 }
 
 void TestTranscriptArea::paintsTextAsItStands()

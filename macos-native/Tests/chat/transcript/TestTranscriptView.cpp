@@ -55,6 +55,7 @@ private slots:
     void copyKeepsTheTextAsItCame();
     void shiftedKeysSelect_data();
     void shiftedKeysSelect();
+    void keysThatAreHeededGoNoFurther();
     void selectingFarDownScrollsThere();
     void theFocusIsVisibleToTheKeyboardOnly();
 
@@ -436,6 +437,21 @@ void TestTranscriptView::shiftedKeysSelect()
     for (const QKeySequence::StandardKey key : keys)
         QTest::keySequence(m_view, key);
     QTEST(m_view->selectedText(), "selected");
+}
+
+void TestTranscriptView::keysThatAreHeededGoNoFurther()
+{
+    m_view->setFocus(Qt::TabFocusReason);
+    for (const QKeySequence::StandardKey key : {QKeySequence::SelectAll, QKeySequence::Copy,
+                                                QKeySequence::SelectPreviousChar, QKeySequence::SelectNextWord}) {
+        const QKeyCombination combination = QKeySequence(key)[0];
+        QKeyEvent event(QEvent::KeyPress, combination.key(), combination.keyboardModifiers());
+        QApplication::sendEvent(m_view, &event);
+        QVERIFY2(event.isAccepted(), qPrintable(QKeySequence(key).toString()));
+    }
+    QKeyEvent other(QEvent::KeyPress, Qt::Key_F9, Qt::NoModifier);
+    QApplication::sendEvent(m_view, &other);
+    QVERIFY(!other.isAccepted());
 }
 
 void TestTranscriptView::selectingFarDownScrollsThere()
