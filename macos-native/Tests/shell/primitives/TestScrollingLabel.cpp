@@ -155,6 +155,7 @@ void TestScrollingLabel::canBeSelectedButNotEdited()
     QCOMPARE(label.text(), QStringLiteral("text"));
     QTest::keySequence(&label, QKeySequence::SelectAll);
     QCOMPARE(label.textCursor().selectedText(), QStringLiteral("text"));
+    QVERIFY(!label.testAttribute(Qt::WA_InputMethodEnabled)); // nobody offers to compose a text for it
 }
 
 void TestScrollingLabel::tabLeavesIt()
