@@ -227,11 +227,9 @@ void TestHelperProcess::aSignalDoesNotEndTheWaitForAChild()
 {
     static std::atomic<int> taken;
     taken = 0;
-    struct sigaction interrupting
-    {};
+    struct sigaction interrupting = {};
     interrupting.sa_handler = [](int) { ++taken; }; // and the call in which it is taken is not begun anew
-    struct sigaction before
-    {};
+    struct sigaction before = {};
     sigaction(SIGUSR1, &interrupting, &before);
     const std::set<pid_t> others = ProcessTable::threads();
     {

@@ -1,5 +1,6 @@
 #include "support/ProcessTable.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -40,6 +41,17 @@ std::set<pid_t> ProcessTable::threads()
 bool ProcessTable::isAsleep(pid_t thread)
 {
     return stateOf(thread) == 'S';
+}
+
+bool ProcessTable::hasPending(pid_t thread, int signal)
+{
+    std::ifstream file("/proc/" + std::to_string(thread) + "/status");
+    std::string word;
+    while (file >> word && word != "SigPnd:") {
+    }
+    std::uint64_t mask = 0;
+    file >> std::hex >> mask;
+    return (mask >> (signal - 1) & 1U) != 0;
 }
 
 bool ProcessTable::isZombie(pid_t child)
