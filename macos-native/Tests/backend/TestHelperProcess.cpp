@@ -1,6 +1,7 @@
 #include "backend/HelperProcess.h"
 
 #include "backend/ChildReaper.h"
+#include "support/Interruption.h"
 #include "support/ProcessTable.h"
 #include "support/Warnings.h"
 
@@ -9,7 +10,6 @@
 #include <QTest>
 
 #include <algorithm>
-#include <atomic>
 
 #include <fcntl.h>
 #include <signal.h>
@@ -225,12 +225,6 @@ void TestHelperProcess::aDroppedChildIsNotToldToTerminate()
 
 void TestHelperProcess::aSignalDoesNotEndTheWaitForAChild()
 {
-    static std::atomic<int> taken;
-    taken = 0;
-    struct sigaction interrupting = {};
-    interrupting.sa_handler = [](int) { ++taken; }; // and the call in which it is taken is not begun anew
-    struct sigaction before = {};
-    sigaction(SIGUSR1, &interrupting, &before);
     const std::set<pid_t> others = ProcessTable::threads();
     {
         const HelperProcess child = shell("exec sleep 60");
@@ -239,13 +233,9 @@ void TestHelperProcess::aSignalDoesNotEndTheWaitForAChild()
     std::erase_if(waiting, [&others](pid_t thread) { return others.contains(thread); });
     QCOMPARE(waiting.size(), 1U);
 
-    QTRY_VERIFY(ProcessTable::isAsleep(*waiting.begin()));
-    QCOMPARE(tgkill(getpid(), *waiting.begin(), SIGUSR1), 0);
-    QTRY_COMPARE(taken.load(), 1);
-    QTRY_VERIFY(ProcessTable::isAsleep(*waiting.begin()));
+    Interruption().strike(*waiting.begin());
     m_reaper->stopAll(10s);
     QVERIFY(ProcessTable::children().empty());
-    sigaction(SIGUSR1, &before, nullptr);
 }
 
 void TestHelperProcess::stoppingInsistsWhenTheGraceIsOver()

@@ -1,7 +1,7 @@
 #include "settings/ApiKeyStore.h"
 
 #include "support/Files.h"
-#include "support/ProcessTable.h"
+#include "support/Interruption.h"
 #include "support/SmallDisk.h"
 #include "support/TestHome.h"
 #include "support/Warnings.h"
@@ -16,7 +16,6 @@
 #include <thread>
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -287,10 +286,6 @@ void TestApiKeyStore::keysThatAreStoredAtOnceAreAllKept()
 void TestApiKeyStore::aSignalDoesNotEndTheWaitForAnotherProgram()
 {
     QVERIFY(ApiKeyStore().setKey(openai, QStringLiteral("one")));
-    struct sigaction interrupting = {};
-    interrupting.sa_handler = [](int) {}; // and the call in which it is taken is not begun anew
-    struct sigaction before = {};
-    sigaction(SIGUSR1, &interrupting, &before);
     const QByteArray folder = QFile::encodeName(QFileInfo(file()).path());
     const int lock = open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     QCOMPARE(flock(lock, LOCK_EX), 0);
@@ -298,22 +293,13 @@ void TestApiKeyStore::aSignalDoesNotEndTheWaitForAnotherProgram()
     const pid_t writer = gettid();
     std::atomic<bool> isFree = false;
     std::thread other([&isFree, writer, lock] {
-        const auto until = [](const auto& condition) {
-            while (!condition())
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        };
-        const auto waits = [writer] { return ProcessTable::isAsleep(writer); };
-        until(waits);
-        tgkill(getpid(), writer, SIGUSR1);
-        until([writer] { return !ProcessTable::hasPending(writer, SIGUSR1); });
-        until(waits);
+        Interruption().strike(writer);
         isFree = true;
         close(lock);
     });
     const bool isStored = ApiKeyStore().setKey(openai, QStringLiteral("two"));
     const bool hasWaited = isFree;
     other.join();
-    sigaction(SIGUSR1, &before, nullptr);
     QVERIFY(isStored);
     QVERIFY(hasWaited);
     QCOMPARE(ApiKeyStore().key(openai), QStringLiteral("two"));
