@@ -53,7 +53,7 @@ def add_local_agent(ecosystem: object, agent_id: object, name: object, workspace
             _refuse_taken_id(entries, record)
             with explained(f"Cannot create the workspace {folder}"):
                 created = files.make_private_folder(folder)
-            entries.append(record)
+            entries.append({**record, "madeWorkspace": created})
     except BaseException:
         if created:
             with contextlib.suppress(OSError):
@@ -94,9 +94,9 @@ def rename_local_agent(ecosystem: object, agent_id: object, name: object) -> dic
 def delete_local_agent(ecosystem: object, agent_id: object, remove_workspace: object = False) -> dict[str, object]:
     """Delete the record of a managed agent and, when `remove_workspace` is true, its workspace.
 
-    Only a folder directly in the ecosystem's agents folder that bears the agent's id is removed; a symbolic link there
-    is removed and its target kept. Answers "ecosystem", "id", "workspace" and "workspaceRemoved". Raises `BackendError`
-    when the agent is not managed, or when it cannot be deleted.
+    Only a workspace that was made when the agent was added is removed, and never one of openclaw: there the folder
+    holds the sessions and credentials of the agent. Answers "ecosystem", "id", "workspace" and "workspaceRemoved".
+    Raises `BackendError` when the agent is not managed, or when it cannot be deleted.
     """
     owner = arguments.ecosystem(ecosystem)
     identity = arguments.folder_name(agent_id, "agent id")
@@ -106,7 +106,8 @@ def delete_local_agent(ecosystem: object, agent_id: object, remove_workspace: ob
             matching = _managed(entries, owner, identity)
             workspace = str(_row(owner, identity, _record(matching[0]))["workspace"])
             entries[:] = [entry for entry in entries if not any(entry is match for match in matching)]
-            if remove_workspace is True and workspaces.is_removable(workspace, owner, identity):
+            made = matching[0].get("madeWorkspace") is True
+            if remove_workspace is True and made and workspaces.is_removable(workspace, owner, identity):
                 hidden = workspaces.hide(workspace)
     except BaseException:
         if hidden:

@@ -50,9 +50,22 @@ def discovered_agents(ecosystem: str) -> list[str]:
 
 
 def is_removable(workspace: str, ecosystem: str, agent_id: str) -> bool:
-    """Whether a workspace may be deleted with its agent: a folder or link in the agents folder that bears its id."""
+    """Whether a workspace that we made may be deleted with its agent.
+
+    It must be a folder or link in the agents folder that bears the agent's id. What is below the agents folder of
+    openclaw never is: its sessions and credentials are there.
+    """
+    if is_openclaw_state(workspace):
+        return False
     is_there = os.path.islink(workspace) or os.path.isdir(workspace)
     return is_there and os.path.basename(workspace) == agent_id and _is_in_agents_folder(workspace, ecosystem)
+
+
+def is_openclaw_state(path: str) -> bool:
+    """Whether a path is the agents folder of openclaw, below it, or above it, also through symbolic links."""
+    state = os.path.realpath(paths.agents_folder("openclaw"))
+    target = os.path.realpath(path)
+    return os.path.commonpath([state, target]) in (state, target)
 
 
 def hide(workspace: str) -> str:

@@ -235,31 +235,34 @@ class DeleteTest(AgentTestCase):
         app.delete_local_agent("codex", "a")
         self.assertEqual(self.rows(), [("codex", "a", "discovered")])
 
+    def delete_recorded(self, **record: object) -> None:
+        """Delete an agent whose record says something, and see that its workspace stays."""
+        path = str(record["workspace"])
+        self.make_file(f"{os.path.relpath(path, self.home)}/file", "mine")
+        self.make_file(".nelo/agents.json", json.dumps({"agents": [{"id": "a", **record}]}))
+        self.assertIs(app.delete_local_agent(record["ecosystem"], "a", True)["workspaceRemoved"], False)
+        with open(os.path.join(path, "file"), encoding="utf-8") as file:
+            self.assertEqual(file.read(), "mine")
+
     def test_a_workspace_elsewhere_is_never_removed(self) -> None:
-        elsewhere = ["projects/a", ".codex/agents/a/a", ".kimi/agents/a", ".codex/a"]
-        for name in elsewhere:
+        for name in ("projects/a", ".codex/agents/a/a", ".kimi/agents/a", ".codex/a", ".codex/agents/b"):
             with self.subTest(name):
-                self.make_file(f"{name}/file", "mine")
-                record = {"ecosystem": "codex", "id": "a", "workspace": self.path(name)}
-                self.make_file(".nelo/agents.json", json.dumps({"agents": [record]}))
-                self.assertIs(app.delete_local_agent("codex", "a", True)["workspaceRemoved"], False)
-                self.assertEqual(self.read(f"{name}/file"), "mine")
+                self.delete_recorded(ecosystem="codex", workspace=self.path(name), madeWorkspace=True)
 
-    def test_the_folder_of_another_agent_is_never_removed(self) -> None:
-        self.make_file(".codex/agents/b/file", "mine")
-        record = {"ecosystem": "codex", "id": "a", "workspace": self.path(".codex/agents/b")}
-        self.make_file(".nelo/agents.json", json.dumps({"agents": [record]}))
-        self.assertIs(app.delete_local_agent("codex", "a", True)["workspaceRemoved"], False)
-        self.assertEqual(self.rows(), [("codex", "b", "discovered")])
-
-    def test_of_a_linked_workspace_only_the_link_is_removed(self) -> None:
-        self.make_file("elsewhere/file", "mine")
-        os.makedirs(self.path(".codex/agents"))
-        os.symlink(self.path("elsewhere"), self.path(".codex/agents/a"))
+    def test_a_workspace_that_was_not_made_with_the_agent_is_never_removed(self) -> None:
+        for made in ({}, {"madeWorkspace": False}, {"madeWorkspace": "true"}):
+            with self.subTest(made=made):
+                self.delete_recorded(ecosystem="kimi", workspace=self.path(".kimi/agents/a"), **made)
+        self.make_file(".codex/agents/a/file", "mine")
         app.adopt_local_agent("codex", "a", "A", "")
-        self.assertIs(app.delete_local_agent("codex", "a", True)["workspaceRemoved"], True)
-        self.assertEqual(os.listdir(self.path(".codex/agents")), [])
-        self.assertEqual(self.read("elsewhere/file"), "mine")
+        self.assertIs(app.delete_local_agent("codex", "a", True)["workspaceRemoved"], False)
+        self.assertEqual(self.read(".codex/agents/a/file"), "mine")
+
+    def test_nothing_below_the_agents_of_openclaw_is_ever_removed(self) -> None:
+        self.delete_recorded(ecosystem="openclaw", workspace=self.path(".openclaw/agents/a"), madeWorkspace=True)
+        os.makedirs(self.path(".codex"))
+        os.symlink(self.path(".openclaw/agents"), self.path(".codex/agents"))
+        self.delete_recorded(ecosystem="codex", workspace=self.path(".codex/agents/a"), madeWorkspace=True)
 
     def test_a_link_inside_the_workspace_is_not_followed(self) -> None:
         self.make_file("elsewhere/file", "mine")
@@ -278,7 +281,7 @@ class DeleteTest(AgentTestCase):
 
     def test_a_recorded_workspace_may_end_in_slashes(self) -> None:
         workspace = self.make_agent_folder("codex", "a")
-        record = {"ecosystem": "codex", "id": "a", "workspace": workspace + "//"}
+        record = {"ecosystem": "codex", "id": "a", "workspace": workspace + "//", "madeWorkspace": True}
         self.make_file(".nelo/agents.json", json.dumps({"agents": [record]}))
         self.assertEqual([row["workspace"] for row in app.list_local_agents()], [workspace])
         done = app.delete_local_agent("codex", "a", True)
