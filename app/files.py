@@ -12,13 +12,18 @@ import time
 from collections.abc import Iterator
 
 from . import paths
-from .errors import explained
+from .errors import BackendError, explained, reason
+
+LOCK_SECONDS = 5.0
+"""How long a change waits for the lock; the windows wait as long."""
 
 OTHERS = 0o007
 """The permission bits of those who are neither the owner nor in the group."""
 
 GROUP_AND_OTHERS = 0o077
 """The permission bits of everybody but the owner."""
+
+_LOCK_INTERVAL = 0.01
 
 _WRITING = ".writing"
 _LEFT_BEHIND = re.compile(rf"{re.escape(_WRITING)}-[0-9a-f]{{16}}")
@@ -34,10 +39,13 @@ def read_file(path: str, limit: int = -1) -> bytes | None:
         descriptor = os.open(path, os.O_RDONLY | os.O_NONBLOCK | os.O_CLOEXEC)
     except FileNotFoundError:
         return None
-    with open(descriptor, "rb") as file:
+    try:
         if not stat.S_ISREG(os.fstat(descriptor).st_mode):
             raise OSError(errno.EINVAL, "it is not a regular file")
-        return file.read(limit)
+        with open(descriptor, "rb", closefd=False) as file:  # which would leave open what it refuses
+            return file.read(limit)
+    finally:
+        os.close(descriptor)
 
 
 def replace_file(path: str, content: bytes, forbidden: int = 0) -> None:
@@ -105,18 +113,18 @@ def unused_name(folder: str, prefix: str) -> str:
 
 
 @contextlib.contextmanager
-def exclusive() -> Iterator[None]:
+def exclusive(seconds: float | None = None) -> Iterator[None]:
     """Hold the one lock under which everything of ours is changed, against threads and other processes alike.
 
-    The system gives the lock back when its holder dies. It is not to be taken twice.
+    The system gives the lock back when its holder dies. It is not to be taken twice. Raises `BackendError` when somebody
+    else holds it for `seconds`, which is `LOCK_SECONDS` where it is not given.
     """
     path = paths.nelo_file("backend.lock")
     with explained(f"Cannot write in {os.path.dirname(path)}"):
         make_private_folder(os.path.dirname(path))
         descriptor = os.open(path, os.O_RDWR | os.O_CREAT | os.O_CLOEXEC, 0o600)
     try:
-        with explained(f"Cannot lock {path}"):
-            fcntl.flock(descriptor, fcntl.LOCK_EX)
+        _lock(descriptor, path, LOCK_SECONDS if seconds is None else seconds)
         yield
     finally:
         os.close(descriptor)
@@ -125,6 +133,24 @@ def exclusive() -> Iterator[None]:
 def iso_time(seconds: float) -> str:
     """A moment as ISO 8601 in UTC, to the second."""
     return time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(seconds))
+
+
+def _lock(descriptor: int, path: str, seconds: float) -> None:
+    """Take the lock, asking again and again: a system call that waits could not be told when to give up."""
+    deadline = time.monotonic() + seconds
+    while True:
+        try:
+            fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
+            return
+        except BlockingIOError:
+            if time.monotonic() >= deadline:
+                raise BackendError(
+                    f"Another program has locked {path} for {seconds:g} seconds. "
+                    "Wait until it has finished, or end it, and try again."
+                ) from None
+        except OSError as error:
+            raise BackendError(f"Cannot lock {path}: {reason(error)}.") from error
+        time.sleep(_LOCK_INTERVAL)
 
 
 def _status(path: str) -> os.stat_result | None:

@@ -22,11 +22,12 @@ _LEFT_BEHIND = re.compile(rf"({re.escape(_STAGING)}|{re.escape(_ASIDE)})-[0-9a-f
 def recover(skills_folder: str) -> None:
     """Bring back what an install that was killed had put aside, and remove what it had begun.
 
-    Whatever is there while we hold the lock was left by the dead. A folder that cannot be mended stays as it is.
+    Whatever is there while we hold the lock was left by the dead. A folder that cannot be mended stays as it is, and so
+    does one that a living process works with: nobody waits for it.
     """
     with contextlib.suppress(OSError, ValueError, BackendError):
         if any(map(_LEFT_BEHIND.fullmatch, os.listdir(skills_folder))):
-            with files.exclusive():
+            with files.exclusive(seconds=0):
                 _recover_locked(skills_folder)
 
 

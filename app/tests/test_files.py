@@ -12,7 +12,8 @@ import threading
 import time
 from unittest import mock
 
-from app import files
+import app
+from app import files, skill_folders
 from app.tests.support import HomeTestCase, wait_for
 
 
@@ -192,8 +193,10 @@ class ReadFileTest(HomeTestCase):
 
     def test_a_folder_and_a_pipe_are_errors_and_do_not_block(self) -> None:
         os.mkfifo(self.path("pipe"))
+        before = os.listdir("/dev/fd")
         for name in ("pipe", ""):
             self.assertRaises(OSError, files.read_file, self.path(name))
+        self.assertEqual(len(os.listdir("/dev/fd")), len(before))
 
 
 class ExclusiveTest(HomeTestCase):
@@ -232,6 +235,24 @@ class ExclusiveTest(HomeTestCase):
         holder.send_signal(signal.SIGKILL)
         with files.exclusive():
             self.assertTrue(wait_for(lambda: holder.poll() is not None))
+
+    def test_a_lock_that_another_program_keeps_is_given_up(self) -> None:
+        self.assertEqual(files.LOCK_SECONDS, 5.0)
+        with files.exclusive(), mock.patch.object(files, "LOCK_SECONDS", 0.1):
+            self.assertEqual(
+                self.refusal(app.add_news_source, {"type": "x", "id": "a", "name": "A", "url": "https://e.org"}),
+                f"Another program has locked {self.path('.nelo/backend.lock')} for 0.1 seconds. "
+                "Wait until it has finished, or end it, and try again.",
+            )
+        self.assertEqual(self.files_below(".nelo"), [])
+
+    def test_a_list_does_not_wait_for_the_lock(self) -> None:
+        os.makedirs(self.path("skills/.installing-0123456789abcdef"))
+        with files.exclusive(), mock.patch.object(files, "LOCK_SECONDS", 60.0):
+            skill_folders.recover(self.path("skills"))
+        self.assertEqual(os.listdir(self.path("skills")), [".installing-0123456789abcdef"])
+        skill_folders.recover(self.path("skills"))
+        self.assertEqual(os.listdir(self.path("skills")), [])
 
     def test_the_lock_is_its_owners_only_and_leaves_no_descriptor(self) -> None:
         with files.exclusive():
