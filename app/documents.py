@@ -11,8 +11,11 @@ from . import arguments, files, paths
 from .errors import explained
 
 
-_INTEGER_DIGITS = 4300
-"""How many digits an integer may have; Python refuses more by itself, since it reads them slowly."""
+_INTEGERS = range(-(2**63), 2**64)
+"""The integers of 64 bits, with a sign or without: the reader of our replies knows no others."""
+
+_INTEGER_LENGTH = 20
+"""How many characters the longest of them has. Python reads integers of many digits slowly."""
 
 
 def _refuse_far_number(number: str) -> object:
@@ -23,8 +26,8 @@ def parse_json(text: bytes, far_number: Callable[[str], object] = _refuse_far_nu
     """The value of a JSON text. Raises `ValueError` for everything that JSON in UTF-8 cannot carry onward.
 
     That includes what Python's parser takes beyond JSON: NaN, halves of surrogate pairs, and nesting that it cannot
-    follow. Numbers that are too large for a double or have more digits than we read are valid JSON, and yet nobody can
-    work with them: `far_number` is given their text and answers what stands for them, or refuses them.
+    follow. Numbers that are too large for a double, or integers that do not fit in 64 bits, are valid JSON, and yet
+    nobody can work with them: `far_number` is given their text and answers what stands for them, or refuses them.
     """
 
     def fraction(number: str) -> object:
@@ -32,7 +35,9 @@ def parse_json(text: bytes, far_number: Callable[[str], object] = _refuse_far_nu
         return value if math.isfinite(value) else far_number(number)
 
     def integer(number: str) -> object:
-        return far_number(number) if len(number) > _INTEGER_DIGITS else int(number)
+        if len(number) > _INTEGER_LENGTH or int(number) not in _INTEGERS:
+            return far_number(number)
+        return int(number)
 
     try:
         value: object = json.loads(

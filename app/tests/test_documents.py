@@ -33,16 +33,16 @@ class ParseJsonTest(HomeTestCase):
         self.assertEqual(printed, text.replace(rb"\ud83d\ude00", "😀".encode()))
 
     def test_what_cannot_travel_onward_is_a_value_error(self) -> None:
-        for text in (b"NaN", b"-Infinity", b"1e999", b'"\\udc00"', b"\xff", b"", b"[" * 100_000, b"9" * 10_000 + b"]"):
+        for text in (b"18446744073709551616", b"-9223372036854775809", b"NaN", b"-Infinity", b"1e999", b'"\\udc00"', b"\xff", b"", b"[" * 100_000, b"9" * 10_000 + b"]"):
             with self.subTest(text=text[:20]):
                 self.assertRaises(ValueError, parse_json, text)
 
     def test_a_number_that_is_too_large_is_told_in_our_own_words(self) -> None:
-        for number in ("1e999", "-1e999", "9" * 4301):
+        for number in ("1e999", "-1e999", "1" + "9" * 19, "9" * 9999):
             told = r"\Athe number [-9e1…]{5,60} is too large\Z"
             with self.subTest(number[:9]), self.assertRaisesRegex(ValueError, told):
                 parse_json(f"[{number}]".encode())
-        self.assertEqual(parse_json(b"9" * 4300), int("9" * 4300))
+        self.assertEqual(parse_json(b"[18446744073709551615, -9223372036854775808]"), [2**64 - 1, -(2**63)])
         self.assertEqual(parse_json(b"[1e400, 1e4, 7]", str), ["1e400", 1e4, 7])
 
 
