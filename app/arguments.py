@@ -10,6 +10,8 @@ from .errors import BackendError
 
 _NAME_BYTES = 255
 _SHOWN_LENGTH = 60
+_DIRECTIONS = frozenset("\u061c\u200e\u200f\u202a\u202b\u202c\u202d\u202e\u2066\u2067\u2068\u2069")
+"""The characters with Unicode's property Bidi_Control, which can make one id look like another."""
 
 
 def text(value: object, what: str) -> str:
@@ -55,6 +57,10 @@ def folder_name_problem(name: str) -> str:
         return "may not hold a slash or begin with a dot"
     if any(ord(character) < 32 or ord(character) == 127 for character in name):
         return "may not hold control characters"
+    if name != name.strip():
+        return "may not begin or end with a blank"
+    if not _DIRECTIONS.isdisjoint(name):
+        return "may not hold characters that change the direction of the text"
     try:
         length = len(name.encode())
     except UnicodeEncodeError:
