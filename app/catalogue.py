@@ -13,6 +13,10 @@ LIMIT = 10_000_000
 """How many bytes the catalogue may have."""
 
 
+ENTRY_LIMIT = 5000
+"""How many entries the catalogue may have: the console offers all of them in one list."""
+
+
 def refresh_cloud_skills_via_core() -> dict[str, object]:
     """Fetch the catalogue that the settings name, keep it, and answer {"count": number of its entries}.
 
@@ -53,6 +57,10 @@ def _fetched_entries(address: str) -> list[dict[str, object]]:
         raise BackendError(
             f"The document at {web.shown(address)} is not a catalogue of skills: it must be a JSON list of objects, "
             'or an object with such a list under "skills".'
+        )
+    if len(entries) > ENTRY_LIMIT:
+        raise BackendError(
+            f"The catalogue {web.shown(address)} lists {len(entries)} skills, and at most {ENTRY_LIMIT} are taken."
         )
     path = _path()
     with files.exclusive(), explained(f"Cannot save {path}"):

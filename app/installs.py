@@ -116,11 +116,16 @@ def _fetched_package(base: str, key: str, entry: dict[str, object]) -> bytes:
     what = f"package address of {arguments.quoted(key)}"
     try:
         address = urljoin(base, arguments.filled_text(entry.get("url"), what))
-        is_local = urlsplit(address).scheme == "file" != urlsplit(base).scheme
+        schemes = urlsplit(base).scheme, urlsplit(address).scheme
     except ValueError as error:
         raise BackendError(f"The {what} is not a valid address.") from error
-    if is_local:
+    if schemes[1] == "file" != schemes[0]:
         raise BackendError(f"The catalogue names a file of this machine as the package of {arguments.quoted(key)}.")
+    if schemes == ("https", "http") and "sha256" not in entry:
+        raise BackendError(
+            f"The catalogue has the package of {arguments.quoted(key)} fetched over http, which anybody on the way can "
+            "change, and gives no SHA-256 to check it. Ask whoever keeps the catalogue for an https address."
+        )
     try:
         package = web.fetch(address, PACKAGE_SECONDS, packages.SIZE_LIMIT)
     except web.FetchError as error:

@@ -14,7 +14,9 @@ if TYPE_CHECKING:  # for the type checker only: importing typing, too, is slow
     from http.client import HTTPResponse
 
 _CHUNK = 64 * 1024
-_REDIRECTS = 10
+_MAX_REDIRECTS = 10
+_REDIRECTS = (("http", "http"), ("http", "https"), ("https", "https"))
+"""The schemes from which and to which a redirect is followed."""
 
 
 class FetchError(Exception):
@@ -25,8 +27,9 @@ def fetch(address: str, seconds: float, limit: int) -> bytes:
     """The bytes at an http, https or file address.
 
     The time covers everything, name resolution and a server that trickles included, and more than `limit` bytes are
-    refused while they arrive. The system's proxies are used, but never for this machine itself. A redirect may not
-    change the scheme. Raises `FetchError`.
+    refused while they arrive. The system's proxies are used, but never for this machine itself. A redirect may change
+    the scheme from http to https and not otherwise. A user name or a password in an address is refused, since the
+    libraries would take it for a part of the host's name and look that up. Raises `FetchError`.
     """
     outcome: list[bytes | Exception] = []
     deadline = time.monotonic() + seconds
@@ -125,7 +128,7 @@ def _follow(address: str, deadline: float) -> HTTPResponse:
     from urllib.parse import urljoin, urlsplit
 
     asked = address
-    for _ in range(_REDIRECTS):
+    for _ in range(_MAX_REDIRECTS):
         try:
             return _open(asked, max(0.1, deadline - time.monotonic()))
         except urllib.error.HTTPError as error:
@@ -133,8 +136,8 @@ def _follow(address: str, deadline: float) -> HTTPResponse:
             target = error.headers.get("Location") if error.code in (301, 302, 303, 307, 308) else None
             if not target:
                 raise FetchError(f"the server answered with HTTP {error.code}") from error
-        asked = urljoin(asked, target)
-        if urlsplit(asked).scheme != urlsplit(address).scheme:
+        before, asked = asked, urljoin(asked, target)
+        if (urlsplit(before).scheme, urlsplit(asked).scheme) not in _REDIRECTS:
             raise FetchError(f"the server redirects to another kind of address, {shown(asked)}")
     raise FetchError("the server redirects without end")
 
@@ -143,6 +146,8 @@ def _open(address: str, seconds: float) -> HTTPResponse:
     import urllib.request as request
     from urllib.parse import quote, urlsplit
 
+    if "@" in urlsplit(address).netloc:
+        raise FetchError("the address may not hold a user name or a password")
     director = request.OpenerDirector()
     for handler in (
         request.ProxyHandler({} if is_loopback(urlsplit(address).hostname or "") else None),

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import json
 import socket
+import ssl
 import struct
 import threading
 from collections.abc import Callable, Mapping
@@ -84,8 +85,14 @@ class HttpServer(ThreadingHTTPServer):
 
     daemon_threads = True
 
-    def __init__(self) -> None:
+    def __init__(self, certificate: str = "") -> None:
+        """With the path of a certificate and its key, it speaks TLS."""
         super().__init__(("127.0.0.1", 0), Exchange)
+        self._scheme = "https" if certificate else "http"
+        if certificate:
+            context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+            context.load_cert_chain(certificate)
+            self.socket = context.wrap_socket(self.socket, server_side=True)
         self.answers: dict[str, Answer] = {}
         self.requests: list[tuple[str, str, str]] = []
         self.closing = threading.Event()
@@ -95,7 +102,7 @@ class HttpServer(ThreadingHTTPServer):
 
     @property
     def address(self) -> str:
-        return f"http://127.0.0.1:{self.server_address[1]}"
+        return f"{self._scheme}://127.0.0.1:{self.server_address[1]}"
 
     def serve(self, path: str, body: bytes, status: int = 200, headers: Mapping[str, str] | None = None) -> str:
         """Answer a path with fixed bytes, and tell its full address."""

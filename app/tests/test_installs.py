@@ -13,7 +13,7 @@ from collections.abc import Iterator
 from unittest import mock
 
 import app
-from app import installs, packages
+from app import catalogue, installs, packages, web
 from app.tests.http_server import Exchange, HttpServer
 from app.tests.support import HomeTestCase, wait_for
 from app.tests.test_packages import make_package
@@ -468,6 +468,27 @@ class CloudSkillTest(InstallTestCase):
         package = self.make_file("weather.zip", skill("one"))
         for url in (f"file://{package}", f"FILE://{package}"):
             self.assertIn("names a file of this machine", self.refusal(self.install_from, {"url": url}))
+
+    def test_a_catalogue_over_https_names_a_package_over_http_with_its_checksum_only(self) -> None:
+        package = skill("one")
+        digest = hashlib.sha256(package).hexdigest()
+        for url, more, is_fetched in (
+            ("http://host/weather.zip", {}, False),
+            ("HTTP://host/weather.zip", {}, False),
+            ("//host/weather.zip", {}, True),
+            ("http://host/weather.zip", {"sha256": digest}, True),
+        ):
+            entries = [{"key": "weather", "url": url, **more}]
+            served = mock.patch.object(catalogue, "current_entries", return_value=("https://host/c.json", entries))
+            with self.subTest(url, **more), served, mock.patch.object(web, "fetch", return_value=package) as fetch:
+                if is_fetched:
+                    app.install_cloud_skill_from_core("openclaw", "weather", "main")
+                else:
+                    self.assertIn(
+                        "over http, which anybody on the way can change",
+                        self.refusal(app.install_cloud_skill_from_core, "openclaw", "weather", "main"),
+                    )
+                self.assertEqual(fetch.called, is_fetched)
 
     def test_a_catalogue_in_a_file_may_name_packages_beside_it(self) -> None:
         self.make_file("catalogue/weather.zip", skill("one"))
