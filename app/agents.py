@@ -1,133 +1,184 @@
-"""The agents on this machine: records that we manage, and folders that we discover.
+"""The agents on this machine: those that the agent programs have, and our records of those that we manage.
 
-A managed record and a discovered folder of the same ecosystem and id are one agent.
+A record says that an agent was added or adopted here. It has a name only where the program does not keep that name.
 """
 
 from __future__ import annotations
 
-import contextlib
-import os
 import time
 
-from . import arguments, files, paths, workspaces
+from . import arguments, files, paths
 from .documents import Collection
-from .errors import BackendError, explained
+from .errors import BackendError
+from .rows import agent_row
+
+TYPE_CHECKING = False
+if TYPE_CHECKING:  # for the type checker only: importing it is slow
+    from .ecosystems import Agent
 
 _REGISTRY = Collection("agents.json", "agents")
 _RECORD_KEYS = ("ecosystem", "id", "name", "workspace", "createdAt")
+
+Records = dict[tuple[str, str], dict[str, str]]
+"""The texts of each record, by ecosystem and id."""
 
 
 def list_local_agents() -> list[dict[str, object]]:
     """Every agent, by ecosystem and id.
 
-    Each row has "id", "name", "ecosystem", "origin" ("managed" or "discovered"), "state" ("available", or "missing"
-    when the workspace is gone), "lastSeen", "workspace" and "createdAt". Raises `BackendError` when the registry exists
-    and cannot be read.
+    Each row has "id", "name", "ecosystem" and "origin" ("managed" or "discovered"), and where they are known "state",
+    "lastSeen", "workspace" and "createdAt". Of an ecosystem that cannot be read, only what is managed is listed, with
+    the reason as its state. Raises `BackendError` when the registry exists and cannot be read.
     """
-    records = [record for record in map(_record, _REGISTRY.entries()) if record]
-    managed = {(record["ecosystem"], record["id"]): record for record in reversed(records)}
+    records = _records()
     rows = []
     for ecosystem in paths.ECOSYSTEMS:
-        ids = {agent_id for owner, agent_id in managed if owner == ecosystem}
-        for agent_id in sorted(ids.union(workspaces.discovered_agents(ecosystem))):
-            rows.append(_row(ecosystem, agent_id, managed.get((ecosystem, agent_id))))
+        for agent in _known_agents(ecosystem, records):
+            rows.append(_row(ecosystem, agent, records))
     return rows
 
 
 def sync_local_agents_to_core() -> list[dict[str, object]]:
-    """The same rows as `list_local_agents`: without a Core, the registry here is the only one."""
+    """The same rows as `list_local_agents`: without a Core, what is on this machine is all there is."""
     return list_local_agents()
 
 
 def add_local_agent(ecosystem: object, agent_id: object, name: object, workspace: object = "") -> dict[str, object]:
-    """Create an agent: its record and its workspace folder. An empty workspace means the default one.
+    """Create an agent in its program, and manage it. The workspace counts only where the program gives an agent one.
 
-    Answers the new row. Raises `BackendError`, with nothing left behind, when the id is taken or something cannot be
-    written.
+    Answers the new row. Raises `BackendError` when the id is taken or the agent cannot be created.
     """
-    record = _new_record(ecosystem, agent_id, name, workspace)
-    folder = record["workspace"]
-    created = False
-    try:
-        with _REGISTRY.changing() as entries:
-            _refuse_taken_id(entries, record)
-            with explained(f"Cannot create the workspace {folder}"):
-                created = files.make_private_folder(folder)
-            entries.append({**record, "madeWorkspace": created})
-    except BaseException:
-        if created:
-            with contextlib.suppress(OSError):
-                os.rmdir(folder)
-        raise
-    return _row(record["ecosystem"], record["id"], record)
+    from .ecosystems import ecosystem as implementation
+
+    owner = arguments.ecosystem(ecosystem)
+    identity = arguments.folder_name(agent_id, "agent id")
+    wanted_name = arguments.filled_text(name, "agent's name")
+    place = arguments.text(workspace, "workspace path").strip()
+    if (owner, identity) in _records():
+        raise BackendError(f"{_title(owner, identity)} is managed already. Choose another id.")
+    program = implementation(owner)
+    if any(agent.id == identity for agent in program.agents()):
+        raise BackendError(f"{_title(owner, identity)} exists already. Adopt it, or choose another id.")
+    agent = program.add_agent(identity, wanted_name, place)
+    return _manage(owner, agent, wanted_name, {"createdAt": files.iso_time(time.time())})
 
 
 def adopt_local_agent(ecosystem: object, agent_id: object, name: object, workspace: object = "") -> dict[str, object]:
-    """Make a managed agent of a discovered one, under a chosen name. Nothing in its folder changes.
+    """Manage an agent that a program has, under a chosen name. Nothing of the program's changes.
 
-    Answers the row. Raises `BackendError` when there is no such folder or the agent is managed already.
+    Answers the row. Raises `BackendError` when there is no such agent or it is managed already.
     """
-    record = _new_record(ecosystem, agent_id, name, workspace)
-    with _REGISTRY.changing() as entries:
-        if _matching(entries, record["ecosystem"], record["id"]):
-            raise BackendError(f"{_title(record)} is managed already. Rename it instead.")
-        status = workspaces.folder_status(record["workspace"])
-        if status is None:
-            raise BackendError(f"{_title(record)} cannot be adopted: there is no folder {record['workspace']}.")
-        record["createdAt"] = _creation_time(status)
-        entries.append(record)
-    return _row(record["ecosystem"], record["id"], record)
+    owner = arguments.ecosystem(ecosystem)
+    identity = arguments.folder_name(agent_id, "agent id")
+    wanted_name = arguments.filled_text(name, "agent's name")
+    arguments.text(workspace, "workspace path")  # what the row said; the program itself is asked again
+    return _manage(owner, _program_agent(owner, identity), wanted_name, {})
 
 
 def rename_local_agent(ecosystem: object, agent_id: object, name: object) -> dict[str, object]:
-    """Give a managed agent another name and answer its row. Raises `BackendError` when it is not managed."""
+    """Give a managed agent another name, in its program too, and answer its row.
+
+    Raises `BackendError` when it is not managed or the program cannot do it.
+    """
+    from .ecosystems import ecosystem as implementation
+
     owner = arguments.ecosystem(ecosystem)
     identity = arguments.folder_name(agent_id, "agent id")
-    new_name = arguments.filled_text(name, "agent's name")
+    wanted_name = arguments.filled_text(name, "agent's name")
+    _refuse_unmanaged(_records(), owner, identity)
+    agent = implementation(owner).rename_agent(_program_agent(owner, identity), wanted_name)
     with _REGISTRY.changing() as entries:
-        matching = _managed(entries, owner, identity)
-        for entry in matching:
-            entry["name"] = new_name
-    return _row(owner, identity, _record(matching[0]))
+        for entry in _matching(entries, owner, identity):
+            _set_name(entry, agent, wanted_name)
+    return _row(owner, agent, _records())
 
 
 def delete_local_agent(ecosystem: object, agent_id: object, remove_workspace: object = False) -> dict[str, object]:
-    """Delete the record of a managed agent and, when `remove_workspace` is true, its workspace.
+    """Delete a managed agent. Only when `remove_workspace` is true does its program lose it too.
 
-    Only a workspace that was made when the agent was added is removed, and never one of openclaw: there the folder
-    holds the sessions and credentials of the agent. Answers "ecosystem", "id", "workspace" and "workspaceRemoved".
-    Raises `BackendError` when the agent is not managed, or when it cannot be deleted.
+    This backend itself removes no file of a program: it has the program do so, or moves the agent to the trash. Answers
+    "ecosystem", "id", and "removed", a list of the paths that went to the trash. Raises `BackendError` when the agent
+    is not managed, or when it cannot be deleted.
     """
+    from .ecosystems import ecosystem as implementation
+
     owner = arguments.ecosystem(ecosystem)
     identity = arguments.folder_name(agent_id, "agent id")
-    hidden = ""
+    _refuse_unmanaged(_records(), owner, identity)
+    removed: list[str] = []
+    if remove_workspace is True:
+        program = implementation(owner)
+        for agent in program.agents():
+            if agent.id == identity:
+                removed = program.delete_agent(agent)
+    with _REGISTRY.changing() as entries:
+        gone = _matching(entries, owner, identity)
+        entries[:] = [entry for entry in entries if not any(entry is match for match in gone)]
+    return {"ecosystem": owner, "id": identity, "removed": removed}
+
+
+def _known_agents(ecosystem: str, records: Records) -> list[Agent]:
+    """The agents of a program and those that we manage, by id."""
+    from .ecosystems import Agent, ecosystem as implementation
+
+    problem = "missing"
+    found: dict[str, Agent] = {}
     try:
-        with _REGISTRY.changing() as entries:
-            matching = _managed(entries, owner, identity)
-            workspace = str(_row(owner, identity, _record(matching[0]))["workspace"])
-            entries[:] = [entry for entry in entries if not any(entry is match for match in matching)]
-            made = matching[0].get("madeWorkspace") is True
-            if remove_workspace is True and made and workspaces.is_removable(workspace, owner, identity):
-                hidden = workspaces.hide(workspace)
-    except BaseException:
-        if hidden:
-            workspaces.put_back(hidden, workspace)
-        raise
-    if hidden:
-        workspaces.remove(hidden)
-    return {"ecosystem": owner, "id": identity, "workspace": workspace, "workspaceRemoved": bool(hidden)}
+        found = {agent.id: agent for agent in implementation(ecosystem).agents()}
+    except BackendError as error:
+        problem = str(error)
+    for owner, agent_id in records:
+        if owner == ecosystem and agent_id not in found:
+            found[agent_id] = Agent(agent_id, agent_id, state=problem)
+    return [found[agent_id] for agent_id in sorted(found)]
 
 
-def _new_record(ecosystem: object, agent_id: object, name: object, workspace: object) -> dict[str, str]:
-    owner = arguments.ecosystem(ecosystem)
-    identity = arguments.folder_name(agent_id, "agent id")
-    return {
-        "ecosystem": owner,
-        "id": identity,
-        "name": arguments.filled_text(name, "agent's name"),
-        "workspace": workspaces.checked_workspace(workspace, owner, identity),
-        "createdAt": files.iso_time(time.time()),
-    }
+def _program_agent(ecosystem: str, agent_id: str) -> Agent:
+    """The agent as its program has it. Raises `BackendError` when it has none of that id."""
+    from .ecosystems import ecosystem as implementation
+
+    for agent in implementation(ecosystem).agents():
+        if agent.id == agent_id:
+            return agent
+    raise BackendError(f"{_title(ecosystem, agent_id)} is not there. Refresh the list.")
+
+
+def _manage(ecosystem: str, agent: Agent, name: str, more: dict[str, str]) -> dict[str, object]:
+    """Record that we manage an agent, under a name, and answer its row."""
+    entry: dict[str, object] = {"ecosystem": ecosystem, "id": agent.id, **more}
+    _set_name(entry, agent, name)
+    with _REGISTRY.changing() as entries:
+        if _matching(entries, ecosystem, agent.id):
+            raise BackendError(f"{_title(ecosystem, agent.id)} is managed already. Rename it instead.")
+        entries.append(entry)
+    return _row(ecosystem, agent, _records())
+
+
+def _set_name(entry: dict[str, object], agent: Agent, name: str) -> None:
+    entry.pop("name", None)
+    if agent.name != name:
+        entry["name"] = name
+
+
+def _row(ecosystem: str, agent: Agent, records: Records) -> dict[str, object]:
+    record = records.get((ecosystem, agent.id))
+    row = agent_row(ecosystem, agent, "discovered" if record is None else "managed")
+    if record:
+        row["name"] = record.get("name") or row["name"]
+        for key in ("workspace", "createdAt"):
+            if key in record:
+                row.setdefault(key, record[key])
+    return row
+
+
+def _records() -> Records:
+    """The records; of several of one agent the first counts."""
+    records: Records = {}
+    for entry in _REGISTRY.entries():
+        record = _record(entry)
+        if record:
+            records.setdefault((record["ecosystem"], record["id"]), record)
+    return records
 
 
 def _record(entry: object) -> dict[str, str] | None:
@@ -137,9 +188,6 @@ def _record(entry: object) -> dict[str, str] | None:
     texts = {key: entry[key] for key in _RECORD_KEYS if isinstance(entry.get(key), str)}
     if texts.get("ecosystem") not in paths.ECOSYSTEMS or arguments.folder_name_problem(texts.get("id", "")):
         return None
-    workspace = texts.pop("workspace", "")
-    if os.path.isabs(workspace):
-        texts["workspace"] = workspace.rstrip("/") or "/"  # a final slash would hide the folder's name
     return texts
 
 
@@ -154,42 +202,12 @@ def _matching(entries: list[object], ecosystem: str, agent_id: str) -> list[dict
     ]
 
 
-def _managed(entries: list[object], ecosystem: str, agent_id: str) -> list[dict[str, object]]:
-    matching = _matching(entries, ecosystem, agent_id)
-    if not matching:
-        agent = _title({"ecosystem": ecosystem, "id": agent_id})
-        raise BackendError(f"{agent} is not managed. Refresh the list, and adopt it first if it is there.")
-    return matching
+def _refuse_unmanaged(records: Records, ecosystem: str, agent_id: str) -> None:
+    if (ecosystem, agent_id) not in records:
+        raise BackendError(
+            f"{_title(ecosystem, agent_id)} is not managed. Refresh the list, and adopt it first if it is there."
+        )
 
 
-def _refuse_taken_id(entries: list[object], record: dict[str, str]) -> None:
-    if _matching(entries, record["ecosystem"], record["id"]):
-        raise BackendError(f"{_title(record)} exists already. Choose another id.")
-    if os.path.lexists(workspaces.default_workspace(record["ecosystem"], record["id"])):
-        raise BackendError(f"{_title(record)} has a folder already. Adopt it, or choose another id.")
-
-
-def _row(ecosystem: str, agent_id: str, record: dict[str, str] | None) -> dict[str, object]:
-    texts = record or {}
-    workspace = texts.get("workspace") or workspaces.default_workspace(ecosystem, agent_id)
-    status = workspaces.folder_status(workspace)
-    return {
-        "id": agent_id,
-        "name": texts.get("name") or agent_id,
-        "ecosystem": ecosystem,
-        "origin": "discovered" if record is None else "managed",
-        "state": "available" if status else "missing",
-        "lastSeen": files.iso_time(status.st_mtime) if status else "",
-        "workspace": workspace,
-        "createdAt": texts.get("createdAt") or (_creation_time(status) if status else ""),
-    }
-
-
-def _creation_time(status: os.stat_result) -> str:
-    """When a folder was made. Linux does not tell Python; its oldest known time is the nearest there."""
-    born = getattr(status, "st_birthtime", None)
-    return files.iso_time(born if born is not None else min(status.st_mtime, status.st_ctime))
-
-
-def _title(record: dict[str, str]) -> str:
-    return f"The agent {record['ecosystem']}/{arguments.shortened(record['id'])}"
+def _title(ecosystem: str, agent_id: str) -> str:
+    return f"The agent {ecosystem}/{arguments.shortened(agent_id)}"

@@ -1,9 +1,17 @@
-"""The front matter of a SKILL.md file: lines of "key: value" between two lines of three hyphens at its beginning."""
+"""The front matter of a Markdown file: YAML between two lines of three hyphens at its beginning."""
 
 from __future__ import annotations
 
+import contextlib
 import json
 import re
+
+from . import json5_text
+from .errors import BackendError
+from .libraries import library
+
+_YAML_LENGTH = 8_000
+"""How many characters are read as YAML: tens of thousands of nested lists crash the library, and the interpreter."""
 
 _KEY = re.compile(r"([A-Za-z_][\w.-]*)[ \t]*:(?:[ \t]+(.*))?$")
 _LINE_END = re.compile(r"\r\n|\r|\n")
@@ -15,8 +23,42 @@ _STRING_OR_COMMENT = re.compile(rf"({_STRING}?)|{_COMMENT.pattern}", re.MULTILIN
 _COMMENTS_BEFORE = re.compile(r"(?:#[^\n]*|\n)*")
 
 
-def parse_front_matter(text: str) -> dict[str, str]:
-    """The values by key, as text; no keys when there is no front matter or it never ends.
+def parse(text: str) -> dict[str, object]:
+    """The values by key: texts, lists and dictionaries; no keys when there is no front matter or it never ends.
+
+    Many authors write what is no YAML, for example a colon in a plain text. It is read line by line then, and so is
+    everything where the YAML library is missing.
+    """
+    lines = _LINE_END.split(text.removeprefix("\ufeff"))
+    if lines[0].rstrip() != "---":
+        return {}
+    end = next((number for number, line in enumerate(lines) if number and line.rstrip() in ("---", "...")), 0)
+    values = _parse_yaml("\n".join(lines[1:end]))
+    found: dict[str, object] = values if isinstance(values, dict) else dict(_parse_lines(text))
+    metadata = found.get("metadata")
+    if isinstance(metadata, str):
+        with contextlib.suppress(ValueError, BackendError):
+            found["metadata"] = json5_text.parse(metadata)
+    return found
+
+
+def _parse_yaml(text: str) -> object:
+    """The value of a YAML text, whose scalars are texts all; None when it cannot be read."""
+    if len(text) > _YAML_LENGTH:
+        return None
+    try:
+        yaml = library("yaml", "Reading YAML")
+    except BackendError:
+        return None
+    try:
+        value: object = yaml.load(text, getattr(yaml, "CBaseLoader", yaml.BaseLoader))
+    except (yaml.YAMLError, RecursionError):
+        return None
+    return value
+
+
+def _parse_lines(text: str) -> dict[str, str]:
+    """The values by key, as text.
 
     Understood of YAML: plain and quoted scalars, continued on indented lines, block scalars ("|" and ">"), and comments
     after a value. A JSON value is answered as its text.

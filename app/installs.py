@@ -53,14 +53,23 @@ def list_cloud_skills_via_core(ecosystem: object) -> list[dict[str, object]]:
 def list_core_agents(ecosystem: object, online_only: object = False) -> list[dict[str, object]]:
     """The agents of an ecosystem that a skill can be installed into.
 
-    Each row has "ecosystem", "agentId", "id", "name", "state" and "workspace". Without a Core an agent counts as online
-    when its workspace exists. Raises `BackendError` when the registry cannot be read.
+    Each row has "ecosystem", "agentId", "id", "name" and "state" ("online" when the program's service answers, which is
+    waited for), and where it is known "workspace". Raises `BackendError` when the registry cannot be read.
     """
-    owner = arguments.ecosystem(ecosystem)
+    from .ecosystems import ecosystem as implementation
+
+    program = implementation(ecosystem)
+    rows = [agent for agent in agents.list_local_agents() if agent["ecosystem"] == ecosystem]
+    if not program.capabilities.installs_skills or not rows:
+        return []
+    state = program.status()
+    if online_only is True and state != "online":
+        return []
+    shown = ("ecosystem", "id", "name", "workspace")
     return [
-        {"agentId": agent["id"], **{key: agent[key] for key in ("ecosystem", "id", "name", "state", "workspace")}}
-        for agent in agents.list_local_agents()
-        if agent["ecosystem"] == owner and (online_only is not True or agent["state"] == "available")
+        {"agentId": agent["id"], **{key: agent[key] for key in shown if key in agent}, "state": state}
+        for agent in rows
+        if agent.get("state") != "missing"
     ]
 
 
@@ -84,13 +93,18 @@ def install_cloud_skill_from_core(ecosystem: object, skill_key: object, agent_id
 
 def _workspace(ecosystem: str, agent_id: object) -> str:
     """The workspace of an agent. Raises `BackendError` when there is no such agent or its workspace is gone."""
+    from .ecosystems import ecosystem as implementation
+
     wanted = arguments.filled_text(agent_id, "agent id")
-    for agent in list_core_agents(ecosystem):
-        if agent["id"] != wanted:
+    program = implementation(ecosystem)
+    if not program.capabilities.installs_skills:
+        raise BackendError(f"An agent of {ecosystem} has no folder of its own that a skill could be installed into.")
+    for agent in program.agents():
+        if agent.id != wanted:
             continue
-        if agent["state"] != "available":
-            raise BackendError(f"The workspace {agent['workspace']} is gone. Create it, or choose another agent.")
-        return str(agent["workspace"])
+        if not os.path.isdir(agent.workspace):
+            raise BackendError(f"The workspace {agent.workspace} is gone. Create it, or choose another agent.")
+        return agent.workspace
     raise BackendError(f"There is no agent {ecosystem}/{arguments.shortened(wanted)}. Refresh the list of agents.")
 
 

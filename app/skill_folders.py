@@ -8,10 +8,6 @@ import re
 
 from . import arguments, files, packages
 from .errors import BackendError, explained
-from .front_matter import parse_front_matter
-
-MANUAL_LIMIT = 1_000_000
-"""How many bytes of a SKILL.md are read."""
 
 _STAGING = ".installing"
 _ASIDE = ".replaced"
@@ -112,8 +108,10 @@ def _remove(path: str) -> None:
 
 def _skill_name(root: str, fallback: str) -> str:
     """The name under which a skill is installed: its own, if that can be a folder's name."""
-    manual = files.read_file(os.path.join(root, "SKILL.md"), MANUAL_LIMIT) or b""
-    own = parse_front_matter(manual.decode(errors="replace")).get("name", "")
+    from . import manuals
+
+    manual = manuals.read(root)
+    own = manual.own_name if manual else ""
     name = fallback if arguments.folder_name_problem(own) else own
     if arguments.folder_name_problem(name):
         raise packages.PackageRefused(f"{arguments.quoted(name)} cannot be the name of a folder")

@@ -7,6 +7,7 @@ import os
 import resource
 import shutil
 import stat
+import sys
 import tempfile
 import time
 import unittest
@@ -36,6 +37,12 @@ class HomeTestCase(unittest.TestCase):
     def replace(self, target: object, name: str, value: object) -> None:
         """Give an attribute another value for the length of the test."""
         patcher = mock.patch.object(target, name, value)
+        patcher.start()
+        self.addCleanup(patcher.stop)
+
+    def replace_module(self, name: str) -> None:
+        """Have an import of a module fail for the length of the test."""
+        patcher = mock.patch.dict(sys.modules, {name: None})
         patcher.start()
         self.addCleanup(patcher.stop)
 

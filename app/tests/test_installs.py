@@ -13,7 +13,7 @@ from collections.abc import Iterator
 from unittest import mock
 
 import app
-from app import catalogue, installs, packages, web
+from app import catalogue, installs, openclaw, packages, web
 from app.tests.http_server import Exchange, HttpServer
 from app.tests.support import HomeTestCase, wait_for
 from app.tests.test_packages import make_package
@@ -140,10 +140,6 @@ class InstallZipTest(InstallTestCase):
             self.assertIn(f"There is no agent openclaw/{agent_id}", message)
         for nothing in ("", None, 7):
             self.assertIn("agent id", self.refusal(app.install_openclaw_skill_zip, nothing, package))
-        app.adopt_local_agent("openclaw", "main", "Main", "")
-        os.rmdir(self.path(".openclaw/agents/main"))
-        message = self.refusal(app.install_openclaw_skill_zip, "main", package)
-        self.assertIn(f"The workspace {self.path('.openclaw/agents/main')} is gone", message)
 
     def test_a_package_that_cannot_be_read_is_told(self) -> None:
         os.mkfifo(self.path("pipe"))
@@ -295,29 +291,20 @@ class KilledInstallTest(InstallTestCase):
 
 
 class CoreAgentsTest(InstallTestCase):
-    def test_rows_have_the_documented_keys(self) -> None:
-        (row,) = app.list_core_agents("openclaw", True)
-        self.assertEqual(
-            row,
-            {
-                "agentId": "main",
-                "ecosystem": "openclaw",
-                "id": "main",
-                "name": "main",
-                "state": "available",
-                "workspace": self.path(".openclaw/agents/main"),
-            },
-        )
-
-    def test_only_agents_with_a_workspace_count_as_online(self) -> None:
-        app.add_local_agent("openclaw", "gone", "Gone", "")
-        os.rmdir(self.path(".openclaw/agents/gone"))
-        self.assertEqual([row["id"] for row in app.list_core_agents("openclaw", True)], ["main"])
-        self.assertEqual([row["id"] for row in app.list_core_agents("openclaw", False)], ["gone", "main"])
-
-    def test_only_agents_of_the_ecosystem_are_listed(self) -> None:
-        os.makedirs(self.path(".kimi/agents/k"))
-        self.assertEqual([row["id"] for row in app.list_core_agents("kimi", True)], ["k"])
+    def test_agents_are_online_when_the_service_of_their_program_answers(self) -> None:
+        os.makedirs(self.path(".codex/agents/other"))
+        row = {
+            "agentId": "main",
+            "ecosystem": "openclaw",
+            "id": "main",
+            "name": "main",
+            "state": "offline",
+            "workspace": self.path(".openclaw/agents/main"),
+        }
+        self.assertEqual(app.list_core_agents("openclaw", False), [row])
+        self.assertEqual(app.list_core_agents("openclaw", True), [])
+        self.replace(openclaw, "status", lambda: "online")
+        self.assertEqual(app.list_core_agents("openclaw", True), [{**row, "state": "online"}])
         self.assertIn("Choose openclaw", self.refusal(app.list_core_agents, "other", True))
 
 

@@ -1,0 +1,107 @@
+"""The SKILL.md files of skills: found below a folder, and read once for each version of the file."""
+
+from __future__ import annotations
+
+import os
+from collections.abc import Iterator, Mapping, Sequence
+from dataclasses import dataclass
+
+from . import files, front_matter
+from .ecosystems import Skill
+
+MANUAL_LIMIT = 1_000_000
+"""How many bytes of a SKILL.md are read."""
+
+_Version = tuple[int, int, int, int]
+_read: dict[str, tuple[_Version, "Manual | None"]] = {}
+"""What was read, by the path of the file. A file that did not change is not read again."""
+
+
+@dataclass(frozen=True)
+class Manual:
+    """What a SKILL.md says."""
+
+    folder: str
+    own_name: str
+    """The name in it, or nothing."""
+    description: str
+    metadata: Mapping[str, object]
+
+    @property
+    def name(self) -> str:
+        """The name in it, or else that of its folder."""
+        return self.own_name or os.path.basename(self.folder)
+
+    def skill(self, source: str, metadata_keys: Sequence[str]) -> Skill:
+        """The skill, with what the metadata holds under the first of the keys that is there."""
+        own: dict[str, object] = next((value for key in metadata_keys if isinstance(value := self.metadata.get(key), dict)), {})
+        requires = own.get("requires")
+        names = requires.get("env") if isinstance(requires, dict) else None
+        return Skill(
+            self.name,
+            self.description,
+            source,
+            _text(own.get("skillKey")) or self.name,
+            self.folder,
+            tuple(name for name in names if isinstance(name, str)) if isinstance(names, list) else (),
+            _text(own.get("primaryEnv")),
+            _text(own.get("primaryEnvLabel")),
+        )
+
+
+def find(root: str, depth: int = 1) -> Iterator[Manual]:
+    """The skills in the folders below `root`, down to `depth` levels, by path. A skill's own folders are not searched.
+
+    Hidden folders are left out, and so is a SKILL.md that cannot be read.
+    """
+    try:
+        names = sorted(name for name in os.listdir(root) if not name.startswith("."))
+    except (OSError, ValueError):
+        return
+    for name in names:
+        folder = os.path.join(root, name)
+        try:
+            folder.encode()
+        except UnicodeEncodeError:
+            continue  # JSON could not carry its path
+        manual = read(folder)
+        if manual:
+            yield manual
+        elif depth > 1:
+            yield from find(folder, depth - 1)
+
+
+def read(folder: str) -> Manual | None:
+    """The manual of the skill in a folder, or None when there is no SKILL.md that can be read."""
+    path = os.path.join(folder, "SKILL.md")
+    try:
+        status = os.stat(path)
+    except (OSError, ValueError):
+        _read.pop(path, None)
+        return None
+    version = (status.st_dev, status.st_ino, status.st_mtime_ns, status.st_size)
+    known = _read.get(path)
+    if known is None or known[0] != version:
+        known = _read[path] = (version, _parsed(folder, path))
+    return known[1]
+
+
+def _parsed(folder: str, path: str) -> Manual | None:
+    try:
+        content = files.read_file(path, MANUAL_LIMIT)
+    except OSError:
+        return None
+    if content is None:
+        return None
+    values = front_matter.parse(content.decode(errors="replace"))
+    metadata = values.get("metadata")
+    return Manual(
+        folder,
+        _text(values.get("name")),
+        _text(values.get("description")),
+        metadata if isinstance(metadata, dict) else {},
+    )
+
+
+def _text(value: object) -> str:
+    return value.strip() if isinstance(value, str) else ""
