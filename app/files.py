@@ -98,11 +98,21 @@ def make_private_folder(path: str) -> bool:
     return True
 
 
-def sync_folder(path: str) -> None:
-    """Have the names in a folder reach the disk. Raises `OSError`."""
-    descriptor = os.open(path, os.O_RDONLY | os.O_DIRECTORY | os.O_CLOEXEC)
+def sync_file_system(folder: str) -> None:
+    """Have all that was written in a folder reach the disk, in one call for however many files. Raises `OSError`.
+
+    The call is that of the file system of the folder; where there is none, as on macOS, that of all file systems.
+    """
+    import ctypes
+
+    descriptor = os.open(folder, os.O_RDONLY | os.O_DIRECTORY | os.O_CLOEXEC)
     try:
-        os.fsync(descriptor)
+        library = ctypes.CDLL(None, use_errno=True)
+        if not hasattr(library, "syncfs"):
+            os.sync()
+        elif library.syncfs(descriptor) != 0:
+            number = ctypes.get_errno()
+            raise OSError(number, os.strerror(number))
     finally:
         os.close(descriptor)
 
@@ -116,8 +126,8 @@ def unused_name(folder: str, prefix: str) -> str:
 def exclusive(seconds: float | None = None) -> Iterator[None]:
     """Hold the one lock under which everything of ours is changed, against threads and other processes alike.
 
-    The system gives the lock back when its holder dies. It is not to be taken twice. Raises `BackendError` when somebody
-    else holds it for `seconds`, which is `LOCK_SECONDS` where it is not given.
+    The system gives the lock back when its holder dies. It is not to be taken twice. Raises `BackendError` when
+    somebody else holds it for `seconds`, which is `LOCK_SECONDS` where it is not given.
     """
     path = paths.nelo_file("backend.lock")
     with explained(f"Cannot write in {os.path.dirname(path)}"):

@@ -17,8 +17,8 @@ _SHOWN_KEYS = ("name", "version", "description")
 def install_openclaw_skill_zip(agent_id: object, package_path: object) -> dict[str, object]:
     """Install a package from a file into the workspace of an openclaw agent. Answers "targetDir" and "name".
 
-    An earlier version of the skill is replaced, and survives any failure. Raises `BackendError` when the agent has no
-    workspace, or the package is refused or cannot be unpacked.
+    An earlier version that came from a file, too, is replaced, and survives any failure. Raises `BackendError` when the
+    agent has no workspace, another skill is in the place, or the package is refused or cannot be unpacked.
     """
     workspace = _workspace("openclaw", agent_id)
     path = arguments.text(package_path, "package path")
@@ -31,7 +31,8 @@ def install_openclaw_skill_zip(agent_id: object, package_path: object) -> dict[s
         raise BackendError(f"Cannot read the package {arguments.quoted(path)}: {why}.") from error
     if package is None:
         raise BackendError(f"There is no package {arguments.quoted(path)}.")
-    return install_package(package, workspace, os.path.splitext(os.path.basename(path))[0])
+    name = os.path.splitext(os.path.basename(path))[0]
+    return install_package(package, workspace, name, {"source": "a package file"})
 
 
 def list_cloud_skills_via_core(ecosystem: object) -> list[dict[str, object]]:
@@ -88,7 +89,8 @@ def install_cloud_skill_from_core(ecosystem: object, skill_key: object, agent_id
         raise BackendError(
             f"The catalogue has no skill {arguments.quoted(key)}. Refresh the catalogue in the settings."
         )
-    return install_package(_fetched_package(base, key, entry), workspace, key)
+    source = {"source": f"the catalogue {web.shown(base)}", "key": key}
+    return install_package(_fetched_package(base, key, entry), workspace, key, source)
 
 
 def _workspace(ecosystem: str, agent_id: object) -> str:

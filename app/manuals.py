@@ -82,17 +82,16 @@ def read(folder: str) -> Manual | None:
     version = (status.st_dev, status.st_ino, status.st_mtime_ns, status.st_size)
     known = _read.get(path)
     if known is None or known[0] != version:
-        known = _read[path] = (version, _parsed(folder, path))
+        try:
+            content = files.read_file(path, MANUAL_LIMIT)
+        except OSError:
+            return None
+        known = _read[path] = (version, None if content is None else parse(folder, content))
     return known[1]
 
 
-def _parsed(folder: str, path: str) -> Manual | None:
-    try:
-        content = files.read_file(path, MANUAL_LIMIT)
-    except OSError:
-        return None
-    if content is None:
-        return None
+def parse(folder: str, content: bytes) -> Manual:
+    """What the SKILL.md of a folder says."""
     values = front_matter.parse(content.decode(errors="replace"))
     metadata = values.get("metadata")
     return Manual(

@@ -181,8 +181,6 @@ def _unpack_all(
                 if room < 0:
                     raise _bomb()
                 target.write(chunk)
-            target.flush()
-            os.fsync(target.fileno())
 
 
 def _too_many_entries() -> PackageRefused:

@@ -5,9 +5,14 @@ from __future__ import annotations
 import contextlib
 import os
 import re
+from collections.abc import Mapping
 
 from . import arguments, files, packages
+from .documents import format_json, parse_object
 from .errors import BackendError, explained
+
+ORIGIN_FILE = ".nelo-origin.json"
+"""In the folder of an installed skill: where it came from, and under which name."""
 
 _STAGING = ".installing"
 _ASIDE = ".replaced"
@@ -27,11 +32,15 @@ def recover(skills_folder: str) -> None:
                 _recover_locked(skills_folder)
 
 
-def install_package(package: bytes, workspace: str, fallback_name: str) -> dict[str, object]:
+def install_package(
+    package: bytes, workspace: str, fallback_name: str, source: Mapping[str, str]
+) -> dict[str, object]:
     """Install a package into a workspace and answer "targetDir" and "name".
 
     It is unpacked beside its target and checked, and only then takes the target's place. The skill's own name, or that
-    of the package's single folder, is the target's; otherwise the fallback. Raises `BackendError`.
+    of the package's single folder, is the target's; otherwise the fallback. `source` says where the package came from,
+    under "source" in words for a sentence. Only a skill of the same own name and source is replaced. Raises
+    `BackendError`.
     """
     skills = os.path.join(workspace, "skills")
     with files.exclusive(), explained(f"Cannot install into {skills}"):
@@ -41,10 +50,15 @@ def install_package(package: bytes, workspace: str, fallback_name: str) -> dict[
         os.mkdir(staging, 0o700)
         try:
             packages.unpack(package, staging)
-            _sync_folders(staging)
             root = packages.skill_root(staging)
-            name = _skill_name(root, fallback_name if root == staging else os.path.basename(root))
+            own_name = _own_name(root)
+            name = _folder_name(own_name, fallback_name if root == staging else os.path.basename(root))
             target = os.path.join(skills, name)
+            origin = {**source, "name": own_name}
+            if os.path.lexists(target) and _origin(target) != origin:
+                raise _another_skill(target, origin)
+            _write_origin(root, origin)
+            files.sync_file_system(staging)  # a power cut after the swap must not leave a skill of empty files
             _swap(root, target)
         except packages.PackageRefused as error:
             raise BackendError(f"The package was not installed: {error}.") from error
@@ -68,15 +82,29 @@ def _swap(new: str, target: str) -> None:
     except OSError:
         _bring_back(aside)
         raise
-    with contextlib.suppress(OSError):  # the new version is in place: this is no longer the moment to fail
-        files.sync_folder(skills_folder)
     _remove(aside)
 
 
-def _sync_folders(top: str) -> None:
-    """Have what was unpacked reach the disk whole: a power cut after the swap must not leave a skill of empty files."""
-    for folder, _, _ in os.walk(top):
-        files.sync_folder(folder)
+def _origin(target: str) -> dict[str, object] | None:
+    """Where the skill in a folder came from, or None when it did not come from a package."""
+    if os.path.islink(target):
+        return None  # what it leads to was installed elsewhere
+    with contextlib.suppress(OSError):
+        return parse_object(files.read_file(os.path.join(target, ORIGIN_FILE)))
+    return None
+
+
+def _write_origin(root: str, origin: Mapping[str, str]) -> None:
+    flags = os.O_WRONLY | os.O_CREAT | os.O_TRUNC | os.O_CLOEXEC
+    with open(os.open(os.path.join(root, ORIGIN_FILE), flags, 0o600), "wb") as file:
+        file.write(format_json(origin))
+
+
+def _another_skill(target: str, origin: Mapping[str, str]) -> BackendError:
+    return BackendError(
+        f"There is another {arguments.quoted(os.path.basename(target))} in {target}, which did not come from "
+        f"{origin['source']} with a skill of this name. Move it away to install this one."
+    )
 
 
 def _bring_back(aside: str) -> None:
@@ -106,12 +134,16 @@ def _remove(path: str) -> None:
     shutil.rmtree(path, ignore_errors=True)
 
 
-def _skill_name(root: str, fallback: str) -> str:
-    """The name under which a skill is installed: its own, if that can be a folder's name."""
+def _own_name(root: str) -> str:
+    """The name in the front matter of a skill; empty when there is none. Raises `OSError` when it cannot be read."""
     from . import manuals
 
-    manual = manuals.read(root)
-    own = manual.own_name if manual else ""
+    content = files.read_file(os.path.join(root, "SKILL.md"), manuals.MANUAL_LIMIT) or b""
+    return manuals.parse(root, content).own_name
+
+
+def _folder_name(own: str, fallback: str) -> str:
+    """The name under which a skill is installed: its own, if that can be a folder's name."""
     name = fallback if arguments.folder_name_problem(own) else own
     if arguments.folder_name_problem(name):
         raise packages.PackageRefused(f"{arguments.quoted(name)} cannot be the name of a folder")

@@ -14,7 +14,7 @@ import unittest
 from collections.abc import Callable, Iterator
 from unittest import mock
 
-from app import programs
+from app import files, programs
 from app.errors import BackendError
 
 NOBODY = 65534
@@ -32,7 +32,8 @@ class HomeTestCase(unittest.TestCase):
         for name in ("XDG_DATA_HOME", "XDG_DATA_DIRS"):
             self.set_environment(**{name: os.path.join(self.home, name)})
         self.replace(programs, "SYSTEM_FOLDERS", ())
-        self.replace(os, "fsync", lambda descriptor: None)  # no test can see a power cut, and a busy disk takes long
+        for module, name in ((os, "fsync"), (files, "sync_file_system")):
+            self.replace(module, name, lambda of: None)  # no test can see a power cut, and a busy disk takes long
 
     def replace(self, target: object, name: str, value: object) -> None:
         """Give an attribute another value for the length of the test."""

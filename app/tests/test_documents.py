@@ -33,7 +33,8 @@ class ParseJsonTest(HomeTestCase):
         self.assertEqual(printed, text.replace(rb"\ud83d\ude00", "😀".encode()))
 
     def test_what_cannot_travel_onward_is_a_value_error(self) -> None:
-        for text in (b"18446744073709551616", b"-9223372036854775809", b"NaN", b"-Infinity", b"1e999", b'"\\udc00"', b"\xff", b"", b"[" * 100_000, b"9" * 10_000 + b"]"):
+        numbers = (b"18446744073709551616", b"-9223372036854775809", b"1e999", b"NaN", b"-Infinity")
+        for text in (*numbers, b'"\\udc00"', b"\xff", b"", b"[" * 100_000, b"9" * 10_000 + b"]"):
             with self.subTest(text=text[:20]):
                 self.assertRaises(ValueError, parse_json, text)
 

@@ -186,6 +186,18 @@ class MakePrivateFolderTest(HomeTestCase):
         self.assertRaises(FileExistsError, files.make_private_folder, self.make_file("file"))
 
 
+class SyncTest(HomeTestCase):
+    def setUp(self) -> None:
+        self.sync = files.sync_file_system  # before the tests take it away
+        super().setUp()
+
+    def test_a_file_system_is_synced_and_what_is_no_folder_is_an_error(self) -> None:
+        before = os.listdir("/dev/fd")
+        self.sync(self.home)
+        self.assertRaises(FileNotFoundError, self.sync, self.path("missing"))
+        self.assertEqual(len(os.listdir("/dev/fd")), len(before))
+
+
 class ReadFileTest(HomeTestCase):
     def test_a_missing_file_is_none_and_an_empty_one_is_empty(self) -> None:
         self.assertIsNone(files.read_file(self.path("missing")))

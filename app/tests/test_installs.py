@@ -13,12 +13,14 @@ from collections.abc import Iterator
 from unittest import mock
 
 import app
-from app import catalogue, installs, openclaw, packages, web
+from app import catalogue, files, installs, openclaw, packages, web
+from app.skill_folders import install_package
 from app.tests.http_server import Exchange, HttpServer
 from app.tests.support import HomeTestCase, wait_for
 from app.tests.test_packages import make_package
 
 SKILLS = ".openclaw/agents/main/skills"
+ORIGIN = ".nelo-origin.json"
 RANDOM = "0123456789abcdef"
 
 
@@ -35,8 +37,9 @@ class InstallTestCase(HomeTestCase):
         return app.install_openclaw_skill_zip("main", self.make_file(file_name, package))
 
     def installed(self) -> list[str]:
-        """Everything in the skills folder, what is hidden included."""
-        return self.files_below(SKILLS) if os.path.isdir(self.path(SKILLS)) else []
+        """Everything in the skills folder, what is hidden included, but not the notes of where skills came from."""
+        names = self.files_below(SKILLS) if os.path.isdir(self.path(SKILLS)) else []
+        return [name for name in names if os.path.basename(name) != ORIGIN]
 
     def version(self) -> str:
         return self.read(f"{SKILLS}/weather/SKILL.md").split()[-1]
@@ -51,10 +54,12 @@ class InstallZipTest(InstallTestCase):
         self.assertEqual(rows, [("main", "weather", result["targetDir"])])
 
     def test_a_skill_without_a_usable_name_is_called_as_its_folder_or_its_file(self) -> None:
-        for name in ("", "a/b", "..", ".hidden", "x" * 300):
+        for number, name in enumerate(("", "a/b", "..", ".hidden", "x" * 300)):
             manual = f"---\nname: {name}\n---\n".encode()
-            self.assertEqual(self.install(make_package({"folder/SKILL.md": manual}))["name"], "folder")
-            self.assertEqual(self.install(make_package({"SKILL.md": manual}), "my skill.zip")["name"], "my skill")
+            result = self.install(make_package({f"folder {number}/SKILL.md": manual}))
+            self.assertEqual(result["name"], f"folder {number}")
+            result = self.install(make_package({"SKILL.md": manual}), f"my skill {number}.zip")
+            self.assertEqual(result["name"], f"my skill {number}")
 
     def test_a_name_that_is_not_text_does_no_harm(self) -> None:
         self.assertEqual(self.install(make_package({"SKILL.md": b"---\nname: a\xff\n---\n"}))["name"], "a\ufffd")
@@ -95,7 +100,6 @@ class InstallZipTest(InstallTestCase):
             with self.subTest(message):
                 self.assertIn(message, self.refusal(self.install, package))
                 self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "one"))
-        self.assertEqual(self.files_below(".openclaw"), ["agents/main/skills/weather/SKILL.md"])
 
     def test_a_full_disk_leaves_the_earlier_version_and_nothing_else(self) -> None:
         self.install(skill("one"))
@@ -113,20 +117,46 @@ class InstallZipTest(InstallTestCase):
                 self.assertIn("Cannot install", self.refusal(app.install_openclaw_skill_zip, "main", package))
             self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "one"))
 
-    def test_a_link_in_the_place_of_the_skill_is_replaced_and_its_target_kept(self) -> None:
-        self.make_file("elsewhere/file", "mine")
-        os.makedirs(self.path(SKILLS))
-        os.symlink(self.path("elsewhere"), self.path(SKILLS, "weather"))
-        self.install(skill("one"))
-        self.assertFalse(os.path.islink(self.path(SKILLS, "weather")))
-        self.assertEqual((self.installed(), self.files_below("elsewhere")), (["weather/SKILL.md"], ["file"]))
-        self.assertEqual(os.listdir(self.path(SKILLS)), ["weather"])  # the link is gone, not just out of sight
+    def test_what_did_not_come_from_the_same_place_is_never_replaced(self) -> None:
+        def by_hand() -> None:
+            self.make_file(f"{SKILLS}/weather/SKILL.md", "---\nname: weather\n---\nearlier")
 
-    def test_a_file_in_the_place_of_the_skill_is_replaced(self) -> None:
-        self.make_file(f"{SKILLS}/weather", "mine")
-        self.install(skill("one"))
-        self.assertEqual(self.installed(), ["weather/SKILL.md"])
-        self.assertEqual(os.listdir(self.path(SKILLS)), ["weather"])
+        def by_a_package_without_a_name() -> None:
+            self.install(make_package({"weather/SKILL.md": b"earlier"}))
+
+        def from_a_catalogue() -> None:
+            install_package(skill("earlier"), os.path.dirname(self.path(SKILLS)), "", {"source": "https://host/c"})
+
+        def a_link_to_an_installed_skill() -> None:
+            self.install(skill("earlier"))
+            os.rename(self.path(SKILLS, "weather"), self.path("elsewhere"))
+            os.symlink(self.path("elsewhere"), self.path(SKILLS, "weather"))
+
+        def a_file() -> None:
+            self.make_file(f"{SKILLS}/weather", "mine")
+
+        for earlier in (by_hand, by_a_package_without_a_name, from_a_catalogue, a_link_to_an_installed_skill, a_file):
+            with self.subTest(earlier.__name__):
+                earlier()
+                before = self.contents()
+                self.assertEqual(
+                    self.refusal(self.install, skill("two")),
+                    f'There is another "weather" in {self.path(SKILLS, "weather")}, which did not come from '
+                    "a package file with a skill of this name. Move it away to install this one.",
+                )
+                self.assertEqual((self.contents(), os.listdir(self.path(SKILLS))), (before, ["weather"]))
+                subprocess.run(["rm", "-r", self.path(SKILLS)], check=True)
+
+    def contents(self) -> dict[str, str]:
+        names = [name for name in self.files_below() if name != "package.zip" and os.path.isfile(self.path(name))]
+        return {name: self.read(name) for name in names}
+
+    def test_a_package_cannot_say_itself_where_it_came_from(self) -> None:
+        for content in ({ORIGIN: b'{"source": "https://host/c"}'}, {}):
+            self.install(make_package({"SKILL.md": b"---\nname: weather\n---\n", **content}))
+            origin = json.loads(self.read(f"{SKILLS}/weather/{ORIGIN}"))
+            self.assertEqual(origin, {"source": "a package file", "name": "weather"})
+            self.assertEqual(self.mode(f"{SKILLS}/weather/{ORIGIN}"), 0o600)
 
     def test_a_file_in_the_place_of_the_skills_folder_is_told_and_left(self) -> None:
         self.make_file(SKILLS, "mine")
@@ -166,26 +196,16 @@ class InstallZipTest(InstallTestCase):
         self.replace(packages, "SIZE_LIMIT", 100)
         self.assertIn("it is larger than", self.refusal(self.install, skill("one")))
 
-    def test_every_file_and_folder_reaches_the_disk_before_the_skill_takes_its_place(self) -> None:
-        done: list[str] = []
-        rename = os.rename
-
-        def watched_rename(source: str, target: str) -> None:
-            done.append(f"rename to {os.path.basename(target)}")
-            rename(source, target)
-
-        def watched_fsync(descriptor: int) -> None:
-            path = os.readlink(f"/proc/self/fd/{descriptor}")
-            self.assertTrue(os.path.isdir(path) or os.path.getsize(path), "it is not written yet")
-            done.append(path)
-
-        self.replace(os, "fsync", watched_fsync)
-        self.replace(os, "rename", watched_rename)
-        self.install(make_package({"s/SKILL.md": b"---\nname: weather\n---\n", "s/a/b": b"x", "s/empty/": b""}))
-        swap = done.index("rename to weather")
-        before = {path.partition("/.installing-")[2].partition("/")[2] for path in done[:swap]}
-        self.assertEqual(before, {"", "s", "s/SKILL.md", "s/a", "s/a/b", "s/empty"})
-        self.assertEqual(done[swap + 1 :], [self.path(SKILLS)])
+    def test_all_of_a_skill_reaches_the_disk_at_once_before_it_takes_its_place(self) -> None:
+        synced: list[list[str]] = []
+        self.replace(os, "fsync", lambda descriptor: self.fail("a file is waited for by itself"))
+        self.replace(files, "sync_file_system", lambda folder: synced.append(self.files_below(folder)))
+        self.install(skill("one"))
+        self.install(make_package({"s/SKILL.md": b"---\nname: weather\n---\n", "s/a/b": b"x"}))
+        self.assertEqual(synced[1:], [[f"s/{ORIGIN}", "s/SKILL.md", "s/a/b"]])
+        self.replace(files, "sync_file_system", mock.Mock(side_effect=OSError(5, "Input/output error")))
+        self.assertIn("Input/output error", self.refusal(self.install, skill("two")))
+        self.assertEqual(self.installed(), ["weather/SKILL.md", "weather/a/b"])
 
     def test_the_skill_and_what_is_beside_it_meanwhile_are_for_the_owner_only(self) -> None:
         modes: list[int] = []

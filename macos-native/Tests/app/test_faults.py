@@ -8,6 +8,7 @@ import unittest
 from collections.abc import Callable
 
 import app
+from app import files
 from app.errors import BackendError
 from app.tests.support import HomeTestCase
 from app.tests.test_packages import make_package
@@ -15,10 +16,11 @@ from faults import FILE_FAULTS, KILLS, Fault, every_fault
 
 CONFIG = ".openclaw/openclaw.json"
 SKILLS = ".openclaw/agents/main/skills"
+SKILL_FILES = ["weather/.nelo-origin.json", "weather/SKILL.md", "weather/folder/more"]
 SETTINGS = ".nelo/settings.json"
 SOURCES = ".nelo/news_sources.json"
 
-_fsync = os.fsync  # before the tests take it away
+_fsync, _sync_file_system = os.fsync, files.sync_file_system  # before the tests take them away
 
 
 def source(identity: str) -> dict[str, object]:
@@ -34,6 +36,7 @@ class FaultTest(HomeTestCase):
     def setUp(self) -> None:
         super().setUp()
         self.replace(os, "fsync", _fsync)
+        self.replace(files, "sync_file_system", _sync_file_system)
 
     def under_every_fault(self, scenario: Callable[[Fault], None]) -> None:
         """Go through a scenario with every fault of every kind; not all of them give names to a file."""
@@ -134,7 +137,7 @@ class FaultTest(HomeTestCase):
             self.assertTrue(self.read(f"{SKILLS}/weather/SKILL.md").endswith(version))
             self.assertEqual(self.read(f"{SKILLS}/weather/folder/more"), version * 1000)
             app.install_openclaw_skill_zip("main", packages["two"])
-            self.assertEqual(self.files_below(SKILLS), ["weather/SKILL.md", "weather/folder/more"])
+            self.assertEqual(self.files_below(SKILLS), SKILL_FILES)
             self.assertEqual(os.listdir(self.path(SKILLS)), ["weather"])
 
         self.under_every_fault(scenario)

@@ -149,7 +149,7 @@ class KillTest(HomeTestCase):
             version = self.read(f"{SKILLS}/weather/SKILL.md")[-1]
             for number in range(5):
                 self.assertEqual(self.read(f"{SKILLS}/weather/folder-{number}/file"), version * 1000)
-            self.assertEqual(len(self.files_below(SKILLS)), 6)
+            self.assertEqual(len(self.files_below(SKILLS)), 7)
 
         self.under_every_kill(lambda number: app.install_openclaw_skill_zip("main", packages[number % 3]), check)
 

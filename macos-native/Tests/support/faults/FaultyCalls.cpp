@@ -330,6 +330,12 @@ int fdatasync(int descriptor)
     return fails(Sync) ? -1 : real(descriptor);
 }
 
+int syncfs(int descriptor) noexcept
+{
+    REAL(syncfs);
+    return fails(Sync) ? -1 : real(descriptor);
+}
+
 int rename(const char* from, const char* to) noexcept
 {
     REAL(rename);
