@@ -171,6 +171,22 @@ class CheckTest(unittest.TestCase):
         self.assertEqual(status, 1)
         self.assertIn("FAULT    app: it cannot be imported: ModuleNotFoundError: No module named 'no_such_library'", output)
 
+    def test_a_module_that_ends_the_interpreter_is_at_fault(self) -> None:
+        for end in ("import os; os._exit(0)", "import sys; sys.exit()", "raise SystemExit(3)", "quit()"):
+            with self.subTest(end):
+                self.write_module(end)
+                status, output = self.check()
+                self.assertEqual((status, output.splitlines()[0]), (1, "FAULT    app: importing it ends the interpreter"))
+
+    def test_a_module_whose_functions_all_refuse_is_at_fault(self) -> None:
+        refusing = "".join(f"def {each.name}(*arguments): raise RuntimeError('no service')\n"
+                           for each in read_manual().functions)
+        self.write_module(refusing)
+        status, output = self.check()
+        self.assertEqual(status, 1, output)
+        self.assertIn("refuses  list_skills(ecosystem): RuntimeError: no service", output)
+        self.assertIn("FAULT    app: every function that was tried refuses", output)
+
     def test_a_folder_without_the_module_is_at_fault(self) -> None:
         status, output = self.check()
         self.assertEqual(status, 1)
