@@ -17,12 +17,21 @@ if(NELO_COVERAGE)
     target_link_options(nelo_compile_options INTERFACE --coverage)
 endif()
 
-# nelo_add_library(NAME SOURCES ... [PUBLIC ...] [PRIVATE ...]): one folder's library.
+# nelo_add_library(NAME SOURCES ... [PUBLIC ...] [PRIVATE ...]): the library of one folder of Sources/NeloMenuBar.
+#
+# A header is included by its path below that folder, as in "backend/BackendReply.h". Each library has an include folder of its
+# own, in which only its own folder is linked: a header of a library that the link line does not name is not found.
 function(nelo_add_library name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;PUBLIC;PRIVATE")
     add_library(${name} STATIC ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
-    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/Sources/NeloMenuBar)
+    set(includes ${PROJECT_BINARY_DIR}/include/${name})
+    cmake_path(RELATIVE_PATH CMAKE_CURRENT_SOURCE_DIR BASE_DIRECTORY ${PROJECT_SOURCE_DIR}/Sources/NeloMenuBar
+        OUTPUT_VARIABLE folder)
+    cmake_path(GET folder PARENT_PATH parent)
+    file(MAKE_DIRECTORY ${includes}/${parent})
+    file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${includes}/${folder} SYMBOLIC)
+    target_include_directories(${name} PUBLIC ${includes})
     target_link_libraries(${name} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE} nelo_compile_options)
 endfunction()
 
@@ -40,6 +49,16 @@ set(nelo_sanitizer_environment
     LSAN_OPTIONS=suppressions=${suppressions}/lsan-suppressions.txt:print_suppressions=0
     TSAN_OPTIONS=${tsan_suppressions}:die_after_fork=0${findings}
     UBSAN_OPTIONS=print_stacktrace=1)
+
+# nelo_add_test_library(NAME SOURCES ... [PUBLIC ...] [PRIVATE ...]): what several tests share; its headers are included by their
+# path below Tests.
+function(nelo_add_test_library name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;PUBLIC;PRIVATE")
+    add_library(${name} STATIC ${arg_SOURCES})
+    set_target_properties(${name} PROPERTIES AUTOMOC ON)
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/Tests)
+    target_link_libraries(${name} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE} nelo_compile_options)
+endfunction()
 
 # nelo_add_test(NAME SOURCES ... LIBRARIES ...): a Qt Test program, run on the offscreen platform whatever DISPLAY says.
 function(nelo_add_test name)

@@ -2,14 +2,14 @@
 // configuration against a bare editor that is given the same text; and how long a page of the list takes to be painted.
 
 #include "Comparison.h"
-#include "agents/AgentReport.h"
 #include "agents/AgentsViewController.h"
 #include "agents/ConfigEditorWindowController.h"
+#include "agents/core/AgentReport.h"
 #include "backend/BackendReply.h"
 #include "backend/NeloBackend.h"
-#include "shell/primitives/JsonTable.h"
-#include "shell/primitives/Labels.h"
 #include "shell/primitives/NeloWindow.h"
+#include "ui/JsonTable.h"
+#include "ui/Labels.h"
 
 #include <QApplication>
 #include <QPlainTextEdit>

@@ -2,9 +2,9 @@
 // ticks of a timer of one millisecond, beside the time that encoding and writing take in place.
 
 #include "Pairs.h"
-#include "chat/ChatHistory.h"
-#include "chat/ChatHistoryWriter.h"
-#include "shell/primitives/files/AtomicFile.h"
+#include "base/AtomicFile.h"
+#include "chat/core/ChatHistory.h"
+#include "chat/core/ChatHistoryWriter.h"
 #include "support/TestHome.h"
 
 #include <QCoreApplication>

@@ -4,8 +4,8 @@
 #include "Pairs.h"
 #include "backend/NeloBackend.h"
 #include "chat/client/ChatClient.h"
+#include "platform/StatusArea.h"
 #include "shell/NeloMenuBarApp.h"
-#include "shell/platform/StatusArea.h"
 #include "support/HttpServer.h"
 #include "support/TestHome.h"
 

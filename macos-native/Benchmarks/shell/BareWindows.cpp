@@ -1,6 +1,6 @@
 #include "BareWindows.h"
 
-#include "backend/Json.h"
+#include "base/Json.h"
 
 #include <QAbstractTableModel>
 #include <QCheckBox>

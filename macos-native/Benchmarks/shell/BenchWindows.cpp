@@ -4,8 +4,8 @@
 #include "BareWindows.h"
 #include "Comparison.h"
 #include "backend/NeloBackend.h"
+#include "platform/StatusArea.h"
 #include "shell/NeloMenuBarApp.h"
-#include "shell/platform/StatusArea.h"
 
 #include <QApplication>
 

@@ -4,8 +4,8 @@
 #include "Comparison.h"
 #include "backend/BackendReply.h"
 #include "backend/NeloBackend.h"
-#include "shell/primitives/JsonTable.h"
 #include "skills/SkillsViewController.h"
+#include "ui/JsonTable.h"
 
 #include <QApplication>
 #include <QFormLayout>

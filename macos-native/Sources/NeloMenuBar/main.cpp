@@ -1,10 +1,10 @@
+#include "platform/BaseFolders.h"
+#include "platform/InstanceDoor.h"
+#include "platform/InstanceLock.h"
+#include "platform/RuntimeFolder.h"
+#include "platform/StatusArea.h"
+#include "platform/TerminationSignals.h"
 #include "shell/NeloMenuBarApp.h"
-#include "shell/platform/BaseFolders.h"
-#include "shell/platform/InstanceDoor.h"
-#include "shell/platform/InstanceLock.h"
-#include "shell/platform/RuntimeFolder.h"
-#include "shell/platform/StatusArea.h"
-#include "shell/platform/TerminationSignals.h"
 
 #include <QApplication>
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "agents/AgentsViewController.h"
-#include "shell/primitives/JsonTable.h"
 #include "shell/primitives/NeloWindow.h"
 #include "support/Files.h"
 #include "support/ScriptedBackend.h"
+#include "ui/JsonTable.h"
 
 #include <QLabel>
 #include <QPointer>

@@ -1,9 +1,9 @@
 #include "agents/AgentDialogs.h"
 
 #include "agents/AgentAnswers.h"
-#include "shell/primitives/Colors.h"
-#include "shell/primitives/Labels.h"
 #include "support/Warnings.h"
+#include "ui/Colors.h"
+#include "ui/Labels.h"
 
 #include <QApplication>
 #include <QHBoxLayout>

@@ -1,6 +1,6 @@
 #include "agents/AgentsTab.h"
-#include "shell/primitives/Colors.h"
 #include "support/Warnings.h"
+#include "ui/Colors.h"
 
 #include <QApplication>
 #include <QScrollBar>

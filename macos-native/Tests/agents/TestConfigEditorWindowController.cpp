@@ -1,6 +1,5 @@
 #include "agents/ConfigEditorWindowController.h"
 
-#include "shell/primitives/Colors.h"
 #include "shell/primitives/NeloWindow.h"
 #include "support/DialogRobot.h"
 #include "support/Files.h"
@@ -9,6 +8,7 @@
 #include "support/SmallDisk.h"
 #include "support/TestHome.h"
 #include "support/Warnings.h"
+#include "ui/Colors.h"
 
 #include <QApplication>
 #include <QDir>

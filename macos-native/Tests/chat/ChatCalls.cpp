@@ -1,6 +1,6 @@
 #include "chat/ChatCalls.h"
 
-#include "chat/ChatLog.h"
+#include "chat/core/ChatLog.h"
 #include "support/Files.h"
 
 #include <QJsonArray>

@@ -1,9 +1,9 @@
 #include "chat/ChatWindow.h"
 
-#include "chat/ChatLog.h"
+#include "base/ApiKeyStore.h"
 #include "chat/ChatViewController.h"
+#include "chat/core/ChatLog.h"
 #include "chat/transcript/TranscriptView.h"
-#include "settings/ApiKeyStore.h"
 #include "shell/primitives/NeloWindow.h"
 #include "support/Files.h"
 

@@ -1,10 +1,10 @@
 #include "chat/ChatViewController.h"
 
-#include "chat/CharacterCount.h"
 #include "chat/ChatCalls.h"
-#include "chat/ChatHistory.h"
 #include "chat/ChatWindow.h"
-#include "chat/LocalGreeting.h"
+#include "chat/core/CharacterCount.h"
+#include "chat/core/ChatHistory.h"
+#include "chat/core/LocalGreeting.h"
 #include "chat/transcript/TranscriptView.h"
 #include "support/Corpora.h"
 #include "support/Warnings.h"

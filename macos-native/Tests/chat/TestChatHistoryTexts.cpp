@@ -1,9 +1,9 @@
-#include "chat/ChatHistory.h"
+#include "chat/core/ChatHistory.h"
 
-#include "backend/Json.h"
-#include "chat/ChatHistoryWriter.h"
+#include "base/Json.h"
 #include "chat/ChatViewController.h"
-#include "chat/LocalGreeting.h"
+#include "chat/core/ChatHistoryWriter.h"
+#include "chat/core/LocalGreeting.h"
 #include "chat/transcript/TranscriptView.h"
 #include "support/Corpora.h"
 #include "support/Files.h"

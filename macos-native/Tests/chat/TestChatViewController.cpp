@@ -1,9 +1,9 @@
 #include "chat/ChatViewController.h"
 
 #include "chat/ChatCalls.h"
-#include "chat/ChatHistory.h"
 #include "chat/ChatWindow.h"
-#include "chat/LocalGreeting.h"
+#include "chat/core/ChatHistory.h"
+#include "chat/core/LocalGreeting.h"
 #include "chat/transcript/TranscriptView.h"
 #include "support/Files.h"
 #include "support/Slowness.h"

@@ -1,8 +1,8 @@
 #include "chat/ChatWindow.h"
 #include "chat/transcript/TranscriptView.h"
-#include "shell/primitives/Colors.h"
-#include "shell/primitives/Labels.h"
 #include "support/Warnings.h"
+#include "ui/Colors.h"
+#include "ui/Labels.h"
 
 #include <QAccessible>
 #include <QApplication>

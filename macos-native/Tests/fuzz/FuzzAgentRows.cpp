@@ -1,8 +1,8 @@
-#include "agents/Agent.h"
-#include "agents/AgentReport.h"
+#include "agents/core/Agent.h"
+#include "agents/core/AgentReport.h"
 #include "backend/BackendReply.h"
 #include "fuzz/Invariant.h"
-#include "skills/AgentRow.h"
+#include "skills/core/AgentRow.h"
 
 #include <QSet>
 

@@ -1,4 +1,4 @@
-#include "chat/ChatHistory.h"
+#include "chat/core/ChatHistory.h"
 #include "fuzz/Invariant.h"
 
 #include <QFile>

@@ -1,6 +1,6 @@
 #include "backend/BackendReply.h"
 #include "fuzz/Invariant.h"
-#include "skills/SkillEntry.h"
+#include "skills/core/SkillEntry.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "backend/BackendReply.h"
 #include "fuzz/Invariant.h"
-#include "settings/SettingsDocument.h"
+#include "settings/core/SettingsDocument.h"
 
 namespace {
 

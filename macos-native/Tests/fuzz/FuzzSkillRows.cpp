@@ -1,8 +1,8 @@
 #include "backend/BackendReply.h"
 #include "fuzz/Invariant.h"
-#include "skills/CloudSkill.h"
-#include "skills/InstallReport.h"
-#include "skills/SkillRow.h"
+#include "skills/core/CloudSkill.h"
+#include "skills/core/InstallReport.h"
+#include "skills/core/SkillRow.h"
 
 #include <QSet>
 

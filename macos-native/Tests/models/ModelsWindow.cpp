@@ -2,8 +2,8 @@
 
 #include "backend/NeloBackend.h"
 #include "models/ModelsViewController.h"
-#include "shell/primitives/LegibleStyle.h"
 #include "shell/primitives/NeloWindow.h"
+#include "ui/LegibleStyle.h"
 
 #include <QApplication>
 

@@ -1,4 +1,4 @@
-#include "models/ModelReports.h"
+#include "models/core/ModelReports.h"
 
 #include "backend/BackendReply.h"
 #include "models/ModelColumns.h"

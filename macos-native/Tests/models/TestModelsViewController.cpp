@@ -1,11 +1,11 @@
 #include "models/ModelsViewController.h"
 
-#include "shell/primitives/Colors.h"
-#include "shell/primitives/FlowLayout.h"
-#include "shell/primitives/JsonTable.h"
 #include "support/DialogRobot.h"
 #include "support/ScriptedBackend.h"
 #include "support/Warnings.h"
+#include "ui/Colors.h"
+#include "ui/FlowLayout.h"
+#include "ui/JsonTable.h"
 
 #include <QApplication>
 #include <QGroupBox>

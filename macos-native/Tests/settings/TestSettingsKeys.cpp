@@ -1,4 +1,4 @@
-#include "settings/ApiKeyStore.h"
+#include "base/ApiKeyStore.h"
 #include "settings/SettingsFixture.h"
 #include "support/Warnings.h"
 

@@ -1,7 +1,8 @@
 #include "settings/SettingsFixture.h"
-#include "shell/primitives/Forms.h"
 #include "shell/primitives/NeloWindow.h"
+#include "shell/primitives/ScrollingForm.h"
 #include "support/Warnings.h"
+#include "ui/Forms.h"
 
 #include <QAccessible>
 #include <QFrame>

@@ -1,9 +1,9 @@
 #include "shell/ConsoleTabController.h"
 
-#include "shell/primitives/Colors.h"
 #include "shell/primitives/NeloWindow.h"
 #include "support/ScriptedBackend.h"
 #include "support/Warnings.h"
+#include "ui/Colors.h"
 
 #include <QDesktopServices>
 #include <QLabel>

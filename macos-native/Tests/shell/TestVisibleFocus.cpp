@@ -1,10 +1,10 @@
 #include "shell/NeloMenuBarApp.h"
 #include "shell/ToldStatusArea.h"
-#include "shell/primitives/Alerts.h"
-#include "shell/primitives/JsonTable.h"
 #include "shell/primitives/NeloWindow.h"
 #include "support/ScriptedBackend.h"
 #include "support/Warnings.h"
+#include "ui/Alerts.h"
+#include "ui/JsonTable.h"
 
 #include <QApplication>
 #include <QTabWidget>

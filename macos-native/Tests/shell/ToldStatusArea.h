@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shell/platform/StatusArea.h"
+#include "platform/StatusArea.h"
 
 /// A status area that comes and goes when it is told to.
 class ToldStatusArea final : public StatusArea

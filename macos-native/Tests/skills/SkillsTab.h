@@ -1,11 +1,11 @@
 #pragma once
 
-#include "shell/primitives/JsonTable.h"
-#include "shell/primitives/ScrollingLabel.h"
 #include "skills/SkillsViewController.h"
 #include "support/Controls.h"
 #include "support/DialogRobot.h"
 #include "support/ScriptedBackend.h"
+#include "ui/JsonTable.h"
+#include "ui/ScrollingLabel.h"
 
 #include <QLabel>
 #include <QLineEdit>

@@ -1,6 +1,6 @@
-#include "shell/primitives/Colors.h"
 #include "skills/SkillsTab.h"
 #include "support/Warnings.h"
+#include "ui/Colors.h"
 
 #include <QAccessible>
 #include <QHeaderView>

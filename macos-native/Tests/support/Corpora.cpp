@@ -1,6 +1,6 @@
 #include "support/Corpora.h"
 
-#include "backend/Json.h"
+#include "base/Json.h"
 
 #include <QFile>
 

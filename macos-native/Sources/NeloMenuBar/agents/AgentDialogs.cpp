@@ -1,10 +1,10 @@
 #include "agents/AgentDialogs.h"
 
-#include "shell/primitives/Alerts.h"
-#include "shell/primitives/Forms.h"
-#include "shell/primitives/Labels.h"
-#include "shell/primitives/PopUpButton.h"
-#include "shell/primitives/TextScale.h"
+#include "ui/Alerts.h"
+#include "ui/Forms.h"
+#include "ui/Labels.h"
+#include "ui/PopUpButton.h"
+#include "ui/TextScale.h"
 
 #include <QLineEdit>
 #include <QVBoxLayout>

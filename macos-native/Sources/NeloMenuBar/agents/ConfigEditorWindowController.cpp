@@ -1,11 +1,11 @@
 #include "agents/ConfigEditorWindowController.h"
 
-#include "agents/ConfigFile.h"
 #include "agents/ConfigTextView.h"
-#include "shell/primitives/Alerts.h"
-#include "shell/primitives/Buttons.h"
-#include "shell/primitives/Labels.h"
+#include "agents/core/ConfigFile.h"
 #include "shell/primitives/NeloWindow.h"
+#include "ui/Alerts.h"
+#include "ui/Buttons.h"
+#include "ui/Labels.h"
 
 #include <QDateTime>
 #include <QFontDatabase>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "agents/LineEndings.h"
+#include "agents/core/LineEndings.h"
 
 #include <QPlainTextEdit>
 

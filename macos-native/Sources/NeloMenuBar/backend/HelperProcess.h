@@ -1,6 +1,6 @@
 #pragma once
 
-#include "backend/FileDescriptor.h"
+#include "base/FileDescriptor.h"
 
 #include <array>
 #include <filesystem>

@@ -1,8 +1,8 @@
 #include "chat/ApiKeyDialog.h"
 
-#include "chat/SendFlowTexts.h"
-#include "shell/primitives/Alerts.h"
-#include "shell/primitives/TextScale.h"
+#include "chat/core/SendFlowTexts.h"
+#include "ui/Alerts.h"
+#include "ui/TextScale.h"
 
 #include <QLineEdit>
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "chat/ChatHistoryWriter.h"
-#include "chat/ChatOutcome.h"
-#include "chat/ChatService.h"
-#include "chat/NeloChatMessage.h"
-#include "settings/ApiKeyStore.h"
+#include "base/ApiKeyStore.h"
+#include "chat/core/ChatHistoryWriter.h"
+#include "chat/core/ChatOutcome.h"
+#include "chat/core/ChatService.h"
+#include "chat/core/NeloChatMessage.h"
 #include "shell/primitives/ViewController.h"
 
 #include <memory>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shell/primitives/JsonRowModel.h"
+#include "ui/JsonRowModel.h"
 
 /// The columns of the tables of language models and of their downloads.
 namespace ModelColumns {

@@ -3,12 +3,12 @@
 #include "backend/BackendReply.h"
 #include "backend/NeloBackend.h"
 #include "models/ModelColumns.h"
-#include "models/ModelReports.h"
-#include "shell/primitives/Alerts.h"
-#include "shell/primitives/Buttons.h"
-#include "shell/primitives/FlowLayout.h"
-#include "shell/primitives/JsonTable.h"
-#include "shell/primitives/Labels.h"
+#include "models/core/ModelReports.h"
+#include "ui/Alerts.h"
+#include "ui/Buttons.h"
+#include "ui/FlowLayout.h"
+#include "ui/JsonTable.h"
+#include "ui/Labels.h"
 
 #include <QGroupBox>
 #include <QVBoxLayout>

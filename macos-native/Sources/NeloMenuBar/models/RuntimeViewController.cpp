@@ -2,9 +2,9 @@
 
 #include "backend/BackendReply.h"
 #include "backend/NeloBackend.h"
-#include "models/RuntimeReport.h"
-#include "shell/primitives/Buttons.h"
-#include "shell/primitives/Labels.h"
+#include "models/core/RuntimeReport.h"
+#include "ui/Buttons.h"
+#include "ui/Labels.h"
 
 #include <QGroupBox>
 #include <QScrollArea>

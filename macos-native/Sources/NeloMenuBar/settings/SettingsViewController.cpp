@@ -2,13 +2,14 @@
 
 #include "backend/BackendReply.h"
 #include "backend/NeloBackend.h"
-#include "settings/ApiKeyStore.h"
-#include "settings/SettingsDocument.h"
-#include "shell/primitives/Buttons.h"
-#include "shell/primitives/Forms.h"
-#include "shell/primitives/Labels.h"
+#include "base/ApiKeyStore.h"
+#include "settings/core/SettingsDocument.h"
 #include "shell/primitives/NeloFlippedView.h"
-#include "shell/primitives/PopUpButton.h"
+#include "shell/primitives/ScrollingForm.h"
+#include "ui/Buttons.h"
+#include "ui/Forms.h"
+#include "ui/Labels.h"
+#include "ui/PopUpButton.h"
 
 #include <QCheckBox>
 #include <QLineEdit>

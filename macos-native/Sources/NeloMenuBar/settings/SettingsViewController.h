@@ -1,6 +1,6 @@
 #pragma once
 
-#include "settings/ProviderKeyCache.h"
+#include "settings/core/ProviderKeyCache.h"
 #include "shell/primitives/ViewController.h"
 
 class Label;

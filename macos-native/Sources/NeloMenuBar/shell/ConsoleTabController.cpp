@@ -3,10 +3,10 @@
 #include "agents/AgentsViewController.h"
 #include "models/RuntimeViewController.h"
 #include "settings/SettingsViewController.h"
-#include "shell/primitives/Colors.h"
 #include "shell/primitives/PlaceholderInfoController.h"
-#include "shell/primitives/SupportLine.h"
 #include "skills/SkillsViewController.h"
+#include "ui/Colors.h"
+#include "ui/SupportLine.h"
 
 #include <QLabel>
 #include <QTabWidget>

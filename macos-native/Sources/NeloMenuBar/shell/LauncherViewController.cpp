@@ -1,6 +1,6 @@
 #include "shell/LauncherViewController.h"
 
-#include "shell/primitives/Buttons.h"
+#include "ui/Buttons.h"
 
 #include <QAction>
 #include <QPushButton>

@@ -2,15 +2,15 @@
 
 #include "backend/NeloBackend.h"
 #include "chat/ChatViewController.h"
+#include "platform/Platform.h"
+#include "platform/StatusArea.h"
 #include "settings/SettingsViewController.h"
 #include "shell/ConsoleTabController.h"
 #include "shell/LauncherViewController.h"
 #include "shell/MenuBarImage.h"
 #include "shell/StatusMenu.h"
-#include "shell/platform/Platform.h"
-#include "shell/platform/StatusArea.h"
-#include "shell/primitives/LegibleStyle.h"
 #include "shell/primitives/NeloWindow.h"
+#include "ui/LegibleStyle.h"
 
 #include <QCoreApplication>
 #include <QSystemTrayIcon>

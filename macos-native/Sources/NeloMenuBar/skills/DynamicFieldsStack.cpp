@@ -1,7 +1,7 @@
 #include "skills/DynamicFieldsStack.h"
 
-#include "shell/primitives/Forms.h"
-#include "shell/primitives/Labels.h"
+#include "ui/Forms.h"
+#include "ui/Labels.h"
 
 #include <QLineEdit>
 #include <QVBoxLayout>

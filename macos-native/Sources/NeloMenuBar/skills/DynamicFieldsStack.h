@@ -1,6 +1,6 @@
 #pragma once
 
-#include "skills/SkillRow.h"
+#include "skills/core/SkillRow.h"
 
 #include <QWidget>
 

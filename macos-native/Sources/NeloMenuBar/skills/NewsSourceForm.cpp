@@ -1,9 +1,9 @@
 #include "skills/NewsSourceForm.h"
 
-#include "shell/primitives/Forms.h"
-#include "shell/primitives/PopUpButton.h"
-#include "shell/primitives/TextScale.h"
-#include "skills/NewsSource.h"
+#include "skills/core/NewsSource.h"
+#include "ui/Forms.h"
+#include "ui/PopUpButton.h"
+#include "ui/TextScale.h"
 
 #include <QLineEdit>
 #include <QVBoxLayout>

@@ -2,17 +2,17 @@
 
 #include "backend/BackendReply.h"
 #include "backend/NeloBackend.h"
-#include "shell/primitives/Alerts.h"
-#include "shell/primitives/Buttons.h"
-#include "shell/primitives/FlowLayout.h"
-#include "shell/primitives/Forms.h"
-#include "shell/primitives/Labels.h"
-#include "shell/primitives/PopUpButton.h"
-#include "shell/primitives/SingleLine.h"
-#include "shell/primitives/TextScale.h"
-#include "skills/NewsSource.h"
 #include "skills/NewsSourceForm.h"
-#include "skills/SkillRow.h"
+#include "skills/core/NewsSource.h"
+#include "skills/core/SkillRow.h"
+#include "ui/Alerts.h"
+#include "ui/Buttons.h"
+#include "ui/FlowLayout.h"
+#include "ui/Forms.h"
+#include "ui/Labels.h"
+#include "ui/PopUpButton.h"
+#include "ui/SingleLine.h"
+#include "ui/TextScale.h"
 
 #include <QPointer>
 #include <QPushButton>

@@ -1,6 +1,6 @@
 #include "skills/PackagePanel.h"
 
-#include "shell/primitives/TextScale.h"
+#include "ui/TextScale.h"
 
 #include <QDir>
 #include <QFileDialog>

@@ -2,15 +2,15 @@
 
 #include "backend/BackendReply.h"
 #include "backend/NeloBackend.h"
-#include "shell/primitives/Alerts.h"
-#include "shell/primitives/Colors.h"
-#include "shell/primitives/Forms.h"
-#include "shell/primitives/Labels.h"
-#include "shell/primitives/PopUpButton.h"
-#include "shell/primitives/TextScale.h"
 #include "skills/DynamicFieldsStack.h"
-#include "skills/SkillEntry.h"
-#include "skills/SkillRow.h"
+#include "skills/core/SkillEntry.h"
+#include "skills/core/SkillRow.h"
+#include "ui/Alerts.h"
+#include "ui/Colors.h"
+#include "ui/Forms.h"
+#include "ui/Labels.h"
+#include "ui/PopUpButton.h"
+#include "ui/TextScale.h"
 
 #include <QEvent>
 #include <QFontDatabase>

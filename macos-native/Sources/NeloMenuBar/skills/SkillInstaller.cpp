@@ -2,14 +2,14 @@
 
 #include "backend/BackendReply.h"
 #include "backend/NeloBackend.h"
-#include "shell/primitives/Alerts.h"
-#include "shell/primitives/PopUpButton.h"
-#include "shell/primitives/SingleLine.h"
-#include "shell/primitives/TextScale.h"
-#include "skills/AgentRow.h"
-#include "skills/CloudSkill.h"
-#include "skills/InstallReport.h"
 #include "skills/PackagePanel.h"
+#include "skills/core/AgentRow.h"
+#include "skills/core/CloudSkill.h"
+#include "skills/core/InstallReport.h"
+#include "ui/Alerts.h"
+#include "ui/PopUpButton.h"
+#include "ui/SingleLine.h"
+#include "ui/TextScale.h"
 
 #include <QPointer>
 

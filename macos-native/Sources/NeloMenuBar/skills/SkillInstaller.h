@@ -1,6 +1,6 @@
 #pragma once
 
-#include "backend/Json.h"
+#include "base/Json.h"
 
 #include <QObject>
 

@@ -1,8 +1,8 @@
 #include "chat/transcript/TranscriptArea.h"
 
-#include "shell/primitives/Colors.h"
 #include "support/Slowness.h"
 #include "support/Warnings.h"
+#include "ui/Colors.h"
 
 #include <QElapsedTimer>
 #include <QPaintEvent>

@@ -1,7 +1,7 @@
 #include "chat/transcript/TranscriptView.h"
 
-#include "shell/primitives/Colors.h"
 #include "support/Warnings.h"
+#include "ui/Colors.h"
 
 #include <QApplication>
 #include <QClipboard>

@@ -3,15 +3,15 @@
 #include "agents/AgentDialogs.h"
 #include "agents/ConfigEditorWindowController.h"
 #include "chat/ApiKeyDialog.h"
-#include "chat/ChatProvider.h"
+#include "chat/core/ChatProvider.h"
 #include "chat/transcript/TranscriptView.h"
 #include "models/ModelsViewController.h"
 #include "shell/LauncherViewController.h"
 #include "shell/ToldStatusArea.h"
-#include "shell/primitives/Alerts.h"
 #include "shell/primitives/NeloWindow.h"
 #include "support/Controls.h"
 #include "support/Files.h"
+#include "ui/Alerts.h"
 
 #include <QApplication>
 #include <QMenu>

@@ -1,7 +1,7 @@
 #include "shell/legibility/Legibility.h"
 
 #include "shell/legibility/ShownText.h"
-#include "shell/primitives/Colors.h"
+#include "ui/Colors.h"
 
 #include <QAbstractItemView>
 #include <QAbstractScrollArea>

@@ -1,7 +1,7 @@
 #include "shell/legibility/ShownText.h"
 
 #include "chat/transcript/TranscriptView.h"
-#include "shell/primitives/Labels.h"
+#include "ui/Labels.h"
 
 #include <QAbstractButton>
 #include <QCheckBox>

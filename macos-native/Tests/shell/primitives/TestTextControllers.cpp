@@ -1,8 +1,8 @@
 #include "shell/primitives/PlaceholderInfoController.h"
 #include "shell/primitives/TextBlockController.h"
 
-#include "shell/primitives/Labels.h"
 #include "support/Warnings.h"
+#include "ui/Labels.h"
 
 #include <QFontDatabase>
 #include <QPlainTextEdit>

@@ -1,11 +1,11 @@
 #include "chat/client/ChatClient.h"
 
-#include "chat/ChatLog.h"
-#include "chat/ChatProvider.h"
 #include "chat/client/ChatRequest.h"
 #include "chat/client/ChatTransferResult.h"
 #include "chat/client/ChatUpload.h"
 #include "chat/client/LoopbackAwareProxies.h"
+#include "chat/core/ChatLog.h"
+#include "chat/core/ChatProvider.h"
 
 #include <QNetworkReply>
 

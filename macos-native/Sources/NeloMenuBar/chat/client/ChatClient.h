@@ -1,7 +1,7 @@
 #pragma once
 
-#include "chat/ChatService.h"
 #include "chat/client/ChatReply.h"
+#include "chat/core/ChatService.h"
 
 #include <QHash>
 #include <QNetworkAccessManager>

@@ -1,5 +1,5 @@
-#include "chat/ChatService.h"
 #include "chat/client/ChatClient.h"
+#include "chat/core/ChatService.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "chat/client/ChatReply.h"
 
-#include "chat/CharacterCount.h"
+#include "chat/core/CharacterCount.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "chat/ChatOutcome.h"
+#include "chat/core/ChatOutcome.h"
 
 #include <QByteArray>
 

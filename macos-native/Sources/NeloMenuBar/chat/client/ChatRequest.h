@@ -1,6 +1,6 @@
 #pragma once
 
-#include "chat/NeloChatMessage.h"
+#include "chat/core/NeloChatMessage.h"
 
 #include <QNetworkRequest>
 

@@ -1,7 +1,7 @@
 #include "chat/transcript/BubblePainter.h"
 
 #include "chat/transcript/TranscriptLayout.h"
-#include "shell/primitives/Colors.h"
+#include "ui/Colors.h"
 
 #include <QPainter>
 #include <QTextCharFormat>

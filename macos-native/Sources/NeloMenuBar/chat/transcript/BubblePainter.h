@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shell/primitives/TextRanges.h"
+#include "ui/TextRanges.h"
 
 #include <QPalette>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shell/primitives/TextRanges.h"
+#include "ui/TextRanges.h"
 
 /// What is selected in one text: from where the selection began to its moving end, by letters or by whole words or
 /// paragraphs.

@@ -1,6 +1,6 @@
 #include "chat/transcript/TextEstimate.h"
 
-#include "shell/primitives/TextRanges.h"
+#include "ui/TextRanges.h"
 
 #include <QTextLayout>
 

@@ -1,7 +1,7 @@
 #include "chat/transcript/TranscriptLayout.h"
 
-#include "shell/primitives/Labels.h"
-#include "shell/primitives/TextScale.h"
+#include "ui/Labels.h"
+#include "ui/TextScale.h"
 
 #include <QFontMetrics>
 

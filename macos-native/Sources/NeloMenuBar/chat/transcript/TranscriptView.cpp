@@ -1,7 +1,7 @@
 #include "chat/transcript/TranscriptView.h"
 
 #include "chat/transcript/TranscriptAccessible.h"
-#include "shell/primitives/TextRanges.h"
+#include "ui/TextRanges.h"
 
 #include <QApplication>
 #include <QClipboard>

@@ -1,7 +1,7 @@
 #include "shell/primitives/NeloWindow.h"
 
-#include "shell/primitives/TextScale.h"
 #include "shell/primitives/ViewController.h"
+#include "ui/TextScale.h"
 
 #include <QAccessibleWidget>
 #include <QGuiApplication>

@@ -1,6 +1,6 @@
 #include "shell/primitives/PlaceholderInfoController.h"
 
-#include "shell/primitives/Labels.h"
+#include "ui/Labels.h"
 
 #include <QVBoxLayout>
 

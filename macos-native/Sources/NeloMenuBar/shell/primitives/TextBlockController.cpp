@@ -1,6 +1,6 @@
 #include "shell/primitives/TextBlockController.h"
 
-#include "shell/primitives/Labels.h"
+#include "ui/Labels.h"
 
 #include <QFontDatabase>
 #include <QPlainTextEdit>

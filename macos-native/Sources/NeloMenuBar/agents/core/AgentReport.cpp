@@ -1,0 +1,32 @@
+#include "agents/core/AgentReport.h"
+
+#include "backend/BackendReply.h"
+
+#include <QStringList>
+
+#include <map>
+
+namespace {
+
+QString summaryOf(const std::vector<Json>& rows)
+{
+    std::map<QString, int> counts;
+    for (const Json& row : rows)
+        ++counts[textOf(row, "ecosystem", QStringLiteral("unknown"))];
+
+    QStringList parts;
+    for (const auto& [ecosystem, count] : counts)
+        parts.append(ecosystem + u':' + QString::number(count));
+    const QString total = QStringLiteral("Total: ") + QString::number(rows.size());
+    return parts.isEmpty() ? total : total + QStringLiteral(" (") + parts.join(QStringLiteral(", ")) + u')';
+}
+
+} // namespace
+
+AgentReport agentReport(const BackendReply& reply)
+{
+    std::vector<Json> rows = reply.rows();
+    const QString summary = summaryOf(rows);
+    const QString synced = QStringLiteral("Synced local discovery to Core and loaded Core agent registry.");
+    return {std::move(rows), summary, reply.isError() ? reply.text() : synced};
+}

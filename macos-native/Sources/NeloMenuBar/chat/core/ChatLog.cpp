@@ -1,0 +1,31 @@
+#include "chat/core/ChatLog.h"
+
+#include "base/AtomicFile.h"
+#include "chat/core/ChatFolder.h"
+#include "chat/core/ChatTimestamp.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <tuple>
+
+QString neloChatLogURL()
+{
+    return pathInChatFolder(QStringLiteral("menubar_chat.log"));
+}
+
+void neloChatLog(const QString& message)
+{
+    const QByteArray line = QStringLiteral("[%1] %2\n").arg(chatTimestamp(), message).toUtf8();
+    const QString path = neloChatLogURL();
+    if (!QFileInfo::exists(path)) {
+        std::ignore = writeFileAtomically(path, line);
+        return;
+    }
+    QFile log(path);
+    if (!QFileInfo(path).isFile() || !log.open(QFile::WriteOnly | QFile::Append | QFile::Unbuffered))
+        return;
+    const qint64 sizeBefore = log.size();
+    if (log.write(line) != line.size())
+        log.resize(sizeBefore); // the next entry would go on in the line that has only begun
+}

@@ -1,0 +1,8 @@
+#include "chat/core/ChatTimestamp.h"
+
+#include <QDateTime>
+
+QString chatTimestamp()
+{
+    return QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
+}

@@ -1,0 +1,102 @@
+#include "platform/EmbeddingTray.h"
+
+#include <QByteArray>
+#include <QGuiApplication>
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+#include <xcb/xcb.h>
+
+namespace {
+
+struct Free
+{
+    void operator()(void* memory) const { std::free(memory); } // as xcb has its answers released
+};
+
+template <typename Answer> using Owned = std::unique_ptr<Answer, Free>;
+
+xcb_connection_t* serverConnection()
+{
+    const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    return x11 ? x11->connection() : nullptr;
+}
+
+/// A tray belongs to one screen; a program to the one that its display's name ends in.
+QByteArray selectionName()
+{
+    char* host = nullptr;
+    int display = 0;
+    int screen = 0;
+    xcb_parse_display(nullptr, &host, &display, &screen);
+    std::free(host);
+    return "_NET_SYSTEM_TRAY_S" + QByteArray::number(screen);
+}
+
+xcb_atom_t atomCalled(xcb_connection_t* connection, const QByteArray& name)
+{
+    const auto asked = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.constData());
+    const Owned<xcb_intern_atom_reply_t> answer(xcb_intern_atom_reply(connection, asked, nullptr));
+    return answer ? answer->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+}
+
+/// Whether the end of `window` will be told; not when it has already come.
+bool watchForEnd(xcb_connection_t* connection, xcb_window_t window)
+{
+    const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY; // what Qt asks for too, on the same connection
+    const auto asked = xcb_change_window_attributes_checked(connection, window, XCB_CW_EVENT_MASK, &events);
+    const Owned<xcb_generic_error_t> failure(xcb_request_check(connection, asked));
+    return !failure;
+}
+
+xcb_window_t ownerOf(xcb_connection_t* connection, xcb_atom_t selection)
+{
+    const auto asked = xcb_get_selection_owner(connection, selection);
+    const Owned<xcb_get_selection_owner_reply_t> answer(xcb_get_selection_owner_reply(connection, asked, nullptr));
+    return answer ? answer->owner : static_cast<xcb_window_t>(XCB_WINDOW_NONE);
+}
+
+} // namespace
+
+EmbeddingTray::EmbeddingTray(QObject* parent) : QObject(parent), m_connection(serverConnection())
+{
+    if (m_connection == nullptr)
+        return;
+    m_announcement = atomCalled(m_connection, "MANAGER");
+    m_selection = atomCalled(m_connection, selectionName());
+    QCoreApplication::instance()->installNativeEventFilter(this);
+    find();
+}
+
+bool EmbeddingTray::nativeEventFilter(const QByteArray& /*eventType*/, void* message, qintptr* /*result*/)
+{
+    const auto* event = static_cast<const xcb_generic_event_t*>(message);
+    constexpr int sentByAProgram = 0x80;
+    switch (event->response_type & ~sentByAProgram) {
+    case XCB_CLIENT_MESSAGE: { // Qt has asked for those to the root window
+        const auto* said = reinterpret_cast<const xcb_client_message_event_t*>(event);
+        if (said->type == m_announcement && said->data.data32[1] == m_selection)
+            find();
+        break;
+    }
+    case XCB_DESTROY_NOTIFY:
+        if (reinterpret_cast<const xcb_destroy_notify_event_t*>(event)->window == m_window)
+            find();
+        break;
+    default:
+        break;
+    }
+    return false; // for Qt to handle
+}
+
+void EmbeddingTray::find()
+{
+    const xcb_window_t before = std::exchange(m_window, ownerOf(m_connection, m_selection));
+    if (isThere() && !watchForEnd(m_connection, m_window))
+        m_window = XCB_WINDOW_NONE;
+    if (m_window != before)
+        emit changed();
+}

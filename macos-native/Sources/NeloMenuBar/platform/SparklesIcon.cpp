@@ -1,0 +1,83 @@
+#include "platform/SparklesIcon.h"
+
+#include <QIconEngine>
+#include <QPainter>
+#include <QPainterPath>
+
+#include <array>
+
+namespace {
+
+/// A star in a unit square: its centre and the length of its rays.
+struct Star
+{
+    QPointF centre;
+    double ray = 0;
+};
+
+constexpr std::array<Star, 3> stars{{{{0.42, 0.55}, 0.40}, {{0.80, 0.22}, 0.20}, {{0.82, 0.80}, 0.15}}};
+
+/// A four-point star: its edges are curves that bend in towards the centre.
+void addStar(QPainterPath& path, const Star& star)
+{
+    const double waist = star.ray * 0.16; // how far from the centre the curves come
+    const std::array<QPointF, 4> tips{QPointF(0, -star.ray), QPointF(star.ray, 0), QPointF(0, star.ray),
+                                      QPointF(-star.ray, 0)};
+    const std::array<QPointF, 4> bends{QPointF(waist, -waist), QPointF(waist, waist), QPointF(-waist, waist),
+                                       QPointF(-waist, -waist)};
+    path.moveTo(star.centre + tips[0]);
+    for (std::size_t i = 0; i < tips.size(); ++i)
+        path.quadTo(star.centre + bends[i], star.centre + tips[(i + 1) % tips.size()]);
+}
+
+QPainterPath sparkles()
+{
+    QPainterPath path;
+    for (const Star& star : stars)
+        addStar(path, star);
+    return path;
+}
+
+class SparklesIconEngine final : public QIconEngine
+{
+public:
+    void paint(QPainter* painter, const QRect& rect, QIcon::Mode /*mode*/, QIcon::State /*state*/) override
+    {
+        // A panel may be light or dark and does not say: a light shape within a dark edge stands out on both.
+        const double side = qMin(rect.width(), rect.height());
+        painter->save();
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->translate(rect.center() + QPointF(0.5, 0.5) - QPointF(side, side) / 2);
+        painter->scale(side, side);
+        const QPainterPath shape = sparkles();
+        painter->strokePath(shape, QPen(QColor(24, 33, 52), 0.13, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        painter->fillPath(shape, QColor(255, 255, 255));
+        painter->restore();
+    }
+
+    QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override
+    {
+        QPixmap pixmap(size);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        paint(&painter, pixmap.rect(), mode, state);
+        return pixmap;
+    }
+
+    QList<QSize> availableSizes(QIcon::Mode /*mode*/, QIcon::State /*state*/) override
+    {
+        QList<QSize> sizes;
+        for (const int side : {16, 18, 22, 24, 32, 36, 44, 48, 64}) // what panels ask for, at 1x and 2x
+            sizes.append({side, side});
+        return sizes;
+    }
+
+    QIconEngine* clone() const override { return new SparklesIconEngine(*this); }
+};
+
+} // namespace
+
+QIcon sparklesIcon()
+{
+    return QIcon(new SparklesIconEngine);
+}

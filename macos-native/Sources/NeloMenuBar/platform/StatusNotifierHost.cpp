@@ -1,0 +1,60 @@
+#include "platform/StatusNotifierHost.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
+#include <QDBusVariant>
+
+namespace {
+
+/// Who knows the hosts; the name of its interface too.
+QString watcherService()
+{
+    return QStringLiteral("org.kde.StatusNotifierWatcher");
+}
+
+QString watcherPath()
+{
+    return QStringLiteral("/StatusNotifierWatcher");
+}
+
+} // namespace
+
+StatusNotifierHost::StatusNotifierHost(QObject* parent) : QObject(parent), m_bus(QDBusConnection::sessionBus())
+{
+    if (!m_bus.isConnected()) {
+        m_isRegistered = false;
+        return;
+    }
+    const auto* owners =
+        new QDBusServiceWatcher(watcherService(), m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+    connect(owners, &QDBusServiceWatcher::serviceRegistered, this, &StatusNotifierHost::ask);
+    connect(owners, &QDBusServiceWatcher::serviceUnregistered, this, [this] { settle(false); });
+    // Whoever sends it: the answer comes from the watcher. To name the sender here would wait for the bus to find it.
+    for (const auto& signal :
+         {QStringLiteral("StatusNotifierHostRegistered"), QStringLiteral("StatusNotifierHostUnregistered")})
+        m_bus.connect({}, watcherPath(), watcherService(), signal, this, SLOT(ask())); // Qt has no other way here
+    ask();
+}
+
+void StatusNotifierHost::ask()
+{
+    QDBusMessage question = QDBusMessage::createMethodCall(
+        watcherService(), watcherPath(), QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    question << watcherService() << QStringLiteral("IsStatusNotifierHostRegistered");
+    auto* call = new QDBusPendingCallWatcher(m_bus.asyncCall(question), this);
+    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
+        call->deleteLater();
+        const QDBusPendingReply<QDBusVariant> answer = *call;
+        settle(answer.isValid() && answer.value().variant().toBool());
+    });
+}
+
+void StatusNotifierHost::settle(bool isRegistered)
+{
+    if (m_isRegistered == isRegistered)
+        return;
+    m_isRegistered = isRegistered;
+    emit changed();
+}

@@ -1,0 +1,23 @@
+#include "skills/core/NewsSource.h"
+
+#include "backend/BackendReply.h"
+
+QString newsSourceTitle(const Json& source)
+{
+    return u'[' + textOf(source, "bucket") + QStringLiteral("] ") + textOf(source, "name") + QStringLiteral(" (")
+           + textOf(source, "type") + QStringLiteral(") id=") + textOf(source, "id") + QStringLiteral(" enabled=")
+           + textOf(source, "enabled");
+}
+
+QString newsSourceSummary(std::size_t count)
+{
+    return QString::number(count) + QStringLiteral(" sources.");
+}
+
+Json toJson(const NewNewsSource& source)
+{
+    return {
+        {"type", source.type},         {"id", source.id.trimmed()},   {"name", source.name.trimmed()},
+        {"url", source.url.trimmed()}, {"enabled", source.isEnabled},
+    };
+}

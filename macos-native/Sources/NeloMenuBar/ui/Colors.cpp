@@ -1,0 +1,90 @@
+#include "ui/Colors.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr float lessWeight = 0.65F;    // of a text's own colour
+constexpr double enoughContrast = 4.5; // WCAG 2.1, 1.4.3
+
+QColor blend(const QColor& over, const QColor& under, float weight)
+{
+    const auto channel = [weight](float a, float b) { return a * weight + b * (1.0F - weight); };
+    return QColor::fromRgbF(channel(over.redF(), under.redF()), channel(over.greenF(), under.greenF()),
+                            channel(over.blueF(), under.blueF()));
+}
+
+/// WCAG 2.1's definition, with the threshold that it takes from an early draft of sRGB.
+double relativeLuminance(const QColor& color)
+{
+    const auto linear = [](double channel) {
+        return channel <= 0.03928 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+}
+
+bool isLegible(const QColor& text, const QColor& background)
+{
+    QColor opaque = text;
+    opaque.setAlphaF(1);
+    return Colors::contrast(blend(opaque, background, text.alphaF()), background) >= enoughContrast;
+}
+
+void mend(QPalette& palette, QPalette::ColorGroup group)
+{
+    const QColor base = palette.color(group, QPalette::Base);
+    if (!isLegible(palette.color(group, QPalette::PlaceholderText), base))
+        palette.setColor(group, QPalette::PlaceholderText,
+                         blend(palette.color(group, QPalette::Text), base, lessWeight));
+
+    const QColor highlight = palette.color(group, QPalette::Highlight);
+    if (isLegible(palette.color(group, QPalette::HighlightedText), highlight))
+        return;
+    const bool isDark = isLegible(Qt::white, highlight); // of black and white, one always stands out
+    palette.setColor(group, QPalette::HighlightedText, isDark ? Qt::white : Qt::black);
+}
+
+} // namespace
+
+QColor Colors::white(double whiteness)
+{
+    return QColor::fromRgbF(static_cast<float>(whiteness), static_cast<float>(whiteness),
+                            static_cast<float>(whiteness));
+}
+
+QColor Colors::secondaryText(const QPalette& palette)
+{
+    return blend(palette.color(QPalette::WindowText), palette.color(QPalette::Window), lessWeight);
+}
+
+double Colors::contrast(const QColor& one, const QColor& other)
+{
+    const auto [darker, lighter] = std::minmax({relativeLuminance(one), relativeLuminance(other)});
+    return (lighter + 0.05) / (darker + 0.05);
+}
+
+QPalette Colors::legible(QPalette palette)
+{
+    mend(palette, QPalette::Active);
+    mend(palette, QPalette::Inactive);
+    return palette;
+}
+
+QPalette Colors::lightAppearance(const QColor& background)
+{
+    const QColor button = white(0.94);
+    const QColor text = white(0.1);
+    QPalette palette(button, background);
+    for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+        palette.setColor(QPalette::Active, role, text);
+        palette.setColor(QPalette::Inactive, role, text);
+    }
+    palette.setColor(QPalette::Base, Qt::white);
+    palette.setColor(QPalette::AlternateBase, white(0.96));
+    palette.setColor(QPalette::Link, QColor(0, 87, 174));
+    palette.setColor(QPalette::Highlight, QColor(48, 104, 198));
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    palette.setColor(QPalette::PlaceholderText, secondaryText(palette));
+    return palette;
+}

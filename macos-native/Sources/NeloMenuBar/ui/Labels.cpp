@@ -1,0 +1,131 @@
+#include "ui/Labels.h"
+
+#include "ui/Colors.h"
+#include "ui/SingleLine.h"
+#include "ui/TextScale.h"
+
+#include <QApplication>
+#include <QHelpEvent>
+#include <QPainter>
+#include <QStyle>
+#include <QToolTip>
+
+namespace {
+
+/// Gives `label` the text colour of `emphasis` on the palette it inherits.
+void setTextColor(QLabel& label, Emphasis emphasis)
+{
+    if (emphasis == Emphasis::Primary)
+        return;
+    const QPalette inherited = label.parentWidget() ? label.parentWidget()->palette() : QApplication::palette(&label);
+    const QColor color = Colors::secondaryText(inherited);
+    if (label.palette().color(QPalette::WindowText) == color)
+        return; // setting it again would announce a change of palette again
+    QPalette palette;
+    palette.setColor(QPalette::WindowText, color);
+    label.setPalette(palette);
+}
+
+} // namespace
+
+QFont fontOfSize(const QFont& font, int size, QFont::Weight weight)
+{
+    QFont result(font);
+    result.setPixelSize(grownWithText(size));
+    result.setWeight(weight);
+    return result;
+}
+
+Label::Label(const QString& text, QWidget* parent) : QLabel(text, parent)
+{
+    setTextFormat(Qt::PlainText);
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+}
+
+void Label::setEmphasis(Emphasis emphasis)
+{
+    m_emphasis = emphasis;
+    applyEmphasis();
+}
+
+QSize Label::sizeHint() const
+{
+    return {fontMetrics().horizontalAdvance(singleLine(text())) + 1, fontMetrics().height()};
+}
+
+QSize Label::minimumSizeHint() const
+{
+    return {0, fontMetrics().height()};
+}
+
+bool Label::event(QEvent* event)
+{
+    if (event->type() == QEvent::ToolTip && isElided()) {
+        constexpr qsizetype plenty = 5000; // a tool tip has no scroll bar
+        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), Qt::convertFromPlainText(text().left(plenty)),
+                           this);
+        return true;
+    }
+    return QLabel::event(event);
+}
+
+void Label::paintEvent(QPaintEvent* /*event*/)
+{
+    QPainter painter(this);
+    const QString shown = fontMetrics().elidedText(singleLine(text()), Qt::ElideRight, width());
+    // On the line of the label's own font: centred by its own height, a text with letters of another font, Chinese ones
+    // say, would lose its lower edge.
+    const QSize extent(fontMetrics().horizontalAdvance(shown), fontMetrics().height());
+    const QPoint corner = QStyle::alignedRect(layoutDirection(), alignment(), extent, rect()).topLeft();
+    painter.drawText(corner.x(), corner.y() + fontMetrics().ascent(), shown);
+}
+
+void Label::changeEvent(QEvent* event)
+{
+    QLabel::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ParentChange)
+        applyEmphasis();
+}
+
+void Label::applyEmphasis()
+{
+    setTextColor(*this, m_emphasis);
+}
+
+bool Label::isElided() const
+{
+    return fontMetrics().horizontalAdvance(singleLine(text())) > width();
+}
+
+Label* makeSecondaryLabel(const QString& objectName, const QString& text, QWidget* parent)
+{
+    auto* label = new Label(text, parent);
+    label->setObjectName(objectName);
+    label->setEmphasis(Emphasis::Secondary);
+    return label;
+}
+
+WrappingLabel::WrappingLabel(const QString& text, QWidget* parent) : QLabel(text, parent)
+{
+    setTextFormat(Qt::PlainText);
+    setWordWrap(true);
+    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+}
+
+void WrappingLabel::setEmphasis(Emphasis emphasis)
+{
+    m_emphasis = emphasis;
+    applyEmphasis();
+}
+
+void WrappingLabel::changeEvent(QEvent* event)
+{
+    QLabel::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ParentChange)
+        applyEmphasis();
+}
+
+void WrappingLabel::applyEmphasis()
+{
+    setTextColor(*this, m_emphasis);
+}

@@ -1,0 +1,42 @@
+#include "ui/PopUpButton.h"
+
+#include "ui/SingleLine.h"
+
+#include <QStyle>
+#include <QStyleOptionComboBox>
+#include <QWheelEvent>
+
+PopUpButton::PopUpButton(QWidget* parent) : QComboBox(parent)
+{
+    setFocusPolicy(Qt::StrongFocus); // less the wheel, which is not for us
+}
+
+void PopUpButton::selectItemWithTitle(const QString& title)
+{
+    setCurrentIndex(findText(title));
+}
+
+QString PopUpButton::titleOfSelectedItem(const QString& whenNone) const
+{
+    return currentIndex() < 0 ? whenNone : currentText();
+}
+
+void PopUpButton::initStyleOption(QStyleOptionComboBox* option) const
+{
+    QComboBox::initStyleOption(option);
+    const QRect room = style()->subControlRect(QStyle::CC_ComboBox, option, QStyle::SC_ComboBoxEditField, this);
+    option->currentText = option->fontMetrics.elidedText(singleLine(option->currentText), Qt::ElideRight, room.width());
+}
+
+// Not from the beginning: it makes the list that drops down, eight widgets for each button of a window. Until it is
+// shown a combo box measures its items anyway.
+void PopUpButton::showEvent(QShowEvent* event)
+{
+    setSizeAdjustPolicy(AdjustToContents);
+    QComboBox::showEvent(event);
+}
+
+void PopUpButton::wheelEvent(QWheelEvent* event)
+{
+    event->ignore();
+}

@@ -1,0 +1,69 @@
+#include "ui/ScrollingLabel.h"
+
+#include "ui/Colors.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QTextLayout>
+
+#include <cmath>
+
+namespace {
+
+/// The height of a line that holds Chinese letters too: those come from another font, whose lines are higher.
+double mixedLineHeight(const QFont& font)
+{
+    QTextLayout layout(QStringLiteral("Ag天"), font);
+    layout.beginLayout();
+    QTextLine line = layout.createLine();
+    line.setLeadingIncluded(true);
+    layout.endLayout();
+    return line.height();
+}
+
+} // namespace
+
+ScrollingLabel::ScrollingLabel(int lines, QWidget* parent) : QPlainTextEdit(parent), m_lines(lines)
+{
+    setReadOnly(true);
+    setUndoRedoEnabled(false);
+    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    setTabChangesFocus(true);
+    setFrameShape(QFrame::NoFrame);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff); // every line is wrapped; blanks at its end need no room
+    viewport()->setAutoFillBackground(false);
+    document()->setDocumentMargin(0);
+    applyEmphasis();
+    applyHeight();
+}
+
+void ScrollingLabel::setText(const QString& text)
+{
+    setPlainText(text);
+    setAccessibleName(text);
+}
+
+void ScrollingLabel::changeEvent(QEvent* event)
+{
+    QPlainTextEdit::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        applyEmphasis();
+    if (event->type() == QEvent::FontChange)
+        applyHeight();
+}
+
+void ScrollingLabel::applyEmphasis()
+{
+    const QColor color =
+        Colors::secondaryText(parentWidget() ? parentWidget()->palette() : QApplication::palette(this));
+    if (palette().color(QPalette::Text) == color)
+        return; // setting it again would announce a change of palette again
+    QPalette palette;
+    palette.setColor(QPalette::Text, color);
+    setPalette(palette);
+}
+
+void ScrollingLabel::applyHeight()
+{
+    setFixedHeight(static_cast<int>(std::ceil(m_lines * mixedLineHeight(font()))) + 1); // what fills it exactly scrolls
+}

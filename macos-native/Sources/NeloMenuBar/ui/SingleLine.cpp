@@ -1,0 +1,40 @@
+#include "ui/SingleLine.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr qsizetype longestLine = 1000; // in UTF-16 code units
+
+bool isLineBreak(QChar character)
+{
+    switch (character.unicode()) {
+    case u'\n':
+    case u'\v':
+    case u'\f':
+    case u'\r':
+    case 0x85: // next line
+    case QChar::LineSeparator:
+    case QChar::ParagraphSeparator:
+        return true;
+    default:
+        return false;
+    }
+}
+
+QString beginning(const QString& text)
+{
+    if (text.size() <= longestLine)
+        return text;
+    const bool splitsCharacter = text.at(longestLine - 1).isHighSurrogate();
+    return text.left(splitsCharacter ? longestLine - 1 : longestLine) + QChar(u'…');
+}
+
+} // namespace
+
+QString singleLine(const QString& text)
+{
+    QString line = beginning(text);
+    std::replace_if(line.begin(), line.end(), isLineBreak, QChar(u' '));
+    return line;
+}

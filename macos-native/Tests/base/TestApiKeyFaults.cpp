@@ -1,0 +1,107 @@
+#include "base/ApiKeyStore.h"
+
+#include "base/StoredKey.h"
+#include "support/Files.h"
+#include "support/ProcessTable.h"
+#include "support/TestHome.h"
+#include "support/Warnings.h"
+#include "support/faults/EveryFault.h"
+
+#include <QFileInfo>
+#include <QSettings>
+#include <QTest>
+
+/// Saving a key while one call after the other fails.
+class TestApiKeyFaults final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void theEarlierKeysStayOrTheNewOneIsThere_data();
+    void theEarlierKeysStayOrTheNewOneIsThere();
+    void theFirstKeyIsThereOrNone_data();
+    void theFirstKeyIsThereOrNone();
+};
+
+namespace {
+
+const QString openai = QStringLiteral("openai");
+const QString kimi = QStringLiteral("kimi");
+
+/// A home whose user defaults are found in it.
+struct HomeWithDefaults
+{
+    HomeWithDefaults() { QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, folder); }
+
+    TestHome home;
+    QString folder = home.path(QStringLiteral(".config"));
+    QString file = folder + QStringLiteral("/Nelo/TestApiKeyFaults.conf");
+};
+
+} // namespace
+
+void TestApiKeyFaults::init()
+{
+    failOnUnexpectedWarning();
+    QCoreApplication::setOrganizationName(QStringLiteral("Nelo"));
+    QCoreApplication::setApplicationName(QStringLiteral("TestApiKeyFaults"));
+}
+
+void TestApiKeyFaults::theEarlierKeysStayOrTheNewOneIsThere_data()
+{
+    addRowsOfFileFaults();
+}
+
+void TestApiKeyFaults::theEarlierKeysStayOrTheNewOneIsThere()
+{
+    QFETCH(Fault, fault);
+    const QString earlier(500, QLatin1Char('e'));
+    const QString later(9'000, QLatin1Char('n'));
+    EveryFault faults(fault);
+    while (faults.next()) {
+        const HomeWithDefaults defaults;
+        QVERIFY(ApiKeyStore().setKey(kimi, earlier));
+        QVERIFY(ApiKeyStore().setKey(openai, earlier));
+        const int descriptors = ProcessTable::openDescriptors();
+        bool isStored = false;
+        faults.during([&] { isStored = ApiKeyStore().setKey(openai, later); });
+
+        QVERIFY(isStored || faults.mayHaveFailed());
+        QCOMPARE(storedKey(defaults.file, openai), isStored ? later : earlier);
+        QCOMPARE(storedKey(defaults.file, kimi), earlier);
+        QCOMPARE(ApiKeyStore().key(openai), isStored ? later : earlier);
+        QCOMPARE(Files::names(QFileInfo(defaults.file).path()), QStringList{QFileInfo(defaults.file).fileName()});
+        QCOMPARE(ProcessTable::openDescriptors(), descriptors);
+        QVERIFY(ApiKeyStore().setKey(openai, later));
+        QCOMPARE(storedKey(defaults.file, openai), later);
+    }
+    QVERIFY(faults.strikes() > 0);
+}
+
+void TestApiKeyFaults::theFirstKeyIsThereOrNone_data()
+{
+    addRowsOfFileFaults();
+}
+
+void TestApiKeyFaults::theFirstKeyIsThereOrNone()
+{
+    QFETCH(Fault, fault);
+    const QString key = QStringLiteral("sk-first");
+    EveryFault faults(fault);
+    while (faults.next()) {
+        const HomeWithDefaults defaults;
+        bool isStored = false;
+        faults.during([&] { isStored = ApiKeyStore().setKey(openai, key); });
+
+        QVERIFY(isStored || faults.mayHaveFailed());
+        QCOMPARE(ApiKeyStore().key(openai), isStored ? key : QString());
+        QVERIFY(ApiKeyStore().setKey(openai, key));
+        QCOMPARE(storedKey(defaults.file, openai), key);
+        QCOMPARE(Files::mode(defaults.file), 0600);
+    }
+    QVERIFY(faults.strikes() > 0);
+}
+
+QTEST_GUILESS_MAIN(TestApiKeyFaults)
+#include "TestApiKeyFaults.moc"

@@ -1,0 +1,103 @@
+#include "platform/SparklesIcon.h"
+
+#include "support/Warnings.h"
+#include "ui/Colors.h"
+
+#include <QPainter>
+#include <QTest>
+
+/// The status icon of our own.
+class TestSparklesIcon final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void offersTheSizesThatPanelsAskFor();
+    void standsOutOnItsPanel_data();
+    void standsOutOnItsPanel();
+    void isDrawnAnewAtTwiceTheScale();
+    void leavesItsCornersClear();
+};
+
+namespace {
+
+QImage onPanel(int side, const QColor& panel)
+{
+    QImage image(side, side, QImage::Format_RGB32);
+    image.fill(panel);
+    QPainter painter(&image);
+    sparklesIcon().paint(&painter, image.rect());
+    return image;
+}
+
+/// The share of pixels that have the contrast to `panel` that WCAG 2.1 asks of texts, more than of pictures.
+double legibleShare(const QImage& image, const QColor& panel)
+{
+    int legible = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            legible += Colors::contrast(image.pixelColor(x, y), panel) >= 4.5 ? 1 : 0;
+    }
+    return static_cast<double>(legible) / (image.width() * image.height());
+}
+
+} // namespace
+
+void TestSparklesIcon::init()
+{
+    failOnUnexpectedWarning();
+}
+
+void TestSparklesIcon::offersTheSizesThatPanelsAskFor()
+{
+    const QIcon icon = sparklesIcon();
+    QVERIFY(!icon.isNull());
+    for (const int side : {16, 22, 24, 32, 44, 48})
+        QVERIFY(icon.availableSizes().contains(QSize(side, side)));
+    QCOMPARE(icon.pixmap(24, 24).size(), QSize(24, 24));
+}
+
+void TestSparklesIcon::standsOutOnItsPanel_data()
+{
+    QTest::addColumn<QColor>("panel");
+    QTest::addColumn<int>("side");
+    for (const int side : {16, 22, 24, 48}) {
+        QTest::addRow("%d pixels on white", side) << QColor(Qt::white) << side;
+        QTest::addRow("%d pixels on light grey", side) << QColor(222, 222, 222) << side;
+        QTest::addRow("%d pixels on a panel as dark as a desktop's night theme", side) << QColor(46, 46, 46) << side;
+        QTest::addRow("%d pixels on black", side) << QColor(Qt::black) << side;
+    }
+}
+
+void TestSparklesIcon::standsOutOnItsPanel()
+{
+    QFETCH(QColor, panel);
+    QFETCH(int, side);
+    QVERIFY(legibleShare(onPanel(side, panel), panel) > 0.12);
+}
+
+void TestSparklesIcon::isDrawnAnewAtTwiceTheScale()
+{
+    const QImage drawn = onPanel(48, Qt::black);
+    const QImage enlarged = onPanel(24, Qt::black).scaled(48, 48, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    const auto extremes = [](const QImage& image) {
+        int count = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                count += image.pixelColor(x, y).lightness() > 250 ? 1 : 0;
+        }
+        return count;
+    };
+    QVERIFY(extremes(drawn) > extremes(enlarged)); // edges are one pixel wide, not smeared over two
+}
+
+void TestSparklesIcon::leavesItsCornersClear()
+{
+    const QImage image = sparklesIcon().pixmap(24, 24).toImage();
+    QCOMPARE(image.pixelColor(0, 0).alpha(), 0);
+    QCOMPARE(image.pixelColor(0, 23).alpha(), 0);
+}
+
+QTEST_MAIN(TestSparklesIcon)
+#include "TestSparklesIcon.moc"

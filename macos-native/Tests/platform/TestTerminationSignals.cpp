@@ -1,0 +1,93 @@
+#include "platform/TerminationSignals.h"
+
+#include "support/Warnings.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+#include <signal.h>
+
+/// Signals that ask a program to end.
+class TestTerminationSignals final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void reachTheEventLoop_data();
+    void reachTheEventLoop();
+    void severalAreOne();
+    void aSecondOneEndsTheProgramAtOnce();
+    void anIgnoredOneStaysIgnored();
+    void goBackToWhatTheyWere();
+};
+
+void TestTerminationSignals::init()
+{
+    failOnUnexpectedWarning();
+}
+
+void TestTerminationSignals::reachTheEventLoop_data()
+{
+    QTest::addColumn<int>("number");
+    QTest::newRow("terminate") << SIGTERM;
+    QTest::newRow("interrupt") << SIGINT;
+    QTest::newRow("hang up") << SIGHUP;
+}
+
+void TestTerminationSignals::reachTheEventLoop()
+{
+    QFETCH(int, number);
+    const TerminationSignals terminationSignals;
+    const QSignalSpy spy(&terminationSignals, &TerminationSignals::received);
+    raise(number);
+    QCOMPARE(spy.count(), 0); // not from within the handler
+    QTRY_COMPARE(spy.count(), 1);
+}
+
+void TestTerminationSignals::severalAreOne()
+{
+    const TerminationSignals terminationSignals;
+    const QSignalSpy spy(&terminationSignals, &TerminationSignals::received);
+    raise(SIGTERM);
+    raise(SIGINT);
+    QTRY_COMPARE(spy.count(), 1);
+    QCoreApplication::processEvents();
+    QCOMPARE(spy.count(), 1);
+}
+
+void TestTerminationSignals::aSecondOneEndsTheProgramAtOnce()
+{
+    const TerminationSignals terminationSignals;
+    raise(SIGTERM);
+    struct sigaction action
+    {};
+    sigaction(SIGTERM, nullptr, &action);
+    QVERIFY(action.sa_handler == SIG_DFL);
+}
+
+void TestTerminationSignals::anIgnoredOneStaysIgnored()
+{
+    const auto before = signal(SIGHUP, SIG_IGN);
+    {
+        const TerminationSignals terminationSignals;
+        struct sigaction action
+        {};
+        sigaction(SIGHUP, nullptr, &action);
+        QVERIFY(action.sa_handler == SIG_IGN);
+    }
+    QVERIFY(signal(SIGHUP, before) == SIG_IGN);
+}
+
+void TestTerminationSignals::goBackToWhatTheyWere()
+{
+    constexpr auto handler = [](int) {};
+    const auto before = signal(SIGTERM, handler);
+    {
+        const TerminationSignals terminationSignals;
+    }
+    QVERIFY(signal(SIGTERM, before) == static_cast<sighandler_t>(handler));
+}
+
+QTEST_GUILESS_MAIN(TestTerminationSignals)
+#include "TestTerminationSignals.moc"

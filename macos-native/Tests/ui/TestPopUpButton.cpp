@@ -1,0 +1,122 @@
+#include "ui/PopUpButton.h"
+
+#include "support/Warnings.h"
+
+#include <QSignalSpy>
+#include <QTest>
+#include <QWheelEvent>
+
+/// A pop-up button with titles from outside.
+class TestPopUpButton final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void selectsByItsExactTitle_data();
+    void selectsByItsExactTitle();
+    void saysWhenNothingIsSelected();
+    void onlyTheUserFiresItsAction();
+    void showsATitleOnOneLine();
+    void elidesATitleThatIsTooLong();
+    void theWheelChoosesNothing();
+};
+
+namespace {
+
+QStringList titles()
+{
+    return {QStringLiteral("local"), QStringLiteral("cloud")};
+}
+
+QImage pictureOf(const QString& title)
+{
+    PopUpButton popup;
+    popup.addItem(title);
+    popup.resize(220, 30);
+    return popup.grab().toImage();
+}
+
+} // namespace
+
+void TestPopUpButton::init()
+{
+    failOnUnexpectedWarning();
+}
+
+void TestPopUpButton::selectsByItsExactTitle_data()
+{
+    QTest::addColumn<QString>("title");
+    QTest::addColumn<int>("index");
+    QTest::newRow("a title it has") << QStringLiteral("cloud") << 1;
+    QTest::newRow("other letter case") << QStringLiteral("Cloud") << -1;
+    QTest::newRow("a part of a title") << QStringLiteral("clou") << -1;
+    QTest::newRow("a pattern") << QStringLiteral("c*") << -1;
+    QTest::newRow("nothing") << QString() << -1;
+}
+
+void TestPopUpButton::selectsByItsExactTitle()
+{
+    QFETCH(QString, title);
+    QFETCH(int, index);
+    PopUpButton popup;
+    popup.addItems(titles());
+    popup.selectItemWithTitle(title);
+    QCOMPARE(popup.currentIndex(), index);
+}
+
+void TestPopUpButton::saysWhenNothingIsSelected()
+{
+    PopUpButton popup;
+    popup.addItems(titles() + QStringList{QString()});
+    QCOMPARE(popup.titleOfSelectedItem(QStringLiteral("none")), QStringLiteral("local"));
+    popup.selectItemWithTitle(QString());
+    QCOMPARE(popup.titleOfSelectedItem(QStringLiteral("none")), QString()); // an empty title is one
+    popup.setCurrentIndex(-1);
+    QCOMPARE(popup.titleOfSelectedItem(QStringLiteral("none")), QStringLiteral("none"));
+}
+
+void TestPopUpButton::onlyTheUserFiresItsAction()
+{
+    PopUpButton popup;
+    popup.addItems(titles());
+    const QSignalSpy action(&popup, &QComboBox::activated);
+    popup.selectItemWithTitle(QStringLiteral("cloud"));
+    QCOMPARE(action.count(), 0);
+    QTest::keyClick(&popup, Qt::Key_Up);
+    QCOMPARE(action.count(), 1);
+}
+
+void TestPopUpButton::showsATitleOnOneLine()
+{
+    QCOMPARE(pictureOf(QStringLiteral("one\ntwo")), pictureOf(QStringLiteral("one two")));
+    PopUpButton popup;
+    popup.addItem(QStringLiteral("one\ntwo"));
+    QCOMPARE(popup.currentText(), QStringLiteral("one\ntwo"));
+}
+
+void TestPopUpButton::elidesATitleThatIsTooLong()
+{
+    const QImage picture = pictureOf(QString(60, u'W'));
+    bool isElided = false;
+    for (int shown = 1; shown < 60; ++shown)
+        isElided = isElided || picture == pictureOf(QString(shown, u'W') + u'…');
+    QVERIFY(isElided);
+}
+
+void TestPopUpButton::theWheelChoosesNothing()
+{
+    PopUpButton popup;
+    popup.addItems(titles());
+    popup.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&popup));
+    QWheelEvent wheel({5, 5}, popup.mapToGlobal(QPointF(5, 5)), {}, {0, -120}, Qt::NoButton, {}, Qt::NoScrollPhase,
+                      false);
+    QCoreApplication::sendEvent(&popup, &wheel);
+    QCOMPARE(popup.currentIndex(), 0);
+    QVERIFY(!wheel.isAccepted()); // the form around it takes it
+    QCOMPARE(popup.focusPolicy(), Qt::StrongFocus);
+}
+
+QTEST_MAIN(TestPopUpButton)
+#include "TestPopUpButton.moc"
