@@ -15,36 +15,324 @@ class TestAgentActions final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_tab.emplace();
+    }
+
     void cleanup() { m_tab.reset(); }
 
-    void withoutASelectionAnActionSaysSo_data();
-    void withoutASelectionAnActionSaysSo();
+    void withoutASelectionAnActionSaysSo_data()
+    {
+        QTest::addColumn<QString>("button");
+        for (const char* button : {"Adopt / Rename", "Run Configure", "Config Editor", "Delete"})
+            QTest::newRow(button) << QString::fromLatin1(button);
+    }
 
-    void addCreatesARecord_data();
-    void addCreatesARecord();
-    void theNewAgentsIdBearsTheStampThatWasShown();
-    void theStampIsTheLocalTime();
-    void addSetsOpenclawUpInATerminal();
-    void aDialogThatIsNotConfirmedDoesNothing_data();
-    void aDialogThatIsNotConfirmedDoesNothing();
+    void withoutASelectionAnActionSaysSo()
+    {
+        QFETCH(QString, button);
+        m_tab->show(Json::array({agentRow("openclaw", "a")}));
+        const DialogRobot robot({DialogRobot::press(Qt::Key_Return)});
+        m_tab->press(button);
+        QCOMPARE(robot.titles(), QStringList{QStringLiteral("No Selection")});
+        QCOMPARE(robot.shown().at(0).text, QStringLiteral("Select an agent first."));
+        QCOMPARE(robot.shown().at(0).buttons, QStringList{QStringLiteral("OK")});
+        verifyCalls({});
+        QCOMPARE(m_tab->refreshes(), 1);
+    }
 
-    void renameAndAdoptAskWithWhatTheRowHolds_data();
-    void renameAndAdoptAskWithWhatTheRowHolds();
-    void renameAndAdoptSaveTheName_data();
-    void renameAndAdoptSaveTheName();
-    void aBlankNameDoesNothing_data();
-    void aBlankNameDoesNothing();
+    void addCreatesARecord_data()
+    {
+        QTest::addColumn<QString>("ecosystem");
+        QTest::addColumn<QString>("entered");
+        QTest::addColumn<QString>("name"); // %1 is the stamp
+        QTest::newRow("a codex agent") << QStringLiteral("codex") << QStringLiteral(" 我的 agent\n")
+                                       << QStringLiteral("我的 agent");
+        QTest::newRow("a kimi agent") << QStringLiteral("kimi") << QStringLiteral("<b>&x") << QStringLiteral("<b>&x");
+        QTest::newRow("one without a name")
+            << QStringLiteral("kimi") << QStringLiteral(" \t") << QStringLiteral("kimi %1");
+    }
 
-    void configureRunsForOpenclaw_data();
-    void configureRunsForOpenclaw();
-    void configureIsForOpenclawOnly_data();
-    void configureIsForOpenclawOnly();
+    void addCreatesARecord()
+    {
+        QFETCH(QString, ecosystem);
+        QFETCH(QString, entered);
+        QFETCH(QString, name);
+        m_tab->show(Json::array());
+        const DialogRobot robot({AgentAnswers::create(ecosystem, entered)});
+        const QString said =
+            m_tab->statusBeforeRefresh(Json::array({agentRow("codex", "new")}), [this] { press("Add Agent"); });
 
-    void deleteAsksAndDeletesWithTheWorkspace();
-    void aDiscoveredAgentCannotBeDeleted_data();
-    void aDiscoveredAgentCannotBeDeleted();
-    void anAgentThatIsCreatedAnewMeanwhileStaysListed();
+        const Calls calls = m_tab->actions();
+        QCOMPARE(calls.size(), 1U);
+        QCOMPARE(calls.at(0).function, std::string("add_local_agent"));
+        const QString id = QString::fromStdString(calls.at(0).args.at(1));
+        const QString stamp = id.mid(ecosystem.size() + 1);
+        static const QRegularExpression stampPattern(QStringLiteral("^\\d{8}-\\d{6}$"));
+        QVERIFY(stampPattern.match(stamp).hasMatch());
+        QCOMPARE(id, ecosystem + u'-' + stamp);
+        const QString workspace = m_tab->backend.home().path(u'.' + ecosystem + QStringLiteral("/agents/") + id);
+        QCOMPARE(calls.at(0).args.dump(),
+                 Json({ecosystem, id, name.replace(QStringLiteral("%1"), stamp), workspace}).dump());
+
+        QCOMPARE(said, QStringLiteral("Added agent ") + ecosystem + u'/' + id);
+        QCOMPARE(m_tab->refreshes(), 2);
+        QCOMPARE(m_tab->table()->model()->rowCount(), 1);
+        QCOMPARE(m_tab->status(), QStringLiteral("Synced local discovery to Core and loaded Core agent registry."));
+        QCOMPARE(robot.shown().size(), 1U);
+    }
+
+    void theNewAgentsIdBearsTheStampThatWasShown()
+    {
+        m_tab->show(Json::array());
+        QString shown;
+        const DialogRobot robot({[&shown](QDialog& dialog) {
+            shown = AgentAnswers::nameField(dialog)->text().section(u' ', 1);
+            const int second = QTime::currentTime().second();
+            QTRY_VERIFY(QTime::currentTime().second() != second); // a person takes longer than that
+            AgentAnswers::create(QStringLiteral("codex"), QStringLiteral("a"))(dialog);
+        }});
+        press("Add Agent");
+        QVERIFY(!shown.isEmpty());
+        QCOMPARE(m_tab->actions().at(0).args.at(1).get<std::string>(), "codex-" + shown.toStdString());
+    }
+
+    void theStampIsTheLocalTime()
+    {
+        const LocalTimeZone zone;
+        m_tab->show(Json::array());
+        const DialogRobot robot({[](QDialog& dialog) {
+            QVERIFY(LocalTimeZone::isNow(AgentAnswers::nameField(dialog)->text().section(u' ', 1)));
+            dialog.reject();
+        }});
+        press("Add Agent");
+        QCOMPARE(robot.shown().size(), 1U);
+    }
+
+    void addSetsOpenclawUpInATerminal()
+    {
+        m_tab->show(Json::array());
+        const DialogRobot robot({DialogRobot::press(Qt::Key_Return)});
+        const QString said = m_tab->statusBeforeRefresh(Json::array(), [this] { press("Add Agent"); });
+        verifyCalls({{"launch_openclaw_install_or_configure_interactive", Json::array()}});
+        QCOMPARE(said, QStringLiteral("Launched OpenClaw install in Terminal. Refresh after install completes."));
+        QCOMPARE(m_tab->refreshes(), 2);
+    }
+
+    void aDialogThatIsNotConfirmedDoesNothing_data()
+    {
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<DialogRobot::Answer>("answer");
+        for (const char* button : {"Add Agent", "Adopt / Rename", "Delete"}) {
+            QTest::addRow("%s, cancelled", button)
+                << QString::fromLatin1(button) << DialogRobot::press(QStringLiteral("Cancel"));
+            QTest::addRow("%s, escaped", button) << QString::fromLatin1(button) << DialogRobot::press(Qt::Key_Escape);
+            QTest::addRow("%s, closed", button)
+                << QString::fromLatin1(button) << DialogRobot::Answer([](QDialog& dialog) { dialog.close(); });
+        }
+    }
+
+    void aDialogThatIsNotConfirmedDoesNothing()
+    {
+        QFETCH(QString, button);
+        QFETCH(DialogRobot::Answer, answer);
+        m_tab->show(Json::array({agentRow("codex", "a")}));
+        m_tab->table()->selectRow(0);
+        const DialogRobot robot({answer});
+        m_tab->press(button);
+        QCOMPARE(robot.shown().size(), 1U);
+        verifyCalls({});
+        QCOMPARE(m_tab->refreshes(), 1);
+    }
+
+    void renameAndAdoptAskWithWhatTheRowHolds_data()
+    {
+        QTest::addColumn<QByteArray>("row");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("name");
+        const QString renameTitle = QStringLiteral("Rename Agent");
+        const QString adoptTitle = QStringLiteral("Adopt Agent");
+        QTest::newRow("a managed agent is renamed")
+            << QByteArray(R"({"ecosystem":"codex","id":"a","name":"名","origin":"managed"})") << renameTitle
+            << QStringLiteral("codex/a") << QStringLiteral("名");
+        QTest::newRow("a discovered agent is adopted")
+            << QByteArray(R"({"ecosystem":"codex","id":"a","name":"b","origin":"discovered"})") << adoptTitle
+            << QStringLiteral("codex/a") << QStringLiteral("b");
+        QTest::newRow("an agent without a name starts with its id")
+            << QByteArray(R"({"ecosystem":"codex","id":"a"})") << adoptTitle << QStringLiteral("codex/a")
+            << QStringLiteral("a");
+        QTest::newRow("an agent without anything")
+            << QByteArray("{}") << adoptTitle << QStringLiteral("/") << QString();
+    }
+
+    void renameAndAdoptAskWithWhatTheRowHolds()
+    {
+        QFETCH(QByteArray, row);
+        QFETCH(QString, title);
+        QFETCH(QString, text);
+        QFETCH(QString, name);
+        m_tab->show(Json::array({Json::parse(row.toStdString())}));
+        m_tab->table()->selectRow(0);
+        QString prefilled;
+        const DialogRobot robot({[&prefilled](QDialog& dialog) {
+            prefilled = AgentAnswers::nameField(dialog)->text();
+            dialog.reject();
+        }});
+        press("Adopt / Rename");
+        QCOMPARE(robot.titles(), QStringList{title});
+        QCOMPARE(robot.shown().at(0).text, text);
+        QCOMPARE(prefilled, name);
+    }
+
+    void renameAndAdoptSaveTheName_data()
+    {
+        QTest::addColumn<QByteArray>("row");
+        QTest::addColumn<QByteArray>("function");
+        QTest::addColumn<QByteArray>("args");
+        QTest::addColumn<QString>("status");
+        QTest::newRow("a managed agent") << QByteArray(
+            R"({"ecosystem":"codex","id":"a","origin":"managed","workspace":"/w"})")
+                                         << QByteArray("rename_local_agent")
+                                         << QByteArray("[\"codex\",\"a\",\"新 name\"]")
+                                         << QStringLiteral("Renamed codex/a");
+        QTest::newRow("a discovered agent")
+            << QByteArray(R"({"ecosystem":"kimi","id":"b","origin":"runtime","workspace":"/w"})")
+            << QByteArray("adopt_local_agent") << QByteArray("[\"kimi\",\"b\",\"新 name\",\"/w\"]")
+            << QStringLiteral("Adopted kimi/b");
+        QTest::newRow("one whose case differs is discovered")
+            << QByteArray(R"({"ecosystem":"kimi","id":"b","origin":"MANAGED"})") << QByteArray("adopt_local_agent")
+            << QByteArray("[\"kimi\",\"b\",\"新 name\",\"\"]") << QStringLiteral("Adopted kimi/b");
+    }
+
+    void renameAndAdoptSaveTheName()
+    {
+        QFETCH(QByteArray, row);
+        QFETCH(QByteArray, function);
+        QFETCH(QByteArray, args);
+        QFETCH(QString, status);
+        m_tab->show(Json::array({Json::parse(row.toStdString())}));
+        m_tab->table()->selectRow(0);
+        const DialogRobot robot({AgentAnswers::saveName(QStringLiteral(" 新 name\u2028 "))});
+        const QString said = m_tab->statusBeforeRefresh(Json::array(), [this] { press("Adopt / Rename"); });
+        verifyCalls({{function.toStdString(), Json::parse(args.toStdString())}});
+        QCOMPARE(said, status);
+        QCOMPARE(m_tab->refreshes(), 2);
+    }
+
+    void aBlankNameDoesNothing_data()
+    {
+        QTest::addColumn<QByteArray>("origin");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("no name for a managed agent") << QByteArray("managed") << QString();
+        QTest::newRow("no name for a discovered agent") << QByteArray("discovered") << QString();
+        QTest::newRow("nothing but white space") << QByteArray("discovered") << QStringLiteral(" \t\u00a0\u3000");
+    }
+
+    void aBlankNameDoesNothing()
+    {
+        QFETCH(QByteArray, origin);
+        QFETCH(QString, name);
+        m_tab->show(Json::array({agentRow("codex", "a", origin.toStdString())}));
+        m_tab->table()->selectRow(0);
+        const DialogRobot robot({AgentAnswers::saveName(name)});
+        press("Adopt / Rename");
+        QCOMPARE(robot.shown().size(), 1U); // and no message
+        verifyCalls({});
+        QCOMPARE(m_tab->refreshes(), 1);
+    }
+
+    void configureRunsForOpenclaw_data()
+    {
+        QTest::addColumn<QByteArray>("ecosystem");
+        QTest::newRow("in small letters") << QByteArray("openclaw");
+        QTest::newRow("in any letters") << QByteArray("OpenCLAW");
+    }
+
+    void configureRunsForOpenclaw()
+    {
+        QFETCH(QByteArray, ecosystem);
+        m_tab->show(Json::array({agentRow(ecosystem.toStdString(), "a")}));
+        m_tab->table()->selectRow(0);
+        const DialogRobot robot;
+        press("Run Configure");
+        verifyCalls({{"launch_openclaw_configure_interactive", Json::array()}});
+        QCOMPARE(m_tab->status(), QStringLiteral("Launched openclaw configure."));
+        QCOMPARE(m_tab->refreshes(), 1);
+        QVERIFY(robot.shown().empty());
+    }
+
+    void configureIsForOpenclawOnly_data()
+    {
+        QTest::addColumn<QByteArray>("row");
+        QTest::newRow("not for codex") << QByteArray(R"({"ecosystem":"codex"})");
+        QTest::newRow("not without an ecosystem") << QByteArray("{}");
+        QTest::newRow("not with a blank") << QByteArray(R"({"ecosystem":"openclaw "})");
+    }
+
+    void configureIsForOpenclawOnly()
+    {
+        QFETCH(QByteArray, row);
+        m_tab->show(Json::array({Json::parse(row.toStdString())}));
+        m_tab->table()->selectRow(0);
+        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        press("Run Configure");
+        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Unsupported")});
+        QCOMPARE(robot.shown().at(0).text, QStringLiteral("Only openclaw configure is supported right now."));
+        verifyCalls({});
+    }
+
+    void deleteAsksAndDeletesWithTheWorkspace()
+    {
+        m_tab->show(Json::array({agentRow("kimi", "other"), agentRow("codex", "a")}));
+        m_tab->table()->selectRow(1);
+        const DialogRobot robot({DialogRobot::press(QStringLiteral("Delete"))});
+        const QString said =
+            m_tab->statusBeforeRefresh(Json::array({agentRow("kimi", "other")}), [this] { press("Delete"); });
+        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Delete Agent")});
+        QCOMPARE(robot.shown().at(0).text, QStringLiteral("Delete codex/a and remove its workspace?"));
+        QCOMPARE(robot.shown().at(0).buttons, QStringList({QStringLiteral("Cancel"), QStringLiteral("Delete")}));
+        QCOMPARE(robot.shown().at(0).defaultButton, QStringLiteral("Delete"));
+        verifyCalls({{"delete_local_agent", {"codex", "a", true}}});
+        QCOMPARE(said, QStringLiteral("Deleted codex/a"));
+        QCOMPARE(m_tab->table()->model()->rowCount(), 1);
+        QVERIFY(!m_tab->table()->selectedRow());
+    }
+
+    void aDiscoveredAgentCannotBeDeleted_data()
+    {
+        QTest::addColumn<QByteArray>("row");
+        QTest::newRow("discovered") << QByteArray(R"({"ecosystem":"codex","id":"a","origin":"discovered"})");
+        QTest::newRow("without an origin") << QByteArray(R"({"ecosystem":"codex","id":"a"})");
+        QTest::newRow("managed in other letters") << QByteArray(R"({"ecosystem":"codex","id":"a","origin":"Managed"})");
+    }
+
+    void aDiscoveredAgentCannotBeDeleted()
+    {
+        QFETCH(QByteArray, row);
+        m_tab->show(Json::array({Json::parse(row.toStdString())}));
+        m_tab->table()->selectRow(0);
+        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        press("Delete");
+        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Cannot Delete")});
+        QCOMPARE(robot.shown().at(0).text,
+                 QStringLiteral("Discovered agents must be removed from their runtime first."));
+        verifyCalls({});
+    }
+
+    void anAgentThatIsCreatedAnewMeanwhileStaysListed()
+    {
+        m_tab->show(Json::array({agentRow("codex", "a")}));
+        m_tab->table()->selectRow(0);
+        m_tab->answer(Json::array({agentRow("kimi", "b"), agentRow("codex", "a", "discovered")}));
+        const DialogRobot robot({DialogRobot::press(QStringLiteral("Delete"))});
+        press("Delete");
+        QCOMPARE(m_tab->table()->model()->rowCount(), 2);
+        QCOMPARE(m_tab->table()->selectedRow(), std::optional(agentRow("codex", "a", "discovered")));
+        QCOMPARE(robot.shown().size(), 1U);
+    }
 
 private:
     void verifyCalls(const Calls& expected) const { QVERIFY(m_tab->actions() == expected); }
@@ -52,320 +340,6 @@ private:
 
     std::optional<AgentsTab> m_tab;
 };
-
-void TestAgentActions::init()
-{
-    failOnUnexpectedWarning();
-    m_tab.emplace();
-}
-
-void TestAgentActions::withoutASelectionAnActionSaysSo_data()
-{
-    QTest::addColumn<QString>("button");
-    for (const char* button : {"Adopt / Rename", "Run Configure", "Config Editor", "Delete"})
-        QTest::newRow(button) << QString::fromLatin1(button);
-}
-
-void TestAgentActions::withoutASelectionAnActionSaysSo()
-{
-    QFETCH(QString, button);
-    m_tab->show(Json::array({agentRow("openclaw", "a")}));
-    const DialogRobot robot({DialogRobot::press(Qt::Key_Return)});
-    m_tab->press(button);
-    QCOMPARE(robot.titles(), QStringList{QStringLiteral("No Selection")});
-    QCOMPARE(robot.shown().at(0).text, QStringLiteral("Select an agent first."));
-    QCOMPARE(robot.shown().at(0).buttons, QStringList{QStringLiteral("OK")});
-    verifyCalls({});
-    QCOMPARE(m_tab->refreshes(), 1);
-}
-
-void TestAgentActions::addCreatesARecord_data()
-{
-    QTest::addColumn<QString>("ecosystem");
-    QTest::addColumn<QString>("entered");
-    QTest::addColumn<QString>("name"); // %1 is the stamp
-    QTest::newRow("a codex agent") << QStringLiteral("codex") << QStringLiteral(" 我的 agent\n")
-                                   << QStringLiteral("我的 agent");
-    QTest::newRow("a kimi agent") << QStringLiteral("kimi") << QStringLiteral("<b>&x") << QStringLiteral("<b>&x");
-    QTest::newRow("one without a name") << QStringLiteral("kimi") << QStringLiteral(" \t") << QStringLiteral("kimi %1");
-}
-
-void TestAgentActions::addCreatesARecord()
-{
-    QFETCH(QString, ecosystem);
-    QFETCH(QString, entered);
-    QFETCH(QString, name);
-    m_tab->show(Json::array());
-    const DialogRobot robot({AgentAnswers::create(ecosystem, entered)});
-    const QString said =
-        m_tab->statusBeforeRefresh(Json::array({agentRow("codex", "new")}), [this] { press("Add Agent"); });
-
-    const Calls calls = m_tab->actions();
-    QCOMPARE(calls.size(), 1U);
-    QCOMPARE(calls.at(0).function, std::string("add_local_agent"));
-    const QString id = QString::fromStdString(calls.at(0).args.at(1));
-    const QString stamp = id.mid(ecosystem.size() + 1);
-    static const QRegularExpression stampPattern(QStringLiteral("^\\d{8}-\\d{6}$"));
-    QVERIFY(stampPattern.match(stamp).hasMatch());
-    QCOMPARE(id, ecosystem + u'-' + stamp);
-    const QString workspace = m_tab->backend.home().path(u'.' + ecosystem + QStringLiteral("/agents/") + id);
-    QCOMPARE(calls.at(0).args.dump(),
-             Json({ecosystem, id, name.replace(QStringLiteral("%1"), stamp), workspace}).dump());
-
-    QCOMPARE(said, QStringLiteral("Added agent ") + ecosystem + u'/' + id);
-    QCOMPARE(m_tab->refreshes(), 2);
-    QCOMPARE(m_tab->table()->model()->rowCount(), 1);
-    QCOMPARE(m_tab->status(), QStringLiteral("Synced local discovery to Core and loaded Core agent registry."));
-    QCOMPARE(robot.shown().size(), 1U);
-}
-
-void TestAgentActions::theNewAgentsIdBearsTheStampThatWasShown()
-{
-    m_tab->show(Json::array());
-    QString shown;
-    const DialogRobot robot({[&shown](QDialog& dialog) {
-        shown = AgentAnswers::nameField(dialog)->text().section(u' ', 1);
-        const int second = QTime::currentTime().second();
-        QTRY_VERIFY(QTime::currentTime().second() != second); // a person takes longer than that
-        AgentAnswers::create(QStringLiteral("codex"), QStringLiteral("a"))(dialog);
-    }});
-    press("Add Agent");
-    QVERIFY(!shown.isEmpty());
-    QCOMPARE(m_tab->actions().at(0).args.at(1).get<std::string>(), "codex-" + shown.toStdString());
-}
-
-void TestAgentActions::theStampIsTheLocalTime()
-{
-    const LocalTimeZone zone;
-    m_tab->show(Json::array());
-    const DialogRobot robot({[](QDialog& dialog) {
-        QVERIFY(LocalTimeZone::isNow(AgentAnswers::nameField(dialog)->text().section(u' ', 1)));
-        dialog.reject();
-    }});
-    press("Add Agent");
-    QCOMPARE(robot.shown().size(), 1U);
-}
-
-void TestAgentActions::addSetsOpenclawUpInATerminal()
-{
-    m_tab->show(Json::array());
-    const DialogRobot robot({DialogRobot::press(Qt::Key_Return)});
-    const QString said = m_tab->statusBeforeRefresh(Json::array(), [this] { press("Add Agent"); });
-    verifyCalls({{"launch_openclaw_install_or_configure_interactive", Json::array()}});
-    QCOMPARE(said, QStringLiteral("Launched OpenClaw install in Terminal. Refresh after install completes."));
-    QCOMPARE(m_tab->refreshes(), 2);
-}
-
-void TestAgentActions::aDialogThatIsNotConfirmedDoesNothing_data()
-{
-    QTest::addColumn<QString>("button");
-    QTest::addColumn<DialogRobot::Answer>("answer");
-    for (const char* button : {"Add Agent", "Adopt / Rename", "Delete"}) {
-        QTest::addRow("%s, cancelled", button)
-            << QString::fromLatin1(button) << DialogRobot::press(QStringLiteral("Cancel"));
-        QTest::addRow("%s, escaped", button) << QString::fromLatin1(button) << DialogRobot::press(Qt::Key_Escape);
-        QTest::addRow("%s, closed", button)
-            << QString::fromLatin1(button) << DialogRobot::Answer([](QDialog& dialog) { dialog.close(); });
-    }
-}
-
-void TestAgentActions::aDialogThatIsNotConfirmedDoesNothing()
-{
-    QFETCH(QString, button);
-    QFETCH(DialogRobot::Answer, answer);
-    m_tab->show(Json::array({agentRow("codex", "a")}));
-    m_tab->table()->selectRow(0);
-    const DialogRobot robot({answer});
-    m_tab->press(button);
-    QCOMPARE(robot.shown().size(), 1U);
-    verifyCalls({});
-    QCOMPARE(m_tab->refreshes(), 1);
-}
-
-void TestAgentActions::renameAndAdoptAskWithWhatTheRowHolds_data()
-{
-    QTest::addColumn<QByteArray>("row");
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("name");
-    const QString renameTitle = QStringLiteral("Rename Agent");
-    const QString adoptTitle = QStringLiteral("Adopt Agent");
-    QTest::newRow("a managed agent is renamed")
-        << QByteArray(R"({"ecosystem":"codex","id":"a","name":"名","origin":"managed"})") << renameTitle
-        << QStringLiteral("codex/a") << QStringLiteral("名");
-    QTest::newRow("a discovered agent is adopted")
-        << QByteArray(R"({"ecosystem":"codex","id":"a","name":"b","origin":"discovered"})") << adoptTitle
-        << QStringLiteral("codex/a") << QStringLiteral("b");
-    QTest::newRow("an agent without a name starts with its id")
-        << QByteArray(R"({"ecosystem":"codex","id":"a"})") << adoptTitle << QStringLiteral("codex/a")
-        << QStringLiteral("a");
-    QTest::newRow("an agent without anything") << QByteArray("{}") << adoptTitle << QStringLiteral("/") << QString();
-}
-
-void TestAgentActions::renameAndAdoptAskWithWhatTheRowHolds()
-{
-    QFETCH(QByteArray, row);
-    QFETCH(QString, title);
-    QFETCH(QString, text);
-    QFETCH(QString, name);
-    m_tab->show(Json::array({Json::parse(row.toStdString())}));
-    m_tab->table()->selectRow(0);
-    QString prefilled;
-    const DialogRobot robot({[&prefilled](QDialog& dialog) {
-        prefilled = AgentAnswers::nameField(dialog)->text();
-        dialog.reject();
-    }});
-    press("Adopt / Rename");
-    QCOMPARE(robot.titles(), QStringList{title});
-    QCOMPARE(robot.shown().at(0).text, text);
-    QCOMPARE(prefilled, name);
-}
-
-void TestAgentActions::renameAndAdoptSaveTheName_data()
-{
-    QTest::addColumn<QByteArray>("row");
-    QTest::addColumn<QByteArray>("function");
-    QTest::addColumn<QByteArray>("args");
-    QTest::addColumn<QString>("status");
-    QTest::newRow("a managed agent") << QByteArray(
-        R"({"ecosystem":"codex","id":"a","origin":"managed","workspace":"/w"})")
-                                     << QByteArray("rename_local_agent") << QByteArray("[\"codex\",\"a\",\"新 name\"]")
-                                     << QStringLiteral("Renamed codex/a");
-    QTest::newRow("a discovered agent") << QByteArray(
-        R"({"ecosystem":"kimi","id":"b","origin":"runtime","workspace":"/w"})")
-                                        << QByteArray("adopt_local_agent")
-                                        << QByteArray("[\"kimi\",\"b\",\"新 name\",\"/w\"]")
-                                        << QStringLiteral("Adopted kimi/b");
-    QTest::newRow("one whose case differs is discovered")
-        << QByteArray(R"({"ecosystem":"kimi","id":"b","origin":"MANAGED"})") << QByteArray("adopt_local_agent")
-        << QByteArray("[\"kimi\",\"b\",\"新 name\",\"\"]") << QStringLiteral("Adopted kimi/b");
-}
-
-void TestAgentActions::renameAndAdoptSaveTheName()
-{
-    QFETCH(QByteArray, row);
-    QFETCH(QByteArray, function);
-    QFETCH(QByteArray, args);
-    QFETCH(QString, status);
-    m_tab->show(Json::array({Json::parse(row.toStdString())}));
-    m_tab->table()->selectRow(0);
-    const DialogRobot robot({AgentAnswers::saveName(QStringLiteral(" 新 name\u2028 "))});
-    const QString said = m_tab->statusBeforeRefresh(Json::array(), [this] { press("Adopt / Rename"); });
-    verifyCalls({{function.toStdString(), Json::parse(args.toStdString())}});
-    QCOMPARE(said, status);
-    QCOMPARE(m_tab->refreshes(), 2);
-}
-
-void TestAgentActions::aBlankNameDoesNothing_data()
-{
-    QTest::addColumn<QByteArray>("origin");
-    QTest::addColumn<QString>("name");
-    QTest::newRow("no name for a managed agent") << QByteArray("managed") << QString();
-    QTest::newRow("no name for a discovered agent") << QByteArray("discovered") << QString();
-    QTest::newRow("nothing but white space") << QByteArray("discovered") << QStringLiteral(" \t\u00a0\u3000");
-}
-
-void TestAgentActions::aBlankNameDoesNothing()
-{
-    QFETCH(QByteArray, origin);
-    QFETCH(QString, name);
-    m_tab->show(Json::array({agentRow("codex", "a", origin.toStdString())}));
-    m_tab->table()->selectRow(0);
-    const DialogRobot robot({AgentAnswers::saveName(name)});
-    press("Adopt / Rename");
-    QCOMPARE(robot.shown().size(), 1U); // and no message
-    verifyCalls({});
-    QCOMPARE(m_tab->refreshes(), 1);
-}
-
-void TestAgentActions::configureRunsForOpenclaw_data()
-{
-    QTest::addColumn<QByteArray>("ecosystem");
-    QTest::newRow("in small letters") << QByteArray("openclaw");
-    QTest::newRow("in any letters") << QByteArray("OpenCLAW");
-}
-
-void TestAgentActions::configureRunsForOpenclaw()
-{
-    QFETCH(QByteArray, ecosystem);
-    m_tab->show(Json::array({agentRow(ecosystem.toStdString(), "a")}));
-    m_tab->table()->selectRow(0);
-    const DialogRobot robot;
-    press("Run Configure");
-    verifyCalls({{"launch_openclaw_configure_interactive", Json::array()}});
-    QCOMPARE(m_tab->status(), QStringLiteral("Launched openclaw configure."));
-    QCOMPARE(m_tab->refreshes(), 1);
-    QVERIFY(robot.shown().empty());
-}
-
-void TestAgentActions::configureIsForOpenclawOnly_data()
-{
-    QTest::addColumn<QByteArray>("row");
-    QTest::newRow("not for codex") << QByteArray(R"({"ecosystem":"codex"})");
-    QTest::newRow("not without an ecosystem") << QByteArray("{}");
-    QTest::newRow("not with a blank") << QByteArray(R"({"ecosystem":"openclaw "})");
-}
-
-void TestAgentActions::configureIsForOpenclawOnly()
-{
-    QFETCH(QByteArray, row);
-    m_tab->show(Json::array({Json::parse(row.toStdString())}));
-    m_tab->table()->selectRow(0);
-    const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
-    press("Run Configure");
-    QCOMPARE(robot.titles(), QStringList{QStringLiteral("Unsupported")});
-    QCOMPARE(robot.shown().at(0).text, QStringLiteral("Only openclaw configure is supported right now."));
-    verifyCalls({});
-}
-
-void TestAgentActions::deleteAsksAndDeletesWithTheWorkspace()
-{
-    m_tab->show(Json::array({agentRow("kimi", "other"), agentRow("codex", "a")}));
-    m_tab->table()->selectRow(1);
-    const DialogRobot robot({DialogRobot::press(QStringLiteral("Delete"))});
-    const QString said =
-        m_tab->statusBeforeRefresh(Json::array({agentRow("kimi", "other")}), [this] { press("Delete"); });
-    QCOMPARE(robot.titles(), QStringList{QStringLiteral("Delete Agent")});
-    QCOMPARE(robot.shown().at(0).text, QStringLiteral("Delete codex/a and remove its workspace?"));
-    QCOMPARE(robot.shown().at(0).buttons, QStringList({QStringLiteral("Cancel"), QStringLiteral("Delete")}));
-    QCOMPARE(robot.shown().at(0).defaultButton, QStringLiteral("Delete"));
-    verifyCalls({{"delete_local_agent", {"codex", "a", true}}});
-    QCOMPARE(said, QStringLiteral("Deleted codex/a"));
-    QCOMPARE(m_tab->table()->model()->rowCount(), 1);
-    QVERIFY(!m_tab->table()->selectedRow());
-}
-
-void TestAgentActions::aDiscoveredAgentCannotBeDeleted_data()
-{
-    QTest::addColumn<QByteArray>("row");
-    QTest::newRow("discovered") << QByteArray(R"({"ecosystem":"codex","id":"a","origin":"discovered"})");
-    QTest::newRow("without an origin") << QByteArray(R"({"ecosystem":"codex","id":"a"})");
-    QTest::newRow("managed in other letters") << QByteArray(R"({"ecosystem":"codex","id":"a","origin":"Managed"})");
-}
-
-void TestAgentActions::aDiscoveredAgentCannotBeDeleted()
-{
-    QFETCH(QByteArray, row);
-    m_tab->show(Json::array({Json::parse(row.toStdString())}));
-    m_tab->table()->selectRow(0);
-    const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
-    press("Delete");
-    QCOMPARE(robot.titles(), QStringList{QStringLiteral("Cannot Delete")});
-    QCOMPARE(robot.shown().at(0).text, QStringLiteral("Discovered agents must be removed from their runtime first."));
-    verifyCalls({});
-}
-
-void TestAgentActions::anAgentThatIsCreatedAnewMeanwhileStaysListed()
-{
-    m_tab->show(Json::array({agentRow("codex", "a")}));
-    m_tab->table()->selectRow(0);
-    m_tab->answer(Json::array({agentRow("kimi", "b"), agentRow("codex", "a", "discovered")}));
-    const DialogRobot robot({DialogRobot::press(QStringLiteral("Delete"))});
-    press("Delete");
-    QCOMPARE(m_tab->table()->model()->rowCount(), 2);
-    QCOMPARE(m_tab->table()->selectedRow(), std::optional(agentRow("codex", "a", "discovered")));
-    QCOMPARE(robot.shown().size(), 1U);
-}
 
 QTEST_MAIN(TestAgentActions)
 #include "TestAgentActions.moc"

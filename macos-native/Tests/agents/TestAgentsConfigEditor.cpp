@@ -33,17 +33,128 @@ class TestAgentsConfigEditor final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_tab.emplace();
+    }
 
-    void theEditorOpensTheEcosystemsFile_data();
-    void theEditorOpensTheEcosystemsFile();
-    void theEditorsFolderIsPrivate();
-    void anExistingConfigurationIsOpenedAsItIs();
-    void aConfigurationThatCannotBeMadeOpensEmpty();
-    void eachPressOpensAnotherEditor();
-    void aSavedConfigurationIsTold();
-    void anEditorOutlivesTheTab();
+    void cleanup()
+    {
+        m_tab.reset();
+        for (QWidget* widget : QApplication::topLevelWidgets())
+            widget->close();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+
+    void theEditorOpensTheEcosystemsFile_data()
+    {
+        QTest::addColumn<QByteArray>("row");
+        QTest::addColumn<QString>("file");
+        QTest::newRow("codex") << QByteArray(R"({"ecosystem":"codex","id":"a"})")
+                               << QStringLiteral(".codex/config.json");
+        QTest::newRow("kimi") << QByteArray(R"({"ecosystem":"kimi","id":"a"})") << QStringLiteral(".kimi/config.json");
+        QTest::newRow("codex in other letters is not codex")
+            << QByteArray(R"({"ecosystem":"Codex","id":"a"})") << QStringLiteral(".openclaw/openclaw.json");
+        QTest::newRow("no ecosystem") << QByteArray("{}") << QStringLiteral(".openclaw/openclaw.json");
+    }
+
+    void theEditorOpensTheEcosystemsFile()
+    {
+        QFETCH(QByteArray, row);
+        QFETCH(QString, file);
+        m_tab->show(Json::array({Json::parse(row.toStdString())}));
+        m_tab->table()->selectRow(0);
+        press("Config Editor");
+        QCOMPARE(Files::contentOf(home(file)), QByteArray("{}\n"));
+        NeloWindow* window = editorWindow(home(file));
+        QVERIFY(window);
+        QVERIFY(QTest::qWaitForWindowActive(window));
+        QCOMPARE(textView(window)->toPlainText(), QStringLiteral("{}\n"));
+        QCOMPARE(window->findChild<QLabel*>(QStringLiteral("pathLabel"))->text(), home(file));
+        QVERIFY(m_tab->actions().empty());
+        QCOMPARE(m_tab->refreshes(), 1);
+    }
+
+    void theEditorsFolderIsPrivate()
+    {
+        m_tab->show(Json::array({agentRow("codex", "a")}));
+        m_tab->table()->selectRow(0);
+        press("Config Editor");
+        constexpr QFile::Permissions others = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther
+                                              | QFile::WriteOther | QFile::ExeOther;
+        QVERIFY(!(QFileInfo(home(QStringLiteral(".codex"))).permissions() & others));
+        QVERIFY(!(QFileInfo(home(QStringLiteral(".codex/config.json"))).permissions() & others));
+    }
+
+    void anExistingConfigurationIsOpenedAsItIs()
+    {
+        QVERIFY(QDir().mkdir(home(QStringLiteral(".codex"))));
+        Files::create(home(QStringLiteral(".codex/config.json")), "{,]\r\n");
+        m_tab->show(Json::array({agentRow("codex", "a")}));
+        m_tab->table()->selectRow(0);
+        press("Config Editor");
+        QCOMPARE(Files::contentOf(home(QStringLiteral(".codex/config.json"))), QByteArray("{,]\r\n"));
+    }
+
+    void aConfigurationThatCannotBeMadeOpensEmpty()
+    {
+        Files::create(home(QStringLiteral(".kimi")), "a file in the folder's place");
+        m_tab->show(Json::array({agentRow("kimi", "a")}));
+        m_tab->table()->selectRow(0);
+        const DialogRobot robot;
+        press("Config Editor");
+        const NeloWindow* window = editorWindow(home(QStringLiteral(".kimi/config.json")));
+        QVERIFY(window);
+        QCOMPARE(textView(window)->toPlainText(), QString());
+        QVERIFY(robot.shown().empty());
+        QCOMPARE(Files::contentOf(home(QStringLiteral(".kimi"))), QByteArray("a file in the folder's place"));
+    }
+
+    void eachPressOpensAnotherEditor()
+    {
+        m_tab->show(Json::array({agentRow("codex", "a")}));
+        m_tab->table()->selectRow(0);
+        press("Config Editor");
+        const QPointer<NeloWindow> first = editorWindow(home(QStringLiteral(".codex/config.json")));
+        first->setWindowTitle(QStringLiteral("found"));
+        press("Config Editor");
+        const QPointer<NeloWindow> second = editorWindow(home(QStringLiteral(".codex/config.json")));
+        QVERIFY(second && second != first);
+        first->close();
+        QTRY_VERIFY(!first);
+        QVERIFY(second->isVisible());
+    }
+
+    void aSavedConfigurationIsTold()
+    {
+        m_tab->show(Json::array({agentRow("codex", "a")}));
+        m_tab->table()->selectRow(0);
+        press("Config Editor");
+        const QString path = home(QStringLiteral(".codex/config.json"));
+        const QPointer<NeloWindow> window = editorWindow(path);
+        QTest::keyClicks(textView(window), QStringLiteral("x"));
+        QTest::mouseClick(window->findChildren<QPushButton*>().last(), Qt::LeftButton);
+        QTRY_VERIFY(!window);
+        QCOMPARE(Files::contentOf(path), QByteArray("x{}\n"));
+        QCOMPARE(m_tab->status(), QStringLiteral("Saved config: ") + path);
+        QCOMPARE(m_tab->refreshes(), 1);
+    }
+
+    void anEditorOutlivesTheTab()
+    {
+        m_tab->show(Json::array({agentRow("codex", "a")}));
+        m_tab->table()->selectRow(0);
+        press("Config Editor");
+        const QString path = home(QStringLiteral(".codex/config.json"));
+        const QPointer<NeloWindow> window = editorWindow(path);
+        m_tab->window.reset();
+        QVERIFY(!m_tab->controller);
+        QTest::keyClicks(textView(window), QStringLiteral("x"));
+        QTest::mouseClick(window->findChildren<QPushButton*>().last(), Qt::LeftButton);
+        QTRY_VERIFY(!window);
+        QCOMPARE(Files::contentOf(path), QByteArray("x{}\n"));
+    }
 
 private:
     QString home(const QString& relative) const { return m_tab->backend.home().path(relative); }
@@ -51,128 +162,6 @@ private:
 
     std::optional<AgentsTab> m_tab;
 };
-
-void TestAgentsConfigEditor::init()
-{
-    failOnUnexpectedWarning();
-    m_tab.emplace();
-}
-
-void TestAgentsConfigEditor::cleanup()
-{
-    m_tab.reset();
-    for (QWidget* widget : QApplication::topLevelWidgets())
-        widget->close();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-}
-
-void TestAgentsConfigEditor::theEditorOpensTheEcosystemsFile_data()
-{
-    QTest::addColumn<QByteArray>("row");
-    QTest::addColumn<QString>("file");
-    QTest::newRow("codex") << QByteArray(R"({"ecosystem":"codex","id":"a"})") << QStringLiteral(".codex/config.json");
-    QTest::newRow("kimi") << QByteArray(R"({"ecosystem":"kimi","id":"a"})") << QStringLiteral(".kimi/config.json");
-    QTest::newRow("codex in other letters is not codex")
-        << QByteArray(R"({"ecosystem":"Codex","id":"a"})") << QStringLiteral(".openclaw/openclaw.json");
-    QTest::newRow("no ecosystem") << QByteArray("{}") << QStringLiteral(".openclaw/openclaw.json");
-}
-
-void TestAgentsConfigEditor::theEditorOpensTheEcosystemsFile()
-{
-    QFETCH(QByteArray, row);
-    QFETCH(QString, file);
-    m_tab->show(Json::array({Json::parse(row.toStdString())}));
-    m_tab->table()->selectRow(0);
-    press("Config Editor");
-    QCOMPARE(Files::contentOf(home(file)), QByteArray("{}\n"));
-    NeloWindow* window = editorWindow(home(file));
-    QVERIFY(window);
-    QVERIFY(QTest::qWaitForWindowActive(window));
-    QCOMPARE(textView(window)->toPlainText(), QStringLiteral("{}\n"));
-    QCOMPARE(window->findChild<QLabel*>(QStringLiteral("pathLabel"))->text(), home(file));
-    QVERIFY(m_tab->actions().empty());
-    QCOMPARE(m_tab->refreshes(), 1);
-}
-
-void TestAgentsConfigEditor::theEditorsFolderIsPrivate()
-{
-    m_tab->show(Json::array({agentRow("codex", "a")}));
-    m_tab->table()->selectRow(0);
-    press("Config Editor");
-    constexpr QFile::Permissions others =
-        QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
-    QVERIFY(!(QFileInfo(home(QStringLiteral(".codex"))).permissions() & others));
-    QVERIFY(!(QFileInfo(home(QStringLiteral(".codex/config.json"))).permissions() & others));
-}
-
-void TestAgentsConfigEditor::anExistingConfigurationIsOpenedAsItIs()
-{
-    QVERIFY(QDir().mkdir(home(QStringLiteral(".codex"))));
-    Files::create(home(QStringLiteral(".codex/config.json")), "{,]\r\n");
-    m_tab->show(Json::array({agentRow("codex", "a")}));
-    m_tab->table()->selectRow(0);
-    press("Config Editor");
-    QCOMPARE(Files::contentOf(home(QStringLiteral(".codex/config.json"))), QByteArray("{,]\r\n"));
-}
-
-void TestAgentsConfigEditor::aConfigurationThatCannotBeMadeOpensEmpty()
-{
-    Files::create(home(QStringLiteral(".kimi")), "a file in the folder's place");
-    m_tab->show(Json::array({agentRow("kimi", "a")}));
-    m_tab->table()->selectRow(0);
-    const DialogRobot robot;
-    press("Config Editor");
-    const NeloWindow* window = editorWindow(home(QStringLiteral(".kimi/config.json")));
-    QVERIFY(window);
-    QCOMPARE(textView(window)->toPlainText(), QString());
-    QVERIFY(robot.shown().empty());
-    QCOMPARE(Files::contentOf(home(QStringLiteral(".kimi"))), QByteArray("a file in the folder's place"));
-}
-
-void TestAgentsConfigEditor::eachPressOpensAnotherEditor()
-{
-    m_tab->show(Json::array({agentRow("codex", "a")}));
-    m_tab->table()->selectRow(0);
-    press("Config Editor");
-    const QPointer<NeloWindow> first = editorWindow(home(QStringLiteral(".codex/config.json")));
-    first->setWindowTitle(QStringLiteral("found"));
-    press("Config Editor");
-    const QPointer<NeloWindow> second = editorWindow(home(QStringLiteral(".codex/config.json")));
-    QVERIFY(second && second != first);
-    first->close();
-    QTRY_VERIFY(!first);
-    QVERIFY(second->isVisible());
-}
-
-void TestAgentsConfigEditor::aSavedConfigurationIsTold()
-{
-    m_tab->show(Json::array({agentRow("codex", "a")}));
-    m_tab->table()->selectRow(0);
-    press("Config Editor");
-    const QString path = home(QStringLiteral(".codex/config.json"));
-    const QPointer<NeloWindow> window = editorWindow(path);
-    QTest::keyClicks(textView(window), QStringLiteral("x"));
-    QTest::mouseClick(window->findChildren<QPushButton*>().last(), Qt::LeftButton);
-    QTRY_VERIFY(!window);
-    QCOMPARE(Files::contentOf(path), QByteArray("x{}\n"));
-    QCOMPARE(m_tab->status(), QStringLiteral("Saved config: ") + path);
-    QCOMPARE(m_tab->refreshes(), 1);
-}
-
-void TestAgentsConfigEditor::anEditorOutlivesTheTab()
-{
-    m_tab->show(Json::array({agentRow("codex", "a")}));
-    m_tab->table()->selectRow(0);
-    press("Config Editor");
-    const QString path = home(QStringLiteral(".codex/config.json"));
-    const QPointer<NeloWindow> window = editorWindow(path);
-    m_tab->window.reset();
-    QVERIFY(!m_tab->controller);
-    QTest::keyClicks(textView(window), QStringLiteral("x"));
-    QTest::mouseClick(window->findChildren<QPushButton*>().last(), Qt::LeftButton);
-    QTRY_VERIFY(!window);
-    QCOMPARE(Files::contentOf(path), QByteArray("x{}\n"));
-}
 
 QTEST_MAIN(TestAgentsConfigEditor)
 #include "TestAgentsConfigEditor.moc"

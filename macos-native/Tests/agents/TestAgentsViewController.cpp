@@ -23,365 +23,338 @@ class TestAgentsViewController final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_tab.emplace();
+    }
+
     void cleanup() { m_tab.reset(); }
 
-    void loadsTheRegistryOnceWhenItLoads();
-    void itIsReadyAndAsksNothingBehindAnotherWindow();
-    void columnsStandInOrderAtTheirWidths();
-    void cellsShowTheRowsInTheBackendsOrder();
-    void anyReplyIsShownOrIsNone_data();
-    void anyReplyIsShownOrIsNone();
-    void aFailureEmptiesTheTableAndTheNextRefreshRecovers();
-    void aDeadHelperIsToldAndTheNextRefreshRecovers();
-    void tenThousandAgentsAreShown();
+    void loadsTheRegistryOnceWhenItLoads()
+    {
+        QCOMPARE(m_tab->refreshes(), 0);
+        m_tab->answer(threeAgents());
+        m_tab->controller->loadViewIfNeeded();
+        QCOMPARE(m_tab->backend.calls(),
+                 (std::vector<ScriptedBackend::Call>{{"sync_local_agents_to_core", Json::array()}}));
+        QCOMPARE(m_tab->summary(), QStringLiteral("Total: 3 (codex:1, kimi:1, openclaw:1)"));
+        QCOMPARE(m_tab->status(), QStringLiteral("Synced local discovery to Core and loaded Core agent registry."));
 
-    void theSelectedAgentStaysSelectedAcrossARefresh();
-    void scrollPositionAndWidthsStayAcrossARefresh();
-    void aRefreshWithoutNewsLeavesTheTableAlone();
+        m_tab->controller->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_tab->controller));
+        QCOMPARE(m_tab->refreshes(), 1);
+    }
 
-    void theTimerExistsWhileTheTabIsVisible();
-    void theTimerRefreshesEveryFiveSeconds();
-    void theRefreshButtonRefreshes();
-    void aTickBehindAnotherWindowCallsNothing();
-    void aViewInNoWindowRefreshes();
+    void itIsReadyAndAsksNothingBehindAnotherWindow()
+    {
+        NeloWindow window(QStringLiteral("Nelo Console"), {1000, 600});
+        QWidget other;
+        other.show();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        window.setContentViewController(m_tab->controller);
+        m_tab->controller->loadViewIfNeeded();
+        QCOMPARE(m_tab->status(), QStringLiteral("Ready"));
+        QCOMPARE(m_tab->summary(), QString());
+        QCOMPARE(m_tab->refreshes(), 0);
+    }
 
-    void theViewIsLaidOutAsGiven();
-    void summaryAndStatusAreInTheSecondaryColor();
-    void aLongSummaryAndStatusDoNotWidenTheView();
-    void controlsAreNamedAndInReadingOrder();
-    void foreignTextStaysPlain();
+    void columnsStandInOrderAtTheirWidths()
+    {
+        m_tab->controller->loadViewIfNeeded();
+        QStringList titles;
+        QList<int> widths;
+        for (int column = 0; column < m_tab->table()->model()->columnCount(); ++column) {
+            titles.append(m_tab->table()->model()->headerData(column, Qt::Horizontal).toString());
+            widths.append(m_tab->table()->columnWidth(column));
+        }
+        QCOMPARE(titles, QStringLiteral("ID,Name,Ecosystem,Origin,State,Last Seen,Workspace,Created At").split(u','));
+        QCOMPARE(widths, QList<int>({150, 180, 120, 100, 160, 170, 340, 170}));
+    }
+
+    void cellsShowTheRowsInTheBackendsOrder()
+    {
+        m_tab->show({{{"createdAt", "2025-01-01T09:30:00+00:00"},
+                      {"workspace", "/home/我/.codex/agents/b"},
+                      {"lastSeen", "2025-01-02"},
+                      {"state", "busy"},
+                      {"origin", "managed"},
+                      {"ecosystem", "codex"},
+                      {"name", "乙"},
+                      {"id", "b"},
+                      {"other", "not shown"}},
+                     {{"id", "a"}}});
+        QStringList texts;
+        for (int column = 0; column < 8; ++column)
+            texts.append(cell(0, column));
+        QCOMPARE(texts,
+                 QStringLiteral("b,乙,codex,managed,busy,2025-01-02,/home/我/.codex/agents/b,2025-01-01T09:30:00+00:00")
+                     .split(u','));
+        QCOMPARE(cell(1, 0), QStringLiteral("a"));
+        QCOMPARE(cell(1, 1), QString());
+    }
+
+    void anyReplyIsShownOrIsNone_data()
+    {
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<int>("rows");
+        QTest::addColumn<QString>("firstName");
+
+        QTest::newRow("an object is no list") << QByteArray(R"({"name":"a"})") << 0 << QString();
+        QTest::newRow("null is no list") << QByteArray("null") << 0 << QString();
+        QTest::newRow("a text is no list") << QByteArray(R"("[]")") << 0 << QString();
+        QTest::newRow("a list of numbers has no rows") << QByteArray("[1,2,3]") << 0 << QString();
+        QTest::newRow("a list that holds one number has none either")
+            << QByteArray(R"([{"name":"a"},1])") << 0 << QString();
+        QTest::newRow("a row without keys is a row") << QByteArray("[{}]") << 1 << QString();
+        QTest::newRow("numbers") << QByteArray(R"([{"name":42}])") << 1 << QStringLiteral("42");
+        QTest::newRow("nulls") << QByteArray(R"([{"name":null}])") << 1 << QStringLiteral("<null>");
+        QTest::newRow("nested values") << QByteArray(R"([{"name":[{"a":1}]}])") << 1 << QStringLiteral(R"([{"a":1}])");
+        QTest::newRow("line feeds") << QByteArray(R"([{"name":"a\nb"}])") << 1 << QStringLiteral("a b");
+        QTest::newRow("markup") << QByteArray(R"([{"name":"<b>a</b>"}])") << 1 << QStringLiteral("<b>a</b>");
+        QTest::newRow("bidirectional marks") << QByteArray(R"([{"name":"\u202ea"}])") << 1 << QStringLiteral("\u202ea");
+        QTest::newRow("ten thousand characters")
+            << QByteArray(R"([{"name":")") + QByteArray(10'000, 'n') + QByteArray(R"("}])") << 1
+            << QString(1000, u'n') + u'…';
+    }
+
+    void anyReplyIsShownOrIsNone()
+    {
+        QFETCH(QByteArray, reply);
+        QFETCH(int, rows);
+        QFETCH(QString, firstName);
+        m_tab->show(Json::parse(reply.toStdString()));
+        QCOMPARE(m_tab->table()->model()->rowCount(), rows);
+        QCOMPARE(cell(0, 1), firstName);
+        QCOMPARE(m_tab->summary().left(8), QStringLiteral("Total: ") + QString::number(rows));
+        QCOMPARE(m_tab->status(), QStringLiteral("Synced local discovery to Core and loaded Core agent registry."));
+        m_tab->controller->grab(); // painting it does no harm
+    }
+
+    void aFailureEmptiesTheTableAndTheNextRefreshRecovers()
+    {
+        m_tab->show(threeAgents());
+        m_tab->backend.raise("sync_local_agents_to_core", "OSError", "磁盘 <full>");
+        m_tab->controller->refreshAgents();
+        QCOMPARE(m_tab->table()->model()->rowCount(), 0);
+        QCOMPARE(m_tab->summary(), QStringLiteral("Total: 0"));
+        QCOMPARE(m_tab->status(), QStringLiteral("ERROR: OSError: 磁盘 <full>"));
+
+        m_tab->answer(threeAgents());
+        m_tab->controller->refreshAgents();
+        QCOMPARE(m_tab->table()->model()->rowCount(), 3);
+        QCOMPARE(m_tab->status(), QStringLiteral("Synced local discovery to Core and loaded Core agent registry."));
+    }
+
+    void aDeadHelperIsToldAndTheNextRefreshRecovers()
+    {
+        m_tab->show(threeAgents());
+        m_tab->backend.script("sync_local_agents_to_core", {{{"exit", 1}}});
+        m_tab->controller->refreshAgents();
+        QCOMPARE(m_tab->status(), QStringLiteral("ERROR: backend helper terminated"));
+        m_tab->answer(threeAgents());
+        m_tab->controller->refreshAgents();
+        QCOMPARE(m_tab->table()->model()->rowCount(), 3);
+    }
+
+    void tenThousandAgentsAreShown()
+    {
+        Json rows = Json::array();
+        for (int row = 0; row < 10'000; ++row)
+            rows.push_back(agentRow("kimi", std::to_string(row)));
+        m_tab->show(rows);
+        QCOMPARE(m_tab->table()->model()->rowCount(), 10'000);
+        QCOMPARE(m_tab->summary(), QStringLiteral("Total: 10000 (kimi:10000)"));
+        m_tab->table()->scrollToBottom();
+        QVERIFY(m_tab->table()->visualRect(m_tab->table()->model()->index(9'999, 0)).isValid());
+    }
+
+    void theSelectedAgentStaysSelectedAcrossARefresh()
+    {
+        m_tab->show(threeAgents());
+        m_tab->table()->selectRow(1);
+        Json changed = {agentRow("kimi", "codex-1"), agentRow("codex", "new"), agentRow("codex", "codex-1")};
+        changed[2]["name"] = "renamed";
+        m_tab->answer(changed);
+        m_tab->controller->refreshAgents();
+        QCOMPARE(m_tab->table()->selectedRow(), std::optional<Json>(changed[2]));
+
+        m_tab->answer(threeAgents()[0]);
+        m_tab->controller->refreshAgents();
+        QVERIFY(!m_tab->table()->selectedRow());
+    }
+
+    void scrollPositionAndWidthsStayAcrossARefresh()
+    {
+        Json rows = Json::array();
+        for (int row = 0; row < 200; ++row)
+            rows.push_back(agentRow("kimi", std::to_string(row)));
+        m_tab->show(rows);
+        m_tab->table()->setColumnWidth(1, 300);
+        m_tab->table()->verticalScrollBar()->setValue(777);
+        m_tab->table()->horizontalScrollBar()->setValue(99);
+        rows.push_back(agentRow("kimi", "new"));
+        m_tab->answer(rows);
+        m_tab->controller->refreshAgents();
+        QCOMPARE(m_tab->table()->model()->rowCount(), 201);
+        QCOMPARE(m_tab->table()->columnWidth(1), 300);
+        QCOMPARE(m_tab->table()->verticalScrollBar()->value(), 777);
+        QCOMPARE(m_tab->table()->horizontalScrollBar()->value(), 99);
+    }
+
+    void aRefreshWithoutNewsLeavesTheTableAlone()
+    {
+        m_tab->show(threeAgents());
+        const QSignalSpy resets(m_tab->table()->model(), &QAbstractItemModel::modelReset);
+        m_tab->controller->refreshAgents();
+        QCOMPARE(m_tab->refreshes(), 2);
+        QCOMPARE(resets.count(), 0);
+    }
+
+    void theTimerExistsWhileTheTabIsVisible()
+    {
+        m_tab->controller->loadViewIfNeeded();
+        QVERIFY(!m_tab->timer());
+        for (int appearance = 0; appearance < 2; ++appearance) {
+            m_tab->controller->show();
+            QTRY_VERIFY(m_tab->timer());
+            QCOMPARE(m_tab->controller->findChildren<QTimer*>(QStringLiteral("refreshTimer")).size(), 1);
+            QVERIFY(m_tab->timer()->isActive());
+            m_tab->controller->hide();
+            QVERIFY(!m_tab->timer());
+        }
+    }
+
+    void theTimerRefreshesEveryFiveSeconds()
+    {
+        m_tab->show(threeAgents());
+        QCOMPARE(m_tab->timer()->interval(), 5000);
+        QVERIFY(!m_tab->timer()->isSingleShot());
+        QCOMPARE(m_tab->refreshes(), 1); // not until the first tick
+        tick();
+        QCOMPARE(m_tab->refreshes(), 2);
+        tick();
+        QCOMPARE(m_tab->refreshes(), 3);
+    }
+
+    void theRefreshButtonRefreshes()
+    {
+        m_tab->show(Json::array());
+        m_tab->answer(threeAgents());
+        m_tab->press(QStringLiteral("Refresh"));
+        QCOMPARE(m_tab->refreshes(), 2);
+        QCOMPARE(m_tab->table()->model()->rowCount(), 3);
+    }
+
+    void aTickBehindAnotherWindowCallsNothing()
+    {
+        m_tab->show(threeAgents());
+        QWidget other;
+        other.show();
+        other.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        tick();
+        tick();
+        m_tab->controller->refreshAgents();
+        QCOMPARE(m_tab->refreshes(), 1);
+
+        m_tab->window->makeKeyAndOrderFront();
+        QVERIFY(QTest::qWaitForWindowActive(m_tab->window.get()));
+        tick();
+        QCOMPARE(m_tab->refreshes(), 2);
+    }
+
+    void aViewInNoWindowRefreshes()
+    {
+        m_tab->controller->loadViewIfNeeded();
+        m_tab->controller->refreshAgents();
+        QCOMPARE(m_tab->refreshes(), 2);
+    }
+
+    void theViewIsLaidOutAsGiven()
+    {
+        m_tab->show(threeAgents());
+        const auto frame = [this](const QWidget* widget) {
+            return QRect(widget->mapTo(m_tab->controller.data(), QPoint()), widget->size());
+        };
+        QStringList titles;
+        int left = 16;
+        for (const QPushButton* button : m_tab->controller->findChildren<QPushButton*>()) {
+            titles.append(button->text());
+            QCOMPARE(frame(button).topLeft(), QPoint(left, 16));
+            left = frame(button).right() + 1 + 8;
+        }
+        QCOMPARE(titles,
+                 QStringLiteral("Refresh,Add Agent,Config Editor,Run Configure,Adopt / Rename,Delete").split(u','));
+        const QRect button = frame(m_tab->controller->findChild<QPushButton*>());
+        const QRect summaryLine = frame(m_tab->controller->findChild<QLabel*>(QStringLiteral("summaryLabel")));
+        const QRect statusLine = frame(m_tab->controller->findChild<QLabel*>(QStringLiteral("statusLabel")));
+        QCOMPARE(summaryLine.right() + 1, 1000 - 16);
+        QCOMPARE(summaryLine.center().y(), button.center().y());
+        QCOMPARE(frame(m_tab->table()).topLeft(), QPoint(16, button.bottom() + 1 + 10));
+        QCOMPARE(frame(m_tab->table()).right() + 1, 1000 - 16);
+        QCOMPARE(frame(m_tab->table()).bottom() + 1, statusLine.top() - 10);
+        QCOMPARE(statusLine.left(), 16);
+        QCOMPARE(statusLine.right() + 1, 1000 - 16);
+        QCOMPARE(statusLine.bottom() + 1, 600 - 14);
+    }
+
+    void summaryAndStatusAreInTheSecondaryColor()
+    {
+        m_tab->controller->loadViewIfNeeded();
+        for (const char* name : {"summaryLabel", "statusLabel"}) {
+            const auto* label = m_tab->controller->findChild<QLabel*>(QString::fromLatin1(name));
+            QCOMPARE(label->palette().color(QPalette::WindowText), Colors::secondaryText(m_tab->controller->palette()));
+        }
+    }
+
+    void aLongSummaryAndStatusDoNotWidenTheView()
+    {
+        m_tab->show({{{"ecosystem", std::string(10'000, 'e')}}});
+        QCOMPARE(m_tab->window->size(), QSize(1000, 600));
+        QVERIFY(m_tab->controller->minimumSizeHint().width() <= 1000);
+        m_tab->backend.raise("sync_local_agents_to_core", "ValueError", std::string(100'000, 'x') + "\n\n\n");
+        m_tab->controller->refreshAgents();
+        QCoreApplication::processEvents();
+        QCOMPARE(m_tab->window->size(), QSize(1000, 600));
+        QVERIFY(m_tab->controller->minimumSizeHint().width() <= 1000);
+    }
+
+    void controlsAreNamedAndInReadingOrder()
+    {
+        m_tab->show(threeAgents());
+        QCOMPARE(m_tab->table()->accessibleName(), QStringLiteral("Agents"));
+        const QList<QPushButton*> buttons = m_tab->controller->findChildren<QPushButton*>();
+        buttons.first()->setFocus();
+        for (QPushButton* button : buttons) {
+            QCOMPARE(QApplication::focusWidget(), button);
+            QCOMPARE(button->accessibleName(), button->text());
+            QTest::keyClick(button, Qt::Key_Tab);
+        }
+        QCOMPARE(QApplication::focusWidget(), m_tab->table());
+    }
+
+    void foreignTextStaysPlain()
+    {
+        m_tab->controller->loadViewIfNeeded();
+        for (const QLabel* label : m_tab->controller->findChildren<QLabel*>())
+            QCOMPARE(label->textFormat(), Qt::PlainText);
+    }
 
 private:
     /// Has the timer tick at once; returns when it did.
-    void tick();
+    void tick()
+    {
+        QSignalSpy ticks(m_tab->timer(), &QTimer::timeout);
+        m_tab->timer()->setInterval(0);
+        QVERIFY(ticks.wait());
+        m_tab->timer()->setInterval(5000);
+    }
+
     QString cell(int row, int column) const { return m_tab->table()->model()->index(row, column).data().toString(); }
 
     std::optional<AgentsTab> m_tab;
 };
-
-void TestAgentsViewController::init()
-{
-    failOnUnexpectedWarning();
-    m_tab.emplace();
-}
-
-void TestAgentsViewController::tick()
-{
-    QSignalSpy ticks(m_tab->timer(), &QTimer::timeout);
-    m_tab->timer()->setInterval(0);
-    QVERIFY(ticks.wait());
-    m_tab->timer()->setInterval(5000);
-}
-
-void TestAgentsViewController::loadsTheRegistryOnceWhenItLoads()
-{
-    QCOMPARE(m_tab->refreshes(), 0);
-    m_tab->answer(threeAgents());
-    m_tab->controller->loadViewIfNeeded();
-    QCOMPARE(m_tab->backend.calls(),
-             (std::vector<ScriptedBackend::Call>{{"sync_local_agents_to_core", Json::array()}}));
-    QCOMPARE(m_tab->summary(), QStringLiteral("Total: 3 (codex:1, kimi:1, openclaw:1)"));
-    QCOMPARE(m_tab->status(), QStringLiteral("Synced local discovery to Core and loaded Core agent registry."));
-
-    m_tab->controller->show();
-    QVERIFY(QTest::qWaitForWindowExposed(m_tab->controller));
-    QCOMPARE(m_tab->refreshes(), 1);
-}
-
-void TestAgentsViewController::itIsReadyAndAsksNothingBehindAnotherWindow()
-{
-    NeloWindow window(QStringLiteral("Nelo Console"), {1000, 600});
-    QWidget other;
-    other.show();
-    QVERIFY(QTest::qWaitForWindowActive(&other));
-    window.setContentViewController(m_tab->controller);
-    m_tab->controller->loadViewIfNeeded();
-    QCOMPARE(m_tab->status(), QStringLiteral("Ready"));
-    QCOMPARE(m_tab->summary(), QString());
-    QCOMPARE(m_tab->refreshes(), 0);
-}
-
-void TestAgentsViewController::columnsStandInOrderAtTheirWidths()
-{
-    m_tab->controller->loadViewIfNeeded();
-    QStringList titles;
-    QList<int> widths;
-    for (int column = 0; column < m_tab->table()->model()->columnCount(); ++column) {
-        titles.append(m_tab->table()->model()->headerData(column, Qt::Horizontal).toString());
-        widths.append(m_tab->table()->columnWidth(column));
-    }
-    QCOMPARE(titles, QStringLiteral("ID,Name,Ecosystem,Origin,State,Last Seen,Workspace,Created At").split(u','));
-    QCOMPARE(widths, QList<int>({150, 180, 120, 100, 160, 170, 340, 170}));
-}
-
-void TestAgentsViewController::cellsShowTheRowsInTheBackendsOrder()
-{
-    m_tab->show({{{"createdAt", "2025-01-01T09:30:00+00:00"},
-                  {"workspace", "/home/我/.codex/agents/b"},
-                  {"lastSeen", "2025-01-02"},
-                  {"state", "busy"},
-                  {"origin", "managed"},
-                  {"ecosystem", "codex"},
-                  {"name", "乙"},
-                  {"id", "b"},
-                  {"other", "not shown"}},
-                 {{"id", "a"}}});
-    QStringList texts;
-    for (int column = 0; column < 8; ++column)
-        texts.append(cell(0, column));
-    QCOMPARE(texts,
-             QStringLiteral("b,乙,codex,managed,busy,2025-01-02,/home/我/.codex/agents/b,2025-01-01T09:30:00+00:00")
-                 .split(u','));
-    QCOMPARE(cell(1, 0), QStringLiteral("a"));
-    QCOMPARE(cell(1, 1), QString());
-}
-
-void TestAgentsViewController::anyReplyIsShownOrIsNone_data()
-{
-    QTest::addColumn<QByteArray>("reply");
-    QTest::addColumn<int>("rows");
-    QTest::addColumn<QString>("firstName");
-
-    QTest::newRow("an object is no list") << QByteArray(R"({"name":"a"})") << 0 << QString();
-    QTest::newRow("null is no list") << QByteArray("null") << 0 << QString();
-    QTest::newRow("a text is no list") << QByteArray(R"("[]")") << 0 << QString();
-    QTest::newRow("a list of numbers has no rows") << QByteArray("[1,2,3]") << 0 << QString();
-    QTest::newRow("a list that holds one number has none either")
-        << QByteArray(R"([{"name":"a"},1])") << 0 << QString();
-    QTest::newRow("a row without keys is a row") << QByteArray("[{}]") << 1 << QString();
-    QTest::newRow("numbers") << QByteArray(R"([{"name":42}])") << 1 << QStringLiteral("42");
-    QTest::newRow("nulls") << QByteArray(R"([{"name":null}])") << 1 << QStringLiteral("<null>");
-    QTest::newRow("nested values") << QByteArray(R"([{"name":[{"a":1}]}])") << 1 << QStringLiteral(R"([{"a":1}])");
-    QTest::newRow("line feeds") << QByteArray(R"([{"name":"a\nb"}])") << 1 << QStringLiteral("a b");
-    QTest::newRow("markup") << QByteArray(R"([{"name":"<b>a</b>"}])") << 1 << QStringLiteral("<b>a</b>");
-    QTest::newRow("bidirectional marks") << QByteArray(R"([{"name":"\u202ea"}])") << 1 << QStringLiteral("\u202ea");
-    QTest::newRow("ten thousand characters")
-        << QByteArray(R"([{"name":")") + QByteArray(10'000, 'n') + QByteArray(R"("}])") << 1
-        << QString(1000, u'n') + u'…';
-}
-
-void TestAgentsViewController::anyReplyIsShownOrIsNone()
-{
-    QFETCH(QByteArray, reply);
-    QFETCH(int, rows);
-    QFETCH(QString, firstName);
-    m_tab->show(Json::parse(reply.toStdString()));
-    QCOMPARE(m_tab->table()->model()->rowCount(), rows);
-    QCOMPARE(cell(0, 1), firstName);
-    QCOMPARE(m_tab->summary().left(8), QStringLiteral("Total: ") + QString::number(rows));
-    QCOMPARE(m_tab->status(), QStringLiteral("Synced local discovery to Core and loaded Core agent registry."));
-    m_tab->controller->grab(); // painting it does no harm
-}
-
-void TestAgentsViewController::aFailureEmptiesTheTableAndTheNextRefreshRecovers()
-{
-    m_tab->show(threeAgents());
-    m_tab->backend.raise("sync_local_agents_to_core", "OSError", "磁盘 <full>");
-    m_tab->controller->refreshAgents();
-    QCOMPARE(m_tab->table()->model()->rowCount(), 0);
-    QCOMPARE(m_tab->summary(), QStringLiteral("Total: 0"));
-    QCOMPARE(m_tab->status(), QStringLiteral("ERROR: OSError: 磁盘 <full>"));
-
-    m_tab->answer(threeAgents());
-    m_tab->controller->refreshAgents();
-    QCOMPARE(m_tab->table()->model()->rowCount(), 3);
-    QCOMPARE(m_tab->status(), QStringLiteral("Synced local discovery to Core and loaded Core agent registry."));
-}
-
-void TestAgentsViewController::aDeadHelperIsToldAndTheNextRefreshRecovers()
-{
-    m_tab->show(threeAgents());
-    m_tab->backend.script("sync_local_agents_to_core", {{{"exit", 1}}});
-    m_tab->controller->refreshAgents();
-    QCOMPARE(m_tab->status(), QStringLiteral("ERROR: backend helper terminated"));
-    m_tab->answer(threeAgents());
-    m_tab->controller->refreshAgents();
-    QCOMPARE(m_tab->table()->model()->rowCount(), 3);
-}
-
-void TestAgentsViewController::tenThousandAgentsAreShown()
-{
-    Json rows = Json::array();
-    for (int row = 0; row < 10'000; ++row)
-        rows.push_back(agentRow("kimi", std::to_string(row)));
-    m_tab->show(rows);
-    QCOMPARE(m_tab->table()->model()->rowCount(), 10'000);
-    QCOMPARE(m_tab->summary(), QStringLiteral("Total: 10000 (kimi:10000)"));
-    m_tab->table()->scrollToBottom();
-    QVERIFY(m_tab->table()->visualRect(m_tab->table()->model()->index(9'999, 0)).isValid());
-}
-
-void TestAgentsViewController::theSelectedAgentStaysSelectedAcrossARefresh()
-{
-    m_tab->show(threeAgents());
-    m_tab->table()->selectRow(1);
-    Json changed = {agentRow("kimi", "codex-1"), agentRow("codex", "new"), agentRow("codex", "codex-1")};
-    changed[2]["name"] = "renamed";
-    m_tab->answer(changed);
-    m_tab->controller->refreshAgents();
-    QCOMPARE(m_tab->table()->selectedRow(), std::optional<Json>(changed[2]));
-
-    m_tab->answer(threeAgents()[0]);
-    m_tab->controller->refreshAgents();
-    QVERIFY(!m_tab->table()->selectedRow());
-}
-
-void TestAgentsViewController::scrollPositionAndWidthsStayAcrossARefresh()
-{
-    Json rows = Json::array();
-    for (int row = 0; row < 200; ++row)
-        rows.push_back(agentRow("kimi", std::to_string(row)));
-    m_tab->show(rows);
-    m_tab->table()->setColumnWidth(1, 300);
-    m_tab->table()->verticalScrollBar()->setValue(777);
-    m_tab->table()->horizontalScrollBar()->setValue(99);
-    rows.push_back(agentRow("kimi", "new"));
-    m_tab->answer(rows);
-    m_tab->controller->refreshAgents();
-    QCOMPARE(m_tab->table()->model()->rowCount(), 201);
-    QCOMPARE(m_tab->table()->columnWidth(1), 300);
-    QCOMPARE(m_tab->table()->verticalScrollBar()->value(), 777);
-    QCOMPARE(m_tab->table()->horizontalScrollBar()->value(), 99);
-}
-
-void TestAgentsViewController::aRefreshWithoutNewsLeavesTheTableAlone()
-{
-    m_tab->show(threeAgents());
-    const QSignalSpy resets(m_tab->table()->model(), &QAbstractItemModel::modelReset);
-    m_tab->controller->refreshAgents();
-    QCOMPARE(m_tab->refreshes(), 2);
-    QCOMPARE(resets.count(), 0);
-}
-
-void TestAgentsViewController::theTimerExistsWhileTheTabIsVisible()
-{
-    m_tab->controller->loadViewIfNeeded();
-    QVERIFY(!m_tab->timer());
-    for (int appearance = 0; appearance < 2; ++appearance) {
-        m_tab->controller->show();
-        QTRY_VERIFY(m_tab->timer());
-        QCOMPARE(m_tab->controller->findChildren<QTimer*>(QStringLiteral("refreshTimer")).size(), 1);
-        QVERIFY(m_tab->timer()->isActive());
-        m_tab->controller->hide();
-        QVERIFY(!m_tab->timer());
-    }
-}
-
-void TestAgentsViewController::theTimerRefreshesEveryFiveSeconds()
-{
-    m_tab->show(threeAgents());
-    QCOMPARE(m_tab->timer()->interval(), 5000);
-    QVERIFY(!m_tab->timer()->isSingleShot());
-    QCOMPARE(m_tab->refreshes(), 1); // not until the first tick
-    tick();
-    QCOMPARE(m_tab->refreshes(), 2);
-    tick();
-    QCOMPARE(m_tab->refreshes(), 3);
-}
-
-void TestAgentsViewController::theRefreshButtonRefreshes()
-{
-    m_tab->show(Json::array());
-    m_tab->answer(threeAgents());
-    m_tab->press(QStringLiteral("Refresh"));
-    QCOMPARE(m_tab->refreshes(), 2);
-    QCOMPARE(m_tab->table()->model()->rowCount(), 3);
-}
-
-void TestAgentsViewController::aTickBehindAnotherWindowCallsNothing()
-{
-    m_tab->show(threeAgents());
-    QWidget other;
-    other.show();
-    other.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&other));
-    tick();
-    tick();
-    m_tab->controller->refreshAgents();
-    QCOMPARE(m_tab->refreshes(), 1);
-
-    m_tab->window->makeKeyAndOrderFront();
-    QVERIFY(QTest::qWaitForWindowActive(m_tab->window.get()));
-    tick();
-    QCOMPARE(m_tab->refreshes(), 2);
-}
-
-void TestAgentsViewController::aViewInNoWindowRefreshes()
-{
-    m_tab->controller->loadViewIfNeeded();
-    m_tab->controller->refreshAgents();
-    QCOMPARE(m_tab->refreshes(), 2);
-}
-
-void TestAgentsViewController::theViewIsLaidOutAsGiven()
-{
-    m_tab->show(threeAgents());
-    const auto frame = [this](const QWidget* widget) {
-        return QRect(widget->mapTo(m_tab->controller.data(), QPoint()), widget->size());
-    };
-    QStringList titles;
-    int left = 16;
-    for (const QPushButton* button : m_tab->controller->findChildren<QPushButton*>()) {
-        titles.append(button->text());
-        QCOMPARE(frame(button).topLeft(), QPoint(left, 16));
-        left = frame(button).right() + 1 + 8;
-    }
-    QCOMPARE(titles, QStringLiteral("Refresh,Add Agent,Config Editor,Run Configure,Adopt / Rename,Delete").split(u','));
-    const QRect button = frame(m_tab->controller->findChild<QPushButton*>());
-    const QRect summaryLine = frame(m_tab->controller->findChild<QLabel*>(QStringLiteral("summaryLabel")));
-    const QRect statusLine = frame(m_tab->controller->findChild<QLabel*>(QStringLiteral("statusLabel")));
-    QCOMPARE(summaryLine.right() + 1, 1000 - 16);
-    QCOMPARE(summaryLine.center().y(), button.center().y());
-    QCOMPARE(frame(m_tab->table()).topLeft(), QPoint(16, button.bottom() + 1 + 10));
-    QCOMPARE(frame(m_tab->table()).right() + 1, 1000 - 16);
-    QCOMPARE(frame(m_tab->table()).bottom() + 1, statusLine.top() - 10);
-    QCOMPARE(statusLine.left(), 16);
-    QCOMPARE(statusLine.right() + 1, 1000 - 16);
-    QCOMPARE(statusLine.bottom() + 1, 600 - 14);
-}
-
-void TestAgentsViewController::summaryAndStatusAreInTheSecondaryColor()
-{
-    m_tab->controller->loadViewIfNeeded();
-    for (const char* name : {"summaryLabel", "statusLabel"}) {
-        const auto* label = m_tab->controller->findChild<QLabel*>(QString::fromLatin1(name));
-        QCOMPARE(label->palette().color(QPalette::WindowText), Colors::secondaryText(m_tab->controller->palette()));
-    }
-}
-
-void TestAgentsViewController::aLongSummaryAndStatusDoNotWidenTheView()
-{
-    m_tab->show({{{"ecosystem", std::string(10'000, 'e')}}});
-    QCOMPARE(m_tab->window->size(), QSize(1000, 600));
-    QVERIFY(m_tab->controller->minimumSizeHint().width() <= 1000);
-    m_tab->backend.raise("sync_local_agents_to_core", "ValueError", std::string(100'000, 'x') + "\n\n\n");
-    m_tab->controller->refreshAgents();
-    QCoreApplication::processEvents();
-    QCOMPARE(m_tab->window->size(), QSize(1000, 600));
-    QVERIFY(m_tab->controller->minimumSizeHint().width() <= 1000);
-}
-
-void TestAgentsViewController::controlsAreNamedAndInReadingOrder()
-{
-    m_tab->show(threeAgents());
-    QCOMPARE(m_tab->table()->accessibleName(), QStringLiteral("Agents"));
-    const QList<QPushButton*> buttons = m_tab->controller->findChildren<QPushButton*>();
-    buttons.first()->setFocus();
-    for (QPushButton* button : buttons) {
-        QCOMPARE(QApplication::focusWidget(), button);
-        QCOMPARE(button->accessibleName(), button->text());
-        QTest::keyClick(button, Qt::Key_Tab);
-    }
-    QCOMPARE(QApplication::focusWidget(), m_tab->table());
-}
-
-void TestAgentsViewController::foreignTextStaysPlain()
-{
-    m_tab->controller->loadViewIfNeeded();
-    for (const QLabel* label : m_tab->controller->findChildren<QLabel*>())
-        QCOMPARE(label->textFormat(), Qt::PlainText);
-}
 
 QTEST_MAIN(TestAgentsViewController)
 #include "TestAgentsViewController.moc"

@@ -13,25 +13,6 @@
 
 #include <optional>
 
-/// Starting the helper and asking it something, while one call after the other fails: on our side or on the helper's.
-class TestBackendFaults final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void cleanup();
-    void aCallAnswersOrSaysWhyNot_data();
-    void aCallAnswersOrSaysWhyNot();
-    void aHelperWithoutAReaperLeavesNoZombie();
-    void aHelperInTroubleAnswersOrIsReplaced_data();
-    void aHelperInTroubleAnswersOrIsReplaced();
-
-private:
-    int m_descriptorsBefore = 0;
-    std::optional<ScriptedBackend> m_backend;
-};
-
 namespace {
 
 const std::string question = "ping";
@@ -64,103 +45,116 @@ bool isAnswerOrFailure(const std::string& reply)
 
 } // namespace
 
-void TestBackendFaults::init()
+/// Starting the helper and asking it something, while one call after the other fails: on our side or on the helper's.
+class TestBackendFaults final : public QObject
 {
-    failOnUnexpectedWarning();
-    m_descriptorsBefore = ProcessTable::openDescriptors();
-    m_backend.emplace();
-    m_backend->answer(question, {{"pong", 1}});
-}
+    Q_OBJECT
 
-void TestBackendFaults::cleanup()
-{
-    m_backend.reset();
-    QVERIFY(ProcessTable::children().empty());
-    QCOMPARE(ProcessTable::openDescriptors(), m_descriptorsBefore);
-}
-
-void TestBackendFaults::aCallAnswersOrSaysWhyNot_data()
-{
-    QTest::addColumn<Fault>("fault");
-    QTest::addColumn<QString>("told");
-    QTest::newRow("out of descriptors") << Fault{"pipe", EMFILE} << QStringLiteral("ERROR: Too many open files");
-    QTest::newRow("out of processes") << Fault{"spawn", EAGAIN}
-                                      << QStringLiteral("ERROR: Resource temporarily unavailable");
-    QTest::newRow("out of memory for a process")
-        << Fault{"spawn", ENOMEM} << QStringLiteral("ERROR: Cannot allocate memory");
-    QTest::newRow("a pipe that breaks") << Fault{"write", EPIPE} << QStringLiteral("ERROR: backend helper terminated");
-    QTest::newRow("a pipe that fails") << Fault{"write", EIO} << QStringLiteral("ERROR: Input/output error");
-    QTest::newRow("a request that breaks off") << Fault{"write", -EIO} << QStringLiteral("ERROR: Input/output error");
-    QTest::newRow("a request in two halves") << Fault{"write", 0} << QString::fromStdString(goodAnswer);
-    QTest::newRow("a signal meanwhile") << Fault{"write", EINTR} << QString::fromStdString(goodAnswer);
-}
-
-void TestBackendFaults::aCallAnswersOrSaysWhyNot()
-{
-    QFETCH(Fault, fault);
-    QFETCH(QString, told);
-    EveryFault faults(fault);
-    while (faults.next()) {
-        NeloBackend::shutdown();
-        const int descriptors = ProcessTable::openDescriptors();
-        std::string reply;
-        faults.during([&] { reply = NeloBackend::call(question); });
-        QCOMPARE(QString::fromStdString(reply), faults.hasStruck() ? told : QString::fromStdString(goodAnswer));
-        QCOMPARE(NeloBackend::call(question), goodAnswer);
-        QTRY_COMPARE(ProcessTable::children().size(), 1U);
-        NeloBackend::shutdown();
-        QCOMPARE(ProcessTable::openDescriptors(), descriptors);
+private slots:
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_descriptorsBefore = ProcessTable::openDescriptors();
+        m_backend.emplace();
+        m_backend->answer(question, {{"pong", 1}});
     }
-    QVERIFY(faults.strikes() > 0);
-}
 
-void TestBackendFaults::aHelperWithoutAReaperLeavesNoZombie()
-{
-    EveryFault faults({"thread", EAGAIN});
-    while (faults.next()) {
-        ChildReaper reaper;
-        {
-            HelperProcess child = std::get<HelperProcess>(HelperProcess::launch({"/bin/cat"}, "/", reaper));
-            QVERIFY(child.isRunning());
-            faults.during([&] { const HelperProcess dropped = std::move(child); });
-        }
-        QTRY_VERIFY(ProcessTable::children().empty());
+    void cleanup()
+    {
+        m_backend.reset();
+        QVERIFY(ProcessTable::children().empty());
+        QCOMPARE(ProcessTable::openDescriptors(), m_descriptorsBefore);
     }
-    QCOMPARE(faults.strikes(), 1);
-}
 
-void TestBackendFaults::aHelperInTroubleAnswersOrIsReplaced_data()
-{
-    QTest::addColumn<Fault>("fault");
-    QTest::newRow("it cannot open a file") << Fault{"open", EMFILE};
-    QTest::newRow("it gets no memory") << Fault{"map", ENOMEM};
-    QTest::newRow("it cannot write its reply") << Fault{"write", EIO};
-    QTest::newRow("a signal interrupts its reply") << Fault{.kind = "write", .outcome = EINTR, .isSurvived = true};
-    QTest::newRow("it writes half of its reply") << Fault{.kind = "write", .outcome = 0, .isSurvived = true};
-}
+    void aCallAnswersOrSaysWhyNot_data()
+    {
+        QTest::addColumn<Fault>("fault");
+        QTest::addColumn<QString>("told");
+        QTest::newRow("out of descriptors") << Fault{"pipe", EMFILE} << QStringLiteral("ERROR: Too many open files");
+        QTest::newRow("out of processes")
+            << Fault{"spawn", EAGAIN} << QStringLiteral("ERROR: Resource temporarily unavailable");
+        QTest::newRow("out of memory for a process")
+            << Fault{"spawn", ENOMEM} << QStringLiteral("ERROR: Cannot allocate memory");
+        QTest::newRow("a pipe that breaks")
+            << Fault{"write", EPIPE} << QStringLiteral("ERROR: backend helper terminated");
+        QTest::newRow("a pipe that fails") << Fault{"write", EIO} << QStringLiteral("ERROR: Input/output error");
+        QTest::newRow("a request that breaks off")
+            << Fault{"write", -EIO} << QStringLiteral("ERROR: Input/output error");
+        QTest::newRow("a request in two halves") << Fault{"write", 0} << QString::fromStdString(goodAnswer);
+        QTest::newRow("a signal meanwhile") << Fault{"write", EINTR} << QString::fromStdString(goodAnswer);
+    }
 
-void TestBackendFaults::aHelperInTroubleAnswersOrIsReplaced()
-{
-    QFETCH(Fault, fault);
-    const QString struck = m_backend->folder(QStringLiteral("struck"));
-    int number = 0;
-    do {
-        QFile::remove(struck);
-        NeloBackend::shutdown();
-        std::string reply;
-        {
-            const HelperFault trouble(fault, ++number, struck);
-            reply = NeloBackend::call(question);
+    void aCallAnswersOrSaysWhyNot()
+    {
+        QFETCH(Fault, fault);
+        QFETCH(QString, told);
+        EveryFault faults(fault);
+        while (faults.next()) {
+            NeloBackend::shutdown();
+            const int descriptors = ProcessTable::openDescriptors();
+            std::string reply;
+            faults.during([&] { reply = NeloBackend::call(question); });
+            QCOMPARE(QString::fromStdString(reply), faults.hasStruck() ? told : QString::fromStdString(goodAnswer));
+            QCOMPARE(NeloBackend::call(question), goodAnswer);
+            QTRY_COMPARE(ProcessTable::children().size(), 1U);
+            NeloBackend::shutdown();
+            QCOMPARE(ProcessTable::openDescriptors(), descriptors);
         }
-        QVERIFY2(isAnswerOrFailure(reply), reply.c_str());
-        QVERIFY2(reply == goodAnswer || (QFile::exists(struck) && !fault.isSurvived), reply.c_str());
-        if (!QFile::exists(struck))
-            NeloBackend::shutdown(); // before it comes to that in the next call
-        const std::string next = NeloBackend::call(question);
-        QVERIFY2(next == goodAnswer, next.c_str());
-    } while (QFile::exists(struck));
-    QVERIFY(number > 1);
-}
+        QVERIFY(faults.strikes() > 0);
+    }
+
+    void aHelperWithoutAReaperLeavesNoZombie()
+    {
+        EveryFault faults({"thread", EAGAIN});
+        while (faults.next()) {
+            ChildReaper reaper;
+            {
+                HelperProcess child = std::get<HelperProcess>(HelperProcess::launch({"/bin/cat"}, "/", reaper));
+                QVERIFY(child.isRunning());
+                faults.during([&] { const HelperProcess dropped = std::move(child); });
+            }
+            QTRY_VERIFY(ProcessTable::children().empty());
+        }
+        QCOMPARE(faults.strikes(), 1);
+    }
+
+    void aHelperInTroubleAnswersOrIsReplaced_data()
+    {
+        QTest::addColumn<Fault>("fault");
+        QTest::newRow("it cannot open a file") << Fault{"open", EMFILE};
+        QTest::newRow("it gets no memory") << Fault{"map", ENOMEM};
+        QTest::newRow("it cannot write its reply") << Fault{"write", EIO};
+        QTest::newRow("a signal interrupts its reply") << Fault{.kind = "write", .outcome = EINTR, .isSurvived = true};
+        QTest::newRow("it writes half of its reply") << Fault{.kind = "write", .outcome = 0, .isSurvived = true};
+    }
+
+    void aHelperInTroubleAnswersOrIsReplaced()
+    {
+        QFETCH(Fault, fault);
+        const QString struck = m_backend->folder(QStringLiteral("struck"));
+        int number = 0;
+        do {
+            QFile::remove(struck);
+            NeloBackend::shutdown();
+            std::string reply;
+            {
+                const HelperFault trouble(fault, ++number, struck);
+                reply = NeloBackend::call(question);
+            }
+            QVERIFY2(isAnswerOrFailure(reply), reply.c_str());
+            QVERIFY2(reply == goodAnswer || (QFile::exists(struck) && !fault.isSurvived), reply.c_str());
+            if (!QFile::exists(struck))
+                NeloBackend::shutdown(); // before it comes to that in the next call
+            const std::string next = NeloBackend::call(question);
+            QVERIFY2(next == goodAnswer, next.c_str());
+        } while (QFile::exists(struck));
+        QVERIFY(number > 1);
+    }
+
+private:
+    int m_descriptorsBefore = 0;
+    std::optional<ScriptedBackend> m_backend;
+};
 
 QTEST_GUILESS_MAIN(TestBackendFaults)
 #include "TestBackendFaults.moc"

@@ -16,42 +16,6 @@
 
 using namespace std::chrono_literals;
 
-/// A child on three pipes, with /bin/sh as the child.
-class TestHelperProcess final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void cleanup();
-    void linesGoOutAndComeBack();
-    void bytesPastTheLineFeedAnswerTheNextRead();
-    void aLineThatComesInPiecesIsOneLine();
-    void aLongLineArrivesWhole();
-    void runsInItsFolder();
-    void aFolderThatDoesNotExistIsTheSystemsError();
-    void aProgramThatDoesNotExistIsTheSystemsError();
-    void theEndOfItsOutputIsNoLine();
-    void aChildThatExitedNoLongerRuns();
-    void writingToAChildThatReadsNoMoreIsAnError();
-    void theChildFindsSignalsAsAProgramExpectsThem();
-    void anEndedChildWaitsForUsThoughItsSignalWasIgnored();
-    void noDescriptorOfOursReachesTheChild();
-    void launchesWithOurStandardStreamsClosed();
-    void aDroppedChildEndsByItselfAndIsReaped();
-    void aDroppedChildIsNotToldToTerminate();
-    void aSignalDoesNotEndTheWaitForAChild();
-    void stoppingInsistsWhenTheGraceIsOver();
-    void outOfDescriptorsIsTheSystemsError();
-
-private:
-    /// Starts /bin/sh with `script`.
-    HelperProcess shell(const std::string& script);
-
-    int m_descriptorsBefore = 0;
-    std::unique_ptr<ChildReaper> m_reaper;
-};
-
 namespace {
 
 /// Whether a line of /proc/<pid>/status such as "SigBlk:\t0000000000001000" names `signal`.
@@ -63,212 +27,224 @@ bool holdsSignal(const std::string& statusLine, int signal)
 
 } // namespace
 
-void TestHelperProcess::init()
+/// A child on three pipes, with /bin/sh as the child.
+class TestHelperProcess final : public QObject
 {
-    failOnUnexpectedWarning();
-    m_descriptorsBefore = ProcessTable::openDescriptors();
-    m_reaper = std::make_unique<ChildReaper>();
-}
+    Q_OBJECT
 
-void TestHelperProcess::cleanup()
-{
-    m_reaper.reset();
-    QVERIFY(ProcessTable::children().empty());
-    QCOMPARE(ProcessTable::openDescriptors(), m_descriptorsBefore);
-}
+private slots:
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_descriptorsBefore = ProcessTable::openDescriptors();
+        m_reaper = std::make_unique<ChildReaper>();
+    }
 
-HelperProcess TestHelperProcess::shell(const std::string& script)
-{
-    return std::get<HelperProcess>(HelperProcess::launch({"/bin/sh", "-c", script}, "/", *m_reaper));
-}
+    void cleanup()
+    {
+        m_reaper.reset();
+        QVERIFY(ProcessTable::children().empty());
+        QCOMPARE(ProcessTable::openDescriptors(), m_descriptorsBefore);
+    }
 
-void TestHelperProcess::linesGoOutAndComeBack()
-{
-    HelperProcess child = shell("exec cat");
-    QVERIFY(child.isRunning());
-    QVERIFY(!child.write("hello\n"));
-    QCOMPARE(std::get<std::string>(child.readLine()), std::string("hello"));
-    QVERIFY(!child.write("\n"));
-    QCOMPARE(std::get<std::string>(child.readLine()), std::string());
-}
+    void linesGoOutAndComeBack()
+    {
+        HelperProcess child = shell("exec cat");
+        QVERIFY(child.isRunning());
+        QVERIFY(!child.write("hello\n"));
+        QCOMPARE(std::get<std::string>(child.readLine()), std::string("hello"));
+        QVERIFY(!child.write("\n"));
+        QCOMPARE(std::get<std::string>(child.readLine()), std::string());
+    }
 
-void TestHelperProcess::bytesPastTheLineFeedAnswerTheNextRead()
-{
-    HelperProcess child = shell("printf 'one\\ntwo\\nth'; read go; echo ree; read go");
-    QCOMPARE(std::get<std::string>(child.readLine()), std::string("one"));
-    QCOMPARE(std::get<std::string>(child.readLine()), std::string("two"));
-    QVERIFY(!child.write("go\n"));
-    QCOMPARE(std::get<std::string>(child.readLine()), std::string("three"));
-}
+    void bytesPastTheLineFeedAnswerTheNextRead()
+    {
+        HelperProcess child = shell("printf 'one\\ntwo\\nth'; read go; echo ree; read go");
+        QCOMPARE(std::get<std::string>(child.readLine()), std::string("one"));
+        QCOMPARE(std::get<std::string>(child.readLine()), std::string("two"));
+        QVERIFY(!child.write("go\n"));
+        QCOMPARE(std::get<std::string>(child.readLine()), std::string("three"));
+    }
 
-void TestHelperProcess::aLineThatComesInPiecesIsOneLine()
-{
-    HelperProcess child = shell("for piece in a b c; do printf $piece; sleep 0.02; done; echo; read go");
-    QCOMPARE(std::get<std::string>(child.readLine()), std::string("abc"));
-}
+    void aLineThatComesInPiecesIsOneLine()
+    {
+        HelperProcess child = shell("for piece in a b c; do printf $piece; sleep 0.02; done; echo; read go");
+        QCOMPARE(std::get<std::string>(child.readLine()), std::string("abc"));
+    }
 
-void TestHelperProcess::aLongLineArrivesWhole()
-{
-    HelperProcess child = shell("head -c 3000000 /dev/zero | tr '\\0' x; echo; read go");
-    QCOMPARE(std::get<std::string>(child.readLine()), std::string(3'000'000, 'x'));
-}
+    void aLongLineArrivesWhole()
+    {
+        HelperProcess child = shell("head -c 3000000 /dev/zero | tr '\\0' x; echo; read go");
+        QCOMPARE(std::get<std::string>(child.readLine()), std::string(3'000'000, 'x'));
+    }
 
-void TestHelperProcess::runsInItsFolder()
-{
-    const QTemporaryDir folder(QDir::tempPath() + QStringLiteral("/家 XXXXXX"));
-    HelperProcess child = std::get<HelperProcess>(
-        HelperProcess::launch({"/bin/sh", "-c", "pwd -P; read go"}, folder.path().toStdString(), *m_reaper));
-    QCOMPARE(std::get<std::string>(child.readLine()), QDir(folder.path()).canonicalPath().toStdString());
-}
+    void runsInItsFolder()
+    {
+        const QTemporaryDir folder(QDir::tempPath() + QStringLiteral("/家 XXXXXX"));
+        HelperProcess child = std::get<HelperProcess>(
+            HelperProcess::launch({"/bin/sh", "-c", "pwd -P; read go"}, folder.path().toStdString(), *m_reaper));
+        QCOMPARE(std::get<std::string>(child.readLine()), QDir(folder.path()).canonicalPath().toStdString());
+    }
 
-void TestHelperProcess::aFolderThatDoesNotExistIsTheSystemsError()
-{
-    const auto launch = HelperProcess::launch({"/bin/sh", "-c", "true"}, "/no/such/folder", *m_reaper);
-    QCOMPARE(std::get<std::error_code>(launch), std::errc::no_such_file_or_directory);
-}
+    void aFolderThatDoesNotExistIsTheSystemsError()
+    {
+        const auto launch = HelperProcess::launch({"/bin/sh", "-c", "true"}, "/no/such/folder", *m_reaper);
+        QCOMPARE(std::get<std::error_code>(launch), std::errc::no_such_file_or_directory);
+    }
 
-void TestHelperProcess::aProgramThatDoesNotExistIsTheSystemsError()
-{
-    const auto launch = HelperProcess::launch({"/no/such/program"}, "/", *m_reaper);
-    QCOMPARE(std::get<std::error_code>(launch), std::errc::no_such_file_or_directory);
-}
+    void aProgramThatDoesNotExistIsTheSystemsError()
+    {
+        const auto launch = HelperProcess::launch({"/no/such/program"}, "/", *m_reaper);
+        QCOMPARE(std::get<std::error_code>(launch), std::errc::no_such_file_or_directory);
+    }
 
-void TestHelperProcess::theEndOfItsOutputIsNoLine()
-{
-    HelperProcess child = shell("printf half");
-    QVERIFY(std::holds_alternative<HelperProcess::EndOfOutput>(child.readLine()));
-}
+    void theEndOfItsOutputIsNoLine()
+    {
+        HelperProcess child = shell("printf half");
+        QVERIFY(std::holds_alternative<HelperProcess::EndOfOutput>(child.readLine()));
+    }
 
-void TestHelperProcess::aChildThatExitedNoLongerRuns()
-{
-    const HelperProcess child = shell("exit 0");
-    QTRY_VERIFY(!child.isRunning());
-    QVERIFY(!child.isRunning()); // looking does not reap it
-}
-
-void TestHelperProcess::writingToAChildThatReadsNoMoreIsAnError()
-{
-    HelperProcess child = shell("exec 0<&-; echo closed; sleep 10");
-    QCOMPARE(std::get<std::string>(child.readLine()), std::string("closed"));
-    QCOMPARE(child.write("hello\n"), std::errc::broken_pipe);
-    QCOMPARE(child.write("again\n"), std::errc::broken_pipe);
-    child.terminate();
-}
-
-void TestHelperProcess::theChildFindsSignalsAsAProgramExpectsThem()
-{
-    sigset_t terminate{};
-    sigemptyset(&terminate);
-    sigaddset(&terminate, SIGTERM);
-    sigset_t before{};
-    pthread_sigmask(SIG_BLOCK, &terminate, &before);
-    const auto oldHandler = signal(SIGPIPE, SIG_IGN);
-    HelperProcess child = shell("grep -E 'SigBlk|SigIgn' /proc/self/status; read go");
-    signal(SIGPIPE, oldHandler);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-
-    QVERIFY(!holdsSignal(std::get<std::string>(child.readLine()), SIGTERM));
-    QVERIFY(!holdsSignal(std::get<std::string>(child.readLine()), SIGPIPE));
-}
-
-void TestHelperProcess::anEndedChildWaitsForUsThoughItsSignalWasIgnored()
-{
-    const auto before = signal(SIGCHLD, SIG_IGN);
+    void aChildThatExitedNoLongerRuns()
     {
         const HelperProcess child = shell("exit 0");
-        QTRY_VERIFY(ProcessTable::isZombie(child.processId()));
+        QTRY_VERIFY(!child.isRunning());
+        QVERIFY(!child.isRunning()); // looking does not reap it
     }
-    signal(SIGCHLD, before);
-}
 
-void TestHelperProcess::noDescriptorOfOursReachesTheChild()
-{
-    const std::string listing = "ls /proc/self/fd | tr '\\n' ' '; echo; read go";
-    HelperProcess alone = shell(listing);
-    HelperProcess second = shell(listing); // while the pipes to the first one are open in this process
-    QCOMPARE(std::get<std::string>(second.readLine()), std::get<std::string>(alone.readLine()));
-}
-
-void TestHelperProcess::launchesWithOurStandardStreamsClosed()
-{
-    const FileDescriptor savedInput(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 10));
-    const FileDescriptor savedOutput(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 10));
-    close(STDIN_FILENO);
-    close(STDOUT_FILENO);
-    HelperProcess child = shell("exec cat");
-    dup2(savedInput.get(), STDIN_FILENO);
-    dup2(savedOutput.get(), STDOUT_FILENO);
-
-    QVERIFY(!child.write("hello\n"));
-    QCOMPARE(std::get<std::string>(child.readLine()), std::string("hello"));
-}
-
-void TestHelperProcess::aDroppedChildEndsByItselfAndIsReaped()
-{
+    void writingToAChildThatReadsNoMoreIsAnError()
     {
-        const HelperProcess child = shell("exec cat");
+        HelperProcess child = shell("exec 0<&-; echo closed; sleep 10");
+        QCOMPARE(std::get<std::string>(child.readLine()), std::string("closed"));
+        QCOMPARE(child.write("hello\n"), std::errc::broken_pipe);
+        QCOMPARE(child.write("again\n"), std::errc::broken_pipe);
+        child.terminate();
     }
-    QTRY_VERIFY(ProcessTable::children().empty());
-}
 
-void TestHelperProcess::aDroppedChildIsNotToldToTerminate()
-{
-    const QTemporaryDir folder;
-    const QString file = folder.filePath(QStringLiteral("finished"));
+    void theChildFindsSignalsAsAProgramExpectsThem()
     {
-        HelperProcess child = shell("echo started; read go; sleep 0.1; touch " + file.toStdString());
-        QCOMPARE(std::get<std::string>(child.readLine()), std::string("started"));
-    }
-    QTRY_VERIFY(QFile::exists(file));
-    QTRY_VERIFY(ProcessTable::children().empty());
-}
+        sigset_t terminate{};
+        sigemptyset(&terminate);
+        sigaddset(&terminate, SIGTERM);
+        sigset_t before{};
+        pthread_sigmask(SIG_BLOCK, &terminate, &before);
+        const auto oldHandler = signal(SIGPIPE, SIG_IGN);
+        HelperProcess child = shell("grep -E 'SigBlk|SigIgn' /proc/self/status; read go");
+        signal(SIGPIPE, oldHandler);
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
 
-void TestHelperProcess::aSignalDoesNotEndTheWaitForAChild()
-{
-    const std::set<pid_t> others = ProcessTable::threads();
+        QVERIFY(!holdsSignal(std::get<std::string>(child.readLine()), SIGTERM));
+        QVERIFY(!holdsSignal(std::get<std::string>(child.readLine()), SIGPIPE));
+    }
+
+    void anEndedChildWaitsForUsThoughItsSignalWasIgnored()
     {
-        const HelperProcess child = shell("exec sleep 60");
+        const auto before = signal(SIGCHLD, SIG_IGN);
+        {
+            const HelperProcess child = shell("exit 0");
+            QTRY_VERIFY(ProcessTable::isZombie(child.processId()));
+        }
+        signal(SIGCHLD, before);
     }
-    std::set<pid_t> waiting = ProcessTable::threads();
-    std::erase_if(waiting, [&others](pid_t thread) { return others.contains(thread); });
-    QCOMPARE(waiting.size(), 1U);
 
-    Interruption().strike(*waiting.begin());
-    m_reaper->stopAll(10s);
-    QVERIFY(ProcessTable::children().empty());
-}
-
-void TestHelperProcess::stoppingInsistsWhenTheGraceIsOver()
-{
+    void noDescriptorOfOursReachesTheChild()
     {
-        HelperProcess stubborn = shell("trap '' TERM; echo ready; while :; do sleep 0.01; done");
-        QCOMPARE(std::get<std::string>(stubborn.readLine()), std::string("ready"));
-        HelperProcess obedient = shell("echo ready; exec sleep 60");
-        QCOMPARE(std::get<std::string>(obedient.readLine()), std::string("ready"));
+        const std::string listing = "ls /proc/self/fd | tr '\\n' ' '; echo; read go";
+        HelperProcess alone = shell(listing);
+        HelperProcess second = shell(listing); // while the pipes to the first one are open in this process
+        QCOMPARE(std::get<std::string>(second.readLine()), std::get<std::string>(alone.readLine()));
     }
-    QElapsedTimer timer;
-    timer.start();
-    m_reaper->stopAll(100ms);
-    QVERIFY(timer.hasExpired(99)); // the grace was given
-    QVERIFY(ProcessTable::children().empty());
-}
 
-void TestHelperProcess::outOfDescriptorsIsTheSystemsError()
-{
-    std::vector<FileDescriptor> hoard;
-    while (true) {
-        const int descriptor = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
-        if (descriptor < 0)
-            break;
-        hoard.emplace_back(descriptor);
+    void launchesWithOurStandardStreamsClosed()
+    {
+        const FileDescriptor savedInput(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 10));
+        const FileDescriptor savedOutput(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 10));
+        close(STDIN_FILENO);
+        close(STDOUT_FILENO);
+        HelperProcess child = shell("exec cat");
+        dup2(savedInput.get(), STDIN_FILENO);
+        dup2(savedOutput.get(), STDOUT_FILENO);
+
+        QVERIFY(!child.write("hello\n"));
+        QCOMPARE(std::get<std::string>(child.readLine()), std::string("hello"));
     }
-    hoard.pop_back();
-    hoard.pop_back();
-    hoard.pop_back(); // room for one pipe and a half
-    const auto launch = HelperProcess::launch({"/bin/sh", "-c", "true"}, "/", *m_reaper);
-    hoard.clear();
-    QCOMPARE(std::get<std::error_code>(launch), std::errc::too_many_files_open);
-}
+
+    void aDroppedChildEndsByItselfAndIsReaped()
+    {
+        {
+            const HelperProcess child = shell("exec cat");
+        }
+        QTRY_VERIFY(ProcessTable::children().empty());
+    }
+
+    void aDroppedChildIsNotToldToTerminate()
+    {
+        const QTemporaryDir folder;
+        const QString file = folder.filePath(QStringLiteral("finished"));
+        {
+            HelperProcess child = shell("echo started; read go; sleep 0.1; touch " + file.toStdString());
+            QCOMPARE(std::get<std::string>(child.readLine()), std::string("started"));
+        }
+        QTRY_VERIFY(QFile::exists(file));
+        QTRY_VERIFY(ProcessTable::children().empty());
+    }
+
+    void aSignalDoesNotEndTheWaitForAChild()
+    {
+        const std::set<pid_t> others = ProcessTable::threads();
+        {
+            const HelperProcess child = shell("exec sleep 60");
+        }
+        std::set<pid_t> waiting = ProcessTable::threads();
+        std::erase_if(waiting, [&others](pid_t thread) { return others.contains(thread); });
+        QCOMPARE(waiting.size(), 1U);
+
+        Interruption().strike(*waiting.begin());
+        m_reaper->stopAll(10s);
+        QVERIFY(ProcessTable::children().empty());
+    }
+
+    void stoppingInsistsWhenTheGraceIsOver()
+    {
+        {
+            HelperProcess stubborn = shell("trap '' TERM; echo ready; while :; do sleep 0.01; done");
+            QCOMPARE(std::get<std::string>(stubborn.readLine()), std::string("ready"));
+            HelperProcess obedient = shell("echo ready; exec sleep 60");
+            QCOMPARE(std::get<std::string>(obedient.readLine()), std::string("ready"));
+        }
+        QElapsedTimer timer;
+        timer.start();
+        m_reaper->stopAll(100ms);
+        QVERIFY(timer.hasExpired(99)); // the grace was given
+        QVERIFY(ProcessTable::children().empty());
+    }
+
+    void outOfDescriptorsIsTheSystemsError()
+    {
+        std::vector<FileDescriptor> hoard;
+        while (true) {
+            const int descriptor = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
+            if (descriptor < 0)
+                break;
+            hoard.emplace_back(descriptor);
+        }
+        hoard.pop_back();
+        hoard.pop_back();
+        hoard.pop_back(); // room for one pipe and a half
+        const auto launch = HelperProcess::launch({"/bin/sh", "-c", "true"}, "/", *m_reaper);
+        hoard.clear();
+        QCOMPARE(std::get<std::error_code>(launch), std::errc::too_many_files_open);
+    }
+
+private:
+    /// Starts /bin/sh with `script`.
+    HelperProcess shell(const std::string& script)
+    {
+        return std::get<HelperProcess>(HelperProcess::launch({"/bin/sh", "-c", script}, "/", *m_reaper));
+    }
+
+    int m_descriptorsBefore = 0;
+    std::unique_ptr<ChildReaper> m_reaper;
+};
 
 QTEST_GUILESS_MAIN(TestHelperProcess)
 #include "TestHelperProcess.moc"

@@ -19,398 +19,355 @@ class TestNeloBackend final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_descriptorsBefore = ProcessTable::openDescriptors();
+        m_backend.emplace();
+        m_backend->answer("ping", {{"pong", 1}});
+        m_backend->script("pid", {{{"answer-process-id", true}}});
+        m_backend->script("echo", {{{"answer-arguments", true}}});
+    }
 
-    void theFirstCallStartsTheHelper();
-    void theSecondCallReusesTheHelper();
-    void argumentsArriveUnchanged();
-    void aResultArrivesUnchanged();
-    void aFunctionThatReturnsNothingSucceeds();
-    void chineseTextArrivesIntactUnderAnyLocale_data();
-    void chineseTextArrivesIntactUnderAnyLocale();
-    void anUnknownFunctionIsNamed();
-    void anEmptyNameIsUnknown();
-    void anExceptionIsNamedAndTheHelperStays_data();
-    void anExceptionIsNamedAndTheHelperStays();
-    void aResultThatIsNotJsonIsAnException();
-    void anArgumentThatIsNotUtf8IsAnError();
-    void aModulePathPrefersLegacyUiThenTheRoot();
+    void cleanup()
+    {
+        m_backend.reset();
+        QVERIFY(ProcessTable::children().empty());
+        QCOMPARE(ProcessTable::openDescriptors(), m_descriptorsBefore);
+    }
 
-    void failuresRecoverOnTheNextCall_data();
-    void failuresRecoverOnTheNextCall();
-    void noiseThatIsAReplyAnswersAndTheRealReplyAnswersTheNextCall();
-    void aReplyThatIsNoObjectKeepsTheHelper();
-    void aHelperThatClosedItsInputIsReplaced();
-    void aModuleThatFailsToImportFailsEveryCall();
-    void noPythonOnThePathFailsEveryCall();
-    void aHelperKilledBetweenCallsIsReplaced();
-    void aHelperKilledDuringACallEndsThatCall();
-    void sixtyKilobytesOfDiagnosticsDoNotBlock();
-    void aReplyOfFiftyMegabytesArrivesWhole();
-    void aRequestOfTenMegabytesArrivesWhole();
-    void aDroppedHelperFinishesItsWork();
-    void noEventLoopRunsInsideACall();
+    void theFirstCallStartsTheHelper()
+    {
+        QVERIFY(ProcessTable::children().empty());
+        QCOMPARE(NeloBackend::call("ping"), std::string(R"({"pong":1})"));
+        QCOMPARE(ProcessTable::children().size(), 1U);
+    }
 
-    void shutdownEndsALiveHelper();
-    void shutdownEndsADroppedHelperThatIsStillBusy();
-    void shutdownAfterADeadHelperLeavesNothing();
-    void shutdownWithoutAHelperDoesNothing();
-    void shutdownWaitsForACallInProgress();
-    void aThousandFailuresLeaveNothingBehind();
+    void theSecondCallReusesTheHelper()
+    {
+        const std::string first = NeloBackend::call("pid");
+        QCOMPARE(std::stoi(first), ProcessTable::children().at(0));
+        QCOMPARE(NeloBackend::call("pid"), first);
+    }
+
+    void argumentsArriveUnchanged()
+    {
+        const std::vector<Json> args{"plain", "",     "C:\\",   "a \"quotation\"",
+                                     "\x7f",  "\x1f", "你好\n", true,
+                                     nullptr, 1,      1.0,      Json{{"z", 1}, {"a", {{"deep", Json::array()}}}}};
+        QCOMPARE(NeloBackend::call("echo", args), Json(args).dump());
+        QCOMPARE(m_backend->calls().back().args.dump(), Json(args).dump());
+        QCOMPARE(NeloBackend::call("echo"), std::string("[]"));
+    }
+
+    void aResultArrivesUnchanged()
+    {
+        const std::string json =
+            R"({"z":1,"a":1.0,"u":18446744073709551615,"i":-9223372036854775808,"t":"\u2028\u0000"})";
+        m_backend->script("numbers", {{{"answer-json-text", json}}});
+        QCOMPARE(Json::parse(NeloBackend::call("numbers")).dump(), Json::parse(json).dump());
+    }
+
+    void aFunctionThatReturnsNothingSucceeds() { QCOMPARE(NeloBackend::call("nothing"), std::string("null")); }
+
+    void chineseTextArrivesIntactUnderAnyLocale_data()
+    {
+        QTest::addColumn<QByteArray>("locale");
+        QTest::newRow("UTF-8") << QByteArray("C.UTF-8");
+        QTest::newRow("C") << QByteArray("C");
+        QTest::newRow("Latin-1") << QByteArray("en_US.ISO-8859-1");
+    }
+
+    void chineseTextArrivesIntactUnderAnyLocale()
+    {
+        QFETCH(QByteArray, locale);
+        const QByteArray before = qgetenv("LC_ALL");
+        qputenv("LC_ALL", locale);
+        qputenv("PYTHONCOERCECLOCALE", "0");
+        qputenv("PYTHONUTF8", "0");
+        if (locale != "C.UTF-8")
+            qputenv("PYTHONIOENCODING", "latin-1"); // as under that locale, also where it is not installed
+        const std::string reply = NeloBackend::call("echo", {"你好🙂"});
+        for (const char* variable : {"PYTHONIOENCODING", "PYTHONUTF8", "PYTHONCOERCECLOCALE"})
+            qunsetenv(variable);
+        qputenv("LC_ALL", before);
+        QCOMPARE(reply, std::string(R"(["你好🙂"])"));
+    }
+
+    void anUnknownFunctionIsNamed()
+    {
+        QCOMPARE(NeloBackend::call("no_such_function"), std::string("ERROR: unknown function: no_such_function"));
+        verifyNextCallWorks();
+    }
+
+    void anEmptyNameIsUnknown() { QCOMPARE(NeloBackend::call(""), std::string("ERROR: unknown function: ")); }
+
+    void anExceptionIsNamedAndTheHelperStays_data()
+    {
+        QTest::addColumn<QString>("type");
+        QTest::newRow("an ordinary exception") << QStringLiteral("ValueError");
+        QTest::newRow("an exception that would end the interpreter") << QStringLiteral("SystemExit");
+        QTest::newRow("an interrupt") << QStringLiteral("KeyboardInterrupt");
+    }
+
+    void anExceptionIsNamedAndTheHelperStays()
+    {
+        QFETCH(QString, type);
+        m_backend->raise("fail", type.toStdString(), "bad 坏");
+        const std::string helper = NeloBackend::call("pid");
+        QCOMPARE(NeloBackend::call("fail"), "ERROR: " + type.toStdString() + ": bad 坏");
+        QCOMPARE(NeloBackend::call("pid"), helper);
+    }
+
+    void aResultThatIsNotJsonIsAnException()
+    {
+        m_backend->script("surrogate", {{{"answer-json-text", R"("\ud800")"}}});
+        QVERIFY(NeloBackend::call("surrogate").starts_with("ERROR: UnicodeEncodeError: "));
+        verifyNextCallWorks();
+    }
+
+    void anArgumentThatIsNotUtf8IsAnError()
+    {
+        QVERIFY(NeloBackend::call("echo", {"\xff"}).starts_with("ERROR: "));
+        verifyNextCallWorks();
+    }
+
+    void aModulePathPrefersLegacyUiThenTheRoot()
+    {
+        QVERIFY(QDir(m_backend->folder()).mkdir(QStringLiteral("legacy_ui")));
+        QFile module(m_backend->folder(QStringLiteral("legacy_ui/app.py")));
+        QVERIFY(module.open(QFile::WriteOnly));
+        module.write("import os, sys\ndef path(): return [os.path.relpath(p) for p in sys.path[:2]]\n");
+        module.close();
+        QCOMPARE(NeloBackend::call("path"), std::string(R"(["legacy_ui","."])"));
+    }
+
+    void failuresRecoverOnTheNextCall_data()
+    {
+        QTest::addColumn<QByteArray>("steps");
+        QTest::addColumn<QByteArray>("error");
+        const QByteArray terminated("ERROR: backend helper terminated");
+        const QByteArray someParserError("ERROR: ");
+
+        QTest::newRow("noise printed before the reply")
+            << QByteArray(R"([{"write-raw":"debug\n"}])") << someParserError;
+        QTest::newRow("noise on the reply's own line") << QByteArray(R"([{"write-raw":"debug "}])") << someParserError;
+        QTest::newRow("an empty line before the reply") << QByteArray(R"([{"write-raw":"\n"}])") << someParserError;
+        QTest::newRow("a reply nested 100,000 deep")
+            << QByteArray(R"([{"write-raw":")") + QByteArray(100'000, '[') + QByteArray(R"(\n"}])") << someParserError;
+        QTest::newRow("not a number") << QByteArray(R"([{"answer-json-text":"NaN"}])") << someParserError;
+        QTest::newRow("no line feed until the helper dies")
+            << QByteArray(R"([{"write-raw":"{\"ok\":true"},{"exit":3}])") << terminated;
+        QTest::newRow("the helper exits in a function") << QByteArray(R"([{"exit":0}])") << terminated;
+        QTest::newRow("the helper closes its output")
+            << QByteArray(R"([{"close-output":true},{"sleep":0.2}])") << terminated;
+    }
+
+    void failuresRecoverOnTheNextCall()
+    {
+        QFETCH(QByteArray, steps);
+        QFETCH(QByteArray, error);
+        m_backend->script("fail", Json::parse(steps.toStdString()));
+        QCOMPARE(NeloBackend::call("ping"), std::string(R"({"pong":1})"));
+
+        const QByteArray reply = QByteArray::fromStdString(NeloBackend::call("fail"));
+        QVERIFY2(reply.startsWith(error), reply.constData());
+        verifyNextCallWorks();
+        QCOMPARE(m_backend->count("fail"), 1); // it is not tried again
+    }
+
+    void noiseThatIsAReplyAnswersAndTheRealReplyAnswersTheNextCall()
+    {
+        m_backend->script("noisy",
+                          {{{"write-raw", "{\"ok\": true, \"result\": [\"noise\"]}\n"}}, {{"answer", {"real"}}}});
+        QCOMPARE(NeloBackend::call("noisy"), std::string(R"(["noise"])"));
+        QCOMPARE(NeloBackend::call("ping"), std::string(R"(["real"])"));
+        QCOMPARE(NeloBackend::call("ping"), std::string(R"({"pong":1})"));
+    }
+
+    void aReplyThatIsNoObjectKeepsTheHelper()
+    {
+        m_backend->script("list", {{{"write-raw", "[1]\n"}}, {{"answer", {"real"}}}});
+        m_backend->script("latin", {{{"write-latin-1", "\u00e9\n"}}, {{"answer", {"real"}}}});
+        for (const char* function : {"list", "latin"}) {
+            QCOMPARE(NeloBackend::call(function), std::string("ERROR: invalid backend helper response"));
+            QCOMPARE(NeloBackend::call("ping"), std::string(R"(["real"])")); // the same helper's next line
+            NeloBackend::shutdown();
+        }
+    }
+
+    void aHelperThatClosedItsInputIsReplaced()
+    {
+        m_backend->script("deafen", {{{"close-input", true}}, {{"write-raw", "{\"ok\": true}\n"}}, {{"sleep", 60}}});
+        QCOMPARE(NeloBackend::call("deafen"), std::string("{}"));
+        QCOMPARE(NeloBackend::call("ping"), std::string("ERROR: backend helper terminated"));
+        QCOMPARE(NeloBackend::call("ping"), std::string(R"({"pong":1})"));
+        QCOMPARE(ProcessTable::children().size(), 2U); // the deaf one is still busy
+    }
+
+    void aModuleThatFailsToImportFailsEveryCall()
+    {
+        QFile module(m_backend->folder(QStringLiteral("app.py")));
+        QVERIFY(module.open(QFile::WriteOnly));
+        module.write("import no_such_module_anywhere\n");
+        module.close();
+        for (int attempt = 0; attempt < 3; ++attempt)
+            QCOMPARE(NeloBackend::call("ping"), std::string("ERROR: backend helper terminated"));
+        // A request too long for the pipe learns of it while writing.
+        QCOMPARE(NeloBackend::call("ping", {std::string(1'000'000, 'x')}),
+                 std::string("ERROR: backend helper terminated"));
+
+        QVERIFY(module.open(QFile::WriteOnly));
+        module.write("def ping(): return {'pong': 1}\n");
+        module.close();
+        verifyNextCallWorks();
+    }
+
+    void noPythonOnThePathFailsEveryCall()
+    {
+        const QByteArray path = qgetenv("PATH");
+        qputenv("PATH", "/no/such/folder");
+        QCOMPARE(NeloBackend::call("ping"), std::string("ERROR: backend helper terminated"));
+        QCOMPARE(NeloBackend::call("ping"), std::string("ERROR: backend helper terminated"));
+        qputenv("PATH", path);
+        verifyNextCallWorks();
+    }
+
+    void aHelperKilledBetweenCallsIsReplaced()
+    {
+        const std::string first = NeloBackend::call("pid");
+        kill(std::stoi(first), SIGKILL);
+        QTRY_VERIFY(ProcessTable::isZombie(std::stoi(first)));
+        const std::string second = NeloBackend::call("pid");
+        QVERIFY(std::stoi(second) != std::stoi(first));
+        verifyNextCallWorks();
+    }
+
+    void aHelperKilledDuringACallEndsThatCall()
+    {
+        m_backend->script("hang", {{{"sleep", 60}}});
+        const int helper = std::stoi(NeloBackend::call("pid"));
+        auto pending = std::async(std::launch::async, [] { return NeloBackend::call("hang"); });
+        QTRY_COMPARE(m_backend->count("hang"), 1);
+        kill(helper, SIGKILL);
+        QCOMPARE(pending.get(), std::string("ERROR: backend helper terminated"));
+        verifyNextCallWorks();
+    }
+
+    void sixtyKilobytesOfDiagnosticsDoNotBlock()
+    {
+        m_backend->script("talk", {{{"write-errors", 60 * 1024}}, {{"answer", Json::array()}}});
+        QCOMPARE(NeloBackend::call("talk"), std::string("[]"));
+        verifyNextCallWorks();
+    }
+
+    void aReplyOfFiftyMegabytesArrivesWhole()
+    {
+        constexpr std::size_t length = 50'000'000;
+        m_backend->script("large", {{{"answer-length", length}}});
+        const std::string reply = NeloBackend::call("large");
+        QCOMPARE(reply.size(), length + 2);
+        QCOMPARE(static_cast<std::size_t>(std::count(reply.begin(), reply.end(), 'x')), length);
+        verifyNextCallWorks();
+    }
+
+    void aRequestOfTenMegabytesArrivesWhole()
+    {
+        const std::string text(10'000'000, 'x');
+        QCOMPARE(NeloBackend::call("echo", {text}), "[\"" + text + "\"]");
+    }
+
+    void aDroppedHelperFinishesItsWork()
+    {
+        const QString file = m_backend->folder(QStringLiteral("finished"));
+        m_backend->script("detach",
+                          {{{"close-output", true}}, {{"sleep", 0.1}}, {{"create-file", file.toStdString()}}});
+        QCOMPARE(NeloBackend::call("detach"), std::string("ERROR: backend helper terminated"));
+        QTRY_VERIFY(QFile::exists(file));
+        verifyNextCallWorks();
+    }
+
+    void noEventLoopRunsInsideACall()
+    {
+        bool ran = false;
+        QTimer::singleShot(0, this, [&ran] { ran = true; });
+        m_backend->script("slow", {{{"sleep", 0.05}}});
+        NeloBackend::call("slow");
+        QVERIFY(!ran);
+        QTRY_VERIFY(ran);
+    }
+
+    void shutdownEndsALiveHelper()
+    {
+        NeloBackend::call("ping");
+        QCOMPARE(ProcessTable::children().size(), 1U);
+        NeloBackend::shutdown();
+        QVERIFY(ProcessTable::children().empty());
+        QCOMPARE(ProcessTable::openDescriptors(), m_descriptorsBefore);
+        verifyNextCallWorks();
+    }
+
+    void shutdownEndsADroppedHelperThatIsStillBusy()
+    {
+        m_backend->script("detach", {{{"close-output", true}}, {{"sleep", 60}}});
+        QCOMPARE(NeloBackend::call("detach"), std::string("ERROR: backend helper terminated"));
+        QCOMPARE(ProcessTable::children().size(), 1U);
+        NeloBackend::shutdown();
+        QVERIFY(ProcessTable::children().empty());
+    }
+
+    void shutdownAfterADeadHelperLeavesNothing()
+    {
+        kill(std::stoi(NeloBackend::call("pid")), SIGKILL);
+        NeloBackend::shutdown();
+        QVERIFY(ProcessTable::children().empty());
+    }
+
+    void shutdownWithoutAHelperDoesNothing()
+    {
+        NeloBackend::shutdown();
+        NeloBackend::shutdown();
+        QVERIFY(ProcessTable::children().empty());
+    }
+
+    void shutdownWaitsForACallInProgress()
+    {
+        const QString file = m_backend->folder(QStringLiteral("go"));
+        m_backend->script("wait", {{{"wait-for-file", file.toStdString()}}, {{"answer", {"waited"}}}});
+        auto pending = std::async(std::launch::async, [] { return NeloBackend::call("wait"); });
+        QTRY_COMPARE(m_backend->count("wait"), 1);
+        auto ended = std::async(std::launch::async, [] { NeloBackend::shutdown(); });
+        QCOMPARE(ended.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+        QFile go(file);
+        QVERIFY(go.open(QFile::WriteOnly));
+        QCOMPARE(pending.get(), std::string(R"(["waited"])"));
+        ended.get();
+        QVERIFY(ProcessTable::children().empty());
+    }
+
+    void aThousandFailuresLeaveNothingBehind()
+    {
+        const QByteArray path = qgetenv("PATH");
+        qputenv("PATH", "/no/such/folder"); // quicker to fail than an interpreter
+        for (int failure = 0; failure < 1000; ++failure)
+            QCOMPARE(NeloBackend::call("ping"), std::string("ERROR: backend helper terminated"));
+        qputenv("PATH", path);
+        QTRY_VERIFY(ProcessTable::children().empty());
+        QCOMPARE(ProcessTable::openDescriptors(), m_descriptorsBefore);
+        verifyNextCallWorks();
+    }
 
 private:
     /// The call after any failure works, and no zombie stays.
-    void verifyNextCallWorks();
+    void verifyNextCallWorks()
+    {
+        QCOMPARE(NeloBackend::call("ping"), std::string(R"({"pong":1})"));
+        QTRY_COMPARE(ProcessTable::children().size(), 1U); // the helper that answered, and no zombie
+    }
 
     int m_descriptorsBefore = 0;
     std::optional<ScriptedBackend> m_backend;
 };
-
-void TestNeloBackend::init()
-{
-    failOnUnexpectedWarning();
-    m_descriptorsBefore = ProcessTable::openDescriptors();
-    m_backend.emplace();
-    m_backend->answer("ping", {{"pong", 1}});
-    m_backend->script("pid", {{{"answer-process-id", true}}});
-    m_backend->script("echo", {{{"answer-arguments", true}}});
-}
-
-void TestNeloBackend::cleanup()
-{
-    m_backend.reset();
-    QVERIFY(ProcessTable::children().empty());
-    QCOMPARE(ProcessTable::openDescriptors(), m_descriptorsBefore);
-}
-
-void TestNeloBackend::verifyNextCallWorks()
-{
-    QCOMPARE(NeloBackend::call("ping"), std::string(R"({"pong":1})"));
-    QTRY_COMPARE(ProcessTable::children().size(), 1U); // the helper that answered, and no zombie
-}
-
-void TestNeloBackend::theFirstCallStartsTheHelper()
-{
-    QVERIFY(ProcessTable::children().empty());
-    QCOMPARE(NeloBackend::call("ping"), std::string(R"({"pong":1})"));
-    QCOMPARE(ProcessTable::children().size(), 1U);
-}
-
-void TestNeloBackend::theSecondCallReusesTheHelper()
-{
-    const std::string first = NeloBackend::call("pid");
-    QCOMPARE(std::stoi(first), ProcessTable::children().at(0));
-    QCOMPARE(NeloBackend::call("pid"), first);
-}
-
-void TestNeloBackend::argumentsArriveUnchanged()
-{
-    const std::vector<Json> args{"plain", "",     "C:\\",   "a \"quotation\"",
-                                 "\x7f",  "\x1f", "你好\n", true,
-                                 nullptr, 1,      1.0,      Json{{"z", 1}, {"a", {{"deep", Json::array()}}}}};
-    QCOMPARE(NeloBackend::call("echo", args), Json(args).dump());
-    QCOMPARE(m_backend->calls().back().args.dump(), Json(args).dump());
-    QCOMPARE(NeloBackend::call("echo"), std::string("[]"));
-}
-
-void TestNeloBackend::aResultArrivesUnchanged()
-{
-    const std::string json = R"({"z":1,"a":1.0,"u":18446744073709551615,"i":-9223372036854775808,"t":"\u2028\u0000"})";
-    m_backend->script("numbers", {{{"answer-json-text", json}}});
-    QCOMPARE(Json::parse(NeloBackend::call("numbers")).dump(), Json::parse(json).dump());
-}
-
-void TestNeloBackend::aFunctionThatReturnsNothingSucceeds()
-{
-    QCOMPARE(NeloBackend::call("nothing"), std::string("null"));
-}
-
-void TestNeloBackend::chineseTextArrivesIntactUnderAnyLocale_data()
-{
-    QTest::addColumn<QByteArray>("locale");
-    QTest::newRow("UTF-8") << QByteArray("C.UTF-8");
-    QTest::newRow("C") << QByteArray("C");
-    QTest::newRow("Latin-1") << QByteArray("en_US.ISO-8859-1");
-}
-
-void TestNeloBackend::chineseTextArrivesIntactUnderAnyLocale()
-{
-    QFETCH(QByteArray, locale);
-    const QByteArray before = qgetenv("LC_ALL");
-    qputenv("LC_ALL", locale);
-    qputenv("PYTHONCOERCECLOCALE", "0");
-    qputenv("PYTHONUTF8", "0");
-    if (locale != "C.UTF-8")
-        qputenv("PYTHONIOENCODING", "latin-1"); // as under that locale, also where it is not installed
-    const std::string reply = NeloBackend::call("echo", {"你好🙂"});
-    for (const char* variable : {"PYTHONIOENCODING", "PYTHONUTF8", "PYTHONCOERCECLOCALE"})
-        qunsetenv(variable);
-    qputenv("LC_ALL", before);
-    QCOMPARE(reply, std::string(R"(["你好🙂"])"));
-}
-
-void TestNeloBackend::anUnknownFunctionIsNamed()
-{
-    QCOMPARE(NeloBackend::call("no_such_function"), std::string("ERROR: unknown function: no_such_function"));
-    verifyNextCallWorks();
-}
-
-void TestNeloBackend::anEmptyNameIsUnknown()
-{
-    QCOMPARE(NeloBackend::call(""), std::string("ERROR: unknown function: "));
-}
-
-void TestNeloBackend::anExceptionIsNamedAndTheHelperStays_data()
-{
-    QTest::addColumn<QString>("type");
-    QTest::newRow("an ordinary exception") << QStringLiteral("ValueError");
-    QTest::newRow("an exception that would end the interpreter") << QStringLiteral("SystemExit");
-    QTest::newRow("an interrupt") << QStringLiteral("KeyboardInterrupt");
-}
-
-void TestNeloBackend::anExceptionIsNamedAndTheHelperStays()
-{
-    QFETCH(QString, type);
-    m_backend->raise("fail", type.toStdString(), "bad 坏");
-    const std::string helper = NeloBackend::call("pid");
-    QCOMPARE(NeloBackend::call("fail"), "ERROR: " + type.toStdString() + ": bad 坏");
-    QCOMPARE(NeloBackend::call("pid"), helper);
-}
-
-void TestNeloBackend::aResultThatIsNotJsonIsAnException()
-{
-    m_backend->script("surrogate", {{{"answer-json-text", R"("\ud800")"}}});
-    QVERIFY(NeloBackend::call("surrogate").starts_with("ERROR: UnicodeEncodeError: "));
-    verifyNextCallWorks();
-}
-
-void TestNeloBackend::anArgumentThatIsNotUtf8IsAnError()
-{
-    QVERIFY(NeloBackend::call("echo", {"\xff"}).starts_with("ERROR: "));
-    verifyNextCallWorks();
-}
-
-void TestNeloBackend::aModulePathPrefersLegacyUiThenTheRoot()
-{
-    QVERIFY(QDir(m_backend->folder()).mkdir(QStringLiteral("legacy_ui")));
-    QFile module(m_backend->folder(QStringLiteral("legacy_ui/app.py")));
-    QVERIFY(module.open(QFile::WriteOnly));
-    module.write("import os, sys\ndef path(): return [os.path.relpath(p) for p in sys.path[:2]]\n");
-    module.close();
-    QCOMPARE(NeloBackend::call("path"), std::string(R"(["legacy_ui","."])"));
-}
-
-void TestNeloBackend::failuresRecoverOnTheNextCall_data()
-{
-    QTest::addColumn<QByteArray>("steps");
-    QTest::addColumn<QByteArray>("error");
-    const QByteArray terminated("ERROR: backend helper terminated");
-    const QByteArray someParserError("ERROR: ");
-
-    QTest::newRow("noise printed before the reply") << QByteArray(R"([{"write-raw":"debug\n"}])") << someParserError;
-    QTest::newRow("noise on the reply's own line") << QByteArray(R"([{"write-raw":"debug "}])") << someParserError;
-    QTest::newRow("an empty line before the reply") << QByteArray(R"([{"write-raw":"\n"}])") << someParserError;
-    QTest::newRow("a reply nested 100,000 deep")
-        << QByteArray(R"([{"write-raw":")") + QByteArray(100'000, '[') + QByteArray(R"(\n"}])") << someParserError;
-    QTest::newRow("not a number") << QByteArray(R"([{"answer-json-text":"NaN"}])") << someParserError;
-    QTest::newRow("no line feed until the helper dies")
-        << QByteArray(R"([{"write-raw":"{\"ok\":true"},{"exit":3}])") << terminated;
-    QTest::newRow("the helper exits in a function") << QByteArray(R"([{"exit":0}])") << terminated;
-    QTest::newRow("the helper closes its output")
-        << QByteArray(R"([{"close-output":true},{"sleep":0.2}])") << terminated;
-}
-
-void TestNeloBackend::failuresRecoverOnTheNextCall()
-{
-    QFETCH(QByteArray, steps);
-    QFETCH(QByteArray, error);
-    m_backend->script("fail", Json::parse(steps.toStdString()));
-    QCOMPARE(NeloBackend::call("ping"), std::string(R"({"pong":1})"));
-
-    const QByteArray reply = QByteArray::fromStdString(NeloBackend::call("fail"));
-    QVERIFY2(reply.startsWith(error), reply.constData());
-    verifyNextCallWorks();
-    QCOMPARE(m_backend->count("fail"), 1); // it is not tried again
-}
-
-void TestNeloBackend::noiseThatIsAReplyAnswersAndTheRealReplyAnswersTheNextCall()
-{
-    m_backend->script("noisy", {{{"write-raw", "{\"ok\": true, \"result\": [\"noise\"]}\n"}}, {{"answer", {"real"}}}});
-    QCOMPARE(NeloBackend::call("noisy"), std::string(R"(["noise"])"));
-    QCOMPARE(NeloBackend::call("ping"), std::string(R"(["real"])"));
-    QCOMPARE(NeloBackend::call("ping"), std::string(R"({"pong":1})"));
-}
-
-void TestNeloBackend::aReplyThatIsNoObjectKeepsTheHelper()
-{
-    m_backend->script("list", {{{"write-raw", "[1]\n"}}, {{"answer", {"real"}}}});
-    m_backend->script("latin", {{{"write-latin-1", "\u00e9\n"}}, {{"answer", {"real"}}}});
-    for (const char* function : {"list", "latin"}) {
-        QCOMPARE(NeloBackend::call(function), std::string("ERROR: invalid backend helper response"));
-        QCOMPARE(NeloBackend::call("ping"), std::string(R"(["real"])")); // the same helper's next line
-        NeloBackend::shutdown();
-    }
-}
-
-void TestNeloBackend::aHelperThatClosedItsInputIsReplaced()
-{
-    m_backend->script("deafen", {{{"close-input", true}}, {{"write-raw", "{\"ok\": true}\n"}}, {{"sleep", 60}}});
-    QCOMPARE(NeloBackend::call("deafen"), std::string("{}"));
-    QCOMPARE(NeloBackend::call("ping"), std::string("ERROR: backend helper terminated"));
-    QCOMPARE(NeloBackend::call("ping"), std::string(R"({"pong":1})"));
-    QCOMPARE(ProcessTable::children().size(), 2U); // the deaf one is still busy
-}
-
-void TestNeloBackend::aModuleThatFailsToImportFailsEveryCall()
-{
-    QFile module(m_backend->folder(QStringLiteral("app.py")));
-    QVERIFY(module.open(QFile::WriteOnly));
-    module.write("import no_such_module_anywhere\n");
-    module.close();
-    for (int attempt = 0; attempt < 3; ++attempt)
-        QCOMPARE(NeloBackend::call("ping"), std::string("ERROR: backend helper terminated"));
-    // A request too long for the pipe learns of it while writing.
-    QCOMPARE(NeloBackend::call("ping", {std::string(1'000'000, 'x')}), std::string("ERROR: backend helper terminated"));
-
-    QVERIFY(module.open(QFile::WriteOnly));
-    module.write("def ping(): return {'pong': 1}\n");
-    module.close();
-    verifyNextCallWorks();
-}
-
-void TestNeloBackend::noPythonOnThePathFailsEveryCall()
-{
-    const QByteArray path = qgetenv("PATH");
-    qputenv("PATH", "/no/such/folder");
-    QCOMPARE(NeloBackend::call("ping"), std::string("ERROR: backend helper terminated"));
-    QCOMPARE(NeloBackend::call("ping"), std::string("ERROR: backend helper terminated"));
-    qputenv("PATH", path);
-    verifyNextCallWorks();
-}
-
-void TestNeloBackend::aHelperKilledBetweenCallsIsReplaced()
-{
-    const std::string first = NeloBackend::call("pid");
-    kill(std::stoi(first), SIGKILL);
-    QTRY_VERIFY(ProcessTable::isZombie(std::stoi(first)));
-    const std::string second = NeloBackend::call("pid");
-    QVERIFY(std::stoi(second) != std::stoi(first));
-    verifyNextCallWorks();
-}
-
-void TestNeloBackend::aHelperKilledDuringACallEndsThatCall()
-{
-    m_backend->script("hang", {{{"sleep", 60}}});
-    const int helper = std::stoi(NeloBackend::call("pid"));
-    auto pending = std::async(std::launch::async, [] { return NeloBackend::call("hang"); });
-    QTRY_COMPARE(m_backend->count("hang"), 1);
-    kill(helper, SIGKILL);
-    QCOMPARE(pending.get(), std::string("ERROR: backend helper terminated"));
-    verifyNextCallWorks();
-}
-
-void TestNeloBackend::sixtyKilobytesOfDiagnosticsDoNotBlock()
-{
-    m_backend->script("talk", {{{"write-errors", 60 * 1024}}, {{"answer", Json::array()}}});
-    QCOMPARE(NeloBackend::call("talk"), std::string("[]"));
-    verifyNextCallWorks();
-}
-
-void TestNeloBackend::aReplyOfFiftyMegabytesArrivesWhole()
-{
-    constexpr std::size_t length = 50'000'000;
-    m_backend->script("large", {{{"answer-length", length}}});
-    const std::string reply = NeloBackend::call("large");
-    QCOMPARE(reply.size(), length + 2);
-    QCOMPARE(static_cast<std::size_t>(std::count(reply.begin(), reply.end(), 'x')), length);
-    verifyNextCallWorks();
-}
-
-void TestNeloBackend::aRequestOfTenMegabytesArrivesWhole()
-{
-    const std::string text(10'000'000, 'x');
-    QCOMPARE(NeloBackend::call("echo", {text}), "[\"" + text + "\"]");
-}
-
-void TestNeloBackend::aDroppedHelperFinishesItsWork()
-{
-    const QString file = m_backend->folder(QStringLiteral("finished"));
-    m_backend->script("detach", {{{"close-output", true}}, {{"sleep", 0.1}}, {{"create-file", file.toStdString()}}});
-    QCOMPARE(NeloBackend::call("detach"), std::string("ERROR: backend helper terminated"));
-    QTRY_VERIFY(QFile::exists(file));
-    verifyNextCallWorks();
-}
-
-void TestNeloBackend::noEventLoopRunsInsideACall()
-{
-    bool ran = false;
-    QTimer::singleShot(0, this, [&ran] { ran = true; });
-    m_backend->script("slow", {{{"sleep", 0.05}}});
-    NeloBackend::call("slow");
-    QVERIFY(!ran);
-    QTRY_VERIFY(ran);
-}
-
-void TestNeloBackend::shutdownEndsALiveHelper()
-{
-    NeloBackend::call("ping");
-    QCOMPARE(ProcessTable::children().size(), 1U);
-    NeloBackend::shutdown();
-    QVERIFY(ProcessTable::children().empty());
-    QCOMPARE(ProcessTable::openDescriptors(), m_descriptorsBefore);
-    verifyNextCallWorks();
-}
-
-void TestNeloBackend::shutdownEndsADroppedHelperThatIsStillBusy()
-{
-    m_backend->script("detach", {{{"close-output", true}}, {{"sleep", 60}}});
-    QCOMPARE(NeloBackend::call("detach"), std::string("ERROR: backend helper terminated"));
-    QCOMPARE(ProcessTable::children().size(), 1U);
-    NeloBackend::shutdown();
-    QVERIFY(ProcessTable::children().empty());
-}
-
-void TestNeloBackend::shutdownAfterADeadHelperLeavesNothing()
-{
-    kill(std::stoi(NeloBackend::call("pid")), SIGKILL);
-    NeloBackend::shutdown();
-    QVERIFY(ProcessTable::children().empty());
-}
-
-void TestNeloBackend::shutdownWithoutAHelperDoesNothing()
-{
-    NeloBackend::shutdown();
-    NeloBackend::shutdown();
-    QVERIFY(ProcessTable::children().empty());
-}
-
-void TestNeloBackend::shutdownWaitsForACallInProgress()
-{
-    const QString file = m_backend->folder(QStringLiteral("go"));
-    m_backend->script("wait", {{{"wait-for-file", file.toStdString()}}, {{"answer", {"waited"}}}});
-    auto pending = std::async(std::launch::async, [] { return NeloBackend::call("wait"); });
-    QTRY_COMPARE(m_backend->count("wait"), 1);
-    auto ended = std::async(std::launch::async, [] { NeloBackend::shutdown(); });
-    QCOMPARE(ended.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
-    QFile go(file);
-    QVERIFY(go.open(QFile::WriteOnly));
-    QCOMPARE(pending.get(), std::string(R"(["waited"])"));
-    ended.get();
-    QVERIFY(ProcessTable::children().empty());
-}
-
-void TestNeloBackend::aThousandFailuresLeaveNothingBehind()
-{
-    const QByteArray path = qgetenv("PATH");
-    qputenv("PATH", "/no/such/folder"); // quicker to fail than an interpreter
-    for (int failure = 0; failure < 1000; ++failure)
-        QCOMPARE(NeloBackend::call("ping"), std::string("ERROR: backend helper terminated"));
-    qputenv("PATH", path);
-    QTRY_VERIFY(ProcessTable::children().empty());
-    QCOMPARE(ProcessTable::openDescriptors(), m_descriptorsBefore);
-    verifyNextCallWorks();
-}
 
 QTEST_GUILESS_MAIN(TestNeloBackend)
 #include "TestNeloBackend.moc"

@@ -11,19 +11,6 @@
 #include <QSettings>
 #include <QTest>
 
-/// Saving a key while one call after the other fails.
-class TestApiKeyFaults final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void theEarlierKeysStayOrTheNewOneIsThere_data();
-    void theEarlierKeysStayOrTheNewOneIsThere();
-    void theFirstKeyIsThereOrNone_data();
-    void theFirstKeyIsThereOrNone();
-};
-
 namespace {
 
 const QString openai = QStringLiteral("openai");
@@ -41,67 +28,68 @@ struct HomeWithDefaults
 
 } // namespace
 
-void TestApiKeyFaults::init()
+/// Saving a key while one call after the other fails.
+class TestApiKeyFaults final : public QObject
 {
-    failOnUnexpectedWarning();
-    QCoreApplication::setOrganizationName(QStringLiteral("Nelo"));
-    QCoreApplication::setApplicationName(QStringLiteral("TestApiKeyFaults"));
-}
+    Q_OBJECT
 
-void TestApiKeyFaults::theEarlierKeysStayOrTheNewOneIsThere_data()
-{
-    addRowsOfFileFaults();
-}
-
-void TestApiKeyFaults::theEarlierKeysStayOrTheNewOneIsThere()
-{
-    QFETCH(Fault, fault);
-    const QString earlier(500, QLatin1Char('e'));
-    const QString later(9'000, QLatin1Char('n'));
-    EveryFault faults(fault);
-    while (faults.next()) {
-        const HomeWithDefaults defaults;
-        QVERIFY(ApiKeyStore().setKey(kimi, earlier));
-        QVERIFY(ApiKeyStore().setKey(openai, earlier));
-        const int descriptors = ProcessTable::openDescriptors();
-        bool isStored = false;
-        faults.during([&] { isStored = ApiKeyStore().setKey(openai, later); });
-
-        QVERIFY(isStored || faults.mayHaveFailed());
-        QCOMPARE(storedKey(defaults.file, openai), isStored ? later : earlier);
-        QCOMPARE(storedKey(defaults.file, kimi), earlier);
-        QCOMPARE(ApiKeyStore().key(openai), isStored ? later : earlier);
-        QCOMPARE(Files::names(QFileInfo(defaults.file).path()), QStringList{QFileInfo(defaults.file).fileName()});
-        QCOMPARE(ProcessTable::openDescriptors(), descriptors);
-        QVERIFY(ApiKeyStore().setKey(openai, later));
-        QCOMPARE(storedKey(defaults.file, openai), later);
+private slots:
+    void init()
+    {
+        failOnUnexpectedWarning();
+        QCoreApplication::setOrganizationName(QStringLiteral("Nelo"));
+        QCoreApplication::setApplicationName(QStringLiteral("TestApiKeyFaults"));
     }
-    QVERIFY(faults.strikes() > 0);
-}
 
-void TestApiKeyFaults::theFirstKeyIsThereOrNone_data()
-{
-    addRowsOfFileFaults();
-}
+    void theEarlierKeysStayOrTheNewOneIsThere_data() { addRowsOfFileFaults(); }
 
-void TestApiKeyFaults::theFirstKeyIsThereOrNone()
-{
-    QFETCH(Fault, fault);
-    const QString key = QStringLiteral("sk-first");
-    EveryFault faults(fault);
-    while (faults.next()) {
-        const HomeWithDefaults defaults;
-        bool isStored = false;
-        faults.during([&] { isStored = ApiKeyStore().setKey(openai, key); });
+    void theEarlierKeysStayOrTheNewOneIsThere()
+    {
+        QFETCH(Fault, fault);
+        const QString earlier(500, QLatin1Char('e'));
+        const QString later(9'000, QLatin1Char('n'));
+        EveryFault faults(fault);
+        while (faults.next()) {
+            const HomeWithDefaults defaults;
+            QVERIFY(ApiKeyStore().setKey(kimi, earlier));
+            QVERIFY(ApiKeyStore().setKey(openai, earlier));
+            const int descriptors = ProcessTable::openDescriptors();
+            bool isStored = false;
+            faults.during([&] { isStored = ApiKeyStore().setKey(openai, later); });
 
-        QVERIFY(isStored || faults.mayHaveFailed());
-        QCOMPARE(ApiKeyStore().key(openai), isStored ? key : QString());
-        QVERIFY(ApiKeyStore().setKey(openai, key));
-        QCOMPARE(storedKey(defaults.file, openai), key);
-        QCOMPARE(Files::mode(defaults.file), 0600);
+            QVERIFY(isStored || faults.mayHaveFailed());
+            QCOMPARE(storedKey(defaults.file, openai), isStored ? later : earlier);
+            QCOMPARE(storedKey(defaults.file, kimi), earlier);
+            QCOMPARE(ApiKeyStore().key(openai), isStored ? later : earlier);
+            QCOMPARE(Files::names(QFileInfo(defaults.file).path()), QStringList{QFileInfo(defaults.file).fileName()});
+            QCOMPARE(ProcessTable::openDescriptors(), descriptors);
+            QVERIFY(ApiKeyStore().setKey(openai, later));
+            QCOMPARE(storedKey(defaults.file, openai), later);
+        }
+        QVERIFY(faults.strikes() > 0);
     }
-    QVERIFY(faults.strikes() > 0);
-}
+
+    void theFirstKeyIsThereOrNone_data() { addRowsOfFileFaults(); }
+
+    void theFirstKeyIsThereOrNone()
+    {
+        QFETCH(Fault, fault);
+        const QString key = QStringLiteral("sk-first");
+        EveryFault faults(fault);
+        while (faults.next()) {
+            const HomeWithDefaults defaults;
+            bool isStored = false;
+            faults.during([&] { isStored = ApiKeyStore().setKey(openai, key); });
+
+            QVERIFY(isStored || faults.mayHaveFailed());
+            QCOMPARE(ApiKeyStore().key(openai), isStored ? key : QString());
+            QVERIFY(ApiKeyStore().setKey(openai, key));
+            QCOMPARE(storedKey(defaults.file, openai), key);
+            QCOMPARE(Files::mode(defaults.file), 0600);
+        }
+        QVERIFY(faults.strikes() > 0);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestApiKeyFaults)
 #include "TestApiKeyFaults.moc"

@@ -10,16 +10,6 @@
 #include <QSettings>
 #include <QTest>
 
-/// Saving a key in programs that are killed.
-class TestApiKeyKills final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void theKeysAreWholeAfterEveryKill();
-};
-
 namespace {
 
 const QString openai = QStringLiteral("openai");
@@ -27,32 +17,39 @@ const QString kimi = QStringLiteral("kimi");
 
 } // namespace
 
-void TestApiKeyKills::init()
+/// Saving a key in programs that are killed.
+class TestApiKeyKills final : public QObject
 {
-    failOnUnexpectedWarning();
-    QCoreApplication::setOrganizationName(QStringLiteral("Nelo"));
-    QCoreApplication::setApplicationName(QStringLiteral("TestApiKeyKills"));
-}
+    Q_OBJECT
 
-void TestApiKeyKills::theKeysAreWholeAfterEveryKill()
-{
-    const SmallDisk disk;
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, disk.path());
-    const QString file = disk.path(QStringLiteral("Nelo/TestApiKeyKills.conf"));
-    const auto keyOfRound = [](int round) { return QString(100 + round % 50 * 100, QLatin1Char('k')); };
-    QVERIFY(ApiKeyStore().setKey(kimi, QStringLiteral("earlier")));
-    RandomKills random;
-    for (int kill = 0; kill < 200; ++kill) {
-        QVERIFY(random.during([&](int round) { return ApiKeyStore().setKey(openai, keyOfRound(round)); }));
-        const qsizetype length = storedKey(file, openai).size();
-        QVERIFY2(length >= 100 && length % 100 == 0, qPrintable(QString::number(length)));
-        QCOMPARE(storedKey(file, kimi), QStringLiteral("earlier"));
-
-        QVERIFY(ApiKeyStore().setKey(openai, keyOfRound(1))); // as the next start does
-        QCOMPARE(ApiKeyStore().key(openai), keyOfRound(1));
-        QCOMPARE(Files::names(QFileInfo(file).path()), QStringList{QFileInfo(file).fileName()});
+private slots:
+    void init()
+    {
+        failOnUnexpectedWarning();
+        QCoreApplication::setOrganizationName(QStringLiteral("Nelo"));
+        QCoreApplication::setApplicationName(QStringLiteral("TestApiKeyKills"));
     }
-}
+
+    void theKeysAreWholeAfterEveryKill()
+    {
+        const SmallDisk disk;
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, disk.path());
+        const QString file = disk.path(QStringLiteral("Nelo/TestApiKeyKills.conf"));
+        const auto keyOfRound = [](int round) { return QString(100 + round % 50 * 100, QLatin1Char('k')); };
+        QVERIFY(ApiKeyStore().setKey(kimi, QStringLiteral("earlier")));
+        RandomKills random;
+        for (int kill = 0; kill < 200; ++kill) {
+            QVERIFY(random.during([&](int round) { return ApiKeyStore().setKey(openai, keyOfRound(round)); }));
+            const qsizetype length = storedKey(file, openai).size();
+            QVERIFY2(length >= 100 && length % 100 == 0, qPrintable(QString::number(length)));
+            QCOMPARE(storedKey(file, kimi), QStringLiteral("earlier"));
+
+            QVERIFY(ApiKeyStore().setKey(openai, keyOfRound(1))); // as the next start does
+            QCOMPARE(ApiKeyStore().key(openai), keyOfRound(1));
+            QCOMPARE(Files::names(QFileInfo(file).path()), QStringList{QFileInfo(file).fileName()});
+        }
+    }
+};
 
 int main(int argc, char** argv)
 {

@@ -7,19 +7,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-/// Putting a value into the text of a settings file.
-class TestIniText final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init() { failOnUnexpectedWarning(); }
-    void theRestOfTheFileStays_data();
-    void theRestOfTheFileStays();
-    void everyCharacterIsReadAsItWasWritten();
-    void theFileStaysTextThatAnyoneCanRead();
-};
-
 namespace {
 
 /// What a program that reads the text as settings finds under `key`.
@@ -32,56 +19,65 @@ QString valueIn(const QByteArray& ini, const QString& key)
 
 } // namespace
 
-void TestIniText::theRestOfTheFileStays_data()
+/// Putting a value into the text of a settings file.
+class TestIniText final : public QObject
 {
-    QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QByteArray>("after");
-    QTest::newRow("an empty file") << QByteArray() << QByteArray("[General]\nkey=new\n");
-    QTest::newRow("the value is replaced")
-        << QByteArray("[General]\nkey=old\nz=1\n") << QByteArray("[General]\nkey=new\nz=1\n");
-    QTest::newRow("a value that is there twice is there once")
-        << QByteArray("[General]\nkey=old\na=1\nkey = older\n") << QByteArray("[General]\nkey=new\na=1\n");
-    QTest::newRow("names that only begin or end alike are others")
-        << QByteArray("[General]\nkey2=1\nmy key=2\nKEY=3\n")
-        << QByteArray("[General]\nkey=new\nkey2=1\nmy key=2\nKEY=3\n");
-    QTest::newRow("the same name in a group is another")
-        << QByteArray("[group]\nkey=other\n") << QByteArray("[General]\nkey=new\n[group]\nkey=other\n");
-    QTest::newRow("the value is found after a group")
-        << QByteArray("[group]\na=1\n[general]\nkey=old\nb=2\n")
-        << QByteArray("[General]\nkey=new\n[group]\na=1\n[general]\nb=2\n");
-    QTest::newRow("the value is found before any group")
-        << QByteArray("key=old\na=1\n") << QByteArray("[General]\nkey=new\na=1\n");
-    QTest::newRow("comments, bytes of any kind and a missing line end stay")
-        << QByteArray("; mine\n[General]\r\n\xff=\xfe\nlast")
-        << QByteArray("[General]\nkey=new\n; mine\n[General]\r\n\xff=\xfe\nlast");
-}
+    Q_OBJECT
 
-void TestIniText::theRestOfTheFileStays()
-{
-    QFETCH(QByteArray, before);
-    QFETCH(QByteArray, after);
-    QCOMPARE(withIniValue(before, "key", QStringLiteral("new")), after);
-    QCOMPARE(valueIn(after, QStringLiteral("key")), QStringLiteral("new"));
-}
+private slots:
+    void init() { failOnUnexpectedWarning(); }
 
-void TestIniText::everyCharacterIsReadAsItWasWritten()
-{
-    QString all;
-    for (char16_t unit = 0; unit < 0x250; ++unit)
-        all += QChar(unit) + QStringLiteral("a") + QChar(unit); // also before a digit of the escape, and twice
-    all += QStringLiteral("你好🔑");
-    for (const QString& text : {all, u'@' + all, u' ' + all + u' ', QStringLiteral("@"), QStringLiteral("@@"),
-                                QStringLiteral("@Invalid()"), QString()})
-        QCOMPARE(valueIn(withIniValue("[General]\nnext=1\n", "key", text), QStringLiteral("key")), text);
-}
+    void theRestOfTheFileStays_data()
+    {
+        QTest::addColumn<QByteArray>("before");
+        QTest::addColumn<QByteArray>("after");
+        QTest::newRow("an empty file") << QByteArray() << QByteArray("[General]\nkey=new\n");
+        QTest::newRow("the value is replaced")
+            << QByteArray("[General]\nkey=old\nz=1\n") << QByteArray("[General]\nkey=new\nz=1\n");
+        QTest::newRow("a value that is there twice is there once")
+            << QByteArray("[General]\nkey=old\na=1\nkey = older\n") << QByteArray("[General]\nkey=new\na=1\n");
+        QTest::newRow("names that only begin or end alike are others")
+            << QByteArray("[General]\nkey2=1\nmy key=2\nKEY=3\n")
+            << QByteArray("[General]\nkey=new\nkey2=1\nmy key=2\nKEY=3\n");
+        QTest::newRow("the same name in a group is another")
+            << QByteArray("[group]\nkey=other\n") << QByteArray("[General]\nkey=new\n[group]\nkey=other\n");
+        QTest::newRow("the value is found after a group")
+            << QByteArray("[group]\na=1\n[general]\nkey=old\nb=2\n")
+            << QByteArray("[General]\nkey=new\n[group]\na=1\n[general]\nb=2\n");
+        QTest::newRow("the value is found before any group")
+            << QByteArray("key=old\na=1\n") << QByteArray("[General]\nkey=new\na=1\n");
+        QTest::newRow("comments, bytes of any kind and a missing line end stay")
+            << QByteArray("; mine\n[General]\r\n\xff=\xfe\nlast")
+            << QByteArray("[General]\nkey=new\n; mine\n[General]\r\n\xff=\xfe\nlast");
+    }
 
-void TestIniText::theFileStaysTextThatAnyoneCanRead()
-{
-    QCOMPARE(withIniValue({}, "key", QStringLiteral("sk-proj-A_1.2+/z")),
-             QByteArray("[General]\nkey=sk-proj-A_1.2+/z\n"));
-    QCOMPARE(withIniValue({}, "key", QStringLiteral("two words = \"é\"b")),
-             QByteArray("[General]\nkey=\"two words \\x3d \\x22\\xe9\\x22\\x62\"\n"));
-}
+    void theRestOfTheFileStays()
+    {
+        QFETCH(QByteArray, before);
+        QFETCH(QByteArray, after);
+        QCOMPARE(withIniValue(before, "key", QStringLiteral("new")), after);
+        QCOMPARE(valueIn(after, QStringLiteral("key")), QStringLiteral("new"));
+    }
+
+    void everyCharacterIsReadAsItWasWritten()
+    {
+        QString all;
+        for (char16_t unit = 0; unit < 0x250; ++unit)
+            all += QChar(unit) + QStringLiteral("a") + QChar(unit); // also before a digit of the escape, and twice
+        all += QStringLiteral("你好🔑");
+        for (const QString& text : {all, u'@' + all, u' ' + all + u' ', QStringLiteral("@"), QStringLiteral("@@"),
+                                    QStringLiteral("@Invalid()"), QString()})
+            QCOMPARE(valueIn(withIniValue("[General]\nnext=1\n", "key", text), QStringLiteral("key")), text);
+    }
+
+    void theFileStaysTextThatAnyoneCanRead()
+    {
+        QCOMPARE(withIniValue({}, "key", QStringLiteral("sk-proj-A_1.2+/z")),
+                 QByteArray("[General]\nkey=sk-proj-A_1.2+/z\n"));
+        QCOMPARE(withIniValue({}, "key", QStringLiteral("two words = \"é\"b")),
+                 QByteArray("[General]\nkey=\"two words \\x3d \\x22\\xe9\\x22\\x62\"\n"));
+    }
+};
 
 QTEST_GUILESS_MAIN(TestIniText)
 #include "TestIniText.moc"

@@ -22,28 +22,6 @@
 using namespace Qt::StringLiterals;
 using namespace std::string_view_literals;
 
-/// A public list of strings that programs have stumbled over, as questions: each second one pasted and each other one
-/// from an input method, sent, answered with the same text, kept, and shown again by another window.
-class TestAwkwardStrings final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void cleanup();
-
-    void everyStringComesBackAsItWas_data();
-    void everyStringComesBackAsItWas();
-    void stringsOfBlanksAreNotSent();
-    void everyStringIsRefusedInItsOwnWords();
-
-private:
-    void openWithKey() const;
-    bool waitForAnswer() const;
-
-    std::unique_ptr<ChatWindow> m_chat;
-};
-
 namespace {
 
 /// So many questions and their answers, behind the welcome, are kept whole.
@@ -98,111 +76,120 @@ QStringList accessibleBubbles(TranscriptView* transcript)
 
 } // namespace
 
-void TestAwkwardStrings::init()
+/// A public list of strings that programs have stumbled over, as questions: each second one pasted and each other one
+/// from an input method, sent, answered with the same text, kept, and shown again by another window.
+class TestAwkwardStrings final : public QObject
 {
-    failOnUnexpectedWarning();
-    m_chat = std::make_unique<ChatWindow>();
-}
+    Q_OBJECT
 
-void TestAwkwardStrings::cleanup()
-{
-    m_chat.reset();
-}
-
-void TestAwkwardStrings::openWithKey() const
-{
-    m_chat->storeKey(u"openai"_s, u"sk-awkward"_s);
-    m_chat->open();
-}
-
-/// Event by event, for Qt's own ways of waiting sleep between two looks, and there are hundreds of answers.
-bool TestAwkwardStrings::waitForAnswer() const
-{
-    QTimer deadline; // an event of its own, should none come otherwise
-    deadline.setSingleShot(true);
-    deadline.start(std::chrono::seconds(30));
-    while (m_chat->status() != u"request succeeded" && deadline.isActive())
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    return m_chat->status() == u"request succeeded";
-}
-
-void TestAwkwardStrings::everyStringComesBackAsItWas_data()
-{
-    QTest::addColumn<QStringList>("strings");
-    const QStringList strings = awkwardQuestions();
-    QVERIFY(strings.size() > 450);
-    for (qsizetype first = 0; first < strings.size(); first += questionsPerConversation) {
-        const QStringList some = strings.mid(first, questionsPerConversation);
-        const auto numbers = QByteArray::number(first + 1) + " to " + QByteArray::number(first + some.size());
-        QTest::newRow("strings " + numbers) << some;
+private slots:
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_chat = std::make_unique<ChatWindow>();
     }
-}
 
-void TestAwkwardStrings::everyStringComesBackAsItWas()
-{
-    QFETCH(QStringList, strings);
-    openWithKey();
-    m_chat->server.answerBy(
-        [](const HttpRequest& request) { return HttpAnswer::message(200, replyBody(questionOf(request))); });
-    QStringList conversation = m_chat->bubbles();
-    QStringList log;
-    for (const QString& string : strings) {
-        const QString question = questionFrom(string);
-        QVERIFY(!isLocalGreeting(question));
-        type(m_chat->inputField(), string, log.size() % 2 == 0 ? Way::Paste : Way::InputMethod);
-        QTest::keyClick(m_chat->inputField(), Qt::Key_Return);
-        QVERIFY(waitForAnswer());
-        QCOMPARE(questionOf(m_chat->server.requests().last()), question);
-        QCOMPARE(m_chat->inputField()->text(), QString());
-        conversation.append({u"Me: "_s + question, u"Nelo: "_s + question});
-        const QString count = QString::number(characterCount(question));
-        log.append({u"send triggered"_s, u"request started: provider=openai model=gpt-4o-mini messageChars="_s + count,
-                    u"callChatAPI: provider=openai model=gpt-4o-mini url="_s + m_chat->server.url(),
-                    u"callChatAPI success: status=200 responseChars="_s + count,
-                    u"request succeeded: responseChars="_s + count});
+    void cleanup() { m_chat.reset(); }
+
+    void everyStringComesBackAsItWas_data()
+    {
+        QTest::addColumn<QStringList>("strings");
+        const QStringList strings = awkwardQuestions();
+        QVERIFY(strings.size() > 450);
+        for (qsizetype first = 0; first < strings.size(); first += questionsPerConversation) {
+            const QStringList some = strings.mid(first, questionsPerConversation);
+            const auto numbers = QByteArray::number(first + 1) + " to " + QByteArray::number(first + some.size());
+            QTest::newRow("strings " + numbers) << some;
+        }
     }
-    QCOMPARE(m_chat->bubbles(), conversation);
-    QCOMPARE(accessibleBubbles(m_chat->transcript()), conversation);
-    QCOMPARE(m_chat->logEntries(), log);
 
-    QTRY_COMPARE_WITH_TIMEOUT(loadChatHistory().size(), conversation.size(), 30'000); // the writer is in no hurry
-    m_chat->open();
-    QCOMPARE(m_chat->bubbles(), conversation);
-    QCOMPARE(accessibleBubbles(m_chat->transcript()), conversation);
-}
+    void everyStringComesBackAsItWas()
+    {
+        QFETCH(QStringList, strings);
+        openWithKey();
+        m_chat->server.answerBy(
+            [](const HttpRequest& request) { return HttpAnswer::message(200, replyBody(questionOf(request))); });
+        QStringList conversation = m_chat->bubbles();
+        QStringList log;
+        for (const QString& string : strings) {
+            const QString question = questionFrom(string);
+            QVERIFY(!isLocalGreeting(question));
+            type(m_chat->inputField(), string, log.size() % 2 == 0 ? Way::Paste : Way::InputMethod);
+            QTest::keyClick(m_chat->inputField(), Qt::Key_Return);
+            QVERIFY(waitForAnswer());
+            QCOMPARE(questionOf(m_chat->server.requests().last()), question);
+            QCOMPARE(m_chat->inputField()->text(), QString());
+            conversation.append({u"Me: "_s + question, u"Nelo: "_s + question});
+            const QString count = QString::number(characterCount(question));
+            log.append({u"send triggered"_s,
+                        u"request started: provider=openai model=gpt-4o-mini messageChars="_s + count,
+                        u"callChatAPI: provider=openai model=gpt-4o-mini url="_s + m_chat->server.url(),
+                        u"callChatAPI success: status=200 responseChars="_s + count,
+                        u"request succeeded: responseChars="_s + count});
+        }
+        QCOMPARE(m_chat->bubbles(), conversation);
+        QCOMPARE(accessibleBubbles(m_chat->transcript()), conversation);
+        QCOMPARE(m_chat->logEntries(), log);
 
-void TestAwkwardStrings::stringsOfBlanksAreNotSent()
-{
-    openWithKey();
-    int count = 0;
-    for (const QString& string : Corpora::awkwardStrings()) {
-        if (!questionFrom(string).isEmpty())
-            continue;
-        m_chat->inputField()->clear();
-        type(m_chat->inputField(), string, Way::Paste);
-        QTest::keyClick(m_chat->inputField(), Qt::Key_Return);
-        QCOMPARE(m_chat->status(), u"empty input"_s);
-        QCOMPARE(m_chat->inputField()->text(), string); // the field keeps it
-        ++count;
+        QTRY_COMPARE_WITH_TIMEOUT(loadChatHistory().size(), conversation.size(), 30'000); // the writer is in no hurry
+        m_chat->open();
+        QCOMPARE(m_chat->bubbles(), conversation);
+        QCOMPARE(accessibleBubbles(m_chat->transcript()), conversation);
     }
-    QVERIFY(count >= 3);
-    QVERIFY(m_chat->server.requests().isEmpty());
-    QCOMPARE(m_chat->transcript()->count(), 1);
-}
 
-/// All of them in one refusal: an alert for each would take long.
-void TestAwkwardStrings::everyStringIsRefusedInItsOwnWords()
-{
-    openWithKey();
-    const QString body = Corpora::awkwardStrings().join(u'\n');
-    m_chat->server.answerEach(HttpAnswer::message(500, body.toUtf8()));
-    const SeenDialog alert =
-        answerDialog([this] { m_chat->send(u"What is the time?"_s); }, [](QDialog& dialog) { dialog.accept(); });
-    QString told = u"HTTP 500: "_s + body;
-    told.replace(QChar::ParagraphSeparator, u'\n')
-        .replace(QChar::LineSeparator, u'\n'); // the alert's control shows lines
-    QCOMPARE(alert.text, told);
-}
+    void stringsOfBlanksAreNotSent()
+    {
+        openWithKey();
+        int count = 0;
+        for (const QString& string : Corpora::awkwardStrings()) {
+            if (!questionFrom(string).isEmpty())
+                continue;
+            m_chat->inputField()->clear();
+            type(m_chat->inputField(), string, Way::Paste);
+            QTest::keyClick(m_chat->inputField(), Qt::Key_Return);
+            QCOMPARE(m_chat->status(), u"empty input"_s);
+            QCOMPARE(m_chat->inputField()->text(), string); // the field keeps it
+            ++count;
+        }
+        QVERIFY(count >= 3);
+        QVERIFY(m_chat->server.requests().isEmpty());
+        QCOMPARE(m_chat->transcript()->count(), 1);
+    }
+
+    /// All of them in one refusal: an alert for each would take long.
+    void everyStringIsRefusedInItsOwnWords()
+    {
+        openWithKey();
+        const QString body = Corpora::awkwardStrings().join(u'\n');
+        m_chat->server.answerEach(HttpAnswer::message(500, body.toUtf8()));
+        const SeenDialog alert =
+            answerDialog([this] { m_chat->send(u"What is the time?"_s); }, [](QDialog& dialog) { dialog.accept(); });
+        QString told = u"HTTP 500: "_s + body;
+        told.replace(QChar::ParagraphSeparator, u'\n')
+            .replace(QChar::LineSeparator, u'\n'); // the alert's control shows lines
+        QCOMPARE(alert.text, told);
+    }
+
+private:
+    void openWithKey() const
+    {
+        m_chat->storeKey(u"openai"_s, u"sk-awkward"_s);
+        m_chat->open();
+    }
+
+    /// Event by event, for Qt's own ways of waiting sleep between two looks, and there are hundreds of answers.
+    bool waitForAnswer() const
+    {
+        QTimer deadline; // an event of its own, should none come otherwise
+        deadline.setSingleShot(true);
+        deadline.start(std::chrono::seconds(30));
+        while (m_chat->status() != u"request succeeded" && deadline.isActive())
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        return m_chat->status() == u"request succeeded";
+    }
+
+    std::unique_ptr<ChatWindow> m_chat;
+};
 
 QTEST_MAIN(TestAwkwardStrings)
 #include "TestAwkwardStrings.moc"

@@ -15,30 +15,6 @@
 
 using namespace Qt::StringLiterals;
 
-/// The texts of a public suite for JSON parsers as history files, and in them.
-class TestChatHistoryTexts final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void cleanup();
-
-    void aTextAsTheFileBeginsTheConversationAnew_data();
-    void aTextAsTheFileBeginsTheConversationAnew();
-    void aTextAsTheFileIsCopiedAsideOnceUnlessItIsAnEmptyList_data();
-    void aTextAsTheFileIsCopiedAsideOnceUnlessItIsAnEmptyList();
-    void aTextInPlaceOfAContentMustBeAString_data();
-    void aTextInPlaceOfAContentMustBeAString();
-    void aTextUnderAnotherKeyMustBeJson_data();
-    void aTextUnderAnotherKeyMustBeJson();
-    void aTextThatWasSaidIsSaidAgain_data();
-    void aTextThatWasSaidIsSaidAgain();
-
-private:
-    std::unique_ptr<TestHome> m_home;
-};
-
 namespace {
 
 void addTexts()
@@ -105,113 +81,106 @@ QByteArray historyWith(const QByteArray& members)
 
 } // namespace
 
-void TestChatHistoryTexts::init()
+/// The texts of a public suite for JSON parsers as history files, and in them.
+class TestChatHistoryTexts final : public QObject
 {
-    failOnUnexpectedWarning();
-    m_home = std::make_unique<TestHome>();
-}
+    Q_OBJECT
 
-void TestChatHistoryTexts::cleanup()
-{
-    m_home.reset();
-}
-
-void TestChatHistoryTexts::aTextAsTheFileBeginsTheConversationAnew_data()
-{
-    addTexts();
-}
-
-void TestChatHistoryTexts::aTextAsTheFileBeginsTheConversationAnew()
-{
-    QFETCH(QByteArray, text);
-    keep(text);
-    QCOMPARE(shown(), QStringList{neloWelcomeMessage.toString()});
-    QCOMPARE(Files::contentOf(neloChatHistoryURL()), text); // nobody has written yet
-}
-
-void TestChatHistoryTexts::aTextAsTheFileIsCopiedAsideOnceUnlessItIsAnEmptyList_data()
-{
-    addTexts();
-}
-
-void TestChatHistoryTexts::aTextAsTheFileIsCopiedAsideOnceUnlessItIsAnEmptyList()
-{
-    QFETCH(QByteArray, text);
-    keep(text);
-    const LoadedChatHistory loaded = loadChatHistoryFile();
-    QCOMPARE(loaded.messages, QList<NeloChatMessage>()); // none of the texts is a list of records
-    QCOMPARE(loaded.isUnreadable, !isEmptyList(text));
-
-    QList<NeloChatMessage> messages{NeloChatMessage::now(u"user"_s, u"first"_s)};
+private slots:
+    void init()
     {
-        ChatHistoryWriter writer([&messages]() -> QList<NeloChatMessage>& { return messages; });
-        if (loaded.isUnreadable)
-            writer.keepUnreadableFile();
-        writer.persistMessages();
-        messages.append(NeloChatMessage::now(u"assistant"_s, u"second"_s));
-        writer.persistMessages();
+        failOnUnexpectedWarning();
+        m_home = std::make_unique<TestHome>();
     }
-    QCOMPARE(loadChatHistory(), messages);
-    const QStringList copies = Files::names(m_home->path(u".nelo"_s)).filter(u".unreadable."_s);
-    QCOMPARE(copies.size(), isEmptyList(text) ? 0 : 1);
-    if (!copies.isEmpty())
-        QCOMPARE(Files::contentOf(m_home->path(u".nelo/"_s + copies.first())), text);
-}
 
-void TestChatHistoryTexts::aTextInPlaceOfAContentMustBeAString_data()
-{
-    addTexts();
-}
+    void cleanup() { m_home.reset(); }
 
-void TestChatHistoryTexts::aTextInPlaceOfAContentMustBeAString()
-{
-    QFETCH(QByteArray, text);
-    const QByteArray value = withoutList(text); // most strings of the suite stand in one
-    keep(historyWith("\"content\":" + value));
-    const LoadedChatHistory loaded = loadChatHistoryFile();
-    const Json parsed = Json::parse(value.toStdString(), nullptr, false);
-    if (verdict() == 'y' && parsed.is_string()) {
-        QCOMPARE(loaded.messages.size(), 1);
-        QCOMPARE(loaded.messages.at(0).content, QString::fromStdString(parsed));
-    } else if (isReadAsItStands() && value.startsWith('"')) {
-        QCOMPARE(loaded.messages.at(0).content, QString::fromUtf8(value.sliced(1).chopped(1)));
-    } else if (verdict() != 'i' && !isReadAsItStands()) {
-        QVERIFY(loaded.isUnreadable);
+    void aTextAsTheFileBeginsTheConversationAnew_data() { addTexts(); }
+
+    void aTextAsTheFileBeginsTheConversationAnew()
+    {
+        QFETCH(QByteArray, text);
+        keep(text);
+        QCOMPARE(shown(), QStringList{neloWelcomeMessage.toString()});
+        QCOMPARE(Files::contentOf(neloChatHistoryURL()), text); // nobody has written yet
     }
-    QCOMPARE(shown(), QStringList{loaded.isUnreadable ? neloWelcomeMessage.toString() : loaded.messages.at(0).content});
-}
 
-void TestChatHistoryTexts::aTextUnderAnotherKeyMustBeJson_data()
-{
-    addTexts();
-}
+    void aTextAsTheFileIsCopiedAsideOnceUnlessItIsAnEmptyList_data() { addTexts(); }
 
-void TestChatHistoryTexts::aTextUnderAnotherKeyMustBeJson()
-{
-    QFETCH(QByteArray, text);
-    keep(historyWith("\"content\":\"kept\",\"more\":" + text));
-    const LoadedChatHistory loaded = loadChatHistoryFile();
-    if (verdict() == 'n')
-        QCOMPARE(loaded.isUnreadable, !isReadAsItStands());
-    if (verdict() == 'y')
-        QVERIFY(!loaded.isUnreadable);
-    QCOMPARE(shown(), QStringList{loaded.isUnreadable ? neloWelcomeMessage.toString() : u"kept"_s});
-}
+    void aTextAsTheFileIsCopiedAsideOnceUnlessItIsAnEmptyList()
+    {
+        QFETCH(QByteArray, text);
+        keep(text);
+        const LoadedChatHistory loaded = loadChatHistoryFile();
+        QCOMPARE(loaded.messages, QList<NeloChatMessage>()); // none of the texts is a list of records
+        QCOMPARE(loaded.isUnreadable, !isEmptyList(text));
 
-void TestChatHistoryTexts::aTextThatWasSaidIsSaidAgain_data()
-{
-    addTexts();
-}
+        QList<NeloChatMessage> messages{NeloChatMessage::now(u"user"_s, u"first"_s)};
+        {
+            ChatHistoryWriter writer([&messages]() -> QList<NeloChatMessage>& { return messages; });
+            if (loaded.isUnreadable)
+                writer.keepUnreadableFile();
+            writer.persistMessages();
+            messages.append(NeloChatMessage::now(u"assistant"_s, u"second"_s));
+            writer.persistMessages();
+        }
+        QCOMPARE(loadChatHistory(), messages);
+        const QStringList copies = Files::names(m_home->path(u".nelo"_s)).filter(u".unreadable."_s);
+        QCOMPARE(copies.size(), isEmptyList(text) ? 0 : 1);
+        if (!copies.isEmpty())
+            QCOMPARE(Files::contentOf(m_home->path(u".nelo/"_s + copies.first())), text);
+    }
 
-void TestChatHistoryTexts::aTextThatWasSaidIsSaidAgain()
-{
-    QFETCH(QByteArray, text);
-    const QString said = QString::fromUtf8(text);
-    const QList<NeloChatMessage> messages{NeloChatMessage::now(u"user"_s, said)};
-    keep(encodeChatMessages(messages));
-    QCOMPARE(loadChatHistory(), messages);
-    QCOMPARE(shown(), QStringList{said});
-}
+    void aTextInPlaceOfAContentMustBeAString_data() { addTexts(); }
+
+    void aTextInPlaceOfAContentMustBeAString()
+    {
+        QFETCH(QByteArray, text);
+        const QByteArray value = withoutList(text); // most strings of the suite stand in one
+        keep(historyWith("\"content\":" + value));
+        const LoadedChatHistory loaded = loadChatHistoryFile();
+        const Json parsed = Json::parse(value.toStdString(), nullptr, false);
+        if (verdict() == 'y' && parsed.is_string()) {
+            QCOMPARE(loaded.messages.size(), 1);
+            QCOMPARE(loaded.messages.at(0).content, QString::fromStdString(parsed));
+        } else if (isReadAsItStands() && value.startsWith('"')) {
+            QCOMPARE(loaded.messages.at(0).content, QString::fromUtf8(value.sliced(1).chopped(1)));
+        } else if (verdict() != 'i' && !isReadAsItStands()) {
+            QVERIFY(loaded.isUnreadable);
+        }
+        QCOMPARE(shown(),
+                 QStringList{loaded.isUnreadable ? neloWelcomeMessage.toString() : loaded.messages.at(0).content});
+    }
+
+    void aTextUnderAnotherKeyMustBeJson_data() { addTexts(); }
+
+    void aTextUnderAnotherKeyMustBeJson()
+    {
+        QFETCH(QByteArray, text);
+        keep(historyWith("\"content\":\"kept\",\"more\":" + text));
+        const LoadedChatHistory loaded = loadChatHistoryFile();
+        if (verdict() == 'n')
+            QCOMPARE(loaded.isUnreadable, !isReadAsItStands());
+        if (verdict() == 'y')
+            QVERIFY(!loaded.isUnreadable);
+        QCOMPARE(shown(), QStringList{loaded.isUnreadable ? neloWelcomeMessage.toString() : u"kept"_s});
+    }
+
+    void aTextThatWasSaidIsSaidAgain_data() { addTexts(); }
+
+    void aTextThatWasSaidIsSaidAgain()
+    {
+        QFETCH(QByteArray, text);
+        const QString said = QString::fromUtf8(text);
+        const QList<NeloChatMessage> messages{NeloChatMessage::now(u"user"_s, said)};
+        keep(encodeChatMessages(messages));
+        QCOMPARE(loadChatHistory(), messages);
+        QCOMPARE(shown(), QStringList{said});
+    }
+
+private:
+    std::unique_ptr<TestHome> m_home;
+};
 
 QTEST_MAIN(TestChatHistoryTexts)
 #include "TestChatHistoryTexts.moc"

@@ -25,58 +25,595 @@ class TestChatViewController final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_chat = std::make_unique<ChatWindow>();
+    }
 
-    void beginsWithTheWelcome();
-    void showsTheConversationThatWasKept();
-    void showsALongHistoryInFull();
-    void anUnreadableHistoryBeginsAnew();
-    void theInputHasTheKeyboardWheneverTheWindowAppears();
-    void aWindowClosedAtOnceStaysClosed();
+    void cleanup() { m_chat.reset(); }
 
-    void emptyInputStaysWhereItIs_data();
-    void emptyInputStaysWhereItIs();
-    void aGreetingIsAnsweredHere_data();
-    void aGreetingIsAnsweredHere();
-    void moreThanAGreetingIsSent();
-    void aMissingKeyKeepsTheText_data();
-    void aMissingKeyKeepsTheText();
+    void beginsWithTheWelcome()
+    {
+        m_chat->open();
+        QCOMPARE(m_chat->bubbles(), QStringList{m_welcome});
+        QCOMPARE(m_chat->status(), QString());
+        QCOMPARE(m_chat->logEntries(), QStringList());
+        QTRY_COMPARE(loadChatHistory().size(), 1);
+        QCOMPARE(loadChatHistory().value(0).role, u"assistant"_s);
+        QCOMPARE(loadChatHistory().value(0).content, neloWelcomeMessage);
+    }
 
-    void aQuestionIsSentAndAnswered();
-    void theSendButtonSends();
-    void theSendButtonGreetsAndReturnsTheKeyboard();
-    void theChatGoesOnWithFoldersInPlaceOfItsFiles();
-    void aReplyWhileTheWindowIsClosedIsThereAgain();
-    void theModelDecidesTheProvider_data();
-    void theModelDecidesTheProvider();
-    void everyMessageIsSent();
-    void aLongConversationIsSentInFullUntilItIsKept();
-    void lineBreaksArePastedAsBlanks();
-    void repliesComeInTheirOwnOrder();
-    void nothingIsBlockedWhileWaiting();
-    void whatIsBeingComposedIsSent();
-    void returnThatEndsACompositionDoesNotSend();
+    void showsTheConversationThatWasKept()
+    {
+        const QByteArray kept = encodeChatMessages({{u"user"_s, u"question"_s, u"a"_s},
+                                                    {u"assistant"_s, u"answer"_s, u"b"_s},
+                                                    {u"system"_s, u"other"_s, u"c"_s}});
+        keepHistory(kept);
+        m_chat->open();
+        QCOMPARE(m_chat->bubbles(), (QStringList{u"Me: question"_s, u"Nelo: answer"_s, u"Nelo: other"_s}));
+        QTest::qWait(600); // longer than a write would be put off
+        QCOMPARE(Files::contentOf(neloChatHistoryURL()), kept);
+    }
 
-    void aRefusalIsShownAndTheQuestionStays();
-    void aRefusalHasTheConversationWrittenAgain();
-    void anInvalidAddressIsShown();
-    void twoMegabytesOfHtmlLeaveTheAlertOnTheScreen();
-    void aReplyOfTwentyMegabytesIsShown();
-    void contentIsShownAsItCame_data();
-    void contentIsShownAsItCame();
-    void theKeyIsNeverToldToAnybody();
+    void showsALongHistoryInFull()
+    {
+        keepHistory(records(500));
+        m_chat->open();
+        QCOMPARE(m_chat->transcript()->count(), 500);
+        QCOMPARE(m_chat->bubbles().last(), u"Me: 500"_s);
+    }
 
-    void theKeyDialogSaysWhatItIsAbout();
-    void saveStoresTheKeyWithoutBlanks();
-    void anEmptyKeyIsStoredAndMissing();
-    void cancelStoresNothing();
-    void theKeyDialogStartsWithTheStoredKey();
-    void aKeyThatCannotBeStoredIsTold();
+    void anUnreadableHistoryBeginsAnew()
+    {
+        keepHistory("[{\"role\":\"user\",\"content\":\"half");
+        m_chat->open();
+        QCOMPARE(m_chat->bubbles(), QStringList{m_welcome});
+        keepHistory(records(1)); // by whoever it was: kept all the same
+        QTRY_COMPARE(loadChatHistory().value(0).role, u"assistant"_s);
+        QCOMPARE(Files::names(m_chat->home.path(u".nelo"_s)).filter(u".unreadable."_s).size(), 1);
+    }
 
-    void aReplyForAWindowThatIsGoneIsDropped();
-    void theWindowMayGoWhileItAsks_data();
-    void theWindowMayGoWhileItAsks();
+    void theInputHasTheKeyboardWheneverTheWindowAppears()
+    {
+        m_chat->open();
+        for (int time = 0; time < 2; ++time) {
+            m_chat->transcript()->setFocus();
+            m_chat->window()->close();
+            m_chat->window()->show();
+            QTRY_VERIFY(m_chat->inputField()->hasFocus());
+            QVERIFY(m_chat->window()->isActiveWindow());
+        }
+    }
+
+    void aWindowClosedAtOnceStaysClosed()
+    {
+        m_chat->open();
+        m_chat->window()->close();
+        m_chat->window()->show();
+        QCoreApplication::processEvents();
+        m_chat->window()->close();
+        QTest::qWait(200); // longer than it takes to come forward
+        QVERIFY(!m_chat->window()->isVisible());
+    }
+
+    void emptyInputStaysWhereItIs_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("nothing") << QString();
+        QTest::newRow("blanks") << u"  "_s;
+        QTest::newRow("a Chinese blank and a tabulator") << u"\u3000\t"_s;
+    }
+
+    void emptyInputStaysWhereItIs()
+    {
+        QFETCH(QString, text);
+        openWithKeys();
+        m_chat->send(text);
+        QCOMPARE(m_chat->inputField()->text(), text);
+        QCOMPARE(m_chat->status(), u"empty input"_s);
+        QCOMPARE(m_chat->logEntries(), (QStringList{u"send triggered"_s, u"send aborted: empty input"_s}));
+        QCOMPARE(m_chat->bubbles(), QStringList{m_welcome});
+    }
+
+    void aGreetingIsAnsweredHere_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("blanks around it do not count") << u" Hi "_s << u"Hi"_s;
+        QTest::newRow("nor do capitals") << u"HELLO"_s << u"HELLO"_s;
+        QTest::newRow("in Chinese") << u"在吗"_s << u"在吗"_s;
+    }
+
+    void aGreetingIsAnsweredHere()
+    {
+        QFETCH(QString, typed);
+        QFETCH(QString, shown);
+        m_chat->open(); // no key is needed
+        m_chat->send(typed);
+        QCOMPARE(m_chat->bubbles(), (QStringList{m_welcome, u"Me: "_s + shown, m_welcome}));
+        QCOMPARE(m_chat->inputField()->text(), QString());
+        QVERIFY(m_chat->inputField()->hasFocus());
+        QCOMPARE(m_chat->status(), u"local greeting"_s);
+        QCOMPARE(m_chat->logEntries(), (QStringList{u"send triggered"_s, u"local greeting handled"_s}));
+        QTRY_COMPARE(loadChatHistory().size(), 3);
+        QCOMPARE(loadChatHistory().at(1).role, u"user"_s);
+        QCOMPARE(loadChatHistory().at(2).role, u"assistant"_s);
+        QVERIFY(m_chat->server.requests().isEmpty());
+    }
+
+    void moreThanAGreetingIsSent()
+    {
+        openWithKeys();
+        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"hello yourself"_s)));
+        m_chat->send(u"hello there"_s);
+        QTRY_COMPARE(m_chat->bubbles().last(), u"Nelo: hello yourself"_s);
+    }
+
+    void aMissingKeyKeepsTheText_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::newRow("none was ever stored") << QString();
+        QTest::newRow("a key of blanks is none") << u" \n\t"_s;
+    }
+
+    void aMissingKeyKeepsTheText()
+    {
+        QFETCH(QString, key);
+        if (!key.isEmpty())
+            m_chat->storeKey(u"kimi"_s, key);
+        m_chat->open();
+        m_chat->modelPopup()->setCurrentText(u"moonshot-v1-8k"_s);
+        m_chat->transcript()->setFocus();
+
+        const SeenDialog alert = answerDialog([this] { m_chat->send(m_question); },
+                                              [](QDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+        QCOMPARE(alert.title, u"API Key Required"_s);
+        QCOMPARE(alert.text, u"Configure an API Key for kimi before sending."_s);
+        QCOMPARE(alert.buttons, QStringList{u"OK"_s});
+        QCOMPARE(m_chat->status(), u"missing api key"_s);
+        QCOMPARE(m_chat->logEntries(),
+                 (QStringList{u"send triggered"_s,
+                              u"send aborted: missing api key for provider=kimi model=moonshot-v1-8k"_s}));
+        QCOMPARE(m_chat->inputField()->text(), m_question);
+        QCOMPARE(m_chat->window()->focusWidget(), m_chat->inputField());
+        QCOMPARE(m_chat->bubbles(), QStringList{m_welcome});
+        QVERIFY(m_chat->server.requests().isEmpty());
+    }
+
+    void aQuestionIsSentAndAnswered()
+    {
+        openWithKeys();
+        m_chat->storeKey(u"openai"_s, u" sk-padded\n"_s);
+        m_chat->server.holdAnswers();
+        m_chat->send(u"  What is the time? "_s);
+        QCOMPARE(m_chat->bubbles(), (QStringList{m_welcome, u"Me: What is the time?"_s}));
+        QCOMPARE(m_chat->inputField()->text(), QString());
+        QCOMPARE(m_chat->status(), u"request started"_s);
+        QTRY_COMPARE(m_chat->server.requests().size(), 1);
+        QCOMPARE(m_chat->server.requests().first().header("Authorization"), "Bearer sk-padded");
+        QTRY_COMPARE(loadChatHistory().size(), 2); // kept before there is an answer
+
+        m_chat->transcript()->setFocus();
+        m_chat->server.answer(0, HttpAnswer::message(200, replyBody(u"Time for tea. 喝茶\n"_s)));
+        QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
+        QCOMPARE(m_chat->bubbles().last(), u"Nelo: Time for tea. 喝茶"_s);
+        QVERIFY(m_chat->inputField()->hasFocus());
+        const QStringList log = m_chat->logEntries();
+        QCOMPARE(log.first(), u"send triggered"_s);
+        QCOMPARE(log.at(1), u"request started: provider=openai model=gpt-4o-mini messageChars=17"_s);
+        QVERIFY(log.at(2).startsWith(u"callChatAPI: "_s));
+        QCOMPARE(log.last(), u"request succeeded: responseChars=16"_s);
+        QTRY_COMPARE(loadChatHistory().size(), 3);
+        QCOMPARE(loadChatHistory().value(2).role, u"assistant"_s);
+    }
+
+    void theSendButtonSends()
+    {
+        openWithKeys();
+        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"yes"_s)));
+        m_chat->inputField()->setText(m_question);
+        QTest::mouseClick(m_chat->sendButton(), Qt::LeftButton);
+        QVERIFY(m_chat->inputField()->hasFocus()); // a click does not take the keyboard away
+        QTRY_COMPARE(m_chat->bubbles().last(), u"Nelo: yes"_s);
+    }
+
+    void theSendButtonGreetsAndReturnsTheKeyboard()
+    {
+        m_chat->open();
+        m_chat->inputField()->setText(u"hi"_s);
+        m_chat->sendButton()->setFocus();
+        QTest::keyClick(m_chat->sendButton(), Qt::Key_Space);
+        QCOMPARE(m_chat->status(), u"local greeting"_s);
+        QVERIFY(m_chat->inputField()->hasFocus());
+    }
+
+    void theChatGoesOnWithFoldersInPlaceOfItsFiles()
+    {
+        QVERIFY(QDir().mkpath(m_chat->home.path(u".nelo/menubar_chat_history.json"_s)));
+        QVERIFY(QDir().mkpath(m_chat->home.path(u".nelo/menubar_chat.log"_s)));
+        openWithKeys();
+        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"yes"_s)));
+        m_chat->send(m_question);
+        QTRY_COMPARE(m_chat->bubbles().last(), u"Nelo: yes"_s);
+    }
+
+    void aReplyWhileTheWindowIsClosedIsThereAgain()
+    {
+        openWithKeys();
+        m_chat->server.holdAnswers();
+        m_chat->send(m_question);
+        QTRY_COMPARE(m_chat->server.requests().size(), 1);
+        m_chat->window()->close();
+        m_chat->server.answer(0, HttpAnswer::message(200, replyBody(u"yes"_s)));
+        QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
+        QVERIFY(!m_chat->window()->isVisible());
+        m_chat->window()->show();
+        QCOMPARE(m_chat->bubbles().last(), u"Nelo: yes"_s);
+    }
+
+    void theModelDecidesTheProvider_data()
+    {
+        QTest::addColumn<QString>("model");
+        QTest::addColumn<QString>("provider");
+        QTest::newRow("the first") << u"gpt-4o-mini"_s << u"openai"_s;
+        QTest::newRow("the second") << u"gpt-4.1-mini"_s << u"openai"_s;
+        QTest::newRow("deepseek's") << u"deepseek-chat"_s << u"deepseek"_s;
+        QTest::newRow("moonshot's") << u"moonshot-v1-8k"_s << u"kimi"_s;
+        QTest::newRow("none is the first") << QString() << u"openai"_s;
+    }
+
+    void theModelDecidesTheProvider()
+    {
+        QFETCH(QString, model);
+        QFETCH(QString, provider);
+        openWithKeys();
+        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"yes"_s)));
+        m_chat->modelPopup()->setCurrentIndex(m_chat->modelPopup()->findText(model));
+        m_chat->send(m_question);
+        QTRY_COMPARE(m_chat->server.requests().size(), 1);
+        QCOMPARE(m_chat->server.requests().first().header("Authorization"), "Bearer sk-" + provider.toUtf8());
+        const QByteArray sentModel = model.isEmpty() ? "gpt-4o-mini" : model.toUtf8();
+        QVERIFY(m_chat->server.requests().first().body.contains("\"model\":\"" + sentModel + '"'));
+        QVERIFY(m_chat->logEntries().at(1).startsWith(u"request started: provider="_s + provider + u" model="_s));
+    }
+
+    void everyMessageIsSent()
+    {
+        openWithKeys();
+        m_chat->server.answerInTurn({HttpAnswer::message(500, "no"), HttpAnswer::message(200, replyBody(u"reply"_s))});
+        m_chat->send(u"hi"_s);
+        answerDialog([this] { m_chat->send(u"first"_s); }, [](QDialog& dialog) { dialog.accept(); });
+        m_chat->send(u"second"_s);
+        QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
+        m_chat->send(u"third"_s);
+        QTRY_COMPARE(m_chat->server.requests().size(), 3);
+
+        const QString greeting = u"assistant: "_s + neloWelcomeMessage.toString();
+        const QStringList expected{greeting, u"user: hi"_s, greeting, u"user: first"_s, u"user: second"_s};
+        QCOMPARE(m_chat->sentMessages(1), expected);
+        QCOMPARE(m_chat->sentMessages(2), expected + QStringList({u"assistant: reply"_s, u"user: third"_s}));
+        QVERIFY(!m_chat->server.requests().last().body.contains("createdAt"));
+    }
+
+    void aLongConversationIsSentInFullUntilItIsKept()
+    {
+        keepHistory(records(300));
+        openWithKeys();
+        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"reply"_s)));
+        m_chat->send(u"more"_s);
+        QTRY_COMPARE(m_chat->server.requests().size(), 1);
+        QCOMPARE(m_chat->sentMessages(0).size(), 301);
+        QTRY_COMPARE(loadChatHistory().size(), 200);
+        QCOMPARE(m_chat->transcript()->count(), 302); // what is on the screen stays there
+
+        m_chat->send(u"and more"_s);
+        QTRY_COMPARE(m_chat->server.requests().size(), 2);
+        QCOMPARE(m_chat->sentMessages(1).size(), 201);
+    }
+
+    void lineBreaksArePastedAsBlanks()
+    {
+        openWithKeys();
+        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"yes"_s)));
+        QGuiApplication::clipboard()->setText(u"two\nlines\r\n"_s);
+        m_chat->inputField()->paste();
+        QTest::keyClick(m_chat->inputField(), Qt::Key_Return);
+        QCOMPARE(m_chat->bubbles().at(1), u"Me: two lines"_s);
+    }
+
+    void repliesComeInTheirOwnOrder()
+    {
+        openWithKeys();
+        m_chat->server.holdAnswers();
+        const QStringList questions{u"one"_s, u"two"_s, u"three"_s};
+        for (const QString& question : questions)
+            m_chat->send(question);
+        QTRY_COMPARE(m_chat->server.requests().size(), 3);
+        for (qsizetype index = 2; index >= 0; --index) {
+            m_chat->server.answer(
+                index,
+                HttpAnswer::message(200, replyBody(u"re: "_s + questionOf(m_chat->server.requests().at(index)))));
+            QTRY_COMPARE(m_chat->bubbles().size(), 4 + 3 - index);
+        }
+        QCOMPARE(m_chat->bubbles().mid(4), (QStringList{u"Nelo: re: three"_s, u"Nelo: re: two"_s, u"Nelo: re: one"_s}));
+    }
+
+    void nothingIsBlockedWhileWaiting()
+    {
+        openWithKeys();
+        m_chat->server.holdAnswers();
+        m_chat->send(m_question);
+        QTRY_COMPARE(m_chat->server.requests().size(), 1);
+        QCOMPARE(m_chat->bubbles().size(), 2); // nothing stands in for the reply
+        for (const QWidget* control : std::initializer_list<QWidget*>{m_chat->inputField(), m_chat->plusButton(),
+                                                                      m_chat->modelPopup(), m_chat->sendButton()})
+            QVERIFY(control->isEnabled());
+    }
+
+    void whatIsBeingComposedIsSent()
+    {
+        openWithKeys();
+        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"yes"_s)));
+        m_chat->inputField()->setText(u"你"_s);
+        QInputMethodEvent composing(u"hao a"_s, {});
+        QCoreApplication::sendEvent(m_chat->inputField(), &composing);
+        QTest::mouseClick(m_chat->sendButton(), Qt::LeftButton);
+        QCOMPARE(m_chat->bubbles().at(1), u"Me: 你hao a"_s);
+        QCOMPARE(m_chat->inputField()->text(), QString());
+    }
+
+    void returnThatEndsACompositionDoesNotSend()
+    {
+        openWithKeys();
+        QInputMethodEvent composing(u"hi"_s, {});
+        QCoreApplication::sendEvent(m_chat->inputField(), &composing);
+        QTest::keyClick(m_chat->inputField(), Qt::Key_Return);
+        QCOMPARE(m_chat->bubbles(), QStringList{m_welcome});
+        QCOMPARE(m_chat->logEntries(), QStringList());
+        QCOMPARE(m_chat->inputField()->text(), u"hi"_s);
+    }
+
+    void aRefusalIsShownAndTheQuestionStays()
+    {
+        openWithKeys();
+        m_chat->server.answerEach(HttpAnswer::message(401, "{\"error\":\"<b>no</b>\"}"));
+        m_chat->transcript()->setFocus();
+        QString statusMeanwhile;
+        const SeenDialog alert = answerDialog([this] { m_chat->send(m_question); },
+                                              [this, &statusMeanwhile](QDialog& dialog) {
+                                                  statusMeanwhile = m_chat->status();
+                                                  QTest::keyClick(&dialog, Qt::Key_Return);
+                                              });
+        QCOMPARE(alert.title, u"Request Failed"_s);
+        QCOMPARE(alert.text, u"HTTP 401: {\"error\":\"<b>no</b>\"}"_s);
+        QCOMPARE(alert.buttons, QStringList{u"OK"_s});
+        QCOMPARE(statusMeanwhile, u"request failed"_s);
+        QCOMPARE(m_chat->bubbles(), (QStringList{m_welcome, u"Me: "_s + m_question}));
+        QCOMPARE(m_chat->logEntries().last(), u"request failed: "_s + alert.text);
+        QCOMPARE(m_chat->window()->focusWidget(), m_chat->inputField());
+        QTRY_COMPARE(loadChatHistory().size(), 2);
+    }
+
+    void aRefusalHasTheConversationWrittenAgain()
+    {
+        openWithKeys();
+        m_chat->server.holdAnswers();
+        m_chat->send(m_question);
+        QTRY_COMPARE(m_chat->server.requests().size(), 1);
+        QTRY_COMPARE(loadChatHistory().size(), 2);
+        QVERIFY(QFile::remove(neloChatHistoryURL()));
+        answerDialog([this] { m_chat->server.answer(0, HttpAnswer::message(500, "no")); },
+                     [](QDialog& dialog) { dialog.accept(); });
+        QTRY_COMPARE(loadChatHistory().size(), 2);
+    }
+
+    void anInvalidAddressIsShown()
+    {
+        openWithKeys();
+        qputenv("NELO_OPENAI_BASE_URL", "no URL at all");
+        const SeenDialog alert =
+            answerDialog([this] { m_chat->send(m_question); }, [](QDialog& dialog) { dialog.accept(); });
+        QCOMPARE(alert.text, u"invalid URL"_s);
+        QCOMPARE(m_chat->bubbles().last(), u"Me: "_s + m_question);
+    }
+
+    void twoMegabytesOfHtmlLeaveTheAlertOnTheScreen()
+    {
+        openWithKeys();
+        const QByteArray html = "<html>" + QByteArray("<p>Bad Gateway</p>").repeated(2 * 1024 * 1024 / 18) + "</html>";
+        m_chat->server.answerEach(HttpAnswer::message(502, html));
+        bool isOnScreen = false;
+        answerDialog([this] { m_chat->send(m_question); },
+                     [&isOnScreen](QDialog& dialog) {
+                         isOnScreen = dialog.screen()->availableGeometry().contains(dialog.geometry());
+                         QTest::mouseClick(dialog.findChild<QPushButton*>(), Qt::LeftButton);
+                         QVERIFY(!dialog.isVisible());
+                     });
+        QVERIFY(isOnScreen);
+        QVERIFY(Files::contentOf(m_chat->home.path(u".nelo/menubar_chat.log"_s))
+                    .contains("request failed: HTTP 502: " + html));
+    }
+
+    void aReplyOfTwentyMegabytesIsShown()
+    {
+        openWithKeys();
+        const QString reply = u"lorem ipsum "_s.repeated(20 * 1024 * 1024 / 12).trimmed();
+        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(reply)));
+        m_chat->send(m_question);
+        QTRY_COMPARE_WITH_TIMEOUT(m_chat->status(), u"request succeeded"_s, 30'000);
+        QVERIFY(m_chat->transcript()->bubble(2).text() == reply);
+        m_chat->window()->grab();
+    }
+
+    void contentIsShownAsItCame_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("markup") << u"<b>bold</b> &amp; **stars** [link](http://x)"_s;
+        QTest::newRow("both directions") << u"abc שלום \u202Eevil\u202C مرحبا"_s;
+        QTest::newRow("emoji families and flags") << u"👨‍👩‍👧‍👦 🇨🇳 👍🏽"_s;
+        QTest::newRow("combining marks") << u"Z\u0351\u036B\u0343\u036A\u0302a\u0300\u0301"_s;
+        QTest::newRow("a word of 10,000 letters") << u"w"_s.repeated(10'000);
+        QTest::newRow("100,000 lines") << u"line\n"_s.repeated(99'999) + u"last"_s;
+    }
+
+    void contentIsShownAsItCame()
+    {
+        QFETCH(QString, text);
+        openWithKeys();
+        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(text)));
+        m_chat->send(u"show me"_s);
+        QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
+        QVERIFY(m_chat->bubbles().last() == u"Nelo: "_s + text);
+        QElapsedTimer timer;
+        timer.start();
+        m_chat->window()->grab();
+        QVERIFY(timer.elapsed() < 1000 * slowness);
+    }
+
+    void theKeyIsNeverToldToAnybody()
+    {
+        m_chat->storeKey(u"openai"_s, u"sk-very-secret"_s);
+        m_chat->open();
+        m_chat->server.answerInTurn({HttpAnswer::message(200, replyBody(u"yes"_s)), HttpAnswer::message(401, "no")});
+        m_chat->send(u"one"_s);
+        QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
+        const SeenDialog alert =
+            answerDialog([this] { m_chat->send(u"two"_s); }, [](QDialog& dialog) { dialog.accept(); });
+        QVERIFY(!alert.text.contains(u"secret"));
+        QVERIFY(!m_chat->logEntries().join(u' ').contains(u"secret"));
+        QVERIFY(!Files::contentOf(neloChatHistoryURL()).contains("secret"));
+        QVERIFY(!m_chat->window()->windowTitle().contains(u"secret"));
+    }
+
+    void theKeyDialogSaysWhatItIsAbout()
+    {
+        m_chat->open();
+        m_chat->modelPopup()->setCurrentText(u"deepseek-chat"_s);
+        const SeenDialog seen = answerDialog([this] { QTest::mouseClick(m_chat->plusButton(), Qt::LeftButton); },
+                                             [](QDialog& dialog) {
+                                                 const auto* field = dialog.findChild<QLineEdit*>();
+                                                 QVERIFY(field->hasFocus());
+                                                 QCOMPARE(field->accessibleName(), u"DEEPSEEK API Key"_s);
+                                             });
+        QCOMPARE(seen.title, u"Configure API Key"_s);
+        QCOMPARE(seen.text, u"deepseek / deepseek-chat"_s);
+        QCOMPARE(seen.buttons, (QStringList{u"Save"_s, u"Cancel"_s}));
+        QCOMPARE(seen.fieldPlaceholder, u"DEEPSEEK API Key"_s);
+        QVERIFY(seen.isMasked);
+        QCOMPARE(seen.fieldSize, QSize(280, 24));
+    }
+
+    void saveStoresTheKeyWithoutBlanks()
+    {
+        m_chat->open();
+        m_chat->modelPopup()->setCurrentText(u"moonshot-v1-8k"_s);
+        answerDialog([this] { m_chat->plusButton()->click(); },
+                     [](QDialog& dialog) {
+                         auto* field = dialog.findChild<QLineEdit*>();
+                         QTest::keyClicks(field, u" sk-kimi  "_s);
+                         QTest::keyClick(field, Qt::Key_Return);
+                     });
+        QCOMPARE(m_chat->storedKey(u"kimi"_s), u"sk-kimi"_s);
+        QCOMPARE(m_chat->storedKey(u"openai"_s), QString());
+    }
+
+    void anEmptyKeyIsStoredAndMissing()
+    {
+        openWithKeys();
+        answerDialog([this] { m_chat->plusButton()->click(); },
+                     [](QDialog& dialog) {
+                         dialog.findChild<QLineEdit*>()->setText(u"  "_s);
+                         dialog.accept();
+                     });
+        QCOMPARE(m_chat->storedKey(u"openai"_s), QString());
+        const SeenDialog alert =
+            answerDialog([this] { m_chat->send(m_question); }, [](QDialog& dialog) { dialog.accept(); });
+        QCOMPARE(alert.title, u"API Key Required"_s);
+    }
+
+    void cancelStoresNothing()
+    {
+        openWithKeys();
+        answerDialog([this] { m_chat->plusButton()->click(); },
+                     [](QDialog& dialog) {
+                         dialog.findChild<QLineEdit*>()->setText(u"other"_s);
+                         QTest::keyClick(&dialog, Qt::Key_Escape);
+                     });
+        QCOMPARE(m_chat->storedKey(u"openai"_s), u"sk-openai"_s);
+    }
+
+    void theKeyDialogStartsWithTheStoredKey()
+    {
+        openWithKeys();
+        QString text;
+        answerDialog([this] { m_chat->plusButton()->click(); },
+                     [&text](QDialog& dialog) { text = dialog.findChild<QLineEdit*>()->text(); });
+        QCOMPARE(text, u"sk-openai"_s);
+    }
+
+    void aKeyThatCannotBeStoredIsTold()
+    {
+        Files::create(m_chat->home.path(u".config"_s), "a file where the folder should be");
+        m_chat->open();
+        const QList<SeenDialog> seen = answerDialogs([this] { m_chat->plusButton()->click(); },
+                                                     {[](QDialog& dialog) {
+                                                          dialog.findChild<QLineEdit*>()->setText(u"sk-key"_s);
+                                                          dialog.accept();
+                                                      },
+                                                      [](QDialog& alert) { alert.accept(); }});
+        QCOMPARE(seen.size(), 2);
+        QCOMPARE(seen.last().title, u"Save Failed"_s);
+        QVERIFY(!seen.last().text.contains(u"sk-key"));
+    }
+
+    void aReplyForAWindowThatIsGoneIsDropped()
+    {
+        openWithKeys();
+        m_chat->server.holdAnswers();
+        m_chat->send(m_question);
+        QTRY_COMPARE(m_chat->server.requests().size(), 1);
+        QTRY_COMPARE(loadChatHistory().size(), 2);
+        m_chat->close();
+        QTRY_COMPARE(m_chat->server.openConnections(), 0);
+        const QString request = u"provider=openai model=gpt-4o-mini "_s;
+        QCOMPARE(m_chat->logEntries(),
+                 (QStringList{u"send triggered"_s, u"request started: "_s + request + u"messageChars=17"_s,
+                              u"callChatAPI: "_s + request + u"url="_s + m_chat->server.url()}));
+        QCOMPARE(loadChatHistory().size(), 2);
+
+        m_chat->open(); // and the question is there again
+        QCOMPARE(m_chat->bubbles().last(), u"Me: "_s + m_question);
+    }
+
+    void theWindowMayGoWhileItAsks_data()
+    {
+        QTest::addColumn<QString>("about");
+        QTest::newRow("for a key") << u"plus"_s;
+        QTest::newRow("about a missing key") << u"missing"_s;
+        QTest::newRow("about a failure") << u"failure"_s;
+    }
+
+    void theWindowMayGoWhileItAsks()
+    {
+        QFETCH(QString, about);
+        if (about == u"missing")
+            m_chat->open();
+        else
+            openWithKeys();
+        m_chat->server.answerEach(HttpAnswer::message(500, "no"));
+        const auto ask = [this, &about] {
+            m_chat->inputField()->setText(m_question);
+            QPushButton* button = about == u"plus" ? m_chat->plusButton() : m_chat->sendButton();
+            button->click();
+        };
+        const SeenDialog seen = answerDialog(ask, [this](QDialog& dialog) {
+            m_chat->close();
+            dialog.accept();
+        });
+        QVERIFY(seen.title != u"no dialog");
+        QVERIFY(!m_chat->window());
+    }
 
 private:
     const QString m_welcome = u"Nelo: "_s + neloWelcomeMessage.toString();
@@ -103,596 +640,6 @@ private:
 
     std::unique_ptr<ChatWindow> m_chat;
 };
-
-void TestChatViewController::init()
-{
-    failOnUnexpectedWarning();
-    m_chat = std::make_unique<ChatWindow>();
-}
-
-void TestChatViewController::cleanup()
-{
-    m_chat.reset();
-}
-
-void TestChatViewController::beginsWithTheWelcome()
-{
-    m_chat->open();
-    QCOMPARE(m_chat->bubbles(), QStringList{m_welcome});
-    QCOMPARE(m_chat->status(), QString());
-    QCOMPARE(m_chat->logEntries(), QStringList());
-    QTRY_COMPARE(loadChatHistory().size(), 1);
-    QCOMPARE(loadChatHistory().value(0).role, u"assistant"_s);
-    QCOMPARE(loadChatHistory().value(0).content, neloWelcomeMessage);
-}
-
-void TestChatViewController::showsTheConversationThatWasKept()
-{
-    const QByteArray kept = encodeChatMessages(
-        {{u"user"_s, u"question"_s, u"a"_s}, {u"assistant"_s, u"answer"_s, u"b"_s}, {u"system"_s, u"other"_s, u"c"_s}});
-    keepHistory(kept);
-    m_chat->open();
-    QCOMPARE(m_chat->bubbles(), (QStringList{u"Me: question"_s, u"Nelo: answer"_s, u"Nelo: other"_s}));
-    QTest::qWait(600); // longer than a write would be put off
-    QCOMPARE(Files::contentOf(neloChatHistoryURL()), kept);
-}
-
-void TestChatViewController::showsALongHistoryInFull()
-{
-    keepHistory(records(500));
-    m_chat->open();
-    QCOMPARE(m_chat->transcript()->count(), 500);
-    QCOMPARE(m_chat->bubbles().last(), u"Me: 500"_s);
-}
-
-void TestChatViewController::anUnreadableHistoryBeginsAnew()
-{
-    keepHistory("[{\"role\":\"user\",\"content\":\"half");
-    m_chat->open();
-    QCOMPARE(m_chat->bubbles(), QStringList{m_welcome});
-    keepHistory(records(1)); // by whoever it was: kept all the same
-    QTRY_COMPARE(loadChatHistory().value(0).role, u"assistant"_s);
-    QCOMPARE(Files::names(m_chat->home.path(u".nelo"_s)).filter(u".unreadable."_s).size(), 1);
-}
-
-void TestChatViewController::theInputHasTheKeyboardWheneverTheWindowAppears()
-{
-    m_chat->open();
-    for (int time = 0; time < 2; ++time) {
-        m_chat->transcript()->setFocus();
-        m_chat->window()->close();
-        m_chat->window()->show();
-        QTRY_VERIFY(m_chat->inputField()->hasFocus());
-        QVERIFY(m_chat->window()->isActiveWindow());
-    }
-}
-
-void TestChatViewController::aWindowClosedAtOnceStaysClosed()
-{
-    m_chat->open();
-    m_chat->window()->close();
-    m_chat->window()->show();
-    QCoreApplication::processEvents();
-    m_chat->window()->close();
-    QTest::qWait(200); // longer than it takes to come forward
-    QVERIFY(!m_chat->window()->isVisible());
-}
-
-void TestChatViewController::emptyInputStaysWhereItIs_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::newRow("nothing") << QString();
-    QTest::newRow("blanks") << u"  "_s;
-    QTest::newRow("a Chinese blank and a tabulator") << u"\u3000\t"_s;
-}
-
-void TestChatViewController::emptyInputStaysWhereItIs()
-{
-    QFETCH(QString, text);
-    openWithKeys();
-    m_chat->send(text);
-    QCOMPARE(m_chat->inputField()->text(), text);
-    QCOMPARE(m_chat->status(), u"empty input"_s);
-    QCOMPARE(m_chat->logEntries(), (QStringList{u"send triggered"_s, u"send aborted: empty input"_s}));
-    QCOMPARE(m_chat->bubbles(), QStringList{m_welcome});
-}
-
-void TestChatViewController::aGreetingIsAnsweredHere_data()
-{
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("shown");
-    QTest::newRow("blanks around it do not count") << u" Hi "_s << u"Hi"_s;
-    QTest::newRow("nor do capitals") << u"HELLO"_s << u"HELLO"_s;
-    QTest::newRow("in Chinese") << u"在吗"_s << u"在吗"_s;
-}
-
-void TestChatViewController::aGreetingIsAnsweredHere()
-{
-    QFETCH(QString, typed);
-    QFETCH(QString, shown);
-    m_chat->open(); // no key is needed
-    m_chat->send(typed);
-    QCOMPARE(m_chat->bubbles(), (QStringList{m_welcome, u"Me: "_s + shown, m_welcome}));
-    QCOMPARE(m_chat->inputField()->text(), QString());
-    QVERIFY(m_chat->inputField()->hasFocus());
-    QCOMPARE(m_chat->status(), u"local greeting"_s);
-    QCOMPARE(m_chat->logEntries(), (QStringList{u"send triggered"_s, u"local greeting handled"_s}));
-    QTRY_COMPARE(loadChatHistory().size(), 3);
-    QCOMPARE(loadChatHistory().at(1).role, u"user"_s);
-    QCOMPARE(loadChatHistory().at(2).role, u"assistant"_s);
-    QVERIFY(m_chat->server.requests().isEmpty());
-}
-
-void TestChatViewController::moreThanAGreetingIsSent()
-{
-    openWithKeys();
-    m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"hello yourself"_s)));
-    m_chat->send(u"hello there"_s);
-    QTRY_COMPARE(m_chat->bubbles().last(), u"Nelo: hello yourself"_s);
-}
-
-void TestChatViewController::aMissingKeyKeepsTheText_data()
-{
-    QTest::addColumn<QString>("key");
-    QTest::newRow("none was ever stored") << QString();
-    QTest::newRow("a key of blanks is none") << u" \n\t"_s;
-}
-
-void TestChatViewController::aMissingKeyKeepsTheText()
-{
-    QFETCH(QString, key);
-    if (!key.isEmpty())
-        m_chat->storeKey(u"kimi"_s, key);
-    m_chat->open();
-    m_chat->modelPopup()->setCurrentText(u"moonshot-v1-8k"_s);
-    m_chat->transcript()->setFocus();
-
-    const SeenDialog alert = answerDialog([this] { m_chat->send(m_question); },
-                                          [](QDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
-    QCOMPARE(alert.title, u"API Key Required"_s);
-    QCOMPARE(alert.text, u"Configure an API Key for kimi before sending."_s);
-    QCOMPARE(alert.buttons, QStringList{u"OK"_s});
-    QCOMPARE(m_chat->status(), u"missing api key"_s);
-    QCOMPARE(
-        m_chat->logEntries(),
-        (QStringList{u"send triggered"_s, u"send aborted: missing api key for provider=kimi model=moonshot-v1-8k"_s}));
-    QCOMPARE(m_chat->inputField()->text(), m_question);
-    QCOMPARE(m_chat->window()->focusWidget(), m_chat->inputField());
-    QCOMPARE(m_chat->bubbles(), QStringList{m_welcome});
-    QVERIFY(m_chat->server.requests().isEmpty());
-}
-
-void TestChatViewController::aQuestionIsSentAndAnswered()
-{
-    openWithKeys();
-    m_chat->storeKey(u"openai"_s, u" sk-padded\n"_s);
-    m_chat->server.holdAnswers();
-    m_chat->send(u"  What is the time? "_s);
-    QCOMPARE(m_chat->bubbles(), (QStringList{m_welcome, u"Me: What is the time?"_s}));
-    QCOMPARE(m_chat->inputField()->text(), QString());
-    QCOMPARE(m_chat->status(), u"request started"_s);
-    QTRY_COMPARE(m_chat->server.requests().size(), 1);
-    QCOMPARE(m_chat->server.requests().first().header("Authorization"), "Bearer sk-padded");
-    QTRY_COMPARE(loadChatHistory().size(), 2); // kept before there is an answer
-
-    m_chat->transcript()->setFocus();
-    m_chat->server.answer(0, HttpAnswer::message(200, replyBody(u"Time for tea. 喝茶\n"_s)));
-    QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
-    QCOMPARE(m_chat->bubbles().last(), u"Nelo: Time for tea. 喝茶"_s);
-    QVERIFY(m_chat->inputField()->hasFocus());
-    const QStringList log = m_chat->logEntries();
-    QCOMPARE(log.first(), u"send triggered"_s);
-    QCOMPARE(log.at(1), u"request started: provider=openai model=gpt-4o-mini messageChars=17"_s);
-    QVERIFY(log.at(2).startsWith(u"callChatAPI: "_s));
-    QCOMPARE(log.last(), u"request succeeded: responseChars=16"_s);
-    QTRY_COMPARE(loadChatHistory().size(), 3);
-    QCOMPARE(loadChatHistory().value(2).role, u"assistant"_s);
-}
-
-void TestChatViewController::theSendButtonSends()
-{
-    openWithKeys();
-    m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"yes"_s)));
-    m_chat->inputField()->setText(m_question);
-    QTest::mouseClick(m_chat->sendButton(), Qt::LeftButton);
-    QVERIFY(m_chat->inputField()->hasFocus()); // a click does not take the keyboard away
-    QTRY_COMPARE(m_chat->bubbles().last(), u"Nelo: yes"_s);
-}
-
-void TestChatViewController::theSendButtonGreetsAndReturnsTheKeyboard()
-{
-    m_chat->open();
-    m_chat->inputField()->setText(u"hi"_s);
-    m_chat->sendButton()->setFocus();
-    QTest::keyClick(m_chat->sendButton(), Qt::Key_Space);
-    QCOMPARE(m_chat->status(), u"local greeting"_s);
-    QVERIFY(m_chat->inputField()->hasFocus());
-}
-
-void TestChatViewController::theChatGoesOnWithFoldersInPlaceOfItsFiles()
-{
-    QVERIFY(QDir().mkpath(m_chat->home.path(u".nelo/menubar_chat_history.json"_s)));
-    QVERIFY(QDir().mkpath(m_chat->home.path(u".nelo/menubar_chat.log"_s)));
-    openWithKeys();
-    m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"yes"_s)));
-    m_chat->send(m_question);
-    QTRY_COMPARE(m_chat->bubbles().last(), u"Nelo: yes"_s);
-}
-
-void TestChatViewController::aReplyWhileTheWindowIsClosedIsThereAgain()
-{
-    openWithKeys();
-    m_chat->server.holdAnswers();
-    m_chat->send(m_question);
-    QTRY_COMPARE(m_chat->server.requests().size(), 1);
-    m_chat->window()->close();
-    m_chat->server.answer(0, HttpAnswer::message(200, replyBody(u"yes"_s)));
-    QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
-    QVERIFY(!m_chat->window()->isVisible());
-    m_chat->window()->show();
-    QCOMPARE(m_chat->bubbles().last(), u"Nelo: yes"_s);
-}
-
-void TestChatViewController::theModelDecidesTheProvider_data()
-{
-    QTest::addColumn<QString>("model");
-    QTest::addColumn<QString>("provider");
-    QTest::newRow("the first") << u"gpt-4o-mini"_s << u"openai"_s;
-    QTest::newRow("the second") << u"gpt-4.1-mini"_s << u"openai"_s;
-    QTest::newRow("deepseek's") << u"deepseek-chat"_s << u"deepseek"_s;
-    QTest::newRow("moonshot's") << u"moonshot-v1-8k"_s << u"kimi"_s;
-    QTest::newRow("none is the first") << QString() << u"openai"_s;
-}
-
-void TestChatViewController::theModelDecidesTheProvider()
-{
-    QFETCH(QString, model);
-    QFETCH(QString, provider);
-    openWithKeys();
-    m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"yes"_s)));
-    m_chat->modelPopup()->setCurrentIndex(m_chat->modelPopup()->findText(model));
-    m_chat->send(m_question);
-    QTRY_COMPARE(m_chat->server.requests().size(), 1);
-    QCOMPARE(m_chat->server.requests().first().header("Authorization"), "Bearer sk-" + provider.toUtf8());
-    const QByteArray sentModel = model.isEmpty() ? "gpt-4o-mini" : model.toUtf8();
-    QVERIFY(m_chat->server.requests().first().body.contains("\"model\":\"" + sentModel + '"'));
-    QVERIFY(m_chat->logEntries().at(1).startsWith(u"request started: provider="_s + provider + u" model="_s));
-}
-
-void TestChatViewController::everyMessageIsSent()
-{
-    openWithKeys();
-    m_chat->server.answerInTurn({HttpAnswer::message(500, "no"), HttpAnswer::message(200, replyBody(u"reply"_s))});
-    m_chat->send(u"hi"_s);
-    answerDialog([this] { m_chat->send(u"first"_s); }, [](QDialog& dialog) { dialog.accept(); });
-    m_chat->send(u"second"_s);
-    QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
-    m_chat->send(u"third"_s);
-    QTRY_COMPARE(m_chat->server.requests().size(), 3);
-
-    const QString greeting = u"assistant: "_s + neloWelcomeMessage.toString();
-    const QStringList expected{greeting, u"user: hi"_s, greeting, u"user: first"_s, u"user: second"_s};
-    QCOMPARE(m_chat->sentMessages(1), expected);
-    QCOMPARE(m_chat->sentMessages(2), expected + QStringList({u"assistant: reply"_s, u"user: third"_s}));
-    QVERIFY(!m_chat->server.requests().last().body.contains("createdAt"));
-}
-
-void TestChatViewController::aLongConversationIsSentInFullUntilItIsKept()
-{
-    keepHistory(records(300));
-    openWithKeys();
-    m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"reply"_s)));
-    m_chat->send(u"more"_s);
-    QTRY_COMPARE(m_chat->server.requests().size(), 1);
-    QCOMPARE(m_chat->sentMessages(0).size(), 301);
-    QTRY_COMPARE(loadChatHistory().size(), 200);
-    QCOMPARE(m_chat->transcript()->count(), 302); // what is on the screen stays there
-
-    m_chat->send(u"and more"_s);
-    QTRY_COMPARE(m_chat->server.requests().size(), 2);
-    QCOMPARE(m_chat->sentMessages(1).size(), 201);
-}
-
-void TestChatViewController::lineBreaksArePastedAsBlanks()
-{
-    openWithKeys();
-    m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"yes"_s)));
-    QGuiApplication::clipboard()->setText(u"two\nlines\r\n"_s);
-    m_chat->inputField()->paste();
-    QTest::keyClick(m_chat->inputField(), Qt::Key_Return);
-    QCOMPARE(m_chat->bubbles().at(1), u"Me: two lines"_s);
-}
-
-void TestChatViewController::repliesComeInTheirOwnOrder()
-{
-    openWithKeys();
-    m_chat->server.holdAnswers();
-    const QStringList questions{u"one"_s, u"two"_s, u"three"_s};
-    for (const QString& question : questions)
-        m_chat->send(question);
-    QTRY_COMPARE(m_chat->server.requests().size(), 3);
-    for (qsizetype index = 2; index >= 0; --index) {
-        m_chat->server.answer(
-            index, HttpAnswer::message(200, replyBody(u"re: "_s + questionOf(m_chat->server.requests().at(index)))));
-        QTRY_COMPARE(m_chat->bubbles().size(), 4 + 3 - index);
-    }
-    QCOMPARE(m_chat->bubbles().mid(4), (QStringList{u"Nelo: re: three"_s, u"Nelo: re: two"_s, u"Nelo: re: one"_s}));
-}
-
-void TestChatViewController::nothingIsBlockedWhileWaiting()
-{
-    openWithKeys();
-    m_chat->server.holdAnswers();
-    m_chat->send(m_question);
-    QTRY_COMPARE(m_chat->server.requests().size(), 1);
-    QCOMPARE(m_chat->bubbles().size(), 2); // nothing stands in for the reply
-    for (const QWidget* control : std::initializer_list<QWidget*>{m_chat->inputField(), m_chat->plusButton(),
-                                                                  m_chat->modelPopup(), m_chat->sendButton()})
-        QVERIFY(control->isEnabled());
-}
-
-void TestChatViewController::whatIsBeingComposedIsSent()
-{
-    openWithKeys();
-    m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"yes"_s)));
-    m_chat->inputField()->setText(u"你"_s);
-    QInputMethodEvent composing(u"hao a"_s, {});
-    QCoreApplication::sendEvent(m_chat->inputField(), &composing);
-    QTest::mouseClick(m_chat->sendButton(), Qt::LeftButton);
-    QCOMPARE(m_chat->bubbles().at(1), u"Me: 你hao a"_s);
-    QCOMPARE(m_chat->inputField()->text(), QString());
-}
-
-void TestChatViewController::returnThatEndsACompositionDoesNotSend()
-{
-    openWithKeys();
-    QInputMethodEvent composing(u"hi"_s, {});
-    QCoreApplication::sendEvent(m_chat->inputField(), &composing);
-    QTest::keyClick(m_chat->inputField(), Qt::Key_Return);
-    QCOMPARE(m_chat->bubbles(), QStringList{m_welcome});
-    QCOMPARE(m_chat->logEntries(), QStringList());
-    QCOMPARE(m_chat->inputField()->text(), u"hi"_s);
-}
-
-void TestChatViewController::aRefusalIsShownAndTheQuestionStays()
-{
-    openWithKeys();
-    m_chat->server.answerEach(HttpAnswer::message(401, "{\"error\":\"<b>no</b>\"}"));
-    m_chat->transcript()->setFocus();
-    QString statusMeanwhile;
-    const SeenDialog alert = answerDialog([this] { m_chat->send(m_question); },
-                                          [this, &statusMeanwhile](QDialog& dialog) {
-                                              statusMeanwhile = m_chat->status();
-                                              QTest::keyClick(&dialog, Qt::Key_Return);
-                                          });
-    QCOMPARE(alert.title, u"Request Failed"_s);
-    QCOMPARE(alert.text, u"HTTP 401: {\"error\":\"<b>no</b>\"}"_s);
-    QCOMPARE(alert.buttons, QStringList{u"OK"_s});
-    QCOMPARE(statusMeanwhile, u"request failed"_s);
-    QCOMPARE(m_chat->bubbles(), (QStringList{m_welcome, u"Me: "_s + m_question}));
-    QCOMPARE(m_chat->logEntries().last(), u"request failed: "_s + alert.text);
-    QCOMPARE(m_chat->window()->focusWidget(), m_chat->inputField());
-    QTRY_COMPARE(loadChatHistory().size(), 2);
-}
-
-void TestChatViewController::aRefusalHasTheConversationWrittenAgain()
-{
-    openWithKeys();
-    m_chat->server.holdAnswers();
-    m_chat->send(m_question);
-    QTRY_COMPARE(m_chat->server.requests().size(), 1);
-    QTRY_COMPARE(loadChatHistory().size(), 2);
-    QVERIFY(QFile::remove(neloChatHistoryURL()));
-    answerDialog([this] { m_chat->server.answer(0, HttpAnswer::message(500, "no")); },
-                 [](QDialog& dialog) { dialog.accept(); });
-    QTRY_COMPARE(loadChatHistory().size(), 2);
-}
-
-void TestChatViewController::anInvalidAddressIsShown()
-{
-    openWithKeys();
-    qputenv("NELO_OPENAI_BASE_URL", "no URL at all");
-    const SeenDialog alert =
-        answerDialog([this] { m_chat->send(m_question); }, [](QDialog& dialog) { dialog.accept(); });
-    QCOMPARE(alert.text, u"invalid URL"_s);
-    QCOMPARE(m_chat->bubbles().last(), u"Me: "_s + m_question);
-}
-
-void TestChatViewController::twoMegabytesOfHtmlLeaveTheAlertOnTheScreen()
-{
-    openWithKeys();
-    const QByteArray html = "<html>" + QByteArray("<p>Bad Gateway</p>").repeated(2 * 1024 * 1024 / 18) + "</html>";
-    m_chat->server.answerEach(HttpAnswer::message(502, html));
-    bool isOnScreen = false;
-    answerDialog([this] { m_chat->send(m_question); },
-                 [&isOnScreen](QDialog& dialog) {
-                     isOnScreen = dialog.screen()->availableGeometry().contains(dialog.geometry());
-                     QTest::mouseClick(dialog.findChild<QPushButton*>(), Qt::LeftButton);
-                     QVERIFY(!dialog.isVisible());
-                 });
-    QVERIFY(isOnScreen);
-    QVERIFY(
-        Files::contentOf(m_chat->home.path(u".nelo/menubar_chat.log"_s)).contains("request failed: HTTP 502: " + html));
-}
-
-void TestChatViewController::aReplyOfTwentyMegabytesIsShown()
-{
-    openWithKeys();
-    const QString reply = u"lorem ipsum "_s.repeated(20 * 1024 * 1024 / 12).trimmed();
-    m_chat->server.answerEach(HttpAnswer::message(200, replyBody(reply)));
-    m_chat->send(m_question);
-    QTRY_COMPARE_WITH_TIMEOUT(m_chat->status(), u"request succeeded"_s, 30'000);
-    QVERIFY(m_chat->transcript()->bubble(2).text() == reply);
-    m_chat->window()->grab();
-}
-
-void TestChatViewController::contentIsShownAsItCame_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::newRow("markup") << u"<b>bold</b> &amp; **stars** [link](http://x)"_s;
-    QTest::newRow("both directions") << u"abc שלום \u202Eevil\u202C مرحبا"_s;
-    QTest::newRow("emoji families and flags") << u"👨‍👩‍👧‍👦 🇨🇳 👍🏽"_s;
-    QTest::newRow("combining marks") << u"Z\u0351\u036B\u0343\u036A\u0302a\u0300\u0301"_s;
-    QTest::newRow("a word of 10,000 letters") << u"w"_s.repeated(10'000);
-    QTest::newRow("100,000 lines") << u"line\n"_s.repeated(99'999) + u"last"_s;
-}
-
-void TestChatViewController::contentIsShownAsItCame()
-{
-    QFETCH(QString, text);
-    openWithKeys();
-    m_chat->server.answerEach(HttpAnswer::message(200, replyBody(text)));
-    m_chat->send(u"show me"_s);
-    QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
-    QVERIFY(m_chat->bubbles().last() == u"Nelo: "_s + text);
-    QElapsedTimer timer;
-    timer.start();
-    m_chat->window()->grab();
-    QVERIFY(timer.elapsed() < 1000 * slowness);
-}
-
-void TestChatViewController::theKeyIsNeverToldToAnybody()
-{
-    m_chat->storeKey(u"openai"_s, u"sk-very-secret"_s);
-    m_chat->open();
-    m_chat->server.answerInTurn({HttpAnswer::message(200, replyBody(u"yes"_s)), HttpAnswer::message(401, "no")});
-    m_chat->send(u"one"_s);
-    QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
-    const SeenDialog alert = answerDialog([this] { m_chat->send(u"two"_s); }, [](QDialog& dialog) { dialog.accept(); });
-    QVERIFY(!alert.text.contains(u"secret"));
-    QVERIFY(!m_chat->logEntries().join(u' ').contains(u"secret"));
-    QVERIFY(!Files::contentOf(neloChatHistoryURL()).contains("secret"));
-    QVERIFY(!m_chat->window()->windowTitle().contains(u"secret"));
-}
-
-void TestChatViewController::theKeyDialogSaysWhatItIsAbout()
-{
-    m_chat->open();
-    m_chat->modelPopup()->setCurrentText(u"deepseek-chat"_s);
-    const SeenDialog seen = answerDialog([this] { QTest::mouseClick(m_chat->plusButton(), Qt::LeftButton); },
-                                         [](QDialog& dialog) {
-                                             const auto* field = dialog.findChild<QLineEdit*>();
-                                             QVERIFY(field->hasFocus());
-                                             QCOMPARE(field->accessibleName(), u"DEEPSEEK API Key"_s);
-                                         });
-    QCOMPARE(seen.title, u"Configure API Key"_s);
-    QCOMPARE(seen.text, u"deepseek / deepseek-chat"_s);
-    QCOMPARE(seen.buttons, (QStringList{u"Save"_s, u"Cancel"_s}));
-    QCOMPARE(seen.fieldPlaceholder, u"DEEPSEEK API Key"_s);
-    QVERIFY(seen.isMasked);
-    QCOMPARE(seen.fieldSize, QSize(280, 24));
-}
-
-void TestChatViewController::saveStoresTheKeyWithoutBlanks()
-{
-    m_chat->open();
-    m_chat->modelPopup()->setCurrentText(u"moonshot-v1-8k"_s);
-    answerDialog([this] { m_chat->plusButton()->click(); },
-                 [](QDialog& dialog) {
-                     auto* field = dialog.findChild<QLineEdit*>();
-                     QTest::keyClicks(field, u" sk-kimi  "_s);
-                     QTest::keyClick(field, Qt::Key_Return);
-                 });
-    QCOMPARE(m_chat->storedKey(u"kimi"_s), u"sk-kimi"_s);
-    QCOMPARE(m_chat->storedKey(u"openai"_s), QString());
-}
-
-void TestChatViewController::anEmptyKeyIsStoredAndMissing()
-{
-    openWithKeys();
-    answerDialog([this] { m_chat->plusButton()->click(); },
-                 [](QDialog& dialog) {
-                     dialog.findChild<QLineEdit*>()->setText(u"  "_s);
-                     dialog.accept();
-                 });
-    QCOMPARE(m_chat->storedKey(u"openai"_s), QString());
-    const SeenDialog alert =
-        answerDialog([this] { m_chat->send(m_question); }, [](QDialog& dialog) { dialog.accept(); });
-    QCOMPARE(alert.title, u"API Key Required"_s);
-}
-
-void TestChatViewController::cancelStoresNothing()
-{
-    openWithKeys();
-    answerDialog([this] { m_chat->plusButton()->click(); },
-                 [](QDialog& dialog) {
-                     dialog.findChild<QLineEdit*>()->setText(u"other"_s);
-                     QTest::keyClick(&dialog, Qt::Key_Escape);
-                 });
-    QCOMPARE(m_chat->storedKey(u"openai"_s), u"sk-openai"_s);
-}
-
-void TestChatViewController::theKeyDialogStartsWithTheStoredKey()
-{
-    openWithKeys();
-    QString text;
-    answerDialog([this] { m_chat->plusButton()->click(); },
-                 [&text](QDialog& dialog) { text = dialog.findChild<QLineEdit*>()->text(); });
-    QCOMPARE(text, u"sk-openai"_s);
-}
-
-void TestChatViewController::aKeyThatCannotBeStoredIsTold()
-{
-    Files::create(m_chat->home.path(u".config"_s), "a file where the folder should be");
-    m_chat->open();
-    const QList<SeenDialog> seen = answerDialogs([this] { m_chat->plusButton()->click(); },
-                                                 {[](QDialog& dialog) {
-                                                      dialog.findChild<QLineEdit*>()->setText(u"sk-key"_s);
-                                                      dialog.accept();
-                                                  },
-                                                  [](QDialog& alert) { alert.accept(); }});
-    QCOMPARE(seen.size(), 2);
-    QCOMPARE(seen.last().title, u"Save Failed"_s);
-    QVERIFY(!seen.last().text.contains(u"sk-key"));
-}
-
-void TestChatViewController::aReplyForAWindowThatIsGoneIsDropped()
-{
-    openWithKeys();
-    m_chat->server.holdAnswers();
-    m_chat->send(m_question);
-    QTRY_COMPARE(m_chat->server.requests().size(), 1);
-    QTRY_COMPARE(loadChatHistory().size(), 2);
-    m_chat->close();
-    QTRY_COMPARE(m_chat->server.openConnections(), 0);
-    const QString request = u"provider=openai model=gpt-4o-mini "_s;
-    QCOMPARE(m_chat->logEntries(),
-             (QStringList{u"send triggered"_s, u"request started: "_s + request + u"messageChars=17"_s,
-                          u"callChatAPI: "_s + request + u"url="_s + m_chat->server.url()}));
-    QCOMPARE(loadChatHistory().size(), 2);
-
-    m_chat->open(); // and the question is there again
-    QCOMPARE(m_chat->bubbles().last(), u"Me: "_s + m_question);
-}
-
-void TestChatViewController::theWindowMayGoWhileItAsks_data()
-{
-    QTest::addColumn<QString>("about");
-    QTest::newRow("for a key") << u"plus"_s;
-    QTest::newRow("about a missing key") << u"missing"_s;
-    QTest::newRow("about a failure") << u"failure"_s;
-}
-
-void TestChatViewController::theWindowMayGoWhileItAsks()
-{
-    QFETCH(QString, about);
-    if (about == u"missing")
-        m_chat->open();
-    else
-        openWithKeys();
-    m_chat->server.answerEach(HttpAnswer::message(500, "no"));
-    const auto ask = [this, &about] {
-        m_chat->inputField()->setText(m_question);
-        QPushButton* button = about == u"plus" ? m_chat->plusButton() : m_chat->sendButton();
-        button->click();
-    };
-    const SeenDialog seen = answerDialog(ask, [this](QDialog& dialog) {
-        m_chat->close();
-        dialog.accept();
-    });
-    QVERIFY(seen.title != u"no dialog");
-    QVERIFY(!m_chat->window());
-}
 
 QTEST_MAIN(TestChatViewController)
 #include "TestChatViewController.moc"

@@ -16,20 +16,167 @@ class TestChatViewLayout final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        failOnUnexpectedWarning();
+        QApplication::setCursorFlashTime(0); // pictures are compared
+        m_chat = std::make_unique<ChatWindow>();
+        m_chat->open();
+        m_picture = m_chat->window()->grab().toImage();
+    }
 
-    void everythingIsInItsPlace_data();
-    void everythingIsInItsPlace();
-    void theComposerIsInItsPlace();
-    void panelsHaveTheGivenColors();
-    void panelsHaveRoundCorners();
-    void textsHaveTheGivenSizes();
-    void textIsDarkUnderADarkTheme();
-    void theHeaderLinksToTheMaker();
-    void theModelsAreInOrder();
-    void everyControlHasAName();
-    void tabGoesThroughThemInReadingOrder();
+    void cleanup() { m_chat.reset(); }
+
+    void everythingIsInItsPlace_data()
+    {
+        QTest::addColumn<QSize>("size");
+        QTest::newRow("at the first size") << QSize(980, 740);
+        QTest::newRow("in a larger window") << QSize(1300, 900);
+    }
+
+    void everythingIsInItsPlace()
+    {
+        QFETCH(QSize, size);
+        m_chat->window()->resize(size);
+        QCoreApplication::processEvents();
+        const QRect header = rectOf("header");
+        const QRect transcript = rectOf("transcriptScroll");
+        const QRect status = rectOf("debugLabel");
+        const QRect composer = rectOf("composer");
+
+        for (const QRect& rect : {header, transcript, status}) {
+            QCOMPARE(rect.left(), card().left() + 24);
+            QCOMPARE(rect.right(), card().right() - 24);
+        }
+        QCOMPARE(header.top(), card().top() + 14);
+        QVERIFY(header.height() < 40);
+        QCOMPARE(transcript.top(), header.bottom() + 1 + 14);
+        QCOMPARE(status.top(), transcript.bottom() + 1 + 8);
+        QCOMPARE(composer.top(), status.bottom() + 1 + 8);
+        QCOMPARE(composer.height(), 88);
+        QCOMPARE(composer.left(), card().left() + 120);
+        QCOMPARE(composer.right(), card().right() - 120);
+        QCOMPARE(composer.bottom(), card().bottom() - 18);
+    }
+
+    void theComposerIsInItsPlace()
+    {
+        const QRect composer = rectOf("composer");
+        const QRect input = rectOf("inputField");
+        const QRect plus = rectOf("plusButton");
+        const QRect model = rectOf("modelPopup");
+        const QRect send = rectOf("sendButton");
+
+        QCOMPARE(input.left(), composer.left() + 18);
+        QCOMPARE(input.height(), 28);
+        QVERIFY(m_chat->inputField()->minimumWidth() == 220);
+        QCOMPARE(plus.left(), input.right() + 1 + 12);
+        QCOMPARE(plus.width(), 28);
+        QCOMPARE(model.left(), plus.right() + 1 + 10);
+        QCOMPARE(model.width(), 150);
+        QCOMPARE(send.left(), model.right() + 1 + 10);
+        QCOMPARE(send.width(), 64);
+        QCOMPARE(send.right(), composer.right() - 16);
+        for (const QRect& rect : {input, plus, model, send})
+            QVERIFY(qAbs(rect.center().y() - composer.center().y()) <= 1);
+    }
+
+    void panelsHaveTheGivenColors()
+    {
+        QCOMPARE(pixel({5, 5}), white(0.92));
+        QCOMPARE(pixel({card().left() + 10, card().center().y()}), white(0.97));
+        QCOMPARE(pixel({card().left(), card().center().y()}), white(0.88)); // the border
+        QCOMPARE(pixel({card().center().x(), card().bottom()}), white(0.88));
+        QCOMPARE(pixel(rectOf("composer").center() - QPoint(0, 35)), white(0.91));
+        QCOMPARE(pixel({rectOf("composer").center().x(), rectOf("composer").top()}), white(0.91)); // no border
+        QCOMPARE(pixel(rectOf("transcriptScroll").bottomRight() - QPoint(30, 5)), white(0.97));
+    }
+
+    void panelsHaveRoundCorners()
+    {
+        const auto firstPainted = [this](QPoint corner, QRgb outside) { // along the diagonal
+            int steps = 0;
+            while (pixel(corner + QPoint(steps, steps)) == outside)
+                ++steps;
+            return steps;
+        };
+        // A circle of radius r leaves r * (1 - 1 / sqrt 2) of the diagonal's steps outside.
+        QCOMPARE(firstPainted(card().topLeft(), white(0.92)), 8);             // 28
+        QCOMPARE(firstPainted(rectOf("composer").topLeft(), white(0.97)), 6); // 22
+    }
+
+    void textsHaveTheGivenSizes()
+    {
+        QCOMPARE(m_chat->find<QWidget>("debugLabel")->font().pixelSize(), 11);
+        QCOMPARE(m_chat->inputField()->font().pixelSize(), 14);
+        QVERIFY(!m_chat->inputField()->hasFrame());
+        const QString header = m_chat->find<QLabel>("header")->text();
+        QVERIFY(header.contains(u"font-size:14px"));
+        QVERIFY(header.contains(u"font-weight:500"));
+        const auto* status = m_chat->find<QWidget>("debugLabel");
+        QCOMPARE(status->palette().color(QPalette::WindowText),
+                 Colors::secondaryText(status->parentWidget()->palette()));
+    }
+
+    void textIsDarkUnderADarkTheme()
+    {
+        const QPalette before = QApplication::palette();
+        QPalette dark(QColor(40, 40, 40));
+        dark.setColor(QPalette::Link, Qt::yellow);
+        QApplication::setPalette(dark);
+        m_chat->close();
+        m_chat->open();
+        const QImage picture = m_chat->window()->grab().toImage();
+        const auto restore = qScopeGuard([&before] { QApplication::setPalette(before); });
+
+        QCOMPARE(picture, m_picture); // the window's colours are given, whatever the theme
+    }
+
+    void theHeaderLinksToTheMaker()
+    {
+        const auto* header = m_chat->find<QLabel>("header");
+        QVERIFY(header->text().startsWith(u"Nelo为您提供最简单的AI入口服务。客服请联系我们：<a href=\"http"));
+        QVERIFY(header->openExternalLinks());
+        QVERIFY(header->textInteractionFlags().testFlags(Qt::TextSelectableByMouse | Qt::LinksAccessibleByKeyboard));
+        QVERIFY(!header->textInteractionFlags().testFlag(Qt::TextEditable));
+        QVERIFY(header->alignment().testFlag(Qt::AlignHCenter));
+    }
+
+    void theModelsAreInOrder()
+    {
+        QStringList models;
+        for (int index = 0; index < m_chat->modelPopup()->count(); ++index)
+            models.append(m_chat->modelPopup()->itemText(index));
+        QCOMPARE(models, (QStringList{u"gpt-4o-mini"_s, u"gpt-4.1-mini"_s, u"deepseek-chat"_s, u"moonshot-v1-8k"_s}));
+        QCOMPARE(m_chat->modelPopup()->currentIndex(), 0);
+    }
+
+    void everyControlHasAName()
+    {
+        const auto accessible = [](QWidget* control) { return QAccessible::queryAccessibleInterface(control); };
+        const auto nameOf = [&accessible](QWidget* control) { return accessible(control)->text(QAccessible::Name); };
+        QCOMPARE(nameOf(m_chat->transcript()), u"Conversation"_s);
+        QCOMPARE(nameOf(m_chat->inputField()), u"Send a message"_s);
+        QCOMPARE(nameOf(m_chat->plusButton()), u"+"_s);
+        QCOMPARE(nameOf(m_chat->sendButton()), u"Send"_s);
+        QCOMPARE(m_chat->modelPopup()->accessibleName(), u"Model"_s);
+        QCOMPARE(accessible(m_chat->modelPopup())->text(QAccessible::Description), u"Model"_s);
+        m_chat->send(u" "_s);
+        QCOMPARE(nameOf(m_chat->find<QWidget>("debugLabel")), u"empty input"_s);
+    }
+
+    void tabGoesThroughThemInReadingOrder()
+    {
+        QStringList reached;
+        m_chat->find<QWidget>("header")->setFocus();
+        for (int step = 0; step < 7; ++step) {
+            reached.append(m_chat->window()->focusWidget()->objectName());
+            QTest::keyClick(m_chat->window()->focusWidget(), Qt::Key_Tab);
+        }
+        reached.removeDuplicates(); // the header's link is a stop of its own
+        QCOMPARE(reached.mid(0, 6), (QStringList{u"header"_s, u"transcriptScroll"_s, u"inputField"_s, u"plusButton"_s,
+                                                 u"modelPopup"_s, u"sendButton"_s}));
+    }
 
 private:
     /// The rectangle of a control in the window.
@@ -46,170 +193,6 @@ private:
     std::unique_ptr<ChatWindow> m_chat;
     QImage m_picture;
 };
-
-void TestChatViewLayout::init()
-{
-    failOnUnexpectedWarning();
-    QApplication::setCursorFlashTime(0); // pictures are compared
-    m_chat = std::make_unique<ChatWindow>();
-    m_chat->open();
-    m_picture = m_chat->window()->grab().toImage();
-}
-
-void TestChatViewLayout::cleanup()
-{
-    m_chat.reset();
-}
-
-void TestChatViewLayout::everythingIsInItsPlace_data()
-{
-    QTest::addColumn<QSize>("size");
-    QTest::newRow("at the first size") << QSize(980, 740);
-    QTest::newRow("in a larger window") << QSize(1300, 900);
-}
-
-void TestChatViewLayout::everythingIsInItsPlace()
-{
-    QFETCH(QSize, size);
-    m_chat->window()->resize(size);
-    QCoreApplication::processEvents();
-    const QRect header = rectOf("header");
-    const QRect transcript = rectOf("transcriptScroll");
-    const QRect status = rectOf("debugLabel");
-    const QRect composer = rectOf("composer");
-
-    for (const QRect& rect : {header, transcript, status}) {
-        QCOMPARE(rect.left(), card().left() + 24);
-        QCOMPARE(rect.right(), card().right() - 24);
-    }
-    QCOMPARE(header.top(), card().top() + 14);
-    QVERIFY(header.height() < 40);
-    QCOMPARE(transcript.top(), header.bottom() + 1 + 14);
-    QCOMPARE(status.top(), transcript.bottom() + 1 + 8);
-    QCOMPARE(composer.top(), status.bottom() + 1 + 8);
-    QCOMPARE(composer.height(), 88);
-    QCOMPARE(composer.left(), card().left() + 120);
-    QCOMPARE(composer.right(), card().right() - 120);
-    QCOMPARE(composer.bottom(), card().bottom() - 18);
-}
-
-void TestChatViewLayout::theComposerIsInItsPlace()
-{
-    const QRect composer = rectOf("composer");
-    const QRect input = rectOf("inputField");
-    const QRect plus = rectOf("plusButton");
-    const QRect model = rectOf("modelPopup");
-    const QRect send = rectOf("sendButton");
-
-    QCOMPARE(input.left(), composer.left() + 18);
-    QCOMPARE(input.height(), 28);
-    QVERIFY(m_chat->inputField()->minimumWidth() == 220);
-    QCOMPARE(plus.left(), input.right() + 1 + 12);
-    QCOMPARE(plus.width(), 28);
-    QCOMPARE(model.left(), plus.right() + 1 + 10);
-    QCOMPARE(model.width(), 150);
-    QCOMPARE(send.left(), model.right() + 1 + 10);
-    QCOMPARE(send.width(), 64);
-    QCOMPARE(send.right(), composer.right() - 16);
-    for (const QRect& rect : {input, plus, model, send})
-        QVERIFY(qAbs(rect.center().y() - composer.center().y()) <= 1);
-}
-
-void TestChatViewLayout::panelsHaveTheGivenColors()
-{
-    QCOMPARE(pixel({5, 5}), white(0.92));
-    QCOMPARE(pixel({card().left() + 10, card().center().y()}), white(0.97));
-    QCOMPARE(pixel({card().left(), card().center().y()}), white(0.88)); // the border
-    QCOMPARE(pixel({card().center().x(), card().bottom()}), white(0.88));
-    QCOMPARE(pixel(rectOf("composer").center() - QPoint(0, 35)), white(0.91));
-    QCOMPARE(pixel({rectOf("composer").center().x(), rectOf("composer").top()}), white(0.91)); // no border
-    QCOMPARE(pixel(rectOf("transcriptScroll").bottomRight() - QPoint(30, 5)), white(0.97));
-}
-
-void TestChatViewLayout::panelsHaveRoundCorners()
-{
-    const auto firstPainted = [this](QPoint corner, QRgb outside) { // along the diagonal
-        int steps = 0;
-        while (pixel(corner + QPoint(steps, steps)) == outside)
-            ++steps;
-        return steps;
-    };
-    // A circle of radius r leaves r * (1 - 1 / sqrt 2) of the diagonal's steps outside.
-    QCOMPARE(firstPainted(card().topLeft(), white(0.92)), 8);             // 28
-    QCOMPARE(firstPainted(rectOf("composer").topLeft(), white(0.97)), 6); // 22
-}
-
-void TestChatViewLayout::textsHaveTheGivenSizes()
-{
-    QCOMPARE(m_chat->find<QWidget>("debugLabel")->font().pixelSize(), 11);
-    QCOMPARE(m_chat->inputField()->font().pixelSize(), 14);
-    QVERIFY(!m_chat->inputField()->hasFrame());
-    const QString header = m_chat->find<QLabel>("header")->text();
-    QVERIFY(header.contains(u"font-size:14px"));
-    QVERIFY(header.contains(u"font-weight:500"));
-    const auto* status = m_chat->find<QWidget>("debugLabel");
-    QCOMPARE(status->palette().color(QPalette::WindowText), Colors::secondaryText(status->parentWidget()->palette()));
-}
-
-void TestChatViewLayout::textIsDarkUnderADarkTheme()
-{
-    const QPalette before = QApplication::palette();
-    QPalette dark(QColor(40, 40, 40));
-    dark.setColor(QPalette::Link, Qt::yellow);
-    QApplication::setPalette(dark);
-    m_chat->close();
-    m_chat->open();
-    const QImage picture = m_chat->window()->grab().toImage();
-    const auto restore = qScopeGuard([&before] { QApplication::setPalette(before); });
-
-    QCOMPARE(picture, m_picture); // the window's colours are given, whatever the theme
-}
-
-void TestChatViewLayout::theHeaderLinksToTheMaker()
-{
-    const auto* header = m_chat->find<QLabel>("header");
-    QVERIFY(header->text().startsWith(u"Nelo为您提供最简单的AI入口服务。客服请联系我们：<a href=\"http"));
-    QVERIFY(header->openExternalLinks());
-    QVERIFY(header->textInteractionFlags().testFlags(Qt::TextSelectableByMouse | Qt::LinksAccessibleByKeyboard));
-    QVERIFY(!header->textInteractionFlags().testFlag(Qt::TextEditable));
-    QVERIFY(header->alignment().testFlag(Qt::AlignHCenter));
-}
-
-void TestChatViewLayout::theModelsAreInOrder()
-{
-    QStringList models;
-    for (int index = 0; index < m_chat->modelPopup()->count(); ++index)
-        models.append(m_chat->modelPopup()->itemText(index));
-    QCOMPARE(models, (QStringList{u"gpt-4o-mini"_s, u"gpt-4.1-mini"_s, u"deepseek-chat"_s, u"moonshot-v1-8k"_s}));
-    QCOMPARE(m_chat->modelPopup()->currentIndex(), 0);
-}
-
-void TestChatViewLayout::everyControlHasAName()
-{
-    const auto accessible = [](QWidget* control) { return QAccessible::queryAccessibleInterface(control); };
-    const auto nameOf = [&accessible](QWidget* control) { return accessible(control)->text(QAccessible::Name); };
-    QCOMPARE(nameOf(m_chat->transcript()), u"Conversation"_s);
-    QCOMPARE(nameOf(m_chat->inputField()), u"Send a message"_s);
-    QCOMPARE(nameOf(m_chat->plusButton()), u"+"_s);
-    QCOMPARE(nameOf(m_chat->sendButton()), u"Send"_s);
-    QCOMPARE(m_chat->modelPopup()->accessibleName(), u"Model"_s);
-    QCOMPARE(accessible(m_chat->modelPopup())->text(QAccessible::Description), u"Model"_s);
-    m_chat->send(u" "_s);
-    QCOMPARE(nameOf(m_chat->find<QWidget>("debugLabel")), u"empty input"_s);
-}
-
-void TestChatViewLayout::tabGoesThroughThemInReadingOrder()
-{
-    QStringList reached;
-    m_chat->find<QWidget>("header")->setFocus();
-    for (int step = 0; step < 7; ++step) {
-        reached.append(m_chat->window()->focusWidget()->objectName());
-        QTest::keyClick(m_chat->window()->focusWidget(), Qt::Key_Tab);
-    }
-    reached.removeDuplicates(); // the header's link is a stop of its own
-    QCOMPARE(reached.mid(0, 6), (QStringList{u"header"_s, u"transcriptScroll"_s, u"inputField"_s, u"plusButton"_s,
-                                             u"modelPopup"_s, u"sendButton"_s}));
-}
 
 QTEST_MAIN(TestChatViewLayout)
 #include "TestChatViewLayout.moc"

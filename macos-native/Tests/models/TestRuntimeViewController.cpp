@@ -19,17 +19,129 @@ class TestRuntimeViewController final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void nothingIsBuiltBeforeItIsAskedFor();
-    void loadsItsReportOnce();
-    void refreshAsksAgain();
-    void aDeadHelperIsShownAndTheNextRefreshRecovers();
-    void aReplyIsPlainText();
-    void aLongErrorScrollsAndLeavesTheSizeAlone();
-    void keepsItsMargins();
-    void controlsHaveAccessibleNames();
-    void theKeyboardGoesFromTheButtonToTheReport();
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_backend.emplace();
+        m_backend->answer("openclaw_runtime_status", {{"os", "Debian 你好"}, {"installed", true}});
+        m_controller = std::make_unique<RuntimeViewController>();
+        m_controller->resize(900, 600);
+    }
+
+    void cleanup()
+    {
+        m_controller.reset();
+        m_backend.reset();
+    }
+
+    void nothingIsBuiltBeforeItIsAskedFor()
+    {
+        QVERIFY(m_controller->findChildren<QLabel*>().isEmpty()); // not even built
+        QCOMPARE(m_backend->count("openclaw_runtime_status"), 0);
+    }
+
+    void loadsItsReportOnce()
+    {
+        m_controller->loadViewIfNeeded();
+        QVERIFY(summary().startsWith(QStringLiteral("OS: Debian 你好\nInstalled: yes\n")));
+        QCOMPARE(status(), QStringLiteral("Runtime status refreshed."));
+
+        m_controller->show();
+        m_controller->hide();
+        m_controller->show();
+        QCOMPARE(m_backend->count("openclaw_runtime_status"), 1);
+        QCOMPARE(m_backend->calls().front().args.dump(), std::string("[]"));
+    }
+
+    void refreshAsksAgain()
+    {
+        m_controller->loadViewIfNeeded();
+        m_backend->answer("openclaw_runtime_status", Json::object());
+        pressRefresh();
+        QCOMPARE(summary(), QStringLiteral("Runtime status unavailable."));
+        QCOMPARE(status(), QStringLiteral("Failed to refresh runtime status."));
+    }
+
+    void aDeadHelperIsShownAndTheNextRefreshRecovers()
+    {
+        m_controller->loadViewIfNeeded();
+        m_backend->script("openclaw_runtime_status", {{{"exit", 1}}});
+        pressRefresh();
+        QCOMPARE(summary(), QStringLiteral("ERROR: backend helper terminated"));
+        QCOMPARE(status(), QStringLiteral("Failed to refresh runtime status."));
+
+        m_backend->answer("openclaw_runtime_status", {{"os", "back"}});
+        pressRefresh();
+        QVERIFY(summary().startsWith(QStringLiteral("OS: back\n")));
+        QCOMPARE(status(), QStringLiteral("Runtime status refreshed."));
+    }
+
+    void aReplyIsPlainText()
+    {
+        m_backend->answer("openclaw_runtime_status", {{"os", "<b>bold</b>"}});
+        m_controller->loadViewIfNeeded();
+        QVERIFY(summary().startsWith(QStringLiteral("OS: <b>bold</b>\n")));
+        for (const QLabel* label : m_controller->findChildren<QLabel*>())
+            QCOMPARE(label->textFormat(), Qt::PlainText);
+    }
+
+    void aLongErrorScrollsAndLeavesTheSizeAlone()
+    {
+        m_backend->raise("openclaw_runtime_status", "ValueError", std::string(10'000, 'x') + std::string(1'000, '\n'));
+        m_controller->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_controller.get()));
+        QCOMPARE(m_controller->size(), QSize(900, 600));
+        QVERIFY(m_controller->minimumSizeHint().width() < 900);
+        QVERIFY(m_controller->minimumSizeHint().height() < 600);
+        QVERIFY(m_controller->findChild<QScrollArea*>()->verticalScrollBar()->maximum()
+                > 0); // all of it can be reached
+    }
+
+    void keepsItsMargins()
+    {
+        m_controller->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_controller.get()));
+        const auto frame = [this](const QWidget* widget) {
+            return QRect(widget->mapTo(m_controller.get(), QPoint()), widget->size());
+        };
+        const QRect button = frame(m_controller->findChild<QPushButton*>());
+        const QRect box = frame(m_controller->findChild<QGroupBox*>());
+        const QRect statusLine = frame(m_controller->findChild<QLabel*>(QStringLiteral("statusLabel")));
+        QCOMPARE(button.topLeft(), QPoint(16, 16));
+        QCOMPARE(box.left(), 16);
+        QCOMPARE(box.top(), button.bottom() + 1 + 10);
+        QCOMPARE(box.right() + 1, 900 - 16);
+        QCOMPARE(statusLine.left(), 16);
+        QCOMPARE(statusLine.right() + 1, 900 - 16);
+        QCOMPARE(statusLine.bottom() + 1, 600 - 14);
+        QVERIFY(statusLine.top() - (box.bottom() + 1) >= 12);
+        const auto* group = m_controller->findChild<QGroupBox*>();
+        const QRect report = frame(m_controller->findChild<QLabel*>(QStringLiteral("summaryLabel")));
+        const QRect inside = group->contentsRect().translated(box.topLeft());
+        QCOMPARE(report.left(), inside.left() + 10);
+        QCOMPARE(report.top(), inside.top() + 10);
+        QCOMPARE(report.right(), inside.right() - 10);
+        QCOMPARE(report.bottom(), inside.bottom() - 10);
+        QCOMPARE(group->title(), QStringLiteral("OpenClaw Runtime"));
+    }
+
+    void controlsHaveAccessibleNames()
+    {
+        m_controller->loadViewIfNeeded();
+        QCOMPARE(m_controller->findChild<QPushButton*>()->accessibleName(), QStringLiteral("Refresh"));
+    }
+
+    void theKeyboardGoesFromTheButtonToTheReport()
+    {
+        m_controller->show();
+        QVERIFY(QTest::qWaitForWindowActive(m_controller.get()));
+        auto* const button = m_controller->findChild<QPushButton*>();
+        button->setFocus();
+        QTest::keyClick(button, Qt::Key_Tab);
+        QVERIFY(m_controller->findChild<QScrollArea*>()->widget()->hasFocus());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        QVERIFY(button->hasFocus()); // the frame in between takes no part
+    }
 
 private:
     QString summary() const { return m_controller->findChild<QLabel*>(QStringLiteral("summaryLabel"))->text(); }
@@ -39,129 +151,6 @@ private:
     std::optional<ScriptedBackend> m_backend;
     std::unique_ptr<RuntimeViewController> m_controller;
 };
-
-void TestRuntimeViewController::init()
-{
-    failOnUnexpectedWarning();
-    m_backend.emplace();
-    m_backend->answer("openclaw_runtime_status", {{"os", "Debian 你好"}, {"installed", true}});
-    m_controller = std::make_unique<RuntimeViewController>();
-    m_controller->resize(900, 600);
-}
-
-void TestRuntimeViewController::cleanup()
-{
-    m_controller.reset();
-    m_backend.reset();
-}
-
-void TestRuntimeViewController::nothingIsBuiltBeforeItIsAskedFor()
-{
-    QVERIFY(m_controller->findChildren<QLabel*>().isEmpty()); // not even built
-    QCOMPARE(m_backend->count("openclaw_runtime_status"), 0);
-}
-
-void TestRuntimeViewController::loadsItsReportOnce()
-{
-    m_controller->loadViewIfNeeded();
-    QVERIFY(summary().startsWith(QStringLiteral("OS: Debian 你好\nInstalled: yes\n")));
-    QCOMPARE(status(), QStringLiteral("Runtime status refreshed."));
-
-    m_controller->show();
-    m_controller->hide();
-    m_controller->show();
-    QCOMPARE(m_backend->count("openclaw_runtime_status"), 1);
-    QCOMPARE(m_backend->calls().front().args.dump(), std::string("[]"));
-}
-
-void TestRuntimeViewController::refreshAsksAgain()
-{
-    m_controller->loadViewIfNeeded();
-    m_backend->answer("openclaw_runtime_status", Json::object());
-    pressRefresh();
-    QCOMPARE(summary(), QStringLiteral("Runtime status unavailable."));
-    QCOMPARE(status(), QStringLiteral("Failed to refresh runtime status."));
-}
-
-void TestRuntimeViewController::aDeadHelperIsShownAndTheNextRefreshRecovers()
-{
-    m_controller->loadViewIfNeeded();
-    m_backend->script("openclaw_runtime_status", {{{"exit", 1}}});
-    pressRefresh();
-    QCOMPARE(summary(), QStringLiteral("ERROR: backend helper terminated"));
-    QCOMPARE(status(), QStringLiteral("Failed to refresh runtime status."));
-
-    m_backend->answer("openclaw_runtime_status", {{"os", "back"}});
-    pressRefresh();
-    QVERIFY(summary().startsWith(QStringLiteral("OS: back\n")));
-    QCOMPARE(status(), QStringLiteral("Runtime status refreshed."));
-}
-
-void TestRuntimeViewController::aReplyIsPlainText()
-{
-    m_backend->answer("openclaw_runtime_status", {{"os", "<b>bold</b>"}});
-    m_controller->loadViewIfNeeded();
-    QVERIFY(summary().startsWith(QStringLiteral("OS: <b>bold</b>\n")));
-    for (const QLabel* label : m_controller->findChildren<QLabel*>())
-        QCOMPARE(label->textFormat(), Qt::PlainText);
-}
-
-void TestRuntimeViewController::aLongErrorScrollsAndLeavesTheSizeAlone()
-{
-    m_backend->raise("openclaw_runtime_status", "ValueError", std::string(10'000, 'x') + std::string(1'000, '\n'));
-    m_controller->show();
-    QVERIFY(QTest::qWaitForWindowExposed(m_controller.get()));
-    QCOMPARE(m_controller->size(), QSize(900, 600));
-    QVERIFY(m_controller->minimumSizeHint().width() < 900);
-    QVERIFY(m_controller->minimumSizeHint().height() < 600);
-    QVERIFY(m_controller->findChild<QScrollArea*>()->verticalScrollBar()->maximum() > 0); // all of it can be reached
-}
-
-void TestRuntimeViewController::keepsItsMargins()
-{
-    m_controller->show();
-    QVERIFY(QTest::qWaitForWindowExposed(m_controller.get()));
-    const auto frame = [this](const QWidget* widget) {
-        return QRect(widget->mapTo(m_controller.get(), QPoint()), widget->size());
-    };
-    const QRect button = frame(m_controller->findChild<QPushButton*>());
-    const QRect box = frame(m_controller->findChild<QGroupBox*>());
-    const QRect statusLine = frame(m_controller->findChild<QLabel*>(QStringLiteral("statusLabel")));
-    QCOMPARE(button.topLeft(), QPoint(16, 16));
-    QCOMPARE(box.left(), 16);
-    QCOMPARE(box.top(), button.bottom() + 1 + 10);
-    QCOMPARE(box.right() + 1, 900 - 16);
-    QCOMPARE(statusLine.left(), 16);
-    QCOMPARE(statusLine.right() + 1, 900 - 16);
-    QCOMPARE(statusLine.bottom() + 1, 600 - 14);
-    QVERIFY(statusLine.top() - (box.bottom() + 1) >= 12);
-    const auto* group = m_controller->findChild<QGroupBox*>();
-    const QRect report = frame(m_controller->findChild<QLabel*>(QStringLiteral("summaryLabel")));
-    const QRect inside = group->contentsRect().translated(box.topLeft());
-    QCOMPARE(report.left(), inside.left() + 10);
-    QCOMPARE(report.top(), inside.top() + 10);
-    QCOMPARE(report.right(), inside.right() - 10);
-    QCOMPARE(report.bottom(), inside.bottom() - 10);
-    QCOMPARE(group->title(), QStringLiteral("OpenClaw Runtime"));
-}
-
-void TestRuntimeViewController::controlsHaveAccessibleNames()
-{
-    m_controller->loadViewIfNeeded();
-    QCOMPARE(m_controller->findChild<QPushButton*>()->accessibleName(), QStringLiteral("Refresh"));
-}
-
-void TestRuntimeViewController::theKeyboardGoesFromTheButtonToTheReport()
-{
-    m_controller->show();
-    QVERIFY(QTest::qWaitForWindowActive(m_controller.get()));
-    auto* const button = m_controller->findChild<QPushButton*>();
-    button->setFocus();
-    QTest::keyClick(button, Qt::Key_Tab);
-    QVERIFY(m_controller->findChild<QScrollArea*>()->widget()->hasFocus());
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-    QVERIFY(button->hasFocus()); // the frame in between takes no part
-}
 
 QTEST_MAIN(TestRuntimeViewController)
 #include "TestRuntimeViewController.moc"

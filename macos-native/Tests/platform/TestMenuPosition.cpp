@@ -2,16 +2,6 @@
 
 #include <QTest>
 
-class TestMenuPosition final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void hangsBelowAnIconAtTheTop();
-    void standsOnAnIconAtTheBottom();
-    void countsFromItsOwnScreen();
-};
-
 namespace {
 
 constexpr QRect screen(0, 0, 1280, 900);
@@ -19,22 +9,22 @@ constexpr QSize menu(200, 150);
 
 } // namespace
 
-void TestMenuPosition::hangsBelowAnIconAtTheTop()
+class TestMenuPosition final : public QObject
 {
-    QCOMPARE(menuPosition({1200, 0, 24, 24}, menu, screen), QPoint(1200, 24));
-}
+    Q_OBJECT
 
-void TestMenuPosition::standsOnAnIconAtTheBottom()
-{
-    QCOMPARE(menuPosition({1200, 876, 24, 24}, menu, screen), QPoint(1200, 726));
-}
+private slots:
+    void hangsBelowAnIconAtTheTop() { QCOMPARE(menuPosition({1200, 0, 24, 24}, menu, screen), QPoint(1200, 24)); }
 
-void TestMenuPosition::countsFromItsOwnScreen()
-{
-    const QRect below(0, 900, 1280, 900);
-    QCOMPARE(menuPosition({10, 900, 24, 24}, menu, below), QPoint(10, 924));
-    QCOMPARE(menuPosition({10, 1776, 24, 24}, menu, below), QPoint(10, 1626));
-}
+    void standsOnAnIconAtTheBottom() { QCOMPARE(menuPosition({1200, 876, 24, 24}, menu, screen), QPoint(1200, 726)); }
+
+    void countsFromItsOwnScreen()
+    {
+        const QRect below(0, 900, 1280, 900);
+        QCOMPARE(menuPosition({10, 900, 24, 24}, menu, below), QPoint(10, 924));
+        QCOMPARE(menuPosition({10, 1776, 24, 24}, menu, below), QPoint(10, 1626));
+    }
+};
 
 QTEST_APPLESS_MAIN(TestMenuPosition)
 

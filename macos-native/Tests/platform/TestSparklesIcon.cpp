@@ -6,20 +6,6 @@
 #include <QPainter>
 #include <QTest>
 
-/// The status icon of our own.
-class TestSparklesIcon final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void offersTheSizesThatPanelsAskFor();
-    void standsOutOnItsPanel_data();
-    void standsOutOnItsPanel();
-    void isDrawnAnewAtTwiceTheScale();
-    void leavesItsCornersClear();
-};
-
 namespace {
 
 QImage onPanel(int side, const QColor& panel)
@@ -44,60 +30,65 @@ double legibleShare(const QImage& image, const QColor& panel)
 
 } // namespace
 
-void TestSparklesIcon::init()
+/// The status icon of our own.
+class TestSparklesIcon final : public QObject
 {
-    failOnUnexpectedWarning();
-}
+    Q_OBJECT
 
-void TestSparklesIcon::offersTheSizesThatPanelsAskFor()
-{
-    const QIcon icon = sparklesIcon();
-    QVERIFY(!icon.isNull());
-    for (const int side : {16, 22, 24, 32, 44, 48})
-        QVERIFY(icon.availableSizes().contains(QSize(side, side)));
-    QCOMPARE(icon.pixmap(24, 24).size(), QSize(24, 24));
-}
+private slots:
+    void init() { failOnUnexpectedWarning(); }
 
-void TestSparklesIcon::standsOutOnItsPanel_data()
-{
-    QTest::addColumn<QColor>("panel");
-    QTest::addColumn<int>("side");
-    for (const int side : {16, 22, 24, 48}) {
-        QTest::addRow("%d pixels on white", side) << QColor(Qt::white) << side;
-        QTest::addRow("%d pixels on light grey", side) << QColor(222, 222, 222) << side;
-        QTest::addRow("%d pixels on a panel as dark as a desktop's night theme", side) << QColor(46, 46, 46) << side;
-        QTest::addRow("%d pixels on black", side) << QColor(Qt::black) << side;
+    void offersTheSizesThatPanelsAskFor()
+    {
+        const QIcon icon = sparklesIcon();
+        QVERIFY(!icon.isNull());
+        for (const int side : {16, 22, 24, 32, 44, 48})
+            QVERIFY(icon.availableSizes().contains(QSize(side, side)));
+        QCOMPARE(icon.pixmap(24, 24).size(), QSize(24, 24));
     }
-}
 
-void TestSparklesIcon::standsOutOnItsPanel()
-{
-    QFETCH(QColor, panel);
-    QFETCH(int, side);
-    QVERIFY(legibleShare(onPanel(side, panel), panel) > 0.12);
-}
-
-void TestSparklesIcon::isDrawnAnewAtTwiceTheScale()
-{
-    const QImage drawn = onPanel(48, Qt::black);
-    const QImage enlarged = onPanel(24, Qt::black).scaled(48, 48, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    const auto extremes = [](const QImage& image) {
-        int count = 0;
-        for (int y = 0; y < image.height(); ++y) {
-            for (int x = 0; x < image.width(); ++x)
-                count += image.pixelColor(x, y).lightness() > 250 ? 1 : 0;
+    void standsOutOnItsPanel_data()
+    {
+        QTest::addColumn<QColor>("panel");
+        QTest::addColumn<int>("side");
+        for (const int side : {16, 22, 24, 48}) {
+            QTest::addRow("%d pixels on white", side) << QColor(Qt::white) << side;
+            QTest::addRow("%d pixels on light grey", side) << QColor(222, 222, 222) << side;
+            QTest::addRow("%d pixels on a panel as dark as a desktop's night theme", side)
+                << QColor(46, 46, 46) << side;
+            QTest::addRow("%d pixels on black", side) << QColor(Qt::black) << side;
         }
-        return count;
-    };
-    QVERIFY(extremes(drawn) > extremes(enlarged)); // edges are one pixel wide, not smeared over two
-}
+    }
 
-void TestSparklesIcon::leavesItsCornersClear()
-{
-    const QImage image = sparklesIcon().pixmap(24, 24).toImage();
-    QCOMPARE(image.pixelColor(0, 0).alpha(), 0);
-    QCOMPARE(image.pixelColor(0, 23).alpha(), 0);
-}
+    void standsOutOnItsPanel()
+    {
+        QFETCH(QColor, panel);
+        QFETCH(int, side);
+        QVERIFY(legibleShare(onPanel(side, panel), panel) > 0.12);
+    }
+
+    void isDrawnAnewAtTwiceTheScale()
+    {
+        const QImage drawn = onPanel(48, Qt::black);
+        const QImage enlarged = onPanel(24, Qt::black).scaled(48, 48, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        const auto extremes = [](const QImage& image) {
+            int count = 0;
+            for (int y = 0; y < image.height(); ++y) {
+                for (int x = 0; x < image.width(); ++x)
+                    count += image.pixelColor(x, y).lightness() > 250 ? 1 : 0;
+            }
+            return count;
+        };
+        QVERIFY(extremes(drawn) > extremes(enlarged)); // edges are one pixel wide, not smeared over two
+    }
+
+    void leavesItsCornersClear()
+    {
+        const QImage image = sparklesIcon().pixmap(24, 24).toImage();
+        QCOMPARE(image.pixelColor(0, 0).alpha(), 0);
+        QCOMPARE(image.pixelColor(0, 23).alpha(), 0);
+    }
+};
 
 QTEST_MAIN(TestSparklesIcon)
 #include "TestSparklesIcon.moc"

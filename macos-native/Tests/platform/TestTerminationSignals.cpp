@@ -13,81 +13,70 @@ class TestTerminationSignals final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void reachTheEventLoop_data();
-    void reachTheEventLoop();
-    void severalAreOne();
-    void aSecondOneEndsTheProgramAtOnce();
-    void anIgnoredOneStaysIgnored();
-    void goBackToWhatTheyWere();
-};
+    void init() { failOnUnexpectedWarning(); }
 
-void TestTerminationSignals::init()
-{
-    failOnUnexpectedWarning();
-}
+    void reachTheEventLoop_data()
+    {
+        QTest::addColumn<int>("number");
+        QTest::newRow("terminate") << SIGTERM;
+        QTest::newRow("interrupt") << SIGINT;
+        QTest::newRow("hang up") << SIGHUP;
+    }
 
-void TestTerminationSignals::reachTheEventLoop_data()
-{
-    QTest::addColumn<int>("number");
-    QTest::newRow("terminate") << SIGTERM;
-    QTest::newRow("interrupt") << SIGINT;
-    QTest::newRow("hang up") << SIGHUP;
-}
+    void reachTheEventLoop()
+    {
+        QFETCH(int, number);
+        const TerminationSignals terminationSignals;
+        const QSignalSpy spy(&terminationSignals, &TerminationSignals::received);
+        raise(number);
+        QCOMPARE(spy.count(), 0); // not from within the handler
+        QTRY_COMPARE(spy.count(), 1);
+    }
 
-void TestTerminationSignals::reachTheEventLoop()
-{
-    QFETCH(int, number);
-    const TerminationSignals terminationSignals;
-    const QSignalSpy spy(&terminationSignals, &TerminationSignals::received);
-    raise(number);
-    QCOMPARE(spy.count(), 0); // not from within the handler
-    QTRY_COMPARE(spy.count(), 1);
-}
-
-void TestTerminationSignals::severalAreOne()
-{
-    const TerminationSignals terminationSignals;
-    const QSignalSpy spy(&terminationSignals, &TerminationSignals::received);
-    raise(SIGTERM);
-    raise(SIGINT);
-    QTRY_COMPARE(spy.count(), 1);
-    QCoreApplication::processEvents();
-    QCOMPARE(spy.count(), 1);
-}
-
-void TestTerminationSignals::aSecondOneEndsTheProgramAtOnce()
-{
-    const TerminationSignals terminationSignals;
-    raise(SIGTERM);
-    struct sigaction action
-    {};
-    sigaction(SIGTERM, nullptr, &action);
-    QVERIFY(action.sa_handler == SIG_DFL);
-}
-
-void TestTerminationSignals::anIgnoredOneStaysIgnored()
-{
-    const auto before = signal(SIGHUP, SIG_IGN);
+    void severalAreOne()
     {
         const TerminationSignals terminationSignals;
+        const QSignalSpy spy(&terminationSignals, &TerminationSignals::received);
+        raise(SIGTERM);
+        raise(SIGINT);
+        QTRY_COMPARE(spy.count(), 1);
+        QCoreApplication::processEvents();
+        QCOMPARE(spy.count(), 1);
+    }
+
+    void aSecondOneEndsTheProgramAtOnce()
+    {
+        const TerminationSignals terminationSignals;
+        raise(SIGTERM);
         struct sigaction action
         {};
-        sigaction(SIGHUP, nullptr, &action);
-        QVERIFY(action.sa_handler == SIG_IGN);
+        sigaction(SIGTERM, nullptr, &action);
+        QVERIFY(action.sa_handler == SIG_DFL);
     }
-    QVERIFY(signal(SIGHUP, before) == SIG_IGN);
-}
 
-void TestTerminationSignals::goBackToWhatTheyWere()
-{
-    constexpr auto handler = [](int) {};
-    const auto before = signal(SIGTERM, handler);
+    void anIgnoredOneStaysIgnored()
     {
-        const TerminationSignals terminationSignals;
+        const auto before = signal(SIGHUP, SIG_IGN);
+        {
+            const TerminationSignals terminationSignals;
+            struct sigaction action
+            {};
+            sigaction(SIGHUP, nullptr, &action);
+            QVERIFY(action.sa_handler == SIG_IGN);
+        }
+        QVERIFY(signal(SIGHUP, before) == SIG_IGN);
     }
-    QVERIFY(signal(SIGTERM, before) == static_cast<sighandler_t>(handler));
-}
+
+    void goBackToWhatTheyWere()
+    {
+        constexpr auto handler = [](int) {};
+        const auto before = signal(SIGTERM, handler);
+        {
+            const TerminationSignals terminationSignals;
+        }
+        QVERIFY(signal(SIGTERM, before) == static_cast<sighandler_t>(handler));
+    }
+};
 
 QTEST_GUILESS_MAIN(TestTerminationSignals)
 #include "TestTerminationSignals.moc"

@@ -12,52 +12,6 @@
 #include <optional>
 #include <thread>
 
-/// The API keys: which is shown, where they are kept, and where they never go.
-class TestSettingsKeys final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void cleanup() { m_settings.reset(); }
-    void withoutKeysTheFieldIsEmptyForEveryProvider();
-    void showsTheStoredKeyOfEachProvider();
-    void theDocumentsKeyWinsForItsProviderOnly();
-    void anEmptyDocumentKeyLeavesTheStoredOne();
-    void aDocumentKeyOfAnotherTypeIsDescribed();
-    void aTypedKeyIsBackAfterSwitchingAndTrimmed();
-    void switchingTheProviderLeavesTheModelAndSavesNothing();
-    void switchingToNoProviderShowsTheFirstOnes();
-    void reloadDiscardsTheTypedKeysOfAllProviders();
-    void loadingFiresNoChangeOfProvider();
-    void savingSendsTheSelectedProvidersKeyAndStoresAll();
-    void savingTrimsTheKeyAndKeepsTheFieldAsTyped();
-    void aKeyWithALineBreakInsideIsKept();
-    void savingStoresEmptyKeysToo();
-    void aFailedSaveStoresTheKeys();
-    void aSaveAfterAFailedFirstLoadLeavesTheOtherKeys();
-    void theKeysAreStoredOnceTheBackendHasAnswered();
-    void aStoreThatCannotBeWrittenLosesNothingInTheForm();
-    void theKeyIsMasked();
-    void theKeyCannotBeCopied_data();
-    void theKeyCannotBeCopied();
-    void theContextMenuCopiesNothing();
-    void theKeyCannotBeDraggedAway();
-    void assistiveTechnologyDoesNotReadTheKey();
-    void anUnsavedKeyNeverLeavesTheProcess();
-    void aSavedKeyIsInTheDocumentAndTheDefaultsOnly();
-
-private:
-    QString key() { return m_settings->text("cloudAPIKeyField"); }
-    QLineEdit* field() { return m_settings->find<QLineEdit>("cloudAPIKeyField"); }
-    QString stored(const char* provider) { return m_store.key(QString::fromLatin1(provider)); }
-    void store(const char* provider, const QString& key);
-    QStringList filesWith(const QString& text) const;
-
-    std::optional<SettingsFixture> m_settings;
-    ApiKeyStore m_store;
-};
-
 namespace {
 
 const QString secret = QStringLiteral("sk-secret");
@@ -73,319 +27,336 @@ QStringList clipboardTexts()
 
 } // namespace
 
-void TestSettingsKeys::init()
+/// The API keys: which is shown, where they are kept, and where they never go.
+class TestSettingsKeys final : public QObject
 {
-    failOnUnexpectedWarning();
-    m_settings.emplace();
-    QGuiApplication::clipboard()->setText(QStringLiteral("before"));
-}
+    Q_OBJECT
 
-void TestSettingsKeys::store(const char* provider, const QString& key)
-{
-    QVERIFY(m_store.setKey(QString::fromLatin1(provider), key));
-}
+private slots:
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_settings.emplace();
+        QGuiApplication::clipboard()->setText(QStringLiteral("before"));
+    }
 
-/// The files under the home folder and the backend's that hold `text`, by name.
-QStringList TestSettingsKeys::filesWith(const QString& text) const
-{
-    QStringList names;
-    for (const QString& folder : {m_settings->backend.home().path(), m_settings->backend.folder()}) {
-        QDirIterator files(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-        while (files.hasNext()) {
-            QFile file(files.next());
-            if (file.open(QFile::ReadOnly) && file.readAll().contains(text.toUtf8()))
-                names.append(files.fileName());
+    void cleanup() { m_settings.reset(); }
+
+    void withoutKeysTheFieldIsEmptyForEveryProvider()
+    {
+        for (const char* provider : {"openai", "deepseek", "kimi"}) {
+            m_settings->choose("cloudProviderPopup", provider);
+            QCOMPARE(key(), QString());
         }
     }
-    return names;
-}
 
-void TestSettingsKeys::withoutKeysTheFieldIsEmptyForEveryProvider()
-{
-    for (const char* provider : {"openai", "deepseek", "kimi"}) {
-        m_settings->choose("cloudProviderPopup", provider);
+    void showsTheStoredKeyOfEachProvider()
+    {
+        for (const char* provider : {"openai", "deepseek", "kimi"})
+            store(provider, QLatin1String("key of ") + QLatin1String(provider));
+        m_settings->saved({{"chat", {{"cloud_provider", "deepseek"}}}});
+        QCOMPARE(key(), QStringLiteral("key of deepseek"));
+        m_settings->choose("cloudProviderPopup", "kimi");
+        QCOMPARE(key(), QStringLiteral("key of kimi"));
+        m_settings->choose("cloudProviderPopup", "openai");
+        QCOMPARE(key(), QStringLiteral("key of openai"));
+    }
+
+    void theDocumentsKeyWinsForItsProviderOnly()
+    {
+        store("kimi", QStringLiteral("stored"));
+        store("openai", QStringLiteral("other"));
+        m_settings->saved({{"chat", {{"cloud_provider", "kimi"}, {"cloud_api_key", "of the document"}}}});
+        QCOMPARE(key(), QStringLiteral("of the document"));
+        m_settings->choose("cloudProviderPopup", "openai");
+        QCOMPARE(key(), QStringLiteral("other"));
+    }
+
+    void anEmptyDocumentKeyLeavesTheStoredOne()
+    {
+        store("kimi", QStringLiteral("stored"));
+        m_settings->saved({{"chat", {{"cloud_provider", "kimi"}, {"cloud_api_key", ""}}}});
+        QCOMPARE(key(), QStringLiteral("stored"));
+    }
+
+    void aDocumentKeyOfAnotherTypeIsDescribed()
+    {
+        m_settings->saved({{"chat", {{"cloud_api_key", 12345}}}});
+        QCOMPARE(key(), QStringLiteral("12345"));
+    }
+
+    void aTypedKeyIsBackAfterSwitchingAndTrimmed()
+    {
+        m_settings->type("cloudAPIKeyField", QStringLiteral(" \tsk-1\n"));
+        m_settings->choose("cloudProviderPopup", "kimi");
+        QCOMPARE(key(), QString());
+        m_settings->type("cloudAPIKeyField", QStringLiteral("sk-2"));
+        m_settings->choose("cloudProviderPopup", "openai");
+        QCOMPARE(key(), QStringLiteral("sk-1"));
+        m_settings->choose("cloudProviderPopup", "kimi");
+        QCOMPARE(key(), QStringLiteral("sk-2"));
+    }
+
+    void switchingTheProviderLeavesTheModelAndSavesNothing()
+    {
+        m_settings->type("cloudModelField", QStringLiteral("my-model"));
+        m_settings->type("cloudAPIKeyField", secret);
+        m_settings->choose("cloudProviderPopup", "deepseek");
+        QCOMPARE(m_settings->text("cloudModelField"), QStringLiteral("my-model"));
+        QCOMPARE(m_settings->status(), QStringLiteral("Settings loaded."));
+        QCOMPARE(m_settings->backend.calls().size(), std::size_t(1));
+        QCOMPARE(stored("openai"), QString());
+    }
+
+    void switchingToNoProviderShowsTheFirstOnes()
+    {
+        store("openai", QStringLiteral("first"));
+        m_settings->choose("cloudProviderPopup", "kimi");
+        auto* popup = m_settings->find<QComboBox>("cloudProviderPopup");
+        popup->setCurrentIndex(-1);
+        emit popup->activated(-1);
+        QCOMPARE(key(), QStringLiteral("first"));
+    }
+
+    void reloadDiscardsTheTypedKeysOfAllProviders()
+    {
+        store("openai", QStringLiteral("stored"));
+        m_settings->type("cloudAPIKeyField", QStringLiteral("typed"));
+        m_settings->choose("cloudProviderPopup", "kimi");
+        m_settings->type("cloudAPIKeyField", QStringLiteral("typed too"));
+        m_settings->press("Reload");
+        QCOMPARE(m_settings->title("cloudProviderPopup"), QStringLiteral("openai"));
+        QCOMPARE(key(), QStringLiteral("stored"));
+        m_settings->choose("cloudProviderPopup", "kimi");
         QCOMPARE(key(), QString());
     }
-}
 
-void TestSettingsKeys::showsTheStoredKeyOfEachProvider()
-{
-    for (const char* provider : {"openai", "deepseek", "kimi"})
-        store(provider, QLatin1String("key of ") + QLatin1String(provider));
-    m_settings->saved({{"chat", {{"cloud_provider", "deepseek"}}}});
-    QCOMPARE(key(), QStringLiteral("key of deepseek"));
-    m_settings->choose("cloudProviderPopup", "kimi");
-    QCOMPARE(key(), QStringLiteral("key of kimi"));
-    m_settings->choose("cloudProviderPopup", "openai");
-    QCOMPARE(key(), QStringLiteral("key of openai"));
-}
-
-void TestSettingsKeys::theDocumentsKeyWinsForItsProviderOnly()
-{
-    store("kimi", QStringLiteral("stored"));
-    store("openai", QStringLiteral("other"));
-    m_settings->saved({{"chat", {{"cloud_provider", "kimi"}, {"cloud_api_key", "of the document"}}}});
-    QCOMPARE(key(), QStringLiteral("of the document"));
-    m_settings->choose("cloudProviderPopup", "openai");
-    QCOMPARE(key(), QStringLiteral("other"));
-}
-
-void TestSettingsKeys::anEmptyDocumentKeyLeavesTheStoredOne()
-{
-    store("kimi", QStringLiteral("stored"));
-    m_settings->saved({{"chat", {{"cloud_provider", "kimi"}, {"cloud_api_key", ""}}}});
-    QCOMPARE(key(), QStringLiteral("stored"));
-}
-
-void TestSettingsKeys::aDocumentKeyOfAnotherTypeIsDescribed()
-{
-    m_settings->saved({{"chat", {{"cloud_api_key", 12345}}}});
-    QCOMPARE(key(), QStringLiteral("12345"));
-}
-
-void TestSettingsKeys::aTypedKeyIsBackAfterSwitchingAndTrimmed()
-{
-    m_settings->type("cloudAPIKeyField", QStringLiteral(" \tsk-1\n"));
-    m_settings->choose("cloudProviderPopup", "kimi");
-    QCOMPARE(key(), QString());
-    m_settings->type("cloudAPIKeyField", QStringLiteral("sk-2"));
-    m_settings->choose("cloudProviderPopup", "openai");
-    QCOMPARE(key(), QStringLiteral("sk-1"));
-    m_settings->choose("cloudProviderPopup", "kimi");
-    QCOMPARE(key(), QStringLiteral("sk-2"));
-}
-
-void TestSettingsKeys::switchingTheProviderLeavesTheModelAndSavesNothing()
-{
-    m_settings->type("cloudModelField", QStringLiteral("my-model"));
-    m_settings->type("cloudAPIKeyField", secret);
-    m_settings->choose("cloudProviderPopup", "deepseek");
-    QCOMPARE(m_settings->text("cloudModelField"), QStringLiteral("my-model"));
-    QCOMPARE(m_settings->status(), QStringLiteral("Settings loaded."));
-    QCOMPARE(m_settings->backend.calls().size(), std::size_t(1));
-    QCOMPARE(stored("openai"), QString());
-}
-
-void TestSettingsKeys::switchingToNoProviderShowsTheFirstOnes()
-{
-    store("openai", QStringLiteral("first"));
-    m_settings->choose("cloudProviderPopup", "kimi");
-    auto* popup = m_settings->find<QComboBox>("cloudProviderPopup");
-    popup->setCurrentIndex(-1);
-    emit popup->activated(-1);
-    QCOMPARE(key(), QStringLiteral("first"));
-}
-
-void TestSettingsKeys::reloadDiscardsTheTypedKeysOfAllProviders()
-{
-    store("openai", QStringLiteral("stored"));
-    m_settings->type("cloudAPIKeyField", QStringLiteral("typed"));
-    m_settings->choose("cloudProviderPopup", "kimi");
-    m_settings->type("cloudAPIKeyField", QStringLiteral("typed too"));
-    m_settings->press("Reload");
-    QCOMPARE(m_settings->title("cloudProviderPopup"), QStringLiteral("openai"));
-    QCOMPARE(key(), QStringLiteral("stored"));
-    m_settings->choose("cloudProviderPopup", "kimi");
-    QCOMPARE(key(), QString());
-}
-
-void TestSettingsKeys::loadingFiresNoChangeOfProvider()
-{
-    m_settings->type("cloudAPIKeyField", QStringLiteral("typed for openai"));
-    m_settings->saved({{"chat", {{"cloud_provider", "kimi"}}}});
-    m_settings->press("Reload");
-    for (const char* provider : {"openai", "deepseek", "kimi"}) {
-        m_settings->choose("cloudProviderPopup", provider);
-        QCOMPARE(key(), QString()); // a change would have taken what was typed for one of them
+    void loadingFiresNoChangeOfProvider()
+    {
+        m_settings->type("cloudAPIKeyField", QStringLiteral("typed for openai"));
+        m_settings->saved({{"chat", {{"cloud_provider", "kimi"}}}});
+        m_settings->press("Reload");
+        for (const char* provider : {"openai", "deepseek", "kimi"}) {
+            m_settings->choose("cloudProviderPopup", provider);
+            QCOMPARE(key(), QString()); // a change would have taken what was typed for one of them
+        }
     }
-}
 
-void TestSettingsKeys::savingSendsTheSelectedProvidersKeyAndStoresAll()
-{
-    m_settings->type("cloudAPIKeyField", QStringLiteral("sk-1"));
-    m_settings->choose("cloudProviderPopup", "kimi");
-    m_settings->type("cloudAPIKeyField", QStringLiteral("sk-2"));
-    m_settings->press("Save");
-    QVERIFY(m_settings->sentDocument()["chat"]["cloud_api_key"] == "sk-2");
-    QCOMPARE(stored("openai"), QStringLiteral("sk-1"));
-    QCOMPARE(stored("kimi"), QStringLiteral("sk-2"));
-    QCOMPARE(stored("deepseek"), QString());
-}
+    void savingSendsTheSelectedProvidersKeyAndStoresAll()
+    {
+        m_settings->type("cloudAPIKeyField", QStringLiteral("sk-1"));
+        m_settings->choose("cloudProviderPopup", "kimi");
+        m_settings->type("cloudAPIKeyField", QStringLiteral("sk-2"));
+        m_settings->press("Save");
+        QVERIFY(m_settings->sentDocument()["chat"]["cloud_api_key"] == "sk-2");
+        QCOMPARE(stored("openai"), QStringLiteral("sk-1"));
+        QCOMPARE(stored("kimi"), QStringLiteral("sk-2"));
+        QCOMPARE(stored("deepseek"), QString());
+    }
 
-void TestSettingsKeys::savingTrimsTheKeyAndKeepsTheFieldAsTyped()
-{
-    m_settings->type("cloudAPIKeyField", QStringLiteral(" sk-1\n"));
-    m_settings->press("Save");
-    QVERIFY(m_settings->sentDocument()["chat"]["cloud_api_key"] == "sk-1");
-    QCOMPARE(stored("openai"), QStringLiteral("sk-1"));
-    QCOMPARE(key(), QStringLiteral(" sk-1\n"));
-}
+    void savingTrimsTheKeyAndKeepsTheFieldAsTyped()
+    {
+        m_settings->type("cloudAPIKeyField", QStringLiteral(" sk-1\n"));
+        m_settings->press("Save");
+        QVERIFY(m_settings->sentDocument()["chat"]["cloud_api_key"] == "sk-1");
+        QCOMPARE(stored("openai"), QStringLiteral("sk-1"));
+        QCOMPARE(key(), QStringLiteral(" sk-1\n"));
+    }
 
-void TestSettingsKeys::aKeyWithALineBreakInsideIsKept()
-{
-    const QString twoLines = QStringLiteral("sk\r\n密");
-    m_settings->type("cloudAPIKeyField", twoLines);
-    m_settings->press("Save");
-    QVERIFY(m_settings->sentDocument()["chat"]["cloud_api_key"] == Json(twoLines));
-    QCOMPARE(stored("openai"), twoLines);
-    m_settings->press("Reload");
-    QCOMPARE(key(), twoLines);
-}
+    void aKeyWithALineBreakInsideIsKept()
+    {
+        const QString twoLines = QStringLiteral("sk\r\n密");
+        m_settings->type("cloudAPIKeyField", twoLines);
+        m_settings->press("Save");
+        QVERIFY(m_settings->sentDocument()["chat"]["cloud_api_key"] == Json(twoLines));
+        QCOMPARE(stored("openai"), twoLines);
+        m_settings->press("Reload");
+        QCOMPARE(key(), twoLines);
+    }
 
-void TestSettingsKeys::savingStoresEmptyKeysToo()
-{
-    store("openai", QStringLiteral("old"));
-    m_settings->type("cloudAPIKeyField", QStringLiteral(" "));
-    m_settings->press("Save");
-    QCOMPARE(stored("openai"), QString());
-    QVERIFY(m_settings->sentDocument()["chat"]["cloud_api_key"] == "");
-}
+    void savingStoresEmptyKeysToo()
+    {
+        store("openai", QStringLiteral("old"));
+        m_settings->type("cloudAPIKeyField", QStringLiteral(" "));
+        m_settings->press("Save");
+        QCOMPARE(stored("openai"), QString());
+        QVERIFY(m_settings->sentDocument()["chat"]["cloud_api_key"] == "");
+    }
 
-void TestSettingsKeys::aFailedSaveStoresTheKeys()
-{
-    m_settings->backend.raise("save_nelo_settings", "OSError", "no space left on device");
-    m_settings->type("cloudAPIKeyField", secret);
-    m_settings->press("Save");
-    QVERIFY(m_settings->status().startsWith(QStringLiteral("ERROR: ")));
-    QCOMPARE(stored("openai"), secret);
-    QCOMPARE(key(), secret);
-}
+    void aFailedSaveStoresTheKeys()
+    {
+        m_settings->backend.raise("save_nelo_settings", "OSError", "no space left on device");
+        m_settings->type("cloudAPIKeyField", secret);
+        m_settings->press("Save");
+        QVERIFY(m_settings->status().startsWith(QStringLiteral("ERROR: ")));
+        QCOMPARE(stored("openai"), secret);
+        QCOMPARE(key(), secret);
+    }
 
-void TestSettingsKeys::aSaveAfterAFailedFirstLoadLeavesTheOtherKeys()
-{
-    store("deepseek", QStringLiteral("old deepseek"));
-    store("kimi", QStringLiteral("old kimi"));
-    m_settings->backend.raise("load_nelo_settings", "OSError", "no such luck");
-    m_settings->type("cloudAPIKeyField", secret);
-    m_settings->press("Save");
-    QCOMPARE(stored("openai"), secret);
-    QCOMPARE(stored("deepseek"), QStringLiteral("old deepseek"));
-    QCOMPARE(stored("kimi"), QStringLiteral("old kimi"));
-}
+    void aSaveAfterAFailedFirstLoadLeavesTheOtherKeys()
+    {
+        store("deepseek", QStringLiteral("old deepseek"));
+        store("kimi", QStringLiteral("old kimi"));
+        m_settings->backend.raise("load_nelo_settings", "OSError", "no such luck");
+        m_settings->type("cloudAPIKeyField", secret);
+        m_settings->press("Save");
+        QCOMPARE(stored("openai"), secret);
+        QCOMPARE(stored("deepseek"), QStringLiteral("old deepseek"));
+        QCOMPARE(stored("kimi"), QStringLiteral("old kimi"));
+    }
 
-void TestSettingsKeys::theKeysAreStoredOnceTheBackendHasAnswered()
-{
-    m_settings->backend.script("save_nelo_settings",
-                               {{{"create-file", "asked"}}, {{"wait-for-file", "go"}}, {{"answer", nullptr}}});
-    m_settings->type("cloudAPIKeyField", secret);
-    const QString asked = m_settings->backend.folder(QStringLiteral("asked"));
-    const QString go = m_settings->backend.folder(QStringLiteral("go"));
-    QString storedMeanwhile = QStringLiteral("never looked");
-    std::thread observer([&] {
-        while (!QFile::exists(asked))
-            std::this_thread::yield();
-        storedMeanwhile = ApiKeyStore().key(QStringLiteral("openai"));
-        QFile(go).open(QFile::WriteOnly);
-    });
-    m_settings->press("Save");
-    observer.join();
-    QCOMPARE(storedMeanwhile, QString());
-    QCOMPARE(stored("openai"), secret);
-}
+    void theKeysAreStoredOnceTheBackendHasAnswered()
+    {
+        m_settings->backend.script("save_nelo_settings",
+                                   {{{"create-file", "asked"}}, {{"wait-for-file", "go"}}, {{"answer", nullptr}}});
+        m_settings->type("cloudAPIKeyField", secret);
+        const QString asked = m_settings->backend.folder(QStringLiteral("asked"));
+        const QString go = m_settings->backend.folder(QStringLiteral("go"));
+        QString storedMeanwhile = QStringLiteral("never looked");
+        std::thread observer([&] {
+            while (!QFile::exists(asked))
+                std::this_thread::yield();
+            storedMeanwhile = ApiKeyStore().key(QStringLiteral("openai"));
+            QFile(go).open(QFile::WriteOnly);
+        });
+        m_settings->press("Save");
+        observer.join();
+        QCOMPARE(storedMeanwhile, QString());
+        QCOMPARE(stored("openai"), secret);
+    }
 
-void TestSettingsKeys::aStoreThatCannotBeWrittenLosesNothingInTheForm()
-{
-    QFile inTheWay(m_settings->backend.home().path(QStringLiteral(".config"))); // where a folder belongs
-    QVERIFY(inTheWay.open(QFile::WriteOnly));
-    m_settings->type("cloudAPIKeyField", secret);
-    m_settings->press("Save");
-    QCOMPARE(m_settings->status(), QStringLiteral("Settings saved: /home/me/.nelo/settings.json"));
-    QCOMPARE(key(), secret);
-    m_settings->choose("cloudProviderPopup", "kimi");
-    m_settings->choose("cloudProviderPopup", "openai");
-    QCOMPARE(key(), secret);
-}
+    void aStoreThatCannotBeWrittenLosesNothingInTheForm()
+    {
+        QFile inTheWay(m_settings->backend.home().path(QStringLiteral(".config"))); // where a folder belongs
+        QVERIFY(inTheWay.open(QFile::WriteOnly));
+        m_settings->type("cloudAPIKeyField", secret);
+        m_settings->press("Save");
+        QCOMPARE(m_settings->status(), QStringLiteral("Settings saved: /home/me/.nelo/settings.json"));
+        QCOMPARE(key(), secret);
+        m_settings->choose("cloudProviderPopup", "kimi");
+        m_settings->choose("cloudProviderPopup", "openai");
+        QCOMPARE(key(), secret);
+    }
 
-void TestSettingsKeys::theKeyIsMasked()
-{
-    m_settings->type("cloudAPIKeyField", secret);
-    QCOMPARE(field()->echoMode(), QLineEdit::Password);
-    QVERIFY(!field()->displayText().contains(u's'));
-}
+    void theKeyIsMasked()
+    {
+        m_settings->type("cloudAPIKeyField", secret);
+        QCOMPARE(field()->echoMode(), QLineEdit::Password);
+        QVERIFY(!field()->displayText().contains(u's'));
+    }
 
-void TestSettingsKeys::theKeyCannotBeCopied_data()
-{
-    QTest::addColumn<QKeySequence>("keys");
-    QTest::newRow("copy") << QKeySequence(QKeySequence::Copy);
-    QTest::newRow("cut") << QKeySequence(QKeySequence::Cut);
-    QTest::newRow("copy, the older way") << QKeySequence(Qt::CTRL | Qt::Key_Insert);
-    QTest::newRow("cut, the older way") << QKeySequence(Qt::SHIFT | Qt::Key_Delete);
-    QTest::newRow("selecting, which copies on X11") << QKeySequence(QKeySequence::SelectAll);
-    QTest::newRow("undoing a deletion") << QKeySequence(QKeySequence::Undo);
-}
+    void theKeyCannotBeCopied_data()
+    {
+        QTest::addColumn<QKeySequence>("keys");
+        QTest::newRow("copy") << QKeySequence(QKeySequence::Copy);
+        QTest::newRow("cut") << QKeySequence(QKeySequence::Cut);
+        QTest::newRow("copy, the older way") << QKeySequence(Qt::CTRL | Qt::Key_Insert);
+        QTest::newRow("cut, the older way") << QKeySequence(Qt::SHIFT | Qt::Key_Delete);
+        QTest::newRow("selecting, which copies on X11") << QKeySequence(QKeySequence::SelectAll);
+        QTest::newRow("undoing a deletion") << QKeySequence(QKeySequence::Undo);
+    }
 
-void TestSettingsKeys::theKeyCannotBeCopied()
-{
-    QFETCH(QKeySequence, keys);
-    m_settings->type("cloudAPIKeyField", secret);
-    field()->selectAll();
-    QTest::keySequence(field(), keys);
-    for (const QString& text : clipboardTexts())
-        QVERIFY(!text.contains(secret));
-}
-
-void TestSettingsKeys::theContextMenuCopiesNothing()
-{
-    m_settings->type("cloudAPIKeyField", secret);
-    field()->selectAll();
-    const std::unique_ptr<QMenu> menu(field()->createStandardContextMenu());
-    QVERIFY(!menu->actions().isEmpty());
-    for (QAction* action : menu->actions()) {
-        field()->setText(secret);
+    void theKeyCannotBeCopied()
+    {
+        QFETCH(QKeySequence, keys);
+        m_settings->type("cloudAPIKeyField", secret);
         field()->selectAll();
-        action->trigger();
+        QTest::keySequence(field(), keys);
         for (const QString& text : clipboardTexts())
             QVERIFY(!text.contains(secret));
     }
-}
 
-void TestSettingsKeys::theKeyCannotBeDraggedAway()
-{
-    m_settings->type("cloudAPIKeyField", secret);
-    m_settings->view().show();
-    QVERIFY(QTest::qWaitForWindowExposed(&m_settings->view()));
-    field()->selectAll();
-    QVERIFY(!field()->dragEnabled());
-    const QPoint inText(10, field()->height() / 2);
-    QTest::mousePress(field(), Qt::LeftButton, {}, inText);
-    QTest::mouseMove(field(), inText + QPoint(QApplication::startDragDistance() * 5, 0));
-    QVERIFY(field()->selectedText() != secret); // it selects anew, so what was selected is not on its way
-    QTest::mouseRelease(field(), Qt::LeftButton, {}, inText);
-}
+    void theContextMenuCopiesNothing()
+    {
+        m_settings->type("cloudAPIKeyField", secret);
+        field()->selectAll();
+        const std::unique_ptr<QMenu> menu(field()->createStandardContextMenu());
+        QVERIFY(!menu->actions().isEmpty());
+        for (QAction* action : menu->actions()) {
+            field()->setText(secret);
+            field()->selectAll();
+            action->trigger();
+            for (const QString& text : clipboardTexts())
+                QVERIFY(!text.contains(secret));
+        }
+    }
 
-void TestSettingsKeys::assistiveTechnologyDoesNotReadTheKey()
-{
-    m_settings->type("cloudAPIKeyField", secret);
-    field()->selectAll();
-    QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(field());
-    QVERIFY(accessible->state().passwordEdit);
-    QVERIFY(!accessible->text(QAccessible::Value).contains(secret));
-    QVERIFY(!accessible->textInterface()->text(0, static_cast<int>(secret.size())).contains(secret));
-}
+    void theKeyCannotBeDraggedAway()
+    {
+        m_settings->type("cloudAPIKeyField", secret);
+        m_settings->view().show();
+        QVERIFY(QTest::qWaitForWindowExposed(&m_settings->view()));
+        field()->selectAll();
+        QVERIFY(!field()->dragEnabled());
+        const QPoint inText(10, field()->height() / 2);
+        QTest::mousePress(field(), Qt::LeftButton, {}, inText);
+        QTest::mouseMove(field(), inText + QPoint(QApplication::startDragDistance() * 5, 0));
+        QVERIFY(field()->selectedText() != secret); // it selects anew, so what was selected is not on its way
+        QTest::mouseRelease(field(), Qt::LeftButton, {}, inText);
+    }
 
-void TestSettingsKeys::anUnsavedKeyNeverLeavesTheProcess()
-{
-    m_settings->type("cloudAPIKeyField", secret);
-    m_settings->choose("cloudProviderPopup", "kimi");
-    m_settings->choose("cloudProviderPopup", "openai");
-    m_settings->view().show();
-    m_settings->press("Reload");
-    m_settings->type("cloudAPIKeyField", secret);
-    m_settings->discardView();
-    QCOMPARE(filesWith(secret), QStringList());
-}
+    void assistiveTechnologyDoesNotReadTheKey()
+    {
+        m_settings->type("cloudAPIKeyField", secret);
+        field()->selectAll();
+        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(field());
+        QVERIFY(accessible->state().passwordEdit);
+        QVERIFY(!accessible->text(QAccessible::Value).contains(secret));
+        QVERIFY(!accessible->textInterface()->text(0, static_cast<int>(secret.size())).contains(secret));
+    }
 
-void TestSettingsKeys::aSavedKeyIsInTheDocumentAndTheDefaultsOnly()
-{
-    m_settings->type("cloudAPIKeyField", secret);
-    m_settings->press("Save");
-    m_settings->press("Refresh Catalog");
-    QCOMPARE(filesWith(secret).size(), 2); // what the scripted backend was told, and the defaults
-    for (const ScriptedBackend::Call& call : m_settings->backend.calls())
-        QVERIFY(call.function == "save_nelo_settings" || call.args.dump().find("sk-secret") == std::string::npos);
-    QVERIFY(!m_settings->status().contains(secret));
-    QVERIFY(!m_settings->view().window()->windowTitle().contains(secret));
-}
+    void anUnsavedKeyNeverLeavesTheProcess()
+    {
+        m_settings->type("cloudAPIKeyField", secret);
+        m_settings->choose("cloudProviderPopup", "kimi");
+        m_settings->choose("cloudProviderPopup", "openai");
+        m_settings->view().show();
+        m_settings->press("Reload");
+        m_settings->type("cloudAPIKeyField", secret);
+        m_settings->discardView();
+        QCOMPARE(filesWith(secret), QStringList());
+    }
+
+    void aSavedKeyIsInTheDocumentAndTheDefaultsOnly()
+    {
+        m_settings->type("cloudAPIKeyField", secret);
+        m_settings->press("Save");
+        m_settings->press("Refresh Catalog");
+        QCOMPARE(filesWith(secret).size(), 2); // what the scripted backend was told, and the defaults
+        for (const ScriptedBackend::Call& call : m_settings->backend.calls())
+            QVERIFY(call.function == "save_nelo_settings" || call.args.dump().find("sk-secret") == std::string::npos);
+        QVERIFY(!m_settings->status().contains(secret));
+        QVERIFY(!m_settings->view().window()->windowTitle().contains(secret));
+    }
+
+private:
+    QString key() { return m_settings->text("cloudAPIKeyField"); }
+    QLineEdit* field() { return m_settings->find<QLineEdit>("cloudAPIKeyField"); }
+    QString stored(const char* provider) { return m_store.key(QString::fromLatin1(provider)); }
+
+    void store(const char* provider, const QString& key)
+    {
+        QVERIFY(m_store.setKey(QString::fromLatin1(provider), key));
+    }
+
+    /// The files under the home folder and the backend's that hold `text`, by name.
+    QStringList filesWith(const QString& text) const
+    {
+        QStringList names;
+        for (const QString& folder : {m_settings->backend.home().path(), m_settings->backend.folder()}) {
+            QDirIterator files(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+            while (files.hasNext()) {
+                QFile file(files.next());
+                if (file.open(QFile::ReadOnly) && file.readAll().contains(text.toUtf8()))
+                    names.append(files.fileName());
+            }
+        }
+        return names;
+    }
+
+    std::optional<SettingsFixture> m_settings;
+    ApiKeyStore m_store;
+};
 
 QTEST_MAIN(TestSettingsKeys)
 #include "TestSettingsKeys.moc"

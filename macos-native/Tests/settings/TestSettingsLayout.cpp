@@ -11,298 +11,277 @@
 #include <algorithm>
 #include <optional>
 
-/// What the settings view looks like, and how it is reached without a mouse.
-class TestSettingsLayout final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void cleanup();
-    void readsFromTopToBottomAsGiven();
-    void offersTheGivenTitlesAndPlaceholders();
-    void standsInTheGivenMargins();
-    void rowsHaveTheGivenMeasures();
-    void fieldsGrowWithTheWindowAndPopUpsDoNot();
-    void everythingIsSeenInTheSmallestWindow();
-    void longTextsLeaveTheWindowAlone();
-    void theStatusIsOnePlainLine();
-    void aFormThatIsTooHighScrollsAfterTheKeyboard();
-    void tabGoesThroughTheFormInReadingOrder();
-    void everyControlHasAName_data();
-    void everyControlHasAName();
-    void textsAreShownFromTheirBeginning();
-
-private:
-    void show();
-    QRect frame(const QWidget* widget) const;
-
-    std::optional<SettingsFixture> m_settings;
-    std::unique_ptr<NeloWindow> m_window;
-    SettingsViewController* m_view = nullptr; // child of the window
-};
-
 namespace {
 
 constexpr QSize smallest(640, 620);
 
 } // namespace
 
-void TestSettingsLayout::init()
+/// What the settings view looks like, and how it is reached without a mouse.
+class TestSettingsLayout final : public QObject
 {
-    failOnUnexpectedWarning();
-    m_settings.emplace();
-    m_window = std::make_unique<NeloWindow>(QStringLiteral("Nelo Settings"), smallest);
-    m_view = new SettingsViewController;
-}
+    Q_OBJECT
 
-void TestSettingsLayout::cleanup()
-{
-    m_window.reset();
-    m_settings.reset();
-}
-
-void TestSettingsLayout::show()
-{
-    m_window->setContentViewController(m_view);
-    m_window->makeKeyAndOrderFront();
-    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
-}
-
-QRect TestSettingsLayout::frame(const QWidget* widget) const
-{
-    return {widget->mapTo(m_window.get(), QPoint()), widget->size()};
-}
-
-void TestSettingsLayout::readsFromTopToBottomAsGiven()
-{
-    show();
-    QList<const QWidget*> widgets;
-    for (const QWidget* widget : m_view->findChildren<QWidget*>())
-        if (qobject_cast<const QLabel*>(widget) || qobject_cast<const QAbstractButton*>(widget))
-            widgets.append(widget);
-    std::stable_sort(widgets.begin(), widgets.end(), [this](const QWidget* one, const QWidget* other) {
-        const QRect a = frame(one);
-        const QRect b = frame(other);
-        return std::pair(a.center().y() / 4, a.x()) < std::pair(b.center().y() / 4, b.x());
-    });
-    QStringList texts;
-    for (const QWidget* widget : widgets) {
-        const auto* label = qobject_cast<const QLabel*>(widget);
-        texts.append(label ? label->text() : qobject_cast<const QAbstractButton*>(widget)->text());
+private slots:
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_settings.emplace();
+        m_window = std::make_unique<NeloWindow>(QStringLiteral("Nelo Settings"), smallest);
+        m_view = new SettingsViewController;
     }
-    const QString expected = QStringLiteral(
-        "Nelo Core|Auto-discover local Nelo Core (127.0.0.1:8878)|Core URL (optional)|Chat|Mode|Local Model|"
-        "Cloud|Provider|Cloud Model|Cloud API Key|Catalog URL|"
-        "Tovani|Auto-download Tovani on chat (local mode)|Tovani Path|Save|Reload|Refresh Catalog|Settings loaded.");
-    QCOMPARE(texts.join(u'|'), expected);
-    for (const QWidget* widget : widgets)
-        if (QStringList{QStringLiteral("Nelo Core"), QStringLiteral("Chat"), QStringLiteral("Cloud"),
-                        QStringLiteral("Tovani")}
-                .contains(widget->property("text").toString()))
-            QCOMPARE(widget->font().pixelSize(), 15);
-}
 
-void TestSettingsLayout::offersTheGivenTitlesAndPlaceholders()
-{
-    show();
-    const auto titles = [this](const char* popup) {
-        QStringList result;
-        const auto* button = m_view->findChild<QComboBox*>(QString::fromLatin1(popup));
-        for (int i = 0; i < button->count(); ++i)
-            result.append(button->itemText(i));
-        return result.join(u'|');
-    };
-    QCOMPARE(titles("chatModePopup"), QStringLiteral("local|cloud"));
-    QCOMPARE(titles("localModelPopup"), QStringLiteral("qwen3:30b|qwen3:8b|qwen3-coder:30b"));
-    QCOMPARE(titles("cloudProviderPopup"), QStringLiteral("openai|deepseek|kimi"));
-
-    const auto placeholder = [this](const char* field) {
-        return m_view->findChild<QLineEdit*>(QString::fromLatin1(field))->placeholderText();
-    };
-    QCOMPARE(placeholder("coreURLField"), QStringLiteral("http://127.0.0.1:8878"));
-    QCOMPARE(placeholder("cloudModelField"), QStringLiteral("gpt-4o-mini"));
-    QCOMPARE(placeholder("cloudAPIKeyField"), QStringLiteral("Cloud API Key"));
-    QCOMPARE(placeholder("cloudSkillsCatalogURLField"),
-             QStringLiteral("https://your-server/path/cloud_skills_catalog.json"));
-    QCOMPARE(placeholder("tovaniPathField"), m_settings->backend.home().path(QStringLiteral(".nelo/tovani")));
-}
-
-void TestSettingsLayout::standsInTheGivenMargins()
-{
-    show();
-    const QRect first = frame(m_view->findChild<QLabel*>()->parentWidget());
-    QCOMPARE(first.topLeft(), QPoint(0, 0));
-    const auto* header = m_view->findChildren<QLabel*>().at(1); // the first is the status line
-    QCOMPARE(header->text(), QStringLiteral("Nelo Core"));
-    QCOMPARE(frame(header).topLeft(), QPoint(24, 24));
-
-    const auto buttons = m_view->findChildren<QPushButton*>();
-    const QRect lastField = frame(m_view->findChild<QLineEdit*>(QStringLiteral("tovaniPathField")));
-    QCOMPARE(frame(buttons[0]).left(), 24);
-    QCOMPARE(frame(buttons[0]).top(), lastField.bottom() + 1 + 10);
-    QCOMPARE(frame(buttons[1]).left(), frame(buttons[0]).right() + 1 + 8);
-    QCOMPARE(frame(buttons[2]).left(), frame(buttons[1]).right() + 1 + 8);
-
-    const QRect status = frame(m_view->findChild<QLabel*>(QStringLiteral("statusLabel")));
-    QCOMPARE(status.left(), 24);
-    QCOMPARE(status.right() + 1, smallest.width() - 24);
-    QCOMPARE(status.top(), frame(buttons[0]).bottom() + 1 + 14);
-
-    const auto* form = m_view->findChild<ScrollingForm*>();
-    QCOMPARE(frame(form), QRect(QPoint(), smallest));
-    QCOMPARE(form->widget()->minimumSizeHint().height(), status.bottom() + 1 + 24);
-}
-
-void TestSettingsLayout::rowsHaveTheGivenMeasures()
-{
-    show();
-    int rows = 0;
-    for (const QLabel* label : m_view->findChildren<QLabel*>()) {
-        if (!label->buddy())
-            continue;
-        ++rows;
-        QCOMPARE(frame(label).left(), 24);
-        QCOMPARE(label->width(), 140);
-        QCOMPARE(frame(label->buddy()).left(), 24 + 140 + 12);
-        QVERIFY(label->buddy()->minimumWidth() == 220);
+    void cleanup()
+    {
+        m_window.reset();
+        m_settings.reset();
     }
-    QCOMPARE(rows, 8);
 
-    const QRect url = frame(m_view->findChild<QLineEdit*>(QStringLiteral("coreURLField")));
-    const QRect model = frame(m_view->findChild<QLineEdit*>(QStringLiteral("cloudModelField")));
-    const QRect key = frame(m_view->findChild<QLineEdit*>(QStringLiteral("cloudAPIKeyField")));
-    QCOMPARE(key.top(), model.bottom() + 1 + 12);
-
-    QList<const QFrame*> separators;
-    for (const QFrame* widget : m_view->findChildren<QFrame*>())
-        if (widget->frameShape() == QFrame::HLine)
-            separators.append(widget);
-    QCOMPARE(separators.size(), 3);
-    QCOMPARE(frame(separators.first()).top(), url.bottom() + 1 + 12);
-    QCOMPARE(frame(separators.first()).width(), smallest.width() - 2 * 24);
-}
-
-void TestSettingsLayout::fieldsGrowWithTheWindowAndPopUpsDoNot()
-{
-    show();
-    m_window->resize(1000, 700);
-    const auto* field = m_view->findChild<QLineEdit*>(QStringLiteral("coreURLField"));
-    QTRY_COMPARE(frame(field).right() + 1, 1000 - 24);
-    const auto* popup = m_view->findChild<QComboBox*>(QStringLiteral("chatModePopup"));
-    QCOMPARE(popup->width(), std::max(220, popup->sizeHint().width()));
-}
-
-void TestSettingsLayout::everythingIsSeenInTheSmallestWindow()
-{
-    show();
-    const auto* form = m_view->findChild<ScrollingForm*>();
-    QCOMPARE(m_window->size(), smallest);
-    QCOMPARE(form->verticalScrollBar()->maximum(), 0);
-    QCOMPARE(form->horizontalScrollBar()->maximum(), 0);
-}
-
-void TestSettingsLayout::longTextsLeaveTheWindowAlone()
-{
-    const std::string lines = std::string(5'000, 'W') + std::string(500, '\n') + std::string(5'000, 'W');
-    m_settings->saved({{"core", {{"url", lines}}}, {"chat", {{"local_model", lines}, {"cloud_api_key", lines}}}});
-    m_settings->backend.raise("save_nelo_settings", "ValueError", lines);
-    show();
-    m_view->saveSettings();
-    QCoreApplication::processEvents();
-    QCOMPARE(m_window->size(), smallest);
-    QCOMPARE(m_view->findChild<ScrollingForm*>()->verticalScrollBar()->maximum(), 0);
-    QCOMPARE(m_view->findChild<ScrollingForm*>()->horizontalScrollBar()->maximum(), 0);
-}
-
-void TestSettingsLayout::theStatusIsOnePlainLine()
-{
-    m_settings->backend.raise("load_nelo_settings", "ValueError", "<b>bold</b>\nsecond line");
-    show();
-    const auto* status = m_view->findChild<QLabel*>(QStringLiteral("statusLabel"));
-    QVERIFY(status->text().contains(QStringLiteral("<b>bold</b>")));
-    QCOMPARE(status->textFormat(), Qt::PlainText);
-    QCOMPARE(status->height(), status->fontMetrics().height());
-    QCOMPARE(QAccessible::queryAccessibleInterface(m_view->findChild<QLabel*>(QStringLiteral("statusLabel")))
-                 ->text(QAccessible::Name),
-             status->text());
-}
-
-void TestSettingsLayout::aFormThatIsTooHighScrollsAfterTheKeyboard()
-{
-    show();
-    m_window->setMinimumSize(0, 0);
-    m_window->resize(500, 200);
-    const auto* form = m_view->findChild<ScrollingForm*>();
-    QTRY_VERIFY(form->verticalScrollBar()->maximum() > 0);
-    QCOMPARE(form->horizontalScrollBar()->maximum(), 0);
-    const auto buttons = m_view->findChildren<QPushButton*>();
-    while (QApplication::focusWidget() != buttons.last()) {
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-        QVERIFY(QRect(QPoint(), m_window->size()).contains(frame(QApplication::focusWidget())));
+    void readsFromTopToBottomAsGiven()
+    {
+        show();
+        QList<const QWidget*> widgets;
+        for (const QWidget* widget : m_view->findChildren<QWidget*>())
+            if (qobject_cast<const QLabel*>(widget) || qobject_cast<const QAbstractButton*>(widget))
+                widgets.append(widget);
+        std::stable_sort(widgets.begin(), widgets.end(), [this](const QWidget* one, const QWidget* other) {
+            const QRect a = frame(one);
+            const QRect b = frame(other);
+            return std::pair(a.center().y() / 4, a.x()) < std::pair(b.center().y() / 4, b.x());
+        });
+        QStringList texts;
+        for (const QWidget* widget : widgets) {
+            const auto* label = qobject_cast<const QLabel*>(widget);
+            texts.append(label ? label->text() : qobject_cast<const QAbstractButton*>(widget)->text());
+        }
+        const QString expected = QStringLiteral(
+            "Nelo Core|Auto-discover local Nelo Core (127.0.0.1:8878)|Core URL (optional)|Chat|Mode|Local Model|"
+            "Cloud|Provider|Cloud Model|Cloud API Key|Catalog URL|"
+            "Tovani|Auto-download Tovani on chat (local mode)|Tovani Path|Save|Reload|Refresh Catalog|Settings "
+            "loaded.");
+        QCOMPARE(texts.join(u'|'), expected);
+        for (const QWidget* widget : widgets)
+            if (QStringList{QStringLiteral("Nelo Core"), QStringLiteral("Chat"), QStringLiteral("Cloud"),
+                            QStringLiteral("Tovani")}
+                    .contains(widget->property("text").toString()))
+                QCOMPARE(widget->font().pixelSize(), 15);
     }
-}
 
-void TestSettingsLayout::tabGoesThroughTheFormInReadingOrder()
-{
-    show();
-    QStringList stops;
-    const QWidget* first = QApplication::focusWidget();
-    do {
-        const QWidget* stop = QApplication::focusWidget();
-        const auto* button = qobject_cast<const QPushButton*>(stop);
-        stops.append(button ? button->text() : stop->objectName());
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-    } while (QApplication::focusWidget() != first);
-    QCOMPARE(stops.join(u' '),
-             QStringLiteral("coreAutoDiscoveryButton coreURLField chatModePopup localModelPopup cloudProviderPopup "
-                            "cloudModelField cloudAPIKeyField cloudSkillsCatalogURLField autoTovaniButton "
-                            "tovaniPathField Save Reload Refresh Catalog"));
-}
+    void offersTheGivenTitlesAndPlaceholders()
+    {
+        show();
+        const auto titles = [this](const char* popup) {
+            QStringList result;
+            const auto* button = m_view->findChild<QComboBox*>(QString::fromLatin1(popup));
+            for (int i = 0; i < button->count(); ++i)
+                result.append(button->itemText(i));
+            return result.join(u'|');
+        };
+        QCOMPARE(titles("chatModePopup"), QStringLiteral("local|cloud"));
+        QCOMPARE(titles("localModelPopup"), QStringLiteral("qwen3:30b|qwen3:8b|qwen3-coder:30b"));
+        QCOMPARE(titles("cloudProviderPopup"), QStringLiteral("openai|deepseek|kimi"));
 
-void TestSettingsLayout::everyControlHasAName_data()
-{
-    QTest::addColumn<QString>("objectName");
-    QTest::addColumn<QString>("name");
-    const auto control = [](const char* objectName, const char* name) {
-        QTest::newRow(objectName) << QString::fromLatin1(objectName) << QString::fromLatin1(name);
-    };
-    control("coreAutoDiscoveryButton", "Auto-discover local Nelo Core (127.0.0.1:8878)");
-    control("coreURLField", "Core URL (optional)");
-    control("chatModePopup", "Mode");
-    control("localModelPopup", "Local Model");
-    control("cloudProviderPopup", "Provider");
-    control("cloudModelField", "Cloud Model");
-    control("cloudAPIKeyField", "Cloud API Key");
-    control("cloudSkillsCatalogURLField", "Catalog URL");
-    control("autoTovaniButton", "Auto-download Tovani on chat (local mode)");
-    control("tovaniPathField", "Tovani Path");
-}
+        const auto placeholder = [this](const char* field) {
+            return m_view->findChild<QLineEdit*>(QString::fromLatin1(field))->placeholderText();
+        };
+        QCOMPARE(placeholder("coreURLField"), QStringLiteral("http://127.0.0.1:8878"));
+        QCOMPARE(placeholder("cloudModelField"), QStringLiteral("gpt-4o-mini"));
+        QCOMPARE(placeholder("cloudAPIKeyField"), QStringLiteral("Cloud API Key"));
+        QCOMPARE(placeholder("cloudSkillsCatalogURLField"),
+                 QStringLiteral("https://your-server/path/cloud_skills_catalog.json"));
+        QCOMPARE(placeholder("tovaniPathField"), m_settings->backend.home().path(QStringLiteral(".nelo/tovani")));
+    }
 
-void TestSettingsLayout::everyControlHasAName()
-{
-    QFETCH(QString, objectName);
-    QFETCH(QString, name);
-    show();
-    auto* control = m_view->findChild<QWidget*>(objectName);
-    const QLabel* caption = nullptr;
-    for (const QLabel* label : m_view->findChildren<QLabel*>())
-        if (label->buddy() == control)
-            caption = label;
-    // Qt on Linux tells of a pop-up what it shows; that it is labelled by its caption is a relation of its own.
-    const QString told =
-        caption ? caption->text() : QAccessible::queryAccessibleInterface(control)->text(QAccessible::Name);
-    QCOMPARE(told, name);
-    if (qobject_cast<QLineEdit*>(control))
-        QCOMPARE(QAccessible::queryAccessibleInterface(control)->text(QAccessible::Name), name);
-}
+    void standsInTheGivenMargins()
+    {
+        show();
+        const QRect first = frame(m_view->findChild<QLabel*>()->parentWidget());
+        QCOMPARE(first.topLeft(), QPoint(0, 0));
+        const auto* header = m_view->findChildren<QLabel*>().at(1); // the first is the status line
+        QCOMPARE(header->text(), QStringLiteral("Nelo Core"));
+        QCOMPARE(frame(header).topLeft(), QPoint(24, 24));
 
-void TestSettingsLayout::textsAreShownFromTheirBeginning()
-{
-    m_settings->saved({{"core", {{"url", std::string(500, 'x')}}}});
-    show();
-    QCOMPARE(m_view->findChild<QLineEdit*>(QStringLiteral("coreURLField"))->cursorPosition(), 0);
-}
+        const auto buttons = m_view->findChildren<QPushButton*>();
+        const QRect lastField = frame(m_view->findChild<QLineEdit*>(QStringLiteral("tovaniPathField")));
+        QCOMPARE(frame(buttons[0]).left(), 24);
+        QCOMPARE(frame(buttons[0]).top(), lastField.bottom() + 1 + 10);
+        QCOMPARE(frame(buttons[1]).left(), frame(buttons[0]).right() + 1 + 8);
+        QCOMPARE(frame(buttons[2]).left(), frame(buttons[1]).right() + 1 + 8);
+
+        const QRect status = frame(m_view->findChild<QLabel*>(QStringLiteral("statusLabel")));
+        QCOMPARE(status.left(), 24);
+        QCOMPARE(status.right() + 1, smallest.width() - 24);
+        QCOMPARE(status.top(), frame(buttons[0]).bottom() + 1 + 14);
+
+        const auto* form = m_view->findChild<ScrollingForm*>();
+        QCOMPARE(frame(form), QRect(QPoint(), smallest));
+        QCOMPARE(form->widget()->minimumSizeHint().height(), status.bottom() + 1 + 24);
+    }
+
+    void rowsHaveTheGivenMeasures()
+    {
+        show();
+        int rows = 0;
+        for (const QLabel* label : m_view->findChildren<QLabel*>()) {
+            if (!label->buddy())
+                continue;
+            ++rows;
+            QCOMPARE(frame(label).left(), 24);
+            QCOMPARE(label->width(), 140);
+            QCOMPARE(frame(label->buddy()).left(), 24 + 140 + 12);
+            QVERIFY(label->buddy()->minimumWidth() == 220);
+        }
+        QCOMPARE(rows, 8);
+
+        const QRect url = frame(m_view->findChild<QLineEdit*>(QStringLiteral("coreURLField")));
+        const QRect model = frame(m_view->findChild<QLineEdit*>(QStringLiteral("cloudModelField")));
+        const QRect key = frame(m_view->findChild<QLineEdit*>(QStringLiteral("cloudAPIKeyField")));
+        QCOMPARE(key.top(), model.bottom() + 1 + 12);
+
+        QList<const QFrame*> separators;
+        for (const QFrame* widget : m_view->findChildren<QFrame*>())
+            if (widget->frameShape() == QFrame::HLine)
+                separators.append(widget);
+        QCOMPARE(separators.size(), 3);
+        QCOMPARE(frame(separators.first()).top(), url.bottom() + 1 + 12);
+        QCOMPARE(frame(separators.first()).width(), smallest.width() - 2 * 24);
+    }
+
+    void fieldsGrowWithTheWindowAndPopUpsDoNot()
+    {
+        show();
+        m_window->resize(1000, 700);
+        const auto* field = m_view->findChild<QLineEdit*>(QStringLiteral("coreURLField"));
+        QTRY_COMPARE(frame(field).right() + 1, 1000 - 24);
+        const auto* popup = m_view->findChild<QComboBox*>(QStringLiteral("chatModePopup"));
+        QCOMPARE(popup->width(), std::max(220, popup->sizeHint().width()));
+    }
+
+    void everythingIsSeenInTheSmallestWindow()
+    {
+        show();
+        const auto* form = m_view->findChild<ScrollingForm*>();
+        QCOMPARE(m_window->size(), smallest);
+        QCOMPARE(form->verticalScrollBar()->maximum(), 0);
+        QCOMPARE(form->horizontalScrollBar()->maximum(), 0);
+    }
+
+    void longTextsLeaveTheWindowAlone()
+    {
+        const std::string lines = std::string(5'000, 'W') + std::string(500, '\n') + std::string(5'000, 'W');
+        m_settings->saved({{"core", {{"url", lines}}}, {"chat", {{"local_model", lines}, {"cloud_api_key", lines}}}});
+        m_settings->backend.raise("save_nelo_settings", "ValueError", lines);
+        show();
+        m_view->saveSettings();
+        QCoreApplication::processEvents();
+        QCOMPARE(m_window->size(), smallest);
+        QCOMPARE(m_view->findChild<ScrollingForm*>()->verticalScrollBar()->maximum(), 0);
+        QCOMPARE(m_view->findChild<ScrollingForm*>()->horizontalScrollBar()->maximum(), 0);
+    }
+
+    void theStatusIsOnePlainLine()
+    {
+        m_settings->backend.raise("load_nelo_settings", "ValueError", "<b>bold</b>\nsecond line");
+        show();
+        const auto* status = m_view->findChild<QLabel*>(QStringLiteral("statusLabel"));
+        QVERIFY(status->text().contains(QStringLiteral("<b>bold</b>")));
+        QCOMPARE(status->textFormat(), Qt::PlainText);
+        QCOMPARE(status->height(), status->fontMetrics().height());
+        QCOMPARE(QAccessible::queryAccessibleInterface(m_view->findChild<QLabel*>(QStringLiteral("statusLabel")))
+                     ->text(QAccessible::Name),
+                 status->text());
+    }
+
+    void aFormThatIsTooHighScrollsAfterTheKeyboard()
+    {
+        show();
+        m_window->setMinimumSize(0, 0);
+        m_window->resize(500, 200);
+        const auto* form = m_view->findChild<ScrollingForm*>();
+        QTRY_VERIFY(form->verticalScrollBar()->maximum() > 0);
+        QCOMPARE(form->horizontalScrollBar()->maximum(), 0);
+        const auto buttons = m_view->findChildren<QPushButton*>();
+        while (QApplication::focusWidget() != buttons.last()) {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+            QVERIFY(QRect(QPoint(), m_window->size()).contains(frame(QApplication::focusWidget())));
+        }
+    }
+
+    void tabGoesThroughTheFormInReadingOrder()
+    {
+        show();
+        QStringList stops;
+        const QWidget* first = QApplication::focusWidget();
+        do {
+            const QWidget* stop = QApplication::focusWidget();
+            const auto* button = qobject_cast<const QPushButton*>(stop);
+            stops.append(button ? button->text() : stop->objectName());
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        } while (QApplication::focusWidget() != first);
+        QCOMPARE(stops.join(u' '),
+                 QStringLiteral("coreAutoDiscoveryButton coreURLField chatModePopup localModelPopup cloudProviderPopup "
+                                "cloudModelField cloudAPIKeyField cloudSkillsCatalogURLField autoTovaniButton "
+                                "tovaniPathField Save Reload Refresh Catalog"));
+    }
+
+    void everyControlHasAName_data()
+    {
+        QTest::addColumn<QString>("objectName");
+        QTest::addColumn<QString>("name");
+        const auto control = [](const char* objectName, const char* name) {
+            QTest::newRow(objectName) << QString::fromLatin1(objectName) << QString::fromLatin1(name);
+        };
+        control("coreAutoDiscoveryButton", "Auto-discover local Nelo Core (127.0.0.1:8878)");
+        control("coreURLField", "Core URL (optional)");
+        control("chatModePopup", "Mode");
+        control("localModelPopup", "Local Model");
+        control("cloudProviderPopup", "Provider");
+        control("cloudModelField", "Cloud Model");
+        control("cloudAPIKeyField", "Cloud API Key");
+        control("cloudSkillsCatalogURLField", "Catalog URL");
+        control("autoTovaniButton", "Auto-download Tovani on chat (local mode)");
+        control("tovaniPathField", "Tovani Path");
+    }
+
+    void everyControlHasAName()
+    {
+        QFETCH(QString, objectName);
+        QFETCH(QString, name);
+        show();
+        auto* control = m_view->findChild<QWidget*>(objectName);
+        const QLabel* caption = nullptr;
+        for (const QLabel* label : m_view->findChildren<QLabel*>())
+            if (label->buddy() == control)
+                caption = label;
+        // Qt on Linux tells of a pop-up what it shows; that it is labelled by its caption is a relation of its own.
+        const QString told =
+            caption ? caption->text() : QAccessible::queryAccessibleInterface(control)->text(QAccessible::Name);
+        QCOMPARE(told, name);
+        if (qobject_cast<QLineEdit*>(control))
+            QCOMPARE(QAccessible::queryAccessibleInterface(control)->text(QAccessible::Name), name);
+    }
+
+    void textsAreShownFromTheirBeginning()
+    {
+        m_settings->saved({{"core", {{"url", std::string(500, 'x')}}}});
+        show();
+        QCOMPARE(m_view->findChild<QLineEdit*>(QStringLiteral("coreURLField"))->cursorPosition(), 0);
+    }
+
+private:
+    void show()
+    {
+        m_window->setContentViewController(m_view);
+        m_window->makeKeyAndOrderFront();
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+    }
+
+    QRect frame(const QWidget* widget) const { return {widget->mapTo(m_window.get(), QPoint()), widget->size()}; }
+
+    std::optional<SettingsFixture> m_settings;
+    std::unique_ptr<NeloWindow> m_window;
+    SettingsViewController* m_view = nullptr; // child of the window
+};
 
 QTEST_MAIN(TestSettingsLayout)
 #include "TestSettingsLayout.moc"

@@ -27,320 +27,295 @@ class TestNeloMenuBarApp final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void theMenuHoldsItsItemsInOrder();
-    void theStatusItemIsCalledNelo();
-    void theStatusItemShowsTheSparklesWithoutACustomImage();
-    void theStatusItemShowsTheCustomImage();
-    void nothingElseStartsAtLaunch();
-    void theItemIsMadeOnceThereIsAStatusArea();
-    void aWindowStandsInForAStatusAreaThatIsNotThere();
-    void theWindowThatStandsInReturnsWhenTheProgramIsStartedAgain();
-    void windowsOpenAtTheirSmallestSize_data();
-    void windowsOpenAtTheirSmallestSize();
-    void theSettingsWindowCostsOneBackendCall();
-    void theSettingsWindowAndTabAreTwoViews();
-    void aSecondChoiceBringsTheSameWindowForward();
-    void aClosedWindowComesBackAsItWas();
-    void windowsNeverShrinkBelowTheirFirstSize();
-    void shortcutsWorkWhileTheMenuIsOpen_data();
-    void shortcutsWorkWhileTheMenuIsOpen();
-    void otherKeysMoveInTheMenu();
-    void aClickOpensTheMenu();
-    void quittingEndsTheEventLoop();
-    void terminatingEndsTheHelper();
+    void init()
+    {
+        failOnUnexpectedWarning();
+        QApplication::setQuitOnLastWindowClosed(false);
+        m_backend.emplace();
+        m_backend->answer("openclaw_runtime_status", {{"os", "x"}});
+        m_backend->answer("load_nelo_settings", Json::object());
+        m_app = std::make_unique<NeloMenuBarApp>(std::make_unique<ToldStatusArea>(true));
+        m_app->applicationDidFinishLaunching();
+    }
+
+    void cleanup()
+    {
+        m_app.reset();
+        m_backend.reset();
+    }
+
+    void theMenuHoldsItsItemsInOrder()
+    {
+        QStringList items;
+        for (const QAction* action : menu()->actions())
+            items.append(action->isSeparator() ? QStringLiteral("-")
+                                               : action->text() + u'|' + action->shortcut().toString());
+        QCOMPARE(items, (QStringList{QStringLiteral("Open Nelo|"), QStringLiteral("Open Nelo Console|"),
+                                     QStringLiteral("Settings...|Ctrl+,"), QStringLiteral("-"),
+                                     QStringLiteral("Quit Nelo|Ctrl+Q")}));
+    }
+
+    void theStatusItemIsCalledNelo()
+    {
+        QCOMPARE(statusItem()->toolTip(), QStringLiteral("Nelo"));
+        QVERIFY(statusItem()->isVisible());
+    }
+
+    void theStatusItemShowsTheSparklesWithoutACustomImage()
+    {
+        QVERIFY(statusItem()->icon().availableSizes().contains(QSize(22, 22)));
+    }
+
+    void theStatusItemShowsTheCustomImage()
+    {
+        QVERIFY(QDir(m_backend->home().path()).mkpath(QStringLiteral("Desktop")));
+        QImage image(512, 512, QImage::Format_RGB32);
+        image.fill(Qt::red);
+        QVERIFY(image.save(m_backend->home().path(QStringLiteral("Desktop/nelo.png"))));
+        NeloMenuBarApp app(std::make_unique<ToldStatusArea>(true));
+        app.applicationDidFinishLaunching();
+        const QIcon icon = app.findChild<QSystemTrayIcon*>()->icon();
+        QCOMPARE(icon.pixmap({64, 64}).size(), QSize(18, 18));
+        QCOMPARE(icon.pixmap({18, 18}).toImage().pixelColor(9, 9), QColor(Qt::red));
+    }
+
+    void nothingElseStartsAtLaunch()
+    {
+        QCoreApplication::processEvents();
+        QVERIFY(windows().isEmpty());
+        QVERIFY(ProcessTable::children().empty());
+        QVERIFY(m_backend->calls().empty());
+        QVERIFY(m_app->findChildren<QTimer*>().isEmpty());
+    }
+
+    void theItemIsMadeOnceThereIsAStatusArea()
+    {
+        auto statusArea = std::make_unique<ToldStatusArea>(false);
+        ToldStatusArea* desktop = statusArea.get();
+        NeloMenuBarApp app(std::move(statusArea));
+        app.applicationDidFinishLaunching();
+        QVERIFY(!app.findChild<QSystemTrayIcon*>()); // Qt would settle for good how it is shown
+        for (const bool isAvailable : {true, false, true})
+            desktop->setAvailable(isAvailable);
+        QCOMPARE(app.findChildren<QSystemTrayIcon*>().size(), 1);
+        QVERIFY(app.findChild<QSystemTrayIcon*>()->isVisible());
+    }
+
+    void aWindowStandsInForAStatusAreaThatIsNotThere()
+    {
+        auto statusArea = std::make_unique<ToldStatusArea>(false);
+        ToldStatusArea* desktop = statusArea.get();
+        NeloMenuBarApp app(std::move(statusArea));
+        app.applicationDidFinishLaunching();
+        QVERIFY(windows().isEmpty()); // it may be about to come
+        QTRY_COMPARE_WITH_TIMEOUT(windows().size(), 1, 2000);
+        const NeloWindow* launcher = windows().value(0);
+        QCOMPARE(launcher->windowTitle(), QStringLiteral("Nelo"));
+        QVERIFY(launcher->isVisible());
+        QCOMPARE(launcher->minimumSize(), QSize(240, 200));
+        const QList<QPushButton*> buttons = launcher->findChildren<QPushButton*>();
+        QCOMPARE(buttons.size(), 4);
+        for (const QPushButton* button : buttons) {
+            QCOMPARE(button->x(), 16);
+            QCOMPARE(button->width(), 240 - 2 * 16);
+        }
+        QCOMPARE(launcher->minimumSizeHint().height(), 16 + 4 * buttons[0]->height() + 3 * 8 + 16);
+        desktop->setAvailable(true);
+        QVERIFY(!launcher->isVisible());
+        desktop->setAvailable(false);
+        QVERIFY(launcher->isVisible());
+        QCOMPARE(windows().size(), 1);
+    }
+
+    void theWindowThatStandsInReturnsWhenTheProgramIsStartedAgain()
+    {
+        NeloMenuBarApp app(std::make_unique<ToldStatusArea>(false));
+        app.reopen(); // before launching has finished
+        app.applicationDidFinishLaunching();
+        app.reopen();
+        QCOMPARE(windows().size(), 2);
+        for (NeloWindow* window : windows())
+            window->close();
+        app.reopen();
+        for (const NeloWindow* window : windows())
+            QVERIFY(window->isVisible());
+    }
+
+    void windowsOpenAtTheirSmallestSize_data()
+    {
+        QTest::addColumn<QString>("item");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QSize>("size");
+        QTest::newRow("chat") << QStringLiteral("Open Nelo") << QStringLiteral("Nelo") << QSize(980, 740);
+        QTest::newRow("console") << QStringLiteral("Open Nelo Console") << QStringLiteral("Nelo Console")
+                                 << QSize(1000, 720);
+        QTest::newRow("settings") << QStringLiteral("Settings...") << QStringLiteral("Nelo Settings")
+                                  << QSize(640, 620);
+    }
+
+    void windowsOpenAtTheirSmallestSize()
+    {
+        QFETCH(QString, item);
+        QFETCH(QString, title);
+        QFETCH(QSize, size);
+        choose(item);
+        QCOMPARE(windows().size(), 1);
+        NeloWindow* window = windows().value(0);
+        QVERIFY(QTest::qWaitForWindowActive(window));
+        QCOMPARE(window->windowTitle(), title);
+        QCOMPARE(window->size(), size);
+        QCOMPARE(window->minimumSize(), size);
+    }
+
+    void theSettingsWindowCostsOneBackendCall()
+    {
+        choose(QStringLiteral("Settings..."));
+        QVERIFY(QTest::qWaitForWindowExposed(windows().value(0)));
+        QCOMPARE(m_backend->calls().size(), std::size_t(1));
+        QCOMPARE(m_backend->count("load_nelo_settings"), 1);
+        choose(QStringLiteral("Settings..."));
+        QCOMPARE(m_backend->count("load_nelo_settings"), 1);
+    }
+
+    void theSettingsWindowAndTabAreTwoViews()
+    {
+        choose(QStringLiteral("Settings..."));
+        choose(QStringLiteral("Open Nelo Console"));
+        QList<QLineEdit*> fields;
+        for (const NeloWindow* window : windows())
+            fields.append(window->findChildren<QLineEdit*>(QStringLiteral("coreURLField")));
+        QCOMPARE(fields.size(), 2);
+        fields[0]->setText(QStringLiteral("http://edited"));
+        QCOMPARE(fields[1]->text(), QString());
+    }
+
+    void aSecondChoiceBringsTheSameWindowForward()
+    {
+        choose(QStringLiteral("Open Nelo Console"));
+        NeloWindow* console = windows().value(0);
+        choose(QStringLiteral("Settings...")); // the chat would come forward once more by itself
+        QCOMPARE(windows().size(), 2);
+        QVERIFY(!console->isActiveWindow());
+        choose(QStringLiteral("Open Nelo Console"));
+        QCOMPARE(windows().size(), 2);
+        QVERIFY(QTest::qWaitForWindowActive(console));
+        QCOMPARE(m_backend->count("openclaw_runtime_status"), 1);
+    }
+
+    void aClosedWindowComesBackAsItWas()
+    {
+        choose(QStringLiteral("Open Nelo Console"));
+        NeloWindow* console = windows().value(0);
+        auto* tabs = console->findChild<QTabWidget*>();
+        tabs->setCurrentIndex(1);
+        console->resize(1200, 800);
+        console->close();
+        QVERIFY(!console->isVisible());
+        choose(QStringLiteral("Open Nelo Console"));
+        QVERIFY(console->isVisible());
+        QCOMPARE(windows().size(), 1);
+        QCOMPARE(tabs->currentIndex(), 1);
+        QCOMPARE(console->size(), QSize(1200, 800));
+    }
+
+    void windowsNeverShrinkBelowTheirFirstSize()
+    {
+        choose(QStringLiteral("Settings..."));
+        NeloWindow* settings = windows().value(0);
+        settings->resize(10, 10);
+        QCOMPARE(settings->size(), QSize(640, 620));
+    }
+
+    void shortcutsWorkWhileTheMenuIsOpen_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<bool>("quits");
+        QTest::newRow("Control-comma opens the settings") << static_cast<int>(Qt::Key_Comma) << false;
+        QTest::newRow("Control-Q quits") << static_cast<int>(Qt::Key_Q) << true;
+    }
+
+    void shortcutsWorkWhileTheMenuIsOpen()
+    {
+        QFETCH(int, key);
+        QFETCH(bool, quits);
+        const QSignalSpy quitting(qApp, &QCoreApplication::aboutToQuit);
+        menu()->popup({100, 100});
+        QTimer::singleShot(0, menu(), [this, key, quits] {
+            QTest::keyClick(menu(), static_cast<Qt::Key>(key), Qt::ControlModifier);
+            QVERIFY(!menu()->isVisible());
+            if (!quits)
+                QCoreApplication::quit();
+        });
+        QApplication::exec();
+        QVERIFY(!menu()->isVisible());
+        QCOMPARE(quitting.count(), 1);
+        QCOMPARE(windows().size(), quits ? 0 : 1);
+    }
+
+    void otherKeysMoveInTheMenu()
+    {
+        menu()->popup({100, 100});
+        QTest::keyClick(menu(), Qt::Key_Down);
+        QCOMPARE(menu()->activeAction()->text(), QStringLiteral("Open Nelo"));
+        QTest::keyClick(menu(), Qt::Key_Comma); // without Control
+        QKeyEvent unmapped(QEvent::KeyPress, 0, Qt::NoModifier);
+        QCoreApplication::sendEvent(menu(), &unmapped);
+        QVERIFY(windows().isEmpty());
+        QTest::keyClick(menu(), Qt::Key_Escape);
+        QVERIFY(!menu()->isVisible());
+    }
+
+    void aClickOpensTheMenu()
+    {
+        for (const auto reason : {QSystemTrayIcon::Trigger, QSystemTrayIcon::DoubleClick}) {
+            emit statusItem()->activated(reason);
+            QVERIFY(menu()->isVisible());
+            menu()->hide();
+        }
+        emit statusItem()->activated(QSystemTrayIcon::MiddleClick);
+        QVERIFY(!menu()->isVisible());
+    }
+
+    void quittingEndsTheEventLoop()
+    {
+        choose(QStringLiteral("Open Nelo Console"));
+        QTimer::singleShot(0, m_app.get(), [this] { choose(QStringLiteral("Quit Nelo")); });
+        QCOMPARE(QApplication::exec(), 0);
+    }
+
+    void terminatingEndsTheHelper()
+    {
+        choose(QStringLiteral("Open Nelo Console"));
+        QCOMPARE(ProcessTable::children().size(), 1U);
+        m_app->applicationWillTerminate();
+        QVERIFY(ProcessTable::children().empty());
+    }
 
 private:
     QSystemTrayIcon* statusItem() const { return m_app->findChild<QSystemTrayIcon*>(QStringLiteral("statusItem")); }
     QMenu* menu() const { return statusItem()->contextMenu(); }
-    void choose(const QString& item) const;
-    static QList<NeloWindow*> windows();
+
+    void choose(const QString& item) const
+    {
+        for (QAction* action : menu()->actions()) {
+            if (action->text() == item)
+                action->trigger();
+        }
+    }
+
+    static QList<NeloWindow*> windows()
+    {
+        QList<NeloWindow*> found;
+        for (QWidget* widget : QApplication::topLevelWidgets()) {
+            if (auto* window = qobject_cast<NeloWindow*>(widget))
+                found.append(window);
+        }
+        return found;
+    }
 
     std::optional<ScriptedBackend> m_backend;
     std::unique_ptr<NeloMenuBarApp> m_app;
 };
-
-void TestNeloMenuBarApp::init()
-{
-    failOnUnexpectedWarning();
-    QApplication::setQuitOnLastWindowClosed(false);
-    m_backend.emplace();
-    m_backend->answer("openclaw_runtime_status", {{"os", "x"}});
-    m_backend->answer("load_nelo_settings", Json::object());
-    m_app = std::make_unique<NeloMenuBarApp>(std::make_unique<ToldStatusArea>(true));
-    m_app->applicationDidFinishLaunching();
-}
-
-void TestNeloMenuBarApp::cleanup()
-{
-    m_app.reset();
-    m_backend.reset();
-}
-
-void TestNeloMenuBarApp::choose(const QString& item) const
-{
-    for (QAction* action : menu()->actions()) {
-        if (action->text() == item)
-            action->trigger();
-    }
-}
-
-QList<NeloWindow*> TestNeloMenuBarApp::windows()
-{
-    QList<NeloWindow*> found;
-    for (QWidget* widget : QApplication::topLevelWidgets()) {
-        if (auto* window = qobject_cast<NeloWindow*>(widget))
-            found.append(window);
-    }
-    return found;
-}
-
-void TestNeloMenuBarApp::theMenuHoldsItsItemsInOrder()
-{
-    QStringList items;
-    for (const QAction* action : menu()->actions())
-        items.append(action->isSeparator() ? QStringLiteral("-")
-                                           : action->text() + u'|' + action->shortcut().toString());
-    QCOMPARE(items, (QStringList{QStringLiteral("Open Nelo|"), QStringLiteral("Open Nelo Console|"),
-                                 QStringLiteral("Settings...|Ctrl+,"), QStringLiteral("-"),
-                                 QStringLiteral("Quit Nelo|Ctrl+Q")}));
-}
-
-void TestNeloMenuBarApp::theStatusItemIsCalledNelo()
-{
-    QCOMPARE(statusItem()->toolTip(), QStringLiteral("Nelo"));
-    QVERIFY(statusItem()->isVisible());
-}
-
-void TestNeloMenuBarApp::theStatusItemShowsTheSparklesWithoutACustomImage()
-{
-    QVERIFY(statusItem()->icon().availableSizes().contains(QSize(22, 22)));
-}
-
-void TestNeloMenuBarApp::theStatusItemShowsTheCustomImage()
-{
-    QVERIFY(QDir(m_backend->home().path()).mkpath(QStringLiteral("Desktop")));
-    QImage image(512, 512, QImage::Format_RGB32);
-    image.fill(Qt::red);
-    QVERIFY(image.save(m_backend->home().path(QStringLiteral("Desktop/nelo.png"))));
-    NeloMenuBarApp app(std::make_unique<ToldStatusArea>(true));
-    app.applicationDidFinishLaunching();
-    const QIcon icon = app.findChild<QSystemTrayIcon*>()->icon();
-    QCOMPARE(icon.pixmap({64, 64}).size(), QSize(18, 18));
-    QCOMPARE(icon.pixmap({18, 18}).toImage().pixelColor(9, 9), QColor(Qt::red));
-}
-
-void TestNeloMenuBarApp::nothingElseStartsAtLaunch()
-{
-    QCoreApplication::processEvents();
-    QVERIFY(windows().isEmpty());
-    QVERIFY(ProcessTable::children().empty());
-    QVERIFY(m_backend->calls().empty());
-    QVERIFY(m_app->findChildren<QTimer*>().isEmpty());
-}
-
-void TestNeloMenuBarApp::theItemIsMadeOnceThereIsAStatusArea()
-{
-    auto statusArea = std::make_unique<ToldStatusArea>(false);
-    ToldStatusArea* desktop = statusArea.get();
-    NeloMenuBarApp app(std::move(statusArea));
-    app.applicationDidFinishLaunching();
-    QVERIFY(!app.findChild<QSystemTrayIcon*>()); // Qt would settle for good how it is shown
-    for (const bool isAvailable : {true, false, true})
-        desktop->setAvailable(isAvailable);
-    QCOMPARE(app.findChildren<QSystemTrayIcon*>().size(), 1);
-    QVERIFY(app.findChild<QSystemTrayIcon*>()->isVisible());
-}
-
-void TestNeloMenuBarApp::aWindowStandsInForAStatusAreaThatIsNotThere()
-{
-    auto statusArea = std::make_unique<ToldStatusArea>(false);
-    ToldStatusArea* desktop = statusArea.get();
-    NeloMenuBarApp app(std::move(statusArea));
-    app.applicationDidFinishLaunching();
-    QVERIFY(windows().isEmpty()); // it may be about to come
-    QTRY_COMPARE_WITH_TIMEOUT(windows().size(), 1, 2000);
-    const NeloWindow* launcher = windows().value(0);
-    QCOMPARE(launcher->windowTitle(), QStringLiteral("Nelo"));
-    QVERIFY(launcher->isVisible());
-    QCOMPARE(launcher->minimumSize(), QSize(240, 200));
-    const QList<QPushButton*> buttons = launcher->findChildren<QPushButton*>();
-    QCOMPARE(buttons.size(), 4);
-    for (const QPushButton* button : buttons) {
-        QCOMPARE(button->x(), 16);
-        QCOMPARE(button->width(), 240 - 2 * 16);
-    }
-    QCOMPARE(launcher->minimumSizeHint().height(), 16 + 4 * buttons[0]->height() + 3 * 8 + 16);
-    desktop->setAvailable(true);
-    QVERIFY(!launcher->isVisible());
-    desktop->setAvailable(false);
-    QVERIFY(launcher->isVisible());
-    QCOMPARE(windows().size(), 1);
-}
-
-void TestNeloMenuBarApp::theWindowThatStandsInReturnsWhenTheProgramIsStartedAgain()
-{
-    NeloMenuBarApp app(std::make_unique<ToldStatusArea>(false));
-    app.reopen(); // before launching has finished
-    app.applicationDidFinishLaunching();
-    app.reopen();
-    QCOMPARE(windows().size(), 2);
-    for (NeloWindow* window : windows())
-        window->close();
-    app.reopen();
-    for (const NeloWindow* window : windows())
-        QVERIFY(window->isVisible());
-}
-
-void TestNeloMenuBarApp::windowsOpenAtTheirSmallestSize_data()
-{
-    QTest::addColumn<QString>("item");
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<QSize>("size");
-    QTest::newRow("chat") << QStringLiteral("Open Nelo") << QStringLiteral("Nelo") << QSize(980, 740);
-    QTest::newRow("console") << QStringLiteral("Open Nelo Console") << QStringLiteral("Nelo Console")
-                             << QSize(1000, 720);
-    QTest::newRow("settings") << QStringLiteral("Settings...") << QStringLiteral("Nelo Settings") << QSize(640, 620);
-}
-
-void TestNeloMenuBarApp::windowsOpenAtTheirSmallestSize()
-{
-    QFETCH(QString, item);
-    QFETCH(QString, title);
-    QFETCH(QSize, size);
-    choose(item);
-    QCOMPARE(windows().size(), 1);
-    NeloWindow* window = windows().value(0);
-    QVERIFY(QTest::qWaitForWindowActive(window));
-    QCOMPARE(window->windowTitle(), title);
-    QCOMPARE(window->size(), size);
-    QCOMPARE(window->minimumSize(), size);
-}
-
-void TestNeloMenuBarApp::theSettingsWindowCostsOneBackendCall()
-{
-    choose(QStringLiteral("Settings..."));
-    QVERIFY(QTest::qWaitForWindowExposed(windows().value(0)));
-    QCOMPARE(m_backend->calls().size(), std::size_t(1));
-    QCOMPARE(m_backend->count("load_nelo_settings"), 1);
-    choose(QStringLiteral("Settings..."));
-    QCOMPARE(m_backend->count("load_nelo_settings"), 1);
-}
-
-void TestNeloMenuBarApp::theSettingsWindowAndTabAreTwoViews()
-{
-    choose(QStringLiteral("Settings..."));
-    choose(QStringLiteral("Open Nelo Console"));
-    QList<QLineEdit*> fields;
-    for (const NeloWindow* window : windows())
-        fields.append(window->findChildren<QLineEdit*>(QStringLiteral("coreURLField")));
-    QCOMPARE(fields.size(), 2);
-    fields[0]->setText(QStringLiteral("http://edited"));
-    QCOMPARE(fields[1]->text(), QString());
-}
-
-void TestNeloMenuBarApp::aSecondChoiceBringsTheSameWindowForward()
-{
-    choose(QStringLiteral("Open Nelo Console"));
-    NeloWindow* console = windows().value(0);
-    choose(QStringLiteral("Settings...")); // the chat would come forward once more by itself
-    QCOMPARE(windows().size(), 2);
-    QVERIFY(!console->isActiveWindow());
-    choose(QStringLiteral("Open Nelo Console"));
-    QCOMPARE(windows().size(), 2);
-    QVERIFY(QTest::qWaitForWindowActive(console));
-    QCOMPARE(m_backend->count("openclaw_runtime_status"), 1);
-}
-
-void TestNeloMenuBarApp::aClosedWindowComesBackAsItWas()
-{
-    choose(QStringLiteral("Open Nelo Console"));
-    NeloWindow* console = windows().value(0);
-    auto* tabs = console->findChild<QTabWidget*>();
-    tabs->setCurrentIndex(1);
-    console->resize(1200, 800);
-    console->close();
-    QVERIFY(!console->isVisible());
-    choose(QStringLiteral("Open Nelo Console"));
-    QVERIFY(console->isVisible());
-    QCOMPARE(windows().size(), 1);
-    QCOMPARE(tabs->currentIndex(), 1);
-    QCOMPARE(console->size(), QSize(1200, 800));
-}
-
-void TestNeloMenuBarApp::windowsNeverShrinkBelowTheirFirstSize()
-{
-    choose(QStringLiteral("Settings..."));
-    NeloWindow* settings = windows().value(0);
-    settings->resize(10, 10);
-    QCOMPARE(settings->size(), QSize(640, 620));
-}
-
-void TestNeloMenuBarApp::shortcutsWorkWhileTheMenuIsOpen_data()
-{
-    QTest::addColumn<int>("key");
-    QTest::addColumn<bool>("quits");
-    QTest::newRow("Control-comma opens the settings") << static_cast<int>(Qt::Key_Comma) << false;
-    QTest::newRow("Control-Q quits") << static_cast<int>(Qt::Key_Q) << true;
-}
-
-void TestNeloMenuBarApp::shortcutsWorkWhileTheMenuIsOpen()
-{
-    QFETCH(int, key);
-    QFETCH(bool, quits);
-    const QSignalSpy quitting(qApp, &QCoreApplication::aboutToQuit);
-    menu()->popup({100, 100});
-    QTimer::singleShot(0, menu(), [this, key, quits] {
-        QTest::keyClick(menu(), static_cast<Qt::Key>(key), Qt::ControlModifier);
-        QVERIFY(!menu()->isVisible());
-        if (!quits)
-            QCoreApplication::quit();
-    });
-    QApplication::exec();
-    QVERIFY(!menu()->isVisible());
-    QCOMPARE(quitting.count(), 1);
-    QCOMPARE(windows().size(), quits ? 0 : 1);
-}
-
-void TestNeloMenuBarApp::otherKeysMoveInTheMenu()
-{
-    menu()->popup({100, 100});
-    QTest::keyClick(menu(), Qt::Key_Down);
-    QCOMPARE(menu()->activeAction()->text(), QStringLiteral("Open Nelo"));
-    QTest::keyClick(menu(), Qt::Key_Comma); // without Control
-    QKeyEvent unmapped(QEvent::KeyPress, 0, Qt::NoModifier);
-    QCoreApplication::sendEvent(menu(), &unmapped);
-    QVERIFY(windows().isEmpty());
-    QTest::keyClick(menu(), Qt::Key_Escape);
-    QVERIFY(!menu()->isVisible());
-}
-
-void TestNeloMenuBarApp::aClickOpensTheMenu()
-{
-    for (const auto reason : {QSystemTrayIcon::Trigger, QSystemTrayIcon::DoubleClick}) {
-        emit statusItem()->activated(reason);
-        QVERIFY(menu()->isVisible());
-        menu()->hide();
-    }
-    emit statusItem()->activated(QSystemTrayIcon::MiddleClick);
-    QVERIFY(!menu()->isVisible());
-}
-
-void TestNeloMenuBarApp::quittingEndsTheEventLoop()
-{
-    choose(QStringLiteral("Open Nelo Console"));
-    QTimer::singleShot(0, m_app.get(), [this] { choose(QStringLiteral("Quit Nelo")); });
-    QCOMPARE(QApplication::exec(), 0);
-}
-
-void TestNeloMenuBarApp::terminatingEndsTheHelper()
-{
-    choose(QStringLiteral("Open Nelo Console"));
-    QCOMPARE(ProcessTable::children().size(), 1U);
-    m_app->applicationWillTerminate();
-    QVERIFY(ProcessTable::children().empty());
-}
 
 QTEST_MAIN(TestNeloMenuBarApp)
 #include "TestNeloMenuBarApp.moc"

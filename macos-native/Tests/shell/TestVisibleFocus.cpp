@@ -13,27 +13,6 @@
 
 #include <optional>
 
-/// Whoever works by keyboard sees where it is: every control of every window looks different while it has it.
-class TestVisibleFocus final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
-    void showsInTheChat();
-    void showsInTheSettings();
-    void showsInTheConsole_data();
-    void showsInTheConsole();
-    void showsInAnAlert();
-    void showsInTheWindowThatStandsInForTheStatusItem();
-
-private:
-    std::optional<ScriptedBackend> m_backend;
-    std::unique_ptr<NeloMenuBarApp> m_app;
-};
-
 namespace {
 
 NeloWindow* windowCalled(const QString& title)
@@ -80,88 +59,99 @@ void verifyThatFocusShows(QWidget* window)
 
 } // namespace
 
-void TestVisibleFocus::initTestCase()
+/// Whoever works by keyboard sees where it is: every control of every window looks different while it has it.
+class TestVisibleFocus final : public QObject
 {
-    QApplication::setCursorFlashTime(0); // a text cursor is always there
-}
+    Q_OBJECT
 
-void TestVisibleFocus::init()
-{
-    failOnUnexpectedWarning();
-    m_backend.emplace();
-    m_backend->answer("openclaw_runtime_status", {{"os", "x"}});
-    m_backend->answer("load_nelo_settings", Json::object());
-    m_app = std::make_unique<NeloMenuBarApp>(std::make_unique<ToldStatusArea>(true));
-    m_app->applicationDidFinishLaunching();
-}
-
-void TestVisibleFocus::cleanup()
-{
-    m_app.reset();
-    m_backend.reset();
-}
-
-void TestVisibleFocus::showsInTheChat()
-{
-    m_app->openNelo();
-    verifyThatFocusShows(windowCalled(QStringLiteral("Nelo")));
-}
-
-void TestVisibleFocus::showsInTheSettings()
-{
-    m_app->openSettings();
-    verifyThatFocusShows(windowCalled(QStringLiteral("Nelo Settings")));
-}
-
-void TestVisibleFocus::showsInTheConsole_data()
-{
-    QTest::addColumn<int>("tab");
-    QTest::addColumn<bool>("hasRows");
-    const QByteArrayList titles{"Agents", "Runtime", "Tovani", "Skills", "Settings"};
-    for (int tab = 0; tab < titles.size(); ++tab)
-        QTest::addRow("%s", titles.at(tab).constData()) << tab << true;
-    QTest::addRow("Agents, of which there are none") << 0 << false;
-    QTest::addRow("Skills, of which there are none") << 3 << false;
-}
-
-void TestVisibleFocus::showsInTheConsole()
-{
-    QFETCH(int, tab);
-    QFETCH(bool, hasRows);
-    if (hasRows) {
-        m_backend->answer("sync_local_agents_to_core", Json::array({{{"id", "pilot"}, {"ecosystem", "openclaw"}}}));
-        m_backend->answer("list_skills", Json::array({{{"name", "weather"}, {"skillKey", "weather"}}}));
+private slots:
+    void initTestCase()
+    {
+        QApplication::setCursorFlashTime(0); // a text cursor is always there
     }
-    m_app->openNeloConsole();
-    NeloWindow* console = windowCalled(QStringLiteral("Nelo Console"));
-    console->findChild<QTabWidget*>()->setCurrentIndex(tab);
-    for (const JsonTable* table : console->findChildren<JsonTable*>()) {
-        if (table->isVisible())
-            QCOMPARE(table->model()->rowCount(), hasRows ? 1 : 0);
+
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_backend.emplace();
+        m_backend->answer("openclaw_runtime_status", {{"os", "x"}});
+        m_backend->answer("load_nelo_settings", Json::object());
+        m_app = std::make_unique<NeloMenuBarApp>(std::make_unique<ToldStatusArea>(true));
+        m_app->applicationDidFinishLaunching();
     }
-    verifyThatFocusShows(console);
-}
 
-void TestVisibleFocus::showsInAnAlert()
-{
-    bool hasLooked = false;
-    QTimer::singleShot(0, this, [&hasLooked] {
-        QWidget* alert = QApplication::activeModalWidget();
-        verifyThatFocusShows(alert);
-        hasLooked = true;
-        alert->close();
-    });
-    showAlert(nullptr, QStringLiteral("Request Failed"), QStringLiteral("A text that can be selected."));
-    QVERIFY(hasLooked);
-}
+    void cleanup()
+    {
+        m_app.reset();
+        m_backend.reset();
+    }
 
-void TestVisibleFocus::showsInTheWindowThatStandsInForTheStatusItem()
-{
-    NeloMenuBarApp app(std::make_unique<ToldStatusArea>(false));
-    app.applicationDidFinishLaunching();
-    QTRY_VERIFY(windowCalled(QStringLiteral("Nelo")));
-    verifyThatFocusShows(windowCalled(QStringLiteral("Nelo")));
-}
+    void showsInTheChat()
+    {
+        m_app->openNelo();
+        verifyThatFocusShows(windowCalled(QStringLiteral("Nelo")));
+    }
+
+    void showsInTheSettings()
+    {
+        m_app->openSettings();
+        verifyThatFocusShows(windowCalled(QStringLiteral("Nelo Settings")));
+    }
+
+    void showsInTheConsole_data()
+    {
+        QTest::addColumn<int>("tab");
+        QTest::addColumn<bool>("hasRows");
+        const QByteArrayList titles{"Agents", "Runtime", "Tovani", "Skills", "Settings"};
+        for (int tab = 0; tab < titles.size(); ++tab)
+            QTest::addRow("%s", titles.at(tab).constData()) << tab << true;
+        QTest::addRow("Agents, of which there are none") << 0 << false;
+        QTest::addRow("Skills, of which there are none") << 3 << false;
+    }
+
+    void showsInTheConsole()
+    {
+        QFETCH(int, tab);
+        QFETCH(bool, hasRows);
+        if (hasRows) {
+            m_backend->answer("sync_local_agents_to_core", Json::array({{{"id", "pilot"}, {"ecosystem", "openclaw"}}}));
+            m_backend->answer("list_skills", Json::array({{{"name", "weather"}, {"skillKey", "weather"}}}));
+        }
+        m_app->openNeloConsole();
+        NeloWindow* console = windowCalled(QStringLiteral("Nelo Console"));
+        console->findChild<QTabWidget*>()->setCurrentIndex(tab);
+        for (const JsonTable* table : console->findChildren<JsonTable*>()) {
+            if (table->isVisible())
+                QCOMPARE(table->model()->rowCount(), hasRows ? 1 : 0);
+        }
+        verifyThatFocusShows(console);
+    }
+
+    void showsInAnAlert()
+    {
+        bool hasLooked = false;
+        QTimer::singleShot(0, this, [&hasLooked] {
+            QWidget* alert = QApplication::activeModalWidget();
+            verifyThatFocusShows(alert);
+            hasLooked = true;
+            alert->close();
+        });
+        showAlert(nullptr, QStringLiteral("Request Failed"), QStringLiteral("A text that can be selected."));
+        QVERIFY(hasLooked);
+    }
+
+    void showsInTheWindowThatStandsInForTheStatusItem()
+    {
+        NeloMenuBarApp app(std::make_unique<ToldStatusArea>(false));
+        app.applicationDidFinishLaunching();
+        QTRY_VERIFY(windowCalled(QStringLiteral("Nelo")));
+        verifyThatFocusShows(windowCalled(QStringLiteral("Nelo")));
+    }
+
+private:
+    std::optional<ScriptedBackend> m_backend;
+    std::unique_ptr<NeloMenuBarApp> m_app;
+};
 
 QTEST_MAIN(TestVisibleFocus)
 #include "TestVisibleFocus.moc"

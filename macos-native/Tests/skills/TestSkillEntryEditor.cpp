@@ -13,466 +13,434 @@ class TestSkillEntryEditor final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_tab.emplace();
+    }
+
     void cleanup() { m_tab.reset(); }
-    void withoutASkillThereIsNothingToLoadOrSave();
-    void theEntryFillsTheEditor();
-    void aSkillWithoutACredentialHasNoFieldForIt();
-    void theCredentialHasTheCaptionOfItsSkill();
-    void theCredentialStandsInForThePrimaryVariable();
-    void aSkillWithoutVariablesSaysSo();
-    void theEditorIsLaidOutAsGiven();
-    void fieldsStandInRowsAsGiven();
-    void theEnvironmentIsMonospacedAndNotWrapped();
-    void anEntryThatSaysNothingShowsDefaults_data();
-    void anEntryThatSaysNothingShowsDefaults();
-    void aFailedLoadLeavesTheEditor();
-    void theModeDecidesWhatIsEdited();
-    void tabLeavesTheTextThatIsEdited();
-    void theSnapshotFollowsThePalette();
-    void aCredentialStaysWhereTheNextSkillCannotBeLoaded();
-    void aCredentialIsNotSavedForASkillThatNeedsNone();
-    void changingTheModeLoadsNothing();
-    void savesTheFieldsInDynamicMode();
-    void emptyFieldsAreRemovedFromTheEnvironment();
-    void savesTheTextInJsonMode();
-    void aTextThatIsNoObjectIsNotSent_data();
-    void aTextThatIsNoObjectIsNotSent();
-    void withoutFieldsTheTextIsSavedInDynamicModeToo();
-    void theCredentialFieldCountsWhereTheEnvironmentSaysNothing();
-    void theConfigurationGoesBackUntouched();
-    void aRefreshForgetsTheConfiguration();
-    void theTextIsReadAnewOnceItIsSaved();
-    void aFailedSaveLeavesTheEditor();
-    void aKeyThatIsNoTextIsSentAsOne();
-    void twoHundredFieldsAreSavedInOneCall();
-    void aMegabyteIsShownAndSaved();
+
+    void withoutASkillThereIsNothingToLoadOrSave()
+    {
+        m_tab->view();
+        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK")), DialogRobot::press(QStringLiteral("OK"))});
+        m_tab->press("Load Config");
+        m_tab->press("Save Config");
+        QCOMPARE(robot.titles(), (QStringList{QStringLiteral("No Selection"), QStringLiteral("No Selection")}));
+        QCOMPARE(robot.shown().front().text, QStringLiteral("Select a skill first."));
+        QCOMPARE(m_tab->backend.count("get_skill_entry"), 0);
+        QCOMPARE(m_tab->backend.count("save_skill_entry"), 0);
+    }
+
+    void theEntryFillsTheEditor()
+    {
+        m_tab->entered({{"enabled", false}, {"apiKey", "k"}, {"env", {{"TOKEN", "t"}, {"REGION", "欧洲"}}}});
+        m_tab->select(0);
+        QCOMPARE(m_tab->title("enabledPopup"), QStringLiteral("false"));
+        QCOMPARE(m_tab->apiKey()->text(), QStringLiteral("k"));
+        QCOMPARE(m_tab->apiKey()->echoMode(), QLineEdit::Password);
+        QCOMPARE(m_tab->field("TOKEN")->text(), QStringLiteral("t"));
+        QCOMPARE(m_tab->field("REGION")->text(), QStringLiteral("欧洲"));
+        QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{\n  \"REGION\": \"欧洲\",\n  \"TOKEN\": \"t\"\n}"));
+        QCOMPARE(m_tab->titles("enabledPopup"), (QStringList{QStringLiteral("true"), QStringLiteral("false")}));
+    }
+
+    void aSkillWithoutACredentialHasNoFieldForIt()
+    {
+        m_tab->select(0);
+        QVERIFY(!m_tab->apiKey()->isHidden());
+        m_tab->select(2);
+        QVERIFY(m_tab->apiKey()->isHidden());
+        QVERIFY(m_tab->find<QLabel>("apiKeyLabel")->isHidden());
+        QCOMPARE(m_tab->apiKey()->text(), QString());
+        QCOMPARE(m_tab->apiKey()->placeholderText(), QStringLiteral("Not required"));
+        QCOMPARE(m_tab->label("apiKeyLabel"), QStringLiteral("API Key"));
+    }
+
+    void theCredentialHasTheCaptionOfItsSkill()
+    {
+        Json skill = SkillsTab::weather();
+        skill["primaryEnvLabel"] = " Weather Token ";
+        m_tab->listed(Json::array({skill}));
+        m_tab->select(0);
+        QVERIFY(!m_tab->find<QLabel>("apiKeyLabel")->isHidden());
+        QCOMPARE(m_tab->label("apiKeyLabel"), QStringLiteral("Weather Token"));
+        QCOMPARE(m_tab->apiKey()->placeholderText(), QStringLiteral("Weather Token"));
+    }
+
+    void theCredentialStandsInForThePrimaryVariable()
+    {
+        m_tab->select(0);
+        QCOMPARE(m_tab->field("TOKEN")->text(), QStringLiteral("k"));
+        QCOMPARE(m_tab->field("TOKEN")->echoMode(), QLineEdit::Normal);
+    }
+
+    void aSkillWithoutVariablesSaysSo()
+    {
+        m_tab->select(2);
+        QVERIFY(m_tab->fields().isEmpty());
+        const auto labels = m_tab->find<QWidget>("dynamicFieldsStack")->findChildren<QLabel*>();
+        QCOMPARE(labels.size(), 1);
+        QCOMPARE(labels.first()->text(), QStringLiteral("This skill does not require dynamic env fields."));
+        QVERIFY(labels.first()->wordWrap());
+        QCOMPARE(labels.first()->palette().color(QPalette::WindowText), Colors::secondaryText(m_tab->view().palette()));
+        m_tab->show();
+        QTRY_COMPARE(labels.first()->width(),
+                     m_tab->find<QWidget>("dynamicFieldsStack")->width()); // where the fields are else
+        QVERIFY(labels.first()->isVisible());
+    }
+
+    void theEditorIsLaidOutAsGiven()
+    {
+        m_tab->show();
+        m_tab->select(0);
+        QTRY_VERIFY(m_tab->field("REGION")->width() > 220);
+        for (const char* control : {"enabledPopup", "apiKeyField"}) {
+            const QLabel* caption = m_tab->caption(control);
+            QCOMPARE(caption->x(), 0);
+            QCOMPARE(caption->width(), 160);
+            QVERIFY(caption->alignment().testFlag(Qt::AlignRight));
+            QCOMPARE(m_tab->find<QWidget>(control)->x(), 160 + 8);
+        }
+        int top = 0;
+        for (const char* part : {"enabledPopup", "apiKeyField", "envLabel", "envTextView", "dynamicFieldsStack"}) {
+            const QRect place = m_tab->find<QWidget>(part)->geometry();
+            QCOMPARE(place.top(), top);
+            top = place.bottom() + 1 + 8;
+        }
+        QCOMPARE(m_tab->env()->minimumHeight(), 110);
+    }
+
+    void fieldsStandInRowsAsGiven()
+    {
+        m_tab->show();
+        m_tab->select(0);
+        auto* stack = m_tab->find<QWidget>("dynamicFieldsStack");
+        QTRY_VERIFY(m_tab->field("REGION")->width() > 220);
+        const auto labels = stack->findChildren<QLabel*>();
+        QCOMPARE(labels[0]->text(), QStringLiteral("Dynamic ENV Fields"));
+        QCOMPARE(labels[0]->font().pixelSize(), 12);
+        QCOMPARE(labels[0]->font().weight(), QFont::DemiBold);
+        QCOMPARE(m_tab->frame(labels[0]).topLeft(), m_tab->frame(stack).topLeft());
+        QCOMPARE(m_tab->field("TOKEN")->y(), labels[0]->geometry().bottom() + 1 + 8);
+        QCOMPARE(m_tab->field("REGION")->y(), m_tab->field("TOKEN")->geometry().bottom() + 1 + 8);
+        QCOMPARE(labels[1]->text(), QStringLiteral("API/Bearer Token (TOKEN)"));
+        QCOMPARE(labels[2]->text(), QStringLiteral("REGION"));
+        QCOMPARE(labels[2]->width(), 160);
+        QVERIFY(labels[2]->alignment().testFlag(Qt::AlignRight));
+        QCOMPARE(labels[2]->buddy(), m_tab->field("REGION"));
+        QCOMPARE(m_tab->field("REGION")->x(), labels[2]->geometry().right() + 1 + 8);
+        QCOMPARE(m_tab->field("REGION")->minimumWidth(), 220);
+    }
+
+    void theEnvironmentIsMonospacedAndNotWrapped()
+    {
+        m_tab->entered({{"env", {{"A", std::string(500, 'x')}, {"B", "1"}}}});
+        m_tab->show();
+        m_tab->select(0);
+        QCOMPARE(m_tab->env()->font().pixelSize(), 12);
+        QCOMPARE(m_tab->env()->font().family(), QFontDatabase::systemFont(QFontDatabase::FixedFont).family());
+        QTRY_VERIFY(m_tab->env()->horizontalScrollBar()->maximum() > 0);
+        QCOMPARE(m_tab->env()->document()->lineCount(), 4);
+    }
+
+    void anEntryThatSaysNothingShowsDefaults_data()
+    {
+        QTest::addColumn<QByteArray>("entry");
+        QTest::newRow("an empty object") << QByteArray("{}");
+        QTest::newRow("null") << QByteArray("null");
+        QTest::newRow("a list") << QByteArray(R"([{"enabled":false}])");
+        QTest::newRow("members of other types")
+            << QByteArray(R"({"enabled":"no","env":["A"],"config":[1],"apiKey":""})");
+    }
+
+    void anEntryThatSaysNothingShowsDefaults()
+    {
+        QFETCH(QByteArray, entry);
+        m_tab->entered(Json::parse(entry.toStdString()));
+        m_tab->select(0);
+        QCOMPARE(m_tab->title("enabledPopup"), QStringLiteral("true"));
+        QCOMPARE(m_tab->apiKey()->text(), QString());
+        QCOMPARE(m_tab->field("TOKEN")->text(), QString());
+        QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{}"));
+        QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
+    }
+
+    void aFailedLoadLeavesTheEditor()
+    {
+        m_tab->select(0);
+        m_tab->field("REGION")->setText(QStringLiteral("edited"));
+        m_tab->backend.raise("get_skill_entry", "OSError", "no <b>entry</b>");
+        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        m_tab->press("Load Config");
+        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
+        QVERIFY(robot.shown().front().text.startsWith(QStringLiteral("ERROR: ")));
+        QVERIFY(robot.shown().front().text.contains(QStringLiteral("no <b>entry</b>")));
+        QCOMPARE(m_tab->field("REGION")->text(), QStringLiteral("edited"));
+        QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
+    }
+
+    void theModeDecidesWhatIsEdited()
+    {
+        m_tab->show();
+        m_tab->select(0);
+        QVERIFY(m_tab->find<QWidget>("dynamicFieldsStack")->isVisible());
+        QVERIFY(m_tab->env()->isReadOnly());
+        QVERIFY(m_tab->env()->textInteractionFlags().testFlag(Qt::TextSelectableByMouse));
+        QVERIFY(m_tab->env()->textInteractionFlags().testFlag(Qt::TextSelectableByKeyboard));
+        QCOMPARE(m_tab->label("envLabel"), QStringLiteral("ENV (JSON snapshot)"));
+        const QColor snapshot = m_tab->env()->palette().color(QPalette::Text);
+
+        m_tab->choose("configModePopup", "json");
+        QVERIFY(!m_tab->find<QWidget>("dynamicFieldsStack")->isVisible());
+        QVERIFY(!m_tab->env()->isReadOnly());
+        QCOMPARE(m_tab->label("envLabel"), QStringLiteral("ENV (JSON object)"));
+        QCOMPARE(m_tab->env()->palette().color(QPalette::Text), m_tab->view().palette().color(QPalette::Text));
+        QVERIFY(m_tab->env()->palette().color(QPalette::Text) != snapshot);
+        m_tab->env()->selectAll();
+        QTest::keyClicks(m_tab->env(), QStringLiteral("{}"));
+        QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{}"));
+
+        m_tab->choose("configModePopup", "dynamic");
+        QVERIFY(m_tab->find<QWidget>("dynamicFieldsStack")->isVisible());
+        QVERIFY(m_tab->env()->isReadOnly());
+        QCOMPARE(m_tab->env()->palette().color(QPalette::Text), snapshot);
+    }
+
+    void tabLeavesTheTextThatIsEdited()
+    {
+        m_tab->show();
+        m_tab->select(0);
+        m_tab->choose("configModePopup", "json");
+        const QString text = m_tab->env()->toPlainText();
+        for (const Qt::Key key : {Qt::Key_Tab, Qt::Key_Backtab}) {
+            m_tab->env()->setFocus();
+            QVERIFY(m_tab->env()->hasFocus());
+            QTest::keyClick(m_tab->env(), key);
+            QVERIFY(!m_tab->env()->hasFocus());
+            QCOMPARE(m_tab->env()->toPlainText(), text);
+        }
+    }
+
+    void theSnapshotFollowsThePalette()
+    {
+        m_tab->show();
+        QPalette dark = m_tab->view().palette();
+        dark.setColor(QPalette::Window, Qt::black);
+        dark.setColor(QPalette::WindowText, Qt::white);
+        dark.setColor(QPalette::Text, Qt::yellow);
+        m_tab->view().setPalette(dark);
+        QCOMPARE(m_tab->env()->palette().color(QPalette::Text), Colors::secondaryText(dark));
+        m_tab->choose("configModePopup", "json");
+        QCOMPARE(m_tab->env()->palette().color(QPalette::Text), QColor(Qt::yellow));
+        dark.setColor(QPalette::Text, Qt::cyan);
+        m_tab->view().setPalette(dark);
+        QCOMPARE(m_tab->env()->palette().color(QPalette::Text), QColor(Qt::cyan));
+    }
+
+    void aCredentialStaysWhereTheNextSkillCannotBeLoaded()
+    {
+        Json other = SkillsTab::weather();
+        other["skillKey"] = "other";
+        m_tab->listed(Json::array({SkillsTab::weather(), other}));
+        m_tab->select(0);
+        m_tab->apiKey()->setText(QStringLiteral("typed"));
+        m_tab->backend.raise("get_skill_entry", "OSError", "no entry");
+        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        m_tab->select(1);
+        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
+        QCOMPARE(m_tab->apiKey()->text(), QStringLiteral("typed"));
+    }
+
+    void aCredentialIsNotSavedForASkillThatNeedsNone()
+    {
+        m_tab->select(0);
+        QCOMPARE(m_tab->apiKey()->text(), QStringLiteral("k"));
+        m_tab->backend.raise("get_skill_entry", "OSError", "no entry");
+        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        m_tab->select(2);
+        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
+        m_tab->press("Save Config");
+        QCOMPARE(sentEntry()["apiKey"].dump(), std::string(R"("")"));
+    }
+
+    void changingTheModeLoadsNothing()
+    {
+        m_tab->select(0);
+        m_tab->field("REGION")->setText(QStringLiteral("edited"));
+        m_tab->choose("configModePopup", "json");
+        m_tab->select(1); // and another skill keeps the mode
+        QVERIFY(m_tab->find<QWidget>("dynamicFieldsStack")->isHidden());
+        m_tab->select(0);
+        m_tab->field("REGION")->setText(QStringLiteral("edited"));
+        m_tab->choose("configModePopup", "dynamic");
+        QCOMPARE(m_tab->field("REGION")->text(), QStringLiteral("edited"));
+        QCOMPARE(m_tab->backend.count("get_skill_entry"), 3);
+    }
+
+    void savesTheFieldsInDynamicMode()
+    {
+        m_tab->select(0);
+        m_tab->choose("enabledPopup", "false");
+        m_tab->field("TOKEN")->setText(QStringLiteral(" t \n"));
+        m_tab->field("REGION")->setText(QStringLiteral("亚洲"));
+        m_tab->press("Save Config");
+        const char* const arguments = R"(["openclaw","weather",{"enabled":false,"apiKey":"t",)"
+                                      R"("env":{"TOKEN":"t","REGION":"亚洲"},"config":{"z":1.0}}])";
+        QCOMPARE(m_tab->arguments("save_skill_entry").dump(), std::string(arguments));
+        QCOMPARE(m_tab->status(), QStringLiteral("Saved config for weather."));
+    }
+
+    void emptyFieldsAreRemovedFromTheEnvironment()
+    {
+        m_tab->select(0);
+        m_tab->field("TOKEN")->setText(QStringLiteral("t"));
+        m_tab->field("REGION")->setText(QStringLiteral(" "));
+        m_tab->press("Save Config");
+        QCOMPARE(sentEntry()["env"].dump(), std::string(R"({"TOKEN":"t"})"));
+    }
+
+    void savesTheTextInJsonMode()
+    {
+        m_tab->select(0);
+        m_tab->choose("configModePopup", "json");
+        m_tab->env()->setPlainText(QStringLiteral(" {\"b\": \"1\", \"TOKEN\": 2} "));
+        m_tab->press("Save Config");
+        QCOMPARE(sentEntry()["env"].dump(), std::string(R"({"b":"1","TOKEN":2})"));
+        QCOMPARE(sentEntry()["apiKey"].dump(), std::string(R"("2")"));
+        QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{\n  \"TOKEN\": 2,\n  \"b\": \"1\"\n}"));
+
+        m_tab->env()->clear();
+        m_tab->press("Save Config");
+        QCOMPARE(sentEntry()["env"].dump(), std::string("{}"));
+        QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{}"));
+    }
+
+    void aTextThatIsNoObjectIsNotSent_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("a list") << QStringLiteral("[1]");
+        QTest::newRow("a scalar") << QStringLiteral("7");
+        QTest::newRow("a syntax error") << QStringLiteral("{\"a\":");
+    }
+
+    void aTextThatIsNoObjectIsNotSent()
+    {
+        QFETCH(QString, text);
+        m_tab->select(0);
+        m_tab->choose("configModePopup", "json");
+        m_tab->env()->setPlainText(text);
+        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        m_tab->press("Save Config");
+        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Invalid JSON")});
+        QCOMPARE(robot.shown().front().text, QStringLiteral("ENV must be a JSON object."));
+        QCOMPARE(m_tab->backend.count("save_skill_entry"), 0);
+        QCOMPARE(m_tab->env()->toPlainText(), text);
+    }
+
+    void withoutFieldsTheTextIsSavedInDynamicModeToo()
+    {
+        m_tab->select(2);
+        m_tab->press("Save Config");
+        QCOMPARE(sentEntry()["env"].dump(), std::string(R"({"REGION":"欧洲"})"));
+    }
+
+    void theCredentialFieldCountsWhereTheEnvironmentSaysNothing()
+    {
+        m_tab->select(0);
+        m_tab->apiKey()->setText(QStringLiteral(" typed "));
+        m_tab->field("TOKEN")->clear();
+        m_tab->press("Save Config");
+        QCOMPARE(sentEntry()["apiKey"].dump(), std::string(R"(" typed ")"));
+        m_tab->field("TOKEN")->setText(QStringLiteral("t"));
+        m_tab->press("Save Config");
+        QCOMPARE(sentEntry()["apiKey"].dump(), std::string(R"("t")"));
+    }
+
+    void theConfigurationGoesBackUntouched()
+    {
+        const std::string config = R"({"z":1,"a":1.0,"m":{"y":9007199254740993,"b":[[[[{}]]]]},"t":"\"你\n"})";
+        m_tab->backend.script("get_skill_entry", {{{"answer-json-text", R"({"config":)" + config + "}"}}});
+        m_tab->select(0);
+        m_tab->press("Save Config");
+        QCOMPARE(sentEntry()["config"].dump(), config);
+    }
+
+    void aRefreshForgetsTheConfiguration()
+    {
+        m_tab->select(0);
+        m_tab->press("Refresh");
+        m_tab->backend.raise("get_skill_entry", "OSError", "x");
+        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        m_tab->select(0);
+        m_tab->press("Save Config");
+        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
+        QCOMPARE(sentEntry()["config"].dump(), std::string("{}"));
+    }
+
+    void theTextIsReadAnewOnceItIsSaved()
+    {
+        m_tab->select(0);
+        m_tab->field("REGION")->setText(QStringLiteral("亚洲"));
+        m_tab->press("Save Config");
+        QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{\n  \"REGION\": \"亚洲\",\n  \"TOKEN\": \"k\"\n}"));
+    }
+
+    void aFailedSaveLeavesTheEditor()
+    {
+        m_tab->select(0);
+        m_tab->field("REGION")->setText(QStringLiteral(" edited "));
+        const QString before = m_tab->env()->toPlainText();
+        m_tab->backend.raise("save_skill_entry", "OSError", "no space left on device");
+        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        m_tab->press("Save Config");
+        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Save Failed")});
+        QVERIFY(robot.shown().front().text.startsWith(QStringLiteral("ERROR: ")));
+        QCOMPARE(m_tab->field("REGION")->text(), QStringLiteral(" edited "));
+        QCOMPARE(m_tab->env()->toPlainText(), before);
+        QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
+    }
+
+    void aKeyThatIsNoTextIsSentAsOne()
+    {
+        m_tab->listed({{{"name", "n"}, {"skillKey", 7}}});
+        m_tab->select(0);
+        QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["openclaw","7"])"));
+        m_tab->press("Save Config");
+        QCOMPARE(m_tab->arguments("save_skill_entry").at(1).dump(), std::string(R"("7")"));
+        QCOMPARE(m_tab->status(), QStringLiteral("Saved config for 7."));
+    }
+
+    void twoHundredFieldsAreSavedInOneCall()
+    {
+        Json names = Json::array();
+        for (int i = 0; i < 200; ++i)
+            names.push_back(QStringLiteral("V%1").arg(i));
+        m_tab->listed({{{"name", "n"}, {"requiredEnv", names}}});
+        m_tab->select(0);
+        QCOMPARE(m_tab->fields().size(), 200);
+        for (QLineEdit* field : m_tab->fields())
+            field->setText(field->placeholderText());
+        m_tab->press("Save Config");
+        QCOMPARE(sentEntry()["env"].size(), std::size_t(200));
+        QVERIFY(sentEntry()["env"]["V199"] == "V199");
+    }
+
+    void aMegabyteIsShownAndSaved()
+    {
+        const std::string megabyte(1'000'000, 'x');
+        m_tab->entered({{"env", {{"REGION", megabyte}}}});
+        m_tab->select(0);
+        m_tab->press("Save Config");
+        QVERIFY(sentEntry()["env"]["REGION"] == megabyte);
+    }
 
 private:
     Json sentEntry() const { return m_tab->arguments("save_skill_entry").at(2); }
 
     std::optional<SkillsTab> m_tab;
 };
-
-void TestSkillEntryEditor::init()
-{
-    failOnUnexpectedWarning();
-    m_tab.emplace();
-}
-
-void TestSkillEntryEditor::withoutASkillThereIsNothingToLoadOrSave()
-{
-    m_tab->view();
-    const DialogRobot robot({DialogRobot::press(QStringLiteral("OK")), DialogRobot::press(QStringLiteral("OK"))});
-    m_tab->press("Load Config");
-    m_tab->press("Save Config");
-    QCOMPARE(robot.titles(), (QStringList{QStringLiteral("No Selection"), QStringLiteral("No Selection")}));
-    QCOMPARE(robot.shown().front().text, QStringLiteral("Select a skill first."));
-    QCOMPARE(m_tab->backend.count("get_skill_entry"), 0);
-    QCOMPARE(m_tab->backend.count("save_skill_entry"), 0);
-}
-
-void TestSkillEntryEditor::theEntryFillsTheEditor()
-{
-    m_tab->entered({{"enabled", false}, {"apiKey", "k"}, {"env", {{"TOKEN", "t"}, {"REGION", "欧洲"}}}});
-    m_tab->select(0);
-    QCOMPARE(m_tab->title("enabledPopup"), QStringLiteral("false"));
-    QCOMPARE(m_tab->apiKey()->text(), QStringLiteral("k"));
-    QCOMPARE(m_tab->apiKey()->echoMode(), QLineEdit::Password);
-    QCOMPARE(m_tab->field("TOKEN")->text(), QStringLiteral("t"));
-    QCOMPARE(m_tab->field("REGION")->text(), QStringLiteral("欧洲"));
-    QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{\n  \"REGION\": \"欧洲\",\n  \"TOKEN\": \"t\"\n}"));
-    QCOMPARE(m_tab->titles("enabledPopup"), (QStringList{QStringLiteral("true"), QStringLiteral("false")}));
-}
-
-void TestSkillEntryEditor::aSkillWithoutACredentialHasNoFieldForIt()
-{
-    m_tab->select(0);
-    QVERIFY(!m_tab->apiKey()->isHidden());
-    m_tab->select(2);
-    QVERIFY(m_tab->apiKey()->isHidden());
-    QVERIFY(m_tab->find<QLabel>("apiKeyLabel")->isHidden());
-    QCOMPARE(m_tab->apiKey()->text(), QString());
-    QCOMPARE(m_tab->apiKey()->placeholderText(), QStringLiteral("Not required"));
-    QCOMPARE(m_tab->label("apiKeyLabel"), QStringLiteral("API Key"));
-}
-
-void TestSkillEntryEditor::theCredentialHasTheCaptionOfItsSkill()
-{
-    Json skill = SkillsTab::weather();
-    skill["primaryEnvLabel"] = " Weather Token ";
-    m_tab->listed(Json::array({skill}));
-    m_tab->select(0);
-    QVERIFY(!m_tab->find<QLabel>("apiKeyLabel")->isHidden());
-    QCOMPARE(m_tab->label("apiKeyLabel"), QStringLiteral("Weather Token"));
-    QCOMPARE(m_tab->apiKey()->placeholderText(), QStringLiteral("Weather Token"));
-}
-
-void TestSkillEntryEditor::theCredentialStandsInForThePrimaryVariable()
-{
-    m_tab->select(0);
-    QCOMPARE(m_tab->field("TOKEN")->text(), QStringLiteral("k"));
-    QCOMPARE(m_tab->field("TOKEN")->echoMode(), QLineEdit::Normal);
-}
-
-void TestSkillEntryEditor::aSkillWithoutVariablesSaysSo()
-{
-    m_tab->select(2);
-    QVERIFY(m_tab->fields().isEmpty());
-    const auto labels = m_tab->find<QWidget>("dynamicFieldsStack")->findChildren<QLabel*>();
-    QCOMPARE(labels.size(), 1);
-    QCOMPARE(labels.first()->text(), QStringLiteral("This skill does not require dynamic env fields."));
-    QVERIFY(labels.first()->wordWrap());
-    QCOMPARE(labels.first()->palette().color(QPalette::WindowText), Colors::secondaryText(m_tab->view().palette()));
-    m_tab->show();
-    QTRY_COMPARE(labels.first()->width(),
-                 m_tab->find<QWidget>("dynamicFieldsStack")->width()); // where the fields are else
-    QVERIFY(labels.first()->isVisible());
-}
-
-void TestSkillEntryEditor::theEditorIsLaidOutAsGiven()
-{
-    m_tab->show();
-    m_tab->select(0);
-    QTRY_VERIFY(m_tab->field("REGION")->width() > 220);
-    for (const char* control : {"enabledPopup", "apiKeyField"}) {
-        const QLabel* caption = m_tab->caption(control);
-        QCOMPARE(caption->x(), 0);
-        QCOMPARE(caption->width(), 160);
-        QVERIFY(caption->alignment().testFlag(Qt::AlignRight));
-        QCOMPARE(m_tab->find<QWidget>(control)->x(), 160 + 8);
-    }
-    int top = 0;
-    for (const char* part : {"enabledPopup", "apiKeyField", "envLabel", "envTextView", "dynamicFieldsStack"}) {
-        const QRect place = m_tab->find<QWidget>(part)->geometry();
-        QCOMPARE(place.top(), top);
-        top = place.bottom() + 1 + 8;
-    }
-    QCOMPARE(m_tab->env()->minimumHeight(), 110);
-}
-
-void TestSkillEntryEditor::fieldsStandInRowsAsGiven()
-{
-    m_tab->show();
-    m_tab->select(0);
-    auto* stack = m_tab->find<QWidget>("dynamicFieldsStack");
-    QTRY_VERIFY(m_tab->field("REGION")->width() > 220);
-    const auto labels = stack->findChildren<QLabel*>();
-    QCOMPARE(labels[0]->text(), QStringLiteral("Dynamic ENV Fields"));
-    QCOMPARE(labels[0]->font().pixelSize(), 12);
-    QCOMPARE(labels[0]->font().weight(), QFont::DemiBold);
-    QCOMPARE(m_tab->frame(labels[0]).topLeft(), m_tab->frame(stack).topLeft());
-    QCOMPARE(m_tab->field("TOKEN")->y(), labels[0]->geometry().bottom() + 1 + 8);
-    QCOMPARE(m_tab->field("REGION")->y(), m_tab->field("TOKEN")->geometry().bottom() + 1 + 8);
-    QCOMPARE(labels[1]->text(), QStringLiteral("API/Bearer Token (TOKEN)"));
-    QCOMPARE(labels[2]->text(), QStringLiteral("REGION"));
-    QCOMPARE(labels[2]->width(), 160);
-    QVERIFY(labels[2]->alignment().testFlag(Qt::AlignRight));
-    QCOMPARE(labels[2]->buddy(), m_tab->field("REGION"));
-    QCOMPARE(m_tab->field("REGION")->x(), labels[2]->geometry().right() + 1 + 8);
-    QCOMPARE(m_tab->field("REGION")->minimumWidth(), 220);
-}
-
-void TestSkillEntryEditor::theEnvironmentIsMonospacedAndNotWrapped()
-{
-    m_tab->entered({{"env", {{"A", std::string(500, 'x')}, {"B", "1"}}}});
-    m_tab->show();
-    m_tab->select(0);
-    QCOMPARE(m_tab->env()->font().pixelSize(), 12);
-    QCOMPARE(m_tab->env()->font().family(), QFontDatabase::systemFont(QFontDatabase::FixedFont).family());
-    QTRY_VERIFY(m_tab->env()->horizontalScrollBar()->maximum() > 0);
-    QCOMPARE(m_tab->env()->document()->lineCount(), 4);
-}
-
-void TestSkillEntryEditor::anEntryThatSaysNothingShowsDefaults_data()
-{
-    QTest::addColumn<QByteArray>("entry");
-    QTest::newRow("an empty object") << QByteArray("{}");
-    QTest::newRow("null") << QByteArray("null");
-    QTest::newRow("a list") << QByteArray(R"([{"enabled":false}])");
-    QTest::newRow("members of other types") << QByteArray(R"({"enabled":"no","env":["A"],"config":[1],"apiKey":""})");
-}
-
-void TestSkillEntryEditor::anEntryThatSaysNothingShowsDefaults()
-{
-    QFETCH(QByteArray, entry);
-    m_tab->entered(Json::parse(entry.toStdString()));
-    m_tab->select(0);
-    QCOMPARE(m_tab->title("enabledPopup"), QStringLiteral("true"));
-    QCOMPARE(m_tab->apiKey()->text(), QString());
-    QCOMPARE(m_tab->field("TOKEN")->text(), QString());
-    QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{}"));
-    QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
-}
-
-void TestSkillEntryEditor::aFailedLoadLeavesTheEditor()
-{
-    m_tab->select(0);
-    m_tab->field("REGION")->setText(QStringLiteral("edited"));
-    m_tab->backend.raise("get_skill_entry", "OSError", "no <b>entry</b>");
-    const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
-    m_tab->press("Load Config");
-    QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
-    QVERIFY(robot.shown().front().text.startsWith(QStringLiteral("ERROR: ")));
-    QVERIFY(robot.shown().front().text.contains(QStringLiteral("no <b>entry</b>")));
-    QCOMPARE(m_tab->field("REGION")->text(), QStringLiteral("edited"));
-    QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
-}
-
-void TestSkillEntryEditor::theModeDecidesWhatIsEdited()
-{
-    m_tab->show();
-    m_tab->select(0);
-    QVERIFY(m_tab->find<QWidget>("dynamicFieldsStack")->isVisible());
-    QVERIFY(m_tab->env()->isReadOnly());
-    QVERIFY(m_tab->env()->textInteractionFlags().testFlag(Qt::TextSelectableByMouse));
-    QVERIFY(m_tab->env()->textInteractionFlags().testFlag(Qt::TextSelectableByKeyboard));
-    QCOMPARE(m_tab->label("envLabel"), QStringLiteral("ENV (JSON snapshot)"));
-    const QColor snapshot = m_tab->env()->palette().color(QPalette::Text);
-
-    m_tab->choose("configModePopup", "json");
-    QVERIFY(!m_tab->find<QWidget>("dynamicFieldsStack")->isVisible());
-    QVERIFY(!m_tab->env()->isReadOnly());
-    QCOMPARE(m_tab->label("envLabel"), QStringLiteral("ENV (JSON object)"));
-    QCOMPARE(m_tab->env()->palette().color(QPalette::Text), m_tab->view().palette().color(QPalette::Text));
-    QVERIFY(m_tab->env()->palette().color(QPalette::Text) != snapshot);
-    m_tab->env()->selectAll();
-    QTest::keyClicks(m_tab->env(), QStringLiteral("{}"));
-    QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{}"));
-
-    m_tab->choose("configModePopup", "dynamic");
-    QVERIFY(m_tab->find<QWidget>("dynamicFieldsStack")->isVisible());
-    QVERIFY(m_tab->env()->isReadOnly());
-    QCOMPARE(m_tab->env()->palette().color(QPalette::Text), snapshot);
-}
-
-void TestSkillEntryEditor::tabLeavesTheTextThatIsEdited()
-{
-    m_tab->show();
-    m_tab->select(0);
-    m_tab->choose("configModePopup", "json");
-    const QString text = m_tab->env()->toPlainText();
-    for (const Qt::Key key : {Qt::Key_Tab, Qt::Key_Backtab}) {
-        m_tab->env()->setFocus();
-        QVERIFY(m_tab->env()->hasFocus());
-        QTest::keyClick(m_tab->env(), key);
-        QVERIFY(!m_tab->env()->hasFocus());
-        QCOMPARE(m_tab->env()->toPlainText(), text);
-    }
-}
-
-void TestSkillEntryEditor::theSnapshotFollowsThePalette()
-{
-    m_tab->show();
-    QPalette dark = m_tab->view().palette();
-    dark.setColor(QPalette::Window, Qt::black);
-    dark.setColor(QPalette::WindowText, Qt::white);
-    dark.setColor(QPalette::Text, Qt::yellow);
-    m_tab->view().setPalette(dark);
-    QCOMPARE(m_tab->env()->palette().color(QPalette::Text), Colors::secondaryText(dark));
-    m_tab->choose("configModePopup", "json");
-    QCOMPARE(m_tab->env()->palette().color(QPalette::Text), QColor(Qt::yellow));
-    dark.setColor(QPalette::Text, Qt::cyan);
-    m_tab->view().setPalette(dark);
-    QCOMPARE(m_tab->env()->palette().color(QPalette::Text), QColor(Qt::cyan));
-}
-
-void TestSkillEntryEditor::aCredentialStaysWhereTheNextSkillCannotBeLoaded()
-{
-    Json other = SkillsTab::weather();
-    other["skillKey"] = "other";
-    m_tab->listed(Json::array({SkillsTab::weather(), other}));
-    m_tab->select(0);
-    m_tab->apiKey()->setText(QStringLiteral("typed"));
-    m_tab->backend.raise("get_skill_entry", "OSError", "no entry");
-    const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
-    m_tab->select(1);
-    QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
-    QCOMPARE(m_tab->apiKey()->text(), QStringLiteral("typed"));
-}
-
-void TestSkillEntryEditor::aCredentialIsNotSavedForASkillThatNeedsNone()
-{
-    m_tab->select(0);
-    QCOMPARE(m_tab->apiKey()->text(), QStringLiteral("k"));
-    m_tab->backend.raise("get_skill_entry", "OSError", "no entry");
-    const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
-    m_tab->select(2);
-    QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
-    m_tab->press("Save Config");
-    QCOMPARE(sentEntry()["apiKey"].dump(), std::string(R"("")"));
-}
-
-void TestSkillEntryEditor::changingTheModeLoadsNothing()
-{
-    m_tab->select(0);
-    m_tab->field("REGION")->setText(QStringLiteral("edited"));
-    m_tab->choose("configModePopup", "json");
-    m_tab->select(1); // and another skill keeps the mode
-    QVERIFY(m_tab->find<QWidget>("dynamicFieldsStack")->isHidden());
-    m_tab->select(0);
-    m_tab->field("REGION")->setText(QStringLiteral("edited"));
-    m_tab->choose("configModePopup", "dynamic");
-    QCOMPARE(m_tab->field("REGION")->text(), QStringLiteral("edited"));
-    QCOMPARE(m_tab->backend.count("get_skill_entry"), 3);
-}
-
-void TestSkillEntryEditor::savesTheFieldsInDynamicMode()
-{
-    m_tab->select(0);
-    m_tab->choose("enabledPopup", "false");
-    m_tab->field("TOKEN")->setText(QStringLiteral(" t \n"));
-    m_tab->field("REGION")->setText(QStringLiteral("亚洲"));
-    m_tab->press("Save Config");
-    const char* const arguments = R"(["openclaw","weather",{"enabled":false,"apiKey":"t",)"
-                                  R"("env":{"TOKEN":"t","REGION":"亚洲"},"config":{"z":1.0}}])";
-    QCOMPARE(m_tab->arguments("save_skill_entry").dump(), std::string(arguments));
-    QCOMPARE(m_tab->status(), QStringLiteral("Saved config for weather."));
-}
-
-void TestSkillEntryEditor::emptyFieldsAreRemovedFromTheEnvironment()
-{
-    m_tab->select(0);
-    m_tab->field("TOKEN")->setText(QStringLiteral("t"));
-    m_tab->field("REGION")->setText(QStringLiteral(" "));
-    m_tab->press("Save Config");
-    QCOMPARE(sentEntry()["env"].dump(), std::string(R"({"TOKEN":"t"})"));
-}
-
-void TestSkillEntryEditor::savesTheTextInJsonMode()
-{
-    m_tab->select(0);
-    m_tab->choose("configModePopup", "json");
-    m_tab->env()->setPlainText(QStringLiteral(" {\"b\": \"1\", \"TOKEN\": 2} "));
-    m_tab->press("Save Config");
-    QCOMPARE(sentEntry()["env"].dump(), std::string(R"({"b":"1","TOKEN":2})"));
-    QCOMPARE(sentEntry()["apiKey"].dump(), std::string(R"("2")"));
-    QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{\n  \"TOKEN\": 2,\n  \"b\": \"1\"\n}"));
-
-    m_tab->env()->clear();
-    m_tab->press("Save Config");
-    QCOMPARE(sentEntry()["env"].dump(), std::string("{}"));
-    QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{}"));
-}
-
-void TestSkillEntryEditor::aTextThatIsNoObjectIsNotSent_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::newRow("a list") << QStringLiteral("[1]");
-    QTest::newRow("a scalar") << QStringLiteral("7");
-    QTest::newRow("a syntax error") << QStringLiteral("{\"a\":");
-}
-
-void TestSkillEntryEditor::aTextThatIsNoObjectIsNotSent()
-{
-    QFETCH(QString, text);
-    m_tab->select(0);
-    m_tab->choose("configModePopup", "json");
-    m_tab->env()->setPlainText(text);
-    const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
-    m_tab->press("Save Config");
-    QCOMPARE(robot.titles(), QStringList{QStringLiteral("Invalid JSON")});
-    QCOMPARE(robot.shown().front().text, QStringLiteral("ENV must be a JSON object."));
-    QCOMPARE(m_tab->backend.count("save_skill_entry"), 0);
-    QCOMPARE(m_tab->env()->toPlainText(), text);
-}
-
-void TestSkillEntryEditor::withoutFieldsTheTextIsSavedInDynamicModeToo()
-{
-    m_tab->select(2);
-    m_tab->press("Save Config");
-    QCOMPARE(sentEntry()["env"].dump(), std::string(R"({"REGION":"欧洲"})"));
-}
-
-void TestSkillEntryEditor::theCredentialFieldCountsWhereTheEnvironmentSaysNothing()
-{
-    m_tab->select(0);
-    m_tab->apiKey()->setText(QStringLiteral(" typed "));
-    m_tab->field("TOKEN")->clear();
-    m_tab->press("Save Config");
-    QCOMPARE(sentEntry()["apiKey"].dump(), std::string(R"(" typed ")"));
-    m_tab->field("TOKEN")->setText(QStringLiteral("t"));
-    m_tab->press("Save Config");
-    QCOMPARE(sentEntry()["apiKey"].dump(), std::string(R"("t")"));
-}
-
-void TestSkillEntryEditor::theConfigurationGoesBackUntouched()
-{
-    const std::string config = R"({"z":1,"a":1.0,"m":{"y":9007199254740993,"b":[[[[{}]]]]},"t":"\"你\n"})";
-    m_tab->backend.script("get_skill_entry", {{{"answer-json-text", R"({"config":)" + config + "}"}}});
-    m_tab->select(0);
-    m_tab->press("Save Config");
-    QCOMPARE(sentEntry()["config"].dump(), config);
-}
-
-void TestSkillEntryEditor::aRefreshForgetsTheConfiguration()
-{
-    m_tab->select(0);
-    m_tab->press("Refresh");
-    m_tab->backend.raise("get_skill_entry", "OSError", "x");
-    const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
-    m_tab->select(0);
-    m_tab->press("Save Config");
-    QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
-    QCOMPARE(sentEntry()["config"].dump(), std::string("{}"));
-}
-
-void TestSkillEntryEditor::theTextIsReadAnewOnceItIsSaved()
-{
-    m_tab->select(0);
-    m_tab->field("REGION")->setText(QStringLiteral("亚洲"));
-    m_tab->press("Save Config");
-    QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{\n  \"REGION\": \"亚洲\",\n  \"TOKEN\": \"k\"\n}"));
-}
-
-void TestSkillEntryEditor::aFailedSaveLeavesTheEditor()
-{
-    m_tab->select(0);
-    m_tab->field("REGION")->setText(QStringLiteral(" edited "));
-    const QString before = m_tab->env()->toPlainText();
-    m_tab->backend.raise("save_skill_entry", "OSError", "no space left on device");
-    const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
-    m_tab->press("Save Config");
-    QCOMPARE(robot.titles(), QStringList{QStringLiteral("Save Failed")});
-    QVERIFY(robot.shown().front().text.startsWith(QStringLiteral("ERROR: ")));
-    QCOMPARE(m_tab->field("REGION")->text(), QStringLiteral(" edited "));
-    QCOMPARE(m_tab->env()->toPlainText(), before);
-    QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
-}
-
-void TestSkillEntryEditor::aKeyThatIsNoTextIsSentAsOne()
-{
-    m_tab->listed({{{"name", "n"}, {"skillKey", 7}}});
-    m_tab->select(0);
-    QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["openclaw","7"])"));
-    m_tab->press("Save Config");
-    QCOMPARE(m_tab->arguments("save_skill_entry").at(1).dump(), std::string(R"("7")"));
-    QCOMPARE(m_tab->status(), QStringLiteral("Saved config for 7."));
-}
-
-void TestSkillEntryEditor::twoHundredFieldsAreSavedInOneCall()
-{
-    Json names = Json::array();
-    for (int i = 0; i < 200; ++i)
-        names.push_back(QStringLiteral("V%1").arg(i));
-    m_tab->listed({{{"name", "n"}, {"requiredEnv", names}}});
-    m_tab->select(0);
-    QCOMPARE(m_tab->fields().size(), 200);
-    for (QLineEdit* field : m_tab->fields())
-        field->setText(field->placeholderText());
-    m_tab->press("Save Config");
-    QCOMPARE(sentEntry()["env"].size(), std::size_t(200));
-    QVERIFY(sentEntry()["env"]["V199"] == "V199");
-}
-
-void TestSkillEntryEditor::aMegabyteIsShownAndSaved()
-{
-    const std::string megabyte(1'000'000, 'x');
-    m_tab->entered({{"env", {{"REGION", megabyte}}}});
-    m_tab->select(0);
-    m_tab->press("Save Config");
-    QVERIFY(sentEntry()["env"]["REGION"] == megabyte);
-}
 
 QTEST_MAIN(TestSkillEntryEditor)
 #include "TestSkillEntryEditor.moc"

@@ -6,48 +6,6 @@
 
 #include <optional>
 
-/// Installing skills from this machine and from the cloud catalogue, in the tab that the buttons stand in.
-class TestSkillInstaller final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void cleanup() { m_tab.reset(); }
-    void anotherEcosystemIsNotSupported_data();
-    void anotherEcosystemIsNotSupported();
-    void withoutAnAgentNoPackageIsAskedFor_data();
-    void withoutAnAgentNoPackageIsAskedFor();
-    void installsThePackageIntoTheSelectedAgent();
-    void thePanelStartsOnTheDesktop_data();
-    void thePanelStartsOnTheDesktop();
-    void anyKindOfFileIsSent();
-    void cancellingThePanelInstallsNothing();
-    void aFailedInstallIsTold();
-    void afterAHelperThatDiesTheNextInstallWorks();
-    void anInstallThatAnswersNothingIsTold_data();
-    void anInstallThatAnswersNothingIsTold();
-    void installsACloudSkillIntoACoreAgent();
-    void theChoosersShowWhatThereIs();
-    void entriesOfTheSameTitleAreTakenByTheirPlace();
-    void entriesOfTheSameKeyAreTakenByTheirPlace();
-    void eachStepOfACloudInstallCanFail_data();
-    void eachStepOfACloudInstallCanFail();
-    void eachStepOfACloudInstallCanBeCancelled_data();
-    void eachStepOfACloudInstallCanBeCancelled();
-    void installingRefreshesNothing();
-    void aViewThatGoesAwayWhileAskingInstallsNothing();
-    void aViewThatGoesAwayWithItsPanelInstallsNothing();
-
-private:
-    /// Chooses the file at `path` in the panel and presses its button.
-    static DialogRobot::Answer chooseFile(const QString& path);
-    static DialogRobot::Answer chooseItem(int index, const QString& button);
-    QString package(const QString& name);
-
-    std::optional<SkillsTab> m_tab;
-};
-
 namespace {
 
 const QString ok = QStringLiteral("OK");
@@ -55,390 +13,405 @@ const QString installed = QStringLiteral("Cloud Skill Installed");
 
 } // namespace
 
-void TestSkillInstaller::init()
+/// Installing skills from this machine and from the cloud catalogue, in the tab that the buttons stand in.
+class TestSkillInstaller final : public QObject
 {
-    failOnUnexpectedWarning();
-    m_tab.emplace();
-    m_tab->backend.answer("install_openclaw_skill_zip", {{"targetDir", "/w/skills/a"}});
-    m_tab->backend.answer("list_cloud_skills_via_core",
-                          {{{"key", "first"}, {"name", "First 一"}, {"version", "1.2"}, {"description", "Does.\nMore"}},
-                           {{"key", "second"}}});
-    m_tab->backend.answer(
-        "list_core_agents",
-        {{{"ecosystem", "codex"}, {"id", "0"}},
-         {{"ecosystem", "openclaw"}, {"agentId", "main"}, {"id", "1"}, {"state", "online"}, {"workspace", "/w"}},
-         {{"ecosystem", "openclaw"}, {"id", "2"}, {"status", "idle"}, {"workspace", "/v"}}});
-    m_tab->backend.answer("install_cloud_skill_from_core",
-                          {{"targetDir", "/w/skills/first"}, {"restartMethod", "cli"}, {"restartSucceeded", true}});
-}
+    Q_OBJECT
 
-DialogRobot::Answer TestSkillInstaller::chooseFile(const QString& path)
-{
-    return [path](QDialog& dialog) {
-        auto* panel = qobject_cast<QFileDialog*>(&dialog);
-        QVERIFY(panel);
-        auto* name = panel->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
-        name->setText(path);
-        QTest::keyClick(name, Qt::Key_Return);
-    };
-}
+private slots:
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_tab.emplace();
+        m_tab->backend.answer("install_openclaw_skill_zip", {{"targetDir", "/w/skills/a"}});
+        m_tab->backend.answer(
+            "list_cloud_skills_via_core",
+            {{{"key", "first"}, {"name", "First 一"}, {"version", "1.2"}, {"description", "Does.\nMore"}},
+             {{"key", "second"}}});
+        m_tab->backend.answer(
+            "list_core_agents",
+            {{{"ecosystem", "codex"}, {"id", "0"}},
+             {{"ecosystem", "openclaw"}, {"agentId", "main"}, {"id", "1"}, {"state", "online"}, {"workspace", "/w"}},
+             {{"ecosystem", "openclaw"}, {"id", "2"}, {"status", "idle"}, {"workspace", "/v"}}});
+        m_tab->backend.answer("install_cloud_skill_from_core",
+                              {{"targetDir", "/w/skills/first"}, {"restartMethod", "cli"}, {"restartSucceeded", true}});
+    }
 
-DialogRobot::Answer TestSkillInstaller::chooseItem(int index, const QString& button)
-{
-    return [index, button](QDialog& dialog) {
-        dialog.findChild<QComboBox*>()->setCurrentIndex(index);
-        DialogRobot::press(button)(dialog);
-    };
-}
+    void cleanup() { m_tab.reset(); }
 
-/// The path of a file so named in the home folder.
-QString TestSkillInstaller::package(const QString& name)
-{
-    const QString path = m_tab->backend.home().path(name);
-    QFile(path).open(QFile::WriteOnly);
-    return path;
-}
+    void anotherEcosystemIsNotSupported_data()
+    {
+        QTest::addColumn<QByteArray>("button");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("a package") << QByteArray("Install Skill")
+                                   << QStringLiteral("Install Skill is currently implemented for openclaw only.");
+        QTest::newRow("a cloud skill") << QByteArray(
+            "Install Cloud Skill") << QStringLiteral("Cloud skill install is currently implemented for openclaw only.");
+    }
 
-void TestSkillInstaller::anotherEcosystemIsNotSupported_data()
-{
-    QTest::addColumn<QByteArray>("button");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("a package") << QByteArray("Install Skill")
-                               << QStringLiteral("Install Skill is currently implemented for openclaw only.");
-    QTest::newRow("a cloud skill") << QByteArray("Install Cloud Skill")
-                                   << QStringLiteral("Cloud skill install is currently implemented for openclaw only.");
-}
+    void anotherEcosystemIsNotSupported()
+    {
+        QFETCH(QByteArray, button);
+        QFETCH(QString, text);
+        m_tab->choose("ecosystemPopup", "codex");
+        const std::size_t before = m_tab->functions().size();
+        const DialogRobot robot({DialogRobot::press(ok)});
+        m_tab->press(button.constData());
+        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Unsupported")});
+        QCOMPARE(robot.shown().front().text, text);
+        QCOMPARE(m_tab->functions().size(), before);
+    }
 
-void TestSkillInstaller::anotherEcosystemIsNotSupported()
-{
-    QFETCH(QByteArray, button);
-    QFETCH(QString, text);
-    m_tab->choose("ecosystemPopup", "codex");
-    const std::size_t before = m_tab->functions().size();
-    const DialogRobot robot({DialogRobot::press(ok)});
-    m_tab->press(button.constData());
-    QCOMPARE(robot.titles(), QStringList{QStringLiteral("Unsupported")});
-    QCOMPARE(robot.shown().front().text, text);
-    QCOMPARE(m_tab->functions().size(), before);
-}
+    void withoutAnAgentNoPackageIsAskedFor_data()
+    {
+        QTest::addColumn<QByteArray>("steps");
+        QTest::newRow("none") << QByteArray(R"([{"answer":[]}])");
+        QTest::newRow("a list that failed") << QByteArray(R"([{"raise":["OSError","x"]}])");
+    }
 
-void TestSkillInstaller::withoutAnAgentNoPackageIsAskedFor_data()
-{
-    QTest::addColumn<QByteArray>("steps");
-    QTest::newRow("none") << QByteArray(R"([{"answer":[]}])");
-    QTest::newRow("a list that failed") << QByteArray(R"([{"raise":["OSError","x"]}])");
-}
+    void withoutAnAgentNoPackageIsAskedFor()
+    {
+        QFETCH(QByteArray, steps);
+        m_tab->backend.script("list_local_agents", Json::parse(steps.toStdString()).get<std::vector<Json>>());
+        m_tab->view();
+        const DialogRobot robot({DialogRobot::press(ok)});
+        m_tab->press("Install Skill");
+        QCOMPARE(robot.titles(), QStringList{QStringLiteral("No OpenClaw Agent")});
+        QCOMPARE(robot.shown().front().text, QStringLiteral("Select an openclaw agent first."));
+        QCOMPARE(m_tab->backend.count("install_openclaw_skill_zip"), 0);
+    }
 
-void TestSkillInstaller::withoutAnAgentNoPackageIsAskedFor()
-{
-    QFETCH(QByteArray, steps);
-    m_tab->backend.script("list_local_agents", Json::parse(steps.toStdString()).get<std::vector<Json>>());
-    m_tab->view();
-    const DialogRobot robot({DialogRobot::press(ok)});
-    m_tab->press("Install Skill");
-    QCOMPARE(robot.titles(), QStringList{QStringLiteral("No OpenClaw Agent")});
-    QCOMPARE(robot.shown().front().text, QStringLiteral("Select an openclaw agent first."));
-    QCOMPARE(m_tab->backend.count("install_openclaw_skill_zip"), 0);
-}
+    void installsThePackageIntoTheSelectedAgent()
+    {
+        m_tab->choose("agentPopup", "second (second)");
+        const QString path = package(QStringLiteral("技能.zip"));
+        const DialogRobot robot({chooseFile(path), DialogRobot::press(ok)});
+        m_tab->press("Install Skill");
+        QVERIFY(m_tab->arguments("install_openclaw_skill_zip") == Json::array({"second", path}));
+        QCOMPARE(robot.titles().constLast(), QStringLiteral("Skill Installed"));
+        QCOMPARE(robot.shown().back().text,
+                 QStringLiteral("Agent: second\nTarget: /w/skills/a\nRestart: not attempted\nGateway: not attempted"));
+        QCOMPARE(m_tab->status(), QStringLiteral("Installed skill to /w/skills/a."));
+    }
 
-void TestSkillInstaller::installsThePackageIntoTheSelectedAgent()
-{
-    m_tab->choose("agentPopup", "second (second)");
-    const QString path = package(QStringLiteral("技能.zip"));
-    const DialogRobot robot({chooseFile(path), DialogRobot::press(ok)});
-    m_tab->press("Install Skill");
-    QVERIFY(m_tab->arguments("install_openclaw_skill_zip") == Json::array({"second", path}));
-    QCOMPARE(robot.titles().constLast(), QStringLiteral("Skill Installed"));
-    QCOMPARE(robot.shown().back().text,
-             QStringLiteral("Agent: second\nTarget: /w/skills/a\nRestart: not attempted\nGateway: not attempted"));
-    QCOMPARE(m_tab->status(), QStringLiteral("Installed skill to /w/skills/a."));
-}
+    void thePanelStartsOnTheDesktop_data()
+    {
+        QTest::addColumn<bool>("hasDesktop");
+        QTest::newRow("where there is one") << true;
+        QTest::newRow("else in the home folder") << false;
+    }
 
-void TestSkillInstaller::thePanelStartsOnTheDesktop_data()
-{
-    QTest::addColumn<bool>("hasDesktop");
-    QTest::newRow("where there is one") << true;
-    QTest::newRow("else in the home folder") << false;
-}
+    void thePanelStartsOnTheDesktop()
+    {
+        QFETCH(bool, hasDesktop);
+        m_tab->view();
+        const QString desktop = m_tab->backend.home().path(QStringLiteral("Desktop"));
+        if (hasDesktop)
+            QVERIFY(QDir().mkpath(desktop));
+        QString folder;
+        QString accept;
+        QFileDialog::FileMode mode = QFileDialog::AnyFile;
+        QSize size;
+        const DialogRobot robot({[&](QDialog& dialog) {
+            auto* panel = qobject_cast<QFileDialog*>(&dialog);
+            folder = panel->directory().path();
+            accept = panel->labelText(QFileDialog::Accept);
+            mode = panel->fileMode();
+            size = panel->size();
+            panel->reject();
+        }});
+        m_tab->press("Install Skill");
+        QCOMPARE(folder, hasDesktop ? desktop : m_tab->backend.home().path());
+        QCOMPARE(accept, QStringLiteral("Install"));
+        QCOMPARE(mode, QFileDialog::ExistingFile);
+        QCOMPARE(size, QSize(800, 480));
+        QCOMPARE(robot.titles(), QStringList{QStringLiteral(
+                                     "Choose an openclaw skill package (.zip). Non-zip files will be rejected after "
+                                     "selection.")});
+    }
 
-void TestSkillInstaller::thePanelStartsOnTheDesktop()
-{
-    QFETCH(bool, hasDesktop);
-    m_tab->view();
-    const QString desktop = m_tab->backend.home().path(QStringLiteral("Desktop"));
-    if (hasDesktop)
-        QVERIFY(QDir().mkpath(desktop));
-    QString folder;
-    QString accept;
-    QFileDialog::FileMode mode = QFileDialog::AnyFile;
-    QSize size;
-    const DialogRobot robot({[&](QDialog& dialog) {
-        auto* panel = qobject_cast<QFileDialog*>(&dialog);
-        folder = panel->directory().path();
-        accept = panel->labelText(QFileDialog::Accept);
-        mode = panel->fileMode();
-        size = panel->size();
-        panel->reject();
-    }});
-    m_tab->press("Install Skill");
-    QCOMPARE(folder, hasDesktop ? desktop : m_tab->backend.home().path());
-    QCOMPARE(accept, QStringLiteral("Install"));
-    QCOMPARE(mode, QFileDialog::ExistingFile);
-    QCOMPARE(size, QSize(800, 480));
-    QCOMPARE(robot.titles(),
-             QStringList{QStringLiteral("Choose an openclaw skill package (.zip). Non-zip files will be rejected after "
-                                        "selection.")});
-}
+    void anyKindOfFileIsSent()
+    {
+        m_tab->view();
+        const QString path = package(QStringLiteral("notes.txt"));
+        const DialogRobot robot({chooseFile(path), DialogRobot::press(ok)});
+        m_tab->press("Install Skill");
+        QVERIFY(m_tab->arguments("install_openclaw_skill_zip") == Json::array({"main", path}));
+    }
 
-void TestSkillInstaller::anyKindOfFileIsSent()
-{
-    m_tab->view();
-    const QString path = package(QStringLiteral("notes.txt"));
-    const DialogRobot robot({chooseFile(path), DialogRobot::press(ok)});
-    m_tab->press("Install Skill");
-    QVERIFY(m_tab->arguments("install_openclaw_skill_zip") == Json::array({"main", path}));
-}
+    void cancellingThePanelInstallsNothing()
+    {
+        m_tab->view();
+        const DialogRobot robot({[](QDialog& dialog) { dialog.reject(); }});
+        m_tab->press("Install Skill");
+        QCOMPARE(robot.shown().size(), std::size_t(1));
+        QCOMPARE(m_tab->backend.count("install_openclaw_skill_zip"), 0);
+        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
+        QTRY_VERIFY(!m_tab->view().findChild<QFileDialog*>()); // it is made anew each time
+    }
 
-void TestSkillInstaller::cancellingThePanelInstallsNothing()
-{
-    m_tab->view();
-    const DialogRobot robot({[](QDialog& dialog) { dialog.reject(); }});
-    m_tab->press("Install Skill");
-    QCOMPARE(robot.shown().size(), std::size_t(1));
-    QCOMPARE(m_tab->backend.count("install_openclaw_skill_zip"), 0);
-    QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
-    QTRY_VERIFY(!m_tab->view().findChild<QFileDialog*>()); // it is made anew each time
-}
+    void aFailedInstallIsTold()
+    {
+        m_tab->view();
+        m_tab->backend.raise("install_openclaw_skill_zip", "ValueError", "no <b>SKILL.md</b>");
+        const DialogRobot robot({chooseFile(package(QStringLiteral("a.zip"))), DialogRobot::press(ok)});
+        m_tab->press("Install Skill");
+        QCOMPARE(robot.titles().constLast(), QStringLiteral("Install Failed"));
+        QVERIFY(robot.shown().back().text.startsWith(QStringLiteral("ERROR: ")));
+        QVERIFY(robot.shown().back().text.contains(QStringLiteral("no <b>SKILL.md</b>")));
+        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
+    }
 
-void TestSkillInstaller::aFailedInstallIsTold()
-{
-    m_tab->view();
-    m_tab->backend.raise("install_openclaw_skill_zip", "ValueError", "no <b>SKILL.md</b>");
-    const DialogRobot robot({chooseFile(package(QStringLiteral("a.zip"))), DialogRobot::press(ok)});
-    m_tab->press("Install Skill");
-    QCOMPARE(robot.titles().constLast(), QStringLiteral("Install Failed"));
-    QVERIFY(robot.shown().back().text.startsWith(QStringLiteral("ERROR: ")));
-    QVERIFY(robot.shown().back().text.contains(QStringLiteral("no <b>SKILL.md</b>")));
-    QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
-}
+    void afterAHelperThatDiesTheNextInstallWorks()
+    {
+        m_tab->view();
+        const QString path = package(QStringLiteral("a.zip"));
+        m_tab->backend.script("install_openclaw_skill_zip", {{{"exit", 1}}});
+        const DialogRobot robot({chooseFile(path), DialogRobot::press(ok), chooseFile(path), DialogRobot::press(ok)});
+        m_tab->press("Install Skill");
+        QCOMPARE(robot.titles().constLast(), QStringLiteral("Install Failed"));
+        QCOMPARE(robot.shown().back().text, QStringLiteral("ERROR: backend helper terminated"));
+        m_tab->backend.answer("install_openclaw_skill_zip", {{"targetDir", "/w/skills/a"}});
+        m_tab->press("Install Skill");
+        QCOMPARE(m_tab->status(), QStringLiteral("Installed skill to /w/skills/a."));
+    }
 
-void TestSkillInstaller::afterAHelperThatDiesTheNextInstallWorks()
-{
-    m_tab->view();
-    const QString path = package(QStringLiteral("a.zip"));
-    m_tab->backend.script("install_openclaw_skill_zip", {{{"exit", 1}}});
-    const DialogRobot robot({chooseFile(path), DialogRobot::press(ok), chooseFile(path), DialogRobot::press(ok)});
-    m_tab->press("Install Skill");
-    QCOMPARE(robot.titles().constLast(), QStringLiteral("Install Failed"));
-    QCOMPARE(robot.shown().back().text, QStringLiteral("ERROR: backend helper terminated"));
-    m_tab->backend.answer("install_openclaw_skill_zip", {{"targetDir", "/w/skills/a"}});
-    m_tab->press("Install Skill");
-    QCOMPARE(m_tab->status(), QStringLiteral("Installed skill to /w/skills/a."));
-}
+    void anInstallThatAnswersNothingIsTold_data()
+    {
+        QTest::addColumn<QByteArray>("result");
+        QTest::newRow("null") << QByteArray("null");
+        QTest::newRow("a list") << QByteArray(R"([{"targetDir":"/t"}])");
+        QTest::newRow("a text") << QByteArray(R"("/t")");
+    }
 
-void TestSkillInstaller::anInstallThatAnswersNothingIsTold_data()
-{
-    QTest::addColumn<QByteArray>("result");
-    QTest::newRow("null") << QByteArray("null");
-    QTest::newRow("a list") << QByteArray(R"([{"targetDir":"/t"}])");
-    QTest::newRow("a text") << QByteArray(R"("/t")");
-}
+    void anInstallThatAnswersNothingIsTold()
+    {
+        QFETCH(QByteArray, result);
+        m_tab->view();
+        m_tab->backend.answer("install_openclaw_skill_zip", Json::parse(result.toStdString()));
+        const DialogRobot robot({chooseFile(package(QStringLiteral("a.zip"))), DialogRobot::press(ok)});
+        m_tab->press("Install Skill");
+        QCOMPARE(robot.shown().back().text,
+                 QStringLiteral("Agent: main\nTarget: \nRestart: not attempted\nGateway: not attempted"));
+        QCOMPARE(m_tab->status(), QStringLiteral("Installed skill to ."));
+    }
 
-void TestSkillInstaller::anInstallThatAnswersNothingIsTold()
-{
-    QFETCH(QByteArray, result);
-    m_tab->view();
-    m_tab->backend.answer("install_openclaw_skill_zip", Json::parse(result.toStdString()));
-    const DialogRobot robot({chooseFile(package(QStringLiteral("a.zip"))), DialogRobot::press(ok)});
-    m_tab->press("Install Skill");
-    QCOMPARE(robot.shown().back().text,
-             QStringLiteral("Agent: main\nTarget: \nRestart: not attempted\nGateway: not attempted"));
-    QCOMPARE(m_tab->status(), QStringLiteral("Installed skill to ."));
-}
+    void installsACloudSkillIntoACoreAgent()
+    {
+        m_tab->view();
+        const DialogRobot robot({chooseItem(0, QStringLiteral("Install")), chooseItem(0, QStringLiteral("Select")),
+                                 DialogRobot::press(ok)});
+        m_tab->press("Install Cloud Skill");
+        QCOMPARE(m_tab->arguments("list_cloud_skills_via_core").dump(), std::string(R"(["openclaw"])"));
+        QCOMPARE(m_tab->arguments("list_core_agents").dump(), std::string(R"(["openclaw",true])"));
+        QCOMPARE(m_tab->arguments("install_cloud_skill_from_core").dump(), std::string(R"(["openclaw","first","1"])"));
+        QCOMPARE(robot.titles(), (QStringList{QStringLiteral("Install Cloud Skill"),
+                                              QStringLiteral("Select OpenClaw Agent"), installed}));
+        QCOMPARE(robot.shown().back().text, QStringLiteral("Skill: First 一\nAgent: main\nTarget: /w/skills/first\n"
+                                                           "Restart: cli (ok)\nGateway: not attempted"));
+        QCOMPARE(m_tab->status(),
+                 QStringLiteral("Installed cloud skill First 一 to /w/skills/first. Restart: cli (ok)"));
+    }
 
-void TestSkillInstaller::installsACloudSkillIntoACoreAgent()
-{
-    m_tab->view();
-    const DialogRobot robot(
-        {chooseItem(0, QStringLiteral("Install")), chooseItem(0, QStringLiteral("Select")), DialogRobot::press(ok)});
-    m_tab->press("Install Cloud Skill");
-    QCOMPARE(m_tab->arguments("list_cloud_skills_via_core").dump(), std::string(R"(["openclaw"])"));
-    QCOMPARE(m_tab->arguments("list_core_agents").dump(), std::string(R"(["openclaw",true])"));
-    QCOMPARE(m_tab->arguments("install_cloud_skill_from_core").dump(), std::string(R"(["openclaw","first","1"])"));
-    QCOMPARE(robot.titles(),
-             (QStringList{QStringLiteral("Install Cloud Skill"), QStringLiteral("Select OpenClaw Agent"), installed}));
-    QCOMPARE(robot.shown().back().text, QStringLiteral("Skill: First 一\nAgent: main\nTarget: /w/skills/first\n"
-                                                       "Restart: cli (ok)\nGateway: not attempted"));
-    QCOMPARE(m_tab->status(), QStringLiteral("Installed cloud skill First 一 to /w/skills/first. Restart: cli (ok)"));
-}
+    void theChoosersShowWhatThereIs()
+    {
+        m_tab->view();
+        std::vector<QStringList> titles;
+        QStringList names;
+        const auto look = [&](const QString& button) {
+            return [&, button](QDialog& dialog) {
+                auto* popup = dialog.findChild<QComboBox*>();
+                QCOMPARE(popup->size(), QSize(420, 26));
+                QStringList items;
+                for (int i = 0; i < popup->count(); ++i)
+                    items.append(popup->itemText(i));
+                titles.push_back(items);
+                names.append(popup->accessibleName() + u'/' + popup->accessibleDescription());
+                DialogRobot::press(button)(dialog);
+            };
+        };
+        const DialogRobot robot({look(QStringLiteral("Install")), look(QStringLiteral("Cancel"))});
+        m_tab->press("Install Cloud Skill");
+        QCOMPARE(titles[0], (QStringList{QStringLiteral("First 一 v1.2 - Does. More"), QStringLiteral("second")}));
+        QCOMPARE(titles[1], (QStringList{QStringLiteral("main (online) - /w"), QStringLiteral("2 (idle) - /v")}));
+        QCOMPARE(names, (QStringList{QStringLiteral("Skill/Skill"), QStringLiteral("Agent/Agent")}));
+        QCOMPARE(robot.shown()[0].text, QStringLiteral("Cloud catalog is fetched via Nelo Core."));
+        QCOMPARE(robot.shown()[0].buttons, (QStringList{QStringLiteral("Cancel"), QStringLiteral("Install")}));
+        QCOMPARE(robot.shown()[1].text, QStringLiteral("Choose the target workspace for this skill package."));
+        QCOMPARE(robot.shown()[1].buttons, (QStringList{QStringLiteral("Cancel"), QStringLiteral("Select")}));
+    }
 
-void TestSkillInstaller::theChoosersShowWhatThereIs()
-{
-    m_tab->view();
-    std::vector<QStringList> titles;
-    QStringList names;
-    const auto look = [&](const QString& button) {
-        return [&, button](QDialog& dialog) {
-            auto* popup = dialog.findChild<QComboBox*>();
-            QCOMPARE(popup->size(), QSize(420, 26));
-            QStringList items;
-            for (int i = 0; i < popup->count(); ++i)
-                items.append(popup->itemText(i));
-            titles.push_back(items);
-            names.append(popup->accessibleName() + u'/' + popup->accessibleDescription());
+    void entriesOfTheSameTitleAreTakenByTheirPlace()
+    {
+        m_tab->view();
+        m_tab->backend.answer("list_cloud_skills_via_core",
+                              {{{"key", "k"}, {"name", "n"}}, {{"name", "n"}}, {{"key", "l"}, {"name", "n"}}});
+        const DialogRobot robot({chooseItem(2, QStringLiteral("Install")), chooseItem(1, QStringLiteral("Select")),
+                                 DialogRobot::press(ok), chooseItem(1, QStringLiteral("Install")),
+                                 chooseItem(1, QStringLiteral("Select")), DialogRobot::press(ok)});
+        m_tab->press("Install Cloud Skill");
+        QCOMPARE(m_tab->arguments("install_cloud_skill_from_core").dump(), std::string(R"(["openclaw","l","2"])"));
+        m_tab->press("Install Cloud Skill");
+        QCOMPARE(m_tab->arguments("install_cloud_skill_from_core").dump(), std::string(R"(["openclaw","","2"])"));
+    }
+
+    void entriesOfTheSameKeyAreTakenByTheirPlace()
+    {
+        m_tab->view();
+        m_tab->backend.answer("list_cloud_skills_via_core",
+                              {{{"key", "k"}, {"name", "one"}, {"version", ""}}, {{"key", "k"}, {"name", "two"}}});
+        const DialogRobot robot({chooseItem(1, QStringLiteral("Install")), chooseItem(0, QStringLiteral("Select")),
+                                 DialogRobot::press(ok)});
+        m_tab->press("Install Cloud Skill");
+        QCOMPARE(m_tab->arguments("install_cloud_skill_from_core").dump(), std::string(R"(["openclaw","k","1"])"));
+        QVERIFY(m_tab->status().startsWith(QStringLiteral("Installed cloud skill two to ")));
+    }
+
+    void eachStepOfACloudInstallCanFail_data()
+    {
+        QTest::addColumn<QByteArray>("function");
+        QTest::addColumn<QByteArray>("steps");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("text");
+        const auto add = [](const char* behaviour, const char* function, const char* steps, const char* title,
+                            const char* text) {
+            QTest::newRow(behaviour) << QByteArray(function) << QByteArray(steps) << QString::fromLatin1(title)
+                                     << QString::fromLatin1(text);
+        };
+        const char* const raised = R"([{"raise":["OSError","no <b>luck</b>"]}])";
+        add("the catalogue fails", "list_cloud_skills_via_core", raised, "Core Catalog Failed", "no <b>luck</b>");
+        add("the catalogue is empty", "list_cloud_skills_via_core", R"([{"answer":[]}])", "No Cloud Skills",
+            "Core returned an empty cloud skills catalog.");
+        add("the catalogue is an object", "list_cloud_skills_via_core", R"([{"answer":{"skills":[]}}])",
+            "No Cloud Skills", "Core returned an empty cloud skills catalog.");
+        add("the catalogue holds more than objects", "list_cloud_skills_via_core", R"([{"answer":[{"key":"k"},7]}])",
+            "No Cloud Skills", "Core returned an empty cloud skills catalog.");
+        add("the agents fail", "list_core_agents", raised, "Core Agents Failed", "no <b>luck</b>");
+        add("no agent is online", "list_core_agents", R"([{"answer":[]}])", "No Online OpenClaw Agent",
+            "Core did not report any online openclaw agents.");
+        add("only agents of other ecosystems are online", "list_core_agents",
+            R"([{"answer":[{"ecosystem":"codex","id":"1"},{"id":"2"}]}])", "No Online OpenClaw Agent",
+            "Core did not report any online openclaw agents.");
+        add("the agents are an object", "list_core_agents", R"([{"answer":{"id":"1"}}])", "No Online OpenClaw Agent",
+            "Core did not report any online openclaw agents.");
+        add("the install fails", "install_cloud_skill_from_core", raised, "Cloud Install Failed", "no <b>luck</b>");
+    }
+
+    void eachStepOfACloudInstallCanFail()
+    {
+        QFETCH(QByteArray, function);
+        QFETCH(QByteArray, steps);
+        QFETCH(QString, title);
+        QFETCH(QString, text);
+        m_tab->view();
+        m_tab->backend.script(function.toStdString(), Json::parse(steps.toStdString()).get<std::vector<Json>>());
+        std::vector<DialogRobot::Answer> answers;
+        if (function != "list_cloud_skills_via_core")
+            answers.push_back(chooseItem(0, QStringLiteral("Install")));
+        if (function == "install_cloud_skill_from_core")
+            answers.push_back(chooseItem(0, QStringLiteral("Select")));
+        answers.push_back(DialogRobot::press(ok));
+        const std::size_t dialogs = answers.size();
+        const DialogRobot robot(std::move(answers));
+        m_tab->press("Install Cloud Skill");
+        QCOMPARE(robot.shown().size(), dialogs);
+        QCOMPARE(robot.titles().constLast(), title);
+        QVERIFY(robot.shown().back().text.contains(text));
+        QCOMPARE(m_tab->functions().back(), function.toStdString()); // and nothing after it
+        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
+    }
+
+    void eachStepOfACloudInstallCanBeCancelled_data()
+    {
+        QTest::addColumn<int>("accepted");
+        QTest::addColumn<QByteArray>("lastCall");
+        QTest::newRow("the choice of the skill") << 0 << QByteArray("list_cloud_skills_via_core");
+        QTest::newRow("the choice of the agent") << 1 << QByteArray("list_core_agents");
+    }
+
+    void eachStepOfACloudInstallCanBeCancelled()
+    {
+        QFETCH(int, accepted);
+        QFETCH(QByteArray, lastCall);
+        m_tab->view();
+        std::vector<DialogRobot::Answer> answers(static_cast<std::size_t>(accepted),
+                                                 chooseItem(0, QStringLiteral("Install")));
+        answers.push_back(DialogRobot::press(Qt::Key_Escape));
+        const DialogRobot robot(std::move(answers));
+        m_tab->press("Install Cloud Skill");
+        QCOMPARE(robot.shown().size(), static_cast<std::size_t>(accepted) + 1);
+        QCOMPARE(m_tab->functions().back(), lastCall.toStdString());
+        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
+    }
+
+    void installingRefreshesNothing()
+    {
+        m_tab->select(0);
+        const DialogRobot robot({chooseFile(package(QStringLiteral("a.zip"))), DialogRobot::press(ok)});
+        m_tab->press("Install Skill");
+        QCOMPARE(m_tab->backend.count("list_skills"), 1);
+        QCOMPARE(m_tab->fields().size(), 2);
+    }
+
+    void aViewThatGoesAwayWhileAskingInstallsNothing()
+    {
+        QPushButton* button = Controls::button(m_tab->view(), QStringLiteral("Install Cloud Skill"));
+        const DialogRobot robot({[this](QDialog& dialog) {
+            m_tab->discardView();
+            DialogRobot::press(QStringLiteral("Install"))(dialog);
+        }});
+        QMetaObject::invokeMethod(
+            button, [button] { button->click(); }, Qt::QueuedConnection);
+        QTRY_COMPARE(robot.shown().size(), std::size_t(1));
+        QTRY_VERIFY(!QApplication::activeModalWidget());
+        QCOMPARE(m_tab->backend.count("list_core_agents"), 0);
+    }
+
+    void aViewThatGoesAwayWithItsPanelInstallsNothing()
+    {
+        QPushButton* button = Controls::button(m_tab->view(), QStringLiteral("Install Skill"));
+        const DialogRobot robot({[this](QDialog& dialog) {
+            QVERIFY(qobject_cast<QFileDialog*>(&dialog));
+            m_tab->discardView();
+        }});
+        QMetaObject::invokeMethod(
+            button, [button] { button->click(); }, Qt::QueuedConnection);
+        QTRY_COMPARE(robot.shown().size(), std::size_t(1));
+        QTRY_VERIFY(!QApplication::activeModalWidget());
+        QCOMPARE(m_tab->backend.count("install_openclaw_skill_zip"), 0);
+    }
+
+private:
+    /// Chooses the file at `path` in the panel and presses its button.
+    static DialogRobot::Answer chooseFile(const QString& path)
+    {
+        return [path](QDialog& dialog) {
+            auto* panel = qobject_cast<QFileDialog*>(&dialog);
+            QVERIFY(panel);
+            auto* name = panel->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+            name->setText(path);
+            QTest::keyClick(name, Qt::Key_Return);
+        };
+    }
+
+    static DialogRobot::Answer chooseItem(int index, const QString& button)
+    {
+        return [index, button](QDialog& dialog) {
+            dialog.findChild<QComboBox*>()->setCurrentIndex(index);
             DialogRobot::press(button)(dialog);
         };
-    };
-    const DialogRobot robot({look(QStringLiteral("Install")), look(QStringLiteral("Cancel"))});
-    m_tab->press("Install Cloud Skill");
-    QCOMPARE(titles[0], (QStringList{QStringLiteral("First 一 v1.2 - Does. More"), QStringLiteral("second")}));
-    QCOMPARE(titles[1], (QStringList{QStringLiteral("main (online) - /w"), QStringLiteral("2 (idle) - /v")}));
-    QCOMPARE(names, (QStringList{QStringLiteral("Skill/Skill"), QStringLiteral("Agent/Agent")}));
-    QCOMPARE(robot.shown()[0].text, QStringLiteral("Cloud catalog is fetched via Nelo Core."));
-    QCOMPARE(robot.shown()[0].buttons, (QStringList{QStringLiteral("Cancel"), QStringLiteral("Install")}));
-    QCOMPARE(robot.shown()[1].text, QStringLiteral("Choose the target workspace for this skill package."));
-    QCOMPARE(robot.shown()[1].buttons, (QStringList{QStringLiteral("Cancel"), QStringLiteral("Select")}));
-}
+    }
 
-void TestSkillInstaller::entriesOfTheSameTitleAreTakenByTheirPlace()
-{
-    m_tab->view();
-    m_tab->backend.answer("list_cloud_skills_via_core",
-                          {{{"key", "k"}, {"name", "n"}}, {{"name", "n"}}, {{"key", "l"}, {"name", "n"}}});
-    const DialogRobot robot({chooseItem(2, QStringLiteral("Install")), chooseItem(1, QStringLiteral("Select")),
-                             DialogRobot::press(ok), chooseItem(1, QStringLiteral("Install")),
-                             chooseItem(1, QStringLiteral("Select")), DialogRobot::press(ok)});
-    m_tab->press("Install Cloud Skill");
-    QCOMPARE(m_tab->arguments("install_cloud_skill_from_core").dump(), std::string(R"(["openclaw","l","2"])"));
-    m_tab->press("Install Cloud Skill");
-    QCOMPARE(m_tab->arguments("install_cloud_skill_from_core").dump(), std::string(R"(["openclaw","","2"])"));
-}
+    /// The path of a file so named in the home folder.
+    QString package(const QString& name)
+    {
+        const QString path = m_tab->backend.home().path(name);
+        QFile(path).open(QFile::WriteOnly);
+        return path;
+    }
 
-void TestSkillInstaller::entriesOfTheSameKeyAreTakenByTheirPlace()
-{
-    m_tab->view();
-    m_tab->backend.answer("list_cloud_skills_via_core",
-                          {{{"key", "k"}, {"name", "one"}, {"version", ""}}, {{"key", "k"}, {"name", "two"}}});
-    const DialogRobot robot(
-        {chooseItem(1, QStringLiteral("Install")), chooseItem(0, QStringLiteral("Select")), DialogRobot::press(ok)});
-    m_tab->press("Install Cloud Skill");
-    QCOMPARE(m_tab->arguments("install_cloud_skill_from_core").dump(), std::string(R"(["openclaw","k","1"])"));
-    QVERIFY(m_tab->status().startsWith(QStringLiteral("Installed cloud skill two to ")));
-}
-
-void TestSkillInstaller::eachStepOfACloudInstallCanFail_data()
-{
-    QTest::addColumn<QByteArray>("function");
-    QTest::addColumn<QByteArray>("steps");
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<QString>("text");
-    const auto add = [](const char* behaviour, const char* function, const char* steps, const char* title,
-                        const char* text) {
-        QTest::newRow(behaviour) << QByteArray(function) << QByteArray(steps) << QString::fromLatin1(title)
-                                 << QString::fromLatin1(text);
-    };
-    const char* const raised = R"([{"raise":["OSError","no <b>luck</b>"]}])";
-    add("the catalogue fails", "list_cloud_skills_via_core", raised, "Core Catalog Failed", "no <b>luck</b>");
-    add("the catalogue is empty", "list_cloud_skills_via_core", R"([{"answer":[]}])", "No Cloud Skills",
-        "Core returned an empty cloud skills catalog.");
-    add("the catalogue is an object", "list_cloud_skills_via_core", R"([{"answer":{"skills":[]}}])", "No Cloud Skills",
-        "Core returned an empty cloud skills catalog.");
-    add("the catalogue holds more than objects", "list_cloud_skills_via_core", R"([{"answer":[{"key":"k"},7]}])",
-        "No Cloud Skills", "Core returned an empty cloud skills catalog.");
-    add("the agents fail", "list_core_agents", raised, "Core Agents Failed", "no <b>luck</b>");
-    add("no agent is online", "list_core_agents", R"([{"answer":[]}])", "No Online OpenClaw Agent",
-        "Core did not report any online openclaw agents.");
-    add("only agents of other ecosystems are online", "list_core_agents",
-        R"([{"answer":[{"ecosystem":"codex","id":"1"},{"id":"2"}]}])", "No Online OpenClaw Agent",
-        "Core did not report any online openclaw agents.");
-    add("the agents are an object", "list_core_agents", R"([{"answer":{"id":"1"}}])", "No Online OpenClaw Agent",
-        "Core did not report any online openclaw agents.");
-    add("the install fails", "install_cloud_skill_from_core", raised, "Cloud Install Failed", "no <b>luck</b>");
-}
-
-void TestSkillInstaller::eachStepOfACloudInstallCanFail()
-{
-    QFETCH(QByteArray, function);
-    QFETCH(QByteArray, steps);
-    QFETCH(QString, title);
-    QFETCH(QString, text);
-    m_tab->view();
-    m_tab->backend.script(function.toStdString(), Json::parse(steps.toStdString()).get<std::vector<Json>>());
-    std::vector<DialogRobot::Answer> answers;
-    if (function != "list_cloud_skills_via_core")
-        answers.push_back(chooseItem(0, QStringLiteral("Install")));
-    if (function == "install_cloud_skill_from_core")
-        answers.push_back(chooseItem(0, QStringLiteral("Select")));
-    answers.push_back(DialogRobot::press(ok));
-    const std::size_t dialogs = answers.size();
-    const DialogRobot robot(std::move(answers));
-    m_tab->press("Install Cloud Skill");
-    QCOMPARE(robot.shown().size(), dialogs);
-    QCOMPARE(robot.titles().constLast(), title);
-    QVERIFY(robot.shown().back().text.contains(text));
-    QCOMPARE(m_tab->functions().back(), function.toStdString()); // and nothing after it
-    QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
-}
-
-void TestSkillInstaller::eachStepOfACloudInstallCanBeCancelled_data()
-{
-    QTest::addColumn<int>("accepted");
-    QTest::addColumn<QByteArray>("lastCall");
-    QTest::newRow("the choice of the skill") << 0 << QByteArray("list_cloud_skills_via_core");
-    QTest::newRow("the choice of the agent") << 1 << QByteArray("list_core_agents");
-}
-
-void TestSkillInstaller::eachStepOfACloudInstallCanBeCancelled()
-{
-    QFETCH(int, accepted);
-    QFETCH(QByteArray, lastCall);
-    m_tab->view();
-    std::vector<DialogRobot::Answer> answers(static_cast<std::size_t>(accepted),
-                                             chooseItem(0, QStringLiteral("Install")));
-    answers.push_back(DialogRobot::press(Qt::Key_Escape));
-    const DialogRobot robot(std::move(answers));
-    m_tab->press("Install Cloud Skill");
-    QCOMPARE(robot.shown().size(), static_cast<std::size_t>(accepted) + 1);
-    QCOMPARE(m_tab->functions().back(), lastCall.toStdString());
-    QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
-}
-
-void TestSkillInstaller::installingRefreshesNothing()
-{
-    m_tab->select(0);
-    const DialogRobot robot({chooseFile(package(QStringLiteral("a.zip"))), DialogRobot::press(ok)});
-    m_tab->press("Install Skill");
-    QCOMPARE(m_tab->backend.count("list_skills"), 1);
-    QCOMPARE(m_tab->fields().size(), 2);
-}
-
-void TestSkillInstaller::aViewThatGoesAwayWhileAskingInstallsNothing()
-{
-    QPushButton* button = Controls::button(m_tab->view(), QStringLiteral("Install Cloud Skill"));
-    const DialogRobot robot({[this](QDialog& dialog) {
-        m_tab->discardView();
-        DialogRobot::press(QStringLiteral("Install"))(dialog);
-    }});
-    QMetaObject::invokeMethod(
-        button, [button] { button->click(); }, Qt::QueuedConnection);
-    QTRY_COMPARE(robot.shown().size(), std::size_t(1));
-    QTRY_VERIFY(!QApplication::activeModalWidget());
-    QCOMPARE(m_tab->backend.count("list_core_agents"), 0);
-}
-
-void TestSkillInstaller::aViewThatGoesAwayWithItsPanelInstallsNothing()
-{
-    QPushButton* button = Controls::button(m_tab->view(), QStringLiteral("Install Skill"));
-    const DialogRobot robot({[this](QDialog& dialog) {
-        QVERIFY(qobject_cast<QFileDialog*>(&dialog));
-        m_tab->discardView();
-    }});
-    QMetaObject::invokeMethod(
-        button, [button] { button->click(); }, Qt::QueuedConnection);
-    QTRY_COMPARE(robot.shown().size(), std::size_t(1));
-    QTRY_VERIFY(!QApplication::activeModalWidget());
-    QCOMPARE(m_tab->backend.count("install_openclaw_skill_zip"), 0);
-}
+    std::optional<SkillsTab> m_tab;
+};
 
 QTEST_MAIN(TestSkillInstaller)
 #include "TestSkillInstaller.moc"

@@ -40,457 +40,428 @@ class TestSkillsViewController final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_tab.emplace();
+    }
+
     void cleanup() { m_tab.reset(); }
-    void loadsAgentsThenSkillsOnce();
-    void offersTheAgentsOfTheEcosystem();
-    void agentsThatCannotBeOffered_data();
-    void agentsThatCannotBeOffered();
-    void listsTheSkillsOfTheEcosystem();
-    void theListIsOneColumnWithoutAHeader();
-    void textsAboutTheListHaveLessWeight();
-    void anotherEcosystemShowsNothingOfTheFormerOne();
-    void aFailedListIsEmptyAndAsksNoFurther();
-    void aListOfAnotherShapeIsEmpty_data();
-    void aListOfAnotherShapeIsEmpty();
-    void theSnapshotIsReadLeniently_data();
-    void theSnapshotIsReadLeniently();
-    void aFailedSnapshotIsSilent();
-    void selectingASkillShowsAndLoadsIt();
-    void aSkillWithoutANameIsCalledByItsKey();
-    void aClickBesideTheRowsKeepsTheSkill();
-    void choosingCostsOneEntryCall();
-    void choosingPaintsEverythingOnce();
-    void aRefreshClearsTheSelection();
-    void aRefreshOfTheSameSkillsClearsTheSelectionToo();
-    void aRefreshShowsAnEntryThatSaysNothing();
-    void anotherEcosystemAsksForItsAgentsThenItsSkills();
-    void aFailedRefreshKeepsTheEditor();
-    void reachesEverythingByKeyboardInReadingOrder();
-    void everythingHasAName();
-    void theViewIsLaidOutAsGiven();
-    void aDescriptionOfFourLinesIsWhole();
-    void longTextsLeaveTheTabAlone();
-    void foreignTextIsPlain();
+
+    void loadsAgentsThenSkillsOnce()
+    {
+        m_tab->view().show();
+        m_tab->view().hide();
+        m_tab->view().show();
+        QCOMPARE(m_tab->functions(),
+                 (std::vector<std::string>{"list_local_agents", "list_skills", "get_adapter_snapshot"}));
+        QCOMPARE(m_tab->arguments("list_local_agents").dump(), std::string("[]"));
+        QCOMPARE(m_tab->arguments("list_skills").dump(), std::string("[\"openclaw\"]"));
+        QCOMPARE(m_tab->arguments("get_adapter_snapshot").dump(), std::string("[\"openclaw\"]"));
+        QCOMPARE(m_tab->title("configModePopup"), QStringLiteral("dynamic"));
+        QCOMPARE(m_tab->titles("ecosystemPopup"),
+                 (QStringList{QStringLiteral("openclaw"), QStringLiteral("codex"), QStringLiteral("kimi")}));
+        QCOMPARE(m_tab->titles("configModePopup"), (QStringList{QStringLiteral("dynamic"), QStringLiteral("json")}));
+        QCOMPARE(m_tab->meta(), QStringLiteral("Select a skill"));
+    }
+
+    void offersTheAgentsOfTheEcosystem()
+    {
+        QCOMPARE(m_tab->titles("agentPopup"),
+                 (QStringList{QStringLiteral("Main (main)"), QStringLiteral("second (second)")}));
+        QCOMPARE(m_tab->title("agentPopup"), QStringLiteral("Main (main)"));
+        m_tab->choose("agentPopup", "second (second)");
+        m_tab->choose("ecosystemPopup", "codex");
+        QCOMPARE(m_tab->titles("agentPopup"), QStringList{QStringLiteral("Coder (c)")});
+        m_tab->choose("ecosystemPopup", "kimi");
+        QCOMPARE(m_tab->titles("agentPopup"), QStringList{QStringLiteral("(none)")});
+        m_tab->choose("ecosystemPopup", "openclaw");
+        QCOMPARE(m_tab->title("agentPopup"), QStringLiteral("Main (main)"));
+    }
+
+    void agentsThatCannotBeOffered_data()
+    {
+        QTest::addColumn<QByteArray>("steps");
+        QTest::addColumn<QString>("title");
+        QTest::newRow("a failure") << QByteArray(R"([{"raise":["OSError","x"]}])") << QStringLiteral("(load failed)");
+        QTest::newRow("no list") << QByteArray(R"([{"answer":{"id":"a"}}])") << QStringLiteral("(none)");
+        QTest::newRow("rows that are no objects")
+            << QByteArray(R"([{"answer":[{"id":"a","ecosystem":"openclaw"},1]}])") << QStringLiteral("(none)");
+    }
+
+    void agentsThatCannotBeOffered()
+    {
+        QFETCH(QByteArray, steps);
+        QFETCH(QString, title);
+        m_tab->backend.script("list_local_agents", Json::parse(steps.toStdString()).get<std::vector<Json>>());
+        QCOMPARE(m_tab->titles("agentPopup"), QStringList{title});
+        QCOMPARE(m_tab->rows().size(), 3); // the skills are listed all the same
+    }
+
+    void listsTheSkillsOfTheEcosystem()
+    {
+        QCOMPARE(m_tab->rows(),
+                 (QStringList{QStringLiteral("weather"), QStringLiteral("[workspace] social-media-alert"),
+                              QStringLiteral("plain")}));
+        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
+        QCOMPARE(m_tab->label("configPathLabel"), QStringLiteral("Config: /home/me/.openclaw/openclaw.json"));
+        QCOMPARE(m_tab->label("skillDirsLabel"), QStringLiteral("Skill dirs: /a | /b"));
+        QVERIFY(m_tab->table()->selectionModel()->selectedRows().isEmpty());
+    }
+
+    void theListIsOneColumnWithoutAHeader()
+    {
+        m_tab->show();
+        QCOMPARE(m_tab->table()->model()->columnCount(), 1);
+        QVERIFY(!m_tab->table()->horizontalHeader()->isVisible());
+        QCOMPARE(m_tab->table()->textElideMode(), Qt::ElideRight);
+        QCOMPARE(m_tab->table()->columnWidth(0), m_tab->table()->viewport()->width());
+    }
+
+    void textsAboutTheListHaveLessWeight()
+    {
+        const QColor secondary = Colors::secondaryText(m_tab->view().palette());
+        for (const char* label : {"configPathLabel", "skillDirsLabel", "statusLabel"}) {
+            const auto* found = m_tab->find<QLabel>(label);
+            QCOMPARE(found->palette().color(found->foregroundRole()), secondary);
+        }
+        QCOMPARE(m_tab->find<ScrollingLabel>("metaLabel")->palette().color(QPalette::Text), secondary);
+    }
+
+    void anotherEcosystemShowsNothingOfTheFormerOne()
+    {
+        m_tab->select(0);
+        m_tab->listed(Json::array());
+        m_tab->backend.answer("get_adapter_snapshot", Json::object());
+        m_tab->choose("ecosystemPopup", "codex");
+        QCOMPARE(m_tab->arguments("list_skills").dump(), std::string("[\"codex\"]"));
+        QCOMPARE(m_tab->arguments("get_adapter_snapshot").dump(), std::string("[\"codex\"]"));
+        QCOMPARE(m_tab->rows(), QStringList());
+        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 0 skills for codex."));
+        QCOMPARE(m_tab->label("configPathLabel"), QStringLiteral("Config: "));
+        QCOMPARE(m_tab->label("skillDirsLabel"), QStringLiteral("Skill dirs: (none)"));
+        QCOMPARE(m_tab->meta(), QStringLiteral("Select a skill"));
+        QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{}"));
+        QVERIFY(m_tab->fields().isEmpty());
+    }
+
+    void aFailedListIsEmptyAndAsksNoFurther()
+    {
+        m_tab->backend.raise("list_skills", "OSError", "no <b>skills</b>");
+        QCOMPARE(m_tab->rows(), QStringList());
+        QVERIFY(m_tab->status().startsWith(QStringLiteral("ERROR: ")));
+        QVERIFY(m_tab->status().contains(QStringLiteral("no <b>skills</b>")));
+        QCOMPARE(m_tab->backend.count("get_adapter_snapshot"), 0);
+        QCOMPARE(m_tab->meta(), QStringLiteral("Select a skill"));
+        QCOMPARE(m_tab->label("envLabel"), QStringLiteral("ENV (JSON snapshot)"));
+        QVERIFY(m_tab->env()->isReadOnly());
+    }
+
+    void aListOfAnotherShapeIsEmpty_data()
+    {
+        QTest::addColumn<QByteArray>("reply");
+        QTest::newRow("an object") << QByteArray(R"({"skills":[]})");
+        QTest::newRow("null") << QByteArray("null");
+        QTest::newRow("rows that are no objects") << QByteArray(R"([{"name":"a"},"b"])");
+    }
+
+    void aListOfAnotherShapeIsEmpty()
+    {
+        QFETCH(QByteArray, reply);
+        m_tab->listed(Json::parse(reply.toStdString()));
+        QCOMPARE(m_tab->rows(), QStringList());
+        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 0 skills for openclaw."));
+    }
+
+    void theSnapshotIsReadLeniently_data()
+    {
+        QTest::addColumn<QByteArray>("snapshot");
+        QTest::addColumn<QString>("config");
+        QTest::addColumn<QString>("folders");
+        const QString none = QStringLiteral("Skill dirs: (none)");
+        QTest::newRow("a text in place of folders")
+            << QByteArray(R"({"configPath":"/c","skillDirs":"/a"})") << QStringLiteral("Config: /c") << none;
+        QTest::newRow("a number among the folders")
+            << QByteArray(R"({"configPath":7,"skillDirs":["/a",1]})") << QStringLiteral("Config: 7") << none;
+        QTest::newRow("no folders") << QByteArray(R"({"skillDirs":[]})") << QStringLiteral("Config: ") << none;
+        QTest::newRow("a list") << QByteArray(R"(["/c"])") << QStringLiteral("Config: ") << none;
+    }
+
+    void theSnapshotIsReadLeniently()
+    {
+        QFETCH(QByteArray, snapshot);
+        QFETCH(QString, config);
+        QFETCH(QString, folders);
+        m_tab->backend.answer("get_adapter_snapshot", Json::parse(snapshot.toStdString()));
+        QCOMPARE(m_tab->label("configPathLabel"), config);
+        QCOMPARE(m_tab->label("skillDirsLabel"), folders);
+        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
+    }
+
+    void aFailedSnapshotIsSilent()
+    {
+        m_tab->backend.raise("get_adapter_snapshot", "OSError", "x");
+        QCOMPARE(m_tab->label("configPathLabel"), QStringLiteral("Config: "));
+        QCOMPARE(m_tab->label("skillDirsLabel"), QStringLiteral("Skill dirs: (none)"));
+        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
+    }
+
+    void selectingASkillShowsAndLoadsIt()
+    {
+        m_tab->show();
+        m_tab->select(0);
+        QCOMPARE(m_tab->meta(),
+                 QStringLiteral("Tells it.\nskillKey: weather\npath: /skills/weather\nrequires.env: TOKEN, REGION"));
+        QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["openclaw","weather"])"));
+        QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
+        QCOMPARE(m_tab->fields().size(), 2);
+    }
+
+    void aSkillWithoutANameIsCalledByItsKey()
+    {
+        m_tab->listed({{{"skillKey", "k"}}});
+        m_tab->backend.raise("get_skill_entry", "OSError", "x"); // else the loaded entry's status follows at once
+        m_tab->view();
+        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        m_tab->select(0);
+        QCOMPARE(m_tab->rows(), QStringList{QStringLiteral("(unknown)")});
+        QCOMPARE(m_tab->status(), QStringLiteral("Selected k."));
+        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
+    }
+
+    void aClickBesideTheRowsKeepsTheSkill()
+    {
+        m_tab->show();
+        m_tab->select(0);
+        QTest::mouseClick(m_tab->table()->viewport(), Qt::LeftButton, {},
+                          m_tab->table()->viewport()->rect().bottomLeft() + QPoint(5, -5));
+        m_tab->press("Load Config");
+        QCOMPARE(m_tab->backend.count("get_skill_entry"), 2);
+        QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["openclaw","weather"])"));
+    }
+
+    void choosingCostsOneEntryCall()
+    {
+        m_tab->view();
+        const std::size_t before = m_tab->functions().size();
+        m_tab->select(0);
+        QCOMPARE(m_tab->functions().size(), before + 1);
+        m_tab->select(2);
+        QCOMPARE(m_tab->functions().size(), before + 2);
+        QCOMPARE(m_tab->backend.count("get_skill_entry"), 2);
+    }
+
+    void choosingPaintsEverythingOnce()
+    {
+        m_tab->show();
+        m_tab->select(2);
+        QCoreApplication::processEvents();
+        PaintWatcher watcher;
+        qApp->installEventFilter(&watcher);
+        m_tab->table()->selectRow(0);
+        QVERIFY(watcher.painted.isEmpty()); // nothing half done is shown
+        QTRY_VERIFY(watcher.painted.contains(m_tab->field("REGION")));
+        QCoreApplication::processEvents();
+        for (auto widget = watcher.paintedAgain.keyBegin(); widget != watcher.paintedAgain.keyEnd(); ++widget)
+            QFAIL((*widget)->metaObject()->className());
+    }
+
+    void aRefreshClearsTheSelection()
+    {
+        m_tab->select(0);
+        m_tab->listed(Json::array({SkillsTab::weather()}));
+        m_tab->press("Refresh");
+        QVERIFY(m_tab->table()->selectionModel()->selectedRows().isEmpty());
+        QCOMPARE(m_tab->meta(), QStringLiteral("Select a skill"));
+        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        m_tab->press("Load Config");
+        QCOMPARE(robot.titles(), QStringList{QStringLiteral("No Selection")});
+    }
+
+    void aRefreshOfTheSameSkillsClearsTheSelectionToo()
+    {
+        m_tab->select(0);
+        m_tab->press("Refresh");
+        QVERIFY(m_tab->table()->selectionModel()->selectedRows().isEmpty());
+        m_tab->select(0);
+        QCOMPARE(m_tab->backend.count("get_skill_entry"), 2);
+        QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
+    }
+
+    void aRefreshShowsAnEntryThatSaysNothing()
+    {
+        m_tab->entered({{"enabled", false}, {"apiKey", "k"}});
+        m_tab->select(0);
+        QCOMPARE(m_tab->title("enabledPopup"), QStringLiteral("false"));
+        QVERIFY(!m_tab->apiKey()->isHidden());
+        m_tab->press("Refresh");
+        QCOMPARE(m_tab->title("enabledPopup"), QStringLiteral("true"));
+        QVERIFY(m_tab->apiKey()->isHidden());
+        QVERIFY(m_tab->find<QLabel>("apiKeyLabel")->isHidden());
+        QCOMPARE(m_tab->apiKey()->text(), QString());
+    }
+
+    void anotherEcosystemAsksForItsAgentsThenItsSkills()
+    {
+        m_tab->view();
+        const std::size_t before = m_tab->functions().size();
+        m_tab->choose("ecosystemPopup", "kimi");
+        const std::vector<std::string> functions = m_tab->functions();
+        QCOMPARE(std::vector<std::string>(functions.begin() + static_cast<std::ptrdiff_t>(before), functions.end()),
+                 (std::vector<std::string>{"list_local_agents", "list_skills", "get_adapter_snapshot"}));
+    }
+
+    void aFailedRefreshKeepsTheEditor()
+    {
+        m_tab->select(0);
+        m_tab->backend.raise("list_skills", "OSError", "x");
+        m_tab->choose("ecosystemPopup", "codex");
+        QCOMPARE(m_tab->rows(), QStringList());
+        QVERIFY(m_tab->meta().startsWith(QStringLiteral("Tells it.")));
+        QCOMPARE(m_tab->fields().size(), 2);
+        m_tab->press("Load Config"); // of the ecosystem that is shown
+        QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["codex","weather"])"));
+    }
+
+    void reachesEverythingByKeyboardInReadingOrder()
+    {
+        m_tab->show();
+        m_tab->select(0);
+        m_tab->find<QComboBox>("ecosystemPopup")->setFocus();
+        QStringList stops;
+        const QWidget* first = QApplication::focusWidget();
+        do {
+            const QWidget* stop = QApplication::focusWidget();
+            const auto* button = qobject_cast<const QPushButton*>(stop);
+            const auto* variable = qobject_cast<const QLineEdit*>(stop);
+            const QString name = button ? button->text() : stop->objectName();
+            stops.append(name.isEmpty() && variable ? variable->placeholderText() : name);
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        } while (QApplication::focusWidget() != first);
+        QCOMPARE(stops.join(u'|'), QStringLiteral("ecosystemPopup|agentPopup|configModePopup|Refresh|Load Config|"
+                                                  "Install Skill|Install Cloud Skill|metaLabel|tableView|enabledPopup|"
+                                                  "apiKeyField|envTextView|TOKEN|REGION|Save Config"));
+    }
+
+    void everythingHasAName()
+    {
+        m_tab->listed({{{"name", "social-media-alert"}, {"primaryEnv", "TOKEN"}, {"primaryEnvLabel", "My Token"}}});
+        m_tab->select(0);
+        const auto nameOf = [this](const char* objectName) {
+            return QAccessible::queryAccessibleInterface(m_tab->find<QWidget>(objectName))->text(QAccessible::Name);
+        };
+        QCOMPARE(nameOf("tableView"), QStringLiteral("Skills"));
+        QCOMPARE(nameOf("envTextView"), QStringLiteral("ENV"));
+        QCOMPARE(nameOf("apiKeyField"), QStringLiteral("My Token"));
+        QCOMPARE(nameOf("metaLabel"), m_tab->meta());
+        QCOMPARE(nameOf("statusLabel"), m_tab->status());
+        QCOMPARE(QAccessible::queryAccessibleInterface(m_tab->field("TOKEN"))->text(QAccessible::Name),
+                 QStringLiteral("My Token (TOKEN)"));
+        // Qt on Linux tells of a pop-up what it shows; that it is labelled by its caption is a relation of its own.
+        QCOMPARE(m_tab->caption("ecosystemPopup")->text(), QStringLiteral("Ecosystem"));
+        QCOMPARE(m_tab->caption("agentPopup")->text(), QStringLiteral("Agent"));
+        QCOMPARE(m_tab->caption("configModePopup")->text(), QStringLiteral("Config Mode"));
+        QCOMPARE(m_tab->caption("enabledPopup")->text(), QStringLiteral("Enabled"));
+        QCOMPARE(m_tab->caption("sourcePopup")->text(), QStringLiteral("Configured Sources"));
+    }
+
+    void theViewIsLaidOutAsGiven()
+    {
+        m_tab->view().resize(1600, 640); // all controls in one line
+        m_tab->show();
+        const QRect place = m_tab->view().rect().adjusted(16, 16, -16, -14);
+
+        std::vector<const QWidget*> controls;
+        for (const char* popup : {"ecosystemPopup", "agentPopup", "configModePopup"}) {
+            controls.push_back(m_tab->caption(popup));
+            controls.push_back(m_tab->find<QWidget>(popup));
+            QCOMPARE(m_tab->find<QWidget>(popup)->minimumWidth(), 90);
+        }
+        for (const char* button : {"Refresh", "Load Config", "Install Skill", "Install Cloud Skill"})
+            controls.push_back(Controls::button(m_tab->view(), QString::fromLatin1(button)));
+        int left = place.left();
+        QRect row;
+        for (const QWidget* control : controls) {
+            const QRect frame = m_tab->frame(control);
+            QCOMPARE(frame.left(), left);
+            left = frame.right() + 1 + 8;
+            row |= frame;
+        }
+        QCOMPARE(row.top(), place.top());
+
+        const QRect meta = m_tab->frame(m_tab->find<QWidget>("metaLabel"));
+        const QRect configPath = m_tab->frame(m_tab->find<QWidget>("configPathLabel"));
+        const QRect skillDirs = m_tab->frame(m_tab->find<QWidget>("skillDirsLabel"));
+        QCOMPARE(meta.topLeft(), QPoint(place.left(), row.bottom() + 1 + 8));
+        QCOMPARE(meta.right(), place.right());
+        QCOMPARE(configPath.topLeft(), QPoint(place.left(), meta.bottom() + 1 + 4));
+        QCOMPARE(skillDirs.topLeft(), QPoint(place.left(), configPath.bottom() + 1 + 4));
+
+        const QRect table = m_tab->frame(m_tab->table());
+        const QWidget* document = m_tab->env()->parentWidget()->parentWidget();
+        const QRect form = m_tab->frame(document->parentWidget());
+        const QRect save = m_tab->frame(Controls::button(m_tab->view(), QStringLiteral("Save Config")));
+        QCOMPARE(m_tab->table()->minimumWidth(), 240);
+        QCOMPARE(table.topLeft(), QPoint(place.left(), skillDirs.bottom() + 1 + 8));
+        QCOMPARE(form.topLeft(), QPoint(table.right() + 1 + 16, table.top()));
+        QCOMPARE(form.right(), place.right());
+        QVERIFY(std::abs(3 * table.width() - 2 * form.width()) <= 3); // but for what is rounded
+        QCOMPARE(m_tab->env()->parentWidget()->geometry(), document->rect().adjusted(0, 0, -8, 0));
+        QCOMPARE(save.topLeft(), QPoint(form.left(), form.bottom() + 1 + 8));
+        QCOMPARE(save.bottom(), table.bottom());
+
+        const QRect status = m_tab->frame(m_tab->find<QWidget>("statusLabel"));
+        QCOMPARE(status.topLeft(), QPoint(place.left(), table.bottom() + 1 + 8));
+        QCOMPARE(status.bottomRight(), place.bottomRight());
+    }
+
+    void aDescriptionOfFourLinesIsWhole()
+    {
+        m_tab->show();
+        auto* label = m_tab->find<ScrollingLabel>("metaLabel");
+        label->setText(QStringLiteral("一\n二\n三\n四"));
+        QTRY_COMPARE(label->verticalScrollBar()->maximum(), 0);
+        label->setText(QStringLiteral("一\n二\n三\n四\n五"));
+        QTRY_VERIFY(label->verticalScrollBar()->maximum() > 0);
+    }
+
+    void longTextsLeaveTheTabAlone()
+    {
+        std::string longText;
+        while (longText.size() < 100'000)
+            longText += std::string(700, 'W') + " word\n";
+        Json names = Json::array();
+        for (int i = 0; i < 200; ++i)
+            names.push_back("VARIABLE_" + std::to_string(i) + std::string(500, 'X'));
+        m_tab->listed(
+            {{{"name", longText}, {"skillKey", longText}, {"description", longText}, {"requiredEnv", names}}});
+        m_tab->backend.answer("list_local_agents", {{{"id", longText}, {"ecosystem", "openclaw"}}});
+        m_tab->backend.answer("get_adapter_snapshot", {{"configPath", longText}, {"skillDirs", {longText}}});
+        m_tab->entered({{"env", {{longText, longText}}}});
+        m_tab->show();
+        m_tab->select(0);
+        QCoreApplication::processEvents();
+        QCOMPARE(m_tab->view().size(), QSize(1000, 640));
+        QVERIFY(m_tab->view().minimumSizeHint().width() <= 1000);
+        QVERIFY(m_tab->view().minimumSizeHint().height() <= 600);
+        QVERIFY(m_tab->find<ScrollingLabel>("metaLabel")->verticalScrollBar()->maximum() > 0);
+        for (const char* popup : {"ecosystemPopup", "agentPopup", "configModePopup"})
+            QCOMPARE(m_tab->caption(popup)->width(), m_tab->caption(popup)->sizeHint().width());
+    }
+
+    void foreignTextIsPlain()
+    {
+        m_tab->listed({{{"name", "<b>n</b>"}, {"skillKey", "<i>k</i>"}, {"requiredEnv", {"<b>A</b>"}}}});
+        m_tab->select(0);
+        QCOMPARE(m_tab->rows(), QStringList{QStringLiteral("<b>n</b>")});
+        QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for <i>k</i>."));
+        for (const QLabel* label : m_tab->view().findChildren<QLabel*>())
+            QCOMPARE(label->textFormat(), Qt::PlainText);
+    }
 
 private:
     std::optional<SkillsTab> m_tab;
 };
-
-void TestSkillsViewController::init()
-{
-    failOnUnexpectedWarning();
-    m_tab.emplace();
-}
-
-void TestSkillsViewController::loadsAgentsThenSkillsOnce()
-{
-    m_tab->view().show();
-    m_tab->view().hide();
-    m_tab->view().show();
-    QCOMPARE(m_tab->functions(),
-             (std::vector<std::string>{"list_local_agents", "list_skills", "get_adapter_snapshot"}));
-    QCOMPARE(m_tab->arguments("list_local_agents").dump(), std::string("[]"));
-    QCOMPARE(m_tab->arguments("list_skills").dump(), std::string("[\"openclaw\"]"));
-    QCOMPARE(m_tab->arguments("get_adapter_snapshot").dump(), std::string("[\"openclaw\"]"));
-    QCOMPARE(m_tab->title("configModePopup"), QStringLiteral("dynamic"));
-    QCOMPARE(m_tab->titles("ecosystemPopup"),
-             (QStringList{QStringLiteral("openclaw"), QStringLiteral("codex"), QStringLiteral("kimi")}));
-    QCOMPARE(m_tab->titles("configModePopup"), (QStringList{QStringLiteral("dynamic"), QStringLiteral("json")}));
-    QCOMPARE(m_tab->meta(), QStringLiteral("Select a skill"));
-}
-
-void TestSkillsViewController::offersTheAgentsOfTheEcosystem()
-{
-    QCOMPARE(m_tab->titles("agentPopup"),
-             (QStringList{QStringLiteral("Main (main)"), QStringLiteral("second (second)")}));
-    QCOMPARE(m_tab->title("agentPopup"), QStringLiteral("Main (main)"));
-    m_tab->choose("agentPopup", "second (second)");
-    m_tab->choose("ecosystemPopup", "codex");
-    QCOMPARE(m_tab->titles("agentPopup"), QStringList{QStringLiteral("Coder (c)")});
-    m_tab->choose("ecosystemPopup", "kimi");
-    QCOMPARE(m_tab->titles("agentPopup"), QStringList{QStringLiteral("(none)")});
-    m_tab->choose("ecosystemPopup", "openclaw");
-    QCOMPARE(m_tab->title("agentPopup"), QStringLiteral("Main (main)"));
-}
-
-void TestSkillsViewController::agentsThatCannotBeOffered_data()
-{
-    QTest::addColumn<QByteArray>("steps");
-    QTest::addColumn<QString>("title");
-    QTest::newRow("a failure") << QByteArray(R"([{"raise":["OSError","x"]}])") << QStringLiteral("(load failed)");
-    QTest::newRow("no list") << QByteArray(R"([{"answer":{"id":"a"}}])") << QStringLiteral("(none)");
-    QTest::newRow("rows that are no objects")
-        << QByteArray(R"([{"answer":[{"id":"a","ecosystem":"openclaw"},1]}])") << QStringLiteral("(none)");
-}
-
-void TestSkillsViewController::agentsThatCannotBeOffered()
-{
-    QFETCH(QByteArray, steps);
-    QFETCH(QString, title);
-    m_tab->backend.script("list_local_agents", Json::parse(steps.toStdString()).get<std::vector<Json>>());
-    QCOMPARE(m_tab->titles("agentPopup"), QStringList{title});
-    QCOMPARE(m_tab->rows().size(), 3); // the skills are listed all the same
-}
-
-void TestSkillsViewController::listsTheSkillsOfTheEcosystem()
-{
-    QCOMPARE(m_tab->rows(), (QStringList{QStringLiteral("weather"), QStringLiteral("[workspace] social-media-alert"),
-                                         QStringLiteral("plain")}));
-    QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
-    QCOMPARE(m_tab->label("configPathLabel"), QStringLiteral("Config: /home/me/.openclaw/openclaw.json"));
-    QCOMPARE(m_tab->label("skillDirsLabel"), QStringLiteral("Skill dirs: /a | /b"));
-    QVERIFY(m_tab->table()->selectionModel()->selectedRows().isEmpty());
-}
-
-void TestSkillsViewController::theListIsOneColumnWithoutAHeader()
-{
-    m_tab->show();
-    QCOMPARE(m_tab->table()->model()->columnCount(), 1);
-    QVERIFY(!m_tab->table()->horizontalHeader()->isVisible());
-    QCOMPARE(m_tab->table()->textElideMode(), Qt::ElideRight);
-    QCOMPARE(m_tab->table()->columnWidth(0), m_tab->table()->viewport()->width());
-}
-
-void TestSkillsViewController::textsAboutTheListHaveLessWeight()
-{
-    const QColor secondary = Colors::secondaryText(m_tab->view().palette());
-    for (const char* label : {"configPathLabel", "skillDirsLabel", "statusLabel"}) {
-        const auto* found = m_tab->find<QLabel>(label);
-        QCOMPARE(found->palette().color(found->foregroundRole()), secondary);
-    }
-    QCOMPARE(m_tab->find<ScrollingLabel>("metaLabel")->palette().color(QPalette::Text), secondary);
-}
-
-void TestSkillsViewController::anotherEcosystemShowsNothingOfTheFormerOne()
-{
-    m_tab->select(0);
-    m_tab->listed(Json::array());
-    m_tab->backend.answer("get_adapter_snapshot", Json::object());
-    m_tab->choose("ecosystemPopup", "codex");
-    QCOMPARE(m_tab->arguments("list_skills").dump(), std::string("[\"codex\"]"));
-    QCOMPARE(m_tab->arguments("get_adapter_snapshot").dump(), std::string("[\"codex\"]"));
-    QCOMPARE(m_tab->rows(), QStringList());
-    QCOMPARE(m_tab->status(), QStringLiteral("Loaded 0 skills for codex."));
-    QCOMPARE(m_tab->label("configPathLabel"), QStringLiteral("Config: "));
-    QCOMPARE(m_tab->label("skillDirsLabel"), QStringLiteral("Skill dirs: (none)"));
-    QCOMPARE(m_tab->meta(), QStringLiteral("Select a skill"));
-    QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{}"));
-    QVERIFY(m_tab->fields().isEmpty());
-}
-
-void TestSkillsViewController::aFailedListIsEmptyAndAsksNoFurther()
-{
-    m_tab->backend.raise("list_skills", "OSError", "no <b>skills</b>");
-    QCOMPARE(m_tab->rows(), QStringList());
-    QVERIFY(m_tab->status().startsWith(QStringLiteral("ERROR: ")));
-    QVERIFY(m_tab->status().contains(QStringLiteral("no <b>skills</b>")));
-    QCOMPARE(m_tab->backend.count("get_adapter_snapshot"), 0);
-    QCOMPARE(m_tab->meta(), QStringLiteral("Select a skill"));
-    QCOMPARE(m_tab->label("envLabel"), QStringLiteral("ENV (JSON snapshot)"));
-    QVERIFY(m_tab->env()->isReadOnly());
-}
-
-void TestSkillsViewController::aListOfAnotherShapeIsEmpty_data()
-{
-    QTest::addColumn<QByteArray>("reply");
-    QTest::newRow("an object") << QByteArray(R"({"skills":[]})");
-    QTest::newRow("null") << QByteArray("null");
-    QTest::newRow("rows that are no objects") << QByteArray(R"([{"name":"a"},"b"])");
-}
-
-void TestSkillsViewController::aListOfAnotherShapeIsEmpty()
-{
-    QFETCH(QByteArray, reply);
-    m_tab->listed(Json::parse(reply.toStdString()));
-    QCOMPARE(m_tab->rows(), QStringList());
-    QCOMPARE(m_tab->status(), QStringLiteral("Loaded 0 skills for openclaw."));
-}
-
-void TestSkillsViewController::theSnapshotIsReadLeniently_data()
-{
-    QTest::addColumn<QByteArray>("snapshot");
-    QTest::addColumn<QString>("config");
-    QTest::addColumn<QString>("folders");
-    const QString none = QStringLiteral("Skill dirs: (none)");
-    QTest::newRow("a text in place of folders")
-        << QByteArray(R"({"configPath":"/c","skillDirs":"/a"})") << QStringLiteral("Config: /c") << none;
-    QTest::newRow("a number among the folders")
-        << QByteArray(R"({"configPath":7,"skillDirs":["/a",1]})") << QStringLiteral("Config: 7") << none;
-    QTest::newRow("no folders") << QByteArray(R"({"skillDirs":[]})") << QStringLiteral("Config: ") << none;
-    QTest::newRow("a list") << QByteArray(R"(["/c"])") << QStringLiteral("Config: ") << none;
-}
-
-void TestSkillsViewController::theSnapshotIsReadLeniently()
-{
-    QFETCH(QByteArray, snapshot);
-    QFETCH(QString, config);
-    QFETCH(QString, folders);
-    m_tab->backend.answer("get_adapter_snapshot", Json::parse(snapshot.toStdString()));
-    QCOMPARE(m_tab->label("configPathLabel"), config);
-    QCOMPARE(m_tab->label("skillDirsLabel"), folders);
-    QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
-}
-
-void TestSkillsViewController::aFailedSnapshotIsSilent()
-{
-    m_tab->backend.raise("get_adapter_snapshot", "OSError", "x");
-    QCOMPARE(m_tab->label("configPathLabel"), QStringLiteral("Config: "));
-    QCOMPARE(m_tab->label("skillDirsLabel"), QStringLiteral("Skill dirs: (none)"));
-    QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
-}
-
-void TestSkillsViewController::selectingASkillShowsAndLoadsIt()
-{
-    m_tab->show();
-    m_tab->select(0);
-    QCOMPARE(m_tab->meta(),
-             QStringLiteral("Tells it.\nskillKey: weather\npath: /skills/weather\nrequires.env: TOKEN, REGION"));
-    QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["openclaw","weather"])"));
-    QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
-    QCOMPARE(m_tab->fields().size(), 2);
-}
-
-void TestSkillsViewController::aSkillWithoutANameIsCalledByItsKey()
-{
-    m_tab->listed({{{"skillKey", "k"}}});
-    m_tab->backend.raise("get_skill_entry", "OSError", "x"); // else the loaded entry's status follows at once
-    m_tab->view();
-    const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
-    m_tab->select(0);
-    QCOMPARE(m_tab->rows(), QStringList{QStringLiteral("(unknown)")});
-    QCOMPARE(m_tab->status(), QStringLiteral("Selected k."));
-    QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
-}
-
-void TestSkillsViewController::aClickBesideTheRowsKeepsTheSkill()
-{
-    m_tab->show();
-    m_tab->select(0);
-    QTest::mouseClick(m_tab->table()->viewport(), Qt::LeftButton, {},
-                      m_tab->table()->viewport()->rect().bottomLeft() + QPoint(5, -5));
-    m_tab->press("Load Config");
-    QCOMPARE(m_tab->backend.count("get_skill_entry"), 2);
-    QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["openclaw","weather"])"));
-}
-
-void TestSkillsViewController::choosingCostsOneEntryCall()
-{
-    m_tab->view();
-    const std::size_t before = m_tab->functions().size();
-    m_tab->select(0);
-    QCOMPARE(m_tab->functions().size(), before + 1);
-    m_tab->select(2);
-    QCOMPARE(m_tab->functions().size(), before + 2);
-    QCOMPARE(m_tab->backend.count("get_skill_entry"), 2);
-}
-
-void TestSkillsViewController::choosingPaintsEverythingOnce()
-{
-    m_tab->show();
-    m_tab->select(2);
-    QCoreApplication::processEvents();
-    PaintWatcher watcher;
-    qApp->installEventFilter(&watcher);
-    m_tab->table()->selectRow(0);
-    QVERIFY(watcher.painted.isEmpty()); // nothing half done is shown
-    QTRY_VERIFY(watcher.painted.contains(m_tab->field("REGION")));
-    QCoreApplication::processEvents();
-    for (auto widget = watcher.paintedAgain.keyBegin(); widget != watcher.paintedAgain.keyEnd(); ++widget)
-        QFAIL((*widget)->metaObject()->className());
-}
-
-void TestSkillsViewController::aRefreshClearsTheSelection()
-{
-    m_tab->select(0);
-    m_tab->listed(Json::array({SkillsTab::weather()}));
-    m_tab->press("Refresh");
-    QVERIFY(m_tab->table()->selectionModel()->selectedRows().isEmpty());
-    QCOMPARE(m_tab->meta(), QStringLiteral("Select a skill"));
-    const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
-    m_tab->press("Load Config");
-    QCOMPARE(robot.titles(), QStringList{QStringLiteral("No Selection")});
-}
-
-void TestSkillsViewController::aRefreshOfTheSameSkillsClearsTheSelectionToo()
-{
-    m_tab->select(0);
-    m_tab->press("Refresh");
-    QVERIFY(m_tab->table()->selectionModel()->selectedRows().isEmpty());
-    m_tab->select(0);
-    QCOMPARE(m_tab->backend.count("get_skill_entry"), 2);
-    QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
-}
-
-void TestSkillsViewController::aRefreshShowsAnEntryThatSaysNothing()
-{
-    m_tab->entered({{"enabled", false}, {"apiKey", "k"}});
-    m_tab->select(0);
-    QCOMPARE(m_tab->title("enabledPopup"), QStringLiteral("false"));
-    QVERIFY(!m_tab->apiKey()->isHidden());
-    m_tab->press("Refresh");
-    QCOMPARE(m_tab->title("enabledPopup"), QStringLiteral("true"));
-    QVERIFY(m_tab->apiKey()->isHidden());
-    QVERIFY(m_tab->find<QLabel>("apiKeyLabel")->isHidden());
-    QCOMPARE(m_tab->apiKey()->text(), QString());
-}
-
-void TestSkillsViewController::anotherEcosystemAsksForItsAgentsThenItsSkills()
-{
-    m_tab->view();
-    const std::size_t before = m_tab->functions().size();
-    m_tab->choose("ecosystemPopup", "kimi");
-    const std::vector<std::string> functions = m_tab->functions();
-    QCOMPARE(std::vector<std::string>(functions.begin() + static_cast<std::ptrdiff_t>(before), functions.end()),
-             (std::vector<std::string>{"list_local_agents", "list_skills", "get_adapter_snapshot"}));
-}
-
-void TestSkillsViewController::aFailedRefreshKeepsTheEditor()
-{
-    m_tab->select(0);
-    m_tab->backend.raise("list_skills", "OSError", "x");
-    m_tab->choose("ecosystemPopup", "codex");
-    QCOMPARE(m_tab->rows(), QStringList());
-    QVERIFY(m_tab->meta().startsWith(QStringLiteral("Tells it.")));
-    QCOMPARE(m_tab->fields().size(), 2);
-    m_tab->press("Load Config"); // of the ecosystem that is shown
-    QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["codex","weather"])"));
-}
-
-void TestSkillsViewController::reachesEverythingByKeyboardInReadingOrder()
-{
-    m_tab->show();
-    m_tab->select(0);
-    m_tab->find<QComboBox>("ecosystemPopup")->setFocus();
-    QStringList stops;
-    const QWidget* first = QApplication::focusWidget();
-    do {
-        const QWidget* stop = QApplication::focusWidget();
-        const auto* button = qobject_cast<const QPushButton*>(stop);
-        const auto* variable = qobject_cast<const QLineEdit*>(stop);
-        const QString name = button ? button->text() : stop->objectName();
-        stops.append(name.isEmpty() && variable ? variable->placeholderText() : name);
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-    } while (QApplication::focusWidget() != first);
-    QCOMPARE(stops.join(u'|'), QStringLiteral("ecosystemPopup|agentPopup|configModePopup|Refresh|Load Config|"
-                                              "Install Skill|Install Cloud Skill|metaLabel|tableView|enabledPopup|"
-                                              "apiKeyField|envTextView|TOKEN|REGION|Save Config"));
-}
-
-void TestSkillsViewController::everythingHasAName()
-{
-    m_tab->listed({{{"name", "social-media-alert"}, {"primaryEnv", "TOKEN"}, {"primaryEnvLabel", "My Token"}}});
-    m_tab->select(0);
-    const auto nameOf = [this](const char* objectName) {
-        return QAccessible::queryAccessibleInterface(m_tab->find<QWidget>(objectName))->text(QAccessible::Name);
-    };
-    QCOMPARE(nameOf("tableView"), QStringLiteral("Skills"));
-    QCOMPARE(nameOf("envTextView"), QStringLiteral("ENV"));
-    QCOMPARE(nameOf("apiKeyField"), QStringLiteral("My Token"));
-    QCOMPARE(nameOf("metaLabel"), m_tab->meta());
-    QCOMPARE(nameOf("statusLabel"), m_tab->status());
-    QCOMPARE(QAccessible::queryAccessibleInterface(m_tab->field("TOKEN"))->text(QAccessible::Name),
-             QStringLiteral("My Token (TOKEN)"));
-    // Qt on Linux tells of a pop-up what it shows; that it is labelled by its caption is a relation of its own.
-    QCOMPARE(m_tab->caption("ecosystemPopup")->text(), QStringLiteral("Ecosystem"));
-    QCOMPARE(m_tab->caption("agentPopup")->text(), QStringLiteral("Agent"));
-    QCOMPARE(m_tab->caption("configModePopup")->text(), QStringLiteral("Config Mode"));
-    QCOMPARE(m_tab->caption("enabledPopup")->text(), QStringLiteral("Enabled"));
-    QCOMPARE(m_tab->caption("sourcePopup")->text(), QStringLiteral("Configured Sources"));
-}
-
-void TestSkillsViewController::theViewIsLaidOutAsGiven()
-{
-    m_tab->view().resize(1600, 640); // all controls in one line
-    m_tab->show();
-    const QRect place = m_tab->view().rect().adjusted(16, 16, -16, -14);
-
-    std::vector<const QWidget*> controls;
-    for (const char* popup : {"ecosystemPopup", "agentPopup", "configModePopup"}) {
-        controls.push_back(m_tab->caption(popup));
-        controls.push_back(m_tab->find<QWidget>(popup));
-        QCOMPARE(m_tab->find<QWidget>(popup)->minimumWidth(), 90);
-    }
-    for (const char* button : {"Refresh", "Load Config", "Install Skill", "Install Cloud Skill"})
-        controls.push_back(Controls::button(m_tab->view(), QString::fromLatin1(button)));
-    int left = place.left();
-    QRect row;
-    for (const QWidget* control : controls) {
-        const QRect frame = m_tab->frame(control);
-        QCOMPARE(frame.left(), left);
-        left = frame.right() + 1 + 8;
-        row |= frame;
-    }
-    QCOMPARE(row.top(), place.top());
-
-    const QRect meta = m_tab->frame(m_tab->find<QWidget>("metaLabel"));
-    const QRect configPath = m_tab->frame(m_tab->find<QWidget>("configPathLabel"));
-    const QRect skillDirs = m_tab->frame(m_tab->find<QWidget>("skillDirsLabel"));
-    QCOMPARE(meta.topLeft(), QPoint(place.left(), row.bottom() + 1 + 8));
-    QCOMPARE(meta.right(), place.right());
-    QCOMPARE(configPath.topLeft(), QPoint(place.left(), meta.bottom() + 1 + 4));
-    QCOMPARE(skillDirs.topLeft(), QPoint(place.left(), configPath.bottom() + 1 + 4));
-
-    const QRect table = m_tab->frame(m_tab->table());
-    const QWidget* document = m_tab->env()->parentWidget()->parentWidget();
-    const QRect form = m_tab->frame(document->parentWidget());
-    const QRect save = m_tab->frame(Controls::button(m_tab->view(), QStringLiteral("Save Config")));
-    QCOMPARE(m_tab->table()->minimumWidth(), 240);
-    QCOMPARE(table.topLeft(), QPoint(place.left(), skillDirs.bottom() + 1 + 8));
-    QCOMPARE(form.topLeft(), QPoint(table.right() + 1 + 16, table.top()));
-    QCOMPARE(form.right(), place.right());
-    QVERIFY(std::abs(3 * table.width() - 2 * form.width()) <= 3); // but for what is rounded
-    QCOMPARE(m_tab->env()->parentWidget()->geometry(), document->rect().adjusted(0, 0, -8, 0));
-    QCOMPARE(save.topLeft(), QPoint(form.left(), form.bottom() + 1 + 8));
-    QCOMPARE(save.bottom(), table.bottom());
-
-    const QRect status = m_tab->frame(m_tab->find<QWidget>("statusLabel"));
-    QCOMPARE(status.topLeft(), QPoint(place.left(), table.bottom() + 1 + 8));
-    QCOMPARE(status.bottomRight(), place.bottomRight());
-}
-
-void TestSkillsViewController::aDescriptionOfFourLinesIsWhole()
-{
-    m_tab->show();
-    auto* label = m_tab->find<ScrollingLabel>("metaLabel");
-    label->setText(QStringLiteral("一\n二\n三\n四"));
-    QTRY_COMPARE(label->verticalScrollBar()->maximum(), 0);
-    label->setText(QStringLiteral("一\n二\n三\n四\n五"));
-    QTRY_VERIFY(label->verticalScrollBar()->maximum() > 0);
-}
-
-void TestSkillsViewController::longTextsLeaveTheTabAlone()
-{
-    std::string longText;
-    while (longText.size() < 100'000)
-        longText += std::string(700, 'W') + " word\n";
-    Json names = Json::array();
-    for (int i = 0; i < 200; ++i)
-        names.push_back("VARIABLE_" + std::to_string(i) + std::string(500, 'X'));
-    m_tab->listed({{{"name", longText}, {"skillKey", longText}, {"description", longText}, {"requiredEnv", names}}});
-    m_tab->backend.answer("list_local_agents", {{{"id", longText}, {"ecosystem", "openclaw"}}});
-    m_tab->backend.answer("get_adapter_snapshot", {{"configPath", longText}, {"skillDirs", {longText}}});
-    m_tab->entered({{"env", {{longText, longText}}}});
-    m_tab->show();
-    m_tab->select(0);
-    QCoreApplication::processEvents();
-    QCOMPARE(m_tab->view().size(), QSize(1000, 640));
-    QVERIFY(m_tab->view().minimumSizeHint().width() <= 1000);
-    QVERIFY(m_tab->view().minimumSizeHint().height() <= 600);
-    QVERIFY(m_tab->find<ScrollingLabel>("metaLabel")->verticalScrollBar()->maximum() > 0);
-    for (const char* popup : {"ecosystemPopup", "agentPopup", "configModePopup"})
-        QCOMPARE(m_tab->caption(popup)->width(), m_tab->caption(popup)->sizeHint().width());
-}
-
-void TestSkillsViewController::foreignTextIsPlain()
-{
-    m_tab->listed({{{"name", "<b>n</b>"}, {"skillKey", "<i>k</i>"}, {"requiredEnv", {"<b>A</b>"}}}});
-    m_tab->select(0);
-    QCOMPARE(m_tab->rows(), QStringList{QStringLiteral("<b>n</b>")});
-    QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for <i>k</i>."));
-    for (const QLabel* label : m_tab->view().findChildren<QLabel*>())
-        QCOMPARE(label->textFormat(), Qt::PlainText);
-}
 
 QTEST_MAIN(TestSkillsViewController)
 #include "TestSkillsViewController.moc"

@@ -9,20 +9,6 @@
 
 using namespace Qt::StringLiterals;
 
-/// Push buttons.
-class TestButtons final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void showsItsTitleToTheLetter();
-    void runsItsAction();
-    void isNoDefaultUnasked();
-    void showsThatItHasTheKeyboardAsDefault();
-    void looksLikeAnyOtherOtherwise();
-};
-
 namespace {
 
 /// A dialog with a button and a field, to which the keyboard may go.
@@ -75,59 +61,63 @@ QRect whereTheyDiffer(const QImage& one, const QImage& other)
 
 } // namespace
 
-void TestButtons::init()
+/// Push buttons.
+class TestButtons final : public QObject
 {
-    failOnUnexpectedWarning();
-}
+    Q_OBJECT
 
-void TestButtons::showsItsTitleToTheLetter()
-{
-    QWidget window;
-    const QPushButton* button = makeButton(u"Save & Quit && go"_s, &window);
-    QCOMPARE(button->text(), u"Save && Quit &&&& go"_s);
-    QVERIFY(button->shortcut().isEmpty());
-    QCOMPARE(button->accessibleName(), u"Save & Quit && go"_s);
-}
+private slots:
+    void init() { failOnUnexpectedWarning(); }
 
-void TestButtons::runsItsAction()
-{
-    QWidget window;
-    QPushButton* button = makeButton(u"Close"_s, &window, &window, &QWidget::hide);
-    window.show();
-    button->click();
-    QVERIFY(!window.isVisible());
-}
+    void showsItsTitleToTheLetter()
+    {
+        QWidget window;
+        const QPushButton* button = makeButton(u"Save & Quit && go"_s, &window);
+        QCOMPARE(button->text(), u"Save && Quit &&&& go"_s);
+        QVERIFY(button->shortcut().isEmpty());
+        QCOMPARE(button->accessibleName(), u"Save & Quit && go"_s);
+    }
 
-void TestButtons::isNoDefaultUnasked()
-{
-    const Form form(makeButton(u"Close"_s, nullptr));
-    QTest::keyClick(form.field, Qt::Key_Return);
-    QVERIFY(form.dialog.isVisible());
-    QVERIFY(!form.button->isDefault());
-}
+    void runsItsAction()
+    {
+        QWidget window;
+        QPushButton* button = makeButton(u"Close"_s, &window, &window, &QWidget::hide);
+        window.show();
+        button->click();
+        QVERIFY(!window.isVisible());
+    }
 
-void TestButtons::showsThatItHasTheKeyboardAsDefault()
-{
-    Form form(makeButton(u"OK"_s, nullptr));
-    form.button->setDefault(true);
-    const QImage with = form.pictureWithKeyboard();
-    const QImage without = form.pictureWithoutKeyboard();
-    QVERIFY(form.button->isDefault());
-    QCOMPARE(whereTheyDiffer(with, without), form.button->rect().adjusted(3, 3, -3, -3));
-}
+    void isNoDefaultUnasked()
+    {
+        const Form form(makeButton(u"Close"_s, nullptr));
+        QTest::keyClick(form.field, Qt::Key_Return);
+        QVERIFY(form.dialog.isVisible());
+        QVERIFY(!form.button->isDefault());
+    }
 
-void TestButtons::looksLikeAnyOtherOtherwise()
-{
-    auto* other = new QPushButton(u"OK"_s);
-    other->setAutoDefault(false);
-    Form plain(other);
-    Form form(makeButton(u"OK"_s, nullptr));
-    QCOMPARE(form.pictureWithKeyboard(), plain.pictureWithKeyboard());
-    QCOMPARE(form.pictureWithoutKeyboard(), plain.pictureWithoutKeyboard());
-    form.button->setDefault(true);
-    plain.button->setDefault(true);
-    QCOMPARE(form.pictureWithoutKeyboard(), plain.pictureWithoutKeyboard());
-}
+    void showsThatItHasTheKeyboardAsDefault()
+    {
+        Form form(makeButton(u"OK"_s, nullptr));
+        form.button->setDefault(true);
+        const QImage with = form.pictureWithKeyboard();
+        const QImage without = form.pictureWithoutKeyboard();
+        QVERIFY(form.button->isDefault());
+        QCOMPARE(whereTheyDiffer(with, without), form.button->rect().adjusted(3, 3, -3, -3));
+    }
+
+    void looksLikeAnyOtherOtherwise()
+    {
+        auto* other = new QPushButton(u"OK"_s);
+        other->setAutoDefault(false);
+        Form plain(other);
+        Form form(makeButton(u"OK"_s, nullptr));
+        QCOMPARE(form.pictureWithKeyboard(), plain.pictureWithKeyboard());
+        QCOMPARE(form.pictureWithoutKeyboard(), plain.pictureWithoutKeyboard());
+        form.button->setDefault(true);
+        plain.button->setDefault(true);
+        QCOMPARE(form.pictureWithoutKeyboard(), plain.pictureWithoutKeyboard());
+    }
+};
 
 QTEST_MAIN(TestButtons)
 #include "TestButtons.moc"

@@ -9,31 +9,6 @@
 #include <QLineEdit>
 #include <QTest>
 
-/// Colours that can be told apart.
-class TestColors final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void cleanup();
-    void contrastIsThatOfTheStandard_data();
-    void contrastIsThatOfTheStandard();
-    void secondaryTextIsTwoThirdsOfTheTextsColour();
-    void lightAppearanceIsTheSameUnderEveryTheme();
-    void secondaryTextIsLegible_data();
-    void secondaryTextIsLegible();
-    void placeholdersAreMadeLegible_data();
-    void placeholdersAreMadeLegible();
-    void selectedTextIsMadeLegible_data();
-    void selectedTextIsMadeLegible();
-    void whatIsLegibleStaysAsItIs();
-    void disabledTextsStayAsTheyAre();
-    void theApplicationFollowsItsTheme();
-    void windowsShareOnePalette();
-    void aStyleIsMadeLegibleOnce();
-};
-
 namespace {
 
 constexpr double enough = 4.5;
@@ -65,181 +40,185 @@ QPalette theme(const QColor& text, const QColor& base, const QColor& placeholder
 
 } // namespace
 
-void TestColors::init()
+/// Colours that can be told apart.
+class TestColors final : public QObject
 {
-    failOnUnexpectedWarning();
-}
+    Q_OBJECT
 
-void TestColors::cleanup()
-{
-    QApplication::setStyle(QStringLiteral("fusion"));
-}
+private slots:
+    void init() { failOnUnexpectedWarning(); }
 
-void TestColors::contrastIsThatOfTheStandard_data()
-{
-    QTest::addColumn<QColor>("one");
-    QTest::addColumn<QColor>("other");
-    QTest::addColumn<double>("contrast");
-    QTest::newRow("black on white") << QColor(Qt::black) << QColor(Qt::white) << 21.0;
-    QTest::newRow("white on black") << QColor(Qt::white) << QColor(Qt::black) << 21.0;
-    QTest::newRow("a colour on itself") << QColor(10, 200, 30) << QColor(10, 200, 30) << 1.0;
-    QTest::newRow("the lightest grey that passes on white") << QColor(0x76, 0x76, 0x76) << QColor(Qt::white) << 4.54;
-    QTest::newRow("the first that does not") << QColor(0x77, 0x77, 0x77) << QColor(Qt::white) << 4.48;
-    QTest::newRow("pure red on white") << QColor(Qt::red) << QColor(Qt::white) << 4.00;
-    QTest::newRow("pure green on white") << QColor(Qt::green) << QColor(Qt::white) << 1.37;
-    QTest::newRow("pure blue on white") << QColor(Qt::blue) << QColor(Qt::white) << 8.59;
-}
+    void cleanup() { QApplication::setStyle(QStringLiteral("fusion")); }
 
-void TestColors::contrastIsThatOfTheStandard()
-{
-    QFETCH(QColor, one);
-    QFETCH(QColor, other);
-    QFETCH(double, contrast);
-    QVERIFY2(qAbs(Colors::contrast(one, other) - contrast) < 0.005,
-             qPrintable(QString::number(Colors::contrast(one, other))));
-}
-
-void TestColors::secondaryTextIsTwoThirdsOfTheTextsColour()
-{
-    QPalette palette(Qt::white);
-    palette.setColor(QPalette::WindowText, Qt::black);
-    palette.setColor(QPalette::Window, Qt::white);
-    QCOMPARE(Colors::secondaryText(palette).name(), Colors::white(0.35).name());
-}
-
-void TestColors::lightAppearanceIsTheSameUnderEveryTheme()
-{
-    const QPalette before = QApplication::palette();
-    QApplication::setPalette(QPalette(QColor(49, 54, 59)));
-    const QPalette palette = Colors::lightAppearance(Colors::white(0.97));
-    QApplication::setPalette(before);
-    const QList<std::pair<QPalette::ColorRole, QColor>> colors{
-        {QPalette::Window, Colors::white(0.97)},
-        {QPalette::Button, Colors::white(0.94)},
-        {QPalette::Base, Qt::white},
-        {QPalette::AlternateBase, Colors::white(0.96)},
-        {QPalette::WindowText, Colors::white(0.1)},
-        {QPalette::Text, Colors::white(0.1)},
-        {QPalette::ButtonText, Colors::white(0.1)},
-        {QPalette::Link, QColor(0, 87, 174)},
-        {QPalette::Highlight, QColor(48, 104, 198)},
-        {QPalette::HighlightedText, Qt::white},
-        {QPalette::PlaceholderText, Colors::secondaryText(palette)},
-    };
-    for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
-        for (const auto& [role, color] : colors)
-            QCOMPARE(palette.color(group, role).name(), color.name());
+    void contrastIsThatOfTheStandard_data()
+    {
+        QTest::addColumn<QColor>("one");
+        QTest::addColumn<QColor>("other");
+        QTest::addColumn<double>("contrast");
+        QTest::newRow("black on white") << QColor(Qt::black) << QColor(Qt::white) << 21.0;
+        QTest::newRow("white on black") << QColor(Qt::white) << QColor(Qt::black) << 21.0;
+        QTest::newRow("a colour on itself") << QColor(10, 200, 30) << QColor(10, 200, 30) << 1.0;
+        QTest::newRow("the lightest grey that passes on white")
+            << QColor(0x76, 0x76, 0x76) << QColor(Qt::white) << 4.54;
+        QTest::newRow("the first that does not") << QColor(0x77, 0x77, 0x77) << QColor(Qt::white) << 4.48;
+        QTest::newRow("pure red on white") << QColor(Qt::red) << QColor(Qt::white) << 4.00;
+        QTest::newRow("pure green on white") << QColor(Qt::green) << QColor(Qt::white) << 1.37;
+        QTest::newRow("pure blue on white") << QColor(Qt::blue) << QColor(Qt::white) << 8.59;
     }
-}
 
-void TestColors::secondaryTextIsLegible_data()
-{
-    QTest::addColumn<QPalette>("palette");
-    QTest::newRow("on the card of the chat") << Colors::lightAppearance(Colors::white(0.97));
-    QTest::newRow("on the composer, the darkest of the light panels") << Colors::lightAppearance(Colors::white(0.91));
-    QTest::newRow("on a usual light window") << QPalette(QColor(239, 239, 239));
-    QTest::newRow("on a dark window") << QPalette(QColor(49, 54, 59), QColor(42, 46, 50));
-}
-
-void TestColors::secondaryTextIsLegible()
-{
-    QFETCH(QPalette, palette);
-    QVERIFY(Colors::contrast(Colors::secondaryText(palette), palette.color(QPalette::Window)) >= enough);
-}
-
-void TestColors::placeholdersAreMadeLegible_data()
-{
-    QTest::addColumn<QPalette>("theme");
-    QTest::newRow("half transparent, as Qt has it") << theme(Qt::black, Qt::white, QColor(0, 0, 0, 128));
-    QTest::newRow("black in a dark theme") << theme(QColor(252, 252, 252), QColor(27, 30, 32), QColor(0, 0, 0, 128));
-    QTest::newRow("as the background") << theme(Qt::white, Qt::black, Qt::black);
-    QTest::newRow("wholly transparent") << theme(Qt::black, Qt::white, QColor(0, 0, 0, 0));
-}
-
-void TestColors::placeholdersAreMadeLegible()
-{
-    QFETCH(QPalette, theme);
-    const QPalette mended = Colors::legible(theme);
-    for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
-        QVERIFY(placeholderContrast(theme, group) < enough);
-        QVERIFY(placeholderContrast(mended, group) >= enough);
-        QVERIFY(mended.color(group, QPalette::PlaceholderText) != mended.color(group, QPalette::Text));
+    void contrastIsThatOfTheStandard()
+    {
+        QFETCH(QColor, one);
+        QFETCH(QColor, other);
+        QFETCH(double, contrast);
+        QVERIFY2(qAbs(Colors::contrast(one, other) - contrast) < 0.005,
+                 qPrintable(QString::number(Colors::contrast(one, other))));
     }
-}
 
-void TestColors::selectedTextIsMadeLegible_data()
-{
-    QTest::addColumn<QColor>("highlight");
-    QTest::addColumn<QColor>("text");
-    QTest::addColumn<QColor>("mended");
-    QTest::newRow("white on Qt's own blue") << QColor(48, 140, 198) << QColor(Qt::white) << QColor(Qt::black);
-    QTest::newRow("white on a light blue") << QColor(61, 174, 233) << QColor(252, 252, 252) << QColor(Qt::black);
-    QTest::newRow("black on a dark blue") << QColor(20, 40, 120) << QColor(Qt::black) << QColor(Qt::white);
-    QTest::newRow("white on white") << QColor(Qt::white) << QColor(Qt::white) << QColor(Qt::black);
-}
+    void secondaryTextIsTwoThirdsOfTheTextsColour()
+    {
+        QPalette palette(Qt::white);
+        palette.setColor(QPalette::WindowText, Qt::black);
+        palette.setColor(QPalette::Window, Qt::white);
+        QCOMPARE(Colors::secondaryText(palette).name(), Colors::white(0.35).name());
+    }
 
-void TestColors::selectedTextIsMadeLegible()
-{
-    QFETCH(QColor, highlight);
-    QFETCH(QColor, text);
-    QFETCH(QColor, mended);
-    QPalette palette;
-    palette.setColor(QPalette::Highlight, highlight);
-    palette.setColor(QPalette::HighlightedText, text);
-    QCOMPARE(Colors::legible(palette).color(QPalette::Active, QPalette::HighlightedText), mended);
-    QCOMPARE(Colors::legible(palette).color(QPalette::Inactive, QPalette::HighlightedText), mended);
-    QCOMPARE(Colors::legible(palette).color(QPalette::Highlight), highlight);
-    QVERIFY(Colors::contrast(mended, highlight) >= enough);
-}
+    void lightAppearanceIsTheSameUnderEveryTheme()
+    {
+        const QPalette before = QApplication::palette();
+        QApplication::setPalette(QPalette(QColor(49, 54, 59)));
+        const QPalette palette = Colors::lightAppearance(Colors::white(0.97));
+        QApplication::setPalette(before);
+        const QList<std::pair<QPalette::ColorRole, QColor>> colors{
+            {QPalette::Window, Colors::white(0.97)},
+            {QPalette::Button, Colors::white(0.94)},
+            {QPalette::Base, Qt::white},
+            {QPalette::AlternateBase, Colors::white(0.96)},
+            {QPalette::WindowText, Colors::white(0.1)},
+            {QPalette::Text, Colors::white(0.1)},
+            {QPalette::ButtonText, Colors::white(0.1)},
+            {QPalette::Link, QColor(0, 87, 174)},
+            {QPalette::Highlight, QColor(48, 104, 198)},
+            {QPalette::HighlightedText, Qt::white},
+            {QPalette::PlaceholderText, Colors::secondaryText(palette)},
+        };
+        for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
+            for (const auto& [role, color] : colors)
+                QCOMPARE(palette.color(group, role).name(), color.name());
+        }
+    }
 
-void TestColors::whatIsLegibleStaysAsItIs()
-{
-    const QPalette palette = Colors::lightAppearance(Colors::white(0.97));
-    QCOMPARE(Colors::legible(palette), palette);
-    const QPalette mended = Colors::legible(theme(Qt::white, Qt::black, Qt::black));
-    QCOMPARE(Colors::legible(mended), mended);
-    const QPalette barely = theme(Qt::black, Qt::white, QColor(0x76, 0x76, 0x76));
-    QCOMPARE(Colors::legible(barely).color(QPalette::PlaceholderText), QColor(0x76, 0x76, 0x76));
-    QPalette tinted = palette; // neither black nor white, which a text that is mended becomes
-    tinted.setColor(QPalette::HighlightedText, QColor(255, 250, 220));
-    QCOMPARE(Colors::legible(tinted), tinted);
-}
+    void secondaryTextIsLegible_data()
+    {
+        QTest::addColumn<QPalette>("palette");
+        QTest::newRow("on the card of the chat") << Colors::lightAppearance(Colors::white(0.97));
+        QTest::newRow("on the composer, the darkest of the light panels")
+            << Colors::lightAppearance(Colors::white(0.91));
+        QTest::newRow("on a usual light window") << QPalette(QColor(239, 239, 239));
+        QTest::newRow("on a dark window") << QPalette(QColor(49, 54, 59), QColor(42, 46, 50));
+    }
 
-void TestColors::disabledTextsStayAsTheyAre()
-{
-    const QPalette before = theme(Qt::white, Qt::black, Qt::black);
-    QCOMPARE(Colors::legible(before).color(QPalette::Disabled, QPalette::PlaceholderText), QColor(Qt::black));
-}
+    void secondaryTextIsLegible()
+    {
+        QFETCH(QPalette, palette);
+        QVERIFY(Colors::contrast(Colors::secondaryText(palette), palette.color(QPalette::Window)) >= enough);
+    }
 
-void TestColors::theApplicationFollowsItsTheme()
-{
-    QApplication::setStyle(new ThemeStyle(theme(Qt::white, Qt::black, Qt::black)));
-    LegibleStyle::install();
-    const QLineEdit field;
-    QCOMPARE(field.palette().color(QPalette::Base), QColor(Qt::black));
-    QVERIFY(placeholderContrast(field.palette(), QPalette::Active) >= enough);
-}
+    void placeholdersAreMadeLegible_data()
+    {
+        QTest::addColumn<QPalette>("theme");
+        QTest::newRow("half transparent, as Qt has it") << theme(Qt::black, Qt::white, QColor(0, 0, 0, 128));
+        QTest::newRow("black in a dark theme")
+            << theme(QColor(252, 252, 252), QColor(27, 30, 32), QColor(0, 0, 0, 128));
+        QTest::newRow("as the background") << theme(Qt::white, Qt::black, Qt::black);
+        QTest::newRow("wholly transparent") << theme(Qt::black, Qt::white, QColor(0, 0, 0, 0));
+    }
 
-/// Styles keep pictures of controls for each palette.
-void TestColors::windowsShareOnePalette()
-{
-    QApplication::setStyle(new ThemeStyle(theme(Qt::white, Qt::black, Qt::black)));
-    LegibleStyle::install();
-    QWidget parent;
-    QDialog first(&parent);
-    QDialog second(&parent);
-    first.show();
-    second.show();
-    QCOMPARE(second.palette().cacheKey(), first.palette().cacheKey());
-}
+    void placeholdersAreMadeLegible()
+    {
+        QFETCH(QPalette, theme);
+        const QPalette mended = Colors::legible(theme);
+        for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
+            QVERIFY(placeholderContrast(theme, group) < enough);
+            QVERIFY(placeholderContrast(mended, group) >= enough);
+            QVERIFY(mended.color(group, QPalette::PlaceholderText) != mended.color(group, QPalette::Text));
+        }
+    }
 
-void TestColors::aStyleIsMadeLegibleOnce()
-{
-    LegibleStyle::install();
-    const QStyle* const style = QApplication::style();
-    LegibleStyle::install();
-    QCOMPARE(QApplication::style(), style);
-}
+    void selectedTextIsMadeLegible_data()
+    {
+        QTest::addColumn<QColor>("highlight");
+        QTest::addColumn<QColor>("text");
+        QTest::addColumn<QColor>("mended");
+        QTest::newRow("white on Qt's own blue") << QColor(48, 140, 198) << QColor(Qt::white) << QColor(Qt::black);
+        QTest::newRow("white on a light blue") << QColor(61, 174, 233) << QColor(252, 252, 252) << QColor(Qt::black);
+        QTest::newRow("black on a dark blue") << QColor(20, 40, 120) << QColor(Qt::black) << QColor(Qt::white);
+        QTest::newRow("white on white") << QColor(Qt::white) << QColor(Qt::white) << QColor(Qt::black);
+    }
+
+    void selectedTextIsMadeLegible()
+    {
+        QFETCH(QColor, highlight);
+        QFETCH(QColor, text);
+        QFETCH(QColor, mended);
+        QPalette palette;
+        palette.setColor(QPalette::Highlight, highlight);
+        palette.setColor(QPalette::HighlightedText, text);
+        QCOMPARE(Colors::legible(palette).color(QPalette::Active, QPalette::HighlightedText), mended);
+        QCOMPARE(Colors::legible(palette).color(QPalette::Inactive, QPalette::HighlightedText), mended);
+        QCOMPARE(Colors::legible(palette).color(QPalette::Highlight), highlight);
+        QVERIFY(Colors::contrast(mended, highlight) >= enough);
+    }
+
+    void whatIsLegibleStaysAsItIs()
+    {
+        const QPalette palette = Colors::lightAppearance(Colors::white(0.97));
+        QCOMPARE(Colors::legible(palette), palette);
+        const QPalette mended = Colors::legible(theme(Qt::white, Qt::black, Qt::black));
+        QCOMPARE(Colors::legible(mended), mended);
+        const QPalette barely = theme(Qt::black, Qt::white, QColor(0x76, 0x76, 0x76));
+        QCOMPARE(Colors::legible(barely).color(QPalette::PlaceholderText), QColor(0x76, 0x76, 0x76));
+        QPalette tinted = palette; // neither black nor white, which a text that is mended becomes
+        tinted.setColor(QPalette::HighlightedText, QColor(255, 250, 220));
+        QCOMPARE(Colors::legible(tinted), tinted);
+    }
+
+    void disabledTextsStayAsTheyAre()
+    {
+        const QPalette before = theme(Qt::white, Qt::black, Qt::black);
+        QCOMPARE(Colors::legible(before).color(QPalette::Disabled, QPalette::PlaceholderText), QColor(Qt::black));
+    }
+
+    void theApplicationFollowsItsTheme()
+    {
+        QApplication::setStyle(new ThemeStyle(theme(Qt::white, Qt::black, Qt::black)));
+        LegibleStyle::install();
+        const QLineEdit field;
+        QCOMPARE(field.palette().color(QPalette::Base), QColor(Qt::black));
+        QVERIFY(placeholderContrast(field.palette(), QPalette::Active) >= enough);
+    }
+
+    /// Styles keep pictures of controls for each palette.
+    void windowsShareOnePalette()
+    {
+        QApplication::setStyle(new ThemeStyle(theme(Qt::white, Qt::black, Qt::black)));
+        LegibleStyle::install();
+        QWidget parent;
+        QDialog first(&parent);
+        QDialog second(&parent);
+        first.show();
+        second.show();
+        QCOMPARE(second.palette().cacheKey(), first.palette().cacheKey());
+    }
+
+    void aStyleIsMadeLegibleOnce()
+    {
+        LegibleStyle::install();
+        const QStyle* const style = QApplication::style();
+        LegibleStyle::install();
+        QCOMPARE(QApplication::style(), style);
+    }
+};
 
 QTEST_MAIN(TestColors)
 #include "TestColors.moc"

@@ -6,34 +6,6 @@
 #include <QTest>
 #include <QWidget>
 
-/// A row that goes on in further lines.
-class TestFlowLayout final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void everythingIsInOneLineWhereThereIsRoom();
-    void whatHasNoRoomIsInTheNextLine();
-    void whatCanGiveWayDoesBeforeTheLineBreaks();
-    void whatCanGiveWayMoreGivesMore();
-    void aLineIsAsHighAsItsHighestControl();
-    void aControlWiderThanTheViewHasALineOfItsOwn();
-    void aLayoutInItStaysTogether();
-    void itAsksForOneLineAndNeedsItsWidestControl();
-    void itBeginsAtTheRightWhereTextDoes();
-    void aControlThatIsTakenOutLeavesNoGap();
-    void whatItHoldsEndsWithIt();
-
-private:
-    /// A control in the view that asks for `hint` and needs `minimum`.
-    QWidget* add(QSize hint, QSize minimum);
-    QWidget* add(int width) { return add({width, 20}, {width, 20}); }
-
-    std::unique_ptr<QWidget> m_view;
-    FlowLayout* m_layout = nullptr; // the view's
-};
-
 namespace {
 
 class Control final : public QWidget
@@ -51,153 +23,167 @@ private:
 
 } // namespace
 
-void TestFlowLayout::init()
+/// A row that goes on in further lines.
+class TestFlowLayout final : public QObject
 {
-    failOnUnexpectedWarning();
-    m_view = std::make_unique<QWidget>();
-    m_layout = new FlowLayout;
-    m_layout->setSpacing(10);
-    m_layout->setContentsMargins({});
-    m_view->setLayout(m_layout);
-}
+    Q_OBJECT
 
-QWidget* TestFlowLayout::add(QSize hint, QSize minimum)
-{
-    auto* control = new Control(hint, minimum, m_view.get());
-    m_layout->addWidget(control);
-    return control;
-}
-
-void TestFlowLayout::everythingIsInOneLineWhereThereIsRoom()
-{
-    const QWidget* first = add(50);
-    const QWidget* second = add(70);
-    m_layout->setGeometry({0, 0, 130, 20}); // to the pixel
-    QCOMPARE(first->geometry(), QRect(0, 0, 50, 20));
-    QCOMPARE(second->geometry(), QRect(60, 0, 70, 20));
-    QCOMPARE(m_layout->heightForWidth(130), 20);
-}
-
-void TestFlowLayout::whatHasNoRoomIsInTheNextLine()
-{
-    const QWidget* first = add(50);
-    const QWidget* second = add(70);
-    const QWidget* third = add(30);
-    m_layout->setGeometry({5, 7, 129, 50});
-    QCOMPARE(first->geometry(), QRect(5, 7, 50, 20));
-    QCOMPARE(second->geometry(), QRect(5, 37, 70, 20));
-    QCOMPARE(third->geometry(), QRect(85, 37, 30, 20));
-    QCOMPARE(m_layout->heightForWidth(129), 50);
-}
-
-void TestFlowLayout::whatCanGiveWayDoesBeforeTheLineBreaks()
-{
-    const QWidget* first = add({100, 20}, {40, 20});
-    const QWidget* second = add(50);
-    m_layout->setGeometry({0, 0, 130, 20});
-    QCOMPARE(first->geometry(), QRect(0, 0, 70, 20));
-    QCOMPARE(second->geometry(), QRect(80, 0, 50, 20));
-    QCOMPARE(m_layout->heightForWidth(100), 20);
-    QCOMPARE(m_layout->heightForWidth(99), 50);
-}
-
-void TestFlowLayout::whatCanGiveWayMoreGivesMore()
-{
-    const QWidget* first = add({100, 20}, {40, 20});
-    const QWidget* second = add({100, 20}, {70, 20});
-    m_layout->setGeometry({0, 0, 180, 20}); // thirty too few
-    QCOMPARE(first->width(), 80);
-    QCOMPARE(second->geometry(), QRect(90, 0, 90, 20));
-}
-
-void TestFlowLayout::aLineIsAsHighAsItsHighestControl()
-{
-    add({50, 20}, {50, 20});
-    add({50, 32}, {50, 32});
-    const QWidget* third = add(50);
-    QCOMPARE(m_layout->heightForWidth(110), 32 + 10 + 20);
-    m_layout->setGeometry({0, 0, 110, 62});
-    QCOMPARE(third->y(), 42);
-}
-
-void TestFlowLayout::aControlWiderThanTheViewHasALineOfItsOwn()
-{
-    const QWidget* first = add(50);
-    const QWidget* wide = add(200);
-    const QWidget* third = add(50);
-    m_layout->setGeometry({0, 0, 120, 80});
-    QCOMPARE(first->pos(), QPoint(0, 0));
-    QCOMPARE(wide->geometry(), QRect(0, 30, 200, 20));
-    QCOMPARE(third->pos(), QPoint(0, 60));
-}
-
-void TestFlowLayout::aLayoutInItStaysTogether()
-{
-    add(50);
-    auto* pair = new QHBoxLayout;
-    pair->setSpacing(5);
-    auto* caption = new Control({20, 20}, {20, 20}, m_view.get());
-    auto* field = new Control({40, 20}, {40, 20}, m_view.get());
-    pair->addWidget(caption);
-    pair->addWidget(field);
-    m_layout->addLayout(pair);
-    m_layout->setGeometry({0, 0, 120, 50}); // the caption alone would have room
-    QCOMPARE(caption->geometry(), QRect(0, 30, 20, 20));
-    QCOMPARE(field->geometry(), QRect(25, 30, 40, 20));
-}
-
-void TestFlowLayout::itAsksForOneLineAndNeedsItsWidestControl()
-{
-    add({100, 20}, {40, 18});
-    add(50);
-    QCOMPARE(m_layout->sizeHint(), QSize(160, 20));
-    QCOMPARE(m_layout->minimumSize(), QSize(50, 20));
-}
-
-void TestFlowLayout::itBeginsAtTheRightWhereTextDoes()
-{
-    m_view->setLayoutDirection(Qt::RightToLeft);
-    const QWidget* first = add(50);
-    const QWidget* second = add(30);
-    m_layout->setGeometry({0, 0, 200, 20});
-    QCOMPARE(first->geometry(), QRect(150, 0, 50, 20));
-    QCOMPARE(second->geometry(), QRect(110, 0, 30, 20));
-}
-
-void TestFlowLayout::aControlThatIsTakenOutLeavesNoGap()
-{
-    QWidget* first = add(50);
-    const QWidget* second = add(30);
-    QCOMPARE(m_layout->count(), 2);
-    m_layout->removeWidget(first);
-    QCOMPARE(m_layout->count(), 1);
-    QCOMPARE(m_layout->itemAt(1), nullptr);
-    QCOMPARE(m_layout->takeAt(1), nullptr);
-    m_layout->setGeometry({0, 0, 200, 20});
-    QCOMPARE(second->geometry(), QRect(0, 0, 30, 20));
-}
-
-void TestFlowLayout::whatItHoldsEndsWithIt()
-{
-    class Item final : public QSpacerItem
+private slots:
+    void init()
     {
-    public:
-        explicit Item(int* ended) : QSpacerItem(1, 1), m_ended(ended) {}
-        Item(const Item&) = delete;
-        Item& operator=(const Item&) = delete;
-        ~Item() override { ++*m_ended; }
+        failOnUnexpectedWarning();
+        m_view = std::make_unique<QWidget>();
+        m_layout = new FlowLayout;
+        m_layout->setSpacing(10);
+        m_layout->setContentsMargins({});
+        m_view->setLayout(m_layout);
+    }
 
-    private:
-        int* m_ended;
-    };
-    int ended = 0;
-    m_layout->addLayout(new QHBoxLayout); // which takes itself out of the layout that it is in
-    m_layout->addItem(new Item(&ended));
-    m_layout->addLayout(new QHBoxLayout);
-    m_layout->addItem(new Item(&ended));
-    m_view.reset();
-    QCOMPARE(ended, 2);
-}
+    void everythingIsInOneLineWhereThereIsRoom()
+    {
+        const QWidget* first = add(50);
+        const QWidget* second = add(70);
+        m_layout->setGeometry({0, 0, 130, 20}); // to the pixel
+        QCOMPARE(first->geometry(), QRect(0, 0, 50, 20));
+        QCOMPARE(second->geometry(), QRect(60, 0, 70, 20));
+        QCOMPARE(m_layout->heightForWidth(130), 20);
+    }
+
+    void whatHasNoRoomIsInTheNextLine()
+    {
+        const QWidget* first = add(50);
+        const QWidget* second = add(70);
+        const QWidget* third = add(30);
+        m_layout->setGeometry({5, 7, 129, 50});
+        QCOMPARE(first->geometry(), QRect(5, 7, 50, 20));
+        QCOMPARE(second->geometry(), QRect(5, 37, 70, 20));
+        QCOMPARE(third->geometry(), QRect(85, 37, 30, 20));
+        QCOMPARE(m_layout->heightForWidth(129), 50);
+    }
+
+    void whatCanGiveWayDoesBeforeTheLineBreaks()
+    {
+        const QWidget* first = add({100, 20}, {40, 20});
+        const QWidget* second = add(50);
+        m_layout->setGeometry({0, 0, 130, 20});
+        QCOMPARE(first->geometry(), QRect(0, 0, 70, 20));
+        QCOMPARE(second->geometry(), QRect(80, 0, 50, 20));
+        QCOMPARE(m_layout->heightForWidth(100), 20);
+        QCOMPARE(m_layout->heightForWidth(99), 50);
+    }
+
+    void whatCanGiveWayMoreGivesMore()
+    {
+        const QWidget* first = add({100, 20}, {40, 20});
+        const QWidget* second = add({100, 20}, {70, 20});
+        m_layout->setGeometry({0, 0, 180, 20}); // thirty too few
+        QCOMPARE(first->width(), 80);
+        QCOMPARE(second->geometry(), QRect(90, 0, 90, 20));
+    }
+
+    void aLineIsAsHighAsItsHighestControl()
+    {
+        add({50, 20}, {50, 20});
+        add({50, 32}, {50, 32});
+        const QWidget* third = add(50);
+        QCOMPARE(m_layout->heightForWidth(110), 32 + 10 + 20);
+        m_layout->setGeometry({0, 0, 110, 62});
+        QCOMPARE(third->y(), 42);
+    }
+
+    void aControlWiderThanTheViewHasALineOfItsOwn()
+    {
+        const QWidget* first = add(50);
+        const QWidget* wide = add(200);
+        const QWidget* third = add(50);
+        m_layout->setGeometry({0, 0, 120, 80});
+        QCOMPARE(first->pos(), QPoint(0, 0));
+        QCOMPARE(wide->geometry(), QRect(0, 30, 200, 20));
+        QCOMPARE(third->pos(), QPoint(0, 60));
+    }
+
+    void aLayoutInItStaysTogether()
+    {
+        add(50);
+        auto* pair = new QHBoxLayout;
+        pair->setSpacing(5);
+        auto* caption = new Control({20, 20}, {20, 20}, m_view.get());
+        auto* field = new Control({40, 20}, {40, 20}, m_view.get());
+        pair->addWidget(caption);
+        pair->addWidget(field);
+        m_layout->addLayout(pair);
+        m_layout->setGeometry({0, 0, 120, 50}); // the caption alone would have room
+        QCOMPARE(caption->geometry(), QRect(0, 30, 20, 20));
+        QCOMPARE(field->geometry(), QRect(25, 30, 40, 20));
+    }
+
+    void itAsksForOneLineAndNeedsItsWidestControl()
+    {
+        add({100, 20}, {40, 18});
+        add(50);
+        QCOMPARE(m_layout->sizeHint(), QSize(160, 20));
+        QCOMPARE(m_layout->minimumSize(), QSize(50, 20));
+    }
+
+    void itBeginsAtTheRightWhereTextDoes()
+    {
+        m_view->setLayoutDirection(Qt::RightToLeft);
+        const QWidget* first = add(50);
+        const QWidget* second = add(30);
+        m_layout->setGeometry({0, 0, 200, 20});
+        QCOMPARE(first->geometry(), QRect(150, 0, 50, 20));
+        QCOMPARE(second->geometry(), QRect(110, 0, 30, 20));
+    }
+
+    void aControlThatIsTakenOutLeavesNoGap()
+    {
+        QWidget* first = add(50);
+        const QWidget* second = add(30);
+        QCOMPARE(m_layout->count(), 2);
+        m_layout->removeWidget(first);
+        QCOMPARE(m_layout->count(), 1);
+        QCOMPARE(m_layout->itemAt(1), nullptr);
+        QCOMPARE(m_layout->takeAt(1), nullptr);
+        m_layout->setGeometry({0, 0, 200, 20});
+        QCOMPARE(second->geometry(), QRect(0, 0, 30, 20));
+    }
+
+    void whatItHoldsEndsWithIt()
+    {
+        class Item final : public QSpacerItem
+        {
+        public:
+            explicit Item(int* ended) : QSpacerItem(1, 1), m_ended(ended) {}
+            Item(const Item&) = delete;
+            Item& operator=(const Item&) = delete;
+            ~Item() override { ++*m_ended; }
+
+        private:
+            int* m_ended;
+        };
+        int ended = 0;
+        m_layout->addLayout(new QHBoxLayout); // which takes itself out of the layout that it is in
+        m_layout->addItem(new Item(&ended));
+        m_layout->addLayout(new QHBoxLayout);
+        m_layout->addItem(new Item(&ended));
+        m_view.reset();
+        QCOMPARE(ended, 2);
+    }
+
+private:
+    /// A control in the view that asks for `hint` and needs `minimum`.
+    QWidget* add(QSize hint, QSize minimum)
+    {
+        auto* control = new Control(hint, minimum, m_view.get());
+        m_layout->addWidget(control);
+        return control;
+    }
+
+    QWidget* add(int width) { return add({width, 20}, {width, 20}); }
+
+    std::unique_ptr<QWidget> m_view;
+    FlowLayout* m_layout = nullptr; // the view's
+};
 
 QTEST_MAIN(TestFlowLayout)
 #include "TestFlowLayout.moc"

@@ -13,33 +13,6 @@
 #include <QTest>
 #include <QVBoxLayout>
 
-/// The rows of forms, and the view that scrolls them.
-class TestForms final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void aRowsLabelIsAsWideAsToldAndRightAligned_data();
-    void aRowsLabelIsAsWideAsToldAndRightAligned();
-    void aRowsLabelIsPlainTextAndTheBuddyOfItsField();
-    void aRowIsCentredVertically();
-    void aRowTakesALabelThatIsThereAlready();
-    void aFieldTakesATextOfAnyLength();
-    void aFieldGrowsWithTheFormFrom220Up();
-    void aPopUpKeepsItsNaturalWidthFrom220Up();
-    void aPopUpGivesWayToANarrowForm();
-    void headersAndSeparatorsDivideAForm();
-    void aFormFillsItsViewFromTheTop();
-    void aFormScrollsWhenItIsHigherThanItsView();
-    void aFormFollowsTheKeyboard();
-    void aFormStaysUnderAClick();
-    void focusElsewhereScrollsNothing();
-    void aFormMayGoWhileOneOfItsFieldsHasTheKeyboard();
-    void theScrollingViewItselfIsNoStopOfTheKeyboard();
-    void theBackgroundShowsThrough();
-};
-
 namespace {
 
 constexpr FormRowMetrics metrics{.labelWidth = 140, .spacing = 12};
@@ -104,238 +77,242 @@ struct TallForm
 
 } // namespace
 
-void TestForms::init()
+/// The rows of forms, and the view that scrolls them.
+class TestForms final : public QObject
 {
-    failOnUnexpectedWarning();
-}
+    Q_OBJECT
 
-void TestForms::aRowsLabelIsAsWideAsToldAndRightAligned_data()
-{
-    QTest::addColumn<int>("labelWidth");
-    QTest::addColumn<int>("spacing");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("a short label") << 140 << 12 << QStringLiteral("Mode");
-    QTest::newRow("other measures") << 72 << 8 << QStringLiteral("ID");
-    QTest::newRow("a label that is too long") << 160 << 8 << QString(300, u'W');
-    QTest::newRow("no label") << 72 << 8 << QString();
-}
+private slots:
+    void init() { failOnUnexpectedWarning(); }
 
-void TestForms::aRowsLabelIsAsWideAsToldAndRightAligned()
-{
-    QFETCH(int, labelWidth);
-    QFETCH(int, spacing);
-    QFETCH(QString, text);
-    RowWindow row(new QLineEdit, {.labelWidth = labelWidth, .spacing = spacing}, text);
-    row.show(600);
-    QCOMPARE(row.label()->text(), text);
-    QCOMPARE(row.label()->x(), 0);
-    QCOMPARE(row.label()->width(), labelWidth);
-    QCOMPARE(row.label()->font().pixelSize(), 13);
-    QCOMPARE(row.label()->alignment(), Qt::AlignRight | Qt::AlignVCenter);
-    QCOMPARE(row.window.findChild<QLineEdit*>()->x(), labelWidth + spacing);
-    QCOMPARE(row.window.width(), 600);
-}
+    void aRowsLabelIsAsWideAsToldAndRightAligned_data()
+    {
+        QTest::addColumn<int>("labelWidth");
+        QTest::addColumn<int>("spacing");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("a short label") << 140 << 12 << QStringLiteral("Mode");
+        QTest::newRow("other measures") << 72 << 8 << QStringLiteral("ID");
+        QTest::newRow("a label that is too long") << 160 << 8 << QString(300, u'W');
+        QTest::newRow("no label") << 72 << 8 << QString();
+    }
 
-void TestForms::aRowsLabelIsPlainTextAndTheBuddyOfItsField()
-{
-    auto* field = new QLineEdit;
-    const RowWindow row(field, metrics, QStringLiteral("<b>TOKEN</b>"));
-    QCOMPARE(row.label()->textFormat(), Qt::PlainText);
-    QCOMPARE(row.label()->buddy(), field);
-    QCOMPARE(QAccessible::queryAccessibleInterface(field)->text(QAccessible::Name), QStringLiteral("<b>TOKEN</b>"));
-}
+    void aRowsLabelIsAsWideAsToldAndRightAligned()
+    {
+        QFETCH(int, labelWidth);
+        QFETCH(int, spacing);
+        QFETCH(QString, text);
+        RowWindow row(new QLineEdit, {.labelWidth = labelWidth, .spacing = spacing}, text);
+        row.show(600);
+        QCOMPARE(row.label()->text(), text);
+        QCOMPARE(row.label()->x(), 0);
+        QCOMPARE(row.label()->width(), labelWidth);
+        QCOMPARE(row.label()->font().pixelSize(), 13);
+        QCOMPARE(row.label()->alignment(), Qt::AlignRight | Qt::AlignVCenter);
+        QCOMPARE(row.window.findChild<QLineEdit*>()->x(), labelWidth + spacing);
+        QCOMPARE(row.window.width(), 600);
+    }
 
-void TestForms::aRowIsCentredVertically()
-{
-    auto* field = new PopUpButton;
-    RowWindow row(field);
-    row.show(600);
-    QVERIFY(qAbs(row.label()->geometry().center().y() - field->geometry().center().y()) <= 1);
-}
+    void aRowsLabelIsPlainTextAndTheBuddyOfItsField()
+    {
+        auto* field = new QLineEdit;
+        const RowWindow row(field, metrics, QStringLiteral("<b>TOKEN</b>"));
+        QCOMPARE(row.label()->textFormat(), Qt::PlainText);
+        QCOMPARE(row.label()->buddy(), field);
+        QCOMPARE(QAccessible::queryAccessibleInterface(field)->text(QAccessible::Name), QStringLiteral("<b>TOKEN</b>"));
+    }
 
-void TestForms::aRowTakesALabelThatIsThereAlready()
-{
-    QWidget window;
-    auto* label = new Label(QStringLiteral("API Key"), &window);
-    auto* field = new QLineEdit(&window);
-    window.setLayout(formRow(label, field, metrics));
-    QCOMPARE(label->buddy(), field);
-    QCOMPARE(label->width(), 140);
-    QCOMPARE(window.findChildren<QLabel*>().size(), 1);
-}
+    void aRowIsCentredVertically()
+    {
+        auto* field = new PopUpButton;
+        RowWindow row(field);
+        row.show(600);
+        QVERIFY(qAbs(row.label()->geometry().center().y() - field->geometry().center().y()) <= 1);
+    }
 
-void TestForms::aFieldTakesATextOfAnyLength()
-{
-    QWidget parent;
-    QLineEdit* field = makeField(QStringLiteral("Token"), &parent);
-    QCOMPARE(field->placeholderText(), QStringLiteral("Token"));
-    QCOMPARE(field->parentWidget(), &parent);
-    field->setText(QString(100'000, u'x'));
-    QCOMPARE(field->text().size(), 100'000);
-}
+    void aRowTakesALabelThatIsThereAlready()
+    {
+        QWidget window;
+        auto* label = new Label(QStringLiteral("API Key"), &window);
+        auto* field = new QLineEdit(&window);
+        window.setLayout(formRow(label, field, metrics));
+        QCOMPARE(label->buddy(), field);
+        QCOMPARE(label->width(), 140);
+        QCOMPARE(window.findChildren<QLabel*>().size(), 1);
+    }
 
-void TestForms::aFieldGrowsWithTheFormFrom220Up()
-{
-    auto* field = new QLineEdit;
-    RowWindow row(field);
-    QCOMPARE(row.window.minimumSizeHint().width(), 140 + 12 + 220);
-    row.show(140 + 12 + 220);
-    QCOMPARE(field->width(), 220);
-    row.window.resize(900, 200);
-    QTRY_COMPARE(field->width(), 900 - 140 - 12);
-}
+    void aFieldTakesATextOfAnyLength()
+    {
+        QWidget parent;
+        QLineEdit* field = makeField(QStringLiteral("Token"), &parent);
+        QCOMPARE(field->placeholderText(), QStringLiteral("Token"));
+        QCOMPARE(field->parentWidget(), &parent);
+        field->setText(QString(100'000, u'x'));
+        QCOMPARE(field->text().size(), 100'000);
+    }
 
-void TestForms::aPopUpKeepsItsNaturalWidthFrom220Up()
-{
-    auto* popup = new PopUpButton;
-    popup->addItem(QStringLiteral("local"));
-    RowWindow row(popup);
-    row.show(900);
-    QCOMPARE(popup->width(), 220);
-    QCOMPARE(popup->x(), 140 + 12);
+    void aFieldGrowsWithTheFormFrom220Up()
+    {
+        auto* field = new QLineEdit;
+        RowWindow row(field);
+        QCOMPARE(row.window.minimumSizeHint().width(), 140 + 12 + 220);
+        row.show(140 + 12 + 220);
+        QCOMPARE(field->width(), 220);
+        row.window.resize(900, 200);
+        QTRY_COMPARE(field->width(), 900 - 140 - 12);
+    }
 
-    popup->addItem(QString(40, u'W'));
-    QVERIFY(popup->sizeHint().width() > 220);
-    QTRY_COMPARE(popup->width(), popup->sizeHint().width());
-}
+    void aPopUpKeepsItsNaturalWidthFrom220Up()
+    {
+        auto* popup = new PopUpButton;
+        popup->addItem(QStringLiteral("local"));
+        RowWindow row(popup);
+        row.show(900);
+        QCOMPARE(popup->width(), 220);
+        QCOMPARE(popup->x(), 140 + 12);
 
-void TestForms::aPopUpGivesWayToANarrowForm()
-{
-    auto* popup = new PopUpButton;
-    popup->addItem(QString(5'000, u'W'));
-    RowWindow row(popup);
-    QCOMPARE(row.window.minimumSizeHint().width(), 140 + 12 + 220);
-    row.show(500);
-    QCOMPARE(row.window.width(), 500);
-    QCOMPARE(popup->width(), 500 - 140 - 12);
-}
+        popup->addItem(QString(40, u'W'));
+        QVERIFY(popup->sizeHint().width() > 220);
+        QTRY_COMPARE(popup->width(), popup->sizeHint().width());
+    }
 
-void TestForms::headersAndSeparatorsDivideAForm()
-{
-    QWidget parent;
-    const Label* header = makeSectionHeader(QStringLiteral("Chat"), &parent);
-    QCOMPARE(header->text(), QStringLiteral("Chat"));
-    QCOMPARE(header->font().pixelSize(), 15);
-    QCOMPARE(header->font().weight(), QFont::DemiBold);
-    const QFrame* separator = makeSeparator(&parent);
-    QCOMPARE(separator->frameShape(), QFrame::HLine);
-    QCOMPARE(separator->frameShadow(), QFrame::Plain);
-    QCOMPARE(separator->foregroundRole(), QPalette::Mid);
-}
+    void aPopUpGivesWayToANarrowForm()
+    {
+        auto* popup = new PopUpButton;
+        popup->addItem(QString(5'000, u'W'));
+        RowWindow row(popup);
+        QCOMPARE(row.window.minimumSizeHint().width(), 140 + 12 + 220);
+        row.show(500);
+        QCOMPARE(row.window.width(), 500);
+        QCOMPARE(popup->width(), 500 - 140 - 12);
+    }
 
-void TestForms::aFormFillsItsViewFromTheTop()
-{
-    ScrollingForm form;
-    auto* column = new QVBoxLayout(form.documentView());
-    column->setContentsMargins({});
-    auto* field = new QLineEdit(form.documentView());
-    column->addWidget(field);
-    column->addStretch();
-    form.resize(500, 300);
-    form.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&form));
-    QCOMPARE(form.documentView()->geometry(), QRect(0, 0, 500, 300));
-    QCOMPARE(field->geometry().topLeft(), QPoint(0, 0));
-    QCOMPARE(field->width(), 500);
-    QVERIFY(!form.verticalScrollBar()->isVisible());
-    QVERIFY(!form.horizontalScrollBar()->isVisible());
-}
+    void headersAndSeparatorsDivideAForm()
+    {
+        QWidget parent;
+        const Label* header = makeSectionHeader(QStringLiteral("Chat"), &parent);
+        QCOMPARE(header->text(), QStringLiteral("Chat"));
+        QCOMPARE(header->font().pixelSize(), 15);
+        QCOMPARE(header->font().weight(), QFont::DemiBold);
+        const QFrame* separator = makeSeparator(&parent);
+        QCOMPARE(separator->frameShape(), QFrame::HLine);
+        QCOMPARE(separator->frameShadow(), QFrame::Plain);
+        QCOMPARE(separator->foregroundRole(), QPalette::Mid);
+    }
 
-void TestForms::aFormScrollsWhenItIsHigherThanItsView()
-{
-    const TallForm tall;
-    QVERIFY(tall.form->verticalScrollBar()->isVisible());
-    QVERIFY(!tall.form->horizontalScrollBar()->isVisible());
-    QCOMPARE(tall.form->documentView()->width(), tall.form->viewport()->width());
-    QVERIFY(!tall.shows(tall.fields.last()));
-    tall.form->verticalScrollBar()->setValue(tall.form->verticalScrollBar()->maximum());
-    QVERIFY(tall.shows(tall.fields.last()));
-}
+    void aFormFillsItsViewFromTheTop()
+    {
+        ScrollingForm form;
+        auto* column = new QVBoxLayout(form.documentView());
+        column->setContentsMargins({});
+        auto* field = new QLineEdit(form.documentView());
+        column->addWidget(field);
+        column->addStretch();
+        form.resize(500, 300);
+        form.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&form));
+        QCOMPARE(form.documentView()->geometry(), QRect(0, 0, 500, 300));
+        QCOMPARE(field->geometry().topLeft(), QPoint(0, 0));
+        QCOMPARE(field->width(), 500);
+        QVERIFY(!form.verticalScrollBar()->isVisible());
+        QVERIFY(!form.horizontalScrollBar()->isVisible());
+    }
 
-void TestForms::aFormFollowsTheKeyboard()
-{
-    const TallForm tall;
-    for (const QLineEdit* field : tall.fields) {
+    void aFormScrollsWhenItIsHigherThanItsView()
+    {
+        const TallForm tall;
+        QVERIFY(tall.form->verticalScrollBar()->isVisible());
+        QVERIFY(!tall.form->horizontalScrollBar()->isVisible());
+        QCOMPARE(tall.form->documentView()->width(), tall.form->viewport()->width());
+        QVERIFY(!tall.shows(tall.fields.last()));
+        tall.form->verticalScrollBar()->setValue(tall.form->verticalScrollBar()->maximum());
+        QVERIFY(tall.shows(tall.fields.last()));
+    }
+
+    void aFormFollowsTheKeyboard()
+    {
+        const TallForm tall;
+        for (const QLineEdit* field : tall.fields) {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+            QCOMPARE(QApplication::focusWidget(), field);
+            QVERIFY(tall.shows(field));
+        }
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-        QCOMPARE(QApplication::focusWidget(), field);
-        QVERIFY(tall.shows(field));
+        QCOMPARE(QApplication::focusWidget(), tall.above);
+        tall.form->verticalScrollBar()->setValue(0);
+
+        for (qsizetype i = tall.fields.size() - 1; i >= 0; --i) { // the first of these comes from outside the form
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab);
+            QCOMPARE(QApplication::focusWidget(), tall.fields.at(i));
+            QVERIFY(tall.shows(tall.fields.at(i)));
+        }
     }
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-    QCOMPARE(QApplication::focusWidget(), tall.above);
-    tall.form->verticalScrollBar()->setValue(0);
 
-    for (qsizetype i = tall.fields.size() - 1; i >= 0; --i) { // the first of these comes from outside the form
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab);
-        QCOMPARE(QApplication::focusWidget(), tall.fields.at(i));
-        QVERIFY(tall.shows(tall.fields.at(i)));
+    void aFormStaysUnderAClick()
+    {
+        const TallForm tall;
+        const QLineEdit* cut = nullptr; // by the lower edge of the view
+        for (const QLineEdit* field : tall.fields) {
+            const int top = field->mapTo(tall.form->viewport(), QPoint()).y();
+            if (!cut && top + field->height() > tall.form->viewport()->height())
+                cut = field;
+        }
+        QVERIFY(cut);
+        tall.form->verticalScrollBar()->setValue(10);
+        QTest::mousePress(tall.window.windowHandle(), Qt::LeftButton, {}, cut->mapTo(&tall.window, QPoint(20, 2)));
+        QCOMPARE(QApplication::focusWidget(), cut);
+        QCOMPARE(tall.position(), 10);
+        QTest::mouseRelease(tall.window.windowHandle(), Qt::LeftButton, {}, cut->mapTo(&tall.window, QPoint(20, 2)));
     }
-}
 
-void TestForms::aFormStaysUnderAClick()
-{
-    const TallForm tall;
-    const QLineEdit* cut = nullptr; // by the lower edge of the view
-    for (const QLineEdit* field : tall.fields) {
-        const int top = field->mapTo(tall.form->viewport(), QPoint()).y();
-        if (!cut && top + field->height() > tall.form->viewport()->height())
-            cut = field;
+    void focusElsewhereScrollsNothing()
+    {
+        const TallForm tall;
+        tall.fields.first()->setFocus();
+        tall.form->verticalScrollBar()->setValue(200);
+        tall.above->setFocus();
+        QCOMPARE(tall.position(), 200);
+        tall.above->clearFocus();
+        QCOMPARE(tall.position(), 200);
     }
-    QVERIFY(cut);
-    tall.form->verticalScrollBar()->setValue(10);
-    QTest::mousePress(tall.window.windowHandle(), Qt::LeftButton, {}, cut->mapTo(&tall.window, QPoint(20, 2)));
-    QCOMPARE(QApplication::focusWidget(), cut);
-    QCOMPARE(tall.position(), 10);
-    QTest::mouseRelease(tall.window.windowHandle(), Qt::LeftButton, {}, cut->mapTo(&tall.window, QPoint(20, 2)));
-}
 
-void TestForms::focusElsewhereScrollsNothing()
-{
-    const TallForm tall;
-    tall.fields.first()->setFocus();
-    tall.form->verticalScrollBar()->setValue(200);
-    tall.above->setFocus();
-    QCOMPARE(tall.position(), 200);
-    tall.above->clearFocus();
-    QCOMPARE(tall.position(), 200);
-}
+    void aFormMayGoWhileOneOfItsFieldsHasTheKeyboard()
+    {
+        QWidget window;
+        auto* form = new ScrollingForm(&window);
+        auto* field = new QLineEdit(form->documentView());
+        window.show();
+        window.activateWindow();
+        field->setFocus();
+        QTRY_COMPARE(QApplication::focusWidget(), field);
+        delete form; // a sanitizer sees what is still called of it
+        QCOMPARE(QApplication::focusWidget(), nullptr);
+    }
 
-void TestForms::aFormMayGoWhileOneOfItsFieldsHasTheKeyboard()
-{
-    QWidget window;
-    auto* form = new ScrollingForm(&window);
-    auto* field = new QLineEdit(form->documentView());
-    window.show();
-    window.activateWindow();
-    field->setFocus();
-    QTRY_COMPARE(QApplication::focusWidget(), field);
-    delete form; // a sanitizer sees what is still called of it
-    QCOMPARE(QApplication::focusWidget(), nullptr);
-}
+    void theScrollingViewItselfIsNoStopOfTheKeyboard()
+    {
+        const ScrollingForm form;
+        QCOMPARE(form.focusPolicy(), Qt::NoFocus);
+    }
 
-void TestForms::theScrollingViewItselfIsNoStopOfTheKeyboard()
-{
-    const ScrollingForm form;
-    QCOMPARE(form.focusPolicy(), Qt::NoFocus);
-}
+    void theBackgroundShowsThrough()
+    {
+        QWidget window;
+        window.setPalette(QPalette(QColor(10, 200, 30)));
+        auto* layout = new QVBoxLayout(&window);
+        layout->setContentsMargins({});
+        layout->addWidget(new ScrollingForm(&window));
+        window.resize(200, 200);
+        QCOMPARE(window.grab().toImage().pixelColor(100, 100), QColor(10, 200, 30));
 
-void TestForms::theBackgroundShowsThrough()
-{
-    QWidget window;
-    window.setPalette(QPalette(QColor(10, 200, 30)));
-    auto* layout = new QVBoxLayout(&window);
-    layout->setContentsMargins({});
-    layout->addWidget(new ScrollingForm(&window));
-    window.resize(200, 200);
-    QCOMPARE(window.grab().toImage().pixelColor(100, 100), QColor(10, 200, 30));
-
-    window.setPalette(QPalette(Qt::white));
-    window.setAutoFillBackground(true);
-    QPalette background = window.palette();
-    background.setBrush(QPalette::Window, QColor(1, 2, 3));
-    window.setPalette(background);
-    window.findChild<NeloFlippedView*>()->setPalette(QPalette(Qt::red));
-    QCOMPARE(window.grab().toImage().pixelColor(100, 100), QColor(1, 2, 3));
-}
+        window.setPalette(QPalette(Qt::white));
+        window.setAutoFillBackground(true);
+        QPalette background = window.palette();
+        background.setBrush(QPalette::Window, QColor(1, 2, 3));
+        window.setPalette(background);
+        window.findChild<NeloFlippedView*>()->setPalette(QPalette(Qt::red));
+        QCOMPARE(window.grab().toImage().pixelColor(100, 100), QColor(1, 2, 3));
+    }
+};
 
 QTEST_MAIN(TestForms)
 #include "TestForms.moc"

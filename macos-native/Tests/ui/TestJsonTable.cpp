@@ -64,293 +64,272 @@ class TestJsonTable final : public QObject
 private slots:
     void init() { failOnUnexpectedWarning(); }
 
-    void columnsStartAtTheirWidthsAndCanBeResized();
-    void rowsAlternateUnderTheHeaderWithoutNumbers();
-    void aRowLeavesRoomAroundItsLine();
-    void aClickSelectsTheWholeRowAndNoSecondOne();
-    void nothingIsSelectedAtFirst();
-    void aCellCannotBeEdited();
-    void tabLeavesTheTable();
-    void showsThatItHasTheKeyboardWithoutARowToo();
-    void rowsAreAllOneLineHigh();
-    void aMegabyteCellPaintsAtOnce();
-
-    void theSelectedRowStaysSelected_data();
-    void theSelectedRowStaysSelected();
-    void theColumnOfTheKeyboardStays();
-    void theScrollPositionStays();
-    void selectingAgainDoesNotScrollThere();
-    void theColumnWidthsStay();
-    void equalRowsPaintNothing();
-
-    void anElidedCellTellsItsTextInAToolTip();
-    void aCellThatFitsHasNoToolTip();
-};
-
-void TestJsonTable::columnsStartAtTheirWidthsAndCanBeResized()
-{
-    Table shown;
-    QCOMPARE(shown.table.columnWidth(0), 150);
-    QCOMPARE(shown.table.columnWidth(1), 180);
-    QCOMPARE(shown.table.columnWidth(2), 500);
-    QCOMPARE(shown.table.horizontalHeader()->sectionResizeMode(1), QHeaderView::Interactive);
-}
-
-void TestJsonTable::rowsAlternateUnderTheHeaderWithoutNumbers()
-{
-    Table shown;
-    QVERIFY(shown.table.alternatingRowColors());
-    QVERIFY(!shown.table.showGrid());
-    QVERIFY(!shown.table.horizontalHeader()->highlightSections());
-    QVERIFY(shown.table.horizontalHeader()->isVisible());
-    QVERIFY(!shown.table.verticalHeader()->isVisible());
-}
-
-void TestJsonTable::aRowLeavesRoomAroundItsLine()
-{
-    Table shown;
-    shown.table.setRows(agents(1));
-    QCOMPARE(shown.table.rowHeight(0), shown.table.fontMetrics().height() + 8);
-}
-
-void TestJsonTable::aClickSelectsTheWholeRowAndNoSecondOne()
-{
-    Table shown;
-    shown.table.setRows(agents(3));
-    const auto click = [&shown](int row, Qt::KeyboardModifier modifier) {
-        const QRect cell = shown.table.visualRect(shown.table.model()->index(row, 0));
-        QTest::mouseClick(shown.table.viewport(), Qt::LeftButton, modifier, cell.center());
-    };
-    click(0, Qt::NoModifier);
-    QCOMPARE(shown.table.selectionModel()->selectedIndexes().size(), 3); // every column of it
-    click(2, Qt::ShiftModifier);
-    QCOMPARE(shown.table.selectionModel()->selectedRows().size(), 1);
-    QCOMPARE(shown.table.selectedRow(), std::optional(agent("codex", 2)));
-}
-
-void TestJsonTable::nothingIsSelectedAtFirst()
-{
-    Table shown;
-    QCOMPARE(shown.table.selectedRow(), std::nullopt);
-    shown.table.setRows(agents(2));
-    QCOMPARE(shown.table.selectedRow(), std::nullopt);
-}
-
-void TestJsonTable::aCellCannotBeEdited()
-{
-    Table shown;
-    shown.table.setRows(agents(1));
-    const QPoint cell = shown.table.visualRect(shown.table.model()->index(0, 0)).center();
-    QTest::mouseDClick(shown.table.viewport(), Qt::LeftButton, {}, cell);
-    QTest::keyClick(&shown.table, Qt::Key_F2);
-    QVERIFY(!shown.table.findChild<QLineEdit*>());
-}
-
-void TestJsonTable::tabLeavesTheTable()
-{
-    QWidget window;
-    auto* table = new JsonTable(columns(), {"id"}, &window);
-    auto* next = new QLineEdit(&window);
-    auto* column = new QVBoxLayout(&window);
-    column->addWidget(table);
-    column->addWidget(next);
-    table->setRows(agents(2));
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    table->setFocus();
-    QTest::keyClick(table, Qt::Key_Tab);
-    QVERIFY(next->hasFocus());
-}
-
-void TestJsonTable::showsThatItHasTheKeyboardWithoutARowToo()
-{
-    QWidget window;
-    auto* before = new QLineEdit(&window);
-    auto* table = new JsonTable(columns(), {"id"}, &window);
-    auto* column = new QVBoxLayout(&window);
-    column->addWidget(before);
-    column->addWidget(table);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    const auto lowerEdge = [table] {
-        const QRect edge(0, table->viewport()->height() - 5, table->viewport()->width(), 5);
-        return table->viewport()->grab(edge).toImage();
-    };
-    before->setFocus();
-    const QImage usual = lowerEdge();
-    QTest::keyClick(before, Qt::Key_Tab);
-    QVERIFY(table->hasFocus());
-    QVERIFY(lowerEdge() != usual);
-    table->setRows(agents(1));
-    table->setCurrentIndex(table->model()->index(0, 0)); // which has a frame of its own
-    QCOMPARE(lowerEdge(), usual);
-}
-
-void TestJsonTable::rowsAreAllOneLineHigh()
-{
-    Table shown;
-    shown.table.setRows({agent("codex", 1), agent("codex", 2, "one\ntwo\nthree")});
-    QCOMPARE(shown.table.rowHeight(1), shown.table.rowHeight(0));
-    QVERIFY(shown.table.rowHeight(1) < 2 * shown.table.fontMetrics().lineSpacing());
-    QVERIFY(!shown.table.wordWrap());
-    QCOMPARE(shown.table.textElideMode(), Qt::ElideRight);
-}
-
-void TestJsonTable::aMegabyteCellPaintsAtOnce()
-{
-    Table plain;
-    plain.table.setRows(agents(20));
-    Table heavy;
-    std::vector<Json> rows = agents(20);
-    for (Json& row : rows)
-        row["name"] = std::string(1'000'000, 'x');
-    heavy.table.setRows(rows);
-
-    const auto millisecondsToPaint = [](QWidget& widget) {
-        QElapsedTimer timer;
-        timer.start();
-        widget.grab();
-        return timer.elapsed();
-    };
-    millisecondsToPaint(plain.table); // the fonts are loaded once
-    const qint64 usual = millisecondsToPaint(plain.table);
-    const qint64 elapsed = millisecondsToPaint(heavy.table);
-    QVERIFY2(elapsed < usual + 200 * slowness, qPrintable(QString::number(elapsed))); // laid out in full it is seconds
-}
-
-void TestJsonTable::theSelectedRowStaysSelected_data()
-{
-    QTest::addColumn<int>("selected");
-    QTest::addColumn<QByteArray>("after");
-    QTest::addColumn<int>("expected");
-
-    QTest::newRow("when its other values change")
-        << 1 << QByteArray(R"([{"ecosystem":"codex","id":0},{"ecosystem":"codex","id":1,"name":"new"}])") << 1;
-    QTest::newRow("when rows come before it")
-        << 0 << QByteArray(R"([{"ecosystem":"codex","id":7},{"ecosystem":"codex","id":0}])") << 1;
-    QTest::newRow("when rows before it go") << 2 << QByteArray(R"([{"ecosystem":"codex","id":2}])") << 0;
-    QTest::newRow("but not as one of another ecosystem")
-        << 1 << QByteArray(R"([{"ecosystem":"kimi","id":0},{"ecosystem":"kimi","id":1}])") << -1;
-    QTest::newRow("but not when it is gone")
-        << 1 << QByteArray(R"([{"ecosystem":"codex","id":0},{"ecosystem":"codex","id":2}])") << -1;
-    QTest::newRow("but not as one that lacks its identity")
-        << 1 << QByteArray(R"([{"id":1},{"ecosystem":"codex"}])") << -1;
-    QTest::newRow("where it was, when several are the same")
-        << 1 << QByteArray(R"([{"ecosystem":"codex","id":1},{"ecosystem":"codex","id":1}])") << 1;
-    QTest::newRow("but not in an empty table") << 1 << QByteArray("[]") << -1;
-}
-
-void TestJsonTable::theSelectedRowStaysSelected()
-{
-    QFETCH(int, selected);
-    QFETCH(QByteArray, after);
-    QFETCH(int, expected);
-    Table shown;
-    shown.table.setRows(agents(3));
-    shown.select(selected);
-    shown.table.setRows(Json::parse(after.toStdString()));
-    QCOMPARE(shown.selected(), expected);
-    QCOMPARE(shown.table.selectedRow().has_value(), expected >= 0);
-}
-
-void TestJsonTable::theColumnOfTheKeyboardStays()
-{
-    Table shown;
-    shown.table.setRows(agents(3));
-    shown.select(2);
-    shown.table.setRows(agents(3, 1));
-    QCOMPARE(shown.table.currentIndex(), shown.table.model()->index(1, 1));
-}
-
-void TestJsonTable::theScrollPositionStays()
-{
-    Table shown;
-    shown.table.setRows(agents(10'000));
-    shown.table.verticalScrollBar()->setValue(4'321);
-    shown.table.horizontalScrollBar()->setValue(123);
-    shown.table.setRows(agents(10'000, 1));
-    QCOMPARE(shown.table.verticalScrollBar()->value(), 4'321);
-    QCOMPARE(shown.table.horizontalScrollBar()->value(), 123);
-    QCoreApplication::processEvents();
-    QCOMPARE(shown.table.verticalScrollBar()->value(), 4'321);
-
-    shown.table.setRows(agents(2)); // less than fills the view
-    QCOMPARE(shown.table.verticalScrollBar()->value(), 0);
-}
-
-void TestJsonTable::selectingAgainDoesNotScrollThere()
-{
-    Table shown;
-    shown.table.setRows(agents(1000));
-    shown.select(5);
-    shown.table.verticalScrollBar()->setValue(9'000);
-    shown.table.horizontalScrollBar()->setValue(400);
-    shown.table.setRows(agents(1001));
-    QCOMPARE(shown.selected(), 5);
-    QCOMPARE(shown.table.verticalScrollBar()->value(), 9'000);
-    QCOMPARE(shown.table.horizontalScrollBar()->value(), 400);
-}
-
-void TestJsonTable::theColumnWidthsStay()
-{
-    Table shown;
-    shown.table.setRows(agents(3));
-    shown.table.setColumnWidth(1, 77);
-    shown.table.setRows(agents(4));
-    shown.table.setRows({});
-    QCOMPARE(shown.table.columnWidth(0), 150);
-    QCOMPARE(shown.table.columnWidth(1), 77);
-}
-
-void TestJsonTable::equalRowsPaintNothing()
-{
-    class PaintCounter final : public QObject
+    void columnsStartAtTheirWidthsAndCanBeResized()
     {
-    public:
-        bool eventFilter(QObject* /*watched*/, QEvent* event) override
+        Table shown;
+        QCOMPARE(shown.table.columnWidth(0), 150);
+        QCOMPARE(shown.table.columnWidth(1), 180);
+        QCOMPARE(shown.table.columnWidth(2), 500);
+        QCOMPARE(shown.table.horizontalHeader()->sectionResizeMode(1), QHeaderView::Interactive);
+    }
+
+    void rowsAlternateUnderTheHeaderWithoutNumbers()
+    {
+        Table shown;
+        QVERIFY(shown.table.alternatingRowColors());
+        QVERIFY(!shown.table.showGrid());
+        QVERIFY(!shown.table.horizontalHeader()->highlightSections());
+        QVERIFY(shown.table.horizontalHeader()->isVisible());
+        QVERIFY(!shown.table.verticalHeader()->isVisible());
+    }
+
+    void aRowLeavesRoomAroundItsLine()
+    {
+        Table shown;
+        shown.table.setRows(agents(1));
+        QCOMPARE(shown.table.rowHeight(0), shown.table.fontMetrics().height() + 8);
+    }
+
+    void aClickSelectsTheWholeRowAndNoSecondOne()
+    {
+        Table shown;
+        shown.table.setRows(agents(3));
+        const auto click = [&shown](int row, Qt::KeyboardModifier modifier) {
+            const QRect cell = shown.table.visualRect(shown.table.model()->index(row, 0));
+            QTest::mouseClick(shown.table.viewport(), Qt::LeftButton, modifier, cell.center());
+        };
+        click(0, Qt::NoModifier);
+        QCOMPARE(shown.table.selectionModel()->selectedIndexes().size(), 3); // every column of it
+        click(2, Qt::ShiftModifier);
+        QCOMPARE(shown.table.selectionModel()->selectedRows().size(), 1);
+        QCOMPARE(shown.table.selectedRow(), std::optional(agent("codex", 2)));
+    }
+
+    void nothingIsSelectedAtFirst()
+    {
+        Table shown;
+        QCOMPARE(shown.table.selectedRow(), std::nullopt);
+        shown.table.setRows(agents(2));
+        QCOMPARE(shown.table.selectedRow(), std::nullopt);
+    }
+
+    void aCellCannotBeEdited()
+    {
+        Table shown;
+        shown.table.setRows(agents(1));
+        const QPoint cell = shown.table.visualRect(shown.table.model()->index(0, 0)).center();
+        QTest::mouseDClick(shown.table.viewport(), Qt::LeftButton, {}, cell);
+        QTest::keyClick(&shown.table, Qt::Key_F2);
+        QVERIFY(!shown.table.findChild<QLineEdit*>());
+    }
+
+    void tabLeavesTheTable()
+    {
+        QWidget window;
+        auto* table = new JsonTable(columns(), {"id"}, &window);
+        auto* next = new QLineEdit(&window);
+        auto* column = new QVBoxLayout(&window);
+        column->addWidget(table);
+        column->addWidget(next);
+        table->setRows(agents(2));
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        table->setFocus();
+        QTest::keyClick(table, Qt::Key_Tab);
+        QVERIFY(next->hasFocus());
+    }
+
+    void showsThatItHasTheKeyboardWithoutARowToo()
+    {
+        QWidget window;
+        auto* before = new QLineEdit(&window);
+        auto* table = new JsonTable(columns(), {"id"}, &window);
+        auto* column = new QVBoxLayout(&window);
+        column->addWidget(before);
+        column->addWidget(table);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        const auto lowerEdge = [table] {
+            const QRect edge(0, table->viewport()->height() - 5, table->viewport()->width(), 5);
+            return table->viewport()->grab(edge).toImage();
+        };
+        before->setFocus();
+        const QImage usual = lowerEdge();
+        QTest::keyClick(before, Qt::Key_Tab);
+        QVERIFY(table->hasFocus());
+        QVERIFY(lowerEdge() != usual);
+        table->setRows(agents(1));
+        table->setCurrentIndex(table->model()->index(0, 0)); // which has a frame of its own
+        QCOMPARE(lowerEdge(), usual);
+    }
+
+    void rowsAreAllOneLineHigh()
+    {
+        Table shown;
+        shown.table.setRows({agent("codex", 1), agent("codex", 2, "one\ntwo\nthree")});
+        QCOMPARE(shown.table.rowHeight(1), shown.table.rowHeight(0));
+        QVERIFY(shown.table.rowHeight(1) < 2 * shown.table.fontMetrics().lineSpacing());
+        QVERIFY(!shown.table.wordWrap());
+        QCOMPARE(shown.table.textElideMode(), Qt::ElideRight);
+    }
+
+    void aMegabyteCellPaintsAtOnce()
+    {
+        Table plain;
+        plain.table.setRows(agents(20));
+        Table heavy;
+        std::vector<Json> rows = agents(20);
+        for (Json& row : rows)
+            row["name"] = std::string(1'000'000, 'x');
+        heavy.table.setRows(rows);
+
+        const auto millisecondsToPaint = [](QWidget& widget) {
+            QElapsedTimer timer;
+            timer.start();
+            widget.grab();
+            return timer.elapsed();
+        };
+        millisecondsToPaint(plain.table); // the fonts are loaded once
+        const qint64 usual = millisecondsToPaint(plain.table);
+        const qint64 elapsed = millisecondsToPaint(heavy.table);
+        QVERIFY2(elapsed < usual + 200 * slowness,
+                 qPrintable(QString::number(elapsed))); // laid out in full it is seconds
+    }
+
+    void theSelectedRowStaysSelected_data()
+    {
+        QTest::addColumn<int>("selected");
+        QTest::addColumn<QByteArray>("after");
+        QTest::addColumn<int>("expected");
+
+        QTest::newRow("when its other values change")
+            << 1 << QByteArray(R"([{"ecosystem":"codex","id":0},{"ecosystem":"codex","id":1,"name":"new"}])") << 1;
+        QTest::newRow("when rows come before it")
+            << 0 << QByteArray(R"([{"ecosystem":"codex","id":7},{"ecosystem":"codex","id":0}])") << 1;
+        QTest::newRow("when rows before it go") << 2 << QByteArray(R"([{"ecosystem":"codex","id":2}])") << 0;
+        QTest::newRow("but not as one of another ecosystem")
+            << 1 << QByteArray(R"([{"ecosystem":"kimi","id":0},{"ecosystem":"kimi","id":1}])") << -1;
+        QTest::newRow("but not when it is gone")
+            << 1 << QByteArray(R"([{"ecosystem":"codex","id":0},{"ecosystem":"codex","id":2}])") << -1;
+        QTest::newRow("but not as one that lacks its identity")
+            << 1 << QByteArray(R"([{"id":1},{"ecosystem":"codex"}])") << -1;
+        QTest::newRow("where it was, when several are the same")
+            << 1 << QByteArray(R"([{"ecosystem":"codex","id":1},{"ecosystem":"codex","id":1}])") << 1;
+        QTest::newRow("but not in an empty table") << 1 << QByteArray("[]") << -1;
+    }
+
+    void theSelectedRowStaysSelected()
+    {
+        QFETCH(int, selected);
+        QFETCH(QByteArray, after);
+        QFETCH(int, expected);
+        Table shown;
+        shown.table.setRows(agents(3));
+        shown.select(selected);
+        shown.table.setRows(Json::parse(after.toStdString()));
+        QCOMPARE(shown.selected(), expected);
+        QCOMPARE(shown.table.selectedRow().has_value(), expected >= 0);
+    }
+
+    void theColumnOfTheKeyboardStays()
+    {
+        Table shown;
+        shown.table.setRows(agents(3));
+        shown.select(2);
+        shown.table.setRows(agents(3, 1));
+        QCOMPARE(shown.table.currentIndex(), shown.table.model()->index(1, 1));
+    }
+
+    void theScrollPositionStays()
+    {
+        Table shown;
+        shown.table.setRows(agents(10'000));
+        shown.table.verticalScrollBar()->setValue(4'321);
+        shown.table.horizontalScrollBar()->setValue(123);
+        shown.table.setRows(agents(10'000, 1));
+        QCOMPARE(shown.table.verticalScrollBar()->value(), 4'321);
+        QCOMPARE(shown.table.horizontalScrollBar()->value(), 123);
+        QCoreApplication::processEvents();
+        QCOMPARE(shown.table.verticalScrollBar()->value(), 4'321);
+
+        shown.table.setRows(agents(2)); // less than fills the view
+        QCOMPARE(shown.table.verticalScrollBar()->value(), 0);
+    }
+
+    void selectingAgainDoesNotScrollThere()
+    {
+        Table shown;
+        shown.table.setRows(agents(1000));
+        shown.select(5);
+        shown.table.verticalScrollBar()->setValue(9'000);
+        shown.table.horizontalScrollBar()->setValue(400);
+        shown.table.setRows(agents(1001));
+        QCOMPARE(shown.selected(), 5);
+        QCOMPARE(shown.table.verticalScrollBar()->value(), 9'000);
+        QCOMPARE(shown.table.horizontalScrollBar()->value(), 400);
+    }
+
+    void theColumnWidthsStay()
+    {
+        Table shown;
+        shown.table.setRows(agents(3));
+        shown.table.setColumnWidth(1, 77);
+        shown.table.setRows(agents(4));
+        shown.table.setRows({});
+        QCOMPARE(shown.table.columnWidth(0), 150);
+        QCOMPARE(shown.table.columnWidth(1), 77);
+    }
+
+    void equalRowsPaintNothing()
+    {
+        class PaintCounter final : public QObject
         {
-            paints += event->type() == QEvent::Paint || event->type() == QEvent::UpdateRequest ? 1 : 0;
-            return false;
-        }
-        int paints = 0;
-    };
+        public:
+            bool eventFilter(QObject* /*watched*/, QEvent* event) override
+            {
+                paints += event->type() == QEvent::Paint || event->type() == QEvent::UpdateRequest ? 1 : 0;
+                return false;
+            }
+            int paints = 0;
+        };
 
-    Table shown;
-    shown.table.setRows(agents(50));
-    shown.select(3);
-    QVERIFY(QTest::qWaitForWindowExposed(&shown.table));
-    QCoreApplication::processEvents();
-    PaintCounter counter;
-    shown.table.viewport()->installEventFilter(&counter);
-    shown.table.setRows(agents(50));
-    QCoreApplication::processEvents();
-    QCOMPARE(counter.paints, 0);
-    shown.table.setRows(agents(51));
-    QTRY_VERIFY(counter.paints > 0);
-}
+        Table shown;
+        shown.table.setRows(agents(50));
+        shown.select(3);
+        QVERIFY(QTest::qWaitForWindowExposed(&shown.table));
+        QCoreApplication::processEvents();
+        PaintCounter counter;
+        shown.table.viewport()->installEventFilter(&counter);
+        shown.table.setRows(agents(50));
+        QCoreApplication::processEvents();
+        QCOMPARE(counter.paints, 0);
+        shown.table.setRows(agents(51));
+        QTRY_VERIFY(counter.paints > 0);
+    }
 
-void TestJsonTable::anElidedCellTellsItsTextInAToolTip()
-{
-    Table shown;
-    shown.table.setRows({agent("codex", 1, "<b>bold</b> " + std::string(100, 'w'))});
-    const QPoint cell = shown.table.visualRect(shown.table.model()->index(0, 1)).center();
-    QHelpEvent event(QEvent::ToolTip, cell, shown.table.viewport()->mapToGlobal(cell));
-    QCoreApplication::sendEvent(shown.table.viewport(), &event);
-    QVERIFY(QToolTip::isVisible());
-    QVERIFY(QToolTip::text().contains(QStringLiteral("&lt;b&gt;bold&lt;/b&gt;"))); // shown as it stands
-    QToolTip::hideText();
-    QTRY_VERIFY(!QToolTip::isVisible());
-}
+    void anElidedCellTellsItsTextInAToolTip()
+    {
+        Table shown;
+        shown.table.setRows({agent("codex", 1, "<b>bold</b> " + std::string(100, 'w'))});
+        const QPoint cell = shown.table.visualRect(shown.table.model()->index(0, 1)).center();
+        QHelpEvent event(QEvent::ToolTip, cell, shown.table.viewport()->mapToGlobal(cell));
+        QCoreApplication::sendEvent(shown.table.viewport(), &event);
+        QVERIFY(QToolTip::isVisible());
+        QVERIFY(QToolTip::text().contains(QStringLiteral("&lt;b&gt;bold&lt;/b&gt;"))); // shown as it stands
+        QToolTip::hideText();
+        QTRY_VERIFY(!QToolTip::isVisible());
+    }
 
-void TestJsonTable::aCellThatFitsHasNoToolTip()
-{
-    Table shown;
-    shown.table.setRows({agent("codex", 1, "short")});
-    const QPoint cell = shown.table.visualRect(shown.table.model()->index(0, 1)).center();
-    QHelpEvent event(QEvent::ToolTip, cell, shown.table.viewport()->mapToGlobal(cell));
-    QCoreApplication::sendEvent(shown.table.viewport(), &event);
-    QVERIFY(!QToolTip::isVisible());
-}
+    void aCellThatFitsHasNoToolTip()
+    {
+        Table shown;
+        shown.table.setRows({agent("codex", 1, "short")});
+        const QPoint cell = shown.table.visualRect(shown.table.model()->index(0, 1)).center();
+        QHelpEvent event(QEvent::ToolTip, cell, shown.table.viewport()->mapToGlobal(cell));
+        QCoreApplication::sendEvent(shown.table.viewport(), &event);
+        QVERIFY(!QToolTip::isVisible());
+    }
+};
 
 QTEST_MAIN(TestJsonTable)
 #include "TestJsonTable.moc"

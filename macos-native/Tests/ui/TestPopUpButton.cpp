@@ -6,22 +6,6 @@
 #include <QTest>
 #include <QWheelEvent>
 
-/// A pop-up button with titles from outside.
-class TestPopUpButton final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void selectsByItsExactTitle_data();
-    void selectsByItsExactTitle();
-    void saysWhenNothingIsSelected();
-    void onlyTheUserFiresItsAction();
-    void showsATitleOnOneLine();
-    void elidesATitleThatIsTooLong();
-    void theWheelChoosesNothing();
-};
-
 namespace {
 
 QStringList titles()
@@ -39,84 +23,88 @@ QImage pictureOf(const QString& title)
 
 } // namespace
 
-void TestPopUpButton::init()
+/// A pop-up button with titles from outside.
+class TestPopUpButton final : public QObject
 {
-    failOnUnexpectedWarning();
-}
+    Q_OBJECT
 
-void TestPopUpButton::selectsByItsExactTitle_data()
-{
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<int>("index");
-    QTest::newRow("a title it has") << QStringLiteral("cloud") << 1;
-    QTest::newRow("other letter case") << QStringLiteral("Cloud") << -1;
-    QTest::newRow("a part of a title") << QStringLiteral("clou") << -1;
-    QTest::newRow("a pattern") << QStringLiteral("c*") << -1;
-    QTest::newRow("nothing") << QString() << -1;
-}
+private slots:
+    void init() { failOnUnexpectedWarning(); }
 
-void TestPopUpButton::selectsByItsExactTitle()
-{
-    QFETCH(QString, title);
-    QFETCH(int, index);
-    PopUpButton popup;
-    popup.addItems(titles());
-    popup.selectItemWithTitle(title);
-    QCOMPARE(popup.currentIndex(), index);
-}
+    void selectsByItsExactTitle_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<int>("index");
+        QTest::newRow("a title it has") << QStringLiteral("cloud") << 1;
+        QTest::newRow("other letter case") << QStringLiteral("Cloud") << -1;
+        QTest::newRow("a part of a title") << QStringLiteral("clou") << -1;
+        QTest::newRow("a pattern") << QStringLiteral("c*") << -1;
+        QTest::newRow("nothing") << QString() << -1;
+    }
 
-void TestPopUpButton::saysWhenNothingIsSelected()
-{
-    PopUpButton popup;
-    popup.addItems(titles() + QStringList{QString()});
-    QCOMPARE(popup.titleOfSelectedItem(QStringLiteral("none")), QStringLiteral("local"));
-    popup.selectItemWithTitle(QString());
-    QCOMPARE(popup.titleOfSelectedItem(QStringLiteral("none")), QString()); // an empty title is one
-    popup.setCurrentIndex(-1);
-    QCOMPARE(popup.titleOfSelectedItem(QStringLiteral("none")), QStringLiteral("none"));
-}
+    void selectsByItsExactTitle()
+    {
+        QFETCH(QString, title);
+        QFETCH(int, index);
+        PopUpButton popup;
+        popup.addItems(titles());
+        popup.selectItemWithTitle(title);
+        QCOMPARE(popup.currentIndex(), index);
+    }
 
-void TestPopUpButton::onlyTheUserFiresItsAction()
-{
-    PopUpButton popup;
-    popup.addItems(titles());
-    const QSignalSpy action(&popup, &QComboBox::activated);
-    popup.selectItemWithTitle(QStringLiteral("cloud"));
-    QCOMPARE(action.count(), 0);
-    QTest::keyClick(&popup, Qt::Key_Up);
-    QCOMPARE(action.count(), 1);
-}
+    void saysWhenNothingIsSelected()
+    {
+        PopUpButton popup;
+        popup.addItems(titles() + QStringList{QString()});
+        QCOMPARE(popup.titleOfSelectedItem(QStringLiteral("none")), QStringLiteral("local"));
+        popup.selectItemWithTitle(QString());
+        QCOMPARE(popup.titleOfSelectedItem(QStringLiteral("none")), QString()); // an empty title is one
+        popup.setCurrentIndex(-1);
+        QCOMPARE(popup.titleOfSelectedItem(QStringLiteral("none")), QStringLiteral("none"));
+    }
 
-void TestPopUpButton::showsATitleOnOneLine()
-{
-    QCOMPARE(pictureOf(QStringLiteral("one\ntwo")), pictureOf(QStringLiteral("one two")));
-    PopUpButton popup;
-    popup.addItem(QStringLiteral("one\ntwo"));
-    QCOMPARE(popup.currentText(), QStringLiteral("one\ntwo"));
-}
+    void onlyTheUserFiresItsAction()
+    {
+        PopUpButton popup;
+        popup.addItems(titles());
+        const QSignalSpy action(&popup, &QComboBox::activated);
+        popup.selectItemWithTitle(QStringLiteral("cloud"));
+        QCOMPARE(action.count(), 0);
+        QTest::keyClick(&popup, Qt::Key_Up);
+        QCOMPARE(action.count(), 1);
+    }
 
-void TestPopUpButton::elidesATitleThatIsTooLong()
-{
-    const QImage picture = pictureOf(QString(60, u'W'));
-    bool isElided = false;
-    for (int shown = 1; shown < 60; ++shown)
-        isElided = isElided || picture == pictureOf(QString(shown, u'W') + u'…');
-    QVERIFY(isElided);
-}
+    void showsATitleOnOneLine()
+    {
+        QCOMPARE(pictureOf(QStringLiteral("one\ntwo")), pictureOf(QStringLiteral("one two")));
+        PopUpButton popup;
+        popup.addItem(QStringLiteral("one\ntwo"));
+        QCOMPARE(popup.currentText(), QStringLiteral("one\ntwo"));
+    }
 
-void TestPopUpButton::theWheelChoosesNothing()
-{
-    PopUpButton popup;
-    popup.addItems(titles());
-    popup.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&popup));
-    QWheelEvent wheel({5, 5}, popup.mapToGlobal(QPointF(5, 5)), {}, {0, -120}, Qt::NoButton, {}, Qt::NoScrollPhase,
-                      false);
-    QCoreApplication::sendEvent(&popup, &wheel);
-    QCOMPARE(popup.currentIndex(), 0);
-    QVERIFY(!wheel.isAccepted()); // the form around it takes it
-    QCOMPARE(popup.focusPolicy(), Qt::StrongFocus);
-}
+    void elidesATitleThatIsTooLong()
+    {
+        const QImage picture = pictureOf(QString(60, u'W'));
+        bool isElided = false;
+        for (int shown = 1; shown < 60; ++shown)
+            isElided = isElided || picture == pictureOf(QString(shown, u'W') + u'…');
+        QVERIFY(isElided);
+    }
+
+    void theWheelChoosesNothing()
+    {
+        PopUpButton popup;
+        popup.addItems(titles());
+        popup.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&popup));
+        QWheelEvent wheel({5, 5}, popup.mapToGlobal(QPointF(5, 5)), {}, {0, -120}, Qt::NoButton, {}, Qt::NoScrollPhase,
+                          false);
+        QCoreApplication::sendEvent(&popup, &wheel);
+        QCOMPARE(popup.currentIndex(), 0);
+        QVERIFY(!wheel.isAccepted()); // the form around it takes it
+        QCOMPARE(popup.focusPolicy(), Qt::StrongFocus);
+    }
+};
 
 QTEST_MAIN(TestPopUpButton)
 #include "TestPopUpButton.moc"

@@ -7,18 +7,6 @@
 #include <QTextDocument>
 #include <QTextFragment>
 
-/// The line with the link to customer service, as it is drawn.
-class TestSupportLine final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void theLinkHasItsOwnLook_data();
-    void theLinkHasItsOwnLook();
-    void theIntroductionHasTheLabelsFont();
-};
-
 namespace {
 
 /// The formats of the line's pieces, in order.
@@ -35,41 +23,45 @@ QList<QTextCharFormat> formatsOf(const QLabel& line)
 
 } // namespace
 
-void TestSupportLine::init()
+/// The line with the link to customer service, as it is drawn.
+class TestSupportLine final : public QObject
 {
-    failOnUnexpectedWarning();
-}
+    Q_OBJECT
 
-void TestSupportLine::theLinkHasItsOwnLook_data()
-{
-    QTest::addColumn<int>("size");
-    QTest::newRow("above the console's tabs") << 13;
-    QTest::newRow("above the conversation") << 14;
-}
+private slots:
+    void init() { failOnUnexpectedWarning(); }
 
-void TestSupportLine::theLinkHasItsOwnLook()
-{
-    QFETCH(int, size);
-    QWidget window;
-    const QLabel* line = makeSupportLine(size, &window);
-    const QTextCharFormat link = formatsOf(*line).value(1);
-    QVERIFY(link.isAnchor());
-    QCOMPARE(link.anchorHref(), QStringLiteral("https://nelo.example/support"));
-    QCOMPARE(link.property(QTextFormat::FontPixelSize).toInt(), size);
-    QCOMPARE(link.fontWeight(), int(QFont::Medium));
-    QVERIFY(link.fontUnderline());
-    QCOMPARE(link.foreground().color(), window.palette().color(QPalette::Link));
-}
+    void theLinkHasItsOwnLook_data()
+    {
+        QTest::addColumn<int>("size");
+        QTest::newRow("above the console's tabs") << 13;
+        QTest::newRow("above the conversation") << 14;
+    }
 
-void TestSupportLine::theIntroductionHasTheLabelsFont()
-{
-    QWidget window;
-    const QTextCharFormat introduction = formatsOf(*makeSupportLine(13, &window)).value(0);
-    QVERIFY(!introduction.isAnchor());
-    QVERIFY(!introduction.hasProperty(QTextFormat::FontPixelSize));
-    QVERIFY(!introduction.hasProperty(QTextFormat::FontPointSize));
-    QVERIFY(!introduction.hasProperty(QTextFormat::FontWeight));
-}
+    void theLinkHasItsOwnLook()
+    {
+        QFETCH(int, size);
+        QWidget window;
+        const QLabel* line = makeSupportLine(size, &window);
+        const QTextCharFormat link = formatsOf(*line).value(1);
+        QVERIFY(link.isAnchor());
+        QCOMPARE(link.anchorHref(), QStringLiteral("https://nelo.example/support"));
+        QCOMPARE(link.property(QTextFormat::FontPixelSize).toInt(), size);
+        QCOMPARE(link.fontWeight(), int(QFont::Medium));
+        QVERIFY(link.fontUnderline());
+        QCOMPARE(link.foreground().color(), window.palette().color(QPalette::Link));
+    }
+
+    void theIntroductionHasTheLabelsFont()
+    {
+        QWidget window;
+        const QTextCharFormat introduction = formatsOf(*makeSupportLine(13, &window)).value(0);
+        QVERIFY(!introduction.isAnchor());
+        QVERIFY(!introduction.hasProperty(QTextFormat::FontPixelSize));
+        QVERIFY(!introduction.hasProperty(QTextFormat::FontPointSize));
+        QVERIFY(!introduction.hasProperty(QTextFormat::FontWeight));
+    }
+};
 
 QTEST_MAIN(TestSupportLine)
 #include "TestSupportLine.moc"

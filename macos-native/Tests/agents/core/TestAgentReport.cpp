@@ -12,94 +12,87 @@ class TestAgentReport final : public QObject
 
 private slots:
     void init() { failOnUnexpectedWarning(); }
-    void agentsAreCountedByEcosystem_data();
-    void agentsAreCountedByEcosystem();
-    void rowsComeAsTheyAre();
-    void whatIsNoListOfObjectsIsEmptyAndNoFailure_data();
-    void whatIsNoListOfObjectsIsEmptyAndNoFailure();
-    void anErrorIsToldInFull();
-    void tenThousandAgentsAreCounted();
+
+    void agentsAreCountedByEcosystem_data()
+    {
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<QString>("summary");
+
+        QTest::newRow("none at all") << QByteArray("[]") << QStringLiteral("Total: 0");
+        QTest::newRow("two and one") << QByteArray(
+            R"([{"ecosystem":"openclaw"},{"ecosystem":"codex"},{"ecosystem":"openclaw"}])")
+                                     << QStringLiteral("Total: 3 (codex:1, openclaw:2)");
+        QTest::newRow("all ecosystems in plain order")
+            << QByteArray(R"([{},{"ecosystem":"openclaw"},{"ecosystem":"kimi"},{"ecosystem":"codex"}])")
+            << QStringLiteral("Total: 4 (codex:1, kimi:1, openclaw:1, unknown:1)");
+        QTest::newRow("capitals before small letters, and apart from them")
+            << QByteArray(R"([{"ecosystem":"codex"},{"ecosystem":"Codex"},{"ecosystem":"b"}])")
+            << QStringLiteral("Total: 3 (Codex:1, b:1, codex:1)");
+        QTest::newRow("a missing ecosystem together with one of that name")
+            << QByteArray(R"([{},{"ecosystem":"unknown"}])") << QStringLiteral("Total: 2 (unknown:2)");
+        QTest::newRow("an empty one under its empty name")
+            << QByteArray(R"([{"ecosystem":""}])") << QStringLiteral("Total: 1 (:1)");
+        QTest::newRow("values of other kinds by their text")
+            << QByteArray(R"([{"ecosystem":7},{"ecosystem":null},{"ecosystem":["a"]},{"ecosystem":true}])")
+            << QStringLiteral("Total: 4 (1:1, 7:1, <null>:1, [\"a\"]:1)");
+        QTest::newRow("markup and Chinese as they stand")
+            << QByteArray("[{\"ecosystem\":\"<b>代理</b>\"}]") << QStringLiteral("Total: 1 (<b>代理</b>:1)");
+    }
+
+    void agentsAreCountedByEcosystem()
+    {
+        QFETCH(QByteArray, reply);
+        QFETCH(QString, summary);
+        const AgentReport report = agentReport(BackendReply(reply.toStdString()));
+        QCOMPARE(report.summary, summary);
+        QCOMPARE(report.status, QStringLiteral("Synced local discovery to Core and loaded Core agent registry."));
+    }
+
+    void rowsComeAsTheyAre()
+    {
+        const std::string reply = R"([{"z":1.0,"id":"b","more":{"x":[null]}},{"id":"a"},{}])";
+        QCOMPARE(Json(agentReport(BackendReply(reply)).rows).dump(), reply);
+    }
+
+    void whatIsNoListOfObjectsIsEmptyAndNoFailure_data()
+    {
+        QTest::addColumn<QByteArray>("reply");
+        QTest::newRow("not JSON") << QByteArray("Traceback (most recent call last):");
+        QTest::newRow("nothing") << QByteArray();
+        QTest::newRow("null") << QByteArray("null");
+        QTest::newRow("an object") << QByteArray(R"({"id":"a"})");
+        QTest::newRow("a list of numbers") << QByteArray("[1,2]");
+        QTest::newRow("a list with one row that is none") << QByteArray(R"([{"id":"a"},"b"])");
+        QTest::newRow("a list of lists") << QByteArray(R"([[{"id":"a"}]])");
+        QTest::newRow("a list cut in half") << QByteArray(R"([{"id":"a"},{"id":)");
+        QTest::newRow("not UTF-8") << QByteArray("[{\"id\":\"\xe9\"}]");
+    }
+
+    void whatIsNoListOfObjectsIsEmptyAndNoFailure()
+    {
+        QFETCH(QByteArray, reply);
+        const AgentReport report = agentReport(BackendReply(reply.toStdString()));
+        QVERIFY(report.rows.empty());
+        QCOMPARE(report.summary, QStringLiteral("Total: 0"));
+        QCOMPARE(report.status, QStringLiteral("Synced local discovery to Core and loaded Core agent registry."));
+    }
+
+    void anErrorIsToldInFull()
+    {
+        const AgentReport report = agentReport(BackendReply("ERROR: OSError: 磁盘 <full>"));
+        QVERIFY(report.rows.empty());
+        QCOMPARE(report.summary, QStringLiteral("Total: 0"));
+        QCOMPARE(report.status, QStringLiteral("ERROR: OSError: 磁盘 <full>"));
+    }
+
+    void tenThousandAgentsAreCounted()
+    {
+        const Json rows(10'000, {{"ecosystem", "kimi"}});
+        const AgentReport report = agentReport(BackendReply(rows.dump()));
+        QCOMPARE(report.rows.size(), 10'000U);
+        QCOMPARE(report.summary, QStringLiteral("Total: 10000 (kimi:10000)"));
+    }
 };
-
-void TestAgentReport::agentsAreCountedByEcosystem_data()
-{
-    QTest::addColumn<QByteArray>("reply");
-    QTest::addColumn<QString>("summary");
-
-    QTest::newRow("none at all") << QByteArray("[]") << QStringLiteral("Total: 0");
-    QTest::newRow("two and one") << QByteArray(
-        R"([{"ecosystem":"openclaw"},{"ecosystem":"codex"},{"ecosystem":"openclaw"}])")
-                                 << QStringLiteral("Total: 3 (codex:1, openclaw:2)");
-    QTest::newRow("all ecosystems in plain order")
-        << QByteArray(R"([{},{"ecosystem":"openclaw"},{"ecosystem":"kimi"},{"ecosystem":"codex"}])")
-        << QStringLiteral("Total: 4 (codex:1, kimi:1, openclaw:1, unknown:1)");
-    QTest::newRow("capitals before small letters, and apart from them")
-        << QByteArray(R"([{"ecosystem":"codex"},{"ecosystem":"Codex"},{"ecosystem":"b"}])")
-        << QStringLiteral("Total: 3 (Codex:1, b:1, codex:1)");
-    QTest::newRow("a missing ecosystem together with one of that name")
-        << QByteArray(R"([{},{"ecosystem":"unknown"}])") << QStringLiteral("Total: 2 (unknown:2)");
-    QTest::newRow("an empty one under its empty name")
-        << QByteArray(R"([{"ecosystem":""}])") << QStringLiteral("Total: 1 (:1)");
-    QTest::newRow("values of other kinds by their text")
-        << QByteArray(R"([{"ecosystem":7},{"ecosystem":null},{"ecosystem":["a"]},{"ecosystem":true}])")
-        << QStringLiteral("Total: 4 (1:1, 7:1, <null>:1, [\"a\"]:1)");
-    QTest::newRow("markup and Chinese as they stand")
-        << QByteArray("[{\"ecosystem\":\"<b>代理</b>\"}]") << QStringLiteral("Total: 1 (<b>代理</b>:1)");
-}
-
-void TestAgentReport::agentsAreCountedByEcosystem()
-{
-    QFETCH(QByteArray, reply);
-    QFETCH(QString, summary);
-    const AgentReport report = agentReport(BackendReply(reply.toStdString()));
-    QCOMPARE(report.summary, summary);
-    QCOMPARE(report.status, QStringLiteral("Synced local discovery to Core and loaded Core agent registry."));
-}
-
-void TestAgentReport::rowsComeAsTheyAre()
-{
-    const std::string reply = R"([{"z":1.0,"id":"b","more":{"x":[null]}},{"id":"a"},{}])";
-    QCOMPARE(Json(agentReport(BackendReply(reply)).rows).dump(), reply);
-}
-
-void TestAgentReport::whatIsNoListOfObjectsIsEmptyAndNoFailure_data()
-{
-    QTest::addColumn<QByteArray>("reply");
-    QTest::newRow("not JSON") << QByteArray("Traceback (most recent call last):");
-    QTest::newRow("nothing") << QByteArray();
-    QTest::newRow("null") << QByteArray("null");
-    QTest::newRow("an object") << QByteArray(R"({"id":"a"})");
-    QTest::newRow("a list of numbers") << QByteArray("[1,2]");
-    QTest::newRow("a list with one row that is none") << QByteArray(R"([{"id":"a"},"b"])");
-    QTest::newRow("a list of lists") << QByteArray(R"([[{"id":"a"}]])");
-    QTest::newRow("a list cut in half") << QByteArray(R"([{"id":"a"},{"id":)");
-    QTest::newRow("not UTF-8") << QByteArray("[{\"id\":\"\xe9\"}]");
-}
-
-void TestAgentReport::whatIsNoListOfObjectsIsEmptyAndNoFailure()
-{
-    QFETCH(QByteArray, reply);
-    const AgentReport report = agentReport(BackendReply(reply.toStdString()));
-    QVERIFY(report.rows.empty());
-    QCOMPARE(report.summary, QStringLiteral("Total: 0"));
-    QCOMPARE(report.status, QStringLiteral("Synced local discovery to Core and loaded Core agent registry."));
-}
-
-void TestAgentReport::anErrorIsToldInFull()
-{
-    const AgentReport report = agentReport(BackendReply("ERROR: OSError: 磁盘 <full>"));
-    QVERIFY(report.rows.empty());
-    QCOMPARE(report.summary, QStringLiteral("Total: 0"));
-    QCOMPARE(report.status, QStringLiteral("ERROR: OSError: 磁盘 <full>"));
-}
-
-void TestAgentReport::tenThousandAgentsAreCounted()
-{
-    const Json rows(10'000, {{"ecosystem", "kimi"}});
-    const AgentReport report = agentReport(BackendReply(rows.dump()));
-    QCOMPARE(report.rows.size(), 10'000U);
-    QCOMPARE(report.summary, QStringLiteral("Total: 10000 (kimi:10000)"));
-}
 
 QTEST_GUILESS_MAIN(TestAgentReport)
 #include "TestAgentReport.moc"

@@ -13,204 +13,188 @@ class TestChatCallsAtOnce final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void repliesCompleteInTheOrderTheyCome();
-    void aHundredCallsAnsweredInReverseAllComplete();
-    void oneFailureIsNotThatOfTheOthers();
-    void nothingIsSentTwiceWhileOthersAreUnderWay();
-    void noConnectionServesTwoCalls();
-    void aSlowProviderDoesNotHoldUpAnother();
-    void noCallTimesOutWhileItWaitsForAnother();
-    void noConnectionIsLeftAfterTheReply();
-    void aClientThatGoesTakesItsCallsWithIt();
-    void aCompletionMayEndItsClient();
-    void aCompletionMayCallAgain();
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_calls = std::make_unique<ChatCalls>();
+    }
+
+    void cleanup() { m_calls.reset(); }
+
+    void repliesCompleteInTheOrderTheyCome()
+    {
+        for (const char* question : {"a", "b", "c"})
+            m_calls->start(QString::fromLatin1(question));
+        HttpServer& server = m_calls->server;
+        QTRY_COMPARE(server.requests().size(), 3);
+        const auto answer = [&server](const QString& question) {
+            const auto asked =
+                std::find_if(server.requests().begin(), server.requests().end(),
+                             [&](const HttpRequest& request) { return questionOf(request) == question; });
+            server.answer(asked - server.requests().begin(), HttpAnswer::message(200, replyBody(question)));
+        };
+        for (const char* question : {"b", "c", "a"}) {
+            const std::size_t before = m_calls->outcomes.size();
+            answer(QString::fromLatin1(question));
+            QVERIFY(m_calls->waitForOutcomes(before + 1));
+            QCOMPARE(textOf(m_calls->outcomes.back()), QString::fromLatin1(question));
+        }
+    }
+
+    void aHundredCallsAnsweredInReverseAllComplete()
+    {
+        constexpr int calls = 100;
+        for (int call = 0; call < calls; ++call)
+            m_calls->start(QString::number(call));
+
+        HttpServer& server = m_calls->server;
+        qsizetype answered = 0;
+        while (answered < calls) {
+            // As many as there are connections come at once; the last of them is answered first.
+            QTRY_VERIFY(server.requests().size() == std::min<qsizetype>(answered + 6, calls));
+            for (qsizetype index = server.requests().size() - 1; index >= answered; --index)
+                server.answer(index, HttpAnswer::message(200, replyBody(questionOf(server.requests()[index]))));
+            answered = server.requests().size();
+        }
+        QVERIFY(m_calls->waitForOutcomes(calls));
+        QStringList texts;
+        for (const ChatOutcome& outcome : std::as_const(m_calls->outcomes))
+            texts.append(textOf(outcome));
+        texts.removeDuplicates();
+        QCOMPARE(texts.size(), calls);
+        QVERIFY(std::all_of(texts.begin(), texts.end(), [](const QString& text) { return text.toInt() < calls; }));
+    }
+
+    void oneFailureIsNotThatOfTheOthers()
+    {
+        constexpr int calls = 60;
+        m_calls->server.answerBy([](const HttpRequest& request) {
+            const QString question = questionOf(request);
+            return question.endsWith(QLatin1Char('7')) ? HttpAnswer::rawThenClose("HTTP/1.1 200 OK\r\nContent-")
+                                                       : HttpAnswer::message(200, replyBody(question));
+        });
+        for (int call = 0; call < calls; ++call)
+            m_calls->start(QString::number(call));
+        QVERIFY(m_calls->waitForOutcomes(calls));
+        const auto failed =
+            std::count_if(m_calls->outcomes.begin(), m_calls->outcomes.end(),
+                          [](const ChatOutcome& one) { return std::holds_alternative<ChatTransportError>(one); });
+        QCOMPARE(failed, 6);
+    }
+
+    void nothingIsSentTwiceWhileOthersAreUnderWay()
+    {
+        m_calls->server.answerBy([](const HttpRequest& request) -> std::optional<HttpAnswer> {
+            const QString question = questionOf(request);
+            if (question == QStringLiteral("held"))
+                return std::nullopt;
+            return question == QStringLiteral("answered") ? HttpAnswer::message(200, replyBody(question))
+                                                          : HttpAnswer::rawThenClose("");
+        });
+        m_calls->start(QStringLiteral("held"));
+        m_calls->start(QStringLiteral("answered"));
+        QVERIFY(m_calls->waitForOutcomes(1));
+        m_calls->start(QStringLiteral("closed on"));
+        QVERIFY(m_calls->waitForOutcomes(2));
+        QCOMPARE(textOf(m_calls->outcomes.back()), QStringLiteral("<Connection closed>"));
+        QCOMPARE(m_calls->server.requests().size(), 3);
+    }
+
+    void noConnectionServesTwoCalls()
+    {
+        m_calls->server.answerBy([](const HttpRequest& request) -> std::optional<HttpAnswer> {
+            if (questionOf(request) == QStringLiteral("held"))
+                return std::nullopt;
+            return HttpAnswer::message(200, replyBody(questionOf(request)));
+        });
+        m_calls->start(QStringLiteral("held"));
+        for (int call = 1; call <= 20; ++call) {
+            m_calls->start(QString::number(call));
+            QVERIFY(m_calls->waitForOutcomes(static_cast<std::size_t>(call)));
+            QCOMPARE(textOf(m_calls->outcomes.back()), QString::number(call));
+        }
+        QCOMPARE(m_calls->server.connectionCount(), 21);
+    }
+
+    void aSlowProviderDoesNotHoldUpAnother()
+    {
+        for (int call = 0; call < 10; ++call) // more than there are connections; none is answered
+            m_calls->start();
+        HttpServer other;
+        other.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("hello"))));
+        m_calls->setEndpoint(other.url());
+        m_calls->start();
+        QVERIFY(m_calls->waitForOutcomes(1));
+        QCOMPARE(textOf(m_calls->outcomes.front()), QStringLiteral("hello"));
+        QCOMPARE(m_calls->server.requests().size(), 6);
+    }
+
+    void noCallTimesOutWhileItWaitsForAnother()
+    {
+        m_calls->client = std::make_unique<ChatClient>(std::chrono::milliseconds(600));
+        m_calls->server.answerBy([](const HttpRequest& request) {
+            return HttpAnswer::message(200, replyBody(questionOf(request))).delayedBy(std::chrono::milliseconds(250));
+        });
+        for (int call = 0; call < 24; ++call) // four rounds, the last of which ends after a second
+            m_calls->start(QString::number(call));
+        QVERIFY(m_calls->waitForOutcomes(24));
+        for (const ChatOutcome& outcome : std::as_const(m_calls->outcomes))
+            QVERIFY2(std::holds_alternative<ChatText>(outcome), qPrintable(errorDescription(outcome)));
+    }
+
+    void noConnectionIsLeftAfterTheReply()
+    {
+        m_calls->server.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("hello"))).keptAlive());
+        for (int call = 1; call <= 3; ++call) {
+            QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+            QTRY_COMPARE(m_calls->server.openConnections(), 0);
+            QCOMPARE(m_calls->server.connectionCount(), call);
+        }
+    }
+
+    void aClientThatGoesTakesItsCallsWithIt()
+    {
+        for (int call = 0; call < 10; ++call) // more than there are connections
+            m_calls->start();
+        QTRY_COMPARE(m_calls->server.requests().size(), 6);
+        QElapsedTimer timer;
+        timer.start();
+        m_calls->client.reset();
+        QVERIFY2(timer.elapsed() < 1000 * slowness, qPrintable(QString::number(timer.elapsed())));
+        QTRY_COMPARE(m_calls->server.openConnections(), 0);
+        QCOMPARE(m_calls->outcomes.size(), 0U);
+        QCOMPARE(m_calls->server.requests().size(), 6);
+    }
+
+    void aCompletionMayEndItsClient()
+    {
+        m_calls->server.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("hello"))));
+        int completions = 0;
+        const auto endClient = [this, &completions](const ChatOutcome&) {
+            ++completions;
+            m_calls->client.reset();
+        };
+        m_calls->client->callChatAPI(QStringLiteral("openai"), QStringLiteral("m"), {}, QStringLiteral("k"), endClient);
+        QTRY_COMPARE(completions, 1);
+
+        m_calls->client = std::make_unique<ChatClient>();
+        m_calls->setEndpoint(QString());
+        m_calls->client->callChatAPI(QStringLiteral("openai"), QStringLiteral("m"), {}, QStringLiteral("k"), endClient);
+        QCOMPARE(completions, 2);
+    }
+
+    void aCompletionMayCallAgain()
+    {
+        m_calls->server.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("hello"))));
+        m_calls->client->callChatAPI(QStringLiteral("openai"), QStringLiteral("m"), {}, QStringLiteral("k"),
+                                     [this](const ChatOutcome&) { m_calls->start(); });
+        QVERIFY(m_calls->waitForOutcomes(1));
+        QCOMPARE(textOf(m_calls->outcomes.front()), QStringLiteral("hello"));
+    }
 
 private:
     std::unique_ptr<ChatCalls> m_calls;
 };
-
-void TestChatCallsAtOnce::init()
-{
-    failOnUnexpectedWarning();
-    m_calls = std::make_unique<ChatCalls>();
-}
-
-void TestChatCallsAtOnce::cleanup()
-{
-    m_calls.reset();
-}
-
-void TestChatCallsAtOnce::repliesCompleteInTheOrderTheyCome()
-{
-    for (const char* question : {"a", "b", "c"})
-        m_calls->start(QString::fromLatin1(question));
-    HttpServer& server = m_calls->server;
-    QTRY_COMPARE(server.requests().size(), 3);
-    const auto answer = [&server](const QString& question) {
-        const auto asked = std::find_if(server.requests().begin(), server.requests().end(),
-                                        [&](const HttpRequest& request) { return questionOf(request) == question; });
-        server.answer(asked - server.requests().begin(), HttpAnswer::message(200, replyBody(question)));
-    };
-    for (const char* question : {"b", "c", "a"}) {
-        const std::size_t before = m_calls->outcomes.size();
-        answer(QString::fromLatin1(question));
-        QVERIFY(m_calls->waitForOutcomes(before + 1));
-        QCOMPARE(textOf(m_calls->outcomes.back()), QString::fromLatin1(question));
-    }
-}
-
-void TestChatCallsAtOnce::aHundredCallsAnsweredInReverseAllComplete()
-{
-    constexpr int calls = 100;
-    for (int call = 0; call < calls; ++call)
-        m_calls->start(QString::number(call));
-
-    HttpServer& server = m_calls->server;
-    qsizetype answered = 0;
-    while (answered < calls) {
-        // As many as there are connections come at once; the last of them is answered first.
-        QTRY_VERIFY(server.requests().size() == std::min<qsizetype>(answered + 6, calls));
-        for (qsizetype index = server.requests().size() - 1; index >= answered; --index)
-            server.answer(index, HttpAnswer::message(200, replyBody(questionOf(server.requests()[index]))));
-        answered = server.requests().size();
-    }
-    QVERIFY(m_calls->waitForOutcomes(calls));
-    QStringList texts;
-    for (const ChatOutcome& outcome : std::as_const(m_calls->outcomes))
-        texts.append(textOf(outcome));
-    texts.removeDuplicates();
-    QCOMPARE(texts.size(), calls);
-    QVERIFY(std::all_of(texts.begin(), texts.end(), [](const QString& text) { return text.toInt() < calls; }));
-}
-
-void TestChatCallsAtOnce::oneFailureIsNotThatOfTheOthers()
-{
-    constexpr int calls = 60;
-    m_calls->server.answerBy([](const HttpRequest& request) {
-        const QString question = questionOf(request);
-        return question.endsWith(QLatin1Char('7')) ? HttpAnswer::rawThenClose("HTTP/1.1 200 OK\r\nContent-")
-                                                   : HttpAnswer::message(200, replyBody(question));
-    });
-    for (int call = 0; call < calls; ++call)
-        m_calls->start(QString::number(call));
-    QVERIFY(m_calls->waitForOutcomes(calls));
-    const auto failed = std::count_if(m_calls->outcomes.begin(), m_calls->outcomes.end(), [](const ChatOutcome& one) {
-        return std::holds_alternative<ChatTransportError>(one);
-    });
-    QCOMPARE(failed, 6);
-}
-
-void TestChatCallsAtOnce::nothingIsSentTwiceWhileOthersAreUnderWay()
-{
-    m_calls->server.answerBy([](const HttpRequest& request) -> std::optional<HttpAnswer> {
-        const QString question = questionOf(request);
-        if (question == QStringLiteral("held"))
-            return std::nullopt;
-        return question == QStringLiteral("answered") ? HttpAnswer::message(200, replyBody(question))
-                                                      : HttpAnswer::rawThenClose("");
-    });
-    m_calls->start(QStringLiteral("held"));
-    m_calls->start(QStringLiteral("answered"));
-    QVERIFY(m_calls->waitForOutcomes(1));
-    m_calls->start(QStringLiteral("closed on"));
-    QVERIFY(m_calls->waitForOutcomes(2));
-    QCOMPARE(textOf(m_calls->outcomes.back()), QStringLiteral("<Connection closed>"));
-    QCOMPARE(m_calls->server.requests().size(), 3);
-}
-
-void TestChatCallsAtOnce::noConnectionServesTwoCalls()
-{
-    m_calls->server.answerBy([](const HttpRequest& request) -> std::optional<HttpAnswer> {
-        if (questionOf(request) == QStringLiteral("held"))
-            return std::nullopt;
-        return HttpAnswer::message(200, replyBody(questionOf(request)));
-    });
-    m_calls->start(QStringLiteral("held"));
-    for (int call = 1; call <= 20; ++call) {
-        m_calls->start(QString::number(call));
-        QVERIFY(m_calls->waitForOutcomes(static_cast<std::size_t>(call)));
-        QCOMPARE(textOf(m_calls->outcomes.back()), QString::number(call));
-    }
-    QCOMPARE(m_calls->server.connectionCount(), 21);
-}
-
-void TestChatCallsAtOnce::aSlowProviderDoesNotHoldUpAnother()
-{
-    for (int call = 0; call < 10; ++call) // more than there are connections; none is answered
-        m_calls->start();
-    HttpServer other;
-    other.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("hello"))));
-    m_calls->setEndpoint(other.url());
-    m_calls->start();
-    QVERIFY(m_calls->waitForOutcomes(1));
-    QCOMPARE(textOf(m_calls->outcomes.front()), QStringLiteral("hello"));
-    QCOMPARE(m_calls->server.requests().size(), 6);
-}
-
-void TestChatCallsAtOnce::noCallTimesOutWhileItWaitsForAnother()
-{
-    m_calls->client = std::make_unique<ChatClient>(std::chrono::milliseconds(600));
-    m_calls->server.answerBy([](const HttpRequest& request) {
-        return HttpAnswer::message(200, replyBody(questionOf(request))).delayedBy(std::chrono::milliseconds(250));
-    });
-    for (int call = 0; call < 24; ++call) // four rounds, the last of which ends after a second
-        m_calls->start(QString::number(call));
-    QVERIFY(m_calls->waitForOutcomes(24));
-    for (const ChatOutcome& outcome : std::as_const(m_calls->outcomes))
-        QVERIFY2(std::holds_alternative<ChatText>(outcome), qPrintable(errorDescription(outcome)));
-}
-
-void TestChatCallsAtOnce::noConnectionIsLeftAfterTheReply()
-{
-    m_calls->server.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("hello"))).keptAlive());
-    for (int call = 1; call <= 3; ++call) {
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
-        QTRY_COMPARE(m_calls->server.openConnections(), 0);
-        QCOMPARE(m_calls->server.connectionCount(), call);
-    }
-}
-
-void TestChatCallsAtOnce::aClientThatGoesTakesItsCallsWithIt()
-{
-    for (int call = 0; call < 10; ++call) // more than there are connections
-        m_calls->start();
-    QTRY_COMPARE(m_calls->server.requests().size(), 6);
-    QElapsedTimer timer;
-    timer.start();
-    m_calls->client.reset();
-    QVERIFY2(timer.elapsed() < 1000 * slowness, qPrintable(QString::number(timer.elapsed())));
-    QTRY_COMPARE(m_calls->server.openConnections(), 0);
-    QCOMPARE(m_calls->outcomes.size(), 0U);
-    QCOMPARE(m_calls->server.requests().size(), 6);
-}
-
-void TestChatCallsAtOnce::aCompletionMayEndItsClient()
-{
-    m_calls->server.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("hello"))));
-    int completions = 0;
-    const auto endClient = [this, &completions](const ChatOutcome&) {
-        ++completions;
-        m_calls->client.reset();
-    };
-    m_calls->client->callChatAPI(QStringLiteral("openai"), QStringLiteral("m"), {}, QStringLiteral("k"), endClient);
-    QTRY_COMPARE(completions, 1);
-
-    m_calls->client = std::make_unique<ChatClient>();
-    m_calls->setEndpoint(QString());
-    m_calls->client->callChatAPI(QStringLiteral("openai"), QStringLiteral("m"), {}, QStringLiteral("k"), endClient);
-    QCOMPARE(completions, 2);
-}
-
-void TestChatCallsAtOnce::aCompletionMayCallAgain()
-{
-    m_calls->server.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("hello"))));
-    m_calls->client->callChatAPI(QStringLiteral("openai"), QStringLiteral("m"), {}, QStringLiteral("k"),
-                                 [this](const ChatOutcome&) { m_calls->start(); });
-    QVERIFY(m_calls->waitForOutcomes(1));
-    QCOMPARE(textOf(m_calls->outcomes.front()), QStringLiteral("hello"));
-}
 
 QTEST_GUILESS_MAIN(TestChatCallsAtOnce)
 #include "TestChatCallsAtOnce.moc"

@@ -11,23 +11,6 @@
 #include <QDir>
 #include <QTest>
 
-/// The history and the log of the chat while one call after the other fails.
-class TestChatFileFaults final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void theEarlierConversationStaysOrTheNewOneIsThere_data();
-    void theEarlierConversationStaysOrTheNewOneIsThere();
-    void anUnreadableHistoryIsNeverLost_data();
-    void anUnreadableHistoryIsNeverLost();
-    void anEntryIsInTheLogOrIsNot_data();
-    void anEntryIsInTheLogOrIsNot();
-    void theFirstEntryIsInTheLogOrIsNot_data();
-    void theFirstEntryIsInTheLogOrIsNot();
-};
-
 namespace {
 
 QList<NeloChatMessage> conversation(int size)
@@ -57,118 +40,113 @@ QByteArrayList contentsOfChatFolder(const TestHome& home)
 
 } // namespace
 
-void TestChatFileFaults::init()
+/// The history and the log of the chat while one call after the other fails.
+class TestChatFileFaults final : public QObject
 {
-    failOnUnexpectedWarning();
-}
+    Q_OBJECT
 
-void TestChatFileFaults::theEarlierConversationStaysOrTheNewOneIsThere_data()
-{
-    addRowsOfFileFaults();
-}
+private slots:
+    void init() { failOnUnexpectedWarning(); }
 
-void TestChatFileFaults::theEarlierConversationStaysOrTheNewOneIsThere()
-{
-    QFETCH(Fault, fault);
-    const QByteArray earlier = encodeChatMessages(conversation(3));
-    const QByteArray later = encodeChatMessages(conversation(200));
-    EveryFault faults(fault);
-    while (faults.next()) {
-        const TestHome home;
-        Files::create(neloChatHistoryURL(), earlier);
-        const int descriptors = ProcessTable::openDescriptors();
-        faults.during([] { persist(conversation(200)); });
+    void theEarlierConversationStaysOrTheNewOneIsThere_data() { addRowsOfFileFaults(); }
 
-        const QByteArray stored = Files::contentOf(neloChatHistoryURL());
-        QVERIFY(stored == later || (stored == earlier && faults.mayHaveFailed()));
-        QCOMPARE(contentsOfChatFolder(home).size(), 1);
-        QCOMPARE(ProcessTable::openDescriptors(), descriptors);
-        persist(conversation(200));
-        QCOMPARE(Files::contentOf(neloChatHistoryURL()), later);
+    void theEarlierConversationStaysOrTheNewOneIsThere()
+    {
+        QFETCH(Fault, fault);
+        const QByteArray earlier = encodeChatMessages(conversation(3));
+        const QByteArray later = encodeChatMessages(conversation(200));
+        EveryFault faults(fault);
+        while (faults.next()) {
+            const TestHome home;
+            Files::create(neloChatHistoryURL(), earlier);
+            const int descriptors = ProcessTable::openDescriptors();
+            faults.during([] { persist(conversation(200)); });
+
+            const QByteArray stored = Files::contentOf(neloChatHistoryURL());
+            QVERIFY(stored == later || (stored == earlier && faults.mayHaveFailed()));
+            QCOMPARE(contentsOfChatFolder(home).size(), 1);
+            QCOMPARE(ProcessTable::openDescriptors(), descriptors);
+            persist(conversation(200));
+            QCOMPARE(Files::contentOf(neloChatHistoryURL()), later);
+        }
+        QVERIFY(faults.strikes() > 0);
     }
-    QVERIFY(faults.strikes() > 0);
-}
 
-void TestChatFileFaults::anUnreadableHistoryIsNeverLost_data()
-{
-    addRowsOfFileFaults();
-}
+    void anUnreadableHistoryIsNeverLost_data() { addRowsOfFileFaults(); }
 
-void TestChatFileFaults::anUnreadableHistoryIsNeverLost()
-{
-    QFETCH(Fault, fault);
-    const QByteArray unreadable(5'000, '[');
-    const QByteArray later = encodeChatMessages(conversation(3));
-    EveryFault faults(fault);
-    while (faults.next()) {
-        const TestHome home;
-        Files::create(neloChatHistoryURL(), unreadable);
-        faults.during([] { persist(conversation(3), true); });
+    void anUnreadableHistoryIsNeverLost()
+    {
+        QFETCH(Fault, fault);
+        const QByteArray unreadable(5'000, '[');
+        const QByteArray later = encodeChatMessages(conversation(3));
+        EveryFault faults(fault);
+        while (faults.next()) {
+            const TestHome home;
+            Files::create(neloChatHistoryURL(), unreadable);
+            faults.during([] { persist(conversation(3), true); });
 
-        const QByteArrayList contents = contentsOfChatFolder(home);
-        QVERIFY(contents.contains(unreadable));
-        QVERIFY(contents.count(unreadable) + contents.count(later) == contents.size());
-        QVERIFY(contents.contains(later) || faults.mayHaveFailed());
-        persist(conversation(3));
-        QCOMPARE(Files::contentOf(neloChatHistoryURL()), later);
+            const QByteArrayList contents = contentsOfChatFolder(home);
+            QVERIFY(contents.contains(unreadable));
+            QVERIFY(contents.count(unreadable) + contents.count(later) == contents.size());
+            QVERIFY(contents.contains(later) || faults.mayHaveFailed());
+            persist(conversation(3));
+            QCOMPARE(Files::contentOf(neloChatHistoryURL()), later);
+        }
+        QVERIFY(faults.strikes() > 0);
     }
-    QVERIFY(faults.strikes() > 0);
-}
 
-void TestChatFileFaults::anEntryIsInTheLogOrIsNot_data()
-{
-    QTest::addColumn<Fault>("fault");
-    QTest::newRow("the log cannot be opened") << Fault{"open", EMFILE};
-    QTest::newRow("the disk is full") << Fault{"write", ENOSPC};
-    QTest::newRow("a signal interrupts a write") << Fault{.kind = "write", .outcome = EINTR, .isSurvived = true};
-    QTest::newRow("a write takes half") << Fault{.kind = "write", .outcome = 0, .isSurvived = true};
-    QTest::newRow("a write takes half, and then the disk is full") << Fault{"write", -ENOSPC};
-}
-
-void TestChatFileFaults::anEntryIsInTheLogOrIsNot()
-{
-    QFETCH(Fault, fault);
-    const QByteArray earlier = "[2025-01-31T09:30:00Z] earlier\n";
-    EveryFault faults(fault);
-    while (faults.next()) {
-        const TestHome home;
-        Files::create(neloChatLogURL(), earlier);
-        const int descriptors = ProcessTable::openDescriptors();
-        faults.during([] { neloChatLog(QStringLiteral("later")); });
-
-        const QByteArray log = Files::contentOf(neloChatLogURL());
-        QVERIFY(log.startsWith(earlier));
-        QVERIFY2(log.endsWith("] later\n") || (log == earlier && faults.mayHaveFailed()), log.constData());
-        QCOMPARE(ProcessTable::openDescriptors(), descriptors);
-        neloChatLog(QStringLiteral("next"));
-        QVERIFY(Files::contentOf(neloChatLogURL()).endsWith("Z] next\n"));
-        QVERIFY(Files::contentOf(neloChatLogURL()).startsWith(log + "[2"));
+    void anEntryIsInTheLogOrIsNot_data()
+    {
+        QTest::addColumn<Fault>("fault");
+        QTest::newRow("the log cannot be opened") << Fault{"open", EMFILE};
+        QTest::newRow("the disk is full") << Fault{"write", ENOSPC};
+        QTest::newRow("a signal interrupts a write") << Fault{.kind = "write", .outcome = EINTR, .isSurvived = true};
+        QTest::newRow("a write takes half") << Fault{.kind = "write", .outcome = 0, .isSurvived = true};
+        QTest::newRow("a write takes half, and then the disk is full") << Fault{"write", -ENOSPC};
     }
-    QVERIFY(faults.strikes() > 0);
-}
 
-void TestChatFileFaults::theFirstEntryIsInTheLogOrIsNot_data()
-{
-    addRowsOfFileFaults();
-}
+    void anEntryIsInTheLogOrIsNot()
+    {
+        QFETCH(Fault, fault);
+        const QByteArray earlier = "[2025-01-31T09:30:00Z] earlier\n";
+        EveryFault faults(fault);
+        while (faults.next()) {
+            const TestHome home;
+            Files::create(neloChatLogURL(), earlier);
+            const int descriptors = ProcessTable::openDescriptors();
+            faults.during([] { neloChatLog(QStringLiteral("later")); });
 
-void TestChatFileFaults::theFirstEntryIsInTheLogOrIsNot()
-{
-    QFETCH(Fault, fault);
-    EveryFault faults(fault);
-    while (faults.next()) {
-        const TestHome home;
-        faults.during([] { neloChatLog(QStringLiteral("first")); });
-
-        const QByteArrayList contents = contentsOfChatFolder(home);
-        QVERIFY(!contents.isEmpty() || faults.mayHaveFailed());
-        QVERIFY(contents.isEmpty() || contents.first().endsWith("] first\n"));
-        QVERIFY(contents.size() <= 1);
-        neloChatLog(QStringLiteral("next"));
-        QVERIFY(Files::contentOf(neloChatLogURL()).endsWith("Z] next\n"));
+            const QByteArray log = Files::contentOf(neloChatLogURL());
+            QVERIFY(log.startsWith(earlier));
+            QVERIFY2(log.endsWith("] later\n") || (log == earlier && faults.mayHaveFailed()), log.constData());
+            QCOMPARE(ProcessTable::openDescriptors(), descriptors);
+            neloChatLog(QStringLiteral("next"));
+            QVERIFY(Files::contentOf(neloChatLogURL()).endsWith("Z] next\n"));
+            QVERIFY(Files::contentOf(neloChatLogURL()).startsWith(log + "[2"));
+        }
+        QVERIFY(faults.strikes() > 0);
     }
-    QVERIFY(faults.strikes() > 0);
-}
+
+    void theFirstEntryIsInTheLogOrIsNot_data() { addRowsOfFileFaults(); }
+
+    void theFirstEntryIsInTheLogOrIsNot()
+    {
+        QFETCH(Fault, fault);
+        EveryFault faults(fault);
+        while (faults.next()) {
+            const TestHome home;
+            faults.during([] { neloChatLog(QStringLiteral("first")); });
+
+            const QByteArrayList contents = contentsOfChatFolder(home);
+            QVERIFY(!contents.isEmpty() || faults.mayHaveFailed());
+            QVERIFY(contents.isEmpty() || contents.first().endsWith("] first\n"));
+            QVERIFY(contents.size() <= 1);
+            neloChatLog(QStringLiteral("next"));
+            QVERIFY(Files::contentOf(neloChatLogURL()).endsWith("Z] next\n"));
+        }
+        QVERIFY(faults.strikes() > 0);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestChatFileFaults)
 #include "TestChatFileFaults.moc"

@@ -10,22 +10,6 @@
 #include <QFile>
 #include <QTest>
 
-/// The history and the log of a chat that is killed while it writes them.
-class TestChatFileKills final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void theHistoryIsWhole();
-    void theLogHasWholeEntries();
-
-private:
-    QStringList names() const { return Files::names(m_disk.path(QStringLiteral(".nelo"))); }
-
-    SmallDisk m_disk;
-};
-
 namespace {
 
 constexpr int kills = 200;
@@ -63,41 +47,53 @@ bool logRound(int round)
 
 } // namespace
 
-void TestChatFileKills::init()
+/// The history and the log of a chat that is killed while it writes them.
+class TestChatFileKills final : public QObject
 {
-    failOnUnexpectedWarning();
-    qputenv("HOME", QFile::encodeName(m_disk.path()));
-}
+    Q_OBJECT
 
-void TestChatFileKills::theHistoryIsWhole()
-{
-    RandomKills random;
-    for (int kill = 0; kill < kills; ++kill) {
-        QVERIFY(random.during(historyRound));
-        const LoadedChatHistory loaded = loadChatHistoryFile();
-        QVERIFY(!loaded.isUnreadable);
-        QCOMPARE(loaded.messages, conversation(loaded.messages.size()));
-        QVERIFY(!loaded.messages.isEmpty());
-
-        persist(conversation(30)); // as the next start does
-        QCOMPARE(names(), QStringList{QStringLiteral("menubar_chat_history.json")});
+private slots:
+    void init()
+    {
+        failOnUnexpectedWarning();
+        qputenv("HOME", QFile::encodeName(m_disk.path()));
     }
-}
 
-void TestChatFileKills::theLogHasWholeEntries()
-{
-    RandomKills random;
-    for (int kill = 0; kill < kills; ++kill) {
-        QVERIFY(random.during(logRound));
-        const QList<QByteArray> lines = Files::contentOf(neloChatLogURL()).split('\n');
-        for (const QByteArray& line : lines)
-            QVERIFY2(line.isEmpty() || (line.startsWith('[') && line.endsWith("] entry")), line.constData());
-        QVERIFY(lines.last().isEmpty());
+    void theHistoryIsWhole()
+    {
+        RandomKills random;
+        for (int kill = 0; kill < kills; ++kill) {
+            QVERIFY(random.during(historyRound));
+            const LoadedChatHistory loaded = loadChatHistoryFile();
+            QVERIFY(!loaded.isUnreadable);
+            QCOMPARE(loaded.messages, conversation(loaded.messages.size()));
+            QVERIFY(!loaded.messages.isEmpty());
 
-        persist(conversation(1));
-        QVERIFY(names().filter(QStringLiteral("nelo")).isEmpty());
+            persist(conversation(30)); // as the next start does
+            QCOMPARE(names(), QStringList{QStringLiteral("menubar_chat_history.json")});
+        }
     }
-}
+
+    void theLogHasWholeEntries()
+    {
+        RandomKills random;
+        for (int kill = 0; kill < kills; ++kill) {
+            QVERIFY(random.during(logRound));
+            const QList<QByteArray> lines = Files::contentOf(neloChatLogURL()).split('\n');
+            for (const QByteArray& line : lines)
+                QVERIFY2(line.isEmpty() || (line.startsWith('[') && line.endsWith("] entry")), line.constData());
+            QVERIFY(lines.last().isEmpty());
+
+            persist(conversation(1));
+            QVERIFY(names().filter(QStringLiteral("nelo")).isEmpty());
+        }
+    }
+
+private:
+    QStringList names() const { return Files::names(m_disk.path(QStringLiteral(".nelo"))); }
+
+    SmallDisk m_disk;
+};
 
 int main(int argc, char** argv)
 {

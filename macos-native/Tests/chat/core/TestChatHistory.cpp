@@ -12,37 +12,6 @@
 
 #include <sys/stat.h>
 
-/// The history file: where it is, how it is read, and what is done before it is replaced.
-class TestChatHistory final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void cleanup();
-    void theFileLiesInAFolderThatIsMade();
-    void aFolderThatCannotBeMadeIsNoFailureYet();
-    void aKeptConversationIsLoadedInFull_data();
-    void aKeptConversationIsLoadedInFull();
-    void whatCannotBeReadIsAnEmptyConversation_data();
-    void whatCannotBeReadIsAnEmptyConversation();
-    void aFileInPlaceOfTheFolderIsAnEmptyConversation();
-    void loadingLeavesABadFileAsItIs();
-    void theLast200RecordsAreKept_data();
-    void theLast200RecordsAreKept();
-    void aBadFileIsCopiedAsideOnce();
-    void anEmptyFileIsCopiedAsideToo();
-    void aFileThatMayNotBeReadIsMovedAside();
-    void onlyAFileThatCannotBeUsedIsUnreadable();
-    void noFileIsNotCopied_data();
-    void noFileIsNotCopied();
-    void anEarlierCopyIsNotReplaced();
-    void aBadFileThatCannotBeCopiedIsNotToBeReplaced();
-
-private:
-    std::unique_ptr<TestHome> m_home;
-};
-
 namespace {
 
 const QDateTime now(QDate(2025, 1, 31), QTime(9, 30, 0));
@@ -61,192 +30,199 @@ QList<NeloChatMessage> numbered(qsizetype count, qsizetype contentSize = 0)
 
 } // namespace
 
-void TestChatHistory::init()
+/// The history file: where it is, how it is read, and what is done before it is replaced.
+class TestChatHistory final : public QObject
 {
-    failOnUnexpectedWarning();
-    m_home = std::make_unique<TestHome>();
-}
+    Q_OBJECT
 
-void TestChatHistory::cleanup()
-{
-    m_home.reset();
-}
+private slots:
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_home = std::make_unique<TestHome>();
+    }
 
-void TestChatHistory::theFileLiesInAFolderThatIsMade()
-{
-    QCOMPARE(neloChatHistoryURL(), m_home->path(QStringLiteral(".nelo/menubar_chat_history.json")));
-    QVERIFY(QFileInfo(m_home->path(QStringLiteral(".nelo"))).isDir());
-    QVERIFY(QDir(m_home->path()).rmdir(QStringLiteral(".nelo")));
-    neloChatHistoryURL(); // every call makes it
-    QVERIFY(QFileInfo(m_home->path(QStringLiteral(".nelo"))).isDir());
-    QVERIFY(!QFileInfo::exists(neloChatHistoryURL()));
-}
+    void cleanup() { m_home.reset(); }
 
-void TestChatHistory::aFolderThatCannotBeMadeIsNoFailureYet()
-{
-    const SmallDisk disk;
-    disk.makeReadOnly();
-    qputenv("HOME", QFile::encodeName(disk.path()));
-    QCOMPARE(neloChatHistoryURL(), disk.path(QStringLiteral(".nelo/menubar_chat_history.json")));
-    QVERIFY(!QFileInfo::exists(disk.path(QStringLiteral(".nelo"))));
-    QCOMPARE(loadChatHistory(), QList<NeloChatMessage>());
-}
+    void theFileLiesInAFolderThatIsMade()
+    {
+        QCOMPARE(neloChatHistoryURL(), m_home->path(QStringLiteral(".nelo/menubar_chat_history.json")));
+        QVERIFY(QFileInfo(m_home->path(QStringLiteral(".nelo"))).isDir());
+        QVERIFY(QDir(m_home->path()).rmdir(QStringLiteral(".nelo")));
+        neloChatHistoryURL(); // every call makes it
+        QVERIFY(QFileInfo(m_home->path(QStringLiteral(".nelo"))).isDir());
+        QVERIFY(!QFileInfo::exists(neloChatHistoryURL()));
+    }
 
-void TestChatHistory::aKeptConversationIsLoadedInFull_data()
-{
-    QTest::addColumn<QList<NeloChatMessage>>("messages");
-    QTest::newRow("an empty one") << QList<NeloChatMessage>();
-    QTest::newRow("one record") << numbered(1);
-    QTest::newRow("500 records, more than are kept") << numbered(500);
-    QTest::newRow("20,000 records") << numbered(20'000);
-    QTest::newRow("records of 1 MB") << numbered(3, 1'000'000);
-}
+    void aFolderThatCannotBeMadeIsNoFailureYet()
+    {
+        const SmallDisk disk;
+        disk.makeReadOnly();
+        qputenv("HOME", QFile::encodeName(disk.path()));
+        QCOMPARE(neloChatHistoryURL(), disk.path(QStringLiteral(".nelo/menubar_chat_history.json")));
+        QVERIFY(!QFileInfo::exists(disk.path(QStringLiteral(".nelo"))));
+        QCOMPARE(loadChatHistory(), QList<NeloChatMessage>());
+    }
 
-void TestChatHistory::aKeptConversationIsLoadedInFull()
-{
-    QFETCH(QList<NeloChatMessage>, messages);
-    Files::create(neloChatHistoryURL(), encodeChatMessages(messages));
-    QCOMPARE(loadChatHistory(), messages);
-}
+    void aKeptConversationIsLoadedInFull_data()
+    {
+        QTest::addColumn<QList<NeloChatMessage>>("messages");
+        QTest::newRow("an empty one") << QList<NeloChatMessage>();
+        QTest::newRow("one record") << numbered(1);
+        QTest::newRow("500 records, more than are kept") << numbered(500);
+        QTest::newRow("20,000 records") << numbered(20'000);
+        QTest::newRow("records of 1 MB") << numbered(3, 1'000'000);
+    }
 
-void TestChatHistory::whatCannotBeReadIsAnEmptyConversation_data()
-{
-    QTest::addColumn<QByteArray>("json");
-    QTest::newRow("an empty file") << QByteArray("");
-    QTest::newRow("half an array") << encodeChatMessages(numbered(2)).chopped(3);
-    QTest::newRow("one element without a time among good ones")
-        << QByteArray(R"([{"role":"user","content":"a","createdAt":"b"},{"role":"user","content":"a"}])");
-}
+    void aKeptConversationIsLoadedInFull()
+    {
+        QFETCH(QList<NeloChatMessage>, messages);
+        Files::create(neloChatHistoryURL(), encodeChatMessages(messages));
+        QCOMPARE(loadChatHistory(), messages);
+    }
 
-void TestChatHistory::whatCannotBeReadIsAnEmptyConversation()
-{
-    QFETCH(QByteArray, json);
-    QCOMPARE(loadChatHistory(), QList<NeloChatMessage>()); // no file yet
-    Files::create(neloChatHistoryURL(), json);
-    QCOMPARE(loadChatHistory(), QList<NeloChatMessage>());
-    QVERIFY(QFile::remove(neloChatHistoryURL()));
+    void whatCannotBeReadIsAnEmptyConversation_data()
+    {
+        QTest::addColumn<QByteArray>("json");
+        QTest::newRow("an empty file") << QByteArray("");
+        QTest::newRow("half an array") << encodeChatMessages(numbered(2)).chopped(3);
+        QTest::newRow("one element without a time among good ones")
+            << QByteArray(R"([{"role":"user","content":"a","createdAt":"b"},{"role":"user","content":"a"}])");
+    }
 
-    QVERIFY(QDir().mkpath(neloChatHistoryURL()));
-    QCOMPARE(loadChatHistory(), QList<NeloChatMessage>());
-    QVERIFY(QDir().rmdir(neloChatHistoryURL()));
+    void whatCannotBeReadIsAnEmptyConversation()
+    {
+        QFETCH(QByteArray, json);
+        QCOMPARE(loadChatHistory(), QList<NeloChatMessage>()); // no file yet
+        Files::create(neloChatHistoryURL(), json);
+        QCOMPARE(loadChatHistory(), QList<NeloChatMessage>());
+        QVERIFY(QFile::remove(neloChatHistoryURL()));
 
-    QCOMPARE(mkfifo(QFile::encodeName(neloChatHistoryURL()).constData(), 0600), 0);
-    QCOMPARE(loadChatHistory(), QList<NeloChatMessage>()); // and nobody waits for a writer
-}
-
-void TestChatHistory::aFileInPlaceOfTheFolderIsAnEmptyConversation()
-{
-    Files::create(m_home->path(QStringLiteral(".nelo")), "a file");
-    QCOMPARE(loadChatHistory(), QList<NeloChatMessage>());
-    QCOMPARE(Files::contentOf(m_home->path(QStringLiteral(".nelo"))), QByteArray("a file"));
-}
-
-void TestChatHistory::loadingLeavesABadFileAsItIs()
-{
-    Files::create(neloChatHistoryURL(), "[{");
-    loadChatHistory();
-    QCOMPARE(Files::contentOf(neloChatHistoryURL()), QByteArray("[{"));
-    QCOMPARE(Files::names(m_home->path(QStringLiteral(".nelo"))), QStringList{fileName});
-}
-
-void TestChatHistory::theLast200RecordsAreKept_data()
-{
-    QTest::addColumn<qsizetype>("count");
-    QTest::addColumn<qsizetype>("dropped");
-    QTest::newRow("none") << qsizetype(0) << qsizetype(0);
-    QTest::newRow("199") << qsizetype(199) << qsizetype(0);
-    QTest::newRow("200") << qsizetype(200) << qsizetype(0);
-    QTest::newRow("201") << qsizetype(201) << qsizetype(1);
-    QTest::newRow("500") << qsizetype(500) << qsizetype(300);
-}
-
-void TestChatHistory::theLast200RecordsAreKept()
-{
-    QFETCH(qsizetype, count);
-    QFETCH(qsizetype, dropped);
-    QList<NeloChatMessage> messages = numbered(count);
-    capChatHistory(messages);
-    QCOMPARE(messages, numbered(count).mid(dropped));
-}
-
-void TestChatHistory::aBadFileIsCopiedAsideOnce()
-{
-    const QByteArray bad = R"([{"role":"user")";
-    Files::create(neloChatHistoryURL(), bad);
-    QVERIFY(preserveUnreadableHistory(neloChatHistoryURL(), now));
-    QCOMPARE(Files::names(m_home->path(QStringLiteral(".nelo"))), (QStringList{fileName, copyName}));
-    QCOMPARE(Files::contentOf(neloChatHistoryURL()), bad);
-    QCOMPARE(Files::contentOf(m_home->path(QStringLiteral(".nelo/") + copyName)), bad);
-    QCOMPARE(Files::mode(m_home->path(QStringLiteral(".nelo/") + copyName)), 0600);
-}
-
-void TestChatHistory::anEmptyFileIsCopiedAsideToo()
-{
-    Files::create(neloChatHistoryURL(), "");
-    QVERIFY(preserveUnreadableHistory(neloChatHistoryURL(), now));
-    QCOMPARE(Files::names(m_home->path(QStringLiteral(".nelo"))), (QStringList{fileName, copyName}));
-}
-
-void TestChatHistory::aFileThatMayNotBeReadIsMovedAside()
-{
-    // Looking into one's own memory fails for everybody, the superuser too.
-    QVERIFY(QFile::link(QStringLiteral("/proc/self/mem"), neloChatHistoryURL()));
-    QVERIFY(preserveUnreadableHistory(neloChatHistoryURL(), now));
-    QCOMPARE(Files::names(m_home->path(QStringLiteral(".nelo"))), QStringList{copyName});
-}
-
-void TestChatHistory::onlyAFileThatCannotBeUsedIsUnreadable()
-{
-    QVERIFY(!loadChatHistoryFile().isUnreadable); // there is none
-    Files::create(neloChatHistoryURL(), encodeChatMessages(numbered(3)));
-    QVERIFY(!loadChatHistoryFile().isUnreadable);
-    Files::create(neloChatHistoryURL(), "[{");
-    QVERIFY(loadChatHistoryFile().isUnreadable);
-    QVERIFY(QFile::remove(neloChatHistoryURL()));
-    QVERIFY(QFile::link(QStringLiteral("/proc/self/mem"), neloChatHistoryURL()));
-    QVERIFY(loadChatHistoryFile().isUnreadable);
-    QVERIFY(QFile::remove(neloChatHistoryURL()));
-    QVERIFY(QDir().mkpath(neloChatHistoryURL()));
-    QVERIFY(!loadChatHistoryFile().isUnreadable);
-}
-
-void TestChatHistory::noFileIsNotCopied_data()
-{
-    QTest::addColumn<bool>("folderInPlace");
-    QTest::newRow("nothing there") << false;
-    QTest::newRow("a folder there") << true;
-}
-
-void TestChatHistory::noFileIsNotCopied()
-{
-    QFETCH(bool, folderInPlace);
-    if (folderInPlace)
         QVERIFY(QDir().mkpath(neloChatHistoryURL()));
-    QVERIFY(preserveUnreadableHistory(neloChatHistoryURL(), now));
-    QCOMPARE(Files::names(m_home->path(QStringLiteral(".nelo"))),
-             folderInPlace ? QStringList{fileName} : QStringList());
-}
+        QCOMPARE(loadChatHistory(), QList<NeloChatMessage>());
+        QVERIFY(QDir().rmdir(neloChatHistoryURL()));
 
-void TestChatHistory::anEarlierCopyIsNotReplaced()
-{
-    Files::create(m_home->path(QStringLiteral(".nelo/") + copyName), "the earlier copy");
-    Files::create(neloChatHistoryURL(), "bad");
-    QVERIFY(!preserveUnreadableHistory(neloChatHistoryURL(), now));
-    QCOMPARE(Files::contentOf(m_home->path(QStringLiteral(".nelo/") + copyName)), QByteArray("the earlier copy"));
-    QVERIFY(preserveUnreadableHistory(neloChatHistoryURL(), now.addSecs(1)));
-}
+        QCOMPARE(mkfifo(QFile::encodeName(neloChatHistoryURL()).constData(), 0600), 0);
+        QCOMPARE(loadChatHistory(), QList<NeloChatMessage>()); // and nobody waits for a writer
+    }
 
-void TestChatHistory::aBadFileThatCannotBeCopiedIsNotToBeReplaced()
-{
-    const SmallDisk disk;
-    const QString file = disk.path(fileName);
-    Files::create(file, QByteArray(10'000, '['));
-    disk.fill(4096);
-    QVERIFY(!preserveUnreadableHistory(file, now));
-    QCOMPARE(Files::contentOf(file), QByteArray(10'000, '['));
-    disk.empty();
-    QVERIFY(preserveUnreadableHistory(file, now));
-}
+    void aFileInPlaceOfTheFolderIsAnEmptyConversation()
+    {
+        Files::create(m_home->path(QStringLiteral(".nelo")), "a file");
+        QCOMPARE(loadChatHistory(), QList<NeloChatMessage>());
+        QCOMPARE(Files::contentOf(m_home->path(QStringLiteral(".nelo"))), QByteArray("a file"));
+    }
+
+    void loadingLeavesABadFileAsItIs()
+    {
+        Files::create(neloChatHistoryURL(), "[{");
+        loadChatHistory();
+        QCOMPARE(Files::contentOf(neloChatHistoryURL()), QByteArray("[{"));
+        QCOMPARE(Files::names(m_home->path(QStringLiteral(".nelo"))), QStringList{fileName});
+    }
+
+    void theLast200RecordsAreKept_data()
+    {
+        QTest::addColumn<qsizetype>("count");
+        QTest::addColumn<qsizetype>("dropped");
+        QTest::newRow("none") << qsizetype(0) << qsizetype(0);
+        QTest::newRow("199") << qsizetype(199) << qsizetype(0);
+        QTest::newRow("200") << qsizetype(200) << qsizetype(0);
+        QTest::newRow("201") << qsizetype(201) << qsizetype(1);
+        QTest::newRow("500") << qsizetype(500) << qsizetype(300);
+    }
+
+    void theLast200RecordsAreKept()
+    {
+        QFETCH(qsizetype, count);
+        QFETCH(qsizetype, dropped);
+        QList<NeloChatMessage> messages = numbered(count);
+        capChatHistory(messages);
+        QCOMPARE(messages, numbered(count).mid(dropped));
+    }
+
+    void aBadFileIsCopiedAsideOnce()
+    {
+        const QByteArray bad = R"([{"role":"user")";
+        Files::create(neloChatHistoryURL(), bad);
+        QVERIFY(preserveUnreadableHistory(neloChatHistoryURL(), now));
+        QCOMPARE(Files::names(m_home->path(QStringLiteral(".nelo"))), (QStringList{fileName, copyName}));
+        QCOMPARE(Files::contentOf(neloChatHistoryURL()), bad);
+        QCOMPARE(Files::contentOf(m_home->path(QStringLiteral(".nelo/") + copyName)), bad);
+        QCOMPARE(Files::mode(m_home->path(QStringLiteral(".nelo/") + copyName)), 0600);
+    }
+
+    void anEmptyFileIsCopiedAsideToo()
+    {
+        Files::create(neloChatHistoryURL(), "");
+        QVERIFY(preserveUnreadableHistory(neloChatHistoryURL(), now));
+        QCOMPARE(Files::names(m_home->path(QStringLiteral(".nelo"))), (QStringList{fileName, copyName}));
+    }
+
+    void aFileThatMayNotBeReadIsMovedAside()
+    {
+        // Looking into one's own memory fails for everybody, the superuser too.
+        QVERIFY(QFile::link(QStringLiteral("/proc/self/mem"), neloChatHistoryURL()));
+        QVERIFY(preserveUnreadableHistory(neloChatHistoryURL(), now));
+        QCOMPARE(Files::names(m_home->path(QStringLiteral(".nelo"))), QStringList{copyName});
+    }
+
+    void onlyAFileThatCannotBeUsedIsUnreadable()
+    {
+        QVERIFY(!loadChatHistoryFile().isUnreadable); // there is none
+        Files::create(neloChatHistoryURL(), encodeChatMessages(numbered(3)));
+        QVERIFY(!loadChatHistoryFile().isUnreadable);
+        Files::create(neloChatHistoryURL(), "[{");
+        QVERIFY(loadChatHistoryFile().isUnreadable);
+        QVERIFY(QFile::remove(neloChatHistoryURL()));
+        QVERIFY(QFile::link(QStringLiteral("/proc/self/mem"), neloChatHistoryURL()));
+        QVERIFY(loadChatHistoryFile().isUnreadable);
+        QVERIFY(QFile::remove(neloChatHistoryURL()));
+        QVERIFY(QDir().mkpath(neloChatHistoryURL()));
+        QVERIFY(!loadChatHistoryFile().isUnreadable);
+    }
+
+    void noFileIsNotCopied_data()
+    {
+        QTest::addColumn<bool>("folderInPlace");
+        QTest::newRow("nothing there") << false;
+        QTest::newRow("a folder there") << true;
+    }
+
+    void noFileIsNotCopied()
+    {
+        QFETCH(bool, folderInPlace);
+        if (folderInPlace)
+            QVERIFY(QDir().mkpath(neloChatHistoryURL()));
+        QVERIFY(preserveUnreadableHistory(neloChatHistoryURL(), now));
+        QCOMPARE(Files::names(m_home->path(QStringLiteral(".nelo"))),
+                 folderInPlace ? QStringList{fileName} : QStringList());
+    }
+
+    void anEarlierCopyIsNotReplaced()
+    {
+        Files::create(m_home->path(QStringLiteral(".nelo/") + copyName), "the earlier copy");
+        Files::create(neloChatHistoryURL(), "bad");
+        QVERIFY(!preserveUnreadableHistory(neloChatHistoryURL(), now));
+        QCOMPARE(Files::contentOf(m_home->path(QStringLiteral(".nelo/") + copyName)), QByteArray("the earlier copy"));
+        QVERIFY(preserveUnreadableHistory(neloChatHistoryURL(), now.addSecs(1)));
+    }
+
+    void aBadFileThatCannotBeCopiedIsNotToBeReplaced()
+    {
+        const SmallDisk disk;
+        const QString file = disk.path(fileName);
+        Files::create(file, QByteArray(10'000, '['));
+        disk.fill(4096);
+        QVERIFY(!preserveUnreadableHistory(file, now));
+        QCOMPARE(Files::contentOf(file), QByteArray(10'000, '['));
+        disk.empty();
+        QVERIFY(preserveUnreadableHistory(file, now));
+    }
+
+private:
+    std::unique_ptr<TestHome> m_home;
+};
 
 int main(int argc, char** argv)
 {

@@ -12,30 +12,6 @@
 
 #include <sys/stat.h>
 
-/// The chat's diagnostics log.
-class TestChatLog final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void cleanup();
-    void theFirstEntryMakesFolderAndFile();
-    void entriesAreLinesInOrderWithTheirTime();
-    void anEntryIsWrittenAsItIs_data();
-    void anEntryIsWrittenAsItIs();
-    void theFileIsPrivateUnderAnyUmask();
-    void aFileThatIsThereOnlyGrows();
-    void theFileMayBeMovedAwayBetweenEntries();
-    void anEntryThatCannotBeWrittenIsDropped_data();
-    void anEntryThatCannotBeWrittenIsDropped();
-    void aReadOnlyLogStaysAsItIs();
-    void aFullDiskCostsEntriesOnly();
-
-private:
-    std::unique_ptr<TestHome> m_home;
-};
-
 namespace {
 
 /// A line of the log without its time, which has been checked; a null text when it has not the form of an entry.
@@ -51,128 +27,135 @@ QString messageOf(const QByteArray& line)
 
 } // namespace
 
-void TestChatLog::init()
+/// The chat's diagnostics log.
+class TestChatLog final : public QObject
 {
-    failOnUnexpectedWarning();
-    m_home = std::make_unique<TestHome>();
-}
+    Q_OBJECT
 
-void TestChatLog::cleanup()
-{
-    m_home.reset();
-}
+private slots:
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_home = std::make_unique<TestHome>();
+    }
 
-void TestChatLog::theFirstEntryMakesFolderAndFile()
-{
-    QCOMPARE(neloChatLogURL(), m_home->path(QStringLiteral(".nelo/menubar_chat.log")));
-    QVERIFY(QDir(m_home->path()).rmdir(QStringLiteral(".nelo")));
-    neloChatLog(QStringLiteral("send triggered"));
-    QCOMPARE(Files::names(m_home->path(QStringLiteral(".nelo"))), QStringList{QStringLiteral("menubar_chat.log")});
-    QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), QStringLiteral("send triggered"));
-}
+    void cleanup() { m_home.reset(); }
 
-void TestChatLog::entriesAreLinesInOrderWithTheirTime()
-{
-    neloChatLog(QStringLiteral("one"));
-    neloChatLog(QStringLiteral("two"));
-    QFile log(neloChatLogURL());
-    QVERIFY(log.open(QFile::ReadOnly));
-    QCOMPARE(messageOf(log.readLine()), QStringLiteral("one"));
-    QCOMPARE(messageOf(log.readLine()), QStringLiteral("two"));
-    QVERIFY(log.atEnd());
-}
+    void theFirstEntryMakesFolderAndFile()
+    {
+        QCOMPARE(neloChatLogURL(), m_home->path(QStringLiteral(".nelo/menubar_chat.log")));
+        QVERIFY(QDir(m_home->path()).rmdir(QStringLiteral(".nelo")));
+        neloChatLog(QStringLiteral("send triggered"));
+        QCOMPARE(Files::names(m_home->path(QStringLiteral(".nelo"))), QStringList{QStringLiteral("menubar_chat.log")});
+        QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), QStringLiteral("send triggered"));
+    }
 
-void TestChatLog::anEntryIsWrittenAsItIs_data()
-{
-    QTest::addColumn<QString>("message");
-    QTest::newRow("several lines") << QStringLiteral("HTTP 500\n<html>\n</html>");
-    QTest::newRow("Chinese and an emoji") << QStringLiteral("你好 👋");
-    QTest::newRow("a zero character") << QStringLiteral("a") + QChar(0) + QStringLiteral("b");
-    QTest::newRow("what looks like an argument") << QStringLiteral("%1 %s %n");
-    QTest::newRow("2 MB, unshortened") << QString(2'000'000, QLatin1Char('x'));
-}
+    void entriesAreLinesInOrderWithTheirTime()
+    {
+        neloChatLog(QStringLiteral("one"));
+        neloChatLog(QStringLiteral("two"));
+        QFile log(neloChatLogURL());
+        QVERIFY(log.open(QFile::ReadOnly));
+        QCOMPARE(messageOf(log.readLine()), QStringLiteral("one"));
+        QCOMPARE(messageOf(log.readLine()), QStringLiteral("two"));
+        QVERIFY(log.atEnd());
+    }
 
-void TestChatLog::anEntryIsWrittenAsItIs()
-{
-    QFETCH(QString, message);
-    neloChatLog(message);
-    QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), message);
-}
+    void anEntryIsWrittenAsItIs_data()
+    {
+        QTest::addColumn<QString>("message");
+        QTest::newRow("several lines") << QStringLiteral("HTTP 500\n<html>\n</html>");
+        QTest::newRow("Chinese and an emoji") << QStringLiteral("你好 👋");
+        QTest::newRow("a zero character") << QStringLiteral("a") + QChar(0) + QStringLiteral("b");
+        QTest::newRow("what looks like an argument") << QStringLiteral("%1 %s %n");
+        QTest::newRow("2 MB, unshortened") << QString(2'000'000, QLatin1Char('x'));
+    }
 
-void TestChatLog::theFileIsPrivateUnderAnyUmask()
-{
-    const mode_t before = umask(0);
-    neloChatLog(QStringLiteral("one"));
-    const int mode = Files::mode(neloChatLogURL());
-    umask(before);
-    QCOMPARE(mode, 0600);
-}
+    void anEntryIsWrittenAsItIs()
+    {
+        QFETCH(QString, message);
+        neloChatLog(message);
+        QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), message);
+    }
 
-void TestChatLog::aFileThatIsThereOnlyGrows()
-{
-    Files::create(neloChatLogURL(), "what was there");
-    chmod(QFile::encodeName(neloChatLogURL()).constData(), 0644);
-    neloChatLog(QStringLiteral("one"));
-    const QByteArray content = Files::contentOf(neloChatLogURL());
-    QVERIFY(content.startsWith("what was there["));
-    QVERIFY(content.endsWith("] one\n"));
-    QCOMPARE(Files::mode(neloChatLogURL()), 0644);
-}
+    void theFileIsPrivateUnderAnyUmask()
+    {
+        const mode_t before = umask(0);
+        neloChatLog(QStringLiteral("one"));
+        const int mode = Files::mode(neloChatLogURL());
+        umask(before);
+        QCOMPARE(mode, 0600);
+    }
 
-void TestChatLog::theFileMayBeMovedAwayBetweenEntries()
-{
-    neloChatLog(QStringLiteral("one"));
-    QVERIFY(QFile::rename(neloChatLogURL(), neloChatLogURL() + QStringLiteral(".1")));
-    neloChatLog(QStringLiteral("two"));
-    QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), QStringLiteral("two"));
-}
+    void aFileThatIsThereOnlyGrows()
+    {
+        Files::create(neloChatLogURL(), "what was there");
+        chmod(QFile::encodeName(neloChatLogURL()).constData(), 0644);
+        neloChatLog(QStringLiteral("one"));
+        const QByteArray content = Files::contentOf(neloChatLogURL());
+        QVERIFY(content.startsWith("what was there["));
+        QVERIFY(content.endsWith("] one\n"));
+        QCOMPARE(Files::mode(neloChatLogURL()), 0644);
+    }
 
-void TestChatLog::anEntryThatCannotBeWrittenIsDropped_data()
-{
-    QTest::addColumn<QString>("inPlace");
-    QTest::newRow("a folder in place of the log") << QStringLiteral("folder");
-    QTest::newRow("a pipe that nobody reads") << QStringLiteral("pipe");
-    QTest::newRow("a file in place of the folder") << QStringLiteral("file");
-}
+    void theFileMayBeMovedAwayBetweenEntries()
+    {
+        neloChatLog(QStringLiteral("one"));
+        QVERIFY(QFile::rename(neloChatLogURL(), neloChatLogURL() + QStringLiteral(".1")));
+        neloChatLog(QStringLiteral("two"));
+        QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), QStringLiteral("two"));
+    }
 
-void TestChatLog::anEntryThatCannotBeWrittenIsDropped()
-{
-    QFETCH(QString, inPlace);
-    if (inPlace == QStringLiteral("folder"))
-        QVERIFY(QDir().mkpath(neloChatLogURL()));
-    else if (inPlace == QStringLiteral("pipe"))
-        QCOMPARE(mkfifo(QFile::encodeName(neloChatLogURL()).constData(), 0600), 0);
-    else
-        Files::create(m_home->path(QStringLiteral(".nelo")), "a file");
-    const QStringList before = Files::names(m_home->path());
-    neloChatLog(QStringLiteral("one"));
-    QCOMPARE(Files::names(m_home->path()), before);
-    QVERIFY(!QFileInfo(neloChatLogURL()).isFile());
-}
+    void anEntryThatCannotBeWrittenIsDropped_data()
+    {
+        QTest::addColumn<QString>("inPlace");
+        QTest::newRow("a folder in place of the log") << QStringLiteral("folder");
+        QTest::newRow("a pipe that nobody reads") << QStringLiteral("pipe");
+        QTest::newRow("a file in place of the folder") << QStringLiteral("file");
+    }
 
-void TestChatLog::aReadOnlyLogStaysAsItIs()
-{
-    const SmallDisk disk;
-    qputenv("HOME", QFile::encodeName(disk.path()));
-    neloChatLog(QStringLiteral("one"));
-    const QByteArray before = Files::contentOf(neloChatLogURL());
-    disk.makeReadOnly();
-    neloChatLog(QStringLiteral("two"));
-    QCOMPARE(Files::contentOf(neloChatLogURL()), before);
-}
+    void anEntryThatCannotBeWrittenIsDropped()
+    {
+        QFETCH(QString, inPlace);
+        if (inPlace == QStringLiteral("folder"))
+            QVERIFY(QDir().mkpath(neloChatLogURL()));
+        else if (inPlace == QStringLiteral("pipe"))
+            QCOMPARE(mkfifo(QFile::encodeName(neloChatLogURL()).constData(), 0600), 0);
+        else
+            Files::create(m_home->path(QStringLiteral(".nelo")), "a file");
+        const QStringList before = Files::names(m_home->path());
+        neloChatLog(QStringLiteral("one"));
+        QCOMPARE(Files::names(m_home->path()), before);
+        QVERIFY(!QFileInfo(neloChatLogURL()).isFile());
+    }
 
-void TestChatLog::aFullDiskCostsEntriesOnly()
-{
-    const SmallDisk disk;
-    qputenv("HOME", QFile::encodeName(disk.path()));
-    neloChatLogURL(); // makes the folder
-    disk.fill();
-    neloChatLog(QStringLiteral("dropped"));
-    QCOMPARE(Files::names(disk.path(QStringLiteral(".nelo"))), QStringList());
-    disk.empty();
-    neloChatLog(QStringLiteral("kept"));
-    QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), QStringLiteral("kept"));
-}
+    void aReadOnlyLogStaysAsItIs()
+    {
+        const SmallDisk disk;
+        qputenv("HOME", QFile::encodeName(disk.path()));
+        neloChatLog(QStringLiteral("one"));
+        const QByteArray before = Files::contentOf(neloChatLogURL());
+        disk.makeReadOnly();
+        neloChatLog(QStringLiteral("two"));
+        QCOMPARE(Files::contentOf(neloChatLogURL()), before);
+    }
+
+    void aFullDiskCostsEntriesOnly()
+    {
+        const SmallDisk disk;
+        qputenv("HOME", QFile::encodeName(disk.path()));
+        neloChatLogURL(); // makes the folder
+        disk.fill();
+        neloChatLog(QStringLiteral("dropped"));
+        QCOMPARE(Files::names(disk.path(QStringLiteral(".nelo"))), QStringList());
+        disk.empty();
+        neloChatLog(QStringLiteral("kept"));
+        QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), QStringLiteral("kept"));
+    }
+
+private:
+    std::unique_ptr<TestHome> m_home;
+};
 
 int main(int argc, char** argv)
 {

@@ -14,11 +14,53 @@ class TestChatService final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void theNetworkLibraryComesWithTheService();
-    void aMissingLibraryIsAFailure_data();
-    void aMissingLibraryIsAFailure();
-    void theLibraryOfAnotherVersionIsAFailure();
+    void init() { failOnUnexpectedWarning(); }
+
+    void theNetworkLibraryComesWithTheService()
+    {
+        const TestHome home;
+        QVERIFY(!hasNetworkLibrary());
+        const std::unique_ptr<ChatService> service = loadChatService();
+        QVERIFY(hasNetworkLibrary());
+
+        qputenv("NELO_OPENAI_BASE_URL", "no URL at all");
+        QVERIFY(ask(*service) == ChatOutcome(NeloChatError{u"invalid URL"_s})); // the real one's answer
+        qunsetenv("NELO_OPENAI_BASE_URL");
+    }
+
+    void aMissingLibraryIsAFailure_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::newRow("no file") << u"/no/such/library.so"_s;
+        QTest::newRow("no library") << u"/etc/passwd"_s;
+    }
+
+    void aMissingLibraryIsAFailure()
+    {
+        QFETCH(QString, file);
+        const std::unique_ptr<ChatService> service = loadChatService(file);
+        const ChatOutcome outcome = ask(*service);
+        const auto* failure = std::get_if<NeloChatError>(&outcome);
+        QVERIFY(failure);
+        QVERIFY(failure->message.startsWith(u"The network part of the chat cannot be loaded: "_s));
+    }
+
+    void theLibraryOfAnotherVersionIsAFailure()
+    {
+        const QByteArray version(NELO_VERSION);
+        QByteArray content = Files::contentOf(installedLibrary());
+        content.replace("nelo.ChatServiceFactory/" + version,
+                        "nelo.ChatServiceFactory/" + QByteArray(version.size(), '9'));
+        QVERIFY(content != Files::contentOf(installedLibrary()));
+        const QTemporaryDir folder;
+        const QString upgraded = folder.filePath(u"nelo_chat_client.so"_s);
+        Files::create(upgraded, content);
+
+        const std::unique_ptr<ChatService> service = loadChatService(upgraded);
+        const NeloChatError failure{u"The network part of the chat is that of another version. "
+                                    "Please quit Nelo and start it again."_s};
+        QVERIFY(ask(*service) == ChatOutcome(failure));
+    }
 
 private:
     static bool hasNetworkLibrary() { return Files::contentOf(u"/proc/self/maps"_s).contains("Qt6Network"); }
@@ -34,56 +76,6 @@ private:
         return result.value_or(ChatText{u"no outcome"_s});
     }
 };
-
-void TestChatService::init()
-{
-    failOnUnexpectedWarning();
-}
-
-void TestChatService::theNetworkLibraryComesWithTheService()
-{
-    const TestHome home;
-    QVERIFY(!hasNetworkLibrary());
-    const std::unique_ptr<ChatService> service = loadChatService();
-    QVERIFY(hasNetworkLibrary());
-
-    qputenv("NELO_OPENAI_BASE_URL", "no URL at all");
-    QVERIFY(ask(*service) == ChatOutcome(NeloChatError{u"invalid URL"_s})); // the real one's answer
-    qunsetenv("NELO_OPENAI_BASE_URL");
-}
-
-void TestChatService::aMissingLibraryIsAFailure_data()
-{
-    QTest::addColumn<QString>("file");
-    QTest::newRow("no file") << u"/no/such/library.so"_s;
-    QTest::newRow("no library") << u"/etc/passwd"_s;
-}
-
-void TestChatService::aMissingLibraryIsAFailure()
-{
-    QFETCH(QString, file);
-    const std::unique_ptr<ChatService> service = loadChatService(file);
-    const ChatOutcome outcome = ask(*service);
-    const auto* failure = std::get_if<NeloChatError>(&outcome);
-    QVERIFY(failure);
-    QVERIFY(failure->message.startsWith(u"The network part of the chat cannot be loaded: "_s));
-}
-
-void TestChatService::theLibraryOfAnotherVersionIsAFailure()
-{
-    const QByteArray version(NELO_VERSION);
-    QByteArray content = Files::contentOf(installedLibrary());
-    content.replace("nelo.ChatServiceFactory/" + version, "nelo.ChatServiceFactory/" + QByteArray(version.size(), '9'));
-    QVERIFY(content != Files::contentOf(installedLibrary()));
-    const QTemporaryDir folder;
-    const QString upgraded = folder.filePath(u"nelo_chat_client.so"_s);
-    Files::create(upgraded, content);
-
-    const std::unique_ptr<ChatService> service = loadChatService(upgraded);
-    const NeloChatError failure{u"The network part of the chat is that of another version. "
-                                "Please quit Nelo and start it again."_s};
-    QVERIFY(ask(*service) == ChatOutcome(failure));
-}
 
 QTEST_GUILESS_MAIN(TestChatService)
 #include "TestChatService.moc"

@@ -8,26 +8,6 @@
 #include <QJsonObject>
 #include <QTest>
 
-/// The record of the conversation and its form in the history file.
-class TestNeloChatMessage final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void aRecordOfNowCarriesTheTime();
-    void theListIsOneCompactArray();
-    void noRecordsAreAnEmptyArray();
-    void anyTextComesBackAsItWas_data();
-    void anyTextComesBackAsItWas();
-    void decodesWhatIsAListOfRecords_data();
-    void decodesWhatIsAListOfRecords();
-    void refusesTheWholeListForOneBadElement_data();
-    void refusesTheWholeListForOneBadElement();
-    void refusesAListThatIsCutAnywhere();
-    void aLongListComesBackInOrder();
-};
-
 namespace {
 
 const QByteArray goodElement = R"({"role":"user","content":"hi","createdAt":"2025-01-01T00:00:00Z"})";
@@ -40,154 +20,156 @@ NeloChatMessage messageOf(const QString& content)
 
 } // namespace
 
-void TestNeloChatMessage::init()
+/// The record of the conversation and its form in the history file.
+class TestNeloChatMessage final : public QObject
 {
-    failOnUnexpectedWarning();
-}
+    Q_OBJECT
 
-void TestNeloChatMessage::aRecordOfNowCarriesTheTime()
-{
-    const QDateTime before = QDateTime::fromSecsSinceEpoch(QDateTime::currentSecsSinceEpoch(), Qt::UTC);
-    const NeloChatMessage message = NeloChatMessage::now(QStringLiteral("user"), QStringLiteral("hi"));
-    const QDateTime after = QDateTime::currentDateTimeUtc();
-    QCOMPARE(message.role, QStringLiteral("user"));
-    QCOMPARE(message.content, QStringLiteral("hi"));
-    static const QRegularExpression form(QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ$"));
-    QVERIFY2(form.match(message.createdAt).hasMatch(), qPrintable(message.createdAt));
-    const QDateTime created = QDateTime::fromString(message.createdAt, Qt::ISODate);
-    QVERIFY(before <= created && created <= after);
-}
+private slots:
+    void init() { failOnUnexpectedWarning(); }
 
-void TestNeloChatMessage::theListIsOneCompactArray()
-{
-    const QByteArray json = encodeChatMessages({goodMessage, messageOf(QStringLiteral("你好"))});
-    QVERIFY(json.startsWith("[{\"") && json.endsWith("\"}]"));
-    QVERIFY(!json.contains('\n') && !json.contains(' '));
-    const QJsonArray array = QJsonDocument::fromJson(json).array();
-    QCOMPARE(array.size(), 2);
-    const QJsonObject second{{QStringLiteral("role"), QStringLiteral("assistant")},
-                             {QStringLiteral("content"), QStringLiteral("你好")},
-                             {QStringLiteral("createdAt"), QStringLiteral("2025-01-31T09:30:00Z")}};
-    QCOMPARE(array[1].toObject(), second); // these keys and no other
-}
+    void aRecordOfNowCarriesTheTime()
+    {
+        const QDateTime before = QDateTime::fromSecsSinceEpoch(QDateTime::currentSecsSinceEpoch(), Qt::UTC);
+        const NeloChatMessage message = NeloChatMessage::now(QStringLiteral("user"), QStringLiteral("hi"));
+        const QDateTime after = QDateTime::currentDateTimeUtc();
+        QCOMPARE(message.role, QStringLiteral("user"));
+        QCOMPARE(message.content, QStringLiteral("hi"));
+        static const QRegularExpression form(QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ$"));
+        QVERIFY2(form.match(message.createdAt).hasMatch(), qPrintable(message.createdAt));
+        const QDateTime created = QDateTime::fromString(message.createdAt, Qt::ISODate);
+        QVERIFY(before <= created && created <= after);
+    }
 
-void TestNeloChatMessage::noRecordsAreAnEmptyArray()
-{
-    QCOMPARE(encodeChatMessages({}), QByteArray("[]"));
-}
+    void theListIsOneCompactArray()
+    {
+        const QByteArray json = encodeChatMessages({goodMessage, messageOf(QStringLiteral("你好"))});
+        QVERIFY(json.startsWith("[{\"") && json.endsWith("\"}]"));
+        QVERIFY(!json.contains('\n') && !json.contains(' '));
+        const QJsonArray array = QJsonDocument::fromJson(json).array();
+        QCOMPARE(array.size(), 2);
+        const QJsonObject second{{QStringLiteral("role"), QStringLiteral("assistant")},
+                                 {QStringLiteral("content"), QStringLiteral("你好")},
+                                 {QStringLiteral("createdAt"), QStringLiteral("2025-01-31T09:30:00Z")}};
+        QCOMPARE(array[1].toObject(), second); // these keys and no other
+    }
 
-void TestNeloChatMessage::anyTextComesBackAsItWas_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::newRow("an empty text") << QString();
-    QTest::newRow("lines and tabs") << QStringLiteral("one\r\n\ttwo\n");
-    QTest::newRow("quotes and backslashes") << QStringLiteral("\"\\\"/");
-    QTest::newRow("markup") << QStringLiteral("<b>&amp;</b>");
-    QTest::newRow("an emoji family") << QStringLiteral("👨‍👩‍👧‍👦");
-    QTest::newRow("bidirectional text") << QStringLiteral("abc \u202eשלום\u202c مرحبا");
-    QTest::newRow("combining marks") << QStringLiteral("e\u0301\u0323\u0308");
-    QTest::newRow("line and paragraph separators") << QStringLiteral("a\u2028b\u2029c");
-    QTest::newRow("a zero character") << QStringLiteral("a") + QChar(0) + QStringLiteral("b");
-    QTest::newRow("half a surrogate pair at the end") << QStringLiteral("a") + QChar(0xd83d);
-    QTest::newRow("half a surrogate pair inside") << QString(QChar(0xd83d)) + QStringLiteral("a");
-    QTest::newRow("a second half alone") << QString(QChar(0xde00)) + QStringLiteral("a");
-    QTest::newRow("a byte-order mark") << QString(QChar(0xfeff)) + QStringLiteral("a");
-    QTest::newRow("what is no character") << QString(QChar(0xffff));
-    QTest::newRow("1 MB") << QString(1'000'000, QLatin1Char('x'));
-}
+    void noRecordsAreAnEmptyArray() { QCOMPARE(encodeChatMessages({}), QByteArray("[]")); }
 
-void TestNeloChatMessage::anyTextComesBackAsItWas()
-{
-    QFETCH(QString, text);
-    const QList<NeloChatMessage> messages{{text, text, text}};
-    QCOMPARE(decodeChatMessages(encodeChatMessages(messages)), messages);
-}
+    void anyTextComesBackAsItWas_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("an empty text") << QString();
+        QTest::newRow("lines and tabs") << QStringLiteral("one\r\n\ttwo\n");
+        QTest::newRow("quotes and backslashes") << QStringLiteral("\"\\\"/");
+        QTest::newRow("markup") << QStringLiteral("<b>&amp;</b>");
+        QTest::newRow("an emoji family") << QStringLiteral("👨‍👩‍👧‍👦");
+        QTest::newRow("bidirectional text") << QStringLiteral("abc \u202eשלום\u202c مرحبا");
+        QTest::newRow("combining marks") << QStringLiteral("e\u0301\u0323\u0308");
+        QTest::newRow("line and paragraph separators") << QStringLiteral("a\u2028b\u2029c");
+        QTest::newRow("a zero character") << QStringLiteral("a") + QChar(0) + QStringLiteral("b");
+        QTest::newRow("half a surrogate pair at the end") << QStringLiteral("a") + QChar(0xd83d);
+        QTest::newRow("half a surrogate pair inside") << QString(QChar(0xd83d)) + QStringLiteral("a");
+        QTest::newRow("a second half alone") << QString(QChar(0xde00)) + QStringLiteral("a");
+        QTest::newRow("a byte-order mark") << QString(QChar(0xfeff)) + QStringLiteral("a");
+        QTest::newRow("what is no character") << QString(QChar(0xffff));
+        QTest::newRow("1 MB") << QString(1'000'000, QLatin1Char('x'));
+    }
 
-void TestNeloChatMessage::decodesWhatIsAListOfRecords_data()
-{
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<qsizetype>("count");
-    QTest::newRow("an empty array") << QByteArray("[]") << qsizetype(0);
-    QTest::newRow("one record") << '[' + goodElement + ']' << qsizetype(1);
-    QTest::newRow("pretty-printed") << " [\n " + goodElement + ",\n " + goodElement + "\n]\n" << qsizetype(2);
-    QTest::newRow("a byte-order mark before it") << "\xef\xbb\xbf[" + goodElement + ']' << qsizetype(1);
-    QTest::newRow("other keys") << QByteArray(
-        R"([{"id":7,"role":"user","tags":[{}],"content":"hi","createdAt":"2025-01-01T00:00:00Z","x":null}])")
-                                << qsizetype(1);
-    QTest::newRow("keys in another order")
-        << QByteArray(R"([{"createdAt":"2025-01-01T00:00:00Z","content":"hi","role":"user"}])") << qsizetype(1);
-    QTest::newRow("escaped characters") << QByteArray(
-        R"([{"role":"\u0075ser","content":"h\u0069","createdAt":"2025-01-01T00:00:00Z"}])")
-                                        << qsizetype(1);
-    QTest::newRow("the last of two equal keys counts")
-        << QByteArray(R"([{"role":"assistant","role":"user","content":"hi","createdAt":"2025-01-01T00:00:00Z"}])")
-        << qsizetype(1);
-}
+    void anyTextComesBackAsItWas()
+    {
+        QFETCH(QString, text);
+        const QList<NeloChatMessage> messages{{text, text, text}};
+        QCOMPARE(decodeChatMessages(encodeChatMessages(messages)), messages);
+    }
 
-void TestNeloChatMessage::decodesWhatIsAListOfRecords()
-{
-    QFETCH(QByteArray, json);
-    QFETCH(qsizetype, count);
-    QCOMPARE(decodeChatMessages(json), QList<NeloChatMessage>(count, goodMessage));
-}
+    void decodesWhatIsAListOfRecords_data()
+    {
+        QTest::addColumn<QByteArray>("json");
+        QTest::addColumn<qsizetype>("count");
+        QTest::newRow("an empty array") << QByteArray("[]") << qsizetype(0);
+        QTest::newRow("one record") << '[' + goodElement + ']' << qsizetype(1);
+        QTest::newRow("pretty-printed") << " [\n " + goodElement + ",\n " + goodElement + "\n]\n" << qsizetype(2);
+        QTest::newRow("a byte-order mark before it") << "\xef\xbb\xbf[" + goodElement + ']' << qsizetype(1);
+        QTest::newRow("other keys") << QByteArray(
+            R"([{"id":7,"role":"user","tags":[{}],"content":"hi","createdAt":"2025-01-01T00:00:00Z","x":null}])")
+                                    << qsizetype(1);
+        QTest::newRow("keys in another order")
+            << QByteArray(R"([{"createdAt":"2025-01-01T00:00:00Z","content":"hi","role":"user"}])") << qsizetype(1);
+        QTest::newRow("escaped characters")
+            << QByteArray(R"([{"role":"\u0075ser","content":"h\u0069","createdAt":"2025-01-01T00:00:00Z"}])")
+            << qsizetype(1);
+        QTest::newRow("the last of two equal keys counts")
+            << QByteArray(R"([{"role":"assistant","role":"user","content":"hi","createdAt":"2025-01-01T00:00:00Z"}])")
+            << qsizetype(1);
+    }
 
-void TestNeloChatMessage::refusesTheWholeListForOneBadElement_data()
-{
-    QTest::addColumn<QByteArray>("json");
-    const auto withGoodOnes = [](const QByteArray& element) {
-        return '[' + goodElement + ',' + element + ',' + goodElement + ']';
-    };
-    QTest::newRow("no bytes") << QByteArray();
-    QTest::newRow("only blanks") << QByteArray(" \n");
-    QTest::newRow("null") << QByteArray("null");
-    QTest::newRow("an object instead of the array") << goodElement;
-    QTest::newRow("text") << QByteArray("hello");
-    QTest::newRow("something after the array") << '[' + goodElement + "] x";
-    QTest::newRow("a comma after the last element") << '[' + goodElement + ",]";
-    QTest::newRow("no role") << withGoodOnes(R"({"content":"x","createdAt":"x"})");
-    QTest::newRow("no content") << withGoodOnes(R"({"role":"x","createdAt":"x"})");
-    QTest::newRow("no createdAt") << withGoodOnes(R"({"role":"x","content":"x"})");
-    QTest::newRow("a key in other letters") << withGoodOnes(R"({"Role":"x","content":"x","createdAt":"x"})");
-    QTest::newRow("a number for role") << withGoodOnes(R"({"role":1,"content":"x","createdAt":"x"})");
-    QTest::newRow("null for content") << withGoodOnes(R"({"role":"x","content":null,"createdAt":"x"})");
-    QTest::newRow("a list for content") << withGoodOnes(R"({"role":"x","content":["x"],"createdAt":"x"})");
-    QTest::newRow("a boolean for createdAt") << withGoodOnes(R"({"role":"x","content":"x","createdAt":true})");
-    QTest::newRow("an escape that JSON does not know")
-        << withGoodOnes(R"({"role":"x","content":"\x41","createdAt":"x"})");
-    QTest::newRow("a byte that is no UTF-8 behind a backslash")
-        << withGoodOnes("{\"role\":\"x\",\"content\":\"\\\xe5\",\"createdAt\":\"x\"}");
-    QTest::newRow("a string among the objects") << withGoodOnes("\"x\"");
-    QTest::newRow("a list among the objects") << withGoodOnes("[]");
-    QTest::newRow("an empty object") << withGoodOnes("{}");
-    QTest::newRow("bytes that are not UTF-8")
-        << QByteArray("[{\"role\":\"\xff\",\"content\":\"\",\"createdAt\":\"\"}]");
-    QTest::newRow("half a character") << QByteArray("[{\"role\":\"\xe4\xbd\",\"content\":\"\",\"createdAt\":\"\"}]");
-    QTest::newRow("UTF-16") << QByteArray("\xff\xfe[\0]\0", 6);
-    QTest::newRow("a zero byte after it") << QByteArray("[]\0", 3);
-    QTest::newRow("100,000 brackets") << QByteArray(100'000, '[');
-}
+    void decodesWhatIsAListOfRecords()
+    {
+        QFETCH(QByteArray, json);
+        QFETCH(qsizetype, count);
+        QCOMPARE(decodeChatMessages(json), QList<NeloChatMessage>(count, goodMessage));
+    }
 
-void TestNeloChatMessage::refusesTheWholeListForOneBadElement()
-{
-    QFETCH(QByteArray, json);
-    QCOMPARE(decodeChatMessages(json), std::nullopt);
-}
+    void refusesTheWholeListForOneBadElement_data()
+    {
+        QTest::addColumn<QByteArray>("json");
+        const auto withGoodOnes = [](const QByteArray& element) {
+            return '[' + goodElement + ',' + element + ',' + goodElement + ']';
+        };
+        QTest::newRow("no bytes") << QByteArray();
+        QTest::newRow("only blanks") << QByteArray(" \n");
+        QTest::newRow("null") << QByteArray("null");
+        QTest::newRow("an object instead of the array") << goodElement;
+        QTest::newRow("text") << QByteArray("hello");
+        QTest::newRow("something after the array") << '[' + goodElement + "] x";
+        QTest::newRow("a comma after the last element") << '[' + goodElement + ",]";
+        QTest::newRow("no role") << withGoodOnes(R"({"content":"x","createdAt":"x"})");
+        QTest::newRow("no content") << withGoodOnes(R"({"role":"x","createdAt":"x"})");
+        QTest::newRow("no createdAt") << withGoodOnes(R"({"role":"x","content":"x"})");
+        QTest::newRow("a key in other letters") << withGoodOnes(R"({"Role":"x","content":"x","createdAt":"x"})");
+        QTest::newRow("a number for role") << withGoodOnes(R"({"role":1,"content":"x","createdAt":"x"})");
+        QTest::newRow("null for content") << withGoodOnes(R"({"role":"x","content":null,"createdAt":"x"})");
+        QTest::newRow("a list for content") << withGoodOnes(R"({"role":"x","content":["x"],"createdAt":"x"})");
+        QTest::newRow("a boolean for createdAt") << withGoodOnes(R"({"role":"x","content":"x","createdAt":true})");
+        QTest::newRow("an escape that JSON does not know")
+            << withGoodOnes(R"({"role":"x","content":"\x41","createdAt":"x"})");
+        QTest::newRow("a byte that is no UTF-8 behind a backslash")
+            << withGoodOnes("{\"role\":\"x\",\"content\":\"\\\xe5\",\"createdAt\":\"x\"}");
+        QTest::newRow("a string among the objects") << withGoodOnes("\"x\"");
+        QTest::newRow("a list among the objects") << withGoodOnes("[]");
+        QTest::newRow("an empty object") << withGoodOnes("{}");
+        QTest::newRow("bytes that are not UTF-8")
+            << QByteArray("[{\"role\":\"\xff\",\"content\":\"\",\"createdAt\":\"\"}]");
+        QTest::newRow("half a character")
+            << QByteArray("[{\"role\":\"\xe4\xbd\",\"content\":\"\",\"createdAt\":\"\"}]");
+        QTest::newRow("UTF-16") << QByteArray("\xff\xfe[\0]\0", 6);
+        QTest::newRow("a zero byte after it") << QByteArray("[]\0", 3);
+        QTest::newRow("100,000 brackets") << QByteArray(100'000, '[');
+    }
 
-void TestNeloChatMessage::refusesAListThatIsCutAnywhere()
-{
-    const QByteArray whole = encodeChatMessages({goodMessage, messageOf(QStringLiteral("你好 👋"))});
-    QVERIFY(decodeChatMessages(whole));
-    for (qsizetype length = 0; length < whole.size(); ++length)
-        QVERIFY2(!decodeChatMessages(whole.first(length)), qPrintable(QString::number(length)));
-}
+    void refusesTheWholeListForOneBadElement()
+    {
+        QFETCH(QByteArray, json);
+        QCOMPARE(decodeChatMessages(json), std::nullopt);
+    }
 
-void TestNeloChatMessage::aLongListComesBackInOrder()
-{
-    QList<NeloChatMessage> messages;
-    for (int index = 0; index < 20'000; ++index)
-        messages.append(messageOf(QString::number(index)));
-    QCOMPARE(decodeChatMessages(encodeChatMessages(messages)), messages);
-}
+    void refusesAListThatIsCutAnywhere()
+    {
+        const QByteArray whole = encodeChatMessages({goodMessage, messageOf(QStringLiteral("你好 👋"))});
+        QVERIFY(decodeChatMessages(whole));
+        for (qsizetype length = 0; length < whole.size(); ++length)
+            QVERIFY2(!decodeChatMessages(whole.first(length)), qPrintable(QString::number(length)));
+    }
+
+    void aLongListComesBackInOrder()
+    {
+        QList<NeloChatMessage> messages;
+        for (int index = 0; index < 20'000; ++index)
+            messages.append(messageOf(QString::number(index)));
+        QCOMPARE(decodeChatMessages(encodeChatMessages(messages)), messages);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestNeloChatMessage)
 #include "TestNeloChatMessage.moc"

@@ -19,11 +19,67 @@ class TestBubble final : public QObject
 private slots:
     void init() { failOnUnexpectedWarning(); }
 
-    void laysOutWhatIsInSightOnly();
-    void layingOutAgainMovesNothing();
-    void dropsWhatIsOutOfSight_data();
-    void dropsWhatIsOutOfSight();
-    void drawsTheSelectionWhereItIs();
+    void laysOutWhatIsInSightOnly()
+    {
+        Bubble bubble = longText();
+        const int middle = bubble.height() / 2;
+        QVERIFY(!hasText(drawn(bubble, middle)));
+
+        const int moved = bubble.layOut(middle, middle + 100);
+        QVERIFY(hasText(drawn(bubble, middle + moved)));
+        QVERIFY(!hasText(drawn(bubble, 0)));
+        QVERIFY(!hasText(drawn(bubble, bubble.height() - 100)));
+    }
+
+    void layingOutAgainMovesNothing()
+    {
+        Bubble bubble = longText();
+        const int middle = bubble.height() / 2;
+        const int moved = bubble.layOut(middle, middle + 100);
+        const int height = bubble.height();
+        QCOMPARE(bubble.layOut(middle + moved, middle + moved + 100), 0);
+        QCOMPARE(bubble.height(), height);
+    }
+
+    void dropsWhatIsOutOfSight_data()
+    {
+        QTest::addColumn<double>("place"); // of what is in sight: 0 is the top, 1 the bottom
+        QTest::newRow("at its top") << 0.0;
+        QTest::newRow("in its middle") << 0.5;
+        QTest::newRow("at its bottom") << 1.0;
+    }
+
+    void dropsWhatIsOutOfSight()
+    {
+        QFETCH(double, place);
+        Bubble bubble = longText();
+        bubble.layOut(0, bubble.height() * 2);
+        const int end = bubble.height() - 100;
+        const int inSight = static_cast<int>(place * end);
+
+        QVERIFY(bubble.dropLayoutsOutside(inSight, inSight + 100));
+        for (const int top : {0, end / 2, end})
+            QCOMPARE(hasText(drawn(bubble, top)), top == inSight);
+        QVERIFY(!bubble.dropLayoutsOutside(bubble.height(),
+                                           bubble.height() + 100)); // what begins where it ends is beside it
+        QVERIFY(!hasText(drawn(bubble, inSight)));
+    }
+
+    void drawsTheSelectionWhereItIs()
+    {
+        Bubble bubble = longText();
+        bubble.layOut(0, bubble.height() * 2);
+        const qsizetype position = bubble.text().size() / 2;
+        const TextRange line = bubble.lineAt(position);
+        const QRectF caret = bubble.caretRect(line.start);
+        const int top = static_cast<int>(caret.top()) - 50;
+
+        const QImage image = drawn(bubble, top, line);
+        const auto colorAt = [&image](double y) { return image.pixelColor(0, static_cast<int>(y)); };
+        QCOMPARE(colorAt(50 + 1), QColor(Qt::red)); // above the letters
+        QCOMPARE(colorAt(50 - caret.height() + 1), QColor(Qt::white));
+        QCOMPARE(colorAt(50 + caret.height() + 1), QColor(Qt::white));
+    }
 
 private:
     static constexpr int width = 500;
@@ -58,68 +114,6 @@ private:
         return image != blank;
     }
 };
-
-void TestBubble::laysOutWhatIsInSightOnly()
-{
-    Bubble bubble = longText();
-    const int middle = bubble.height() / 2;
-    QVERIFY(!hasText(drawn(bubble, middle)));
-
-    const int moved = bubble.layOut(middle, middle + 100);
-    QVERIFY(hasText(drawn(bubble, middle + moved)));
-    QVERIFY(!hasText(drawn(bubble, 0)));
-    QVERIFY(!hasText(drawn(bubble, bubble.height() - 100)));
-}
-
-void TestBubble::layingOutAgainMovesNothing()
-{
-    Bubble bubble = longText();
-    const int middle = bubble.height() / 2;
-    const int moved = bubble.layOut(middle, middle + 100);
-    const int height = bubble.height();
-    QCOMPARE(bubble.layOut(middle + moved, middle + moved + 100), 0);
-    QCOMPARE(bubble.height(), height);
-}
-
-void TestBubble::dropsWhatIsOutOfSight_data()
-{
-    QTest::addColumn<double>("place"); // of what is in sight: 0 is the top, 1 the bottom
-    QTest::newRow("at its top") << 0.0;
-    QTest::newRow("in its middle") << 0.5;
-    QTest::newRow("at its bottom") << 1.0;
-}
-
-void TestBubble::dropsWhatIsOutOfSight()
-{
-    QFETCH(double, place);
-    Bubble bubble = longText();
-    bubble.layOut(0, bubble.height() * 2);
-    const int end = bubble.height() - 100;
-    const int inSight = static_cast<int>(place * end);
-
-    QVERIFY(bubble.dropLayoutsOutside(inSight, inSight + 100));
-    for (const int top : {0, end / 2, end})
-        QCOMPARE(hasText(drawn(bubble, top)), top == inSight);
-    QVERIFY(
-        !bubble.dropLayoutsOutside(bubble.height(), bubble.height() + 100)); // what begins where it ends is beside it
-    QVERIFY(!hasText(drawn(bubble, inSight)));
-}
-
-void TestBubble::drawsTheSelectionWhereItIs()
-{
-    Bubble bubble = longText();
-    bubble.layOut(0, bubble.height() * 2);
-    const qsizetype position = bubble.text().size() / 2;
-    const TextRange line = bubble.lineAt(position);
-    const QRectF caret = bubble.caretRect(line.start);
-    const int top = static_cast<int>(caret.top()) - 50;
-
-    const QImage image = drawn(bubble, top, line);
-    const auto colorAt = [&image](double y) { return image.pixelColor(0, static_cast<int>(y)); };
-    QCOMPARE(colorAt(50 + 1), QColor(Qt::red)); // above the letters
-    QCOMPARE(colorAt(50 - caret.height() + 1), QColor(Qt::white));
-    QCOMPARE(colorAt(50 + caret.height() + 1), QColor(Qt::white));
-}
 
 QTEST_MAIN(TestBubble)
 #include "TestBubble.moc"

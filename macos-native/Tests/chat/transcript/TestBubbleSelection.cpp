@@ -13,13 +13,80 @@ class TestBubbleSelection final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void extendsFromWhereItBegan_data();
-    void extendsFromWhereItBegan();
-    void selectsEverything();
-    void aKeyMovesTheEndThatMovedLast();
-    void aKeyMovesByLettersAfterADragByWords();
-    void isEmptyOnceCleared();
+    void init() { failOnUnexpectedWarning(); }
+
+    void extendsFromWhereItBegan_data()
+    {
+        QTest::addColumn<Unit>("unit");
+        QTest::addColumn<int>("from");
+        QTest::addColumn<int>("to");
+        QTest::addColumn<QString>("selected");
+        QTest::addColumn<int>("cursor");
+
+        QTest::newRow("a press selects nothing") << Unit::Letter << 5 << 5 << QString() << 5;
+        QTest::newRow("a drag forwards") << Unit::Letter << 1 << 5 << u"ne t"_s << 5;
+        QTest::newRow("a drag backwards") << Unit::Letter << 5 << 1 << u"ne t"_s << 1;
+        QTest::newRow("a word") << Unit::Word << 5 << 5 << u"two"_s << 7;
+        QTest::newRow("words forwards") << Unit::Word << 5 << 9 << u"two three"_s << 13;
+        QTest::newRow("words backwards keep the first") << Unit::Word << 5 << 1 << u"one two"_s << 0;
+        QTest::newRow("a paragraph") << Unit::Paragraph << 5 << 5 << u"one two three"_s << 13;
+        QTest::newRow("paragraphs") << Unit::Paragraph << 5 << 16 << m_text << 25;
+    }
+
+    void extendsFromWhereItBegan()
+    {
+        QFETCH(Unit, unit);
+        QFETCH(int, from);
+        QFETCH(int, to);
+
+        BubbleSelection selection;
+        selection.begin(m_text, from, unit);
+        selection.extendTo(m_text, to);
+
+        QTEST(selected(selection), "selected");
+        QTEST(static_cast<int>(selection.cursor()), "cursor");
+    }
+
+    void selectsEverything()
+    {
+        BubbleSelection selection;
+        selection.selectAll(m_text);
+        QCOMPARE(selected(selection), m_text);
+
+        selection.moveTo(m_text, 3);
+        QCOMPARE(selected(selection), u"one"_s); // it began at the start
+    }
+
+    void aKeyMovesTheEndThatMovedLast()
+    {
+        BubbleSelection selection;
+        selection.begin(m_text, 7, Unit::Letter);
+        selection.extendTo(m_text, 4);
+        selection.moveTo(m_text, 5);
+        QCOMPARE(selected(selection), u"wo"_s);
+
+        selection.moveTo(m_text, 9);
+        QCOMPARE(selected(selection), u" t"_s); // past where it began
+    }
+
+    void aKeyMovesByLettersAfterADragByWords()
+    {
+        BubbleSelection selection;
+        selection.begin(m_text, 5, Unit::Word);
+        selection.moveTo(m_text, 9);
+        QCOMPARE(selected(selection), u"two t"_s);
+    }
+
+    void isEmptyOnceCleared()
+    {
+        BubbleSelection selection;
+        QVERIFY(selection.isEmpty());
+        selection.selectAll(m_text);
+        QVERIFY(!selection.isEmpty());
+        selection.clear();
+        QVERIFY(selection.isEmpty());
+        QCOMPARE(selection.cursor(), 0);
+    }
 
 private:
     const QString m_text = u"one two three\nsecond line"_s;
@@ -29,84 +96,6 @@ private:
         return m_text.sliced(selection.range().start, selection.range().length);
     }
 };
-
-void TestBubbleSelection::init()
-{
-    failOnUnexpectedWarning();
-}
-
-void TestBubbleSelection::extendsFromWhereItBegan_data()
-{
-    QTest::addColumn<Unit>("unit");
-    QTest::addColumn<int>("from");
-    QTest::addColumn<int>("to");
-    QTest::addColumn<QString>("selected");
-    QTest::addColumn<int>("cursor");
-
-    QTest::newRow("a press selects nothing") << Unit::Letter << 5 << 5 << QString() << 5;
-    QTest::newRow("a drag forwards") << Unit::Letter << 1 << 5 << u"ne t"_s << 5;
-    QTest::newRow("a drag backwards") << Unit::Letter << 5 << 1 << u"ne t"_s << 1;
-    QTest::newRow("a word") << Unit::Word << 5 << 5 << u"two"_s << 7;
-    QTest::newRow("words forwards") << Unit::Word << 5 << 9 << u"two three"_s << 13;
-    QTest::newRow("words backwards keep the first") << Unit::Word << 5 << 1 << u"one two"_s << 0;
-    QTest::newRow("a paragraph") << Unit::Paragraph << 5 << 5 << u"one two three"_s << 13;
-    QTest::newRow("paragraphs") << Unit::Paragraph << 5 << 16 << m_text << 25;
-}
-
-void TestBubbleSelection::extendsFromWhereItBegan()
-{
-    QFETCH(Unit, unit);
-    QFETCH(int, from);
-    QFETCH(int, to);
-
-    BubbleSelection selection;
-    selection.begin(m_text, from, unit);
-    selection.extendTo(m_text, to);
-
-    QTEST(selected(selection), "selected");
-    QTEST(static_cast<int>(selection.cursor()), "cursor");
-}
-
-void TestBubbleSelection::selectsEverything()
-{
-    BubbleSelection selection;
-    selection.selectAll(m_text);
-    QCOMPARE(selected(selection), m_text);
-
-    selection.moveTo(m_text, 3);
-    QCOMPARE(selected(selection), u"one"_s); // it began at the start
-}
-
-void TestBubbleSelection::aKeyMovesTheEndThatMovedLast()
-{
-    BubbleSelection selection;
-    selection.begin(m_text, 7, Unit::Letter);
-    selection.extendTo(m_text, 4);
-    selection.moveTo(m_text, 5);
-    QCOMPARE(selected(selection), u"wo"_s);
-
-    selection.moveTo(m_text, 9);
-    QCOMPARE(selected(selection), u" t"_s); // past where it began
-}
-
-void TestBubbleSelection::aKeyMovesByLettersAfterADragByWords()
-{
-    BubbleSelection selection;
-    selection.begin(m_text, 5, Unit::Word);
-    selection.moveTo(m_text, 9);
-    QCOMPARE(selected(selection), u"two t"_s);
-}
-
-void TestBubbleSelection::isEmptyOnceCleared()
-{
-    BubbleSelection selection;
-    QVERIFY(selection.isEmpty());
-    selection.selectAll(m_text);
-    QVERIFY(!selection.isEmpty());
-    selection.clear();
-    QVERIFY(selection.isEmpty());
-    QCOMPARE(selection.cursor(), 0);
-}
 
 QTEST_GUILESS_MAIN(TestBubbleSelection)
 #include "TestBubbleSelection.moc"

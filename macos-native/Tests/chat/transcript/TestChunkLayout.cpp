@@ -13,19 +13,133 @@ class TestChunkLayout final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void breaksAtWords();
-    void breaksAnywhereInAWordLongerThanALine();
-    void aBlankLineIsAsHighAsALine();
-    void isAsWideAsItsWidestLine();
-    void alignsLinesAtTheRight();
-    void eachParagraphGoesInTheDirectionOfItsScript();
-    void findsThePositionUnderAPoint_data();
-    void findsThePositionUnderAPoint();
-    void theBorderOfTwoLinesBelongsToTheLower_data();
-    void theBorderOfTwoLinesBelongsToTheLower();
-    void everyCaretIsFoundAgain_data();
-    void everyCaretIsFoundAgain();
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_font.setPixelSize(18);
+    }
+
+    void breaksAtWords()
+    {
+        const QString text = u"wonderful "_s.repeated(20);
+        const ChunkLayout words = layout(text);
+
+        QVERIFY(words.height() > 3 * layout(u"x"_s).height());
+        for (qsizetype position = 0; position < text.size();) {
+            const TextRange line = words.lineAt(position);
+            QCOMPARE(line.start, position);
+            QCOMPARE(line.start % 10, 0);
+            position = line.end();
+        }
+    }
+
+    void breaksAnywhereInAWordLongerThanALine()
+    {
+        const QString word = u"m"_s.repeated(10'000);
+        const ChunkLayout broken = layout(word);
+
+        QVERIFY(broken.naturalWidth() <= width);
+        QVERIFY(broken.naturalWidth() > width - 30); // lines are full
+        QCOMPARE(broken.lineAt(10'000).end(), 10'000);
+        QVERIFY(broken.height() > 100 * layout(u"m"_s).height());
+    }
+
+    void aBlankLineIsAsHighAsALine()
+    {
+        const int line = layout(u"a"_s).height();
+        QCOMPARE(layout(QString()).height(), line);
+        QCOMPARE(layout(u"a\n\nb"_s).height(), 3 * line);
+        QCOMPARE(layout(u"a\n"_s).height(), 2 * line);
+    }
+
+    void isAsWideAsItsWidestLine()
+    {
+        QCOMPARE(layout(QString()).naturalWidth(), 0);
+        const int wide = layout(u"wide wide"_s).naturalWidth();
+        QVERIFY(wide > 0 && wide < width);
+        QCOMPARE(layout(u"w\nwide wide\nw"_s).naturalWidth(), wide);
+    }
+
+    void alignsLinesAtTheRight()
+    {
+        const ChunkLayout right = layout(u"a\nlonger"_s, Qt::AlignRight);
+        QVERIFY(qAbs(right.caretRect(1).x() - width) < 1);
+        QVERIFY(qAbs(right.caretRect(8).x() - width) < 1);
+        QVERIFY(right.caretRect(2).x() < right.caretRect(0).x());
+        QCOMPARE(layout(u"a"_s).caretRect(0).x(), 0);
+    }
+
+    void eachParagraphGoesInTheDirectionOfItsScript()
+    {
+        const QString hebrew = u"שלום עולם!"_s;
+        const ChunkLayout mixed = layout(u"Latin!\n"_s + hebrew);
+        const qsizetype start = 7;
+
+        QVERIFY(mixed.caretRect(0).x() < mixed.caretRect(5).x());
+        QVERIFY(mixed.caretRect(start).x() > mixed.caretRect(start + 3).x());
+        // The exclamation mark stands at the left of its own paragraph.
+        QVERIFY(mixed.caretRect(start + hebrew.size()).x() < mixed.caretRect(start + hebrew.size() - 2).x());
+    }
+
+    void findsThePositionUnderAPoint_data()
+    {
+        QTest::addColumn<QPointF>("point");
+        QTest::addColumn<int>("position");
+
+        QTest::newRow("above everything") << QPointF(0, -100) << 0;
+        QTest::newRow("left of the first line") << QPointF(-50, 2) << 0;
+        QTest::newRow("right of the first line") << QPointF(width, 2) << 3;
+        QTest::newRow("in the second line, left") << QPointF(-50, 1.5) << 4;
+        QTest::newRow("below everything, right") << QPointF(width, 100) << 7;
+    }
+
+    void findsThePositionUnderAPoint()
+    {
+        QFETCH(QPointF, point);
+        const ChunkLayout lines = layout(u"one\ntwo"_s);
+        const int line = lines.height() / 2;
+        if (qAbs(point.y() - 1.5) < 0.1)
+            point.setY(1.5 * line);
+        QTEST(static_cast<int>(lines.positionAt(point)), "position");
+    }
+
+    void theBorderOfTwoLinesBelongsToTheLower_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("of two paragraphs") << u"one\ntwo"_s;
+        QTest::newRow("of a paragraph that is broken") << u"m"_s.repeated(40);
+    }
+
+    void theBorderOfTwoLinesBelongsToTheLower()
+    {
+        QFETCH(QString, text);
+        const ChunkLayout lines = layout(text);
+        const qsizetype second = text.startsWith(u'o') ? 4 : lines.lineAt(0).end();
+        const double border = lines.caretRect(second).top();
+        QVERIFY(border > 0);
+        QCOMPARE(lines.positionAt({0, border}), second);
+        QCOMPARE(lines.positionAt({0, border - 1}), 0);
+    }
+
+    void everyCaretIsFoundAgain_data()
+    {
+        QTest::addColumn<QString>("text");
+
+        QTest::newRow("Latin over several lines")
+            << u"The quick brown fox jumps over the lazy dog, twice a day. "_s.repeated(3);
+        QTest::newRow("Chinese") << u"今天天气很好，我们去公园。"_s.repeated(4);
+        QTest::newRow("several paragraphs") << u"one\ntwo\n\nfour"_s;
+    }
+
+    void everyCaretIsFoundAgain()
+    {
+        QFETCH(QString, text);
+        const ChunkLayout lines = layout(text);
+        for (qsizetype position = 0; position < text.size(); ++position) {
+            const QRectF caret = lines.caretRect(position);
+            QCOMPARE(lines.positionAt(caret.center()), position);
+        }
+    }
 
 private:
     static constexpr int width = 300;
@@ -37,134 +151,6 @@ private:
 
     QFont m_font;
 };
-
-void TestChunkLayout::init()
-{
-    failOnUnexpectedWarning();
-    m_font.setPixelSize(18);
-}
-
-void TestChunkLayout::breaksAtWords()
-{
-    const QString text = u"wonderful "_s.repeated(20);
-    const ChunkLayout words = layout(text);
-
-    QVERIFY(words.height() > 3 * layout(u"x"_s).height());
-    for (qsizetype position = 0; position < text.size();) {
-        const TextRange line = words.lineAt(position);
-        QCOMPARE(line.start, position);
-        QCOMPARE(line.start % 10, 0);
-        position = line.end();
-    }
-}
-
-void TestChunkLayout::breaksAnywhereInAWordLongerThanALine()
-{
-    const QString word = u"m"_s.repeated(10'000);
-    const ChunkLayout broken = layout(word);
-
-    QVERIFY(broken.naturalWidth() <= width);
-    QVERIFY(broken.naturalWidth() > width - 30); // lines are full
-    QCOMPARE(broken.lineAt(10'000).end(), 10'000);
-    QVERIFY(broken.height() > 100 * layout(u"m"_s).height());
-}
-
-void TestChunkLayout::aBlankLineIsAsHighAsALine()
-{
-    const int line = layout(u"a"_s).height();
-    QCOMPARE(layout(QString()).height(), line);
-    QCOMPARE(layout(u"a\n\nb"_s).height(), 3 * line);
-    QCOMPARE(layout(u"a\n"_s).height(), 2 * line);
-}
-
-void TestChunkLayout::isAsWideAsItsWidestLine()
-{
-    QCOMPARE(layout(QString()).naturalWidth(), 0);
-    const int wide = layout(u"wide wide"_s).naturalWidth();
-    QVERIFY(wide > 0 && wide < width);
-    QCOMPARE(layout(u"w\nwide wide\nw"_s).naturalWidth(), wide);
-}
-
-void TestChunkLayout::alignsLinesAtTheRight()
-{
-    const ChunkLayout right = layout(u"a\nlonger"_s, Qt::AlignRight);
-    QVERIFY(qAbs(right.caretRect(1).x() - width) < 1);
-    QVERIFY(qAbs(right.caretRect(8).x() - width) < 1);
-    QVERIFY(right.caretRect(2).x() < right.caretRect(0).x());
-    QCOMPARE(layout(u"a"_s).caretRect(0).x(), 0);
-}
-
-void TestChunkLayout::eachParagraphGoesInTheDirectionOfItsScript()
-{
-    const QString hebrew = u"שלום עולם!"_s;
-    const ChunkLayout mixed = layout(u"Latin!\n"_s + hebrew);
-    const qsizetype start = 7;
-
-    QVERIFY(mixed.caretRect(0).x() < mixed.caretRect(5).x());
-    QVERIFY(mixed.caretRect(start).x() > mixed.caretRect(start + 3).x());
-    // The exclamation mark stands at the left of its own paragraph.
-    QVERIFY(mixed.caretRect(start + hebrew.size()).x() < mixed.caretRect(start + hebrew.size() - 2).x());
-}
-
-void TestChunkLayout::findsThePositionUnderAPoint_data()
-{
-    QTest::addColumn<QPointF>("point");
-    QTest::addColumn<int>("position");
-
-    QTest::newRow("above everything") << QPointF(0, -100) << 0;
-    QTest::newRow("left of the first line") << QPointF(-50, 2) << 0;
-    QTest::newRow("right of the first line") << QPointF(width, 2) << 3;
-    QTest::newRow("in the second line, left") << QPointF(-50, 1.5) << 4;
-    QTest::newRow("below everything, right") << QPointF(width, 100) << 7;
-}
-
-void TestChunkLayout::findsThePositionUnderAPoint()
-{
-    QFETCH(QPointF, point);
-    const ChunkLayout lines = layout(u"one\ntwo"_s);
-    const int line = lines.height() / 2;
-    if (qAbs(point.y() - 1.5) < 0.1)
-        point.setY(1.5 * line);
-    QTEST(static_cast<int>(lines.positionAt(point)), "position");
-}
-
-void TestChunkLayout::theBorderOfTwoLinesBelongsToTheLower_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::newRow("of two paragraphs") << u"one\ntwo"_s;
-    QTest::newRow("of a paragraph that is broken") << u"m"_s.repeated(40);
-}
-
-void TestChunkLayout::theBorderOfTwoLinesBelongsToTheLower()
-{
-    QFETCH(QString, text);
-    const ChunkLayout lines = layout(text);
-    const qsizetype second = text.startsWith(u'o') ? 4 : lines.lineAt(0).end();
-    const double border = lines.caretRect(second).top();
-    QVERIFY(border > 0);
-    QCOMPARE(lines.positionAt({0, border}), second);
-    QCOMPARE(lines.positionAt({0, border - 1}), 0);
-}
-
-void TestChunkLayout::everyCaretIsFoundAgain_data()
-{
-    QTest::addColumn<QString>("text");
-
-    QTest::newRow("Latin over several lines")
-        << u"The quick brown fox jumps over the lazy dog, twice a day. "_s.repeated(3);
-    QTest::newRow("Chinese") << u"今天天气很好，我们去公园。"_s.repeated(4);
-    QTest::newRow("several paragraphs") << u"one\ntwo\n\nfour"_s;
-}
-
-void TestChunkLayout::everyCaretIsFoundAgain()
-{
-    QFETCH(QString, text);
-    const ChunkLayout lines = layout(text);
-    for (qsizetype position = 0; position < text.size(); ++position) {
-        const QRectF caret = lines.caretRect(position);
-        QCOMPARE(lines.positionAt(caret.center()), position);
-    }
-}
 
 QTEST_MAIN(TestChunkLayout)
 #include "TestChunkLayout.moc"

@@ -13,13 +13,51 @@ class TestTextEstimate final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void marksThatCombineTakeNoRoom_data();
-    void marksThatCombineTakeNoRoom();
-    void ideographsTakeMoreRoomThanLetters();
-    void anEmojiIsOneLetter();
-    void eachParagraphTakesALineAtLeast();
-    void aLineThatIsTooNarrowForALetterIsALine();
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_font.setPixelSize(18);
+    }
+
+    void marksThatCombineTakeNoRoom_data()
+    {
+        QTest::addColumn<char16_t>("letter");
+        QTest::addColumn<bool>("takesRoom");
+        QTest::newRow("the letter before the marks") << u'\u02FF' << true;
+        QTest::newRow("the first mark") << u'\u0300' << false;
+        QTest::newRow("the last mark") << u'\u036F' << false;
+        QTest::newRow("the letter after the marks") << u'\u0370' << true;
+    }
+
+    void marksThatCombineTakeNoRoom()
+    {
+        QFETCH(char16_t, letter);
+        QTEST(height(u"a"_s + QString(500, letter)) > height(u"a"_s), "takesRoom");
+    }
+
+    void ideographsTakeMoreRoomThanLetters()
+    {
+        QVERIFY(height(QString(500, u'\u2E80')) > height(QString(500, u'\u2E7F')) * 3 / 2);
+        QVERIFY(height(u"好"_s) >= height(u"a"_s));
+        QCOMPARE(height(u"a好"_s), height(u"好好"_s)); // a line is as high as its highest letter
+    }
+
+    void anEmojiIsOneLetter() { QCOMPARE(height(u"😀"_s.repeated(200)), height(u"好"_s.repeated(200))); }
+
+    void eachParagraphTakesALineAtLeast()
+    {
+        const int line = height(u"a"_s);
+        QVERIFY(line > 0);
+        QCOMPARE(height(QString()), line);
+        QCOMPARE(height(u"a\n\nb\n"_s), 4 * line);
+    }
+
+    void aLineThatIsTooNarrowForALetterIsALine()
+    {
+        const int line = height(u"a"_s);
+        QVERIFY(height(u"aaaa"_s, 1) >= 4 * line);
+        QVERIFY(height(u"aaaa"_s, 1) <= 4 * 18 * line); // a pixel each, at most
+    }
 
 private:
     static constexpr int width = 300;
@@ -31,55 +69,6 @@ private:
 
     QFont m_font;
 };
-
-void TestTextEstimate::init()
-{
-    failOnUnexpectedWarning();
-    m_font.setPixelSize(18);
-}
-
-void TestTextEstimate::marksThatCombineTakeNoRoom_data()
-{
-    QTest::addColumn<char16_t>("letter");
-    QTest::addColumn<bool>("takesRoom");
-    QTest::newRow("the letter before the marks") << u'\u02FF' << true;
-    QTest::newRow("the first mark") << u'\u0300' << false;
-    QTest::newRow("the last mark") << u'\u036F' << false;
-    QTest::newRow("the letter after the marks") << u'\u0370' << true;
-}
-
-void TestTextEstimate::marksThatCombineTakeNoRoom()
-{
-    QFETCH(char16_t, letter);
-    QTEST(height(u"a"_s + QString(500, letter)) > height(u"a"_s), "takesRoom");
-}
-
-void TestTextEstimate::ideographsTakeMoreRoomThanLetters()
-{
-    QVERIFY(height(QString(500, u'\u2E80')) > height(QString(500, u'\u2E7F')) * 3 / 2);
-    QVERIFY(height(u"好"_s) >= height(u"a"_s));
-    QCOMPARE(height(u"a好"_s), height(u"好好"_s)); // a line is as high as its highest letter
-}
-
-void TestTextEstimate::anEmojiIsOneLetter()
-{
-    QCOMPARE(height(u"😀"_s.repeated(200)), height(u"好"_s.repeated(200)));
-}
-
-void TestTextEstimate::eachParagraphTakesALineAtLeast()
-{
-    const int line = height(u"a"_s);
-    QVERIFY(line > 0);
-    QCOMPARE(height(QString()), line);
-    QCOMPARE(height(u"a\n\nb\n"_s), 4 * line);
-}
-
-void TestTextEstimate::aLineThatIsTooNarrowForALetterIsALine()
-{
-    const int line = height(u"a"_s);
-    QVERIFY(height(u"aaaa"_s, 1) >= 4 * line);
-    QVERIFY(height(u"aaaa"_s, 1) <= 4 * 18 * line); // a pixel each, at most
-}
 
 QTEST_MAIN(TestTextEstimate)
 #include "TestTextEstimate.moc"

@@ -15,26 +15,227 @@ class TestTranscriptLayout final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+    void init() { failOnUnexpectedWarning(); }
 
-    void aBubbleHugsItsText();
-    void theUsersBubblesAreAtTheRight();
-    void bubblesStopGrowingAt620();
-    void rowsNeverGetNarrowerThan400();
-    void rowsFollowOneAnother();
-    void findsTheRowAtAHeight_data();
-    void findsTheRowAtAHeight();
+    void aBubbleHugsItsText()
+    {
+        TranscriptLayout layout = rows({u"short"_s, QString()});
+        layout.layOut(0, 1000);
+        QFont font = m_font;
+        font.setPixelSize(18);
 
-    void estimatesUntilItIsLaidOut();
-    void keepsHeightsWhenLayoutsAreDropped();
-    void layoutsThatAreDroppedFreeTheirMemory();
-    void tellsHowFarTheVisiblePartMoved();
-    void laysOutWhatShrinkingBringsIntoSight();
-    void estimatesAreNearTheTruth_data();
-    void estimatesAreNearTheTruth();
-    void aNewWidthIsEstimatedAnew();
-    void widthBeyondTheWidestBubbleChangesNoHeight();
-    void placesInAMessageOfManyChunks();
+        const int textWidth = QFontMetrics(font).horizontalAdvance(u"short"_s);
+        QVERIFY(qAbs(layout.bubbleRect(0).width() - (textWidth + 2 * 18)) <= 2);
+        QCOMPARE(layout.bubbleRect(0).left(), 0);
+        QCOMPARE(layout.textOrigin(0), layout.bubbleRect(0).topLeft() + QPoint(18, 14));
+        QCOMPARE(layout.bubbleRect(1).width(), 2 * 18);
+        QCOMPARE(layout.bubbleRect(1).height(), layout.bubbleRect(0).height());
+    }
+
+    void theUsersBubblesAreAtTheRight()
+    {
+        TranscriptLayout layout = rows({}, 900);
+        layout.append(Speaker::User, u"short"_s);
+        layout.layOut(0, 1000);
+
+        const QRect bubble = layout.bubbleRect(0);
+        QCOMPARE(bubble.right() + 1, 900);
+        QCOMPARE(layout.speakerRect(0).right() + 1, 900);
+        QCOMPARE(layout.caretRect(0, 5).left(), 900 - 18);
+        QVERIFY(qAbs(layout.caretRect(0, 0).left() - (bubble.left() + 18)) <= 1);
+    }
+
+    void bubblesStopGrowingAt620()
+    {
+        TranscriptLayout layout = rows({u"m"_s.repeated(500)}, 900);
+        layout.layOut(0, 1000);
+        QVERIFY(layout.bubbleRect(0).width() <= 620);
+        QVERIFY(layout.bubbleRect(0).width() > 600);
+
+        layout.setWidth(500);
+        layout.layOut(0, 1000);
+        QVERIFY(layout.bubbleRect(0).width() <= 500);
+        QVERIFY(layout.bubbleRect(0).width() > 480);
+    }
+
+    void rowsNeverGetNarrowerThan400()
+    {
+        const TranscriptLayout layout = rows({u"x"_s}, 100);
+        QCOMPARE(layout.width(), 400);
+        QCOMPARE(layout.rowRect(0).width(), 400);
+    }
+
+    void rowsFollowOneAnother()
+    {
+        TranscriptLayout layout = rows({u"one"_s, u"two\nlines"_s, u"three"_s});
+        layout.layOut(0, 1000);
+
+        QCOMPARE(layout.speakerFont().pixelSize(), 12);
+        QCOMPARE(layout.speakerFont().weight(), QFont::DemiBold);
+        const int speakerHeight = QFontMetrics(layout.speakerFont()).height();
+        QCOMPARE(layout.speakerRect(0).top(), 0);
+        QCOMPARE(layout.bubbleRect(0).top(), speakerHeight + 6);
+        QCOMPARE(layout.bubbleRect(0).height(), lineHeight() + 2 * 14);
+        QCOMPARE(layout.bubbleRect(1).height(), 2 * lineHeight() + 2 * 14);
+        QCOMPARE(layout.rowRect(0).bottom(), layout.bubbleRect(0).bottom());
+        QCOMPARE(layout.rowRect(1).top(), layout.rowRect(0).bottom() + 1 + 12);
+        QCOMPARE(layout.rowRect(2).top(), layout.rowRect(1).bottom() + 1 + 12);
+        QCOMPARE(layout.height(), layout.rowRect(2).bottom() + 1);
+    }
+
+    void findsTheRowAtAHeight_data()
+    {
+        QTest::addColumn<int>("row");
+        QTest::addColumn<int>("offset");
+        QTest::addColumn<int>("index");
+
+        QTest::newRow("above the first") << 0 << -50 << 0;
+        QTest::newRow("at its top") << 0 << 0 << 0;
+        QTest::newRow("before the second") << 1 << -1 << 0;
+        QTest::newRow("at the top of the second") << 1 << 0 << 1;
+        QTest::newRow("below the last") << 2 << 5000 << 2;
+    }
+
+    void findsTheRowAtAHeight()
+    {
+        QFETCH(int, row);
+        QFETCH(int, offset);
+        const TranscriptLayout layout = rows({u"one"_s, u"two"_s, u"three"_s});
+        QTEST(layout.indexAt(layout.rowRect(row).top() + offset), "index");
+    }
+
+    void estimatesUntilItIsLaidOut()
+    {
+        // Narrower than the average letter: the estimate is too high until somebody looks.
+        const QString narrow = u"i"_s.repeated(2000);
+        TranscriptLayout layout = rows({narrow, narrow});
+        const int estimate = layout.rowRect(0).height();
+        QCOMPARE(layout.rowRect(1).height(), estimate);
+
+        layout.layOut(0, 1); // the edge of it is enough
+        QVERIFY(layout.rowRect(0).height() < estimate);
+        QCOMPARE(layout.rowRect(1).height(), estimate); // nobody has looked there
+        QCOMPARE(layout.rowRect(1).top(), layout.rowRect(0).bottom() + 1 + 12);
+    }
+
+    void keepsHeightsWhenLayoutsAreDropped()
+    {
+        TranscriptLayout layout = rows({u"i"_s.repeated(2000), u"x"_s});
+        layout.layOut(0, 5000);
+        const QRect first = layout.bubbleRect(0);
+        const QRect second = layout.bubbleRect(1);
+
+        layout.dropLayoutsOutside(100'000, 100'001);
+        QCOMPARE(layout.bubbleRect(0), first);
+        QCOMPARE(layout.bubbleRect(1), second);
+    }
+
+    void layoutsThatAreDroppedFreeTheirMemory()
+    {
+        TranscriptLayout layout(m_font);
+        layout.setWidth(900);
+        for (int row = 0; row < 100; ++row)
+            layout.append(Speaker::Nelo, u"some words of it "_s.repeated(200));
+        layout.layOut(0, 100); // the first one brings the fonts
+        const auto used = [] { return mallinfo2().uordblks; };
+        const auto before = used();
+        layout.layOut(0, layout.height());
+        const auto most = used();
+        layout.dropLayoutsOutside(0, 100);
+        QVERIFY2(used() <= before + (most - before) / 10,
+                 qPrintable(u"%1, %2, %3"_s.arg(before).arg(most).arg(used())));
+    }
+
+    void tellsHowFarTheVisiblePartMoved()
+    {
+        const QString narrow = u"i"_s.repeated(2000);
+        TranscriptLayout layout = rows({narrow, u"x"_s, narrow});
+        const int estimate = layout.rowRect(0).height();
+        const int top = layout.rowRect(1).top() - 20; // the end of the first row is in sight
+
+        const int moved = layout.layOut(top, layout.rowRect(1).bottom());
+        QCOMPARE(moved, layout.rowRect(0).height() - estimate);
+        QCOMPARE(layout.layOut(top + moved, layout.rowRect(1).bottom()), 0);
+    }
+
+    void laysOutWhatShrinkingBringsIntoSight()
+    {
+        const QString narrow = u"i"_s.repeated(3000);
+        TranscriptLayout layout = rows({narrow, narrow, narrow, narrow, u"x"_s});
+        const int bottom = layout.height();
+        const int top = bottom - layout.rowRect(0).height(); // the row before the last begins above it
+
+        const int moved = layout.layOut(top, bottom);
+        const int visible = bottom - top;
+        TranscriptLayout whole = rows({narrow, narrow, narrow, narrow, u"x"_s});
+        whole.layOut(0, whole.height());
+        for (int index = layout.indexAt(top + moved); index < layout.count(); ++index)
+            QCOMPARE(layout.rowRect(index).height(), whole.rowRect(index).height());
+        QCOMPARE(layout.height() - (top + moved), visible); // the end stays where it was on the screen
+    }
+
+    void estimatesAreNearTheTruth_data()
+    {
+        QTest::addColumn<QString>("text");
+
+        QTest::newRow("English")
+            << u"Scroll bars are placed by an estimate of what nobody has looked at yet. "_s.repeated(30);
+        QTest::newRow("Chinese") << u"滚动条的位置由估计值决定，因为还没有人看过那些消息。"_s.repeated(40);
+        QTest::newRow("both") << u"滚动条 scroll bars 的位置 are placed by 估计值 an estimate，今天也是。"_s.repeated(
+            30);
+        QTest::newRow("short lines") << u"- item\n"_s.repeated(60);
+        QTest::newRow("one short line") << u"好的"_s;
+        QTest::newRow("combining marks") << u"e\u0301"_s.repeated(1000);
+    }
+
+    void estimatesAreNearTheTruth()
+    {
+        QFETCH(QString, text);
+        TranscriptLayout layout = rows({text});
+        const double estimate = layout.bubbleRect(0).height();
+        layout.layOut(0, 100'000);
+        const double truth = layout.bubbleRect(0).height();
+        QVERIFY2(qAbs(estimate / truth - 1) < 0.25, qPrintable(u"%1 for %2"_s.arg(estimate).arg(truth)));
+    }
+
+    void aNewWidthIsEstimatedAnew()
+    {
+        TranscriptLayout layout = rows({u"word "_s.repeated(400)}, 900);
+        layout.layOut(0, 5000);
+        const int before = layout.height();
+        layout.setWidth(450);
+        QVERIFY(layout.height() > before);
+        layout.layOut(0, 5000);
+        QVERIFY(layout.height() > before);
+        QVERIFY(layout.bubbleRect(0).width() <= 450);
+    }
+
+    void widthBeyondTheWidestBubbleChangesNoHeight()
+    {
+        TranscriptLayout layout = rows({u"word "_s.repeated(400)}, 700);
+        layout.append(Speaker::User, u"right"_s);
+        layout.layOut(0, 5000);
+        const QRect first = layout.bubbleRect(0);
+        const QRect second = layout.bubbleRect(1);
+
+        layout.setWidth(1000);
+        QCOMPARE(layout.bubbleRect(0), first);
+        QCOMPARE(layout.bubbleRect(1), second.translated(300, 0));
+    }
+
+    void placesInAMessageOfManyChunks()
+    {
+        const QString text = u"line number\n"_s.repeated(1000);
+        TranscriptLayout layout = rows({text});
+        const qsizetype position = 12 * 700 + 3;
+
+        const QRect caret = layout.caretRect(0, position);
+        QCOMPARE(layout.positionAt(0, caret.center()), position);
+        QCOMPARE(layout.lineAt(0, position), (TextRange{12 * 700, 11}));
+        layout.layOut(0, layout.height());
+        QCOMPARE(layout.bubbleRect(0).height(), 1001 * lineHeight() + 2 * 14);
+        QCOMPARE(layout.caretRect(0, position).top(), layout.textOrigin(0).y() + 700 * lineHeight());
+    }
 
 private:
     TranscriptLayout rows(std::initializer_list<QString> texts, int width = 900) const
@@ -55,229 +256,6 @@ private:
 
     QFont m_font;
 };
-
-void TestTranscriptLayout::init()
-{
-    failOnUnexpectedWarning();
-}
-
-void TestTranscriptLayout::aBubbleHugsItsText()
-{
-    TranscriptLayout layout = rows({u"short"_s, QString()});
-    layout.layOut(0, 1000);
-    QFont font = m_font;
-    font.setPixelSize(18);
-
-    const int textWidth = QFontMetrics(font).horizontalAdvance(u"short"_s);
-    QVERIFY(qAbs(layout.bubbleRect(0).width() - (textWidth + 2 * 18)) <= 2);
-    QCOMPARE(layout.bubbleRect(0).left(), 0);
-    QCOMPARE(layout.textOrigin(0), layout.bubbleRect(0).topLeft() + QPoint(18, 14));
-    QCOMPARE(layout.bubbleRect(1).width(), 2 * 18);
-    QCOMPARE(layout.bubbleRect(1).height(), layout.bubbleRect(0).height());
-}
-
-void TestTranscriptLayout::theUsersBubblesAreAtTheRight()
-{
-    TranscriptLayout layout = rows({}, 900);
-    layout.append(Speaker::User, u"short"_s);
-    layout.layOut(0, 1000);
-
-    const QRect bubble = layout.bubbleRect(0);
-    QCOMPARE(bubble.right() + 1, 900);
-    QCOMPARE(layout.speakerRect(0).right() + 1, 900);
-    QCOMPARE(layout.caretRect(0, 5).left(), 900 - 18);
-    QVERIFY(qAbs(layout.caretRect(0, 0).left() - (bubble.left() + 18)) <= 1);
-}
-
-void TestTranscriptLayout::bubblesStopGrowingAt620()
-{
-    TranscriptLayout layout = rows({u"m"_s.repeated(500)}, 900);
-    layout.layOut(0, 1000);
-    QVERIFY(layout.bubbleRect(0).width() <= 620);
-    QVERIFY(layout.bubbleRect(0).width() > 600);
-
-    layout.setWidth(500);
-    layout.layOut(0, 1000);
-    QVERIFY(layout.bubbleRect(0).width() <= 500);
-    QVERIFY(layout.bubbleRect(0).width() > 480);
-}
-
-void TestTranscriptLayout::rowsNeverGetNarrowerThan400()
-{
-    const TranscriptLayout layout = rows({u"x"_s}, 100);
-    QCOMPARE(layout.width(), 400);
-    QCOMPARE(layout.rowRect(0).width(), 400);
-}
-
-void TestTranscriptLayout::rowsFollowOneAnother()
-{
-    TranscriptLayout layout = rows({u"one"_s, u"two\nlines"_s, u"three"_s});
-    layout.layOut(0, 1000);
-
-    QCOMPARE(layout.speakerFont().pixelSize(), 12);
-    QCOMPARE(layout.speakerFont().weight(), QFont::DemiBold);
-    const int speakerHeight = QFontMetrics(layout.speakerFont()).height();
-    QCOMPARE(layout.speakerRect(0).top(), 0);
-    QCOMPARE(layout.bubbleRect(0).top(), speakerHeight + 6);
-    QCOMPARE(layout.bubbleRect(0).height(), lineHeight() + 2 * 14);
-    QCOMPARE(layout.bubbleRect(1).height(), 2 * lineHeight() + 2 * 14);
-    QCOMPARE(layout.rowRect(0).bottom(), layout.bubbleRect(0).bottom());
-    QCOMPARE(layout.rowRect(1).top(), layout.rowRect(0).bottom() + 1 + 12);
-    QCOMPARE(layout.rowRect(2).top(), layout.rowRect(1).bottom() + 1 + 12);
-    QCOMPARE(layout.height(), layout.rowRect(2).bottom() + 1);
-}
-
-void TestTranscriptLayout::findsTheRowAtAHeight_data()
-{
-    QTest::addColumn<int>("row");
-    QTest::addColumn<int>("offset");
-    QTest::addColumn<int>("index");
-
-    QTest::newRow("above the first") << 0 << -50 << 0;
-    QTest::newRow("at its top") << 0 << 0 << 0;
-    QTest::newRow("before the second") << 1 << -1 << 0;
-    QTest::newRow("at the top of the second") << 1 << 0 << 1;
-    QTest::newRow("below the last") << 2 << 5000 << 2;
-}
-
-void TestTranscriptLayout::findsTheRowAtAHeight()
-{
-    QFETCH(int, row);
-    QFETCH(int, offset);
-    const TranscriptLayout layout = rows({u"one"_s, u"two"_s, u"three"_s});
-    QTEST(layout.indexAt(layout.rowRect(row).top() + offset), "index");
-}
-
-void TestTranscriptLayout::estimatesUntilItIsLaidOut()
-{
-    // Narrower than the average letter: the estimate is too high until somebody looks.
-    const QString narrow = u"i"_s.repeated(2000);
-    TranscriptLayout layout = rows({narrow, narrow});
-    const int estimate = layout.rowRect(0).height();
-    QCOMPARE(layout.rowRect(1).height(), estimate);
-
-    layout.layOut(0, 1); // the edge of it is enough
-    QVERIFY(layout.rowRect(0).height() < estimate);
-    QCOMPARE(layout.rowRect(1).height(), estimate); // nobody has looked there
-    QCOMPARE(layout.rowRect(1).top(), layout.rowRect(0).bottom() + 1 + 12);
-}
-
-void TestTranscriptLayout::keepsHeightsWhenLayoutsAreDropped()
-{
-    TranscriptLayout layout = rows({u"i"_s.repeated(2000), u"x"_s});
-    layout.layOut(0, 5000);
-    const QRect first = layout.bubbleRect(0);
-    const QRect second = layout.bubbleRect(1);
-
-    layout.dropLayoutsOutside(100'000, 100'001);
-    QCOMPARE(layout.bubbleRect(0), first);
-    QCOMPARE(layout.bubbleRect(1), second);
-}
-
-void TestTranscriptLayout::layoutsThatAreDroppedFreeTheirMemory()
-{
-    TranscriptLayout layout(m_font);
-    layout.setWidth(900);
-    for (int row = 0; row < 100; ++row)
-        layout.append(Speaker::Nelo, u"some words of it "_s.repeated(200));
-    layout.layOut(0, 100); // the first one brings the fonts
-    const auto used = [] { return mallinfo2().uordblks; };
-    const auto before = used();
-    layout.layOut(0, layout.height());
-    const auto most = used();
-    layout.dropLayoutsOutside(0, 100);
-    QVERIFY2(used() <= before + (most - before) / 10, qPrintable(u"%1, %2, %3"_s.arg(before).arg(most).arg(used())));
-}
-
-void TestTranscriptLayout::tellsHowFarTheVisiblePartMoved()
-{
-    const QString narrow = u"i"_s.repeated(2000);
-    TranscriptLayout layout = rows({narrow, u"x"_s, narrow});
-    const int estimate = layout.rowRect(0).height();
-    const int top = layout.rowRect(1).top() - 20; // the end of the first row is in sight
-
-    const int moved = layout.layOut(top, layout.rowRect(1).bottom());
-    QCOMPARE(moved, layout.rowRect(0).height() - estimate);
-    QCOMPARE(layout.layOut(top + moved, layout.rowRect(1).bottom()), 0);
-}
-
-void TestTranscriptLayout::laysOutWhatShrinkingBringsIntoSight()
-{
-    const QString narrow = u"i"_s.repeated(3000);
-    TranscriptLayout layout = rows({narrow, narrow, narrow, narrow, u"x"_s});
-    const int bottom = layout.height();
-    const int top = bottom - layout.rowRect(0).height(); // the row before the last begins above it
-
-    const int moved = layout.layOut(top, bottom);
-    const int visible = bottom - top;
-    TranscriptLayout whole = rows({narrow, narrow, narrow, narrow, u"x"_s});
-    whole.layOut(0, whole.height());
-    for (int index = layout.indexAt(top + moved); index < layout.count(); ++index)
-        QCOMPARE(layout.rowRect(index).height(), whole.rowRect(index).height());
-    QCOMPARE(layout.height() - (top + moved), visible); // the end stays where it was on the screen
-}
-
-void TestTranscriptLayout::estimatesAreNearTheTruth_data()
-{
-    QTest::addColumn<QString>("text");
-
-    QTest::newRow("English") << u"Scroll bars are placed by an estimate of what nobody has looked at yet. "_s.repeated(
-        30);
-    QTest::newRow("Chinese") << u"滚动条的位置由估计值决定，因为还没有人看过那些消息。"_s.repeated(40);
-    QTest::newRow("both") << u"滚动条 scroll bars 的位置 are placed by 估计值 an estimate，今天也是。"_s.repeated(30);
-    QTest::newRow("short lines") << u"- item\n"_s.repeated(60);
-    QTest::newRow("one short line") << u"好的"_s;
-    QTest::newRow("combining marks") << u"e\u0301"_s.repeated(1000);
-}
-
-void TestTranscriptLayout::estimatesAreNearTheTruth()
-{
-    QFETCH(QString, text);
-    TranscriptLayout layout = rows({text});
-    const double estimate = layout.bubbleRect(0).height();
-    layout.layOut(0, 100'000);
-    const double truth = layout.bubbleRect(0).height();
-    QVERIFY2(qAbs(estimate / truth - 1) < 0.25, qPrintable(u"%1 for %2"_s.arg(estimate).arg(truth)));
-}
-
-void TestTranscriptLayout::aNewWidthIsEstimatedAnew()
-{
-    TranscriptLayout layout = rows({u"word "_s.repeated(400)}, 900);
-    layout.layOut(0, 5000);
-    const int before = layout.height();
-    layout.setWidth(450);
-    QVERIFY(layout.height() > before);
-    layout.layOut(0, 5000);
-    QVERIFY(layout.height() > before);
-    QVERIFY(layout.bubbleRect(0).width() <= 450);
-}
-
-void TestTranscriptLayout::widthBeyondTheWidestBubbleChangesNoHeight()
-{
-    TranscriptLayout layout = rows({u"word "_s.repeated(400)}, 700);
-    layout.append(Speaker::User, u"right"_s);
-    layout.layOut(0, 5000);
-    const QRect first = layout.bubbleRect(0);
-    const QRect second = layout.bubbleRect(1);
-
-    layout.setWidth(1000);
-    QCOMPARE(layout.bubbleRect(0), first);
-    QCOMPARE(layout.bubbleRect(1), second.translated(300, 0));
-}
-
-void TestTranscriptLayout::placesInAMessageOfManyChunks()
-{
-    const QString text = u"line number\n"_s.repeated(1000);
-    TranscriptLayout layout = rows({text});
-    const qsizetype position = 12 * 700 + 3;
-
-    const QRect caret = layout.caretRect(0, position);
-    QCOMPARE(layout.positionAt(0, caret.center()), position);
-    QCOMPARE(layout.lineAt(0, position), (TextRange{12 * 700, 11}));
-    layout.layOut(0, layout.height());
-    QCOMPARE(layout.bubbleRect(0).height(), 1001 * lineHeight() + 2 * 14);
-    QCOMPARE(layout.caretRect(0, position).top(), layout.textOrigin(0).y() + 700 * lineHeight());
-}
 
 QTEST_MAIN(TestTranscriptLayout)
 #include "TestTranscriptLayout.moc"

@@ -24,45 +24,436 @@ class TestTranscriptView final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        failOnUnexpectedWarning();
+        QGuiApplication::clipboard()->clear();
+        m_window = std::make_unique<QWidget>();
+        m_window->setPalette(Colors::lightAppearance(Colors::white(0.97)));
+        m_before = new QLineEdit(m_window.get());
+        m_view = new TranscriptView(m_window.get());
+        auto* column = new QVBoxLayout(m_window.get());
+        column->addWidget(m_before);
+        column->addWidget(m_view);
+        m_window->resize(800, 500);
 
-    void aDragSelectsLetters();
-    void aDragStaysInItsBubble();
-    void aDoubleClickSelectsAWord();
-    void aTripleClickSelectsAParagraph();
-    void aThirdClickElsewhereIsAClick();
-    void aThirdClickMuchLaterIsAClick();
-    void aDragAfterADoubleClickSelectsWords();
-    void shiftClickExtends();
-    void aClickBesideTheBubblesClears();
-    void aClickInAnotherBubbleClears();
-    void aDragBelowTheViewScrolls();
-    void aDragBeyondTheViewScrollsByItsDistance_data();
-    void aDragBeyondTheViewScrollsByItsDistance();
-    void aDragInTheViewDoesNotScroll();
-    void otherButtonsSelectNothing();
-    void theSelectionIsPainted();
-    void thePointerTellsWhereTextIs();
+        m_view->append(Speaker::User, u"first question, in two\nparagraphs of some words"_s);
+        m_view->append(Speaker::Nelo, u"an answer"_s);
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+    }
 
-    void theKeyboardEntersAtTheNewestBubble();
-    void theKeyboardPassesAnEmptyTranscript();
-    void arrowsGoFromBubbleToBubble();
-    void homeAndEndGoToTheEnds();
-    void pageKeysScroll();
-    void selectAllAndCopy();
-    void copyWithoutASelectionCopiesTheBubble();
-    void copyKeepsTheTextAsItCame();
-    void shiftedKeysSelect_data();
-    void shiftedKeysSelect();
-    void keysThatAreHeededGoNoFurther();
-    void selectingFarDownScrollsThere();
-    void theFocusIsVisibleToTheKeyboardOnly();
+    void cleanup() { m_window.reset(); }
 
-    void theContextMenuCopies();
-    void theContextMenuKeyWorksOnTheCurrentBubble();
-    void clearingForgetsTheSelection();
-    void appendingKeepsTheSelection();
+    void aDragSelectsLetters()
+    {
+        drag(pointAt(0, u"question"_s), pointAt(0, u"question"_s, 5));
+        QCOMPARE(m_view->selectedText(), u"quest"_s);
+        drag(pointAt(0, u"question"_s, 5), pointAt(0, u"first"_s, 3));
+        QCOMPARE(m_view->selectedText(), u"st quest"_s);
+        drag(pointAt(0, u"two"_s), pointAt(0, u"paragraphs"_s, 4));
+        QCOMPARE(m_view->selectedText(), u"two\npara"_s);
+        QTest::keySequence(m_view, QKeySequence::Copy);
+        QCOMPARE(clipboardText(), u"two\npara"_s);
+    }
+
+    void aDragStaysInItsBubble()
+    {
+        drag(pointAt(0, u"words"_s), QPoint(surface()->width() - 1, m_view->bubbleRect(1).center().y()));
+        QCOMPARE(m_view->selectedText(), u"words"_s);
+        QCOMPARE(m_view->currentBubble(), 0);
+    }
+
+    void aDoubleClickSelectsAWord()
+    {
+        QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
+        QCOMPARE(m_view->selectedText(), u"question"_s);
+    }
+
+    void aTripleClickSelectsAParagraph()
+    {
+        const QPoint point = pointAt(0, u"question"_s, 3);
+        QTest::mouseDClick(surface(), Qt::LeftButton, {}, point);
+        QTest::mouseClick(surface(), Qt::LeftButton, {}, point);
+        QCOMPARE(m_view->selectedText(), u"first question, in two"_s);
+        QTest::mouseClick(surface(), Qt::LeftButton, {}, point); // a fourth one begins anew
+        QCOMPARE(m_view->selectedText(), QString());
+    }
+
+    void aThirdClickElsewhereIsAClick()
+    {
+        QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
+        QTest::mouseClick(surface(), Qt::LeftButton, {}, pointAt(0, u"two"_s));
+        QCOMPARE(m_view->selectedText(), QString());
+    }
+
+    void aThirdClickMuchLaterIsAClick()
+    {
+        QStyleHints* hints = QGuiApplication::styleHints();
+        const auto restore = qScopeGuard(
+            [hints, usual = hints->mouseDoubleClickInterval()] { hints->setMouseDoubleClickInterval(usual); });
+        hints->setMouseDoubleClickInterval(1);
+        QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
+        bool isMuchLater = false;
+        QTimer::singleShot(20, this, [&isMuchLater] { isMuchLater = true; });
+        QTRY_VERIFY(isMuchLater);
+        QTest::mouseClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
+        QCOMPARE(m_view->selectedText(), QString());
+    }
+
+    void aDragAfterADoubleClickSelectsWords()
+    {
+        const QPoint from = pointAt(0, u"question"_s, 3);
+        const QPoint to = pointAt(0, u"two"_s, 1);
+        QMouseEvent secondPress(QEvent::MouseButtonDblClick, from, surface()->mapToGlobal(from), Qt::LeftButton,
+                                Qt::LeftButton, {});
+        QApplication::sendEvent(surface(), &secondPress);
+        QMouseEvent move(QEvent::MouseMove, to, surface()->mapToGlobal(to), Qt::NoButton, Qt::LeftButton, {});
+        QApplication::sendEvent(surface(), &move);
+        QTest::mouseRelease(surface(), Qt::LeftButton, {}, to);
+        QCOMPARE(m_view->selectedText(), u"question, in two"_s);
+    }
+
+    void shiftClickExtends()
+    {
+        QTest::mouseClick(surface(), Qt::LeftButton, {}, pointAt(0, u"first"_s));
+        QTest::mouseClick(surface(), Qt::LeftButton, Qt::ShiftModifier, pointAt(0, u"first"_s, 5));
+        QCOMPARE(m_view->selectedText(), u"first"_s);
+        QTest::mouseClick(surface(), Qt::LeftButton, Qt::ShiftModifier, pointAt(0, u"question"_s, 8));
+        QCOMPARE(m_view->selectedText(), u"first question"_s);
+    }
+
+    void aClickBesideTheBubblesClears()
+    {
+        QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
+        QTest::mouseClick(surface(), Qt::LeftButton, {}, {5, m_view->bubbleRect(0).center().y()});
+        QCOMPARE(m_view->selectedText(), QString());
+    }
+
+    void aClickInAnotherBubbleClears()
+    {
+        QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
+        QTest::mouseClick(surface(), Qt::LeftButton, {}, pointAt(1, u"answer"_s));
+        QCOMPARE(m_view->selectedText(), QString());
+        QCOMPARE(m_view->currentBubble(), 1);
+    }
+
+    void aDragBelowTheViewScrolls()
+    {
+        m_view->append(Speaker::Nelo, u"line\n"_s.repeated(300) + u"last"_s);
+        m_view->setCurrentBubble(2);
+        const QPoint below(m_view->bubbleRect(2).center().x(), surface()->height() + 400);
+
+        QTest::mousePress(surface(), Qt::LeftButton, {}, m_view->caretRect(2, 0).center());
+        QTest::mouseMove(surface(), below);
+        QTRY_COMPARE(m_view->verticalScrollBar()->value(), m_view->verticalScrollBar()->maximum());
+        QTRY_COMPARE(m_view->selectedText(), m_view->bubble(2).text());
+        QTest::mouseRelease(surface(), Qt::LeftButton, {}, below);
+    }
+
+    void aDragBeyondTheViewScrollsByItsDistance_data()
+    {
+        QTest::addColumn<bool>("isBelow");
+        QTest::addColumn<int>("distance");
+        QTest::newRow("a little below, a little down") << true << 7;
+        QTest::newRow("far below, far down") << true << 70;
+        QTest::newRow("above, up") << false << -9;
+    }
+
+    void aDragBeyondTheViewScrollsByItsDistance()
+    {
+        QFETCH(bool, isBelow);
+        QFETCH(int, distance);
+        m_view->append(Speaker::Nelo, u"line\n"_s.repeated(300) + u"last"_s);
+        QScrollBar* bar = m_view->verticalScrollBar();
+        bar->setValue(bar->maximum() / 2);
+        const int before = bar->value();
+        const int x = m_view->bubbleRect(2).left() + 30;
+
+        QTest::mousePress(surface(), Qt::LeftButton, {}, {x, surface()->height() / 2});
+        QTest::mouseMove(surface(), {x, (isBelow ? surface()->height() : 0) + distance});
+        QSignalSpy scrolled(bar, &QScrollBar::valueChanged);
+        QVERIFY(scrolled.wait());
+        QCOMPARE(scrolled.at(0).at(0).toInt(), before + distance);
+        QTest::mouseRelease(surface(), Qt::LeftButton, {}, {x, surface()->height() / 2});
+    }
+
+    void aDragInTheViewDoesNotScroll()
+    {
+        m_view->append(Speaker::Nelo, u"line\n"_s.repeated(300) + u"last"_s);
+        QScrollBar* bar = m_view->verticalScrollBar();
+        bar->setValue(bar->maximum() / 2);
+        const int x = m_view->bubbleRect(2).left() + 30;
+
+        QTest::mousePress(surface(), Qt::LeftButton, {}, {x, surface()->height() / 2});
+        QTest::mouseMove(surface(), {x, surface()->height() - 1});
+        const QSignalSpy scrolled(bar, &QScrollBar::valueChanged);
+        bool hadTime = false;
+        QTimer::singleShot(150, this, [&hadTime] { hadTime = true; });
+        QTRY_VERIFY(hadTime);
+        QCOMPARE(scrolled.count(), 0);
+        QTest::mouseRelease(surface(), Qt::LeftButton, {}, {x, surface()->height() - 1});
+    }
+
+    void otherButtonsSelectNothing()
+    {
+        const QPoint point = pointAt(0, u"question"_s, 3);
+        QTest::mouseDClick(surface(), Qt::MiddleButton, {}, point);
+        QTest::mouseDClick(surface(), Qt::RightButton, {}, point);
+        QCOMPARE(m_view->selectedText(), QString());
+    }
+
+    void theSelectionIsPainted()
+    {
+        const auto colorAt = [this](int index, const QString& word) {
+            const QRect caret = m_view->caretRect(index, m_view->bubble(index).text().indexOf(word));
+            return surface()->grab().toImage().pixelColor(caret.topLeft() + QPoint(2, 1));
+        };
+        const QColor blue = colorAt(0, u"question"_s);
+        const QColor light = colorAt(1, u"answer"_s);
+        QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
+        QCOMPARE(colorAt(0, u"question"_s), m_view->palette().color(QPalette::Base));
+        QCOMPARE(colorAt(0, u"first"_s), blue);
+        QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(1, u"answer"_s, 3));
+        QCOMPARE(colorAt(1, u"answer"_s), m_view->palette().color(QPalette::Highlight));
+        QCOMPARE(colorAt(1, u"an"_s), light);
+        QCOMPARE(colorAt(0, u"question"_s), blue);
+    }
+
+    void thePointerTellsWhereTextIs()
+    {
+        const auto hover = [this](QPoint point) {
+            QMouseEvent move(QEvent::MouseMove, point, surface()->mapToGlobal(point), Qt::NoButton, {}, {});
+            QApplication::sendEvent(surface(), &move);
+        };
+        hover(pointAt(1, u"answer"_s));
+        QCOMPARE(surface()->cursor().shape(), Qt::IBeamCursor);
+        hover({surface()->width() - 10, m_view->bubbleRect(1).center().y()});
+        QCOMPARE(surface()->cursor().shape(), Qt::ArrowCursor);
+    }
+
+    void theKeyboardEntersAtTheNewestBubble()
+    {
+        m_before->setFocus();
+        QTest::keyClick(m_before, Qt::Key_Tab);
+        QVERIFY(m_view->hasFocus());
+        QCOMPARE(m_view->currentBubble(), 1);
+        QTest::keyClick(m_view, Qt::Key_Up);
+        QTest::keyClick(m_view, Qt::Key_Tab);
+        QVERIFY(!m_view->hasFocus());
+        QTest::keyClick(m_before, Qt::Key_Tab);
+        QCOMPARE(m_view->currentBubble(), 0); // and comes back to where it was
+    }
+
+    void theKeyboardPassesAnEmptyTranscript()
+    {
+        m_view->clear();
+        m_before->setFocus();
+        QTest::keyClick(m_before, Qt::Key_Tab);
+        for (const int key : {Qt::Key_Up, Qt::Key_Down, Qt::Key_Home, Qt::Key_End, Qt::Key_PageUp})
+            QTest::keyClick(m_view, static_cast<Qt::Key>(key));
+        QTest::keySequence(m_view, QKeySequence::SelectAll);
+        QTest::keySequence(m_view, QKeySequence::Copy);
+        QCOMPARE(m_view->currentBubble(), -1);
+        QCOMPARE(clipboardText(), QString());
+    }
+
+    void arrowsGoFromBubbleToBubble()
+    {
+        for (int number = 0; number < 30; ++number)
+            m_view->append(Speaker::Nelo, QString::number(number));
+        m_view->setCurrentBubble(31);
+        for (int index = 30; index >= 0; --index) {
+            QTest::keyClick(m_view, Qt::Key_Up);
+            QCOMPARE(m_view->currentBubble(), index);
+            QVERIFY(surface()->rect().contains(m_view->bubbleRect(index)));
+        }
+        QTest::keyClick(m_view, Qt::Key_Up);
+        QCOMPARE(m_view->currentBubble(), 0);
+        QTest::keyClick(m_view, Qt::Key_Down);
+        QCOMPARE(m_view->currentBubble(), 1);
+    }
+
+    void homeAndEndGoToTheEnds()
+    {
+        for (int number = 0; number < 30; ++number)
+            m_view->append(Speaker::Nelo, QString::number(number));
+        QTest::keyClick(m_view, Qt::Key_Home);
+        QCOMPARE(m_view->currentBubble(), 0);
+        QVERIFY(surface()->rect().contains(m_view->bubbleRect(0)));
+        QTest::keyClick(m_view, Qt::Key_End);
+        QCOMPARE(m_view->currentBubble(), 31);
+        QVERIFY(surface()->rect().contains(m_view->bubbleRect(31)));
+        QTest::keyClick(m_view, Qt::Key_Down);
+        QCOMPARE(m_view->currentBubble(), 31);
+    }
+
+    void pageKeysScroll()
+    {
+        for (int number = 0; number < 30; ++number)
+            m_view->append(Speaker::Nelo, QString::number(number));
+        const int value = m_view->verticalScrollBar()->value();
+        QTest::keyClick(m_view, Qt::Key_PageUp);
+        QVERIFY(m_view->verticalScrollBar()->value() < value - surface()->height() / 2);
+        QTest::keyClick(m_view, Qt::Key_PageDown);
+        QCOMPARE(m_view->verticalScrollBar()->value(), value);
+    }
+
+    void selectAllAndCopy()
+    {
+        m_view->setCurrentBubble(0);
+        QTest::keySequence(m_view, QKeySequence::SelectAll);
+        QCOMPARE(m_view->selectedText(), m_view->bubble(0).text());
+        QTest::keySequence(m_view, QKeySequence::Copy);
+        QCOMPARE(clipboardText(), m_view->bubble(0).text());
+    }
+
+    void copyWithoutASelectionCopiesTheBubble()
+    {
+        m_view->setCurrentBubble(1);
+        QTest::keySequence(m_view, QKeySequence::Copy);
+        QCOMPARE(clipboardText(), u"an answer"_s);
+    }
+
+    void copyKeepsTheTextAsItCame()
+    {
+        const QString text = u"a\r\nb\u2028c\td <b>e</b> \u200F👨‍👩‍👧‍👦"_s;
+        m_view->append(Speaker::Nelo, text);
+        m_view->setCurrentBubble(2);
+        QTest::keySequence(m_view, QKeySequence::SelectAll);
+        QTest::keySequence(m_view, QKeySequence::Copy);
+        QCOMPARE(clipboardText(), text);
+    }
+
+    void shiftedKeysSelect_data()
+    {
+        QTest::addColumn<QList<QKeySequence::StandardKey>>("keys");
+        QTest::addColumn<QString>("selected");
+
+        using Keys = QList<QKeySequence::StandardKey>;
+        QTest::newRow("a letter on") << Keys{QKeySequence::SelectNextChar} << u"f"_s;
+        QTest::newRow("and back again") << Keys{QKeySequence::SelectNextChar, QKeySequence::SelectNextChar,
+                                                QKeySequence::SelectPreviousChar}
+                                        << u"f"_s;
+        QTest::newRow("a word on") << Keys{QKeySequence::SelectNextWord} << u"first"_s;
+        QTest::newRow("a word back") << Keys{QKeySequence::SelectNextWord, QKeySequence::SelectNextWord,
+                                             QKeySequence::SelectPreviousWord}
+                                     << u"first "_s;
+        QTest::newRow("to the end of the line") << Keys{QKeySequence::SelectEndOfLine} << u"first question, in two"_s;
+        QTest::newRow("and to its start")
+            << Keys{QKeySequence::SelectNextWord, QKeySequence::SelectStartOfLine} << QString();
+        QTest::newRow("to the end of the text")
+            << Keys{QKeySequence::SelectEndOfDocument} << u"first question, in two\nparagraphs of some words"_s;
+        QTest::newRow("and to its start again")
+            << Keys{QKeySequence::SelectEndOfDocument, QKeySequence::SelectStartOfDocument} << QString();
+        QTest::newRow("a line down from the end of a line is its end")
+            << Keys{QKeySequence::SelectEndOfLine, QKeySequence::SelectNextLine}
+            << u"first question, in two\nparagraphs of some words"_s;
+        QTest::newRow("a line up goes back")
+            << Keys{QKeySequence::SelectEndOfDocument, QKeySequence::SelectPreviousLine} << u"first question, in two"_s;
+    }
+
+    void shiftedKeysSelect()
+    {
+        QFETCH(QList<QKeySequence::StandardKey>, keys);
+        m_view->setCurrentBubble(0);
+        for (const QKeySequence::StandardKey key : keys)
+            QTest::keySequence(m_view, key);
+        QTEST(m_view->selectedText(), "selected");
+    }
+
+    void keysThatAreHeededGoNoFurther()
+    {
+        m_view->setFocus(Qt::TabFocusReason);
+        for (const QKeySequence::StandardKey key : {QKeySequence::SelectAll, QKeySequence::Copy,
+                                                    QKeySequence::SelectPreviousChar, QKeySequence::SelectNextWord}) {
+            const QKeyCombination combination = QKeySequence(key)[0];
+            QKeyEvent event(QEvent::KeyPress, combination.key(), combination.keyboardModifiers());
+            QApplication::sendEvent(m_view, &event);
+            QVERIFY2(event.isAccepted(), qPrintable(QKeySequence(key).toString()));
+        }
+        QKeyEvent other(QEvent::KeyPress, Qt::Key_F9, Qt::NoModifier);
+        QApplication::sendEvent(m_view, &other);
+        QVERIFY(!other.isAccepted());
+    }
+
+    void selectingFarDownScrollsThere()
+    {
+        m_view->append(Speaker::Nelo, u"line\n"_s.repeated(3000) + u"last"_s);
+        m_view->setCurrentBubble(2);
+        QTest::keySequence(m_view, QKeySequence::SelectEndOfDocument);
+        QCOMPARE(m_view->selectedText(), m_view->bubble(2).text());
+        QVERIFY(surface()->rect().contains(m_view->caretRect(2, m_view->bubble(2).text().size()).center()));
+        QTest::keySequence(m_view, QKeySequence::SelectPreviousLine);
+        QCOMPARE(m_view->selectedText(), m_view->bubble(2).text().chopped(5));
+    }
+
+    void theFocusIsVisibleToTheKeyboardOnly()
+    {
+        QTest::mouseClick(surface(), Qt::LeftButton, {}, pointAt(1, u"answer"_s));
+        const QImage clicked = surface()->grab().toImage();
+        QTest::keyClick(m_view, Qt::Key_Down);
+        const QImage focused = surface()->grab().toImage();
+        QVERIFY(focused != clicked);
+        const QRect bubble = m_view->bubbleRect(1);
+        const auto isRing = [this, &focused](QPoint point) {
+            return focused.pixelColor(point) == m_view->palette().color(QPalette::Highlight);
+        };
+        for (int inside = 0; inside < 6; ++inside) { // two pixels wide, as far from each side
+            const bool isExpected = inside == 2 || inside == 3;
+            QCOMPARE(isRing({bubble.center().x(), bubble.top() + inside}), isExpected);
+            QCOMPARE(isRing({bubble.center().x(), bubble.bottom() - inside}), isExpected);
+            QCOMPARE(isRing({bubble.left() + inside, bubble.center().y()}), isExpected);
+            QCOMPARE(isRing({bubble.right() - inside, bubble.center().y()}), isExpected);
+        }
+        m_before->setFocus();
+        QCOMPARE(surface()->grab().toImage(), clicked);
+    }
+
+    void theContextMenuCopies()
+    {
+        const auto openMenuAt = [this](QPoint point) {
+            QContextMenuEvent event(QContextMenuEvent::Mouse, point, surface()->mapToGlobal(point));
+            QApplication::sendEvent(surface(), &event);
+        };
+        pickFromMenu(u"Copy"_s);
+        openMenuAt(pointAt(1, u"answer"_s));
+        QCOMPARE(clipboardText(), u"an answer"_s);
+
+        QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
+        pickFromMenu(u"Copy"_s);
+        openMenuAt(pointAt(0, u"first"_s));
+        QCOMPARE(clipboardText(), u"question"_s);
+
+        openMenuAt({5, m_view->bubbleRect(0).center().y()}); // beside the bubbles there is no menu
+        QVERIFY(!QApplication::activePopupWidget());
+    }
+
+    void theContextMenuKeyWorksOnTheCurrentBubble()
+    {
+        m_view->setCurrentBubble(1);
+        pickFromMenu(u"Copy"_s);
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, {0, 0}, surface()->mapToGlobal(QPoint(0, 0)));
+        QApplication::sendEvent(surface(), &event);
+        QCOMPARE(clipboardText(), u"an answer"_s);
+    }
+
+    void clearingForgetsTheSelection()
+    {
+        m_view->setCurrentBubble(0);
+        QTest::keySequence(m_view, QKeySequence::SelectAll);
+        m_view->clear();
+        QCOMPARE(m_view->currentBubble(), -1);
+        QCOMPARE(m_view->selectedText(), QString());
+    }
+
+    void appendingKeepsTheSelection()
+    {
+        QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
+        m_view->append(Speaker::Nelo, u"another"_s);
+        QCOMPARE(m_view->selectedText(), u"question"_s);
+        QCOMPARE(m_view->currentBubble(), 0);
+    }
 
 private:
     QWidget* surface() const { return m_view->viewport(); }
@@ -97,440 +488,6 @@ private:
     QLineEdit* m_before = nullptr;
     TranscriptView* m_view = nullptr;
 };
-
-void TestTranscriptView::init()
-{
-    failOnUnexpectedWarning();
-    QGuiApplication::clipboard()->clear();
-    m_window = std::make_unique<QWidget>();
-    m_window->setPalette(Colors::lightAppearance(Colors::white(0.97)));
-    m_before = new QLineEdit(m_window.get());
-    m_view = new TranscriptView(m_window.get());
-    auto* column = new QVBoxLayout(m_window.get());
-    column->addWidget(m_before);
-    column->addWidget(m_view);
-    m_window->resize(800, 500);
-
-    m_view->append(Speaker::User, u"first question, in two\nparagraphs of some words"_s);
-    m_view->append(Speaker::Nelo, u"an answer"_s);
-    m_window->show();
-    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
-}
-
-void TestTranscriptView::cleanup()
-{
-    m_window.reset();
-}
-
-void TestTranscriptView::aDragSelectsLetters()
-{
-    drag(pointAt(0, u"question"_s), pointAt(0, u"question"_s, 5));
-    QCOMPARE(m_view->selectedText(), u"quest"_s);
-    drag(pointAt(0, u"question"_s, 5), pointAt(0, u"first"_s, 3));
-    QCOMPARE(m_view->selectedText(), u"st quest"_s);
-    drag(pointAt(0, u"two"_s), pointAt(0, u"paragraphs"_s, 4));
-    QCOMPARE(m_view->selectedText(), u"two\npara"_s);
-    QTest::keySequence(m_view, QKeySequence::Copy);
-    QCOMPARE(clipboardText(), u"two\npara"_s);
-}
-
-void TestTranscriptView::aDragStaysInItsBubble()
-{
-    drag(pointAt(0, u"words"_s), QPoint(surface()->width() - 1, m_view->bubbleRect(1).center().y()));
-    QCOMPARE(m_view->selectedText(), u"words"_s);
-    QCOMPARE(m_view->currentBubble(), 0);
-}
-
-void TestTranscriptView::aDoubleClickSelectsAWord()
-{
-    QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
-    QCOMPARE(m_view->selectedText(), u"question"_s);
-}
-
-void TestTranscriptView::aTripleClickSelectsAParagraph()
-{
-    const QPoint point = pointAt(0, u"question"_s, 3);
-    QTest::mouseDClick(surface(), Qt::LeftButton, {}, point);
-    QTest::mouseClick(surface(), Qt::LeftButton, {}, point);
-    QCOMPARE(m_view->selectedText(), u"first question, in two"_s);
-    QTest::mouseClick(surface(), Qt::LeftButton, {}, point); // a fourth one begins anew
-    QCOMPARE(m_view->selectedText(), QString());
-}
-
-void TestTranscriptView::aThirdClickElsewhereIsAClick()
-{
-    QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
-    QTest::mouseClick(surface(), Qt::LeftButton, {}, pointAt(0, u"two"_s));
-    QCOMPARE(m_view->selectedText(), QString());
-}
-
-void TestTranscriptView::aThirdClickMuchLaterIsAClick()
-{
-    QStyleHints* hints = QGuiApplication::styleHints();
-    const auto restore =
-        qScopeGuard([hints, usual = hints->mouseDoubleClickInterval()] { hints->setMouseDoubleClickInterval(usual); });
-    hints->setMouseDoubleClickInterval(1);
-    QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
-    bool isMuchLater = false;
-    QTimer::singleShot(20, this, [&isMuchLater] { isMuchLater = true; });
-    QTRY_VERIFY(isMuchLater);
-    QTest::mouseClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
-    QCOMPARE(m_view->selectedText(), QString());
-}
-
-void TestTranscriptView::aDragAfterADoubleClickSelectsWords()
-{
-    const QPoint from = pointAt(0, u"question"_s, 3);
-    const QPoint to = pointAt(0, u"two"_s, 1);
-    QMouseEvent secondPress(QEvent::MouseButtonDblClick, from, surface()->mapToGlobal(from), Qt::LeftButton,
-                            Qt::LeftButton, {});
-    QApplication::sendEvent(surface(), &secondPress);
-    QMouseEvent move(QEvent::MouseMove, to, surface()->mapToGlobal(to), Qt::NoButton, Qt::LeftButton, {});
-    QApplication::sendEvent(surface(), &move);
-    QTest::mouseRelease(surface(), Qt::LeftButton, {}, to);
-    QCOMPARE(m_view->selectedText(), u"question, in two"_s);
-}
-
-void TestTranscriptView::shiftClickExtends()
-{
-    QTest::mouseClick(surface(), Qt::LeftButton, {}, pointAt(0, u"first"_s));
-    QTest::mouseClick(surface(), Qt::LeftButton, Qt::ShiftModifier, pointAt(0, u"first"_s, 5));
-    QCOMPARE(m_view->selectedText(), u"first"_s);
-    QTest::mouseClick(surface(), Qt::LeftButton, Qt::ShiftModifier, pointAt(0, u"question"_s, 8));
-    QCOMPARE(m_view->selectedText(), u"first question"_s);
-}
-
-void TestTranscriptView::aClickBesideTheBubblesClears()
-{
-    QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
-    QTest::mouseClick(surface(), Qt::LeftButton, {}, {5, m_view->bubbleRect(0).center().y()});
-    QCOMPARE(m_view->selectedText(), QString());
-}
-
-void TestTranscriptView::aClickInAnotherBubbleClears()
-{
-    QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
-    QTest::mouseClick(surface(), Qt::LeftButton, {}, pointAt(1, u"answer"_s));
-    QCOMPARE(m_view->selectedText(), QString());
-    QCOMPARE(m_view->currentBubble(), 1);
-}
-
-void TestTranscriptView::aDragBelowTheViewScrolls()
-{
-    m_view->append(Speaker::Nelo, u"line\n"_s.repeated(300) + u"last"_s);
-    m_view->setCurrentBubble(2);
-    const QPoint below(m_view->bubbleRect(2).center().x(), surface()->height() + 400);
-
-    QTest::mousePress(surface(), Qt::LeftButton, {}, m_view->caretRect(2, 0).center());
-    QTest::mouseMove(surface(), below);
-    QTRY_COMPARE(m_view->verticalScrollBar()->value(), m_view->verticalScrollBar()->maximum());
-    QTRY_COMPARE(m_view->selectedText(), m_view->bubble(2).text());
-    QTest::mouseRelease(surface(), Qt::LeftButton, {}, below);
-}
-
-void TestTranscriptView::aDragBeyondTheViewScrollsByItsDistance_data()
-{
-    QTest::addColumn<bool>("isBelow");
-    QTest::addColumn<int>("distance");
-    QTest::newRow("a little below, a little down") << true << 7;
-    QTest::newRow("far below, far down") << true << 70;
-    QTest::newRow("above, up") << false << -9;
-}
-
-void TestTranscriptView::aDragBeyondTheViewScrollsByItsDistance()
-{
-    QFETCH(bool, isBelow);
-    QFETCH(int, distance);
-    m_view->append(Speaker::Nelo, u"line\n"_s.repeated(300) + u"last"_s);
-    QScrollBar* bar = m_view->verticalScrollBar();
-    bar->setValue(bar->maximum() / 2);
-    const int before = bar->value();
-    const int x = m_view->bubbleRect(2).left() + 30;
-
-    QTest::mousePress(surface(), Qt::LeftButton, {}, {x, surface()->height() / 2});
-    QTest::mouseMove(surface(), {x, (isBelow ? surface()->height() : 0) + distance});
-    QSignalSpy scrolled(bar, &QScrollBar::valueChanged);
-    QVERIFY(scrolled.wait());
-    QCOMPARE(scrolled.at(0).at(0).toInt(), before + distance);
-    QTest::mouseRelease(surface(), Qt::LeftButton, {}, {x, surface()->height() / 2});
-}
-
-void TestTranscriptView::aDragInTheViewDoesNotScroll()
-{
-    m_view->append(Speaker::Nelo, u"line\n"_s.repeated(300) + u"last"_s);
-    QScrollBar* bar = m_view->verticalScrollBar();
-    bar->setValue(bar->maximum() / 2);
-    const int x = m_view->bubbleRect(2).left() + 30;
-
-    QTest::mousePress(surface(), Qt::LeftButton, {}, {x, surface()->height() / 2});
-    QTest::mouseMove(surface(), {x, surface()->height() - 1});
-    const QSignalSpy scrolled(bar, &QScrollBar::valueChanged);
-    bool hadTime = false;
-    QTimer::singleShot(150, this, [&hadTime] { hadTime = true; });
-    QTRY_VERIFY(hadTime);
-    QCOMPARE(scrolled.count(), 0);
-    QTest::mouseRelease(surface(), Qt::LeftButton, {}, {x, surface()->height() - 1});
-}
-
-void TestTranscriptView::otherButtonsSelectNothing()
-{
-    const QPoint point = pointAt(0, u"question"_s, 3);
-    QTest::mouseDClick(surface(), Qt::MiddleButton, {}, point);
-    QTest::mouseDClick(surface(), Qt::RightButton, {}, point);
-    QCOMPARE(m_view->selectedText(), QString());
-}
-
-void TestTranscriptView::theSelectionIsPainted()
-{
-    const auto colorAt = [this](int index, const QString& word) {
-        const QRect caret = m_view->caretRect(index, m_view->bubble(index).text().indexOf(word));
-        return surface()->grab().toImage().pixelColor(caret.topLeft() + QPoint(2, 1));
-    };
-    const QColor blue = colorAt(0, u"question"_s);
-    const QColor light = colorAt(1, u"answer"_s);
-    QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
-    QCOMPARE(colorAt(0, u"question"_s), m_view->palette().color(QPalette::Base));
-    QCOMPARE(colorAt(0, u"first"_s), blue);
-    QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(1, u"answer"_s, 3));
-    QCOMPARE(colorAt(1, u"answer"_s), m_view->palette().color(QPalette::Highlight));
-    QCOMPARE(colorAt(1, u"an"_s), light);
-    QCOMPARE(colorAt(0, u"question"_s), blue);
-}
-
-void TestTranscriptView::thePointerTellsWhereTextIs()
-{
-    const auto hover = [this](QPoint point) {
-        QMouseEvent move(QEvent::MouseMove, point, surface()->mapToGlobal(point), Qt::NoButton, {}, {});
-        QApplication::sendEvent(surface(), &move);
-    };
-    hover(pointAt(1, u"answer"_s));
-    QCOMPARE(surface()->cursor().shape(), Qt::IBeamCursor);
-    hover({surface()->width() - 10, m_view->bubbleRect(1).center().y()});
-    QCOMPARE(surface()->cursor().shape(), Qt::ArrowCursor);
-}
-
-void TestTranscriptView::theKeyboardEntersAtTheNewestBubble()
-{
-    m_before->setFocus();
-    QTest::keyClick(m_before, Qt::Key_Tab);
-    QVERIFY(m_view->hasFocus());
-    QCOMPARE(m_view->currentBubble(), 1);
-    QTest::keyClick(m_view, Qt::Key_Up);
-    QTest::keyClick(m_view, Qt::Key_Tab);
-    QVERIFY(!m_view->hasFocus());
-    QTest::keyClick(m_before, Qt::Key_Tab);
-    QCOMPARE(m_view->currentBubble(), 0); // and comes back to where it was
-}
-
-void TestTranscriptView::theKeyboardPassesAnEmptyTranscript()
-{
-    m_view->clear();
-    m_before->setFocus();
-    QTest::keyClick(m_before, Qt::Key_Tab);
-    for (const int key : {Qt::Key_Up, Qt::Key_Down, Qt::Key_Home, Qt::Key_End, Qt::Key_PageUp})
-        QTest::keyClick(m_view, static_cast<Qt::Key>(key));
-    QTest::keySequence(m_view, QKeySequence::SelectAll);
-    QTest::keySequence(m_view, QKeySequence::Copy);
-    QCOMPARE(m_view->currentBubble(), -1);
-    QCOMPARE(clipboardText(), QString());
-}
-
-void TestTranscriptView::arrowsGoFromBubbleToBubble()
-{
-    for (int number = 0; number < 30; ++number)
-        m_view->append(Speaker::Nelo, QString::number(number));
-    m_view->setCurrentBubble(31);
-    for (int index = 30; index >= 0; --index) {
-        QTest::keyClick(m_view, Qt::Key_Up);
-        QCOMPARE(m_view->currentBubble(), index);
-        QVERIFY(surface()->rect().contains(m_view->bubbleRect(index)));
-    }
-    QTest::keyClick(m_view, Qt::Key_Up);
-    QCOMPARE(m_view->currentBubble(), 0);
-    QTest::keyClick(m_view, Qt::Key_Down);
-    QCOMPARE(m_view->currentBubble(), 1);
-}
-
-void TestTranscriptView::homeAndEndGoToTheEnds()
-{
-    for (int number = 0; number < 30; ++number)
-        m_view->append(Speaker::Nelo, QString::number(number));
-    QTest::keyClick(m_view, Qt::Key_Home);
-    QCOMPARE(m_view->currentBubble(), 0);
-    QVERIFY(surface()->rect().contains(m_view->bubbleRect(0)));
-    QTest::keyClick(m_view, Qt::Key_End);
-    QCOMPARE(m_view->currentBubble(), 31);
-    QVERIFY(surface()->rect().contains(m_view->bubbleRect(31)));
-    QTest::keyClick(m_view, Qt::Key_Down);
-    QCOMPARE(m_view->currentBubble(), 31);
-}
-
-void TestTranscriptView::pageKeysScroll()
-{
-    for (int number = 0; number < 30; ++number)
-        m_view->append(Speaker::Nelo, QString::number(number));
-    const int value = m_view->verticalScrollBar()->value();
-    QTest::keyClick(m_view, Qt::Key_PageUp);
-    QVERIFY(m_view->verticalScrollBar()->value() < value - surface()->height() / 2);
-    QTest::keyClick(m_view, Qt::Key_PageDown);
-    QCOMPARE(m_view->verticalScrollBar()->value(), value);
-}
-
-void TestTranscriptView::selectAllAndCopy()
-{
-    m_view->setCurrentBubble(0);
-    QTest::keySequence(m_view, QKeySequence::SelectAll);
-    QCOMPARE(m_view->selectedText(), m_view->bubble(0).text());
-    QTest::keySequence(m_view, QKeySequence::Copy);
-    QCOMPARE(clipboardText(), m_view->bubble(0).text());
-}
-
-void TestTranscriptView::copyWithoutASelectionCopiesTheBubble()
-{
-    m_view->setCurrentBubble(1);
-    QTest::keySequence(m_view, QKeySequence::Copy);
-    QCOMPARE(clipboardText(), u"an answer"_s);
-}
-
-void TestTranscriptView::copyKeepsTheTextAsItCame()
-{
-    const QString text = u"a\r\nb\u2028c\td <b>e</b> \u200F👨‍👩‍👧‍👦"_s;
-    m_view->append(Speaker::Nelo, text);
-    m_view->setCurrentBubble(2);
-    QTest::keySequence(m_view, QKeySequence::SelectAll);
-    QTest::keySequence(m_view, QKeySequence::Copy);
-    QCOMPARE(clipboardText(), text);
-}
-
-void TestTranscriptView::shiftedKeysSelect_data()
-{
-    QTest::addColumn<QList<QKeySequence::StandardKey>>("keys");
-    QTest::addColumn<QString>("selected");
-
-    using Keys = QList<QKeySequence::StandardKey>;
-    QTest::newRow("a letter on") << Keys{QKeySequence::SelectNextChar} << u"f"_s;
-    QTest::newRow("and back again") << Keys{QKeySequence::SelectNextChar, QKeySequence::SelectNextChar,
-                                            QKeySequence::SelectPreviousChar}
-                                    << u"f"_s;
-    QTest::newRow("a word on") << Keys{QKeySequence::SelectNextWord} << u"first"_s;
-    QTest::newRow("a word back") << Keys{QKeySequence::SelectNextWord, QKeySequence::SelectNextWord,
-                                         QKeySequence::SelectPreviousWord}
-                                 << u"first "_s;
-    QTest::newRow("to the end of the line") << Keys{QKeySequence::SelectEndOfLine} << u"first question, in two"_s;
-    QTest::newRow("and to its start") << Keys{QKeySequence::SelectNextWord, QKeySequence::SelectStartOfLine}
-                                      << QString();
-    QTest::newRow("to the end of the text")
-        << Keys{QKeySequence::SelectEndOfDocument} << u"first question, in two\nparagraphs of some words"_s;
-    QTest::newRow("and to its start again")
-        << Keys{QKeySequence::SelectEndOfDocument, QKeySequence::SelectStartOfDocument} << QString();
-    QTest::newRow("a line down from the end of a line is its end")
-        << Keys{QKeySequence::SelectEndOfLine, QKeySequence::SelectNextLine}
-        << u"first question, in two\nparagraphs of some words"_s;
-    QTest::newRow("a line up goes back") << Keys{QKeySequence::SelectEndOfDocument, QKeySequence::SelectPreviousLine}
-                                         << u"first question, in two"_s;
-}
-
-void TestTranscriptView::shiftedKeysSelect()
-{
-    QFETCH(QList<QKeySequence::StandardKey>, keys);
-    m_view->setCurrentBubble(0);
-    for (const QKeySequence::StandardKey key : keys)
-        QTest::keySequence(m_view, key);
-    QTEST(m_view->selectedText(), "selected");
-}
-
-void TestTranscriptView::keysThatAreHeededGoNoFurther()
-{
-    m_view->setFocus(Qt::TabFocusReason);
-    for (const QKeySequence::StandardKey key : {QKeySequence::SelectAll, QKeySequence::Copy,
-                                                QKeySequence::SelectPreviousChar, QKeySequence::SelectNextWord}) {
-        const QKeyCombination combination = QKeySequence(key)[0];
-        QKeyEvent event(QEvent::KeyPress, combination.key(), combination.keyboardModifiers());
-        QApplication::sendEvent(m_view, &event);
-        QVERIFY2(event.isAccepted(), qPrintable(QKeySequence(key).toString()));
-    }
-    QKeyEvent other(QEvent::KeyPress, Qt::Key_F9, Qt::NoModifier);
-    QApplication::sendEvent(m_view, &other);
-    QVERIFY(!other.isAccepted());
-}
-
-void TestTranscriptView::selectingFarDownScrollsThere()
-{
-    m_view->append(Speaker::Nelo, u"line\n"_s.repeated(3000) + u"last"_s);
-    m_view->setCurrentBubble(2);
-    QTest::keySequence(m_view, QKeySequence::SelectEndOfDocument);
-    QCOMPARE(m_view->selectedText(), m_view->bubble(2).text());
-    QVERIFY(surface()->rect().contains(m_view->caretRect(2, m_view->bubble(2).text().size()).center()));
-    QTest::keySequence(m_view, QKeySequence::SelectPreviousLine);
-    QCOMPARE(m_view->selectedText(), m_view->bubble(2).text().chopped(5));
-}
-
-void TestTranscriptView::theFocusIsVisibleToTheKeyboardOnly()
-{
-    QTest::mouseClick(surface(), Qt::LeftButton, {}, pointAt(1, u"answer"_s));
-    const QImage clicked = surface()->grab().toImage();
-    QTest::keyClick(m_view, Qt::Key_Down);
-    const QImage focused = surface()->grab().toImage();
-    QVERIFY(focused != clicked);
-    const QRect bubble = m_view->bubbleRect(1);
-    const auto isRing = [this, &focused](QPoint point) {
-        return focused.pixelColor(point) == m_view->palette().color(QPalette::Highlight);
-    };
-    for (int inside = 0; inside < 6; ++inside) { // two pixels wide, as far from each side
-        const bool isExpected = inside == 2 || inside == 3;
-        QCOMPARE(isRing({bubble.center().x(), bubble.top() + inside}), isExpected);
-        QCOMPARE(isRing({bubble.center().x(), bubble.bottom() - inside}), isExpected);
-        QCOMPARE(isRing({bubble.left() + inside, bubble.center().y()}), isExpected);
-        QCOMPARE(isRing({bubble.right() - inside, bubble.center().y()}), isExpected);
-    }
-    m_before->setFocus();
-    QCOMPARE(surface()->grab().toImage(), clicked);
-}
-
-void TestTranscriptView::theContextMenuCopies()
-{
-    const auto openMenuAt = [this](QPoint point) {
-        QContextMenuEvent event(QContextMenuEvent::Mouse, point, surface()->mapToGlobal(point));
-        QApplication::sendEvent(surface(), &event);
-    };
-    pickFromMenu(u"Copy"_s);
-    openMenuAt(pointAt(1, u"answer"_s));
-    QCOMPARE(clipboardText(), u"an answer"_s);
-
-    QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
-    pickFromMenu(u"Copy"_s);
-    openMenuAt(pointAt(0, u"first"_s));
-    QCOMPARE(clipboardText(), u"question"_s);
-
-    openMenuAt({5, m_view->bubbleRect(0).center().y()}); // beside the bubbles there is no menu
-    QVERIFY(!QApplication::activePopupWidget());
-}
-
-void TestTranscriptView::theContextMenuKeyWorksOnTheCurrentBubble()
-{
-    m_view->setCurrentBubble(1);
-    pickFromMenu(u"Copy"_s);
-    QContextMenuEvent event(QContextMenuEvent::Keyboard, {0, 0}, surface()->mapToGlobal(QPoint(0, 0)));
-    QApplication::sendEvent(surface(), &event);
-    QCOMPARE(clipboardText(), u"an answer"_s);
-}
-
-void TestTranscriptView::clearingForgetsTheSelection()
-{
-    m_view->setCurrentBubble(0);
-    QTest::keySequence(m_view, QKeySequence::SelectAll);
-    m_view->clear();
-    QCOMPARE(m_view->currentBubble(), -1);
-    QCOMPARE(m_view->selectedText(), QString());
-}
-
-void TestTranscriptView::appendingKeepsTheSelection()
-{
-    QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
-    m_view->append(Speaker::Nelo, u"another"_s);
-    QCOMPARE(m_view->selectedText(), u"question"_s);
-    QCOMPARE(m_view->currentBubble(), 0);
-}
 
 QTEST_MAIN(TestTranscriptView)
 #include "TestTranscriptView.moc"

@@ -11,87 +11,80 @@ class TestRuntimeReport final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void aReportHasSevenLines_data();
-    void aReportHasSevenLines();
-    void failuresSayWhy_data();
-    void failuresSayWhy();
+    void init() { failOnUnexpectedWarning(); }
+
+    void aReportHasSevenLines_data()
+    {
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<QStringList>("firstSixLines");
+        const auto lines = [](const char* os, const char* installed, const char* binary, const char* version,
+                              const char* app, const char* config) {
+            return QStringList{QString::fromUtf8(os),      QString::fromUtf8(installed), QString::fromUtf8(binary),
+                               QString::fromUtf8(version), QString::fromUtf8(app),       QString::fromUtf8(config)};
+        };
+
+        QTest::newRow("all keys") << QByteArray(
+            R"({"os":"Debian 12","installed":true,"binaryPath":"/usr/bin/openclaw","version":"1.2",)"
+            R"("appExists":true,"appPath":"/Apps/OpenClaw","configExists":true,"configPath":"/c.json"})")
+                                  << lines("OS: Debian 12", "Installed: yes", "Binary: /usr/bin/openclaw",
+                                           "Version: 1.2", "App: yes (/Apps/OpenClaw)", "Config: yes (/c.json)");
+        QTest::newRow("no application and no path to one")
+            << QByteArray(R"({"os":"x","installed":true,"binaryPath":"/b","version":"1","appExists":false,)"
+                          R"("configExists":false,"configPath":"/c"})")
+            << lines("OS: x", "Installed: yes", "Binary: /b", "Version: 1", "App: no ()", "Config: no (/c)");
+        QTest::newRow("only installed, and false") << QByteArray(R"({"installed":false})")
+                                                   << lines("OS: ", "Installed: no", "Binary: (not found)",
+                                                            "Version: (unknown)", "App: no ()", "Config: no ()");
+        QTest::newRow("the text yes is no boolean")
+            << QByteArray(R"({"installed":"yes","appExists":"true","configExists":1})")
+            << lines("OS: ", "Installed: no", "Binary: (not found)", "Version: (unknown)", "App: no ()",
+                     "Config: no ()");
+        QTest::newRow("null is described, not taken for absent")
+            << QByteArray(R"({"os":null,"binaryPath":null,"version":null,"appPath":null,"configPath":null})")
+            << lines("OS: <null>", "Installed: no", "Binary: <null>", "Version: <null>", "App: no (<null>)",
+                     "Config: no (<null>)");
+        QTest::newRow("values of other types are described")
+            << QByteArray(R"({"os":["a"],"binaryPath":{"p":1},"version":2.5,"appPath":true,"configPath":7})")
+            << lines("OS: [\"a\"]", "Installed: no", "Binary: {\"p\":1}", "Version: 2.5", "App: no (1)",
+                     "Config: no (7)");
+        QTest::newRow("unknown keys alone make a report") << QByteArray(R"({"other":1})")
+                                                          << lines("OS: ", "Installed: no", "Binary: (not found)",
+                                                                   "Version: (unknown)", "App: no ()", "Config: no ()");
+    }
+
+    void aReportHasSevenLines()
+    {
+        QFETCH(QByteArray, reply);
+        QFETCH(QStringList, firstSixLines);
+        const RuntimeReport report = runtimeReport(BackendReply(reply.toStdString()));
+        const QString installer = QStringLiteral("Script installer: mac/linux -> install.sh, windows -> install.cmd");
+        QCOMPARE(report.summary.split(u'\n'), firstSixLines + QStringList{installer});
+        QCOMPARE(report.status, QStringLiteral("Runtime status refreshed."));
+    }
+
+    void failuresSayWhy_data()
+    {
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<QString>("summary");
+        const QString unavailable = QStringLiteral("Runtime status unavailable.");
+        QTest::newRow("an error shows itself")
+            << QByteArray("ERROR: backend helper terminated") << QStringLiteral("ERROR: backend helper terminated");
+        QTest::newRow("an empty object") << QByteArray("{}") << unavailable;
+        QTest::newRow("a list") << QByteArray(R"([{"os":"x"}])") << unavailable;
+        QTest::newRow("null") << QByteArray("null") << unavailable;
+        QTest::newRow("text that is not JSON") << QByteArray("{\"os\"") << unavailable;
+        QTest::newRow("nothing") << QByteArray() << unavailable;
+    }
+
+    void failuresSayWhy()
+    {
+        QFETCH(QByteArray, reply);
+        QFETCH(QString, summary);
+        const RuntimeReport report = runtimeReport(BackendReply(reply.toStdString()));
+        QCOMPARE(report.summary, summary);
+        QCOMPARE(report.status, QStringLiteral("Failed to refresh runtime status."));
+    }
 };
-
-void TestRuntimeReport::init()
-{
-    failOnUnexpectedWarning();
-}
-
-void TestRuntimeReport::aReportHasSevenLines_data()
-{
-    QTest::addColumn<QByteArray>("reply");
-    QTest::addColumn<QStringList>("firstSixLines");
-    const auto lines = [](const char* os, const char* installed, const char* binary, const char* version,
-                          const char* app, const char* config) {
-        return QStringList{QString::fromUtf8(os),      QString::fromUtf8(installed), QString::fromUtf8(binary),
-                           QString::fromUtf8(version), QString::fromUtf8(app),       QString::fromUtf8(config)};
-    };
-
-    QTest::newRow("all keys") << QByteArray(
-        R"({"os":"Debian 12","installed":true,"binaryPath":"/usr/bin/openclaw","version":"1.2",)"
-        R"("appExists":true,"appPath":"/Apps/OpenClaw","configExists":true,"configPath":"/c.json"})")
-                              << lines("OS: Debian 12", "Installed: yes", "Binary: /usr/bin/openclaw", "Version: 1.2",
-                                       "App: yes (/Apps/OpenClaw)", "Config: yes (/c.json)");
-    QTest::newRow("no application and no path to one")
-        << QByteArray(R"({"os":"x","installed":true,"binaryPath":"/b","version":"1","appExists":false,)"
-                      R"("configExists":false,"configPath":"/c"})")
-        << lines("OS: x", "Installed: yes", "Binary: /b", "Version: 1", "App: no ()", "Config: no (/c)");
-    QTest::newRow("only installed, and false")
-        << QByteArray(R"({"installed":false})")
-        << lines("OS: ", "Installed: no", "Binary: (not found)", "Version: (unknown)", "App: no ()", "Config: no ()");
-    QTest::newRow("the text yes is no boolean")
-        << QByteArray(R"({"installed":"yes","appExists":"true","configExists":1})")
-        << lines("OS: ", "Installed: no", "Binary: (not found)", "Version: (unknown)", "App: no ()", "Config: no ()");
-    QTest::newRow("null is described, not taken for absent")
-        << QByteArray(R"({"os":null,"binaryPath":null,"version":null,"appPath":null,"configPath":null})")
-        << lines("OS: <null>", "Installed: no", "Binary: <null>", "Version: <null>", "App: no (<null>)",
-                 "Config: no (<null>)");
-    QTest::newRow("values of other types are described")
-        << QByteArray(R"({"os":["a"],"binaryPath":{"p":1},"version":2.5,"appPath":true,"configPath":7})")
-        << lines("OS: [\"a\"]", "Installed: no", "Binary: {\"p\":1}", "Version: 2.5", "App: no (1)", "Config: no (7)");
-    QTest::newRow("unknown keys alone make a report")
-        << QByteArray(R"({"other":1})")
-        << lines("OS: ", "Installed: no", "Binary: (not found)", "Version: (unknown)", "App: no ()", "Config: no ()");
-}
-
-void TestRuntimeReport::aReportHasSevenLines()
-{
-    QFETCH(QByteArray, reply);
-    QFETCH(QStringList, firstSixLines);
-    const RuntimeReport report = runtimeReport(BackendReply(reply.toStdString()));
-    const QString installer = QStringLiteral("Script installer: mac/linux -> install.sh, windows -> install.cmd");
-    QCOMPARE(report.summary.split(u'\n'), firstSixLines + QStringList{installer});
-    QCOMPARE(report.status, QStringLiteral("Runtime status refreshed."));
-}
-
-void TestRuntimeReport::failuresSayWhy_data()
-{
-    QTest::addColumn<QByteArray>("reply");
-    QTest::addColumn<QString>("summary");
-    const QString unavailable = QStringLiteral("Runtime status unavailable.");
-    QTest::newRow("an error shows itself")
-        << QByteArray("ERROR: backend helper terminated") << QStringLiteral("ERROR: backend helper terminated");
-    QTest::newRow("an empty object") << QByteArray("{}") << unavailable;
-    QTest::newRow("a list") << QByteArray(R"([{"os":"x"}])") << unavailable;
-    QTest::newRow("null") << QByteArray("null") << unavailable;
-    QTest::newRow("text that is not JSON") << QByteArray("{\"os\"") << unavailable;
-    QTest::newRow("nothing") << QByteArray() << unavailable;
-}
-
-void TestRuntimeReport::failuresSayWhy()
-{
-    QFETCH(QByteArray, reply);
-    QFETCH(QString, summary);
-    const RuntimeReport report = runtimeReport(BackendReply(reply.toStdString()));
-    QCOMPARE(report.summary, summary);
-    QCOMPARE(report.status, QStringLiteral("Failed to refresh runtime status."));
-}
 
 QTEST_GUILESS_MAIN(TestRuntimeReport)
 #include "TestRuntimeReport.moc"

@@ -4,21 +4,6 @@
 
 #include <QTest>
 
-/// Which key a provider has.
-class TestProviderKeyCache final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void startsEmpty();
-    void theDocumentsKeyWinsForItsProvider();
-    void anEmptyDocumentKeyLeavesTheStoredOne();
-    void takesWhatWasTypedTrimmed_data();
-    void takesWhatWasTypedTrimmed();
-    void anEmptyKeyIsAKey();
-};
-
 namespace {
 
 const QString openai = QStringLiteral("openai");
@@ -26,59 +11,63 @@ const QString kimi = QStringLiteral("kimi");
 
 } // namespace
 
-void TestProviderKeyCache::init()
+/// Which key a provider has.
+class TestProviderKeyCache final : public QObject
 {
-    failOnUnexpectedWarning();
-}
+    Q_OBJECT
 
-void TestProviderKeyCache::startsEmpty()
-{
-    const ProviderKeyCache cache;
-    QVERIFY(cache.keys().isEmpty());
-    QCOMPARE(cache.key(openai), QString());
-}
+private slots:
+    void init() { failOnUnexpectedWarning(); }
 
-void TestProviderKeyCache::theDocumentsKeyWinsForItsProvider()
-{
-    const ProviderKeyCache cache({{openai, QStringLiteral("a")}, {kimi, QStringLiteral("b")}}, kimi,
-                                 QStringLiteral("c"));
-    QCOMPARE(cache.key(openai), QStringLiteral("a"));
-    QCOMPARE(cache.key(kimi), QStringLiteral("c"));
-}
+    void startsEmpty()
+    {
+        const ProviderKeyCache cache;
+        QVERIFY(cache.keys().isEmpty());
+        QCOMPARE(cache.key(openai), QString());
+    }
 
-void TestProviderKeyCache::anEmptyDocumentKeyLeavesTheStoredOne()
-{
-    const ProviderKeyCache cache({{kimi, QStringLiteral("b")}}, kimi, QString());
-    QCOMPARE(cache.key(kimi), QStringLiteral("b"));
-}
+    void theDocumentsKeyWinsForItsProvider()
+    {
+        const ProviderKeyCache cache({{openai, QStringLiteral("a")}, {kimi, QStringLiteral("b")}}, kimi,
+                                     QStringLiteral("c"));
+        QCOMPARE(cache.key(openai), QStringLiteral("a"));
+        QCOMPARE(cache.key(kimi), QStringLiteral("c"));
+    }
 
-void TestProviderKeyCache::takesWhatWasTypedTrimmed_data()
-{
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("key");
-    QTest::newRow("a key") << QStringLiteral("sk-1") << QStringLiteral("sk-1");
-    QTest::newRow("white space and line breaks around it")
-        << QStringLiteral(" \r\n\tsk-1\n ") << QStringLiteral("sk-1");
-    QTest::newRow("a line break within it stays") << QStringLiteral("sk\n1") << QStringLiteral("sk\n1");
-    QTest::newRow("white space only") << QStringLiteral(" \n") << QString();
-}
+    void anEmptyDocumentKeyLeavesTheStoredOne()
+    {
+        const ProviderKeyCache cache({{kimi, QStringLiteral("b")}}, kimi, QString());
+        QCOMPARE(cache.key(kimi), QStringLiteral("b"));
+    }
 
-void TestProviderKeyCache::takesWhatWasTypedTrimmed()
-{
-    QFETCH(QString, typed);
-    QFETCH(QString, key);
-    ProviderKeyCache cache({{openai, QStringLiteral("old")}, {kimi, QStringLiteral("b")}}, openai, QString());
-    cache.take(openai, typed);
-    QCOMPARE(cache.key(openai), key);
-    QCOMPARE(cache.key(kimi), QStringLiteral("b"));
-}
+    void takesWhatWasTypedTrimmed_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("key");
+        QTest::newRow("a key") << QStringLiteral("sk-1") << QStringLiteral("sk-1");
+        QTest::newRow("white space and line breaks around it")
+            << QStringLiteral(" \r\n\tsk-1\n ") << QStringLiteral("sk-1");
+        QTest::newRow("a line break within it stays") << QStringLiteral("sk\n1") << QStringLiteral("sk\n1");
+        QTest::newRow("white space only") << QStringLiteral(" \n") << QString();
+    }
 
-void TestProviderKeyCache::anEmptyKeyIsAKey()
-{
-    ProviderKeyCache cache;
-    cache.take(kimi, QString());
-    QCOMPARE(cache.keys(), (QMap<QString, QString>{{kimi, QString()}}));
-}
+    void takesWhatWasTypedTrimmed()
+    {
+        QFETCH(QString, typed);
+        QFETCH(QString, key);
+        ProviderKeyCache cache({{openai, QStringLiteral("old")}, {kimi, QStringLiteral("b")}}, openai, QString());
+        cache.take(openai, typed);
+        QCOMPARE(cache.key(openai), key);
+        QCOMPARE(cache.key(kimi), QStringLiteral("b"));
+    }
+
+    void anEmptyKeyIsAKey()
+    {
+        ProviderKeyCache cache;
+        cache.take(kimi, QString());
+        QCOMPARE(cache.keys(), (QMap<QString, QString>{{kimi, QString()}}));
+    }
+};
 
 QTEST_GUILESS_MAIN(TestProviderKeyCache)
 #include "TestProviderKeyCache.moc"

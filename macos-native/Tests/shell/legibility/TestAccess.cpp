@@ -13,48 +13,33 @@ class TestAccess final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-    void cleanupTestCase();
-    void everythingIsNamedToldAndReached_data();
-    void everythingIsNamedToldAndReached();
+    void initTestCase() { m_gallery = std::make_unique<Gallery>(); }
+
+    void init() { failOnUnexpectedWarning(); }
+
+    void cleanupTestCase() { m_gallery.reset(); }
+
+    void everythingIsNamedToldAndReached_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const QString& name : Gallery::names())
+            QTest::newRow(qPrintable(name)) << name;
+    }
+
+    void everythingIsNamedToldAndReached()
+    {
+        QFETCH(QString, name);
+        QStringList found;
+        const bool isSeen = m_gallery->show(name, [&found](QWidget& window) {
+            found = Access::nameless(window) + Access::untold(window) + Access::beyondTab(window);
+        });
+        QVERIFY(isSeen);
+        QVERIFY2(found.isEmpty(), qPrintable(found.join(u'\n')));
+    }
 
 private:
     std::unique_ptr<Gallery> m_gallery;
 };
-
-void TestAccess::initTestCase()
-{
-    m_gallery = std::make_unique<Gallery>();
-}
-
-void TestAccess::init()
-{
-    failOnUnexpectedWarning();
-}
-
-void TestAccess::cleanupTestCase()
-{
-    m_gallery.reset();
-}
-
-void TestAccess::everythingIsNamedToldAndReached_data()
-{
-    QTest::addColumn<QString>("name");
-    for (const QString& name : Gallery::names())
-        QTest::newRow(qPrintable(name)) << name;
-}
-
-void TestAccess::everythingIsNamedToldAndReached()
-{
-    QFETCH(QString, name);
-    QStringList found;
-    const bool isSeen = m_gallery->show(name, [&found](QWidget& window) {
-        found = Access::nameless(window) + Access::untold(window) + Access::beyondTab(window);
-    });
-    QVERIFY(isSeen);
-    QVERIFY2(found.isEmpty(), qPrintable(found.join(u'\n')));
-}
 
 QTEST_MAIN(TestAccess)
 #include "TestAccess.moc"

@@ -10,24 +10,6 @@
 
 using namespace Qt::StringLiterals;
 
-/// That everything the program shows can be read: by users whose text is large, and under light and dark themes.
-class TestLegibility final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
-    void nothingIsClipped_data();
-    void nothingIsClipped();
-    void nothingIsFaint_data();
-    void nothingIsFaint();
-
-private:
-    QFont m_fontBefore;
-};
-
 namespace {
 
 /// The colours of a well-known dark desktop, whose theme says nothing of placeholders.
@@ -60,78 +42,88 @@ QString clippedIn(const QString& name, QWidget& window)
 
 } // namespace
 
-/// Runs at another scale must not be those at the ordinary one again.
-void TestLegibility::initTestCase()
+/// That everything the program shows can be read: by users whose text is large, and under light and dark themes.
+class TestLegibility final : public QObject
 {
-    QCOMPARE(qApp->devicePixelRatio(), qEnvironmentVariable("QT_SCALE_FACTOR", u"1"_s).toDouble());
-}
+    Q_OBJECT
 
-void TestLegibility::init()
-{
-    failOnUnexpectedWarning();
-    m_fontBefore = QApplication::font();
-}
-
-void TestLegibility::cleanup()
-{
-    QApplication::setFont(m_fontBefore);
-    QApplication::setStyle(QStringLiteral("fusion"));
-}
-
-void TestLegibility::nothingIsClipped_data()
-{
-    QTest::addColumn<double>("textSize");
-    QTest::newRow("at the ordinary text size") << 1.0;
-    QTest::newRow("at twice the text size") << 2.0;
-}
-
-void TestLegibility::nothingIsClipped()
-{
-    QFETCH(double, textSize);
-    QFont font = m_fontBefore;
-    font.setPointSizeF(font.pointSizeF() * textSize);
-    QApplication::setFont(font);
-    Gallery gallery;
-    QString found;
-    for (const QString& name : Gallery::names()) {
-        const bool isSeen = gallery.show(name, [&found, &name](QWidget& window) {
-            found += clippedIn(name, window); // windows start at their smallest size
-            if (!qobject_cast<NeloWindow*>(&window))
-                return;
-            const QSize smallest = window.size();
-            window.resize(1920, 1080);
-            Gallery::layOut();
-            found += clippedIn(name + u", maximised"_s, window);
-            window.resize(smallest);
-        });
-        QVERIFY2(isSeen, qPrintable(name));
+private slots:
+    /// Runs at another scale must not be those at the ordinary one again.
+    void initTestCase()
+    {
+        QCOMPARE(qApp->devicePixelRatio(), qEnvironmentVariable("QT_SCALE_FACTOR", u"1"_s).toDouble());
     }
-    QCOMPARE(found, QString());
-}
 
-void TestLegibility::nothingIsFaint_data()
-{
-    QTest::addColumn<QPalette>("theme");
-    QTest::newRow("under the light theme") << QApplication::palette();
-    QTest::newRow("under the dark theme") << darkTheme();
-}
-
-void TestLegibility::nothingIsFaint()
-{
-    QFETCH(QPalette, theme);
-    QApplication::setStyle(new ThemeStyle(theme));
-    Gallery gallery;
-    QString found;
-    for (const QString& name : Gallery::names()) {
-        const bool isSeen = gallery.show(name, [&found, &name](QWidget& window) {
-            if (window.focusWidget())
-                window.focusWidget()->clearFocus(); // a cursor would stand out where the text does not
-            found += findings(name, Legibility::faintTexts(window) + Legibility::faintSelections(window));
-        });
-        QVERIFY2(isSeen, qPrintable(name));
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_fontBefore = QApplication::font();
     }
-    QCOMPARE(found, QString());
-}
+
+    void cleanup()
+    {
+        QApplication::setFont(m_fontBefore);
+        QApplication::setStyle(QStringLiteral("fusion"));
+    }
+
+    void nothingIsClipped_data()
+    {
+        QTest::addColumn<double>("textSize");
+        QTest::newRow("at the ordinary text size") << 1.0;
+        QTest::newRow("at twice the text size") << 2.0;
+    }
+
+    void nothingIsClipped()
+    {
+        QFETCH(double, textSize);
+        QFont font = m_fontBefore;
+        font.setPointSizeF(font.pointSizeF() * textSize);
+        QApplication::setFont(font);
+        Gallery gallery;
+        QString found;
+        for (const QString& name : Gallery::names()) {
+            const bool isSeen = gallery.show(name, [&found, &name](QWidget& window) {
+                found += clippedIn(name, window); // windows start at their smallest size
+                if (!qobject_cast<NeloWindow*>(&window))
+                    return;
+                const QSize smallest = window.size();
+                window.resize(1920, 1080);
+                Gallery::layOut();
+                found += clippedIn(name + u", maximised"_s, window);
+                window.resize(smallest);
+            });
+            QVERIFY2(isSeen, qPrintable(name));
+        }
+        QCOMPARE(found, QString());
+    }
+
+    void nothingIsFaint_data()
+    {
+        QTest::addColumn<QPalette>("theme");
+        QTest::newRow("under the light theme") << QApplication::palette();
+        QTest::newRow("under the dark theme") << darkTheme();
+    }
+
+    void nothingIsFaint()
+    {
+        QFETCH(QPalette, theme);
+        QApplication::setStyle(new ThemeStyle(theme));
+        Gallery gallery;
+        QString found;
+        for (const QString& name : Gallery::names()) {
+            const bool isSeen = gallery.show(name, [&found, &name](QWidget& window) {
+                if (window.focusWidget())
+                    window.focusWidget()->clearFocus(); // a cursor would stand out where the text does not
+                found += findings(name, Legibility::faintTexts(window) + Legibility::faintSelections(window));
+            });
+            QVERIFY2(isSeen, qPrintable(name));
+        }
+        QCOMPARE(found, QString());
+    }
+
+private:
+    QFont m_fontBefore;
+};
 
 QTEST_MAIN(TestLegibility)
 #include "TestLegibility.moc"

@@ -18,162 +18,146 @@ class TestNeloWindow final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void startsAtItsSmallestSizeInTheMiddleOfTheScreen();
-    void contentDoesNotChangeTheSmallestSize();
-    void canBeClosedMinimisedAndResized();
-    void comesForwardWithTheKeyboard();
-    void comesBackWhenMinimised();
-    void closingHidesItAndKeepsItsContent();
-    void aChangeOfFocusIsToldOnceHoweverOftenItWasOpened();
-    void theKeyThatClosesAWindowClosesIt();
-    void ownsItsContent();
-    void tellsAssistiveTechnologyThatItIsAWindow();
-    void aFlippedViewStartsAtTheTop();
-};
+    void init() { failOnUnexpectedWarning(); }
 
-void TestNeloWindow::init()
-{
-    failOnUnexpectedWarning();
-}
-
-void TestNeloWindow::startsAtItsSmallestSizeInTheMiddleOfTheScreen()
-{
-    const NeloWindow window(QStringLiteral("Nelo & <b>Co</b>"), {640, 480});
-    QCOMPARE(window.windowTitle(), QStringLiteral("Nelo & <b>Co</b>"));
-    QCOMPARE(window.size(), QSize(640, 480));
-    QCOMPARE(window.minimumSize(), QSize(640, 480));
-    const QPoint offCentre =
-        window.geometry().center() - QGuiApplication::primaryScreen()->availableGeometry().center();
-    QVERIFY(offCentre.manhattanLength() <= 2);
-}
-
-void TestNeloWindow::contentDoesNotChangeTheSmallestSize()
-{
-    NeloWindow window(QString(), {300, 200});
-    window.setContentViewController(
-        new PlaceholderInfoController(QString(2'000, u'W'), QStringLiteral("word ").repeated(20'000)));
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    QCOMPARE(window.minimumSize(), QSize(300, 200));
-    QCOMPARE(window.size(), QSize(300, 200));
-    QCOMPARE(window.findChild<PlaceholderInfoController*>()->geometry(), window.rect());
-}
-
-void TestNeloWindow::canBeClosedMinimisedAndResized()
-{
-    NeloWindow window(QString(), {300, 200});
-    QVERIFY(window.windowFlags().testFlag(Qt::Window));
-    QVERIFY(
-        !window.windowFlags().testFlag(Qt::CustomizeWindowHint)); // the window manager's usual frame, with all of it
-    window.resize(500, 400);
-    QCOMPARE(window.size(), QSize(500, 400));
-    window.resize(100, 100);
-    QCOMPARE(window.size(), QSize(300, 200));
-}
-
-void TestNeloWindow::comesForwardWithTheKeyboard()
-{
-    NeloWindow first(QStringLiteral("first"), {300, 200});
-    NeloWindow second(QStringLiteral("second"), {300, 200});
-    first.makeKeyAndOrderFront();
-    QVERIFY(QTest::qWaitForWindowActive(&first));
-    second.makeKeyAndOrderFront();
-    QVERIFY(QTest::qWaitForWindowActive(&second));
-    first.makeKeyAndOrderFront();
-    QVERIFY(QTest::qWaitForWindowActive(&first));
-    QVERIFY(second.isVisible());
-}
-
-void TestNeloWindow::comesBackWhenMinimised()
-{
-    NeloWindow window(QString(), {300, 200});
-    window.showMinimized();
-    window.makeKeyAndOrderFront();
-    QVERIFY(!window.isMinimized());
-    QVERIFY(window.isVisible());
-
-    window.showMaximized();
-    window.setWindowState(window.windowState() | Qt::WindowMinimized);
-    window.makeKeyAndOrderFront();
-    QVERIFY(window.isMaximized()); // as it was before it was minimised
-}
-
-void TestNeloWindow::closingHidesItAndKeepsItsContent()
-{
-    NeloWindow window(QString(), {300, 200});
-    const QPointer<ViewController> content(new PlaceholderInfoController(QStringLiteral("x")));
-    window.setContentViewController(content);
-    window.show();
-    window.close();
-    QVERIFY(!window.isVisible());
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(content);
-}
-
-void TestNeloWindow::aChangeOfFocusIsToldOnceHoweverOftenItWasOpened()
-{
-    NeloWindow window(QString(), {300, 200});
-    auto* one = new QLineEdit(&window);
-    auto* other = new QLineEdit(&window);
-    for (int time = 0; time < 5; ++time) {
-        window.makeKeyAndOrderFront();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
-        window.close();
-        QTRY_VERIFY(!window.isActiveWindow());
+    void startsAtItsSmallestSizeInTheMiddleOfTheScreen()
+    {
+        const NeloWindow window(QStringLiteral("Nelo & <b>Co</b>"), {640, 480});
+        QCOMPARE(window.windowTitle(), QStringLiteral("Nelo & <b>Co</b>"));
+        QCOMPARE(window.size(), QSize(640, 480));
+        QCOMPARE(window.minimumSize(), QSize(640, 480));
+        const QPoint offCentre =
+            window.geometry().center() - QGuiApplication::primaryScreen()->availableGeometry().center();
+        QVERIFY(offCentre.manhattanLength() <= 2);
     }
-    window.makeKeyAndOrderFront();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    one->setFocus();
-    const QSignalSpy told(qApp, &QGuiApplication::focusObjectChanged);
-    other->setFocus();
-    QCOMPARE(told.size(), 1);
-}
 
-void TestNeloWindow::theKeyThatClosesAWindowClosesIt()
-{
-    NeloWindow window(QString(), {300, 200});
-    QLineEdit field(&window);
-    window.makeKeyAndOrderFront();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    field.setFocus();
-    QTest::keyClick(&field, Qt::Key_W, Qt::ControlModifier);
-    QVERIFY(!window.isVisible());
-    window.makeKeyAndOrderFront();
-    QVERIFY(window.isVisible());
-}
-
-void TestNeloWindow::ownsItsContent()
-{
-    QPointer<ViewController> content(new PlaceholderInfoController(QStringLiteral("x")));
+    void contentDoesNotChangeTheSmallestSize()
     {
         NeloWindow window(QString(), {300, 200});
-        window.setContentViewController(content);
-        QCOMPARE(content->window(), &window);
+        window.setContentViewController(
+            new PlaceholderInfoController(QString(2'000, u'W'), QStringLiteral("word ").repeated(20'000)));
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QCOMPARE(window.minimumSize(), QSize(300, 200));
+        QCOMPARE(window.size(), QSize(300, 200));
+        QCOMPARE(window.findChild<PlaceholderInfoController*>()->geometry(), window.rect());
     }
-    QVERIFY(!content);
-}
 
-void TestNeloWindow::tellsAssistiveTechnologyThatItIsAWindow()
-{
-    NeloWindow window(QStringLiteral("Title"), {300, 200});
-    const QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(&window);
-    QCOMPARE(accessible->role(), QAccessible::Window);
-    QCOMPARE(accessible->text(QAccessible::Name), QStringLiteral("Title"));
-    window.makeKeyAndOrderFront();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    QVERIFY(accessible->state().active);
-}
+    void canBeClosedMinimisedAndResized()
+    {
+        NeloWindow window(QString(), {300, 200});
+        QVERIFY(window.windowFlags().testFlag(Qt::Window));
+        QVERIFY(!window.windowFlags().testFlag(
+            Qt::CustomizeWindowHint)); // the window manager's usual frame, with all of it
+        window.resize(500, 400);
+        QCOMPARE(window.size(), QSize(500, 400));
+        window.resize(100, 100);
+        QCOMPARE(window.size(), QSize(300, 200));
+    }
 
-void TestNeloWindow::aFlippedViewStartsAtTheTop()
-{
-    NeloFlippedView view;
-    QWidget row(&view);
-    row.setGeometry(0, 0, 10, 10);
-    view.resize(100, 100);
-    QCOMPARE(row.mapTo(&view, QPoint()), QPoint(0, 0));
-    QCOMPARE(view.childAt(5, 5), &row);
-}
+    void comesForwardWithTheKeyboard()
+    {
+        NeloWindow first(QStringLiteral("first"), {300, 200});
+        NeloWindow second(QStringLiteral("second"), {300, 200});
+        first.makeKeyAndOrderFront();
+        QVERIFY(QTest::qWaitForWindowActive(&first));
+        second.makeKeyAndOrderFront();
+        QVERIFY(QTest::qWaitForWindowActive(&second));
+        first.makeKeyAndOrderFront();
+        QVERIFY(QTest::qWaitForWindowActive(&first));
+        QVERIFY(second.isVisible());
+    }
+
+    void comesBackWhenMinimised()
+    {
+        NeloWindow window(QString(), {300, 200});
+        window.showMinimized();
+        window.makeKeyAndOrderFront();
+        QVERIFY(!window.isMinimized());
+        QVERIFY(window.isVisible());
+
+        window.showMaximized();
+        window.setWindowState(window.windowState() | Qt::WindowMinimized);
+        window.makeKeyAndOrderFront();
+        QVERIFY(window.isMaximized()); // as it was before it was minimised
+    }
+
+    void closingHidesItAndKeepsItsContent()
+    {
+        NeloWindow window(QString(), {300, 200});
+        const QPointer<ViewController> content(new PlaceholderInfoController(QStringLiteral("x")));
+        window.setContentViewController(content);
+        window.show();
+        window.close();
+        QVERIFY(!window.isVisible());
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(content);
+    }
+
+    void aChangeOfFocusIsToldOnceHoweverOftenItWasOpened()
+    {
+        NeloWindow window(QString(), {300, 200});
+        auto* one = new QLineEdit(&window);
+        auto* other = new QLineEdit(&window);
+        for (int time = 0; time < 5; ++time) {
+            window.makeKeyAndOrderFront();
+            QVERIFY(QTest::qWaitForWindowActive(&window));
+            window.close();
+            QTRY_VERIFY(!window.isActiveWindow());
+        }
+        window.makeKeyAndOrderFront();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        one->setFocus();
+        const QSignalSpy told(qApp, &QGuiApplication::focusObjectChanged);
+        other->setFocus();
+        QCOMPARE(told.size(), 1);
+    }
+
+    void theKeyThatClosesAWindowClosesIt()
+    {
+        NeloWindow window(QString(), {300, 200});
+        QLineEdit field(&window);
+        window.makeKeyAndOrderFront();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        field.setFocus();
+        QTest::keyClick(&field, Qt::Key_W, Qt::ControlModifier);
+        QVERIFY(!window.isVisible());
+        window.makeKeyAndOrderFront();
+        QVERIFY(window.isVisible());
+    }
+
+    void ownsItsContent()
+    {
+        QPointer<ViewController> content(new PlaceholderInfoController(QStringLiteral("x")));
+        {
+            NeloWindow window(QString(), {300, 200});
+            window.setContentViewController(content);
+            QCOMPARE(content->window(), &window);
+        }
+        QVERIFY(!content);
+    }
+
+    void tellsAssistiveTechnologyThatItIsAWindow()
+    {
+        NeloWindow window(QStringLiteral("Title"), {300, 200});
+        const QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(&window);
+        QCOMPARE(accessible->role(), QAccessible::Window);
+        QCOMPARE(accessible->text(QAccessible::Name), QStringLiteral("Title"));
+        window.makeKeyAndOrderFront();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QVERIFY(accessible->state().active);
+    }
+
+    void aFlippedViewStartsAtTheTop()
+    {
+        NeloFlippedView view;
+        QWidget row(&view);
+        row.setGeometry(0, 0, 10, 10);
+        view.resize(100, 100);
+        QCOMPARE(row.mapTo(&view, QPoint()), QPoint(0, 0));
+        QCOMPARE(view.childAt(5, 5), &row);
+    }
+};
 
 QTEST_MAIN(TestNeloWindow)
 #include "TestNeloWindow.moc"

@@ -6,25 +6,6 @@
 #include <QTest>
 #include <QtTest/qtestspontaneevent.h>
 
-/// When a view controller is told what.
-class TestViewController final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void nothingIsBuiltBeforeItIsAskedFor();
-    void theViewLoadsOnce();
-    void showingLoadsAViewThatNobodyAskedFor();
-    void appearsOnceItIsOnTheScreen();
-    void disappearsWhenHiddenAndAppearsAgain();
-    void hiddenBeforeTheEventLoopRanItNeverAppeared();
-    void aTabAppearsWhenItIsSelected();
-    void theLeavingTabIsToldBeforeTheComingOne();
-    void closingTheWindowDisappears();
-    void minimisingIsNeither();
-};
-
 namespace {
 
 class Recorder final : public ViewController
@@ -51,136 +32,140 @@ private:
 
 } // namespace
 
-void TestViewController::init()
+/// When a view controller is told what.
+class TestViewController final : public QObject
 {
-    failOnUnexpectedWarning();
-}
+    Q_OBJECT
 
-void TestViewController::nothingIsBuiltBeforeItIsAskedFor()
-{
-    QStringList events;
-    const Recorder controller({}, &events);
-    QCoreApplication::processEvents();
-    QCOMPARE(events, QStringList());
-}
+private slots:
+    void init() { failOnUnexpectedWarning(); }
 
-void TestViewController::theViewLoadsOnce()
-{
-    QStringList events;
-    Recorder controller({}, &events);
-    controller.loadViewIfNeeded();
-    controller.loadViewIfNeeded();
-    QCOMPARE(events, (QStringList{QStringLiteral("loadView"), QStringLiteral("viewDidLoad")}));
-}
-
-void TestViewController::showingLoadsAViewThatNobodyAskedFor()
-{
-    QStringList events;
-    Recorder controller({}, &events);
-    controller.show();
-    QCOMPARE(events, (QStringList{QStringLiteral("loadView"), QStringLiteral("viewDidLoad")}));
-    QTRY_COMPARE(events.size(), 3);
-}
-
-void TestViewController::appearsOnceItIsOnTheScreen()
-{
-    QStringList events;
-    Recorder controller({}, &events);
-    controller.loadViewIfNeeded();
-    events.clear();
-    controller.show();
-    QCOMPARE(events, QStringList());
-    QTRY_COMPARE(events, QStringList{QStringLiteral("viewDidAppear")});
-}
-
-void TestViewController::disappearsWhenHiddenAndAppearsAgain()
-{
-    QStringList events;
-    Recorder controller({}, &events);
-    controller.show();
-    QTRY_COMPARE(events.size(), 3);
-    events.clear();
-    controller.hide();
-    QCOMPARE(events, QStringList{QStringLiteral("viewWillDisappear")});
-    controller.show();
-    QTRY_COMPARE(events, (QStringList{QStringLiteral("viewWillDisappear"), QStringLiteral("viewDidAppear")}));
-}
-
-void TestViewController::hiddenBeforeTheEventLoopRanItNeverAppeared()
-{
-    QStringList events;
-    Recorder controller({}, &events);
-    controller.loadViewIfNeeded();
-    events.clear();
-    controller.show();
-    controller.hide();
-    QCoreApplication::processEvents();
-    QCOMPARE(events, QStringList());
-    controller.show();
-    controller.hide();
-    controller.show();
-    QTRY_COMPARE(events, QStringList{QStringLiteral("viewDidAppear")});
-    QCoreApplication::processEvents();
-    QCOMPARE(events.size(), 1);
-}
-
-void TestViewController::aTabAppearsWhenItIsSelected()
-{
-    QStringList events;
-    QStackedWidget tabs;
-    auto* first = new Recorder(QStringLiteral("first "), &events);
-    auto* second = new Recorder(QStringLiteral("second "), &events);
-    tabs.addWidget(first);
-    tabs.addWidget(second);
-    first->loadViewIfNeeded();
-    second->loadViewIfNeeded();
-    events.clear();
-    tabs.show();
-    QTRY_COMPARE(events, QStringList{QStringLiteral("first viewDidAppear")});
-    tabs.setCurrentWidget(second);
-    QTRY_COMPARE(events.constLast(), QStringLiteral("second viewDidAppear"));
-}
-
-void TestViewController::theLeavingTabIsToldBeforeTheComingOne()
-{
-    QStringList events;
-    QStackedWidget tabs;
-    tabs.addWidget(new Recorder(QStringLiteral("first "), &events));
-    tabs.addWidget(new Recorder(QStringLiteral("second "), &events));
-    tabs.show();
-    QTRY_COMPARE(events.size(), 3);
-    events.clear();
-    tabs.setCurrentIndex(1);
-    const QStringList expected{QStringLiteral("first viewWillDisappear"), QStringLiteral("second loadView"),
-                               QStringLiteral("second viewDidLoad"), QStringLiteral("second viewDidAppear")};
-    QTRY_COMPARE(events, expected);
-}
-
-void TestViewController::closingTheWindowDisappears()
-{
-    QStringList events;
-    Recorder controller({}, &events);
-    controller.show();
-    QTRY_COMPARE(events.size(), 3);
-    controller.close();
-    QCOMPARE(events.constLast(), QStringLiteral("viewWillDisappear"));
-}
-
-void TestViewController::minimisingIsNeither()
-{
-    QStringList events;
-    Recorder controller({}, &events);
-    controller.show();
-    QTRY_COMPARE(events.size(), 3);
-    QHideEvent minimised;
-    QShowEvent restored;
-    for (QEvent* event : {static_cast<QEvent*>(&minimised), static_cast<QEvent*>(&restored)}) {
-        QSpontaneKeyEvent::setSpontaneous(event); // as it comes from the window system
-        qApp->notify(&controller, event);
+    void nothingIsBuiltBeforeItIsAskedFor()
+    {
+        QStringList events;
+        const Recorder controller({}, &events);
+        QCoreApplication::processEvents();
+        QCOMPARE(events, QStringList());
     }
-    QCoreApplication::processEvents();
-    QCOMPARE(events.size(), 3);
-}
+
+    void theViewLoadsOnce()
+    {
+        QStringList events;
+        Recorder controller({}, &events);
+        controller.loadViewIfNeeded();
+        controller.loadViewIfNeeded();
+        QCOMPARE(events, (QStringList{QStringLiteral("loadView"), QStringLiteral("viewDidLoad")}));
+    }
+
+    void showingLoadsAViewThatNobodyAskedFor()
+    {
+        QStringList events;
+        Recorder controller({}, &events);
+        controller.show();
+        QCOMPARE(events, (QStringList{QStringLiteral("loadView"), QStringLiteral("viewDidLoad")}));
+        QTRY_COMPARE(events.size(), 3);
+    }
+
+    void appearsOnceItIsOnTheScreen()
+    {
+        QStringList events;
+        Recorder controller({}, &events);
+        controller.loadViewIfNeeded();
+        events.clear();
+        controller.show();
+        QCOMPARE(events, QStringList());
+        QTRY_COMPARE(events, QStringList{QStringLiteral("viewDidAppear")});
+    }
+
+    void disappearsWhenHiddenAndAppearsAgain()
+    {
+        QStringList events;
+        Recorder controller({}, &events);
+        controller.show();
+        QTRY_COMPARE(events.size(), 3);
+        events.clear();
+        controller.hide();
+        QCOMPARE(events, QStringList{QStringLiteral("viewWillDisappear")});
+        controller.show();
+        QTRY_COMPARE(events, (QStringList{QStringLiteral("viewWillDisappear"), QStringLiteral("viewDidAppear")}));
+    }
+
+    void hiddenBeforeTheEventLoopRanItNeverAppeared()
+    {
+        QStringList events;
+        Recorder controller({}, &events);
+        controller.loadViewIfNeeded();
+        events.clear();
+        controller.show();
+        controller.hide();
+        QCoreApplication::processEvents();
+        QCOMPARE(events, QStringList());
+        controller.show();
+        controller.hide();
+        controller.show();
+        QTRY_COMPARE(events, QStringList{QStringLiteral("viewDidAppear")});
+        QCoreApplication::processEvents();
+        QCOMPARE(events.size(), 1);
+    }
+
+    void aTabAppearsWhenItIsSelected()
+    {
+        QStringList events;
+        QStackedWidget tabs;
+        auto* first = new Recorder(QStringLiteral("first "), &events);
+        auto* second = new Recorder(QStringLiteral("second "), &events);
+        tabs.addWidget(first);
+        tabs.addWidget(second);
+        first->loadViewIfNeeded();
+        second->loadViewIfNeeded();
+        events.clear();
+        tabs.show();
+        QTRY_COMPARE(events, QStringList{QStringLiteral("first viewDidAppear")});
+        tabs.setCurrentWidget(second);
+        QTRY_COMPARE(events.constLast(), QStringLiteral("second viewDidAppear"));
+    }
+
+    void theLeavingTabIsToldBeforeTheComingOne()
+    {
+        QStringList events;
+        QStackedWidget tabs;
+        tabs.addWidget(new Recorder(QStringLiteral("first "), &events));
+        tabs.addWidget(new Recorder(QStringLiteral("second "), &events));
+        tabs.show();
+        QTRY_COMPARE(events.size(), 3);
+        events.clear();
+        tabs.setCurrentIndex(1);
+        const QStringList expected{QStringLiteral("first viewWillDisappear"), QStringLiteral("second loadView"),
+                                   QStringLiteral("second viewDidLoad"), QStringLiteral("second viewDidAppear")};
+        QTRY_COMPARE(events, expected);
+    }
+
+    void closingTheWindowDisappears()
+    {
+        QStringList events;
+        Recorder controller({}, &events);
+        controller.show();
+        QTRY_COMPARE(events.size(), 3);
+        controller.close();
+        QCOMPARE(events.constLast(), QStringLiteral("viewWillDisappear"));
+    }
+
+    void minimisingIsNeither()
+    {
+        QStringList events;
+        Recorder controller({}, &events);
+        controller.show();
+        QTRY_COMPARE(events.size(), 3);
+        QHideEvent minimised;
+        QShowEvent restored;
+        for (QEvent* event : {static_cast<QEvent*>(&minimised), static_cast<QEvent*>(&restored)}) {
+            QSpontaneKeyEvent::setSpontaneous(event); // as it comes from the window system
+            qApp->notify(&controller, event);
+        }
+        QCoreApplication::processEvents();
+        QCOMPARE(events.size(), 3);
+    }
+};
 
 QTEST_MAIN(TestViewController)
 #include "TestViewController.moc"

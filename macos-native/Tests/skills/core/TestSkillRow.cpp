@@ -4,30 +4,6 @@
 
 #include <QTest>
 
-/// What is read of a skill's row.
-class TestSkillRow final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void onlyAListOfTextsIsOne_data();
-    void onlyAListOfTextsIsOne();
-    void aTitleIsTheNameAfterTheSource_data();
-    void aTitleIsTheNameAfterTheSource();
-    void aSkillIsCalledByItsNameOrKey_data();
-    void aSkillIsCalledByItsNameOrKey();
-    void aDescriptionIdentifiesTheSkill_data();
-    void aDescriptionIdentifiesTheSkill();
-    void oneSkillWatchesNewsSources_data();
-    void oneSkillWatchesNewsSources();
-    void theCredentialHasAVariableAndACaption_data();
-    void theCredentialHasAVariableAndACaption();
-    void eachRequiredVariableHasAFieldOnce_data();
-    void eachRequiredVariableHasAFieldOnce();
-    void twoHundredVariablesKeepTheirOrder();
-};
-
 namespace {
 
 Json row(const QByteArray& json)
@@ -37,199 +13,206 @@ Json row(const QByteArray& json)
 
 } // namespace
 
-void TestSkillRow::init()
+/// What is read of a skill's row.
+class TestSkillRow final : public QObject
 {
-    failOnUnexpectedWarning();
-}
+    Q_OBJECT
 
-void TestSkillRow::onlyAListOfTextsIsOne_data()
-{
-    QTest::addColumn<QByteArray>("member");
-    QTest::addColumn<QStringList>("texts");
-    const QStringList none;
-    QTest::newRow("texts") << QByteArray(R"(["a","你好",""])")
-                           << QStringList{QStringLiteral("a"), QStringLiteral("你好"), QString()};
-    QTest::newRow("an empty list") << QByteArray("[]") << none;
-    QTest::newRow("a number among them") << QByteArray(R"(["a",1])") << none;
-    QTest::newRow("null among them") << QByteArray(R"(["a",null])") << none;
-    QTest::newRow("a list among them") << QByteArray(R"([["a"]])") << none;
-    QTest::newRow("a text") << QByteArray(R"("a")") << none;
-    QTest::newRow("an object") << QByteArray(R"({"a":"b"})") << none;
-    QTest::newRow("null") << QByteArray("null") << none;
-    QTest::newRow("true") << QByteArray("true") << none;
-    QTest::newRow("a number") << QByteArray("1") << none;
-}
+private slots:
+    void init() { failOnUnexpectedWarning(); }
 
-void TestSkillRow::onlyAListOfTextsIsOne()
-{
-    QFETCH(QByteArray, member);
-    QFETCH(QStringList, texts);
-    QCOMPARE(textsOf(row("{\"dirs\":" + member + "}"), "dirs"), texts);
-    QCOMPARE(textsOf(row("{\"other\":" + member + "}"), "dirs"), QStringList());
-}
+    void onlyAListOfTextsIsOne_data()
+    {
+        QTest::addColumn<QByteArray>("member");
+        QTest::addColumn<QStringList>("texts");
+        const QStringList none;
+        QTest::newRow("texts") << QByteArray(R"(["a","你好",""])")
+                               << QStringList{QStringLiteral("a"), QStringLiteral("你好"), QString()};
+        QTest::newRow("an empty list") << QByteArray("[]") << none;
+        QTest::newRow("a number among them") << QByteArray(R"(["a",1])") << none;
+        QTest::newRow("null among them") << QByteArray(R"(["a",null])") << none;
+        QTest::newRow("a list among them") << QByteArray(R"([["a"]])") << none;
+        QTest::newRow("a text") << QByteArray(R"("a")") << none;
+        QTest::newRow("an object") << QByteArray(R"({"a":"b"})") << none;
+        QTest::newRow("null") << QByteArray("null") << none;
+        QTest::newRow("true") << QByteArray("true") << none;
+        QTest::newRow("a number") << QByteArray("1") << none;
+    }
 
-void TestSkillRow::aTitleIsTheNameAfterTheSource_data()
-{
-    QTest::addColumn<QByteArray>("skill");
-    QTest::addColumn<QString>("title");
-    QTest::newRow("a name") << QByteArray(R"({"name":"weather"})") << QStringLiteral("weather");
-    QTest::newRow("a source") << QByteArray(R"({"name":"weather","source":"bundled"})")
-                              << QStringLiteral("[bundled] weather");
-    QTest::newRow("an empty source") << QByteArray(R"({"name":"weather","source":""})") << QStringLiteral("weather");
-    QTest::newRow("no name") << QByteArray(R"({"skillKey":"w"})") << QStringLiteral("(unknown)");
-    QTest::newRow("a source and no name") << QByteArray(R"({"source":"x"})") << QStringLiteral("[x] (unknown)");
-    QTest::newRow("an empty name is one") << QByteArray(R"({"name":""})") << QString();
-    QTest::newRow("other types are described")
-        << QByteArray(R"({"name":["a"],"source":true})") << QStringLiteral(R"([1] ["a"])");
-    QTest::newRow("null is described") << QByteArray(R"({"name":null})") << QStringLiteral("<null>");
-}
+    void onlyAListOfTextsIsOne()
+    {
+        QFETCH(QByteArray, member);
+        QFETCH(QStringList, texts);
+        QCOMPARE(textsOf(row("{\"dirs\":" + member + "}"), "dirs"), texts);
+        QCOMPARE(textsOf(row("{\"other\":" + member + "}"), "dirs"), QStringList());
+    }
 
-void TestSkillRow::aTitleIsTheNameAfterTheSource()
-{
-    QFETCH(QByteArray, skill);
-    QFETCH(QString, title);
-    QCOMPARE(skillTitle(row(skill)), title);
-}
+    void aTitleIsTheNameAfterTheSource_data()
+    {
+        QTest::addColumn<QByteArray>("skill");
+        QTest::addColumn<QString>("title");
+        QTest::newRow("a name") << QByteArray(R"({"name":"weather"})") << QStringLiteral("weather");
+        QTest::newRow("a source") << QByteArray(R"({"name":"weather","source":"bundled"})")
+                                  << QStringLiteral("[bundled] weather");
+        QTest::newRow("an empty source") << QByteArray(R"({"name":"weather","source":""})")
+                                         << QStringLiteral("weather");
+        QTest::newRow("no name") << QByteArray(R"({"skillKey":"w"})") << QStringLiteral("(unknown)");
+        QTest::newRow("a source and no name") << QByteArray(R"({"source":"x"})") << QStringLiteral("[x] (unknown)");
+        QTest::newRow("an empty name is one") << QByteArray(R"({"name":""})") << QString();
+        QTest::newRow("other types are described")
+            << QByteArray(R"({"name":["a"],"source":true})") << QStringLiteral(R"([1] ["a"])");
+        QTest::newRow("null is described") << QByteArray(R"({"name":null})") << QStringLiteral("<null>");
+    }
 
-void TestSkillRow::aSkillIsCalledByItsNameOrKey_data()
-{
-    QTest::addColumn<QByteArray>("skill");
-    QTest::addColumn<QString>("name");
-    QTest::newRow("a name") << QByteArray(R"({"name":"n","skillKey":"k"})") << QStringLiteral("n");
-    QTest::newRow("no name") << QByteArray(R"({"skillKey":"k"})") << QStringLiteral("k");
-    QTest::newRow("neither") << QByteArray("{}") << QString();
-    QTest::newRow("an empty name is one") << QByteArray(R"({"name":"","skillKey":"k"})") << QString();
-}
+    void aTitleIsTheNameAfterTheSource()
+    {
+        QFETCH(QByteArray, skill);
+        QFETCH(QString, title);
+        QCOMPARE(skillTitle(row(skill)), title);
+    }
 
-void TestSkillRow::aSkillIsCalledByItsNameOrKey()
-{
-    QFETCH(QByteArray, skill);
-    QFETCH(QString, name);
-    QCOMPARE(skillName(row(skill)), name);
-}
+    void aSkillIsCalledByItsNameOrKey_data()
+    {
+        QTest::addColumn<QByteArray>("skill");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("a name") << QByteArray(R"({"name":"n","skillKey":"k"})") << QStringLiteral("n");
+        QTest::newRow("no name") << QByteArray(R"({"skillKey":"k"})") << QStringLiteral("k");
+        QTest::newRow("neither") << QByteArray("{}") << QString();
+        QTest::newRow("an empty name is one") << QByteArray(R"({"name":"","skillKey":"k"})") << QString();
+    }
 
-void TestSkillRow::aDescriptionIdentifiesTheSkill_data()
-{
-    QTest::addColumn<QByteArray>("skill");
-    QTest::addColumn<QString>("description");
-    QTest::newRow("without variables") << QByteArray(R"({"description":"d","skillKey":"k","path":"/p"})")
-                                       << QStringLiteral("d\nskillKey: k\npath: /p");
-    QTest::newRow("with variables") << QByteArray(R"({"description":"d","skillKey":"k","path":"/p",)"
-                                                  R"("requiredEnv":["A"," ","A"]})")
-                                    << QStringLiteral("d\nskillKey: k\npath: /p\nrequires.env: A,  , A");
-    QTest::newRow("variables that are no list of texts")
-        << QByteArray(R"({"description":"d","requiredEnv":["A",1]})") << QStringLiteral("d\nskillKey: \npath: ");
-    QTest::newRow("nothing") << QByteArray("{}") << QStringLiteral("\nskillKey: \npath: ");
-    QTest::newRow("other types are described") << QByteArray(R"({"description":1.5,"skillKey":false,"path":{"a":[]}})")
-                                               << QStringLiteral("1.5\nskillKey: 0\npath: {\"a\":[]}");
-}
+    void aSkillIsCalledByItsNameOrKey()
+    {
+        QFETCH(QByteArray, skill);
+        QFETCH(QString, name);
+        QCOMPARE(skillName(row(skill)), name);
+    }
 
-void TestSkillRow::aDescriptionIdentifiesTheSkill()
-{
-    QFETCH(QByteArray, skill);
-    QFETCH(QString, description);
-    QCOMPARE(skillDescription(row(skill)), description);
-}
+    void aDescriptionIdentifiesTheSkill_data()
+    {
+        QTest::addColumn<QByteArray>("skill");
+        QTest::addColumn<QString>("description");
+        QTest::newRow("without variables") << QByteArray(R"({"description":"d","skillKey":"k","path":"/p"})")
+                                           << QStringLiteral("d\nskillKey: k\npath: /p");
+        QTest::newRow("with variables") << QByteArray(R"({"description":"d","skillKey":"k","path":"/p",)"
+                                                      R"("requiredEnv":["A"," ","A"]})")
+                                        << QStringLiteral("d\nskillKey: k\npath: /p\nrequires.env: A,  , A");
+        QTest::newRow("variables that are no list of texts")
+            << QByteArray(R"({"description":"d","requiredEnv":["A",1]})") << QStringLiteral("d\nskillKey: \npath: ");
+        QTest::newRow("nothing") << QByteArray("{}") << QStringLiteral("\nskillKey: \npath: ");
+        QTest::newRow("other types are described")
+            << QByteArray(R"({"description":1.5,"skillKey":false,"path":{"a":[]}})")
+            << QStringLiteral("1.5\nskillKey: 0\npath: {\"a\":[]}");
+    }
 
-void TestSkillRow::oneSkillWatchesNewsSources_data()
-{
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<bool>("isTheOne");
-    QTest::newRow("its name") << QByteArray(R"("social-media-alert")") << true;
-    QTest::newRow("white space around it") << QByteArray(R"(" \tsocial-media-alert\n")") << true;
-    QTest::newRow("other letter case") << QByteArray(R"("Social-Media-Alert")") << false;
-    QTest::newRow("more than its name") << QByteArray(R"("social-media-alerts")") << false;
-    QTest::newRow("a list with its name") << QByteArray(R"(["social-media-alert"])") << false;
-    QTest::newRow("null") << QByteArray("null") << false;
-}
+    void aDescriptionIdentifiesTheSkill()
+    {
+        QFETCH(QByteArray, skill);
+        QFETCH(QString, description);
+        QCOMPARE(skillDescription(row(skill)), description);
+    }
 
-void TestSkillRow::oneSkillWatchesNewsSources()
-{
-    QFETCH(QByteArray, name);
-    QFETCH(bool, isTheOne);
-    QCOMPARE(isSocialMediaAlert(row("{\"name\":" + name + "}")), isTheOne);
-    QVERIFY(!isSocialMediaAlert(row("{\"skillKey\":" + name + "}")));
-}
+    void oneSkillWatchesNewsSources_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<bool>("isTheOne");
+        QTest::newRow("its name") << QByteArray(R"("social-media-alert")") << true;
+        QTest::newRow("white space around it") << QByteArray(R"(" \tsocial-media-alert\n")") << true;
+        QTest::newRow("other letter case") << QByteArray(R"("Social-Media-Alert")") << false;
+        QTest::newRow("more than its name") << QByteArray(R"("social-media-alerts")") << false;
+        QTest::newRow("a list with its name") << QByteArray(R"(["social-media-alert"])") << false;
+        QTest::newRow("null") << QByteArray("null") << false;
+    }
 
-void TestSkillRow::theCredentialHasAVariableAndACaption_data()
-{
-    QTest::addColumn<QByteArray>("skill");
-    QTest::addColumn<QString>("variable");
-    QTest::addColumn<QString>("caption");
-    const QString apiKey = QStringLiteral("API Key");
-    QTest::newRow("both") << QByteArray(R"({"primaryEnv":" TOKEN\n","primaryEnvLabel":"\tMy Token "})")
-                          << QStringLiteral("TOKEN") << QStringLiteral("My Token");
-    QTest::newRow("no label") << QByteArray(R"({"primaryEnv":"TOKEN"})") << QStringLiteral("TOKEN") << apiKey;
-    QTest::newRow("a blank label") << QByteArray(R"({"primaryEnv":"TOKEN","primaryEnvLabel":" "})")
-                                   << QStringLiteral("TOKEN") << apiKey;
-    QTest::newRow("none") << QByteArray("{}") << QString() << apiKey;
-    QTest::newRow("a blank variable is none") << QByteArray(R"({"primaryEnv":" \n"})") << QString() << apiKey;
-    QTest::newRow("a number is described") << QByteArray(R"({"primaryEnv":7})") << QStringLiteral("7") << apiKey;
-    QTest::newRow("a label of another type is described")
-        << QByteArray(R"({"primaryEnv":"TOKEN","primaryEnvLabel":[1]})") << QStringLiteral("TOKEN")
-        << QStringLiteral("[1]");
-}
+    void oneSkillWatchesNewsSources()
+    {
+        QFETCH(QByteArray, name);
+        QFETCH(bool, isTheOne);
+        QCOMPARE(isSocialMediaAlert(row("{\"name\":" + name + "}")), isTheOne);
+        QVERIFY(!isSocialMediaAlert(row("{\"skillKey\":" + name + "}")));
+    }
 
-void TestSkillRow::theCredentialHasAVariableAndACaption()
-{
-    QFETCH(QByteArray, skill);
-    QFETCH(QString, variable);
-    QFETCH(QString, caption);
-    QCOMPARE(primaryVariable(row(skill)), variable);
-    QCOMPARE(credentialCaption(row(skill)), caption);
-}
+    void theCredentialHasAVariableAndACaption_data()
+    {
+        QTest::addColumn<QByteArray>("skill");
+        QTest::addColumn<QString>("variable");
+        QTest::addColumn<QString>("caption");
+        const QString apiKey = QStringLiteral("API Key");
+        QTest::newRow("both") << QByteArray(R"({"primaryEnv":" TOKEN\n","primaryEnvLabel":"\tMy Token "})")
+                              << QStringLiteral("TOKEN") << QStringLiteral("My Token");
+        QTest::newRow("no label") << QByteArray(R"({"primaryEnv":"TOKEN"})") << QStringLiteral("TOKEN") << apiKey;
+        QTest::newRow("a blank label") << QByteArray(R"({"primaryEnv":"TOKEN","primaryEnvLabel":" "})")
+                                       << QStringLiteral("TOKEN") << apiKey;
+        QTest::newRow("none") << QByteArray("{}") << QString() << apiKey;
+        QTest::newRow("a blank variable is none") << QByteArray(R"({"primaryEnv":" \n"})") << QString() << apiKey;
+        QTest::newRow("a number is described") << QByteArray(R"({"primaryEnv":7})") << QStringLiteral("7") << apiKey;
+        QTest::newRow("a label of another type is described")
+            << QByteArray(R"({"primaryEnv":"TOKEN","primaryEnvLabel":[1]})") << QStringLiteral("TOKEN")
+            << QStringLiteral("[1]");
+    }
 
-void TestSkillRow::eachRequiredVariableHasAFieldOnce_data()
-{
-    QTest::addColumn<QByteArray>("skill");
-    QTest::addColumn<QStringList>("namesAndCaptions");
-    const auto list = [](std::initializer_list<const char*> texts) {
-        QStringList result;
-        for (const char* text : texts)
-            result.append(QString::fromUtf8(text));
-        return result;
-    };
-    QTest::newRow("blanks and repetitions are dropped")
-        << QByteArray(R"({"requiredEnv":["A"," ","B","A",""],"primaryEnv":"B"})")
-        << list({"A", "A", "B", "API/Bearer Token (B)"});
-    QTest::newRow("a primary variable that is not among them comes first")
-        << QByteArray(R"({"requiredEnv":["A"],"primaryEnv":" B ","primaryEnvLabel":" My Token "})")
-        << list({"B", "My Token (B)", "A", "A"});
-    QTest::newRow("a primary variable alone")
-        << QByteArray(R"({"primaryEnv":"B"})") << list({"B", "API/Bearer Token (B)"});
-    QTest::newRow("names are not trimmed")
-        << QByteArray(R"({"requiredEnv":[" A","A"]})") << list({" A", " A", "A", "A"});
-    QTest::newRow("a name that is the primary one but for blanks is another")
-        << QByteArray(R"({"requiredEnv":[" B"],"primaryEnv":"B"})") << list({"B", "API/Bearer Token (B)", " B", " B"});
-    QTest::newRow("a label without a primary variable")
-        << QByteArray(R"({"requiredEnv":["A"],"primaryEnvLabel":"L"})") << list({"A", "A"});
-    QTest::newRow("a number among them") << QByteArray(R"({"requiredEnv":["A",1]})") << QStringList();
-    QTest::newRow("a text in place of them") << QByteArray(R"({"requiredEnv":"A"})") << QStringList();
-    QTest::newRow("nothing") << QByteArray("{}") << QStringList();
-    QTest::newRow("names with markup, and Chinese ones")
-        << QByteArray(R"({"requiredEnv":["<b>A</b>","密钥"]})") << list({"<b>A</b>", "<b>A</b>", "密钥", "密钥"});
-}
+    void theCredentialHasAVariableAndACaption()
+    {
+        QFETCH(QByteArray, skill);
+        QFETCH(QString, variable);
+        QFETCH(QString, caption);
+        QCOMPARE(primaryVariable(row(skill)), variable);
+        QCOMPARE(credentialCaption(row(skill)), caption);
+    }
 
-void TestSkillRow::eachRequiredVariableHasAFieldOnce()
-{
-    QFETCH(QByteArray, skill);
-    QFETCH(QStringList, namesAndCaptions);
-    QStringList actual;
-    for (const DynamicVariable& variable : dynamicVariables(row(skill)))
-        actual << variable.name << variable.caption;
-    QCOMPARE(actual, namesAndCaptions);
-}
+    void eachRequiredVariableHasAFieldOnce_data()
+    {
+        QTest::addColumn<QByteArray>("skill");
+        QTest::addColumn<QStringList>("namesAndCaptions");
+        const auto list = [](std::initializer_list<const char*> texts) {
+            QStringList result;
+            for (const char* text : texts)
+                result.append(QString::fromUtf8(text));
+            return result;
+        };
+        QTest::newRow("blanks and repetitions are dropped")
+            << QByteArray(R"({"requiredEnv":["A"," ","B","A",""],"primaryEnv":"B"})")
+            << list({"A", "A", "B", "API/Bearer Token (B)"});
+        QTest::newRow("a primary variable that is not among them comes first")
+            << QByteArray(R"({"requiredEnv":["A"],"primaryEnv":" B ","primaryEnvLabel":" My Token "})")
+            << list({"B", "My Token (B)", "A", "A"});
+        QTest::newRow("a primary variable alone")
+            << QByteArray(R"({"primaryEnv":"B"})") << list({"B", "API/Bearer Token (B)"});
+        QTest::newRow("names are not trimmed")
+            << QByteArray(R"({"requiredEnv":[" A","A"]})") << list({" A", " A", "A", "A"});
+        QTest::newRow("a name that is the primary one but for blanks is another")
+            << QByteArray(R"({"requiredEnv":[" B"],"primaryEnv":"B"})")
+            << list({"B", "API/Bearer Token (B)", " B", " B"});
+        QTest::newRow("a label without a primary variable")
+            << QByteArray(R"({"requiredEnv":["A"],"primaryEnvLabel":"L"})") << list({"A", "A"});
+        QTest::newRow("a number among them") << QByteArray(R"({"requiredEnv":["A",1]})") << QStringList();
+        QTest::newRow("a text in place of them") << QByteArray(R"({"requiredEnv":"A"})") << QStringList();
+        QTest::newRow("nothing") << QByteArray("{}") << QStringList();
+        QTest::newRow("names with markup, and Chinese ones")
+            << QByteArray(R"({"requiredEnv":["<b>A</b>","密钥"]})") << list({"<b>A</b>", "<b>A</b>", "密钥", "密钥"});
+    }
 
-void TestSkillRow::twoHundredVariablesKeepTheirOrder()
-{
-    Json names = Json::array();
-    for (int i = 0; i < 200; ++i)
-        names.push_back("VARIABLE_" + std::to_string(i));
-    const std::vector<DynamicVariable> variables = dynamicVariables({{"requiredEnv", names}});
-    QCOMPARE(variables.size(), std::size_t(200));
-    QCOMPARE(variables.front().name, QStringLiteral("VARIABLE_0"));
-    QCOMPARE(variables.back().name, QStringLiteral("VARIABLE_199"));
-}
+    void eachRequiredVariableHasAFieldOnce()
+    {
+        QFETCH(QByteArray, skill);
+        QFETCH(QStringList, namesAndCaptions);
+        QStringList actual;
+        for (const DynamicVariable& variable : dynamicVariables(row(skill)))
+            actual << variable.name << variable.caption;
+        QCOMPARE(actual, namesAndCaptions);
+    }
+
+    void twoHundredVariablesKeepTheirOrder()
+    {
+        Json names = Json::array();
+        for (int i = 0; i < 200; ++i)
+            names.push_back("VARIABLE_" + std::to_string(i));
+        const std::vector<DynamicVariable> variables = dynamicVariables({{"requiredEnv", names}});
+        QCOMPARE(variables.size(), std::size_t(200));
+        QCOMPARE(variables.front().name, QStringLiteral("VARIABLE_0"));
+        QCOMPARE(variables.back().name, QStringLiteral("VARIABLE_199"));
+    }
+};
 
 QTEST_GUILESS_MAIN(TestSkillRow)
 #include "TestSkillRow.moc"

@@ -6,20 +6,6 @@
 
 #include <QTest>
 
-/// What pop-ups show of agents, cloud skills and news sources, and the source that is sent.
-class TestSkillTitles final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void titles_data();
-    void titles();
-    void agentsAreThoseOfTheEcosystemToTheLetter();
-    void aCountOfOneIsAPluralToo();
-    void aNewSourceIsSentTrimmed();
-};
-
 namespace {
 
 using Title = QString (*)(const Json& row);
@@ -28,86 +14,92 @@ using Title = QString (*)(const Json& row);
 
 Q_DECLARE_METATYPE(Title)
 
-void TestSkillTitles::init()
+/// What pop-ups show of agents, cloud skills and news sources, and the source that is sent.
+class TestSkillTitles final : public QObject
 {
-    failOnUnexpectedWarning();
-}
+    Q_OBJECT
 
-void TestSkillTitles::titles_data()
-{
-    QTest::addColumn<Title>("titleOf");
-    QTest::addColumn<QByteArray>("row");
-    QTest::addColumn<QString>("title");
-    const auto add = [](const char* behaviour, Title titleOf, const char* row, const char* title) {
-        QTest::newRow(behaviour) << titleOf << QByteArray(row) << QString::fromUtf8(title);
-    };
-    add("an agent's name and id", localAgentTitle, R"({"id":"a","name":"Main 主"})", "Main 主 (a)");
-    add("an agent without a name shows its id twice", localAgentTitle, R"({"id":"a"})", "a (a)");
-    add("an agent's empty name is one", localAgentTitle, R"({"id":"a","name":""})", " (a)");
-    add("an agent with nothing", localAgentTitle, "{}", " ()");
-    add("an agent of other types", localAgentTitle, R"({"id":7,"name":true})", "1 (7)");
+private slots:
+    void init() { failOnUnexpectedWarning(); }
 
-    add("a cloud skill's name alone", cloudSkillTitle, R"({"name":"n","key":"k","version":"","description":""})", "n");
-    add("a cloud skill without a name", cloudSkillTitle, R"({"key":"k"})", "k");
-    add("a cloud skill's version", cloudSkillTitle, R"({"name":"n","version":"1.2"})", "n v1.2");
-    add("a cloud skill's description", cloudSkillTitle, R"({"name":"n","description":"d"})", "n - d");
-    add("a cloud skill with all", cloudSkillTitle, R"({"name":"n","version":2,"description":"d"})", "n v2 - d");
-    add("a cloud skill with nothing", cloudSkillTitle, "{}", "");
-    add("a cloud skill is called by its name", cloudSkillName, R"({"name":"n","key":"k"})", "n");
-    add("a cloud skill is called by its key", cloudSkillName, R"({"key":"k"})", "k");
+    void titles_data()
+    {
+        QTest::addColumn<Title>("titleOf");
+        QTest::addColumn<QByteArray>("row");
+        QTest::addColumn<QString>("title");
+        const auto add = [](const char* behaviour, Title titleOf, const char* row, const char* title) {
+            QTest::newRow(behaviour) << titleOf << QByteArray(row) << QString::fromUtf8(title);
+        };
+        add("an agent's name and id", localAgentTitle, R"({"id":"a","name":"Main 主"})", "Main 主 (a)");
+        add("an agent without a name shows its id twice", localAgentTitle, R"({"id":"a"})", "a (a)");
+        add("an agent's empty name is one", localAgentTitle, R"({"id":"a","name":""})", " (a)");
+        add("an agent with nothing", localAgentTitle, "{}", " ()");
+        add("an agent of other types", localAgentTitle, R"({"id":7,"name":true})", "1 (7)");
 
-    add("an agent of Core", coreAgentTitle,
-        R"({"agentId":"main","id":"1","state":"online","status":"x","workspace":"/w"})", "main (online) - /w");
-    add("an agent of Core by its other names", coreAgentTitle, R"({"id":"1","status":"idle"})", "1 (idle) - ");
-    add("an agent of Core with nothing", coreAgentTitle, "{}", " () - ");
-    add("an agent of Core is called by its agent id", coreAgentName, R"({"agentId":"main","id":"1"})", "main");
-    add("an agent of Core is called by its id", coreAgentName, R"({"id":"1"})", "1");
+        add("a cloud skill's name alone", cloudSkillTitle, R"({"name":"n","key":"k","version":"","description":""})",
+            "n");
+        add("a cloud skill without a name", cloudSkillTitle, R"({"key":"k"})", "k");
+        add("a cloud skill's version", cloudSkillTitle, R"({"name":"n","version":"1.2"})", "n v1.2");
+        add("a cloud skill's description", cloudSkillTitle, R"({"name":"n","description":"d"})", "n - d");
+        add("a cloud skill with all", cloudSkillTitle, R"({"name":"n","version":2,"description":"d"})", "n v2 - d");
+        add("a cloud skill with nothing", cloudSkillTitle, "{}", "");
+        add("a cloud skill is called by its name", cloudSkillName, R"({"name":"n","key":"k"})", "n");
+        add("a cloud skill is called by its key", cloudSkillName, R"({"key":"k"})", "k");
 
-    add("a source", newsSourceTitle, R"({"bucket":"b","name":"n","type":"rss","id":"i","enabled":true})",
-        "[b] n (rss) id=i enabled=1");
-    add("a source that is off", newsSourceTitle, R"({"bucket":"b","enabled":false})", "[b]  () id= enabled=0");
-    add("a source without a bucket", newsSourceTitle, R"({"name":"n","type":"x","id":"i"})", "[] n (x) id=i enabled=");
-}
+        add("an agent of Core", coreAgentTitle,
+            R"({"agentId":"main","id":"1","state":"online","status":"x","workspace":"/w"})", "main (online) - /w");
+        add("an agent of Core by its other names", coreAgentTitle, R"({"id":"1","status":"idle"})", "1 (idle) - ");
+        add("an agent of Core with nothing", coreAgentTitle, "{}", " () - ");
+        add("an agent of Core is called by its agent id", coreAgentName, R"({"agentId":"main","id":"1"})", "main");
+        add("an agent of Core is called by its id", coreAgentName, R"({"id":"1"})", "1");
 
-void TestSkillTitles::titles()
-{
-    QFETCH(Title, titleOf);
-    QFETCH(QByteArray, row);
-    QFETCH(QString, title);
-    QCOMPARE(titleOf(Json::parse(row.toStdString())), title);
-}
+        add("a source", newsSourceTitle, R"({"bucket":"b","name":"n","type":"rss","id":"i","enabled":true})",
+            "[b] n (rss) id=i enabled=1");
+        add("a source that is off", newsSourceTitle, R"({"bucket":"b","enabled":false})", "[b]  () id= enabled=0");
+        add("a source without a bucket", newsSourceTitle, R"({"name":"n","type":"x","id":"i"})",
+            "[] n (x) id=i enabled=");
+    }
 
-void TestSkillTitles::agentsAreThoseOfTheEcosystemToTheLetter()
-{
-    const Json rows = Json::parse(R"([{"id":1,"ecosystem":"openclaw"},{"id":2,"ecosystem":"OpenClaw"},{"id":3},
+    void titles()
+    {
+        QFETCH(Title, titleOf);
+        QFETCH(QByteArray, row);
+        QFETCH(QString, title);
+        QCOMPARE(titleOf(Json::parse(row.toStdString())), title);
+    }
+
+    void agentsAreThoseOfTheEcosystemToTheLetter()
+    {
+        const Json rows = Json::parse(R"([{"id":1,"ecosystem":"openclaw"},{"id":2,"ecosystem":"OpenClaw"},{"id":3},
                                       {"id":4,"ecosystem":["openclaw"]},{"id":5,"ecosystem":"openclaw "},
                                       {"id":6,"ecosystem":"codex"},{"id":7,"ecosystem":"openclaw"}])");
-    const std::vector<Json> agents = agentsOf({rows.begin(), rows.end()}, QStringLiteral("openclaw"));
-    QCOMPARE(agents.size(), std::size_t(2));
-    QVERIFY(agents[0]["id"] == 1);
-    QVERIFY(agents[1]["id"] == 7);
-}
+        const std::vector<Json> agents = agentsOf({rows.begin(), rows.end()}, QStringLiteral("openclaw"));
+        QCOMPARE(agents.size(), std::size_t(2));
+        QVERIFY(agents[0]["id"] == 1);
+        QVERIFY(agents[1]["id"] == 7);
+    }
 
-void TestSkillTitles::aCountOfOneIsAPluralToo()
-{
-    QCOMPARE(newsSourceSummary(0), QStringLiteral("0 sources."));
-    QCOMPARE(newsSourceSummary(1), QStringLiteral("1 sources."));
-}
+    void aCountOfOneIsAPluralToo()
+    {
+        QCOMPARE(newsSourceSummary(0), QStringLiteral("0 sources."));
+        QCOMPARE(newsSourceSummary(1), QStringLiteral("1 sources."));
+    }
 
-void TestSkillTitles::aNewSourceIsSentTrimmed()
-{
-    const NewNewsSource source{
-        .type = QStringLiteral("webpage"),
-        .id = QStringLiteral(" i\n"),
-        .name = QStringLiteral("\t新闻 "),
-        .url = QStringLiteral(" https://a b "),
-        .isEnabled = false,
-    };
-    const char* const sent = R"({"type":"webpage","id":"i","name":"新闻","url":"https://a b","enabled":false})";
-    QCOMPARE(toJson(source).dump(), std::string(sent));
-    const char* const nothing = R"({"type":"","id":"","name":"","url":"","enabled":true})";
-    QCOMPARE(toJson(NewNewsSource()).dump(), std::string(nothing));
-}
+    void aNewSourceIsSentTrimmed()
+    {
+        const NewNewsSource source{
+            .type = QStringLiteral("webpage"),
+            .id = QStringLiteral(" i\n"),
+            .name = QStringLiteral("\t新闻 "),
+            .url = QStringLiteral(" https://a b "),
+            .isEnabled = false,
+        };
+        const char* const sent = R"({"type":"webpage","id":"i","name":"新闻","url":"https://a b","enabled":false})";
+        QCOMPARE(toJson(source).dump(), std::string(sent));
+        const char* const nothing = R"({"type":"","id":"","name":"","url":"","enabled":true})";
+        QCOMPARE(toJson(NewNewsSource()).dump(), std::string(nothing));
+    }
+};
 
 QTEST_GUILESS_MAIN(TestSkillTitles)
 #include "TestSkillTitles.moc"

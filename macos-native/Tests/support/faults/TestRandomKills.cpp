@@ -9,18 +9,6 @@
 
 #include <unistd.h>
 
-/// What the killing of programs says of those that do not live until they are killed.
-class TestRandomKills final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init() { failOnUnexpectedWarning(); }
-    void workThatGoesOnIsKilled();
-    void workThatEndsByItselfIsTold_data();
-    void workThatEndsByItselfIsTold();
-};
-
 namespace {
 
 using Ending = bool (*)();
@@ -28,32 +16,41 @@ using Ending = bool (*)();
 } // namespace
 Q_DECLARE_METATYPE(Ending)
 
-void TestRandomKills::workThatGoesOnIsKilled()
+/// What the killing of programs says of those that do not live until they are killed.
+class TestRandomKills final : public QObject
 {
-    RandomKills random;
-    for (int kill = 0; kill < 20; ++kill)
-        QVERIFY(random.during([](int) { return true; }));
-}
+    Q_OBJECT
 
-void TestRandomKills::workThatEndsByItselfIsTold_data()
-{
-    QTest::addColumn<Ending>("end");
-    QTest::newRow("it fails") << Ending([] { return false; });
-    QTest::newRow("it throws") << Ending([]() -> bool { throw std::runtime_error("a bug"); });
-    QTest::newRow("it crashes") << Ending([] { return raise(SIGSEGV) == 0; });
-    QTest::newRow("it leaves") << Ending([]() -> bool { _exit(0); });
-}
+private slots:
+    void init() { failOnUnexpectedWarning(); }
 
-void TestRandomKills::workThatEndsByItselfIsTold()
-{
-    QFETCH(Ending, end);
-    RandomKills random;
-    QVERIFY(!random.during([end](int) { return end(); }));
-    const auto laterOn = [end](int round) { return round == 0 || end(); };
-    int killedBefore = 0;
-    while (random.during(laterOn))
-        QVERIFY(++killedBefore < 1000);
-}
+    void workThatGoesOnIsKilled()
+    {
+        RandomKills random;
+        for (int kill = 0; kill < 20; ++kill)
+            QVERIFY(random.during([](int) { return true; }));
+    }
+
+    void workThatEndsByItselfIsTold_data()
+    {
+        QTest::addColumn<Ending>("end");
+        QTest::newRow("it fails") << Ending([] { return false; });
+        QTest::newRow("it throws") << Ending([]() -> bool { throw std::runtime_error("a bug"); });
+        QTest::newRow("it crashes") << Ending([] { return raise(SIGSEGV) == 0; });
+        QTest::newRow("it leaves") << Ending([]() -> bool { _exit(0); });
+    }
+
+    void workThatEndsByItselfIsTold()
+    {
+        QFETCH(Ending, end);
+        RandomKills random;
+        QVERIFY(!random.during([end](int) { return end(); }));
+        const auto laterOn = [end](int round) { return round == 0 || end(); };
+        int killedBefore = 0;
+        while (random.during(laterOn))
+            QVERIFY(++killedBefore < 1000);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestRandomKills)
 #include "TestRandomKills.moc"
