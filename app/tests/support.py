@@ -91,9 +91,9 @@ class HomeTestCase(unittest.TestCase):
         """Every file and link below a folder of the home folder, by its path from there; lock files apart."""
         top = self.path(name)
         found = []
-        for folder, folders, files in os.walk(top):
+        for folder, folders, names in os.walk(top):
             links = [it for it in folders if os.path.islink(os.path.join(folder, it))]
-            found += [os.path.relpath(os.path.join(folder, it), top) for it in [*files, *links]]
+            found += [os.path.relpath(os.path.join(folder, it), top) for it in [*names, *links]]
         return sorted(it for it in found if os.path.basename(it) != "backend.lock")
 
     @contextlib.contextmanager
@@ -117,8 +117,8 @@ class HomeTestCase(unittest.TestCase):
         """Take away the right to write in a folder. Root could write all the same, so it becomes somebody else."""
         top = self.path(name)
         if os.geteuid() == 0:
-            for folder, _, files in os.walk(self.home):
-                for path in [folder, *(os.path.join(folder, it) for it in files)]:
+            for folder, _, names in os.walk(self.home):
+                for path in [folder, *(os.path.join(folder, it) for it in names)]:
                     os.chown(path, NOBODY, NOBODY, follow_symlinks=False)
         os.chmod(top, 0o555)
         is_root = os.geteuid() == 0

@@ -152,7 +152,8 @@ class InstallZipTest(InstallTestCase):
         return {name: self.read(name) for name in names}
 
     def test_a_package_cannot_say_itself_where_it_came_from(self) -> None:
-        for content in ({ORIGIN: b'{"source": "https://host/c"}'}, {}):
+        contents: list[dict[str, bytes]] = [{ORIGIN: b'{"source": "https://host/c"}'}, {}]
+        for content in contents:
             self.install(make_package({"SKILL.md": b"---\nname: weather\n---\n", **content}))
             origin = json.loads(self.read(f"{SKILLS}/weather/{ORIGIN}"))
             self.assertEqual(origin, {"source": "a package file", "name": "weather"})
@@ -479,12 +480,13 @@ class CloudSkillTest(InstallTestCase):
     def test_a_catalogue_over_https_names_a_package_over_http_with_its_checksum_only(self) -> None:
         package = skill("one")
         digest = hashlib.sha256(package).hexdigest()
-        for url, more, is_fetched in (
+        cases: list[tuple[str, dict[str, str], bool]] = [
             ("http://host/weather.zip", {}, False),
             ("HTTP://host/weather.zip", {}, False),
             ("//host/weather.zip", {}, True),
             ("http://host/weather.zip", {"sha256": digest}, True),
-        ):
+        ]
+        for url, more, is_fetched in cases:
             entries = [{"key": "weather", "url": url, **more}]
             served = mock.patch.object(catalogue, "current_entries", return_value=("https://host/c.json", entries))
             with self.subTest(url, **more), served, mock.patch.object(web, "fetch", return_value=package) as fetch:

@@ -93,7 +93,9 @@ def joined(lines: Iterable[str]) -> list[dict[str, Any]]:
 
 def figure_of(line: dict[str, Any]) -> Figure:
     ours, bare = line["ours"], line["bare"]
-    ratios = [a / b for a, b in zip(ours, bare, strict=bool(bare))]
+    if bare and len(bare) != len(ours):
+        raise ValueError("a figure without its pair")
+    ratios = [a / b for a, b in zip(ours, bare)]
     key = (line["row"], line["work"])
     return Figure(*key, line["unit"], len(ours), median(ours), median(bare) if bare else None,
                   median(ratios) if ratios else None, min(ratios, default=None), max(ratios, default=None),
@@ -129,8 +131,8 @@ def cells(figure: Figure) -> tuple[str, ...]:
 
 
 def table(figures: Iterable[Figure]) -> str:
-    rows = [("row", "work", "ours", "bare", "ratio (of pairs)", "pairs", "slope", "bare", "bar")]
-    rows += [cells(figure) for figure in figures]
+    titles = ("row", "work", "ours", "bare", "ratio (of pairs)", "pairs", "slope", "bare", "bar")
+    rows = [titles, *map(cells, figures)]
     widths = [max(map(len, column)) for column in zip(*rows)]
     return "\n".join("  ".join(cell.ljust(width) for cell, width in zip(row, widths)).rstrip() for row in rows)
 

@@ -54,7 +54,8 @@ class Tray:
 def memory(process_id: int) -> tuple[int, int]:
     """PSS and private dirty memory in kB."""
     text = Path(f"/proc/{process_id}/smaps_rollup").read_text()
-    return (int(re.search(r"^Pss: +(\d+)", text, re.M)[1]), int(re.search(r"^Private_Dirty: +(\d+)", text, re.M)[1]))
+    values = dict(re.findall(r"^(\w+): +(\d+)", text, re.M))
+    return int(values["Pss"]), int(values["Private_Dirty"])
 
 
 def run(program: str, tray: Tray) -> tuple[float, int, int]:

@@ -78,7 +78,7 @@ def spend(user: BusyUser, nelo: Nelo, minutes: float) -> Iterator[Moment]:
 def tell(number: int, moment: Moment) -> None:
     held = moment.held
     print(f"round {number:3}: {held.private_dirty >> 10} KB private dirty, {held.proportional >> 10} KB PSS, "
-          f"{held.descriptors.total()} descriptors, {held.threads} threads, {len(held.children)} children, "
+          f"{sum(held.descriptors.values())} descriptors, {held.threads} threads, {len(held.children)} children, "
           f"{len(moment.files)} files, {moment.bubbles} bubbles", flush=True)
 
 

@@ -32,9 +32,10 @@ LEFT_BUTTON, MIDDLE_BUTTON = 1, 2
 MENU = ("Open Nelo", "Open Nelo Console", "Settings...", "Quit Nelo")
 
 Result = TypeVar("Result")
+Self = TypeVar("Self", bound="Nelo")
 
 
-def until(condition: Callable[[], Result], what: str, patience: float = PATIENCE_SECONDS) -> Result:
+def until(condition: Callable[[], Result | None], what: str, patience: float = PATIENCE_SECONDS) -> Result:
     """Waits until `condition` gives something true, and returns it."""
     deadline = time.monotonic() + patience
     while True:
@@ -128,33 +129,35 @@ class Node:
 
     @property
     def name(self) -> str:
-        return self._accessible.get_name() or ""
+        return str(self._accessible.get_name() or "")
 
     @property
     def role(self) -> str:
-        return self._accessible.get_role_name()
+        return str(self._accessible.get_role_name())
 
     @property
     def description(self) -> str:
-        return self._accessible.get_description() or ""
+        return str(self._accessible.get_description() or "")
 
     @property
     def is_showing(self) -> bool:
-        states = self._accessible.get_state_set()
-        return states.contains(Atspi.StateType.SHOWING) and states.contains(Atspi.StateType.VISIBLE)
+        return self._has(Atspi.StateType.SHOWING) and self._has(Atspi.StateType.VISIBLE)
 
     @property
     def is_focused(self) -> bool:
-        return self._accessible.get_state_set().contains(Atspi.StateType.FOCUSED)
+        return self._has(Atspi.StateType.FOCUSED)
 
     @property
     def is_selected(self) -> bool:
         self._accessible.clear_cache()  # no event tells that it has changed
-        return self._accessible.get_state_set().contains(Atspi.StateType.SELECTED)
+        return self._has(Atspi.StateType.SELECTED)
 
     @property
     def is_active(self) -> bool:
-        return self._accessible.get_state_set().contains(Atspi.StateType.ACTIVE)
+        return self._has(Atspi.StateType.ACTIVE)
+
+    def _has(self, state: Any) -> bool:
+        return bool(self._accessible.get_state_set().contains(state))
 
     @property
     def area(self) -> Area:
@@ -164,7 +167,7 @@ class Node:
 
     @property
     def text(self) -> str:
-        return Atspi.Text.get_text(self._accessible, 0, Atspi.Text.get_character_count(self._accessible))
+        return str(Atspi.Text.get_text(self._accessible, 0, Atspi.Text.get_character_count(self._accessible)))
 
     def children(self) -> Iterator["Node"]:
         for index in range(self._accessible.get_child_count()):
@@ -273,7 +276,7 @@ class Nelo:
     def command(self) -> list[str]:
         return [os.environ[self.program]]
 
-    def __enter__(self) -> "Nelo":
+    def __enter__(self: Self) -> Self:
         self.process = subprocess.Popen(self.command, cwd=self._folder, env=self.environment)
         try:
             self._await_start()
@@ -412,7 +415,8 @@ def wake_ups(nelo: Nelo) -> dict[str, int]:
     """How often each thread of the program has waited for something and got it."""
     counts = {}
     for status in Path(f"/proc/{nelo.process.pid}/task").glob("*/status"):
-        counts[status.parent.name] = int(re.search(r"^voluntary_ctxt_switches:\s*(\d+)", status.read_text(), re.MULTILINE)[1])
+        (count,) = re.findall(r"^voluntary_ctxt_switches:\s*(\d+)", status.read_text(), re.MULTILINE)
+        counts[status.parent.name] = int(count)
     return counts
 
 

@@ -22,7 +22,8 @@ class ThirdPartyTest(unittest.TestCase):
     def setUp(self) -> None:
         self.provider = MockProvider(KEY)
         self.addCleanup(self.provider.close)
-        self.nelo = self.enterContext(Nelo(environment={"NELO_OPENAI_BASE_URL": self.provider.url}))
+        self.nelo = Nelo(environment={"NELO_OPENAI_BASE_URL": self.provider.url}).__enter__()
+        self.addCleanup(self.nelo.__exit__, None, None, None)
 
     def ask(self, question: str) -> None:
         type_text(question)

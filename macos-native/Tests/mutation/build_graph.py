@@ -5,17 +5,16 @@ import json
 import re
 import subprocess
 from collections.abc import Mapping
+from dataclasses import dataclass
 from pathlib import Path
-from typing import NamedTuple
-
 
 QUICKLY = "-fuse-ld=lld -Wl,--strip-debug"
 
 
-class Test(NamedTuple):
+@dataclass(frozen=True)
+class Test:
     """A test as CTest runs it; the program is its output's path in the build folder, and empty for a script."""
 
-    __test__ = False
     name: str
     program: str
     command: list[str]
@@ -31,7 +30,7 @@ class BuildGraph:
         self.build = build
         answer = subprocess.run(["ninja", "-C", build, "-t", "compdb"], capture_output=True, check=True).stdout
         commands = [entry for entry in json.loads(answer) if entry["command"]]
-        self._commands = {entry["output"]: entry["command"] for entry in commands}
+        self._commands: dict[str, str] = {entry["output"]: entry["command"] for entry in commands}
         self._objects: dict[str, list[str]] = {}
         for entry in commands:
             if entry["output"].endswith(".cpp.o"):
@@ -44,7 +43,8 @@ class BuildGraph:
         tests = []
         for entry in json.loads(answer.stdout)["tests"]:
             properties = {each["name"]: each["value"] for each in entry["properties"]}
-            environment = dict(each.split("=", 1) for each in properties.get("ENVIRONMENT", []))
+            assignments = [each.partition("=") for each in properties.get("ENVIRONMENT", [])]
+            environment = {name: value for name, _, value in assignments}
             program = f"bin/{entry['name']}" if f"bin/{entry['name']}" in self._commands else ""
             tests.append(Test(entry["name"], program, entry.get("command", []), environment,
                               properties["WORKING_DIRECTORY"], costs.get(entry["name"], 1.0)))

@@ -141,7 +141,8 @@ def _condition_start(code: str, end: int) -> int:
             if depth < 0:
                 return index + 1
         elif depth == 0 and (code[index] in ",;" or re.match(r" (=|:|\?|<<) |return ", code[index - 1:index + 6])):
-            return index + len(re.match(r"[,;]\s*|[=:?] |<< |eturn ", code[index:index + 6] or ";").group())
+            word = re.match(r"[,;]\s*|[=:?] |<< |eturn ", code[index:index + 6])
+            return index + (word.end() if word else 1)
     return end
 
 

@@ -55,7 +55,12 @@ def run(command: list[str], folder: Path, environment: dict[str, str] | os._Envi
                                    stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
                                    start_new_session=True)
         is_late = threading.Event()
-        clock = threading.Timer(patience_seconds, lambda: (is_late.set(), process.kill()))
+
+        def kill() -> None:
+            is_late.set()
+            process.kill()
+
+        clock = threading.Timer(patience_seconds, kill)
         clock.start()
         try:
             return _result(process, is_late)

@@ -33,6 +33,8 @@ FILES = {
 
 
 class PackageFilesTest(unittest.TestCase):
+    prefix: Path
+
     @classmethod
     def setUpClass(cls) -> None:
         folder = tempfile.TemporaryDirectory(prefix="nelo-package-")

@@ -34,12 +34,17 @@ class HoldingsTest(unittest.TestCase):
                                         text=True, bufsize=1)
         self.addCleanup(self.process.communicate)
         self.addCleanup(self.process.kill)
-        self.process.stdout.readline()
+        self._read_line()
         self.before = holdings(self.process.pid)
 
     def go_on(self) -> None:
         """Lets it do what comes next."""
+        assert self.process.stdin
         self.process.stdin.write("\n")
+        self._read_line()
+
+    def _read_line(self) -> None:
+        assert self.process.stdout
         self.process.stdout.readline()
 
     def test_everything_that_was_taken_is_told(self) -> None:

@@ -2,8 +2,8 @@ import json
 import os
 import sys
 
-sys.stdin.reconfigure(encoding="utf-8")
-sys.stdout.reconfigure(encoding="utf-8")
+sys.stdin.reconfigure(encoding="utf-8")  # type: ignore[attr-defined]  # which the interpreter's own streams have
+sys.stdout.reconfigure(encoding="utf-8")  # type: ignore[attr-defined]
 
 root = os.getcwd()
 sys.path.insert(0, root)
@@ -12,7 +12,7 @@ sys.path.insert(0, os.path.join(root, "legacy_ui"))
 import app as nelo_app
 
 
-def reply(payload):
+def reply(payload: object) -> None:
     line = memoryview((json.dumps(payload, ensure_ascii=False) + "\n").encode())
     while line:  # an unbuffered stream forgets what a write did not take
         line = line[os.write(1, line):]

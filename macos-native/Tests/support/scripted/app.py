@@ -15,7 +15,8 @@ from typing import Any, Callable
 
 def _script() -> dict[str, Any]:
     with open("script.json", encoding="utf-8") as file:
-        return json.load(file)
+        script: dict[str, Any] = json.load(file)
+    return script
 
 
 def _write(stream: Any, text: str, encoding: str = "utf-8") -> None:
@@ -63,15 +64,15 @@ def _run(step: dict[str, Any], args: tuple[Any, ...]) -> Any:
 
 
 def __getattr__(name: str) -> Callable[..., Any]:
-    steps = _script().get(name)
-    if steps is None:
+    script = _script()
+    if name not in script:
         raise AttributeError(name)
 
     def call(*args: Any) -> Any:
         with open("calls.jsonl", "a", encoding="utf-8") as file:
             file.write(json.dumps({"function": name, "args": args}, ensure_ascii=False) + "\n")
         result: Any = None
-        for step in steps:
+        for step in script[name]:
             result = _run(step, args)
         return result
 
