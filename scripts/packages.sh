@@ -25,7 +25,7 @@ need() {
 }
 
 need_for_building() {
-    need "what builds Nelo" g++ cmake ninja-build qt6-base-dev libicu-dev nlohmann-json3-dev \
+    need "what builds Nelo" g++ ccache cmake ninja-build qt6-base-dev libicu-dev nlohmann-json3-dev \
         libsimdjson-dev libx11-dev zlib1g-dev python3-minimal python3
 }
 
@@ -65,6 +65,9 @@ build_preset() {
     [ $# -eq 0 ] || targets=(--target "$@")
     (
         cd "$root/macos-native"
+        if command -v ccache >/dev/null; then # what one checkout has compiled serves every other
+            export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
+        fi
         cmake --preset "$preset" >"$root/build/configure.log" || { cat "$root/build/configure.log"; exit 1; }
         cmake --build --preset "$preset" "${targets[@]}"
     )
