@@ -506,6 +506,18 @@ class CloudSkillTest(InstallTestCase):
         app.install_cloud_skill_from_core("openclaw", "weather", "main")
         self.assertEqual(self.version(), "one")
 
+    def test_the_sample_in_the_documentation_can_be_installed(self) -> None:
+        sample = os.path.join(os.path.dirname(os.path.dirname(app.__file__)), "docs", "catalogue")
+        for name in ("catalogue.json", "greeting.zip"):
+            with open(os.path.join(sample, name), "rb") as file:
+                self.server.serve(f"/{name}", file.read())
+        app.save_nelo_settings({"cloud_skills": {"catalog_url": self.server.address + "/catalogue.json"}})
+        self.assertEqual(app.refresh_cloud_skills_via_core(), {"count": 1})
+        (row,) = app.list_cloud_skills_via_core("openclaw")
+        target = app.install_cloud_skill_from_core("openclaw", row["key"], "main")["targetDir"]
+        with open(os.path.join(sample, "greeting", "SKILL.md"), encoding="utf-8") as file:
+            self.assertEqual(self.read(os.path.join(str(target), "SKILL.md")), file.read())
+
     def test_an_unknown_skill_agent_or_ecosystem_is_told_before_anything_is_fetched(self) -> None:
         self.serve_catalogue({"key": "weather", "url": "weather.zip"})
         before = len(self.server.requests)
