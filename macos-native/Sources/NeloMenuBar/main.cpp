@@ -1,22 +1,58 @@
-#include "platform/BaseFolders.h"
-#include "platform/InstanceDoor.h"
-#include "platform/InstanceLock.h"
-#include "platform/RuntimeFolder.h"
+#include "platform/SingleInstance.h"
 #include "platform/StatusArea.h"
 #include "platform/TerminationSignals.h"
 #include "shell/NeloMenuBarApp.h"
+#include "ui/Alerts.h"
 
 #include <QApplication>
 
-#include <optional>
+#include <cstdio>
+
+namespace {
+
+/// Forgets folders of the environment that are relative, for this process and for those that it starts: what is kept
+/// would otherwise be kept wherever the program happens to be started. freedesktop.org has them ignored; Qt takes them.
+void ignoreRelativeBaseFolders()
+{
+    for (const char* name :
+         {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME", "XDG_RUNTIME_DIR"}) {
+        if (qEnvironmentVariableIsSet(name) && !qgetenv(name).startsWith('/'))
+            qunsetenv(name);
+    }
+}
+
+bool hasDisplay()
+{
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+/// Why this start ends although it has asked no other one to come forward; nothing when it goes on.
+const char* refusal(SingleInstance::Role role)
+{
+    switch (role) {
+    case SingleInstance::Role::OtherDisplay:
+        return "Nelo is already running on another display.";
+    case SingleInstance::Role::Unreachable:
+        return "Nelo is already running and does not answer.";
+    default:
+        return nullptr;
+    }
+}
+
+} // namespace
 
 int main(int argc, char* argv[])
 {
     ignoreRelativeBaseFolders();
-    const std::optional<std::filesystem::path> folder = runtimeFolder();
-    const std::optional<InstanceLock> lock = folder ? std::make_optional<InstanceLock>(*folder) : std::nullopt;
-    if (lock && lock->role() == InstanceLock::Role::Later)
-        return 0; // the first one has been told
+    SingleInstance instance;
+    if (instance.role() == SingleInstance::Role::Later)
+        return 0;
+    const char* reason = refusal(instance.role());
+    if (reason) {
+        std::fprintf(stderr, "%s\n", reason);
+        if (!hasDisplay())
+            return 1;
+    }
 
     QApplication application(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Nelo"));
@@ -24,20 +60,21 @@ int main(int argc, char* argv[])
     QApplication::setApplicationVersion(QStringLiteral(NELO_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("example.nelo.NeloMenuBar"));
     QApplication::setQuitOnLastWindowClosed(false);
+    if (reason) {
+        showAlert(nullptr, QStringLiteral("Nelo"), QString::fromUtf8(reason));
+        return 1;
+    }
 
-    std::optional<InstanceDoor> door;
-    // First of all: while the rest ends, which may take a while, a start that knocked would have told nobody.
-    QObject::connect(&application, &QCoreApplication::aboutToQuit, &application, [&door] { door.reset(); });
     NeloMenuBarApp delegate(desktopStatusArea());
+    // Before anything else of the end, which may take a while: a start that is answered now would leave no program.
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, &instance, &SingleInstance::stopListening);
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &delegate,
                      &NeloMenuBarApp::applicationWillTerminate);
     const TerminationSignals terminationSignals;
+    QObject::connect(&terminationSignals, &TerminationSignals::received, &instance, &SingleInstance::stopListening);
     QObject::connect(&terminationSignals, &TerminationSignals::received, &delegate, &NeloMenuBarApp::quitApp);
-
-    if (folder) {
-        door.emplace(*folder);
-        QObject::connect(&*door, &InstanceDoor::knocked, &delegate, &NeloMenuBarApp::reopen);
-    }
+    QObject::connect(&instance, &SingleInstance::activationRequested, &delegate, &NeloMenuBarApp::reopen);
+    instance.listen();
 
     QMetaObject::invokeMethod(&delegate, &NeloMenuBarApp::applicationDidFinishLaunching, Qt::QueuedConnection);
     return QApplication::exec();

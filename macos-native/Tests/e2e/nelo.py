@@ -47,8 +47,10 @@ def until(condition: Callable[[], Result | None], what: str, patience: float = P
         time.sleep(0.02)
 
 
-def xdotool(*words: object) -> str:
-    done = subprocess.run(["xdotool", *map(str, words)], capture_output=True, text=True, check=False)
+def xdotool(*words: object, display: str | None = None) -> str:
+    """Drives the display, which is the test's own unless told; returns what it prints."""
+    environment = {**os.environ, "DISPLAY": display} if display else None
+    done = subprocess.run(["xdotool", *map(str, words)], capture_output=True, text=True, check=False, env=environment)
     return done.stdout
 
 
@@ -325,11 +327,15 @@ class Nelo:
 
     @property
     def accessible(self) -> Node:
+        return self.accessible_of(self.process.pid)
+
+    def accessible_of(self, process_id: int) -> Node:
+        """The tree of one process, for there may be several."""
         def search() -> Node | None:
             desktop = Atspi.get_desktop(0)
             for index in range(desktop.get_child_count()):
                 application = desktop.get_child_at_index(index)
-                if application is not None and application.get_process_id() == self.process.pid:
+                if application is not None and application.get_process_id() == process_id:
                     return Node(application, self._scale)
             return None
 
@@ -400,9 +406,9 @@ class TraylessNelo(Nelo):
         self.accessible.find("frame", "Nelo")  # a window manager need not put in front what nobody has asked for
 
 
-def launchers(nelo: Nelo) -> list[Node]:
-    """The windows that show the menu's entries, of which there is one at most."""
-    return [frame for frame in nelo.accessible.children() if frame.role == "frame" and frame.is_showing
+def launchers(nelo: Nelo, process_id: int | None = None) -> list[Node]:
+    """The windows that show the menu's entries, of which a process has one at most."""
+    return [frame for frame in nelo.accessible_of(process_id or nelo.process.pid).children() if frame.role == "frame" and frame.is_showing
             and [node.name for node in frame.descendants() if node.role == "push button"] == list(MENU)]
 
 

@@ -9,7 +9,7 @@ import unittest
 from pathlib import Path
 from unittest import mock
 
-from nelo import Nelo, TraylessNelo, launcher, press, type_text, until
+from nelo import Nelo, TraylessNelo, launcher, launchers, press, start_again, type_text, until, xdotool
 from provider import Provider
 
 SLOW_BACKEND = """
@@ -102,6 +102,29 @@ class SessionEndTest(unittest.TestCase):
             (self.project / "app/answer").touch()  # a call in progress is waited for
             self.assertEqual(nelo.process.wait(20), 0)
             self.assertEqual(nelo.processes(), [])
+
+    def test_started_again_while_a_backend_call_delays_its_end(self) -> None:
+        with self.started() as nelo:
+            self.ask_the_backend(nelo)
+            nelo.process.terminate()
+            again = start_again(nelo)
+            (self.project / "app/answer").touch()
+            self.assertEqual(nelo.process.wait(20), 0)
+            until(lambda: nelo.processes_of_the_program() == [again.pid], "the later start alone")
+            until(lambda: launchers(nelo, again.pid), "its window")
+            again.terminate()
+            self.assertEqual(again.wait(20), 0)
+
+    def test_started_again_on_another_display(self) -> None:
+        other = Display()
+        self.addCleanup(other.end)
+        with self.started() as nelo:
+            launcher(nelo)
+            again = subprocess.Popen(nelo.command, env={**nelo.environment, "DISPLAY": other.name}, stderr=subprocess.PIPE, text=True)
+            until(lambda: xdotool("search", "--onlyvisible", "--class", "NeloMenuBar", display=other.name), "the alert there")
+            xdotool("key", "Return", display=other.name)
+            self.assertEqual(again.communicate(timeout=20), (None, "Nelo is already running on another display.\n"))
+            self.assertEqual(again.returncode, 1)
 
     def test_the_display_goes_away(self) -> None:
         with self.started() as nelo:

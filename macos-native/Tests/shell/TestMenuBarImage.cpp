@@ -8,6 +8,8 @@
 #include <QPainter>
 #include <QTest>
 
+#include <optional>
+
 #include <sys/stat.h>
 
 /// The user's own status-bar image.
@@ -16,15 +18,16 @@ class TestMenuBarImage final : public QObject
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
-    void noFileIsNoImage()
+    void init()
     {
-        const TestHome home;
-        QVERIFY(menuBarImage().isNull());
+        failOnUnexpectedWarning();
+        m_home.emplace();
+        QVERIFY(QDir(m_home->path()).mkpath(QStringLiteral("Desktop")));
     }
 
-    void aFileThatIsNoImageIsNone_data()
+    void cleanup() { m_home.reset(); }
+
+    void whatIsNoImageIsNone_data()
     {
         QTest::addColumn<QByteArray>("bytes");
         QTest::newRow("empty") << QByteArray();
@@ -32,87 +35,86 @@ private slots:
         QTest::newRow("only an image's first bytes") << QByteArray("\x89PNG\r\n\x1a\n");
     }
 
-    void aFileThatIsNoImageIsNone()
+    void whatIsNoImageIsNone()
     {
         QFETCH(QByteArray, bytes);
-        const TestHome home;
-        writeImageFile(home, bytes);
+        QVERIFY(menuBarImage().isNull()); // no file
+        QFile image(file());
+        QVERIFY(image.open(QFile::WriteOnly));
+        QCOMPARE(image.write(bytes), bytes.size());
+        image.close();
         QVERIFY(menuBarImage().isNull());
     }
 
     void aFolderInItsPlaceIsNone()
     {
-        const TestHome home;
-        QVERIFY(QDir(home.path()).mkpath(QStringLiteral("Desktop/nelo.png")));
+        QVERIFY(QDir().mkpath(file()));
         QVERIFY(menuBarImage().isNull());
     }
 
     void aPipeInItsPlaceIsNone()
     {
-        const TestHome home;
-        QVERIFY(QDir(home.path()).mkpath(QStringLiteral("Desktop")));
-        QCOMPARE(mkfifo(QFile::encodeName(home.path(QStringLiteral("Desktop/nelo.png"))).constData(), 0600), 0);
+        QCOMPARE(mkfifo(QFile::encodeName(file()).constData(), 0600), 0);
         QVERIFY(menuBarImage().isNull());
     }
 
-    void aLargeImageIsEighteenPointsHigh()
+    void itIsEighteenPointsHighAndWide_data()
     {
-        const TestHome home;
-        QImage image(512, 512, QImage::Format_RGB32);
+        QTest::addColumn<QSize>("size");
+        QTest::newRow("square") << QSize(512, 512);
+        QTest::newRow("wide") << QSize(200, 50);
+        QTest::newRow("larger than Qt reads at once") << QSize(6500, 6500);
+    }
+
+    void itIsEighteenPointsHighAndWide()
+    {
+        QFETCH(QSize, size);
+        QImage image(size, QImage::Format_RGB888);
         image.fill(Qt::red);
-        saveImage(home, image, "png");
+        save(image);
         const QIcon icon = menuBarImage();
         QCOMPARE(icon.actualSize({512, 512}), QSize(18, 18));
-        QPixmap sharp = icon.pixmap({18, 18}, 2.0);
-        QCOMPARE(sharp.size(), QSize(36, 36)); // twice the pixels, not enlarged ones
+        QCOMPARE(icon.pixmap({18, 18}).toImage().pixelColor(9, 9), QColor(Qt::red));
+        QCOMPARE(icon.pixmap({18, 18}, 2.0).size(), QSize(36, 36)); // twice the pixels, not enlarged ones
         QVERIFY(!icon.isMask());
+    }
+
+    void itKeepsItsColours_data()
+    {
+        QTest::addColumn<QImage::Format>("format");
+        QTest::newRow("transparent") << QImage::Format_ARGB32;
+        QTest::newRow("a palette of two") << QImage::Format_Mono;
+        QTest::newRow("a palette of many") << QImage::Format_Indexed8;
     }
 
     void itKeepsItsColours()
     {
-        const TestHome home;
+        QFETCH(QImage::Format, format);
+        const QColor left(10, 200, 30);
+        const QColor right = format == QImage::Format_ARGB32 ? QColor(Qt::transparent) : QColor(Qt::blue);
         QImage image(64, 64, QImage::Format_ARGB32);
-        image.fill(Qt::transparent);
-        QPainter(&image).fillRect(0, 0, 32, 64, QColor(10, 200, 30));
-        saveImage(home, image, "png");
+        image.fill(right);
+        QPainter(&image).fillRect(0, 0, 32, 64, left);
+        save(format == QImage::Format_ARGB32 ? image : image.convertToFormat(format, {right.rgb(), left.rgb()}));
         const QImage shown = menuBarImage().pixmap({18, 18}).toImage();
-        QCOMPARE(shown.pixelColor(4, 9), QColor(10, 200, 30));
-        QCOMPARE(shown.pixelColor(14, 9).alpha(), 0);
-    }
-
-    void anImageThatIsNotSquareIsMadeSo()
-    {
-        const TestHome home;
-        QImage image(200, 50, QImage::Format_RGB32);
-        image.fill(Qt::blue);
-        saveImage(home, image, "png");
-        QCOMPARE(menuBarImage().pixmap({18, 18}).size(), QSize(18, 18));
+        QCOMPARE(shown.pixelColor(4, 9), left);
+        QCOMPARE(shown.pixelColor(14, 9), right);
     }
 
     void contentDecidesNotTheName()
     {
-        const TestHome home;
         QImage image(20, 20, QImage::Format_RGB32);
         image.fill(Qt::blue);
-        saveImage(home, image, "bmp");
+        save(image, "bmp");
         QVERIFY(!menuBarImage().isNull());
     }
 
 private:
-    /// Writes `bytes` as the image's file.
-    static void writeImageFile(const TestHome& home, const QByteArray& bytes)
-    {
-        QVERIFY(QDir(home.path()).mkpath(QStringLiteral("Desktop")));
-        QFile file(home.path(QStringLiteral("Desktop/nelo.png")));
-        QVERIFY(file.open(QFile::WriteOnly));
-        QCOMPARE(file.write(bytes), bytes.size());
-    }
+    QString file() const { return m_home->path(QStringLiteral("Desktop/nelo.png")); }
 
-    static void saveImage(const TestHome& home, const QImage& image, const char* format)
-    {
-        QVERIFY(QDir(home.path()).mkpath(QStringLiteral("Desktop")));
-        QVERIFY(image.save(home.path(QStringLiteral("Desktop/nelo.png")), format));
-    }
+    void save(const QImage& image, const char* format = "png") const { QVERIFY(image.save(file(), format)); }
+
+    std::optional<TestHome> m_home;
 };
 
 QTEST_MAIN(TestMenuBarImage)

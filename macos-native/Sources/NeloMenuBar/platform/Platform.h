@@ -26,7 +26,7 @@ QIcon sparklesSymbol();
 void openMenuOnClick(QSystemTrayIcon* item, QMenu* menu);
 
 /// Runs `action` whenever the user opens the running application again, for as long as `context` lives, on systems that
-/// start no second program for that. On others a second program is started and knocks at the `InstanceDoor`.
+/// start no second program for that. On others a second program is started; see `SingleInstance`.
 void onReopen(QObject* context, const std::function<void()>& action);
 
 } // namespace Platform

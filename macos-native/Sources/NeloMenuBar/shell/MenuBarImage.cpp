@@ -2,8 +2,27 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QImageReader>
 #include <QPixmap>
+
+namespace {
+
+/// Reads an image with 32 bits for each pixel; a null image when there is none. What is larger than Qt's limit for an
+/// image is made smaller while it is read, where its format allows that.
+QImage read(const QString& file)
+{
+    constexpr int largeSide = 2048;
+    constexpr QSize reducedSize(256, 256);
+    QImageReader reader(file);
+    reader.setDecideFormatFromContent(true); // what it holds decides, not what it is called
+    const QSize size = reader.size();
+    if (size.width() > largeSide || size.height() > largeSide)
+        reader.setScaledSize(reducedSize);
+    return reader.read().convertToFormat(QImage::Format_ARGB32_Premultiplied); // a palette would be scaled to noise
+}
+
+} // namespace
 
 QIcon menuBarImage()
 {
@@ -11,15 +30,14 @@ QIcon menuBarImage()
     const QString file = QDir::home().filePath(QStringLiteral("Desktop/nelo.png"));
     if (!QFileInfo(file).isFile()) // a pipe there would keep us waiting
         return {};
-    QImageReader reader(file);
-    reader.setDecideFormatFromContent(true); // what it holds decides, not what it is called
-    const QImage image = reader.read();
+    const QImage image = read(file);
     if (image.isNull())
         return {};
 
     QIcon icon;
-    for (const int scale : {1, 2, 3}) {
-        QImage scaled = image.scaled(QSize(side, side) * scale, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    for (const double scale : {1.0, 2.0, 3.0, qGuiApp->devicePixelRatio()}) {
+        QImage scaled =
+            image.scaled((QSizeF(side, side) * scale).toSize(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
         scaled.setDevicePixelRatio(scale);
         icon.addPixmap(QPixmap::fromImage(scaled));
     }

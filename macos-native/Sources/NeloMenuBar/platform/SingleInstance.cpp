@@ -1,0 +1,285 @@
+#include "platform/SingleInstance.h"
+
+#include <QByteArray>
+#include <QFileSystemWatcher>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr char activated = 'a';
+constexpr char onOtherDisplay = 'd';
+constexpr std::size_t maxRequestBytes = 4096; // which a socket passes on in one piece
+#ifdef MSG_NOSIGNAL
+constexpr int sendFlags = MSG_NOSIGNAL; // a peer that has gone is an error, not a signal
+#else
+constexpr int sendFlags = 0; // the socket's option says so
+#endif
+
+std::filesystem::path lockIn(const std::filesystem::path& folder)
+{
+    return folder / "nelo.lock";
+}
+
+std::filesystem::path socketIn(const std::filesystem::path& folder)
+{
+    return folder / "nelo.socket";
+}
+
+/// Whether `folder` is ours and closed to others: where everybody writes, what has our name need not be ours.
+bool isPrivate(const std::filesystem::path& folder)
+{
+    struct stat status
+    {};
+    return lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid()
+           && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
+}
+
+/// The display that this process was started on: the Wayland display and the X display without its screen.
+QByteArrayList displays()
+{
+    const QByteArray x11 = qgetenv("DISPLAY");
+    const auto colon = x11.lastIndexOf(':');
+    const auto dot = x11.indexOf('.', qMax(colon, 0));
+    return {qgetenv("WAYLAND_DISPLAY"), dot < 0 ? x11 : x11.left(dot)};
+}
+
+/// Whether windows that are shown on `ours` can be seen by who started a program on `others`. A session may offer both
+/// kinds, and a start may know one of them only.
+bool shareDisplay(const QByteArrayList& ours, const QByteArrayList& others)
+{
+    for (int kind = 0; kind < ours.size(); ++kind) {
+        if (!ours[kind].isEmpty() && ours[kind] == others[kind])
+            return true;
+    }
+    return ours == others;
+}
+
+/// What the desktop gave a start so that its window may come forward.
+QByteArray activationToken()
+{
+    const QByteArray token = qgetenv("XDG_ACTIVATION_TOKEN");
+    return token.isEmpty() ? qgetenv("DESKTOP_STARTUP_ID") : token;
+}
+
+/// The socket's address; nothing when the folder's path is longer than an address may be.
+std::optional<sockaddr_un> addressIn(const std::filesystem::path& folder)
+{
+    const std::string path = socketIn(folder);
+    sockaddr_un address{};
+    if (path.size() >= sizeof address.sun_path)
+        return std::nullopt;
+    address.sun_family = AF_UNIX;
+    path.copy(static_cast<char*>(address.sun_path), path.size()); // before zeros
+    return address;
+}
+
+const sockaddr* generic(const sockaddr_un& address)
+{
+    return reinterpret_cast<const sockaddr*>(&address); // as the socket calls want it
+}
+
+void configure(const FileDescriptor& socket)
+{
+    fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
+    fcntl(socket.get(), F_SETFL, O_NONBLOCK);
+#ifdef SO_NOSIGPIPE
+    const int isOn = 1;
+    setsockopt(socket.get(), SOL_SOCKET, SO_NOSIGPIPE, &isOn, sizeof isOn);
+#endif
+}
+
+/// Returns whether all of `bytes` was sent.
+bool sendAll(const FileDescriptor& connection, const QByteArray& bytes)
+{
+    return send(connection.get(), bytes.constData(), static_cast<std::size_t>(bytes.size()), sendFlags) == bytes.size();
+}
+
+FileDescriptor makeSocket()
+{
+    FileDescriptor made(socket(AF_UNIX, SOCK_STREAM, 0));
+    configure(made);
+    return made;
+}
+
+/// What a later start learns from the first one.
+enum class Answer { Activated, OtherDisplay, Quitting, NotListening };
+
+Answer ask(const std::filesystem::path& folder)
+{
+    const std::optional<sockaddr_un> address = addressIn(folder);
+    const FileDescriptor connection = makeSocket();
+    if (!address || ::connect(connection.get(), generic(*address), sizeof *address) != 0)
+        return Answer::NotListening;
+
+    if (!sendAll(connection, (displays() << activationToken()).join('\n')))
+        return Answer::Quitting;
+    pollfd answered{connection.get(), POLLIN, 0};
+    while (poll(&answered, 1, -1) < 0 && errno == EINTR) {
+    }
+    char byte = 0;
+    if (read(connection.get(), &byte, 1) != 1)
+        return Answer::Quitting;
+    return byte == onOtherDisplay ? Answer::OtherDisplay : Answer::Activated;
+}
+
+} // namespace
+
+SingleInstance::SingleInstance(std::optional<std::filesystem::path> folder, std::chrono::milliseconds timeout)
+    : m_folder(std::move(folder)), m_displays(displays()), m_role(findRole(timeout))
+{}
+
+SingleInstance::~SingleInstance()
+{
+    stopListening();
+}
+
+std::optional<std::filesystem::path> SingleInstance::defaultFolder()
+{
+    if (const char* given = std::getenv("XDG_RUNTIME_DIR")) {
+        const std::filesystem::path folder(given);
+        if (folder.is_absolute() && isPrivate(folder)) // freedesktop.org has relative ones ignored
+            return folder;
+    }
+    std::error_code failure;
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path(failure) / ("nelo-" + std::to_string(geteuid()));
+    if (failure)
+        return std::nullopt;
+    mkdir(folder.c_str(), S_IRWXU); // it may be there
+    return isPrivate(folder) ? std::optional(folder) : std::nullopt;
+}
+
+SingleInstance::Role SingleInstance::findRole(std::chrono::milliseconds timeout)
+{
+    if (!m_folder)
+        return Role::First;
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    bool hasReachedFirst = false;
+    for (;;) {
+        const bool isLocked = lock();
+        // Also with the lock: the first one's may have been deleted.
+        const Answer answer = ask(*m_folder);
+        if (answer == Answer::NotListening && isLocked)
+            return Role::First;
+        if (answer == Answer::Activated || answer == Answer::OtherDisplay) {
+            m_lock = FileDescriptor();
+            return answer == Answer::Activated ? Role::Later : Role::OtherDisplay;
+        }
+        hasReachedFirst |= answer == Answer::Quitting;
+        if (!hasReachedFirst && std::chrono::steady_clock::now() > deadline)
+            return Role::Unreachable;
+        std::this_thread::sleep_for(10ms);
+    }
+}
+
+/// Returns whether no other process holds the lock. It is this one's from then on, if it can be had at all.
+bool SingleInstance::lock()
+{
+    if (holdsLock())
+        return true;
+    FileDescriptor file(open(lockIn(*m_folder).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (file.get() >= 0 && flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
+        return false;
+    m_lock = std::move(file);
+    return true;
+}
+
+/// Whether the file that this process has locked is still the one that others find.
+bool SingleInstance::holdsLock() const
+{
+    struct stat locked
+    {};
+    struct stat found
+    {};
+    return m_lock.get() >= 0 && fstat(m_lock.get(), &locked) == 0 && stat(lockIn(*m_folder).c_str(), &found) == 0
+           && locked.st_ino == found.st_ino && locked.st_dev == found.st_dev;
+}
+
+void SingleInstance::listen()
+{
+    const std::optional<sockaddr_un> address = m_folder ? addressIn(*m_folder) : std::nullopt;
+    stopListening();
+    m_socket = makeSocket();
+    if (!address || m_socket.get() < 0)
+        return;
+    unlink(static_cast<const char*>(address->sun_path)); // which a killed program left
+    if (bind(m_socket.get(), generic(*address), sizeof *address) != 0 || ::listen(m_socket.get(), SOMAXCONN) != 0)
+        return;
+    m_notifier = std::make_unique<QSocketNotifier>(m_socket.get(), QSocketNotifier::Read, this);
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, &SingleInstance::acceptConnections);
+    m_files = std::make_unique<QFileSystemWatcher>();
+    for (const std::filesystem::path& file : {lockIn(*m_folder), socketIn(*m_folder)})
+        m_files->addPath(QString::fromStdString(file.string()));
+    connect(m_files.get(), &QFileSystemWatcher::fileChanged, this, &SingleInstance::restoreFiles,
+            Qt::QueuedConnection); // which replaces the watcher
+}
+
+void SingleInstance::stopListening()
+{
+    if (!m_notifier)
+        return;
+    m_files.reset();
+    unlink(socketIn(*m_folder).c_str());
+    m_notifier.reset();
+    m_socket = FileDescriptor();
+}
+
+void SingleInstance::restoreFiles()
+{
+    if (holdsLock() && access(socketIn(*m_folder).c_str(), F_OK) == 0)
+        return;
+    mkdir(m_folder->c_str(), S_IRWXU); // it may be there
+    lock();
+    listen();
+}
+
+void SingleInstance::acceptConnections()
+{
+    for (;;) {
+        auto connection = std::make_shared<FileDescriptor>(accept(m_socket.get(), nullptr, nullptr));
+        if (connection->get() < 0)
+            break;
+        configure(*connection);
+        auto* notifier = new QSocketNotifier(connection->get(), QSocketNotifier::Read, m_notifier.get());
+        connect(notifier, &QSocketNotifier::activated, this, [this, notifier, connection] {
+            notifier->setEnabled(false);
+            notifier->deleteLater(); // and with it the connection
+            answer(*connection);
+        });
+    }
+    if (errno != EMFILE && errno != ENFILE)
+        return;
+    // No descriptor is left, and the socket stays readable: without a pause the event loop would spin.
+    m_notifier->setEnabled(false);
+    QTimer::singleShot(1s, m_notifier.get(), [notifier = m_notifier.get()] { notifier->setEnabled(true); });
+}
+
+void SingleInstance::answer(const FileDescriptor& connection)
+{
+    QByteArray request(maxRequestBytes, Qt::Uninitialized);
+    request.resize(qMax<qsizetype>(0, read(connection.get(), request.data(), maxRequestBytes)));
+    QByteArrayList lines = request.split('\n');
+    if (lines.size() != 3)
+        return; // not one of ours
+    const QByteArray token = lines.takeLast();
+    const bool isOnOurs = shareDisplay(m_displays, lines);
+    if (sendAll(connection, QByteArray(1, isOnOurs ? activated : onOtherDisplay)) && isOnOurs)
+        emit activationRequested(token);
+}

@@ -1,0 +1,308 @@
+#include "platform/SingleInstance.h"
+
+#include "support/ProcessTable.h"
+#include "support/Warnings.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSignalSpy>
+#include <QSocketNotifier>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <future>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+using namespace std::chrono_literals;
+using Role = SingleInstance::Role;
+
+/// One program of many: the lock, the socket, and the folder of both.
+class TestSingleInstance final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_folder.emplace();
+        for (const char* name : names)
+            qunsetenv(name);
+    }
+
+    void cleanup()
+    {
+        for (const char* name : names)
+            qunsetenv(name);
+        m_folder.reset();
+    }
+
+    void aLaterStartSendsItsToken()
+    {
+        SingleInstance first(folder());
+        QCOMPARE(first.role(), Role::First);
+        first.listen();
+        QSignalSpy requests(&first, &SingleInstance::activationRequested);
+        QCOMPARE(startAgain(), Role::Later);
+        qputenv("DESKTOP_STARTUP_ID", "startup_TIME7");
+        QCOMPARE(startAgain(), Role::Later);
+        qputenv("XDG_ACTIVATION_TOKEN", "token");
+        QCOMPARE(startAgain(), Role::Later);
+        QTRY_COMPARE(requests,
+                     (QSignalSpy::QList{{QByteArray()}, {QByteArray("startup_TIME7")}, {QByteArray("token")}}));
+    }
+
+    void theFirstOneComesForwardOnItsOwnDisplay_data()
+    {
+        QTest::addColumn<QByteArrayList>("first"); // Wayland, X11
+        QTest::addColumn<QByteArrayList>("later");
+        QTest::addColumn<Role>("role");
+        const auto add = [](const char* name, const QByteArrayList& first, const QByteArrayList& later, Role role) {
+            QTest::newRow(name) << first << later << role;
+        };
+        add("another X display", {"", ":0"}, {"", ":1"}, Role::OtherDisplay);
+        add("another screen of the X display", {"", ":0"}, {"", ":0.1"}, Role::Later);
+        add("the X display of a host with dots", {"", "10.0.0.1:0"}, {"", "10.0.0.1:1"}, Role::OtherDisplay);
+        add("another Wayland display", {"wayland-0", ":0"}, {"wayland-1", ":1"}, Role::OtherDisplay);
+        add("the X display of the Wayland session", {"wayland-0", ":0"}, {"", ":0"}, Role::Later);
+        add("no display", {"wayland-0", ":0"}, {"", ""}, Role::OtherDisplay);
+    }
+
+    void theFirstOneComesForwardOnItsOwnDisplay()
+    {
+        QFETCH(QByteArrayList, first);
+        QFETCH(QByteArrayList, later);
+        QFETCH(Role, role);
+        setDisplays(first);
+        SingleInstance running(folder());
+        running.listen();
+        QSignalSpy requests(&running, &SingleInstance::activationRequested);
+        setDisplays(later);
+        QCOMPARE(startAgain(), role);
+        QCOMPARE(requests.count(), role == Role::Later ? 1 : 0);
+    }
+
+    void theNextOneIsFirstOnceTheFirstHasGone()
+    {
+        QCOMPARE(SingleInstance(folder()).role(), Role::First);
+        QCOMPARE(SingleInstance(folder()).role(), Role::First);
+    }
+
+    void aSocketThatAKilledProgramLeftIsReplaced()
+    {
+        FileDescriptor left = connectionTo(nullptr);
+        left = FileDescriptor();
+        QVERIFY(QFileInfo::exists(socketFile()));
+        SingleInstance first(folder());
+        QCOMPARE(first.role(), Role::First);
+        first.listen();
+        QCOMPARE(startAgain(), Role::Later);
+    }
+
+    void aLaterStartWaitsForTheFirstToListen()
+    {
+        SingleInstance first(folder());
+        std::future<Role> later = start();
+        QCOMPARE(later.wait_for(50ms), std::future_status::timeout);
+        first.listen();
+        QCOMPARE(result(later), Role::Later);
+    }
+
+    void aFirstOneThatDoesNotListenIsUnreachable()
+    {
+        const SingleInstance first(folder());
+        QCOMPARE(SingleInstance(folder(), 0ms).role(), Role::Unreachable);
+    }
+
+    void aStartWhileTheFirstOneQuitsBecomesTheFirst()
+    {
+        auto first = std::make_unique<SingleInstance>(folder());
+        first->listen();
+        QSignalSpy requests(first.get(), &SingleInstance::activationRequested);
+        std::future<Role> later = start(0ms);
+        const FileDescriptor connection = connectionTo(first.get()); // whoever has asked ...
+        first->stopListening();                                      // ... gets no answer
+        char byte = 0;
+        QVERIFY(read(connection.get(), &byte, 1) <= 0);
+        QCOMPARE(later.wait_for(50ms), std::future_status::timeout);
+        first.reset();
+        QCOMPARE(result(later), Role::First);
+    }
+
+    void deletedFilesAreRestored_data()
+    {
+        QTest::addColumn<QStringList>("files");
+        QTest::newRow("the lock") << QStringList{QStringLiteral("nelo.lock")};
+        QTest::newRow("the socket") << QStringList{QStringLiteral("nelo.socket")};
+        QTest::newRow("both") << QStringList{QStringLiteral("nelo.lock"), QStringLiteral("nelo.socket")};
+    }
+
+    void deletedFilesAreRestored()
+    {
+        QFETCH(QStringList, files);
+        SingleInstance first(folder());
+        first.listen();
+        for (int round = 0; round < 2; ++round) {
+            for (const QString& file : std::as_const(files))
+                QVERIFY(QFile::remove(m_folder->filePath(file)));
+            QTRY_COMPARE(QDir(m_folder->path()).entryList(QDir::System | QDir::Files).size(), 2);
+            QCOMPARE(startAgain(), Role::Later);
+        }
+        first.stopListening();
+        QCOMPARE(SingleInstance(folder(), 0ms).role(), Role::Unreachable); // it holds the lock that is found
+    }
+
+    void aStartWithTheLockAsksTheSocketAllTheSame()
+    {
+        SingleInstance first(folder());
+        first.listen();
+        std::future<Role> later = start();
+        QVERIFY(QFile::remove(m_folder->filePath(QStringLiteral("nelo.lock"))));
+        QCOMPARE(SingleInstance(folder() / "elsewhere").role(), Role::First);
+        QCOMPARE(result(later), Role::Later);
+    }
+
+    void aFirstOneWithoutFreeDescriptorsPauses()
+    {
+        SingleInstance first(folder());
+        first.listen();
+        rlimit before{};
+        QCOMPARE(getrlimit(RLIMIT_NOFILE, &before), 0);
+        std::vector<FileDescriptor> all;
+        const FileDescriptor connection = connectionTo(&first);
+        const rlimit few{static_cast<rlim_t>(ProcessTable::openDescriptors()), before.rlim_max};
+        QCOMPARE(setrlimit(RLIMIT_NOFILE, &few), 0);
+        while (all.empty() || all.back().get() >= 0)
+            all.emplace_back(open("/dev/null", O_RDONLY));
+        const auto* notifier = first.findChild<QSocketNotifier*>();
+        QTRY_VERIFY(!notifier->isEnabled());
+        all.clear();
+        QCOMPARE(setrlimit(RLIMIT_NOFILE, &before), 0);
+        QTRY_VERIFY(notifier->isEnabled());
+        QCOMPARE(startAgain(), Role::Later);
+    }
+
+    void nobodyElseCanReachTheLock()
+    {
+        const SingleInstance first(folder());
+        QCOMPARE(QFileInfo(m_folder->filePath(QStringLiteral("nelo.lock"))).permissions()
+                     & (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther),
+                 QFile::Permissions());
+    }
+
+    void nothingIsLeftButTheLock()
+    {
+        {
+            SingleInstance first(folder());
+            first.listen();
+        }
+        QCOMPARE(QDir(m_folder->path()).entryList(QDir::System | QDir::Files), {QStringLiteral("nelo.lock")});
+    }
+
+    void withoutAFolderThisIsTheFirst()
+    {
+        for (const std::optional<std::filesystem::path>& none :
+             {std::optional<std::filesystem::path>(), std::optional(folder() / "missing"),
+              std::optional(folder() / std::string(200, 'x'))}) {
+            SingleInstance instance(none);
+            QCOMPARE(instance.role(), Role::First);
+            instance.listen();
+            instance.stopListening();
+        }
+    }
+
+    void theFolderIsTheSessionsOrOurOwn_data()
+    {
+        QTest::addColumn<QByteArray>("given");
+        QTest::addColumn<bool>("isTaken");
+        QTest::newRow("the session's") << QFile::encodeName(QDir::tempPath() + QStringLiteral("/nelo-test-session"))
+                                       << true;
+        QTest::newRow("none") << QByteArray() << false;
+        QTest::newRow("empty") << QByteArray("") << false;
+        QTest::newRow("relative") << QByteArray(".") << false;
+        QTest::newRow("missing") << QByteArray("/no/such/folder") << false;
+        QTest::newRow("a file") << QByteArray("/etc/passwd") << false;
+        QTest::newRow("open to all") << QByteArray("/tmp") << false;
+        QTest::newRow("another user's") << QByteArray(geteuid() == 0 ? "/var/lib/private" : "/root") << false;
+    }
+
+    void theFolderIsTheSessionsOrOurOwn()
+    {
+        QFETCH(QByteArray, given);
+        QFETCH(bool, isTaken);
+        QByteArray others = given;
+        if (isTaken) {
+            others = QFile::encodeName(m_folder->filePath(QStringLiteral("session")));
+            QCOMPARE(mkdir(others.constData(), S_IRWXU), 0);
+        } else if (given == "/var/lib/private") { // the superuser can give a folder away
+            others = QFile::encodeName(m_folder->filePath(QStringLiteral("others")));
+            QCOMPARE(mkdir(others.constData(), S_IRWXU), 0);
+            QCOMPARE(chown(others.constData(), 1, 1), 0);
+        }
+        if (!given.isNull())
+            qputenv("XDG_RUNTIME_DIR", others);
+        qputenv("TMPDIR", QFile::encodeName(m_folder->path()));
+        const std::optional<std::filesystem::path> found = SingleInstance::defaultFolder();
+        QVERIFY(found);
+        QCOMPARE(*found == others.toStdString(), isTaken);
+        QCOMPARE(found->parent_path(), folder());
+        QCOMPARE(std::filesystem::status(*found).permissions(), std::filesystem::perms::owner_all);
+        QCOMPARE(SingleInstance::defaultFolder(), found); // which is there by now
+        std::filesystem::permissions(*found, std::filesystem::perms::all);
+        if (!isTaken)
+            QCOMPARE(SingleInstance::defaultFolder(), std::nullopt);
+    }
+
+private:
+    static constexpr const char* names[] = {"XDG_RUNTIME_DIR",    "TMPDIR",  "XDG_ACTIVATION_TOKEN",
+                                            "DESKTOP_STARTUP_ID", "DISPLAY", "WAYLAND_DISPLAY"};
+
+    std::filesystem::path folder() const { return m_folder->path().toStdString(); }
+    QString socketFile() const { return m_folder->filePath(QStringLiteral("nelo.socket")); }
+
+    static void setDisplays(const QByteArrayList& displays)
+    {
+        qputenv("WAYLAND_DISPLAY", displays[0]);
+        qputenv("DISPLAY", displays[1]);
+    }
+
+    /// Starts the program once more, in another thread: the first one needs the event loop of this one.
+    std::future<Role> start(std::chrono::milliseconds timeout = 10s) const
+    {
+        return std::async(std::launch::async, [=, this] { return SingleInstance(folder(), timeout).role(); });
+    }
+
+    static std::optional<Role> result(std::future<Role>& start)
+    {
+        const auto isReady = [&start] { return start.wait_for(0ms) == std::future_status::ready; };
+        return QTest::qWaitFor(isReady) ? std::optional(start.get()) : std::nullopt;
+    }
+
+    std::optional<Role> startAgain() const
+    {
+        std::future<Role> again = start();
+        return result(again);
+    }
+
+    /// A connection to `first`, or where there is none a socket that nobody listens on any more once it is closed.
+    FileDescriptor connectionTo(const SingleInstance* first) const
+    {
+        sockaddr_un address{AF_UNIX, {}};
+        qstrncpy(static_cast<char*>(address.sun_path), QFile::encodeName(socketFile()), sizeof address.sun_path);
+        FileDescriptor made(socket(AF_UNIX, SOCK_STREAM, 0));
+        const auto use = first ? ::connect : ::bind;
+        const int failure = use(made.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+        return failure ? FileDescriptor() : std::move(made);
+    }
+
+    std::optional<QTemporaryDir> m_folder;
+};
+
+QTEST_GUILESS_MAIN(TestSingleInstance)
+#include "TestSingleInstance.moc"
