@@ -157,7 +157,7 @@ private slots:
             << QByteArray(R"([{"write-raw":")") + QByteArray(100'000, '[') + QByteArray(R"(\n"}])") << someParserError;
         QTest::newRow("not a number") << QByteArray(R"([{"answer-json-text":"NaN"}])") << someParserError;
         QTest::newRow("no line feed until the helper dies")
-            << QByteArray(R"([{"write-raw":"{\"ok\":true"},{"exit":3}])") << terminated;
+            << QByteArray("[{\"write-raw\":\"{\\\"ok\\\":true\"},{\"exit\":3}]") << terminated;
         QTest::newRow("the helper exits in a function") << QByteArray(R"([{"exit":0}])") << terminated;
         QTest::newRow("the helper closes its output")
             << QByteArray(R"([{"close-output":true},{"sleep":0.2}])") << terminated;

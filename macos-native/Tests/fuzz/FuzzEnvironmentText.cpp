@@ -1,4 +1,4 @@
-#include "backend/BackendReply.h"
+#include "base/Json.h"
 #include "fuzz/Invariant.h"
 #include "skills/core/SkillEntry.h"
 

@@ -1,5 +1,5 @@
-#include "backend/BackendReply.h"
 #include "backend/ReplyLine.h"
+#include "base/Json.h"
 #include "fuzz/Invariant.h"
 
 namespace {

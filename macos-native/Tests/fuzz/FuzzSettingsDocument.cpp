@@ -21,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const SettingsDocument settings = readSettingsDocument(BackendReply(bytesOf(data, size)).object());
     require(chatModes().contains(settings.chatMode), "the mode is one of those offered");
-    require(cloudProviders().contains(settings.cloudProvider), "the provider is one of those offered");
+    require(Provider::all().contains(settings.cloudProvider), "the provider is one of those offered");
 
     const Json written = parseJson(toJson(settings).dump());
     require(readSettingsDocument(written) == asWritten(settings), "what is written reads the same");

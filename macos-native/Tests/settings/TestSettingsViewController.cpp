@@ -211,7 +211,7 @@ private slots:
     {
         QTest::addColumn<QByteArray>("reply");
         QTest::addColumn<QString>("status");
-        QTest::newRow("a path") << QByteArray(R"({"path":"/家/settings.json"})")
+        QTest::newRow("a path") << QByteArray("{\"path\":\"/家/settings.json\"}")
                                 << QStringLiteral("Settings saved: /家/settings.json");
         QTest::newRow("no path") << QByteArray("{}") << QStringLiteral("Settings saved: (unknown)");
         QTest::newRow("nothing") << QByteArray("null") << QStringLiteral("Settings saved: (unknown)");

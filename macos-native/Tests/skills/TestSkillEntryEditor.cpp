@@ -360,7 +360,8 @@ private slots:
 
     void theConfigurationGoesBackUntouched()
     {
-        const std::string config = R"({"z":1,"a":1.0,"m":{"y":9007199254740993,"b":[[[[{}]]]]},"t":"\"你\n"})";
+        const std::string config =
+            "{\"z\":1,\"a\":1.0,\"m\":{\"y\":9007199254740993,\"b\":[[[[{}]]]]},\"t\":\"\\\"你\\n\"}";
         m_tab->backend.script("get_skill_entry", {{{"answer-json-text", R"({"config":)" + config + "}"}}});
         m_tab->select(0);
         m_tab->press("Save Config");

@@ -1,5 +1,6 @@
 #include "agents/AgentDialogs.h"
 
+#include "base/Ecosystem.h"
 #include "ui/Alerts.h"
 #include "ui/Forms.h"
 #include "ui/Labels.h"
@@ -14,8 +15,6 @@
 
 namespace {
 
-const QString openclaw = QStringLiteral("openclaw");
-
 /// Fixes `widget` at `size`, given for text of ordinary size, or at what its style and font need at least.
 void fixSize(QWidget& widget, QSize size)
 {
@@ -29,11 +28,11 @@ public:
     explicit NewAgentForm(const QString& stamp)
     {
         m_ecosystemPopup->setObjectName(QStringLiteral("ecosystemPopup"));
-        m_ecosystemPopup->addItems({openclaw, QStringLiteral("codex"), QStringLiteral("kimi")});
+        m_ecosystemPopup->addItems(Ecosystem::all());
         m_ecosystemPopup->setAccessibleDescription(QStringLiteral("Ecosystem"));
         fixSize(*m_ecosystemPopup, {180, 26});
         m_nameField->setObjectName(QStringLiteral("nameField"));
-        m_nameField->setText(openclaw + u' ' + stamp);
+        m_nameField->setText(Ecosystem::openclaw + u' ' + stamp);
         fixSize(*m_nameField, {320, 24});
         auto* note = new WrappingLabel(
             QStringLiteral("Workspace uses the default path automatically. For openclaw, Nelo will launch "
@@ -54,7 +53,10 @@ public:
         setFocusProxy(m_ecosystemPopup);
     }
 
-    NewAgentChoice choice() const { return {m_ecosystemPopup->titleOfSelectedItem(openclaw), m_nameField->text()}; }
+    NewAgentChoice choice() const
+    {
+        return {m_ecosystemPopup->titleOfSelectedItem(Ecosystem::openclaw), m_nameField->text()};
+    }
 
 private:
     PopUpButton* m_ecosystemPopup = new PopUpButton(this);

@@ -4,11 +4,12 @@
 #include "agents/ConfigEditorWindowController.h"
 #include "agents/core/Agent.h"
 #include "agents/core/AgentCalls.h"
-#include "agents/core/AgentPaths.h"
 #include "agents/core/AgentReport.h"
 #include "agents/core/ConfigFile.h"
 #include "backend/BackendReply.h"
 #include "backend/NeloBackend.h"
+#include "base/Ecosystem.h"
+#include "base/Text.h"
 #include "shell/primitives/NeloWindow.h"
 #include "ui/Alerts.h"
 #include "ui/Buttons.h"
@@ -127,12 +128,12 @@ void AgentsViewController::loadAgents()
 
 void AgentsViewController::addAgent()
 {
-    const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
+    const QString stamp = compactTimestamp(QDateTime::currentDateTime());
     const QPointer<AgentsViewController> self(this);
     const std::optional<NewAgentChoice> choice = askForNewAgent(this, stamp);
     if (!self || !choice)
         return;
-    if (choice->ecosystem == QStringLiteral("openclaw")) {
+    if (choice->ecosystem == Ecosystem::openclaw) {
         setUpOpenClaw(); // the record is left to that
         return;
     }
@@ -173,7 +174,7 @@ void AgentsViewController::runConfigure()
     const std::optional<Agent> agent = selectedAgent();
     if (!agent)
         return;
-    if (agent->ecosystem.toLower() != QStringLiteral("openclaw")) {
+    if (agent->ecosystem.toLower() != Ecosystem::openclaw) {
         showAlert(this, QStringLiteral("Unsupported"),
                   QStringLiteral("Only openclaw configure is supported right now."));
         return;
@@ -187,7 +188,7 @@ void AgentsViewController::openConfigEditor()
     const std::optional<Agent> agent = selectedAgent();
     if (!agent)
         return;
-    const QString path = configPath(agent->ecosystem, QDir::homePath());
+    const QString path = Ecosystem::configPath(agent->ecosystem, QDir::homePath());
     createConfigFile(path);
     const auto onSave = [self = QPointer<AgentsViewController>(this), path](bool isSaved) {
         if (self && isSaved)

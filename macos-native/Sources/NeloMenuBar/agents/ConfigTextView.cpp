@@ -1,8 +1,9 @@
 #include "agents/ConfigTextView.h"
 
+#include "base/Text.h"
+
 #include <QKeyEvent>
 #include <QMimeData>
-#include <QStringDecoder>
 #include <QTextBlock>
 #include <QTextCursor>
 
@@ -13,15 +14,6 @@ namespace {
 /// Where a block keeps how the line before it ends, when that is not usual for the text: as a property of its format,
 /// because the document takes formats along when a line is split, joined or brought back.
 constexpr int endingBeforeProperty = QTextFormat::UserProperty;
-
-/// The text of `bytes`, byte-order mark included; empty when they are not UTF-8.
-QString decoded(const QByteArray& bytes)
-{
-    QStringDecoder decoder(QStringDecoder::Utf8,
-                           QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
-    const QString text = decoder(bytes);
-    return decoder.hasError() ? QString() : text;
-}
 
 } // namespace
 
@@ -46,7 +38,7 @@ QByteArray ConfigTextView::bytes() const
 
 void ConfigTextView::setBytes(const QByteArray& bytes)
 {
-    QString text = decoded(bytes);
+    QString text = decodeUtf8(bytes).value_or(QString());
     m_hasByteOrderMark = text.startsWith(QChar(QChar::ByteOrderMark));
     if (m_hasByteOrderMark)
         text.remove(0, 1);

@@ -1,6 +1,6 @@
 #include "backend/ReplyLine.h"
 
-#include "backend/BackendReply.h"
+#include "base/Json.h"
 
 #include <simdjson.h>
 
@@ -102,7 +102,7 @@ ReplyMeaning unparsable(const std::string& text, simdjson::error_code failure)
 ReplyMeaning interpretText(simdjson::dom::parser& parser, const std::string& text)
 {
     if (parser.capacity() < text.size()) {
-        if (const auto failure = parser.allocate(std::max(text.size(), smallestCapacity), BackendReply::maximumDepth))
+        if (const auto failure = parser.allocate(std::max(text.size(), smallestCapacity), maxJsonDepth))
             return unparsable(text, failure);
     }
     element root;

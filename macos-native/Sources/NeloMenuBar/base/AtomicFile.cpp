@@ -108,6 +108,15 @@ std::optional<QString> fill(QTemporaryFile& file, const QByteArray& bytes, const
 
 } // namespace
 
+std::optional<QByteArray> readFile(const QString& path)
+{
+    QFile file(path);
+    if (!QFileInfo(path).isFile() || !file.open(QFile::ReadOnly))
+        return std::nullopt;
+    const QByteArray bytes = file.readAll();
+    return file.error() == QFile::NoError ? std::optional(bytes) : std::nullopt;
+}
+
 std::optional<QString> writeFileAtomically(const QString& path, const QByteArray& bytes, mode_t newFileMode)
 {
     struct stat existing

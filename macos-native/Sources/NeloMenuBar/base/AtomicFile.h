@@ -9,6 +9,10 @@
 /// The mode of a file that only its owner may read and write.
 constexpr mode_t ownerOnly = 0600;
 
+/// Returns all bytes of the regular file at `path`, or nothing when there is no regular file or it cannot be read to
+/// its end. Never waits for a pipe.
+std::optional<QByteArray> readFile(const QString& path);
+
 /// Replaces the content of the file at `path` by `bytes`, all of it or not at all: another program sees the old file or
 /// the new one, and a failure leaves the old one as it was and nothing beside it.
 ///

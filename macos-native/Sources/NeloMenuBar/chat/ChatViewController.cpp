@@ -1,11 +1,12 @@
 #include "chat/ChatViewController.h"
 
+#include "base/Provider.h"
+
 #include "chat/ApiKeyDialog.h"
 #include "chat/MessageField.h"
 #include "chat/RoundedPanel.h"
 #include "chat/core/ChatHistory.h"
 #include "chat/core/ChatLog.h"
-#include "chat/core/ChatProvider.h"
 #include "chat/core/LocalGreeting.h"
 #include "chat/core/SendFlowTexts.h"
 #include "chat/transcript/TranscriptView.h"
@@ -149,8 +150,8 @@ void ChatViewController::makeControls(QWidget* composer)
     m_modelPopup->setObjectName(QStringLiteral("modelPopup"));
     m_modelPopup->setAccessibleName(QStringLiteral("Model"));
     m_modelPopup->setAccessibleDescription(QStringLiteral("Model"));
-    m_modelPopup->addItems({QStringLiteral("gpt-4o-mini"), QStringLiteral("gpt-4.1-mini"),
-                            QStringLiteral("deepseek-chat"), QStringLiteral("moonshot-v1-8k")});
+    m_modelPopup->addItems({Provider::defaultModel, QStringLiteral("gpt-4.1-mini"), QStringLiteral("deepseek-chat"),
+                            QStringLiteral("moonshot-v1-8k")});
     m_modelPopup->setFixedWidth(grownWithText(150));
 
     m_sendButton = makeButton(QStringLiteral("Send"), composer);
@@ -273,9 +274,8 @@ void ChatViewController::handlePlus()
 
 ChatTarget ChatViewController::chosenTarget() const
 {
-    const QString model =
-        m_modelPopup->currentIndex() < 0 ? QStringLiteral("gpt-4o-mini") : m_modelPopup->currentText();
-    return {providerOfModel(model), model};
+    const QString model = m_modelPopup->currentIndex() < 0 ? Provider::defaultModel : m_modelPopup->currentText();
+    return {Provider::ofModel(model), model};
 }
 
 void ChatViewController::appendMessage(QStringView role, const QString& content)

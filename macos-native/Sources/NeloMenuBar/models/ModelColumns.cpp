@@ -1,24 +1,13 @@
 #include "models/ModelColumns.h"
 
-#include "backend/BackendReply.h"
-
-#include <QStringList>
-
-#include <algorithm>
-
 namespace {
 
 /// A list of strings is told item by item; anything else by its text.
 QString tagsText(const Json& row)
 {
-    const auto tags = row.find("tags");
-    const auto isString = [](const Json& item) { return item.is_string(); };
-    if (tags == row.end() || !tags->is_array() || !std::all_of(tags->begin(), tags->end(), isString))
-        return textOf(row, "tags");
-    QStringList items;
-    std::transform(tags->begin(), tags->end(), std::back_inserter(items),
-                   [](const Json& item) { return textOf(item); });
-    return items.join(u',');
+    const QStringList tags = textsOf(row, "tags");
+    const bool isEmptyList = row.contains("tags") && row["tags"] == Json::array();
+    return tags.isEmpty() && !isEmptyList ? textOf(row, "tags") : tags.join(u',');
 }
 
 /// A boolean is told as yes or no; anything else by its text.

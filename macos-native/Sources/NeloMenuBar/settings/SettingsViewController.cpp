@@ -3,6 +3,7 @@
 #include "backend/BackendReply.h"
 #include "backend/NeloBackend.h"
 #include "base/ApiKeyStore.h"
+#include "base/Provider.h"
 #include "settings/core/SettingsDocument.h"
 #include "shell/primitives/NeloFlippedView.h"
 #include "shell/primitives/ScrollingForm.h"
@@ -75,7 +76,7 @@ QMap<QString, QString> storedKeys()
 {
     const ApiKeyStore store;
     QMap<QString, QString> keys;
-    for (const QString& provider : cloudProviders())
+    for (const QString& provider : Provider::all())
         keys.insert(provider, store.key(provider));
     return keys;
 }
@@ -90,7 +91,7 @@ void storeKeys(const QMap<QString, QString>& keys)
 } // namespace
 
 SettingsViewController::SettingsViewController(QWidget* parent)
-    : ViewController(parent), m_currentCloudProvider(cloudProviders().constFirst())
+    : ViewController(parent), m_currentCloudProvider(Provider::all().constFirst())
 {}
 
 void SettingsViewController::loadView()
@@ -120,9 +121,9 @@ void SettingsViewController::makeControls(QWidget* parent)
     m_coreURLField = makeField(QStringLiteral("coreURLField"), QStringLiteral("http://127.0.0.1:8878"), parent);
     m_chatModePopup = makePopup(QStringLiteral("chatModePopup"), chatModes(), parent);
     m_localModelPopup = makePopup(QStringLiteral("localModelPopup"), localModels(), parent);
-    m_cloudProviderPopup = makePopup(QStringLiteral("cloudProviderPopup"), cloudProviders(), parent);
+    m_cloudProviderPopup = makePopup(QStringLiteral("cloudProviderPopup"), Provider::all(), parent);
     connect(m_cloudProviderPopup, &QComboBox::activated, this, &SettingsViewController::cloudProviderChanged);
-    m_cloudModelField = makeField(QStringLiteral("cloudModelField"), QStringLiteral("gpt-4o-mini"), parent);
+    m_cloudModelField = makeField(QStringLiteral("cloudModelField"), Provider::defaultModel, parent);
     m_cloudAPIKeyField = makeField(QStringLiteral("cloudAPIKeyField"), QStringLiteral("Cloud API Key"), parent);
     m_cloudAPIKeyField->setEchoMode(QLineEdit::Password);
     m_cloudSkillsCatalogURLField =
@@ -197,7 +198,7 @@ void SettingsViewController::loadSettings()
 void SettingsViewController::cloudProviderChanged()
 {
     takeTypedKey();
-    m_currentCloudProvider = m_cloudProviderPopup->titleOfSelectedItem(cloudProviders().constFirst());
+    m_currentCloudProvider = m_cloudProviderPopup->titleOfSelectedItem(Provider::all().constFirst());
     showText(m_cloudAPIKeyField, m_providerKeyCache.key(m_currentCloudProvider));
 }
 
@@ -234,7 +235,7 @@ void SettingsViewController::showSettings(const SettingsDocument& settings)
 
 SettingsDocument SettingsViewController::shownSettings() const
 {
-    const QString provider = m_cloudProviderPopup->titleOfSelectedItem(cloudProviders().constFirst());
+    const QString provider = m_cloudProviderPopup->titleOfSelectedItem(Provider::all().constFirst());
     return {
         .coreAutoDiscovery = m_coreAutoDiscoveryButton->isChecked(),
         .coreUrl = m_coreURLField->text(),

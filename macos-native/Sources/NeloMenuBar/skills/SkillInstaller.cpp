@@ -2,6 +2,7 @@
 
 #include "backend/BackendReply.h"
 #include "backend/NeloBackend.h"
+#include "base/Ecosystem.h"
 #include "skills/PackagePanel.h"
 #include "skills/core/AgentRow.h"
 #include "skills/core/CloudSkill.h"
@@ -14,8 +15,6 @@
 #include <QPointer>
 
 namespace {
-
-const QString openclaw = QStringLiteral("openclaw");
 
 /// A question that one of several rows answers.
 struct Question
@@ -49,7 +48,7 @@ SkillInstaller::SkillInstaller(QWidget* view) : QObject(view), m_view(view)
 
 void SkillInstaller::installSkill(const QString& ecosystem, const std::optional<Json>& agent)
 {
-    if (ecosystem != openclaw) {
+    if (ecosystem != Ecosystem::openclaw) {
         showAlert(m_view, QStringLiteral("Unsupported"),
                   QStringLiteral("Install Skill is currently implemented for openclaw only."));
         return;
@@ -77,7 +76,7 @@ void SkillInstaller::installSkill(const QString& ecosystem, const std::optional<
 
 void SkillInstaller::installCloudSkill(const QString& ecosystem)
 {
-    if (ecosystem != openclaw) {
+    if (ecosystem != Ecosystem::openclaw) {
         showAlert(m_view, QStringLiteral("Unsupported"),
                   QStringLiteral("Cloud skill install is currently implemented for openclaw only."));
         return;
@@ -130,7 +129,7 @@ std::optional<Json> SkillInstaller::chooseCoreAgent(const QString& ecosystem) co
         showAlert(m_view, QStringLiteral("Core Agents Failed"), reply.text());
         return std::nullopt;
     }
-    const std::vector<Json> agents = agentsOf(reply.rows(), openclaw);
+    const std::vector<Json> agents = agentsOf(reply.rows(), Ecosystem::openclaw);
     if (agents.empty()) {
         showAlert(m_view, QStringLiteral("No Online OpenClaw Agent"),
                   QStringLiteral("Core did not report any online openclaw agents."));

@@ -2,6 +2,7 @@
 
 #include "backend/BackendReply.h"
 #include "backend/NeloBackend.h"
+#include "base/Ecosystem.h"
 #include "shell/primitives/NeloFlippedView.h"
 #include "shell/primitives/ScrollingForm.h"
 #include "skills/NewsSourceSection.h"
@@ -24,7 +25,6 @@
 
 namespace {
 
-const QString openclaw = QStringLiteral("openclaw");
 const QString dynamicMode = QStringLiteral("dynamic");
 const QString noSelection = QStringLiteral("Select a skill");
 
@@ -92,8 +92,7 @@ QLayout* SkillsViewController::makeControlRow()
     const auto addButton = [=, this](const QString& title, void (SkillsViewController::*action)()) {
         row->addWidget(makeButton(title, this, this, action));
     };
-    m_ecosystemPopup = addPopup(QStringLiteral("Ecosystem"), QStringLiteral("ecosystemPopup"),
-                                {openclaw, QStringLiteral("codex"), QStringLiteral("kimi")});
+    m_ecosystemPopup = addPopup(QStringLiteral("Ecosystem"), QStringLiteral("ecosystemPopup"), Ecosystem::all());
     m_agentPopup = addPopup(QStringLiteral("Agent"), QStringLiteral("agentPopup"), {});
     m_configModePopup = addPopup(QStringLiteral("Config Mode"), QStringLiteral("configModePopup"),
                                  {dynamicMode, QStringLiteral("json")});
@@ -254,7 +253,7 @@ void SkillsViewController::installCloudSkill()
 
 QString SkillsViewController::currentEcosystem() const
 {
-    return m_ecosystemPopup->titleOfSelectedItem(openclaw);
+    return m_ecosystemPopup->titleOfSelectedItem(Ecosystem::openclaw);
 }
 
 std::optional<Json> SkillsViewController::selectedAgent() const

@@ -1,6 +1,5 @@
 #include "ui/JsonRowModel.h"
 
-#include "backend/BackendReply.h"
 #include "ui/SingleLine.h"
 
 #include <utility>

@@ -1,7 +1,7 @@
 #include "agents/core/Agent.h"
 
 #include "agents/core/AgentCalls.h"
-#include "agents/core/AgentPaths.h"
+#include "base/Ecosystem.h"
 #include "support/Warnings.h"
 
 #include <QTest>
@@ -89,8 +89,8 @@ private slots:
         QFETCH(QString, config);
         QFETCH(QString, workspace);
         const QString home = QStringLiteral("/home/我");
-        QCOMPARE(configPath(ecosystem, home), config);
-        QCOMPARE(defaultWorkspacePath(ecosystem, QStringLiteral("x-1"), home), workspace);
+        QCOMPARE(Ecosystem::configPath(ecosystem, home), config);
+        QCOMPARE(Ecosystem::workspacePath(ecosystem, QStringLiteral("x-1"), home), workspace);
     }
 
     void aNewAgentIsNamedAfterWhatWasEntered_data()

@@ -2,8 +2,8 @@
 
 #include "agents/AgentDialogs.h"
 #include "agents/ConfigEditorWindowController.h"
+#include "base/Provider.h"
 #include "chat/ApiKeyDialog.h"
-#include "chat/core/ChatProvider.h"
 #include "chat/transcript/TranscriptView.h"
 #include "models/ModelsViewController.h"
 #include "shell/LauncherViewController.h"

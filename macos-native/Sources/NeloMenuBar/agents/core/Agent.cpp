@@ -1,7 +1,6 @@
 #include "agents/core/Agent.h"
 
-#include "agents/core/AgentPaths.h"
-#include "backend/BackendReply.h"
+#include "base/Ecosystem.h"
 
 bool Agent::isManaged() const
 {
@@ -23,5 +22,6 @@ NewAgent newAgent(const QString& ecosystem, const QString& entered, const QStrin
 {
     const QString id = ecosystem + u'-' + stamp;
     const QString name = entered.trimmed();
-    return {ecosystem, id, name.isEmpty() ? ecosystem + u' ' + stamp : name, defaultWorkspacePath(ecosystem, id, home)};
+    return {ecosystem, id, name.isEmpty() ? ecosystem + u' ' + stamp : name,
+            Ecosystem::workspacePath(ecosystem, id, home)};
 }

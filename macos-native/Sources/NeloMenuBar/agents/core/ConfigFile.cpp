@@ -1,6 +1,7 @@
 #include "agents/core/ConfigFile.h"
 
 #include "base/AtomicFile.h"
+#include "base/Text.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -20,7 +21,7 @@ constexpr QFile::Permissions ownersFolder = ownersFile | QFile::ExeOwner;
 /// What a backup is called that is made at the local time `now`.
 QString backupPath(const QString& path, const QDateTime& now)
 {
-    return path + QStringLiteral(".bak.") + now.toString(QStringLiteral("yyyyMMdd-HHmmss"));
+    return path + QStringLiteral(".bak.") + compactTimestamp(now);
 }
 
 /// Makes a second name for a file that we may not read. It stays with what the file holds now: a save replaces the file
@@ -54,12 +55,7 @@ void copyFile(QFile& file, const QString& path)
 
 QByteArray readConfigFile(const QString& path)
 {
-    QFile file(path);
-    const bool isRegular = QFileInfo(path).isFile(); // a pipe would keep us waiting
-    if (!isRegular || !file.open(QFile::ReadOnly))
-        return {};
-    const QByteArray bytes = file.readAll();
-    return file.error() == QFile::NoError ? bytes : QByteArray(); // half a file would be saved as the whole
+    return readFile(path).value_or(QByteArray());
 }
 
 void createConfigFile(const QString& path)

@@ -1,11 +1,11 @@
 #include "chat/client/ChatClient.h"
 
+#include "base/Provider.h"
 #include "chat/client/ChatRequest.h"
 #include "chat/client/ChatTransferResult.h"
 #include "chat/client/ChatUpload.h"
 #include "chat/client/LoopbackAwareProxies.h"
 #include "chat/core/ChatLog.h"
-#include "chat/core/ChatProvider.h"
 
 #include <QNetworkReply>
 
@@ -55,9 +55,9 @@ ChatClient::ChatClient(std::chrono::milliseconds patience, QObject* parent) : QO
 void ChatClient::callChatAPI(const QString& provider, const QString& model, const QList<NeloChatMessage>& messages,
                              const QString& apiKey, const Completion& completion)
 {
-    const QString endpoint = chatEndpoint(provider);
+    const QString endpoint = Provider::endpoint(provider);
     neloChatLog(QStringLiteral("callChatAPI: provider=%1 model=%2 url=%3").arg(provider, model, endpoint));
-    const std::optional<QUrl> url = parseChatEndpoint(endpoint);
+    const std::optional<QUrl> url = Provider::parseEndpoint(endpoint);
     if (!url) {
         neloChatLog(QStringLiteral("callChatAPI aborted: invalid URL"));
         completion(NeloChatError{QStringLiteral("invalid URL")});

@@ -1,24 +1,15 @@
 #include "chat/client/ChatReply.h"
 
+#include "base/Text.h"
 #include "chat/core/CharacterCount.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QStringDecoder>
 
 #include <algorithm>
 
 namespace {
-
-/// All of `bytes` as text; an empty text when they are not UTF-8.
-QString textOf(const QByteArray& bytes)
-{
-    QStringDecoder decode(QStringDecoder::Utf8,
-                          QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
-    const QString text = decode(bytes);
-    return decode.hasError() ? QString() : text;
-}
 
 /// The text of the first choice in a provider's answer; nothing when the answer has not that shape.
 std::optional<QString> firstChoiceContent(const QByteArray& json)
@@ -59,14 +50,15 @@ ChatVerdict interpretChatReply(const ChatTransfer& transfer)
         return refusal(QStringLiteral("empty response"), QStringLiteral("empty response body, status=%1").arg(status));
     }
     if (status < 200 || status > 299) {
-        const QString body = textOf(*transfer.body);
+        const QString body = decodeUtf8(*transfer.body).value_or(QString());
         return refusal(QStringLiteral("HTTP %1: ").arg(status) + body,
                        QStringLiteral("HTTP error: status=%1 body=").arg(status) + body);
     }
     const std::optional<QString> content = firstChoiceContent(*transfer.body);
     if (!content) {
         return refusal(QStringLiteral("response missing choices"),
-                       QStringLiteral("parse error: missing choices body=") + textOf(*transfer.body));
+                       QStringLiteral("parse error: missing choices body=")
+                           + decodeUtf8(*transfer.body).value_or(QString()));
     }
     return success(status, *content);
 }

@@ -1,6 +1,7 @@
 #include "chat/core/ChatHistory.h"
 
 #include "base/AtomicFile.h"
+#include "base/Text.h"
 #include "chat/core/ChatFolder.h"
 
 #include <QDateTime>
@@ -10,16 +11,6 @@
 namespace {
 
 constexpr qsizetype mostRecordsKept = 200;
-
-/// All of a regular file (to read a pipe would be to wait); nothing when it is missing or cannot be read.
-std::optional<QByteArray> contentOf(const QString& path)
-{
-    QFile file(path);
-    if (!QFileInfo(path).isFile() || !file.open(QFile::ReadOnly))
-        return std::nullopt;
-    const QByteArray bytes = file.readAll();
-    return file.error() == QFile::NoError ? std::optional(bytes) : std::nullopt;
-}
 
 } // namespace
 
@@ -31,7 +22,7 @@ QString neloChatHistoryURL()
 LoadedChatHistory loadChatHistoryFile()
 {
     const QString path = neloChatHistoryURL();
-    const std::optional<QByteArray> json = contentOf(path);
+    const std::optional<QByteArray> json = readFile(path);
     const std::optional<QList<NeloChatMessage>> messages = json ? decodeChatMessages(*json) : std::nullopt;
     if (messages)
         return {*messages, false};
@@ -53,8 +44,8 @@ bool preserveUnreadableHistory(const QString& path, const QDateTime& now)
 {
     if (!QFileInfo(path).isFile())
         return true; // nothing there, or nothing that a write would replace
-    const QString aside = path + QStringLiteral(".unreadable.") + now.toString(QStringLiteral("yyyyMMdd-HHmmss"));
-    const std::optional<QByteArray> json = contentOf(path);
+    const QString aside = path + QStringLiteral(".unreadable.") + compactTimestamp(now);
+    const std::optional<QByteArray> json = readFile(path);
     if (!json)
         return QFile::rename(path, aside);
     return !QFileInfo::exists(aside) && !writeFileAtomically(aside, *json);

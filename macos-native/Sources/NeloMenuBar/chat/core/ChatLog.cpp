@@ -1,9 +1,10 @@
 #include "chat/core/ChatLog.h"
 
 #include "base/AtomicFile.h"
+#include "base/Text.h"
 #include "chat/core/ChatFolder.h"
-#include "chat/core/ChatTimestamp.h"
 
+#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 
@@ -16,7 +17,8 @@ QString neloChatLogURL()
 
 void neloChatLog(const QString& message)
 {
-    const QByteArray line = QStringLiteral("[%1] %2\n").arg(chatTimestamp(), message).toUtf8();
+    const QByteArray line =
+        QStringLiteral("[%1] %2\n").arg(isoTimestamp(QDateTime::currentDateTimeUtc()), message).toUtf8();
     const QString path = neloChatLogURL();
     if (!QFileInfo::exists(path)) {
         std::ignore = writeFileAtomically(path, line);

@@ -1,7 +1,8 @@
 #include "chat/core/NeloChatMessage.h"
 
-#include "chat/core/ChatTimestamp.h"
+#include "base/Text.h"
 
+#include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -37,7 +38,7 @@ bool hasOnlyKnownEscapes(const QByteArray& json)
 
 NeloChatMessage NeloChatMessage::now(const QString& role, const QString& content)
 {
-    return {role, content, chatTimestamp()};
+    return {role, content, isoTimestamp(QDateTime::currentDateTimeUtc())};
 }
 
 QByteArray encodeChatMessages(const QList<NeloChatMessage>& messages)

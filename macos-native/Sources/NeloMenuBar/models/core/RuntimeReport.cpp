@@ -9,8 +9,7 @@ namespace {
 /// Only the boolean counts: a text "yes" or the number 1 is no.
 QString yesOrNo(const Json& runtime, const char* key)
 {
-    const auto member = runtime.find(key);
-    return member != runtime.end() && *member == true ? QStringLiteral("yes") : QStringLiteral("no");
+    return isTrue(runtime, key) ? QStringLiteral("yes") : QStringLiteral("no");
 }
 
 QString summaryOf(const Json& runtime)

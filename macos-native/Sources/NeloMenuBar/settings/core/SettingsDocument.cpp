@@ -1,18 +1,12 @@
 #include "settings/core/SettingsDocument.h"
 
-#include "backend/BackendReply.h"
+#include "base/Provider.h"
 
 #include <QDir>
 
 namespace {
 
 constexpr int documentVersion = 1;
-
-Json section(const Json& document, const char* key)
-{
-    const auto member = document.find(key);
-    return member != document.end() && member->is_object() ? *member : Json::object();
-}
 
 /// On unless the document says no, as false or as the number 0.
 bool isOn(const Json& section, const char* key)
@@ -39,11 +33,6 @@ QStringList localModels()
     return {QStringLiteral("qwen3:30b"), QStringLiteral("qwen3:8b"), QStringLiteral("qwen3-coder:30b")};
 }
 
-QStringList cloudProviders()
-{
-    return {QStringLiteral("openai"), QStringLiteral("deepseek"), QStringLiteral("kimi")};
-}
-
 QString defaultTovaniPath()
 {
     return QDir::homePath() + QStringLiteral("/.nelo/tovani");
@@ -51,17 +40,17 @@ QString defaultTovaniPath()
 
 SettingsDocument readSettingsDocument(const Json& document)
 {
-    const Json core = section(document, "core");
-    const Json chat = section(document, "chat");
-    const Json tovani = section(document, "tovani");
-    const Json cloudSkills = section(document, "cloud_skills");
+    const Json core = objectOf(document, "core");
+    const Json chat = objectOf(document, "chat");
+    const Json tovani = objectOf(document, "tovani");
+    const Json cloudSkills = objectOf(document, "cloud_skills");
     return {
         .coreAutoDiscovery = isOn(core, "auto_discovery"),
         .coreUrl = textOf(core, "url"),
         .chatMode = offered(textOf(chat, "mode"), chatModes()),
         .localModel = textOf(chat, "local_model", localModels().constFirst()),
-        .cloudProvider = offered(textOf(chat, "cloud_provider"), cloudProviders()),
-        .cloudModel = textOf(chat, "cloud_model", QStringLiteral("gpt-4o-mini")),
+        .cloudProvider = offered(textOf(chat, "cloud_provider"), Provider::all()),
+        .cloudModel = textOf(chat, "cloud_model", Provider::defaultModel),
         .cloudApiKey = textOf(chat, "cloud_api_key"),
         .autoDownloadTovani = isOn(tovani, "auto_download_on_chat"),
         .tovaniPath = textOf(tovani, "path", defaultTovaniPath()),

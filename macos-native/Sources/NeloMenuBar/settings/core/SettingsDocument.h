@@ -4,10 +4,9 @@
 
 #include <QStringList>
 
-/// The titles that the form offers, and the only chat modes and providers that a document can select.
+/// The titles that the form offers. A document can select no other chat mode.
 QStringList chatModes();
 QStringList localModels();
-QStringList cloudProviders();
 
 /// Where the local component lives unless the user says otherwise: an absolute path in the home folder.
 QString defaultTovaniPath();

@@ -1,7 +1,5 @@
 #include "skills/core/AgentRow.h"
 
-#include "backend/BackendReply.h"
-
 std::vector<Json> agentsOf(std::vector<Json> agents, const QString& ecosystem)
 {
     std::erase_if(agents, [&ecosystem](const Json& agent) { return textOf(agent, "ecosystem") != ecosystem; });

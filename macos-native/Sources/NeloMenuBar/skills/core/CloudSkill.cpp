@@ -1,7 +1,5 @@
 #include "skills/core/CloudSkill.h"
 
-#include "backend/BackendReply.h"
-
 QString cloudSkillName(const Json& skill)
 {
     return textOf(skill, "name", textOf(skill, "key"));

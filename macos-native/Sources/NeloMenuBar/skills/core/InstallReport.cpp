@@ -1,7 +1,5 @@
 #include "skills/core/InstallReport.h"
 
-#include "backend/BackendReply.h"
-
 #include <array>
 
 namespace {
@@ -29,10 +27,8 @@ QString describe(const Restart& restart, const Json& result)
     const QString name = QString::fromLatin1(restart.name);
     if (!wasAttempted(restart, result))
         return name + QStringLiteral("not attempted");
-    const auto success = result.find(restart.successKey);
-    const bool hasSucceeded = success != result.end() && *success == true; // the text "true" is no success
     return name + textOf(result, restart.methodKey)
-           + (hasSucceeded ? QStringLiteral(" (ok)") : QStringLiteral(" (check)"));
+           + (isTrue(result, restart.successKey) ? QStringLiteral(" (ok)") : QStringLiteral(" (check)"));
 }
 
 } // namespace

@@ -1,7 +1,5 @@
 #include "skills/core/NewsSource.h"
 
-#include "backend/BackendReply.h"
-
 QString newsSourceTitle(const Json& source)
 {
     return u'[' + textOf(source, "bucket") + QStringLiteral("] ") + textOf(source, "name") + QStringLiteral(" (")

@@ -1,17 +1,5 @@
 #include "skills/core/SkillEntry.h"
 
-#include "backend/BackendReply.h"
-
-namespace {
-
-Json objectOf(const Json& object, const char* key)
-{
-    const auto member = object.find(key);
-    return member != object.end() && member->is_object() ? *member : Json::object();
-}
-
-} // namespace
-
 SkillEntry readSkillEntry(const Json& object)
 {
     const auto enabled = object.find("enabled");

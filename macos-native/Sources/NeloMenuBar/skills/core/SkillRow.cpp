@@ -1,9 +1,5 @@
 #include "skills/core/SkillRow.h"
 
-#include "backend/BackendReply.h"
-
-#include <algorithm>
-
 namespace {
 
 QString primaryLabel(const Json& skill, const QString& missing)
@@ -13,19 +9,6 @@ QString primaryLabel(const Json& skill, const QString& missing)
 }
 
 } // namespace
-
-QStringList textsOf(const Json& object, const char* key)
-{
-    const auto member = object.find(key);
-    if (member == object.end() || !member->is_array())
-        return {};
-    if (!std::all_of(member->begin(), member->end(), [](const Json& item) { return item.is_string(); }))
-        return {};
-    QStringList texts;
-    for (const Json& item : *member)
-        texts.append(textOf(item));
-    return texts;
-}
 
 QString skillTitle(const Json& skill)
 {

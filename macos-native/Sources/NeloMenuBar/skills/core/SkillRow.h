@@ -6,9 +6,6 @@
 
 #include <vector>
 
-/// The member `key` of `object` as a list of texts; empty when it is anything but an array that holds nothing else.
-QStringList textsOf(const Json& object, const char* key);
-
 /// What the list of skills shows of a row: its name, after its source if it has one.
 QString skillTitle(const Json& skill);
 

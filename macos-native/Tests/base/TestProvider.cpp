@@ -1,11 +1,11 @@
-#include "chat/core/ChatProvider.h"
+#include "base/Provider.h"
 
 #include "support/Warnings.h"
 
 #include <QTest>
 
 /// Which provider a model belongs to, and where its requests go.
-class TestChatProvider final : public QObject
+class TestProvider final : public QObject
 {
     Q_OBJECT
 
@@ -38,7 +38,7 @@ private slots:
     {
         QFETCH(QString, model);
         QFETCH(QString, provider);
-        QCOMPARE(providerOfModel(model), provider);
+        QCOMPARE(Provider::ofModel(model), provider);
     }
 
     void everyProviderHasAPublicEndpoint_data()
@@ -59,8 +59,8 @@ private slots:
     {
         QFETCH(QString, provider);
         QFETCH(QString, url);
-        QCOMPARE(chatEndpoint(provider), url);
-        QVERIFY(parseChatEndpoint(url));
+        QCOMPARE(Provider::endpoint(provider), url);
+        QVERIFY(Provider::parseEndpoint(url));
     }
 
     void theEnvironmentHoldsTheWholeUrl_data()
@@ -78,15 +78,16 @@ private slots:
         QFETCH(QString, provider);
         QFETCH(QByteArray, variable);
         qputenv(variable.constData(), " as it stands / ");
-        QCOMPARE(chatEndpoint(provider), QStringLiteral(" as it stands / "));
-        QVERIFY(chatEndpoint(provider == QStringLiteral("kimi") ? QStringLiteral("deepseek") : QStringLiteral("kimi"))
-                    .startsWith(QStringLiteral("https://api.")));
+        QCOMPARE(Provider::endpoint(provider), QStringLiteral(" as it stands / "));
+        QVERIFY(
+            Provider::endpoint(provider == QStringLiteral("kimi") ? QStringLiteral("deepseek") : QStringLiteral("kimi"))
+                .startsWith(QStringLiteral("https://api.")));
     }
 
     void anEmptyVariableCounts()
     {
         qputenv("NELO_KIMI_BASE_URL", "");
-        QCOMPARE(chatEndpoint(QStringLiteral("kimi")), QString());
+        QCOMPARE(Provider::endpoint(QStringLiteral("kimi")), QString());
     }
 
     void aUrlIsReadStrictly_data()
@@ -118,12 +119,12 @@ private slots:
     {
         QFETCH(QString, text);
         QFETCH(bool, isUrl);
-        const std::optional<QUrl> url = parseChatEndpoint(text);
+        const std::optional<QUrl> url = Provider::parseEndpoint(text);
         QCOMPARE(url.has_value(), isUrl);
         if (url)
             QCOMPARE(*url, QUrl(text));
     }
 };
 
-QTEST_GUILESS_MAIN(TestChatProvider)
-#include "TestChatProvider.moc"
+QTEST_GUILESS_MAIN(TestProvider)
+#include "TestProvider.moc"

@@ -1,8 +1,0 @@
-#include "chat/core/ChatTimestamp.h"
-
-#include <QDateTime>
-
-QString chatTimestamp()
-{
-    return QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
-}
