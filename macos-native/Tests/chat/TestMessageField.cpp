@@ -2,16 +2,71 @@
 
 #include "support/Warnings.h"
 
+#include <QApplication>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QDropEvent>
-#include <QGuiApplication>
 #include <QInputMethodEvent>
+#include <QMenu>
 #include <QMimeData>
 #include <QSignalSpy>
 
 using namespace Qt::StringLiterals;
 
-/// The one-line input: line breaks, and input methods.
+namespace {
+
+enum class Way { Key, Menu, Drop, InputMethod };
+
+/// What an input method says while "ni" becomes 你.
+void compose(QWidget& field, const QString& preedit, const QString& commit = QString())
+{
+    QInputMethodEvent event(preedit, {});
+    event.setCommitString(commit);
+    QCoreApplication::sendEvent(&field, &event);
+}
+
+void pasteFromMenu(QWidget& field)
+{
+    QContextMenuEvent event(QContextMenuEvent::Mouse, {5, 5}, field.mapToGlobal(QPoint(5, 5)));
+    QCoreApplication::sendEvent(&field, &event);
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    QVERIFY(menu);
+    for (QAction* action : menu->actions()) {
+        if (action->text().startsWith(u"&Paste"))
+            action->trigger();
+    }
+    menu->close();
+}
+
+void drop(QWidget& field, const QString& text)
+{
+    QMimeData dropped;
+    dropped.setText(text);
+    QDragEnterEvent enter({5, 5}, Qt::CopyAction, &dropped, Qt::LeftButton, {});
+    QCoreApplication::sendEvent(&field, &enter);
+    QDropEvent event({5, 5}, Qt::CopyAction, &dropped, Qt::LeftButton, {});
+    QCoreApplication::sendEvent(&field, &event);
+    QVERIFY(event.isAccepted());
+}
+
+void enter(MessageField& field, const QString& text, Way way)
+{
+    QGuiApplication::clipboard()->setText(text);
+    switch (way) {
+    case Way::Key:
+        return QTest::keySequence(&field, QKeySequence::Paste);
+    case Way::Menu:
+        return pasteFromMenu(field);
+    case Way::Drop:
+        return drop(field, text);
+    case Way::InputMethod:
+        return compose(field, QString(), text);
+    }
+}
+
+} // namespace
+
+/// The one-line input: line breaks, undoing, and input methods.
 class TestMessageField final : public QObject
 {
     Q_OBJECT
@@ -21,27 +76,71 @@ private slots:
 
     void lineBreaksBecomeBlanks_data()
     {
-        QTest::addColumn<QString>("pasted");
+        QTest::addColumn<Way>("way");
+        QTest::addColumn<QString>("entered");
         QTest::addColumn<QString>("text");
-
-        QTest::newRow("a line feed") << u"one\ntwo"_s << u"one two"_s;
-        QTest::newRow("a carriage return") << u"one\rtwo"_s << u"one two"_s;
-        QTest::newRow("both are one") << u"one\r\ntwo"_s << u"one two"_s;
-        QTest::newRow("Unicode's own") << u"one\u2028two\u2029three"_s << u"one two three"_s;
-        QTest::newRow("a vertical tabulator and a form feed") << u"one\vtwo\fthree"_s << u"one two three"_s;
-        QTest::newRow("the next-line control") << u"one\u0085two"_s << u"one two"_s;
-        QTest::newRow("an empty line is two") << u"one\n\ntwo"_s << u"one  two"_s;
-        QTest::newRow("at the end") << u"one\n"_s << u"one "_s;
-        QTest::newRow("a tabulator stays") << u"one\ttwo"_s << u"one\ttwo"_s;
+        QTest::newRow("a line feed") << Way::Key << u"one\ntwo"_s << u"one two"_s;
+        QTest::newRow("a carriage return") << Way::Key << u"one\rtwo"_s << u"one two"_s;
+        QTest::newRow("both are one") << Way::Key << u"one\r\ntwo"_s << u"one two"_s;
+        QTest::newRow("Unicode's own") << Way::Key << u"one\u2028two\u2029three"_s << u"one two three"_s;
+        QTest::newRow("a vertical tabulator and a form feed") << Way::Key << u"one\vtwo\fthree"_s << u"one two three"_s;
+        QTest::newRow("the next-line control") << Way::Key << u"one\u0085two"_s << u"one two"_s;
+        QTest::newRow("an empty line is two") << Way::Key << u"one\n\ntwo"_s << u"one  two"_s;
+        QTest::newRow("at the end") << Way::Key << u"one\n"_s << u"one "_s;
+        QTest::newRow("a tabulator stays") << Way::Key << u"one\ttwo"_s << u"one\ttwo"_s;
+        QTest::newRow("pasted from the menu") << Way::Menu << u"one\ntwo"_s << u"one two"_s;
+        QTest::newRow("dropped") << Way::Drop << u"one\r\ntwo"_s << u"one two"_s;
+        QTest::newRow("from an input method") << Way::InputMethod << u"one\ntwo"_s << u"one two"_s;
+        const QString document = u"a line of it\n"_s.repeated(20'000);
+        QTest::newRow("a long document") << Way::Key << document << QString(document).replace(u'\n', u' ');
     }
 
     void lineBreaksBecomeBlanks()
     {
-        QFETCH(QString, pasted);
+        QFETCH(Way, way);
+        QFETCH(QString, entered);
         MessageField field;
-        QGuiApplication::clipboard()->setText(pasted);
-        field.paste();
+        field.setAttribute(Qt::WA_DontShowOnScreen);
+        field.show();
+        enter(field, entered, way);
         QTEST(field.text(), "text");
+    }
+
+    void everyWayInCanBeUndone_data()
+    {
+        QTest::addColumn<Way>("way");
+        QTest::newRow("paste") << Way::Key;
+        QTest::newRow("the menu's paste") << Way::Menu;
+        QTest::newRow("drop") << Way::Drop;
+        QTest::newRow("composition") << Way::InputMethod;
+    }
+
+    void everyWayInCanBeUndone()
+    {
+        QFETCH(Way, way);
+        MessageField field;
+        field.setAttribute(Qt::WA_DontShowOnScreen);
+        field.show();
+        QTest::keyClicks(&field, u"typed"_s);
+        field.selectAll();
+        enter(field, u"two\nlines"_s, way);
+        QVERIFY(field.text().contains(u"two lines"_s));
+        field.undo();
+        QCOMPARE(field.text(), u"typed"_s);
+    }
+
+    void whatIsPastedIsOneStepOfUndoing()
+    {
+        MessageField field;
+        QTest::keyClicks(&field, u"a "_s);
+        enter(field, u"b\n"_s, Way::Key);
+        QTest::keyClicks(&field, u"c"_s);
+        QStringList texts{field.text()};
+        while (field.isUndoAvailable()) {
+            field.undo();
+            texts.append(field.text());
+        }
+        QCOMPARE(texts, (QStringList{u"a b c"_s, u"a b "_s, u"a "_s, QString()}));
     }
 
     void theCursorStaysAfterWhatWasPasted()
@@ -49,39 +148,31 @@ private slots:
         MessageField field;
         field.setText(u"before after"_s);
         field.setCursorPosition(7);
-        QGuiApplication::clipboard()->setText(u"a\r\nb\r\n"_s);
-        field.paste();
+        enter(field, u"a\r\nb\r\n"_s, Way::Key);
         QCOMPARE(field.text(), u"before a b after"_s);
         QCOMPARE(field.cursorPosition(), 11);
     }
 
-    void droppedLineBreaksBecomeBlanks()
+    void copyWithoutASelectionIsForTheParent()
     {
         MessageField field;
-        field.setAttribute(Qt::WA_DontShowOnScreen);
-        field.show();
-        QMimeData dropped;
-        dropped.setText(u"one\r\ntwo"_s);
-        QDragEnterEvent enter({5, 5}, Qt::CopyAction, &dropped, Qt::LeftButton, {});
-        QCoreApplication::sendEvent(&field, &enter);
-        QDropEvent drop({5, 5}, Qt::CopyAction, &dropped, Qt::LeftButton, {});
-        QCoreApplication::sendEvent(&field, &drop);
-        QCOMPARE(field.text(), u"one two"_s);
-    }
-
-    void aLongDocumentFits()
-    {
-        const QString document = u"a line of it\n"_s.repeated(20'000);
-        MessageField field;
-        QGuiApplication::clipboard()->setText(document);
-        field.paste();
-        QCOMPARE(field.text().size(), document.size());
+        const QKeyCombination copy = QKeySequence(QKeySequence::Copy)[0];
+        const auto isTaken = [&field, copy] {
+            QKeyEvent event(QEvent::KeyPress, copy.key(), copy.keyboardModifiers());
+            QCoreApplication::sendEvent(&field, &event);
+            return event.isAccepted();
+        };
+        field.setText(u"text"_s);
+        QVERIFY(!isTaken());
+        field.selectAll();
+        QVERIFY(isTaken());
+        QCOMPARE(QGuiApplication::clipboard()->text(), u"text"_s);
     }
 
     void returnIsReported()
     {
         MessageField field;
-        QSignalSpy returned(&field, &QLineEdit::returnPressed);
+        const QSignalSpy returned(&field, &QLineEdit::returnPressed);
         QTest::keyClicks(&field, u"text"_s);
         QTest::keyClick(&field, Qt::Key_Return);
         QTest::keyClick(&field, Qt::Key_Enter, Qt::KeypadModifier);
@@ -89,65 +180,42 @@ private slots:
         QCOMPARE(field.text(), u"text"_s); // there is no line break to type
     }
 
-    void returnThatEndsACompositionIsNot_data()
-    {
-        QTest::addColumn<Qt::Key>("key");
-        QTest::newRow("Return") << Qt::Key_Return;
-        QTest::newRow("Enter") << Qt::Key_Enter;
-    }
-
     void returnThatEndsACompositionIsNot()
     {
-        QFETCH(Qt::Key, key);
-        MessageField field;
-        QSignalSpy returned(&field, &QLineEdit::returnPressed);
-        compose(field, u"ni"_s);
-        QTest::keyClick(&field, key);
-        QCOMPARE(returned.size(), 0);
-        QCOMPARE(field.text(), u"ni"_s);
+        for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+            MessageField field;
+            const QSignalSpy returned(&field, &QLineEdit::returnPressed);
+            compose(field, u"ni"_s);
+            QTest::keyClick(&field, key);
+            QCOMPARE(returned.size(), 0);
+            QCOMPARE(field.text(), u"ni"_s);
 
-        compose(field, u"hao"_s);
-        compose(field, QString(), u"好"_s);
-        QCOMPARE(field.text(), u"ni好"_s);
-        QTest::keyClick(&field, key);
-        QCOMPARE(returned.size(), 1); // nothing is being composed any more
+            compose(field, u"hao"_s);
+            compose(field, QString(), u"好"_s);
+            QCOMPARE(field.text(), u"ni好"_s);
+            QTest::keyClick(&field, key);
+            QCOMPARE(returned.size(), 1); // nothing is being composed any more
+        }
     }
 
-    void aCompositionIsCommittedOnRequest()
-    {
-        MessageField field;
-        field.setText(u"你"_s);
-        compose(field, u"hao"_s);
-        QCOMPARE(field.text(), u"你"_s);
-        field.commitComposition();
-        QCOMPARE(field.text(), u"你hao"_s);
-    }
-
-    void nothingIsCommittedTwice()
+    void aCompositionIsCommittedOnRequestAndOnce()
     {
         MessageField field;
         field.commitComposition();
         QCOMPARE(field.text(), QString());
+        field.setText(u"你"_s);
         compose(field, u"hao"_s);
+        QCOMPARE(field.text(), u"你"_s);
         field.commitComposition();
         field.commitComposition();
-        QCOMPARE(field.text(), u"hao"_s);
+        QCOMPARE(field.text(), u"你hao"_s);
         compose(field, u"x"_s);
         compose(field, QString()); // given up
         field.commitComposition();
-        QCOMPARE(field.text(), u"hao"_s);
+        QCOMPARE(field.text(), u"你hao"_s);
     }
 
     void noFrame() { QVERIFY(!MessageField().hasFrame()); }
-
-private:
-    /// What an input method says while "ni" becomes 你.
-    static void compose(QWidget& field, const QString& preedit, const QString& commit = QString())
-    {
-        QInputMethodEvent event(preedit, {});
-        event.setCommitString(commit);
-        QCoreApplication::sendEvent(&field, &event);
-    }
 };
 
 QTEST_MAIN(TestMessageField)

@@ -1,10 +1,11 @@
 #include "chat/MessageField.h"
 
+#include <QContextMenuEvent>
 #include <QGuiApplication>
 #include <QInputMethod>
 #include <QInputMethodEvent>
-#include <QKeyEvent>
-#include <QValidator>
+#include <QMenu>
+#include <QMimeData>
 
 #include <limits>
 #include <string_view>
@@ -13,38 +14,22 @@ using namespace std::string_view_literals;
 
 namespace {
 
-/// A field asks its validator about every change, however it came; this one only ever mends.
-class LineBreaksToBlanks final : public QValidator
+QString withBlanks(QString text)
 {
-public:
-    using QValidator::QValidator;
-
-    State validate(QString& input, int& cursor) const override
-    {
-        const int afterCursor = static_cast<int>(withBlanks(input.sliced(cursor)).size());
-        input = withBlanks(input);
-        cursor = static_cast<int>(input.size()) - afterCursor;
-        return Acceptable;
-    }
-
-private:
-    static QString withBlanks(QString text)
-    {
-        text.replace(QStringLiteral("\r\n"), QStringLiteral(" "));
-        for (const char16_t lineBreak : u"\n\v\f\r\u0085\u2028\u2029"sv)
-            text.replace(QChar(lineBreak), u' ');
-        return text;
-    }
-};
+    text.replace(QStringLiteral("\r\n"), QStringLiteral(" "));
+    for (const char16_t lineBreak : u"\n\v\f\r\u0085\u2028\u2029"sv)
+        text.replace(QChar(lineBreak), u' ');
+    return text;
+}
 
 } // namespace
 
+// Not a validator: a line edit empties its undo history whenever a validator changes the text.
 MessageField::MessageField(QWidget* parent) : QLineEdit(parent)
 {
     setFrame(false);
     setMaxLength(std::numeric_limits<int>::max()); // a pasted document must not lose its end without a word
     setAttribute(Qt::WA_MacShowFocusRect, false);
-    setValidator(new LineBreaksToBlanks(this));
 }
 
 void MessageField::commitComposition()
@@ -59,18 +44,76 @@ void MessageField::commitComposition()
     QGuiApplication::sendEvent(this, &event);
 }
 
+void MessageField::paste(QClipboard::Mode mode)
+{
+    beginUndoStep();
+    insert(withBlanks(QGuiApplication::clipboard()->text(mode)));
+    beginUndoStep();
+}
+
+void MessageField::contextMenuEvent(QContextMenuEvent* event)
+{
+    QMenu* menu = createStandardContextMenu();
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    const QList<QAction*> actions = menu->actions();
+    for (QAction* action : actions) {
+        if (!action->text().startsWith(QLineEdit::tr("&Paste")))
+            continue;
+        action->disconnect(this); // from the line edit's own way to paste
+        connect(action, &QAction::triggered, this, [this] { paste(); });
+    }
+    menu->popup(event->globalPos());
+}
+
+void MessageField::dropEvent(QDropEvent* event)
+{
+    QMimeData oneLine;
+    oneLine.setText(withBlanks(event->mimeData()->text()));
+    QDropEvent cleaned(event->position(), event->possibleActions(), &oneLine, event->buttons(), event->modifiers());
+    cleaned.setDropAction(event->dropAction());
+    QLineEdit::dropEvent(&cleaned);
+    event->setDropAction(cleaned.dropAction());
+    event->setAccepted(cleaned.isAccepted());
+}
+
 void MessageField::inputMethodEvent(QInputMethodEvent* event)
 {
-    QLineEdit::inputMethodEvent(event);
+    QInputMethodEvent cleaned(event->preeditString(), event->attributes());
+    cleaned.setCommitString(withBlanks(event->commitString()), event->replacementStart(), event->replacementLength());
+    QLineEdit::inputMethodEvent(&cleaned);
+    event->setAccepted(cleaned.isAccepted());
     m_composition = event->preeditString();
 }
 
 void MessageField::keyPressEvent(QKeyEvent* event)
 {
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (isReturn && !m_composition.isEmpty()) {
+    if (isReturn && !m_composition.isEmpty())
         commitComposition();
+    else if (event->matches(QKeySequence::Paste))
+        paste();
+    else if (event->matches(QKeySequence::Copy) && !hasSelectedText())
+        event->ignore(); // the selection that the user means may be elsewhere
+    else
+        QLineEdit::keyPressEvent(event);
+}
+
+void MessageField::mouseReleaseEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::MiddleButton || !QGuiApplication::clipboard()->supportsSelection()) {
+        QLineEdit::mouseReleaseEvent(event);
         return;
     }
-    QLineEdit::keyPressEvent(event);
+    deselect();
+    paste(QClipboard::Selection);
+}
+
+/// A line edit joins all that was inserted without a selection into one step, unless its cursor moved in between.
+void MessageField::beginUndoStep()
+{
+    if (hasSelectedText())
+        return;
+    const int position = cursorPosition();
+    setCursorPosition(position == 0 ? 1 : position - 1);
+    setCursorPosition(position);
 }
