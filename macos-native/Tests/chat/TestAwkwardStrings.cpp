@@ -51,7 +51,7 @@ void type(QLineEdit* field, const QString& text, Way way)
     switch (way) {
     case Way::Paste:
         QGuiApplication::clipboard()->setText(text);
-        field->paste();
+        QTest::keySequence(field, QKeySequence::Paste);
         return;
     case Way::InputMethod: {
         QInputMethodEvent event;

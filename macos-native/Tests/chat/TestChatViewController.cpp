@@ -312,12 +312,64 @@ private slots:
         QCOMPARE(m_chat->sentMessages(1).size(), 201);
     }
 
+    void lettersTypedAfterAClickOnABubbleGoToTheInput()
+    {
+        m_chat->open();
+        m_chat->transcript()->setFocus(Qt::TabFocusReason);
+        const QPoint bubble = m_chat->transcript()->bubbleRect(0).center();
+        QTest::mouseClick(m_chat->transcript()->viewport(), Qt::LeftButton, {}, bubble);
+        QTest::keyClicks(QApplication::focusWidget(), u"and then"_s);
+        QCOMPARE(m_chat->inputField()->text(), u"and then"_s);
+    }
+
+    void aSelectionStaysCopyableOutOfSightAndFromTheInput()
+    {
+        m_chat->open();
+        QWidget* surface = m_chat->transcript()->viewport();
+        const QPoint word = m_chat->transcript()->caretRect(0, 4).center();
+        QTest::mouseDClick(surface, Qt::LeftButton, {}, word);
+        const QString selected = m_chat->transcript()->selectedText();
+        QVERIFY(!selected.isEmpty());
+        for (int time = 0; time < 5; ++time)
+            m_chat->send(u"hi"_s);
+        QVERIFY(m_chat->transcript()->bubbleRect(0).bottom() < 0);
+        QVERIFY(m_chat->inputField()->hasFocus());
+        QGuiApplication::clipboard()->setText(u"before"_s);
+        QTest::keySequence(m_chat->inputField(), QKeySequence::Copy);
+        QCOMPARE(QGuiApplication::clipboard()->text(), selected);
+
+        m_chat->inputField()->setText(u"mine"_s); // what is selected where the keyboard is comes first
+        m_chat->inputField()->selectAll();
+        QTest::keySequence(m_chat->inputField(), QKeySequence::Copy);
+        QCOMPARE(QGuiApplication::clipboard()->text(), u"mine"_s);
+    }
+
+    void copyWithoutAnySelectionLeavesTheClipboard()
+    {
+        m_chat->open();
+        m_chat->transcript()->setCurrentBubble(0);
+        QGuiApplication::clipboard()->setText(u"before"_s);
+        QTest::keySequence(m_chat->inputField(), QKeySequence::Copy);
+        QCOMPARE(QGuiApplication::clipboard()->text(), u"before"_s);
+    }
+
+    void theWheelDoesNotChangeTheModel()
+    {
+        m_chat->open();
+        m_chat->modelPopup()->setFocus();
+        const QPointF center = m_chat->modelPopup()->rect().center();
+        QWheelEvent down(center, m_chat->modelPopup()->mapToGlobal(center), {}, {0, -120}, {}, {}, Qt::NoScrollPhase,
+                         false);
+        QApplication::sendEvent(m_chat->modelPopup(), &down);
+        QCOMPARE(m_chat->modelPopup()->currentIndex(), 0);
+    }
+
     void lineBreaksArePastedAsBlanks()
     {
         openWithKeys();
         m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"yes"_s)));
         QGuiApplication::clipboard()->setText(u"two\nlines\r\n"_s);
-        m_chat->inputField()->paste();
+        QTest::keySequence(m_chat->inputField(), QKeySequence::Paste);
         QTest::keyClick(m_chat->inputField(), Qt::Key_Return);
         QCOMPARE(m_chat->bubbles().at(1), u"Me: two lines"_s);
     }

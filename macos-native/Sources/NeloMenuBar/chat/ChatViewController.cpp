@@ -15,10 +15,11 @@
 #include "ui/Buttons.h"
 #include "ui/Colors.h"
 #include "ui/Labels.h"
+#include "ui/PopUpButton.h"
 #include "ui/SupportLine.h"
 #include "ui/TextScale.h"
 
-#include <QComboBox>
+#include <QKeyEvent>
 #include <QPointer>
 #include <QPushButton>
 #include <QTimer>
@@ -92,6 +93,9 @@ void ChatViewController::loadView()
     column->addLayout(inset(makeStatusLine(card), 24));
     column->addSpacing(8);
     column->addLayout(insetAtMost(makeComposer(card), 120));
+
+    m_transcriptScroll->viewport()->setFocusPolicy(Qt::ClickFocus); // letters typed after a click are a message
+    m_transcriptScroll->viewport()->setFocusProxy(m_inputField);
 }
 
 QWidget* ChatViewController::makeTranscript(QWidget* card)
@@ -146,7 +150,7 @@ void ChatViewController::makeControls(QWidget* composer)
     m_plusButton->setFixedWidth(grownWithText(28));
     connect(m_plusButton, &QPushButton::clicked, this, &ChatViewController::handlePlus);
 
-    m_modelPopup = new QComboBox(composer);
+    m_modelPopup = new PopUpButton(composer);
     m_modelPopup->setObjectName(QStringLiteral("modelPopup"));
     m_modelPopup->setAccessibleName(QStringLiteral("Model"));
     m_modelPopup->setAccessibleDescription(QStringLiteral("Model"));
@@ -189,6 +193,15 @@ void ChatViewController::viewDidAppear()
         keyWindow->makeKeyAndOrderFront();
         m_inputField->setFocus();
     });
+}
+
+/// Copies what is selected in the conversation; the control with the keyboard had nothing to copy.
+void ChatViewController::keyPressEvent(QKeyEvent* event)
+{
+    if (event->matches(QKeySequence::Copy) && !m_transcriptScroll->selectedText().isEmpty())
+        m_transcriptScroll->copy();
+    else
+        ViewController::keyPressEvent(event);
 }
 
 void ChatViewController::sendMessage()
@@ -274,7 +287,7 @@ void ChatViewController::handlePlus()
 
 ChatTarget ChatViewController::chosenTarget() const
 {
-    const QString model = m_modelPopup->currentIndex() < 0 ? Provider::defaultModel : m_modelPopup->currentText();
+    const QString model = m_modelPopup->titleOfSelectedItem(Provider::defaultModel);
     return {Provider::ofModel(model), model};
 }
 

@@ -11,7 +11,7 @@
 
 class Label;
 class MessageField;
-class QComboBox;
+class PopUpButton;
 class QPushButton;
 class TranscriptView;
 struct ChatTarget;
@@ -29,6 +29,7 @@ protected:
     void loadView() override;
     void viewDidLoad() override;
     void viewDidAppear() override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     QWidget* makeTranscript(QWidget* card);
@@ -57,6 +58,6 @@ private:
     Label* m_debugLabel = nullptr;
     MessageField* m_inputField = nullptr;
     QPushButton* m_plusButton = nullptr;
-    QComboBox* m_modelPopup = nullptr;
+    PopUpButton* m_modelPopup = nullptr;
     QPushButton* m_sendButton = nullptr;
 };

@@ -27,7 +27,7 @@ TranscriptView::TranscriptView(QWidget* parent) : TranscriptArea(parent)
 {
     TranscriptAccessible::install();
     setAccessibleName(QStringLiteral("Conversation"));
-    setFocusPolicy(Qt::StrongFocus);
+    setFocusPolicy(Qt::TabFocus);       // a click leaves the keyboard where letters can be typed
     viewport()->setMouseTracking(true); // for the pointer's shape
 }
 
@@ -56,7 +56,6 @@ void TranscriptView::setCurrentBubble(int index)
 {
     if (index < 0 || index >= count())
         return;
-    m_usesKeyboard = true;
     makeCurrent(index);
     revealBubble(index);
 }
@@ -75,7 +74,7 @@ TextRange TranscriptView::selectionIn(int index) const
 
 bool TranscriptView::showsFocus(int index) const
 {
-    return index == m_current && m_usesKeyboard && hasFocus();
+    return index == m_current && hasFocus();
 }
 
 void TranscriptView::contextMenuEvent(QContextMenuEvent* event)
@@ -94,8 +93,7 @@ void TranscriptView::contextMenuEvent(QContextMenuEvent* event)
 void TranscriptView::focusInEvent(QFocusEvent* event)
 {
     TranscriptArea::focusInEvent(event);
-    m_usesKeyboard = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
-    if (m_current < 0 && m_usesKeyboard)
+    if (m_current < 0)
         setCurrentBubble(count() - 1);
     viewport()->update();
     TranscriptAccessible::announceFocus(this);
@@ -109,7 +107,6 @@ void TranscriptView::focusOutEvent(QFocusEvent* event)
 
 void TranscriptView::keyPressEvent(QKeyEvent* event)
 {
-    m_usesKeyboard = true;
     if (m_current >= 0 && selectByKey(*event))
         return;
     if (event->matches(QKeySequence::Copy))
@@ -128,7 +125,6 @@ void TranscriptView::keyPressEvent(QKeyEvent* event)
 
 void TranscriptView::mousePressEvent(QMouseEvent* event)
 {
-    m_usesKeyboard = false;
     if (event->button() != Qt::LeftButton)
         return;
     const QPoint point = event->position().toPoint();

@@ -7,7 +7,8 @@
 
 /// The conversation as bubbles, newest last. One of them is current: Up and Down go from bubble to bubble, and its text
 /// can be selected and copied with the mouse (drag, double click for a word, triple click for a paragraph) and the
-/// keyboard.
+/// keyboard. The selection stays until another begins, also out of sight and without the keyboard, which a click does
+/// not take.
 ///
 /// To assistive technology it is a list of bubbles: the text is the name, the speaker the description.
 class TranscriptView final : public TranscriptArea
@@ -54,7 +55,6 @@ private:
 
     BubbleSelection m_selection; // in the current bubble
     int m_current = -1;
-    bool m_usesKeyboard = false;
     bool m_isSelecting = false; // the left button went down on the current bubble
     QPoint m_pointer;           // where it was last seen while selecting
     QBasicTimer m_autoScroll;   // runs while it is above or below the view
