@@ -4,7 +4,7 @@
 #include <QSettings>
 #include <QTemporaryDir>
 
-/// The key as a program that starts now finds it in the file; in this one `QSettings` remembers.
+/// Returns the key that `QSettings` finds in the file. It reads a copy: of a file that it knows it may remember more.
 inline QString storedKey(const QString& path, const QString& provider)
 {
     const QTemporaryDir folder;

@@ -51,11 +51,11 @@ private slots:
         EveryFault faults(fault);
         while (faults.next()) {
             const HomeWithDefaults defaults;
-            QVERIFY(ApiKeyStore().setKey(kimi, earlier));
-            QVERIFY(ApiKeyStore().setKey(openai, earlier));
+            QCOMPARE(ApiKeyStore().setKeys({{kimi, earlier}}), std::nullopt);
+            QCOMPARE(ApiKeyStore().setKeys({{openai, earlier}}), std::nullopt);
             const int descriptors = ProcessTable::openDescriptors();
             bool isStored = false;
-            faults.during([&] { isStored = ApiKeyStore().setKey(openai, later); });
+            faults.during([&] { isStored = !ApiKeyStore().setKeys({{openai, later}}); });
 
             QVERIFY(isStored || faults.mayHaveFailed());
             QCOMPARE(storedKey(defaults.file, openai), isStored ? later : earlier);
@@ -63,7 +63,7 @@ private slots:
             QCOMPARE(ApiKeyStore().key(openai), isStored ? later : earlier);
             QCOMPARE(Files::names(QFileInfo(defaults.file).path()), QStringList{QFileInfo(defaults.file).fileName()});
             QCOMPARE(ProcessTable::openDescriptors(), descriptors);
-            QVERIFY(ApiKeyStore().setKey(openai, later));
+            QCOMPARE(ApiKeyStore().setKeys({{openai, later}}), std::nullopt);
             QCOMPARE(storedKey(defaults.file, openai), later);
         }
         QVERIFY(faults.strikes() > 0);
@@ -79,11 +79,11 @@ private slots:
         while (faults.next()) {
             const HomeWithDefaults defaults;
             bool isStored = false;
-            faults.during([&] { isStored = ApiKeyStore().setKey(openai, key); });
+            faults.during([&] { isStored = !ApiKeyStore().setKeys({{openai, key}}); });
 
             QVERIFY(isStored || faults.mayHaveFailed());
             QCOMPARE(ApiKeyStore().key(openai), isStored ? key : QString());
-            QVERIFY(ApiKeyStore().setKey(openai, key));
+            QCOMPARE(ApiKeyStore().setKeys({{openai, key}}), std::nullopt);
             QCOMPARE(storedKey(defaults.file, openai), key);
             QCOMPARE(Files::mode(defaults.file), 0600);
         }

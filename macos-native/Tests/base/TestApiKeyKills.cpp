@@ -36,15 +36,15 @@ private slots:
         QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, disk.path());
         const QString file = disk.path(QStringLiteral("Nelo/TestApiKeyKills.conf"));
         const auto keyOfRound = [](int round) { return QString(100 + round % 50 * 100, QLatin1Char('k')); };
-        QVERIFY(ApiKeyStore().setKey(kimi, QStringLiteral("earlier")));
+        QCOMPARE(ApiKeyStore().setKeys({{kimi, QStringLiteral("earlier")}}), std::nullopt);
         RandomKills random;
         for (int kill = 0; kill < 200; ++kill) {
-            QVERIFY(random.during([&](int round) { return ApiKeyStore().setKey(openai, keyOfRound(round)); }));
+            QVERIFY(random.during([&](int round) { return !ApiKeyStore().setKeys({{openai, keyOfRound(round)}}); }));
             const qsizetype length = storedKey(file, openai).size();
             QVERIFY2(length >= 100 && length % 100 == 0, qPrintable(QString::number(length)));
             QCOMPARE(storedKey(file, kimi), QStringLiteral("earlier"));
 
-            QVERIFY(ApiKeyStore().setKey(openai, keyOfRound(1))); // as the next start does
+            QCOMPARE(ApiKeyStore().setKeys({{openai, keyOfRound(1)}}), std::nullopt); // as the next start does
             QCOMPARE(ApiKeyStore().key(openai), keyOfRound(1));
             QCOMPARE(Files::names(QFileInfo(file).path()), QStringList{QFileInfo(file).fileName()});
         }

@@ -17,9 +17,17 @@ QString valueIn(const QByteArray& ini, const QString& key)
     return QSettings(folder.filePath(QStringLiteral("settings.conf")), QSettings::IniFormat).value(key).toString();
 }
 
+QByteArray writtenByQSettings(const QString& text)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("settings.conf"));
+    QSettings(path, QSettings::IniFormat).setValue(QStringLiteral("key"), text);
+    return Files::contentOf(path);
+}
+
 } // namespace
 
-/// Putting a value into the text of a settings file.
+/// Values in the text of a settings file.
 class TestIniText final : public QObject
 {
     Q_OBJECT
@@ -55,8 +63,9 @@ private slots:
     {
         QFETCH(QByteArray, before);
         QFETCH(QByteArray, after);
-        QCOMPARE(withIniValue(before, "key", QStringLiteral("new")), after);
+        QCOMPARE(withIniValues(before, {{"key", QStringLiteral("new")}}), after);
         QCOMPARE(valueIn(after, QStringLiteral("key")), QStringLiteral("new"));
+        QCOMPARE(iniValue(after, "key"), QStringLiteral("new"));
     }
 
     void everyCharacterIsReadAsItWasWritten()
@@ -66,15 +75,42 @@ private slots:
             all += QChar(unit) + QStringLiteral("a") + QChar(unit); // also before a digit of the escape, and twice
         all += QStringLiteral("你好🔑");
         for (const QString& text : {all, u'@' + all, u' ' + all + u' ', QStringLiteral("@"), QStringLiteral("@@"),
-                                    QStringLiteral("@Invalid()"), QString()})
-            QCOMPARE(valueIn(withIniValue("[General]\nnext=1\n", "key", text), QStringLiteral("key")), text);
+                                    QStringLiteral("@Invalid()"), QString()}) {
+            const QByteArray ini = withIniValues("[General]\nnext=1\n", {{"key", text}});
+            QCOMPARE(valueIn(ini, QStringLiteral("key")), text);
+            QCOMPARE(iniValue(ini, "key"), text);
+        }
+        QCOMPARE(iniValue(writtenByQSettings(all.sliced(3)), "key"),
+                 all.sliced(3)); // which writes a zero in another way
+    }
+
+    void aValueIsReadAsQSettingsReadsIt_data()
+    {
+        QTest::addColumn<QByteArray>("ini");
+        QTest::newRow("typed by hand") << QByteArray("key = sk-a b \r\n");
+        QTest::newRow("typed in Chinese") << QByteArray("key=密钥🔑");
+        QTest::newRow("with an equals sign") << QByteArray("key=a==");
+        QTest::newRow("with escapes") << QByteArray("key=\"\\\"q\\\" \\x41g \\101g \\t\\\\ \\?\\'\"");
+        QTest::newRow("twice") << QByteArray("key=old\nother=1\nkey=new\n");
+        QTest::newRow("in a group and after it") << QByteArray("[group]\nkey=other\n[General]\nkey=mine\n");
+        QTest::newRow("only in a group") << QByteArray("[group]\nkey=other\n");
+        QTest::newRow("behind a comment's sign") << QByteArray(";key=old\n");
+        QTest::newRow("no value") << QByteArray("key=\nkeys=1\n");
+        QTest::newRow("of another type") << QByteArray("key=@Invalid()\n");
+        QTest::newRow("no file") << QByteArray();
+    }
+
+    void aValueIsReadAsQSettingsReadsIt()
+    {
+        QFETCH(QByteArray, ini);
+        QCOMPARE(iniValue(ini, "key"), valueIn(ini, QStringLiteral("key")));
     }
 
     void theFileStaysTextThatAnyoneCanRead()
     {
-        QCOMPARE(withIniValue({}, "key", QStringLiteral("sk-proj-A_1.2+/z")),
+        QCOMPARE(withIniValues({}, {{"key", QStringLiteral("sk-proj-A_1.2+/z")}}),
                  QByteArray("[General]\nkey=sk-proj-A_1.2+/z\n"));
-        QCOMPARE(withIniValue({}, "key", QStringLiteral("two words = \"é\"b")),
+        QCOMPARE(withIniValues({}, {{"key", QStringLiteral("two words = \"é\"b")}}),
                  QByteArray("[General]\nkey=\"two words \\x3d \\x22\\xe9\\x22\\x62\"\n"));
     }
 };

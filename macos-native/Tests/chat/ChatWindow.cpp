@@ -102,7 +102,7 @@ void ChatWindow::send(const QString& text) const
 
 void ChatWindow::storeKey(const QString& provider, const QString& key) const
 {
-    QVERIFY(ApiKeyStore().setKey(provider, key));
+    QCOMPARE(ApiKeyStore().setKeys({{provider, key}}), std::nullopt);
 }
 
 QString ChatWindow::storedKey(const QString& provider) const

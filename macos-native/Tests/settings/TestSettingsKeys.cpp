@@ -336,7 +336,7 @@ private:
 
     void store(const char* provider, const QString& key)
     {
-        QVERIFY(m_store.setKey(QString::fromLatin1(provider), key));
+        QCOMPARE(m_store.setKeys({{QString::fromLatin1(provider), key}}), std::nullopt);
     }
 
     /// The files under the home folder and the backend's that hold `text`, by name.

@@ -1,23 +1,33 @@
 #pragma once
 
+#include <QMap>
 #include <QString>
 
-/// The providers' API keys in the application's user defaults, one string each under "nelo.menubar.apiKey." and the
-/// provider's name.
+#include <chrono>
+#include <optional>
+
+/// The providers' API keys in the application's user defaults: one string for each provider, under
+/// "nelo.menubar.apiKey." and the provider's name.
 ///
-/// On Linux the file with the user defaults is readable by its owner only, before a key is in it and from then on.
-/// Where it is follows from the application's and the organization's name, which must be set.
+/// On Linux only the owner may read the file with the user defaults, from before the first key is in it. Its path
+/// follows from the application's and the organization's names, which must be set. `QSettings` reads the file, but does
+/// not write it: it takes a short write for a success, and waits for a lock file that a killed program left.
 ///
-/// Any thread may call; each call sees what the one before wrote.
+/// Any thread may call. Each call sees what the one before it wrote.
 class ApiKeyStore final
 {
 public:
-    /// Takes away what a file with keys lets others do; such a file may have come from a backup.
-    ApiKeyStore();
+    /// Takes all rights of others away from an existing file: it may have come from a backup. Waits at most
+    /// `lockTimeout` for another program that writes the file.
+    explicit ApiKeyStore(std::chrono::milliseconds lockTimeout = std::chrono::milliseconds(100));
 
-    /// The key of `provider` exactly as it was stored; empty when there is none.
+    /// Returns the key of `provider` exactly as it was stored. It is empty when there is none.
     QString key(const QString& provider) const;
 
-    /// Stores `key`, which may be empty or any text. Returns whether it is on the disk; if not, the earlier keys are.
-    [[nodiscard]] bool setKey(const QString& provider, const QString& key);
+    /// Stores all `keys`, by provider, at once. A key may be empty or any text; the keys of other providers stay.
+    /// Returns nothing when they are on the disk, otherwise the reason; then all earlier keys are still there.
+    [[nodiscard]] std::optional<QString> setKeys(const QMap<QString, QString>& keys);
+
+private:
+    [[maybe_unused]] std::chrono::milliseconds m_lockTimeout; // macOS has no lock of ours
 };

@@ -281,7 +281,7 @@ void ChatViewController::handlePlus()
     const std::optional<QString> key = askForApiKey(this, target, m_apiKeys.key(target.provider));
     if (!self || !key)
         return; // cancelled, or the window went away while the question was up
-    if (!m_apiKeys.setKey(target.provider, *key))
+    if (m_apiKeys.setKeys({{target.provider, *key}}))
         showAlert(this, QStringLiteral("Save Failed"), QStringLiteral("The API key could not be stored."));
 }
 

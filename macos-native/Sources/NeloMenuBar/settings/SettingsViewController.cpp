@@ -81,13 +81,6 @@ QMap<QString, QString> storedKeys()
     return keys;
 }
 
-void storeKeys(const QMap<QString, QString>& keys)
-{
-    ApiKeyStore store;
-    for (auto key = keys.begin(); key != keys.end(); ++key)
-        static_cast<void>(store.setKey(key.key(), key.value())); // the form keeps what the disk does not take
-}
-
 } // namespace
 
 SettingsViewController::SettingsViewController(QWidget* parent)
@@ -206,7 +199,9 @@ void SettingsViewController::saveSettings()
 {
     takeTypedKey();
     const BackendReply reply(NeloBackend::call("save_nelo_settings", {toJson(shownSettings())}));
-    storeKeys(m_providerKeyCache.keys()); // also when the backend failed: a key that was typed is not lost
+    static_cast<void>(
+        ApiKeyStore().setKeys(m_providerKeyCache.keys())); // the form keeps what the disk does not take // also when
+                                                           // the backend failed: a key that was typed is not lost
     m_statusLabel->setText(savedStatus(reply));
 }
 
