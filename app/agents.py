@@ -9,7 +9,7 @@ import time
 
 from . import arguments, files, paths
 from .documents import Collection
-from .errors import BackendError
+from .errors import BackendError, PartlyDone
 from .rows import agent_row
 
 TYPE_CHECKING = False
@@ -106,14 +106,20 @@ def delete_local_agent(ecosystem: object, agent_id: object, remove_workspace: ob
     identity = arguments.folder_name(agent_id, "agent id")
     _refuse_unmanaged(_records(), owner, identity)
     removed: list[str] = []
+    rest = None
     if remove_workspace is True:
         program = implementation(owner)
         for agent in program.agents():
             if agent.id == identity:
-                removed = program.delete_agent(agent)
+                try:
+                    removed = program.delete_agent(agent)
+                except PartlyDone as error:
+                    rest = str(error)
     with _REGISTRY.changing() as entries:
         gone = _matching(entries, owner, identity)
         entries[:] = [entry for entry in entries if not any(entry is match for match in gone)]
+    if rest is not None:
+        raise BackendError(rest)
     return {"ecosystem": owner, "id": identity, "removed": removed}
 
 

@@ -99,7 +99,10 @@ class Ecosystem(Protocol):
         """
 
     def delete_agent(self, agent: Agent) -> list[str]:
-        """Move an agent to the trash, or have the program do so. Answers the paths of what went."""
+        """Move an agent to the trash, or have the program do so. Answers the paths of what went.
+
+        Raises `PartlyDone` when the agent is gone and something of it could not be moved.
+        """
 
     def skills(self) -> list[Skill]:
         """The skills that the program's agents see, each folder once."""

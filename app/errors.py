@@ -10,6 +10,10 @@ class BackendError(Exception):
     """A failure that a user can act on. Its message is one or more sentences, shown as they stand."""
 
 
+class PartlyDone(BackendError):
+    """What was asked for is done, and something is left to tell. Whoever catches it tells it as a `BackendError`."""
+
+
 def reason(error: OSError) -> str:
     """The system's own words for `error`, without the path, which the sentence around them names."""
     return error.strerror or str(error)

@@ -82,6 +82,18 @@ def keep_copy(path: str, content: bytes, label: str, forbidden: int = 0) -> str:
                 copy = f"{name}-{number}"
 
 
+@contextlib.contextmanager
+def private_copy(path: str, content: bytes) -> Iterator[str]:
+    """A hidden file with `content` beside `path`, for a program to check during the block; then it is gone.
+
+    To be called under the lock. Raises `OSError`.
+    """
+    folder = os.path.dirname(os.path.realpath(path))
+    make_private_folder(folder)
+    with _written(folder, content, None, 0) as temporary:
+        yield temporary
+
+
 def make_private_folder(path: str) -> bool:
     """Make sure that a folder exists; what is missing is made for the owner only. True when it was made now."""
     if os.path.isdir(path):

@@ -5,7 +5,7 @@ from __future__ import annotations
 import json
 from collections.abc import Mapping
 
-from . import arguments, files, json_edit
+from . import arguments, files, json5_edit
 from .documents import parse_json
 from .errors import BackendError, explained
 
@@ -60,10 +60,10 @@ def _with_entry(file: str, text: str, key: str, wanted: Mapping[str, object]) ->
         present = present.get(step) if isinstance(present, dict) else None
     try:
         if not isinstance(present, dict):
-            return json_edit.set_member(text, path, dict(wanted))
+            return json5_edit.set_member(text, path, dict(wanted))
         for name, value in wanted.items():
             if name not in present or _printed(present[name]) != _printed(value):
-                text = json_edit.set_member(text, (*path, name), value)
+                text = json5_edit.set_member(text, (*path, name), value)
     except ValueError as error:
         raise BackendError(
             f"In {file}, skills or skills.entries is not an object. "

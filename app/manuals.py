@@ -12,8 +12,7 @@ from .ecosystems import Skill
 MANUAL_LIMIT = 1_000_000
 """How many bytes of a SKILL.md are read."""
 
-_Version = tuple[int, int, int, int]
-_read: dict[str, tuple[_Version, "Manual | None"]] = {}
+_read: dict[str, tuple[tuple[int, ...], "Manual | None"]] = {}
 """What was read, by the path of the file. A file that did not change is not read again."""
 
 
@@ -26,6 +25,8 @@ class Manual:
     """The name in it, or nothing."""
     description: str
     metadata: Mapping[str, object]
+    version: tuple[int, ...]
+    """What tells this version of the file from another."""
 
     @property
     def name(self) -> str:
@@ -86,11 +87,11 @@ def read(folder: str) -> Manual | None:
             content = files.read_file(path, MANUAL_LIMIT)
         except OSError:
             return None
-        known = _read[path] = (version, None if content is None else parse(folder, content))
+        known = _read[path] = (version, None if content is None else parse(folder, content, version))
     return known[1]
 
 
-def parse(folder: str, content: bytes) -> Manual:
+def parse(folder: str, content: bytes, version: tuple[int, ...] = ()) -> Manual:
     """What the SKILL.md of a folder says."""
     values = front_matter.parse(content.decode(errors="replace"))
     metadata = values.get("metadata")
@@ -99,6 +100,7 @@ def parse(folder: str, content: bytes) -> Manual:
         _text(values.get("name")),
         _text(values.get("description")),
         metadata if isinstance(metadata, dict) else {},
+        version,
     )
 
 

@@ -1,18 +1,172 @@
-"""The openclaw program: its agents and skills."""
+"""The openclaw program: its agents, its skills and their settings. Implements `Ecosystem`.
+
+What it says itself is used where it was asked lately, and its configuration file otherwise. Only the program changes
+agents; their folders hold sessions and credentials, of which nothing is removed here.
+"""
 
 from __future__ import annotations
 
-from .folder_agents import FolderAgents
+import os
 
-_IMPLEMENTATION = FolderAgents("openclaw")
+from . import background, files, openclaw_config, openclaw_entries, openclaw_program, openclaw_skills
+from .ecosystems import Agent, Capabilities, Paths, Skill
+from .errors import BackendError, PartlyDone, explained
+from .openclaw_config import ConfiguredAgent, config_path, state_folder
 
-capabilities = _IMPLEMENTATION.capabilities
-paths = _IMPLEMENTATION.paths
-agents = _IMPLEMENTATION.agents
-add_agent = _IMPLEMENTATION.add_agent
-rename_agent = _IMPLEMENTATION.rename_agent
-delete_agent = _IMPLEMENTATION.delete_agent
-skills = _IMPLEMENTATION.skills
-entry = _IMPLEMENTATION.entry
-save_entry = _IMPLEMENTATION.save_entry
-status = _IMPLEMENTATION.status
+capabilities = Capabilities(installs_skills=True)
+
+STATUS_SECONDS = 5.0
+"""How long the service may take to answer whether it is there."""
+
+entry = openclaw_entries.entry
+save_entry = openclaw_entries.save_entry
+
+
+def paths() -> Paths:
+    """The configuration file and every folder that skills are looked for in; those of workspaces when they exist."""
+    return Paths(config_path(), tuple(openclaw_skills.folders(_configured_agents())))
+
+
+def agents() -> list[Agent]:
+    """The agents as the program lists them, or while it has not answered as its configuration file has them."""
+    basis = openclaw_program.basis()
+    answer = _listed.current(basis) if basis else None
+    state = "" if os.path.exists(config_path()) else "not configured"
+    if isinstance(answer, list):
+        return [_agent(agent, state, created) for agent, created in answer]
+    said = answer if isinstance(answer, str) else ""
+    return [_agent(agent, state or said) for agent in _configured_agents()]
+
+
+def add_agent(agent_id: str, name: str, workspace: str) -> Agent:
+    """Have the program add an agent. Without a workspace, or with one among its state, it gets one beside that."""
+    if agent_id.startswith("-"):
+        raise BackendError("The agent id may not begin with a hyphen.")
+    place = os.path.normpath(os.path.expanduser(workspace)) if workspace else ""
+    if place and not os.path.isabs(place):
+        raise BackendError(f"The workspace {workspace} must be an absolute path.")
+    if not place or openclaw_config.is_below(place, os.path.join(state_folder(), "agents")):
+        place = os.path.join(state_folder(), f"workspace-{agent_id}")
+    _copy_configuration()
+    options = (f"--workspace={place}", "--non-interactive", "--json")
+    answer = openclaw_program.act("The agent was not added", "agents", "add", agent_id, *options)
+    own_id = answer.get("agentId")
+    agent = _found(own_id if isinstance(own_id, str) else agent_id)
+    try:
+        return agent if agent.name == name else rename_agent(agent, name)
+    except BackendError:
+        return agent  # the name stays in the record
+
+
+def rename_agent(agent: Agent, name: str) -> Agent:
+    """Have the program give an agent another identity name."""
+    _copy_configuration()
+    options = (f"--agent={agent.id}", f"--name={name}", "--json")
+    openclaw_program.act("The agent was not renamed", "agents", "set-identity", *options)
+    return _found(agent.id)
+
+
+def delete_agent(agent: Agent) -> list[str]:
+    """Have the program move an agent to the trash: its workspace, its sessions and its credentials."""
+    if len(agents()) < 2:
+        raise BackendError("The agent was not deleted: it is the last one, and OpenClaw cannot be without an agent.")
+    _copy_configuration()
+    answer = openclaw_program.act("The agent was not deleted", "agents", "delete", agent.id, "--force", "--json")
+    failed = [f"{path} ({why})" if why else path for path, why in _paths(answer.get("failed"), "error")]
+    if failed:
+        raise PartlyDone(f"The agent was deleted, but OpenClaw could not move this to the trash: {', '.join(failed)}.")
+    return [path for path, method in _paths(answer.get("removed"), "method") if method != "missing"]
+
+
+def skills() -> list[Skill]:
+    """The skills that at least one agent sees, with what the program says of them."""
+    return openclaw_skills.skills(_configured_agents())
+
+
+def status() -> str:
+    """Whether the gateway answers the program."""
+    from . import processes
+
+    program = openclaw_program.path()
+    if program is None or openclaw_program.basis() is None:
+        return "offline"
+    outcome = processes.run([program, "gateway", "status", "--json"], STATUS_SECONDS)
+    connection = (openclaw_program.answer_of(outcome) or {}).get("rpc")
+    return "online" if isinstance(connection, dict) and connection.get("ok") is True else "offline"
+
+
+def _configured_agents() -> list[ConfiguredAgent]:
+    """The agents of the configuration file; none where the program was never set up."""
+    if not os.path.isdir(state_folder()) and not os.path.exists(config_path()):
+        return []
+    return openclaw_config.read().agents()
+
+
+def _agent(agent: ConfiguredAgent, state: str, created: float | None = None) -> Agent:
+    """An agent for which `state` counts if it says something."""
+    if not state and not os.path.isdir(agent.workspace):
+        state = "missing"
+    name = agent.identity_name or agent.name or agent.id
+    said = state or ("default" if agent.is_default else "")
+    return Agent(agent.id, name, agent.workspace, said, created, _last_session(agent.id))
+
+
+def _last_session(agent_id: str) -> float | None:
+    """When something was last written in the sessions of an agent."""
+    try:
+        with os.scandir(os.path.join(state_folder(), "agents", agent_id, "sessions")) as entries:
+            return max((it.stat().st_mtime for it in entries if it.is_file()), default=None)
+    except (OSError, ValueError):
+        return None
+
+
+def _found(agent_id: str) -> Agent:
+    """An agent as the configuration file has it now."""
+    for agent in _configured_agents():
+        if agent.id == agent_id:
+            return _agent(agent, "")
+    raise BackendError(f"OpenClaw changed the agent {agent_id}, but {config_path()} does not have it.")
+
+
+def _copy_configuration() -> None:
+    """Keep a copy of the configuration before the program changes it: it drops the comments of the file."""
+    path = config_path()
+    if openclaw_program.path() is None:
+        return
+    with files.exclusive(), explained(f"Cannot copy {path}"):
+        content = files.read_file(path)
+        if content is not None:
+            files.keep_copy(path, content, "bak", files.OTHERS)
+
+
+def _paths(items: object, key: str) -> list[tuple[str, str]]:
+    """The paths of a list of objects, each with a text of the object."""
+    return [
+        (item["path"], str(item.get(key, "")))
+        for item in (items if isinstance(items, list) else [])
+        if isinstance(item, dict) and isinstance(item.get("path"), str)
+    ]
+
+
+def _ask_agents() -> list[tuple[ConfiguredAgent, float | None]] | str:
+    """The agents that the program lists and when they were made, or what it says instead."""
+    rows = openclaw_program.ask("agents", "list", "--json")
+    if not isinstance(rows, list):
+        return rows if isinstance(rows, str) else "openclaw does not list its agents."
+    found = []
+    for row in rows:
+        if isinstance(row, dict) and isinstance(row.get("id"), str):
+            texts = {key: value for key, value in row.items() if isinstance(value, str)}
+            created = row.get("createdAt")
+            agent = ConfiguredAgent(
+                row["id"],
+                texts.get("workspace", ""),
+                texts.get("identityName", ""),
+                texts.get("name", ""),
+                row.get("isDefault") is True,
+            )
+            found.append((agent, created / 1000 if isinstance(created, (int, float)) else None))
+    return found
+
+
+_listed: background.Answer[list[tuple[ConfiguredAgent, float | None]] | str] = background.Answer(_ask_agents)

@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import os
-from collections.abc import Sequence
+import re
 
 USER_FOLDERS = (
     ".local/bin",
@@ -18,9 +18,17 @@ USER_FOLDERS = (
 )
 """Below the home folder: where installers and package managers of one user put programs."""
 
-SYSTEM_FOLDERS = ("/usr/local/bin", "/opt/homebrew/bin")
+VERSION_FOLDERS = (
+    ("NVM_DIR", (".nvm",), "versions/node/*/bin"),
+    ("FNM_DIR", (".local/share/fnm", ".fnm", "Library/Application Support/fnm"), "aliases/default/bin"),
+    ("FNM_DIR", (".local/share/fnm", ".fnm", "Library/Application Support/fnm"), "node-versions/*/installation/bin"),
+    ("ASDF_DATA_DIR", (".asdf",), "shims"),
+    ("ASDF_DATA_DIR", (".asdf",), "installs/nodejs/*/bin"),
+)
+"""Of each manager of Node versions: the variable that names its folder, where that is below the home folder otherwise,
+and where it has programs."""
 
-_ANSWER_LIMIT = 64 * 1024
+SYSTEM_FOLDERS = ("/usr/local/bin", "/opt/homebrew/bin", "/home/linuxbrew/.linuxbrew/bin")
 
 
 def search_folders() -> list[str]:
@@ -32,7 +40,37 @@ def search_folders() -> list[str]:
     home = os.path.expanduser("~")
     on_path = [folder for folder in os.environ.get("PATH", "").split(os.pathsep) if os.path.isabs(folder)]
     usual = [os.path.join(home, folder) for folder in USER_FOLDERS]
-    return list(dict.fromkeys([*on_path, *usual, *SYSTEM_FOLDERS]))
+    return list(dict.fromkeys([*on_path, *_npm_folder(home), *usual, *_version_folders(home), *SYSTEM_FOLDERS]))
+
+
+def _npm_folder(home: str) -> list[str]:
+    """Where npm puts programs of this user, if its prefix was set."""
+    prefix = os.environ.get("NPM_CONFIG_PREFIX") or os.environ.get("npm_config_prefix") or ""
+    if not prefix:
+        try:
+            with open(os.path.join(home, ".npmrc"), encoding="utf-8", errors="replace") as file:
+                settings = dict(line.partition("=")[::2] for line in file)
+        except OSError:
+            return []
+        prefix = next((value for key, value in settings.items() if key.strip() == "prefix"), "").strip().strip("\"'")
+    folder = os.path.expanduser(prefix.replace("${HOME}", home))
+    return [os.path.join(folder, "bin")] if os.path.isabs(folder) else []
+
+
+def _version_folders(home: str) -> list[str]:
+    """Where managers of Node versions have programs, of each the newest version first."""
+    import glob
+
+    found: list[str] = []
+    for variable, usual, pattern in VERSION_FOLDERS:
+        chosen = os.environ.get(variable, "")
+        for top in [chosen] if os.path.isabs(chosen) else [os.path.join(home, folder) for folder in usual]:
+            found += sorted(glob.glob(os.path.join(glob.escape(top), pattern)), key=_version, reverse=True)
+    return found
+
+
+def _version(path: str) -> list[int]:
+    return [int(number) for number in re.findall(r"\d+", path)]
 
 
 def find_program(name: str) -> str | None:
@@ -44,70 +82,10 @@ def find_program(name: str) -> str | None:
     return None
 
 
-def environment() -> dict[str, str]:
-    """The environment for a found program: its PATH has every search folder.
+def environment(program: str) -> dict[str, str]:
+    """The environment for a found program: its PATH has the program's own folder and every search folder.
 
-    A script of a per-user package manager finds its interpreter beside it that way.
+    A script of a version manager finds the interpreter that it was installed for beside it, and no older one before.
     """
-    return {**os.environ, "PATH": os.pathsep.join(search_folders())}
-
-
-def output_of(command: Sequence[str], seconds: float) -> bytes | None:
-    """What `command` writes to its standard output, or None when it fails or does not end in time.
-
-    The child sees none of our own streams: standard output is the line protocol, and standard input its requests. It
-    leads a process group of its own, which is killed whole when the time is over, so that nothing it started stays.
-    More than 64 KiB is not an answer.
-    """
-    import subprocess
-    import time
-
-    deadline = time.monotonic() + seconds
-    try:
-        child = subprocess.Popen(
-            command,
-            stdin=subprocess.DEVNULL,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.DEVNULL,
-            env=environment(),
-            start_new_session=True,
-        )
-    except OSError:
-        return None
-    assert child.stdout is not None
-    with child.stdout as stream:
-        output, ended = _read_until(stream.fileno(), deadline)
-    if not ended:
-        _kill_group(child.pid)
-    try:
-        child.wait(max(0.0, deadline - time.monotonic()))
-    except subprocess.TimeoutExpired:
-        _kill_group(child.pid)
-        child.wait()
-    return output if child.returncode == 0 and len(output) <= _ANSWER_LIMIT else None
-
-
-def _read_until(descriptor: int, deadline: float) -> tuple[bytes, bool]:
-    """Read to the end of input, and say whether it was reached before the deadline and within the limit."""
-    import selectors
-    import time
-
-    output = bytearray()
-    with selectors.DefaultSelector() as selector:
-        selector.register(descriptor, selectors.EVENT_READ)
-        while len(output) <= _ANSWER_LIMIT and selector.select(max(0.0, deadline - time.monotonic())):
-            chunk = os.read(descriptor, 4096)
-            if not chunk:
-                return bytes(output), True
-            output += chunk
-    return bytes(output), False
-
-
-def _kill_group(leader: int) -> None:
-    """Kill the group of a child that was not reaped yet: until then its id cannot belong to a stranger."""
-    import contextlib
-    import signal
-
-    # macOS refuses with EPERM where every member is dead already.
-    with contextlib.suppress(ProcessLookupError, PermissionError):
-        os.killpg(leader, signal.SIGKILL)
+    folders = dict.fromkeys([os.path.dirname(program), *search_folders()])
+    return {**os.environ, "PATH": os.pathsep.join(folders)}

@@ -5,7 +5,7 @@ from __future__ import annotations
 import os
 import sys
 
-from . import paths, programs, terminal
+from . import paths, terminal
 from .errors import BackendError
 
 VERSION_SECONDS = 5.0
@@ -14,16 +14,20 @@ VERSION_SECONDS = 5.0
 RELEASE_FILES = ("/etc/os-release", "/usr/lib/os-release")
 """Where Linux systems name themselves: https://www.freedesktop.org/software/systemd/man/os-release.html"""
 
-_VERSION_LENGTH = 200
-
 
 def openclaw_runtime_status() -> dict[str, object]:
     """Report whether the runtime is installed and configured. A key that is missing means unknown.
 
-    Keys: "os", "installed", "binaryPath", "version", "appExists", "appPath", "configExists", "configPath". Never fails.
+    Keys: "os", "installed", "binaryPath", "version" (or why the program does not tell it), "appExists", "appPath",
+    "configExists", "configPath" (and what is wrong with the file). Never fails.
     """
+    import functools
+    import threading
+
+    from . import openclaw_config, openclaw_program
+
     app = _desktop_application()
-    config = paths.config_path("openclaw")
+    config = openclaw_config.config_path()
     status: dict[str, object] = {
         "os": _operating_system(),
         "installed": False,
@@ -32,46 +36,60 @@ def openclaw_runtime_status() -> dict[str, object]:
         "configExists": os.path.isfile(config),
         "configPath": config,
     }
-    binary = programs.find_program("openclaw")
+    binary = openclaw_program.path()
     if binary is None:
         return status
-    status["installed"] = True
-    status["binaryPath"] = binary
-    version = _version(binary)
+
+    problems: list[str] = []
+    problem = functools.partial(openclaw_program.config_problem, binary, VERSION_SECONDS)
+    check = threading.Thread(target=lambda: problems.append(problem()))
+    if status["configExists"]:
+        check.start()  # both take long, so they are asked at once
+    status.update(installed=True, binaryPath=binary)
+    version = openclaw_program.version(binary, VERSION_SECONDS)
     if version:
         status["version"] = version
+    if status["configExists"]:
+        check.join()
+    if any(problems):
+        status["configPath"] = f"{config}: {problems[0]}"
     return status
 
 
 def launch_openclaw_install_or_configure_interactive() -> dict[str, object]:
-    """Open a terminal with the runtime's own set-up, and do not wait for it. Answers "command", what was started.
+    """Open a terminal with what adds an agent: the runtime's first set-up, or once it is configured its own questions.
 
-    Raises `BackendError` when the runtime is not installed, with how to get it, or when no terminal can be opened.
+    Does not wait for it. Answers "command", what was started. Raises `BackendError` when the runtime is not installed,
+    with the command that installs it, or when no terminal can be opened.
     """
-    binary = programs.find_program("openclaw")
-    if binary is None:
-        raise BackendError(
-            'OpenClaw is not installed: there is no program "openclaw" on PATH or in the usual bin folders. '
-            "Run its installer script, install.sh, and try again."
-        )
-    command = [binary, "configure"]
-    terminal.open_terminal(command)
-    return {"command": command}
+    from . import openclaw_config
+
+    is_configured = os.path.exists(openclaw_config.config_path())
+    return _launch(*(("agents", "add") if is_configured else ("onboard",)))
 
 
 def launch_openclaw_configure_interactive() -> dict[str, object]:
-    """The same as `launch_openclaw_install_or_configure_interactive`: the runtime's set-up serves both."""
-    return launch_openclaw_install_or_configure_interactive()
+    """Open a terminal with the runtime's settings, or before it is configured with its first set-up. Does not wait.
+
+    Answers and raises as `launch_openclaw_install_or_configure_interactive`.
+    """
+    from . import openclaw_config
+
+    return _launch("configure" if os.path.exists(openclaw_config.config_path()) else "onboard")
 
 
-def _version(binary: str) -> str:
-    """The first line that the program writes when asked for its version, or nothing."""
-    output = programs.output_of([binary, "--version"], VERSION_SECONDS) or b""
-    for line in output.decode(errors="replace").splitlines():
-        text = "".join(filter(str.isprintable, " ".join(line.split())))
-        if text:
-            return text[:_VERSION_LENGTH]
-    return ""
+def _launch(*arguments: str) -> dict[str, object]:
+    from . import openclaw_program
+
+    binary = openclaw_program.path()
+    if binary is None:
+        raise BackendError(
+            'OpenClaw is not installed: there is no program "openclaw" on PATH or where package managers put it. '
+            f"{openclaw_program.how_to_install()}"
+        )
+    command = [binary, *arguments]
+    terminal.open_terminal(command)
+    return {"command": command}
 
 
 def _operating_system() -> str:

@@ -67,7 +67,9 @@ def macos_script(command: Sequence[str]) -> list[str]:
 
 
 def _open_on_macos(command: Sequence[str]) -> None:
-    if programs.output_of(macos_script(command), _SCRIPT_SECONDS) is None:
+    from . import processes
+
+    if processes.run(macos_script(command), _SCRIPT_SECONDS).status != 0:
         raise BackendError(
             "Terminal did not open. Allow Nelo to control it under System Settings, Privacy & Security, Automation."
         )
@@ -86,7 +88,7 @@ def _start_detached(command: Sequence[str]) -> None:
             stdout=subprocess.DEVNULL,
             stderr=subprocess.DEVNULL,
             cwd=os.path.expanduser("~"),
-            env=programs.environment(),
+            env=programs.environment(command[-1]),
             start_new_session=True,
         )
     except OSError as error:

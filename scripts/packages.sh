@@ -35,7 +35,13 @@ need_for_testing() {
     need "what shows which files the idle program asks for" strace
     need "what results are compared with, and what makes certificates" unicode-data openssl
     need "what looks at the files that are installed" desktop-file-utils appstream man-db
+    need_for_backend
     need_for_mock_provider
+}
+
+# What the local backend reads the files of agent programs with.
+need_for_backend() {
+    need "what reads the files of agent programs" python3-json5 python3-yaml python3-tomlkit
 }
 
 need_for_virtual_desktop() {

@@ -19,7 +19,7 @@ from app.tests.hostile_packages import hostile_package
 from app.tests.support import HomeTestCase
 from app.tests.test_packages import make_package
 
-WORKSPACE = ".openclaw/agents/main"
+WORKSPACE = ".openclaw/workspace"
 ORDINARY_COUNT = 800
 LARGEST_RATIO = 100
 LONGEST_MESSAGE = 1000

@@ -19,19 +19,19 @@ from app.tests.http_server import Exchange, HttpServer
 from app.tests.support import HomeTestCase, wait_for
 from app.tests.test_packages import make_package
 
-SKILLS = ".openclaw/agents/main/skills"
+SKILLS = ".openclaw/workspace/skills"
 ORIGIN = ".nelo-origin.json"
 RANDOM = "0123456789abcdef"
 
 
 def skill(version: str, name: str = "weather") -> bytes:
-    return make_package({f"{name}-folder/SKILL.md": f"---\nname: {name}\n---\n{version}\n".encode()})
+    return make_package({f"{name}-folder/SKILL.md": f"---\nname: {name}\ndescription: Tells.\n---\n{version}\n".encode()})
 
 
 class InstallTestCase(HomeTestCase):
     def setUp(self) -> None:
         super().setUp()
-        os.makedirs(self.path(".openclaw/agents/main"))
+        os.makedirs(self.path(".openclaw/workspace"))
 
     def install(self, package: bytes, file_name: str = "package.zip") -> dict[str, object]:
         return app.install_openclaw_skill_zip("main", self.make_file(file_name, package))
@@ -55,7 +55,7 @@ class InstallZipTest(InstallTestCase):
 
     def test_a_skill_without_a_usable_name_is_called_as_its_folder_or_its_file(self) -> None:
         for number, name in enumerate(("", "a/b", "..", ".hidden", "x" * 300)):
-            manual = f"---\nname: {name}\n---\n".encode()
+            manual = f"---\nname: {name}\ndescription: Tells.\n---\n".encode()
             result = self.install(make_package({f"folder {number}/SKILL.md": manual}))
             self.assertEqual(result["name"], f"folder {number}")
             result = self.install(make_package({"SKILL.md": manual}), f"my skill {number}.zip")
@@ -69,14 +69,14 @@ class InstallZipTest(InstallTestCase):
         self.assertIn('".zip" cannot be the name of a folder', message)
 
     def test_a_new_version_replaces_all_of_the_earlier_one(self) -> None:
-        self.install(make_package({"SKILL.md": b"---\nname: weather\n---\none", "old": b"", "deep/er": b""}))
+        self.install(make_package({"SKILL.md": b"---\nname: weather\ndescription: Tells.\n---\none", "old": b"", "deep/er": b""}))
         self.install(skill("two"))
         self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "two"))
 
     def test_a_skill_with_the_longest_name_is_replaced(self) -> None:
         name = "x" * 255
         for version in ("one", "two"):
-            self.install(make_package({"SKILL.md": f"---\nname: {name}\n---\n{version}".encode()}))
+            self.install(make_package({"SKILL.md": f"---\nname: {name}\ndescription: Tells.\n---\n{version}".encode()}))
         self.assertEqual(self.installed(), [f"{name}/SKILL.md"])
         self.assertTrue(self.read(f"{SKILLS}/{name}/SKILL.md").endswith("two"))
 
@@ -87,7 +87,7 @@ class InstallZipTest(InstallTestCase):
 
     def test_a_refused_package_leaves_the_earlier_version_and_nothing_else(self) -> None:
         self.install(skill("one"))
-        manual = b"---\nname: weather\n---\ntwo"
+        manual = b"---\nname: weather\ndescription: Tells.\n---\ntwo"
         refused = {
             "climbs out": make_package({"SKILL.md": manual, "../../x": b""}),
             "100 times its own size": make_package({"SKILL.md": manual, "zeros": bytes(20_000_000)}),
@@ -103,7 +103,7 @@ class InstallZipTest(InstallTestCase):
 
     def test_a_full_disk_leaves_the_earlier_version_and_nothing_else(self) -> None:
         self.install(skill("one"))
-        package = self.make_file("big.zip", make_package({"SKILL.md": b"---\nname: weather\n---\n" + os.urandom(5000)}))
+        package = self.make_file("big.zip", make_package({"SKILL.md": b"---\nname: weather\ndescription: Tells.\n---\n" + os.urandom(5000)}))
         with self.full_disk(1000):
             message = self.refusal(app.install_openclaw_skill_zip, "main", package)
         self.assertIn(f"Cannot install into {self.path(SKILLS)}: ", message)
@@ -119,7 +119,7 @@ class InstallZipTest(InstallTestCase):
 
     def test_what_did_not_come_from_the_same_place_is_never_replaced(self) -> None:
         def by_hand() -> None:
-            self.make_file(f"{SKILLS}/weather/SKILL.md", "---\nname: weather\n---\nearlier")
+            self.make_file(f"{SKILLS}/weather/SKILL.md", "---\nname: weather\ndescription: Tells.\n---\nearlier")
 
         def by_a_package_without_a_name() -> None:
             self.install(make_package({"weather/SKILL.md": b"earlier"}))
@@ -154,7 +154,7 @@ class InstallZipTest(InstallTestCase):
     def test_a_package_cannot_say_itself_where_it_came_from(self) -> None:
         contents: list[dict[str, bytes]] = [{ORIGIN: b'{"source": "https://host/c"}'}, {}]
         for content in contents:
-            self.install(make_package({"SKILL.md": b"---\nname: weather\n---\n", **content}))
+            self.install(make_package({"SKILL.md": b"---\nname: weather\ndescription: Tells.\n---\n", **content}))
             origin = json.loads(self.read(f"{SKILLS}/weather/{ORIGIN}"))
             self.assertEqual(origin, {"source": "a package file", "name": "weather"})
             self.assertEqual(self.mode(f"{SKILLS}/weather/{ORIGIN}"), 0o600)
@@ -202,7 +202,7 @@ class InstallZipTest(InstallTestCase):
         self.replace(os, "fsync", lambda descriptor: self.fail("a file is waited for by itself"))
         self.replace(files, "sync_file_system", lambda folder: synced.append(self.files_below(folder)))
         self.install(skill("one"))
-        self.install(make_package({"s/SKILL.md": b"---\nname: weather\n---\n", "s/a/b": b"x"}))
+        self.install(make_package({"s/SKILL.md": b"---\nname: weather\ndescription: Tells.\n---\n", "s/a/b": b"x"}))
         self.assertEqual(synced[1:], [[f"s/{ORIGIN}", "s/SKILL.md", "s/a/b"]])
         self.replace(files, "sync_file_system", mock.Mock(side_effect=OSError(5, "Input/output error")))
         self.assertIn("Input/output error", self.refusal(self.install, skill("two")))
@@ -219,7 +219,7 @@ class InstallZipTest(InstallTestCase):
 
         self.install(skill("one"))
         self.replace(os, "rename", watched_rename)
-        self.install(make_package({"SKILL.md": b"---\nname: weather\n---\n"}))
+        self.install(make_package({"SKILL.md": b"---\nname: weather\ndescription: Tells.\n---\n"}))
         self.assertEqual(set(modes), {0o700})
         self.assertEqual(self.mode(f"{SKILLS}/weather"), 0o700)
 
@@ -320,7 +320,7 @@ class CoreAgentsTest(InstallTestCase):
             "id": "main",
             "name": "main",
             "state": "offline",
-            "workspace": self.path(".openclaw/agents/main"),
+            "workspace": self.path(".openclaw/workspace"),
         }
         self.assertEqual(app.list_core_agents("openclaw", False), [row])
         self.assertEqual(app.list_core_agents("openclaw", True), [])

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import os
+import re
 import subprocess
 import sys
 
@@ -11,7 +12,11 @@ from app import terminal
 from app.errors import BackendError
 from app.tests.support import HomeTestCase, is_gone, wait_for
 
-LAUNCHERS = (app.launch_openclaw_configure_interactive, app.launch_openclaw_install_or_configure_interactive)
+LAUNCHERS = {
+    app.launch_openclaw_configure_interactive: ["configure"],
+    app.launch_openclaw_install_or_configure_interactive: ["agents", "add"],
+}
+"""What each of them runs once the runtime is configured."""
 
 TERMINALS = terminal.TERMINALS
 
@@ -39,6 +44,8 @@ class LaunchTest(HomeTestCase):
         self.set_environment(PATH=self.path("tools") + ":/usr/bin:/bin")
         self.openclaw = self.make_program("bin/openclaw", "exit 0")
 
+        self.make_file(".openclaw/openclaw.json", "{}")
+
     def make_terminal(self, name: str, script: str) -> None:
         self.make_program(f"tools/{name}", script)
         self.replace(terminal, "TERMINALS", tuple(it for it in terminal.TERMINALS if it[0] == name))
@@ -47,13 +54,14 @@ class LaunchTest(HomeTestCase):
         os.unlink(self.openclaw)
         for launch in LAUNCHERS:
             with self.subTest(launch.__name__):
-                self.assertRaisesRegex(BackendError, r"OpenClaw is not installed: .*install\.sh", launch)
+                command = re.escape("curl -fsSL https://openclaw.ai/install.sh | bash")
+                self.assertRaisesRegex(BackendError, f"OpenClaw is not installed.* with: {command}$", launch)
 
     def test_without_a_terminal_the_error_says_what_to_do(self) -> None:
         self.replace(terminal, "TERMINALS", (("no-such-terminal", ()),))
         for launch in LAUNCHERS:
             with self.subTest(launch.__name__):
-                self.assertRaisesRegex(BackendError, 'Install one, .*run "openclaw configure" in a terminal', launch)
+                self.assertRaisesRegex(BackendError, 'Install one, .*run "openclaw .*" in a terminal', launch)
 
     def test_the_terminal_runs_the_set_up_of_the_runtime(self) -> None:
         seen = self.path("seen")
@@ -64,11 +72,17 @@ class LaunchTest(HomeTestCase):
                 expected = "".join(f'[ "$1" = {word} ] || exit 9; shift; ' for word in prefix.split())
                 self.make_program(f"tools/{name}", f'{expected}"$@"')
                 self.replace(terminal, "TERMINALS", tuple(it for it in TERMINALS if it[0] == name))
-                for launch in LAUNCHERS:
-                    self.assertEqual(launch(), {"command": [self.openclaw, "configure"]})
+                for launch, arguments in LAUNCHERS.items():
+                    self.assertEqual(launch(), {"command": [self.openclaw, *arguments]})
                     self.assertTrue(wait_for(lambda: os.path.exists(seen)))
-                    self.assertEqual(self.read("seen"), "configure\n")
+                    self.assertEqual(self.read("seen"), " ".join(arguments) + "\n")
                     os.unlink(seen)
+
+    def test_before_it_is_configured_the_runtime_is_set_up(self) -> None:
+        os.unlink(self.path(".openclaw/openclaw.json"))
+        self.make_terminal("xterm", "exit 0")
+        for launch in LAUNCHERS:
+            self.assertEqual(launch(), {"command": [self.openclaw, "onboard"]})
 
     def test_the_users_chosen_terminal_comes_first(self) -> None:
         for name, _ in terminal.TERMINALS:
@@ -80,12 +94,12 @@ class LaunchTest(HomeTestCase):
     def test_a_terminal_that_cannot_open_its_window_is_told(self) -> None:
         self.replace(terminal, "START_SECONDS", 20.0)
         self.make_terminal("xterm", "echo 'cannot open display' >&2; exit 1")
-        self.assertRaisesRegex(BackendError, "xterm ended at once with status 1", LAUNCHERS[0])
+        self.assertRaisesRegex(BackendError, "xterm ended at once with status 1", app.launch_openclaw_configure_interactive)
 
     def test_a_terminal_whose_interpreter_is_missing_is_told(self) -> None:
         self.make_terminal("xterm", "")
         self.write("tools/xterm", "#!/nowhere/interpreter\n")
-        self.assertRaisesRegex(BackendError, "xterm does not start: No such file", LAUNCHERS[0])
+        self.assertRaisesRegex(BackendError, "xterm does not start: No such file", app.launch_openclaw_configure_interactive)
 
     def test_the_window_stays_open_until_the_user_has_read_what_the_set_up_said(self) -> None:
         self.make_terminal("kitty", f'echo | "$@" > {self.path("screen")}')
@@ -127,6 +141,7 @@ class MacosLaunchTest(HomeTestCase):
     def setUp(self) -> None:
         super().setUp()
         self.replace(sys, "platform", "darwin")
+        self.make_file(".openclaw/openclaw.json", "{}")
         self.openclaw = self.make_program("bin/openclaw", "exit 0")
 
     def make_osascript(self, script: str) -> None:

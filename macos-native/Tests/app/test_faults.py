@@ -15,7 +15,7 @@ from app.tests.test_packages import make_package
 from faults import FILE_FAULTS, KILLS, Fault, every_fault
 
 CONFIG = ".openclaw/openclaw.json"
-SKILLS = ".openclaw/agents/main/skills"
+SKILLS = ".openclaw/workspace/skills"
 SKILL_FILES = ["weather/.nelo-origin.json", "weather/SKILL.md", "weather/folder/more"]
 SETTINGS = ".nelo/settings.json"
 SOURCES = ".nelo/news_sources.json"
@@ -28,7 +28,7 @@ def source(identity: str) -> dict[str, object]:
 
 
 def skill(version: str) -> bytes:
-    manual = f"---\nname: weather\n---\n{version}"
+    manual = f"---\nname: weather\ndescription: Tells.\n---\n{version}"
     return make_package({"SKILL.md": manual.encode(), "folder/more": version.encode() * 1000})
 
 
@@ -126,7 +126,7 @@ class FaultTest(HomeTestCase):
         self.under_every_fault(scenario)
 
     def test_a_skill_is_the_old_or_the_new_version(self) -> None:
-        os.makedirs(self.path(".openclaw/agents/main"))
+        os.makedirs(self.path(".openclaw/workspace"))
         packages = {version: self.make_file(f"{version}.zip", skill(version)) for version in ("one", "two")}
 
         def scenario(fault: Fault) -> None:

@@ -19,11 +19,11 @@ LONGEST_LIFE = 0.005
 """How many seconds a writer lives after its first round: several more."""
 
 CONFIG = ".openclaw/openclaw.json"
-SKILLS = ".openclaw/agents/main/skills"
+SKILLS = ".openclaw/workspace/skills"
 
 
 def skill(version: int) -> bytes:
-    manual = f"---\nname: weather\n---\n{version}"
+    manual = f"---\nname: weather\ndescription: Tells.\n---\n{version}"
     more = {f"folder-{number}/file": b"%d" % version * 1000 for number in range(5)}
     return make_package({"SKILL.md": manual.encode(), **more})
 
@@ -140,7 +140,7 @@ class KillTest(HomeTestCase):
         self.under_every_kill(refresh, check)
 
     def test_skills_are_whole(self) -> None:
-        os.makedirs(self.path(".openclaw/agents/main"))
+        os.makedirs(self.path(".openclaw/workspace"))
         packages = [self.make_file(f"{version}.zip", skill(version)) for version in range(3)]
 
         def check() -> None:

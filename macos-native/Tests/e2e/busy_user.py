@@ -27,7 +27,7 @@ def furnish(home: Path) -> None:
     """Gives the console what a busy user looks at."""
     for agent in ("scout", "ranger", "侦察员"):
         (home / ".kimi/agents" / agent).mkdir(parents=True)
-    for name, metadata in (("plain", "{}"), ("weather", '{"requires": {"env": ["WEATHER_KEY", "CITY"]}}')):
+    for name, metadata in (("plain", "{}"), ("weather", '{"openclaw": {"requires": {"env": ["WEATHER_KEY", "CITY"]}}}')):
         folder = home / ".openclaw/skills" / name
         folder.mkdir(parents=True)
         (folder / "SKILL.md").write_text(f"---\nname: {name}\ndescription: Tells.\nmetadata: {metadata}\n---\n")

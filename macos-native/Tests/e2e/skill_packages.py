@@ -14,7 +14,12 @@ WEATHER = """\
 ---
 name: weather
 description: Tells the weather of a city, 天气预报.
-metadata: {"requires": {"env": ["WEATHER_KEY", "CITY"]}, "primaryEnv": "WEATHER_KEY", "primaryEnvLabel": "Weather key"}
+metadata:
+  {
+    "openclaw": {
+      "requires": {"env": ["WEATHER_KEY", "CITY"]}, "primaryEnv": "WEATHER_KEY", "primaryEnvLabel": "Weather key",
+    },
+  }
 ---
 Ask the service, then tell the weather.
 """

@@ -10,9 +10,16 @@ from pathlib import Path
 
 from nelo import Nelo, Node, install_package, replace_text, take_picture
 from skill_packages import WEATHER, package, served_catalogue
+from stub_openclaw import install_stub_openclaw
 
 PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
-CONFIGURATION = '{\n  "name": "领航员",\n  "gateway": {"port": 18789, "rate": 1.0},\n  "skills": {"watch": false}\n}\n'
+CONFIGURATION = """\
+{
+  "agents": {"entries": {"pilot": {"name": "领航员", "workspace": "~/.openclaw/workspace"}}},
+  "gateway": {"port": 18789, "rate": 1.0},
+  "skills": {"watch": false}
+}
+"""
 
 
 def open_skills(nelo: Nelo) -> Node:
@@ -28,8 +35,9 @@ class SkillsTest(unittest.TestCase):
         folder = tempfile.TemporaryDirectory(prefix="nelo-home-")
         self.addCleanup(folder.cleanup)
         self.home = Path(folder.name)
-        self.workspace = self.home / ".openclaw/agents/pilot"
+        self.workspace = self.home / ".openclaw/workspace"
         self.workspace.mkdir(parents=True)
+        install_stub_openclaw(self.home)
         self.configuration = self.home / ".openclaw/openclaw.json"
         self.configuration.write_text(CONFIGURATION)
 
@@ -61,7 +69,7 @@ class SkillsTest(unittest.TestCase):
                 chooser.find("combo box", "Weather v1.2 - 来自云端, from the cloud")
                 chooser.find("push button", "Install").press()
                 chooser = nelo.accessible.find("dialog", "Select OpenClaw Agent")
-                chooser.find("combo box", f"pilot (available) - {self.workspace}")
+                chooser.find("combo box", f"pilot (online) - {self.workspace}")
                 chooser.find("push button", "Select").press()
                 result = nelo.accessible.find("dialog", "Cloud Skill Installed")
                 result.find("push button", "OK").press()
@@ -86,7 +94,7 @@ class SkillsTest(unittest.TestCase):
     def assert_configured(self) -> None:
         wanted = json.loads(CONFIGURATION)
         wanted["skills"]["entries"] = {"weather": {
-            "enabled": True, "apiKey": "w-1", "env": {"WEATHER_KEY": "w-1", "CITY": "Beijing"}, "config": {}}}
+            "enabled": True, "apiKey": "w-1", "env": {"WEATHER_KEY": "w-1", "CITY": "Beijing"}}}
         text = self.configuration.read_text()
         self.assertEqual(json.loads(text), wanted)
         self.assertTrue(text.startswith(CONFIGURATION[:CONFIGURATION.index('"skills"')]), text)

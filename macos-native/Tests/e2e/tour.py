@@ -18,6 +18,7 @@ from nelo import (Nelo, Node, TraylessNelo, choose_in_popup, install_package, la
                   store_api_key, take_picture, take_picture_of_window, type_text, until)
 from provider import Provider
 from skill_packages import WEATHER, package, served_catalogue
+from stub_openclaw import install_stub_openclaw
 
 SCALE = float(os.environ.get("NELO_SCALE", "1"))
 LOOK = os.environ.get("NELO_LOOK", "")  # what this round of pictures is called; nothing for the ordinary one
@@ -27,6 +28,18 @@ LARGE_TEXT = ["[General]", "font=Sans Serif,18,-1,5,50,0,0,0,0,0"]  # twice as l
 FOLDER = Path(sys.argv[1])
 WINDOWS_OF_README = {"chat-conversation": "chat", "settings": "settings", "config-editor": "config-editor", "launcher": "launcher",
                      **{name: name for name in ("console-agents", "console-runtime", "console-skills")}}
+CONFIGURATION = """\
+{
+  "agents": {
+    "entries": {
+      "pilot": {
+        "workspace": "~/.openclaw/workspace"
+      }
+    }
+  },
+  "gateway": {"port": 18789}
+}
+"""
 QUESTION = "Why is the sky blue"
 LONG_QUESTION = "Please explain it again, slowly and with an example from daily life, for a reader of ten years who likes to ask back"
 LONG_REPLY = ("天空之所以是蓝色的，是因为阳光穿过大气层时，波长较短的蓝光比红光更容易被空气分子散射。"
@@ -227,6 +240,7 @@ def show_installs(nelo: Nelo, console: Node) -> None:
     show_install(nelo, console, file, "Skill Installed", "skills-installed")
     file.write_bytes(b"no package")
     show_install(nelo, console, file, "Install Failed", "skills-install-failed")
+    install_stub_openclaw(nelo.home)
     cloud = console.find("push button", "Install Cloud Skill")
     with dialog(nelo, cloud, "Install Cloud Skill", "skills-cloud-skill"):
         press("Return")
@@ -294,9 +308,9 @@ def show_maximised(nelo: Nelo) -> None:
 
 
 def make_agents(home: Path) -> None:
-    for workspace in (".kimi/agents/侦察员", ".openclaw/agents/pilot"):
+    for workspace in (".kimi/agents/侦察员", ".openclaw/workspace"):
         (home / workspace).mkdir(parents=True)
-    (home / ".openclaw/openclaw.json").write_text('{\n  "gateway": {"port": 18789},\n  "name": "领航员"\n}\n')
+    (home / ".openclaw/openclaw.json").write_text(CONFIGURATION)
 
 
 def make_skills(home: Path, catalogue: str) -> None:
@@ -317,7 +331,7 @@ def make_skills(home: Path, catalogue: str) -> None:
 def verbose_document() -> str:
     """A skill with a long description, Chinese and Latin, that needs forty variables with long names."""
     variables = [f"VERBOSE_SKILL_VARIABLE_NUMBER_{number}_长名" for number in range(40)]
-    metadata = json.dumps({"requires": {"env": variables}, "primaryEnv": variables[0]})
+    metadata = json.dumps({"openclaw": {"requires": {"env": variables}, "primaryEnv": variables[0]}})
     return f"---\nname: verbose\ndescription: {'很长的说明, a long description. ' * 400}\nmetadata: {metadata}\n---\n"
 
 

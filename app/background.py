@@ -1,0 +1,96 @@
+"""Answers of programs that are too slow to be waited for: one thread asks them, and the lists take what it has."""
+
+from __future__ import annotations
+
+import threading
+import time
+from collections import deque
+from collections.abc import Callable, Hashable
+from typing import Generic, Protocol, TypeVar
+
+Value = TypeVar("Value")
+
+MAX_AGE_SECONDS = 60.0
+"""An answer that is older is not given any more."""
+
+REFRESH_SECONDS = 30.0
+"""An answer that is older is asked for again."""
+
+
+class Answer(Generic[Value]):
+    """What a program answers to one question, as long as what the answer rests on stays the same."""
+
+    def __init__(self, ask: Callable[[], Value | None]) -> None:
+        """`ask` runs in the thread. It answers None when the program does not, and does not raise."""
+        self._ask = ask
+        self._lock = threading.Lock()
+        self._value: Value | None = None
+        self._basis: Hashable = None
+        self._asked = float("-inf")
+
+    def current(self, basis: Hashable) -> Value | None:
+        """The answer, if one was given on this basis and not long ago; otherwise None. Does not wait.
+
+        `basis` is the identity of all files that the answer rests on. When there is no fresh answer, the thread asks.
+        """
+        with self._lock:
+            age = time.monotonic() - self._asked
+            is_known = self._basis == basis and age <= MAX_AGE_SECONDS
+            value = self._value if is_known else None
+        if not is_known or age > REFRESH_SECONDS:
+            _worker.do(self, basis)
+        return value
+
+    def ask(self, basis: Hashable) -> None:
+        """Ask the program and keep what it answers, a failure too: it is not asked again at once."""
+        value = self._ask()
+        with self._lock:
+            self._value, self._basis, self._asked = value, basis, time.monotonic()
+
+
+class _Question(Protocol):
+    def ask(self, basis: Hashable) -> None: ...
+
+
+class _Worker:
+    """The one thread, which ends when nothing is left to ask."""
+
+    def __init__(self) -> None:
+        self._lock = threading.Lock()
+        self._waiting: deque[tuple[_Question, Hashable]] = deque()
+        self._thread: threading.Thread | None = None
+
+    def do(self, answer: _Question, basis: Hashable) -> None:
+        """Have an answer asked for, unless it is about to be."""
+        with self._lock:
+            if any(it[0] is answer for it in self._waiting):
+                return
+            self._waiting.append((answer, basis))
+            if self._thread is None or not self._thread.is_alive():
+                self._thread = threading.Thread(target=self._work, name="background", daemon=True)
+                self._thread.start()
+
+    def is_idle(self) -> bool:
+        with self._lock:
+            return self._thread is None
+
+    def _work(self) -> None:
+        while True:
+            with self._lock:
+                if not self._waiting:
+                    self._thread = None
+                    return
+                answer, basis = self._waiting[0]
+            try:
+                answer.ask(basis)
+            finally:
+                with self._lock:
+                    self._waiting.popleft()
+
+
+_worker = _Worker()
+
+
+def is_idle() -> bool:
+    """Whether nothing is being asked."""
+    return _worker.is_idle()

@@ -1,0 +1,158 @@
+"""The configuration of openclaw: where it is, and what it says about agents and skills. It is JSON5."""
+
+from __future__ import annotations
+
+import os
+from dataclasses import dataclass
+
+from . import arguments, files, json5_text, paths
+from .errors import BackendError, explained
+
+Version = tuple[int, ...]
+"""What tells one version of a file from another."""
+
+
+@dataclass(frozen=True)
+class ConfiguredAgent:
+    """An agent of the configuration. The names are empty where it has none."""
+
+    id: str
+    workspace: str
+    identity_name: str = ""
+    name: str = ""
+    is_default: bool = False
+
+
+@dataclass(frozen=True)
+class Configuration:
+    """A version of the configuration file."""
+
+    content: bytes | None
+    """Its bytes; None when there is no file."""
+    value: dict[str, object]
+    """What it says; it must not be changed."""
+
+    def section(self, *path: str) -> dict[str, object]:
+        """The object at a path; an empty one when there is none."""
+        value: object = self.value
+        for key in path:
+            value = value.get(key) if isinstance(value, dict) else None
+        return value if isinstance(value, dict) else {}
+
+    def agents(self) -> list[ConfiguredAgent]:
+        """The agents that the program has with this configuration, as it finds them itself."""
+        entries = dict(self._agent_entries())
+        chosen = [agent_id for agent_id, entry in entries.items() if entry.get("default") is True]
+        default = next(iter(chosen or (entries if len(entries) == 1 else ())), "")
+        if not entries:
+            return [ConfiguredAgent("main", self._workspace("main", {}, True), is_default=True)]
+        return [
+            ConfiguredAgent(
+                agent_id,
+                self._workspace(agent_id, entry, agent_id == default),
+                _text(_object(entry.get("identity")).get("name")),
+                _text(entry.get("name")),
+                agent_id == default,
+            )
+            for agent_id, entry in entries.items()
+        ]
+
+    def _agent_entries(self) -> list[tuple[str, dict[str, object]]]:
+        """The entries, or those of the older list, whose ids can be ids."""
+        found = list(self.section("agents", "entries").items())
+        listed = self.section("agents").get("list")
+        if not found and isinstance(listed, list):
+            found = [(_text(entry.get("id")), entry) for entry in listed if isinstance(entry, dict)]
+        return [(it, _object(entry)) for it, entry in found if not arguments.folder_name_problem(it)]
+
+    def _workspace(self, agent_id: str, entry: dict[str, object], is_default: bool) -> str:
+        own = _text(entry.get("workspace"))
+        if own:
+            return _path(own)
+        common = _text(self.section("agents", "defaults").get("workspace"))
+        if is_default:
+            return _path(common) if common else os.path.join(state_folder(), "workspace")
+        return os.path.join(_path(common), agent_id) if common else os.path.join(state_folder(), f"workspace-{agent_id}")
+
+
+def state_folder() -> str:
+    """The folder in which the program keeps its state."""
+    return _path(os.environ.get("OPENCLAW_STATE_DIR", "").strip()) or os.path.join(paths.home(), ".openclaw")
+
+
+def config_path() -> str:
+    """The configuration file that the program reads, whether it exists or not."""
+    return _path(os.environ.get("OPENCLAW_CONFIG_PATH", "").strip()) or os.path.join(state_folder(), "openclaw.json")
+
+
+def read() -> Configuration:
+    """The configuration as it is now; an empty one when there is no file.
+
+    A version of the file is parsed once. Raises `BackendError` when the file cannot be read or is no JSON5.
+    """
+    path = config_path()
+    version = version_of(path)
+    known = _read.get(path)
+    if known is None or known[0] != version:
+        with explained(f"Cannot read {path}"):
+            content = files.read_file(path)
+        _read.clear()
+        known = _read[path] = (version, parsed(content))
+    return known[1]
+
+
+_read: dict[str, tuple[Version, Configuration]] = {}
+
+
+def parsed(content: bytes | None) -> Configuration:
+    """A content of the configuration file. Raises `BackendError` when it is no JSON5."""
+    try:
+        text = text_of(content)
+        value = json5_text.parse(text) if text.strip() else {}
+    except ValueError as error:
+        raise _unreadable(str(error)) from error
+    if not isinstance(value, dict):
+        raise _unreadable("it is not an object")
+    return Configuration(content, value)
+
+
+def text_of(content: bytes | None) -> str:
+    """The text of a content, without a byte-order mark. Raises `ValueError` when it is not UTF-8."""
+    try:
+        return (content or b"").decode("utf-8-sig")
+    except UnicodeDecodeError as error:
+        raise ValueError("it is not UTF-8 text") from error
+
+
+def version_of(path: str) -> Version:
+    """The version of a file; an empty one when there is none."""
+    try:
+        status = os.stat(path)
+    except (OSError, ValueError):
+        return ()
+    return (status.st_dev, status.st_ino, status.st_mtime_ns, status.st_ctime_ns, status.st_size)
+
+
+def is_below(path: str, folder: str) -> bool:
+    """Whether a path is a folder or in it, also through symbolic links."""
+    folder = os.path.realpath(folder)
+    return os.path.commonpath([folder, os.path.realpath(path)]) == folder
+
+
+def _unreadable(why: str) -> BackendError:
+    return BackendError(
+        f"The file {config_path()} is not a JSON5 configuration: {' '.join(why.split())}. "
+        "Correct it in the configuration editor first."
+    )
+
+
+def _path(text: str) -> str:
+    return os.path.abspath(os.path.expanduser(text)) if text else ""
+
+
+def _object(value: object) -> dict[str, object]:
+    return value if isinstance(value, dict) else {}
+
+
+def _text(value: object) -> str:
+    return value.strip() if isinstance(value, str) else ""

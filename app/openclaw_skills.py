@@ -1,0 +1,174 @@
+"""The skills that the agents of openclaw see: https://docs.openclaw.ai/tools/skills"""
+
+from __future__ import annotations
+
+import dataclasses
+import functools
+import os
+from collections.abc import Iterable
+from dataclasses import dataclass
+
+from . import background, manuals, openclaw_config, openclaw_program, paths, skill_folders
+from .ecosystems import Skill
+from .openclaw_config import ConfiguredAgent, state_folder
+
+_DEPTH = 6
+"""How many levels below a folder of skills the program looks."""
+
+_METADATA_KEYS = ("openclaw", "clawdbot")
+_MISSING = {"bins": "the program", "anyBins": "one of the programs", "env": "the variable", "config": "the setting"}
+
+
+@dataclass(frozen=True)
+class _Root:
+    """A folder of skills."""
+
+    folder: str
+    origin: str
+    """What the program calls the source of its skills."""
+    owner: str = ""
+    """The id of the only agent that sees them; empty when all do."""
+
+    @property
+    def source(self) -> str:
+        """What a row says of where a skill comes from."""
+        own = self.origin in ("openclaw-workspace", "agents-skills-project") and self.owner
+        return own or _short(self.origin)
+
+
+def folders(agents: Iterable[ConfiguredAgent]) -> list[str]:
+    """The folders in which skills are looked for, highest first: those that exist, and the one that all agents share."""
+    shared = os.path.join(state_folder(), "skills")
+    return [root.folder for root in _roots(agents) if root.folder == shared or os.path.isdir(root.folder)]
+
+
+def skills(agents: list[ConfiguredAgent]) -> list[Skill]:
+    """The skills that at least one agent sees: of each name the one in the highest folder that the agent looks into."""
+    found: dict[str, tuple[_Root, manuals.Manual]] = {}
+    seen: dict[str, set[str]] = {agent.id: set() for agent in agents}
+    for root in _roots(agents):
+        if root.owner and root.origin == "openclaw-workspace":
+            skill_folders.recover(root.folder)
+        for manual in manuals.find(root.folder, _DEPTH):
+            if not manual.description:
+                continue  # the program skips it too
+            viewers = [agent for agent in seen if root.owner in ("", agent) and manual.name not in seen[agent]]
+            for agent in viewers:
+                seen[agent].add(manual.name)
+            if viewers:
+                found.setdefault(manual.folder, (root, manual))
+    basis = openclaw_program.basis()
+    versions = (basis, tuple(manual.version for _, manual in found.values()))
+    owners = {root.owner for root, _ in found.values()} & set(seen)
+    default = next((agent.id for agent in agents if agent.is_default), next(iter(seen), ""))
+    said = {
+        agent: _answer(agent).current(versions) or {} if basis else {} for agent in dict.fromkeys([default, *sorted(owners)])
+    }
+    rows = [_joined(root, manual, said.get(root.owner or default, {})) for root, manual in found.values()]
+    known = {(root.origin, manual.name) for root, manual in found.values()}
+    others = [_program_row(*key, said[default][key]) for key in said.get(default, {}) if key not in known]
+    return rows + others
+
+
+def _roots(agents: Iterable[ConfiguredAgent]) -> list[_Root]:
+    """The folders of skills, highest first."""
+    state = state_folder()
+    agents = list(agents)
+    found = [_Root(os.path.join(agent.workspace, "skills"), "openclaw-workspace", agent.id) for agent in agents]
+    found += [
+        _Root(os.path.join(agent.workspace, ".agents", "skills"), "agents-skills-project", agent.id) for agent in agents
+    ]
+    if os.path.realpath(state) == os.path.realpath(os.path.join(paths.home(), ".openclaw")):
+        found.append(_Root(os.path.join(paths.home(), ".agents", "skills"), "agents-skills-personal"))
+    found.append(_Root(os.path.join(state, "skills"), "openclaw-managed"))
+    found += [
+        _Root(os.path.join(state, "agents", agent.id, "agent", "workshop-skills"), "openclaw-workshop", agent.id)
+        for agent in agents
+    ]
+    found += _shipped_roots(agents)
+    extra = openclaw_config.read().section("skills", "load").get("extraDirs") if agents else None
+    found += [
+        _Root(os.path.abspath(os.path.expanduser(folder)), "openclaw-extra")
+        for folder in (extra if isinstance(extra, list) else [])
+        if isinstance(folder, str) and folder.strip()
+    ]
+    found.append(_Root(os.path.join(state, "plugin-skills"), "openclaw-extra"))
+    return list({root.folder: root for root in reversed(found)}.values())[::-1]
+
+
+def _shipped_roots(agents: list[ConfiguredAgent]) -> list[_Root]:
+    """The folders that come with the program, if its package can be found."""
+    program = openclaw_program.path()
+    package = os.path.dirname(os.path.realpath(program)) if program else ""
+    bundled = os.environ.get("OPENCLAW_BUNDLED_SKILLS_DIR", "").strip() or (package and os.path.join(package, "skills"))
+    found = [_Root(bundled, "openclaw-bundled")] if bundled else []
+    custodian = _custodian(agents)
+    if package and custodian:
+        found.append(_Root(os.path.join(package, "custodian-skills"), "openclaw-custodian", custodian))
+    return found
+
+
+def _custodian(agents: list[ConfiguredAgent]) -> str:
+    """The agent that looks after the program itself; the only one when there is but one."""
+    if not agents:
+        return ""
+    chosen = openclaw_config.read().section("agents", "defaults", "systemAgent").get("agentId")
+    return chosen if isinstance(chosen, str) else agents[0].id if len(agents) == 1 else ""
+
+
+_Said = dict[tuple[str, str], dict[str, object]]
+"""What the program says of each skill, by its source and name."""
+
+
+@functools.lru_cache(maxsize=None)
+def _answer(agent_id: str) -> background.Answer[_Said]:
+    """What the program says of the skills that an agent sees."""
+
+    def ask() -> _Said | None:
+        answer = openclaw_program.ask("skills", "list", "--json", f"--agent={agent_id}")
+        rows = answer.get("skills") if isinstance(answer, dict) else None
+        if not isinstance(rows, list):
+            return None
+        return {(str(row.get("source")), str(row.get("name"))): row for row in rows if isinstance(row, dict)}
+
+    return background.Answer(ask)
+
+
+def _joined(root: _Root, manual: manuals.Manual, said: _Said) -> Skill:
+    skill = manual.skill(root.source, _METADATA_KEYS)
+    row = said.get((root.origin, manual.name))
+    if row is None:
+        return skill
+    return dataclasses.replace(skill, eligible=row.get("eligible") is True, missing=tuple(_missing(row)))
+
+
+def _program_row(origin: str, name: str, row: dict[str, object]) -> Skill:
+    """A skill that the program has and we do not find."""
+    description, primary = row.get("description"), row.get("primaryEnv")
+    return Skill(
+        name,
+        description if isinstance(description, str) else "",
+        _short(origin),
+        name,
+        "",
+        primary_env=primary if isinstance(primary, str) else "",
+        eligible=row.get("eligible") is True,
+        missing=tuple(_missing(row)),
+    )
+
+
+def _missing(row: dict[str, object]) -> list[str]:
+    """What the program misses for a skill."""
+    missing = row.get("missing")
+    words = ["it is disabled"] if row.get("disabled") is True else []
+    for key, what in (*_MISSING.items(), ("os", "the system")):
+        names = missing.get(key) if isinstance(missing, dict) else None
+        texts = [name for name in names if isinstance(name, str)] if isinstance(names, list) else []
+        if key == "anyBins" and texts:
+            texts = [", ".join(texts)]
+        words += [f"{what} {text}" for text in texts]
+    return words
+
+
+def _short(origin: str) -> str:
+    return origin.removeprefix("openclaw-").removeprefix("agents-skills-")

@@ -1,0 +1,58 @@
+"""A program that answers what it is told to, as slowly and as badly as wanted, and notes how it was called."""
+
+from __future__ import annotations
+
+import json
+import os
+import shlex
+
+from app.tests.support import HomeTestCase
+
+HANG = "exec sleep 60"
+FLOOD = "exec yes"
+ASK = 'printf "Really? "; read -r answer || { echo "no answer" >&2; exit 1; }'
+
+
+class StubProgram:
+    """Stands for a program in the test's home, for example "openclaw"."""
+
+    def __init__(self, test: HomeTestCase, name: str) -> None:
+        self._test = test
+        self._name = name
+        self._cases: dict[str, str] = {}
+        self._otherwise = "echo unknown command >&2; exit 1"
+        self.path = test.path(".local/bin", name)
+        self._write()
+
+    def answers(self, command: str, value: object, status: int = 0) -> None:
+        """Have it answer JSON when its arguments begin with `command`, or say a text."""
+        text = value if isinstance(value, str) else json.dumps(value, ensure_ascii=False)
+        self.does(command, f"printf '%s\\n' {shlex.quote(text)}; exit {status}")
+
+    def does(self, command: str, script: str) -> None:
+        """Have it run a script of the shell when its arguments begin with `command`."""
+        self._cases[command] = script
+        self._write()
+
+    def always(self, script: str) -> None:
+        """Have it run a script whatever its arguments are."""
+        self._cases.clear()
+        self._otherwise = script
+        self._write()
+
+    def calls(self) -> list[str]:
+        """The arguments of each call."""
+        if not os.path.exists(self._test.path("calls")):
+            return []
+        return self._test.read("calls").splitlines()
+
+    def changes(self) -> list[str]:
+        """The same without the questions that are asked in the background."""
+        return [call for call in self.calls() if not call.startswith(("agents list", "skills list"))]
+
+    def _write(self) -> None:
+        cases = "\n".join(f"{shlex.quote(command)}*) {script} ;;" for command, script in self._cases.items())
+        calls = shlex.quote(self._test.path("calls"))
+        script = f"""echo "$*" >>{calls}\ncase "$*" in\n{cases}\n*) {self._otherwise} ;;\nesac"""
+        new = self._test.make_program(f".local/bin/{self._name}.new", script)
+        os.replace(new, self.path)  # one that runs goes on as it is

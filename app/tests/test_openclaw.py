@@ -1,0 +1,400 @@
+"""The openclaw program: what the console shows of it and does with it, with the program there, broken and not there."""
+
+from __future__ import annotations
+
+import json
+import os
+import time
+from collections.abc import Callable
+
+import app
+from app import background, openclaw, openclaw_program, openclaw_skills
+from app.errors import BackendError
+from app.tests.stub_program import ASK, FLOOD, HANG, StubProgram
+from app.tests.support import HomeTestCase, wait_for
+
+CONFIG = ".openclaw/openclaw.json"
+VALID = {"valid": True, "warnings": []}
+
+
+class OpenClawTestCase(HomeTestCase):
+    def setUp(self) -> None:
+        super().setUp()
+        self.replace(openclaw, "_listed", background.Answer(openclaw._ask_agents))
+        openclaw_skills._answer.cache_clear()
+        self.replace(openclaw_program, "QUESTION_SECONDS", 2.0)
+        self.addCleanup(self.wait_until_idle)
+
+    def wait_until_idle(self) -> None:
+        self.assertTrue(wait_for(background.is_idle))
+
+    def make_program_(self) -> StubProgram:
+        program = StubProgram(self, "openclaw")
+        program.answers("config validate", VALID)
+        return program
+
+    def configure(self, value: object) -> None:
+        self.make_file(CONFIG, value if isinstance(value, str) else json.dumps(value))
+
+    def rows(self, *keys: str) -> list[tuple[object, ...]]:
+        return [tuple(row.get(key) for key in keys) for row in app.list_local_agents() if row["ecosystem"] == "openclaw"]
+
+    def told(self, *keys: str) -> list[tuple[object, ...]]:
+        """The rows once the program has answered."""
+        self.rows()
+        self.wait_until_idle()
+        return self.rows(*keys)
+
+
+class AgentListTest(OpenClawTestCase):
+    def test_without_the_program_the_configuration_says_who_the_agents_are(self) -> None:
+        state = self.path(".openclaw")
+        cases: dict[str, list[tuple[object, ...]]] = {
+            "{}": [("main", "main", f"{state}/workspace")],
+            "{agents: {entries: {}, defaults: {workspace: '/w'}}}": [("main", "main", "/w")],
+            "{agents: {entries: {b: {name: 'Bee'}}}} // one": [("b", "Bee", f"{state}/workspace")],
+            "{agents: {entries: {b: {}, c: {workspace: '~/c', identity: {name: 'Cee'}, name: 'c'}}}}": [
+                ("b", "b", f"{state}/workspace-b"),
+                ("c", "Cee", self.path("c")),
+            ],
+            "{agents: {defaults: {workspace: '~/w'}, entries: {b: {default: true}, c: {}}}}": [
+                ("b", "b", self.path("w")),
+                ("c", "c", self.path("w/c")),
+            ],
+            "{agents: {list: [{id: 'old', default: true}, {id: '../x'}, 7]}}": [("old", "old", f"{state}/workspace")],
+            "{agents: {entries: {'../x': {}, '': {}}}}": [("main", "main", f"{state}/workspace")],
+        }
+        for text, rows in cases.items():
+            with self.subTest(text):
+                self.configure(text)
+                self.assertEqual(self.rows("id", "name", "workspace"), rows)
+
+    def test_where_the_program_was_never_set_up_it_has_no_agents_and_is_not_asked(self) -> None:
+        program = self.make_program_()
+        self.assertEqual(self.told("id"), [])
+        self.assertEqual((program.calls(), os.path.exists(self.path(".openclaw"))), ([], False))
+        os.makedirs(self.path(".openclaw"))
+        self.assertEqual(self.rows("id", "state"), [("main", "not configured")])
+
+    def test_what_the_program_says_counts_once_it_has_answered(self) -> None:
+        program = self.make_program_()
+        workspace = self.path("w")
+        row = {"id": "main", "workspace": workspace, "isDefault": True, "createdAt": 1735723800500, "bindings": 0}
+        other = {"id": "b", "name": "Bee", "identityName": "Queen", "workspace": self.path("gone"), "isDefault": False}
+        program.answers("agents list --json", [row, other])
+        self.configure("{}")
+        os.makedirs(workspace)
+        self.make_file(".openclaw/agents/b/sessions/one.jsonl")
+        os.utime(self.path(".openclaw/agents/b/sessions/one.jsonl"), (1735723801, 1735723801))
+        self.assertEqual(self.rows("id", "state"), [("main", "missing")])
+        self.assertEqual(
+            self.told("id", "name", "state", "createdAt", "lastSeen"),
+            [
+                ("b", "Queen", "missing", None, "2025-01-01T09:30:01Z"),
+                ("main", "main", "default", "2025-01-01T09:30:00Z", None),
+            ],
+        )
+        self.configure("{agents: {entries: {c: {}}}}")
+        self.assertEqual(self.rows("id"), [("c",)])
+        self.assertEqual(self.told("id"), [("b",), ("main",)])
+        self.assertEqual(program.calls(), ["agents list --json"] * 2)
+
+    def test_an_answer_is_asked_for_again_when_it_is_old_and_not_given_when_it_is_older(self) -> None:
+        self.assertEqual(background.MAX_AGE_SECONDS, 60.0)
+        answers = iter(["first", "second"])
+        answer = background.Answer(lambda: next(answers))
+        self.assertIsNone(answer.current("basis"))
+        self.wait_until_idle()
+        self.assertEqual((answer.current("basis"), answer.current("basis")), ("first", "first"))
+        self.replace(background, "REFRESH_SECONDS", -1)
+        self.assertEqual(answer.current("basis"), "first")
+        self.wait_until_idle()
+        self.replace(background, "REFRESH_SECONDS", 60)
+        self.assertEqual((answer.current("basis")), "second")
+        self.replace(background, "MAX_AGE_SECONDS", -1)
+        answers = iter(["third"])
+        self.assertIsNone(answer.current("basis"))
+
+    def test_a_program_that_does_not_answer_is_told_as_a_state_and_is_never_waited_for(self) -> None:
+        program = self.make_program_()
+        self.replace(openclaw_program, "QUESTION_SECONDS", 0.3)
+        os.makedirs(self.path(".openclaw/workspace"))
+        cases = {
+            HANG: "openclaw did not answer within 0.3 seconds.",
+            FLOOD: "openclaw wrote more than it should.",
+            ASK: "openclaw says: no answer.",
+            "echo garbage": "openclaw says: garbage.",
+            "echo '{}'": "openclaw does not list its agents.",
+            """echo '{"error": {"message": "Broken."}}'; exit 1""": "openclaw says: Broken.",
+        }
+        for number, (script, state) in enumerate(cases.items()):
+            with self.subTest(script):
+                program.always(script)
+                self.configure(f"{{}} // {number}")
+                started = time.monotonic()
+                self.assertEqual(self.rows("id", "state"), [("main", "default")])
+                self.assertLess(time.monotonic() - started, 0.25)
+                self.assertEqual(self.told("id", "state"), [("main", state)])
+
+    def test_a_configuration_that_cannot_be_read_is_told_where_an_agent_is_managed(self) -> None:
+        self.configure("{}")
+        app.adopt_local_agent("openclaw", "main", "Main", "")
+        self.configure("{broken")
+        ((name, state),) = self.rows("id", "state")
+        self.assertRegex(f"{name} {state}", "main The file .*openclaw.json is not a JSON5 configuration: .*")
+        self.assertIn("is not a JSON5", self.refusal(app.list_skills, "openclaw"))
+        self.assertIn("is not a JSON5", self.refusal(app.get_adapter_snapshot, "openclaw"))
+
+
+class AgentChangeTest(OpenClawTestCase):
+    def setUp(self) -> None:
+        super().setUp()
+        self.program = self.make_program_()
+        self.before = '{"agents": {"entries": {"a": {}, "b": {"name": "Bee"}}}} // mine'
+        self.configure(self.before)
+
+    def does_and_writes(self, command: str, answer: object, config: object) -> None:
+        """Have the program answer a command, after it has changed its configuration."""
+        written = self.make_file(f"written {command}", json.dumps(config))
+        reply = self.make_file(f"reply {command}", json.dumps(answer))
+        self.program.does(command, f"cp '{written}' {self.path(CONFIG)}; cat '{reply}'")
+
+    def backups(self) -> list[str]:
+        return [self.read(f".openclaw/{name}") for name in self.files_below(".openclaw") if ".bak." in name]
+
+    def test_an_agent_is_added_by_the_program_and_named(self) -> None:
+        entries: dict[str, object] = {"a": {}, "b": {}, "uml": {"name": "uml", "identity": {"name": "Uml Agent"}}}
+        self.does_and_writes("agents add uml", {"agentId": "uml"}, {"agents": {"entries": dict(entries, uml={})}})
+        self.does_and_writes("agents set-identity --agent=uml", {"agentId": "uml"}, {"agents": {"entries": entries}})
+        row = app.add_local_agent("openclaw", "uml", "Uml Agent", self.path(".openclaw/agents/uml"))
+        self.assertEqual((row["id"], row["name"], row["origin"]), ("uml", "Uml Agent", "managed"))
+        workspace = self.path(".openclaw/workspace-uml")
+        self.assertEqual(
+            self.program.changes(),
+            [
+                f"agents add uml --workspace={workspace} --non-interactive --json",
+                "agents set-identity --agent=uml --name=Uml Agent --json",
+            ],
+        )
+        self.assertEqual(self.backups()[0], self.before)
+        self.assertIn("hyphen", self.refusal(app.add_local_agent, "openclaw", "-x", "X", ""))
+        self.assertIn("absolute", self.refusal(app.add_local_agent, "openclaw", "x", "X", "relative"))
+
+    def test_renaming_goes_through_the_program(self) -> None:
+        app.adopt_local_agent("openclaw", "b", "Bee", "")
+        self.does_and_writes(
+            "agents set-identity", {}, {"agents": {"entries": {"b": {"name": "Bee", "identity": {"name": "-Queen"}}}}}
+        )
+        self.assertEqual(app.rename_local_agent("openclaw", "b", "-Queen")["name"], "-Queen")
+        self.assertEqual(self.program.changes(), ["agents set-identity --agent=b --name=-Queen --json"])
+        self.assertEqual((self.rows("name"), self.backups()), ([("-Queen",)], [self.before]))
+
+    def test_deleting_goes_through_the_program_and_the_reply_says_what_went(self) -> None:
+        app.adopt_local_agent("openclaw", "b", "Bee", "")
+        removed = [{"path": "/w", "method": "trash"}, {"path": "/s", "method": "missing"}]
+        only_a: dict[str, object] = {"agents": {"entries": {"a": {}}}}
+        self.does_and_writes("agents delete", {"removed": removed, "failed": []}, only_a)
+        done = app.delete_local_agent("openclaw", "b", True)
+        self.assertEqual(done, {"ecosystem": "openclaw", "id": "b", "removed": ["/w"]})
+        self.assertEqual(self.program.changes(), ["agents delete b --force --json"])
+        self.assertEqual((self.rows("id"), self.backups()), ([("a",)], [self.before]))
+        app.adopt_local_agent("openclaw", "a", "A", "")
+        self.assertIn("it is the last one", self.refusal(app.delete_local_agent, "openclaw", "a", True))
+        self.assertEqual(len(self.program.changes()), 1)
+
+    def test_what_the_program_could_not_move_is_told_and_the_agent_is_gone(self) -> None:
+        app.adopt_local_agent("openclaw", "b", "Bee", "")
+        answer = {"removed": [], "failed": [{"path": "/w", "error": "busy"}]}
+        self.does_and_writes("agents delete", answer, {"agents": {"entries": {"a": {}}}})
+        message = self.refusal(app.delete_local_agent, "openclaw", "b", True)
+        self.assertIn("The agent was deleted, but OpenClaw could not move this to the trash: /w (busy).", message)
+        self.assertEqual(self.rows("id", "origin"), [("a", "discovered")])
+
+    def test_a_program_that_fails_changes_nothing_of_ours_and_its_words_are_told(self) -> None:
+        app.adopt_local_agent("openclaw", "b", "Bee", "")
+        before = self.read(".nelo/agents.json")
+        self.replace(openclaw_program, "ACTION_SECONDS", 0.3)
+        changes: dict[Callable[..., object], list[object]] = {
+            app.add_local_agent: ["openclaw", "c", "C", ""],
+            app.rename_local_agent: ["openclaw", "b", "B"],
+            app.delete_local_agent: ["openclaw", "b", True],
+        }
+        words = {
+            """echo '{"error": {"message": "Not allowed"}}'; exit 1""": "openclaw says: Not allowed.",
+            "echo old Node >&2; exit 1": "openclaw says: old Node.",
+            HANG: "openclaw did not answer within 0.3 seconds.",
+            FLOOD: "openclaw wrote more than it should.",
+            ASK: "openclaw says: no answer.",
+            "exit 0": "openclaw says: nothing that can be understood.",
+        }
+        for script, said in words.items():
+            self.program.always(script)
+            for function, arguments in changes.items():
+                with self.subTest(script, function=function.__name__):
+                    self.assertRegex(self.refusal(function, *arguments), rf"^The agent was not \w+: {said}$")
+        self.assertEqual((self.read(".nelo/agents.json"), self.read(CONFIG)), (before, self.before))
+
+    def test_without_the_program_nothing_is_changed_and_the_sentence_says_so(self) -> None:
+        app.adopt_local_agent("openclaw", "b", "Bee", "")
+        os.remove(self.program.path)
+        changes: dict[Callable[..., object], list[object]] = {
+            app.add_local_agent: ["openclaw", "c", "C", ""],
+            app.rename_local_agent: ["openclaw", "b", "B"],
+            app.delete_local_agent: ["openclaw", "b", True],
+        }
+        for function, arguments in changes.items():
+            with self.assertRaisesRegex(BackendError, "only OpenClaw itself can do that, and it is not installed"):
+                function(*arguments)
+        self.assertEqual((self.rows("id", "origin")[1], self.backups()), (("b", "managed"), []))
+
+
+class SkillListTest(OpenClawTestCase):
+    def make_skill(self, folder: str, name: str, description: str = "Tells.", metadata: str = "") -> str:
+        more = f"metadata: {metadata}\n" if metadata else ""
+        self.make_file(f"{folder}/SKILL.md", f"---\nname: {name}\ndescription: {description}\n{more}---\n")
+        return self.path(folder)
+
+    def skills(self) -> list[tuple[object, ...]]:
+        return [(row["source"], row["name"], os.path.relpath(str(row["path"]), self.home)) for row in app.list_skills("openclaw")]
+
+    def test_of_each_name_the_skill_in_the_highest_folder_is_listed(self) -> None:
+        self.configure("{skills: {load: {extraDirs: ['~/extra']}}}")
+        program = self.make_program_()
+        os.makedirs(self.path("package"))
+        os.rename(program.path, self.path("package/openclaw.mjs"))
+        os.symlink(self.path("package/openclaw.mjs"), program.path)
+        folders = [
+            (".openclaw/workspace/skills", "main"),
+            (".openclaw/workspace/.agents/skills", "main"),
+            (".agents/skills", "personal"),
+            (".openclaw/skills", "managed"),
+            (".openclaw/agents/main/agent/workshop-skills", "workshop"),
+            ("package/skills", "bundled"),
+            ("package/custodian-skills", "custodian"),
+            ("extra", "extra"),
+            (".openclaw/plugin-skills", "extra"),
+        ]
+        wanted: list[tuple[object, ...]] = []
+        for number, (folder, source) in enumerate(reversed(folders)):
+            self.make_skill(f"{folder}/same", "same")
+            self.make_skill(f"{folder}/a/b/c/d/e/only", f"only-{number}")
+            self.make_skill(f"{folder}/a/b/c/d/e/f/deeper", f"deeper-{number}")
+            self.make_skill(f"{folder}/silent", f"silent-{number}", "")
+            wanted.insert(0, (source, f"only-{number}", f"{folder}/a/b/c/d/e/only"))
+        wanted.insert(1, ("main", "same", f"{folders[0][0]}/same"))
+        self.assertEqual(self.skills(), wanted)
+        self.wait_until_idle()
+        shown = app.get_adapter_snapshot("openclaw")
+        self.assertEqual((shown["configPath"], shown["skillDirs"]), (self.path(CONFIG), [self.path(it) for it, _ in folders]))
+
+    def test_a_skill_of_one_agent_hides_no_skill_from_another(self) -> None:
+        self.configure("{agents: {entries: {a: {workspace: '~/a'}, b: {workspace: '~/b'}}}}")
+        self.make_skill("a/skills/one", "one")
+        self.make_skill(".openclaw/skills/one", "one")
+        self.assertEqual(self.skills(), [("a", "one", "a/skills/one"), ("managed", "one", ".openclaw/skills/one")])
+        self.make_skill("b/skills/one", "one")
+        self.assertEqual(self.skills(), [("a", "one", "a/skills/one"), ("b", "one", "b/skills/one")])
+
+    def test_what_the_program_says_of_a_skill_is_joined(self) -> None:
+        program = self.make_program_()
+        self.configure("{}")
+        self.make_skill(".openclaw/skills/one", "one", metadata="{'openclaw': {'primaryEnv': 'KEY', 'skillKey': 'uno',},}")
+        missing = {"bins": ["op"], "anyBins": ["a", "b"], "env": ["KEY"], "config": ["x.y"], "os": ["darwin"]}
+        rows = [
+            {"name": "one", "source": "openclaw-managed", "eligible": False, "disabled": True, "missing": missing},
+            {"name": "far", "source": "openclaw-node", "description": "Far.", "eligible": True, "primaryEnv": "FAR"},
+        ]
+        program.answers("skills list --json --agent=main", {"skills": rows})
+        (row,) = app.list_skills("openclaw")
+        self.assertEqual((row["skillKey"], row["primaryEnv"], row.get("eligible")), ("uno", "KEY", None))
+        self.wait_until_idle()
+        row, far = app.list_skills("openclaw")
+        self.assertEqual(
+            (row["eligible"], row["missing"]),
+            (
+                False,
+                ["it is disabled", "the program op", "one of the programs a, b", "the variable KEY", "the setting x.y"]
+                + ["the system darwin"],
+            ),
+        )
+        self.assertEqual(
+            (far["source"], far["name"], far["description"], far["primaryEnv"], far["eligible"], far["path"]),
+            ("node", "far", "Far.", "FAR", True, ""),
+        )
+
+    def test_the_lists_are_quick_with_many_agents_and_skills_whatever_the_program_does(self) -> None:
+        program = self.make_program_()
+        program.always(HANG)
+        self.replace(openclaw_program, "QUESTION_SECONDS", 0.2)
+        for number in range(200):
+            self.make_skill(f".openclaw/skills/group-{number % 7}/skill-{number}", f"skill-{number}", metadata="{a: [1,],}")
+        self.configure({"agents": {"entries": {f"agent-{number}": {} for number in range(20)}}})
+        lists: list[Callable[[], list[object]]] = [
+            lambda: [*app.sync_local_agents_to_core()],
+            lambda: [*app.list_skills("openclaw")],
+        ]
+        for function in lists:
+            times: list[float] = []
+            for _ in range(20):
+                started = time.perf_counter()
+                self.assertGreaterEqual(len(function()), 20)
+                times.append(time.perf_counter() - started)
+            self.assertLess(sorted(times)[10], 0.05)
+
+
+class EntryTest(OpenClawTestCase):
+    def save(self) -> None:
+        app.save_skill_entry("openclaw", "weather", {"enabled": True, "apiKey": "sk-secret"})
+
+    def test_the_program_checks_a_copy_before_it_replaces_the_file(self) -> None:
+        program = self.make_program_()
+        self.configure("{a: 1} // mine")
+        checked = self.path("checked")
+        program.does("config validate", f'cp "$OPENCLAW_CONFIG_PATH" {checked}; echo \'{json.dumps(VALID)}\'')
+        self.save()
+        self.assertEqual(self.read("checked"), self.read(CONFIG))
+        self.assertNotIn("secret", " ".join(program.calls()))
+        self.assertEqual(len(self.files_below(".openclaw")), 2)
+
+    def test_what_the_program_refuses_is_not_saved_and_its_words_are_told(self) -> None:
+        program = self.make_program_()
+        self.replace(openclaw_program, "ACTION_SECONDS", 0.3)
+        self.configure("{a: 1}")
+        invalid = {"valid": False, "error": {"message": "Invalid"}, "issues": [{"path": "a", "message": "Unrecognized key"}]}
+        for script, said in {
+            f"echo '{json.dumps(invalid)}'; exit 1": "openclaw says: Invalid a: Unrecognized key.",
+            "echo '{}'": "openclaw says: {}.",
+            HANG: "openclaw did not answer within 0.3 seconds.",
+            "echo old Node >&2; exit 1": "openclaw says: old Node.",
+        }.items():
+            program.always(script)
+            self.assertEqual(self.refusal(self.save), f"The settings were not saved: {said}")
+            self.assertEqual((self.read(CONFIG), self.files_below(".openclaw")), ("{a: 1}", ["openclaw.json"]))
+
+    def test_a_file_that_changed_meanwhile_is_not_replaced(self) -> None:
+        program = self.make_program_()
+        self.configure("{a: 1}")
+        program.does("config validate", f"echo '{{b: 2}}' > {self.path(CONFIG)}; echo '{json.dumps(VALID)}'")
+        self.assertIn("was changed by another program meanwhile", self.refusal(self.save))
+        self.assertEqual((self.read(CONFIG), self.files_below(".openclaw")), ("{b: 2}\n", ["openclaw.json"]))
+
+
+class StatusTest(OpenClawTestCase):
+    def test_agents_are_online_when_the_gateway_answers(self) -> None:
+        program = self.make_program_()
+        self.configure("{}")
+        os.makedirs(self.path(".openclaw/workspace"))
+        self.assertEqual(openclaw.STATUS_SECONDS, 5.0)
+        self.replace(openclaw, "STATUS_SECONDS", 1.0)
+        for script, state in {
+            """echo '{"rpc": {"ok": true}}'""": "online",
+            """echo '{"rpc": {"ok": false}}'""": "offline",
+            """echo '{"rpc": true}'""": "offline",
+            "echo garbage": "offline",
+            HANG: "offline",
+        }.items():
+            program.always(script)
+            self.assertEqual([row["state"] for row in app.list_core_agents("openclaw", False)], [state])
+            self.assertEqual(len(app.list_core_agents("openclaw", True)), 1 if state == "online" else 0)
+        os.remove(program.path)
+        self.assertEqual([row["state"] for row in app.list_core_agents("openclaw", False)], ["offline"])
