@@ -25,7 +25,7 @@ need() {
 }
 
 need_for_building() {
-    need "what builds Nelo" g++ ccache cmake ninja-build qt6-base-dev libicu-dev nlohmann-json3-dev \
+    need "what builds Nelo" g++ ccache cmake ninja-build qt6-base-dev libcurl4-openssl-dev libicu-dev nlohmann-json3-dev \
         libsimdjson-dev libx11-dev zlib1g-dev python3-minimal python3
 }
 

@@ -15,7 +15,7 @@ constexpr std::array endpointVariables{"NELO_OPENAI_BASE_URL", "NELO_DEEPSEEK_BA
 
 } // namespace
 
-ChatCalls::ChatCalls(std::chrono::milliseconds patience) : client(std::make_unique<ChatClient>(patience))
+ChatCalls::ChatCalls(const TransferLimits& limits) : client(std::make_unique<ChatClient>(limits))
 {
     setEndpoint(server.url());
 }

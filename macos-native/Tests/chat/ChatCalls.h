@@ -11,7 +11,7 @@
 class ChatCalls final
 {
 public:
-    explicit ChatCalls(std::chrono::milliseconds patience = std::chrono::seconds(60));
+    explicit ChatCalls(const TransferLimits& limits = {});
     ChatCalls(const ChatCalls&) = delete;
     ChatCalls& operator=(const ChatCalls&) = delete;
     ~ChatCalls();

@@ -15,7 +15,7 @@ struct HttpAnswer
         std::chrono::milliseconds pause; // before the bytes
         QByteArray bytes;
     };
-    enum class End { KeepOpen, Close };
+    enum class End { KeepOpen, Close, Reset };
 
     QList<Piece> pieces;
     End end = End::KeepOpen;

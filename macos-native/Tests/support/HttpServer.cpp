@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+#include <sys/socket.h>
+
 namespace {
 
 constexpr QByteArrayView endOfHead("\r\n\r\n");
@@ -40,12 +42,22 @@ std::optional<HttpRequest> takeRequest(QByteArray& buffer)
     return request;
 }
 
+/// Ends the connection so that the other side does not take it for the end of an answer.
+void reset(QTcpSocket* connection)
+{
+    const linger atOnce{1, 0};
+    setsockopt(static_cast<int>(connection->socketDescriptor()), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+    connection->abort();
+}
+
 /// Puts the pieces from `index` on the wire, each after its pause.
 void sendPieces(QTcpSocket* connection, const HttpAnswer& answer, qsizetype index = 0)
 {
     if (index == answer.pieces.size()) {
         if (answer.end == HttpAnswer::End::Close)
             connection->disconnectFromHost(); // after what is still to be written
+        if (answer.end == HttpAnswer::End::Reset)
+            reset(connection);
         return;
     }
     const auto sendPiece = [connection, answer, index] {
@@ -75,9 +87,9 @@ QByteArray HttpRequest::header(const QByteArray& name) const
     return found == headers.end() ? QByteArray() : found->second;
 }
 
-HttpServer::HttpServer() : m_scheme(QStringLiteral("http")), m_server(std::make_unique<QTcpServer>())
+HttpServer::HttpServer(quint16 port) : m_scheme(QStringLiteral("http")), m_server(std::make_unique<QTcpServer>())
 {
-    listen();
+    listen(port);
 }
 
 HttpServer::HttpServer(const QSslConfiguration& tls) : m_scheme(QStringLiteral("https"))
@@ -85,7 +97,7 @@ HttpServer::HttpServer(const QSslConfiguration& tls) : m_scheme(QStringLiteral("
     auto server = std::make_unique<QSslServer>();
     server->setSslConfiguration(tls);
     m_server = std::move(server);
-    listen();
+    listen(0);
 }
 
 void HttpServer::answerEach(const HttpAnswer& answer)
@@ -130,11 +142,11 @@ qsizetype HttpServer::openConnections() const
     });
 }
 
-void HttpServer::listen()
+void HttpServer::listen(quint16 port)
 {
     holdAnswers();
     connect(m_server.get(), &QTcpServer::pendingConnectionAvailable, this, &HttpServer::accept);
-    if (!m_server->listen(QHostAddress::LocalHost))
+    if (!m_server->listen(QHostAddress::LocalHost, port))
         qFatal("no loopback port: %s", qPrintable(m_server->errorString()));
 }
 

@@ -29,7 +29,7 @@ struct HttpRequest
     QByteArray header(const QByteArray& name) const;
 };
 
-/// A real HTTP server on a loopback port of its own, run by the event loop of the thread that made it, that answers
+/// A real HTTP server on loopback, run by the event loop of the thread that made it, that answers
 /// what the test says and remembers what it was asked.
 class HttpServer final : public QObject
 {
@@ -39,7 +39,8 @@ public:
     /// Decides what a request gets; nothing leaves it waiting for `answer()`.
     using Script = std::function<std::optional<HttpAnswer>(const HttpRequest&)>;
 
-    HttpServer();
+    /// On `port`, or on one that is free.
+    explicit HttpServer(quint16 port = 0);
     /// Speaks TLS with this configuration's certificate and key.
     explicit HttpServer(const QSslConfiguration& tls);
 
@@ -66,7 +67,7 @@ signals:
     void requested(const HttpRequest& request);
 
 private:
-    void listen();
+    void listen(quint16 port);
     void accept();
     void read(QTcpSocket* connection);
     void receive(QTcpSocket* connection, const HttpRequest& request);

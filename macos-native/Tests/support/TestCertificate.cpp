@@ -4,17 +4,25 @@
 #include <QSslConfiguration>
 #include <QTemporaryDir>
 
-TestCertificate TestCertificate::make()
+namespace {
+
+void runOpenssl(const QString& arguments)
+{
+    if (QProcess::execute(QStringLiteral("openssl"), arguments.split(QLatin1Char(' '))) != 0)
+        qFatal("openssl makes no certificate");
+}
+
+} // namespace
+
+TestCertificate TestCertificate::make(const QString& name, int days)
 {
     const QTemporaryDir folder;
     const QString certificateFile = folder.filePath(QStringLiteral("certificate.pem"));
     const QString keyFile = folder.filePath(QStringLiteral("key.pem"));
-    const QString command =
-        QStringLiteral("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj /CN=Test "
-                       "-addext subjectAltName=IP:127.0.0.1 -out %1 -keyout %2")
-            .arg(certificateFile, keyFile);
-    if (QProcess::execute(QStringLiteral("openssl"), command.split(QLatin1Char(' '))) != 0)
-        qFatal("openssl makes no certificate");
+    runOpenssl(QStringLiteral("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=Test "
+                              "-addext subjectAltName=%1 -out %2 -keyout %3")
+                   .arg(name, certificateFile, keyFile));
+    runOpenssl(QStringLiteral("x509 -in %1 -signkey %2 -days %3 -out %1").arg(certificateFile, keyFile).arg(days));
     QFile key(keyFile);
     if (!key.open(QFile::ReadOnly))
         qFatal("no key: %s", qPrintable(key.errorString()));

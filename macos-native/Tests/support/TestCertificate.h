@@ -5,13 +5,14 @@
 
 class QSslConfiguration;
 
-/// A certificate for 127.0.0.1 that nobody signed but itself, made by the `openssl` program when it is asked for.
+/// A certificate that nobody signed but itself, made by the `openssl` program when it is asked for.
 struct TestCertificate
 {
     QSslCertificate certificate;
     QSslKey key;
 
-    static TestCertificate make();
+    /// For `name`, for so many `days` from now; -1 has ended yesterday.
+    static TestCertificate make(const QString& name = QStringLiteral("IP:127.0.0.1"), int days = 2);
 
     /// For a server that shows this certificate.
     QSslConfiguration forServer() const;

@@ -6,6 +6,8 @@
 
 #include <QTest>
 
+#include <algorithm>
+
 /// Asking a provider while one call after the other fails, the client's as well as the server's: both are in here.
 class TestChatCallFaults final : public QObject
 {
@@ -17,25 +19,27 @@ private slots:
     void anAnswerOrAFailureComesOnce_data()
     {
         QTest::addColumn<Fault>("fault");
-        QTest::addColumn<QStringList>("told"); // one of these; when there is none, the answer comes all the same
+        QTest::addColumn<QStringList>(
+            "told"); // begins with one of these; when there is none, the answer comes all the same
         const auto lasting = [](const char* kind, int outcome) {
             return Fault{.kind = kind, .outcome = outcome, .isLasting = true};
         };
-        QTest::newRow("nobody listens") << lasting("connect", ECONNREFUSED)
-                                        << QStringList{QStringLiteral("<Connection refused>")};
-        QTest::newRow("there is no network")
-            << lasting("connect", ENETUNREACH) << QStringList{QStringLiteral("<Network unreachable>")};
-        QTest::newRow("out of descriptors")
-            << lasting("socket", EMFILE) << QStringList{QStringLiteral("<Out of resources>")};
-        QTest::newRow("out of ports for a moment")
-            << Fault{"connect", EADDRNOTAVAIL} << QStringList(); // Qt tries again
+        const QStringList unreachable{QStringLiteral("<127.0.0.1: Couldn't connect to server>")};
+        QTest::newRow("nobody listens") << lasting("connect", ECONNREFUSED) << unreachable;
+        QTest::newRow("there is no network") << lasting("connect", ENETUNREACH) << unreachable;
+        QTest::newRow("out of descriptors") << lasting("socket", EMFILE) << unreachable;
+        QTest::newRow("out of ports") << Fault{"connect", EADDRNOTAVAIL} << unreachable;
+        QTest::newRow("out of threads") << lasting("thread", EAGAIN)
+                                        << QStringList{QStringLiteral("<127.0.0.1: Failed initialization>")};
 
         // While we send the question; while the server sends the answer.
-        const QStringList broken{QStringLiteral("<Unknown error>"), QStringLiteral("<Connection closed>")};
+        const QStringList broken{QStringLiteral("<127.0.0.1: Send failure: Connection reset by peer>"),
+                                 QStringLiteral("<127.0.0.1: Send failure: Broken pipe>"),
+                                 QStringLiteral("<127.0.0.1: Empty reply from server>"),
+                                 QStringLiteral("<127.0.0.1: transfer closed with ")};
         QTest::newRow("the connection breaks") << Fault{"send", ECONNRESET} << broken;
         QTest::newRow("the other end has gone") << Fault{"send", EPIPE} << broken;
-        QTest::newRow("a write takes half, and then the connection breaks")
-            << Fault{"send", -ECONNRESET} << QStringList{QStringLiteral("<Connection closed>")};
+        QTest::newRow("a write takes half, and then the connection breaks") << Fault{"send", -ECONNRESET} << broken;
         QTest::newRow("a write takes half") << Fault{"send", 0} << QStringList();
         QTest::newRow("a signal interrupts a write") << Fault{"send", EINTR} << QStringList();
 
@@ -51,9 +55,10 @@ private slots:
         const QString question(100'000, QLatin1Char('q'));
         EveryFault faults(fault);
         while (faults.next()) {
-            ChatCalls calls(std::chrono::seconds(5));
+            ChatCalls calls(TransferLimits{.silence = std::chrono::seconds(5)});
             calls.server.answerEach(HttpAnswer::message(200, replyBody(answer)));
             QCOMPARE(textOf(calls.ask()), answer); // what is opened once is open then
+            calls.client = std::make_unique<ChatClient>(TransferLimits{.silence = std::chrono::seconds(5)});
             const int descriptors = ProcessTable::openDescriptors();
             calls.outcomes.clear();
             faults.during([&] {
@@ -63,10 +68,14 @@ private slots:
             QCOMPARE(calls.outcomes.size(), 1U);
             const QString outcome = textOf(calls.outcomes.front());
             const bool isToFail = faults.hasStruck() && !told.isEmpty();
-            QVERIFY2(isToFail ? told.contains(outcome) : outcome == answer, qPrintable(outcome.left(200)));
+            const bool isTold = std::any_of(told.begin(), told.end(), [&outcome](const QString& beginning) {
+                return outcome.startsWith(beginning);
+            });
+            QVERIFY2(isToFail ? isTold : outcome == answer, qPrintable(outcome.left(200)));
 
             QCOMPARE(textOf(calls.ask()), answer);
             QCOMPARE(calls.outcomes.size(), 1U);
+            calls.client.reset();
             QTRY_COMPARE(ProcessTable::openDescriptors(), descriptors);
         }
         QVERIFY(faults.strikes() > 0);

@@ -82,40 +82,6 @@ private slots:
         QCOMPARE(failed, 6);
     }
 
-    void nothingIsSentTwiceWhileOthersAreUnderWay()
-    {
-        m_calls->server.answerBy([](const HttpRequest& request) -> std::optional<HttpAnswer> {
-            const QString question = questionOf(request);
-            if (question == QStringLiteral("held"))
-                return std::nullopt;
-            return question == QStringLiteral("answered") ? HttpAnswer::message(200, replyBody(question))
-                                                          : HttpAnswer::rawThenClose("");
-        });
-        m_calls->start(QStringLiteral("held"));
-        m_calls->start(QStringLiteral("answered"));
-        QVERIFY(m_calls->waitForOutcomes(1));
-        m_calls->start(QStringLiteral("closed on"));
-        QVERIFY(m_calls->waitForOutcomes(2));
-        QCOMPARE(textOf(m_calls->outcomes.back()), QStringLiteral("<Connection closed>"));
-        QCOMPARE(m_calls->server.requests().size(), 3);
-    }
-
-    void noConnectionServesTwoCalls()
-    {
-        m_calls->server.answerBy([](const HttpRequest& request) -> std::optional<HttpAnswer> {
-            if (questionOf(request) == QStringLiteral("held"))
-                return std::nullopt;
-            return HttpAnswer::message(200, replyBody(questionOf(request)));
-        });
-        m_calls->start(QStringLiteral("held"));
-        for (int call = 1; call <= 20; ++call) {
-            m_calls->start(QString::number(call));
-            QVERIFY(m_calls->waitForOutcomes(static_cast<std::size_t>(call)));
-            QCOMPARE(textOf(m_calls->outcomes.back()), QString::number(call));
-        }
-        QCOMPARE(m_calls->server.connectionCount(), 21);
-    }
-
     void aSlowProviderDoesNotHoldUpAnother()
     {
         for (int call = 0; call < 10; ++call) // more than there are connections; none is answered
@@ -131,7 +97,7 @@ private slots:
 
     void noCallTimesOutWhileItWaitsForAnother()
     {
-        m_calls->client = std::make_unique<ChatClient>(std::chrono::milliseconds(600));
+        m_calls->client = std::make_unique<ChatClient>(TransferLimits{.silence = std::chrono::milliseconds(600)});
         m_calls->server.answerBy([](const HttpRequest& request) {
             return HttpAnswer::message(200, replyBody(questionOf(request))).delayedBy(std::chrono::milliseconds(250));
         });
@@ -140,16 +106,6 @@ private slots:
         QVERIFY(m_calls->waitForOutcomes(24));
         for (const ChatOutcome& outcome : std::as_const(m_calls->outcomes))
             QVERIFY2(std::holds_alternative<ChatText>(outcome), qPrintable(errorDescription(outcome)));
-    }
-
-    void noConnectionIsLeftAfterTheReply()
-    {
-        m_calls->server.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("hello"))).keptAlive());
-        for (int call = 1; call <= 3; ++call) {
-            QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
-            QTRY_COMPARE(m_calls->server.openConnections(), 0);
-            QCOMPARE(m_calls->server.connectionCount(), call);
-        }
     }
 
     void aClientThatGoesTakesItsCallsWithIt()

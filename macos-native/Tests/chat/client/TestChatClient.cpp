@@ -1,7 +1,6 @@
 #include "chat/client/ChatClient.h"
 
 #include "chat/ChatCalls.h"
-#include "chat/client/ChatRequest.h"
 #include "support/Warnings.h"
 
 #include <QJsonArray>
@@ -25,13 +24,6 @@ private slots:
 
     void cleanup() { m_calls.reset(); }
 
-    void waitsAMinuteForASilentServer()
-    {
-        QCOMPARE(ChatClient::defaultPatience, std::chrono::seconds(60));
-        const QUrl url(QStringLiteral("https://api.example/"));
-        QCOMPARE(chatRequest(url, QStringLiteral("key"), ChatClient::defaultPatience).transferTimeout(), 60'000);
-    }
-
     void postsExactlyToTheEndpoint()
     {
         m_calls->setEndpoint(m_calls->server.url(QStringLiteral("/own/path?a=1&b=%20c")));
@@ -44,7 +36,10 @@ private slots:
         QCOMPARE(request.header("Content-Type"), QByteArray("application/json"));
         QCOMPARE(request.header("Authorization"), QByteArray("Bearer sk-123 4"));
         QCOMPARE(request.count("Authorization"), 1);
-        QCOMPARE(request.header("Connection"), QByteArray("close")); // no other request is to wait for this connection
+        QCOMPARE(request.header("User-Agent"), QByteArray("Nelo/" NELO_VERSION));
+        QCOMPARE(request.header("Accept-Encoding"), QByteArray("gzip"));
+        for (const char* unwanted : {"Connection", "Expect", "Accept-Language", "Cookie"})
+            QCOMPARE(request.count(unwanted), 0);
         QCOMPARE(request.header("Content-Length"), QByteArray::number(request.body.size()));
     }
 
@@ -112,41 +107,6 @@ private slots:
         QCOMPARE(m_calls->logEntries(),
                  (QStringList{QStringLiteral("callChatAPI: provider=openai model=gpt-4o-mini url=not a url"),
                               QStringLiteral("callChatAPI aborted: invalid URL")}));
-    }
-
-    void statusesFromTheWire_data()
-    {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<QString>("failure");
-        for (const int status : {300, 305, 400, 401, 403, 404, 405, 407, 408, 409, 410, 413,
-                                 418, 422, 429, 451, 500, 501, 502, 503, 504, 529, 599}) {
-            QTest::addRow("%d brings its body", status)
-                << status << QByteArray("no\nway") << QStringLiteral("HTTP %1: no\nway").arg(status);
-        }
-        QTest::newRow("500 with an empty body") << 500 << QByteArray("") << QStringLiteral("HTTP 500: ");
-        QTest::newRow("500 with a body that is not UTF-8")
-            << 500 << QByteArray("caf\xe9") << QStringLiteral("HTTP 500: ");
-        QTest::newRow("200 with an empty body") << 200 << QByteArray("") << QStringLiteral("response missing choices");
-        QTest::newRow("200 with a page") << 200 << QByteArray("<html>") << QStringLiteral("response missing choices");
-        QTest::newRow("204 without a body") << 204 << QByteArray("") << QStringLiteral("empty response");
-        // The library reads no body after it, whatever came.
-        QTest::newRow("204 with a body all the same")
-            << 204 << replyBody(QStringLiteral("hello")) << QStringLiteral("empty response");
-        QTest::newRow("205 without a body") << 205 << QByteArray("") << QStringLiteral("empty response");
-        QTest::newRow("304 without a body") << 304 << QByteArray("") << QStringLiteral("empty response");
-    }
-
-    void statusesFromTheWire()
-    {
-        QFETCH(int, status);
-        QFETCH(QByteArray, body);
-        QFETCH(QString, failure);
-        m_calls->server.answerEach(HttpAnswer::message(status, body));
-        const ChatOutcome outcome = m_calls->ask();
-        QVERIFY(std::holds_alternative<NeloChatError>(outcome));
-        QCOMPARE(errorDescription(outcome), failure);
-        QCOMPARE(m_calls->server.requests().size(), 1);
     }
 
     void aReplyOfTwentyMegabytesArrivesWhole()

@@ -111,16 +111,25 @@ bool failsToOpen(int flags)
     return fails(Open) || (makesUnnamedFile(flags) && fails(Unnamed));
 }
 
-/// The kind of a write to the descriptor, if it moves data. The others wake a thread, and a lost wake-up is nobody's to
-/// mend.
+bool isOfNetwork(int socket)
+{
+    sockaddr_storage address{};
+    socklen_t size = sizeof address;
+    return getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size) == 0 && address.ss_family != AF_UNIX;
+}
+
+/// The kind of a write to the descriptor, if it moves data. The others wake a thread, as a pair of local sockets does,
+/// and a lost wake-up is nobody's to mend.
 std::optional<Kind> kindOfWrite(int descriptor)
 {
     struct stat status
     {};
     const int errorBefore = errno;
     const bool isKnown = fstat(descriptor, &status) == 0;
+    const bool wakes =
+        !isKnown || (status.st_mode & S_IFMT) == 0 || (S_ISSOCK(status.st_mode) && !isOfNetwork(descriptor));
     errno = errorBefore;
-    if (!isKnown || (status.st_mode & S_IFMT) == 0)
+    if (wakes)
         return std::nullopt;
     return S_ISSOCK(status.st_mode) ? Send : Write;
 }

@@ -1,27 +1,27 @@
 #include "chat/client/ChatClient.h"
 
 #include "base/Provider.h"
-#include "chat/client/ChatRequest.h"
-#include "chat/client/ChatTransferResult.h"
-#include "chat/client/ChatUpload.h"
-#include "chat/client/LoopbackAwareProxies.h"
+#include "chat/client/CurlFailure.h"
+#include "chat/client/CurlWorker.h"
 #include "chat/core/ChatLog.h"
 
-#include <QNetworkReply>
+#include <utility>
 
 namespace {
 
-constexpr int mostExchangesAtOnce = 6; // with one origin; as many as QNetworkAccessManager has connections to it
 constexpr int mostRedirects = 20;
 
-bool asksToPostElsewhere(int status)
+/// Why a request cannot be sent at all; nothing when it can. libcurl would guess at what a URL lacks.
+std::optional<ChatTransportError> obstacleTo(const ChatRequest& request)
 {
-    return status == 307 || status == 308;
-}
-
-ChatTransfer failedTransfer(const QString& text)
-{
-    return {ChatTransportError{text}, std::nullopt, std::nullopt};
+    const QString scheme = request.url.scheme();
+    if (scheme != QLatin1StringView("https") && scheme != QLatin1StringView("http"))
+        return curlFailure(request.url, CURLE_UNSUPPORTED_PROTOCOL);
+    if (request.url.host().isEmpty())
+        return curlFailure(request.url, CURLE_URL_MALFORMAT);
+    if (!isHeaderValue(request.apiKey))
+        return ChatTransportError{QStringLiteral("The API key has characters that cannot be sent")};
+    return std::nullopt;
 }
 
 /// What a transfer means. A server may repeat the key in its complaint, and a complaint is shown and logged.
@@ -40,17 +40,15 @@ ChatVerdict verdictOn(ChatTransfer transfer, const QString& apiKey)
 /// One call, which redirects may make more than one request.
 struct ChatClient::Exchange
 {
-    QUrl url;
-    QByteArray body; // none: to be fetched instead of posted
-    QString apiKey;
-    int redirects;
+    ChatRequest request;
     Completion completion;
+    int redirects = 0;
 };
 
-ChatClient::ChatClient(std::chrono::milliseconds patience, QObject* parent) : QObject(parent), m_patience(patience)
-{
-    m_manager.setProxyFactory(new LoopbackAwareProxies); // the manager's from now on
-}
+ChatClient::ChatClient(TransferLimits limits, QObject* parent) : QObject(parent), m_limits(std::move(limits))
+{}
+
+ChatClient::~ChatClient() = default;
 
 void ChatClient::callChatAPI(const QString& provider, const QString& model, const QList<NeloChatMessage>& messages,
                              const QString& apiKey, const Completion& completion)
@@ -63,89 +61,54 @@ void ChatClient::callChatAPI(const QString& provider, const QString& model, cons
         completion(NeloChatError{QStringLiteral("invalid URL")});
         return;
     }
-    m_waiting.append(std::make_shared<Exchange>(
-        Exchange{*url, chatRequestBody(model, messages), apiKey, /*redirects=*/0, completion}));
-    startWaiting();
-}
-
-/// Starts what waits, as far as there are connections. The manager would queue requests as well, but the timeouts of
-/// those it queues run already, and one connection's failure is all of theirs.
-void ChatClient::startWaiting()
-{
-    for (qsizetype index = 0; index < m_waiting.size();) {
-        int& underWay = m_underWay[originOf(m_waiting[index]->url)];
-        if (underWay == mostExchangesAtOnce) {
-            ++index;
-            continue;
-        }
-        ++underWay;
-        send(m_waiting.takeAt(index));
-    }
+    ++m_underWay;
+    send(std::make_shared<Exchange>(Exchange{{*url, apiKey, chatRequestBody(model, messages)}, completion}));
 }
 
 void ChatClient::send(const std::shared_ptr<Exchange>& exchange)
 {
-    if (!isHeaderValue(exchange->apiKey)) {
-        const ChatTransfer failure = failedTransfer(QStringLiteral("The API key has characters that cannot be sent"));
+    std::optional<ChatTransportError> obstacle = obstacleTo(exchange->request);
+    if (!obstacle && !m_worker)
+        m_worker = CurlWorker::start(this, m_limits, [this] { rest(); });
+    if (!obstacle && !m_worker)
+        obstacle = curlFailure(exchange->request.url, CURLE_FAILED_INIT);
+    if (obstacle) {
+        const ChatTransfer failure{obstacle, std::nullopt, std::nullopt};
         QMetaObject::invokeMethod(
             this, [this, exchange, failure] { conclude(exchange, failure); }, Qt::QueuedConnection);
         return;
     }
-    QNetworkReply* const reply = exchange->body.isEmpty() ? fetch(*exchange) : post(*exchange);
-    connect(reply, &QNetworkReply::finished, this, [this, exchange, reply] { receive(exchange, reply); });
+    m_worker->send(exchange->request, [this, exchange](const ChatTransfer& transfer) { receive(exchange, transfer); });
 }
 
-QNetworkReply* ChatClient::fetch(const Exchange& exchange)
+void ChatClient::receive(const std::shared_ptr<Exchange>& exchange, const ChatTransfer& transfer)
 {
-    return m_manager.get(chatRequest(exchange.url, exchange.apiKey, m_patience));
-}
-
-QNetworkReply* ChatClient::post(const Exchange& exchange)
-{
-    QNetworkRequest request = chatRequest(exchange.url, exchange.apiKey, m_patience);
-    request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
-    auto* const upload = new ChatUpload(exchange.body);
-    QNetworkReply* const reply = m_manager.post(request, upload);
-    upload->setParent(reply);
-    // A request that a server may have acted on is not sent again. But before a redirect the manager asks too, to leave
-    // the rest to us.
-    upload->setPolicy([reply] { return asksToPostElsewhere(statusOf(*reply).value_or(0)); });
-    return reply;
-}
-
-void ChatClient::receive(const std::shared_ptr<Exchange>& exchange, QNetworkReply* reply)
-{
-    reply->deleteLater();
-    const ChatTransfer transfer = transferOf(*reply);
-    const QUrl target = reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
-    const std::optional<QUrl> next =
-        transfer.error ? std::nullopt : redirectToFollow(exchange->url, transfer.status.value_or(0), target);
+    const std::optional<ChatRequest> next =
+        redirectToFollow(exchange->request, transfer.status.value_or(0), transfer.target);
     if (!next) {
         conclude(exchange, transfer);
         return;
     }
     if (++exchange->redirects > mostRedirects) {
-        conclude(exchange, failedTransfer(QStringLiteral("Too many redirects")));
+        const auto failure = failureInOwnWords(exchange->request.url, QStringLiteral("Too many redirects"));
+        conclude(exchange, {failure, std::nullopt, std::nullopt});
         return;
     }
-    exchange->url = *next;
-    if (!asksToPostElsewhere(*transfer.status))
-        exchange->body.clear(); // to be fetched, as everybody does, and 303 demands
+    exchange->request = *next;
     send(exchange);
 }
 
 void ChatClient::conclude(const std::shared_ptr<Exchange>& exchange, const ChatTransfer& transfer)
 {
-    const QString origin = originOf(exchange->url); // redirects stay there
-    if (--m_underWay[origin] == 0)
-        m_underWay.remove(origin);
-    startWaiting();
-    if (m_underWay.isEmpty()) {
-        // A server may keep connections that it was asked to close. They do not serve the next call: one that died
-        // while the machine slept swallows a request until its timeout; and between calls the program holds none.
-        m_manager.clearConnectionCache();
-    }
-    const ChatVerdict verdict = verdictOn(transfer, exchange->apiKey);
+    --m_underWay;
+    const ChatVerdict verdict = verdictOn(transfer, exchange->request.apiKey);
     neloChatLog(verdict.logEntry);
     exchange->completion(verdict.outcome); // last: it may end this client
+}
+
+/// Ends the thread, and with it the connections that were kept.
+void ChatClient::rest()
+{
+    if (m_underWay == 0) // otherwise a call has come meanwhile
+        m_worker.reset();
 }

@@ -3,6 +3,7 @@
 #include "chat/core/ChatOutcome.h"
 
 #include <QByteArray>
+#include <QUrl>
 
 #include <optional>
 
@@ -12,6 +13,7 @@ struct ChatTransfer
     std::optional<ChatTransportError> error; // it did not complete; whatever else it brought does not count
     std::optional<int> status;               // nothing when what came was no HTTP
     std::optional<QByteArray> body;          // nothing when there was none, which is not the same as an empty one
+    QUrl target{};                           // where the server says to go on; mostly empty
 };
 
 /// What a transfer means, and what the log says of it.

@@ -2,9 +2,17 @@
 
 #include "chat/core/NeloChatMessage.h"
 
-#include <QNetworkRequest>
+#include <QUrl>
 
-#include <chrono>
+#include <optional>
+
+/// What goes to an endpoint: the key with every request; the body when there is one, otherwise the URL is fetched.
+struct ChatRequest
+{
+    QUrl url;
+    QString apiKey;
+    QByteArray body;
+};
 
 /// The body of a request: a compact JSON object with the model, the role and content of every message in order, and no
 /// streaming.
@@ -13,12 +21,9 @@ QByteArray chatRequestBody(const QString& model, const QList<NeloChatMessage>& m
 /// Whether a key can be the value of a header: printable ASCII. A line break would end the header and begin another.
 bool isHeaderValue(const QString& key);
 
-/// A request to `url` with `apiKey`, which is a header value, that gives up when nothing moved for `patience`.
-QNetworkRequest chatRequest(const QUrl& url, const QString& apiKey, std::chrono::milliseconds patience);
-
-/// Scheme, host and port of `url`: what must be equal for a key to go along, and what connections are counted by.
+/// Scheme, host and port of `url`: what must be equal for a key to go along.
 QString originOf(const QUrl& url);
 
-/// Where an answer with `status` that points to `target` leads on: to the same origin as `url` only, because the key
+/// The request that follows an answer with `status` that points to `target`: to the same origin only, because the key
 /// goes along. Nothing when the answer stands for itself.
-std::optional<QUrl> redirectToFollow(const QUrl& url, int status, const QUrl& target);
+std::optional<ChatRequest> redirectToFollow(const ChatRequest& request, int status, const QUrl& target);

@@ -34,6 +34,8 @@ public:
             m_stream.avail_out = static_cast<uInt>(piece.size());
             state = inflate(&m_stream, Z_NO_FLUSH);
             content.append(piece.data(), static_cast<qsizetype>(piece.size() - m_stream.avail_out));
+            if (state == Z_STREAM_END && m_stream.avail_in > 0)
+                state = inflateReset(&m_stream); // another member follows
         }
         return state == Z_STREAM_END ? std::optional(content) : std::nullopt;
     }

@@ -1,7 +1,7 @@
-#include "chat/client/LoopbackAwareProxies.h"
+#include "chat/client/SystemProxy.h"
 
 #include <QHostAddress>
-#include <QNetworkProxy>
+#include <QUrl>
 
 namespace {
 
@@ -13,9 +13,9 @@ bool isLoopback(const QString& host)
 
 } // namespace
 
-QList<QNetworkProxy> LoopbackAwareProxies::queryProxy(const QNetworkProxyQuery& query)
+QNetworkProxy systemProxyFor(const QUrl& url)
 {
-    if (isLoopback(query.peerHostName()))
-        return {QNetworkProxy(QNetworkProxy::NoProxy)};
-    return systemProxyForQuery(query);
+    if (isLoopback(url.host()))
+        return QNetworkProxy::NoProxy;
+    return QNetworkProxyFactory::systemProxyForQuery(QNetworkProxyQuery(url)).value(0, QNetworkProxy::NoProxy);
 }

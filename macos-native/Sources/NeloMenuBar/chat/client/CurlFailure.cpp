@@ -1,0 +1,17 @@
+#include "chat/client/CurlFailure.h"
+
+#include <QUrl>
+
+#include <curl/curl.h>
+
+ChatTransportError curlFailure(const QUrl& url, int code, const QString& details)
+{
+    const bool isOfUse = !details.isEmpty() && !details.contains(url.host());
+    return failureInOwnWords(url,
+                             isOfUse ? details : QString::fromLatin1(curl_easy_strerror(static_cast<CURLcode>(code))));
+}
+
+ChatTransportError failureInOwnWords(const QUrl& url, const QString& words)
+{
+    return {url.host().isEmpty() ? words : url.host() + QStringLiteral(": ") + words};
+}

@@ -1,0 +1,220 @@
+#include "chat/client/CurlTransfer.h"
+
+#include "chat/client/CurlFailure.h"
+#include "chat/client/Gunzip.h"
+
+#include <utility>
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+namespace {
+
+bool forbidsBody(long status)
+{
+    return status < 200 || status == 204 || status == 205 || status == 304;
+}
+
+/// What libcurl calls a proxy of this kind; empty for none.
+QByteArray schemeOf(QNetworkProxy::ProxyType type)
+{
+    switch (type) {
+    case QNetworkProxy::Socks5Proxy:
+        return "socks5h://"; // which looks up the host's name too
+    case QNetworkProxy::HttpProxy:
+    case QNetworkProxy::HttpCachingProxy:
+        return "http://";
+    default:
+        return {};
+    }
+}
+
+QByteArray addressOf(const QNetworkProxy& proxy)
+{
+    const QByteArray port = proxy.port() == 0 ? QByteArray() : ':' + QByteArray::number(proxy.port());
+    return schemeOf(proxy.type()) + QUrl::toAce(proxy.hostName()) + port;
+}
+
+} // namespace
+
+CurlTransfer::CurlTransfer(ChatRequest request, const TransferLimits& limits)
+    : m_request(std::move(request)), m_limits(limits), m_handle(curl_easy_init(), curl_easy_cleanup),
+      m_headers(nullptr, curl_slist_free_all)
+{
+    set(CURLOPT_URL, m_request.url.toEncoded(QUrl::RemoveUserInfo | QUrl::RemoveFragment).constData());
+    set(CURLOPT_PATH_AS_IS, 1L);
+    set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    set(CURLOPT_USERAGENT, "Nelo/" NELO_VERSION);
+    set(CURLOPT_NOSIGNAL, 1L);
+    set(CURLOPT_QUICK_EXIT, 1L); // without waiting for a name server
+    set(CURLOPT_ERRORBUFFER, m_details.data());
+    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+    if (!limits.authoritiesFile.isEmpty())
+        set(CURLOPT_CAINFO, limits.authoritiesFile.constData());
+    if (!m_request.body.isEmpty()) {
+        set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(m_request.body.size()));
+        set(CURLOPT_POSTFIELDS, m_request.body.constData());
+    }
+    setHeaders();
+    setCallbacks();
+}
+
+template <typename Value> void CurlTransfer::set(CURLoption option, Value value)
+{
+    curl_easy_setopt(m_handle.get(), option, value);
+}
+
+void CurlTransfer::setHeaders()
+{
+    const QByteArray authorization = "Authorization: Bearer " + m_request.apiKey.toLatin1();
+    // The body is not to wait for a "continue"; and it is unpacked by ourselves, for libcurl takes what came of a
+    // packed body that breaks off for the whole.
+    for (const char* line :
+         {authorization.constData(), "Content-Type: application/json", "Accept-Encoding: gzip", "Expect:"})
+        m_headers.reset(curl_slist_append(m_headers.release(), line));
+    set(CURLOPT_HTTPHEADER, m_headers.get());
+}
+
+void CurlTransfer::setCallbacks()
+{
+    set(CURLOPT_HEADERFUNCTION, receiveHeader);
+    set(CURLOPT_HEADERDATA, this);
+    set(CURLOPT_WRITEFUNCTION, receiveBody);
+    set(CURLOPT_WRITEDATA, this);
+    set(CURLOPT_XFERINFOFUNCTION, observeProgress);
+    set(CURLOPT_XFERINFODATA, this);
+    set(CURLOPT_NOPROGRESS, 0L);
+    set(CURLOPT_SOCKOPTFUNCTION, beforeConnection);
+    set(CURLOPT_SOCKOPTDATA, this);
+    set(CURLOPT_PREREQFUNCTION, beforeRequest);
+    set(CURLOPT_PREREQDATA, this);
+}
+
+void CurlTransfer::prepare(const QNetworkProxy& proxy, std::chrono::seconds greatestIdleness)
+{
+    m_lastMove = Clock::now();
+    if (greatestIdleness.count() > 0)
+        set(CURLOPT_MAXAGE_CONN, static_cast<long>(greatestIdleness.count() - 1)); // libcurl counts whole seconds
+    else
+        set(CURLOPT_FRESH_CONNECT, 1L);
+    if (schemeOf(proxy.type()).isEmpty()) {
+        set(CURLOPT_NOPROXY, "*");
+        return;
+    }
+    set(CURLOPT_PROXY, addressOf(proxy).constData()); // and "no_proxy" as the environment says
+    if (proxy.user().isEmpty())
+        return;
+    set(CURLOPT_PROXYAUTH, CURLAUTH_BASIC | CURLAUTH_DIGEST | CURLAUTH_NTLM);
+    set(CURLOPT_PROXYUSERNAME, proxy.user().toUtf8().constData());
+    set(CURLOPT_PROXYPASSWORD, proxy.password().toUtf8().constData());
+}
+
+ChatTransfer CurlTransfer::result(CURLcode code)
+{
+    if (m_isKeptFromRepeating)
+        return failed(QStringLiteral("the connection closed before an answer; the message may have arrived"));
+    if (m_isSilent)
+        return {curlFailure(m_request.url, CURLE_OPERATION_TIMEDOUT), std::nullopt, std::nullopt};
+    if (code == CURLE_OK && !m_hasWholeHead) // which libcurl does not mind
+        return {curlFailure(m_request.url, CURLE_GOT_NOTHING), std::nullopt, std::nullopt};
+    if (code != CURLE_OK)
+        return {curlFailure(m_request.url, code, QString::fromUtf8(m_details.data())), std::nullopt, std::nullopt};
+    limitAcknowledgement();
+    return resultOfSuccess();
+}
+
+ChatTransfer CurlTransfer::resultOfSuccess()
+{
+    long status = 0;
+    curl_easy_getinfo(m_handle.get(), CURLINFO_RESPONSE_CODE, &status);
+    ChatTransfer transfer{std::nullopt, static_cast<int>(status), m_body, QUrl::fromEncoded(header("Location"))};
+    const QByteArray encoding = header("Content-Encoding").toLower();
+    const bool isPacked = encoding == "gzip" || encoding == "x-gzip"; // in the one way that we ask for
+    if (m_body.isEmpty() && forbidsBody(status))
+        transfer.body.reset();
+    if (m_body.isEmpty() || !isPacked)
+        return transfer;
+    transfer.body = gunzip(m_body);
+    return transfer.body ? transfer : failed(QStringLiteral("The answer cannot be unpacked"));
+}
+
+ChatTransfer CurlTransfer::failed(const QString& words) const
+{
+    return {failureInOwnWords(m_request.url, words), std::nullopt, std::nullopt};
+}
+
+/// Whether the request may go out now. A server may have acted on one that went out before, and it could act twice. But
+/// a proxy that asked for credentials has passed nothing on.
+bool CurlTransfer::mayBeSent()
+{
+    long status = 0;
+    curl_easy_getinfo(m_handle.get(), CURLINFO_RESPONSE_CODE, &status);
+    m_isKeptFromRepeating = m_isSent && status != 407;
+    return !m_isKeptFromRepeating;
+}
+
+/// The value of a header of the answer; empty when it has none.
+QByteArray CurlTransfer::header(const char* name) const
+{
+    curl_header* found = nullptr;
+    const CURLHcode code = curl_easy_header(m_handle.get(), name, 0, CURLH_HEADER, -1, &found);
+    return code == CURLHE_OK ? QByteArray(found->value).trimmed() : QByteArray();
+}
+
+/// Has the next request on this connection fail soon when its path has died meanwhile.
+void CurlTransfer::limitAcknowledgement()
+{
+    curl_socket_t socket = CURL_SOCKET_BAD;
+    curl_easy_getinfo(m_handle.get(), CURLINFO_ACTIVESOCKET, &socket);
+    if (socket == CURL_SOCKET_BAD)
+        return; // closed
+#ifdef Q_OS_MACOS
+    const auto limit = static_cast<int>(std::chrono::ceil<std::chrono::seconds>(m_limits.acknowledgement).count());
+    setsockopt(socket, IPPROTO_TCP, TCP_RXT_CONNDROPTIME, &limit, sizeof limit);
+#else
+    const auto limit = static_cast<unsigned>(m_limits.acknowledgement.count());
+    setsockopt(socket, IPPROTO_TCP, TCP_USER_TIMEOUT, &limit, sizeof limit);
+#endif
+}
+
+std::size_t CurlTransfer::receiveHeader(char* bytes, std::size_t /*always 1*/, std::size_t count, void* self)
+{
+    auto* const transfer = static_cast<CurlTransfer*>(self);
+    const QByteArrayView line(bytes, static_cast<qsizetype>(count));
+    transfer->m_hasWholeHead = line == "\r\n" || line == "\n";
+    transfer->m_lastMove = Clock::now();
+    return count;
+}
+
+std::size_t CurlTransfer::receiveBody(char* bytes, std::size_t /*always 1*/, std::size_t count, void* self)
+{
+    static_cast<CurlTransfer*>(self)->m_body.append(bytes, static_cast<qsizetype>(count));
+    return count;
+}
+
+int CurlTransfer::observeProgress(void* self, curl_off_t /*toReceive*/, curl_off_t received, curl_off_t /*toSend*/,
+                                  curl_off_t sent)
+{
+    auto* const transfer = static_cast<CurlTransfer*>(self);
+    const Clock::time_point now = Clock::now();
+    if (transfer->m_moved != received + sent)
+        transfer->m_lastMove = now;
+    transfer->m_moved = received + sent;
+    transfer->m_isSilent = now >= transfer->deadline();
+    return transfer->m_isSilent ? 1 : 0;
+}
+
+int CurlTransfer::beforeConnection(void* self, curl_socket_t /*socket*/, curlsocktype /*purpose*/)
+{
+    return static_cast<CurlTransfer*>(self)->mayBeSent() ? CURL_SOCKOPT_OK : CURL_SOCKOPT_ERROR;
+}
+
+int CurlTransfer::beforeRequest(void* self, char* /*peer*/, char* /*local*/, int /*peerPort*/, int /*localPort*/)
+{
+    auto* const transfer = static_cast<CurlTransfer*>(self);
+    if (!transfer->mayBeSent())
+        return CURL_PREREQFUNC_ABORT;
+    transfer->m_isSent = true;
+    return CURL_PREREQFUNC_OK;
+}

@@ -1,0 +1,175 @@
+#include "chat/client/CurlWorker.h"
+
+#include "chat/client/CurlFailure.h"
+#include "chat/client/SystemProxy.h"
+
+#include <algorithm>
+#include <csignal>
+#include <system_error>
+#include <utility>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr int mostTransfers = 6; // at once, with one origin
+
+/// Leaves the process's signals to other threads, and SIGPIPE to nobody: writing fails instead.
+void blockSignals()
+{
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, nullptr);
+}
+
+bool isLibraryReady()
+{
+    static const bool isReady = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
+    return isReady;
+}
+
+} // namespace
+
+std::unique_ptr<CurlWorker> CurlWorker::start(QObject* context, const TransferLimits& limits,
+                                              std::function<void()> rested)
+{
+    if (!isLibraryReady())
+        return nullptr;
+    std::unique_ptr<CurlWorker> worker(new CurlWorker(context, limits, std::move(rested)));
+    if (!worker->m_multi || curl_multi_wakeup(worker->m_multi.get()) != CURLM_OK)
+        return nullptr;
+    try {
+        worker->m_thread = std::thread([self = worker.get()] { self->run(); });
+    } catch (const std::system_error&) {
+        return nullptr;
+    }
+    return worker;
+}
+
+CurlWorker::CurlWorker(QObject* context, TransferLimits limits, std::function<void()> rested)
+    : m_context(context), m_limits(std::move(limits)), m_rested(std::move(rested)),
+      m_multi(curl_multi_init(), curl_multi_cleanup), m_lastWork(CurlTransfer::Clock::now()), m_lastLook(m_lastWork),
+      m_lastWallTime(m_limits.wallClock())
+{}
+
+CurlWorker::~CurlWorker()
+{
+    m_isToEnd = true;
+    if (m_thread.joinable()) {
+        curl_multi_wakeup(m_multi.get());
+        m_thread.join();
+    }
+    for (const Job& job : m_jobs)
+        curl_multi_remove_handle(m_multi.get(), job.transfer->handle());
+}
+
+void CurlWorker::send(const ChatRequest& request, const Completion& completion)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_waiting.push_back({std::make_unique<CurlTransfer>(request, m_limits), originOf(request.url), completion});
+    }
+    curl_multi_wakeup(m_multi.get());
+}
+
+void CurlWorker::run()
+{
+    blockSignals();
+    while (!m_isToEnd) {
+        noticeSleep();
+        while (std::optional<Job> job = takeWaiting())
+            begin(std::move(*job));
+        tellOfRest();
+        curl_multi_poll(m_multi.get(), nullptr, 0, static_cast<int>(patience().count()), nullptr);
+        int running = 0;
+        curl_multi_perform(m_multi.get(), &running);
+        endFinishedJobs();
+    }
+}
+
+/// The next job whose origin has few enough transfers. libcurl can have transfers wait for a connection as well, but
+/// now and then it leaves one waiting for ever.
+std::optional<CurlWorker::Job> CurlWorker::takeWaiting()
+{
+    const std::lock_guard lock(m_mutex);
+    const auto next = std::find_if(m_waiting.begin(), m_waiting.end(), [this](const Job& waiting) {
+        return std::count_if(m_jobs.begin(), m_jobs.end(),
+                             [&waiting](const Job& job) { return job.origin == waiting.origin; })
+               < mostTransfers;
+    });
+    if (next == m_waiting.end())
+        return std::nullopt;
+    std::optional<Job> job = std::move(*next);
+    m_waiting.erase(next);
+    return job;
+}
+
+void CurlWorker::begin(Job job)
+{
+    using std::chrono::seconds;
+    const seconds greatestIdleness =
+        std::min(std::chrono::ceil<seconds>(m_limits.idleness), std::chrono::floor<seconds>(m_lastLook - m_awakeSince));
+    job.transfer->prepare(systemProxyFor(job.transfer->url()), greatestIdleness);
+    m_hasRested = false;
+    m_jobs.push_back(std::move(job));
+    CURL* const handle = m_jobs.back().transfer->handle();
+    if (curl_multi_add_handle(m_multi.get(), handle) != CURLM_OK)
+        end(handle, CURLE_FAILED_INIT);
+}
+
+/// While the machine sleeps, the clock that libcurl measures the idleness of connections by stands still.
+void CurlWorker::noticeSleep()
+{
+    const auto now = CurlTransfer::Clock::now();
+    const auto wallTime = m_limits.wallClock();
+    const auto difference = (wallTime - m_lastWallTime) - (now - m_lastLook);
+    if (difference > 1s || difference < -1s)
+        m_awakeSince = now;
+    m_lastLook = now;
+    m_lastWallTime = wallTime;
+}
+
+void CurlWorker::endFinishedJobs()
+{
+    int rest = 0;
+    while (const CURLMsg* message = curl_multi_info_read(m_multi.get(), &rest)) {
+        if (message->msg == CURLMSG_DONE)
+            end(message->easy_handle, message->data.result);
+    }
+}
+
+void CurlWorker::end(CURL* handle, CURLcode code)
+{
+    const auto found = std::find_if(m_jobs.begin(), m_jobs.end(),
+                                    [handle](const Job& job) { return job.transfer->handle() == handle; });
+    const Job job = std::move(*found);
+    m_jobs.erase(found);
+    const ChatTransfer result = job.transfer->result(code);
+    curl_multi_remove_handle(m_multi.get(), handle);
+    m_lastWork = CurlTransfer::Clock::now();
+    tell([completion = job.completion, result] { completion(result); });
+}
+
+void CurlWorker::tellOfRest()
+{
+    if (m_hasRested || !m_jobs.empty() || CurlTransfer::Clock::now() < m_lastWork + m_limits.idleness)
+        return;
+    m_hasRested = true;
+    tell(m_rested);
+}
+
+/// How long nothing is to be done unless libcurl or a new job says so.
+std::chrono::milliseconds CurlWorker::patience() const
+{
+    auto until = CurlTransfer::Clock::now() + 1h;
+    if (m_jobs.empty() && !m_hasRested)
+        until = m_lastWork + m_limits.idleness;
+    for (const Job& job : m_jobs)
+        until = std::min(until, job.transfer->deadline());
+    return std::max(0ms, std::chrono::ceil<std::chrono::milliseconds>(until - CurlTransfer::Clock::now()));
+}
+
+void CurlWorker::tell(std::function<void()> message) const
+{
+    QMetaObject::invokeMethod(m_context, std::move(message), Qt::QueuedConnection);
+}

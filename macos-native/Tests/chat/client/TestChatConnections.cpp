@@ -1,0 +1,150 @@
+#include "chat/ChatCalls.h"
+#include "support/Files.h"
+#include "support/ProcessTable.h"
+#include "support/TestCertificate.h"
+#include "support/Warnings.h"
+
+#include <QSslConfiguration>
+#include <QTest>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+HttpAnswer keptAnswer()
+{
+    return HttpAnswer::message(200, replyBody(QStringLiteral("hello"))).keptAlive();
+}
+
+} // namespace
+
+/// Connections that serve several calls, and when they do not.
+class TestChatConnections final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { m_certificate.emplace(TestCertificate::make()); }
+
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_calls = std::make_unique<ChatCalls>();
+        m_calls->server.answerEach(keptAnswer());
+    }
+
+    void cleanup() { m_calls.reset(); }
+
+    void aConnectionServesTheNextCall()
+    {
+        for (int call = 1; call <= 3; ++call)
+            QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+        QCOMPARE(m_calls->server.connectionCount(), 1);
+    }
+
+    void aConnectionThatTheServerHasClosedIsNotUsed()
+    {
+        m_calls->server.answerEach(HttpAnswer::rawThenClose(keptAnswer().bytes())); // unannounced
+        for (int call = 1; call <= 3; ++call) {
+            QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+            QTRY_COMPARE(m_calls->server.openConnections(), 0);
+            QCOMPARE(m_calls->server.connectionCount(), call);
+        }
+    }
+
+    void aRequestOnAKeptConnectionIsSentOnce_data()
+    {
+        QTest::addColumn<HttpAnswer>("answer");
+        QTest::addColumn<QString>("words");
+        const QString unknown = QStringLiteral("the connection closed before an answer; the message may have arrived");
+        QTest::newRow("the server closes") << HttpAnswer::rawThenClose("") << unknown;
+        QTest::newRow("the server resets") << HttpAnswer{{}, HttpAnswer::End::Reset} << unknown;
+        QTest::newRow("the server closes after half a head")
+            << HttpAnswer::rawThenClose("HTTP/1.1 200 OK\r\nCont")
+            << QStringLiteral("Server returned nothing (no headers, no data)");
+        QTest::newRow("the server closes after \"continue\"")
+            << HttpAnswer::rawThenClose("HTTP/1.1 100 Continue\r\n\r\n") << QStringLiteral("Empty reply from server");
+    }
+
+    void aRequestOnAKeptConnectionIsSentOnce()
+    {
+        QFETCH(HttpAnswer, answer);
+        QFETCH(QString, words);
+        HttpServer encrypted(m_certificate->forServer());
+        const QString file = m_calls->home.path(QStringLiteral("authorities.pem"));
+        Files::create(file, m_certificate->certificate.toPem());
+        m_calls->client = std::make_unique<ChatClient>(TransferLimits{.authoritiesFile = file.toUtf8()});
+        for (HttpServer* const server : {&m_calls->server, &encrypted}) {
+            m_calls->setEndpoint(server->url());
+            server->answerInTurn(
+                {keptAnswer(), answer, HttpAnswer::redirect(303, "/").keptAlive(), answer, keptAnswer()});
+            const QString failure = QStringLiteral("<127.0.0.1: %1>").arg(words);
+            QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+            QCOMPARE(textOf(m_calls->ask()), failure);
+            QCOMPARE(server->requests().size(), 2);
+            QCOMPARE(textOf(m_calls->ask()), failure); // of what the redirect has it fetch
+            QCOMPARE(server->requests().size(), 4);
+            QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+            QCOMPARE(server->connectionCount(), 3);
+        }
+    }
+
+    void anOldConnectionIsNotUsed_data()
+    {
+        QTest::addColumn<std::chrono::milliseconds>("jump");
+        QTest::addColumn<bool>("isOtherUnderWay");
+        QTest::addColumn<int>("connections");
+        QTest::newRow("the clock goes on") << 0ms << false << 1;
+        QTest::newRow("the machine slept for more than a minute") << std::chrono::milliseconds(61s) << false << 2;
+        QTest::newRow("the clock was set back") << std::chrono::milliseconds(-1h) << false << 2;
+        QTest::newRow("it slept while another call is under way") << std::chrono::milliseconds(1h) << true << 3;
+    }
+
+    void anOldConnectionIsNotUsed()
+    {
+        QFETCH(std::chrono::milliseconds, jump);
+        QFETCH(bool, isOtherUnderWay);
+        QFETCH(int, connections);
+        QCOMPARE(TransferLimits().idleness, 60s);
+        std::atomic<std::chrono::milliseconds> shift{0ms};
+        TransferLimits limits;
+        limits.wallClock = [&shift] { return std::chrono::system_clock::now() + shift.load(); };
+        m_calls->client = std::make_unique<ChatClient>(limits);
+        m_calls->server.answerBy([](const HttpRequest& request) {
+            return questionOf(request) == QStringLiteral("held") ? std::nullopt : std::optional(keptAnswer());
+        });
+        if (isOtherUnderWay) {
+            m_calls->start(QStringLiteral("held"));
+            QTRY_COMPARE(m_calls->server.requests().size(), 1);
+        }
+        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+        shift = jump;
+        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+        QCOMPARE(m_calls->server.connectionCount(), connections);
+        m_calls->client.reset(); // before its clock
+    }
+
+    void nothingIsLeftOnceTheConnectionsAreOld()
+    {
+        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello")); // what is opened once is open then
+        m_calls->client.reset();
+        QTRY_COMPARE(m_calls->server.openConnections(), 0);
+        const int descriptors = ProcessTable::openDescriptors();
+        const std::set<pid_t> threads = ProcessTable::threads();
+        m_calls->client = std::make_unique<ChatClient>(TransferLimits{.idleness = 100ms});
+        for (int call = 1; call <= 2; ++call) {
+            QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+            QVERIFY(ProcessTable::threads() != threads);
+            QTRY_VERIFY(ProcessTable::threads() == threads);
+            QTRY_COMPARE(m_calls->server.openConnections(), 0);
+            QTRY_COMPARE(ProcessTable::openDescriptors(), descriptors);
+        }
+    }
+
+private:
+    std::optional<TestCertificate> m_certificate;
+    std::unique_ptr<ChatCalls> m_calls;
+};
+
+QTEST_GUILESS_MAIN(TestChatConnections)
+#include "TestChatConnections.moc"
