@@ -60,6 +60,9 @@ function(nelo_add_test_library name)
     target_link_libraries(${name} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE} nelo_compile_options)
 endfunction()
 
+# The tests that build on every system, with the label of that name: what the others link uses Linux's own system calls.
+add_custom_target(portable_tests)
+
 # nelo_add_test(NAME SOURCES ... LIBRARIES ...): a Qt Test program, run on the offscreen platform whatever DISPLAY says.
 function(nelo_add_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
@@ -72,4 +75,8 @@ function(nelo_add_test name)
     add_test(NAME ${name} COMMAND ${name})
     set(environment QT_QPA_PLATFORM=offscreen LC_ALL=C.UTF-8 ${nelo_sanitizer_environment})
     set_tests_properties(${name} PROPERTIES ENVIRONMENT "${environment}" TIMEOUT 300)
+    if(NOT arg_LIBRARIES MATCHES "nelo_(every_fault|random_kills|test_support)")
+        add_dependencies(portable_tests ${name})
+        set_property(TEST ${name} APPEND PROPERTY LABELS portable_tests)
+    endif()
 endfunction()
