@@ -44,8 +44,8 @@ class Skill:
     primary_env_label: str = ""
     eligible: bool | None = None
     """Whether the program says that it can be used; None when it was not asked or does not say."""
-    missing: tuple[str, ...] = ()
-    """What the program misses for it, each as a few words."""
+    obstacles: tuple[str, ...] = ()
+    """Why it cannot be used, each as a clause such as "the program op is missing"."""
 
 
 @dataclass(frozen=True)

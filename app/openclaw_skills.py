@@ -16,7 +16,13 @@ _DEPTH = 6
 """How many levels below a folder of skills the program looks."""
 
 _METADATA_KEYS = ("openclaw", "clawdbot")
-_MISSING = {"bins": "the program", "anyBins": "one of the programs", "env": "the variable", "config": "the setting"}
+_OBSTACLES = {
+    "bins": "the program {} is missing",
+    "anyBins": "all of the programs {} are missing",
+    "env": "the variable {} is not set",
+    "config": "the setting {} is not set",
+    "os": "it is made for {}",
+}
 
 
 @dataclass(frozen=True)
@@ -139,7 +145,7 @@ def _joined(root: _Root, manual: manuals.Manual, said: _Said) -> Skill:
     row = said.get((root.origin, manual.name))
     if row is None:
         return skill
-    return dataclasses.replace(skill, eligible=row.get("eligible") is True, missing=tuple(_missing(row)))
+    return dataclasses.replace(skill, eligible=row.get("eligible") is True, obstacles=tuple(_obstacles(row)))
 
 
 def _program_row(origin: str, name: str, row: dict[str, object]) -> Skill:
@@ -153,21 +159,21 @@ def _program_row(origin: str, name: str, row: dict[str, object]) -> Skill:
         "",
         primary_env=primary if isinstance(primary, str) else "",
         eligible=row.get("eligible") is True,
-        missing=tuple(_missing(row)),
+        obstacles=tuple(_obstacles(row)),
     )
 
 
-def _missing(row: dict[str, object]) -> list[str]:
-    """What the program misses for a skill."""
+def _obstacles(row: dict[str, object]) -> list[str]:
+    """Why the program does not use a skill."""
     missing = row.get("missing")
-    words = ["it is disabled"] if row.get("disabled") is True else []
-    for key, what in (*_MISSING.items(), ("os", "the system")):
+    reasons = ["it is disabled"] if row.get("disabled") is True else []
+    for key, reason in _OBSTACLES.items():
         names = missing.get(key) if isinstance(missing, dict) else None
         texts = [name for name in names if isinstance(name, str)] if isinstance(names, list) else []
-        if key == "anyBins" and texts:
+        if key in ("anyBins", "os") and texts:
             texts = [", ".join(texts)]
-        words += [f"{what} {text}" for text in texts]
-    return words
+        reasons += [reason.format(text) for text in texts]
+    return reasons
 
 
 def _short(origin: str) -> str:

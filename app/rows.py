@@ -20,7 +20,7 @@ def agent_row(ecosystem: str, agent: Agent, origin: str) -> dict[str, object]:
 
 
 def skill_row(skill: Skill) -> dict[str, object]:
-    """The row of a skill."""
+    """The row of a skill. Its description says why it cannot be used, if that is so."""
     row: dict[str, object] = {
         "name": skill.name,
         "source": skill.source,
@@ -32,5 +32,7 @@ def skill_row(skill: Skill) -> dict[str, object]:
         "primaryEnvLabel": skill.primary_env_label,
     }
     if skill.eligible is not None:
-        row.update(eligible=skill.eligible, missing=list(skill.missing))
+        row["eligible"] = skill.eligible
+    if skill.eligible is False and skill.obstacles:
+        row["description"] = f"{skill.description}\nIt cannot be used now: {'; '.join(skill.obstacles)}."
     return row

@@ -10,7 +10,7 @@ def list_skills(ecosystem: object) -> list[dict[str, object]]:
     """The skills of an ecosystem, highest place first.
 
     Each row has "name", "source" (where it comes from), "skillKey", "description", "path" (of the folder),
-    "requiredEnv" (a list), "primaryEnv" and "primaryEnvLabel", and where the program says so "eligible" and "missing".
+    "requiredEnv" (a list), "primaryEnv" and "primaryEnvLabel", and where the program says so "eligible".
     Raises `BackendError` when the ecosystem is unknown or its configuration cannot be read.
     """
     from .ecosystems import ecosystem as implementation

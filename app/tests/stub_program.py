@@ -6,7 +6,12 @@ import json
 import os
 import shlex
 
-from app.tests.support import HomeTestCase
+import app
+from app import background, openclaw, openclaw_program, openclaw_skills
+from app.tests.support import HomeTestCase, wait_for
+
+CONFIG = ".openclaw/openclaw.json"
+VALID = {"valid": True, "warnings": []}
 
 HANG = "exec sleep 60"
 FLOOD = "exec yes"
@@ -56,3 +61,34 @@ class StubProgram:
         script = f"""echo "$*" >>{calls}\ncase "$*" in\n{cases}\n*) {self._otherwise} ;;\nesac"""
         new = self._test.make_program(f".local/bin/{self._name}.new", script)
         os.replace(new, self.path)  # one that runs goes on as it is
+
+
+class OpenClawTestCase(HomeTestCase):
+    """Each test starts as if nothing had been asked, and ends when nothing is asked any more."""
+
+    def setUp(self) -> None:
+        super().setUp()
+        self.replace(openclaw, "_listed", background.Answer(openclaw._ask_agents))
+        openclaw_skills._answer.cache_clear()
+        self.replace(openclaw_program, "QUESTION_SECONDS", 2.0)
+        self.addCleanup(self.wait_until_idle)
+
+    def wait_until_idle(self) -> None:
+        self.assertTrue(wait_for(background.is_idle))
+
+    def make_openclaw(self) -> StubProgram:
+        program = StubProgram(self, "openclaw")
+        program.answers("config validate", VALID)
+        return program
+
+    def configure(self, value: object) -> None:
+        self.make_file(CONFIG, value if isinstance(value, str) else json.dumps(value))
+
+    def rows(self, *keys: str) -> list[tuple[object, ...]]:
+        return [tuple(row.get(key) for key in keys) for row in app.list_local_agents() if row["ecosystem"] == "openclaw"]
+
+    def told(self, *keys: str) -> list[tuple[object, ...]]:
+        """The rows once the program has answered."""
+        self.rows()
+        self.wait_until_idle()
+        return self.rows(*keys)

@@ -22,6 +22,10 @@ SLOW_MODULES = (
     "socket",
     "tempfile",
     "typing",
+    "dataclasses",
+    "json5",
+    "yaml",
+    "tomlkit",
     "shutil",
 )
 
