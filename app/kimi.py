@@ -1,18 +1,232 @@
-"""The kimi program: its agents and skills."""
+"""The kimi program: its agents and skills. Implements `Ecosystem`.
+
+Agents are Markdown files, see https://moonshotai.github.io/kimi-code/en/customization/agents, and skills are folders or
+Markdown files, see https://moonshotai.github.io/kimi-code/en/customization/skills. There are no settings of a skill.
+"""
 
 from __future__ import annotations
 
-from .folder_agents import FolderAgents
+import json
+import os
+import re
+from collections.abc import Iterator, Mapping
 
-_IMPLEMENTATION = FolderAgents("kimi")
+from . import arguments, front_matter, manuals, toml_text
+from . import paths as places
+from .ecosystems import Agent, Capabilities, Paths, Skill
+from .errors import BackendError
+from .file_agents import AgentFile, FileAgents
+from .file_cache import FileCache
 
-capabilities = _IMPLEMENTATION.capabilities
-paths = _IMPLEMENTATION.paths
-agents = _IMPLEMENTATION.agents
-add_agent = _IMPLEMENTATION.add_agent
-rename_agent = _IMPLEMENTATION.rename_agent
-delete_agent = _IMPLEMENTATION.delete_agent
-skills = _IMPLEMENTATION.skills
-entry = _IMPLEMENTATION.entry
-save_entry = _IMPLEMENTATION.save_entry
-status = _IMPLEMENTATION.status
+capabilities = Capabilities(installs_skills=False)
+
+_DEPTH = 16
+"""How many levels below a folder of skills are searched; the program has no limit."""
+
+_SHIPPED = ("agent", "coder", "explore", "plan", "tower-worker")
+"""The names of the agents that come with the program, which a file does not replace."""
+
+_NAME = re.compile(r"[a-z0-9]+(?:-[a-z0-9]+)*")
+_NAME_LINE = re.compile(r"^name[ \t]*:[^\r\n]*", re.MULTILINE)
+_BEGIN = re.compile(r"\ufeff?---[ \t]*(?:\r\n|\r|\n)")
+
+
+def paths() -> Paths:
+    """The configuration file and the folders of skills."""
+    return Paths(_config_path(), tuple(_skill_folders()))
+
+
+def agents() -> list[Agent]:
+    """The agents that have files, those that the program ignores included, with the reason as their state."""
+    return _FILES.agents()
+
+
+def add_agent(agent_id: str, name: str, workspace: str) -> Agent:
+    """Write the file of a new agent. The program gives an agent no workspace."""
+    own_name = _kebab_case(name) or _kebab_case(agent_id)
+    if not own_name:
+        raise BackendError("Kimi wants a letter from a to z or a digit in the name of an agent.")
+    _refuse_taken_name(own_name)
+    description = json.dumps(name, ensure_ascii=False)
+    content = f"---\nname: {own_name}\ndescription: {description}\n---\n\nYou are {name}.\n"
+    return _FILES.add(agent_id, content)
+
+
+def rename_agent(agent: Agent, name: str) -> Agent:
+    """Change the name in the file of an agent.
+
+    The program takes small letters, digits and hyphens only, so "My Reviewer" becomes "my-reviewer" there. A name of
+    which nothing is left stays out of the file.
+    """
+    own_name = _kebab_case(name)
+    if not own_name:
+        return agent
+    _refuse_taken_name(own_name, agent.id)
+    return _FILES.change(agent.id, lambda text: _with_name(text, own_name))
+
+
+def delete_agent(agent: Agent) -> list[str]:
+    """Move the file of an agent to the trash."""
+    return _FILES.delete(agent.id)
+
+
+def skills() -> list[Skill]:
+    """The skills that the program takes: of several with a name, the first."""
+    found: dict[str, Skill] = {}
+    for folder in paths().skill_dirs:
+        for skill in (*_flat_skills(folder), *_folder_skills(folder)):
+            found.setdefault(skill.name.casefold(), skill)
+    return list(found.values())
+
+
+def entry(skill_key: str) -> dict[str, object]:
+    """The program keeps nothing of a skill."""
+    return {}
+
+
+def save_entry(skill_key: str, wanted: Mapping[str, object]) -> str:
+    """Refuse everything but what every skill is: on, and without settings."""
+    if any(wanted.get(key) for key in ("apiKey", "env", "config")) or wanted.get("enabled") is False:
+        raise BackendError(
+            "Kimi keeps no settings per skill, and a skill cannot be switched off; move its folder away."
+        )
+    return _config_path()
+
+
+def status() -> str:
+    """The program runs no service that answers."""
+    return "offline"
+
+
+def _home() -> str:
+    """Where the program keeps its things."""
+    chosen = os.environ.get("KIMI_CODE_HOME", "")
+    return chosen if os.path.isabs(chosen) else os.path.join(places.home(), ".kimi-code")
+
+
+def _config_path() -> str:
+    return os.path.join(_home(), "config.toml")
+
+
+def _agent_folder() -> str:
+    return os.path.join(_home(), "agents")
+
+
+def _agent_folders() -> list[str]:
+    """The folders of agents, highest first."""
+    return [*_extra_folders("extra_agent_dirs"), _agent_folder(), os.path.join(places.home(), ".agents", "agents")]
+
+
+def _skill_folders() -> list[str]:
+    """The folders of skills, highest first."""
+    own = [os.path.join(_home(), "skills"), os.path.join(places.home(), ".agents", "skills")]
+    return own + _extra_folders("extra_skill_dirs")
+
+
+def _extra_folders(setting: str) -> list[str]:
+    """The folders that the configuration names; a relative one is in a project, of which nothing is listed."""
+    try:
+        named = (_CONFIG.read(_config_path()) or {}).get(setting)
+    except OSError:
+        return []
+    folders = [os.path.expanduser(it) for it in named if isinstance(it, str)] if isinstance(named, list) else []
+    return list(filter(os.path.isabs, folders))
+
+
+def _parse_config(path: str, content: bytes) -> dict[str, object]:
+    try:
+        return toml_text.parse(content.decode(), f"Reading {path}")
+    except (ValueError, BackendError):
+        return {}
+
+
+def _folder_skills(folder: str) -> Iterator[Skill]:
+    """The skills that are folders; they must have a name and a description."""
+    for manual in manuals.find(folder, _DEPTH, finds_hidden=True):
+        if manual.own_name and manual.description and "node_modules" not in manual.folder.split(os.sep):
+            yield Skill(manual.name, manual.description, "user", manual.name, manual.folder)
+
+
+def _flat_skills(folder: str) -> Iterator[Skill]:
+    """The skills that are Markdown files, named as their file where they do not say."""
+    try:
+        names = sorted(name for name in os.listdir(folder) if name.endswith(".md") and name != "SKILL.md")
+    except OSError:
+        return
+    for name in names:
+        path = os.path.join(folder, name)
+        try:
+            said = _FLAT.read(path)
+        except OSError:
+            continue
+        if said:
+            own_name = said[0] or name.removesuffix(".md")
+            yield Skill(own_name, said[1], "user", own_name, path)
+
+
+def _parse_flat(path: str, content: bytes) -> tuple[str, str]:
+    """The name and the description of a skill that is a file; without a description, its first line."""
+    text = content.decode(errors="replace")
+    values = front_matter.parse(text)
+    body = _body(text)
+    first_line = next((line.strip() for line in body.splitlines() if line.strip()), "")
+    return _text(values.get("name")), _text(values.get("description")) or first_line
+
+
+def _parse_agent(path: str, content: bytes) -> AgentFile:
+    """What the file of an agent says."""
+    text = content.decode(errors="replace")
+    values = front_matter.parse(text)
+    name, description = _text(values.get("name")), _text(values.get("description"))
+    if not description:
+        return AgentFile(name, "it has no description")
+    if not _body(text).strip():
+        return AgentFile(name, "it has no instructions")
+    own_name = name or os.path.basename(path).removesuffix(".md")
+    if not _NAME.fullmatch(own_name):
+        return AgentFile(name, "its name may have small letters, digits and hyphens only")
+    if own_name in _SHIPPED and _text(values.get("override")) != "true":
+        return AgentFile(name, "an agent with the name comes with Kimi")
+    return AgentFile(name)
+
+
+def _body(text: str) -> str:
+    """What follows the front matter."""
+    begin = _BEGIN.match(text)
+    end = re.search(r"^---[ \t]*\r?$", text[begin.end() :], re.MULTILINE) if begin else None
+    return text[begin.end() + end.end() :] if begin and end else text
+
+
+def _with_name(text: str, name: str) -> str:
+    """The text of an agent's file with another name in its front matter. Raises `ValueError` when it has none."""
+    begin = _BEGIN.match(text)
+    body = _body(text)
+    if not begin or body == text:
+        raise ValueError("it has no front matter")
+    head = text[begin.end() : len(text) - len(body)]
+    line = f"name: {name}"
+    changed = _NAME_LINE.sub(line, head, count=1) if _NAME_LINE.search(head) else f"{line}{begin[0][-1]}{head}"
+    result = begin[0] + changed + body
+    if front_matter.parse(result).get("name") != name:
+        raise ValueError("its name stands on several lines")
+    return result
+
+
+def _kebab_case(name: str) -> str:
+    """A name as the program takes it; empty when nothing of it is left."""
+    return "-".join(re.findall(r"[a-z0-9]+", name.lower()))
+
+
+def _refuse_taken_name(name: str, own_id: str = "") -> None:
+    if name in _SHIPPED:
+        raise BackendError(f"An agent with the name {arguments.quoted(name)} comes with Kimi. Choose another name.")
+    _FILES.refuse_taken_name(name, own_id)
+
+
+def _text(value: object) -> str:
+    return value.strip() if isinstance(value, str) else ""
+
+
+_FILES = FileAgents(".md", _parse_agent, _agent_folders, _agent_folder)
+_FLAT = FileCache(_parse_flat)
+_CONFIG = FileCache(_parse_config)

@@ -50,13 +50,14 @@ class Manual:
         )
 
 
-def find(root: str, depth: int = 1) -> Iterator[Manual]:
-    """The skills in the folders below `root`, down to `depth` levels, by path. A skill's own folders are not searched.
+def find(root: str, depth: int = 1, searches_skills: bool = False, finds_hidden: bool = False) -> Iterator[Manual]:
+    """The skills in the folders below `root`, down to `depth` levels, by path.
 
-    Hidden folders are left out, and so is a SKILL.md that cannot be read.
+    The folders in a skill are searched only with `searches_skills`, and hidden folders only with `finds_hidden`. A
+    SKILL.md that cannot be read is left out.
     """
     try:
-        names = sorted(name for name in os.listdir(root) if not name.startswith("."))
+        names = sorted(name for name in os.listdir(root) if finds_hidden or not name.startswith("."))
     except (OSError, ValueError):
         return
     for name in names:
@@ -68,8 +69,8 @@ def find(root: str, depth: int = 1) -> Iterator[Manual]:
         manual = read(folder)
         if manual:
             yield manual
-        elif depth > 1:
-            yield from find(folder, depth - 1)
+        if depth > 1 and (searches_skills or not manual):
+            yield from find(folder, depth - 1, searches_skills, finds_hidden)
 
 
 def read(folder: str) -> Manual | None:

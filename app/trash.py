@@ -2,46 +2,88 @@
 
 from __future__ import annotations
 
+import contextlib
+import errno
 import os
 import sys
 import time
+from collections.abc import Iterator
 
 from . import files, paths
 from .errors import explained
 
 
 def move_to_trash(path: str) -> None:
-    """Move a file or folder to the trash. Of a symbolic link only the link goes. Raises `BackendError`."""
+    """Move a file or folder to the trash of the user. Of a symbolic link only the link goes. Raises `BackendError`."""
     with explained(f"Cannot move {path} to the trash"):
         if sys.platform == "darwin":
-            _move(path, os.path.join(paths.home(), ".Trash"))
-            return
-        # https://specifications.freedesktop.org/trash-spec/
-        data = os.environ.get("XDG_DATA_HOME", "")
-        trash = os.path.join(data if os.path.isabs(data) else os.path.join(paths.home(), ".local/share"), "Trash")
-        info = os.path.join(trash, "info")
-        files.make_private_folder(info)
-        name = _move(path, os.path.join(trash, "files"))
-        _write_info(os.path.join(info, f"{name}.trashinfo"), path)
+            _move_to_folder(path, os.path.join(paths.home(), ".Trash"))
+        else:
+            _move_to_desktop_trash(path, os.path.join(_data_folder(), "Trash"))
 
 
-def _write_info(path: str, origin: str) -> None:
+def _data_folder() -> str:
+    chosen = os.environ.get("XDG_DATA_HOME", "")
+    return chosen if os.path.isabs(chosen) else os.path.join(paths.home(), ".local", "share")
+
+
+def _move_to_desktop_trash(path: str, trash: str) -> None:
+    """As desktops do: https://specifications.freedesktop.org/trash-spec/latest/
+
+    The file that tells where the other came from is made first: whoever makes it has the name.
+    """
     from urllib.parse import quote
 
-    text = f"[Trash Info]\nPath={quote(origin)}\nDeletionDate={time.strftime('%Y-%m-%dT%H:%M:%S')}\n"
-    with open(path, "w", encoding="ascii") as file:
-        file.write(text)
+    origin = quote(os.fsencode(os.path.abspath(path)))
+    text = f"[Trash Info]\nPath={origin}\nDeletionDate={time.strftime('%Y-%m-%dT%H:%M:%S')}\n"
+    for folder in ("info", "files"):
+        files.make_private_folder(os.path.join(trash, folder))
+    for name in _names(path):
+        info = os.path.join(trash, "info", f"{name}.trashinfo")
+        try:
+            descriptor = os.open(info, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o600)
+        except FileExistsError:
+            continue
+        try:
+            with open(descriptor, "w", encoding="ascii") as file:
+                file.write(text)
+            _move(path, os.path.join(trash, "files", name))
+            return
+        except FileExistsError:
+            os.unlink(info)  # something lies there that no information is about
+        except BaseException:
+            with contextlib.suppress(OSError):
+                os.unlink(info)
+            raise
 
 
-def _move(path: str, folder: str) -> str:
-    """Move into a folder under a name that nothing there has, and answer the name."""
+def _move_to_folder(path: str, folder: str) -> None:
+    files.make_private_folder(folder)
+    for name in _names(path):
+        with contextlib.suppress(FileExistsError):
+            _move(path, os.path.join(folder, name))
+            return
+
+
+def _names(path: str) -> Iterator[str]:
+    """The names under which a file can lie in the trash, its own first."""
+    stem, suffix = os.path.splitext(os.path.basename(path))
+    yield stem + suffix
+    number = 1
+    while True:
+        number += 1
+        yield f"{stem}.{number}{suffix}"
+
+
+def _move(path: str, target: str) -> None:
+    """Rename a file or folder, or copy it where the trash is on another disk. Raises `FileExistsError`."""
     import shutil
 
-    files.make_private_folder(folder)
-    name = os.path.basename(path)
-    number = 1
-    while os.path.lexists(os.path.join(folder, name)):
-        number += 1
-        name = f"{os.path.basename(path)}.{number}"
-    shutil.move(path, os.path.join(folder, name))
-    return name
+    if os.path.lexists(target):
+        raise FileExistsError(target)
+    try:
+        os.rename(path, target)
+    except OSError as error:
+        if error.errno != errno.EXDEV:
+            raise
+        shutil.move(path, target)

@@ -524,7 +524,7 @@ class CloudSkillTest(InstallTestCase):
         install = app.install_cloud_skill_from_core
         self.assertIn('no skill "other"', self.refusal(install, "openclaw", "other", "main"))
         self.assertIn("no agent openclaw/other", self.refusal(install, "openclaw", "weather", "other"))
-        self.assertIn("no agent codex/main", self.refusal(install, "codex", "weather", "main"))
+        self.assertIn("no folder of its own", self.refusal(install, "codex", "weather", "main"))
         self.assertIn("Choose openclaw", self.refusal(install, "other", "weather", "main"))
         self.assertIn("skill key", self.refusal(install, "openclaw", "", "main"))
         self.assertEqual(len(self.server.requests), before)

@@ -8,6 +8,7 @@ import signal
 from pathlib import Path
 from typing import Iterator
 
+from agent_files import write_codex_agent, write_kimi_agent
 from holdings import bytes_read, holdings
 from nelo import Nelo, Node, press, type_text, until
 from provider import Provider
@@ -25,8 +26,9 @@ TABS = ("Agents", "Runtime", "Skills", "Settings")
 
 def furnish(home: Path) -> None:
     """Gives the console what a busy user looks at."""
-    for agent in ("scout", "ranger", "侦察员"):
-        (home / ".kimi/agents" / agent).mkdir(parents=True)
+    for agent in ("scout", "ranger"):
+        write_kimi_agent(home, agent)
+    write_codex_agent(home, "侦察员")
     for name, metadata in (("plain", "{}"), ("weather", '{"openclaw": {"requires": {"env": ["WEATHER_KEY", "CITY"]}}}')):
         folder = home / ".openclaw/skills" / name
         folder.mkdir(parents=True)

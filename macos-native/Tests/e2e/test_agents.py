@@ -6,6 +6,7 @@ import re
 import unittest
 from pathlib import Path
 
+from agent_files import write_kimi_agent
 from nelo import Nelo, Node, choose_in_popup, replace_text, take_picture, until
 
 PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
@@ -14,8 +15,7 @@ PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
 class AgentsTest(unittest.TestCase):
     def test_agents_are_created_renamed_configured_adopted_and_deleted(self) -> None:
         with Nelo() as nelo:
-            discovered = nelo.home / ".kimi/agents/scout"
-            discovered.mkdir(parents=True)
+            discovered = write_kimi_agent(nelo.home, "scout")
             nelo.choose("Open Nelo Console")
             console = nelo.window("Nelo Console")
             table = console.find("table", "Agents")
@@ -31,23 +31,24 @@ class AgentsTest(unittest.TestCase):
             console.find("push button", "Delete").press()
             nelo.accessible.find("dialog", "Delete Agent").find("push button", "Delete").press()
             console.find("label", re.compile("Synced local discovery"))
-            until(lambda: not created.exists(), "the workspace gone")
-            self.assertEqual([folder.name for folder in created.parent.iterdir()], [])
-            self.assertTrue(discovered.is_dir())
+            until(lambda: not created.exists(), "the agent's file gone")
+            self.assertEqual([file.name for file in created.parent.iterdir()], [])
+            self.assertTrue(discovered.is_file())
             console.find("label", "Total: 1 (kimi:1)")
             self.assertEqual(nelo.quit(), 0)
 
     def create_a_codex_agent(self, nelo: Nelo, console: Node) -> Path:
-        """Returns the workspace that was made."""
+        """Returns the file that was written."""
         console.find("push button", "Add Agent").press()
         dialog = nelo.accessible.find("dialog", "Add Agent")
         choose_in_popup(dialog.find("combo box", "openclaw"), "codex")
         replace_text(dialog.find("text", "Name"), "Builder")
         dialog.find("push button", "Create").press()
         console.find("label", "Total: 2 (codex:1, kimi:1)")
-        workspace, = (nelo.home / ".codex/agents").iterdir()
-        self.assertRegex(workspace.name, r"\Acodex-\d{8}-\d{6}\Z")
-        return workspace
+        file, = (nelo.home / ".codex/agents").iterdir()
+        self.assertRegex(file.name, r"\Acodex-\d{8}-\d{6}\.toml\Z")
+        self.assertIn('name = "Builder"', file.read_text())
+        return file
 
     def rename(self, nelo: Nelo, console: Node, table: Node, old: str, title: str, new: str) -> None:
         table.select_row(old)

@@ -5,6 +5,7 @@ import re
 import unittest
 
 from announcements import Announcements
+from agent_files import write_kimi_agent
 from nelo import Nelo, Node, open_chat, press, type_text
 
 
@@ -29,7 +30,7 @@ class StatusLineTest(unittest.TestCase):
 
     def test_agents(self) -> None:
         console = self.open_console("Agents")
-        (self.nelo.home / ".kimi/agents/scout").mkdir(parents=True)
+        write_kimi_agent(self.nelo.home, "scout")
         console.find("push button", "Refresh").press()
         self.changed.wait_for("Total: 1 (kimi:1)")
 

@@ -14,6 +14,7 @@ from pathlib import Path
 from typing import Iterator
 
 from model_server import ModelServer
+from agent_files import write_codex_agent, write_kimi_agent
 from nelo import (Nelo, Node, TraylessNelo, choose_in_popup, install_package, launcher, open_chat, press, replace_text,
                   store_api_key, take_picture, take_picture_of_window, type_text, until)
 from provider import Provider
@@ -308,8 +309,9 @@ def show_maximised(nelo: Nelo) -> None:
 
 
 def make_agents(home: Path) -> None:
-    for workspace in (".kimi/agents/侦察员", ".openclaw/workspace"):
-        (home / workspace).mkdir(parents=True)
+    write_codex_agent(home, "侦察员")
+    write_kimi_agent(home, "scout")
+    (home / ".openclaw/workspace").mkdir(parents=True)
     (home / ".openclaw/openclaw.json").write_text(CONFIGURATION)
 
 
