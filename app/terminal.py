@@ -39,9 +39,9 @@ _STAY_OPEN = '"$0" "$@"; printf "\\nPress Return to close this window. "; read -
 
 
 def open_terminal(command: Sequence[str]) -> None:
-    """Open a terminal window that runs `command` and stays open when it ends; do not wait for it.
+    """Open a terminal window that runs `command`, an absolute path and arguments, and stays open when it ends.
 
-    Raises `BackendError` when no terminal program is installed, or when it does not start.
+    Does not wait for it. Raises `BackendError` when no terminal program is installed, or when it does not start.
     """
     if sys.platform == "darwin":
         _open_on_macos(command)
@@ -49,7 +49,7 @@ def open_terminal(command: Sequence[str]) -> None:
     for name, prefix in TERMINALS:
         path = programs.find_program(name)
         if path:
-            _start_detached([path, *prefix, "/bin/sh", "-c", _STAY_OPEN, *command])
+            _start_detached([path, *prefix, "/bin/sh", "-c", _STAY_OPEN, *command], programs.environment(command[0]))
             return
     raise BackendError(
         "No terminal program was found. Install one, for example xterm, "
@@ -75,7 +75,7 @@ def _open_on_macos(command: Sequence[str]) -> None:
         )
 
 
-def _start_detached(command: Sequence[str]) -> None:
+def _start_detached(command: Sequence[str], environment: dict[str, str]) -> None:
     """Start a program that outlives us, shares no stream with us, and is never left as a zombie."""
     import subprocess
     import threading
@@ -88,7 +88,7 @@ def _start_detached(command: Sequence[str]) -> None:
             stdout=subprocess.DEVNULL,
             stderr=subprocess.DEVNULL,
             cwd=os.path.expanduser("~"),
-            env=programs.environment(command[-1]),
+            env=environment,
             start_new_session=True,
         )
     except OSError as error:
