@@ -4,7 +4,7 @@
 #include "Pairs.h"
 #include "backend/NeloBackend.h"
 #include "chat/client/ChatClient.h"
-#include "platform/StatusArea.h"
+#include "platform/Platform.h"
 #include "shell/NeloMenuBarApp.h"
 #include "support/HttpServer.h"
 #include "support/TestHome.h"
@@ -108,7 +108,7 @@ void openAndClose(NeloMenuBarApp& app, void (NeloMenuBarApp::*open)())
 
 void measureWindows()
 {
-    NeloMenuBarApp app(desktopStatusArea());
+    NeloMenuBarApp app(makePlatform());
     const auto openEach = [&app] {
         for (const auto open :
              {&NeloMenuBarApp::openNelo, &NeloMenuBarApp::openNeloConsole, &NeloMenuBarApp::openSettings})

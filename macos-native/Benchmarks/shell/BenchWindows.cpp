@@ -4,7 +4,7 @@
 #include "BareWindows.h"
 #include "Comparison.h"
 #include "backend/NeloBackend.h"
-#include "platform/StatusArea.h"
+#include "platform/Platform.h"
 #include "shell/NeloMenuBarApp.h"
 
 #include <QApplication>
@@ -35,13 +35,13 @@ def load_nelo_settings():
 
 double openSettings()
 {
-    NeloMenuBarApp app(desktopStatusArea());
+    NeloMenuBarApp app(makePlatform());
     return Comparison::millisecondsToPaint([&app] { app.openSettings(); });
 }
 
 double openConsole()
 {
-    NeloMenuBarApp app(desktopStatusArea());
+    NeloMenuBarApp app(makePlatform());
     return Comparison::millisecondsToPaint([&app] { app.openNeloConsole(); });
 }
 

@@ -1,5 +1,5 @@
+#include "platform/Platform.h"
 #include "platform/SingleInstance.h"
-#include "platform/StatusArea.h"
 #include "platform/TerminationSignals.h"
 #include "shell/NeloMenuBarApp.h"
 #include "ui/Alerts.h"
@@ -65,7 +65,7 @@ int main(int argc, char* argv[])
         return 1;
     }
 
-    NeloMenuBarApp delegate(desktopStatusArea());
+    NeloMenuBarApp delegate(makePlatform());
     // Before anything else of the end, which may take a while: a start that is answered now would leave no program.
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &instance, &SingleInstance::stopListening);
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &delegate,
@@ -73,7 +73,7 @@ int main(int argc, char* argv[])
     const TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::received, &instance, &SingleInstance::stopListening);
     QObject::connect(&terminationSignals, &TerminationSignals::received, &delegate, &NeloMenuBarApp::quitApp);
-    QObject::connect(&instance, &SingleInstance::activationRequested, &delegate, &NeloMenuBarApp::reopen);
+    QObject::connect(&instance, &SingleInstance::activationRequested, &delegate, &NeloMenuBarApp::comeForward);
     instance.listen();
 
     QMetaObject::invokeMethod(&delegate, &NeloMenuBarApp::applicationDidFinishLaunching, Qt::QueuedConnection);

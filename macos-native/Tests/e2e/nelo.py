@@ -380,7 +380,7 @@ class Nelo:
         return until(stays, "the status item in its place in the tray")
 
     def _menu_is_open(self) -> bool:
-        return any(TRAY_HEIGHT < area.width / self._scale < 600 for area in self._visible_windows())  # no window is as narrow
+        return any(TRAY_HEIGHT < area.width / self._scale < 400 for area in self._visible_windows())  # no window or alert is as narrow
 
     def choose(self, item: str) -> None:
         """Picks an item of the status menu."""
@@ -403,7 +403,7 @@ class TraylessNelo(Nelo):
     """The program on a desktop that has no status area when it starts."""
 
     def _await_start(self) -> None:
-        self.accessible.find("frame", "Nelo")  # a window manager need not put in front what nobody has asked for
+        self.accessible.find("frame", "Nelo Launcher")  # a window manager need not put in front what nobody has asked for
 
 
 def launchers(nelo: Nelo, process_id: int | None = None) -> list[Node]:
@@ -413,8 +413,11 @@ def launchers(nelo: Nelo, process_id: int | None = None) -> list[Node]:
 
 
 def launcher(nelo: Nelo) -> Node:
-    until(lambda: launchers(nelo), "the window that stands in for the status item")
-    return nelo.window("Nelo")
+    """The window that stands in for the status item, with the keyboard, which it does not take by itself."""
+    window = until(lambda: launchers(nelo), "the window that stands in for the status item")[0]
+    xdotool("search", "--onlyvisible", "--name", "Nelo Launcher", "windowactivate")
+    until(lambda: window.is_active, "the launcher in front")
+    return window
 
 
 def wake_ups(nelo: Nelo) -> dict[str, int]:

@@ -57,6 +57,14 @@ class Item:
         """The titles of the menu's entries, without separators."""
         return [properties["label"] for _number, properties in self._entries() if properties.get("type") != "separator"]
 
+    def shortcuts(self) -> dict[str, Any]:
+        """The keys of the entries that have some."""
+        return {properties["label"]: properties["shortcut"] for _number, properties in self._entries() if "shortcut" in properties}
+
+    def activate(self) -> None:
+        """What a panel does at a click of the left button unless it knows better; it opens the menu at an error."""
+        self._call(ITEM_PATH, "org.kde.StatusNotifierItem", "Activate", GLib.Variant("(ii)", (0, 0)))
+
     def choose(self, title: str) -> None:
         number = next(number for number, properties in self._entries() if properties.get("label") == title)
         self._call(self.property("Menu"), "com.canonical.dbusmenu", "Event",

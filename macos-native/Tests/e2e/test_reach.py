@@ -8,7 +8,7 @@ import time
 import unittest
 from pathlib import Path
 
-from nelo import Nelo, TraylessNelo, launcher, launchers, press, start_again, take_picture, until
+from nelo import Nelo, TraylessNelo, launcher, launchers, open_chat, press, start_again, take_picture, type_text, until
 from tray import Tray
 
 LINGERING_BACKEND = """
@@ -63,6 +63,18 @@ class StatusAreaTest(unittest.TestCase):
             until(lambda: launchers(nelo), "the window that stands in")
             nelo.accessible.find("text", "Send a message")
             self.assertEqual(nelo.processes_of_the_program(), [nelo.process.pid])
+
+    def test_an_open_alert_does_not_lock_the_menu(self) -> None:
+        self.addCleanup(Tray().end)
+        with Nelo() as nelo:
+            chat = open_chat(nelo)
+            type_text("what is new")
+            press("Return")
+            alert = nelo.accessible.find("dialog", "API Key Required")
+            nelo.choose("Open Nelo Console")
+            until(lambda: alert.is_active, "the alert in front")
+            self.assertEqual([node.name for node in nelo.accessible.children() if node.role == "frame"], [chat.name])
+            self.assertEqual(nelo.quit(), 0)
 
     def test_every_entry_works_by_keyboard(self) -> None:
         with TraylessNelo() as nelo:

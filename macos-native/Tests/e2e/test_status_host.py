@@ -4,6 +4,8 @@ from __future__ import annotations
 import time
 import unittest
 
+from gi.repository import GLib
+
 from nelo import MENU, Nelo, TraylessNelo, launcher, launchers, until
 from status_host import StatusHost
 from tray import Tray
@@ -18,8 +20,10 @@ class StatusHostTest(unittest.TestCase):
     def assert_has_item(self, nelo: Nelo, host: StatusHost) -> None:
         item = host.next_item()
         until(lambda: not launchers(nelo), "the window gone")
+        self.assertEqual([item.property(name) for name in ("Id", "Title")], ["Nelo", "Nelo"])
         self.assertEqual(item.property("ToolTip")[2], "Nelo")
         self.assertEqual(item.menu(), list(MENU))
+        self.assertEqual(item.shortcuts(), {"Settings...": [["Control", "comma"]], "Quit Nelo": [["Control", "q"]]})
         item.choose("Open Nelo Console")
         nelo.window("Nelo Console")
 
@@ -27,6 +31,24 @@ class StatusHostTest(unittest.TestCase):
         host = self.start_host()
         with HostedNelo() as nelo:
             self.assert_has_item(nelo, host)
+
+    def test_any_click_is_for_the_host_to_open_the_menu(self) -> None:
+        host = self.start_host()
+        with HostedNelo():
+            item = host.next_item()
+            self.assertIs(item.property("ItemIsMenu"), True)
+            self.assertRaisesRegex(GLib.Error, "UnknownMethod", item.activate)
+            self.assertIn((22, 22, 4 * 22 * 22), [(width, height, len(pixels)) for width, height, pixels in item.property("IconPixmap")])
+
+    def test_one_of_the_other_kind_takes_the_item_over(self) -> None:
+        self.addCleanup(Tray().end)
+        with Nelo() as nelo:
+            host = self.start_host()
+            self.assert_has_item(nelo, host)
+            until(lambda: not nelo._status_item(), "the item gone from the tray")
+            host.end()
+            nelo.choose("Settings...")
+            nelo.window("Nelo Settings")
 
     def test_one_that_comes_after_the_start_takes_the_item_from_the_window(self) -> None:
         with TraylessNelo() as nelo:

@@ -1,25 +1,28 @@
 #include "shell/NeloMenuBarApp.h"
 
 #include "backend/NeloBackend.h"
-#include "shell/ToldStatusArea.h"
+#include "shell/FakePlatform.h"
 #include "shell/primitives/NeloWindow.h"
 #include "support/ProcessTable.h"
 #include "support/ScriptedBackend.h"
 #include "support/Warnings.h"
+#include "ui/Alerts.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPointer>
 #include <QPushButton>
 #include <QSignalSpy>
-#include <QSystemTrayIcon>
 #include <QTabWidget>
 #include <QTest>
 #include <QTimer>
 
 #include <optional>
+
+using namespace std::chrono_literals;
 
 /// The delegate: status item, menu, windows, end.
 class TestNeloMenuBarApp final : public QObject
@@ -34,7 +37,7 @@ private slots:
         m_backend.emplace();
         m_backend->answer("openclaw_runtime_status", {{"os", "x"}});
         m_backend->answer("load_nelo_settings", Json::object());
-        m_app = std::make_unique<NeloMenuBarApp>(std::make_unique<ToldStatusArea>(true));
+        m_app = makeApp();
         m_app->applicationDidFinishLaunching();
     }
 
@@ -55,15 +58,23 @@ private slots:
                                      QStringLiteral("Quit Nelo|Ctrl+Q")}));
     }
 
-    void theStatusItemIsCalledNelo()
+    void thePlatformIsAskedInOrder()
     {
-        QCOMPARE(statusItem()->toolTip(), QStringLiteral("Nelo"));
-        QVERIFY(statusItem()->isVisible());
+        QCOMPARE(m_platform->calls(), (QStringList{QStringLiteral("accessory"), QStringLiteral("Nelo")}));
+        const QStringList forward{QStringLiteral("activate"), QStringLiteral("regular"), QStringLiteral("activate")};
+        for (const QString& item : {QStringLiteral("Settings..."), QStringLiteral("Settings...")}) {
+            choose(item);
+            QCOMPARE(m_platform->calls().last(3), forward);
+        }
+        windows().value(0)->close();
+        QCOMPARE(m_platform->calls().size(), 2 + 2 * 3); // it stays in the Dock
+        m_app->comeForward("token");
+        QCOMPARE(m_platform->calls().last(4), QStringList{QStringLiteral("token")} + forward);
     }
 
     void theStatusItemShowsTheSparklesWithoutACustomImage()
     {
-        QVERIFY(statusItem()->icon().availableSizes().contains(QSize(22, 22)));
+        QCOMPARE(m_platform->icon().availableSizes(), {QSize(22, 22)});
     }
 
     void theStatusItemShowsTheCustomImage()
@@ -72,9 +83,9 @@ private slots:
         QImage image(512, 512, QImage::Format_RGB32);
         image.fill(Qt::red);
         QVERIFY(image.save(m_backend->home().path(QStringLiteral("Desktop/nelo.png"))));
-        NeloMenuBarApp app(std::make_unique<ToldStatusArea>(true));
-        app.applicationDidFinishLaunching();
-        const QIcon icon = app.findChild<QSystemTrayIcon*>()->icon();
+        m_app = makeApp();
+        m_app->applicationDidFinishLaunching();
+        const QIcon icon = m_platform->icon();
         QCOMPARE(icon.pixmap({64, 64}).size(), QSize(18, 18));
         QCOMPARE(icon.pixmap({18, 18}).toImage().pixelColor(9, 9), QColor(Qt::red));
     }
@@ -88,57 +99,87 @@ private slots:
         QVERIFY(m_app->findChildren<QTimer*>().isEmpty());
     }
 
-    void theItemIsMadeOnceThereIsAStatusArea()
+    void theLauncherStandsInForAStatusAreaThatIsNotThere()
     {
-        auto statusArea = std::make_unique<ToldStatusArea>(false);
-        ToldStatusArea* desktop = statusArea.get();
-        NeloMenuBarApp app(std::move(statusArea));
-        app.applicationDidFinishLaunching();
-        QVERIFY(!app.findChild<QSystemTrayIcon*>()); // Qt would settle for good how it is shown
-        for (const bool isAvailable : {true, false, true})
-            desktop->setAvailable(isAvailable);
-        QCOMPARE(app.findChildren<QSystemTrayIcon*>().size(), 1);
-        QVERIFY(app.findChild<QSystemTrayIcon*>()->isVisible());
-    }
-
-    void aWindowStandsInForAStatusAreaThatIsNotThere()
-    {
-        auto statusArea = std::make_unique<ToldStatusArea>(false);
-        ToldStatusArea* desktop = statusArea.get();
-        NeloMenuBarApp app(std::move(statusArea));
-        app.applicationDidFinishLaunching();
-        QVERIFY(windows().isEmpty()); // it may be about to come
-        QTRY_COMPARE_WITH_TIMEOUT(windows().size(), 1, 2000);
+        m_app = makeApp(false, 0ms);
+        m_app->applicationDidFinishLaunching();
+        QVERIFY(windows().isEmpty());
+        QTRY_COMPARE(windows().size(), 1);
         const NeloWindow* launcher = windows().value(0);
-        QCOMPARE(launcher->windowTitle(), QStringLiteral("Nelo"));
+        QCOMPARE(launcher->windowTitle(), QStringLiteral("Nelo Launcher"));
         QVERIFY(launcher->isVisible());
+        QVERIFY(launcher->testAttribute(Qt::WA_ShowWithoutActivating));
         QCOMPARE(launcher->minimumSize(), QSize(240, 200));
         const QList<QPushButton*> buttons = launcher->findChildren<QPushButton*>();
         QCOMPARE(buttons.size(), 4);
         for (const QPushButton* button : buttons) {
             QCOMPARE(button->x(), 16);
             QCOMPARE(button->width(), 240 - 2 * 16);
+            QVERIFY(launcher->focusWidget() != button); // what is typed for another program presses none
         }
-        QCOMPARE(launcher->minimumSizeHint().height(), 16 + 4 * buttons[0]->height() + 3 * 8 + 16);
-        desktop->setAvailable(true);
+        m_platform->setHasStatusArea(true);
         QVERIFY(!launcher->isVisible());
-        desktop->setAvailable(false);
-        QVERIFY(launcher->isVisible());
+        m_platform->setHasStatusArea(false);
+        QVERIFY(!launcher->isVisible()); // it waits as long as at the start
+        QTRY_VERIFY(launcher->isVisible());
         QCOMPARE(windows().size(), 1);
     }
 
-    void theWindowThatStandsInReturnsWhenTheProgramIsStartedAgain()
+    void aStatusAreaThatComesInTimeNeedsNoLauncher()
     {
-        NeloMenuBarApp app(std::make_unique<ToldStatusArea>(false));
-        app.reopen(); // before launching has finished
-        app.applicationDidFinishLaunching();
-        app.reopen();
+        m_app = makeApp(false, 0ms);
+        m_app->applicationDidFinishLaunching();
+        m_platform->setHasStatusArea(true);
+        m_platform->setHasStatusArea(false);
+        m_platform->setHasStatusArea(true);
+        QCoreApplication::processEvents(); // every timer that is due has run
+        QVERIFY(windows().isEmpty());
+        QCOMPARE(NeloMenuBarApp::statusAreaTimeout, 1000ms);
+    }
+
+    void theLauncherReturnsWhenTheProgramIsStartedAgain()
+    {
+        m_app = makeApp(false);
+        m_app->comeForward({}); // before launching has finished
+        m_app->applicationDidFinishLaunching();
+        m_app->comeForward({});
         QCOMPARE(windows().size(), 2);
         for (NeloWindow* window : windows())
             window->close();
-        app.reopen();
+        m_app->comeForward({});
         for (const NeloWindow* window : windows())
             QVERIFY(window->isVisible());
+    }
+
+    void aReopenedApplicationShowsAWindowThatIsOpenOrElseTheChat()
+    {
+        choose(QStringLiteral("Settings..."));
+        NeloWindow* settings = windows().value(0);
+        settings->showMinimized();
+        emit m_platform->reopened();
+        QCOMPARE(windows().size(), 1);
+        QVERIFY(!settings->isMinimized());
+        settings->close();
+        emit m_platform->reopened();
+        QCOMPARE(windows().size(), 2);
+        QVERIFY(!settings->isVisible());
+    }
+
+    void anOpenAlertComesForwardInPlaceOfAWindow()
+    {
+        QTimer::singleShot(0, m_app.get(), [] {
+            QWidget window;
+            showAlert(&window, QStringLiteral("Request Failed"), QStringLiteral("Nothing came."));
+        });
+        QTimer::singleShot(0, m_app.get(), [this] {
+            const QPointer<QWidget> alert = QApplication::activeModalWidget();
+            QVERIFY(alert);
+            choose(QStringLiteral("Open Nelo"));
+            QVERIFY(windows().isEmpty());
+            QVERIFY(alert->isVisible());
+            choose(QStringLiteral("Quit Nelo"));
+        });
+        QCOMPARE(QApplication::exec(), 0); // the alert is cancelled
     }
 
     void windowsOpenAtTheirSmallestSize_data()
@@ -265,17 +306,6 @@ private slots:
         QVERIFY(!menu()->isVisible());
     }
 
-    void aClickOpensTheMenu()
-    {
-        for (const auto reason : {QSystemTrayIcon::Trigger, QSystemTrayIcon::DoubleClick}) {
-            emit statusItem()->activated(reason);
-            QVERIFY(menu()->isVisible());
-            menu()->hide();
-        }
-        emit statusItem()->activated(QSystemTrayIcon::MiddleClick);
-        QVERIFY(!menu()->isVisible());
-    }
-
     void quittingEndsTheEventLoop()
     {
         choose(QStringLiteral("Open Nelo Console"));
@@ -292,8 +322,15 @@ private slots:
     }
 
 private:
-    QSystemTrayIcon* statusItem() const { return m_app->findChild<QSystemTrayIcon*>(QStringLiteral("statusItem")); }
-    QMenu* menu() const { return statusItem()->contextMenu(); }
+    /// Makes a program on `m_platform`, which it owns.
+    std::unique_ptr<NeloMenuBarApp> makeApp(bool hasStatusArea = true, std::chrono::milliseconds timeout = 1min)
+    {
+        auto platform = std::make_unique<FakePlatform>(hasStatusArea);
+        m_platform = platform.get();
+        return std::make_unique<NeloMenuBarApp>(std::move(platform), timeout);
+    }
+
+    QMenu* menu() const { return m_platform->menu(); }
 
     void choose(const QString& item) const
     {
@@ -315,6 +352,7 @@ private:
 
     std::optional<ScriptedBackend> m_backend;
     std::unique_ptr<NeloMenuBarApp> m_app;
+    FakePlatform* m_platform = nullptr; // m_app owns it
 };
 
 QTEST_MAIN(TestNeloMenuBarApp)

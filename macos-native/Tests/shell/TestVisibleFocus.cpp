@@ -1,5 +1,5 @@
+#include "shell/FakePlatform.h"
 #include "shell/NeloMenuBarApp.h"
-#include "shell/ToldStatusArea.h"
 #include "shell/primitives/NeloWindow.h"
 #include "support/ScriptedBackend.h"
 #include "support/Warnings.h"
@@ -76,7 +76,7 @@ private slots:
         m_backend.emplace();
         m_backend->answer("openclaw_runtime_status", {{"os", "x"}});
         m_backend->answer("load_nelo_settings", Json::object());
-        m_app = std::make_unique<NeloMenuBarApp>(std::make_unique<ToldStatusArea>(true));
+        m_app = std::make_unique<NeloMenuBarApp>(std::make_unique<FakePlatform>());
         m_app->applicationDidFinishLaunching();
     }
 
@@ -142,10 +142,10 @@ private slots:
 
     void showsInTheWindowThatStandsInForTheStatusItem()
     {
-        NeloMenuBarApp app(std::make_unique<ToldStatusArea>(false));
+        NeloMenuBarApp app(std::make_unique<FakePlatform>(false), std::chrono::milliseconds(0));
         app.applicationDidFinishLaunching();
-        QTRY_VERIFY(windowCalled(QStringLiteral("Nelo")));
-        verifyThatFocusShows(windowCalled(QStringLiteral("Nelo")));
+        QTRY_VERIFY(windowCalled(QStringLiteral("Nelo Launcher")));
+        verifyThatFocusShows(windowCalled(QStringLiteral("Nelo Launcher")));
     }
 
 private:

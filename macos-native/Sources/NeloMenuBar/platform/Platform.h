@@ -1,32 +1,43 @@
 #pragma once
 
 #include <QIcon>
+#include <QObject>
 
-#include <functional>
+#include <memory>
 
 class QMenu;
-class QObject;
-class QSystemTrayIcon;
 
-/// What Qt cannot say for every system; one file per system answers.
-namespace Platform {
+/// The system and its desktop, as far as Qt does not know them; one file per system implements it.
+class Platform : public QObject
+{
+    Q_OBJECT
 
-/// Whether the application shows itself in the Dock.
-enum class ActivationPolicy { Accessory, Regular };
+public:
+    /// Whether the application shows itself in the Dock.
+    enum class ActivationPolicy { Accessory, Regular };
 
-void setActivationPolicy(ActivationPolicy policy);
+    using QObject::QObject;
 
-/// Makes this the active application, also from behind another one.
-void activateApplication();
+    virtual void setActivationPolicy(ActivationPolicy policy) = 0;
+    /// Makes this the active application, also from behind another one.
+    virtual void activateApplication() = 0;
+    /// Keeps what a desktop has handed over so that the window which is activated next may come forward.
+    virtual void setActivationToken(const QByteArray& token) = 0;
 
-/// The "sparkles" symbol for the status bar, legible on light and dark bars, crisp at any scale.
-QIcon sparklesSymbol();
+    /// The "sparkles" symbol for the status bar, legible on light and dark bars, crisp at any scale.
+    virtual QIcon sparklesSymbol() const = 0;
+    /// Shows the status item in the status area, now and whenever there is one. Clicking it opens `menu`, which
+    /// outlives this; `name` is its tool tip.
+    virtual void showStatusItem(const QString& name, const QIcon& icon, QMenu* menu) = 0;
+    /// Whether there is a status area. Some are only known to be there once the event loop runs.
+    virtual bool hasStatusArea() const = 0;
 
-/// Has a click on `item` open `menu`, where attaching the menu alone does not.
-void openMenuOnClick(QSystemTrayIcon* item, QMenu* menu);
+signals:
+    void statusAreaChanged();
+    /// The user opens the running application again, on systems that start no second program for that; on others see
+    /// `SingleInstance`.
+    void reopened();
+};
 
-/// Runs `action` whenever the user opens the running application again, for as long as `context` lives, on systems that
-/// start no second program for that. On others a second program is started; see `SingleInstance`.
-void onReopen(QObject* context, const std::function<void()>& action);
-
-} // namespace Platform
+/// This system. To be made once there is an application object.
+std::unique_ptr<Platform> makePlatform();

@@ -1,52 +1,125 @@
-#include "platform/Platform.h"
-
 #include "platform/MenuPosition.h"
+#include "platform/Platform.h"
 #include "platform/SparklesIcon.h"
+#include "platform/StatusNotifierHost.h"
+#include "platform/StatusNotifierItem.h"
+#include "platform/XEmbedTray.h"
 
+#include <QApplication>
 #include <QCursor>
-#include <QGuiApplication>
 #include <QMenu>
 #include <QScreen>
 #include <QSystemTrayIcon>
 
+#include <utility>
+
 namespace {
 
-/// Where the item's menu belongs. Desktops that draw the icon themselves do not tell where it is; there the pointer has
-/// just clicked it.
-QPoint menuPositionOf(const QSystemTrayIcon& item, const QMenu& menu)
+/// Opens `menu` at the item, or at the pointer where it is not known where the item is.
+void openMenu(const QSystemTrayIcon& item, QMenu* menu)
 {
     const QRect icon = item.geometry();
     const QScreen* screen = QGuiApplication::screenAt(icon.center());
-    return icon.isValid() && screen ? menuPosition(icon, menu.sizeHint(), screen->geometry()) : QCursor::pos();
+    menu->popup(icon.isValid() && screen ? menuPosition(icon, menu->sizeHint(), screen->geometry()) : QCursor::pos());
+}
+
+/// A Linux desktop. Its status area draws the item as it is described on the session bus, or embeds a window of the
+/// program as X11 trays do. It may change from one to the other; the first kind is preferred.
+class LinuxPlatform final : public Platform
+{
+public:
+    LinuxPlatform();
+
+    void setActivationPolicy(ActivationPolicy /*policy*/) override {} // a desktop lists windows, not applications
+    void activateApplication() override {}                            // and a window manager activates windows
+    void setActivationToken(const QByteArray& token) override;
+    QIcon sparklesSymbol() const override { return sparklesIcon(); }
+    void showStatusItem(const QString& name, const QIcon& icon, QMenu* menu) override;
+    bool hasStatusArea() const override { return m_hasStatusArea; }
+
+private:
+    bool isDrawn() const { return m_host.isRegistered() == true; }
+    bool isEmbedded() const { return m_host.isRegistered() == false && m_tray.isThere(); }
+    void followStatusArea();
+    void showInStatusArea();
+    void openMenuOverAlert();
+
+    StatusNotifierHost m_host;
+    XEmbedTray m_tray;
+    bool m_hasStatusArea = false;
+    std::unique_ptr<StatusNotifierItem> m_drawnItem;
+    /// Made when there is a tray and no host: Qt looks once, for the first one, whether it is to be embedded.
+    std::unique_ptr<QSystemTrayIcon> m_embeddedItem;
+    QString m_name;
+    QIcon m_icon;
+    QMenu* m_menu = nullptr; // not ours
+};
+
+LinuxPlatform::LinuxPlatform()
+{
+    connect(&m_host, &StatusNotifierHost::changed, this, &LinuxPlatform::followStatusArea);
+    connect(&m_tray, &XEmbedTray::changed, this, &LinuxPlatform::followStatusArea, Qt::QueuedConnection); // after Qt
+    connect(&m_tray, &XEmbedTray::iconPressed, this, &LinuxPlatform::openMenuOverAlert, Qt::QueuedConnection);
+    followStatusArea();
+}
+
+void LinuxPlatform::setActivationToken(const QByteArray& token)
+{
+    if (!token.isEmpty() && QGuiApplication::platformName() == QStringLiteral("wayland"))
+        qputenv("XDG_ACTIVATION_TOKEN", token); // where Qt looks when it activates a window
+}
+
+void LinuxPlatform::showStatusItem(const QString& name, const QIcon& icon, QMenu* menu)
+{
+    m_name = name;
+    m_icon = icon;
+    m_menu = menu;
+    showInStatusArea();
+}
+
+void LinuxPlatform::followStatusArea()
+{
+    const bool hadStatusArea = std::exchange(m_hasStatusArea, isDrawn() || isEmbedded());
+    if (m_menu)
+        showInStatusArea();
+    if (m_hasStatusArea != hadStatusArea)
+        emit statusAreaChanged();
+}
+
+void LinuxPlatform::showInStatusArea()
+{
+    if (isDrawn()) {
+        if (!m_drawnItem) {
+            m_drawnItem = std::make_unique<StatusNotifierItem>(m_name, m_icon, m_menu->actions());
+            connect(m_drawnItem.get(), &StatusNotifierItem::activationTokenProvided, this,
+                    &LinuxPlatform::setActivationToken);
+        }
+        m_drawnItem->registerWithWatcher();
+        m_embeddedItem.reset();
+    } else if (isEmbedded() && !m_embeddedItem) {
+        m_embeddedItem = std::make_unique<QSystemTrayIcon>(m_icon);
+        m_embeddedItem->setToolTip(m_name);
+        m_embeddedItem->setContextMenu(m_menu);
+        connect(m_embeddedItem.get(), &QSystemTrayIcon::activated, m_menu,
+                [this](QSystemTrayIcon::ActivationReason reason) {
+                    // Two quick openings of the menu look like a double click.
+                    if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
+                        openMenu(*m_embeddedItem, m_menu);
+                });
+        m_embeddedItem->show();
+    }
+}
+
+/// While an alert is open Qt passes no click on to the item; its menu is to work all the same.
+void LinuxPlatform::openMenuOverAlert()
+{
+    if (m_embeddedItem && QApplication::activeModalWidget())
+        openMenu(*m_embeddedItem, m_menu);
 }
 
 } // namespace
 
-void Platform::setActivationPolicy(ActivationPolicy /*policy*/)
+std::unique_ptr<Platform> makePlatform()
 {
-    // There is no Dock: a desktop lists an application by the windows that it shows.
-}
-
-void Platform::activateApplication()
-{
-    // A window manager activates windows, not applications.
-}
-
-QIcon Platform::sparklesSymbol()
-{
-    return sparklesIcon();
-}
-
-void Platform::openMenuOnClick(QSystemTrayIcon* item, QMenu* menu)
-{
-    QObject::connect(item, &QSystemTrayIcon::activated, menu, [item, menu](QSystemTrayIcon::ActivationReason reason) {
-        // Two quick openings of the menu look like a double click.
-        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
-            menu->popup(menuPositionOf(*item, *menu));
-    });
-}
-
-void Platform::onReopen(QObject* /*context*/, const std::function<void()>& /*action*/)
-{
-    // A second program is started.
+    return std::make_unique<LinuxPlatform>();
 }

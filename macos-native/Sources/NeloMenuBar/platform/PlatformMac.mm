@@ -4,7 +4,10 @@
 #include <QImage>
 #include <QObject>
 #include <QPixmap>
+#include <QSystemTrayIcon>
 
+#include <functional>
+#include <memory>
 #include <utility>
 
 #import <AppKit/AppKit.h>
@@ -35,20 +38,57 @@
 
 @end
 
-void Platform::setActivationPolicy(ActivationPolicy policy)
+namespace {
+
+class MacPlatform final : public Platform
+{
+public:
+    MacPlatform();
+    MacPlatform(const MacPlatform &) = delete;
+    MacPlatform &operator=(const MacPlatform &) = delete;
+    ~MacPlatform() override;
+
+    void setActivationPolicy(ActivationPolicy policy) override;
+    void activateApplication() override;
+    void setActivationToken(const QByteArray & /*token*/) override {} // the system asks for none
+    QIcon sparklesSymbol() const override;
+    void showStatusItem(const QString &name, const QIcon &icon, QMenu *menu) override;
+    bool hasStatusArea() const override { return true; }
+
+private:
+    NeloReopenHandler *m_reopenHandler = nil; // the event manager keeps no handler alive
+    std::unique_ptr<QSystemTrayIcon> m_statusItem;
+};
+
+MacPlatform::MacPlatform()
+    : m_reopenHandler([[NeloReopenHandler alloc] initWithAction:[this] { emit reopened(); }])
+{
+    [[NSAppleEventManager sharedAppleEventManager] setEventHandler:m_reopenHandler
+                                                       andSelector:@selector(handleReopen:withReply:)
+                                                     forEventClass:kCoreEventClass
+                                                        andEventID:kAEReopenApplication];
+}
+
+MacPlatform::~MacPlatform()
+{
+    [[NSAppleEventManager sharedAppleEventManager] removeEventHandlerForEventClass:kCoreEventClass
+                                                                        andEventID:kAEReopenApplication];
+}
+
+void MacPlatform::setActivationPolicy(ActivationPolicy policy)
 {
     [NSApp setActivationPolicy:policy == ActivationPolicy::Regular ? NSApplicationActivationPolicyRegular
                                                                    : NSApplicationActivationPolicyAccessory];
 }
 
-void Platform::activateApplication()
+void MacPlatform::activateApplication()
 {
     [[NSRunningApplication currentApplication]
         activateWithOptions:NSApplicationActivateAllWindows | NSApplicationActivateIgnoringOtherApps];
     [NSApp activateIgnoringOtherApps:YES];
 }
 
-QIcon Platform::sparklesSymbol()
+QIcon MacPlatform::sparklesSymbol() const
 {
     constexpr int side = 18;   // points, the height of the bar's symbols
     constexpr int scale = 2;   // pixels per point, the highest there is
@@ -66,21 +106,17 @@ QIcon Platform::sparklesSymbol()
     return icon;
 }
 
-void Platform::openMenuOnClick(QSystemTrayIcon *, QMenu *)
+void MacPlatform::showStatusItem(const QString &name, const QIcon &icon, QMenu *menu)
 {
-    // The status bar opens the attached menu itself.
+    m_statusItem = std::make_unique<QSystemTrayIcon>(icon);
+    m_statusItem->setToolTip(name);
+    m_statusItem->setContextMenu(menu); // which the status bar opens itself
+    m_statusItem->show();
 }
 
-void Platform::onReopen(QObject *context, const std::function<void()> &action)
+} // namespace
+
+std::unique_ptr<Platform> makePlatform()
 {
-    NSAppleEventManager *manager = [NSAppleEventManager sharedAppleEventManager];
-    NeloReopenHandler *handler = [[NeloReopenHandler alloc] initWithAction:action];
-    [manager setEventHandler:handler
-                 andSelector:@selector(handleReopen:withReply:)
-               forEventClass:kCoreEventClass
-                  andEventID:kAEReopenApplication];
-    QObject::connect(context, &QObject::destroyed, context, [manager, handler] {
-        (void)handler; // which only this connection keeps alive: the manager does not
-        [manager removeEventHandlerForEventClass:kCoreEventClass andEventID:kAEReopenApplication];
-    });
+    return std::make_unique<MacPlatform>();
 }

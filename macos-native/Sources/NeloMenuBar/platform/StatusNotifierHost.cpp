@@ -30,7 +30,7 @@ StatusNotifierHost::StatusNotifierHost(QObject* parent) : QObject(parent), m_bus
     const auto* owners =
         new QDBusServiceWatcher(watcherService(), m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(owners, &QDBusServiceWatcher::serviceRegistered, this, &StatusNotifierHost::ask);
-    connect(owners, &QDBusServiceWatcher::serviceUnregistered, this, [this] { settle(false); });
+    connect(owners, &QDBusServiceWatcher::serviceUnregistered, this, [this] { setRegistered(false); });
     // Whoever sends it: the answer comes from the watcher. To name the sender here would wait for the bus to find it.
     for (const auto& signal :
          {QStringLiteral("StatusNotifierHostRegistered"), QStringLiteral("StatusNotifierHostUnregistered")})
@@ -47,11 +47,11 @@ void StatusNotifierHost::ask()
     connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
         call->deleteLater();
         const QDBusPendingReply<QDBusVariant> answer = *call;
-        settle(answer.isValid() && answer.value().variant().toBool());
+        setRegistered(answer.isValid() && answer.value().variant().toBool());
     });
 }
 
-void StatusNotifierHost::settle(bool isRegistered)
+void StatusNotifierHost::setRegistered(bool isRegistered)
 {
     if (m_isRegistered == isRegistered)
         return;

@@ -22,7 +22,7 @@ signals:
 
 private:
     Q_SLOT void ask();
-    void settle(bool isRegistered);
+    void setRegistered(bool isRegistered);
 
     QDBusConnection m_bus;
     std::optional<bool> m_isRegistered;

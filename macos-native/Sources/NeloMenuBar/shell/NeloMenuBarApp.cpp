@@ -3,7 +3,6 @@
 #include "backend/NeloBackend.h"
 #include "chat/ChatViewController.h"
 #include "platform/Platform.h"
-#include "platform/StatusArea.h"
 #include "settings/SettingsViewController.h"
 #include "shell/ConsoleTabController.h"
 #include "shell/LauncherViewController.h"
@@ -12,65 +11,51 @@
 #include "shell/primitives/NeloWindow.h"
 #include "ui/LegibleStyle.h"
 
-#include <QCoreApplication>
-#include <QSystemTrayIcon>
-#include <QTimer>
+#include <QApplication>
 
-#include <chrono>
-
-using namespace std::chrono_literals;
 using ActivationPolicy = Platform::ActivationPolicy;
 
 namespace {
-
-/// A desktop that is just starting may show its status area after the programs that it starts.
-constexpr std::chrono::milliseconds statusAreaPatience = 1s;
 
 QString productName()
 {
     return QStringLiteral("Nelo");
 }
 
-std::unique_ptr<NeloWindow> makeWindow(const QString& title, QSize contentSize, ViewController* controller)
+template <typename Controller> ViewController* make()
 {
-    auto window = std::make_unique<NeloWindow>(title, contentSize);
-    window->setContentViewController(controller);
-    return window;
-}
-
-void bringForward(NeloWindow& window)
-{
-    Platform::setActivationPolicy(ActivationPolicy::Regular); // for good, also once all windows are closed
-    Platform::activateApplication();
-    window.makeKeyAndOrderFront();
+    return new Controller;
 }
 
 } // namespace
 
-NeloMenuBarApp::NeloMenuBarApp(std::unique_ptr<StatusArea> statusArea, QObject* parent)
-    : QObject(parent), m_statusArea(std::move(statusArea))
-{}
+NeloMenuBarApp::NeloMenuBarApp(std::unique_ptr<Platform> platform, std::chrono::milliseconds timeout, QObject* parent)
+    : QObject(parent), m_platform(std::move(platform))
+{
+    m_launcherTimer.setSingleShot(true);
+    m_launcherTimer.setInterval(timeout);
+    connect(&m_launcherTimer, &QTimer::timeout, this, &NeloMenuBarApp::showLauncher);
+}
 
 NeloMenuBarApp::~NeloMenuBarApp() = default;
 
 void NeloMenuBarApp::applicationDidFinishLaunching()
 {
-    Platform::setActivationPolicy(ActivationPolicy::Accessory);
+    m_platform->setActivationPolicy(ActivationPolicy::Accessory);
     LegibleStyle::install(); // before there is anything to see
 
-    Platform::onReopen(this, [this] { reopen(); });
     makeMenu();
-    connect(m_statusArea.get(), &StatusArea::changed, this, &NeloMenuBarApp::followStatusArea);
-    if (m_statusArea->isAvailable())
-        makeStatusItem();
-    else
-        QTimer::singleShot(statusAreaPatience, this, &NeloMenuBarApp::followStatusArea);
+    const QIcon image = menuBarImage();
+    m_platform->showStatusItem(productName(), image.isNull() ? m_platform->sparklesSymbol() : image, m_menu.get());
+    connect(m_platform.get(), &Platform::reopened, this, &NeloMenuBarApp::reopen);
+    connect(m_platform.get(), &Platform::statusAreaChanged, this, &NeloMenuBarApp::followStatusArea);
+    followStatusArea();
 }
 
 void NeloMenuBarApp::makeMenu()
 {
     m_menu = std::make_unique<StatusMenu>();
-    m_menu->setAccessibleName(QStringLiteral("Nelo"));
+    m_menu->setAccessibleName(productName());
     m_menu->addAction(QStringLiteral("Open Nelo"), this, &NeloMenuBarApp::openNelo);
     m_menu->addAction(QStringLiteral("Open Nelo Console"), this, &NeloMenuBarApp::openNeloConsole);
     m_menu->addAction(QStringLiteral("Settings..."), QKeySequence(Qt::CTRL | Qt::Key_Comma), this,
@@ -79,28 +64,24 @@ void NeloMenuBarApp::makeMenu()
     m_menu->addAction(QStringLiteral("Quit Nelo"), QKeySequence(Qt::CTRL | Qt::Key_Q), this, &NeloMenuBarApp::quitApp);
 }
 
-void NeloMenuBarApp::makeStatusItem()
-{
-    const QIcon image = menuBarImage();
-    m_statusItem = new QSystemTrayIcon(image.isNull() ? Platform::sparklesSymbol() : image, this);
-    m_statusItem->setObjectName(QStringLiteral("statusItem"));
-    m_statusItem->setToolTip(productName());
-    m_statusItem->setContextMenu(m_menu.get());
-    Platform::openMenuOnClick(m_statusItem, m_menu.get());
-    m_statusItem->show();
-}
-
 void NeloMenuBarApp::followStatusArea()
 {
-    if (m_statusArea->isAvailable()) {
-        if (!m_statusItem)
-            makeStatusItem();
-        if (m_launcherWindow)
-            m_launcherWindow->hide();
+    if (!m_platform->hasStatusArea()) {
+        m_launcherTimer.start();
         return;
     }
-    if (!m_launcherWindow)
-        m_launcherWindow = makeWindow(productName(), {240, 200}, new LauncherViewController(m_menu->actions()));
+    m_launcherTimer.stop();
+    if (m_launcherWindow)
+        m_launcherWindow->hide();
+}
+
+void NeloMenuBarApp::showLauncher()
+{
+    if (!m_launcherWindow) {
+        m_launcherWindow = std::make_unique<NeloWindow>(QStringLiteral("Nelo Launcher"), QSize(240, 200));
+        m_launcherWindow->setContentViewController(new LauncherViewController(m_menu->actions()));
+        m_launcherWindow->setAttribute(Qt::WA_ShowWithoutActivating); // nobody has asked for it
+    }
     m_launcherWindow->show();
 }
 
@@ -111,29 +92,56 @@ void NeloMenuBarApp::applicationWillTerminate()
 
 void NeloMenuBarApp::openNelo()
 {
-    if (!m_chatWindow)
-        m_chatWindow = makeWindow(productName(), {980, 740}, new ChatViewController);
-    bringForward(*m_chatWindow);
+    show(m_chatWindow, productName(), {980, 740}, make<ChatViewController>);
 }
 
 void NeloMenuBarApp::openNeloConsole()
 {
-    if (!m_consoleWindow)
-        m_consoleWindow = makeWindow(QStringLiteral("Nelo Console"), {1000, 720}, new ConsoleTabController);
-    bringForward(*m_consoleWindow);
+    show(m_consoleWindow, QStringLiteral("Nelo Console"), {1000, 720}, make<ConsoleTabController>);
 }
 
 void NeloMenuBarApp::openSettings()
 {
-    if (!m_settingsWindow)
-        m_settingsWindow = makeWindow(QStringLiteral("Nelo Settings"), {640, 620}, new SettingsViewController);
-    bringForward(*m_settingsWindow);
+    show(m_settingsWindow, QStringLiteral("Nelo Settings"), {640, 620}, make<SettingsViewController>);
+}
+
+void NeloMenuBarApp::show(std::unique_ptr<NeloWindow>& window, const QString& title, QSize size,
+                          ViewController* (*makeController)())
+{
+    if (QWidget* alert = QApplication::activeModalWidget()) { // which no other window may be used before
+        alert->raise();
+        alert->activateWindow();
+        return;
+    }
+    if (!window) {
+        window = std::make_unique<NeloWindow>(title, size);
+        window->setContentViewController(makeController());
+    }
+    bringForward(*window);
+}
+
+void NeloMenuBarApp::bringForward(NeloWindow& window)
+{
+    m_platform->activateApplication();
+    m_platform->setActivationPolicy(ActivationPolicy::Regular); // for good, also once all windows are closed
+    m_platform->activateApplication();
+    window.makeKeyAndOrderFront();
+}
+
+void NeloMenuBarApp::comeForward(const QByteArray& token)
+{
+    m_platform->setActivationToken(token);
+    if (m_menu && !m_platform->hasStatusArea()) // launching has finished
+        showLauncher();
+    openNelo();
 }
 
 void NeloMenuBarApp::reopen()
 {
-    if (m_menu) // launching has finished
-        followStatusArea();
+    for (const auto* window : {&m_settingsWindow, &m_consoleWindow, &m_chatWindow}) {
+        if (*window && (*window)->isVisible())
+            return bringForward(**window);
+    }
     openNelo();
 }
 

@@ -1,13 +1,15 @@
 #pragma once
 
 #include <QObject>
+#include <QTimer>
 
+#include <chrono>
 #include <memory>
 
 class NeloWindow;
+class Platform;
 class QMenu;
-class QSystemTrayIcon;
-class StatusArea;
+class ViewController;
 
 /// The application's delegate: owns the status item, its menu and the three windows, and ends the helper when the
 /// application ends.
@@ -16,8 +18,12 @@ class NeloMenuBarApp final : public QObject
     Q_OBJECT
 
 public:
-    /// `statusArea` is where the status item is to be shown.
-    explicit NeloMenuBarApp(std::unique_ptr<StatusArea> statusArea, QObject* parent = nullptr);
+    /// How long a status area may take to appear, or to appear again, before a window stands in for it: a desktop that
+    /// starts, or starts its panel again, is not without one.
+    static constexpr std::chrono::milliseconds statusAreaTimeout = std::chrono::seconds(1);
+
+    explicit NeloMenuBarApp(std::unique_ptr<Platform> platform, std::chrono::milliseconds timeout = statusAreaTimeout,
+                            QObject* parent = nullptr);
     NeloMenuBarApp(const NeloMenuBarApp&) = delete;
     NeloMenuBarApp& operator=(const NeloMenuBarApp&) = delete;
     ~NeloMenuBarApp() override;
@@ -32,20 +38,26 @@ public:
     void openNelo();
     void openNeloConsole();
     void openSettings();
-    /// Shows the chat, and where there is no status area the window that stands in for it.
+    /// A later start of the program asks this one to come forward: shows the chat, and where there is no status area
+    /// the window that stands in for it. `token` is what its desktop gave it for that; it may be empty.
+    void comeForward(const QByteArray& token);
+    /// The user opens the running application again: a window that is open comes forward, or else the chat.
     void reopen();
-    /// Asks the application to terminate.
+    /// Asks the application to terminate. An open alert is cancelled.
     void quitApp();
 
 private:
     void makeMenu();
-    void makeStatusItem();
-    /// Shows the menu's entries in a window for as long as there is no status area to open the menu from.
+    /// Hides the launcher when there is a status area, and shows it when there has been none for some time.
     void followStatusArea();
+    void showLauncher();
+    void show(std::unique_ptr<NeloWindow>& window, const QString& title, QSize size,
+              ViewController* (*makeController)());
+    void bringForward(NeloWindow& window);
 
-    std::unique_ptr<StatusArea> m_statusArea;
-    std::unique_ptr<QMenu> m_menu;
-    QSystemTrayIcon* m_statusItem = nullptr; // child of this, once there has been a status area
+    std::unique_ptr<QMenu> m_menu; // outlives the platform, which shows it
+    std::unique_ptr<Platform> m_platform;
+    QTimer m_launcherTimer;
     std::unique_ptr<NeloWindow> m_launcherWindow;
     std::unique_ptr<NeloWindow> m_chatWindow;
     std::unique_ptr<NeloWindow> m_consoleWindow;

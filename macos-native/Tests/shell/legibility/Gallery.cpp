@@ -6,8 +6,8 @@
 #include "chat/ApiKeyDialog.h"
 #include "chat/transcript/TranscriptView.h"
 #include "models/ModelsViewController.h"
+#include "shell/FakePlatform.h"
 #include "shell/LauncherViewController.h"
-#include "shell/ToldStatusArea.h"
 #include "shell/primitives/NeloWindow.h"
 #include "support/Controls.h"
 #include "support/Files.h"
@@ -16,7 +16,6 @@
 #include <QApplication>
 #include <QMenu>
 #include <QSettings>
-#include <QSystemTrayIcon>
 #include <QTabWidget>
 #include <QTableView>
 
@@ -24,7 +23,7 @@
 
 using namespace Qt::StringLiterals;
 
-Gallery::Gallery() : m_app(std::make_unique<ToldStatusArea>(true))
+Gallery::Gallery() : m_platform(new FakePlatform), m_app(std::unique_ptr<Platform>(m_platform))
 {
     QCoreApplication::setOrganizationName(u"Nelo"_s);
     QCoreApplication::setApplicationName(u"Gallery"_s);
@@ -106,7 +105,7 @@ void Gallery::showMenu()
 
 void Gallery::showLauncher()
 {
-    NeloWindow launcher(u"Nelo"_s, {240, 200});
+    NeloWindow launcher(u"Nelo Launcher"_s, {240, 200});
     launcher.setContentViewController(new LauncherViewController(menu()->actions()));
     launcher.makeKeyAndOrderFront();
     look(&launcher);
@@ -243,7 +242,7 @@ void Gallery::layOut()
 
 QMenu* Gallery::menu() const
 {
-    return m_app.findChild<QSystemTrayIcon*>(u"statusItem"_s)->contextMenu();
+    return m_platform->menu();
 }
 
 QWidget* Gallery::window(const QString& title) const

@@ -9,6 +9,7 @@
 #include <functional>
 #include <vector>
 
+class FakePlatform;
 class QMenu;
 class QTabWidget;
 
@@ -77,6 +78,7 @@ private:
     void lookAtDialog(const std::function<void()>& open, std::vector<DialogRobot::Answer> before = {});
 
     ScriptedBackend m_backend;
+    FakePlatform* m_platform; // m_app owns it
     NeloMenuBarApp m_app;
     Look m_look;
     bool m_hasLooked = false;

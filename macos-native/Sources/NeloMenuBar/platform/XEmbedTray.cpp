@@ -1,13 +1,16 @@
-#include "platform/EmbeddingTray.h"
+#include "platform/XEmbedTray.h"
 
 #include <QByteArray>
 #include <QGuiApplication>
+#include <QWidget>
 
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <utility>
 
+#include <X11/extensions/XI2.h>
+#include <X11/extensions/XI2proto.h>
 #include <xcb/xcb.h>
 
 namespace {
@@ -61,7 +64,7 @@ xcb_window_t ownerOf(xcb_connection_t* connection, xcb_atom_t selection)
 
 } // namespace
 
-EmbeddingTray::EmbeddingTray(QObject* parent) : QObject(parent), m_connection(serverConnection())
+XEmbedTray::XEmbedTray(QObject* parent) : QObject(parent), m_connection(serverConnection())
 {
     if (m_connection == nullptr)
         return;
@@ -71,7 +74,7 @@ EmbeddingTray::EmbeddingTray(QObject* parent) : QObject(parent), m_connection(se
     find();
 }
 
-bool EmbeddingTray::nativeEventFilter(const QByteArray& /*eventType*/, void* message, qintptr* /*result*/)
+bool XEmbedTray::nativeEventFilter(const QByteArray& /*eventType*/, void* message, qintptr* /*result*/)
 {
     const auto* event = static_cast<const xcb_generic_event_t*>(message);
     constexpr int sentByAProgram = 0x80;
@@ -86,13 +89,29 @@ bool EmbeddingTray::nativeEventFilter(const QByteArray& /*eventType*/, void* mes
         if (reinterpret_cast<const xcb_destroy_notify_event_t*>(event)->window == m_window)
             find();
         break;
+    case XCB_BUTTON_PRESS:
+        reportPress(reinterpret_cast<const xcb_button_press_event_t*>(event)->event);
+        break;
+    case XCB_GE_GENERIC: { // as the X Input Extension tells of buttons
+        const auto* press = reinterpret_cast<const xXIDeviceEvent*>(event);
+        if (press->evtype == XI_ButtonPress)
+            reportPress(press->event);
+        break;
+    }
     default:
         break;
     }
     return false; // for Qt to handle
 }
 
-void EmbeddingTray::find()
+void XEmbedTray::reportPress(xcb_window_t window)
+{
+    const QWidget* widget = QWidget::find(window);
+    if (widget && widget->inherits("QSystemTrayIconSys"))
+        emit iconPressed();
+}
+
+void XEmbedTray::find()
 {
     const xcb_window_t before = std::exchange(m_window, ownerOf(m_connection, m_selection));
     if (isThere() && !watchForEnd(m_connection, m_window))

@@ -1,0 +1,130 @@
+#include "platform/DBusMenu.h"
+
+#include <QAction>
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+
+#include <optional>
+
+namespace {
+
+/// An entry's properties, as GetGroupProperties returns them: (ia{sv}).
+struct EntryProperties
+{
+    int id = 0;
+    QVariantMap properties;
+};
+
+QDBusArgument& operator<<(QDBusArgument& argument, const EntryProperties& entry)
+{
+    argument.beginStructure();
+    argument << entry.id << entry.properties;
+    argument.endStructure();
+    return argument;
+}
+
+/// Nobody sends them to us; QtDBus wants both directions of a type.
+const QDBusArgument& operator>>(const QDBusArgument& argument, EntryProperties& entry)
+{
+    argument.beginStructure();
+    argument >> entry.id >> entry.properties;
+    argument.endStructure();
+    return argument;
+}
+
+/// The keys of a shortcut, each by the name that GTK's panels know it by.
+QStringList keyNames(const QKeySequence& shortcut)
+{
+    const QKeyCombination keys = shortcut[0];
+    QStringList names;
+    if (keys.keyboardModifiers() & Qt::ControlModifier)
+        names.append(QStringLiteral("Control"));
+    names.append(keys.key() == Qt::Key_Comma ? QStringLiteral("comma") : QString(QChar(keys.key())).toLower());
+    return names;
+}
+
+QVariantMap propertiesOf(const QAction& action)
+{
+    if (action.isSeparator())
+        return {{QStringLiteral("type"), QStringLiteral("separator")}};
+    QVariantMap properties{{QStringLiteral("label"), action.text()}};
+    if (!action.shortcut().isEmpty())
+        properties.insert(QStringLiteral("shortcut"),
+                          QVariant::fromValue(QList<QStringList>{keyNames(action.shortcut())}));
+    return properties;
+}
+
+/// The menu or an entry with what is in it: (ia{sv}av).
+QVariant layout(int id, const QVariantMap& properties, const QList<QDBusVariant>& children)
+{
+    QDBusArgument argument;
+    argument.beginStructure();
+    argument << id << properties << children;
+    argument.endStructure();
+    return QVariant::fromValue(argument);
+}
+
+} // namespace
+
+DBusMenu::DBusMenu(const QList<QAction*>& entries, QObject* parent) : QDBusVirtualObject(parent), m_entries(entries)
+{
+    qDBusRegisterMetaType<QList<QStringList>>();
+    qDBusRegisterMetaType<EntryProperties>();
+    qDBusRegisterMetaType<QList<EntryProperties>>();
+}
+
+bool DBusMenu::handleMessage(const QDBusMessage& message, const QDBusConnection& connection)
+{
+    const std::optional<QVariantList> results = resultsOf(message.member(), message.arguments());
+    return results && connection.send(message.createReply(*results));
+}
+
+QString DBusMenu::introspect(const QString& /*path*/) const
+{
+    return {}; // the interface is a standard
+}
+
+std::optional<QVariantList> DBusMenu::resultsOf(const QString& method, const QVariantList& arguments)
+{
+    const QVariantMap ofMenu{{QStringLiteral("children-display"), QStringLiteral("submenu")}};
+    const uint revision = 1;
+    if (method == QStringLiteral("GetLayout")) {
+        QList<QDBusVariant> entries;
+        for (int i = 0; i < m_entries.size(); ++i)
+            entries.append(QDBusVariant(layout(i + 1, propertiesOf(*m_entries[i]), {})));
+        return QVariantList{revision, layout(0, ofMenu, entries)};
+    }
+    if (method == QStringLiteral("GetGroupProperties")) {
+        QList<EntryProperties> all{{0, ofMenu}};
+        for (int i = 0; i < m_entries.size(); ++i)
+            all.append({i + 1, propertiesOf(*m_entries[i])});
+        return QVariantList{QVariant::fromValue(all)};
+    }
+    if (method == QStringLiteral("Event")) {
+        handleEvent(arguments.value(0).toInt(), arguments.value(1).toString());
+        return QVariantList{};
+    }
+    if (method == QStringLiteral("AboutToShow"))
+        return QVariantList{false}; // it is up to date
+    if (method == QStringLiteral("GetAll") || method == QStringLiteral("Get")) {
+        const QVariantMap properties{{QStringLiteral("Version"), 2U},
+                                     {QStringLiteral("Status"), QStringLiteral("normal")},
+                                     {QStringLiteral("TextDirection"), QStringLiteral("ltr")},
+                                     {QStringLiteral("IconThemePath"), QStringList()}};
+        if (method == QStringLiteral("GetAll"))
+            return QVariantList{properties};
+        const auto found = properties.find(arguments.value(1).toString());
+        if (found != properties.end())
+            return QVariantList{QVariant::fromValue(QDBusVariant(*found))};
+    }
+    return std::nullopt;
+}
+
+void DBusMenu::handleEvent(int id, const QString& event)
+{
+    // After the reply, which whoever asks waits for: the choice may end the program.
+    if (event == QStringLiteral("clicked") && id > 0 && id <= m_entries.size())
+        QMetaObject::invokeMethod(m_entries[id - 1], &QAction::trigger, Qt::QueuedConnection);
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "platform/Platform.h"
+
+#include <QStringList>
+
+/// A platform that shows nothing and writes down what it is asked for. Its status area comes and goes as it is told.
+class FakePlatform final : public Platform
+{
+public:
+    explicit FakePlatform(bool hasStatusArea = true) : m_hasStatusArea(hasStatusArea) {}
+
+    const QStringList& calls() const { return m_calls; }
+    const QIcon& icon() const { return m_icon; }
+    QMenu* menu() const { return m_menu; }
+
+    void setHasStatusArea(bool hasStatusArea)
+    {
+        m_hasStatusArea = hasStatusArea;
+        emit statusAreaChanged();
+    }
+
+    void setActivationPolicy(ActivationPolicy policy) override
+    {
+        m_calls.append(policy == ActivationPolicy::Regular ? QStringLiteral("regular") : QStringLiteral("accessory"));
+    }
+
+    void activateApplication() override { m_calls.append(QStringLiteral("activate")); }
+    void setActivationToken(const QByteArray& token) override { m_calls.append(QString::fromUtf8(token)); }
+    QIcon sparklesSymbol() const override { return QIcon(QPixmap(22, 22)); }
+
+    void showStatusItem(const QString& name, const QIcon& icon, QMenu* menu) override
+    {
+        m_calls.append(name);
+        m_icon = icon;
+        m_menu = menu;
+    }
+
+    bool hasStatusArea() const override { return m_hasStatusArea; }
+
+private:
+    QStringList m_calls;
+    QIcon m_icon;
+    QMenu* m_menu = nullptr;
+    bool m_hasStatusArea;
+};
