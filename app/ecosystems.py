@@ -5,10 +5,9 @@ The values are what is true of the program on this machine; `rows` turns them in
 
 from __future__ import annotations
 
-import importlib
 from collections.abc import Mapping
 from dataclasses import dataclass
-from typing import Protocol, cast
+from typing import Protocol
 
 from . import arguments
 
@@ -125,5 +124,7 @@ class Ecosystem(Protocol):
 
 def ecosystem(value: object) -> Ecosystem:
     """The implementation of an ecosystem that the caller named. Raises `BackendError` when it is none of the known."""
-    name = arguments.ecosystem(value)
-    return cast(Ecosystem, importlib.import_module(f".{name}", __package__))
+    from . import codex, kimi, openclaw
+
+    implementations: dict[str, Ecosystem] = {"openclaw": openclaw, "codex": codex, "kimi": kimi}
+    return implementations[arguments.ecosystem(value)]

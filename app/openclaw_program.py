@@ -71,7 +71,8 @@ def check(candidate: str) -> str:
     Without the program nobody can tell, which is no objection.
     """
     program = path()
-    return config_problem(program, ACTION_SECONDS, candidate) if program else ""
+    problem = config_problem(program, ACTION_SECONDS, candidate) if program else ""
+    return problem.replace(candidate, config_path())
 
 
 def config_problem(program: str, seconds: float, file: str = "") -> str:

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import os
+import re
 import selectors
 import subprocess
 import time
@@ -16,6 +17,7 @@ from .errors import reason
 OUTPUT_LIMIT = 4_000_000
 """How many bytes a program may write; more is not an answer."""
 
+_COLOUR = re.compile(r"\x1b\[[0-9;?]*[A-Za-z]")
 _CHUNK = 64 * 1024
 _POLL_SECONDS = 0.05
 
@@ -42,7 +44,7 @@ class Outcome:
         """The first line of text that it wrote, in errors first if it failed; nothing when there is none."""
         for written in (self.output, self.errors) if self.status == 0 else (self.errors, self.output):
             for line in written.decode(errors="replace").splitlines():
-                text = "".join(filter(str.isprintable, " ".join(line.split())))
+                text = "".join(filter(str.isprintable, " ".join(_COLOUR.sub("", line).split())))
                 if text:
                     return text[:200]
         return ""
@@ -55,7 +57,10 @@ def run(command: Sequence[str], seconds: float, variables: Mapping[str, str] | N
     with all that it started when the time is over, when it writes too much, when it has ended, and when we end.
     """
     deadline = time.monotonic() + seconds
-    watched, held = os.pipe()
+    try:
+        watched, held = os.pipe()
+    except OSError as error:
+        return Outcome(None, problem=f"cannot be started: {reason(error)}")
     try:
         child = subprocess.Popen(
             ["/bin/sh", "-c", _GUARDED, "sh", str(watched), *command],

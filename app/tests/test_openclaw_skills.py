@@ -6,6 +6,9 @@ import json
 import os
 import time
 from collections.abc import Callable
+from unittest import mock
+
+import json5
 
 import app
 from app import openclaw_program
@@ -86,6 +89,17 @@ class SkillListTest(OpenClawTestCase):
             ("node", "far", "Far.", "FAR", True, ""),
         )
 
+    def test_a_version_of_the_configuration_is_parsed_once(self) -> None:
+        self.configure("{a: 1}")
+        with mock.patch.object(json5, "loads", wraps=json5.loads) as loads:
+            for version in (1, 2):
+                for _ in range(3):
+                    app.list_skills("openclaw")
+                    app.list_local_agents()
+                    app.get_skill_entry("openclaw", "one")
+                self.assertEqual(loads.call_count, version)
+                self.configure("{a: 22}")
+
     def test_the_lists_are_quick_with_many_agents_and_skills_whatever_the_program_does(self) -> None:
         program = self.make_openclaw()
         program.always(HANG)
@@ -123,10 +137,11 @@ class EntryTest(OpenClawTestCase):
     def test_what_the_program_refuses_is_not_saved_and_its_words_are_told(self) -> None:
         program = self.make_openclaw()
         self.replace(openclaw_program, "ACTION_SECONDS", 0.3)
+        path = self.path(CONFIG)
         self.configure("{a: 1}")
-        invalid = {"valid": False, "error": {"message": "Invalid"}, "issues": [{"path": "a", "message": "Unrecognized key"}]}
+        invalid = {"valid": False, "error": {"message": "Invalid: $OPENCLAW_CONFIG_PATH"}, "issues": [{"path": "a", "message": "Unrecognized key"}]}
         for script, said in {
-            f"echo '{json.dumps(invalid)}'; exit 1": "openclaw says: Invalid a: Unrecognized key.",
+            f"cat <<END\n{json.dumps(invalid)}\nEND\nexit 1": f"openclaw says: Invalid: {path} a: Unrecognized key.",
             "echo '{}'": "openclaw says: {}.",
             HANG: "openclaw did not answer within 0.3 seconds.",
             "echo old Node >&2; exit 1": "openclaw says: old Node.",

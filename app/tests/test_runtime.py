@@ -182,7 +182,7 @@ class VersionTest(HomeTestCase):
     def test_the_first_line_is_the_version_or_says_why_there_is_none(self) -> None:
         too_old = "Node 20.20.2: use 24.16+"
         for script, version in {
-            r"printf '\n  \n \033OpenClaw\t1.2\r\nmore\n'": "OpenClaw 1.2",
+            r"printf '\n  \n \033[1;31mOpenClaw\033[0m\t1.2\r\nmore\n'": "OpenClaw 1.2",
             r"printf '1.2\377\n'": "1.2\ufffd",
             "printf '%010000d' 7": "0" * 200,
             'read -r line; echo "1.2 [$line]"': "1.2 []",
