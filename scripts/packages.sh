@@ -34,6 +34,7 @@ need_for_testing() {
     need_for_driving
     need "what shows which files the idle program asks for" strace
     need "what results are compared with, and what makes certificates" unicode-data openssl
+    need "what sets up a network with delay" iproute2 util-linux
     need "what looks at the files that are installed" desktop-file-utils appstream man-db
     need_for_backend
     need_for_mock_provider

@@ -63,16 +63,17 @@ endfunction()
 # The tests that build on every system, with the label of that name: what the others link uses Linux's own system calls.
 add_custom_target(portable_tests)
 
-# nelo_add_test(NAME SOURCES ... LIBRARIES ...): a Qt Test program, run on the offscreen platform whatever DISPLAY says.
+# nelo_add_test(NAME SOURCES ... LIBRARIES ... [LAUNCHER ...]): a Qt Test program, run on the offscreen platform whatever DISPLAY
+# says, by the command LAUNCHER if there is one.
 function(nelo_add_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES;LAUNCHER")
     add_executable(${name} ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/Tests)
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} Qt6::Test nelo_compile_options)
     # Optimising a test takes as long as the rest of its compilation; what it tests is optimised all the same.
     target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O0>)
-    add_test(NAME ${name} COMMAND ${name})
+    add_test(NAME ${name} COMMAND ${arg_LAUNCHER} $<TARGET_FILE:${name}>)
     set(environment QT_QPA_PLATFORM=offscreen LC_ALL=C.UTF-8 ${nelo_sanitizer_environment})
     set_tests_properties(${name} PROPERTIES ENVIRONMENT "${environment}" TIMEOUT 300)
     if(NOT arg_LIBRARIES MATCHES "nelo_(every_fault|random_kills|test_support)")

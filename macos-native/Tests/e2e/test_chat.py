@@ -22,7 +22,8 @@ def bubbles(chat: Node) -> list[str]:
 
 
 def has_network_library(nelo: Nelo) -> bool:
-    return "Qt6Network" in Path(f"/proc/{nelo.process.pid}/maps").read_text()
+    maps = Path(f"/proc/{nelo.process.pid}/maps").read_text()
+    return "Qt6Network" in maps or "libcurl" in maps
 
 
 class ChatTest(unittest.TestCase):

@@ -87,17 +87,18 @@ QByteArray HttpRequest::header(const QByteArray& name) const
     return found == headers.end() ? QByteArray() : found->second;
 }
 
-HttpServer::HttpServer(quint16 port) : m_scheme(QStringLiteral("http")), m_server(std::make_unique<QTcpServer>())
+HttpServer::HttpServer(quint16 port, const QHostAddress& address)
+    : m_scheme(QStringLiteral("http")), m_server(std::make_unique<QTcpServer>())
 {
-    listen(port);
+    listen(address, port);
 }
 
-HttpServer::HttpServer(const QSslConfiguration& tls) : m_scheme(QStringLiteral("https"))
+HttpServer::HttpServer(const QSslConfiguration& tls, const QHostAddress& address) : m_scheme(QStringLiteral("https"))
 {
     auto server = std::make_unique<QSslServer>();
     server->setSslConfiguration(tls);
     m_server = std::move(server);
-    listen(0);
+    listen(address, 0);
 }
 
 void HttpServer::answerEach(const HttpAnswer& answer)
@@ -131,7 +132,10 @@ void HttpServer::answer(qsizetype index, const HttpAnswer& answer)
 
 QString HttpServer::url(const QString& path) const
 {
-    return QStringLiteral("%1://127.0.0.1:%2%3").arg(m_scheme).arg(m_server->serverPort()).arg(path);
+    return QStringLiteral("%1://%2:%3%4")
+        .arg(m_scheme, m_server->serverAddress().toString())
+        .arg(m_server->serverPort())
+        .arg(path);
 }
 
 qsizetype HttpServer::openConnections() const
@@ -142,12 +146,12 @@ qsizetype HttpServer::openConnections() const
     });
 }
 
-void HttpServer::listen(quint16 port)
+void HttpServer::listen(const QHostAddress& address, quint16 port)
 {
     holdAnswers();
     connect(m_server.get(), &QTcpServer::pendingConnectionAvailable, this, &HttpServer::accept);
-    if (!m_server->listen(QHostAddress::LocalHost, port))
-        qFatal("no loopback port: %s", qPrintable(m_server->errorString()));
+    if (!m_server->listen(address, port))
+        qFatal("cannot listen: %s", qPrintable(m_server->errorString()));
 }
 
 void HttpServer::accept()

@@ -3,6 +3,7 @@
 #include "support/HttpAnswer.h"
 
 #include <QHash>
+#include <QHostAddress>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -29,7 +30,7 @@ struct HttpRequest
     QByteArray header(const QByteArray& name) const;
 };
 
-/// A real HTTP server on loopback, run by the event loop of the thread that made it, that answers
+/// A real HTTP server, run by the event loop of the thread that made it, that answers
 /// what the test says and remembers what it was asked.
 class HttpServer final : public QObject
 {
@@ -39,10 +40,10 @@ public:
     /// Decides what a request gets; nothing leaves it waiting for `answer()`.
     using Script = std::function<std::optional<HttpAnswer>(const HttpRequest&)>;
 
-    /// On `port`, or on one that is free.
-    explicit HttpServer(quint16 port = 0);
+    /// On `port`, or on one that is free, of this machine's `address`.
+    explicit HttpServer(quint16 port = 0, const QHostAddress& address = QHostAddress::LocalHost);
     /// Speaks TLS with this configuration's certificate and key.
-    explicit HttpServer(const QSslConfiguration& tls);
+    explicit HttpServer(const QSslConfiguration& tls, const QHostAddress& address = QHostAddress::LocalHost);
 
     /// From now on every request gets this answer.
     void answerEach(const HttpAnswer& answer);
@@ -54,8 +55,9 @@ public:
     /// Answers request `index` of `requests()`, which waits.
     void answer(qsizetype index, const HttpAnswer& answer);
 
-    /// "http://127.0.0.1:port" or "https://..." with `path` after it.
+    /// "http://address:port" or "https://..." with `path` after it.
     QString url(const QString& path = QStringLiteral("/")) const;
+    quint16 port() const { return m_server->serverPort(); }
     /// The complete requests so far, in the order they came.
     const QList<HttpRequest>& requests() const { return m_requests; }
     /// How many connections were opened so far.
@@ -67,7 +69,7 @@ signals:
     void requested(const HttpRequest& request);
 
 private:
-    void listen(quint16 port);
+    void listen(const QHostAddress& address, quint16 port);
     void accept();
     void read(QTcpSocket* connection);
     void receive(QTcpSocket* connection, const HttpRequest& request);

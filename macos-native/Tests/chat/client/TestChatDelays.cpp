@@ -1,0 +1,161 @@
+#include "chat/ChatCalls.h"
+#include "support/Files.h"
+#include "support/Slowness.h"
+#include "support/TestCertificate.h"
+#include "support/Warnings.h"
+
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QSslConfiguration>
+#include <QTest>
+
+#include <csignal>
+
+#include <sys/mount.h>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+const QHostAddress here(QStringLiteral("10.9.9.1"));
+const QString farAway = QStringLiteral("10.9.9.2"); // the same machine, a round trip away
+
+/// Loses every packet while it lives.
+class DeadPath final
+{
+public:
+    DeadPath() { kill(getppid(), SIGUSR1); }
+    DeadPath(const DeadPath&) = delete;
+    DeadPath& operator=(const DeadPath&) = delete;
+    ~DeadPath() { kill(getppid(), SIGUSR2); }
+};
+
+HttpAnswer keptAnswer()
+{
+    return HttpAnswer::message(200, replyBody(QStringLiteral("hello"))).keptAlive();
+}
+
+} // namespace
+
+/// Calls over a path with delay, which support/delayed_network.py makes.
+class TestChatDelays final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        const TestCertificate certificate = TestCertificate::make(QStringLiteral("IP:") + farAway);
+        Files::create(m_home.path(QStringLiteral("authorities.pem")), certificate.certificate.toPem());
+        m_server = std::make_unique<HttpServer>(certificate.forServer(), here);
+    }
+
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_server->answerEach(keptAnswer());
+        m_calls = std::make_unique<ChatCalls>();
+        m_limits = TransferLimits{.authoritiesFile = QFile::encodeName(m_home.path(QStringLiteral("authorities.pem")))};
+        begin();
+    }
+
+    void cleanup() { m_calls.reset(); }
+
+    void aKeptConnectionTakesOneRoundTrip_data()
+    {
+        QTest::addColumn<int>("bytes");
+        QTest::addColumn<int>("mostRoundTrips");
+        QTest::newRow("1 KB") << 1'000 << 1;
+        QTest::newRow("20 KB") << 20'000 << 1;
+        QTest::newRow("100 KB") << 100'000 << 2; // more than may be on the way at once
+    }
+
+    void aKeptConnectionTakesOneRoundTrip()
+    {
+        QFETCH(int, bytes);
+        QFETCH(int, mostRoundTrips);
+        QCOMPARE(roundTripsOfCall(1'000), 3); // TCP's, TLS's and its own
+        for (int call = 0; call < 3; ++call)  // until the connection knows how much the path bears
+            roundTripsOfCall(bytes);
+        QVERIFY(roundTripsOfCall(bytes) <= mostRoundTrips);
+    }
+
+    void aDeadPathUnderAKeptConnectionIsToldSoon()
+    {
+        QCOMPARE(TransferLimits().acknowledgement, 15s);
+        m_limits.acknowledgement = 1s;
+        begin();
+        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+        const qsizetype requests = m_server->requests().size();
+        {
+            const DeadPath deadPath;
+            QCOMPARE(
+                textOf(m_calls->ask()),
+                QStringLiteral("<10.9.9.2: the connection closed before an answer; the message may have arrived>"));
+        }
+        QCOMPARE(m_server->requests().size(), requests);
+        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+        QCOMPARE(m_server->requests().size(), requests + 1);
+    }
+
+    void aPathThatIsDeadFromTheStartTimesOut()
+    {
+        m_limits.silence = 300ms;
+        begin();
+        const DeadPath deadPath;
+        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("<10.9.9.2: Timeout was reached>"));
+    }
+
+    void aNetworkThatComesLaterIsFound()
+    {
+        QCOMPARE(QProcess::execute(QStringLiteral("ip"), QStringLiteral("link set delayed down").split(u' ')), 0);
+        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("<10.9.9.2: Couldn't connect to server>"));
+        QCOMPARE(QProcess::execute(QStringLiteral("ip"), QStringLiteral("link set delayed up").split(u' ')), 0);
+        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+    }
+
+    void nobodyWaitsForANameServerThatIsSilent()
+    {
+        const QByteArray file = QFile::encodeName(m_home.path(QStringLiteral("resolv.conf")));
+        Files::create(QString::fromUtf8(file), "nameserver 10.9.9.2\noptions timeout:30\n");
+        QCOMPARE(mount(file.constData(), "/etc/resolv.conf", nullptr, MS_BIND, nullptr), 0);
+        const DeadPath deadPath;
+        m_limits.silence = 300ms;
+        begin();
+        m_calls->setEndpoint(QStringLiteral("https://api.example/"));
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("<api.example: Timeout was reached>"));
+        m_calls->start();
+        m_calls->client.reset();
+        QVERIFY2(timer.elapsed() < 3000 * slowness, qPrintable(QString::number(timer.elapsed())));
+    }
+
+private:
+    /// Makes a client with `m_limits`.
+    void begin()
+    {
+        m_calls->client = std::make_unique<ChatClient>(m_limits);
+        m_calls->setEndpoint(m_server->url().replace(here.toString(), farAway));
+    }
+
+    int roundTripsOfCall(int bytes)
+    {
+        static const double roundTrip = qEnvironmentVariable("NELO_ROUND_TRIP").toDouble();
+        QElapsedTimer timer;
+        timer.start();
+        m_calls->outcomes.clear();
+        m_calls->start(QString(bytes, u'x'));
+        m_calls->waitForOutcomes(1);
+        return qRound(static_cast<double>(timer.elapsed()) / roundTrip);
+    }
+
+    TestHome m_home;
+    TransferLimits m_limits;
+    std::unique_ptr<HttpServer> m_server;
+    std::unique_ptr<ChatCalls> m_calls;
+};
+
+QTEST_GUILESS_MAIN(TestChatDelays)
+#include "TestChatDelays.moc"
