@@ -1,15 +1,13 @@
 #include "backend/HelperProcess.h"
 
 #include "backend/ChildReaper.h"
-#include "support/Interruption.h"
 #include "support/ProcessTable.h"
 #include "support/Warnings.h"
 
-#include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <algorithm>
+#include <array>
 
 #include <fcntl.h>
 #include <signal.h>
@@ -18,7 +16,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// Whether a line of /proc/<pid>/status such as "SigBlk:\t0000000000001000" names `signal`.
+/// Returns whether a line of /proc/<pid>/status such as "SigBlk:\t0000000000001000" names `signal`.
 bool holdsSignal(const std::string& statusLine, int signal)
 {
     const std::uint64_t mask = std::stoull(statusLine.substr(statusLine.find(':') + 1), nullptr, 16);
@@ -101,7 +99,7 @@ private slots:
     void theEndOfItsOutputIsNoLine()
     {
         HelperProcess child = shell("printf half");
-        QVERIFY(std::holds_alternative<HelperProcess::EndOfOutput>(child.readLine()));
+        QVERIFY(std::holds_alternative<HelperProcess::EndOfFile>(child.readLine()));
     }
 
     void aChildThatExitedNoLongerRuns()
@@ -173,7 +171,7 @@ private slots:
         {
             const HelperProcess child = shell("exec cat");
         }
-        QTRY_VERIFY(ProcessTable::children().empty());
+        QTRY_VERIFY(childrenAfterReaping().empty());
     }
 
     void aDroppedChildIsNotToldToTerminate()
@@ -185,37 +183,43 @@ private slots:
             QCOMPARE(std::get<std::string>(child.readLine()), std::string("started"));
         }
         QTRY_VERIFY(QFile::exists(file));
-        QTRY_VERIFY(ProcessTable::children().empty());
+        QTRY_VERIFY(childrenAfterReaping().empty());
     }
 
-    void aSignalDoesNotEndTheWaitForAChild()
+    void stoppingTerminatesFirstAndKillsWhenTheGraceIsOver()
     {
-        const std::set<pid_t> others = ProcessTable::threads();
-        {
-            const HelperProcess child = shell("exec sleep 60");
-        }
-        std::set<pid_t> waiting = ProcessTable::threads();
-        std::erase_if(waiting, [&others](pid_t thread) { return others.contains(thread); });
-        QCOMPARE(waiting.size(), 1U);
-
-        Interruption().strike(*waiting.begin());
-        m_reaper->stopAll(10s);
-        QVERIFY(ProcessTable::children().empty());
-    }
-
-    void stoppingInsistsWhenTheGraceIsOver()
-    {
+        const QTemporaryDir folder;
+        const QString file = folder.filePath(QStringLiteral("terminated"));
         {
             HelperProcess stubborn = shell("trap '' TERM; echo ready; while :; do sleep 0.01; done");
             QCOMPARE(std::get<std::string>(stubborn.readLine()), std::string("ready"));
-            HelperProcess obedient = shell("echo ready; exec sleep 60");
+            HelperProcess obedient =
+                shell("trap 'touch " + file.toStdString() + "; exit' TERM; echo ready; while :; do sleep 0.01; done");
             QCOMPARE(std::get<std::string>(obedient.readLine()), std::string("ready"));
         }
-        QElapsedTimer timer;
-        timer.start();
-        m_reaper->stopAll(100ms);
-        QVERIFY(timer.hasExpired(99)); // the grace was given
+        m_reaper->stopAll(1s);
+        QVERIFY(QFile::exists(file)); // a child that is only killed cannot make it
         QVERIFY(ProcessTable::children().empty());
+    }
+
+    void stoppingEndsWithTheLastChildAndNotWithTheGrace()
+    {
+        {
+            const HelperProcess child = shell("exec cat");
+        }
+        m_reaper->stopAll(1h);
+        QVERIFY(ProcessTable::children().empty());
+    }
+
+    void aChildsErrorsAreAPipeThatNobodyReads()
+    {
+        HelperProcess child = shell("echo trouble >&2; echo ready; read go");
+        QCOMPARE(std::get<std::string>(child.readLine()), std::string("ready"));
+        const std::string path = "/proc/" + std::to_string(child.processId()) + "/fd/2";
+        const FileDescriptor errors(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+        std::array<char, 100> bytes{};
+        QCOMPARE(read(errors.get(), bytes.data(), bytes.size()), 8);
+        QCOMPARE(bytes.data(), "trouble\n");
     }
 
     void outOfDescriptorsIsTheSystemsError()
@@ -240,6 +244,12 @@ private:
     HelperProcess shell(const std::string& script)
     {
         return std::get<HelperProcess>(HelperProcess::launch({"/bin/sh", "-c", script}, "/", *m_reaper));
+    }
+
+    std::vector<pid_t> childrenAfterReaping()
+    {
+        m_reaper->reapEnded();
+        return ProcessTable::children();
     }
 
     int m_descriptorsBefore = 0;

@@ -1,5 +1,6 @@
 #include "backend/NeloBackend.h"
 
+#include "support/OrdinaryUser.h"
 #include "support/ProcessTable.h"
 #include "support/ScriptedBackend.h"
 #include "support/Warnings.h"
@@ -8,10 +9,28 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <atomic>
 #include <future>
 #include <optional>
+#include <thread>
 
 #include <signal.h>
+
+namespace {
+
+constexpr int threadCount = 8;
+
+/// Runs `work(thread)` on eight threads at once.
+template <typename Work> void onEightThreads(Work work)
+{
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < threadCount; ++thread)
+        threads.emplace_back(work, thread);
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+} // namespace
 
 /// The bridge on the real helper process with a scripted backend module.
 class TestNeloBackend final : public QObject
@@ -151,6 +170,7 @@ private slots:
 
         QTest::newRow("noise printed before the reply")
             << QByteArray(R"([{"write-raw":"debug\n"}])") << someParserError;
+        QTest::newRow("noise printed without a flush") << QByteArray(R"([{"print":"debug\n"}])") << someParserError;
         QTest::newRow("noise on the reply's own line") << QByteArray(R"([{"write-raw":"debug "}])") << someParserError;
         QTest::newRow("an empty line before the reply") << QByteArray(R"([{"write-raw":"\n"}])") << someParserError;
         QTest::newRow("a reply nested 100,000 deep")
@@ -352,9 +372,72 @@ private slots:
         for (int failure = 0; failure < 1000; ++failure)
             QCOMPARE(NeloBackend::call("ping"), std::string("ERROR: backend helper terminated"));
         qputenv("PATH", path);
-        QTRY_VERIFY(ProcessTable::children().empty());
-        QCOMPARE(ProcessTable::openDescriptors(), m_descriptorsBefore);
         verifyNextCallWorks();
+        NeloBackend::shutdown();
+        QCOMPARE(ProcessTable::openDescriptors(), m_descriptorsBefore);
+    }
+
+    void aProjectFolderThatCannotBeEnteredIsTheSystemsError()
+    {
+        const OrdinaryUser user;
+        QVERIFY(QFile::setPermissions(m_backend->folder(), {}));
+        const std::string reply = NeloBackend::call("ping");
+        QVERIFY(QFile::setPermissions(m_backend->folder(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        QCOMPARE(reply, std::string("ERROR: Permission denied"));
+        verifyNextCallWorks();
+    }
+
+    void manyThreadsEachGetTheirOwnReplies_data()
+    {
+        QTest::addColumn<std::string>("disturbance");
+        QTest::newRow("alone") << std::string();
+        QTest::newRow("while one shuts the helper down") << std::string("shutdown");
+        QTest::newRow("while the helper keeps dying") << std::string("die");
+    }
+
+    void manyThreadsEachGetTheirOwnReplies()
+    {
+        QFETCH(std::string, disturbance);
+        m_backend->script("die", {{{"exit", 1}}});
+        std::atomic<int> wrong = 0;
+        onEightThreads([&](int thread) {
+            for (int call = 0; call < (disturbance.empty() ? 100 : 10); ++call) {
+                const std::string text = std::to_string(thread) + '/' + std::to_string(call);
+                if (disturbance == "die" && call % 4 == thread % 4)
+                    wrong += NeloBackend::call("die") != "ERROR: backend helper terminated";
+                else if (disturbance == "shutdown" && thread == 0)
+                    NeloBackend::shutdown();
+                else
+                    wrong += NeloBackend::call("echo", {text}) != "[\"" + text + "\"]";
+            }
+        });
+        QCOMPARE(wrong.load(), 0);
+        verifyNextCallWorks();
+    }
+
+    void theProjectRootFollowsTheNameOfTheWorkingDirectory_data()
+    {
+        QTest::addColumn<QString>("workingDirectory");
+        QTest::addColumn<QString>("root");
+        const QString built = QStringLiteral("/build/repository");
+        QTest::newRow("the application's own folder gives its parent")
+            << QStringLiteral("/home/me/nelo/macos-native") << QStringLiteral("/home/me/nelo");
+        QTest::newRow("the repository folder gives itself")
+            << QStringLiteral("/home/me/nelohub") << QStringLiteral("/home/me/nelohub");
+        QTest::newRow("blanks and Chinese letters stay")
+            << QStringLiteral("/家 1/nelohub") << QStringLiteral("/家 1/nelohub");
+        for (const char* other : {"/home/nelohub/work", "/x/macos-native/Sources", "/x/MacOS-native", "/x/NeloHub",
+                                  "/x/nelohub2", "/", ""}) // the last one is a folder that is gone
+            QTest::addRow("any other: %s", other) << QString::fromLatin1(other) << built;
+    }
+
+    void theProjectRootFollowsTheNameOfTheWorkingDirectory()
+    {
+        QFETCH(QString, workingDirectory);
+        QFETCH(QString, root);
+        const auto found = NeloBackend::projectRoot(workingDirectory.toStdString(),
+                                                    "/build/repository/macos-native/Sources/NeloMenuBar/main.cpp");
+        QCOMPARE(QString::fromStdString(found.string()), root);
     }
 
 private:
@@ -362,7 +445,8 @@ private:
     void verifyNextCallWorks()
     {
         QCOMPARE(NeloBackend::call("ping"), std::string(R"({"pong":1})"));
-        QTRY_COMPARE(ProcessTable::children().size(), 1U); // the helper that answered, and no zombie
+        // Further calls reap those that have ended since: only the helper that answers is left.
+        QTRY_VERIFY(NeloBackend::call("ping") == R"({"pong":1})" && ProcessTable::children().size() == 1U);
     }
 
     int m_descriptorsBefore = 0;

@@ -4,6 +4,11 @@
 #include <iterator>
 #include <utility>
 
+std::string errorText(const std::string& reason)
+{
+    return "ERROR: " + reason;
+}
+
 BackendReply::BackendReply(std::string text) : m_text(std::move(text))
 {}
 

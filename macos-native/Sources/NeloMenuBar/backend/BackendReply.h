@@ -5,6 +5,9 @@
 #include <string>
 #include <vector>
 
+/// Returns the failure text of the bridge: "ERROR: " and the reason.
+std::string errorText(const std::string& reason);
+
 /// A reply of `NeloBackend::call`, read leniently: a reply of another shape than expected counts as empty.
 class BackendReply final
 {

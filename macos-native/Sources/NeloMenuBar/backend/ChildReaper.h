@@ -1,47 +1,31 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
-#include <list>
-#include <mutex>
-#include <thread>
+#include <vector>
 
 #include <sys/types.h>
 
-/// Waits for child processes that nobody talks to any more, so that none of them stays behind as a zombie.
-///
-/// A child that its owner dropped may take its time to end by itself, so each gets a thread that sleeps until it is
-/// gone. Safe to use from any thread.
+/// The child processes that nobody talks to any more. They end by themselves, each in its own time; the reaper takes
+/// care that none of them stays behind as a zombie. One thread at a time.
 class ChildReaper final
 {
 public:
     ChildReaper() = default;
     ChildReaper(const ChildReaper&) = delete;
     ChildReaper& operator=(const ChildReaper&) = delete;
-    /// Stops what is still alive, without a grace.
+    /// Kills the children that are still alive.
     ~ChildReaper();
 
-    /// Takes over the unreaped child `pid`. It is left alone until it ends.
+    /// Takes over the unreaped child `pid`, and lets it run.
     void adopt(pid_t pid);
 
-    /// Asks every adopted child to terminate, kills those that are alive when `grace` is over, and returns when all are
-    /// reaped.
+    /// Reaps the children that have ended. Never waits.
+    void reapEnded();
+
+    /// Sends every child a request to terminate, kills those that are alive when `grace` is over, and returns when all
+    /// are reaped.
     void stopAll(std::chrono::milliseconds grace);
 
 private:
-    struct Child
-    {
-        pid_t pid;
-        std::thread thread;
-    };
-    using Children = std::list<Child>;
-
-    void waitFor(Children::iterator child);
-    void signalAll(int signal); // with the lock held
-    void joinFinished();
-
-    std::mutex m_lock;
-    std::condition_variable m_childEnded;
-    Children m_waiting;
-    Children m_finished;
+    std::vector<pid_t> m_children; // unreaped, so that no stranger gets one of their ids
 };

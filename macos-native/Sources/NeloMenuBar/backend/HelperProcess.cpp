@@ -38,8 +38,8 @@ bool openCloseOnExec(std::array<int, 2>& ends)
 #endif
 }
 
-/// Moves a descriptor clear of the standard ones: such a number, free because our own stream was closed, would be
-/// overwritten while the child's streams are put in place.
+/// Moves a descriptor to a number above the standard ones. Such a number, which is free when our own stream was closed,
+/// would be overwritten while the child's streams are put in place.
 FileDescriptor clearOfStandardStreams(FileDescriptor descriptor)
 {
     if (descriptor.get() > STDERR_FILENO)
@@ -47,7 +47,7 @@ FileDescriptor clearOfStandardStreams(FileDescriptor descriptor)
     return FileDescriptor(fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
-/// None when the process is out of descriptors; errno says so.
+/// Returns nothing when the process is out of descriptors; errno says so.
 std::optional<Pipe> makePipe()
 {
     std::array<int, 2> ends{-1, -1};
@@ -59,8 +59,8 @@ std::optional<Pipe> makePipe()
     return result;
 }
 
-/// Makes children wait to be reaped even if we were started with their signal ignored: else the id of one that ended
-/// could soon be a stranger's.
+/// Makes ended children wait to be reaped even when we were started with their signal ignored. Otherwise the id of a
+/// child that ended could already belong to a stranger.
 void keepEndedChildren()
 {
     struct sigaction now
@@ -70,7 +70,7 @@ void keepEndedChildren()
         std::signal(SIGCHLD, SIG_DFL);
 }
 
-/// What the child is started with, besides its command: folder, streams, and signals as a program expects to find them.
+/// The folder and the streams of a child, and its signals as a program expects to find them.
 class SpawnSettings final
 {
 public:
@@ -136,8 +136,8 @@ HelperProcess::Launch HelperProcess::launch(const std::vector<std::string>& comm
                    [](std::string& word) { return word.data(); });
     arguments.push_back(nullptr);
 
-    // For the whole process, as Qt does before it writes to a process or socket: two calls around each write, which is
-    // what it takes to keep to one thread, are a tenth of a short exchange.
+    // For the whole process, as Qt does it before it writes to a process or socket. To do it for one thread only takes
+    // two calls around each write, a tenth of the time of a short exchange.
     std::signal(SIGPIPE, SIG_IGN);
     keepEndedChildren();
     pid_t pid = -1;
@@ -205,15 +205,14 @@ HelperProcess::Line HelperProcess::readLine()
         const ssize_t count = ::read(m_output.get(), m_buffer->data(), m_buffer->size());
         const int failure = errno;
         if (count == 0)
-            return EndOfOutput{};
+            return EndOfFile{};
         if (count < 0 && failure != EINTR)
             return errorOf(failure);
         bytes = {m_buffer->data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
     }
 }
 
-// Nothing of this object changes, but much of what it stands for.
-void HelperProcess::terminate() // NOLINT(readability-make-member-function-const)
+void HelperProcess::terminate() // NOLINT(readability-make-member-function-const): it changes the child
 {
     kill(m_pid, SIGTERM); // safe: the id of an unreaped child is never given to a stranger
 }

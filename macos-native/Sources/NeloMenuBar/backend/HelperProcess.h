@@ -17,22 +17,22 @@ class ChildReaper;
 
 /// A child process that answers lines with lines: its standard input and output are pipes to us.
 ///
-/// Its standard error is a pipe too, and nobody reads it: diagnostics are dropped, and a child that writes more of them
+/// Its standard error is a pipe too, which nobody reads: diagnostics are lost, and a child that writes more of them
 /// than a pipe holds blocks. Every descriptor of ours is close-on-exec, so no other child keeps one open.
 ///
-/// Dropping the object closes the pipes, upon which a child that reads its input ends by itself; a reaper waits for
-/// that. One thread at a time.
+/// Dropping the object closes the pipes: a child that reads its input then ends by itself, and its `ChildReaper` reaps
+/// it. One thread at a time.
 class HelperProcess final
 {
 public:
     /// The output ended before a line feed came.
-    struct EndOfOutput
+    struct EndOfFile
     {};
     using Launch = std::variant<HelperProcess, std::error_code>;
-    using Line = std::variant<std::string, EndOfOutput, std::error_code>;
+    using Line = std::variant<std::string, EndOfFile, std::error_code>;
 
     /// Starts the program `command[0]`, a path, with the arguments after it, in the folder `workingDirectory` and with
-    /// our environment. `reaper` must outlive the result. Fails with the system's reason.
+    /// our environment. `reaper` must outlive the result. Returns the system's error when this fails.
     static Launch launch(const std::vector<std::string>& command, const std::filesystem::path& workingDirectory,
                          ChildReaper& reaper);
 
@@ -42,7 +42,7 @@ public:
     HelperProcess& operator=(const HelperProcess&) = delete;
     ~HelperProcess();
 
-    /// Whether the child has not exited yet.
+    /// Returns whether the child has not exited yet. Does not reap it.
     bool isRunning() const;
     pid_t processId() const { return m_pid; }
 
@@ -50,8 +50,8 @@ public:
     /// error `broken_pipe`, never a signal.
     [[nodiscard]] std::error_code write(std::string_view bytes);
 
-    /// The child's next output line, without its line feed; blocks until it is complete. Bytes past the line feed are
-    /// kept for the next line.
+    /// Returns the child's next output line without its line feed, and blocks until the line is complete. Bytes after
+    /// the line feed are kept for the next line.
     [[nodiscard]] Line readLine();
 
     /// Sends the child a request to terminate and returns at once.
@@ -65,8 +65,8 @@ private:
     pid_t m_pid;
     FileDescriptor m_input;
     FileDescriptor m_output;
-    FileDescriptor m_errors;              // held, because a child must be able to write there, and never read
-    std::unique_ptr<ReadBuffer> m_buffer; // what was read last
-    std::string_view m_unread;            // of it, what came after the last line feed
+    FileDescriptor m_errors;              // kept open, so that the child can write, and never read
+    std::unique_ptr<ReadBuffer> m_buffer; // the bytes of the last read
+    std::string_view m_unread;            // those of them after the last line feed
     ChildReaper* m_reaper;                // not ours
 };

@@ -1,10 +1,10 @@
 #include "backend/NeloBackend.h"
 
 #include "HelperServerScript.h"
+#include "backend/BackendReply.h"
 #include "backend/ChildReaper.h"
 #include "backend/HelperProcess.h"
-#include "backend/ProjectRoot.h"
-#include "backend/ReplyLine.h"
+#include "backend/ReplyReader.h"
 
 #include <algorithm>
 #include <chrono>
@@ -15,7 +15,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How long a helper may take to go once it was asked to; nothing it was told to keep is lost with it.
+/// How long a helper may take to end after it was asked to.
 constexpr std::chrono::milliseconds quitGrace = 2s;
 
 /// The bridge's only state.
@@ -33,9 +33,10 @@ Bridge& bridge()
     return instance;
 }
 
-/// Makes sure that a live helper exists; an error says why it could not be launched.
+/// Makes sure that a live helper exists. Returns an error when none could be launched.
 std::error_code ensureHelper(Bridge& state)
 {
+    state.reaper.reapEnded();
     if (state.helper && state.helper->isRunning())
         return {};
     if (state.helper)
@@ -43,8 +44,8 @@ std::error_code ensureHelper(Bridge& state)
     state.helper.reset();
 
     std::error_code unknownFolder; // a working directory that is gone has no name: the recorded folder serves
-    const std::filesystem::path root =
-        projectRoot(std::filesystem::current_path(unknownFolder), std::filesystem::path(NELO_MAIN_SOURCE_FILE));
+    const std::filesystem::path root = NeloBackend::projectRoot(std::filesystem::current_path(unknownFolder),
+                                                                std::filesystem::path(NELO_MAIN_SOURCE_FILE));
     HelperProcess::Launch launch = HelperProcess::launch(
         {"/usr/bin/env", "python3", "-u", "-c", std::string(helperServerScript)}, root, state.reaper);
     if (const auto* failure = std::get_if<std::error_code>(&launch))
@@ -53,7 +54,7 @@ std::error_code ensureHelper(Bridge& state)
     return {};
 }
 
-/// Whether a text between quotation marks is its own JSON: printable ASCII with nothing to escape.
+/// Returns whether `text` needs no escapes in JSON: it is printable ASCII without quotation marks and backslashes.
 bool needsNoEscape(std::string_view text)
 {
     return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
@@ -61,17 +62,18 @@ bool needsNoEscape(std::string_view text)
 
 void appendText(std::string& line, std::string_view text)
 {
-    if (needsNoEscape(text)) // most are names and paths; the general printer takes as long as the rest of a short call
+    if (needsNoEscape(text)) // as names and paths; the general printer takes as long as the rest of a short call
         line.append(1, '"').append(text).append(1, '"');
     else
         line += Json(text).dump();
 }
 
-/// A compact JSON object and a line feed. Written piece by piece: a tree of it would copy every argument first.
+/// Returns the request as a compact JSON object and a line feed. It is written piece by piece, because a JSON value of
+/// the whole would copy every argument first.
 std::string requestLine(std::string_view function, const std::vector<Json>& args)
 {
     std::string line;
-    line.reserve(256); // most requests; growing by and by would take several allocations
+    line.reserve(256); // enough for most requests
     line += R"({"function":)";
     appendText(line, function);
     line += R"(,"args":)";
@@ -88,25 +90,25 @@ std::string requestLine(std::string_view function, const std::vector<Json>& args
     return line;
 }
 
-ReplyMeaning terminated()
+ReplyOutcome terminated()
 {
-    return {errorText("backend helper terminated"), ReplyMeaning::Helper::Drop};
+    return {errorText("backend helper terminated"), ReplyOutcome::Helper::Drop};
 }
 
-ReplyMeaning broken(const std::error_code& failure)
+ReplyOutcome broken(const std::error_code& failure)
 {
-    return {errorText(failure.message()), ReplyMeaning::Helper::Drop};
+    return {errorText(failure.message()), ReplyOutcome::Helper::Drop};
 }
 
-/// One exchange with the helper that is there.
-ReplyMeaning ask(Bridge& state, const std::string& request)
+/// Sends `request` to the running helper and reads its reply.
+ReplyOutcome ask(Bridge& state, const std::string& request)
 {
     if (const std::error_code failure = state.helper->write(request)) {
-        // A helper that reads no more is over, whether we learn it while writing or, an instant later, while reading.
+        // A helper that no longer reads has ended, whether the write tells it or, an instant later, the read.
         return failure == std::errc::broken_pipe ? terminated() : broken(failure);
     }
     const HelperProcess::Line line = state.helper->readLine();
-    if (std::holds_alternative<HelperProcess::EndOfOutput>(line))
+    if (std::holds_alternative<HelperProcess::EndOfFile>(line))
         return terminated();
     if (const auto* failure = std::get_if<std::error_code>(&line))
         return broken(*failure);
@@ -122,14 +124,25 @@ std::string NeloBackend::call(std::string_view function, const std::vector<Json>
     try {
         if (const std::error_code failure = ensureHelper(state))
             return errorText(failure.message());
-        ReplyMeaning meaning = ask(state, requestLine(function, args));
-        if (meaning.helper == ReplyMeaning::Helper::Drop)
+        ReplyOutcome outcome = ask(state, requestLine(function, args));
+        if (outcome.helper == ReplyOutcome::Helper::Drop)
             state.helper.reset();
-        return std::move(meaning.text);
+        return std::move(outcome.text);
     } catch (const std::exception& failure) { // a request that is not UTF-8, or no memory for a reply
         state.helper.reset();
         return errorText(failure.what());
     }
+}
+
+std::filesystem::path NeloBackend::projectRoot(const std::filesystem::path& workingDirectory,
+                                               const std::filesystem::path& mainSourceFile)
+{
+    if (workingDirectory.filename() == "macos-native")
+        return workingDirectory.parent_path();
+    if (workingDirectory.filename() == "nelohub")
+        return workingDirectory;
+    // <root>/macos-native/Sources/NeloMenuBar/main.cpp
+    return mainSourceFile.parent_path().parent_path().parent_path().parent_path();
 }
 
 void NeloBackend::shutdown()

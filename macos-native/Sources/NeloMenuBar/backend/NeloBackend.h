@@ -2,24 +2,35 @@
 
 #include "base/Json.h"
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
 
 /// The one gateway to the backend module: a Python module `app` that runs in one long-lived child interpreter.
 ///
-/// The helper starts with the first call, is kept between calls, and is dropped by a failure; the next call then starts
-/// a new one. Every operation takes one lock, so one request is in flight at a time. Any thread may call.
+/// The first call starts the helper. It is kept between calls; a failure drops it, and the next call starts a new one.
+/// A dropped helper sees the end of its input and ends by itself; later calls reap it. Every operation takes one lock,
+/// so one request is in flight at a time. Any thread may call.
 namespace NeloBackend {
 
-/// Runs `function` of the backend module with positional `args` and blocks until its reply is there; there is no time
+/// Runs `function` of the backend module with positional `args`, and blocks until its reply is there. There is no time
 /// limit, and no event loop runs meanwhile.
 ///
-/// Returns the result as compact JSON text ("{}" when the reply has none), or a line that begins "ERROR: ". Never
+/// Returns the result as compact JSON text ("{}" when the reply has none), or a line that begins with "ERROR: ". Never
 /// throws.
 std::string call(std::string_view function, const std::vector<Json>& args = {});
 
-/// Ends the helper and every earlier one that is still alive; returns when they are gone. Waits for a call in progress.
+/// Waits for a call in progress, then ends the helper and every dropped one that is still alive. Returns when all are
+/// gone.
 void shutdown();
+
+/// Returns the folder in which the helper runs: the repository that holds the backend module.
+///
+/// A `workingDirectory` named "macos-native" gives its parent, one named "nelohub" gives itself, exactly and with
+/// regard to case. Any other gives the repository that `mainSourceFile`, the path recorded at build time, lies in.
+/// Nothing is looked up on disk: a folder that does not exist fails when the helper is launched.
+std::filesystem::path projectRoot(const std::filesystem::path& workingDirectory,
+                                  const std::filesystem::path& mainSourceFile);
 
 } // namespace NeloBackend

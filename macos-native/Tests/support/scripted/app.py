@@ -44,6 +44,8 @@ def _run(step: dict[str, Any], args: tuple[Any, ...]) -> Any:
         time.sleep(value)
     elif kind == "write-raw":  # onto the protocol's stream, as a module that prints would
         _write(sys.stdout.buffer, value)
+    elif kind == "print":  # and leave it to the stream when it goes out
+        print(value, end="")
     elif kind == "write-latin-1":
         _write(sys.stdout.buffer, value, "latin-1")
     elif kind == "write-errors":

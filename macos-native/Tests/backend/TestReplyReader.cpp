@@ -1,4 +1,4 @@
-#include "backend/ReplyLine.h"
+#include "backend/ReplyReader.h"
 
 #include "backend/BackendReply.h"
 #include "support/Corpora.h"
@@ -19,15 +19,15 @@ void addPublicParserTexts()
     }
 }
 
-bool isParserError(const ReplyMeaning& meaning)
+bool isParserError(const ReplyOutcome& outcome)
 {
-    return meaning.text.starts_with("ERROR: ");
+    return outcome.text.starts_with("ERROR: ");
 }
 
 } // namespace
 
 /// What one line of the helper's output means.
-class TestReplyLine final : public QObject
+class TestReplyReader final : public QObject
 {
     Q_OBJECT
 
@@ -99,9 +99,9 @@ private slots:
     {
         QFETCH(QByteArray, line);
         QFETCH(QByteArray, text);
-        const ReplyMeaning meaning = ReplyReader().interpret(line.toStdString());
-        QCOMPARE(QByteArray::fromStdString(meaning.text), text);
-        QCOMPARE(meaning.helper, ReplyMeaning::Helper::Keep);
+        const ReplyOutcome outcome = ReplyReader().interpret(line.toStdString());
+        QCOMPARE(QByteArray::fromStdString(outcome.text), text);
+        QCOMPARE(outcome.helper, ReplyOutcome::Helper::Keep);
     }
 
     void textThatDoesNotParseDropsTheHelper_data()
@@ -123,10 +123,10 @@ private slots:
     void textThatDoesNotParseDropsTheHelper()
     {
         QFETCH(QByteArray, line);
-        const ReplyMeaning meaning = ReplyReader().interpret(line.toStdString());
-        QVERIFY(isParserError(meaning));
-        QVERIFY(meaning.text.size() > errorText({}).size()); // it says why
-        QCOMPARE(meaning.helper, ReplyMeaning::Helper::Drop);
+        const ReplyOutcome outcome = ReplyReader().interpret(line.toStdString());
+        QVERIFY(isParserError(outcome));
+        QVERIFY(outcome.text.size() > errorText({}).size()); // it says why
+        QCOMPARE(outcome.helper, ReplyOutcome::Helper::Drop);
     }
 
     void aResultKeepsItsNumbersAndOrder()
@@ -164,12 +164,12 @@ private slots:
     {
         QFETCH(QByteArray, text);
         const QByteArray name(QTest::currentDataTag());
-        const ReplyMeaning meaning = ReplyReader().interpret(R"({"ok":true,"result":)" + text.toStdString() + '}');
+        const ReplyOutcome outcome = ReplyReader().interpret(R"({"ok":true,"result":)" + text.toStdString() + '}');
         if (name.startsWith("y_"))
-            QVERIFY2(Json::parse(meaning.text, nullptr, false) == Json::parse(text.toStdString()),
-                     meaning.text.c_str());
+            QVERIFY2(Json::parse(outcome.text, nullptr, false) == Json::parse(text.toStdString()),
+                     outcome.text.c_str());
         if (name.startsWith("n_"))
-            QVERIFY2(isParserError(meaning), meaning.text.c_str());
+            QVERIFY2(isParserError(outcome), outcome.text.c_str());
     }
 
     void publicParserTextsAsReplies_data() { addPublicParserTexts(); }
@@ -178,14 +178,14 @@ private slots:
     {
         QFETCH(QByteArray, text);
         // None of the texts has "ok", so each is an error of one kind or another.
-        const ReplyMeaning meaning = ReplyReader().interpret(text.toStdString());
-        QVERIFY(isParserError(meaning));
+        const ReplyOutcome outcome = ReplyReader().interpret(text.toStdString());
+        QVERIFY(isParserError(outcome));
         if (QByteArray(QTest::currentDataTag()).startsWith("n_"))
-            QCOMPARE(meaning.helper, text.isValidUtf8() ? ReplyMeaning::Helper::Drop : ReplyMeaning::Helper::Keep);
+            QCOMPARE(outcome.helper, text.isValidUtf8() ? ReplyOutcome::Helper::Drop : ReplyOutcome::Helper::Keep);
         if (QByteArray(QTest::currentDataTag()).startsWith("y_object"))
-            QCOMPARE(meaning.text, errorText("unknown"));
+            QCOMPARE(outcome.text, errorText("unknown"));
     }
 };
 
-QTEST_GUILESS_MAIN(TestReplyLine)
-#include "TestReplyLine.moc"
+QTEST_GUILESS_MAIN(TestReplyReader)
+#include "TestReplyReader.moc"

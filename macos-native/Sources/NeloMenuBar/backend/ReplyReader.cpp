@@ -1,6 +1,6 @@
-#include "backend/ReplyLine.h"
+#include "backend/ReplyReader.h"
 
-#include "base/Json.h"
+#include "backend/BackendReply.h"
 
 #include <simdjson.h>
 
@@ -14,9 +14,9 @@ namespace {
 using simdjson::dom::element;
 using simdjson::dom::object;
 
-constexpr std::size_t smallestCapacity = 4096; // of the parser, in bytes of text
+constexpr std::size_t minCapacity = 4096; // of the parser, in bytes of text
 
-/// The values that a reply may carry. Where a key stands twice, the last counts, as it does in Python.
+/// The values that a reply may carry. Of a key that is there twice the last one counts, as in Python.
 struct Reply
 {
     std::optional<element> ok;
@@ -48,8 +48,9 @@ std::string descriptionOf(const element& error)
     return textOf(Json::parse(simdjson::to_string(error), nullptr, false)).toStdString();
 }
 
-/// What takes white space out of JSON. simdjson's own choice on processors with AVX-512 compresses straight into memory
-/// (VPCOMPRESSB), which is microcode on AMD's Zen 4: there it takes six times as long as what 256 bits do.
+/// Returns the implementation that removes white space from JSON. On processors with AVX-512 simdjson's own choice
+/// compresses straight into memory (VPCOMPRESSB), which is microcode on AMD's Zen 4 and takes six times as long there
+/// as the implementation with 256 bits.
 const simdjson::implementation& minifier()
 {
     static const simdjson::implementation& chosen = []() -> const simdjson::implementation& {
@@ -59,7 +60,7 @@ const simdjson::implementation& minifier()
     return chosen;
 }
 
-/// The text without the white space outside of its strings; none when a string has no end.
+/// Returns `text` without the white space outside of strings, or nothing when a string has no end.
 std::optional<std::string> compactText(const std::string& text)
 {
     std::string compact(text.size(), '\0');
@@ -72,9 +73,9 @@ std::optional<std::string> compactText(const std::string& text)
     return compact;
 }
 
-/// The compact text of a successful reply's result. Of a reply as the helper's script writes it, and it writes no
-/// other, the result is what stands between the opening and the last brace: to take out the white space is all there is
-/// to do, where printing the tree would be most of the cost of a long reply.
+/// Returns the compact text of a successful reply's result. In a reply of the helper's script the result is what stands
+/// between the opening and the last brace, so that only the white space must be removed: printing the values again
+/// would be most of the cost of a long reply.
 std::string resultText(const std::string& text, const object& members, const element& result)
 {
     constexpr std::string_view opening = R"({"ok":true,"result":)";
@@ -86,23 +87,24 @@ std::string resultText(const std::string& text, const object& members, const ele
     return std::move(*compact);
 }
 
-ReplyMeaning invalid()
+ReplyOutcome invalid()
 {
     return {errorText("invalid backend helper response")};
 }
 
-/// What a text that the parser refused means; it reads the bytes of UTF-8 too, but may trip over another fault first.
-ReplyMeaning unparsable(const std::string& text, simdjson::error_code failure)
+/// Interprets a text that the parser refused. Its error is not always that of bytes that are not UTF-8: it may meet
+/// another fault first.
+ReplyOutcome unparsable(const std::string& text, simdjson::error_code failure)
 {
     if (!simdjson::validate_utf8(text))
         return invalid();
-    return {errorText(simdjson::error_message(failure)), ReplyMeaning::Helper::Drop};
+    return {errorText(simdjson::error_message(failure)), ReplyOutcome::Helper::Drop};
 }
 
-ReplyMeaning interpretText(simdjson::dom::parser& parser, const std::string& text)
+ReplyOutcome interpretText(simdjson::dom::parser& parser, const std::string& text)
 {
     if (parser.capacity() < text.size()) {
-        if (const auto failure = parser.allocate(std::max(text.size(), smallestCapacity), maxJsonDepth))
+        if (const auto failure = parser.allocate(std::max(text.size(), minCapacity), maxJsonDepth))
             return unparsable(text, failure);
     }
     element root;
@@ -120,14 +122,9 @@ ReplyMeaning interpretText(simdjson::dom::parser& parser, const std::string& tex
 
 } // namespace
 
-std::string errorText(const std::string& reason)
-{
-    return "ERROR: " + reason;
-}
-
 struct ReplyReader::Parser
 {
-    static constexpr std::size_t largestKept = 16'000'000; // bytes of text: the buffers of a longer reply are not kept
+    static constexpr std::size_t maxKeptBytes = 16'000'000; // of text: the buffers of a longer reply are not kept
 
     simdjson::dom::parser dom;
 };
@@ -136,12 +133,12 @@ ReplyReader::ReplyReader() = default;
 
 ReplyReader::~ReplyReader() = default;
 
-ReplyMeaning ReplyReader::interpret(const std::string& line)
+ReplyOutcome ReplyReader::interpret(const std::string& line)
 {
     if (!m_parser)
         m_parser = std::make_unique<Parser>();
-    ReplyMeaning meaning = interpretText(m_parser->dom, line);
-    if (line.size() > Parser::largestKept)
+    ReplyOutcome outcome = interpretText(m_parser->dom, line);
+    if (line.size() > Parser::maxKeptBytes)
         m_parser.reset();
-    return meaning;
+    return outcome;
 }

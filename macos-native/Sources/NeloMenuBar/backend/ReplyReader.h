@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+/// The result of reading one reply line of the helper.
+struct ReplyOutcome
+{
+    enum class Helper { Keep, Drop };
+
+    /// The text for the caller: the result as compact JSON text, or a line that begins with "ERROR: ".
+    std::string text;
+    /// Whether the helper can be asked again. One whose line does not parse cannot.
+    Helper helper = Helper::Keep;
+};
+
+/// Reads reply lines. One thread at a time.
+class ReplyReader final
+{
+public:
+    ReplyReader();
+    ReplyReader(const ReplyReader&) = delete;
+    ReplyReader& operator=(const ReplyReader&) = delete;
+    ~ReplyReader();
+
+    /// Reads one line, without its line feed. The result keeps its key order, 64-bit integers and the difference
+    /// between 1 and 1.0; NaN, bad escapes and nesting beyond 512 are errors of the parser. Never throws because
+    /// of what the helper sent.
+    ReplyOutcome interpret(const std::string& line);
+
+private:
+    struct Parser; // kept for its buffers: to allocate them is most of the cost of a short line
+    std::unique_ptr<Parser> m_parser;
+};
