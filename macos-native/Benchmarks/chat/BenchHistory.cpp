@@ -3,13 +3,13 @@
 
 #include "Pairs.h"
 #include "base/AtomicFile.h"
-#include "chat/core/ChatHistory.h"
-#include "chat/core/ChatHistoryWriter.h"
+#include "chat/core/Conversation.h"
 #include "support/TestHome.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QTimer>
 
 #include <algorithm>
 #include <chrono>
@@ -31,9 +31,11 @@ double timeInPlace(const QList<NeloChatMessage>& messages)
 }
 
 /// The longest time between two ticks until the file is there.
-double longestStall(QList<NeloChatMessage>& messages)
+double longestStall(const QList<NeloChatMessage>& messages)
 {
-    ChatHistoryWriter writer([&messages]() -> QList<NeloChatMessage>& { return messages; });
+    Conversation conversation(1ms);
+    for (const NeloChatMessage& message : messages)
+        conversation.appendMessage(message.role, message.content);
     double longest = 0;
     QElapsedTimer sinceTick;
     QTimer tick;
@@ -46,7 +48,7 @@ double longestStall(QList<NeloChatMessage>& messages)
     });
     tick.start(1ms);
     sinceTick.start();
-    writer.persistMessages();
+    conversation.schedulePersist();
     QCoreApplication::exec();
     QFile::remove(neloChatHistoryURL());
     return longest;
@@ -60,7 +62,7 @@ int main(int argc, char** argv)
     const TestHome home;
     const QString text(100 * 1024 / 3, QChar(u'你')); // three bytes each
     for (const int records : {2, 20, 200}) {
-        QList<NeloChatMessage> messages(records, NeloChatMessage::now(QStringLiteral("assistant"), text));
+        const QList<NeloChatMessage> messages(records, NeloChatMessage::now(assistantRole, text));
         Pairs::compare(
             "history write, longest stall", records, 9, [&messages] { return longestStall(messages); },
             [&messages] { return timeInPlace(messages); });

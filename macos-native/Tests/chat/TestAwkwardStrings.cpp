@@ -2,8 +2,8 @@
 
 #include "chat/ChatCalls.h"
 #include "chat/ChatWindow.h"
-#include "chat/core/CharacterCount.h"
-#include "chat/core/ChatHistory.h"
+#include "chat/StoredMessages.h"
+#include "chat/core/ChatLog.h"
 #include "chat/core/LocalGreeting.h"
 #include "chat/transcript/TranscriptView.h"
 #include "support/Corpora.h"
@@ -131,7 +131,7 @@ private slots:
         QCOMPARE(accessibleBubbles(m_chat->transcript()), conversation);
         QCOMPARE(m_chat->logEntries(), log);
 
-        QTRY_COMPARE_WITH_TIMEOUT(loadChatHistory().size(), conversation.size(), 30'000); // the writer is in no hurry
+        QTRY_COMPARE_WITH_TIMEOUT(storedMessages().size(), conversation.size(), 30'000); // the writer is in no hurry
         m_chat->open();
         QCOMPARE(m_chat->bubbles(), conversation);
         QCOMPARE(accessibleBubbles(m_chat->transcript()), conversation);

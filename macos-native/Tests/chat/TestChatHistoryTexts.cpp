@@ -1,19 +1,17 @@
-#include "chat/core/ChatHistory.h"
+#include "chat/ChatViewController.h"
 
 #include "base/Json.h"
-#include "chat/ChatViewController.h"
-#include "chat/core/ChatHistoryWriter.h"
+#include "chat/StoredMessages.h"
 #include "chat/core/LocalGreeting.h"
 #include "chat/transcript/TranscriptView.h"
 #include "support/Corpora.h"
-#include "support/Files.h"
 #include "support/TestHome.h"
 #include "support/Warnings.h"
 
-#include <QRegularExpression>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -32,16 +30,6 @@ char verdict()
     return QTest::currentDataTag()[0];
 }
 
-/// Numbers and control characters that JSON has spelled otherwise. Qt reads them all the same, and as what stands
-/// there, so that nothing is lost when the file is written again.
-bool isReadAsItStands()
-{
-    static const QRegularExpression name(u"^n_(number_(-2\\.|\\.2e-3|0\\.e1|2\\.e[+-]?3|neg_real_without_int_part|"
-                                         "real_without_fractional_part|starting_with_dot)|"
-                                         "string_unescaped_(ctrl_char|newline|tab))$"_s);
-    return name.match(QLatin1String(QTest::currentDataTag())).hasMatch();
-}
-
 /// What stands in a list; any other text is itself.
 QByteArray withoutList(const QByteArray& json)
 {
@@ -54,11 +42,6 @@ bool isEmptyList(const QByteArray& json)
     for (const char blank : {' ', '\t', '\n', '\r'})
         marks.replace(blank, "");
     return marks == "[]";
-}
-
-void keep(const QByteArray& json)
-{
-    Files::create(neloChatHistoryURL(), json);
 }
 
 /// What the chat window shows of what is kept, before anybody has said anything.
@@ -100,31 +83,16 @@ private slots:
     void aTextAsTheFileBeginsTheConversationAnew()
     {
         QFETCH(QByteArray, text);
-        keep(text);
-        QCOMPARE(shown(), QStringList{neloWelcomeMessage.toString()});
+        storeHistory(text);
+        QCOMPARE(shown(), QStringList{neloWelcomeMessage});     // none of the texts is a list of records
         QCOMPARE(Files::contentOf(neloChatHistoryURL()), text); // nobody has written yet
-    }
 
-    void aTextAsTheFileIsCopiedAsideOnceUnlessItIsAnEmptyList_data() { addTexts(); }
-
-    void aTextAsTheFileIsCopiedAsideOnceUnlessItIsAnEmptyList()
-    {
-        QFETCH(QByteArray, text);
-        keep(text);
-        const LoadedChatHistory loaded = loadChatHistoryFile();
-        QCOMPARE(loaded.messages, QList<NeloChatMessage>()); // none of the texts is a list of records
-        QCOMPARE(loaded.isUnreadable, !isEmptyList(text));
-
-        QList<NeloChatMessage> messages{NeloChatMessage::now(u"user"_s, u"first"_s)};
-        {
-            ChatHistoryWriter writer([&messages]() -> QList<NeloChatMessage>& { return messages; });
-            if (loaded.isUnreadable)
-                writer.keepUnreadableFile();
-            writer.persistMessages();
-            messages.append(NeloChatMessage::now(u"assistant"_s, u"second"_s));
-            writer.persistMessages();
-        }
-        QCOMPARE(loadChatHistory(), messages);
+        Conversation conversation(1h);
+        conversation.load();
+        conversation.persistMessages();
+        conversation.appendMessage(userRole, u"second"_s);
+        conversation.persistMessages();
+        QCOMPARE(storedMessages(), conversation.messages());
         const QStringList copies = Files::names(m_home->path(u".nelo"_s)).filter(u".unreadable."_s);
         QCOMPARE(copies.size(), isEmptyList(text) ? 0 : 1);
         if (!copies.isEmpty())
@@ -137,19 +105,14 @@ private slots:
     {
         QFETCH(QByteArray, text);
         const QByteArray value = withoutList(text); // most strings of the suite stand in one
-        keep(historyWith("\"content\":" + value));
-        const LoadedChatHistory loaded = loadChatHistoryFile();
+        storeHistory(historyWith("\"content\":" + value));
+        const QList<NeloChatMessage> messages = storedMessages();
         const Json parsed = Json::parse(value.toStdString(), nullptr, false);
-        if (verdict() == 'y' && parsed.is_string()) {
-            QCOMPARE(loaded.messages.size(), 1);
-            QCOMPARE(loaded.messages.at(0).content, QString::fromStdString(parsed));
-        } else if (isReadAsItStands() && value.startsWith('"')) {
-            QCOMPARE(loaded.messages.at(0).content, QString::fromUtf8(value.sliced(1).chopped(1)));
-        } else if (verdict() != 'i' && !isReadAsItStands()) {
-            QVERIFY(loaded.isUnreadable);
-        }
-        QCOMPARE(shown(),
-                 QStringList{loaded.isUnreadable ? neloWelcomeMessage.toString() : loaded.messages.at(0).content});
+        if (verdict() == 'y' && parsed.is_string())
+            QCOMPARE(messages.value(0).content, textOf(parsed));
+        else if (verdict() != 'i')
+            QVERIFY(messages.isEmpty());
+        QCOMPARE(shown(), QStringList{messages.isEmpty() ? neloWelcomeMessage : messages.first().content});
     }
 
     void aTextUnderAnotherKeyMustBeJson_data() { addTexts(); }
@@ -157,13 +120,10 @@ private slots:
     void aTextUnderAnotherKeyMustBeJson()
     {
         QFETCH(QByteArray, text);
-        keep(historyWith("\"content\":\"kept\",\"more\":" + text));
-        const LoadedChatHistory loaded = loadChatHistoryFile();
-        if (verdict() == 'n')
-            QCOMPARE(loaded.isUnreadable, !isReadAsItStands());
-        if (verdict() == 'y')
-            QVERIFY(!loaded.isUnreadable);
-        QCOMPARE(shown(), QStringList{loaded.isUnreadable ? neloWelcomeMessage.toString() : u"kept"_s});
+        storeHistory(historyWith("\"content\":\"kept\",\"more\":" + text));
+        if (verdict() != 'i')
+            QCOMPARE(storedMessages().size(), verdict() == 'y' ? 1 : 0);
+        QCOMPARE(shown(), QStringList{storedMessages().isEmpty() ? neloWelcomeMessage : u"kept"_s});
     }
 
     void aTextThatWasSaidIsSaidAgain_data() { addTexts(); }
@@ -172,9 +132,7 @@ private slots:
     {
         QFETCH(QByteArray, text);
         const QString said = QString::fromUtf8(text);
-        const QList<NeloChatMessage> messages{NeloChatMessage::now(u"user"_s, said)};
-        keep(encodeChatMessages(messages));
-        QCOMPARE(loadChatHistory(), messages);
+        storeHistory(encodeChatMessages({NeloChatMessage::now(userRole, said)}));
         QCOMPARE(shown(), QStringList{said});
     }
 

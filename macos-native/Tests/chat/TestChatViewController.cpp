@@ -2,10 +2,9 @@
 
 #include "chat/ChatCalls.h"
 #include "chat/ChatWindow.h"
-#include "chat/core/ChatHistory.h"
+#include "chat/StoredMessages.h"
 #include "chat/core/LocalGreeting.h"
 #include "chat/transcript/TranscriptView.h"
-#include "support/Files.h"
 #include "support/Slowness.h"
 #include "support/Warnings.h"
 
@@ -39,9 +38,9 @@ private slots:
         QCOMPARE(m_chat->bubbles(), QStringList{m_welcome});
         QCOMPARE(m_chat->status(), QString());
         QCOMPARE(m_chat->logEntries(), QStringList());
-        QTRY_COMPARE(loadChatHistory().size(), 1);
-        QCOMPARE(loadChatHistory().value(0).role, u"assistant"_s);
-        QCOMPARE(loadChatHistory().value(0).content, neloWelcomeMessage);
+        QTRY_COMPARE(storedMessages().size(), 1);
+        QCOMPARE(storedMessages().value(0).role, u"assistant"_s);
+        QCOMPARE(storedMessages().value(0).content, neloWelcomeMessage);
     }
 
     void showsTheConversationThatWasKept()
@@ -49,7 +48,7 @@ private slots:
         const QByteArray kept = encodeChatMessages({{u"user"_s, u"question"_s, u"a"_s},
                                                     {u"assistant"_s, u"answer"_s, u"b"_s},
                                                     {u"system"_s, u"other"_s, u"c"_s}});
-        keepHistory(kept);
+        storeHistory(kept);
         m_chat->open();
         QCOMPARE(m_chat->bubbles(), (QStringList{u"Me: question"_s, u"Nelo: answer"_s, u"Nelo: other"_s}));
         QTest::qWait(600); // longer than a write would be put off
@@ -58,7 +57,7 @@ private slots:
 
     void showsALongHistoryInFull()
     {
-        keepHistory(records(500));
+        storeHistory(records(500));
         m_chat->open();
         QCOMPARE(m_chat->transcript()->count(), 500);
         QCOMPARE(m_chat->bubbles().last(), u"Me: 500"_s);
@@ -66,11 +65,11 @@ private slots:
 
     void anUnreadableHistoryBeginsAnew()
     {
-        keepHistory("[{\"role\":\"user\",\"content\":\"half");
+        storeHistory("[{\"role\":\"user\",\"content\":\"half");
         m_chat->open();
         QCOMPARE(m_chat->bubbles(), QStringList{m_welcome});
-        keepHistory(records(1)); // by whoever it was: kept all the same
-        QTRY_COMPARE(loadChatHistory().value(0).role, u"assistant"_s);
+        storeHistory(records(1)); // by whoever it was: kept all the same
+        QTRY_COMPARE(storedMessages().value(0).role, u"assistant"_s);
         QCOMPARE(Files::names(m_chat->home.path(u".nelo"_s)).filter(u".unreadable."_s).size(), 1);
     }
 
@@ -136,9 +135,9 @@ private slots:
         QVERIFY(m_chat->inputField()->hasFocus());
         QCOMPARE(m_chat->status(), u"local greeting"_s);
         QCOMPARE(m_chat->logEntries(), (QStringList{u"send triggered"_s, u"local greeting handled"_s}));
-        QTRY_COMPARE(loadChatHistory().size(), 3);
-        QCOMPARE(loadChatHistory().at(1).role, u"user"_s);
-        QCOMPARE(loadChatHistory().at(2).role, u"assistant"_s);
+        QTRY_COMPARE(storedMessages().size(), 3);
+        QCOMPARE(storedMessages().at(1).role, u"user"_s);
+        QCOMPARE(storedMessages().at(2).role, u"assistant"_s);
         QVERIFY(m_chat->server.requests().isEmpty());
     }
 
@@ -192,7 +191,7 @@ private slots:
         QCOMPARE(m_chat->status(), u"request started"_s);
         QTRY_COMPARE(m_chat->server.requests().size(), 1);
         QCOMPARE(m_chat->server.requests().first().header("Authorization"), "Bearer sk-padded");
-        QTRY_COMPARE(loadChatHistory().size(), 2); // kept before there is an answer
+        QTRY_COMPARE(storedMessages().size(), 2); // kept before there is an answer
 
         m_chat->transcript()->setFocus();
         m_chat->server.answer(0, HttpAnswer::message(200, replyBody(u"Time for tea. 喝茶\n"_s)));
@@ -204,8 +203,8 @@ private slots:
         QCOMPARE(log.at(1), u"request started: provider=openai model=gpt-4o-mini messageChars=17"_s);
         QVERIFY(log.at(2).startsWith(u"callChatAPI: "_s));
         QCOMPARE(log.last(), u"request succeeded: responseChars=16"_s);
-        QTRY_COMPARE(loadChatHistory().size(), 3);
-        QCOMPARE(loadChatHistory().value(2).role, u"assistant"_s);
+        QTRY_COMPARE(storedMessages().size(), 3);
+        QCOMPARE(storedMessages().value(2).role, u"assistant"_s);
     }
 
     void theSendButtonSends()
@@ -289,7 +288,7 @@ private slots:
         m_chat->send(u"third"_s);
         QTRY_COMPARE(m_chat->server.requests().size(), 3);
 
-        const QString greeting = u"assistant: "_s + neloWelcomeMessage.toString();
+        const QString greeting = u"assistant: "_s + neloWelcomeMessage;
         const QStringList expected{greeting, u"user: hi"_s, greeting, u"user: first"_s, u"user: second"_s};
         QCOMPARE(m_chat->sentMessages(1), expected);
         QCOMPARE(m_chat->sentMessages(2), expected + QStringList({u"assistant: reply"_s, u"user: third"_s}));
@@ -298,13 +297,13 @@ private slots:
 
     void aLongConversationIsSentInFullUntilItIsKept()
     {
-        keepHistory(records(300));
+        storeHistory(records(300));
         openWithKeys();
         m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"reply"_s)));
         m_chat->send(u"more"_s);
         QTRY_COMPARE(m_chat->server.requests().size(), 1);
         QCOMPARE(m_chat->sentMessages(0).size(), 301);
-        QTRY_COMPARE(loadChatHistory().size(), 200);
+        QTRY_COMPARE(storedMessages().size(), 200);
         QCOMPARE(m_chat->transcript()->count(), 302); // what is on the screen stays there
 
         m_chat->send(u"and more"_s);
@@ -444,7 +443,7 @@ private slots:
         QCOMPARE(m_chat->bubbles(), (QStringList{m_welcome, u"Me: "_s + m_question}));
         QCOMPARE(m_chat->logEntries().last(), u"request failed: "_s + alert.text);
         QCOMPARE(m_chat->window()->focusWidget(), m_chat->inputField());
-        QTRY_COMPARE(loadChatHistory().size(), 2);
+        QTRY_COMPARE(storedMessages().size(), 2);
     }
 
     void aRefusalHasTheConversationWrittenAgain()
@@ -453,11 +452,11 @@ private slots:
         m_chat->server.holdAnswers();
         m_chat->send(m_question);
         QTRY_COMPARE(m_chat->server.requests().size(), 1);
-        QTRY_COMPARE(loadChatHistory().size(), 2);
+        QTRY_COMPARE(storedMessages().size(), 2);
         QVERIFY(QFile::remove(neloChatHistoryURL()));
         answerDialog([this] { m_chat->server.answer(0, HttpAnswer::message(500, "no")); },
                      [](QDialog& dialog) { dialog.accept(); });
-        QTRY_COMPARE(loadChatHistory().size(), 2);
+        QTRY_COMPARE(storedMessages().size(), 2);
     }
 
     void anInvalidAddressIsShown()
@@ -625,14 +624,14 @@ private slots:
         m_chat->server.holdAnswers();
         m_chat->send(m_question);
         QTRY_COMPARE(m_chat->server.requests().size(), 1);
-        QTRY_COMPARE(loadChatHistory().size(), 2);
+        QTRY_COMPARE(storedMessages().size(), 2);
         m_chat->close();
         QTRY_COMPARE(m_chat->server.openConnections(), 0);
         const QString request = u"provider=openai model=gpt-4o-mini "_s;
         QCOMPARE(m_chat->logEntries(),
                  (QStringList{u"send triggered"_s, u"request started: "_s + request + u"messageChars=17"_s,
                               u"callChatAPI: "_s + request + u"url="_s + m_chat->server.url()}));
-        QCOMPARE(loadChatHistory().size(), 2);
+        QCOMPARE(storedMessages().size(), 2);
 
         m_chat->open(); // and the question is there again
         QCOMPARE(m_chat->bubbles().last(), u"Me: "_s + m_question);
@@ -668,7 +667,7 @@ private slots:
     }
 
 private:
-    const QString m_welcome = u"Nelo: "_s + neloWelcomeMessage.toString();
+    const QString m_welcome = u"Nelo: "_s + neloWelcomeMessage;
     const QString m_question = u"What is the time?"_s;
 
     /// Opens the window with a key for every provider.
@@ -677,10 +676,6 @@ private:
         for (const QString& provider : {u"openai"_s, u"deepseek"_s, u"kimi"_s})
             m_chat->storeKey(provider, u"sk-"_s + provider);
         m_chat->open();
-    }
-    void keepHistory(const QByteArray& json) const
-    {
-        Files::create(m_chat->home.path(u".nelo/menubar_chat_history.json"_s), json);
     }
     static QByteArray records(int count)
     {

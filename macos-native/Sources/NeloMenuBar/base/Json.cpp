@@ -38,7 +38,8 @@ QString charactersOf(const std::string& string)
 
 Json parseJson(std::string_view text)
 {
-    if (nestingDepth(text) > maxJsonDepth)
+    const bool holdsZero = text.find('\0') != std::string_view::npos; // which the library takes for the end
+    if (holdsZero || nestingDepth(text) > maxJsonDepth)
         return Json::value_t::discarded;
     return Json::parse(text, nullptr, /*allow_exceptions=*/false);
 }

@@ -1,6 +1,6 @@
 #include "chat/ApiKeyDialog.h"
 
-#include "chat/core/SendFlowTexts.h"
+#include "chat/core/ChatTarget.h"
 #include "ui/Alerts.h"
 #include "ui/TextScale.h"
 
@@ -11,12 +11,12 @@ std::optional<QString> askForApiKey(QWidget* parent, const ChatTarget& target, c
     QLineEdit field;
     field.setEchoMode(QLineEdit::Password);
     field.setFixedSize(grownWithText(QSize(280, 24)));
-    field.setPlaceholderText(apiKeyPlaceholder(target.provider));
+    field.setPlaceholderText(target.apiKeyPlaceholder());
     field.setAccessibleName(field.placeholderText());
     field.setText(storedKey);
 
-    const DialogAnswer answer = runDialog(parent, QStringLiteral("Configure API Key"), apiKeyDialogText(target), &field,
-                                          QStringLiteral("Save"));
+    const DialogAnswer answer = runDialog(parent, QStringLiteral("Configure API Key"), target.apiKeyDialogText(),
+                                          &field, QStringLiteral("Save"));
     if (answer == DialogAnswer::Cancelled)
         return std::nullopt;
     return field.text().trimmed();

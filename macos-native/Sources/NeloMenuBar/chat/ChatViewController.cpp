@@ -5,10 +5,9 @@
 #include "chat/ApiKeyDialog.h"
 #include "chat/MessageField.h"
 #include "chat/RoundedPanel.h"
-#include "chat/core/ChatHistory.h"
 #include "chat/core/ChatLog.h"
+#include "chat/core/ChatTarget.h"
 #include "chat/core/LocalGreeting.h"
-#include "chat/core/SendFlowTexts.h"
 #include "chat/transcript/TranscriptView.h"
 #include "shell/primitives/NeloWindow.h"
 #include "ui/Alerts.h"
@@ -30,9 +29,6 @@
 using namespace std::chrono_literals;
 
 namespace {
-
-constexpr QStringView userRole = u"user";
-constexpr QStringView assistantRole = u"assistant";
 
 QWidget* makeHeader(QWidget* card)
 {
@@ -70,8 +66,7 @@ RoundedPanel* makePanel(double whiteness, int radius, const QColor& border, QWid
 
 } // namespace
 
-ChatViewController::ChatViewController(QWidget* parent)
-    : ViewController(parent), m_history([this]() -> QList<NeloChatMessage>& { return m_messages; })
+ChatViewController::ChatViewController(QWidget* parent) : ViewController(parent)
 {}
 
 void ChatViewController::loadView()
@@ -170,17 +165,11 @@ void ChatViewController::makeControls(QWidget* composer)
 void ChatViewController::viewDidLoad()
 {
     ViewController::viewDidLoad();
-    const LoadedChatHistory kept = loadChatHistoryFile();
-    if (kept.isUnreadable)
-        m_history.keepUnreadableFile();
-    m_messages = kept.messages;
+    m_conversation.load();
     m_transcriptScroll->clear();
-    for (const NeloChatMessage& message : std::as_const(m_messages))
+    const QList<NeloChatMessage> messages = m_conversation.messages();
+    for (const NeloChatMessage& message : messages)
         appendMessageView(message);
-    if (!m_messages.isEmpty())
-        return;
-    appendMessage(assistantRole, neloWelcomeMessage.toString());
-    m_history.schedulePersist();
 }
 
 void ChatViewController::viewDidAppear()
@@ -229,17 +218,17 @@ void ChatViewController::answerGreeting(const QString& text)
 {
     appendMessage(userRole, text);
     m_inputField->clear();
-    appendMessage(assistantRole, neloWelcomeMessage.toString());
-    m_history.schedulePersist();
+    appendMessage(assistantRole, neloWelcomeMessage);
+    m_conversation.schedulePersist();
     report(QStringLiteral("local greeting"), QStringLiteral("local greeting handled"));
     m_inputField->setFocus();
 }
 
 void ChatViewController::askForMissingKey(const ChatTarget& target)
 {
-    report(QStringLiteral("missing api key"), missingKeyEntry(target));
+    report(QStringLiteral("missing api key"), target.missingKeyEntry());
     const QPointer<ChatViewController> self(this);
-    showAlert(this, QStringLiteral("API Key Required"), missingKeyText(target.provider));
+    showAlert(this, QStringLiteral("API Key Required"), target.missingKeyText());
     if (self)
         m_inputField->setFocus();
 }
@@ -248,28 +237,29 @@ void ChatViewController::startRequest(const ChatTarget& target, const QString& a
 {
     appendMessage(userRole, text);
     m_inputField->clear();
-    m_history.schedulePersist();
-    report(QStringLiteral("request started"), requestStartedEntry(target, text));
+    m_conversation.schedulePersist();
+    report(QStringLiteral("request started"), target.requestStartedEntry(text));
 
     if (!m_service)
         m_service = loadChatService();
     const QPointer<ChatViewController> self(this);
-    m_service->callChatAPI(target.provider, target.model, m_messages, apiKey, [self](const ChatOutcome& outcome) {
-        if (self)
-            self->concludeRequest(outcome);
-    });
+    m_service->callChatAPI(target.provider, target.model, m_conversation.messages(), apiKey,
+                           [self](const ChatOutcome& outcome) {
+                               if (self)
+                                   self->finishRequest(outcome);
+                           });
 }
 
-void ChatViewController::concludeRequest(const ChatOutcome& outcome)
+void ChatViewController::finishRequest(const ChatOutcome& outcome)
 {
-    const ChatConclusion conclusion = conclusionOf(outcome);
-    if (conclusion.reply)
-        appendMessage(assistantRole, *conclusion.reply);
-    m_history.schedulePersist();
-    report(conclusion.status, conclusion.logEntry);
+    const ChatReport result = reportOf(outcome);
+    if (result.reply)
+        appendMessage(assistantRole, *result.reply);
+    m_conversation.schedulePersist();
+    report(result.status, result.logEntry);
     const QPointer<ChatViewController> self(this);
-    if (conclusion.failure)
-        showAlert(this, QStringLiteral("Request Failed"), *conclusion.failure);
+    if (result.failure)
+        showAlert(this, QStringLiteral("Request Failed"), *result.failure);
     if (self)
         m_inputField->setFocus();
 }
@@ -291,10 +281,9 @@ ChatTarget ChatViewController::chosenTarget() const
     return {Provider::ofModel(model), model};
 }
 
-void ChatViewController::appendMessage(QStringView role, const QString& content)
+void ChatViewController::appendMessage(const QString& role, const QString& content)
 {
-    m_messages.append(NeloChatMessage::now(role.toString(), content));
-    appendMessageView(m_messages.constLast());
+    appendMessageView(m_conversation.appendMessage(role, content));
 }
 
 void ChatViewController::appendMessageView(const NeloChatMessage& message)

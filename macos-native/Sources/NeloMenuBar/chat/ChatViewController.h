@@ -1,10 +1,9 @@
 #pragma once
 
 #include "base/ApiKeyStore.h"
-#include "chat/core/ChatHistoryWriter.h"
 #include "chat/core/ChatOutcome.h"
 #include "chat/core/ChatService.h"
-#include "chat/core/NeloChatMessage.h"
+#include "chat/core/Conversation.h"
 #include "shell/primitives/ViewController.h"
 
 #include <memory>
@@ -16,8 +15,8 @@ class QPushButton;
 class TranscriptView;
 struct ChatTarget;
 
-/// The content of the chat window: the conversation, and a composer that sends to a cloud model. It owns the list of
-/// messages, keeps it across restarts, and answers a few greetings itself.
+/// The content of the chat window: the conversation, and a composer that sends to a cloud model. It answers a few
+/// greetings itself.
 class ChatViewController final : public ViewController
 {
     Q_OBJECT
@@ -41,16 +40,15 @@ private:
     void answerGreeting(const QString& text);
     void askForMissingKey(const ChatTarget& target);
     void startRequest(const ChatTarget& target, const QString& apiKey, const QString& text);
-    void concludeRequest(const ChatOutcome& outcome);
+    void finishRequest(const ChatOutcome& outcome);
     void handlePlus();
 
     ChatTarget chosenTarget() const;
-    void appendMessage(QStringView role, const QString& content);
+    void appendMessage(const QString& role, const QString& content);
     void appendMessageView(const NeloChatMessage& message);
     void report(const QString& status, const QString& logEntry);
 
-    QList<NeloChatMessage> m_messages; // oldest first
-    ChatHistoryWriter m_history;
+    Conversation m_conversation;
     ApiKeyStore m_apiKeys;
     std::unique_ptr<ChatService> m_service; // made when the first message is sent
 

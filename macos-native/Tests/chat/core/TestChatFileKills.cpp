@@ -1,47 +1,41 @@
-#include "chat/core/ChatHistory.h"
-#include "chat/core/ChatHistoryWriter.h"
+#include "chat/StoredMessages.h"
 #include "chat/core/ChatLog.h"
-
-#include "support/Files.h"
 #include "support/SmallDisk.h"
 #include "support/Warnings.h"
 #include "support/faults/RandomKills.h"
 
-#include <QFile>
 #include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
 constexpr int kills = 200;
 
-QList<NeloChatMessage> conversation(qsizetype size)
+/// Writes a conversation of `size` messages of its own kind, and returns them.
+QList<NeloChatMessage> persist(qsizetype size)
 {
-    const QString text(1000 + size, QLatin1Char('x'));
-    return {size, NeloChatMessage{QStringLiteral("user"), text, QStringLiteral("2025-01-31T09:30:00Z")}};
+    Conversation conversation(1h);
+    for (qsizetype number = 0; number < size; ++number)
+        conversation.appendMessage(userRole, QString(1000 + size, u'x'));
+    conversation.persistMessages();
+    return conversation.messages();
 }
 
-/// Writes the conversation as the chat does, and waits for it.
-void persist(QList<NeloChatMessage> messages)
-{
-    ChatHistoryWriter writer([&messages]() -> QList<NeloChatMessage>& { return messages; });
-    writer.persistMessages();
-}
-
-/// A round of the history: a conversation of another length. Whether it is there.
+/// A round of the history: a conversation of another length. Returns whether it is there.
 bool historyRound(int round)
 {
-    const QList<NeloChatMessage> messages = conversation(round % 20 + 1);
-    persist(messages);
-    return Files::contentOf(neloChatHistoryURL()) == encodeChatMessages(messages);
+    return persist(round % 20 + 1) == storedMessages();
 }
 
-/// A round of the log: an entry, and now and then a log that begins anew. Whether the entry is there.
+/// A round of the log: an entry, and now and then a log that begins anew. Returns whether the entry is there.
 bool logRound(int round)
 {
     if (round % 4 == 0)
         QFile::remove(neloChatLogURL());
     const qsizetype entries = Files::contentOf(neloChatLogURL()).count('\n');
-    neloChatLog(QStringLiteral("entry"));
+    neloChatLog(u"entry"_s);
     return Files::contentOf(neloChatLogURL()).count('\n') == entries + 1;
 }
 
@@ -64,13 +58,13 @@ private slots:
         RandomKills random;
         for (int kill = 0; kill < kills; ++kill) {
             QVERIFY(random.during(historyRound));
-            const LoadedChatHistory loaded = loadChatHistoryFile();
-            QVERIFY(!loaded.isUnreadable);
-            QCOMPARE(loaded.messages, conversation(loaded.messages.size()));
-            QVERIFY(!loaded.messages.isEmpty());
+            const QList<NeloChatMessage> messages = storedMessages();
+            QVERIFY(!messages.isEmpty());
+            for (const NeloChatMessage& message : messages)
+                QCOMPARE(message.content.size(), 1000 + messages.size());
 
-            persist(conversation(30)); // as the next start does
-            QCOMPARE(names(), QStringList{QStringLiteral("menubar_chat_history.json")});
+            persist(30); // as the next start does
+            QCOMPARE(names(), QStringList{u"menubar_chat_history.json"_s});
         }
     }
 
@@ -84,13 +78,13 @@ private slots:
                 QVERIFY2(line.isEmpty() || (line.startsWith('[') && line.endsWith("] entry")), line.constData());
             QVERIFY(lines.last().isEmpty());
 
-            persist(conversation(1));
-            QVERIFY(names().filter(QStringLiteral("nelo")).isEmpty());
+            persist(1);
+            QVERIFY(names().filter(u"nelo"_s).isEmpty());
         }
     }
 
 private:
-    QStringList names() const { return Files::names(m_disk.path(QStringLiteral(".nelo"))); }
+    QStringList names() const { return Files::names(m_disk.path(u".nelo"_s)); }
 
     SmallDisk m_disk;
 };

@@ -1,7 +1,7 @@
 #include "chat/client/ChatReply.h"
 
 #include "base/Text.h"
-#include "chat/core/CharacterCount.h"
+#include "chat/core/ChatLog.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

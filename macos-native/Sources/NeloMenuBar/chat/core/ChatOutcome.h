@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <optional>
 #include <variant>
 
 /// What the provider answered.
@@ -33,5 +34,18 @@ struct ChatTransportError
 /// How a call to a provider ended.
 using ChatOutcome = std::variant<ChatText, NeloChatError, ChatTransportError>;
 
-/// What to tell of a failure; empty for a `ChatText`.
+/// Returns the text that tells a failure. It is empty for a `ChatText`.
 QString errorDescription(const ChatOutcome& outcome);
+
+/// What the chat shows and logs of an outcome: either a reply for the conversation or a failure for an alert.
+struct ChatReport
+{
+    QString status;
+    QString logEntry;
+    std::optional<QString> reply;
+    std::optional<QString> failure;
+
+    bool operator==(const ChatReport&) const = default;
+};
+
+ChatReport reportOf(const ChatOutcome& outcome);

@@ -5,23 +5,26 @@
 
 #include <optional>
 
+inline const QString userRole = QStringLiteral("user");           // of what the user typed
+inline const QString assistantRole = QStringLiteral("assistant"); // of what was answered
+
 /// One record of the conversation.
 struct NeloChatMessage
 {
-    QString role;      // "user" for what was typed, "assistant" for what was answered
+    QString role;
     QString content;   // the text as it is shown
     QString createdAt; // when it was appended: UTC in whole seconds, such as "2025-01-31T09:30:00Z"
 
-    /// A record that is created now.
+    /// Returns a record that is created now.
     static NeloChatMessage now(const QString& role, const QString& content);
 
     bool operator==(const NeloChatMessage&) const = default;
 };
 
-/// The records, oldest first, as one compact JSON array of objects with the keys "role", "content" and "createdAt". Any
-/// text can be encoded, half a surrogate pair too.
+/// Encodes the records, oldest first, as one compact JSON array of objects with the keys "role", "content" and
+/// "createdAt". Half a surrogate pair, which is no text, becomes a question mark.
 QByteArray encodeChatMessages(const QList<NeloChatMessage>& messages);
 
-/// The records of such an array. Nothing when `json` is anything else: when one element lacks one of the three keys, or
-/// has a value there that is no string. Other keys are passed over, and a byte-order mark before the array too.
+/// Decodes such an array. Returns nothing when `json` is anything else: when one element lacks one of the three keys,
+/// or has a value there that is no string. Other keys are ignored, and a byte-order mark before the array too.
 std::optional<QList<NeloChatMessage>> decodeChatMessages(const QByteArray& json);

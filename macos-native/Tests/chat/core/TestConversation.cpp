@@ -1,0 +1,390 @@
+#include "chat/core/Conversation.h"
+
+#include "base/Text.h"
+#include "chat/StoredMessages.h"
+#include "chat/core/LocalGreeting.h"
+#include "support/ProcessTable.h"
+#include "support/SmallDisk.h"
+#include "support/TestHome.h"
+#include "support/Warnings.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QElapsedTimer>
+
+#include <algorithm>
+#include <ctime>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto soon = 1ms;
+constexpr auto never = 1h;
+const QString fileName = u"menubar_chat_history.json"_s;
+
+QList<NeloChatMessage> numbered(qsizetype count, qsizetype contentSize = 0)
+{
+    QList<NeloChatMessage> messages;
+    for (qsizetype number = 1; number <= count; ++number)
+        messages.append({userRole, QString::number(number).leftJustified(contentSize, u'x'), u"at noon"_s});
+    return messages;
+}
+
+/// The contents of the messages.
+QStringList contentsOf(const QList<NeloChatMessage>& messages)
+{
+    QStringList contents;
+    for (const NeloChatMessage& message : messages)
+        contents.append(message.content);
+    return contents;
+}
+
+/// Waits without an event loop, as a main thread does that is busy.
+template <class Condition> bool isTrueBeforeAnyEvent(Condition condition)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition() && !timer.hasExpired(20'000))
+        std::this_thread::yield();
+    return condition();
+}
+
+/// How long the processor worked for this thread so far.
+double threadMilliseconds()
+{
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+}
+
+} // namespace
+
+/// The list, its load, its cap and its delayed write, on a real disk.
+class TestConversation final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_home = std::make_unique<TestHome>();
+        m_threads = ProcessTable::threads();
+    }
+
+    void cleanup() { m_home.reset(); }
+
+    void theFileLiesInAFolderThatEveryCallMakes()
+    {
+        for (int time = 0; time < 2; ++time) {
+            QCOMPARE(neloChatHistoryURL(), m_home->path(u".nelo/"_s + fileName));
+            QVERIFY(QDir(m_home->path()).rmdir(u".nelo"_s));
+        }
+    }
+
+    void whatWasKeptIsLoadedInFull_data()
+    {
+        QTest::addColumn<QList<NeloChatMessage>>("kept");
+        QTest::newRow("one record") << numbered(1);
+        QTest::newRow("500 records, more than are kept") << numbered(500);
+        QTest::newRow("20,000 records") << numbered(20'000);
+        QTest::newRow("records of 1 MB") << numbered(3, 1'000'000);
+    }
+
+    void whatWasKeptIsLoadedInFull()
+    {
+        QFETCH(QList<NeloChatMessage>, kept);
+        storeHistory(encodeChatMessages(kept));
+        Conversation conversation(soon);
+        conversation.load();
+        QCOMPARE(conversation.messages(), kept);
+        conversation.appendMessage(userRole, u"next"_s); // which nobody asked to write
+        QTRY_COMPARE(ProcessTable::threads(), m_threads);
+        QCOMPARE(storedMessages(), kept);
+    }
+
+    void anEmptyConversationBeginsWithTheWelcome_data()
+    {
+        QTest::addColumn<QByteArray>("file");
+        QTest::addColumn<int>("copies");
+        QTest::newRow("there is no file") << QByteArray() << 0;
+        QTest::newRow("the list is empty") << QByteArray("[]") << 0;
+        QTest::newRow("the file is empty") << QByteArray("") << 1;
+        QTest::newRow("half a list") << encodeChatMessages(numbered(2)).chopped(3) << 1;
+        QTest::newRow("one element lacks its time")
+            << QByteArray(R"([{"role":"user","content":"a","createdAt":"b"},{"role":"user","content":"a"}])") << 1;
+    }
+
+    void anEmptyConversationBeginsWithTheWelcome()
+    {
+        QFETCH(QByteArray, file);
+        if (!file.isNull())
+            storeHistory(file);
+        Conversation conversation(soon);
+        conversation.load();
+        QCOMPARE(contentsOf(conversation.messages()), QStringList{neloWelcomeMessage});
+        QCOMPARE(conversation.messages().constFirst().role, assistantRole);
+        QTRY_COMPARE(storedMessages(), conversation.messages());
+        QCOMPARE(Files::mode(neloChatHistoryURL()), file.isNull() ? 0600 : 0644); // a file keeps its mode
+        const QStringList copies = copiesInFolder();
+        QTEST(static_cast<int>(copies.size()), "copies");
+        for (const QString& copy : copies) {
+            QCOMPARE(Files::contentOf(m_home->path(u".nelo/"_s + copy)), file);
+            QCOMPARE(Files::mode(m_home->path(u".nelo/"_s + copy)), 0600);
+        }
+    }
+
+    void whatIsNoFileIsNeitherReadNorReplaced_data()
+    {
+        QTest::addColumn<QString>("inPlace");
+        QTest::newRow("a folder in place of the file") << u"folder"_s;
+        QTest::newRow("a pipe that nobody writes") << u"pipe"_s;
+        QTest::newRow("a file in place of the folder") << u"file"_s;
+    }
+
+    void whatIsNoFileIsNeitherReadNorReplaced()
+    {
+        QFETCH(QString, inPlace);
+        if (inPlace == u"folder")
+            QVERIFY(QDir().mkpath(neloChatHistoryURL()));
+        else if (inPlace == u"pipe")
+            QCOMPARE(mkfifo(QFile::encodeName(neloChatHistoryURL()).constData(), 0600), 0);
+        else
+            Files::create(m_home->path(u".nelo"_s), "a file");
+        const QStringList before = Files::names(m_home->path()) + Files::names(m_home->path(u".nelo"_s));
+        Conversation conversation(never);
+        conversation.load();
+        conversation.persistMessages();
+        QCOMPARE(conversation.messages().size(), 1);
+        QCOMPARE(Files::names(m_home->path()) + Files::names(m_home->path(u".nelo"_s)), before);
+        QVERIFY(!QFileInfo(neloChatHistoryURL()).isFile());
+    }
+
+    void theDelayIsFourTenthsOfASecond() { QCOMPARE(Conversation::defaultPersistDelay, 400ms); }
+
+    void aWriteComesWhenItsDelayIsOver()
+    {
+        Conversation conversation(200ms);
+        conversation.appendMessage(userRole, u"first"_s);
+        QElapsedTimer timer;
+        timer.start();
+        conversation.schedulePersist();
+        QTRY_COMPARE(storedMessages(), conversation.messages());
+        QVERIFY2(timer.elapsed() >= 200 && timer.elapsed() < 2'000, qPrintable(QString::number(timer.elapsed())));
+    }
+
+    void aBusyMainThreadDelaysNoWrite()
+    {
+        Conversation conversation(soon);
+        for (const QString& content : {u"first"_s, u"second"_s}) {
+            conversation.appendMessage(userRole, content);
+            conversation.schedulePersist();
+            QVERIFY(isTrueBeforeAnyEvent([&] { return storedMessages() == conversation.messages(); }));
+        }
+    }
+
+    void aBurstOfChangesIsOneWriteAfterTheLast()
+    {
+        Conversation conversation(300ms);
+        QElapsedTimer sinceLast;
+        for (int change = 0; change < 3; ++change) {
+            if (change > 0)
+                QTRY_VERIFY(sinceLast.elapsed() >= 150);
+            QVERIFY(!QFileInfo::exists(neloChatHistoryURL()));
+            conversation.appendMessage(userRole, QString::number(change));
+            conversation.schedulePersist();
+            sinceLast.start();
+        }
+        QTRY_COMPARE(storedMessages(), conversation.messages());
+        QVERIFY2(sinceLast.elapsed() >= 300, qPrintable(QString::number(sinceLast.elapsed())));
+        QVERIFY(QFile::remove(neloChatHistoryURL()));
+        QTRY_COMPARE(ProcessTable::threads(), m_threads); // nothing else is scheduled
+        QVERIFY(!QFileInfo::exists(neloChatHistoryURL()));
+    }
+
+    void theLast200AreKept_data()
+    {
+        QTest::addColumn<qsizetype>("count");
+        for (const qsizetype count : {0, 199, 200, 201, 500})
+            QTest::addRow("%lld", static_cast<long long>(count)) << count;
+    }
+
+    void theLast200AreKept()
+    {
+        QFETCH(qsizetype, count);
+        storeHistory(encodeChatMessages(numbered(count)));
+        Conversation conversation(never);
+        conversation.load();
+        const QStringList before = contentsOf(conversation.messages());
+        conversation.persistMessages();
+        QCOMPARE(contentsOf(conversation.messages()), before.last(std::min<qsizetype>(before.size(), 200)));
+        QCOMPARE(storedMessages(), conversation.messages());
+    }
+
+    void whatIsScheduledGoesAwayWithTheConversation()
+    {
+        QElapsedTimer timer;
+        timer.start();
+        {
+            Conversation conversation(never);
+            conversation.schedulePersist();
+        }
+        QVERIFY(timer.elapsed() < 60'000);
+        QVERIFY(!QFileInfo::exists(neloChatHistoryURL()));
+    }
+
+    void aWriteThatHasBegunIsFinished()
+    {
+        {
+            Conversation conversation(soon);
+            conversation.appendMessage(userRole, QString(30'000'000, u'x'));
+            const int descriptors = ProcessTable::openDescriptors();
+            conversation.schedulePersist();
+            QVERIFY(isTrueBeforeAnyEvent([descriptors] {
+                return ProcessTable::openDescriptors() > descriptors || QFileInfo::exists(neloChatHistoryURL());
+            }));
+        }
+        QCOMPARE(storedMessages().size(), 1);
+        QCOMPARE(Files::names(m_home->path(u".nelo"_s)), QStringList{fileName});
+    }
+
+    void aBadFileIsCopiedBeforeTheFirstWriteOnly()
+    {
+        storeHistory("bad");
+        Conversation conversation(never);
+        conversation.load();
+        const QByteArray mended = encodeChatMessages(numbered(3));
+        storeHistory(mended); // by another program: copied all the same
+        conversation.persistMessages();
+        QCOMPARE(storedMessages(), conversation.messages());
+        const QStringList copies = copiesInFolder();
+        QCOMPARE(copies.size(), 1);
+        static const QRegularExpression form(u"^menubar_chat_history\\.json\\.unreadable\\.\\d{8}-\\d{6}$"_s);
+        QVERIFY2(form.match(copies.first()).hasMatch(), qPrintable(copies.first()));
+        QCOMPARE(Files::contentOf(m_home->path(u".nelo/"_s + copies.first())), mended);
+
+        storeHistory("bad again");
+        conversation.persistMessages();
+        QCOMPARE(storedMessages(), conversation.messages());
+        QCOMPARE(copiesInFolder(), copies);
+    }
+
+    void aFileThatMayNotBeReadIsMovedAside()
+    {
+        // Reading one's own memory from its beginning fails for everybody, the superuser too.
+        QVERIFY(QFile::link(u"/proc/self/mem"_s, neloChatHistoryURL()));
+        Conversation conversation(never);
+        conversation.load();
+        conversation.persistMessages();
+        QCOMPARE(storedMessages(), conversation.messages());
+        QCOMPARE(copiesInFolder().size(), 1);
+    }
+
+    void anEarlierCopyIsNotReplaced()
+    {
+        storeHistory("bad");
+        QStringList copies;
+        for (int second = 0; second < 60; ++second) {
+            const QString time = compactTimestamp(QDateTime::currentDateTime().addSecs(second));
+            copies.append(neloChatHistoryURL() + u".unreadable."_s + time);
+            Files::create(copies.last(), "an earlier copy");
+        }
+        Conversation conversation(never);
+        conversation.load();
+        conversation.persistMessages();
+        QCOMPARE(Files::contentOf(neloChatHistoryURL()), QByteArray("bad"));
+        for (const QString& copy : std::as_const(copies)) {
+            QCOMPARE(Files::contentOf(copy), QByteArray("an earlier copy"));
+            QVERIFY(QFile::remove(copy));
+        }
+        conversation.persistMessages(); // the next write tries again
+        QCOMPARE(storedMessages(), conversation.messages());
+        QCOMPARE(copiesInFolder().size(), 1);
+    }
+
+    void aFullDiskKeepsTheEarlierFile_data()
+    {
+        QTest::addColumn<QByteArray>("earlier");
+        QTest::addColumn<int>("free");
+        QTest::newRow("a conversation that is longer than the space") << encodeChatMessages(numbered(300, 100)) << 8192;
+        QTest::newRow("a bad file that cannot be copied") << QByteArray(10'000, '[') << 4096;
+    }
+
+    void aFullDiskKeepsTheEarlierFile()
+    {
+        QFETCH(QByteArray, earlier);
+        QFETCH(int, free);
+        const SmallDisk disk;
+        qputenv("HOME", QFile::encodeName(disk.path()));
+        storeHistory(earlier);
+        disk.fill(free);
+        Conversation conversation(never);
+        conversation.load();
+        conversation.persistMessages();
+        QCOMPARE(Files::contentOf(neloChatHistoryURL()), earlier);
+        QCOMPARE(Files::names(disk.path(u".nelo"_s)), QStringList{fileName});
+        disk.empty();
+        conversation.persistMessages();
+        QCOMPARE(storedMessages(), conversation.messages());
+    }
+
+    void aReadOnlyHomeDoesNotHinderTheChat()
+    {
+        const SmallDisk disk;
+        qputenv("HOME", QFile::encodeName(disk.path()));
+        disk.makeReadOnly();
+        Conversation conversation(never);
+        conversation.load();
+        conversation.persistMessages();
+        QCOMPARE(Files::names(disk.path()), QStringList());
+        QCOMPARE(conversation.messages().size(), 1);
+    }
+
+    void theMainThreadDoesNotEncode()
+    {
+        // 20 MB take some ten times as long to encode as the main thread may be held up.
+        storeHistory(
+            encodeChatMessages(QList<NeloChatMessage>(200, NeloChatMessage::now(userRole, QString(100'000, u'你')))));
+        Conversation conversation(soon);
+        conversation.load();
+        const double before = threadMilliseconds();
+        conversation.schedulePersist();
+        conversation.appendMessage(userRole, u"while it is written"_s);
+        const double used = threadMilliseconds() - before;
+        QVERIFY2(used < 16, qPrintable(QString::number(used)));
+    }
+
+    void theWorkerYieldsToOtherThreads()
+    {
+        Conversation conversation(never);
+        conversation.schedulePersist();
+        const auto yields = [this] {
+            const int expected = std::min(getpriority(PRIO_PROCESS, 0) + 10, 19); // the tests may run under nice
+            const std::set<pid_t> threads = ProcessTable::threads();
+            return std::any_of(threads.begin(), threads.end(), [&](pid_t thread) {
+                return !m_threads.contains(thread) && getpriority(PRIO_PROCESS, static_cast<id_t>(thread)) == expected;
+            });
+        };
+        QTRY_VERIFY(yields());
+    }
+
+private:
+    QStringList copiesInFolder() const { return Files::names(m_home->path(u".nelo"_s)).filter(u".unreadable."_s); }
+
+    std::unique_ptr<TestHome> m_home;
+    std::set<pid_t> m_threads;
+};
+
+int main(int argc, char** argv)
+{
+    SmallDisk::allowMounts();
+    QCoreApplication application(argc, argv);
+    TestConversation test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "TestConversation.moc"
