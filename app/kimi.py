@@ -143,7 +143,7 @@ def _parse_config(path: str, content: bytes) -> dict[str, object]:
 def _folder_skills(folder: str) -> Iterator[Skill]:
     """The skills that are folders; they must have a name and a description."""
     for manual in manuals.find(folder, _DEPTH, finds_hidden=True):
-        if manual.own_name and manual.description and "node_modules" not in manual.folder.split(os.sep):
+        if manual.own_name and manual.description:
             yield Skill(manual.name, manual.description, "user", manual.name, manual.folder)
 
 

@@ -53,14 +53,14 @@ class Manual:
 def find(root: str, depth: int = 1, searches_skills: bool = False, finds_hidden: bool = False) -> Iterator[Manual]:
     """The skills in the folders below `root`, down to `depth` levels, by path.
 
-    The folders in a skill are searched only with `searches_skills`, and hidden folders only with `finds_hidden`. A
-    SKILL.md that cannot be read is left out.
+    The folders in a skill are searched only with `searches_skills`, and hidden folders only with `finds_hidden`; those
+    of npm never. A SKILL.md that cannot be read is left out.
     """
     try:
         names = sorted(name for name in os.listdir(root) if finds_hidden or not name.startswith("."))
     except (OSError, ValueError):
         return
-    for name in names:
+    for name in filter("node_modules".__ne__, names):
         folder = os.path.join(root, name)
         try:
             folder.encode()

@@ -85,6 +85,11 @@ def config_path() -> str:
     return _path(os.environ.get("OPENCLAW_CONFIG_PATH", "").strip()) or os.path.join(state_folder(), "openclaw.json")
 
 
+def shared_folder() -> str:
+    """The folder of what all agents share: that of the state, unless only the configuration file was moved."""
+    return state_folder() if os.environ.get("OPENCLAW_STATE_DIR", "").strip() else os.path.dirname(config_path())
+
+
 def read() -> Configuration:
     """The configuration as it is now; an empty one when there is no file.
 

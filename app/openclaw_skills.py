@@ -5,12 +5,12 @@ from __future__ import annotations
 import dataclasses
 import functools
 import os
-from collections.abc import Iterable
+from collections.abc import Iterable, Iterator
 from dataclasses import dataclass
 
 from . import background, manuals, openclaw_config, openclaw_program, paths, skill_folders
 from .ecosystems import Skill
-from .openclaw_config import ConfiguredAgent, state_folder
+from .openclaw_config import ConfiguredAgent, shared_folder, state_folder
 
 _DEPTH = 6
 """How many levels below a folder of skills the program looks."""
@@ -34,6 +34,8 @@ class _Root:
     """What the program calls the source of its skills."""
     owner: str = ""
     """The id of the only agent that sees them; empty when all do."""
+    leaves_by_links: bool = False
+    """Whether a link may lead out of it."""
 
     @property
     def source(self) -> str:
@@ -44,7 +46,7 @@ class _Root:
 
 def folders(agents: Iterable[ConfiguredAgent]) -> list[str]:
     """The folders in which skills are looked for, highest first: those that exist, and the one that all agents share."""
-    shared = os.path.join(state_folder(), "skills")
+    shared = os.path.join(shared_folder(), "skills")
     return [root.folder for root in _roots(agents) if root.folder == shared or os.path.isdir(root.folder)]
 
 
@@ -55,9 +57,7 @@ def skills(agents: list[ConfiguredAgent]) -> list[Skill]:
     for root in _roots(agents):
         if root.owner and root.origin == "openclaw-workspace":
             skill_folders.recover(root.folder)
-        for manual in manuals.find(root.folder, _DEPTH):
-            if not manual.description:
-                continue  # the program skips it too
+        for manual in _manuals(root):
             viewers = [agent for agent in seen if root.owner in ("", agent) and manual.name not in seen[agent]]
             for agent in viewers:
                 seen[agent].add(manual.name)
@@ -76,6 +76,16 @@ def skills(agents: list[ConfiguredAgent]) -> list[Skill]:
     return rows + others
 
 
+def _manuals(root: _Root) -> Iterator[manuals.Manual]:
+    """The skills in a folder that the program does not skip. A folder with a SKILL.md is one skill as a whole."""
+    whole = manuals.read(root.folder)
+    inside = os.path.join(os.path.realpath(root.folder), "")
+    for manual in [whole] if whole else manuals.find(root.folder, _DEPTH):
+        is_inside = root.leaves_by_links or os.path.join(os.path.realpath(manual.folder), "").startswith(inside)
+        if manual.description and is_inside:
+            yield manual
+
+
 def _roots(agents: Iterable[ConfiguredAgent]) -> list[_Root]:
     """The folders of skills, highest first."""
     state = state_folder()
@@ -85,8 +95,9 @@ def _roots(agents: Iterable[ConfiguredAgent]) -> list[_Root]:
         _Root(os.path.join(agent.workspace, ".agents", "skills"), "agents-skills-project", agent.id) for agent in agents
     ]
     if os.path.realpath(state) == os.path.realpath(os.path.join(paths.home(), ".openclaw")):
-        found.append(_Root(os.path.join(paths.home(), ".agents", "skills"), "agents-skills-personal"))
-    found.append(_Root(os.path.join(state, "skills"), "openclaw-managed"))
+        personal = os.path.join(paths.home(), ".agents", "skills")
+        found.append(_Root(personal, "agents-skills-personal", leaves_by_links=True))
+    found.append(_Root(os.path.join(shared_folder(), "skills"), "openclaw-managed", leaves_by_links=True))
     found += [
         _Root(os.path.join(state, "agents", agent.id, "agent", "workshop-skills"), "openclaw-workshop", agent.id)
         for agent in agents
@@ -98,7 +109,7 @@ def _roots(agents: Iterable[ConfiguredAgent]) -> list[_Root]:
         for folder in (extra if isinstance(extra, list) else [])
         if isinstance(folder, str) and folder.strip()
     ]
-    found.append(_Root(os.path.join(state, "plugin-skills"), "openclaw-extra"))
+    found.append(_Root(os.path.join(shared_folder(), "plugin-skills"), "openclaw-extra", leaves_by_links=True))
     return list({root.folder: root for root in reversed(found)}.values())[::-1]
 
 

@@ -54,6 +54,33 @@ class SkillListTest(OpenClawTestCase):
         shown = app.get_adapter_snapshot("openclaw")
         self.assertEqual((shown["configPath"], shown["skillDirs"]), (self.path(CONFIG), [self.path(it) for it, _ in folders]))
 
+    def test_what_the_program_skips_is_not_listed(self) -> None:
+        self.configure("{skills: {load: {extraDirs: ['~/extra']}}}")
+        self.make_skill("elsewhere/skill", "linked")
+        for folder in (".openclaw/workspace/skills", "extra", ".openclaw/skills"):
+            self.make_skill(f"{folder}/node_modules/one", "one")
+            self.make_skill(f"{folder}/.hidden", "hidden")
+            os.symlink(self.path("elsewhere/skill"), self.path(folder, "link"))
+        self.assertEqual(self.skills(), [("managed", "linked", ".openclaw/skills/link")])
+        self.make_skill(".openclaw/skills", "whole")
+        self.assertEqual(self.skills(), [("managed", "whole", ".openclaw/skills")])
+
+    def test_the_variables_of_the_program_say_where_its_folders_are(self) -> None:
+        self.make_skill(".openclaw/skills/one", "one")
+        self.make_skill("state/skills/two", "two")
+        self.make_skill("config/skills/three", "three")
+        self.make_skill(".agents/skills/four", "four")
+        self.make_file("config/openclaw.json", "{}")
+        self.configure("{}")
+        for state, config, names in (
+            ("", "", ["four", "one"]),
+            ("", self.path("config/openclaw.json"), ["four", "three"]),
+            (self.path("state"), "", ["two"]),
+            (self.path("state"), self.path("config/openclaw.json"), ["two"]),
+        ):
+            self.set_environment(OPENCLAW_STATE_DIR=state, OPENCLAW_CONFIG_PATH=config)
+            self.assertEqual([name for _, name, _ in self.skills()], names)
+
     def test_a_skill_of_one_agent_hides_no_skill_from_another(self) -> None:
         self.configure("{agents: {entries: {a: {workspace: '~/a'}, b: {workspace: '~/b'}}}}")
         self.make_skill("a/skills/one", "one")
