@@ -46,15 +46,16 @@ inline double millisecondsOf(const std::function<void()>& work)
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// Has `ours` and `bare`, which return how long they took in milliseconds, take turns as to who is first, and prints
-/// the times of `pairs` pairs. Before each run of 10 of them `startAfresh` has both sides start what they talk to
-/// again, where its luck with memory would else be counted as a difference.
+/// Has `ours` and `bare`, which return how long they took in `unit`, take turns as to who is first, and prints the
+/// times of `pairs` pairs. Before each run of 10 of them `startAfresh` has both sides start what they talk to again,
+/// where its luck with memory would else be counted as a difference.
 inline void compare(
     const std::string& row, int work, int pairs, const std::function<double()>& ours,
-    const std::function<double()>& bare, const std::function<void()>& startAfresh = [] {})
+    const std::function<double()>& bare, const std::function<void()>& startAfresh = [] {},
+    const std::string& unit = "ms")
 {
     constexpr int pairsPerStart = 10;
-    Result result{row, work, {}, {}};
+    Result result{row, work, {}, {}, unit};
     for (int pair = 0; pair < pairs; ++pair) {
         if (pair % pairsPerStart == 0) {
             startAfresh();

@@ -44,6 +44,8 @@ RATIO_BARS = {
     ("agents refresh", 10_000): 1.2,
     ("open configuration of bytes", 5_000_000): 1.2,
     ("skills refresh", 2_000): 1.2,
+    ("chat transfer of bytes", 20_000): 1.5,
+    ("chat transfer of bytes, TLS", 20_000): 1.5,
     ("memory, openings of each window", 200): 1.02,
     ("memory, calls", 10_000): 1.02,
     ("memory, sends", 1_000): 1.02,
@@ -55,6 +57,10 @@ OWN_BARS = {
     ("agents, a page further", 10_000): 16.7,  # a frame at 60 Hz
     ("skill with variables", 200): 33.3,  # two frames
     ("chat exchange of bytes", 20_000): 2.0,
+    ("chat, first message of bytes", 1_000): 3.2,
+    ("chat, next message of bytes", 1_000): 1.15,
+    ("chat, next message of bytes", 20_000): 1.15,
+    ("chat, next message of bytes", 100_000): 1.9,
     ("history write, longest stall", 200): 16.7,
 }
 

@@ -26,8 +26,10 @@ IFF_TUN, IFF_NO_PI = 0x1, 0x1000
 def open_device() -> int:
     device = os.open("/dev/net/tun", os.O_RDWR)
     fcntl.ioctl(device, TUNSETIFF, struct.pack("16sH", b"delayed", IFF_TUN | IFF_NO_PI))
-    # A connection that was idle is not to begin slowly again: how long it was idle is chance here.
-    Path("/proc/sys/net/ipv4/tcp_slow_start_after_idle").write_text("0")
+    # A connection that was idle is not to begin slowly again: how long it was idle is chance here. And every kernel can
+    # control congestion the way that reno does.
+    for setting, value in (("tcp_slow_start_after_idle", "0"), ("tcp_congestion_control", "reno")):
+        Path("/proc/sys/net/ipv4", setting).write_text(value)
     for command in ("addr add 10.9.9.1/24 dev delayed", "link set delayed up", "link set lo up"):
         subprocess.run(["ip", *command.split()], check=True)
     return device
