@@ -31,7 +31,7 @@ double timeInPlace(const QList<NeloChatMessage>& messages)
 }
 
 /// The longest time between two ticks until the file is there.
-double longestStall(const QList<NeloChatMessage>& messages)
+double maxStall(const QList<NeloChatMessage>& messages)
 {
     Conversation conversation(1ms);
     for (const NeloChatMessage& message : messages)
@@ -64,7 +64,7 @@ int main(int argc, char** argv)
     for (const int records : {2, 20, 200}) {
         const QList<NeloChatMessage> messages(records, NeloChatMessage::now(assistantRole, text));
         Pairs::compare(
-            "history write, longest stall", records, 9, [&messages] { return longestStall(messages); },
+            "history write, longest stall", records, 9, [&messages] { return maxStall(messages); },
             [&messages] { return timeInPlace(messages); });
     }
     return EXIT_SUCCESS;

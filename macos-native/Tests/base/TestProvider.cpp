@@ -27,7 +27,7 @@ private slots:
         QTest::newRow("gpt-4.1-mini") << QStringLiteral("gpt-4.1-mini") << openai;
         QTest::newRow("deepseek-chat") << QStringLiteral("deepseek-chat") << QStringLiteral("deepseek");
         QTest::newRow("moonshot-v1-8k") << QStringLiteral("moonshot-v1-8k") << QStringLiteral("kimi");
-        QTest::newRow("the bare beginning") << QStringLiteral("deepseek") << QStringLiteral("deepseek");
+        QTest::newRow("the bare prefix") << QStringLiteral("deepseek") << QStringLiteral("deepseek");
         QTest::newRow("capital letters") << QStringLiteral("DeepSeek-chat") << openai;
         QTest::newRow("the word further on") << QStringLiteral("my-moonshot") << openai;
         QTest::newRow("kimi's own name") << QStringLiteral("kimi") << openai;

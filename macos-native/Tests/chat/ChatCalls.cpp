@@ -52,10 +52,10 @@ ChatOutcome ChatCalls::ask(const QString& apiKey)
 bool ChatCalls::waitForOutcomes(std::size_t count) const
 {
     QTestEventLoop& loop = QTestEventLoop::instance();
-    const int patience = 30; // seconds
+    const int timeout = 30; // seconds
     do {
         if (outcomes.size() < count)
-            loop.enterLoop(patience);
+            loop.enterLoop(timeout);
     } while (outcomes.size() < count && !loop.timeout());
     return outcomes.size() == count;
 }

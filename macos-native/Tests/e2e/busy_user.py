@@ -9,7 +9,7 @@ from pathlib import Path
 from typing import Iterator
 
 from agent_files import write_codex_agent, write_kimi_agent
-from holdings import bytes_read, holdings
+from resources import bytes_read, resources
 from nelo import Nelo, Node, press, type_text, until
 from provider import Provider
 
@@ -151,7 +151,7 @@ class BusyUser:
         self.refreshes += 1
 
     def _helpers(self) -> list[int]:
-        return holdings(self._nelo.process.pid).children
+        return resources(self._nelo.process.pid).children
 
     def _asked(self) -> dict[int, int]:
         """How much every helper has read so far."""

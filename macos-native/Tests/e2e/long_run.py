@@ -16,7 +16,7 @@ from pathlib import Path
 from typing import Iterator, NamedTuple
 
 from busy_user import MESSAGES, BusyUser, furnish
-from holdings import Holdings, growth, holdings, leftovers
+from resources import Resources, growth, resources, leftovers
 from nelo import Nelo, open_chat, press, store_api_key, until
 from provider import Provider
 
@@ -25,7 +25,7 @@ SECONDS_BETWEEN_KILLS = 60
 GROWTH = 0.02  # the bar
 KEPT_MESSAGES = 200
 MANY_MESSAGES = 5000
-PATIENCE_SECONDS = 60
+TIMEOUT_SECONDS = 60
 ROUNDS_BETWEEN_WORDS = 10
 
 
@@ -33,7 +33,7 @@ class Moment(NamedTuple):
     """What the program holds after a round, with every window closed."""
 
     bubbles: int
-    held: Holdings
+    held: Resources
     files: set[str]
 
 
@@ -54,7 +54,7 @@ def cost_of_bubble() -> float:
         with contextlib.closing(Provider()) as provider, Nelo() as nelo:
             keep_history(nelo.home, messages, created="", names_speakers=False)
             BusyUser(nelo, provider).look_into_chat()
-            return holdings(nelo.process.pid).private_dirty
+            return resources(nelo.process.pid).private_dirty
 
     return (memory(KEPT_MESSAGES + MANY_MESSAGES) - memory(KEPT_MESSAGES)) / MANY_MESSAGES
 
@@ -72,7 +72,7 @@ def spend(user: BusyUser, nelo: Nelo, minutes: float) -> Iterator[Moment]:
         if (time.monotonic() - start) // SECONDS_BETWEEN_KILLS > user.kills:
             user.kill_helper()
         bubbles = KEPT_MESSAGES + (number + 1) * len(MESSAGES)
-        yield Moment(bubbles, holdings(nelo.process.pid), files_below(nelo.home))
+        yield Moment(bubbles, resources(nelo.process.pid), files_below(nelo.home))
 
 
 def tell(number: int, moment: Moment) -> None:
@@ -94,10 +94,10 @@ def memory_faults(moments: list[Moment]) -> list[str]:
 def leftovers_at_rest(nelo: Nelo, before: Moment) -> list[str]:
     """What is more than before, after everything that ends by itself had its time."""
     def seen() -> list[str]:
-        return leftovers(before.held, holdings(nelo.process.pid)) + leftover_files(nelo.home, before)
+        return leftovers(before.held, resources(nelo.process.pid)) + leftover_files(nelo.home, before)
 
     with contextlib.suppress(AssertionError):
-        until(lambda: not seen(), "nothing left over", PATIENCE_SECONDS)
+        until(lambda: not seen(), "nothing left over", TIMEOUT_SECONDS)
     return seen()
 
 

@@ -22,7 +22,7 @@ gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
 
 REPOSITORY = Path(__file__).resolve().parents[3]
-PATIENCE_SECONDS = 20.0
+TIMEOUT_SECONDS = 20.0
 BASE_FOLDERS = ("XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME")
 GRACE_SECONDS = 5.0
 TRAY_HEIGHT = 24
@@ -35,15 +35,15 @@ Result = TypeVar("Result")
 Self = TypeVar("Self", bound="Nelo")
 
 
-def until(condition: Callable[[], Result | None], what: str, patience: float = PATIENCE_SECONDS) -> Result:
+def until(condition: Callable[[], Result | None], what: str, timeout: float = TIMEOUT_SECONDS) -> Result:
     """Waits until `condition` gives something true, and returns it."""
-    deadline = time.monotonic() + patience
+    deadline = time.monotonic() + timeout
     while True:
         result = condition()
         if result:
             return result
         if time.monotonic() > deadline:
-            raise AssertionError(f"waited {patience:g} s in vain: {what}")
+            raise AssertionError(f"waited {timeout:g} s in vain: {what}")
         time.sleep(0.02)
 
 
@@ -116,10 +116,10 @@ class FocusMoves:
     def after(self, key: str) -> None:
         """Presses a key and waits until it has moved the keyboard; not for long where it goes on to a link in a text."""
         before = self._heard()
-        patience = 0.1 if self._is_in_a_text else 1.0
+        timeout = 0.1 if self._is_in_a_text else 1.0
         press(key)
         with contextlib.suppress(AssertionError):
-            until(lambda: self._heard() > before, "the keyboard somewhere else", patience)
+            until(lambda: self._heard() > before, "the keyboard somewhere else", timeout)
 
 
 class Node:
@@ -221,7 +221,7 @@ class Node:
                 return
             press("ctrl+Tab")
             try:
-                until(lambda: tabs.name != page, "another page", patience=1)
+                until(lambda: tabs.name != page, "another page", timeout=1)
             except AssertionError:
                 press("Tab")  # into the tabs
         raise AssertionError(f"no page {title}")
@@ -364,7 +364,7 @@ class Nelo:
             item = self._settled_status_item()
             click(item.x + item.width / 2, item.y + item.height / 2)
             with contextlib.suppress(AssertionError):
-                until(self._menu_is_open, "the status menu", patience=3)
+                until(self._menu_is_open, "the status menu", timeout=3)
             return self._menu_is_open()
 
         until(opens, "the status menu")
@@ -396,7 +396,7 @@ class Nelo:
     def quit(self) -> int:
         """Chooses Quit Nelo and returns the program's exit status."""
         self.choose("Quit Nelo")
-        return self.process.wait(PATIENCE_SECONDS)
+        return self.process.wait(TIMEOUT_SECONDS)
 
 
 class TraylessNelo(Nelo):

@@ -27,7 +27,7 @@ INTERFACES = f"""
   </interface>
 </node>"""
 ITEM_PATH = "/StatusNotifierItem"
-PATIENCE_SECONDS = 20
+TIMEOUT_SECONDS = 20
 
 
 def session_bus() -> Gio.DBusConnection:
@@ -42,7 +42,7 @@ class Item:
 
     def _call(self, path: str, interface: str, method: str, arguments: GLib.Variant) -> Any:
         return session_bus().call_sync(self._service, path, interface, method, arguments, None,
-                                       Gio.DBusCallFlags.NONE, PATIENCE_SECONDS * 1000, None).unpack()
+                                       Gio.DBusCallFlags.NONE, TIMEOUT_SECONDS * 1000, None).unpack()
 
     def property(self, name: str) -> Any:
         return self._call(ITEM_PATH, "org.freedesktop.DBus.Properties", "Get",
@@ -81,7 +81,7 @@ class StatusHost:
 
     def _line(self) -> str:
         assert self._process.stdout
-        readable, _, _ = select.select([self._process.stdout], [], [], PATIENCE_SECONDS)
+        readable, _, _ = select.select([self._process.stdout], [], [], TIMEOUT_SECONDS)
         assert readable, "the watcher has said nothing"
         return self._process.stdout.readline().strip()
 

@@ -35,7 +35,7 @@ class IdleTest(unittest.TestCase):
             time.sleep(IDLE_SECONDS)  # what is measured, not what is waited for
             return wake_ups(nelo) == before
 
-        until(slept, f"{IDLE_SECONDS:g} s without a wake-up", patience=40)
+        until(slept, f"{IDLE_SECONDS:g} s without a wake-up", timeout=40)
 
     def test_nothing_wakes_it_after_its_start(self) -> None:
         with Nelo() as nelo:

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr qsizetype longestFrame = 100; // of a text around what the provider sent
+constexpr qsizetype maxFrameLength = 100; // of a text around what the provider sent
 
 /// A provider's answer with one choice.
 QByteArray answerOf(const QString& content)
@@ -25,15 +25,15 @@ void requireSense(int status, const QByteArray& body, const ChatVerdict& verdict
     const bool isSuccess = status >= 200 && status <= 299;
     const auto* const answer = std::get_if<ChatText>(&verdict.outcome);
     const QString error = errorDescription(verdict.outcome);
-    require(verdict.logEntry.size() <= body.size() + longestFrame, "the log holds little more than the body");
+    require(verdict.logEntry.size() <= body.size() + maxFrameLength, "the log holds little more than the body");
     if (answer) {
         require(isSuccess, "nothing is an answer that has not succeeded");
         require(!answer->text.isEmpty() && answer->text == answer->text.trimmed(), "an answer has no blanks around it");
-        require(answer->text.size() <= body.size() + longestFrame, "an answer is no longer than its body");
-        require(verdict.logEntry.size() <= longestFrame, "the log counts an answer and does not quote it");
+        require(answer->text.size() <= body.size() + maxFrameLength, "an answer is no longer than its body");
+        require(verdict.logEntry.size() <= maxFrameLength, "the log counts an answer and does not quote it");
         return;
     }
-    require(!error.isEmpty() && error.size() <= body.size() + longestFrame, "a refusal says why, and not at length");
+    require(!error.isEmpty() && error.size() <= body.size() + maxFrameLength, "a refusal says why, and not at length");
     require(isSuccess || error.startsWith(QStringLiteral("HTTP %1: ").arg(status)), "a refusal names its status");
 }
 

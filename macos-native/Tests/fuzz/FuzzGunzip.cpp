@@ -5,8 +5,8 @@
 
 namespace {
 
-constexpr qsizetype largestGrowth = 1100; // times: deflate packs 1032 to 1 at best
-constexpr int gzipFormat = 16;            // added to the window's size, see deflateInit2() in zlib's manual
+constexpr qsizetype maxGrowth = 1100; // times: deflate packs 1032 to 1 at best
+constexpr int gzipFormat = 16;        // added to the window's size, see deflateInit2() in zlib's manual
 
 QByteArray gzip(QByteArray content)
 {
@@ -29,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const QByteArray bytes = QByteArray::fromStdString(bytesOf(data, size));
     const std::optional<QByteArray> content = gunzip(bytes);
-    require(!content || content->size() <= bytes.size() * largestGrowth, "content is what the format can hold");
+    require(!content || content->size() <= bytes.size() * maxGrowth, "content is what the format can hold");
 
     const QByteArray packed = gzip(bytes);
     require(gunzip(packed) == bytes, "what is packed is unpacked");

@@ -4,8 +4,8 @@
 
 namespace {
 
-constexpr std::size_t growth = 5;         // how many times its length a number may have when it is printed: 9e14, say
-constexpr std::size_t longestFrame = 200; // of a text that tells of an error
+constexpr std::size_t growth = 5;           // how many times its length a number may have when it is printed: 9e14, say
+constexpr std::size_t maxFrameLength = 200; // of a text that tells of an error
 
 void requireSuccess(const std::string& line, const ReplyOutcome& outcome)
 {
@@ -29,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const ReplyOutcome outcome = reader.interpret(line);
     const ReplyOutcome fresh = ReplyReader().interpret(line);
     require(outcome.text == fresh.text && outcome.helper == fresh.helper, "no line depends on those before it");
-    require(outcome.text.size() <= growth * line.size() + longestFrame, "no answer is much longer than its line");
+    require(outcome.text.size() <= growth * line.size() + maxFrameLength, "no answer is much longer than its line");
     if (!outcome.text.starts_with("ERROR: "))
         requireSuccess(line, outcome);
     return 0;

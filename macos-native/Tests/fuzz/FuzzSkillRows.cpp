@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr qsizetype longestFrame = 200; // of a text around what a row holds
+constexpr qsizetype maxFrameLength = 200; // of a text around what a row holds
 
 void requireVariablesAreOnceEach(const Json& skill)
 {
@@ -27,10 +27,10 @@ void requireVariablesAreOnceEach(const Json& skill)
 
 void requireTextsAreTheRows(const Json& skill)
 {
-    const qsizetype mostText = static_cast<qsizetype>(skill.dump().size()) + longestFrame;
+    const qsizetype maxTextLength = static_cast<qsizetype>(skill.dump().size()) + maxFrameLength;
     for (const QString& text : {skillTitle(skill), skillDescription(skill), cloudSkillTitle(skill),
                                 installStatus(skillName(skill), {}), installSummary(skill)})
-        require(text.size() <= mostText, "a text is no longer than what it tells of");
+        require(text.size() <= maxTextLength, "a text is no longer than what it tells of");
     require(skillTitle(skill).endsWith(textOf(skill, "name", QStringLiteral("(unknown)"))), "a title ends in the name");
     require(skillDescription(skill).contains(textOf(skill, "path")), "the description has the path");
     require(cloudSkillTitle(skill).startsWith(cloudSkillName(skill)), "a title in the catalogue begins with the name");

@@ -14,7 +14,7 @@ from mutations import cpp_mutations, python_mutations
 from survivors import Survivor, read_survivors
 from trials import End, Result, failure, run
 
-PATIENCE_SECONDS = 60
+TIMEOUT_SECONDS = 60
 
 
 def cpp(text: str) -> list[str]:
@@ -98,7 +98,7 @@ class PythonMutationsTest(unittest.TestCase):
         self.assertEqual(python('x = "你好" + y\n'), ['x = "你好" - y\n'])
 
     def test_what_comes_out_is_python(self) -> None:
-        for text in python((Path(__file__).resolve().parents[3] / "app" / "json_edit.py").read_text()):
+        for text in python((Path(__file__).resolve().parents[3] / "app" / "files.py").read_text()):
             ast.parse(text)
 
 
@@ -148,10 +148,10 @@ class Script:
 
     def __init__(self, *results: Result) -> None:
         self._results = list(results)
-        self.patience: list[float] = []
+        self.timeout: list[float] = []
 
-    def __call__(self, patience_seconds: float) -> Result:
-        self.patience.append(patience_seconds)
+    def __call__(self, timeout_seconds: float) -> Result:
+        self.timeout.append(timeout_seconds)
         return self._results.pop(0)
 
 
@@ -175,17 +175,17 @@ class FailureTest(unittest.TestCase):
     def test_what_does_not_end_is_a_failure(self) -> None:
         mutated, untouched = Script(self.LATE, self.LATE), Script(self.PASSED)
         self.assertEqual(failure(mutated, untouched, 40), self.LATE)
-        self.assertEqual((mutated.patience, untouched.patience), ([40, 40], [10]))
+        self.assertEqual((mutated.timeout, untouched.timeout), ([40, 40], [10]))
 
     def test_what_is_slow_without_the_mutation_is_given_more_time(self) -> None:
         mutated, untouched = Script(self.LATE, self.PASSED), Script(self.LATE)
         self.assertIsNone(failure(mutated, untouched, 40))
-        self.assertEqual((mutated.patience, untouched.patience), ([40, 80], [10]))
+        self.assertEqual((mutated.timeout, untouched.timeout), ([40, 80], [10]))
 
 
 class RunTest(unittest.TestCase):
-    def run_script(self, script: str, patience: float = PATIENCE_SECONDS) -> Result:
-        return run(["sh", "-c", script], Path("/"), os.environ, patience)
+    def run_script(self, script: str, timeout: float = TIMEOUT_SECONDS) -> Result:
+        return run(["sh", "-c", script], Path("/"), os.environ, timeout)
 
     def test_the_exit_status_tells(self) -> None:
         self.assertEqual(self.run_script("exit 0"), Result(End.PASSED))
@@ -195,7 +195,7 @@ class RunTest(unittest.TestCase):
         start = time.monotonic()
         self.assertEqual(self.run_script("echo 'FAIL!  : TestThing::works(an edge) Compared'; sleep 600"),
                          Result(End.FAILED, "TestThing::works(an"))
-        self.assertLess(time.monotonic() - start, PATIENCE_SECONDS)
+        self.assertLess(time.monotonic() - start, TIMEOUT_SECONDS)
 
     def test_that_something_took_long_is_no_failure(self) -> None:
         self.assertEqual(self.run_script("echo \"FAIL!  : TestThing::isQuick() 'timer.elapsed() < 10'\"; exit 1"), Result(End.PASSED))

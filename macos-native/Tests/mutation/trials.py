@@ -20,7 +20,7 @@ from choice import Place
 
 PLUGIN = "lib/nelo/nelo_chat_client.so"
 PROGRAM = "bin/NeloMenuBar"
-PYTHON_PATIENCE_SECONDS = 120
+PYTHON_TIMEOUT_SECONDS = 120
 MOST_FAR_TESTS = 8  # what everything uses is in a hundred of them
 
 
@@ -47,7 +47,7 @@ class Result(NamedTuple):
     function: str = ""
 
 
-def run(command: list[str], folder: Path, environment: dict[str, str] | os._Environ[str], patience_seconds: float) -> Result:
+def run(command: list[str], folder: Path, environment: dict[str, str] | os._Environ[str], timeout_seconds: float) -> Result:
     """Runs a test, in a group of its own: kill(0) asks nobody what it may see. A Qt Test program is ended with its first failure;
     it would go on for long."""
     with folder_for_all("nelo-home-") as home:
@@ -60,7 +60,7 @@ def run(command: list[str], folder: Path, environment: dict[str, str] | os._Envi
             is_late.set()
             process.kill()
 
-        clock = threading.Timer(patience_seconds, kill)
+        clock = threading.Timer(timeout_seconds, kill)
         clock.start()
         try:
             return _result(process, is_late)
@@ -83,19 +83,19 @@ def _result(process: subprocess.Popen[bytes], is_late: threading.Event) -> Resul
     return Result(End.LATE if is_late.is_set() else End.FAILED)
 
 
-def failure(with_mutation: Callable[[float], Result], without: Callable[[float], Result], patience_seconds: float) -> Result | None:
+def failure(with_mutation: Callable[[float], Result], without: Callable[[float], Result], timeout_seconds: float) -> Result | None:
     """How a test fails with the mutation and not without it; None if it passes. It has to fail twice, as a busy machine may fail a
-    test once. To be late is to fail as well, but longer patience is wanted where the test without the mutation takes as much as a
+    test once. To be late is to fail as well, but a longer timeout is wanted where the test without the mutation takes as much as a
     quarter of it. Both are told how long to be patient."""
     while True:
-        result = with_mutation(patience_seconds)
+        result = with_mutation(timeout_seconds)
         if result.end is End.PASSED:
             return None
-        usual = without(patience_seconds / 4)
+        usual = without(timeout_seconds / 4)
         if usual.end is not End.LATE:
             break
-        patience_seconds *= 2
-    is_noticed = usual.end is End.PASSED and with_mutation(patience_seconds).end is not End.PASSED
+        timeout_seconds *= 2
+    is_noticed = usual.end is End.PASSED and with_mutation(timeout_seconds).end is not End.PASSED
     return result if is_noticed else None
 
 
@@ -137,7 +137,7 @@ class Trials:
         for modules in self._python_tests(Path(place.source).stem):
             command = [sys.executable, "-B", "-m", "unittest", "-f", *modules]
             mutated, untouched = (partial(run, command, each, os.environ) for each in (folder, self._repository))
-            if failure(mutated, untouched, PYTHON_PATIENCE_SECONDS):
+            if failure(mutated, untouched, PYTHON_TIMEOUT_SECONDS):
                 return modules[0] if len(modules) == 1 else "app.tests"
         return None
 
@@ -233,9 +233,9 @@ class CppTrial:
             return None
         return f"the end of {test.name}, which does not come" if found.end is End.LATE else found.function or test.name
 
-    def _run(self, test: Test, programs: Programs, patience_seconds: float) -> Result:
+    def _run(self, test: Test, programs: Programs, timeout_seconds: float) -> Result:
         program = programs.path(test.program or PROGRAM)
         environment = {**os.environ, **test.environment, "NELO_PROGRAM": str(program),
                        "NELO_PICTURES": str(self._folder / "pictures")}
         command = [str(program)] if test.program else [*test.command, "-f"]
-        return run(command, Path(test.folder), environment, patience_seconds)
+        return run(command, Path(test.folder), environment, timeout_seconds)

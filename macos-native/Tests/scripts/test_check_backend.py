@@ -15,8 +15,8 @@ sys.path[:0] = [str(REPOSITORY / "scripts"), str(REPOSITORY)]
 import app  # noqa: E402
 from backend_manual import MANUAL, Function, Manual, first_fault, is_of, read_manual, tables  # noqa: E402
 
-PATIENCE_SECONDS = 20
-SHORT_PATIENCE_SECONDS = 3
+TIMEOUT_SECONDS = 20
+SHORT_TIMEOUT_SECONDS = 3
 
 
 def complete_module(manual: Manual) -> str:
@@ -44,16 +44,16 @@ class CheckTest(unittest.TestCase):
         file.parent.mkdir(exist_ok=True)
         file.write_text(f"{complete_module(read_manual())}\n{textwrap.dedent(changes)}\n", encoding="utf-8")
 
-    def check(self, folder: Path | None = None, patience: int = PATIENCE_SECONDS) -> tuple[int, str]:
+    def check(self, folder: Path | None = None, timeout: int = TIMEOUT_SECONDS) -> tuple[int, str]:
         """The exit status and what is printed."""
         environment = {**os.environ, "HOME": str(self.home), "LC_ALL": "C", "OLLAMA_HOST": "127.0.0.1:9"}
-        done = subprocess.run([REPOSITORY / "scripts/check-backend", f"--patience={patience}", folder or self.folder],
+        done = subprocess.run([REPOSITORY / "scripts/check-backend", f"--timeout={timeout}", folder or self.folder],
                               capture_output=True, encoding="utf-8", env=environment, timeout=100, check=False)
         return done.returncode, done.stdout + done.stderr
 
-    def assert_fault(self, function: str, text: str, patience: int = PATIENCE_SECONDS) -> None:
+    def assert_fault(self, function: str, text: str, timeout: int = TIMEOUT_SECONDS) -> None:
         """Exactly this function is at fault, and this is said about it."""
-        status, output = self.check(patience=patience)
+        status, output = self.check(timeout=timeout)
         faults = [line for line in output.splitlines() if line.startswith("FAULT")]
         self.assertEqual(status, 1, output)
         self.assertEqual(len(faults), 1, output)
@@ -159,11 +159,11 @@ class CheckTest(unittest.TestCase):
 
     def test_a_function_that_never_answers_is_a_fault(self) -> None:
         self.write_module("import time\ndef list_remote_models(): time.sleep(600)")
-        self.assert_fault("list_remote_models", "no answer within 3 s", SHORT_PATIENCE_SECONDS)
+        self.assert_fault("list_remote_models", "no answer within 3 s", SHORT_TIMEOUT_SECONDS)
 
     def test_what_fills_standard_error_is_a_fault(self) -> None:
         self.write_module("import sys\ndef list_remote_models(): sys.stderr.write('x' * 200000); return []")
-        self.assert_fault("list_remote_models", "no answer within 3 s", SHORT_PATIENCE_SECONDS)
+        self.assert_fault("list_remote_models", "no answer within 3 s", SHORT_TIMEOUT_SECONDS)
 
     def test_a_module_that_cannot_be_imported_is_at_fault(self) -> None:
         self.write_module("import no_such_library")

@@ -11,7 +11,7 @@ import uuid
 from pathlib import Path
 
 SCRIPT = Path(__file__).resolve().parents[3] / "scripts/virtual-desktop"
-PATIENCE_SECONDS = 20
+TIMEOUT_SECONDS = 20
 
 
 class VirtualDesktopTest(unittest.TestCase):
@@ -41,7 +41,7 @@ class VirtualDesktopTest(unittest.TestCase):
 
     def test_the_command_has_a_display_a_bus_and_its_status_is_passed_on(self) -> None:
         process = self.start("bash", "-c", 'echo "$DISPLAY $DBUS_SESSION_BUS_ADDRESS"; exit 7')
-        said, _ = process.communicate(timeout=PATIENCE_SECONDS)
+        said, _ = process.communicate(timeout=TIMEOUT_SECONDS)
         self.assertRegex(said, r"\A:\d+ unix:")
         self.assertEqual(process.returncode, 7)
         self.assertEqual(self.processes(), [])
@@ -54,8 +54,8 @@ class VirtualDesktopTest(unittest.TestCase):
                 self.assertEqual(process.stdout.readline(), "ready\n")  # type: ignore[union-attr]
                 self.assertIn("Xvfb", self.processes())
                 process.send_signal(number)
-                self.assertEqual(process.wait(PATIENCE_SECONDS), status)
-                deadline = time.monotonic() + PATIENCE_SECONDS
+                self.assertEqual(process.wait(TIMEOUT_SECONDS), status)
+                deadline = time.monotonic() + TIMEOUT_SECONDS
                 while self.processes() and time.monotonic() < deadline:
                     time.sleep(0.02)
                 self.assertEqual(self.processes(), [])

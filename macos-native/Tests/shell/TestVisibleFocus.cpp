@@ -28,9 +28,9 @@ NeloWindow* windowCalled(const QString& title)
 /// What gets the keyboard by Tab in the active window, in order.
 QWidgetList controlsByTab(QWidget* window)
 {
-    constexpr int mostTabs = 100;
+    constexpr int maxTabs = 100;
     QWidgetList controls;
-    for (int tab = 0; tab < mostTabs; ++tab) {
+    for (int tab = 0; tab < maxTabs; ++tab) {
         QTest::keyClick(window->focusWidget() ? window->focusWidget() : window, Qt::Key_Tab);
         QWidget* focused = QApplication::focusWidget();
         if (!controls.isEmpty() && focused == controls.constLast())

@@ -37,10 +37,10 @@ QList<JsonText> Corpora::jsonTexts()
     return texts;
 }
 
-QStringList Corpora::awkwardStrings()
+QStringList Corpora::naughtyStrings()
 {
     QStringList strings;
-    const Json all = contentOf(QStringLiteral(NELO_AWKWARD_STRINGS));
+    const Json all = contentOf(QStringLiteral(NELO_NAUGHTY_STRINGS));
     for (const Json& text : all)
         strings.append(QString::fromStdString(text));
     return strings;

@@ -17,7 +17,7 @@ namespace Corpora {
 /// The cases of support/json-texts, and the two of the suite that are too long to stand there.
 QList<JsonText> jsonTexts();
 
-/// The strings of support/awkward-strings.
-QStringList awkwardStrings();
+/// The strings of support/naughty-strings.
+QStringList naughtyStrings();
 
 } // namespace Corpora

@@ -47,8 +47,8 @@ def carry_packets(device: int, one_way: float, command: subprocess.Popen[bytes])
     ended = os.pidfd_open(command.pid)
     on_the_way: deque[tuple[float, bytes]] = deque()
     while True:
-        patience = max(0.0, on_the_way[0][0] - time.monotonic()) if on_the_way else None
-        readable = select.select([device, ended], [], [], patience)[0]
+        timeout = max(0.0, on_the_way[0][0] - time.monotonic()) if on_the_way else None
+        readable = select.select([device, ended], [], [], timeout)[0]
         if ended in readable:
             return command.wait()
         if device in readable:

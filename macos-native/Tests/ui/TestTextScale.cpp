@@ -40,13 +40,13 @@ private slots:
     {
         QFETCH(int, pixelSize);
         setTextSize(pixelSize);
-        QTEST(grownWithText(100), "grown");
+        QTEST(scaledToFont(100), "grown");
     }
 
     void aSizeGrowsBothWays()
     {
         setTextSize(26);
-        QCOMPARE(grownWithText(QSize(280, 24)), QSize(560, 48));
+        QCOMPARE(scaledToFont(QSize(280, 24)), QSize(560, 48));
     }
 
     void aFontsOwnSizeGrows()

@@ -18,7 +18,7 @@ namespace {
 /// Fixes `widget` at `size`, given for text of ordinary size, or at what its style and font need at least.
 void fixSize(QWidget& widget, QSize size)
 {
-    widget.setFixedSize(grownWithText(size).expandedTo(widget.minimumSizeHint()));
+    widget.setFixedSize(scaledToFont(size).expandedTo(widget.minimumSizeHint()));
 }
 
 /// The content of the dialog that creates an agent.
@@ -48,7 +48,7 @@ public:
         column->addLayout(labelRow(QStringLiteral("Name"), m_nameField));
         column->addWidget(note);
         column->addStretch();
-        const QSize size = grownWithText(QSize(520, 126));
+        const QSize size = scaledToFont(QSize(520, 126));
         setFixedSize(size.width(), std::max(size.height(), column->heightForWidth(size.width())));
         setFocusProxy(m_ecosystemPopup);
     }
@@ -90,9 +90,9 @@ QHBoxLayout* labelRow(const QString& label, QWidget* field)
 {
     auto* caption = new Label(label, field->parentWidget());
     caption->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    caption->setFixedWidth(grownWithText(90));
+    caption->setFixedWidth(scaledToFont(90));
     caption->setBuddy(field);
-    const int width = std::max(grownWithText(280), field->minimumWidth());
+    const int width = std::max(scaledToFont(280), field->minimumWidth());
     field->setMinimumWidth(width);
     field->setMaximumWidth(std::max(width, field->maximumWidth()));
 

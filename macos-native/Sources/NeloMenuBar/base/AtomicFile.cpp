@@ -26,9 +26,9 @@ QString systemText(int number)
 /// the name before it, and where that name is a linked folder the kernel ends up elsewhere.
 std::filesystem::path linkTarget(std::filesystem::path path)
 {
-    constexpr int mostLinks = 40; // what the kernel follows
-    std::error_code ignored;      // what cannot be looked at is no link
-    for (int links = 0; links < mostLinks && std::filesystem::is_symlink(path, ignored); ++links)
+    constexpr int maxLinks = 40; // what the kernel follows
+    std::error_code ignored;     // what cannot be looked at is no link
+    for (int links = 0; links < maxLinks && std::filesystem::is_symlink(path, ignored); ++links)
         path = path.parent_path() / std::filesystem::read_symlink(path, ignored);
     return path;
 }

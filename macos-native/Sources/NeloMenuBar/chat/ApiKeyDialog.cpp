@@ -10,7 +10,7 @@ std::optional<QString> askForApiKey(QWidget* parent, const ChatTarget& target, c
 {
     QLineEdit field;
     field.setEchoMode(QLineEdit::Password);
-    field.setFixedSize(grownWithText(QSize(280, 24)));
+    field.setFixedSize(scaledToFont(QSize(280, 24)));
     field.setPlaceholderText(target.apiKeyPlaceholder());
     field.setAccessibleName(field.placeholderText());
     field.setText(storedKey);

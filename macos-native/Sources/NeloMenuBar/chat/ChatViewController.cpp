@@ -113,7 +113,7 @@ QWidget* ChatViewController::makeComposer(QWidget* card)
 {
     QWidget* composer = makePanel(0.91, 22, QColor(), card);
     composer->setObjectName(QStringLiteral("composer"));
-    composer->setFixedHeight(grownWithText(88));
+    composer->setFixedHeight(scaledToFont(88));
     makeControls(composer);
 
     auto* row = new QHBoxLayout(composer);
@@ -136,13 +136,13 @@ void ChatViewController::makeControls(QWidget* composer)
     m_inputField->setFont(fontOfSize(font(), 14));
     m_inputField->setPlaceholderText(QStringLiteral("Send a message"));
     m_inputField->setAccessibleName(m_inputField->placeholderText());
-    m_inputField->setFixedHeight(grownWithText(28));
-    m_inputField->setMinimumWidth(grownWithText(220));
+    m_inputField->setFixedHeight(scaledToFont(28));
+    m_inputField->setMinimumWidth(scaledToFont(220));
     connect(m_inputField, &QLineEdit::returnPressed, this, &ChatViewController::sendMessage);
 
     m_plusButton = makeButton(QStringLiteral("+"), composer);
     m_plusButton->setObjectName(QStringLiteral("plusButton"));
-    m_plusButton->setFixedWidth(grownWithText(28));
+    m_plusButton->setFixedWidth(scaledToFont(28));
     connect(m_plusButton, &QPushButton::clicked, this, &ChatViewController::handlePlus);
 
     m_modelPopup = new PopUpButton(composer);
@@ -151,11 +151,11 @@ void ChatViewController::makeControls(QWidget* composer)
     m_modelPopup->setAccessibleDescription(QStringLiteral("Model"));
     m_modelPopup->addItems({Provider::defaultModel, QStringLiteral("gpt-4.1-mini"), QStringLiteral("deepseek-chat"),
                             QStringLiteral("moonshot-v1-8k")});
-    m_modelPopup->setFixedWidth(grownWithText(150));
+    m_modelPopup->setFixedWidth(scaledToFont(150));
 
     m_sendButton = makeButton(QStringLiteral("Send"), composer);
     m_sendButton->setObjectName(QStringLiteral("sendButton"));
-    m_sendButton->setFixedWidth(grownWithText(64));
+    m_sendButton->setFixedWidth(scaledToFont(64));
     connect(m_sendButton, &QPushButton::clicked, this, &ChatViewController::sendMessage);
 
     for (QWidget* control : std::initializer_list<QWidget*>{m_plusButton, m_modelPopup, m_sendButton})

@@ -23,7 +23,7 @@ NewsSourceForm::NewsSourceForm(QWidget* parent)
 {
     m_typePopup->addItems({QStringLiteral("rss"), QStringLiteral("webpage"), QStringLiteral("x")});
     m_enabledPopup->addItems({QStringLiteral("true"), QStringLiteral("false")});
-    setMinimumSize(grownWithText(QSize(420, 188)));
+    setMinimumSize(scaledToFont(QSize(420, 188)));
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 4, 0, 4);

@@ -22,7 +22,7 @@ NewsSourceSection::NewsSourceSection(QWidget* parent)
     : QWidget(parent), m_sourcePopup(new PopUpButton(this)), m_sourceSummaryLabel(new Label({}, this))
 {
     m_sourcePopup->setObjectName(QStringLiteral("sourcePopup"));
-    m_sourcePopup->setMinimumWidth(grownWithText(120)); // a long title gives way to the buttons
+    m_sourcePopup->setMinimumWidth(scaledToFont(120)); // a long title gives way to the buttons
     m_sourceSummaryLabel->setObjectName(QStringLiteral("sourceSummaryLabel"));
     auto* caption = new Label(QStringLiteral("Configured Sources"), this);
     caption->setBuddy(m_sourcePopup);

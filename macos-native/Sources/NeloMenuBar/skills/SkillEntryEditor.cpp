@@ -31,7 +31,7 @@ QPlainTextEdit* makeEnvTextView(QWidget* parent)
     view->setFont(fontOfSize(QFontDatabase::systemFont(QFontDatabase::FixedFont), 12));
     view->setLineWrapMode(QPlainTextEdit::NoWrap);
     view->setTabChangesFocus(true);
-    view->setMinimumHeight(grownWithText(110));
+    view->setMinimumHeight(scaledToFont(110));
     return view;
 }
 

@@ -30,7 +30,7 @@ std::optional<Json> choose(QWidget* view, const Question& question, const std::v
                            QString (*titleOf)(const Json& row))
 {
     PopUpButton popup;
-    popup.setFixedSize(grownWithText(QSize(420, 26)));
+    popup.setFixedSize(scaledToFont(QSize(420, 26)));
     popup.setAccessibleName(question.popupName);
     popup.setAccessibleDescription(question.popupName);
     for (const Json& row : rows)

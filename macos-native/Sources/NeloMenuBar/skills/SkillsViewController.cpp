@@ -33,7 +33,7 @@ PopUpButton* makePopup(const QString& objectName, const QStringList& titles, QWi
     auto* popup = new PopUpButton(parent);
     popup->setObjectName(objectName);
     popup->addItems(titles);
-    popup->setMinimumWidth(grownWithText(90)); // a long title gives way to the buttons
+    popup->setMinimumWidth(scaledToFont(90)); // a long title gives way to the buttons
     return popup;
 }
 

@@ -5,8 +5,8 @@
 
 namespace {
 
-constexpr float lessWeight = 0.65F;    // of a text's own colour
-constexpr double enoughContrast = 4.5; // WCAG 2.1, 1.4.3
+constexpr float secondaryWeight = 0.65F; // of a text's own colour
+constexpr double enoughContrast = 4.5;   // WCAG 2.1, 1.4.3
 
 QColor blend(const QColor& over, const QColor& under, float weight)
 {
@@ -36,7 +36,7 @@ void mend(QPalette& palette, QPalette::ColorGroup group)
     const QColor base = palette.color(group, QPalette::Base);
     if (!isLegible(palette.color(group, QPalette::PlaceholderText), base))
         palette.setColor(group, QPalette::PlaceholderText,
-                         blend(palette.color(group, QPalette::Text), base, lessWeight));
+                         blend(palette.color(group, QPalette::Text), base, secondaryWeight));
 
     const QColor highlight = palette.color(group, QPalette::Highlight);
     if (isLegible(palette.color(group, QPalette::HighlightedText), highlight))
@@ -55,7 +55,7 @@ QColor Colors::white(double whiteness)
 
 QColor Colors::secondaryText(const QPalette& palette)
 {
-    return blend(palette.color(QPalette::WindowText), palette.color(QPalette::Window), lessWeight);
+    return blend(palette.color(QPalette::WindowText), palette.color(QPalette::Window), secondaryWeight);
 }
 
 double Colors::contrast(const QColor& one, const QColor& other)

@@ -13,7 +13,7 @@ QHBoxLayout* formRow(Label* label, QWidget* field, FormRowMetrics metrics)
     constexpr int minimumFieldWidth = 220; // with larger text too: what is in a field scrolls
     label->setFont(fontOfSize(label->font(), 13));
     label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    label->setFixedWidth(grownWithText(metrics.labelWidth));
+    label->setFixedWidth(scaledToFont(metrics.labelWidth));
     label->setBuddy(field);
 
     field->setMinimumWidth(minimumFieldWidth);

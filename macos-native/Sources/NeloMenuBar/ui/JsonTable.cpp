@@ -64,7 +64,7 @@ JsonTable::JsonTable(std::vector<JsonColumn> columns, std::vector<const char*> i
     verticalHeader()->setDefaultSectionSize(fontMetrics().height() + rowPadding);
     horizontalHeader()->setHighlightSections(false);
     for (int column = 0; column < m_model->columnCount(); ++column)
-        setColumnWidth(column, grownWithText(columns[static_cast<std::size_t>(column)].width));
+        setColumnWidth(column, scaledToFont(columns[static_cast<std::size_t>(column)].width));
 }
 
 std::optional<Json> JsonTable::selectedRow() const

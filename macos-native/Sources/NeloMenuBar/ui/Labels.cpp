@@ -31,7 +31,7 @@ void setTextColor(QLabel& label, Emphasis emphasis)
 QFont fontOfSize(const QFont& font, int size, QFont::Weight weight)
 {
     QFont result(font);
-    result.setPixelSize(grownWithText(size));
+    result.setPixelSize(scaledToFont(size));
     result.setWeight(weight);
     return result;
 }
@@ -61,9 +61,9 @@ QSize Label::minimumSizeHint() const
 bool Label::event(QEvent* event)
 {
     if (event->type() == QEvent::ToolTip && isElided()) {
-        constexpr qsizetype plenty = 5000; // a tool tip has no scroll bar
-        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), Qt::convertFromPlainText(text().left(plenty)),
-                           this);
+        constexpr qsizetype maxToolTipCharacters = 5000; // a tool tip has no scroll bar
+        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),
+                           Qt::convertFromPlainText(text().left(maxToolTipCharacters)), this);
         return true;
     }
     return QLabel::event(event);

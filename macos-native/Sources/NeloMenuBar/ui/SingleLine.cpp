@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr qsizetype longestLine = 1000; // in UTF-16 code units
+constexpr qsizetype maxLineLength = 1000; // in UTF-16 code units
 
 bool isLineBreak(QChar character)
 {
@@ -22,19 +22,19 @@ bool isLineBreak(QChar character)
     }
 }
 
-QString beginning(const QString& text)
+QString prefix(const QString& text)
 {
-    if (text.size() <= longestLine)
+    if (text.size() <= maxLineLength)
         return text;
-    const bool splitsCharacter = text.at(longestLine - 1).isHighSurrogate();
-    return text.left(splitsCharacter ? longestLine - 1 : longestLine) + QChar(u'…');
+    const bool splitsCharacter = text.at(maxLineLength - 1).isHighSurrogate();
+    return text.left(splitsCharacter ? maxLineLength - 1 : maxLineLength) + QChar(u'…');
 }
 
 } // namespace
 
 QString singleLine(const QString& text)
 {
-    QString line = beginning(text);
+    QString line = prefix(text);
     std::replace_if(line.begin(), line.end(), isLineBreak, QChar(u' '));
     return line;
 }

@@ -15,7 +15,7 @@ QLabel* makeSupportLine(int linkSize, QWidget* parent)
     // Left to itself, a link has the colour of the system's theme, whatever it stands on.
     line->setText(QStringLiteral("%1<a href=\"%2\" style=\"font-size:%3px; font-weight:500; "
                                  "text-decoration:underline; color:%4\">%5</a>")
-                      .arg(introduction, address.toHtmlEscaped(), QString::number(grownWithText(linkSize)),
+                      .arg(introduction, address.toHtmlEscaped(), QString::number(scaledToFont(linkSize)),
                            line->palette().color(QPalette::Link).name(), domain.toHtmlEscaped()));
     line->setTextInteractionFlags(Qt::TextBrowserInteraction | Qt::TextSelectableByKeyboard);
     line->setOpenExternalLinks(true);

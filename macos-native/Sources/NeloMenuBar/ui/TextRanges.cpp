@@ -8,8 +8,8 @@ namespace {
 
 constexpr qsizetype chunkLength = 4096;
 constexpr std::size_t chunkParagraphs = 128;
-constexpr qsizetype longestParagraph = 32'768;
-constexpr qsizetype reach = 512; // how far a word or a character as users see it is looked for
+constexpr qsizetype maxParagraphLength = 32'768;
+constexpr qsizetype range = 512; // how far a word or a character as users see it is looked for
 
 bool isBreak(QChar c)
 {
@@ -46,9 +46,9 @@ qsizetype paragraphEndUpTo(QStringView text, qsizetype position, qsizetype limit
 TextRange surroundings(QStringView text, qsizetype position)
 {
     qsizetype start = position;
-    while (start > 0 && position - start < reach && !isBreak(text[start - 1]))
+    while (start > 0 && position - start < range && !isBreak(text[start - 1]))
         --start;
-    const qsizetype end = paragraphEndUpTo(text, position, position + reach);
+    const qsizetype end = paragraphEndUpTo(text, position, position + range);
     return {start, end - start};
 }
 
@@ -108,9 +108,9 @@ std::vector<TextRange> chunksOf(QStringView text)
     std::size_t paragraphs = 0;
     qsizetype position = 0;
     while (position <= text.size()) {
-        const qsizetype end = paragraphEndUpTo(text, position, position + longestParagraph + 1);
-        if (end - position > longestParagraph) {
-            const qsizetype cut = cutBefore(text, position + longestParagraph);
+        const qsizetype end = paragraphEndUpTo(text, position, position + maxParagraphLength + 1);
+        if (end - position > maxParagraphLength) {
+            const qsizetype cut = cutBefore(text, position + maxParagraphLength);
             chunks.push_back({start, cut - start});
             start = position = cut;
             paragraphs = 0;

@@ -9,29 +9,29 @@ namespace {
 /// The size in pixels that our measures were made for: 13 points are 13 pixels on macOS.
 constexpr double ordinaryPixelSize = 13;
 /// The largest that a desktop comes with: GNOME's 11 points are 14.67 pixels.
-constexpr int largestOrdinaryPixelSize = 15;
+constexpr int maxOrdinaryPixelSize = 15;
 
 double textScale()
 {
     const int pixelSize = QFontInfo(QApplication::font()).pixelSize();
-    return pixelSize <= largestOrdinaryPixelSize ? 1 : pixelSize / ordinaryPixelSize;
+    return pixelSize <= maxOrdinaryPixelSize ? 1 : pixelSize / ordinaryPixelSize;
 }
 
 } // namespace
 
-int grownWithText(int given)
+int scaledToFont(int given)
 {
     return qRound(given * textScale());
 }
 
-QSize grownWithText(QSize given)
+QSize scaledToFont(QSize given)
 {
-    return {grownWithText(given.width()), grownWithText(given.height())};
+    return {scaledToFont(given.width()), scaledToFont(given.height())};
 }
 
 QSize windowGrownWithText(QSize given)
 {
     constexpr double shareOfContent = 0.9; // the rest is for the frame, which the window system draws
     const QSize room = QGuiApplication::primaryScreen()->availableSize() * shareOfContent;
-    return given.expandedTo(grownWithText(given).boundedTo(room));
+    return given.expandedTo(scaledToFont(given).boundedTo(room));
 }

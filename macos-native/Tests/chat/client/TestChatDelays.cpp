@@ -65,7 +65,7 @@ private slots:
     void aKeptConnectionTakesOneRoundTrip_data()
     {
         QTest::addColumn<int>("bytes");
-        QTest::addColumn<int>("mostRoundTrips");
+        QTest::addColumn<int>("maxRoundTrips");
         QTest::newRow("1 KB") << 1'000 << 1;
         QTest::newRow("20 KB") << 20'000 << 1;
         QTest::newRow("100 KB") << 100'000 << 2; // more than may be on the way at once
@@ -74,11 +74,11 @@ private slots:
     void aKeptConnectionTakesOneRoundTrip()
     {
         QFETCH(int, bytes);
-        QFETCH(int, mostRoundTrips);
+        QFETCH(int, maxRoundTrips);
         QCOMPARE(roundTripsOfCall(1'000), 3); // TCP's, TLS's and its own
         for (int call = 0; call < 3; ++call)  // until the connection knows how much the path bears
             roundTripsOfCall(bytes);
-        QVERIFY(roundTripsOfCall(bytes) <= mostRoundTrips);
+        QVERIFY(roundTripsOfCall(bytes) <= maxRoundTrips);
     }
 
     void aDeadPathUnderAKeptConnectionIsToldSoon()

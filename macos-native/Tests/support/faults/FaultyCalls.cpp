@@ -294,8 +294,8 @@ ssize_t writev(int descriptor, const struct iovec* parts, int count)
     const std::optional<std::size_t> portion = portionOf(descriptor, size);
     if (!portion)
         return -1;
-    const struct iovec beginning = shortened(parts, *portion);
-    return *portion == size ? real(descriptor, parts, count) : real(descriptor, &beginning, 1);
+    const struct iovec prefix = shortened(parts, *portion);
+    return *portion == size ? real(descriptor, parts, count) : real(descriptor, &prefix, 1);
 }
 
 ssize_t send(int descriptor, const void* bytes, size_t size, int flags)
@@ -320,9 +320,9 @@ ssize_t sendmsg(int descriptor, const struct msghdr* message, int flags)
     const std::optional<std::size_t> portion = portionOf(descriptor, size);
     if (!portion)
         return -1;
-    struct iovec beginning = shortened(message->msg_iov, *portion);
+    struct iovec prefix = shortened(message->msg_iov, *portion);
     struct msghdr shorter = *message;
-    shorter.msg_iov = &beginning;
+    shorter.msg_iov = &prefix;
     shorter.msg_iovlen = 1;
     return real(descriptor, *portion == size ? message : &shorter, flags);
 }

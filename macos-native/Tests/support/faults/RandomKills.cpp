@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr std::chrono::microseconds longestLife = 4ms; // several writes on a disk of memory
+constexpr std::chrono::microseconds maxLifetime = 4ms; // several writes on a disk of memory
 
 unsigned seedOfThisRun()
 {
@@ -90,7 +90,7 @@ bool RandomKills::during(const std::function<bool(int)>& work)
     const bool isReady = hasWorked(ends[0]);
     close(ends[0]);
 
-    std::uniform_int_distribution<std::int64_t> lives(0, longestLife.count());
+    std::uniform_int_distribution<std::int64_t> lives(0, maxLifetime.count());
     const auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(lives(m_random));
     while (std::chrono::steady_clock::now() < end) { // a sleep would end on a tick of the clock
     }

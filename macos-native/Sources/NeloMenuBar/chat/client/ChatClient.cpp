@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int mostRedirects = 20;
+constexpr int maxRedirects = 20;
 
 /// Why a request cannot be sent at all; nothing when it can. libcurl would guess at what a URL lacks.
 std::optional<ChatTransportError> obstacleTo(const ChatRequest& request)
@@ -27,9 +27,9 @@ std::optional<ChatTransportError> obstacleTo(const ChatRequest& request)
 /// What a transfer means. A server may repeat the key in its complaint, and a complaint is shown and logged.
 ChatVerdict verdictOn(ChatTransfer transfer, const QString& apiKey)
 {
-    constexpr qsizetype shortestKey = 8; // anything shorter is a word that a body may hold for its own reasons
+    constexpr qsizetype minKeyLength = 8; // anything shorter is a word that a body may hold for its own reasons
     ChatVerdict verdict = interpretChatReply(transfer);
-    if (std::holds_alternative<ChatText>(verdict.outcome) || !transfer.body || apiKey.size() < shortestKey)
+    if (std::holds_alternative<ChatText>(verdict.outcome) || !transfer.body || apiKey.size() < minKeyLength)
         return verdict;
     transfer.body->replace(apiKey.toLatin1(), "***");
     return interpretChatReply(transfer);
@@ -89,7 +89,7 @@ void ChatClient::receive(const std::shared_ptr<Exchange>& exchange, const ChatTr
         conclude(exchange, transfer);
         return;
     }
-    if (++exchange->redirects > mostRedirects) {
+    if (++exchange->redirects > maxRedirects) {
         const auto failure = failureInOwnWords(exchange->request.url, QStringLiteral("Too many redirects"));
         conclude(exchange, {failure, std::nullopt, std::nullopt});
         return;

@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int mostTransfers = 6; // at once, with one origin
+constexpr int maxTransfers = 6; // at once, with one origin
 
 /// Leaves the process's signals to other threads, and SIGPIPE to nobody: writing fails instead.
 void blockSignals()
@@ -80,7 +80,7 @@ void CurlWorker::run()
         while (std::optional<Job> job = takeWaiting())
             begin(std::move(*job));
         tellOfRest();
-        curl_multi_poll(m_multi.get(), nullptr, 0, static_cast<int>(patience().count()), nullptr);
+        curl_multi_poll(m_multi.get(), nullptr, 0, static_cast<int>(timeout().count()), nullptr);
         int running = 0;
         curl_multi_perform(m_multi.get(), &running);
         endFinishedJobs();
@@ -95,7 +95,7 @@ std::optional<CurlWorker::Job> CurlWorker::takeWaiting()
     const auto next = std::find_if(m_waiting.begin(), m_waiting.end(), [this](const Job& waiting) {
         return std::count_if(m_jobs.begin(), m_jobs.end(),
                              [&waiting](const Job& job) { return job.origin == waiting.origin; })
-               < mostTransfers;
+               < maxTransfers;
     });
     if (next == m_waiting.end())
         return std::nullopt;
@@ -159,7 +159,7 @@ void CurlWorker::tellOfRest()
 }
 
 /// How long nothing is to be done unless libcurl or a new job says so.
-std::chrono::milliseconds CurlWorker::patience() const
+std::chrono::milliseconds CurlWorker::timeout() const
 {
     auto until = CurlTransfer::Clock::now() + 1h;
     if (m_jobs.empty() && !m_hasRested)

@@ -44,7 +44,7 @@ private:
     void endFinishedJobs();
     void end(CURL* handle, CURLcode code);
     void tellOfRest();
-    std::chrono::milliseconds patience() const;
+    std::chrono::milliseconds timeout() const;
     void tell(std::function<void()> message) const;
 
     QObject* m_context;

@@ -6,8 +6,8 @@
 
 namespace {
 
-constexpr qsizetype largestContent = 256'000'000; // bytes
-constexpr int gzipOnly = 16;                      // added to the window's size, see inflateInit2() in zlib's manual
+constexpr qsizetype maxContentBytes = 256'000'000; // bytes
+constexpr int gzipOnly = 16;                       // added to the window's size, see inflateInit2() in zlib's manual
 
 /// A stream that inflates, ended with its owner.
 class Inflater final
@@ -28,7 +28,7 @@ public:
         m_stream.avail_in = static_cast<uInt>(packed.size());
         QByteArray content;
         int state = m_isReady ? Z_OK : Z_MEM_ERROR;
-        while (state == Z_OK && content.size() <= largestContent) {
+        while (state == Z_OK && content.size() <= maxContentBytes) {
             std::array<char, 65'536> piece{};
             m_stream.next_out = reinterpret_cast<Bytef*>(piece.data());
             m_stream.avail_out = static_cast<uInt>(piece.size());

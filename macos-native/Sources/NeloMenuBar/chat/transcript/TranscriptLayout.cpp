@@ -17,7 +17,7 @@ constexpr int rowSpacing = 12;
 
 int maximumBubbleWidth()
 {
-    return grownWithText(620);
+    return scaledToFont(620);
 }
 
 } // namespace

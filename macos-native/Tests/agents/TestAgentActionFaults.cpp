@@ -11,7 +11,7 @@
 #include <optional>
 
 /// The Agents tab's actions when something fails, dies or goes away meanwhile.
-class TestAgentActionsBadLuck final : public QObject
+class TestAgentActionFaults final : public QObject
 {
     Q_OBJECT
 
@@ -172,5 +172,5 @@ private:
     std::optional<AgentsTab> m_tab;
 };
 
-QTEST_MAIN(TestAgentActionsBadLuck)
-#include "TestAgentActionsBadLuck.moc"
+QTEST_MAIN(TestAgentActionFaults)
+#include "TestAgentActionFaults.moc"

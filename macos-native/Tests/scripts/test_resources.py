@@ -8,7 +8,7 @@ from collections import Counter
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).parents[1] / "e2e"))
-from holdings import Holdings, bytes_read, growth, holdings, leftovers  # noqa: E402
+from resources import Resources, bytes_read, growth, resources, leftovers  # noqa: E402
 
 HOARDER = """
 import os, subprocess, sys, threading
@@ -28,14 +28,14 @@ pause()
 """
 
 
-class HoldingsTest(unittest.TestCase):
+class ResourcesTest(unittest.TestCase):
     def setUp(self) -> None:
         self.process = subprocess.Popen([sys.executable, "-c", HOARDER], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                         text=True, bufsize=1)
         self.addCleanup(self.process.communicate)
         self.addCleanup(self.process.kill)
         self._read_line()
-        self.before = holdings(self.process.pid)
+        self.before = resources(self.process.pid)
 
     def go_on(self) -> None:
         """Lets it do what comes next."""
@@ -49,7 +49,7 @@ class HoldingsTest(unittest.TestCase):
 
     def test_everything_that_was_taken_is_told(self) -> None:
         self.go_on()
-        after = holdings(self.process.pid)
+        after = resources(self.process.pid)
         self.assertEqual(leftovers(self.before, after), [
             "3 more descriptors of /dev/null", "2 more descriptors of pipe", "2 more threads", "1 more child processes"])
         self.assertEqual(leftovers(after, self.before), [])
@@ -64,7 +64,7 @@ class HoldingsTest(unittest.TestCase):
 
 class LeftoversTest(unittest.TestCase):
     def test_another_of_the_same_kind_in_place_of_the_first_is_no_leftover(self) -> None:
-        before = Holdings(1, 1, Counter(pipe=3), 4, [100])
+        before = Resources(1, 1, Counter(pipe=3), 4, [100])
         self.assertEqual(leftovers(before, before._replace(private_dirty=9, children=[200])), [])
 
 

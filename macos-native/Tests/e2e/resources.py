@@ -8,7 +8,7 @@ from statistics import median
 from typing import NamedTuple, Sequence
 
 
-class Holdings(NamedTuple):
+class Resources(NamedTuple):
     private_dirty: int  # bytes of memory that were written to and are nobody else's
     proportional: int  # bytes of memory, with a share of what is others' too
     descriptors: Counter[str]  # by what they lead to
@@ -16,11 +16,11 @@ class Holdings(NamedTuple):
     children: list[int]  # process ids, also of those that have ended and were not reaped
 
 
-def holdings(process_id: int) -> Holdings:
+def resources(process_id: int) -> Resources:
     folder = Path("/proc", str(process_id))
     kilobytes = dict(re.findall(r"^(\w+): +(\d+) kB", (folder / "smaps_rollup").read_text(), re.MULTILINE))
     tasks = list((folder / "task").iterdir())
-    return Holdings(
+    return Resources(
         private_dirty=1024 * int(kilobytes["Private_Dirty"]),
         proportional=1024 * int(kilobytes["Pss"]),
         descriptors=descriptors(folder / "fd"),
@@ -38,7 +38,7 @@ def bytes_read(process_id: int) -> int:
     return int(re.findall(r"^rchar: (\d+)", Path(f"/proc/{process_id}/io").read_text(), re.MULTILINE)[0])
 
 
-def leftovers(before: Holdings, after: Holdings) -> list[str]:
+def leftovers(before: Resources, after: Resources) -> list[str]:
     """A line for every kind of thing that a process has more of than before, memory apart."""
     more = after.descriptors - before.descriptors
     lines = [f"{count} more descriptors of {target}" for target, count in sorted(more.items())]

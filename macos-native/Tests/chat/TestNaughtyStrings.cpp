@@ -39,9 +39,9 @@ QString questionFrom(QString typed)
 }
 
 /// The strings that leave something to send.
-QStringList awkwardQuestions()
+QStringList naughtyQuestions()
 {
-    QStringList strings = Corpora::awkwardStrings();
+    QStringList strings = Corpora::naughtyStrings();
     strings.removeIf([](const QString& text) { return questionFrom(text).isEmpty(); });
     return strings;
 }
@@ -78,7 +78,7 @@ QStringList accessibleBubbles(TranscriptView* transcript)
 
 /// A public list of strings that programs have stumbled over, as questions: each second one pasted and each other one
 /// from an input method, sent, answered with the same text, kept, and shown again by another window.
-class TestAwkwardStrings final : public QObject
+class TestNaughtyStrings final : public QObject
 {
     Q_OBJECT
 
@@ -94,7 +94,7 @@ private slots:
     void everyStringComesBackAsItWas_data()
     {
         QTest::addColumn<QStringList>("strings");
-        const QStringList strings = awkwardQuestions();
+        const QStringList strings = naughtyQuestions();
         QVERIFY(strings.size() > 450);
         for (qsizetype first = 0; first < strings.size(); first += questionsPerConversation) {
             const QStringList some = strings.mid(first, questionsPerConversation);
@@ -141,7 +141,7 @@ private slots:
     {
         openWithKey();
         int count = 0;
-        for (const QString& string : Corpora::awkwardStrings()) {
+        for (const QString& string : Corpora::naughtyStrings()) {
             if (!questionFrom(string).isEmpty())
                 continue;
             m_chat->inputField()->clear();
@@ -160,7 +160,7 @@ private slots:
     void everyStringIsRefusedInItsOwnWords()
     {
         openWithKey();
-        const QString body = Corpora::awkwardStrings().join(u'\n');
+        const QString body = Corpora::naughtyStrings().join(u'\n');
         m_chat->server.answerEach(HttpAnswer::message(500, body.toUtf8()));
         const SeenDialog alert =
             answerDialog([this] { m_chat->send(u"What is the time?"_s); }, [](QDialog& dialog) { dialog.accept(); });
@@ -173,7 +173,7 @@ private slots:
 private:
     void openWithKey() const
     {
-        m_chat->storeKey(u"openai"_s, u"sk-awkward"_s);
+        m_chat->storeKey(u"openai"_s, u"sk-naughty"_s);
         m_chat->open();
     }
 
@@ -191,5 +191,5 @@ private:
     std::unique_ptr<ChatWindow> m_chat;
 };
 
-QTEST_MAIN(TestAwkwardStrings)
-#include "TestAwkwardStrings.moc"
+QTEST_MAIN(TestNaughtyStrings)
+#include "TestNaughtyStrings.moc"

@@ -18,7 +18,7 @@ constexpr int nameColumn = 1;
 } // namespace
 
 /// Agents whose ids and names are strings that programs have stumbled over.
-class TestAwkwardAgents final : public QObject
+class TestNaughtyAgents final : public QObject
 {
     Q_OBJECT
 
@@ -68,8 +68,8 @@ private slots:
 
 private:
     std::unique_ptr<AgentsTab> m_tab;
-    const QStringList m_strings = Corpora::awkwardStrings();
+    const QStringList m_strings = Corpora::naughtyStrings();
 };
 
-QTEST_MAIN(TestAwkwardAgents)
-#include "TestAwkwardAgents.moc"
+QTEST_MAIN(TestNaughtyAgents)
+#include "TestNaughtyAgents.moc"
