@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 import json
+import threading
 import time
 from typing import Any
 
@@ -15,6 +16,7 @@ class Provider(LoopbackServer):
         self.answers = answers or {}
         self.requests: list[dict[str, Any]] = []
         self.keys: list[str] = []
+        self.may_fail = threading.Event()
         provider = self
 
         class Handler(LoopbackHandler):
@@ -25,7 +27,9 @@ class Provider(LoopbackServer):
                 question = asked["messages"][-1]["content"]
                 if question.endswith("wait"):
                     time.sleep(60)
-                if question.endswith("fail"):
+                if question.endswith("fail later"):
+                    provider.may_fail.wait(60)
+                if question.endswith(("fail", "fail later")):
                     self.answer(401, b'{"error": {"message": "Incorrect API key provided"}}')
                     return
                 content = provider.answers.get(question, f"你问的是 {question}")

@@ -9,7 +9,8 @@ import unittest
 from pathlib import Path
 
 from announcements import Announcements
-from nelo import MIDDLE_BUTTON, Nelo, Node, open_chat, press, store_api_key, take_picture, type_text, until
+from nelo import (MIDDLE_BUTTON, Nelo, Node, open_chat, press, start_again, store_api_key, take_picture, type_text, until,
+                  xdotool)
 from provider import Provider
 
 PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
@@ -24,6 +25,10 @@ def bubbles(chat: Node) -> list[str]:
 def has_network_library(nelo: Nelo) -> bool:
     maps = Path(f"/proc/{nelo.process.pid}/maps").read_text()
     return "Qt6Network" in maps or "libcurl" in maps
+
+
+def is_mapped(window: str) -> bool:
+    return window in xdotool("search", "--onlyvisible", "--name", "^Nelo$").split()
 
 
 class ChatTest(unittest.TestCase):
@@ -131,6 +136,26 @@ class ChatTest(unittest.TestCase):
             field = chat.find("text", "Send a message")
             field.click(MIDDLE_BUTTON)
             until(lambda: field.text == "hi", "the word in the field")
+
+    def test_a_minimised_chat_comes_back_while_it_tells_a_failure(self) -> None:
+        with Nelo(environment=self.environment) as nelo:
+            chat = open_chat(nelo)
+            store_api_key(nelo, chat, "OPENAI", KEY)
+            type_text("please fail later")
+            press("Return")
+            until(lambda: self.provider.requests, "the request")
+            window = xdotool("getactivewindow").strip()
+            xdotool("windowminimize", window)
+            until(lambda: not is_mapped(window), "the chat in the task bar")
+            self.provider.may_fail.set()
+            nelo.accessible.find("dialog", "Request Failed")
+            start_again(nelo).wait()
+            until(lambda: is_mapped(window), "the chat on the screen")
+            press("Return")  # closes the alert, which has the keyboard
+            nelo.window("Nelo")
+            type_text("next")
+            field = chat.find("text", "Send a message")
+            until(lambda: field.text == "next", "the text in the field")
 
     def test_quitting_with_a_request_under_way_is_clean(self) -> None:
         with Nelo(environment=self.environment) as nelo:

@@ -109,6 +109,8 @@ void NeloMenuBarApp::show(std::unique_ptr<NeloWindow>& window, const QString& ti
                           ViewController* (*makeController)())
 {
     if (QWidget* alert = QApplication::activeModalWidget()) { // which no other window may be used before
+        if (window && window->isMinimized())
+            bringForward(*window);
         alert->raise();
         alert->activateWindow();
         return;

@@ -4,7 +4,7 @@
 #include "ui/TextScale.h"
 
 #include <QAccessibleWidget>
-#include <QGuiApplication>
+#include <QApplication>
 #include <QHideEvent>
 #include <QScreen>
 #include <QShortcut>
@@ -44,6 +44,10 @@ void NeloWindow::setContentViewController(ViewController* controller)
 
 void NeloWindow::makeKeyAndOrderFront()
 {
+    // A window manager may leave a window minimised as long as it has a modal dialog; a window that is shown anew it
+    // must show.
+    if (isMinimized() && QApplication::activeModalWidget())
+        hide();
     setWindowState(windowState() & ~Qt::WindowMinimized);
     show();
     raise();
