@@ -23,17 +23,18 @@ class Answer(Generic[Value]):
     def __init__(self, ask: Callable[[], Value | None]) -> None:
         """`ask` runs in the thread. It answers None when the program does not, and does not raise."""
         self._ask = ask
-        self._lock = threading.Lock()
+        self._changed = threading.Condition()
         self._value: Value | None = None
         self._basis: Hashable = None
         self._asked = float("-inf")
+        self._count = 0
 
     def current(self, basis: Hashable) -> Value | None:
         """The answer, if one was given on this basis and not long ago; otherwise None. Does not wait.
 
         `basis` is the identity of all files that the answer rests on. When there is no fresh answer, the thread asks.
         """
-        with self._lock:
+        with self._changed:
             age = time.monotonic() - self._asked
             is_known = self._basis == basis and age <= MAX_AGE_SECONDS
             value = self._value if is_known else None
@@ -41,11 +42,21 @@ class Answer(Generic[Value]):
             _worker.do(self, basis)
         return value
 
+    def renewed(self, basis: Hashable, seconds: float) -> Value | None:
+        """A new answer, which is waited for. None when there is none in time; a later one is kept for `current`."""
+        with self._changed:
+            count = self._count
+            _worker.do(self, basis)
+            is_new = self._changed.wait_for(lambda: self._count > count, seconds)
+            return self._value if is_new else None
+
     def ask(self, basis: Hashable) -> None:
         """Ask the program and keep what it answers, a failure too: it is not asked again at once."""
         value = self._ask()
-        with self._lock:
+        with self._changed:
             self._value, self._basis, self._asked = value, basis, time.monotonic()
+            self._count += 1
+            self._changed.notify_all()
 
 
 class _Question(Protocol):

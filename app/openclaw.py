@@ -84,15 +84,12 @@ def skills() -> list[Skill]:
 
 
 def status() -> str:
-    """Whether the gateway answers the program."""
-    from . import processes
-
-    program = openclaw_program.path()
-    if program is None or openclaw_program.basis() is None:
+    """Whether the gateway answers the program. Where it takes longer than we wait, the next call knows."""
+    basis = openclaw_program.basis()
+    if basis is None:
         return "offline"
-    outcome = processes.run([program, "gateway", "status", "--json"], STATUS_SECONDS)
-    connection = (openclaw_program.answer_of(outcome) or {}).get("rpc")
-    return "online" if isinstance(connection, dict) and connection.get("ok") is True else "offline"
+    is_online = _gateway.current(basis) or _gateway.renewed(basis, STATUS_SECONDS)
+    return "online" if is_online else "offline"
 
 
 def _configured_agents() -> list[ConfiguredAgent]:
@@ -170,3 +167,12 @@ def _ask_agents() -> list[tuple[ConfiguredAgent, float | None]] | str:
 
 
 _listed: background.Answer[list[tuple[ConfiguredAgent, float | None]] | str] = background.Answer(_ask_agents)
+
+
+def _ask_gateway() -> bool:
+    answer = openclaw_program.ask("gateway", "status", "--json")
+    connection = answer.get("rpc") if isinstance(answer, dict) else None
+    return isinstance(connection, dict) and connection.get("ok") is True
+
+
+_gateway = background.Answer(_ask_gateway)

@@ -69,6 +69,7 @@ class OpenClawTestCase(HomeTestCase):
     def setUp(self) -> None:
         super().setUp()
         self.replace(openclaw, "_listed", background.Answer(openclaw._ask_agents))
+        self.replace(openclaw, "_gateway", background.Answer(openclaw._ask_gateway))
         openclaw_skills._answer.cache_clear()
         self.replace(openclaw_program, "QUESTION_SECONDS", 2.0)
         self.addCleanup(self.wait_until_idle)

@@ -243,21 +243,34 @@ class EndTest(OpenClawTestCase):
 
 
 class StatusTest(OpenClawTestCase):
-    def test_agents_are_online_when_the_gateway_answers(self) -> None:
-        program = self.make_openclaw()
+    def setUp(self) -> None:
+        super().setUp()
+        self.program = self.make_openclaw()
         self.configure("{}")
         os.makedirs(self.path(".openclaw/workspace"))
         self.assertEqual(openclaw.STATUS_SECONDS, 5.0)
-        self.replace(openclaw, "STATUS_SECONDS", 1.0)
+
+    def assert_state(self, state: str) -> None:
+        self.assertEqual([row["state"] for row in app.list_core_agents("openclaw", False)], [state])
+        self.assertEqual(len(app.list_core_agents("openclaw", True)), 1 if state == "online" else 0)
+
+    def test_agents_are_online_when_the_gateway_answers(self) -> None:
+        self.replace(openclaw_program, "QUESTION_SECONDS", 1.0)
         for script, state in {
-            """echo '{"rpc": {"ok": true}}'""": "online",
             """echo '{"rpc": {"ok": false}}'""": "offline",
             """echo '{"rpc": true}'""": "offline",
             "echo garbage": "offline",
             HANG: "offline",
+            """echo '{"rpc": {"ok": true}}'""": "online",
         }.items():
-            program.always(script)
-            self.assertEqual([row["state"] for row in app.list_core_agents("openclaw", False)], [state])
-            self.assertEqual(len(app.list_core_agents("openclaw", True)), 1 if state == "online" else 0)
-        os.remove(program.path)
-        self.assertEqual([row["state"] for row in app.list_core_agents("openclaw", False)], ["offline"])
+            self.program.always(script)
+            self.assert_state(state)
+        os.remove(self.program.path)
+        self.assert_state("offline")
+
+    def test_a_slow_gateway_is_online_once_it_has_answered(self) -> None:
+        self.replace(openclaw, "STATUS_SECONDS", 0.0)
+        self.program.answers("gateway status --json", {"rpc": {"ok": True}})
+        self.assertEqual(app.list_core_agents("openclaw", True), [])
+        self.wait_until_idle()
+        self.assert_state("online")
