@@ -16,6 +16,11 @@ _DEPTH = 6
 """How many levels below a folder of skills the program looks."""
 
 _METADATA_KEYS = ("openclaw", "clawdbot")
+_REFUSALS = {
+    "disabled": "it is disabled",
+    "blockedByAllowlist": "the configuration does not permit it",
+    "blockedByAgentFilter": "the configuration does not permit it for the agent",
+}
 _OBSTACLES = {
     "bins": "the program {} is missing",
     "anyBins": "all of the programs {} are missing",
@@ -177,7 +182,7 @@ def _program_row(origin: str, name: str, row: dict[str, object]) -> Skill:
 def _obstacles(row: dict[str, object]) -> list[str]:
     """Why the program does not use a skill."""
     missing = row.get("missing")
-    reasons = ["it is disabled"] if row.get("disabled") is True else []
+    reasons = [reason for key, reason in _REFUSALS.items() if row.get(key) is True]
     for key, reason in _OBSTACLES.items():
         names = missing.get(key) if isinstance(missing, dict) else None
         texts = [name for name in names if isinstance(name, str)] if isinstance(names, list) else []

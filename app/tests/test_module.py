@@ -75,7 +75,10 @@ class ModuleTest(HomeTestCase):
     def test_every_exported_name_is_a_documented_function(self) -> None:
         with open(os.path.join(PROJECT, "app", "README.md"), encoding="utf-8") as file:
             manual = file.read()
+        with open(os.path.join(PROJECT, "docs", "runtimes.md"), encoding="utf-8") as file:
+            programs = file.read()
         for name in app.__all__:
             with self.subTest(name=name):
                 self.assertTrue(getattr(app, name).__doc__)
                 self.assertTrue(f"`{name}(" in manual, "the manual does not have it")
+                self.assertTrue(f"`{name}`" in programs, "nobody says what it does with each program")
