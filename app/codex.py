@@ -96,9 +96,13 @@ def _agent_folder() -> str:
 
 def _manuals(root: str) -> Iterator[manuals.Manual]:
     """The skills that the program takes: those with a description and a name of the permitted length."""
-    for manual in manuals.find(root, _DEPTH, searches_skills=True):
+    for manual in manuals.find(root, _DEPTH, searches_skills=True, is_searched=_is_searched):
         if manual.description and len(manual.name) <= _NAME_LENGTH:
             yield manual
+
+
+def _is_searched(folder_name: str) -> bool:
+    return not folder_name.startswith(".")
 
 
 def _skill(manual: manuals.Manual, source: str) -> Skill:

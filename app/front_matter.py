@@ -23,17 +23,22 @@ _STRING_OR_COMMENT = re.compile(rf"({_STRING}?)|{_COMMENT.pattern}", re.MULTILIN
 _COMMENTS_BEFORE = re.compile(r"(?:#[^\n]*|\n)*")
 
 
-def parse(text: str) -> dict[str, object]:
+def parse(text: str, is_strict: bool = False) -> dict[str, object]:
     """The values by key: texts, lists and dictionaries; no keys when there is no front matter or it never ends.
 
-    Many authors write what is no YAML, for example a colon in a plain text. It is read line by line then, and so is
-    everything where the YAML library is missing.
+    Many authors write what is no YAML, for example a colon in a plain text. It has no values when `is_strict` is set,
+    and is read line by line otherwise. So is everything where the YAML library is missing.
     """
     lines = _LINE_END.split(text.removeprefix("\ufeff"))
     if lines[0].rstrip() != "---":
         return {}
     end = next((number for number, line in enumerate(lines) if number and line.rstrip() in ("---", "...")), 0)
-    values = _parse_yaml("\n".join(lines[1:end]))
+    try:
+        values = _parse_yaml("\n".join(lines[1:end]))
+    except ValueError:
+        if is_strict:
+            return {}
+        values = None
     found: dict[str, object] = values if isinstance(values, dict) else dict(_parse_lines(text))
     metadata = found.get("metadata")
     if isinstance(metadata, str):
@@ -43,7 +48,7 @@ def parse(text: str) -> dict[str, object]:
 
 
 def _parse_yaml(text: str) -> object:
-    """The value of a YAML text, whose scalars are texts all; None when it cannot be read."""
+    """The value of a YAML text, whose scalars are texts all; None when it cannot be read. Raises `ValueError`."""
     if len(text) > _YAML_LENGTH:
         return None
     try:
@@ -52,8 +57,8 @@ def _parse_yaml(text: str) -> object:
         return None
     try:
         value: object = yaml.load(text, getattr(yaml, "CBaseLoader", yaml.BaseLoader))
-    except (yaml.YAMLError, RecursionError):
-        return None
+    except (yaml.YAMLError, RecursionError) as error:
+        raise ValueError("it is no YAML") from error
     return value
 
 

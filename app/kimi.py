@@ -10,6 +10,7 @@ import json
 import os
 import re
 from collections.abc import Iterator, Mapping
+from typing import NamedTuple
 
 from . import arguments, front_matter, manuals, toml_text
 from . import paths as places
@@ -26,9 +27,22 @@ _DEPTH = 16
 _SHIPPED = ("agent", "coder", "explore", "plan", "tower-worker")
 """The names of the agents that come with the program, which a file does not replace."""
 
+_TYPES = ("", "prompt", "inline", "flow")
+"""The types of skills."""
+
 _NAME = re.compile(r"[a-z0-9]+(?:-[a-z0-9]+)*")
 _NAME_LINE = re.compile(r"^name[ \t]*:[^\r\n]*", re.MULTILINE)
 _BEGIN = re.compile(r"\ufeff?---[ \t]*(?:\r\n|\r|\n)")
+
+
+class _SkillFile(NamedTuple):
+    """What the file of a skill says."""
+
+    own_name: str
+    description: str
+    type: str
+    first_line: str
+    """The first line after the front matter."""
 
 
 def paths() -> Paths:
@@ -142,9 +156,10 @@ def _parse_config(path: str, content: bytes) -> dict[str, object]:
 
 def _folder_skills(folder: str) -> Iterator[Skill]:
     """The skills that are folders; they must have a name and a description."""
-    for manual in manuals.find(folder, _DEPTH, finds_hidden=True):
-        if manual.own_name and manual.description:
-            yield Skill(manual.name, manual.description, "user", manual.name, manual.folder)
+    for manual in manuals.find(folder, _DEPTH, is_searched="node_modules".__ne__):
+        said = _said(os.path.join(manual.folder, "SKILL.md"))
+        if said and said.own_name and said.description and said.type in _TYPES:
+            yield Skill(said.own_name, said.description, "user", said.own_name, manual.folder)
 
 
 def _flat_skills(folder: str) -> Iterator[Skill]:
@@ -155,28 +170,31 @@ def _flat_skills(folder: str) -> Iterator[Skill]:
         return
     for name in names:
         path = os.path.join(folder, name)
-        try:
-            said = _FLAT.read(path)
-        except OSError:
-            continue
-        if said:
-            own_name = said[0] or name.removesuffix(".md")
-            yield Skill(own_name, said[1], "user", own_name, path)
+        said = _said(path)
+        if said and said.type in _TYPES:
+            own_name = said.own_name or name.removesuffix(".md")
+            yield Skill(own_name, said.description or said.first_line, "user", own_name, path)
 
 
-def _parse_flat(path: str, content: bytes) -> tuple[str, str]:
-    """The name and the description of a skill that is a file; without a description, its first line."""
+def _said(path: str) -> _SkillFile | None:
+    try:
+        return _SKILLS.read(path)
+    except OSError:
+        return None
+
+
+def _parse_skill(path: str, content: bytes) -> _SkillFile:
     text = content.decode(errors="replace")
-    values = front_matter.parse(text)
-    body = _body(text)
-    first_line = next((line.strip() for line in body.splitlines() if line.strip()), "")
-    return _text(values.get("name")), _text(values.get("description")) or first_line
+    values = front_matter.parse(text, is_strict=True)
+    first_line = next((line.strip() for line in _body(text).splitlines() if line.strip()), "")
+    name, description, kind = (_text(values.get(key)) for key in ("name", "description", "type"))
+    return _SkillFile(name, description, kind, first_line)
 
 
 def _parse_agent(path: str, content: bytes) -> AgentFile:
     """What the file of an agent says."""
     text = content.decode(errors="replace")
-    values = front_matter.parse(text)
+    values = front_matter.parse(text, is_strict=True)
     name, description = _text(values.get("name")), _text(values.get("description"))
     if not description:
         return AgentFile(name, "it has no description")
@@ -228,5 +246,5 @@ def _text(value: object) -> str:
 
 
 _FILES = FileAgents(".md", _parse_agent, _agent_folders, _agent_folder)
-_FLAT = FileCache(_parse_flat)
+_SKILLS = FileCache(_parse_skill)
 _CONFIG = FileCache(_parse_config)

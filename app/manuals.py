@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import os
-from collections.abc import Iterator, Mapping, Sequence
+from collections.abc import Callable, Iterator, Mapping, Sequence
 from dataclasses import dataclass
 
 from . import files, front_matter
@@ -50,17 +50,24 @@ class Manual:
         )
 
 
-def find(root: str, depth: int = 1, searches_skills: bool = False, finds_hidden: bool = False) -> Iterator[Manual]:
+def is_own(name: str) -> bool:
+    """Whether a folder is the user's own, by its name: it is not hidden, nor one of npm."""
+    return not name.startswith(".") and name != "node_modules"
+
+
+def find(
+    root: str, depth: int = 1, searches_skills: bool = False, is_searched: Callable[[str], bool] = is_own
+) -> Iterator[Manual]:
     """The skills in the folders below `root`, down to `depth` levels, by path.
 
-    The folders in a skill are searched only with `searches_skills`, and hidden folders only with `finds_hidden`; those
-    of npm never. A SKILL.md that cannot be read is left out.
+    Folders are left out where `is_searched` says so of their names. The folders in a skill are searched only with
+    `searches_skills`. A SKILL.md that cannot be read is left out.
     """
     try:
-        names = sorted(name for name in os.listdir(root) if finds_hidden or not name.startswith("."))
+        names = sorted(filter(is_searched, os.listdir(root)))
     except (OSError, ValueError):
         return
-    for name in filter("node_modules".__ne__, names):
+    for name in names:
         folder = os.path.join(root, name)
         try:
             folder.encode()
@@ -70,7 +77,7 @@ def find(root: str, depth: int = 1, searches_skills: bool = False, finds_hidden:
         if manual:
             yield manual
         if depth > 1 and (searches_skills or not manual):
-            yield from find(folder, depth - 1, searches_skills, finds_hidden)
+            yield from find(folder, depth - 1, searches_skills, is_searched)
 
 
 def read(folder: str) -> Manual | None:

@@ -56,13 +56,31 @@ need_for_driving() {
 
 # Installs the npm package that Tests/e2e/mock-provider names, in build/mock-provider.
 need_for_mock_provider() {
-    local wanted=$root/macos-native/Tests/e2e/mock-provider installed=$root/build/mock-provider
-    command -v npm >/dev/null || need "what installs a mock of the chat's provider" nodejs npm
-    [ "$installed/node_modules/.package-lock.json" -nt "$wanted/package-lock.json" ] && return # npm writes it last
-    echo "Installing a mock of the chat's provider with npm"
+    need_from_npm "a mock of the chat's provider" macos-native/Tests/e2e/mock-provider mock-provider
+}
+
+# Installs the agent programs that Tests/runtimes names, in build/runtimes. Only Node's own package needs its script.
+need_for_runtimes() {
+    need "what compares the agent programs with the backend" python3 python3-json5 python3-yaml python3-tomlkit
+    need_from_npm "the agent programs, 1.1 GB" macos-native/Tests/runtimes runtimes node
+}
+
+# need_from_npm WHAT FOLDER NAME [PACKAGE...]: installs what FOLDER's package-lock.json names in build/NAME; of the packages,
+# only those that are given run their scripts.
+need_from_npm() {
+    local what=$1 wanted=$root/$2 installed=$root/build/$3
+    shift 3
+    command -v npm >/dev/null || need "what installs $what" nodejs npm
+    [ "$installed/complete" -nt "$wanted/package-lock.json" ] && return
+    echo "Installing $what, with npm"
     mkdir -p "$installed"
     cp "$wanted/package.json" "$wanted/package-lock.json" "$installed"
-    (cd "$installed" && npm ci --no-audit --no-fund --loglevel=error)
+    (
+        cd "$installed"
+        npm ci --ignore-scripts --no-audit --no-fund --loglevel=error
+        [ $# -eq 0 ] || npm rebuild --loglevel=error "$@"
+    )
+    touch "$installed/complete"
 }
 
 # build_preset PRESET TARGET...: builds a preset; without a target, everything.

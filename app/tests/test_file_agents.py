@@ -5,18 +5,11 @@ from __future__ import annotations
 import os
 
 import app
+from app.tests.program_homes import codex_agent, kimi_agent
 from app.tests.support import HomeTestCase
 
 CODEX, KIMI = ".codex/agents", ".kimi-code/agents"
 TRASH = "XDG_DATA_HOME/Trash"
-
-
-def codex_agent(name: str = "good", more: str = "") -> str:
-    return f'name = "{name}"\ndescription = "d"\ndeveloper_instructions = "x"\n{more}'
-
-
-def kimi_agent(name: str = "good") -> str:
-    return f"---\nname: {name}\ndescription: d\n---\n\nBe good.\n"
 
 
 class FileAgentTestCase(HomeTestCase):

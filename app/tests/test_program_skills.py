@@ -7,15 +7,11 @@ import sys
 from unittest import mock
 
 import app
+from app.tests.program_homes import skill
 from app.tests.support import HomeTestCase
 
 CONFIG = ".codex/config.toml"
 EVERYTHING: dict[str, object] = {"apiKey": "", "env": {}, "config": {}}
-
-
-def manual(name: str = "", description: str = "d", more: str = "") -> str:
-    lines = [f"name: {name}"] * bool(name) + [f"description: {description}"] * bool(description)
-    return "\n".join(["---", *lines, more, "---", "text", ""])
 
 
 class ProgramSkillsTest(HomeTestCase):
@@ -25,23 +21,23 @@ class ProgramSkillsTest(HomeTestCase):
     def test_what_the_programs_take(self) -> None:
         codex, kimi = ".codex/skills", ".kimi-code/skills"
         cases: list[tuple[str, dict[str, str], list[str]]] = [
-            ("codex", {f"{codex}/a/SKILL.md": manual()}, ["a"]),
-            ("codex", {f"{codex}/a/SKILL.md": manual("b", "")}, []),
+            ("codex", {f"{codex}/a/SKILL.md": skill()}, ["a"]),
+            ("codex", {f"{codex}/a/SKILL.md": skill("b", "")}, []),
             ("codex", {f"{codex}/a/SKILL.md": "text"}, []),
-            ("codex", {f"{codex}/a/SKILL.md": manual("n" * 64), f"{codex}/b/SKILL.md": manual("n" * 65)}, ["n" * 64]),
-            ("codex", {f"{codex}/1/2/3/4/5/6/SKILL.md": manual("six")}, ["six"]),
-            ("codex", {f"{codex}/1/2/3/4/5/6/7/SKILL.md": manual("seven")}, []),
-            ("codex", {f"{codex}/a/SKILL.md": manual(), f"{codex}/a/inner/SKILL.md": manual()}, ["a", "inner"]),
-            ("codex", {f"{codex}/a/SKILL.md": manual("same"), f"{codex}/b/SKILL.md": manual("same")}, ["same", "same"]),
-            ("codex", {f"{codex}/.hidden/SKILL.md": manual(), f"{codex}/a.md": manual()}, []),
-            ("codex", {".agents/skills/a/SKILL.md": manual(), f"{codex}/.system/b/SKILL.md": manual()}, ["a", "b"]),
-            ("kimi", {f"{kimi}/a/SKILL.md": manual("b")}, ["b"]),
-            ("kimi", {f"{kimi}/a/SKILL.md": manual(), f"{kimi}/b/SKILL.md": manual("b", "")}, []),
-            ("kimi", {f"{kimi}/a/SKILL.md": manual("a"), f"{kimi}/a/inner/SKILL.md": manual("inner")}, ["a"]),
-            ("kimi", {f"{kimi}/1/2/3/4/5/6/7/8/SKILL.md": manual("eight")}, ["eight"]),
-            ("kimi", {f"{kimi}/.hidden/SKILL.md": manual("a"), f"{kimi}/node_modules/b/SKILL.md": manual("b")}, ["a"]),
-            ("kimi", {f"{kimi}/a.md": "text", f"{kimi}/b.md": manual("c"), f"{kimi}/d/e.md": manual("e")}, ["a", "c"]),
-            ("kimi", {f"{kimi}/a/SKILL.md": manual("One"), ".agents/skills/b/SKILL.md": manual("one")}, ["One"]),
+            ("codex", {f"{codex}/a/SKILL.md": skill("n" * 64), f"{codex}/b/SKILL.md": skill("n" * 65)}, ["n" * 64]),
+            ("codex", {f"{codex}/1/2/3/4/5/6/SKILL.md": skill("six")}, ["six"]),
+            ("codex", {f"{codex}/1/2/3/4/5/6/7/SKILL.md": skill("seven")}, []),
+            ("codex", {f"{codex}/a/SKILL.md": skill(), f"{codex}/a/inner/SKILL.md": skill()}, ["a", "inner"]),
+            ("codex", {f"{codex}/a/SKILL.md": skill("same"), f"{codex}/b/SKILL.md": skill("same")}, ["same", "same"]),
+            ("codex", {f"{codex}/.hidden/SKILL.md": skill(), f"{codex}/a.md": skill()}, []),
+            ("codex", {".agents/skills/a/SKILL.md": skill(), f"{codex}/.system/b/SKILL.md": skill()}, ["a", "b"]),
+            ("kimi", {f"{kimi}/a/SKILL.md": skill("b")}, ["b"]),
+            ("kimi", {f"{kimi}/a/SKILL.md": skill(), f"{kimi}/b/SKILL.md": skill("b", "")}, []),
+            ("kimi", {f"{kimi}/a/SKILL.md": skill("a"), f"{kimi}/a/inner/SKILL.md": skill("inner")}, ["a"]),
+            ("kimi", {f"{kimi}/1/2/3/4/5/6/7/8/SKILL.md": skill("eight")}, ["eight"]),
+            ("kimi", {f"{kimi}/.hidden/SKILL.md": skill("a"), f"{kimi}/node_modules/b/SKILL.md": skill("b")}, ["a"]),
+            ("kimi", {f"{kimi}/a.md": "text", f"{kimi}/b.md": skill("c"), f"{kimi}/d/e.md": skill("e")}, ["a", "c"]),
+            ("kimi", {f"{kimi}/a/SKILL.md": skill("One"), ".agents/skills/b/SKILL.md": skill("one")}, ["One"]),
         ]
         for ecosystem, files, names in cases:
             with self.subTest(ecosystem, files=list(files)):
@@ -52,7 +48,7 @@ class ProgramSkillsTest(HomeTestCase):
                     os.unlink(self.path(name))
 
     def test_a_row_and_where_skills_are(self) -> None:
-        self.make_file("elsewhere/a/SKILL.md", manual("one", "Does it."))
+        self.make_file("elsewhere/a/SKILL.md", skill("one", "Does it."))
         os.makedirs(self.path(".codex/skills"))
         os.symlink(self.path("elsewhere/a"), self.path(".codex/skills/a"))
         (row,) = app.list_skills("codex")
@@ -70,7 +66,7 @@ class ProgramSkillsTest(HomeTestCase):
 class CodexEntryTest(HomeTestCase):
     def setUp(self) -> None:
         super().setUp()
-        self.key = self.make_file(".codex/skills/a/SKILL.md", manual("one"))
+        self.key = self.make_file(".codex/skills/a/SKILL.md", skill("one"))
 
     def is_enabled(self) -> object:
         entry = app.get_skill_entry("codex", self.key)
