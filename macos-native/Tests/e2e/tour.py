@@ -187,13 +187,13 @@ def show_skills(nelo: Nelo, console: Node) -> None:
 
 def show_entries(nelo: Nelo, console: Node) -> None:
     table = console.find("table", "Skills")
-    table.select_row("[shared] plain")
+    table.select_row("[managed] plain")
     console.find("label", "Loaded config for plain.")
     picture("skills-no-fields")
-    table.select_row("[shared] verbose")
+    table.select_row("[managed] verbose")
     console.find("label", "Loaded config for verbose.")
     picture("skills-long-texts")
-    table.select_row("[shared] weather")
+    table.select_row("[managed] weather")
     console.find("label", "Loaded config for weather.")
     replace_text(console.find("text", "Weather key (WEATHER_KEY)"), "w-1")
     replace_text(console.find("text", "CITY"), "Beijing")
@@ -210,7 +210,7 @@ def show_entries(nelo: Nelo, console: Node) -> None:
 
 
 def show_sources(nelo: Nelo, console: Node) -> None:
-    console.find("table", "Skills").select_row("[shared] social-media-alert")
+    console.find("table", "Skills").select_row("[managed] social-media-alert")
     console.find("label", "Loaded config for social-media-alert.")
     add = console.find("push button", "Add Source")
     with dialog(nelo, add, "Add Source", "skills-add-source") as opened:
