@@ -192,6 +192,19 @@ private slots:
         QVERIFY(isAtEnd()); // there was less left
     }
 
+    void aBubbleThatTurnsOutToBeWiderIsPaintedAnew()
+    {
+        const QString wide = u"W"_s.repeated(25) + u'\n'; // fewer letters, which count as less wide
+        m_area->append(Speaker::User, wide.repeated(200) + (u"i"_s.repeated(30) + u'\n').repeated(200));
+        showArea();
+        const int narrow = m_area->bubbleRect(0).width();
+        while (m_area->bubbleRect(0).width() == narrow && bar()->value() > 0) {
+            bar()->setValue(bar()->value() - 100);
+            QVERIFY(isPaintedUpToDate());
+        }
+        QVERIFY(m_area->bubbleRect(0).width() > narrow);
+    }
+
     void jumpingToTheEndEndsThere()
     {
         fill(300);

@@ -32,6 +32,26 @@ private slots:
         QCOMPARE(layout.bubbleRect(1).height(), layout.bubbleRect(0).height());
     }
 
+    void aBubbleHugsItsTextWhateverTheNumberOfLines_data()
+    {
+        QTest::addColumn<int>("lines");
+        for (const int lines : {1, 2, 127, 128, 140, 1'000, 20'000})
+            QTest::addRow("%d", lines) << lines;
+    }
+
+    void aBubbleHugsItsTextWhateverTheNumberOfLines()
+    {
+        QFETCH(int, lines);
+        TranscriptLayout layout = rows({u"short\n"_s.repeated(lines - 1) + u"a little longer"_s}, 900);
+        layout.layOut(0, 1000);
+        QFont font = m_font;
+        font.setPixelSize(18);
+        const int textWidth = QFontMetrics(font).horizontalAdvance(u"a little longer"_s);
+        QVERIFY(qAbs(layout.bubbleRect(0).width() - (textWidth + 2 * 18)) <= 2);
+        layout.layOut(layout.height() - 1000, layout.height());
+        QVERIFY(qAbs(layout.bubbleRect(0).width() - (textWidth + 2 * 18)) <= 2);
+    }
+
     void theUsersBubblesAreAtTheRight()
     {
         TranscriptLayout layout = rows({}, 900);

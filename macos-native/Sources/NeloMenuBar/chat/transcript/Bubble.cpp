@@ -29,7 +29,8 @@ int Bubble::height() const
 void Bubble::setFormat(const QFont& font, int width, const TextEstimate& estimate)
 {
     m_font = font;
-    m_availableWidth = m_naturalWidth = width;
+    m_availableWidth = width;
+    m_naturalWidth = m_chunks.size() == 1 ? width : estimate.width(m_text, width);
     for (Chunk& chunk : m_chunks) {
         chunk.layout.reset();
         chunk.height = estimate.height(textOf(chunk), width);
@@ -117,8 +118,8 @@ ChunkLayout& Bubble::layoutOf(Chunk& chunk)
     if (!chunk.layout) {
         chunk.layout = std::make_unique<ChunkLayout>(textOf(chunk), m_font, alignment(), m_availableWidth);
         chunk.height = chunk.layout->height();
-        if (m_chunks.size() == 1)
-            m_naturalWidth = chunk.layout->naturalWidth();
+        const int width = chunk.layout->naturalWidth();
+        m_naturalWidth = m_chunks.size() == 1 ? width : std::max(m_naturalWidth, width);
     }
     return *chunk.layout;
 }

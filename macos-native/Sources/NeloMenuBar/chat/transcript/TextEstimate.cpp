@@ -2,6 +2,7 @@
 
 #include "ui/TextRanges.h"
 
+#include <QFontMetricsF>
 #include <QTextLayout>
 
 #include <algorithm>
@@ -35,7 +36,8 @@ LetterCount countLetters(QStringView text)
 } // namespace
 
 TextEstimate::TextEstimate(const QFont& font)
-    : m_narrow(measure(QStringLiteral("The quick brown fox jumps over the lazy dog, and nobody minds."), font)),
+    : m_font(font),
+      m_narrow(measure(QStringLiteral("The quick brown fox jumps over the lazy dog, and nobody minds."), font)),
       m_wide(measure(QStringLiteral("您好"), font))
 {}
 
@@ -52,6 +54,23 @@ int TextEstimate::height(QStringView text, int width) const
     return static_cast<int>(height);
 }
 
+int TextEstimate::width(QStringView text, int width) const
+{
+    QStringView widest;
+    double widestAdvance = 0;
+    for (const TextRange& range : paragraphsOf(text)) {
+        const QStringView paragraph = text.sliced(range.start, range.length);
+        const double paragraphAdvance = advance(paragraph);
+        if (paragraphAdvance > widestAdvance) {
+            widest = paragraph;
+            widestAdvance = paragraphAdvance;
+        }
+    }
+    if (widestAdvance > 2 * width)
+        return width; // however wrong the estimate is, the paragraph is broken
+    return std::min(width, static_cast<int>(std::ceil(QFontMetricsF(m_font).horizontalAdvance(widest.toString()))));
+}
+
 TextEstimate::Letter TextEstimate::measure(const QString& sample, const QFont& font)
 {
     QTextLayout layout(sample, font);
@@ -59,4 +78,10 @@ TextEstimate::Letter TextEstimate::measure(const QString& sample, const QFont& f
     const QTextLine line = layout.createLine();
     layout.endLayout();
     return {line.naturalTextWidth() / static_cast<double>(sample.size()), line.height()};
+}
+
+double TextEstimate::advance(QStringView paragraph) const
+{
+    const LetterCount count = countLetters(paragraph);
+    return count.narrow * m_narrow.advance + count.wide * m_wide.advance;
 }

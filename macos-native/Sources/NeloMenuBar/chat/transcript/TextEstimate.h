@@ -12,6 +12,9 @@ public:
 
     /// The height of `text` broken into lines of `width`, in device-independent pixels.
     int height(QStringView text, int width) const;
+    /// The width of the paragraph that takes the most room as far as can be told by its letters, but at most `width`.
+    /// Only this paragraph is measured.
+    int width(QStringView text, int width) const;
 
 private:
     /// An average letter, and a line of such letters.
@@ -22,7 +25,9 @@ private:
     };
 
     static Letter measure(const QString& sample, const QFont& font);
+    double advance(QStringView paragraph) const;
 
+    QFont m_font;
     Letter m_narrow; // Latin and the like
     Letter m_wide;   // ideographs and emoji
 };

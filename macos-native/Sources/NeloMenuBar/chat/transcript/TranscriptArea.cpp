@@ -215,6 +215,8 @@ int TranscriptArea::settle()
         expected += moved;
         isSettled = scrolledBy() == top + moved;
     }
+    if (m_rows.takeHasWidened())
+        viewport()->update();
     m_rows.dropLayoutsOutside(scrolledBy() - height, scrolledBy() + 2 * height);
     return scrolledBy() - expected;
 }

@@ -6,6 +6,7 @@
 #include <QFontMetrics>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -110,6 +111,11 @@ int TranscriptLayout::layOut(int top, int bottom)
     return moved;
 }
 
+bool TranscriptLayout::takeHasWidened()
+{
+    return std::exchange(m_hasWidened, false);
+}
+
 void TranscriptLayout::dropLayoutsOutside(int top, int bottom)
 {
     for (Row& row : m_rows) {
@@ -176,7 +182,9 @@ int TranscriptLayout::layOutOnce(int top, int bottom)
         // Of a row whose text is not in sight, only its edges, the nearest line counts: the bubble's width depends on
         // it.
         const int from = std::min(top + moved - textTopInRows, row.bubble.height() - 1);
+        const int widthBefore = row.bubble.width();
         moved += row.bubble.layOut(from, std::max(bottom + moved - textTopInRows, 1));
+        m_hasWidened = m_hasWidened || (row.hasLayouts && row.bubble.width() > widthBefore);
         row.hasLayouts = true;
     }
     placeRowsFrom(static_cast<std::size_t>(first));

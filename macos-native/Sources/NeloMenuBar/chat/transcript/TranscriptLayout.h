@@ -39,6 +39,8 @@ public:
     /// Lays out what is between `top` and `bottom`. What begins above `top` grows upwards: returns by how much
     /// everything that was between the two has moved down.
     int layOut(int top, int bottom);
+    /// Returns whether `layOut()` has widened a bubble that was laid out in part before, since this was asked last.
+    bool takeHasWidened();
     /// Drops the layouts of what is not between `top` and `bottom`.
     void dropLayoutsOutside(int top, int bottom);
 
@@ -68,4 +70,5 @@ private:
     TextEstimate m_estimate;
     int m_speakerHeight = 0;
     int m_width = 400;
+    bool m_hasWidened = false;
 };
