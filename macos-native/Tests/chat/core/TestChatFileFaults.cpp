@@ -10,20 +10,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-QByteArray records(int count)
-{
-    return encodeChatMessages(
-        QList<NeloChatMessage>(count, NeloChatMessage{userRole, QString(1000, u'x'), u"at noon"_s}));
-}
-
-/// Loads the history and writes it, as the chat does.
-void persist()
-{
-    Conversation conversation(1h);
-    conversation.load();
-    conversation.persistMessages();
-}
-
 /// The chat's files by what they hold.
 QByteArrayList contentsOfChatFolder(const TestHome& home)
 {
@@ -42,30 +28,6 @@ class TestChatFileFaults final : public QObject
 
 private slots:
     void init() { failOnUnexpectedWarning(); }
-
-    void theEarlierConversationStaysOrTheNewOneIsThere_data() { addRowsOfFileFaults(); }
-
-    void theEarlierConversationStaysOrTheNewOneIsThere()
-    {
-        QFETCH(Fault, fault);
-        EveryFault faults(fault);
-        while (faults.next()) {
-            const TestHome home;
-            storeHistory(records(300));
-            Conversation conversation(1h);
-            conversation.load();
-            const int descriptors = ProcessTable::openDescriptors();
-            faults.during([&conversation] { conversation.persistMessages(); });
-
-            const QByteArray stored = Files::contentOf(neloChatHistoryURL());
-            QVERIFY(stored == records(200) || (stored == records(300) && faults.mayHaveFailed()));
-            QCOMPARE(contentsOfChatFolder(home).size(), 1);
-            QCOMPARE(ProcessTable::openDescriptors(), descriptors);
-            persist();
-            QCOMPARE(Files::contentOf(neloChatHistoryURL()), records(200));
-        }
-        QVERIFY(faults.strikes() > 0);
-    }
 
     void anUnreadableHistoryIsNeverLost_data() { addRowsOfFileFaults(); }
 

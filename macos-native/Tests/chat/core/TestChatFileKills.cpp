@@ -13,22 +13,6 @@ namespace {
 
 constexpr int kills = 200;
 
-/// Writes a conversation of `size` messages of its own kind, and returns them.
-QList<NeloChatMessage> persist(qsizetype size)
-{
-    Conversation conversation(1h);
-    for (qsizetype number = 0; number < size; ++number)
-        conversation.appendMessage(userRole, QString(1000 + size, u'x'));
-    conversation.persistMessages();
-    return conversation.messages();
-}
-
-/// A round of the history: a conversation of another length. Returns whether it is there.
-bool historyRound(int round)
-{
-    return persist(round % 20 + 1) == storedMessages();
-}
-
 /// A round of the log: an entry, and now and then a log that begins anew. Returns whether the entry is there.
 bool logRound(int round)
 {
@@ -41,7 +25,7 @@ bool logRound(int round)
 
 } // namespace
 
-/// The history and the log of a chat that is killed while it writes them.
+/// The log of a chat that is killed while it writes it.
 class TestChatFileKills final : public QObject
 {
     Q_OBJECT
@@ -51,21 +35,6 @@ private slots:
     {
         failOnUnexpectedWarning();
         qputenv("HOME", QFile::encodeName(m_disk.path()));
-    }
-
-    void theHistoryIsWhole()
-    {
-        RandomKills random;
-        for (int kill = 0; kill < kills; ++kill) {
-            QVERIFY(random.during(historyRound));
-            const QList<NeloChatMessage> messages = storedMessages();
-            QVERIFY(!messages.isEmpty());
-            for (const NeloChatMessage& message : messages)
-                QCOMPARE(message.content.size(), 1000 + messages.size());
-
-            persist(30); // as the next start does
-            QCOMPARE(names(), QStringList{u"menubar_chat_history.json"_s});
-        }
     }
 
     void theLogHasWholeEntries()
@@ -78,7 +47,7 @@ private slots:
                 QVERIFY2(line.isEmpty() || (line.startsWith('[') && line.endsWith("] entry")), line.constData());
             QVERIFY(lines.last().isEmpty());
 
-            persist(1);
+            Conversation(1h).persistMessages(); // as the next start does
             QVERIFY(names().filter(u"nelo"_s).isEmpty());
         }
     }
