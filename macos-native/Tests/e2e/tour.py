@@ -29,6 +29,7 @@ LARGE_TEXT = ["[General]", "font=Sans Serif,18,-1,5,50,0,0,0,0,0"]  # twice as l
 FOLDER = Path(sys.argv[1])
 WINDOWS_OF_README = {"chat-conversation": "chat", "settings": "settings", "config-editor": "config-editor", "launcher": "launcher",
                      **{name: name for name in ("console-agents", "console-runtime", "console-skills")}}
+FORECAST = WEATHER.replace("name: weather", "name: forecast")
 CONFIGURATION = """\
 {
   "agents": {
@@ -387,7 +388,7 @@ def show_launcher() -> None:
 
 def tour() -> None:
     provider = Provider(answers={QUESTION: "因为瑞利散射。", LONG_QUESTION: LONG_REPLY})
-    with (contextlib.closing(provider), served_catalogue({"weather": package(WEATHER)}) as catalogue,
+    with (contextlib.closing(provider), served_catalogue({"forecast": package(FORECAST)}) as catalogue,
           tempfile.TemporaryDirectory(prefix="nelo-home-") as folder):
         make_agents(Path(folder))
         make_skills(Path(folder), catalogue)
