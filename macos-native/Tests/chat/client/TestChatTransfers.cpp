@@ -72,6 +72,10 @@ void addAnswersThatAreUnderstood()
     addRow("a length, and the connection goes on", goodAnswer().keptAlive(), "hello");
     addRow("chunks", chunks, "hello");
     addRow("chunks, and the connection goes on", chunks.keptAlive(), "hello");
+    addRow("chunks with lines of a head after them",
+           answerOf("Transfer-Encoding: chunked\r\n",
+                    QByteArray::number(body.size(), 16) + "\r\n" + body + "\r\n0\r\nX-Sum: 1\r\n\r\n"),
+           "hello");
     addRow("until the connection closes", answerOf("", body), "hello");
     addRow("HTTP/1.0 until the connection closes", HttpAnswer::untilClose(200, body), "hello");
     addRow("HTTP/1.0 with a length", HttpAnswer::rawThenClose("HTTP/1.0 200 OK\r\n" + length + "\r\n" + body), "hello");
@@ -98,6 +102,8 @@ void addAnswersThatBreakOff()
     const char* const chunksMissing = "<127.0.0.1: transfer closed with outstanding read data remaining>";
     addRow("broken off before the first byte", goodAnswer().cutAfter(0), noReply);
     addRow("broken off within the head", goodAnswer().cutAfter(20), noReply);
+    addRow("broken off after \"continue\" and a half line",
+           HttpAnswer::rawThenClose("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 2"), noReply);
     addRow("broken off within the body", brokenOff(goodAnswer(), 5), fiveMissing);
     addRow("broken off within the body of a refusal", brokenOff(refusal, 5), fiveMissing);
     addRow("broken off within a chunk", brokenOff(chunks, 20), chunksMissing);

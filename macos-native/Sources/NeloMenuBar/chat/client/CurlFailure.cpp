@@ -2,13 +2,10 @@
 
 #include <QUrl>
 
-#include <curl/curl.h>
-
-ChatTransportError curlFailure(const QUrl& url, int code, const QString& details)
+ChatTransportError curlFailure(const QUrl& url, CURLcode code, const QString& details)
 {
     const bool isOfUse = !details.isEmpty() && !details.contains(url.host());
-    return failureInOwnWords(url,
-                             isOfUse ? details : QString::fromLatin1(curl_easy_strerror(static_cast<CURLcode>(code))));
+    return failureInOwnWords(url, isOfUse ? details : QString::fromLatin1(curl_easy_strerror(code)));
 }
 
 ChatTransportError failureInOwnWords(const QUrl& url, const QString& words)

@@ -4,6 +4,7 @@
 #include "chat/client/Gunzip.h"
 
 #include <utility>
+#include <vector>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -11,7 +12,7 @@
 
 namespace {
 
-bool forbidsBody(long status)
+bool forbidsBody(int status)
 {
     return status < 200 || status == 204 || status == 205 || status == 304;
 }
@@ -70,8 +71,10 @@ void CurlTransfer::setHeaders()
     const QByteArray authorization = "Authorization: Bearer " + m_request.apiKey.toLatin1();
     // The body is not to wait for a "continue"; and it is unpacked by ourselves, for libcurl takes what came of a
     // packed body that breaks off for the whole.
-    for (const char* line :
-         {authorization.constData(), "Content-Type: application/json", "Accept-Encoding: gzip", "Expect:"})
+    std::vector<const char*> lines{authorization.constData(), "Accept-Encoding: gzip", "Expect:"};
+    if (!m_request.body.isEmpty())
+        lines.push_back("Content-Type: application/json");
+    for (const char* line : lines)
         m_headers.reset(curl_slist_append(m_headers.release(), line));
     set(CURLOPT_HTTPHEADER, m_headers.get());
 }
@@ -112,46 +115,45 @@ void CurlTransfer::prepare(const QNetworkProxy& proxy, std::chrono::seconds grea
 
 ChatTransfer CurlTransfer::result(CURLcode code)
 {
-    if (m_isKeptFromRepeating)
-        return failed(QStringLiteral("the connection closed before an answer; the message may have arrived"));
-    if (m_isSilent)
-        return {curlFailure(m_request.url, CURLE_OPERATION_TIMEDOUT), std::nullopt, std::nullopt};
-    if (code == CURLE_OK && !m_hasWholeHead) // which libcurl does not mind
-        return {curlFailure(m_request.url, CURLE_GOT_NOTHING), std::nullopt, std::nullopt};
-    if (code != CURLE_OK)
-        return {curlFailure(m_request.url, code, QString::fromUtf8(m_details.data())), std::nullopt, std::nullopt};
+    if (code == CURLE_OK && !m_hasWholeHead)
+        code = CURLE_GOT_NOTHING; // libcurl does not mind half a head
+    if (code != CURLE_OK && !m_error)
+        m_error = curlFailure(m_request.url, code, QString::fromUtf8(m_details.data()));
+    if (m_error)
+        return {m_error, std::nullopt, std::nullopt};
     limitAcknowledgement();
-    return resultOfSuccess();
-}
 
-ChatTransfer CurlTransfer::resultOfSuccess()
-{
-    long status = 0;
-    curl_easy_getinfo(m_handle.get(), CURLINFO_RESPONSE_CODE, &status);
-    ChatTransfer transfer{std::nullopt, static_cast<int>(status), m_body, QUrl::fromEncoded(header("Location"))};
+    ChatTransfer transfer{std::nullopt, status(), m_body, QUrl::fromEncoded(header("Location"))};
     const QByteArray encoding = header("Content-Encoding").toLower();
     const bool isPacked = encoding == "gzip" || encoding == "x-gzip"; // in the one way that we ask for
-    if (m_body.isEmpty() && forbidsBody(status))
+    if (m_body.isEmpty() && forbidsBody(status()))
         transfer.body.reset();
     if (m_body.isEmpty() || !isPacked)
         return transfer;
     transfer.body = gunzip(m_body);
-    return transfer.body ? transfer : failed(QStringLiteral("The answer cannot be unpacked"));
-}
-
-ChatTransfer CurlTransfer::failed(const QString& words) const
-{
-    return {failureInOwnWords(m_request.url, words), std::nullopt, std::nullopt};
+    if (!transfer.body)
+        return {failureInOwnWords(m_request.url, QStringLiteral("The answer cannot be unpacked")), std::nullopt,
+                std::nullopt};
+    return transfer;
 }
 
 /// Whether the request may go out now. A server may have acted on one that went out before, and it could act twice. But
 /// a proxy that asked for credentials has passed nothing on.
 bool CurlTransfer::mayBeSent()
 {
+    if (!m_isSent || status() == 407)
+        return true;
+    m_error = failureInOwnWords(m_request.url,
+                                QStringLiteral("the connection closed before an answer; the message may have arrived"));
+    return false;
+}
+
+/// The last status that came; 0 when none did.
+int CurlTransfer::status() const
+{
     long status = 0;
     curl_easy_getinfo(m_handle.get(), CURLINFO_RESPONSE_CODE, &status);
-    m_isKeptFromRepeating = m_isSent && status != 407;
-    return !m_isKeptFromRepeating;
+    return static_cast<int>(status);
 }
 
 /// The value of a header of the answer; empty when it has none.
@@ -182,7 +184,8 @@ std::size_t CurlTransfer::receiveHeader(char* bytes, std::size_t /*always 1*/, s
 {
     auto* const transfer = static_cast<CurlTransfer*>(self);
     const QByteArrayView line(bytes, static_cast<qsizetype>(count));
-    transfer->m_hasWholeHead = line == "\r\n" || line == "\n";
+    const bool isLast = line == "\r\n" || line == "\n"; // but chunks may have lines like those of a head after them
+    transfer->m_hasWholeHead = transfer->m_hasWholeHead || (isLast && transfer->status() >= 200);
     transfer->m_lastMove = Clock::now();
     return count;
 }
@@ -201,8 +204,10 @@ int CurlTransfer::observeProgress(void* self, curl_off_t /*toReceive*/, curl_off
     if (transfer->m_moved != received + sent)
         transfer->m_lastMove = now;
     transfer->m_moved = received + sent;
-    transfer->m_isSilent = now >= transfer->deadline();
-    return transfer->m_isSilent ? 1 : 0;
+    if (now < transfer->deadline())
+        return 0;
+    transfer->m_error = curlFailure(transfer->url(), CURLE_OPERATION_TIMEDOUT);
+    return 1;
 }
 
 int CurlTransfer::beforeConnection(void* self, curl_socket_t /*socket*/, curlsocktype /*purpose*/)
@@ -216,5 +221,6 @@ int CurlTransfer::beforeRequest(void* self, char* /*peer*/, char* /*local*/, int
     if (!transfer->mayBeSent())
         return CURL_PREREQFUNC_ABORT;
     transfer->m_isSent = true;
+    transfer->m_hasWholeHead = false; // a proxy may have demanded credentials before
     return CURL_PREREQFUNC_OK;
 }

@@ -57,9 +57,8 @@ private:
     void setHeaders();
     void setCallbacks();
     bool mayBeSent();
+    int status() const;
     QByteArray header(const char* name) const;
-    ChatTransfer resultOfSuccess();
-    ChatTransfer failed(const QString& words) const;
     void limitAcknowledgement();
 
     ChatRequest m_request;
@@ -70,8 +69,7 @@ private:
     QByteArray m_body;
     Clock::time_point m_lastMove;
     curl_off_t m_moved = 0; // bytes of bodies, both ways
-    bool m_hasWholeHead = false;
     bool m_isSent = false;
-    bool m_isKeptFromRepeating = false;
-    bool m_isSilent = false;
+    bool m_hasWholeHead = false;               // of the answer
+    std::optional<ChatTransportError> m_error; // for which libcurl was told to end it
 };
