@@ -1,7 +1,8 @@
-# How every target of ours is compiled, said once; nothing is set for a whole folder.
+# How every target of ours is compiled. Nothing is set for a whole folder.
 add_library(nelo_warnings INTERFACE)
 target_compile_features(nelo_warnings INTERFACE cxx_std_20)
-target_compile_options(nelo_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+target_compile_options(nelo_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+    $<$<BOOL:${NELO_WARNINGS_AS_ERRORS}>:-Werror>)
 add_library(nelo_compile_options INTERFACE)
 target_link_libraries(nelo_compile_options INTERFACE nelo_warnings)
 target_compile_definitions(nelo_compile_options INTERFACE
