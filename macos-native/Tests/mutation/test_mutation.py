@@ -142,6 +142,14 @@ class SurvivorsTest(unittest.TestCase):
         gone = next(mutation for mutation in cpp_mutations(text) if mutation.kind == "line gone")
         self.assertEqual(gone.lines_before_and_after(text), (["f(1,", "2);"], [";"]))
 
+    def test_every_survivor_quotes_its_source(self) -> None:
+        repository = Path(__file__).resolve().parents[3]
+        for survivor in read_survivors(Path(__file__).with_name("survivors.txt")):
+            with self.subTest(survivor.source, before=survivor.before):
+                lines = [line.strip() for line in (repository / survivor.source).read_text().splitlines()]
+                count = len(survivor.before)
+                self.assertIn(survivor.before, {tuple(lines[at:at + count]) for at in range(len(lines))})
+
 
 class Script:
     """A test that ends as it is told, and knows how patient it was to be."""
