@@ -62,6 +62,8 @@ OWN_BARS = {
     ("chat, next message of bytes", 20_000): 1.15,
     ("chat, next message of bytes", 100_000): 1.9,
     ("history write, longest stall", 200): 16.7,
+    ("backend, list of agents", 20): 50,
+    ("backend, list of skills", 200): 50,
 }
 
 
