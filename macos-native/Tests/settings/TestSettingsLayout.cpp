@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr QSize smallest(640, 620);
@@ -27,7 +29,7 @@ private slots:
     {
         failOnUnexpectedWarning();
         m_settings.emplace();
-        m_window = std::make_unique<NeloWindow>(QStringLiteral("Nelo Settings"), smallest);
+        m_window = std::make_unique<NeloWindow>(u"Nelo Settings"_s, smallest);
         m_view = new SettingsViewController;
     }
 
@@ -54,16 +56,15 @@ private slots:
             const auto* label = qobject_cast<const QLabel*>(widget);
             texts.append(label ? label->text() : qobject_cast<const QAbstractButton*>(widget)->text());
         }
-        const QString expected = QStringLiteral(
-            "Nelo Core|Auto-discover local Nelo Core (127.0.0.1:8878)|Core URL (optional)|Chat|Mode|Local Model|"
+        const QString expected =
+            u"Nelo Core|Auto-discover local Nelo Core (127.0.0.1:8878)|Core URL (optional)|Chat|Mode|Local Model|"
             "Cloud|Provider|Cloud Model|Cloud API Key|Catalog URL|"
             "Tovani|Auto-download Tovani on chat (local mode)|Tovani Path|Save|Reload|Refresh Catalog|Settings "
-            "loaded.");
+            "loaded."_s;
         QCOMPARE(texts.join(u'|'), expected);
         for (const QWidget* widget : widgets)
-            if (QStringList{QStringLiteral("Nelo Core"), QStringLiteral("Chat"), QStringLiteral("Cloud"),
-                            QStringLiteral("Tovani")}
-                    .contains(widget->property("text").toString()))
+            if (QStringList{u"Nelo Core"_s, u"Chat"_s, u"Cloud"_s, u"Tovani"_s}.contains(
+                    widget->property("text").toString()))
                 QCOMPARE(widget->font().pixelSize(), 15);
     }
 
@@ -77,19 +78,18 @@ private slots:
                 result.append(button->itemText(i));
             return result.join(u'|');
         };
-        QCOMPARE(titles("chatModePopup"), QStringLiteral("local|cloud"));
-        QCOMPARE(titles("localModelPopup"), QStringLiteral("qwen3:30b|qwen3:8b|qwen3-coder:30b"));
-        QCOMPARE(titles("cloudProviderPopup"), QStringLiteral("openai|deepseek|kimi"));
+        QCOMPARE(titles("chatModePopup"), u"local|cloud"_s);
+        QCOMPARE(titles("localModelPopup"), u"qwen3:30b|qwen3:8b|qwen3-coder:30b"_s);
+        QCOMPARE(titles("cloudProviderPopup"), u"openai|deepseek|kimi"_s);
 
         const auto placeholder = [this](const char* field) {
             return m_view->findChild<QLineEdit*>(QString::fromLatin1(field))->placeholderText();
         };
-        QCOMPARE(placeholder("coreURLField"), QStringLiteral("http://127.0.0.1:8878"));
-        QCOMPARE(placeholder("cloudModelField"), QStringLiteral("gpt-4o-mini"));
-        QCOMPARE(placeholder("cloudAPIKeyField"), QStringLiteral("Cloud API Key"));
-        QCOMPARE(placeholder("cloudSkillsCatalogURLField"),
-                 QStringLiteral("https://your-server/path/cloud_skills_catalog.json"));
-        QCOMPARE(placeholder("tovaniPathField"), m_settings->backend.home().path(QStringLiteral(".nelo/tovani")));
+        QCOMPARE(placeholder("coreURLField"), u"http://127.0.0.1:8878"_s);
+        QCOMPARE(placeholder("cloudModelField"), u"gpt-4o-mini"_s);
+        QCOMPARE(placeholder("cloudAPIKeyField"), u"Cloud API Key"_s);
+        QCOMPARE(placeholder("cloudSkillsCatalogURLField"), u"https://your-server/path/cloud_skills_catalog.json"_s);
+        QCOMPARE(placeholder("tovaniPathField"), m_settings->backend.home().path(u".nelo/tovani"_s));
     }
 
     void standsInTheGivenMargins()
@@ -98,17 +98,17 @@ private slots:
         const QRect first = frame(m_view->findChild<QLabel*>()->parentWidget());
         QCOMPARE(first.topLeft(), QPoint(0, 0));
         const auto* header = m_view->findChildren<QLabel*>().at(1); // the first is the status line
-        QCOMPARE(header->text(), QStringLiteral("Nelo Core"));
+        QCOMPARE(header->text(), u"Nelo Core"_s);
         QCOMPARE(frame(header).topLeft(), QPoint(24, 24));
 
         const auto buttons = m_view->findChildren<QPushButton*>();
-        const QRect lastField = frame(m_view->findChild<QLineEdit*>(QStringLiteral("tovaniPathField")));
+        const QRect lastField = frame(m_view->findChild<QLineEdit*>(u"tovaniPathField"_s));
         QCOMPARE(frame(buttons[0]).left(), 24);
         QCOMPARE(frame(buttons[0]).top(), lastField.bottom() + 1 + 10);
         QCOMPARE(frame(buttons[1]).left(), frame(buttons[0]).right() + 1 + 8);
         QCOMPARE(frame(buttons[2]).left(), frame(buttons[1]).right() + 1 + 8);
 
-        const QRect status = frame(m_view->findChild<QLabel*>(QStringLiteral("statusLabel")));
+        const QRect status = frame(m_view->findChild<QLabel*>(u"statusLabel"_s));
         QCOMPARE(status.left(), 24);
         QCOMPARE(status.right() + 1, smallest.width() - 24);
         QCOMPARE(status.top(), frame(buttons[0]).bottom() + 1 + 14);
@@ -133,9 +133,9 @@ private slots:
         }
         QCOMPARE(rows, 8);
 
-        const QRect url = frame(m_view->findChild<QLineEdit*>(QStringLiteral("coreURLField")));
-        const QRect model = frame(m_view->findChild<QLineEdit*>(QStringLiteral("cloudModelField")));
-        const QRect key = frame(m_view->findChild<QLineEdit*>(QStringLiteral("cloudAPIKeyField")));
+        const QRect url = frame(m_view->findChild<QLineEdit*>(u"coreURLField"_s));
+        const QRect model = frame(m_view->findChild<QLineEdit*>(u"cloudModelField"_s));
+        const QRect key = frame(m_view->findChild<QLineEdit*>(u"cloudAPIKeyField"_s));
         QCOMPARE(key.top(), model.bottom() + 1 + 12);
 
         QList<const QFrame*> separators;
@@ -151,9 +151,9 @@ private slots:
     {
         show();
         m_window->resize(1000, 700);
-        const auto* field = m_view->findChild<QLineEdit*>(QStringLiteral("coreURLField"));
+        const auto* field = m_view->findChild<QLineEdit*>(u"coreURLField"_s);
         QTRY_COMPARE(frame(field).right() + 1, 1000 - 24);
-        const auto* popup = m_view->findChild<QComboBox*>(QStringLiteral("chatModePopup"));
+        const auto* popup = m_view->findChild<QComboBox*>(u"chatModePopup"_s);
         QCOMPARE(popup->width(), std::max(220, popup->sizeHint().width()));
     }
 
@@ -183,11 +183,11 @@ private slots:
     {
         m_settings->backend.raise("load_nelo_settings", "ValueError", "<b>bold</b>\nsecond line");
         show();
-        const auto* status = m_view->findChild<QLabel*>(QStringLiteral("statusLabel"));
-        QVERIFY(status->text().contains(QStringLiteral("<b>bold</b>")));
+        const auto* status = m_view->findChild<QLabel*>(u"statusLabel"_s);
+        QVERIFY(status->text().contains(u"<b>bold</b>"_s));
         QCOMPARE(status->textFormat(), Qt::PlainText);
         QCOMPARE(status->height(), status->fontMetrics().height());
-        QCOMPARE(QAccessible::queryAccessibleInterface(m_view->findChild<QLabel*>(QStringLiteral("statusLabel")))
+        QCOMPARE(QAccessible::queryAccessibleInterface(m_view->findChild<QLabel*>(u"statusLabel"_s))
                      ->text(QAccessible::Name),
                  status->text());
     }
@@ -219,9 +219,9 @@ private slots:
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
         } while (QApplication::focusWidget() != first);
         QCOMPARE(stops.join(u' '),
-                 QStringLiteral("coreAutoDiscoveryButton coreURLField chatModePopup localModelPopup cloudProviderPopup "
-                                "cloudModelField cloudAPIKeyField cloudSkillsCatalogURLField autoTovaniButton "
-                                "tovaniPathField Save Reload Refresh Catalog"));
+                 u"coreAutoDiscoveryButton coreURLField chatModePopup localModelPopup cloudProviderPopup "
+                 "cloudModelField cloudAPIKeyField cloudSkillsCatalogURLField autoTovaniButton "
+                 "tovaniPathField Save Reload Refresh Catalog"_s);
     }
 
     void everyControlHasAName_data()
@@ -265,7 +265,7 @@ private slots:
     {
         m_settings->saved({{"core", {{"url", std::string(500, 'x')}}}});
         show();
-        QCOMPARE(m_view->findChild<QLineEdit*>(QStringLiteral("coreURLField"))->cursorPosition(), 0);
+        QCOMPARE(m_view->findChild<QLineEdit*>(u"coreURLField"_s)->cursorPosition(), 0);
     }
 
 private:

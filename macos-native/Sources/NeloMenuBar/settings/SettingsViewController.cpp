@@ -5,6 +5,7 @@
 #include "base/ApiKeyStore.h"
 #include "base/Provider.h"
 #include "settings/core/SettingsDocument.h"
+#include "settings/core/SettingsReports.h"
 #include "shell/primitives/NeloFlippedView.h"
 #include "shell/primitives/ScrollingForm.h"
 #include "ui/Buttons.h"
@@ -27,9 +28,9 @@ QCheckBox* makeCheckBox(const QString& objectName, const QString& title, QWidget
     return box;
 }
 
-QLineEdit* makeField(const QString& objectName, const QString& placeholder, QWidget* parent)
+QLineEdit* makeNamedField(const QString& objectName, const QString& placeholder, QWidget* parent)
 {
-    QLineEdit* field = ::makeField(placeholder, parent);
+    QLineEdit* field = makeField(placeholder, parent);
     field->setObjectName(objectName);
     return field;
 }
@@ -55,21 +56,6 @@ void selectOrAppend(PopUpButton* popup, const QString& title)
     if (popup->findText(title) < 0)
         popup->addItem(title);
     popup->selectItemWithTitle(title);
-}
-
-QString savedStatus(const BackendReply& reply)
-{
-    if (reply.isError())
-        return reply.text();
-    return QStringLiteral("Settings saved: ") + textOf(reply.object(), "path", QStringLiteral("(unknown)"));
-}
-
-QString refreshedStatus(const BackendReply& reply)
-{
-    if (reply.isError())
-        return reply.text();
-    const QString count = textOf(reply.object(), "count", QStringLiteral("0"));
-    return QStringLiteral("Cloud catalog refreshed (%1 skills).").arg(count);
 }
 
 QMap<QString, QString> storedKeys()
@@ -111,20 +97,20 @@ void SettingsViewController::makeControls(QWidget* parent)
 {
     m_coreAutoDiscoveryButton = makeCheckBox(QStringLiteral("coreAutoDiscoveryButton"),
                                              QStringLiteral("Auto-discover local Nelo Core (127.0.0.1:8878)"), parent);
-    m_coreURLField = makeField(QStringLiteral("coreURLField"), QStringLiteral("http://127.0.0.1:8878"), parent);
+    m_coreURLField = makeNamedField(QStringLiteral("coreURLField"), QStringLiteral("http://127.0.0.1:8878"), parent);
     m_chatModePopup = makePopup(QStringLiteral("chatModePopup"), chatModes(), parent);
     m_localModelPopup = makePopup(QStringLiteral("localModelPopup"), localModels(), parent);
     m_cloudProviderPopup = makePopup(QStringLiteral("cloudProviderPopup"), Provider::all(), parent);
     connect(m_cloudProviderPopup, &QComboBox::activated, this, &SettingsViewController::cloudProviderChanged);
-    m_cloudModelField = makeField(QStringLiteral("cloudModelField"), Provider::defaultModel, parent);
-    m_cloudAPIKeyField = makeField(QStringLiteral("cloudAPIKeyField"), QStringLiteral("Cloud API Key"), parent);
+    m_cloudModelField = makeNamedField(QStringLiteral("cloudModelField"), Provider::defaultModel, parent);
+    m_cloudAPIKeyField = makeNamedField(QStringLiteral("cloudAPIKeyField"), QStringLiteral("Cloud API Key"), parent);
     m_cloudAPIKeyField->setEchoMode(QLineEdit::Password);
     m_cloudSkillsCatalogURLField =
-        makeField(QStringLiteral("cloudSkillsCatalogURLField"),
-                  QStringLiteral("https://your-server/path/cloud_skills_catalog.json"), parent);
+        makeNamedField(QStringLiteral("cloudSkillsCatalogURLField"),
+                       QStringLiteral("https://your-server/path/cloud_skills_catalog.json"), parent);
     m_autoTovaniButton = makeCheckBox(QStringLiteral("autoTovaniButton"),
                                       QStringLiteral("Auto-download Tovani on chat (local mode)"), parent);
-    m_tovaniPathField = makeField(QStringLiteral("tovaniPathField"), defaultTovaniPath(), parent);
+    m_tovaniPathField = makeNamedField(QStringLiteral("tovaniPathField"), defaultTovaniPath(), parent);
     m_statusLabel = makeSecondaryLabel(QStringLiteral("statusLabel"), {}, parent);
 }
 
@@ -192,24 +178,26 @@ void SettingsViewController::cloudProviderChanged()
 {
     takeTypedKey();
     m_currentCloudProvider = m_cloudProviderPopup->titleOfSelectedItem(Provider::all().constFirst());
-    showText(m_cloudAPIKeyField, m_providerKeyCache.key(m_currentCloudProvider));
+    showText(m_cloudAPIKeyField, m_providerKeyCache.value(m_currentCloudProvider));
 }
 
 void SettingsViewController::saveSettings()
 {
-    takeTypedKey();
-    const BackendReply reply(NeloBackend::call("save_nelo_settings", {toJson(shownSettings())}));
-    static_cast<void>(
-        ApiKeyStore().setKeys(m_providerKeyCache.keys())); // the form keeps what the disk does not take // also when
-                                                           // the backend failed: a key that was typed is not lost
-    m_statusLabel->setText(savedStatus(reply));
+    m_statusLabel->setText(save().status);
 }
 
 void SettingsViewController::refreshCloudCatalog()
 {
-    saveSettings();
+    const SaveReport saved = save();
     const BackendReply reply(NeloBackend::call("refresh_cloud_skills_via_core"));
-    m_statusLabel->setText(refreshedStatus(reply));
+    m_statusLabel->setText(catalogStatus(saved, reply));
+}
+
+SaveReport SettingsViewController::save()
+{
+    takeTypedKey();
+    const BackendReply reply(NeloBackend::call("save_nelo_settings", {toJson(shownSettings())}));
+    return saveReport(reply, ApiKeyStore().setKeys(m_providerKeyCache)); // also when the backend has failed
 }
 
 void SettingsViewController::showSettings(const SettingsDocument& settings)
@@ -221,8 +209,10 @@ void SettingsViewController::showSettings(const SettingsDocument& settings)
     m_cloudProviderPopup->selectItemWithTitle(settings.cloudProvider);
     m_currentCloudProvider = settings.cloudProvider;
     showText(m_cloudModelField, settings.cloudModel);
-    m_providerKeyCache = ProviderKeyCache(storedKeys(), m_currentCloudProvider, settings.cloudApiKey);
-    showText(m_cloudAPIKeyField, m_providerKeyCache.key(m_currentCloudProvider));
+    m_providerKeyCache = storedKeys();
+    if (!settings.cloudApiKey.isEmpty())
+        m_providerKeyCache[m_currentCloudProvider] = settings.cloudApiKey;
+    showText(m_cloudAPIKeyField, m_providerKeyCache.value(m_currentCloudProvider));
     m_autoTovaniButton->setChecked(settings.autoDownloadTovani);
     showText(m_tovaniPathField, settings.tovaniPath);
     showText(m_cloudSkillsCatalogURLField, settings.cloudSkillsCatalogUrl);
@@ -238,7 +228,7 @@ SettingsDocument SettingsViewController::shownSettings() const
         .localModel = m_localModelPopup->titleOfSelectedItem(localModels().constFirst()),
         .cloudProvider = provider,
         .cloudModel = m_cloudModelField->text(),
-        .cloudApiKey = m_providerKeyCache.key(provider),
+        .cloudApiKey = m_providerKeyCache.value(provider),
         .autoDownloadTovani = m_autoTovaniButton->isChecked(),
         .tovaniPath = m_tovaniPathField->text(),
         .cloudSkillsCatalogUrl = m_cloudSkillsCatalogURLField->text(),
@@ -247,5 +237,5 @@ SettingsDocument SettingsViewController::shownSettings() const
 
 void SettingsViewController::takeTypedKey()
 {
-    m_providerKeyCache.take(m_currentCloudProvider, m_cloudAPIKeyField->text());
+    m_providerKeyCache[m_currentCloudProvider] = m_cloudAPIKeyField->text().trimmed();
 }

@@ -1,13 +1,15 @@
 #pragma once
 
-#include "settings/core/ProviderKeyCache.h"
 #include "shell/primitives/ViewController.h"
+
+#include <QMap>
 
 class Label;
 class PopUpButton;
 class QCheckBox;
 class QLayout;
 class QLineEdit;
+struct SaveReport;
 struct SettingsDocument;
 
 /// The form that edits the settings document, which the backend module keeps, and the API keys of the cloud providers,
@@ -27,6 +29,8 @@ public:
     void saveSettings();
     /// Saves, then has the backend fetch the catalogue of cloud skills from the address that was saved.
     void refreshCloudCatalog();
+    /// Keeps the typed key for the provider that was selected before, and shows that of the one selected now.
+    void cloudProviderChanged();
 
 protected:
     void loadView() override;
@@ -36,8 +40,8 @@ private:
     void makeControls(QWidget* parent);
     QLayout* makeForm(QWidget* parent) const;
     QLayout* makeButtonRow(QWidget* parent);
-    void cloudProviderChanged();
 
+    SaveReport save();
     void showSettings(const SettingsDocument& settings);
     SettingsDocument shownSettings() const;
     void takeTypedKey();
@@ -54,6 +58,6 @@ private:
     QLineEdit* m_tovaniPathField = nullptr;
     Label* m_statusLabel = nullptr;
 
-    ProviderKeyCache m_providerKeyCache;
-    QString m_currentCloudProvider; // whose key the key field shows
+    QMap<QString, QString> m_providerKeyCache; // the API keys as last typed or loaded, empty ones included
+    QString m_currentCloudProvider;            // whose key the key field shows
 };

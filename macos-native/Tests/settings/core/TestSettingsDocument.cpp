@@ -5,6 +5,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// A document whose section `section` holds `value` under `key`.
@@ -18,15 +20,15 @@ SettingsDocument filled()
 {
     return {
         .coreAutoDiscovery = false,
-        .coreUrl = QStringLiteral("http://core"),
-        .chatMode = QStringLiteral("cloud"),
-        .localModel = QStringLiteral("llama3:70b"),
-        .cloudProvider = QStringLiteral("kimi"),
-        .cloudModel = QStringLiteral("moonshot-v1-8k"),
-        .cloudApiKey = QStringLiteral("sk-密"),
+        .coreUrl = u"http://core"_s,
+        .chatMode = u"cloud"_s,
+        .localModel = u"llama3:70b"_s,
+        .cloudProvider = u"kimi"_s,
+        .cloudModel = u"moonshot-v1-8k"_s,
+        .cloudApiKey = u"sk-密"_s,
         .autoDownloadTovani = false,
-        .tovaniPath = QStringLiteral("/opt/tovani"),
-        .cloudSkillsCatalogUrl = QStringLiteral("https://server/catalog.json"),
+        .tovaniPath = u"/opt/tovani"_s,
+        .cloudSkillsCatalogUrl = u"https://server/catalog.json"_s,
     };
 }
 
@@ -43,9 +45,9 @@ private slots:
     void nothingUsableReadsAsTheDefaults_data()
     {
         QTest::addColumn<QByteArray>("document");
-        QTest::newRow("an empty object") << QByteArray("{}");
+        QTest::newRow("an empty object") << "{}"_ba;
         QTest::newRow("an array") << QByteArray(R"([{"core":{"url":"x"}}])");
-        QTest::newRow("null") << QByteArray("null");
+        QTest::newRow("null") << "null"_ba;
         QTest::newRow("a text") << QByteArray(R"("core")");
         for (const char* section : {"null", "true", "7", R"("text")", R"([{"url":"x","mode":"cloud"}])"}) {
             const QByteArray value(section);
@@ -62,13 +64,13 @@ private slots:
         const SettingsDocument defaults{
             .coreAutoDiscovery = true,
             .coreUrl = QString(),
-            .chatMode = QStringLiteral("local"),
-            .localModel = QStringLiteral("qwen3:30b"),
-            .cloudProvider = QStringLiteral("openai"),
-            .cloudModel = QStringLiteral("gpt-4o-mini"),
+            .chatMode = u"local"_s,
+            .localModel = u"qwen3:30b"_s,
+            .cloudProvider = u"openai"_s,
+            .cloudModel = u"gpt-4o-mini"_s,
             .cloudApiKey = QString(),
             .autoDownloadTovani = true,
-            .tovaniPath = m_home.path(QStringLiteral(".nelo/tovani")),
+            .tovaniPath = m_home.path(u".nelo/tovani"_s),
             .cloudSkillsCatalogUrl = QString(),
         };
         QVERIFY(readSettingsDocument(Json::parse(document.toStdString())) == defaults);
@@ -78,13 +80,13 @@ private slots:
     {
         QTest::addColumn<QByteArray>("value");
         QTest::addColumn<QString>("text");
-        QTest::newRow("a text as it is") << QByteArray(R"("  a\nb 你好 ")") << QStringLiteral("  a\nb 你好 ");
+        QTest::newRow("a text as it is") << QByteArray("\"  a\\nb 你好 \"") << u"  a\nb 你好 "_s;
         QTest::newRow("an empty text is no missing one") << QByteArray(R"("")") << QString();
-        QTest::newRow("null") << QByteArray("null") << QStringLiteral("<null>");
-        QTest::newRow("a number") << QByteArray("8878") << QStringLiteral("8878");
-        QTest::newRow("a fraction") << QByteArray("0.5") << QStringLiteral("0.5");
-        QTest::newRow("true") << QByteArray("true") << QStringLiteral("1");
-        QTest::newRow("false") << QByteArray("false") << QStringLiteral("0");
+        QTest::newRow("null") << "null"_ba << u"<null>"_s;
+        QTest::newRow("a number") << "8878"_ba << u"8878"_s;
+        QTest::newRow("a fraction") << "0.5"_ba << u"0.5"_s;
+        QTest::newRow("true") << "true"_ba << u"1"_s;
+        QTest::newRow("false") << "false"_ba << u"0"_s;
         QTest::newRow("a list") << QByteArray(R"(["a", 1])") << QStringLiteral(R"(["a",1])");
         QTest::newRow("an object") << QByteArray(R"({"a": null})") << QStringLiteral(R"({"a":null})");
     }
@@ -105,9 +107,9 @@ private slots:
     {
         const SettingsDocument settings =
             readSettingsDocument({{"core", Json::object()}, {"chat", Json::object()}, {"tovani", Json::object()}});
-        QCOMPARE(settings.localModel, QStringLiteral("qwen3:30b"));
-        QCOMPARE(settings.cloudModel, QStringLiteral("gpt-4o-mini"));
-        QCOMPARE(settings.tovaniPath, m_home.path(QStringLiteral(".nelo/tovani")));
+        QCOMPARE(settings.localModel, u"qwen3:30b"_s);
+        QCOMPARE(settings.cloudModel, u"gpt-4o-mini"_s);
+        QCOMPARE(settings.tovaniPath, m_home.path(u".nelo/tovani"_s));
         QVERIFY(settings.coreAutoDiscovery);
         QVERIFY(settings.autoDownloadTovani);
     }
@@ -116,23 +118,23 @@ private slots:
     {
         QTest::addColumn<QByteArray>("value");
         QTest::addColumn<bool>("isOn");
-        QTest::newRow("false") << QByteArray("false") << false;
-        QTest::newRow("0") << QByteArray("0") << false;
-        QTest::newRow("0.0 is the number 0") << QByteArray("0.0") << false;
-        QTest::newRow("-0.0 is the number 0") << QByteArray("-0.0") << false;
-        QTest::newRow("-0 is the number 0") << QByteArray("-0") << false;
-        QTest::newRow("true") << QByteArray("true") << true;
-        QTest::newRow("1") << QByteArray("1") << true;
-        QTest::newRow("a small fraction") << QByteArray("1e-300") << true;
-        QTest::newRow("a negative number") << QByteArray("-1") << true;
-        QTest::newRow("null") << QByteArray("null") << true;
+        QTest::newRow("false") << "false"_ba << false;
+        QTest::newRow("0") << "0"_ba << false;
+        QTest::newRow("0.0 is the number 0") << "0.0"_ba << false;
+        QTest::newRow("-0.0 is the number 0") << "-0.0"_ba << false;
+        QTest::newRow("-0 is the number 0") << "-0"_ba << false;
+        QTest::newRow("true") << "true"_ba << true;
+        QTest::newRow("1") << "1"_ba << true;
+        QTest::newRow("a small fraction") << "1e-300"_ba << true;
+        QTest::newRow("a negative number") << "-1"_ba << true;
+        QTest::newRow("null") << "null"_ba << true;
         QTest::newRow("the text no") << QByteArray(R"("no")") << true;
         QTest::newRow("the text false") << QByteArray(R"("false")") << true;
         QTest::newRow("the text 0") << QByteArray(R"("0")") << true;
         QTest::newRow("an empty text") << QByteArray(R"("")") << true;
-        QTest::newRow("an empty list") << QByteArray("[]") << true;
-        QTest::newRow("a list of false") << QByteArray("[false]") << true;
-        QTest::newRow("an empty object") << QByteArray("{}") << true;
+        QTest::newRow("an empty list") << "[]"_ba << true;
+        QTest::newRow("a list of false") << "[false]"_ba << true;
+        QTest::newRow("an empty object") << "{}"_ba << true;
     }
 
     void onlyFalseAndZeroSwitchOff()
@@ -148,22 +150,22 @@ private slots:
         QTest::addColumn<QByteArray>("value");
         QTest::addColumn<QString>("mode");
         QTest::addColumn<QString>("provider");
-        const QString local = QStringLiteral("local");
-        const QString openai = QStringLiteral("openai");
+        const QString local = u"local"_s;
+        const QString openai = u"openai"_s;
         QTest::newRow("local") << QByteArray(R"("local")") << local << openai;
-        QTest::newRow("cloud") << QByteArray(R"("cloud")") << QStringLiteral("cloud") << openai;
+        QTest::newRow("cloud") << QByteArray(R"("cloud")") << u"cloud"_s << openai;
         QTest::newRow("openai") << QByteArray(R"("openai")") << local << openai;
-        QTest::newRow("deepseek") << QByteArray(R"("deepseek")") << local << QStringLiteral("deepseek");
-        QTest::newRow("kimi") << QByteArray(R"("kimi")") << local << QStringLiteral("kimi");
+        QTest::newRow("deepseek") << QByteArray(R"("deepseek")") << local << u"deepseek"_s;
+        QTest::newRow("kimi") << QByteArray(R"("kimi")") << local << u"kimi"_s;
         QTest::newRow("remote") << QByteArray(R"("remote")") << local << openai;
         QTest::newRow("other letter case") << QByteArray(R"("KIMI")") << local << openai;
         QTest::newRow("with blanks") << QByteArray(R"(" cloud ")") << local << openai;
         QTest::newRow("nothing") << QByteArray(R"("")") << local << openai;
-        QTest::newRow("null") << QByteArray("null") << local << openai;
-        QTest::newRow("a number") << QByteArray("1") << local << openai;
+        QTest::newRow("null") << "null"_ba << local << openai;
+        QTest::newRow("a number") << "1"_ba << local << openai;
         QTest::newRow("a list") << QByteArray(R"(["cloud"])") << local << openai;
         QTest::newRow("an object") << QByteArray(R"({"cloud":"kimi"})") << local << openai;
-        QTest::newRow("true") << QByteArray("true") << local << openai;
+        QTest::newRow("true") << "true"_ba << local << openai;
     }
 
     void aModeOrProviderThatIsNotOfferedIsTheFirst()
@@ -178,11 +180,11 @@ private slots:
     void theDocumentIsWrittenInItsOrder()
     {
         const char* const document = R"({"version":1,)"
-                                     R"("core":{"url":"http://core","auto_discovery":false},)"
+                                     "\"core\":{\"url\":\"http://core\",\"auto_discovery\":false},"
                                      R"("chat":{"mode":"cloud","local_model":"llama3:70b","cloud_provider":"kimi",)"
-                                     R"("cloud_model":"moonshot-v1-8k","cloud_api_key":"sk-密"},)"
+                                     "\"cloud_model\":\"moonshot-v1-8k\",\"cloud_api_key\":\"sk-密\"},"
                                      R"("tovani":{"auto_download_on_chat":false,"path":"/opt/tovani"},)"
-                                     R"("cloud_skills":{"catalog_url":"https://server/catalog.json"}})";
+                                     "\"cloud_skills\":{\"catalog_url\":\"https://server/catalog.json\"}}";
         QCOMPARE(toJson(filled()).dump(), std::string(document));
 
         SettingsDocument on = filled();
@@ -195,11 +197,11 @@ private slots:
     void typedTextsAreWrittenTrimmed()
     {
         SettingsDocument typed = filled();
-        typed.coreUrl = QStringLiteral(" \t\nhttp://core\r\n ");
-        typed.localModel = QStringLiteral(" a title is no typed text ");
-        typed.cloudModel = QStringLiteral("\n gpt 4 \n");
-        typed.tovaniPath = QStringLiteral(" /opt/my tovani\n");
-        typed.cloudSkillsCatalogUrl = QStringLiteral("  ");
+        typed.coreUrl = u" \t\nhttp://core\r\n "_s;
+        typed.localModel = u" a title is no typed text "_s;
+        typed.cloudModel = u"\n gpt 4 \n"_s;
+        typed.tovaniPath = u" /opt/my tovani\n"_s;
+        typed.cloudSkillsCatalogUrl = u"  "_s;
         const Json document = toJson(typed);
         QVERIFY(document["core"]["url"] == "http://core");
         QVERIFY(document["chat"]["local_model"] == " a title is no typed text ");
@@ -212,7 +214,7 @@ private slots:
     {
         QTest::addColumn<QString>("typed");
         QTest::newRow("nothing") << QString();
-        QTest::newRow("white space") << QStringLiteral(" \n\t");
+        QTest::newRow("white space") << u" \n\t"_s;
     }
 
     void anEmptyTovaniPathIsWrittenAsTheDefault()
@@ -220,7 +222,7 @@ private slots:
         QFETCH(QString, typed);
         SettingsDocument settings = filled();
         settings.tovaniPath = typed;
-        QVERIFY(toJson(settings)["tovani"]["path"] == Json(m_home.path(QStringLiteral(".nelo/tovani"))));
+        QVERIFY(toJson(settings)["tovani"]["path"] == Json(m_home.path(u".nelo/tovani"_s)));
     }
 
     void whatWasWrittenReadsBackTheSame() { QVERIFY(readSettingsDocument(toJson(filled())) == filled()); }
