@@ -10,6 +10,8 @@
 #include <csignal>
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 /// The Agents tab's actions when something fails, dies or goes away meanwhile.
 class TestAgentActionFaults final : public QObject
 {
@@ -37,7 +39,7 @@ private slots:
             QTest::newRow(name) << QByteArray(ecosystem) << QByteArray(origin) << QString::fromLatin1(button) << answer
                                 << QByteArray(function) << QString::fromLatin1(title);
         };
-        const DialogRobot::Answer addCodex = AgentAnswers::create(QStringLiteral("codex"), {});
+        const DialogRobot::Answer addCodex = AgentAnswers::create(u"codex"_s, {});
         const DialogRobot::Answer confirm = DialogRobot::press(Qt::Key_Return);
         row("adding", "codex", "managed", "Add Agent", addCodex, "add_local_agent", "Add Agent Failed");
         row("setting openclaw up", "codex", "managed", "Add Agent", confirm,
@@ -62,14 +64,14 @@ private slots:
         m_tab->backend.raise(function.toStdString(), "RuntimeError", "没有 <b>it</b>\nInstall it first.");
         const QString statusBefore = m_tab->status();
 
-        std::vector<DialogRobot::Answer> answers{DialogRobot::press(QStringLiteral("OK"))};
+        std::vector<DialogRobot::Answer> answers{DialogRobot::press(u"OK"_s)};
         if (answer)
             answers.insert(answers.begin(), answer);
         DialogRobot robot(answers);
         m_tab->press(button);
         QCOMPARE(robot.shown().size(), answers.size());
         QCOMPARE(robot.shown().back().title, title);
-        QCOMPARE(robot.shown().back().text, QStringLiteral("ERROR: RuntimeError: 没有 <b>it</b>\nInstall it first."));
+        QCOMPARE(robot.shown().back().text, u"ERROR: RuntimeError: 没有 <b>it</b>\nInstall it first."_s);
         QCOMPARE(m_tab->actions().size(), 1U);
         QCOMPARE(m_tab->refreshes(), 1);
         QCOMPARE(m_tab->status(), statusBefore);
@@ -85,11 +87,11 @@ private slots:
             const pid_t helper = std::stoi(NeloBackend::call("pid"));
             kill(helper, SIGKILL);
             QTRY_VERIFY(ProcessTable::isZombie(helper));
-            DialogRobot::press(QStringLiteral("Delete"))(dialog);
+            DialogRobot::press(u"Delete"_s)(dialog);
         }});
         press("Delete");
         QCOMPARE(m_tab->actions().back(), (ScriptedBackend::Call{"delete_local_agent", {"codex", "a", true}}));
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Delete Agent")});
+        QCOMPARE(robot.titles(), QStringList{u"Delete Agent"_s});
         QCOMPARE(m_tab->refreshes(), 2);
     }
 
@@ -98,10 +100,10 @@ private slots:
         m_tab->show(Json::array({agentRow("codex", "a")}));
         m_tab->table()->selectRow(0);
         m_tab->backend.script("delete_local_agent", {{{"exit", 1}}});
-        DialogRobot robot({DialogRobot::press(QStringLiteral("Delete")), DialogRobot::press(QStringLiteral("OK"))});
+        DialogRobot robot({DialogRobot::press(u"Delete"_s), DialogRobot::press(u"OK"_s)});
         press("Delete");
-        QCOMPARE(robot.titles(), QStringList({QStringLiteral("Delete Agent"), QStringLiteral("Delete Failed")}));
-        QCOMPARE(robot.shown().back().text, QStringLiteral("ERROR: backend helper terminated"));
+        QCOMPARE(robot.titles(), QStringList({u"Delete Agent"_s, u"Delete Failed"_s}));
+        QCOMPARE(robot.shown().back().text, u"ERROR: backend helper terminated"_s);
         QCOMPARE(m_tab->table()->model()->rowCount(), 1);
     }
 
@@ -116,7 +118,7 @@ private slots:
             QTRY_VERIFY(ticks.count() > 2);
             m_tab->timer()->setInterval(5000);
             QCOMPARE(m_tab->refreshes(), 1);
-            DialogRobot::press(QStringLiteral("Delete"))(dialog);
+            DialogRobot::press(u"Delete"_s)(dialog);
         }});
         press("Delete");
         QCOMPARE(m_tab->refreshes(), 2); // the action's own
@@ -160,7 +162,7 @@ private slots:
         DialogRobot robot({[this](QDialog& dialog) {
             m_tab->table()->setRows({agentRow("kimi", "b")}); // as another program's deletion would show
             m_tab->table()->selectRow(0);
-            DialogRobot::press(QStringLiteral("Delete"))(dialog);
+            DialogRobot::press(u"Delete"_s)(dialog);
         }});
         press("Delete");
         QCOMPARE(m_tab->actions(), (std::vector<ScriptedBackend::Call>{{"delete_local_agent", {"codex", "a", true}}}));

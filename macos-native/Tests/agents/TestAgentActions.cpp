@@ -7,6 +7,8 @@
 
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 using Calls = std::vector<ScriptedBackend::Call>;
 
 /// What the Agents tab's buttons do, with their dialogs answered, on the real helper.
@@ -36,9 +38,9 @@ private slots:
         m_tab->show(Json::array({agentRow("openclaw", "a")}));
         const DialogRobot robot({DialogRobot::press(Qt::Key_Return)});
         m_tab->press(button);
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("No Selection")});
-        QCOMPARE(robot.shown().at(0).text, QStringLiteral("Select an agent first."));
-        QCOMPARE(robot.shown().at(0).buttons, QStringList{QStringLiteral("OK")});
+        QCOMPARE(robot.titles(), QStringList{u"No Selection"_s});
+        QCOMPARE(robot.shown().at(0).text, u"Select an agent first."_s);
+        QCOMPARE(robot.shown().at(0).buttons, QStringList{u"OK"_s});
         verifyCalls({});
         QCOMPARE(m_tab->refreshes(), 1);
     }
@@ -48,11 +50,9 @@ private slots:
         QTest::addColumn<QString>("ecosystem");
         QTest::addColumn<QString>("entered");
         QTest::addColumn<QString>("name"); // %1 is the stamp
-        QTest::newRow("a codex agent") << QStringLiteral("codex") << QStringLiteral(" 我的 agent\n")
-                                       << QStringLiteral("我的 agent");
-        QTest::newRow("a kimi agent") << QStringLiteral("kimi") << QStringLiteral("<b>&x") << QStringLiteral("<b>&x");
-        QTest::newRow("one without a name")
-            << QStringLiteral("kimi") << QStringLiteral(" \t") << QStringLiteral("kimi %1");
+        QTest::newRow("a codex agent") << u"codex"_s << u" 我的 agent\n"_s << u"我的 agent"_s;
+        QTest::newRow("a kimi agent") << u"kimi"_s << u"<b>&x"_s << u"<b>&x"_s;
+        QTest::newRow("one without a name") << u"kimi"_s << u" \t"_s << u"kimi %1"_s;
     }
 
     void addCreatesARecord()
@@ -70,17 +70,16 @@ private slots:
         QCOMPARE(calls.at(0).function, std::string("add_local_agent"));
         const QString id = QString::fromStdString(calls.at(0).args.at(1));
         const QString stamp = id.mid(ecosystem.size() + 1);
-        static const QRegularExpression stampPattern(QStringLiteral("^\\d{8}-\\d{6}$"));
+        static const QRegularExpression stampPattern(u"^\\d{8}-\\d{6}$"_s);
         QVERIFY(stampPattern.match(stamp).hasMatch());
         QCOMPARE(id, ecosystem + u'-' + stamp);
-        const QString workspace = m_tab->backend.home().path(u'.' + ecosystem + QStringLiteral("/agents/") + id);
-        QCOMPARE(calls.at(0).args.dump(),
-                 Json({ecosystem, id, name.replace(QStringLiteral("%1"), stamp), workspace}).dump());
+        const QString workspace = m_tab->backend.home().path(u'.' + ecosystem + u"/agents/"_s + id);
+        QCOMPARE(calls.at(0).args.dump(), Json({ecosystem, id, name.replace(u"%1"_s, stamp), workspace}).dump());
 
-        QCOMPARE(said, QStringLiteral("Added agent ") + ecosystem + u'/' + id);
+        QCOMPARE(said, u"Added agent "_s + ecosystem + u'/' + id);
         QCOMPARE(m_tab->refreshes(), 2);
         QCOMPARE(m_tab->table()->model()->rowCount(), 1);
-        QCOMPARE(m_tab->status(), QStringLiteral("Synced local discovery to Core and loaded Core agent registry."));
+        QCOMPARE(m_tab->status(), u"Synced local discovery to Core and loaded Core agent registry."_s);
         QCOMPARE(robot.shown().size(), 1U);
     }
 
@@ -92,7 +91,7 @@ private slots:
             shown = AgentAnswers::nameField(dialog)->text().section(u' ', 1);
             const int second = QTime::currentTime().second();
             QTRY_VERIFY(QTime::currentTime().second() != second); // a person takes longer than that
-            AgentAnswers::create(QStringLiteral("codex"), QStringLiteral("a"))(dialog);
+            AgentAnswers::create(u"codex"_s, u"a"_s)(dialog);
         }});
         press("Add Agent");
         QVERIFY(!shown.isEmpty());
@@ -117,7 +116,7 @@ private slots:
         const DialogRobot robot({DialogRobot::press(Qt::Key_Return)});
         const QString said = m_tab->statusBeforeRefresh(Json::array(), [this] { press("Add Agent"); });
         verifyCalls({{"launch_openclaw_install_or_configure_interactive", Json::array()}});
-        QCOMPARE(said, QStringLiteral("Launched OpenClaw install in Terminal. Refresh after install completes."));
+        QCOMPARE(said, u"Launched OpenClaw install in Terminal. Refresh after install completes."_s);
         QCOMPARE(m_tab->refreshes(), 2);
     }
 
@@ -126,8 +125,7 @@ private slots:
         QTest::addColumn<QString>("button");
         QTest::addColumn<DialogRobot::Answer>("answer");
         for (const char* button : {"Add Agent", "Adopt / Rename", "Delete"}) {
-            QTest::addRow("%s, cancelled", button)
-                << QString::fromLatin1(button) << DialogRobot::press(QStringLiteral("Cancel"));
+            QTest::addRow("%s, cancelled", button) << QString::fromLatin1(button) << DialogRobot::press(u"Cancel"_s);
             QTest::addRow("%s, escaped", button) << QString::fromLatin1(button) << DialogRobot::press(Qt::Key_Escape);
             QTest::addRow("%s, closed", button)
                 << QString::fromLatin1(button) << DialogRobot::Answer([](QDialog& dialog) { dialog.close(); });
@@ -153,19 +151,17 @@ private slots:
         QTest::addColumn<QString>("title");
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("name");
-        const QString renameTitle = QStringLiteral("Rename Agent");
-        const QString adoptTitle = QStringLiteral("Adopt Agent");
+        const QString renameTitle = u"Rename Agent"_s;
+        const QString adoptTitle = u"Adopt Agent"_s;
         QTest::newRow("a managed agent is renamed")
-            << QByteArray(R"({"ecosystem":"codex","id":"a","name":"名","origin":"managed"})") << renameTitle
-            << QStringLiteral("codex/a") << QStringLiteral("名");
+            << QByteArray("{\"ecosystem\":\"codex\",\"id\":\"a\",\"name\":\"名\",\"origin\":\"managed\"}")
+            << renameTitle << u"codex/a"_s << u"名"_s;
         QTest::newRow("a discovered agent is adopted")
             << QByteArray(R"({"ecosystem":"codex","id":"a","name":"b","origin":"discovered"})") << adoptTitle
-            << QStringLiteral("codex/a") << QStringLiteral("b");
+            << u"codex/a"_s << u"b"_s;
         QTest::newRow("an agent without a name starts with its id")
-            << QByteArray(R"({"ecosystem":"codex","id":"a"})") << adoptTitle << QStringLiteral("codex/a")
-            << QStringLiteral("a");
-        QTest::newRow("an agent without anything")
-            << QByteArray("{}") << adoptTitle << QStringLiteral("/") << QString();
+            << QByteArray(R"({"ecosystem":"codex","id":"a"})") << adoptTitle << u"codex/a"_s << u"a"_s;
+        QTest::newRow("an agent without anything") << "{}"_ba << adoptTitle << u"/"_s << QString();
     }
 
     void renameAndAdoptAskWithWhatTheRowHolds()
@@ -195,16 +191,15 @@ private slots:
         QTest::addColumn<QString>("status");
         QTest::newRow("a managed agent") << QByteArray(
             R"({"ecosystem":"codex","id":"a","origin":"managed","workspace":"/w"})")
-                                         << QByteArray("rename_local_agent")
-                                         << QByteArray("[\"codex\",\"a\",\"新 name\"]")
-                                         << QStringLiteral("Renamed codex/a");
+                                         << "rename_local_agent"_ba
+                                         << "[\"codex\",\"a\",\"新 name\"]"_ba << u"Renamed codex/a"_s;
         QTest::newRow("a discovered agent")
             << QByteArray(R"({"ecosystem":"kimi","id":"b","origin":"runtime","workspace":"/w"})")
-            << QByteArray("adopt_local_agent") << QByteArray("[\"kimi\",\"b\",\"新 name\",\"/w\"]")
-            << QStringLiteral("Adopted kimi/b");
+            << "adopt_local_agent"_ba
+            << "[\"kimi\",\"b\",\"新 name\",\"/w\"]"_ba << u"Adopted kimi/b"_s;
         QTest::newRow("one whose case differs is discovered")
-            << QByteArray(R"({"ecosystem":"kimi","id":"b","origin":"MANAGED"})") << QByteArray("adopt_local_agent")
-            << QByteArray("[\"kimi\",\"b\",\"新 name\",\"\"]") << QStringLiteral("Adopted kimi/b");
+            << QByteArray(R"({"ecosystem":"kimi","id":"b","origin":"MANAGED"})") << "adopt_local_agent"_ba
+            << "[\"kimi\",\"b\",\"新 name\",\"\"]"_ba << u"Adopted kimi/b"_s;
     }
 
     void renameAndAdoptSaveTheName()
@@ -215,7 +210,7 @@ private slots:
         QFETCH(QString, status);
         m_tab->show(Json::array({Json::parse(row.toStdString())}));
         m_tab->table()->selectRow(0);
-        const DialogRobot robot({AgentAnswers::saveName(QStringLiteral(" 新 name\u2028 "))});
+        const DialogRobot robot({AgentAnswers::saveName(u" 新 name\u2028 "_s)});
         const QString said = m_tab->statusBeforeRefresh(Json::array(), [this] { press("Adopt / Rename"); });
         verifyCalls({{function.toStdString(), Json::parse(args.toStdString())}});
         QCOMPARE(said, status);
@@ -226,9 +221,9 @@ private slots:
     {
         QTest::addColumn<QByteArray>("origin");
         QTest::addColumn<QString>("name");
-        QTest::newRow("no name for a managed agent") << QByteArray("managed") << QString();
-        QTest::newRow("no name for a discovered agent") << QByteArray("discovered") << QString();
-        QTest::newRow("nothing but white space") << QByteArray("discovered") << QStringLiteral(" \t\u00a0\u3000");
+        QTest::newRow("no name for a managed agent") << "managed"_ba << QString();
+        QTest::newRow("no name for a discovered agent") << "discovered"_ba << QString();
+        QTest::newRow("nothing but white space") << "discovered"_ba << u" \t\u00a0\u3000"_s;
     }
 
     void aBlankNameDoesNothing()
@@ -247,8 +242,8 @@ private slots:
     void configureRunsForOpenclaw_data()
     {
         QTest::addColumn<QByteArray>("ecosystem");
-        QTest::newRow("in small letters") << QByteArray("openclaw");
-        QTest::newRow("in any letters") << QByteArray("OpenCLAW");
+        QTest::newRow("in small letters") << "openclaw"_ba;
+        QTest::newRow("in any letters") << "OpenCLAW"_ba;
     }
 
     void configureRunsForOpenclaw()
@@ -259,7 +254,7 @@ private slots:
         const DialogRobot robot;
         press("Run Configure");
         verifyCalls({{"launch_openclaw_configure_interactive", Json::array()}});
-        QCOMPARE(m_tab->status(), QStringLiteral("Launched openclaw configure."));
+        QCOMPARE(m_tab->status(), u"Launched openclaw configure."_s);
         QCOMPARE(m_tab->refreshes(), 1);
         QVERIFY(robot.shown().empty());
     }
@@ -268,7 +263,7 @@ private slots:
     {
         QTest::addColumn<QByteArray>("row");
         QTest::newRow("not for codex") << QByteArray(R"({"ecosystem":"codex"})");
-        QTest::newRow("not without an ecosystem") << QByteArray("{}");
+        QTest::newRow("not without an ecosystem") << "{}"_ba;
         QTest::newRow("not with a blank") << QByteArray(R"({"ecosystem":"openclaw "})");
     }
 
@@ -277,10 +272,10 @@ private slots:
         QFETCH(QByteArray, row);
         m_tab->show(Json::array({Json::parse(row.toStdString())}));
         m_tab->table()->selectRow(0);
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        const DialogRobot robot({DialogRobot::press(u"OK"_s)});
         press("Run Configure");
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Unsupported")});
-        QCOMPARE(robot.shown().at(0).text, QStringLiteral("Only openclaw configure is supported right now."));
+        QCOMPARE(robot.titles(), QStringList{u"Unsupported"_s});
+        QCOMPARE(robot.shown().at(0).text, u"Only openclaw configure is supported right now."_s);
         verifyCalls({});
     }
 
@@ -288,15 +283,15 @@ private slots:
     {
         m_tab->show(Json::array({agentRow("kimi", "other"), agentRow("codex", "a")}));
         m_tab->table()->selectRow(1);
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("Delete"))});
+        const DialogRobot robot({DialogRobot::press(u"Delete"_s)});
         const QString said =
             m_tab->statusBeforeRefresh(Json::array({agentRow("kimi", "other")}), [this] { press("Delete"); });
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Delete Agent")});
-        QCOMPARE(robot.shown().at(0).text, QStringLiteral("Delete codex/a and remove its workspace?"));
-        QCOMPARE(robot.shown().at(0).buttons, QStringList({QStringLiteral("Cancel"), QStringLiteral("Delete")}));
-        QCOMPARE(robot.shown().at(0).defaultButton, QStringLiteral("Delete"));
+        QCOMPARE(robot.titles(), QStringList{u"Delete Agent"_s});
+        QCOMPARE(robot.shown().at(0).text, u"Delete codex/a and remove its workspace?"_s);
+        QCOMPARE(robot.shown().at(0).buttons, QStringList({u"Cancel"_s, u"Delete"_s}));
+        QCOMPARE(robot.shown().at(0).defaultButton, u"Delete"_s);
         verifyCalls({{"delete_local_agent", {"codex", "a", true}}});
-        QCOMPARE(said, QStringLiteral("Deleted codex/a"));
+        QCOMPARE(said, u"Deleted codex/a"_s);
         QCOMPARE(m_tab->table()->model()->rowCount(), 1);
         QVERIFY(!m_tab->table()->selectedRow());
     }
@@ -314,11 +309,10 @@ private slots:
         QFETCH(QByteArray, row);
         m_tab->show(Json::array({Json::parse(row.toStdString())}));
         m_tab->table()->selectRow(0);
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        const DialogRobot robot({DialogRobot::press(u"OK"_s)});
         press("Delete");
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Cannot Delete")});
-        QCOMPARE(robot.shown().at(0).text,
-                 QStringLiteral("Discovered agents must be removed from their runtime first."));
+        QCOMPARE(robot.titles(), QStringList{u"Cannot Delete"_s});
+        QCOMPARE(robot.shown().at(0).text, u"Discovered agents must be removed from their runtime first."_s);
         verifyCalls({});
     }
 
@@ -327,7 +321,7 @@ private slots:
         m_tab->show(Json::array({agentRow("codex", "a")}));
         m_tab->table()->selectRow(0);
         m_tab->answer(Json::array({agentRow("kimi", "b"), agentRow("codex", "a", "discovered")}));
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("Delete"))});
+        const DialogRobot robot({DialogRobot::press(u"Delete"_s)});
         press("Delete");
         QCOMPARE(m_tab->table()->model()->rowCount(), 2);
         QCOMPARE(m_tab->table()->selectedRow(), std::optional(agentRow("codex", "a", "discovered")));

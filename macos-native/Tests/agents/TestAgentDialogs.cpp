@@ -11,6 +11,8 @@
 #include <QScopeGuard>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using AgentAnswers::ecosystemPopup;
 using AgentAnswers::nameField;
 
@@ -18,7 +20,7 @@ namespace {
 
 const DialogRobot::Answer& cancel()
 {
-    static const DialogRobot::Answer answer = DialogRobot::press(QStringLiteral("Cancel"));
+    static const DialogRobot::Answer answer = DialogRobot::press(u"Cancel"_s);
     return answer;
 }
 
@@ -38,24 +40,24 @@ private slots:
             QStringList items;
             for (int item = 0; item < ecosystemPopup(dialog)->count(); ++item)
                 items.append(ecosystemPopup(dialog)->itemText(item));
-            QCOMPARE(items, QStringLiteral("openclaw,codex,kimi").split(u','));
-            QCOMPARE(ecosystemPopup(dialog)->currentText(), QStringLiteral("openclaw"));
-            QCOMPARE(nameField(dialog)->text(), QStringLiteral("openclaw 20250101-093000"));
+            QCOMPARE(items, u"openclaw,codex,kimi"_s.split(u','));
+            QCOMPARE(ecosystemPopup(dialog)->currentText(), u"openclaw"_s);
+            QCOMPARE(nameField(dialog)->text(), u"openclaw 20250101-093000"_s);
             QStringList labels;
             for (const QLabel* label : ecosystemPopup(dialog)->parentWidget()->findChildren<QLabel*>())
                 labels.append(label->text());
             labels.sort();
-            QCOMPARE(labels, QStringList({QStringLiteral("Ecosystem"), QStringLiteral("Name"),
-                                          QStringLiteral("Workspace uses the default path automatically. For openclaw, "
-                                                         "Nelo will launch install/configure flow after creating the "
-                                                         "record.")}));
+            QCOMPARE(labels, QStringList({u"Ecosystem"_s, u"Name"_s,
+                                          u"Workspace uses the default path automatically. For openclaw, "
+                                          "Nelo will launch install/configure flow after creating the "
+                                          "record."_s}));
             cancel()(dialog);
         }});
-        askForNewAgent(nullptr, QStringLiteral("20250101-093000"));
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Add Agent")});
-        QCOMPARE(robot.shown().at(0).text, QStringLiteral("Create a managed agent record."));
-        QCOMPARE(robot.shown().at(0).buttons, QStringList({QStringLiteral("Cancel"), QStringLiteral("Create")}));
-        QCOMPARE(robot.shown().at(0).defaultButton, QStringLiteral("Create"));
+        askForNewAgent(nullptr, u"20250101-093000"_s);
+        QCOMPARE(robot.titles(), QStringList{u"Add Agent"_s});
+        QCOMPARE(robot.shown().at(0).text, u"Create a managed agent record."_s);
+        QCOMPARE(robot.shown().at(0).buttons, QStringList({u"Cancel"_s, u"Create"_s}));
+        QCOMPARE(robot.shown().at(0).defaultButton, u"Create"_s);
     }
 
     void theNewAgentsFormHasTheGivenSizes()
@@ -73,7 +75,7 @@ private slots:
             }
             cancel()(dialog);
         }});
-        askForNewAgent(nullptr, QStringLiteral("20250101-093000"));
+        askForNewAgent(nullptr, u"20250101-093000"_s);
         QCOMPARE(robot.shown().size(), 1U);
     }
 
@@ -86,39 +88,39 @@ private slots:
         QApplication::setFont(wide);
         const DialogRobot robot({[](QDialog& dialog) {
             const QWidget* form = ecosystemPopup(dialog)->parentWidget();
-            const auto* note = form->findChild<QLabel*>(QStringLiteral("note"));
+            const auto* note = form->findChild<QLabel*>(u"note"_s);
             QVERIFY(form->height() > 126);
             QCOMPARE(note->height(), note->heightForWidth(note->width()));
             QCOMPARE(form->height(), note->geometry().bottom() + 1 + 4);
             cancel()(dialog);
         }});
-        askForNewAgent(nullptr, QStringLiteral("20250101-093000"));
+        askForNewAgent(nullptr, u"20250101-093000"_s);
         QCOMPARE(robot.shown().size(), 1U);
     }
 
     void theNewAgentsFieldsAreNamedForAssistiveTechnology()
     {
         const DialogRobot robot({[](QDialog& dialog) {
-            QCOMPARE(ecosystemPopup(dialog)->accessibleDescription(), QStringLiteral("Ecosystem"));
+            QCOMPARE(ecosystemPopup(dialog)->accessibleDescription(), u"Ecosystem"_s);
             QMap<QString, QWidget*> buddies;
             for (const QLabel* label : ecosystemPopup(dialog)->parentWidget()->findChildren<QLabel*>())
                 buddies.insert(label->text().left(9), label->buddy());
-            QCOMPARE(buddies.value(QStringLiteral("Ecosystem")), ecosystemPopup(dialog));
-            QCOMPARE(buddies.value(QStringLiteral("Name")), nameField(dialog));
+            QCOMPARE(buddies.value(u"Ecosystem"_s), ecosystemPopup(dialog));
+            QCOMPARE(buddies.value(u"Name"_s), nameField(dialog));
             cancel()(dialog);
         }});
-        askForNewAgent(nullptr, QStringLiteral("20250101-093000"));
+        askForNewAgent(nullptr, u"20250101-093000"_s);
         QCOMPARE(robot.shown().size(), 1U);
     }
 
     void theNoteIsInTheSecondaryColor()
     {
         const DialogRobot robot({[](QDialog& dialog) {
-            const auto* note = dialog.findChild<WrappingLabel*>(QStringLiteral("note"));
+            const auto* note = dialog.findChild<WrappingLabel*>(u"note"_s);
             QCOMPARE(note->palette().color(QPalette::WindowText), Colors::secondaryText(dialog.palette()));
             cancel()(dialog);
         }});
-        askForNewAgent(nullptr, QStringLiteral("20250101-093000"));
+        askForNewAgent(nullptr, u"20250101-093000"_s);
         QCOMPARE(robot.shown().size(), 1U);
     }
 
@@ -129,74 +131,72 @@ private slots:
             QTest::keyClick(ecosystemPopup(dialog), Qt::Key_Down);
             QTest::keyClick(ecosystemPopup(dialog), Qt::Key_Tab);
             QVERIFY(nameField(dialog)->hasFocus());
-            QTest::keyClicks(nameField(dialog), QStringLiteral("typed"));
+            QTest::keyClicks(nameField(dialog), u"typed"_s);
             QTest::keyClick(nameField(dialog), Qt::Key_Return);
         }});
-        const std::optional<NewAgentChoice> choice = askForNewAgent(nullptr, QStringLiteral("20250101-093000"));
+        const std::optional<NewAgentChoice> choice = askForNewAgent(nullptr, u"20250101-093000"_s);
         QVERIFY(choice);
-        QCOMPARE(choice->ecosystem, QStringLiteral("codex"));
-        QCOMPARE(choice->name, QStringLiteral("typed")); // Tab selects what is there, so that typing replaces it
+        QCOMPARE(choice->ecosystem, u"codex"_s);
+        QCOMPARE(choice->name, u"typed"_s); // Tab selects what is there, so that typing replaces it
     }
 
     void aNewAgentIsWhatWasChosen()
     {
-        const DialogRobot robot({AgentAnswers::create(QStringLiteral("kimi"), QStringLiteral(" 名 "))});
-        const std::optional<NewAgentChoice> choice = askForNewAgent(nullptr, QStringLiteral("20250101-093000"));
+        const DialogRobot robot({AgentAnswers::create(u"kimi"_s, u" 名 "_s)});
+        const std::optional<NewAgentChoice> choice = askForNewAgent(nullptr, u"20250101-093000"_s);
         QVERIFY(choice);
-        QCOMPARE(choice->ecosystem, QStringLiteral("kimi"));
-        QCOMPARE(choice->name, QStringLiteral(" 名 "));
+        QCOMPARE(choice->ecosystem, u"kimi"_s);
+        QCOMPARE(choice->name, u" 名 "_s);
     }
 
     void anotherEcosystemLeavesTheNameAlone()
     {
         const DialogRobot robot({[](QDialog& dialog) {
-            ecosystemPopup(dialog)->setCurrentText(QStringLiteral("kimi"));
-            DialogRobot::press(QStringLiteral("Create"))(dialog);
+            ecosystemPopup(dialog)->setCurrentText(u"kimi"_s);
+            DialogRobot::press(u"Create"_s)(dialog);
         }});
-        QCOMPARE(askForNewAgent(nullptr, QStringLiteral("20250101-093000"))->name,
-                 QStringLiteral("openclaw 20250101-093000"));
+        QCOMPARE(askForNewAgent(nullptr, u"20250101-093000"_s)->name, u"openclaw 20250101-093000"_s);
     }
 
     void withoutASelectedEcosystemItIsTheFirst()
     {
         const DialogRobot robot({[](QDialog& dialog) {
             ecosystemPopup(dialog)->setCurrentIndex(-1);
-            DialogRobot::press(QStringLiteral("Create"))(dialog);
+            DialogRobot::press(u"Create"_s)(dialog);
         }});
-        QCOMPARE(askForNewAgent(nullptr, QStringLiteral("20250101-093000"))->ecosystem, QStringLiteral("openclaw"));
+        QCOMPARE(askForNewAgent(nullptr, u"20250101-093000"_s)->ecosystem, u"openclaw"_s);
     }
 
     void aCancelledNewAgentIsNone()
     {
         const DialogRobot robot({cancel(), DialogRobot::press(Qt::Key_Escape)});
-        QVERIFY(!askForNewAgent(nullptr, QStringLiteral("20250101-093000")));
-        QVERIFY(!askForNewAgent(nullptr, QStringLiteral("20250101-093000")));
+        QVERIFY(!askForNewAgent(nullptr, u"20250101-093000"_s));
+        QVERIFY(!askForNewAgent(nullptr, u"20250101-093000"_s));
         QCOMPARE(robot.shown().size(), 2U);
     }
 
     void aNameIsAskedForAsGiven()
     {
         const DialogRobot robot({[](QDialog& dialog) {
-            QCOMPARE(nameField(dialog)->text(), QStringLiteral("<i>名</i>"));
+            QCOMPARE(nameField(dialog)->text(), u"<i>名</i>"_s);
             QCOMPARE(nameField(dialog)->size(), QSize(280, 24));
-            QCOMPARE(nameField(dialog)->accessibleName(), QStringLiteral("Name"));
+            QCOMPARE(nameField(dialog)->accessibleName(), u"Name"_s);
             QVERIFY(nameField(dialog)->hasFocus());
-            QCOMPARE(nameField(dialog)->selectedText(), QStringLiteral("<i>名</i>"));
+            QCOMPARE(nameField(dialog)->selectedText(), u"<i>名</i>"_s);
             cancel()(dialog);
         }});
-        askForName(nullptr, QStringLiteral("Rename Agent"), QStringLiteral("codex/<b>a</b>"),
-                   QStringLiteral("<i>名</i>"));
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Rename Agent")});
-        QCOMPARE(robot.shown().at(0).text, QStringLiteral("codex/<b>a</b>"));
-        QCOMPARE(robot.shown().at(0).buttons, QStringList({QStringLiteral("Cancel"), QStringLiteral("Save")}));
-        QCOMPARE(robot.shown().at(0).defaultButton, QStringLiteral("Save"));
+        askForName(nullptr, u"Rename Agent"_s, u"codex/<b>a</b>"_s, u"<i>名</i>"_s);
+        QCOMPARE(robot.titles(), QStringList{u"Rename Agent"_s});
+        QCOMPARE(robot.shown().at(0).text, u"codex/<b>a</b>"_s);
+        QCOMPARE(robot.shown().at(0).buttons, QStringList({u"Cancel"_s, u"Save"_s}));
+        QCOMPARE(robot.shown().at(0).defaultButton, u"Save"_s);
     }
 
     void whateverANameHoldsComesBack_data()
     {
         QTest::addColumn<QString>("name");
-        QTest::newRow("a line feed") << QStringLiteral("a\nb");
-        QTest::newRow("a bidirectional mark") << QStringLiteral("a\u202eb");
+        QTest::newRow("a line feed") << u"a\nb"_s;
+        QTest::newRow("a bidirectional mark") << u"a\u202eb"_s;
         QTest::newRow("ten thousand characters") << QString(10'000, u'n');
         QTest::newRow("more characters than a field takes by itself") << QString(40'000, u'名');
     }
@@ -211,18 +211,18 @@ private slots:
                                      dialog.grab(); // painting it does no harm
                                      AgentAnswers::saveName(name)(dialog);
                                  },
-                                 AgentAnswers::create(QStringLiteral("kimi"), name)});
-        QCOMPARE(askForName(nullptr, QStringLiteral("Rename Agent"), QStringLiteral("codex/a"), name), name);
-        QCOMPARE(askForNewAgent(nullptr, QStringLiteral("20250101-093000"))->name, name);
+                                 AgentAnswers::create(u"kimi"_s, name)});
+        QCOMPARE(askForName(nullptr, u"Rename Agent"_s, u"codex/a"_s, name), name);
+        QCOMPARE(askForNewAgent(nullptr, u"20250101-093000"_s)->name, name);
     }
 
     void aNameIsTrimmed_data()
     {
         QTest::addColumn<QString>("entered");
         QTest::addColumn<QString>("name");
-        QTest::newRow("as entered") << QStringLiteral("名") << QStringLiteral("名");
-        QTest::newRow("without white space around it") << QStringLiteral(" \ta b\n\u2028") << QStringLiteral("a b");
-        QTest::newRow("nothing but white space is empty") << QStringLiteral(" \u00a0\u3000") << QString();
+        QTest::newRow("as entered") << u"名"_s << u"名"_s;
+        QTest::newRow("without white space around it") << u" \ta b\n\u2028"_s << u"a b"_s;
+        QTest::newRow("nothing but white space is empty") << u" \u00a0\u3000"_s << QString();
     }
 
     void aNameIsTrimmed()
@@ -230,14 +230,14 @@ private slots:
         QFETCH(QString, entered);
         QFETCH(QString, name);
         const DialogRobot robot({AgentAnswers::saveName(entered)});
-        QCOMPARE(askForName(nullptr, {}, {}, QStringLiteral("old")).value_or(QStringLiteral("none")), name);
+        QCOMPARE(askForName(nullptr, {}, {}, u"old"_s).value_or(u"none"_s), name);
     }
 
     void aCancelledNameIsNone()
     {
         const DialogRobot robot({cancel(), DialogRobot::press(Qt::Key_Escape)});
-        QVERIFY(!askForName(nullptr, {}, {}, QStringLiteral("old")));
-        QVERIFY(!askForName(nullptr, {}, {}, QStringLiteral("old")));
+        QVERIFY(!askForName(nullptr, {}, {}, u"old"_s));
+        QVERIFY(!askForName(nullptr, {}, {}, u"old"_s));
         QCOMPARE(robot.shown().size(), 2U);
     }
 
@@ -245,7 +245,7 @@ private slots:
     {
         QWidget form;
         auto* field = new QLineEdit(&form);
-        form.setLayout(labelRow(QStringLiteral("A label that is too long for its room"), field));
+        form.setLayout(labelRow(u"A label that is too long for its room"_s, field));
         form.show();
         QVERIFY(QTest::qWaitForWindowExposed(&form));
         const auto* label = form.findChild<QLabel*>();
@@ -262,7 +262,7 @@ private slots:
         QWidget form;
         auto* field = new QLineEdit(&form);
         field->setFixedWidth(120);
-        form.setLayout(labelRow(QStringLiteral("Name"), field));
+        form.setLayout(labelRow(u"Name"_s, field));
         form.show();
         QVERIFY(QTest::qWaitForWindowExposed(&form));
         QCOMPARE(field->width(), 280);

@@ -9,12 +9,14 @@
 
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 NeloWindow* editorWindow(const QString& path)
 {
     for (QWidget* widget : QApplication::topLevelWidgets()) {
-        if (widget->windowTitle() == QStringLiteral("Config Editor - ") + path)
+        if (widget->windowTitle() == u"Config Editor - "_s + path)
             return qobject_cast<NeloWindow*>(widget);
     }
     return nullptr;
@@ -22,7 +24,7 @@ NeloWindow* editorWindow(const QString& path)
 
 QPlainTextEdit* textView(const NeloWindow* window)
 {
-    return window->findChild<QPlainTextEdit*>(QStringLiteral("textView"));
+    return window->findChild<QPlainTextEdit*>(u"textView"_s);
 }
 
 } // namespace
@@ -51,12 +53,11 @@ private slots:
     {
         QTest::addColumn<QByteArray>("row");
         QTest::addColumn<QString>("file");
-        QTest::newRow("codex") << QByteArray(R"({"ecosystem":"codex","id":"a"})")
-                               << QStringLiteral(".codex/config.json");
-        QTest::newRow("kimi") << QByteArray(R"({"ecosystem":"kimi","id":"a"})") << QStringLiteral(".kimi/config.json");
+        QTest::newRow("codex") << QByteArray(R"({"ecosystem":"codex","id":"a"})") << u".codex/config.json"_s;
+        QTest::newRow("kimi") << QByteArray(R"({"ecosystem":"kimi","id":"a"})") << u".kimi/config.json"_s;
         QTest::newRow("codex in other letters is not codex")
-            << QByteArray(R"({"ecosystem":"Codex","id":"a"})") << QStringLiteral(".openclaw/openclaw.json");
-        QTest::newRow("no ecosystem") << QByteArray("{}") << QStringLiteral(".openclaw/openclaw.json");
+            << QByteArray(R"({"ecosystem":"Codex","id":"a"})") << u".openclaw/openclaw.json"_s;
+        QTest::newRow("no ecosystem") << "{}"_ba << u".openclaw/openclaw.json"_s;
     }
 
     void theEditorOpensTheEcosystemsFile()
@@ -66,12 +67,12 @@ private slots:
         m_tab->show(Json::array({Json::parse(row.toStdString())}));
         m_tab->table()->selectRow(0);
         press("Config Editor");
-        QCOMPARE(Files::contentOf(home(file)), QByteArray("{}\n"));
+        QCOMPARE(Files::contentOf(home(file)), "{}\n"_ba);
         NeloWindow* window = editorWindow(home(file));
         QVERIFY(window);
         QVERIFY(QTest::qWaitForWindowActive(window));
-        QCOMPARE(textView(window)->toPlainText(), QStringLiteral("{}\n"));
-        QCOMPARE(window->findChild<QLabel*>(QStringLiteral("pathLabel"))->text(), home(file));
+        QCOMPARE(textView(window)->toPlainText(), u"{}\n"_s);
+        QCOMPARE(window->findChild<QLabel*>(u"pathLabel"_s)->text(), home(file));
         QVERIFY(m_tab->actions().empty());
         QCOMPARE(m_tab->refreshes(), 1);
     }
@@ -83,32 +84,32 @@ private slots:
         press("Config Editor");
         constexpr QFile::Permissions others = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther
                                               | QFile::WriteOther | QFile::ExeOther;
-        QVERIFY(!(QFileInfo(home(QStringLiteral(".codex"))).permissions() & others));
-        QVERIFY(!(QFileInfo(home(QStringLiteral(".codex/config.json"))).permissions() & others));
+        QVERIFY(!(QFileInfo(home(u".codex"_s)).permissions() & others));
+        QVERIFY(!(QFileInfo(home(u".codex/config.json"_s)).permissions() & others));
     }
 
     void anExistingConfigurationIsOpenedAsItIs()
     {
-        QVERIFY(QDir().mkdir(home(QStringLiteral(".codex"))));
-        Files::create(home(QStringLiteral(".codex/config.json")), "{,]\r\n");
+        QVERIFY(QDir().mkdir(home(u".codex"_s)));
+        Files::create(home(u".codex/config.json"_s), "{,]\r\n");
         m_tab->show(Json::array({agentRow("codex", "a")}));
         m_tab->table()->selectRow(0);
         press("Config Editor");
-        QCOMPARE(Files::contentOf(home(QStringLiteral(".codex/config.json"))), QByteArray("{,]\r\n"));
+        QCOMPARE(Files::contentOf(home(u".codex/config.json"_s)), "{,]\r\n"_ba);
     }
 
     void aConfigurationThatCannotBeMadeOpensEmpty()
     {
-        Files::create(home(QStringLiteral(".kimi")), "a file in the folder's place");
+        Files::create(home(u".kimi"_s), "a file in the folder's place");
         m_tab->show(Json::array({agentRow("kimi", "a")}));
         m_tab->table()->selectRow(0);
         const DialogRobot robot;
         press("Config Editor");
-        const NeloWindow* window = editorWindow(home(QStringLiteral(".kimi/config.json")));
+        const NeloWindow* window = editorWindow(home(u".kimi/config.json"_s));
         QVERIFY(window);
         QCOMPARE(textView(window)->toPlainText(), QString());
         QVERIFY(robot.shown().empty());
-        QCOMPARE(Files::contentOf(home(QStringLiteral(".kimi"))), QByteArray("a file in the folder's place"));
+        QCOMPARE(Files::contentOf(home(u".kimi"_s)), "a file in the folder's place"_ba);
     }
 
     void eachPressOpensAnotherEditor()
@@ -116,14 +117,30 @@ private slots:
         m_tab->show(Json::array({agentRow("codex", "a")}));
         m_tab->table()->selectRow(0);
         press("Config Editor");
-        const QPointer<NeloWindow> first = editorWindow(home(QStringLiteral(".codex/config.json")));
-        first->setWindowTitle(QStringLiteral("found"));
+        const QPointer<NeloWindow> first = editorWindow(home(u".codex/config.json"_s));
+        first->setWindowTitle(u"found"_s);
         press("Config Editor");
-        const QPointer<NeloWindow> second = editorWindow(home(QStringLiteral(".codex/config.json")));
+        const QPointer<NeloWindow> second = editorWindow(home(u".codex/config.json"_s));
         QVERIFY(second && second != first);
         first->close();
         QTRY_VERIFY(!first);
         QVERIFY(second->isVisible());
+    }
+
+    void aSecondEditorDoesNotCoverTheFirst()
+    {
+        m_tab->show(Json::array({agentRow("codex", "a")}));
+        m_tab->table()->selectRow(0);
+        QSet<std::pair<int, int>> places;
+        for (int editor = 0; editor < 60; ++editor) {
+            press("Config Editor");
+            NeloWindow* window = editorWindow(home(u".codex/config.json"_s));
+            window->setWindowTitle(u"found"_s);
+            if (editor < 3)
+                places.insert({window->x(), window->y()});
+            QVERIFY(window->screen()->availableGeometry().contains(window->pos()));
+        }
+        QCOMPARE(places.size(), 3);
     }
 
     void aSavedConfigurationIsTold()
@@ -131,13 +148,13 @@ private slots:
         m_tab->show(Json::array({agentRow("codex", "a")}));
         m_tab->table()->selectRow(0);
         press("Config Editor");
-        const QString path = home(QStringLiteral(".codex/config.json"));
+        const QString path = home(u".codex/config.json"_s);
         const QPointer<NeloWindow> window = editorWindow(path);
-        QTest::keyClicks(textView(window), QStringLiteral("x"));
+        QTest::keyClicks(textView(window), u"x"_s);
         QTest::mouseClick(window->findChildren<QPushButton*>().last(), Qt::LeftButton);
         QTRY_VERIFY(!window);
-        QCOMPARE(Files::contentOf(path), QByteArray("x{}\n"));
-        QCOMPARE(m_tab->status(), QStringLiteral("Saved config: ") + path);
+        QCOMPARE(Files::contentOf(path), "x{}\n"_ba);
+        QCOMPARE(m_tab->status(), u"Saved config: "_s + path);
         QCOMPARE(m_tab->refreshes(), 1);
     }
 
@@ -146,14 +163,14 @@ private slots:
         m_tab->show(Json::array({agentRow("codex", "a")}));
         m_tab->table()->selectRow(0);
         press("Config Editor");
-        const QString path = home(QStringLiteral(".codex/config.json"));
+        const QString path = home(u".codex/config.json"_s);
         const QPointer<NeloWindow> window = editorWindow(path);
         m_tab->window.reset();
         QVERIFY(!m_tab->controller);
-        QTest::keyClicks(textView(window), QStringLiteral("x"));
+        QTest::keyClicks(textView(window), u"x"_s);
         QTest::mouseClick(window->findChildren<QPushButton*>().last(), Qt::LeftButton);
         QTRY_VERIFY(!window);
-        QCOMPARE(Files::contentOf(path), QByteArray("x{}\n"));
+        QCOMPARE(Files::contentOf(path), "x{}\n"_ba);
     }
 
 private:

@@ -1,6 +1,9 @@
 #include "base/Json.h"
 #include "fuzz/Invariant.h"
 #include "skills/core/SkillEntry.h"
+#include "ui/VerbatimTextEdit.h"
+
+#include <QApplication>
 
 namespace {
 
@@ -22,16 +25,33 @@ void requireFieldsShow(const Json& env)
     }
 }
 
+/// What the user sees and saves is what the editor's widget gives back.
+void requireEditorKeeps(const QString& text)
+{
+    VerbatimTextEdit editor;
+    editor.setText(text);
+    require(editor.text() == text, "a text that is not edited stays as it is");
+}
+
 } // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    static const QApplication application(*argc, *argv);
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const QString text = QString::fromStdString(bytesOf(data, size));
+    requireEditorKeeps(text);
     const std::optional<Json> env = parseObject(text);
     require(env || !text.trimmed().isEmpty(), "nothing but blanks is an empty environment");
     if (!env)
         return 0;
     require(env->is_object(), "an environment is an object");
+    requireEditorKeeps(prettyEnv(*env));
     requireWrittenReadsTheSame(*env);
     requireFieldsShow(*env);
     return 0;

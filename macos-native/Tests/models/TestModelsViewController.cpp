@@ -17,6 +17,8 @@
 
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 using Calls = std::vector<ScriptedBackend::Call>;
 
 /// The Models tab on the real helper.
@@ -55,11 +57,11 @@ private slots:
             m_backend->calls()
             == (Calls{{"list_remote_models", none}, {"list_local_models", none}, {"list_model_download_tasks", none}}));
         QCOMPARE(table("remoteTable")->model()->rowCount(), 2);
-        QCOMPARE(table("remoteTable")->model()->index(0, 4).data().toString(), QStringLiteral("qwen3,chat"));
+        QCOMPARE(table("remoteTable")->model()->index(0, 4).data().toString(), u"qwen3,chat"_s);
         QCOMPARE(table("localTable")->model()->rowCount(), 1);
         QCOMPARE(table("taskTable")->model()->rowCount(), 2);
-        QCOMPARE(summary(), QStringLiteral("Local: 1  Tasks: 2"));
-        QCOMPARE(status(), QStringLiteral("Loaded local models and tasks."));
+        QCOMPARE(summary(), u"Local: 1  Tasks: 2"_s);
+        QCOMPARE(status(), u"Loaded local models and tasks."_s);
         show();
         QCOMPARE(m_backend->calls().size(), 3U);
     }
@@ -68,20 +70,20 @@ private slots:
     {
         show();
         m_backend->answer("list_remote_models", {{"name", "a"}});
-        press(QStringLiteral("Refresh Remote"));
+        press(u"Refresh Remote"_s);
         QCOMPARE(table("remoteTable")->model()->rowCount(), 0);
         QCOMPARE(table("localTable")->model()->rowCount(), 1);
-        QCOMPARE(status(), QStringLiteral("Loaded remote model catalog."));
+        QCOMPARE(status(), u"Loaded remote model catalog."_s);
     }
 
     void anErrorOfTheCatalogueLeavesTheOtherLists()
     {
         show();
         m_backend->raise("list_remote_models", "OSError", "no <b>catalogue</b>");
-        press(QStringLiteral("Refresh Remote"));
+        press(u"Refresh Remote"_s);
         QCOMPARE(table("remoteTable")->model()->rowCount(), 0);
         QCOMPARE(table("localTable")->model()->rowCount(), 1);
-        QCOMPARE(status(), QStringLiteral("ERROR: OSError: no <b>catalogue</b>"));
+        QCOMPARE(status(), u"ERROR: OSError: no <b>catalogue</b>"_s);
         QCOMPARE(m_backend->calls().size(), 4U);
     }
 
@@ -89,16 +91,16 @@ private slots:
     {
         show();
         m_backend->raise("list_model_download_tasks", "OSError", "no server");
-        press(QStringLiteral("Refresh Local/Tasks"));
+        press(u"Refresh Local/Tasks"_s);
         QCOMPARE(table("localTable")->model()->rowCount(), 0);
         QCOMPARE(table("taskTable")->model()->rowCount(), 0);
         QCOMPARE(table("remoteTable")->model()->rowCount(), 2);
-        QCOMPARE(summary(), QStringLiteral("Local: 0  Tasks: 0"));
-        QCOMPARE(status(), QStringLiteral("ERROR: OSError: no server"));
+        QCOMPARE(summary(), u"Local: 0  Tasks: 0"_s);
+        QCOMPARE(status(), u"ERROR: OSError: no server"_s);
 
         m_backend->raise("list_local_models", "OSError", "no models");
-        press(QStringLiteral("Refresh Local/Tasks"));
-        QCOMPARE(status(), QStringLiteral("ERROR: OSError: no models"));
+        press(u"Refresh Local/Tasks"_s);
+        QCOMPARE(status(), u"ERROR: OSError: no models"_s);
         QCOMPARE(m_backend->count("list_model_download_tasks"), 3); // asked all the same
     }
 
@@ -106,11 +108,11 @@ private slots:
     {
         show();
         m_backend->script("list_local_models", {{{"exit", 1}}});
-        press(QStringLiteral("Refresh Local/Tasks"));
-        QCOMPARE(status(), QStringLiteral("ERROR: backend helper terminated"));
+        press(u"Refresh Local/Tasks"_s);
+        QCOMPARE(status(), u"ERROR: backend helper terminated"_s);
         m_backend->answer("list_local_models", Json::array());
-        press(QStringLiteral("Refresh Local/Tasks"));
-        QCOMPARE(summary(), QStringLiteral("Local: 0  Tasks: 2"));
+        press(u"Refresh Local/Tasks"_s);
+        QCOMPARE(summary(), u"Local: 0  Tasks: 2"_s);
     }
 
     void selectionAndWidthsStayAcrossARefresh()
@@ -123,8 +125,8 @@ private slots:
         m_backend->answer("list_remote_models", {{{"name", "new"}}, {{"name", "qwen3:8b"}}, {{"name", "other"}}});
         m_backend->answer("list_local_models", {{{"name", "new"}}, {{"name", "qwen3:8b"}}});
         m_backend->answer("list_model_download_tasks", {{{"id", "2"}, {"status", "done"}}, {{"id", "1"}}});
-        press(QStringLiteral("Refresh Remote"));
-        press(QStringLiteral("Refresh Local/Tasks"));
+        press(u"Refresh Remote"_s);
+        press(u"Refresh Local/Tasks"_s);
         QCOMPARE(table("remoteTable")->currentIndex().row(), 2);
         QCOMPARE(table("remoteTable")->columnWidth(0), 111);
         QCOMPARE(table("localTable")->currentIndex().row(), 1);
@@ -138,16 +140,15 @@ private slots:
         m_backend->answer("list_model_download_tasks", Json::array({{{"id", "9"}, {"model", "qwen3:8b"}}}));
         const DialogRobot robot;
         const QString said = m_backend->seenDuring(
-            "list_local_models", Json::array(), [this] { return status(); },
-            [this] { press(QStringLiteral("Download Selected")); });
-        QCOMPARE(said, QStringLiteral("Submitted download for qwen3:8b"));
+            "list_local_models", Json::array(), [this] { return status(); }, [this] { press(u"Download Selected"_s); });
+        QCOMPARE(said, u"Submitted download for qwen3:8b"_s);
         const Calls calls = m_backend->calls();
         QCOMPARE(calls.size(), 6U);
         QCOMPARE(calls.at(3), (ScriptedBackend::Call{"start_model_download", Json::array({"qwen3:8b"})}));
         QCOMPARE(calls.at(4).function, std::string("list_local_models"));
         QCOMPARE(calls.at(5).function, std::string("list_model_download_tasks"));
-        QCOMPARE(status(), QStringLiteral("Loaded local models and tasks."));
-        QCOMPARE(table("taskTable")->model()->index(0, 1).data().toString(), QStringLiteral("qwen3:8b"));
+        QCOMPARE(status(), u"Loaded local models and tasks."_s);
+        QCOMPARE(table("taskTable")->model()->index(0, 1).data().toString(), u"qwen3:8b"_s);
         QVERIFY(robot.shown().empty());
     }
 
@@ -159,14 +160,13 @@ private slots:
         const DialogRobot robot;
         const Json localModels = Json::array({{{"name", "qwen3:8b"}}});
         const QString said = m_backend->seenDuring(
-            "list_local_models", localModels, [this] { return status(); },
-            [this] { press(QStringLiteral("Cancel Task")); });
-        QCOMPARE(said, QStringLiteral("Cancelled task 2"));
+            "list_local_models", localModels, [this] { return status(); }, [this] { press(u"Cancel Task"_s); });
+        QCOMPARE(said, u"Cancelled task 2"_s);
         const Calls calls = m_backend->calls();
         QCOMPARE(calls.size(), 6U);
         QCOMPARE(calls.at(3), (ScriptedBackend::Call{"cancel_model_download", Json::array({"2"})}));
-        QCOMPARE(status(), QStringLiteral("Loaded local models and tasks."));
-        QCOMPARE(summary(), QStringLiteral("Local: 1  Tasks: 0"));
+        QCOMPARE(status(), u"Loaded local models and tasks."_s);
+        QCOMPARE(summary(), u"Local: 1  Tasks: 0"_s);
         QVERIFY(robot.shown().empty());
     }
 
@@ -174,9 +174,8 @@ private slots:
     {
         QTest::addColumn<QString>("button");
         QTest::addColumn<QString>("text");
-        QTest::newRow("a download") << QStringLiteral("Download Selected")
-                                    << QStringLiteral("Select a remote model first.");
-        QTest::newRow("a cancellation") << QStringLiteral("Cancel Task") << QStringLiteral("Select a task first.");
+        QTest::newRow("a download") << u"Download Selected"_s << u"Select a remote model first."_s;
+        QTest::newRow("a cancellation") << u"Cancel Task"_s << u"Select a task first."_s;
     }
 
     void withoutASelectionNothingIsAsked()
@@ -185,9 +184,9 @@ private slots:
         QFETCH(QString, text);
         show();
         table("localTable")->selectRow(0); // the other tables' selections do not count
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        const DialogRobot robot({DialogRobot::press(u"OK"_s)});
         press(button);
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("No Selection")});
+        QCOMPARE(robot.titles(), QStringList{u"No Selection"_s});
         QCOMPARE(robot.shown().at(0).text, text);
         QCOMPARE(m_backend->calls().size(), 3U);
     }
@@ -196,8 +195,8 @@ private slots:
     {
         QTest::addColumn<QByteArray>("value");
         QTest::newRow("empty") << QByteArray(R"("")");
-        QTest::newRow("a number") << QByteArray("7");
-        QTest::newRow("null") << QByteArray("null");
+        QTest::newRow("a number") << "7"_ba;
+        QTest::newRow("null") << "null"_ba;
         QTest::newRow("missing") << QByteArray();
     }
 
@@ -215,9 +214,9 @@ private slots:
         table("remoteTable")->selectRow(0);
         table("taskTable")->selectRow(0);
         const DialogRobot robot({DialogRobot::press(Qt::Key_Escape), DialogRobot::press(Qt::Key_Return)});
-        press(QStringLiteral("Download Selected"));
-        press(QStringLiteral("Cancel Task"));
-        QCOMPARE(robot.titles(), QStringList({QStringLiteral("No Selection"), QStringLiteral("No Selection")}));
+        press(u"Download Selected"_s);
+        press(u"Cancel Task"_s);
+        QCOMPARE(robot.titles(), QStringList({u"No Selection"_s, u"No Selection"_s}));
         QCOMPARE(m_backend->calls().size(), 3U);
     }
 
@@ -226,10 +225,8 @@ private slots:
         QTest::addColumn<QByteArray>("function");
         QTest::addColumn<QString>("button");
         QTest::addColumn<QString>("title");
-        QTest::newRow("of a download") << QByteArray("start_model_download") << QStringLiteral("Download Selected")
-                                       << QStringLiteral("Download Failed");
-        QTest::newRow("of a cancellation")
-            << QByteArray("cancel_model_download") << QStringLiteral("Cancel Task") << QStringLiteral("Cancel Failed");
+        QTest::newRow("of a download") << "start_model_download"_ba << u"Download Selected"_s << u"Download Failed"_s;
+        QTest::newRow("of a cancellation") << "cancel_model_download"_ba << u"Cancel Task"_s << u"Cancel Failed"_s;
     }
 
     void aFailureIsToldInFull()
@@ -241,12 +238,12 @@ private slots:
         table("remoteTable")->selectRow(0);
         table("taskTable")->selectRow(0);
         m_backend->raise(function.toStdString(), "RuntimeError", "服务器 <b>gone</b>");
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        const DialogRobot robot({DialogRobot::press(u"OK"_s)});
         press(button);
         QCOMPARE(robot.titles(), QStringList{title});
-        QCOMPARE(robot.shown().at(0).text, QStringLiteral("ERROR: RuntimeError: 服务器 <b>gone</b>"));
+        QCOMPARE(robot.shown().at(0).text, u"ERROR: RuntimeError: 服务器 <b>gone</b>"_s);
         QCOMPARE(m_backend->calls().size(), 4U); // no refresh
-        QCOMPARE(status(), QStringLiteral("Loaded local models and tasks."));
+        QCOMPARE(status(), u"Loaded local models and tasks."_s);
     }
 
     void aTabThatGoesUnderItsAlertDoesNoHarm()
@@ -254,7 +251,7 @@ private slots:
         show();
         const DialogRobot robot({[this](QDialog& dialog) {
             delete m_controller;
-            DialogRobot::press(QStringLiteral("OK"))(dialog);
+            DialogRobot::press(u"OK"_s)(dialog);
         }});
         QTimer::singleShot(0, m_controller, &ModelsViewController::downloadSelected);
         QTRY_VERIFY(!m_controller);
@@ -281,8 +278,8 @@ private slots:
         const QRect local = boxOf("localTable");
         const QRect tasks = boxOf("taskTable");
         const QRect button = frame(m_controller->findChild<QPushButton*>());
-        const QRect statusLine = frame(m_controller->findChild<QLabel*>(QStringLiteral("statusLabel")));
-        const QRect summaryLine = frame(m_controller->findChild<QLabel*>(QStringLiteral("localSummaryLabel")));
+        const QRect statusLine = frame(m_controller->findChild<QLabel*>(u"statusLabel"_s));
+        const QRect summaryLine = frame(m_controller->findChild<QLabel*>(u"localSummaryLabel"_s));
 
         QCOMPARE(button.topLeft(), QPoint(16, 16));
         QCOMPARE(summaryLine.right() + 1, size.width() - 16);
@@ -304,13 +301,13 @@ private slots:
 
         const auto* box = qobject_cast<QGroupBox*>(table("remoteTable")->parentWidget());
         QCOMPARE(box->contentsRect().marginsRemoved({8, 8, 8, 8}), table("remoteTable")->geometry());
-        QCOMPARE(box->title(), QStringLiteral("Remote Models"));
+        QCOMPARE(box->title(), u"Remote Models"_s);
     }
 
     void theStatusIsInTheSecondaryColor()
     {
         show();
-        const auto* label = m_controller->findChild<QLabel*>(QStringLiteral("statusLabel"));
+        const auto* label = m_controller->findChild<QLabel*>(u"statusLabel"_s);
         QCOMPARE(label->palette().color(QPalette::WindowText), Colors::secondaryText(m_controller->palette()));
     }
 
@@ -318,7 +315,7 @@ private slots:
     {
         show();
         m_backend->raise("list_remote_models", "ValueError", std::string(100'000, 'x') + "\n\n\n");
-        press(QStringLiteral("Refresh Remote"));
+        press(u"Refresh Remote"_s);
         QCoreApplication::processEvents();
         QCOMPARE(m_controller->size(), QSize(1000, 600));
         QVERIFY(m_controller->minimumSizeHint().width() <= 1000);
@@ -329,17 +326,16 @@ private slots:
     void controlsAreNamedAndInReadingOrder()
     {
         show();
-        QCOMPARE(table("remoteTable")->accessibleName(), QStringLiteral("Remote Models"));
-        QCOMPARE(table("localTable")->accessibleName(), QStringLiteral("Local Models"));
-        QCOMPARE(table("taskTable")->accessibleName(), QStringLiteral("Download Tasks"));
+        QCOMPARE(table("remoteTable")->accessibleName(), u"Remote Models"_s);
+        QCOMPARE(table("localTable")->accessibleName(), u"Local Models"_s);
+        QCOMPARE(table("taskTable")->accessibleName(), u"Download Tasks"_s);
         QWidgetList expected;
         QStringList titles;
         for (QPushButton* button : m_controller->findChildren<QPushButton*>()) {
             expected.append(button);
             titles.append(button->accessibleName());
         }
-        QCOMPARE(titles,
-                 QStringLiteral("Refresh Remote,Refresh Local/Tasks,Download Selected,Cancel Task").split(u','));
+        QCOMPARE(titles, u"Refresh Remote,Refresh Local/Tasks,Download Selected,Cancel Task"_s.split(u','));
         expected += {table("remoteTable"), table("localTable"), table("taskTable")};
         expected.first()->setFocus();
         for (QWidget* widget : expected) {
@@ -356,8 +352,8 @@ private:
     }
 
     JsonTable* table(const char* name) const { return m_controller->findChild<JsonTable*>(QString::fromLatin1(name)); }
-    QString summary() const { return m_controller->findChild<QLabel*>(QStringLiteral("localSummaryLabel"))->text(); }
-    QString status() const { return m_controller->findChild<QLabel*>(QStringLiteral("statusLabel"))->text(); }
+    QString summary() const { return m_controller->findChild<QLabel*>(u"localSummaryLabel"_s)->text(); }
+    QString status() const { return m_controller->findChild<QLabel*>(u"statusLabel"_s)->text(); }
 
     void press(const QString& title) const
     {

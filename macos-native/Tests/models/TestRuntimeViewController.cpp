@@ -13,6 +13,8 @@
 
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 /// The Runtime tab on the real helper.
 class TestRuntimeViewController final : public QObject
 {
@@ -43,8 +45,8 @@ private slots:
     void loadsItsReportOnce()
     {
         m_controller->loadViewIfNeeded();
-        QVERIFY(summary().startsWith(QStringLiteral("OS: Debian 你好\nInstalled: yes\n")));
-        QCOMPARE(status(), QStringLiteral("Runtime status refreshed."));
+        QVERIFY(summary().startsWith(u"OS: Debian 你好\nInstalled: yes\n"_s));
+        QCOMPARE(status(), u"Runtime status refreshed."_s);
 
         m_controller->show();
         m_controller->hide();
@@ -58,8 +60,8 @@ private slots:
         m_controller->loadViewIfNeeded();
         m_backend->answer("openclaw_runtime_status", Json::object());
         pressRefresh();
-        QCOMPARE(summary(), QStringLiteral("Runtime status unavailable."));
-        QCOMPARE(status(), QStringLiteral("Failed to refresh runtime status."));
+        QCOMPARE(summary(), u"Runtime status unavailable."_s);
+        QCOMPARE(status(), u"Failed to refresh runtime status."_s);
     }
 
     void aDeadHelperIsShownAndTheNextRefreshRecovers()
@@ -67,20 +69,20 @@ private slots:
         m_controller->loadViewIfNeeded();
         m_backend->script("openclaw_runtime_status", {{{"exit", 1}}});
         pressRefresh();
-        QCOMPARE(summary(), QStringLiteral("ERROR: backend helper terminated"));
-        QCOMPARE(status(), QStringLiteral("Failed to refresh runtime status."));
+        QCOMPARE(summary(), u"ERROR: backend helper terminated"_s);
+        QCOMPARE(status(), u"Failed to refresh runtime status."_s);
 
         m_backend->answer("openclaw_runtime_status", {{"os", "back"}});
         pressRefresh();
-        QVERIFY(summary().startsWith(QStringLiteral("OS: back\n")));
-        QCOMPARE(status(), QStringLiteral("Runtime status refreshed."));
+        QVERIFY(summary().startsWith(u"OS: back\n"_s));
+        QCOMPARE(status(), u"Runtime status refreshed."_s);
     }
 
     void aReplyIsPlainText()
     {
         m_backend->answer("openclaw_runtime_status", {{"os", "<b>bold</b>"}});
         m_controller->loadViewIfNeeded();
-        QVERIFY(summary().startsWith(QStringLiteral("OS: <b>bold</b>\n")));
+        QVERIFY(summary().startsWith(u"OS: <b>bold</b>\n"_s));
         for (const QLabel* label : m_controller->findChildren<QLabel*>())
             QCOMPARE(label->textFormat(), Qt::PlainText);
     }
@@ -106,7 +108,7 @@ private slots:
         };
         const QRect button = frame(m_controller->findChild<QPushButton*>());
         const QRect box = frame(m_controller->findChild<QGroupBox*>());
-        const QRect statusLine = frame(m_controller->findChild<QLabel*>(QStringLiteral("statusLabel")));
+        const QRect statusLine = frame(m_controller->findChild<QLabel*>(u"statusLabel"_s));
         QCOMPARE(button.topLeft(), QPoint(16, 16));
         QCOMPARE(box.left(), 16);
         QCOMPARE(box.top(), button.bottom() + 1 + 10);
@@ -116,19 +118,19 @@ private slots:
         QCOMPARE(statusLine.bottom() + 1, 600 - 14);
         QVERIFY(statusLine.top() - (box.bottom() + 1) >= 12);
         const auto* group = m_controller->findChild<QGroupBox*>();
-        const QRect report = frame(m_controller->findChild<QLabel*>(QStringLiteral("summaryLabel")));
+        const QRect report = frame(m_controller->findChild<QLabel*>(u"summaryLabel"_s));
         const QRect inside = group->contentsRect().translated(box.topLeft());
         QCOMPARE(report.left(), inside.left() + 10);
         QCOMPARE(report.top(), inside.top() + 10);
         QCOMPARE(report.right(), inside.right() - 10);
         QCOMPARE(report.bottom(), inside.bottom() - 10);
-        QCOMPARE(group->title(), QStringLiteral("OpenClaw Runtime"));
+        QCOMPARE(group->title(), u"OpenClaw Runtime"_s);
     }
 
     void controlsHaveAccessibleNames()
     {
         m_controller->loadViewIfNeeded();
-        QCOMPARE(m_controller->findChild<QPushButton*>()->accessibleName(), QStringLiteral("Refresh"));
+        QCOMPARE(m_controller->findChild<QPushButton*>()->accessibleName(), u"Refresh"_s);
     }
 
     void theKeyboardGoesFromTheButtonToTheReport()
@@ -144,8 +146,8 @@ private slots:
     }
 
 private:
-    QString summary() const { return m_controller->findChild<QLabel*>(QStringLiteral("summaryLabel"))->text(); }
-    QString status() const { return m_controller->findChild<QLabel*>(QStringLiteral("statusLabel"))->text(); }
+    QString summary() const { return m_controller->findChild<QLabel*>(u"summaryLabel"_s)->text(); }
+    QString status() const { return m_controller->findChild<QLabel*>(u"statusLabel"_s)->text(); }
     void pressRefresh() { m_controller->findChild<QPushButton*>()->click(); }
 
     std::optional<ScriptedBackend> m_backend;

@@ -100,6 +100,25 @@ public:
             rows.append(model->index(row, 0).data().toString());
         return rows;
     }
+    /// What every control shows or hides, by its name; the rows of the list apart.
+    QStringList everything()
+    {
+        QStringList shown;
+        for (const QWidget* widget : view().findChildren<QWidget*>()) {
+            const auto* popup = qobject_cast<const QComboBox*>(widget);
+            const auto* text = qobject_cast<const QPlainTextEdit*>(widget);
+            const QString value = popup  ? popup->currentText()
+                                  : text ? text->toPlainText()
+                                         : widget->property("text").toString();
+            const QString visibility = QString::fromLatin1(widget->isHidden() ? "hidden" : "shown");
+            const QString placeholder = widget->property("placeholderText").toString();
+            const QString name = widget->objectName().isEmpty() ? placeholder : widget->objectName();
+            if (!name.isEmpty() && !name.startsWith(QStringLiteral("qt_")))
+                shown.append(name + u'=' + value + u' ' + visibility);
+        }
+        return shown;
+    }
+
     JsonTable* table() { return find<JsonTable>("tableView"); }
     QPlainTextEdit* env() { return find<QPlainTextEdit>("envTextView"); }
     QLineEdit* apiKey() { return find<QLineEdit>("apiKeyField"); }

@@ -7,6 +7,8 @@
 
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 /// The news sources of the one skill that watches them, in the tab that it belongs to.
 class TestNewsSourceSection final : public QObject
 {
@@ -31,7 +33,7 @@ private slots:
         QVERIFY(!section()->isHidden());
         QCOMPARE(m_tab->backend.count("list_news_sources"), 1);
         QCOMPARE(m_tab->arguments("list_news_sources").dump(), std::string("[]"));
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for sma."));
+        QCOMPARE(m_tab->status(), u"Loaded config for sma."_s);
         m_tab->select(2);
         QVERIFY(section()->isHidden());
     }
@@ -52,14 +54,13 @@ private slots:
         QMap<int, QString> parts; // by their height in the section
         for (const QLabel* label : section()->findChildren<QLabel*>())
             parts[label->y()] += label->text();
-        parts[m_tab->find<QComboBox>("sourcePopup")->y()] += QStringLiteral("pop-up");
+        parts[m_tab->find<QComboBox>("sourcePopup")->y()] += u"pop-up"_s;
         for (const QFrame* frame : section()->findChildren<QFrame*>()) {
             if (frame->frameShape() == QFrame::HLine)
-                parts[frame->y()] += QStringLiteral("line");
+                parts[frame->y()] += u"line"_s;
         }
         QCOMPARE(parts.values(),
-                 (QStringList{QStringLiteral("Configured Sources"), QStringLiteral("pop-up"), QStringLiteral("line"),
-                              QStringLiteral("Source List"), QStringLiteral("1 sources.")}));
+                 (QStringList{u"Configured Sources"_s, u"pop-up"_s, u"line"_s, u"Source List"_s, u"1 sources."_s}));
     }
 
     void theSectionIsLaidOutAsGiven()
@@ -70,10 +71,9 @@ private slots:
         QTRY_VERIFY(section()->height() > 0);
         int left = 0;
         QRect line;
-        for (const QWidget* control :
-             {m_tab->find<QWidget>("sourcePopup"),
-              static_cast<QWidget*>(Controls::button(m_tab->view(), QStringLiteral("Refresh Sources"))),
-              static_cast<QWidget*>(Controls::button(m_tab->view(), QStringLiteral("Add Source")))}) {
+        for (const QWidget* control : {m_tab->find<QWidget>("sourcePopup"),
+                                       static_cast<QWidget*>(Controls::button(m_tab->view(), u"Refresh Sources"_s)),
+                                       static_cast<QWidget*>(Controls::button(m_tab->view(), u"Add Source"_s))}) {
             QCOMPARE(control->x(), left);
             left = control->geometry().right() + 1 + 8;
             line |= control->geometry();
@@ -111,9 +111,9 @@ private slots:
     {
         m_tab->view();
         m_tab->backend.raise("get_skill_entry", "OSError", "x");
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        const DialogRobot robot({DialogRobot::press(u"OK"_s)});
         m_tab->select(1);
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
+        QCOMPARE(robot.titles(), QStringList{u"Load Failed"_s});
         QVERIFY(!section()->isHidden());
         QCOMPARE(m_tab->backend.count("list_news_sources"), 0);
     }
@@ -125,13 +125,12 @@ private slots:
                                {{"name", "n"}},
                                {{"name", "n"}}});
         m_tab->select(1);
-        QCOMPARE(m_tab->titles("sourcePopup"),
-                 (QStringList{QStringLiteral("[b] 新闻 x (rss) id=1 enabled=1"), QStringLiteral("[] n () id= enabled="),
-                              QStringLiteral("[] n () id= enabled=")}));
-        QCOMPARE(m_tab->label("sourceSummaryLabel"), QStringLiteral("3 sources."));
+        QCOMPARE(m_tab->titles("sourcePopup"), (QStringList{u"[b] 新闻 x (rss) id=1 enabled=1"_s,
+                                                            u"[] n () id= enabled="_s, u"[] n () id= enabled="_s}));
+        QCOMPARE(m_tab->label("sourceSummaryLabel"), u"3 sources."_s);
         m_tab->backend.answer("list_news_sources", Json::array({Json::object()}));
         m_tab->press("Refresh Sources");
-        QCOMPARE(m_tab->label("sourceSummaryLabel"), QStringLiteral("1 sources."));
+        QCOMPARE(m_tab->label("sourceSummaryLabel"), u"1 sources."_s);
     }
 
     void whatCannotBeListedShowsAsNone_data()
@@ -148,15 +147,15 @@ private slots:
         QFETCH(QByteArray, steps);
         m_tab->backend.script("list_news_sources", Json::parse(steps.toStdString()).get<std::vector<Json>>());
         m_tab->select(1);
-        QCOMPARE(m_tab->titles("sourcePopup"), QStringList{QStringLiteral("(no sources)")});
-        QCOMPARE(m_tab->label("sourceSummaryLabel"), QStringLiteral("0 sources."));
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for sma."));
+        QCOMPARE(m_tab->titles("sourcePopup"), QStringList{u"(no sources)"_s});
+        QCOMPARE(m_tab->label("sourceSummaryLabel"), u"0 sources."_s);
+        QCOMPARE(m_tab->status(), u"Loaded config for sma."_s);
     }
 
     void aRefreshOfTheSkillsHidesThem()
     {
         m_tab->select(1);
-        QCOMPARE(m_tab->label("sourceSummaryLabel"), QStringLiteral("1 sources."));
+        QCOMPARE(m_tab->label("sourceSummaryLabel"), u"1 sources."_s);
         m_tab->press("Refresh");
         QVERIFY(section()->isHidden());
         QCOMPARE(m_tab->label("sourceSummaryLabel"), QString());
@@ -168,21 +167,22 @@ private slots:
         const DialogRobot robot({[](QDialog& dialog) {
             const auto popups = dialog.findChildren<QComboBox*>();
             const auto fields = dialog.findChildren<QLineEdit*>();
-            Controls::choose(popups[0], QStringLiteral("webpage"));
-            fields[0]->setText(QStringLiteral(" id "));
-            fields[1]->setText(QStringLiteral("新闻\t"));
-            fields[2]->setText(QStringLiteral("\nhttps://a"));
-            Controls::choose(popups[1], QStringLiteral("false"));
-            DialogRobot::press(QStringLiteral("Add"))(dialog);
+            Controls::choose(popups[0], u"webpage"_s);
+            fields[0]->setText(u" id "_s);
+            fields[1]->setText(u"新闻\t"_s);
+            fields[2]->setText(u"\nhttps://a"_s);
+            Controls::choose(popups[1], u"false"_s);
+            DialogRobot::press(u"Add"_s)(dialog);
         }});
         m_tab->press("Add Source");
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Add Source")});
-        QCOMPARE(robot.shown().front().text, QStringLiteral("Use Type, ID, Name, and URL."));
-        QCOMPARE(robot.shown().front().buttons, (QStringList{QStringLiteral("Cancel"), QStringLiteral("Add")}));
-        const char* const source = R"([{"type":"webpage","id":"id","name":"新闻","url":"https://a","enabled":false}])";
+        QCOMPARE(robot.titles(), QStringList{u"Add Source"_s});
+        QCOMPARE(robot.shown().front().text, u"Use Type, ID, Name, and URL."_s);
+        QCOMPARE(robot.shown().front().buttons, (QStringList{u"Cancel"_s, u"Add"_s}));
+        const char* const source =
+            "[{\"type\":\"webpage\",\"id\":\"id\",\"name\":\"新闻\",\"url\":\"https://a\",\"enabled\":false}]";
         QCOMPARE(m_tab->arguments("add_news_source").dump(), std::string(source));
         QCOMPARE(m_tab->backend.count("list_news_sources"), 2);
-        QCOMPARE(m_tab->status(), QStringLiteral("Source added."));
+        QCOMPARE(m_tab->status(), u"Source added."_s);
     }
 
     void theFormOffersWhatItCan()
@@ -212,15 +212,15 @@ private slots:
             dialog.reject();
         }});
         m_tab->press("Add Source");
-        QCOMPARE(captions.join(u' '), QStringLiteral("Type ID Name URL Enabled"));
-        QCOMPARE(titles.join(u' '), QStringLiteral("rss webpage x true false"));
+        QCOMPARE(captions.join(u' '), u"Type ID Name URL Enabled"_s);
+        QCOMPARE(titles.join(u' '), u"rss webpage x true false"_s);
         QCOMPARE(size, QSize(420, 188));
     }
 
     void aSourceWithoutAnythingIsSentToo()
     {
         m_tab->select(1);
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("Add"))});
+        const DialogRobot robot({DialogRobot::press(u"Add"_s)});
         m_tab->press("Add Source");
         const char* const source = R"([{"type":"rss","id":"","name":"","url":"","enabled":true}])";
         QCOMPARE(m_tab->arguments("add_news_source").dump(), std::string(source));
@@ -229,25 +229,25 @@ private slots:
     void cancellingAddsNothing()
     {
         m_tab->select(1);
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("Cancel")), DialogRobot::press(Qt::Key_Escape)});
+        const DialogRobot robot({DialogRobot::press(u"Cancel"_s), DialogRobot::press(Qt::Key_Escape)});
         m_tab->press("Add Source");
         m_tab->press("Add Source");
         QCOMPARE(robot.shown().size(), std::size_t(2));
         QCOMPARE(m_tab->backend.count("add_news_source"), 0);
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for sma."));
+        QCOMPARE(m_tab->status(), u"Loaded config for sma."_s);
     }
 
     void aSourceThatIsRefusedIsToldAndNotListed()
     {
         m_tab->select(1);
         m_tab->backend.raise("add_news_source", "ValueError", "the URL <b>is</b> empty");
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("Add")), DialogRobot::press(QStringLiteral("OK"))});
+        const DialogRobot robot({DialogRobot::press(u"Add"_s), DialogRobot::press(u"OK"_s)});
         m_tab->press("Add Source");
-        QCOMPARE(robot.titles(), (QStringList{QStringLiteral("Add Source"), QStringLiteral("Add Source Failed")}));
-        QVERIFY(robot.shown().back().text.startsWith(QStringLiteral("ERROR: ")));
-        QVERIFY(robot.shown().back().text.contains(QStringLiteral("the URL <b>is</b> empty")));
+        QCOMPARE(robot.titles(), (QStringList{u"Add Source"_s, u"Add Source Failed"_s}));
+        QVERIFY(robot.shown().back().text.startsWith(u"ERROR: "_s));
+        QVERIFY(robot.shown().back().text.contains(u"the URL <b>is</b> empty"_s));
         QCOMPARE(m_tab->backend.count("list_news_sources"), 1);
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for sma."));
+        QCOMPARE(m_tab->status(), u"Loaded config for sma."_s);
     }
 
     void nothingIsAddedForAnotherSkill()
@@ -264,12 +264,11 @@ private slots:
         m_tab->select(1);
         const DialogRobot robot({[this](QDialog& dialog) {
             m_tab->discardView();
-            DialogRobot::press(QStringLiteral("Add"))(dialog);
+            DialogRobot::press(u"Add"_s)(dialog);
         }});
         QMetaObject::invokeMethod(
-            Controls::button(m_tab->view(), QStringLiteral("Add Source")),
-            [button = Controls::button(m_tab->view(), QStringLiteral("Add Source"))] { button->click(); },
-            Qt::QueuedConnection);
+            Controls::button(m_tab->view(), u"Add Source"_s),
+            [button = Controls::button(m_tab->view(), u"Add Source"_s)] { button->click(); }, Qt::QueuedConnection);
         QTRY_COMPARE(robot.shown().size(), std::size_t(1));
         QCOMPARE(m_tab->backend.count("add_news_source"), 0);
     }

@@ -1,3 +1,4 @@
+#include "skills/SkillEntryEditor.h"
 #include "skills/SkillsTab.h"
 #include "support/Warnings.h"
 #include "ui/Colors.h"
@@ -6,6 +7,8 @@
 #include <QScrollBar>
 
 #include <optional>
+
+using namespace Qt::StringLiterals;
 
 /// The editor of a skill's entry, in the tab that it belongs to.
 class TestSkillEntryEditor final : public QObject
@@ -24,26 +27,39 @@ private slots:
     void withoutASkillThereIsNothingToLoadOrSave()
     {
         m_tab->view();
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK")), DialogRobot::press(QStringLiteral("OK"))});
+        const DialogRobot robot({DialogRobot::press(u"OK"_s), DialogRobot::press(u"OK"_s)});
         m_tab->press("Load Config");
         m_tab->press("Save Config");
-        QCOMPARE(robot.titles(), (QStringList{QStringLiteral("No Selection"), QStringLiteral("No Selection")}));
-        QCOMPARE(robot.shown().front().text, QStringLiteral("Select a skill first."));
+        QCOMPARE(robot.titles(), (QStringList{u"No Selection"_s, u"No Selection"_s}));
+        QCOMPARE(robot.shown().front().text, u"Select a skill first."_s);
         QCOMPARE(m_tab->backend.count("get_skill_entry"), 0);
         QCOMPARE(m_tab->backend.count("save_skill_entry"), 0);
+    }
+
+    void aViewThatGoesUnderTheAlertDoesNoHarm()
+    {
+        m_tab->view();
+        const DialogRobot robot({[this](QDialog& dialog) {
+            m_tab->discardView();
+            DialogRobot::press(Qt::Key_Return)(dialog);
+        }});
+        QMetaObject::invokeMethod(m_tab->view().findChild<SkillEntryEditor*>(), &SkillEntryEditor::loadEntry,
+                                  Qt::QueuedConnection);
+        QTRY_COMPARE(robot.titles(), QStringList{u"No Selection"_s});
+        QTRY_VERIFY(!QApplication::activeModalWidget());
     }
 
     void theEntryFillsTheEditor()
     {
         m_tab->entered({{"enabled", false}, {"apiKey", "k"}, {"env", {{"TOKEN", "t"}, {"REGION", "欧洲"}}}});
         m_tab->select(0);
-        QCOMPARE(m_tab->title("enabledPopup"), QStringLiteral("false"));
-        QCOMPARE(m_tab->apiKey()->text(), QStringLiteral("k"));
+        QCOMPARE(m_tab->title("enabledPopup"), u"false"_s);
+        QCOMPARE(m_tab->apiKey()->text(), u"k"_s);
         QCOMPARE(m_tab->apiKey()->echoMode(), QLineEdit::Password);
-        QCOMPARE(m_tab->field("TOKEN")->text(), QStringLiteral("t"));
-        QCOMPARE(m_tab->field("REGION")->text(), QStringLiteral("欧洲"));
-        QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{\n  \"REGION\": \"欧洲\",\n  \"TOKEN\": \"t\"\n}"));
-        QCOMPARE(m_tab->titles("enabledPopup"), (QStringList{QStringLiteral("true"), QStringLiteral("false")}));
+        QCOMPARE(m_tab->field("TOKEN")->text(), u"t"_s);
+        QCOMPARE(m_tab->field("REGION")->text(), u"欧洲"_s);
+        QCOMPARE(m_tab->env()->toPlainText(), u"{\n  \"REGION\": \"欧洲\",\n  \"TOKEN\": \"t\"\n}"_s);
+        QCOMPARE(m_tab->titles("enabledPopup"), (QStringList{u"true"_s, u"false"_s}));
     }
 
     void aSkillWithoutACredentialHasNoFieldForIt()
@@ -54,8 +70,8 @@ private slots:
         QVERIFY(m_tab->apiKey()->isHidden());
         QVERIFY(m_tab->find<QLabel>("apiKeyLabel")->isHidden());
         QCOMPARE(m_tab->apiKey()->text(), QString());
-        QCOMPARE(m_tab->apiKey()->placeholderText(), QStringLiteral("Not required"));
-        QCOMPARE(m_tab->label("apiKeyLabel"), QStringLiteral("API Key"));
+        QCOMPARE(m_tab->apiKey()->placeholderText(), u"Not required"_s);
+        QCOMPARE(m_tab->label("apiKeyLabel"), u"API Key"_s);
     }
 
     void theCredentialHasTheCaptionOfItsSkill()
@@ -65,14 +81,14 @@ private slots:
         m_tab->listed(Json::array({skill}));
         m_tab->select(0);
         QVERIFY(!m_tab->find<QLabel>("apiKeyLabel")->isHidden());
-        QCOMPARE(m_tab->label("apiKeyLabel"), QStringLiteral("Weather Token"));
-        QCOMPARE(m_tab->apiKey()->placeholderText(), QStringLiteral("Weather Token"));
+        QCOMPARE(m_tab->label("apiKeyLabel"), u"Weather Token"_s);
+        QCOMPARE(m_tab->apiKey()->placeholderText(), u"Weather Token"_s);
     }
 
     void theCredentialStandsInForThePrimaryVariable()
     {
         m_tab->select(0);
-        QCOMPARE(m_tab->field("TOKEN")->text(), QStringLiteral("k"));
+        QCOMPARE(m_tab->field("TOKEN")->text(), u"k"_s);
         QCOMPARE(m_tab->field("TOKEN")->echoMode(), QLineEdit::Normal);
     }
 
@@ -82,7 +98,7 @@ private slots:
         QVERIFY(m_tab->fields().isEmpty());
         const auto labels = m_tab->find<QWidget>("dynamicFieldsStack")->findChildren<QLabel*>();
         QCOMPARE(labels.size(), 1);
-        QCOMPARE(labels.first()->text(), QStringLiteral("This skill does not require dynamic env fields."));
+        QCOMPARE(labels.first()->text(), u"This skill does not require dynamic env fields."_s);
         QVERIFY(labels.first()->wordWrap());
         QCOMPARE(labels.first()->palette().color(QPalette::WindowText), Colors::secondaryText(m_tab->view().palette()));
         m_tab->show();
@@ -119,14 +135,14 @@ private slots:
         auto* stack = m_tab->find<QWidget>("dynamicFieldsStack");
         QTRY_VERIFY(m_tab->field("REGION")->width() > 220);
         const auto labels = stack->findChildren<QLabel*>();
-        QCOMPARE(labels[0]->text(), QStringLiteral("Dynamic ENV Fields"));
+        QCOMPARE(labels[0]->text(), u"Dynamic ENV Fields"_s);
         QCOMPARE(labels[0]->font().pixelSize(), 12);
         QCOMPARE(labels[0]->font().weight(), QFont::DemiBold);
         QCOMPARE(m_tab->frame(labels[0]).topLeft(), m_tab->frame(stack).topLeft());
         QCOMPARE(m_tab->field("TOKEN")->y(), labels[0]->geometry().bottom() + 1 + 8);
         QCOMPARE(m_tab->field("REGION")->y(), m_tab->field("TOKEN")->geometry().bottom() + 1 + 8);
-        QCOMPARE(labels[1]->text(), QStringLiteral("API/Bearer Token (TOKEN)"));
-        QCOMPARE(labels[2]->text(), QStringLiteral("REGION"));
+        QCOMPARE(labels[1]->text(), u"API/Bearer Token (TOKEN)"_s);
+        QCOMPARE(labels[2]->text(), u"REGION"_s);
         QCOMPARE(labels[2]->width(), 160);
         QVERIFY(labels[2]->alignment().testFlag(Qt::AlignRight));
         QCOMPARE(labels[2]->buddy(), m_tab->field("REGION"));
@@ -148,8 +164,8 @@ private slots:
     void anEntryThatSaysNothingShowsDefaults_data()
     {
         QTest::addColumn<QByteArray>("entry");
-        QTest::newRow("an empty object") << QByteArray("{}");
-        QTest::newRow("null") << QByteArray("null");
+        QTest::newRow("an empty object") << "{}"_ba;
+        QTest::newRow("null") << "null"_ba;
         QTest::newRow("a list") << QByteArray(R"([{"enabled":false}])");
         QTest::newRow("members of other types")
             << QByteArray(R"({"enabled":"no","env":["A"],"config":[1],"apiKey":""})");
@@ -160,25 +176,24 @@ private slots:
         QFETCH(QByteArray, entry);
         m_tab->entered(Json::parse(entry.toStdString()));
         m_tab->select(0);
-        QCOMPARE(m_tab->title("enabledPopup"), QStringLiteral("true"));
+        QCOMPARE(m_tab->title("enabledPopup"), u"true"_s);
         QCOMPARE(m_tab->apiKey()->text(), QString());
         QCOMPARE(m_tab->field("TOKEN")->text(), QString());
-        QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{}"));
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
+        QCOMPARE(m_tab->env()->toPlainText(), u"{}"_s);
+        QCOMPARE(m_tab->status(), u"Loaded config for weather."_s);
     }
 
     void aFailedLoadLeavesTheEditor()
     {
         m_tab->select(0);
-        m_tab->field("REGION")->setText(QStringLiteral("edited"));
+        m_tab->field("REGION")->setText(u"edited"_s);
         m_tab->backend.raise("get_skill_entry", "OSError", "no <b>entry</b>");
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        const DialogRobot robot({DialogRobot::press(u"OK"_s)});
         m_tab->press("Load Config");
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
-        QVERIFY(robot.shown().front().text.startsWith(QStringLiteral("ERROR: ")));
-        QVERIFY(robot.shown().front().text.contains(QStringLiteral("no <b>entry</b>")));
-        QCOMPARE(m_tab->field("REGION")->text(), QStringLiteral("edited"));
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
+        QCOMPARE(robot.titles(), QStringList{u"Load Failed"_s});
+        QCOMPARE(robot.shown().front().text, u"ERROR: OSError: no <b>entry</b>"_s);
+        QCOMPARE(m_tab->field("REGION")->text(), u"edited"_s);
+        QCOMPARE(m_tab->status(), u"Loaded config for weather."_s);
     }
 
     void theModeDecidesWhatIsEdited()
@@ -189,18 +204,18 @@ private slots:
         QVERIFY(m_tab->env()->isReadOnly());
         QVERIFY(m_tab->env()->textInteractionFlags().testFlag(Qt::TextSelectableByMouse));
         QVERIFY(m_tab->env()->textInteractionFlags().testFlag(Qt::TextSelectableByKeyboard));
-        QCOMPARE(m_tab->label("envLabel"), QStringLiteral("ENV (JSON snapshot)"));
+        QCOMPARE(m_tab->label("envLabel"), u"ENV (JSON snapshot)"_s);
         const QColor snapshot = m_tab->env()->palette().color(QPalette::Text);
 
         m_tab->choose("configModePopup", "json");
         QVERIFY(!m_tab->find<QWidget>("dynamicFieldsStack")->isVisible());
         QVERIFY(!m_tab->env()->isReadOnly());
-        QCOMPARE(m_tab->label("envLabel"), QStringLiteral("ENV (JSON object)"));
+        QCOMPARE(m_tab->label("envLabel"), u"ENV (JSON object)"_s);
         QCOMPARE(m_tab->env()->palette().color(QPalette::Text), m_tab->view().palette().color(QPalette::Text));
         QVERIFY(m_tab->env()->palette().color(QPalette::Text) != snapshot);
         m_tab->env()->selectAll();
-        QTest::keyClicks(m_tab->env(), QStringLiteral("{}"));
-        QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{}"));
+        QTest::keyClicks(m_tab->env(), u"{}"_s);
+        QCOMPARE(m_tab->env()->toPlainText(), u"{}"_s);
 
         m_tab->choose("configModePopup", "dynamic");
         QVERIFY(m_tab->find<QWidget>("dynamicFieldsStack")->isVisible());
@@ -245,22 +260,22 @@ private slots:
         other["skillKey"] = "other";
         m_tab->listed(Json::array({SkillsTab::weather(), other}));
         m_tab->select(0);
-        m_tab->apiKey()->setText(QStringLiteral("typed"));
+        m_tab->apiKey()->setText(u"typed"_s);
         m_tab->backend.raise("get_skill_entry", "OSError", "no entry");
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        const DialogRobot robot({DialogRobot::press(u"OK"_s)});
         m_tab->select(1);
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
-        QCOMPARE(m_tab->apiKey()->text(), QStringLiteral("typed"));
+        QCOMPARE(robot.titles(), QStringList{u"Load Failed"_s});
+        QCOMPARE(m_tab->apiKey()->text(), u"typed"_s);
     }
 
     void aCredentialIsNotSavedForASkillThatNeedsNone()
     {
         m_tab->select(0);
-        QCOMPARE(m_tab->apiKey()->text(), QStringLiteral("k"));
+        QCOMPARE(m_tab->apiKey()->text(), u"k"_s);
         m_tab->backend.raise("get_skill_entry", "OSError", "no entry");
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        const DialogRobot robot({DialogRobot::press(u"OK"_s)});
         m_tab->select(2);
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
+        QCOMPARE(robot.titles(), QStringList{u"Load Failed"_s});
         m_tab->press("Save Config");
         QCOMPARE(sentEntry()["apiKey"].dump(), std::string(R"("")"));
     }
@@ -268,14 +283,14 @@ private slots:
     void changingTheModeLoadsNothing()
     {
         m_tab->select(0);
-        m_tab->field("REGION")->setText(QStringLiteral("edited"));
+        m_tab->field("REGION")->setText(u"edited"_s);
         m_tab->choose("configModePopup", "json");
         m_tab->select(1); // and another skill keeps the mode
         QVERIFY(m_tab->find<QWidget>("dynamicFieldsStack")->isHidden());
         m_tab->select(0);
-        m_tab->field("REGION")->setText(QStringLiteral("edited"));
+        m_tab->field("REGION")->setText(u"edited"_s);
         m_tab->choose("configModePopup", "dynamic");
-        QCOMPARE(m_tab->field("REGION")->text(), QStringLiteral("edited"));
+        QCOMPARE(m_tab->field("REGION")->text(), u"edited"_s);
         QCOMPARE(m_tab->backend.count("get_skill_entry"), 3);
     }
 
@@ -283,20 +298,20 @@ private slots:
     {
         m_tab->select(0);
         m_tab->choose("enabledPopup", "false");
-        m_tab->field("TOKEN")->setText(QStringLiteral(" t \n"));
-        m_tab->field("REGION")->setText(QStringLiteral("亚洲"));
+        m_tab->field("TOKEN")->setText(u" t \n"_s);
+        m_tab->field("REGION")->setText(u"亚洲"_s);
         m_tab->press("Save Config");
         const char* const arguments = R"(["openclaw","weather",{"enabled":false,"apiKey":"t",)"
-                                      R"("env":{"TOKEN":"t","REGION":"亚洲"},"config":{"z":1.0}}])";
+                                      "\"env\":{\"TOKEN\":\"t\",\"REGION\":\"亚洲\"},\"config\":{\"z\":1.0}}]";
         QCOMPARE(m_tab->arguments("save_skill_entry").dump(), std::string(arguments));
-        QCOMPARE(m_tab->status(), QStringLiteral("Saved config for weather."));
+        QCOMPARE(m_tab->status(), u"Saved config for weather."_s);
     }
 
     void emptyFieldsAreRemovedFromTheEnvironment()
     {
         m_tab->select(0);
-        m_tab->field("TOKEN")->setText(QStringLiteral("t"));
-        m_tab->field("REGION")->setText(QStringLiteral(" "));
+        m_tab->field("TOKEN")->setText(u"t"_s);
+        m_tab->field("REGION")->setText(u" "_s);
         m_tab->press("Save Config");
         QCOMPARE(sentEntry()["env"].dump(), std::string(R"({"TOKEN":"t"})"));
     }
@@ -305,24 +320,38 @@ private slots:
     {
         m_tab->select(0);
         m_tab->choose("configModePopup", "json");
-        m_tab->env()->setPlainText(QStringLiteral(" {\"b\": \"1\", \"TOKEN\": 2} "));
+        m_tab->env()->setPlainText(u" {\"b\": \"1\", \"TOKEN\": 2} "_s);
         m_tab->press("Save Config");
         QCOMPARE(sentEntry()["env"].dump(), std::string(R"({"b":"1","TOKEN":2})"));
         QCOMPARE(sentEntry()["apiKey"].dump(), std::string(R"("2")"));
-        QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{\n  \"TOKEN\": 2,\n  \"b\": \"1\"\n}"));
+        QCOMPARE(m_tab->env()->toPlainText(), u"{\n  \"TOKEN\": 2,\n  \"b\": \"1\"\n}"_s);
 
         m_tab->env()->clear();
         m_tab->press("Save Config");
         QCOMPARE(sentEntry()["env"].dump(), std::string("{}"));
-        QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{}"));
+        QCOMPARE(m_tab->env()->toPlainText(), u"{}"_s);
+    }
+
+    void aTextIsSavedAsItWasLoaded()
+    {
+        const Json env = {{"A", "no-break\u00a0space"}, {"B", "line\u2028paragraph\u2029frame\ufdd0end\ufdd1"}};
+        m_tab->entered({{"env", env}});
+        m_tab->select(2);
+        const DialogRobot robot;
+        m_tab->press("Save Config");
+        QCOMPARE(sentEntry()["env"].dump(), env.dump());
+        m_tab->choose("configModePopup", "json");
+        m_tab->press("Save Config");
+        QCOMPARE(sentEntry()["env"].dump(), env.dump());
+        QCOMPARE(robot.titles(), QStringList());
     }
 
     void aTextThatIsNoObjectIsNotSent_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::newRow("a list") << QStringLiteral("[1]");
-        QTest::newRow("a scalar") << QStringLiteral("7");
-        QTest::newRow("a syntax error") << QStringLiteral("{\"a\":");
+        QTest::newRow("a list") << u"[1]"_s;
+        QTest::newRow("a scalar") << u"7"_s;
+        QTest::newRow("a syntax error") << u"{\"a\":"_s;
     }
 
     void aTextThatIsNoObjectIsNotSent()
@@ -331,10 +360,10 @@ private slots:
         m_tab->select(0);
         m_tab->choose("configModePopup", "json");
         m_tab->env()->setPlainText(text);
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        const DialogRobot robot({DialogRobot::press(u"OK"_s)});
         m_tab->press("Save Config");
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Invalid JSON")});
-        QCOMPARE(robot.shown().front().text, QStringLiteral("ENV must be a JSON object."));
+        QCOMPARE(robot.titles(), QStringList{u"Invalid JSON"_s});
+        QCOMPARE(robot.shown().front().text, u"ENV must be a JSON object."_s);
         QCOMPARE(m_tab->backend.count("save_skill_entry"), 0);
         QCOMPARE(m_tab->env()->toPlainText(), text);
     }
@@ -343,17 +372,17 @@ private slots:
     {
         m_tab->select(2);
         m_tab->press("Save Config");
-        QCOMPARE(sentEntry()["env"].dump(), std::string(R"({"REGION":"欧洲"})"));
+        QCOMPARE(sentEntry()["env"].dump(), std::string("{\"REGION\":\"欧洲\"}"));
     }
 
     void theCredentialFieldCountsWhereTheEnvironmentSaysNothing()
     {
         m_tab->select(0);
-        m_tab->apiKey()->setText(QStringLiteral(" typed "));
+        m_tab->apiKey()->setText(u" typed "_s);
         m_tab->field("TOKEN")->clear();
         m_tab->press("Save Config");
         QCOMPARE(sentEntry()["apiKey"].dump(), std::string(R"(" typed ")"));
-        m_tab->field("TOKEN")->setText(QStringLiteral("t"));
+        m_tab->field("TOKEN")->setText(u"t"_s);
         m_tab->press("Save Config");
         QCOMPARE(sentEntry()["apiKey"].dump(), std::string(R"("t")"));
     }
@@ -373,34 +402,68 @@ private slots:
         m_tab->select(0);
         m_tab->press("Refresh");
         m_tab->backend.raise("get_skill_entry", "OSError", "x");
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        const DialogRobot robot({DialogRobot::press(u"OK"_s)});
         m_tab->select(0);
         m_tab->press("Save Config");
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
+        QCOMPARE(robot.titles(), QStringList{u"Load Failed"_s});
         QCOMPARE(sentEntry()["config"].dump(), std::string("{}"));
     }
 
     void theTextIsReadAnewOnceItIsSaved()
     {
         m_tab->select(0);
-        m_tab->field("REGION")->setText(QStringLiteral("亚洲"));
+        m_tab->field("REGION")->setText(u"亚洲"_s);
         m_tab->press("Save Config");
-        QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{\n  \"REGION\": \"亚洲\",\n  \"TOKEN\": \"k\"\n}"));
+        QCOMPARE(m_tab->env()->toPlainText(), u"{\n  \"REGION\": \"亚洲\",\n  \"TOKEN\": \"k\"\n}"_s);
+    }
+
+    void eachLoadShowsWhatIsSavedNow()
+    {
+        m_tab->select(0);
+        m_tab->choose("enabledPopup", "false");
+        m_tab->field("REGION")->setText(u"edited"_s);
+        m_tab->apiKey()->setText(u"edited"_s);
+        m_tab->entered({{"apiKey", "other"}, {"env", {{"REGION", "亚洲"}}}, {"config", {{"new", 1}}}});
+        m_tab->press("Load Config");
+        QCOMPARE(m_tab->title("enabledPopup"), u"true"_s);
+        QCOMPARE(m_tab->field("REGION")->text(), u"亚洲"_s);
+        QCOMPARE(m_tab->apiKey()->text(), u"other"_s);
+        m_tab->press("Save Config");
+        QCOMPARE(sentEntry()["config"].dump(), std::string(R"({"new":1})"));
+        m_tab->entered(Json::object());
+        m_tab->press("Load Config");
+        m_tab->press("Save Config");
+        QCOMPARE(sentEntry()["config"].dump(), std::string("{}"));
+    }
+
+    void whatIsSavedStaysAsItWasTyped()
+    {
+        m_tab->select(0);
+        m_tab->choose("enabledPopup", "false");
+        m_tab->field("REGION")->setText(u" 亚洲 "_s);
+        m_tab->apiKey()->setText(u" typed "_s);
+        m_tab->env()->setPlainText(u"{}"_s);
+        QStringList expected = m_tab->everything();
+        m_tab->press("Save Config");
+        expected.replaceInStrings(u"envTextView={}"_s,
+                                  u"envTextView={\n  \"REGION\": \"亚洲\",\n  \"TOKEN\": \"k\"\n}"_s);
+        expected.replaceInStrings(u"=Loaded config for weather."_s, u"=Saved config for weather."_s);
+        QCOMPARE(m_tab->everything(), expected);
     }
 
     void aFailedSaveLeavesTheEditor()
     {
         m_tab->select(0);
-        m_tab->field("REGION")->setText(QStringLiteral(" edited "));
+        m_tab->field("REGION")->setText(u" edited "_s);
         const QString before = m_tab->env()->toPlainText();
         m_tab->backend.raise("save_skill_entry", "OSError", "no space left on device");
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        const DialogRobot robot({DialogRobot::press(u"OK"_s)});
         m_tab->press("Save Config");
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Save Failed")});
-        QVERIFY(robot.shown().front().text.startsWith(QStringLiteral("ERROR: ")));
-        QCOMPARE(m_tab->field("REGION")->text(), QStringLiteral(" edited "));
+        QCOMPARE(robot.titles(), QStringList{u"Save Failed"_s});
+        QCOMPARE(robot.shown().front().text, u"ERROR: OSError: no space left on device"_s);
+        QCOMPARE(m_tab->field("REGION")->text(), u" edited "_s);
         QCOMPARE(m_tab->env()->toPlainText(), before);
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
+        QCOMPARE(m_tab->status(), u"Loaded config for weather."_s);
     }
 
     void aKeyThatIsNoTextIsSentAsOne()
@@ -410,14 +473,14 @@ private slots:
         QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["openclaw","7"])"));
         m_tab->press("Save Config");
         QCOMPARE(m_tab->arguments("save_skill_entry").at(1).dump(), std::string(R"("7")"));
-        QCOMPARE(m_tab->status(), QStringLiteral("Saved config for 7."));
+        QCOMPARE(m_tab->status(), u"Saved config for 7."_s);
     }
 
     void twoHundredFieldsAreSavedInOneCall()
     {
         Json names = Json::array();
         for (int i = 0; i < 200; ++i)
-            names.push_back(QStringLiteral("V%1").arg(i));
+            names.push_back(u"V%1"_s.arg(i));
         m_tab->listed({{{"name", "n"}, {"requiredEnv", names}}});
         m_tab->select(0);
         QCOMPARE(m_tab->fields().size(), 200);

@@ -6,10 +6,12 @@
 
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString ok = QStringLiteral("OK");
-const QString installed = QStringLiteral("Cloud Skill Installed");
+const QString ok = u"OK"_s;
+const QString installed = u"Cloud Skill Installed"_s;
 
 } // namespace
 
@@ -43,10 +45,10 @@ private slots:
     {
         QTest::addColumn<QByteArray>("button");
         QTest::addColumn<QString>("text");
-        QTest::newRow("a package") << QByteArray("Install Skill")
-                                   << QStringLiteral("Install Skill is currently implemented for openclaw only.");
-        QTest::newRow("a cloud skill") << QByteArray(
-            "Install Cloud Skill") << QStringLiteral("Cloud skill install is currently implemented for openclaw only.");
+        QTest::newRow("a package") << "Install Skill"_ba
+                                   << u"Install Skill is currently implemented for openclaw only."_s;
+        QTest::newRow("a cloud skill") << "Install Cloud Skill"_ba
+                                       << u"Cloud skill install is currently implemented for openclaw only."_s;
     }
 
     void anotherEcosystemIsNotSupported()
@@ -57,7 +59,7 @@ private slots:
         const std::size_t before = m_tab->functions().size();
         const DialogRobot robot({DialogRobot::press(ok)});
         m_tab->press(button.constData());
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Unsupported")});
+        QCOMPARE(robot.titles(), QStringList{u"Unsupported"_s});
         QCOMPARE(robot.shown().front().text, text);
         QCOMPARE(m_tab->functions().size(), before);
     }
@@ -76,22 +78,22 @@ private slots:
         m_tab->view();
         const DialogRobot robot({DialogRobot::press(ok)});
         m_tab->press("Install Skill");
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("No OpenClaw Agent")});
-        QCOMPARE(robot.shown().front().text, QStringLiteral("Select an openclaw agent first."));
+        QCOMPARE(robot.titles(), QStringList{u"No OpenClaw Agent"_s});
+        QCOMPARE(robot.shown().front().text, u"Select an openclaw agent first."_s);
         QCOMPARE(m_tab->backend.count("install_openclaw_skill_zip"), 0);
     }
 
     void installsThePackageIntoTheSelectedAgent()
     {
         m_tab->choose("agentPopup", "second (second)");
-        const QString path = package(QStringLiteral("技能.zip"));
+        const QString path = package(u"技能.zip"_s);
         const DialogRobot robot({chooseFile(path), DialogRobot::press(ok)});
         m_tab->press("Install Skill");
         QVERIFY(m_tab->arguments("install_openclaw_skill_zip") == Json::array({"second", path}));
-        QCOMPARE(robot.titles().constLast(), QStringLiteral("Skill Installed"));
+        QCOMPARE(robot.titles().constLast(), u"Skill Installed"_s);
         QCOMPARE(robot.shown().back().text,
-                 QStringLiteral("Agent: second\nTarget: /w/skills/a\nRestart: not attempted\nGateway: not attempted"));
-        QCOMPARE(m_tab->status(), QStringLiteral("Installed skill to /w/skills/a."));
+                 u"Agent: second\nTarget: /w/skills/a\nRestart: not attempted\nGateway: not attempted"_s);
+        QCOMPARE(m_tab->status(), u"Installed skill to /w/skills/a."_s);
     }
 
     void thePanelStartsOnTheDesktop_data()
@@ -105,7 +107,7 @@ private slots:
     {
         QFETCH(bool, hasDesktop);
         m_tab->view();
-        const QString desktop = m_tab->backend.home().path(QStringLiteral("Desktop"));
+        const QString desktop = m_tab->backend.home().path(u"Desktop"_s);
         if (hasDesktop)
             QVERIFY(QDir().mkpath(desktop));
         QString folder;
@@ -122,18 +124,18 @@ private slots:
         }});
         m_tab->press("Install Skill");
         QCOMPARE(folder, hasDesktop ? desktop : m_tab->backend.home().path());
-        QCOMPARE(accept, QStringLiteral("Install"));
+        QCOMPARE(accept, u"Install"_s);
         QCOMPARE(mode, QFileDialog::ExistingFile);
         QCOMPARE(size, QSize(800, 480));
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral(
-                                     "Choose an openclaw skill package (.zip). Non-zip files will be rejected after "
-                                     "selection.")});
+        QCOMPARE(robot.titles(),
+                 QStringList{u"Choose an openclaw skill package (.zip). Non-zip files will be rejected after "
+                             "selection."_s});
     }
 
     void anyKindOfFileIsSent()
     {
         m_tab->view();
-        const QString path = package(QStringLiteral("notes.txt"));
+        const QString path = package(u"notes.txt"_s);
         const DialogRobot robot({chooseFile(path), DialogRobot::press(ok)});
         m_tab->press("Install Skill");
         QVERIFY(m_tab->arguments("install_openclaw_skill_zip") == Json::array({"main", path}));
@@ -146,7 +148,7 @@ private slots:
         m_tab->press("Install Skill");
         QCOMPARE(robot.shown().size(), std::size_t(1));
         QCOMPARE(m_tab->backend.count("install_openclaw_skill_zip"), 0);
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
+        QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
         QTRY_VERIFY(!m_tab->view().findChild<QFileDialog*>()); // it is made anew each time
     }
 
@@ -154,32 +156,32 @@ private slots:
     {
         m_tab->view();
         m_tab->backend.raise("install_openclaw_skill_zip", "ValueError", "no <b>SKILL.md</b>");
-        const DialogRobot robot({chooseFile(package(QStringLiteral("a.zip"))), DialogRobot::press(ok)});
+        const DialogRobot robot({chooseFile(package(u"a.zip"_s)), DialogRobot::press(ok)});
         m_tab->press("Install Skill");
-        QCOMPARE(robot.titles().constLast(), QStringLiteral("Install Failed"));
-        QVERIFY(robot.shown().back().text.startsWith(QStringLiteral("ERROR: ")));
-        QVERIFY(robot.shown().back().text.contains(QStringLiteral("no <b>SKILL.md</b>")));
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
+        QCOMPARE(robot.titles().constLast(), u"Install Failed"_s);
+        QVERIFY(robot.shown().back().text.startsWith(u"ERROR: "_s));
+        QVERIFY(robot.shown().back().text.contains(u"no <b>SKILL.md</b>"_s));
+        QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
     }
 
     void afterAHelperThatDiesTheNextInstallWorks()
     {
         m_tab->view();
-        const QString path = package(QStringLiteral("a.zip"));
+        const QString path = package(u"a.zip"_s);
         m_tab->backend.script("install_openclaw_skill_zip", {{{"exit", 1}}});
         const DialogRobot robot({chooseFile(path), DialogRobot::press(ok), chooseFile(path), DialogRobot::press(ok)});
         m_tab->press("Install Skill");
-        QCOMPARE(robot.titles().constLast(), QStringLiteral("Install Failed"));
-        QCOMPARE(robot.shown().back().text, QStringLiteral("ERROR: backend helper terminated"));
+        QCOMPARE(robot.titles().constLast(), u"Install Failed"_s);
+        QCOMPARE(robot.shown().back().text, u"ERROR: backend helper terminated"_s);
         m_tab->backend.answer("install_openclaw_skill_zip", {{"targetDir", "/w/skills/a"}});
         m_tab->press("Install Skill");
-        QCOMPARE(m_tab->status(), QStringLiteral("Installed skill to /w/skills/a."));
+        QCOMPARE(m_tab->status(), u"Installed skill to /w/skills/a."_s);
     }
 
     void anInstallThatAnswersNothingIsTold_data()
     {
         QTest::addColumn<QByteArray>("result");
-        QTest::newRow("null") << QByteArray("null");
+        QTest::newRow("null") << "null"_ba;
         QTest::newRow("a list") << QByteArray(R"([{"targetDir":"/t"}])");
         QTest::newRow("a text") << QByteArray(R"("/t")");
     }
@@ -189,28 +191,24 @@ private slots:
         QFETCH(QByteArray, result);
         m_tab->view();
         m_tab->backend.answer("install_openclaw_skill_zip", Json::parse(result.toStdString()));
-        const DialogRobot robot({chooseFile(package(QStringLiteral("a.zip"))), DialogRobot::press(ok)});
+        const DialogRobot robot({chooseFile(package(u"a.zip"_s)), DialogRobot::press(ok)});
         m_tab->press("Install Skill");
-        QCOMPARE(robot.shown().back().text,
-                 QStringLiteral("Agent: main\nTarget: \nRestart: not attempted\nGateway: not attempted"));
-        QCOMPARE(m_tab->status(), QStringLiteral("Installed skill to ."));
+        QCOMPARE(robot.shown().back().text, u"Agent: main\nTarget: \nRestart: not attempted\nGateway: not attempted"_s);
+        QCOMPARE(m_tab->status(), u"Installed skill to ."_s);
     }
 
     void installsACloudSkillIntoACoreAgent()
     {
         m_tab->view();
-        const DialogRobot robot({chooseItem(0, QStringLiteral("Install")), chooseItem(0, QStringLiteral("Select")),
-                                 DialogRobot::press(ok)});
+        const DialogRobot robot({chooseItem(0, u"Install"_s), chooseItem(0, u"Select"_s), DialogRobot::press(ok)});
         m_tab->press("Install Cloud Skill");
         QCOMPARE(m_tab->arguments("list_cloud_skills_via_core").dump(), std::string(R"(["openclaw"])"));
         QCOMPARE(m_tab->arguments("list_core_agents").dump(), std::string(R"(["openclaw",true])"));
         QCOMPARE(m_tab->arguments("install_cloud_skill_from_core").dump(), std::string(R"(["openclaw","first","1"])"));
-        QCOMPARE(robot.titles(), (QStringList{QStringLiteral("Install Cloud Skill"),
-                                              QStringLiteral("Select OpenClaw Agent"), installed}));
-        QCOMPARE(robot.shown().back().text, QStringLiteral("Skill: First 一\nAgent: main\nTarget: /w/skills/first\n"
-                                                           "Restart: cli (ok)\nGateway: not attempted"));
-        QCOMPARE(m_tab->status(),
-                 QStringLiteral("Installed cloud skill First 一 to /w/skills/first. Restart: cli (ok)"));
+        QCOMPARE(robot.titles(), (QStringList{u"Install Cloud Skill"_s, u"Select OpenClaw Agent"_s, installed}));
+        QCOMPARE(robot.shown().back().text, u"Skill: First 一\nAgent: main\nTarget: /w/skills/first\n"
+                                            "Restart: cli (ok)\nGateway: not attempted"_s);
+        QCOMPARE(m_tab->status(), u"Installed cloud skill First 一 to /w/skills/first. Restart: cli (ok)"_s);
     }
 
     void theChoosersShowWhatThereIs()
@@ -230,15 +228,15 @@ private slots:
                 DialogRobot::press(button)(dialog);
             };
         };
-        const DialogRobot robot({look(QStringLiteral("Install")), look(QStringLiteral("Cancel"))});
+        const DialogRobot robot({look(u"Install"_s), look(u"Cancel"_s)});
         m_tab->press("Install Cloud Skill");
-        QCOMPARE(titles[0], (QStringList{QStringLiteral("First 一 v1.2 - Does. More"), QStringLiteral("second")}));
-        QCOMPARE(titles[1], (QStringList{QStringLiteral("main (online) - /w"), QStringLiteral("2 (idle) - /v")}));
-        QCOMPARE(names, (QStringList{QStringLiteral("Skill/Skill"), QStringLiteral("Agent/Agent")}));
-        QCOMPARE(robot.shown()[0].text, QStringLiteral("Cloud catalog is fetched via Nelo Core."));
-        QCOMPARE(robot.shown()[0].buttons, (QStringList{QStringLiteral("Cancel"), QStringLiteral("Install")}));
-        QCOMPARE(robot.shown()[1].text, QStringLiteral("Choose the target workspace for this skill package."));
-        QCOMPARE(robot.shown()[1].buttons, (QStringList{QStringLiteral("Cancel"), QStringLiteral("Select")}));
+        QCOMPARE(titles[0], (QStringList{u"First 一 v1.2 - Does. More"_s, u"second"_s}));
+        QCOMPARE(titles[1], (QStringList{u"main (online) - /w"_s, u"2 (idle) - /v"_s}));
+        QCOMPARE(names, (QStringList{u"Skill/Skill"_s, u"Agent/Agent"_s}));
+        QCOMPARE(robot.shown()[0].text, u"Cloud catalog is fetched via Nelo Core."_s);
+        QCOMPARE(robot.shown()[0].buttons, (QStringList{u"Cancel"_s, u"Install"_s}));
+        QCOMPARE(robot.shown()[1].text, u"Choose the target workspace for this skill package."_s);
+        QCOMPARE(robot.shown()[1].buttons, (QStringList{u"Cancel"_s, u"Select"_s}));
     }
 
     void entriesOfTheSameTitleAreTakenByTheirPlace()
@@ -246,9 +244,8 @@ private slots:
         m_tab->view();
         m_tab->backend.answer("list_cloud_skills_via_core",
                               {{{"key", "k"}, {"name", "n"}}, {{"name", "n"}}, {{"key", "l"}, {"name", "n"}}});
-        const DialogRobot robot({chooseItem(2, QStringLiteral("Install")), chooseItem(1, QStringLiteral("Select")),
-                                 DialogRobot::press(ok), chooseItem(1, QStringLiteral("Install")),
-                                 chooseItem(1, QStringLiteral("Select")), DialogRobot::press(ok)});
+        const DialogRobot robot({chooseItem(2, u"Install"_s), chooseItem(1, u"Select"_s), DialogRobot::press(ok),
+                                 chooseItem(1, u"Install"_s), chooseItem(1, u"Select"_s), DialogRobot::press(ok)});
         m_tab->press("Install Cloud Skill");
         QCOMPARE(m_tab->arguments("install_cloud_skill_from_core").dump(), std::string(R"(["openclaw","l","2"])"));
         m_tab->press("Install Cloud Skill");
@@ -260,11 +257,10 @@ private slots:
         m_tab->view();
         m_tab->backend.answer("list_cloud_skills_via_core",
                               {{{"key", "k"}, {"name", "one"}, {"version", ""}}, {{"key", "k"}, {"name", "two"}}});
-        const DialogRobot robot({chooseItem(1, QStringLiteral("Install")), chooseItem(0, QStringLiteral("Select")),
-                                 DialogRobot::press(ok)});
+        const DialogRobot robot({chooseItem(1, u"Install"_s), chooseItem(0, u"Select"_s), DialogRobot::press(ok)});
         m_tab->press("Install Cloud Skill");
         QCOMPARE(m_tab->arguments("install_cloud_skill_from_core").dump(), std::string(R"(["openclaw","k","1"])"));
-        QVERIFY(m_tab->status().startsWith(QStringLiteral("Installed cloud skill two to ")));
+        QVERIFY(m_tab->status().startsWith(u"Installed cloud skill two to "_s));
     }
 
     void eachStepOfACloudInstallCanFail_data()
@@ -307,9 +303,9 @@ private slots:
         m_tab->backend.script(function.toStdString(), Json::parse(steps.toStdString()).get<std::vector<Json>>());
         std::vector<DialogRobot::Answer> answers;
         if (function != "list_cloud_skills_via_core")
-            answers.push_back(chooseItem(0, QStringLiteral("Install")));
+            answers.push_back(chooseItem(0, u"Install"_s));
         if (function == "install_cloud_skill_from_core")
-            answers.push_back(chooseItem(0, QStringLiteral("Select")));
+            answers.push_back(chooseItem(0, u"Select"_s));
         answers.push_back(DialogRobot::press(ok));
         const std::size_t dialogs = answers.size();
         const DialogRobot robot(std::move(answers));
@@ -318,15 +314,15 @@ private slots:
         QCOMPARE(robot.titles().constLast(), title);
         QVERIFY(robot.shown().back().text.contains(text));
         QCOMPARE(m_tab->functions().back(), function.toStdString()); // and nothing after it
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
+        QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
     }
 
     void eachStepOfACloudInstallCanBeCancelled_data()
     {
         QTest::addColumn<int>("accepted");
         QTest::addColumn<QByteArray>("lastCall");
-        QTest::newRow("the choice of the skill") << 0 << QByteArray("list_cloud_skills_via_core");
-        QTest::newRow("the choice of the agent") << 1 << QByteArray("list_core_agents");
+        QTest::newRow("the choice of the skill") << 0 << "list_cloud_skills_via_core"_ba;
+        QTest::newRow("the choice of the agent") << 1 << "list_core_agents"_ba;
     }
 
     void eachStepOfACloudInstallCanBeCancelled()
@@ -334,20 +330,19 @@ private slots:
         QFETCH(int, accepted);
         QFETCH(QByteArray, lastCall);
         m_tab->view();
-        std::vector<DialogRobot::Answer> answers(static_cast<std::size_t>(accepted),
-                                                 chooseItem(0, QStringLiteral("Install")));
+        std::vector<DialogRobot::Answer> answers(static_cast<std::size_t>(accepted), chooseItem(0, u"Install"_s));
         answers.push_back(DialogRobot::press(Qt::Key_Escape));
         const DialogRobot robot(std::move(answers));
         m_tab->press("Install Cloud Skill");
         QCOMPARE(robot.shown().size(), static_cast<std::size_t>(accepted) + 1);
         QCOMPARE(m_tab->functions().back(), lastCall.toStdString());
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
+        QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
     }
 
     void installingRefreshesNothing()
     {
         m_tab->select(0);
-        const DialogRobot robot({chooseFile(package(QStringLiteral("a.zip"))), DialogRobot::press(ok)});
+        const DialogRobot robot({chooseFile(package(u"a.zip"_s)), DialogRobot::press(ok)});
         m_tab->press("Install Skill");
         QCOMPARE(m_tab->backend.count("list_skills"), 1);
         QCOMPARE(m_tab->fields().size(), 2);
@@ -355,10 +350,10 @@ private slots:
 
     void aViewThatGoesAwayWhileAskingInstallsNothing()
     {
-        QPushButton* button = Controls::button(m_tab->view(), QStringLiteral("Install Cloud Skill"));
+        QPushButton* button = Controls::button(m_tab->view(), u"Install Cloud Skill"_s);
         const DialogRobot robot({[this](QDialog& dialog) {
             m_tab->discardView();
-            DialogRobot::press(QStringLiteral("Install"))(dialog);
+            DialogRobot::press(u"Install"_s)(dialog);
         }});
         QMetaObject::invokeMethod(
             button, [button] { button->click(); }, Qt::QueuedConnection);
@@ -369,7 +364,7 @@ private slots:
 
     void aViewThatGoesAwayWithItsPanelInstallsNothing()
     {
-        QPushButton* button = Controls::button(m_tab->view(), QStringLiteral("Install Skill"));
+        QPushButton* button = Controls::button(m_tab->view(), u"Install Skill"_s);
         const DialogRobot robot({[this](QDialog& dialog) {
             QVERIFY(qobject_cast<QFileDialog*>(&dialog));
             m_tab->discardView();
@@ -388,7 +383,7 @@ private:
         return [path](QDialog& dialog) {
             auto* panel = qobject_cast<QFileDialog*>(&dialog);
             QVERIFY(panel);
-            auto* name = panel->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+            auto* name = panel->findChild<QLineEdit*>(u"fileNameEdit"_s);
             name->setText(path);
             QTest::keyClick(name, Qt::Key_Return);
         };

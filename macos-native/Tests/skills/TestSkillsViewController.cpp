@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// What was painted of each widget, and what of it more than once.
@@ -58,35 +60,35 @@ private slots:
         QCOMPARE(m_tab->arguments("list_local_agents").dump(), std::string("[]"));
         QCOMPARE(m_tab->arguments("list_skills").dump(), std::string("[\"openclaw\"]"));
         QCOMPARE(m_tab->arguments("get_adapter_snapshot").dump(), std::string("[\"openclaw\"]"));
-        QCOMPARE(m_tab->title("configModePopup"), QStringLiteral("dynamic"));
-        QCOMPARE(m_tab->titles("ecosystemPopup"),
-                 (QStringList{QStringLiteral("openclaw"), QStringLiteral("codex"), QStringLiteral("kimi")}));
-        QCOMPARE(m_tab->titles("configModePopup"), (QStringList{QStringLiteral("dynamic"), QStringLiteral("json")}));
-        QCOMPARE(m_tab->meta(), QStringLiteral("Select a skill"));
+        QCOMPARE(m_tab->title("configModePopup"), u"dynamic"_s);
+        QCOMPARE(m_tab->titles("ecosystemPopup"), (QStringList{u"openclaw"_s, u"codex"_s, u"kimi"_s}));
+        QCOMPARE(m_tab->titles("configModePopup"), (QStringList{u"dynamic"_s, u"json"_s}));
+        QCOMPARE(m_tab->meta(), u"Select a skill"_s);
     }
 
     void offersTheAgentsOfTheEcosystem()
     {
-        QCOMPARE(m_tab->titles("agentPopup"),
-                 (QStringList{QStringLiteral("Main (main)"), QStringLiteral("second (second)")}));
-        QCOMPARE(m_tab->title("agentPopup"), QStringLiteral("Main (main)"));
+        QCOMPARE(m_tab->titles("agentPopup"), (QStringList{u"Main (main)"_s, u"second (second)"_s}));
+        QCOMPARE(m_tab->title("agentPopup"), u"Main (main)"_s);
+        const std::size_t calls = m_tab->functions().size();
         m_tab->choose("agentPopup", "second (second)");
+        QCOMPARE(m_tab->functions().size(), calls);
         m_tab->choose("ecosystemPopup", "codex");
-        QCOMPARE(m_tab->titles("agentPopup"), QStringList{QStringLiteral("Coder (c)")});
+        QCOMPARE(m_tab->titles("agentPopup"), QStringList{u"Coder (c)"_s});
         m_tab->choose("ecosystemPopup", "kimi");
-        QCOMPARE(m_tab->titles("agentPopup"), QStringList{QStringLiteral("(none)")});
+        QCOMPARE(m_tab->titles("agentPopup"), QStringList{u"(none)"_s});
         m_tab->choose("ecosystemPopup", "openclaw");
-        QCOMPARE(m_tab->title("agentPopup"), QStringLiteral("Main (main)"));
+        QCOMPARE(m_tab->title("agentPopup"), u"Main (main)"_s);
     }
 
     void agentsThatCannotBeOffered_data()
     {
         QTest::addColumn<QByteArray>("steps");
         QTest::addColumn<QString>("title");
-        QTest::newRow("a failure") << QByteArray(R"([{"raise":["OSError","x"]}])") << QStringLiteral("(load failed)");
-        QTest::newRow("no list") << QByteArray(R"([{"answer":{"id":"a"}}])") << QStringLiteral("(none)");
+        QTest::newRow("a failure") << QByteArray(R"([{"raise":["OSError","x"]}])") << u"(load failed)"_s;
+        QTest::newRow("no list") << QByteArray(R"([{"answer":{"id":"a"}}])") << u"(none)"_s;
         QTest::newRow("rows that are no objects")
-            << QByteArray(R"([{"answer":[{"id":"a","ecosystem":"openclaw"},1]}])") << QStringLiteral("(none)");
+            << QByteArray(R"([{"answer":[{"id":"a","ecosystem":"openclaw"},1]}])") << u"(none)"_s;
     }
 
     void agentsThatCannotBeOffered()
@@ -100,12 +102,10 @@ private slots:
 
     void listsTheSkillsOfTheEcosystem()
     {
-        QCOMPARE(m_tab->rows(),
-                 (QStringList{QStringLiteral("weather"), QStringLiteral("[workspace] social-media-alert"),
-                              QStringLiteral("plain")}));
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
-        QCOMPARE(m_tab->label("configPathLabel"), QStringLiteral("Config: /home/me/.openclaw/openclaw.json"));
-        QCOMPARE(m_tab->label("skillDirsLabel"), QStringLiteral("Skill dirs: /a | /b"));
+        QCOMPARE(m_tab->rows(), (QStringList{u"weather"_s, u"[workspace] social-media-alert"_s, u"plain"_s}));
+        QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
+        QCOMPARE(m_tab->label("configPathLabel"), u"Config: /home/me/.openclaw/openclaw.json"_s);
+        QCOMPARE(m_tab->label("skillDirsLabel"), u"Skill dirs: /a | /b"_s);
         QVERIFY(m_tab->table()->selectionModel()->selectedRows().isEmpty());
     }
 
@@ -137,11 +137,11 @@ private slots:
         QCOMPARE(m_tab->arguments("list_skills").dump(), std::string("[\"codex\"]"));
         QCOMPARE(m_tab->arguments("get_adapter_snapshot").dump(), std::string("[\"codex\"]"));
         QCOMPARE(m_tab->rows(), QStringList());
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 0 skills for codex."));
-        QCOMPARE(m_tab->label("configPathLabel"), QStringLiteral("Config: "));
-        QCOMPARE(m_tab->label("skillDirsLabel"), QStringLiteral("Skill dirs: (none)"));
-        QCOMPARE(m_tab->meta(), QStringLiteral("Select a skill"));
-        QCOMPARE(m_tab->env()->toPlainText(), QStringLiteral("{}"));
+        QCOMPARE(m_tab->status(), u"Loaded 0 skills for codex."_s);
+        QCOMPARE(m_tab->label("configPathLabel"), u"Config: "_s);
+        QCOMPARE(m_tab->label("skillDirsLabel"), u"Skill dirs: (none)"_s);
+        QCOMPARE(m_tab->meta(), u"Select a skill"_s);
+        QCOMPARE(m_tab->env()->toPlainText(), u"{}"_s);
         QVERIFY(m_tab->fields().isEmpty());
     }
 
@@ -149,19 +149,22 @@ private slots:
     {
         m_tab->backend.raise("list_skills", "OSError", "no <b>skills</b>");
         QCOMPARE(m_tab->rows(), QStringList());
-        QVERIFY(m_tab->status().startsWith(QStringLiteral("ERROR: ")));
-        QVERIFY(m_tab->status().contains(QStringLiteral("no <b>skills</b>")));
+        QCOMPARE(m_tab->status(), u"ERROR: OSError: no <b>skills</b>"_s);
         QCOMPARE(m_tab->backend.count("get_adapter_snapshot"), 0);
-        QCOMPARE(m_tab->meta(), QStringLiteral("Select a skill"));
-        QCOMPARE(m_tab->label("envLabel"), QStringLiteral("ENV (JSON snapshot)"));
+        QCOMPARE(m_tab->meta(), u"Select a skill"_s);
+        QCOMPARE(m_tab->label("envLabel"), u"ENV (JSON snapshot)"_s);
         QVERIFY(m_tab->env()->isReadOnly());
+        QVERIFY(!m_tab->apiKey()->isHidden()); // nothing has hidden it yet
+        QVERIFY(!m_tab->find<QLabel>("apiKeyLabel")->isHidden());
+        QCOMPARE(m_tab->label("apiKeyLabel"), u"API Key"_s);
+        QCOMPARE(m_tab->apiKey()->placeholderText(), u"API Key"_s);
     }
 
     void aListOfAnotherShapeIsEmpty_data()
     {
         QTest::addColumn<QByteArray>("reply");
         QTest::newRow("an object") << QByteArray(R"({"skills":[]})");
-        QTest::newRow("null") << QByteArray("null");
+        QTest::newRow("null") << "null"_ba;
         QTest::newRow("rows that are no objects") << QByteArray(R"([{"name":"a"},"b"])");
     }
 
@@ -170,7 +173,7 @@ private slots:
         QFETCH(QByteArray, reply);
         m_tab->listed(Json::parse(reply.toStdString()));
         QCOMPARE(m_tab->rows(), QStringList());
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 0 skills for openclaw."));
+        QCOMPARE(m_tab->status(), u"Loaded 0 skills for openclaw."_s);
     }
 
     void theSnapshotIsReadLeniently_data()
@@ -178,13 +181,13 @@ private slots:
         QTest::addColumn<QByteArray>("snapshot");
         QTest::addColumn<QString>("config");
         QTest::addColumn<QString>("folders");
-        const QString none = QStringLiteral("Skill dirs: (none)");
+        const QString none = u"Skill dirs: (none)"_s;
         QTest::newRow("a text in place of folders")
-            << QByteArray(R"({"configPath":"/c","skillDirs":"/a"})") << QStringLiteral("Config: /c") << none;
+            << QByteArray(R"({"configPath":"/c","skillDirs":"/a"})") << u"Config: /c"_s << none;
         QTest::newRow("a number among the folders")
-            << QByteArray(R"({"configPath":7,"skillDirs":["/a",1]})") << QStringLiteral("Config: 7") << none;
-        QTest::newRow("no folders") << QByteArray(R"({"skillDirs":[]})") << QStringLiteral("Config: ") << none;
-        QTest::newRow("a list") << QByteArray(R"(["/c"])") << QStringLiteral("Config: ") << none;
+            << QByteArray(R"({"configPath":7,"skillDirs":["/a",1]})") << u"Config: 7"_s << none;
+        QTest::newRow("no folders") << QByteArray(R"({"skillDirs":[]})") << u"Config: "_s << none;
+        QTest::newRow("a list") << QByteArray(R"(["/c"])") << u"Config: "_s << none;
     }
 
     void theSnapshotIsReadLeniently()
@@ -195,25 +198,24 @@ private slots:
         m_tab->backend.answer("get_adapter_snapshot", Json::parse(snapshot.toStdString()));
         QCOMPARE(m_tab->label("configPathLabel"), config);
         QCOMPARE(m_tab->label("skillDirsLabel"), folders);
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
+        QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
     }
 
     void aFailedSnapshotIsSilent()
     {
         m_tab->backend.raise("get_adapter_snapshot", "OSError", "x");
-        QCOMPARE(m_tab->label("configPathLabel"), QStringLiteral("Config: "));
-        QCOMPARE(m_tab->label("skillDirsLabel"), QStringLiteral("Skill dirs: (none)"));
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded 3 skills for openclaw."));
+        QCOMPARE(m_tab->label("configPathLabel"), u"Config: "_s);
+        QCOMPARE(m_tab->label("skillDirsLabel"), u"Skill dirs: (none)"_s);
+        QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
     }
 
     void selectingASkillShowsAndLoadsIt()
     {
         m_tab->show();
         m_tab->select(0);
-        QCOMPARE(m_tab->meta(),
-                 QStringLiteral("Tells it.\nskillKey: weather\npath: /skills/weather\nrequires.env: TOKEN, REGION"));
+        QCOMPARE(m_tab->meta(), u"Tells it.\nskillKey: weather\npath: /skills/weather\nrequires.env: TOKEN, REGION"_s);
         QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["openclaw","weather"])"));
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
+        QCOMPARE(m_tab->status(), u"Loaded config for weather."_s);
         QCOMPARE(m_tab->fields().size(), 2);
     }
 
@@ -222,11 +224,11 @@ private slots:
         m_tab->listed({{{"skillKey", "k"}}});
         m_tab->backend.raise("get_skill_entry", "OSError", "x"); // else the loaded entry's status follows at once
         m_tab->view();
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        const DialogRobot robot({DialogRobot::press(u"OK"_s)});
         m_tab->select(0);
-        QCOMPARE(m_tab->rows(), QStringList{QStringLiteral("(unknown)")});
-        QCOMPARE(m_tab->status(), QStringLiteral("Selected k."));
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("Load Failed")});
+        QCOMPARE(m_tab->rows(), QStringList{u"(unknown)"_s});
+        QCOMPARE(m_tab->status(), u"Selected k."_s);
+        QCOMPARE(robot.titles(), QStringList{u"Load Failed"_s});
     }
 
     void aClickBesideTheRowsKeepsTheSkill()
@@ -251,6 +253,27 @@ private slots:
         QCOMPARE(m_tab->backend.count("get_skill_entry"), 2);
     }
 
+    void draggingOverSkillsChoosesTheLastOne()
+    {
+        m_tab->show();
+        QWidget* rows = m_tab->table()->viewport();
+        const auto row = [this](int index) {
+            return m_tab->table()->visualRect(m_tab->table()->model()->index(index, 0)).center();
+        };
+        QTest::mousePress(rows, Qt::LeftButton, {}, row(0));
+        QTest::mouseMove(rows, row(1));
+        QTest::mouseMove(rows, row(2));
+        QCOMPARE(m_tab->backend.count("get_skill_entry"), 0);
+        QTest::mouseRelease(rows, Qt::LeftButton, {}, row(2));
+        QCOMPARE(m_tab->backend.count("get_skill_entry"), 1);
+        QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["openclaw","plain"])"));
+
+        QTest::mousePress(rows, Qt::LeftButton, {}, row(1));
+        QTest::mouseMove(rows, row(2));
+        QTest::mouseRelease(rows, Qt::LeftButton, {}, row(2)); // where it was
+        QCOMPARE(m_tab->backend.count("get_skill_entry"), 1);
+    }
+
     void choosingPaintsEverythingOnce()
     {
         m_tab->show();
@@ -271,11 +294,12 @@ private slots:
         m_tab->select(0);
         m_tab->listed(Json::array({SkillsTab::weather()}));
         m_tab->press("Refresh");
+        QCOMPARE(m_tab->backend.count("list_local_agents"), 1); // the skills alone
         QVERIFY(m_tab->table()->selectionModel()->selectedRows().isEmpty());
-        QCOMPARE(m_tab->meta(), QStringLiteral("Select a skill"));
-        const DialogRobot robot({DialogRobot::press(QStringLiteral("OK"))});
+        QCOMPARE(m_tab->meta(), u"Select a skill"_s);
+        const DialogRobot robot({DialogRobot::press(u"OK"_s)});
         m_tab->press("Load Config");
-        QCOMPARE(robot.titles(), QStringList{QStringLiteral("No Selection")});
+        QCOMPARE(robot.titles(), QStringList{u"No Selection"_s});
     }
 
     void aRefreshOfTheSameSkillsClearsTheSelectionToo()
@@ -285,17 +309,17 @@ private slots:
         QVERIFY(m_tab->table()->selectionModel()->selectedRows().isEmpty());
         m_tab->select(0);
         QCOMPARE(m_tab->backend.count("get_skill_entry"), 2);
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for weather."));
+        QCOMPARE(m_tab->status(), u"Loaded config for weather."_s);
     }
 
     void aRefreshShowsAnEntryThatSaysNothing()
     {
         m_tab->entered({{"enabled", false}, {"apiKey", "k"}});
         m_tab->select(0);
-        QCOMPARE(m_tab->title("enabledPopup"), QStringLiteral("false"));
+        QCOMPARE(m_tab->title("enabledPopup"), u"false"_s);
         QVERIFY(!m_tab->apiKey()->isHidden());
         m_tab->press("Refresh");
-        QCOMPARE(m_tab->title("enabledPopup"), QStringLiteral("true"));
+        QCOMPARE(m_tab->title("enabledPopup"), u"true"_s);
         QVERIFY(m_tab->apiKey()->isHidden());
         QVERIFY(m_tab->find<QLabel>("apiKeyLabel")->isHidden());
         QCOMPARE(m_tab->apiKey()->text(), QString());
@@ -311,13 +335,38 @@ private slots:
                  (std::vector<std::string>{"list_local_agents", "list_skills", "get_adapter_snapshot"}));
     }
 
+    void withoutAnEcosystemItIsOpenclaw()
+    {
+        m_tab->find<QComboBox>("ecosystemPopup")->setCurrentIndex(-1);
+        m_tab->press("Refresh");
+        QCOMPARE(m_tab->arguments("list_skills").dump(), std::string(R"(["openclaw"])"));
+        QCOMPARE(m_tab->arguments("get_adapter_snapshot").dump(), std::string(R"(["openclaw"])"));
+        QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
+    }
+
+    void aFailedRefreshChangesNothingButRowsAndStatus()
+    {
+        m_tab->select(1); // with news sources
+        m_tab->choose("enabledPopup", "false");
+        m_tab->apiKey()->setText(u"typed"_s);
+        m_tab->env()->setPlainText(u"edited"_s);
+        const QStringList before = m_tab->everything();
+        m_tab->backend.raise("list_skills", "OSError", "x");
+        m_tab->press("Refresh");
+        QStringList expected = before;
+        expected.replaceInStrings(u"=Loaded config for sma."_s, u"=ERROR: OSError: x"_s);
+        QVERIFY(expected != before);
+        QCOMPARE(m_tab->everything(), expected);
+        QCOMPARE(m_tab->rows(), QStringList());
+    }
+
     void aFailedRefreshKeepsTheEditor()
     {
         m_tab->select(0);
         m_tab->backend.raise("list_skills", "OSError", "x");
         m_tab->choose("ecosystemPopup", "codex");
         QCOMPARE(m_tab->rows(), QStringList());
-        QVERIFY(m_tab->meta().startsWith(QStringLiteral("Tells it.")));
+        QVERIFY(m_tab->meta().startsWith(u"Tells it."_s));
         QCOMPARE(m_tab->fields().size(), 2);
         m_tab->press("Load Config"); // of the ecosystem that is shown
         QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["codex","weather"])"));
@@ -338,9 +387,9 @@ private slots:
             stops.append(name.isEmpty() && variable ? variable->placeholderText() : name);
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
         } while (QApplication::focusWidget() != first);
-        QCOMPARE(stops.join(u'|'), QStringLiteral("ecosystemPopup|agentPopup|configModePopup|Refresh|Load Config|"
-                                                  "Install Skill|Install Cloud Skill|metaLabel|tableView|enabledPopup|"
-                                                  "apiKeyField|envTextView|TOKEN|REGION|Save Config"));
+        QCOMPARE(stops.join(u'|'), u"ecosystemPopup|agentPopup|configModePopup|Refresh|Load Config|"
+                                   "Install Skill|Install Cloud Skill|metaLabel|tableView|enabledPopup|"
+                                   "apiKeyField|envTextView|TOKEN|REGION|Save Config"_s);
     }
 
     void everythingHasAName()
@@ -350,19 +399,19 @@ private slots:
         const auto nameOf = [this](const char* objectName) {
             return QAccessible::queryAccessibleInterface(m_tab->find<QWidget>(objectName))->text(QAccessible::Name);
         };
-        QCOMPARE(nameOf("tableView"), QStringLiteral("Skills"));
-        QCOMPARE(nameOf("envTextView"), QStringLiteral("ENV"));
-        QCOMPARE(nameOf("apiKeyField"), QStringLiteral("My Token"));
+        QCOMPARE(nameOf("tableView"), u"Skills"_s);
+        QCOMPARE(nameOf("envTextView"), u"ENV"_s);
+        QCOMPARE(nameOf("apiKeyField"), u"My Token"_s);
         QCOMPARE(nameOf("metaLabel"), m_tab->meta());
         QCOMPARE(nameOf("statusLabel"), m_tab->status());
         QCOMPARE(QAccessible::queryAccessibleInterface(m_tab->field("TOKEN"))->text(QAccessible::Name),
-                 QStringLiteral("My Token (TOKEN)"));
+                 u"My Token (TOKEN)"_s);
         // Qt on Linux tells of a pop-up what it shows; that it is labelled by its caption is a relation of its own.
-        QCOMPARE(m_tab->caption("ecosystemPopup")->text(), QStringLiteral("Ecosystem"));
-        QCOMPARE(m_tab->caption("agentPopup")->text(), QStringLiteral("Agent"));
-        QCOMPARE(m_tab->caption("configModePopup")->text(), QStringLiteral("Config Mode"));
-        QCOMPARE(m_tab->caption("enabledPopup")->text(), QStringLiteral("Enabled"));
-        QCOMPARE(m_tab->caption("sourcePopup")->text(), QStringLiteral("Configured Sources"));
+        QCOMPARE(m_tab->caption("ecosystemPopup")->text(), u"Ecosystem"_s);
+        QCOMPARE(m_tab->caption("agentPopup")->text(), u"Agent"_s);
+        QCOMPARE(m_tab->caption("configModePopup")->text(), u"Config Mode"_s);
+        QCOMPARE(m_tab->caption("enabledPopup")->text(), u"Enabled"_s);
+        QCOMPARE(m_tab->caption("sourcePopup")->text(), u"Configured Sources"_s);
     }
 
     void theViewIsLaidOutAsGiven()
@@ -400,7 +449,7 @@ private slots:
         const QRect table = m_tab->frame(m_tab->table());
         const QWidget* document = m_tab->env()->parentWidget()->parentWidget();
         const QRect form = m_tab->frame(document->parentWidget());
-        const QRect save = m_tab->frame(Controls::button(m_tab->view(), QStringLiteral("Save Config")));
+        const QRect save = m_tab->frame(Controls::button(m_tab->view(), u"Save Config"_s));
         QCOMPARE(m_tab->table()->minimumWidth(), 240);
         QCOMPARE(table.topLeft(), QPoint(place.left(), skillDirs.bottom() + 1 + 8));
         QCOMPARE(form.topLeft(), QPoint(table.right() + 1 + 16, table.top()));
@@ -419,9 +468,9 @@ private slots:
     {
         m_tab->show();
         auto* label = m_tab->find<ScrollingLabel>("metaLabel");
-        label->setText(QStringLiteral("一\n二\n三\n四"));
+        label->setText(u"一\n二\n三\n四"_s);
         QTRY_COMPARE(label->verticalScrollBar()->maximum(), 0);
-        label->setText(QStringLiteral("一\n二\n三\n四\n五"));
+        label->setText(u"一\n二\n三\n四\n五"_s);
         QTRY_VERIFY(label->verticalScrollBar()->maximum() > 0);
     }
 
@@ -453,8 +502,8 @@ private slots:
     {
         m_tab->listed({{{"name", "<b>n</b>"}, {"skillKey", "<i>k</i>"}, {"requiredEnv", {"<b>A</b>"}}}});
         m_tab->select(0);
-        QCOMPARE(m_tab->rows(), QStringList{QStringLiteral("<b>n</b>")});
-        QCOMPARE(m_tab->status(), QStringLiteral("Loaded config for <i>k</i>."));
+        QCOMPARE(m_tab->rows(), QStringList{u"<b>n</b>"_s});
+        QCOMPARE(m_tab->status(), u"Loaded config for <i>k</i>."_s);
         for (const QLabel* label : m_tab->view().findChildren<QLabel*>())
             QCOMPARE(label->textFormat(), Qt::PlainText);
     }

@@ -58,7 +58,7 @@ private slots:
     {
         JsonRowModel model(nameAndCount());
         const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
-        QVERIFY(model.setRows(rowsOf(R"([{"name":"b"},{"name":"a"},{"name":"b"}])")));
+        model.setRows(rowsOf(R"([{"name":"b"},{"name":"a"},{"name":"b"}])"));
         QCOMPARE(model.rowCount(), 3);
         QStringList names;
         for (int row = 0; row < model.rowCount(); ++row)
@@ -94,11 +94,7 @@ private slots:
             << QByteArray(R"({"name":"1\n2\r3\u000b4\u000c5\u00856\u20287\u20298"})")
             << QStringLiteral("1 2 3 4 5 6 7 8");
         QTest::newRow("a thousand characters in full") << rowNamed(QByteArray(1000, 'x')) << QString(1000, u'x');
-        QTest::newRow("ten thousand characters cut") << rowNamed(QByteArray(10'000, 'x')) << QString(1000, u'x') + u'…';
-        QTest::newRow("a megabyte cut") << rowNamed(QByteArray(R"(\n)").repeated(1'000'000))
-                                        << QString(1000, u' ') + u'…';
-        QTest::newRow("no character cut in half")
-            << rowNamed(QByteArray(999, 'x') + QByteArray("🙂🙂")) << QString(999, u'x') + u'…';
+        QTest::newRow("ten thousand characters in full") << rowNamed(QByteArray(10'000, 'x')) << QString(10'000, u'x');
     }
 
     void aCellShowsItsMember()
@@ -107,7 +103,7 @@ private slots:
         QFETCH(QString, text);
         JsonRowModel model(nameAndCount());
         const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
-        QVERIFY(model.setRows({Json::parse(row.toStdString())}));
+        model.setRows({Json::parse(row.toStdString())});
         QCOMPARE(model.index(0, 0).data().toString(), text);
         QVERIFY(!text.contains(replacement));
     }
@@ -117,14 +113,14 @@ private slots:
         const auto both = [](const Json& row) { return textOf(row, "name") + u'\n' + textOf(row, "count"); };
         JsonRowModel model({{"name", QStringLiteral("Name"), 180, both}});
         const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
-        QVERIFY(model.setRows(rowsOf(R"([{"name":"a","count":2}])")));
+        model.setRows(rowsOf(R"([{"name":"a","count":2}])"));
         QCOMPARE(model.index(0, 0).data().toString(), QStringLiteral("a 2"));
     }
 
     void aCellHasNothingButText()
     {
         JsonRowModel model(nameAndCount());
-        QVERIFY(model.setRows(rowsOf(R"([{"name":"a"}])")));
+        model.setRows(rowsOf(R"([{"name":"a"}])"));
         QVERIFY(!model.index(0, 0).data(Qt::CheckStateRole).isValid());
         QVERIFY(!model.index(0, 0).data(Qt::ToolTipRole).isValid());
         QVERIFY(!(model.flags(model.index(0, 0)) & Qt::ItemIsEditable));
@@ -134,19 +130,19 @@ private slots:
     {
         const std::string row = R"({"z":1.0,"name":"line\nbreak","a":{"deep":[null]},"big":9007199254740993})";
         JsonRowModel model(nameAndCount());
-        QVERIFY(model.setRows({Json::parse(row)}));
+        model.setRows({Json::parse(row)});
         QCOMPARE(model.rows().at(0).dump(), row);
     }
 
     void whereThereIsNoCellThereIsNoText()
     {
         JsonRowModel model(nameAndCount());
-        QVERIFY(model.setRows(rowsOf(R"([{"name":"a"}])")));
+        model.setRows(rowsOf(R"([{"name":"a"}])"));
         const QModelIndex cell = model.index(0, 1);
         QVERIFY(!model.data(QModelIndex()).isValid());
         QVERIFY(!model.index(1, 0).isValid());
         QVERIFY(!model.index(0, 2).isValid());
-        QVERIFY(model.setRows({}));
+        model.setRows({});
         QVERIFY(!model.data(cell).isValid()); // an index that outlived its row
     }
 
@@ -163,35 +159,85 @@ private slots:
         QFETCH(QByteArray, reply);
         JsonRowModel model(nameAndCount());
         model.setRows(rowsOf(reply));
-        const QSignalSpy aboutToBeReset(&model, &QAbstractItemModel::modelAboutToBeReset);
+        const QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
         const QSignalSpy reset(&model, &QAbstractItemModel::modelReset);
-        QVERIFY(!model.setRows(rowsOf(reply)));
-        QCOMPARE(aboutToBeReset.count() + reset.count(), 0);
+        model.setRows(rowsOf(reply));
+        QCOMPARE(changed.count() + reset.count(), 0);
     }
 
-    void otherRowsResetTheModelOnce_data()
+    void rowsThatStayAreTheSameRows_data()
     {
         QTest::addColumn<QByteArray>("before");
         QTest::addColumn<QByteArray>("after");
-        QTest::newRow("a value") << QByteArray(R"([{"name":"a"}])") << QByteArray(R"([{"name":"b"}])");
-        QTest::newRow("a value that no column shows") << QByteArray(R"([{"x":1}])") << QByteArray(R"([{"x":2}])");
-        QTest::newRow("the order") << QByteArray(R"([{"name":"a"},{"name":"b"}])")
-                                   << QByteArray(R"([{"name":"b"},{"name":"a"}])");
-        QTest::newRow("one more") << QByteArray(R"([{"name":"a"}])") << QByteArray(R"([{"name":"a"},{"name":"a"}])");
-        QTest::newRow("none left") << QByteArray(R"([{"name":"a"}])") << QByteArray("[]");
+        QTest::addColumn<QByteArray>("places"); // of the rows before, in the table after
+        const auto add = [](const char* name, const char* before, const char* after, const char* places) {
+            QTest::newRow(name) << QByteArray(before) << QByteArray(after) << QByteArray(places);
+        };
+        add("a changed value", R"([{"id":1,"name":"a"}])", R"([{"id":1,"name":"b"}])", "0");
+        add("a value that no column shows", R"([{"id":1}])", R"([{"id":1,"x":2}])", "0");
+        add("another order", R"([{"id":1},{"id":2},{"id":3}])", R"([{"id":3},{"id":1},{"id":2}])", "1 2 0");
+        add("one more in front", R"([{"id":1}])", R"([{"id":0},{"id":1}])", "1");
+        add("one more between", R"([{"id":1},{"id":3}])", R"([{"id":1},{"id":2},{"id":3}])", "0 2");
+        add("one less", R"([{"id":1},{"id":2},{"id":3}])", R"([{"id":1},{"id":3}])", "0 - 1");
+        add("none left", R"([{"id":1},{"id":2}])", "[]", "- -");
+        add("all new", R"([{"id":1},{"id":2}])", R"([{"id":3},{"id":4}])", "- -");
+        add("everything at once", R"([{"id":1},{"id":2},{"id":3},{"id":4}])",
+            R"([{"id":9},{"id":4,"name":"x"},{"id":8},{"id":7},{"id":2},{"id":6}])", "- 4 - 1");
+        add("equal rows that change places are told apart", R"([{"id":1,"name":"a"},{"id":1,"name":"b"}])",
+            R"([{"id":1,"name":"b"},{"id":1,"name":"a"}])", "1 0");
+        add("rows with one identity keep their order", R"([{"id":1},{"id":1}])", R"([{"id":1,"x":1},{"id":1,"x":2}])",
+            "0 1");
+        add("rows that lack an identity have the same", R"([{"name":"a"},{}])", R"([{"id":1},{"name":"b"}])", "1 -");
+        add("a number is not its text", R"([{"id":1}])", R"([{"id":"1"}])", "-");
     }
 
-    void otherRowsResetTheModelOnce()
+    void rowsThatStayAreTheSameRows()
     {
         QFETCH(QByteArray, before);
         QFETCH(QByteArray, after);
+        QFETCH(QByteArray, places);
+        JsonRowModel model(nameAndCount(), {"id"});
+        const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const QSignalSpy resets(&model, &QAbstractItemModel::modelReset);
+        model.setRows(rowsOf(before));
+        QList<QPersistentModelIndex> rows;
+        for (int row = 0; row < model.rowCount(); ++row)
+            rows.append(model.index(row, 1));
+        model.setRows(rowsOf(after));
+        QVERIFY(model.rows() == rowsOf(after));
+        QByteArrayList found;
+        for (const QPersistentModelIndex& row : rows)
+            found.append(row.isValid() ? QByteArray::number(row.row()) : "-");
+        QCOMPARE(found.join(' '), places);
+        QCOMPARE(resets.count(), 0);
+    }
+
+    void changesAreToldOfTheRowsThatChanged()
+    {
+        JsonRowModel model(nameAndCount(), {"id"});
+        model.setRows(rowsOf(R"([{"id":0},{"id":1},{"id":2},{"id":3},{"id":4}])"));
+        QSignalSpy changes(&model, &QAbstractItemModel::dataChanged);
+        model.setRows(rowsOf(R"([{"id":0},{"id":1,"x":1},{"id":2,"x":1},{"id":3},{"id":4,"x":1}])"));
+        QStringList ranges;
+        for (const QList<QVariant>& change : changes) {
+            const auto from = change.at(0).toModelIndex();
+            const auto to = change.at(1).toModelIndex();
+            ranges.append(QString::asprintf("%d,%d to %d,%d", from.row(), from.column(), to.row(), to.column()));
+        }
+        QCOMPARE(ranges.join(u'|'), QStringLiteral("1,0 to 2,1|4,0 to 4,1"));
+    }
+
+    void withoutAnIdentityARowThatChangesIsAnother()
+    {
         JsonRowModel model(nameAndCount());
         const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
-        model.setRows(rowsOf(before));
-        const QSignalSpy reset(&model, &QAbstractItemModel::modelReset);
-        QVERIFY(model.setRows(rowsOf(after)));
-        QCOMPARE(reset.count(), 1);
-        QVERIFY(model.rows() == rowsOf(after));
+        model.setRows(rowsOf(R"([{"name":"a"},{"name":"b"}])"));
+        const QPersistentModelIndex first(model.index(0, 0));
+        const QPersistentModelIndex second(model.index(1, 0));
+        model.setRows(rowsOf(R"([{"name":"b"},{"name":"c"}])"));
+        QVERIFY(!first.isValid());
+        QCOMPARE(second.row(), 0);
+        QVERIFY(model.rows() == rowsOf(R"([{"name":"b"},{"name":"c"}])"));
     }
 
     void tenThousandRowsAreAllThere()
@@ -199,7 +245,7 @@ private slots:
         std::vector<Json> rows(10'000, {{"name", "agent"}});
         rows.back()["count"] = 9'999;
         JsonRowModel model(nameAndCount());
-        QVERIFY(model.setRows(rows));
+        model.setRows(rows);
         QCOMPARE(model.rowCount(), 10'000);
         QCOMPARE(model.index(9'999, 1).data().toString(), QStringLiteral("9999"));
     }

@@ -2,6 +2,7 @@
 
 #include "support/Warnings.h"
 
+#include <QAbstractItemView>
 #include <QSignalSpy>
 #include <QTest>
 #include <QWheelEvent>
@@ -72,6 +73,21 @@ private slots:
         QCOMPARE(action.count(), 0);
         QTest::keyClick(&popup, Qt::Key_Up);
         QCOMPARE(action.count(), 1);
+    }
+
+    void aKeyThatHasClosedTheListDoesNothingMore()
+    {
+        PopUpButton popup;
+        popup.addItems(titles());
+        popup.show();
+        const QSignalSpy action(&popup, &QComboBox::activated);
+        for (int opening = 1; opening <= 2; ++opening) {
+            popup.showPopup();
+            QTest::keyClick(popup.view(), Qt::Key_Down);
+            QTest::keyClick(popup.view(), Qt::Key_Return);
+            QTest::keyClick(popup.view(), Qt::Key_Return); // as it comes again while assistive technology listens
+            QCOMPARE(action.count(), opening);
+        }
     }
 
     void showsATitleOnOneLine()

@@ -16,11 +16,13 @@
 #include "ui/FlowLayout.h"
 #include "ui/JsonTable.h"
 #include "ui/Labels.h"
+#include "ui/TextScale.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QHBoxLayout>
 #include <QPointer>
+#include <QScreen>
 
 #include <chrono>
 
@@ -42,6 +44,17 @@ std::vector<JsonColumn> columns()
         {"workspace", QStringLiteral("Workspace"), 340},
         {"createdAt", QStringLiteral("Created At"), 170},
     };
+}
+
+/// Returns a place for a window that leaves the title of `window` in sight, or the corner of the screen when that place
+/// is too near to the screen's edge.
+QPoint placeBeside(const QWidget& window)
+{
+    constexpr QPoint cascade(24, 24);
+    constexpr QMargins room(0, 0, 300, 200);
+    const QRect available = window.screen()->availableGeometry();
+    const QPoint place = window.pos() + cascade;
+    return available.marginsRemoved(room).contains(place) ? place : available.topLeft();
 }
 
 } // namespace
@@ -79,10 +92,13 @@ QHBoxLayout* AgentsViewController::makeButtonRow()
     add(QStringLiteral("Adopt / Rename"), &AgentsViewController::adoptOrRename);
     add(QStringLiteral("Delete"), &AgentsViewController::deleteSelected);
     m_summaryLabel = makeSecondaryLabel(QStringLiteral("summaryLabel"), {}, this);
+    m_summaryLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    m_summaryLabel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed); // it elides before the buttons wrap
+    m_summaryLabel->setMinimumWidth(scaledToFont(90));
     auto* row = new QHBoxLayout;
     row->setSpacing(8);
-    row->addLayout(buttons, 1);
-    row->addWidget(m_summaryLabel);
+    row->addLayout(buttons);
+    row->addWidget(m_summaryLabel, 1);
     return row;
 }
 
@@ -98,6 +114,7 @@ void AgentsViewController::viewDidAppear()
     m_refreshTimer = std::make_unique<QTimer>(this);
     m_refreshTimer->setObjectName(QStringLiteral("refreshTimer"));
     connect(m_refreshTimer.get(), &QTimer::timeout, this, &AgentsViewController::refreshAgents);
+    m_refreshTimer->setTimerType(Qt::PreciseTimer); // a coarse one may be a quarter of a second early
     m_refreshTimer->start(refreshInterval);
 }
 
@@ -195,6 +212,9 @@ void AgentsViewController::openConfigEditor()
             self->m_statusLabel->setText(QStringLiteral("Saved config: ") + path);
     };
     auto* editor = new ConfigEditorWindowController(QStringLiteral("Config Editor - ") + path, path, onSave);
+    if (m_lastEditor)
+        editor->window()->move(placeBeside(*m_lastEditor)); // where the desktop lets windows say where they stand
+    m_lastEditor = editor->window();
     editor->window()->makeKeyAndOrderFront();
 }
 

@@ -2,6 +2,7 @@
 
 #include "shell/primitives/ViewController.h"
 
+#include <QPointer>
 #include <QTimer>
 
 #include <memory>
@@ -9,6 +10,7 @@
 
 class JsonTable;
 class Label;
+class NeloWindow;
 class QHBoxLayout;
 struct Agent;
 struct BackendCall;
@@ -53,4 +55,5 @@ private:
     Label* m_summaryLabel = nullptr;        // child of this
     Label* m_statusLabel = nullptr;         // child of this
     std::unique_ptr<QTimer> m_refreshTimer; // exists while the view is visible
+    QPointer<NeloWindow> m_lastEditor;      // owns itself
 };

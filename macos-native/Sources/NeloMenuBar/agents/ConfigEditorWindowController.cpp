@@ -1,29 +1,46 @@
 #include "agents/ConfigEditorWindowController.h"
 
-#include "agents/ConfigTextView.h"
 #include "agents/core/ConfigFile.h"
+#include "base/Text.h"
 #include "shell/primitives/NeloWindow.h"
 #include "ui/Alerts.h"
 #include "ui/Buttons.h"
 #include "ui/Labels.h"
+#include "ui/VerbatimTextEdit.h"
 
 #include <QDateTime>
 #include <QFontDatabase>
 #include <QHBoxLayout>
+#include <QScreen>
 
 #include <utility>
+
+namespace {
+
+/// Lets `window` be smaller than it starts, and starts it no larger than its screen: Save must be in reach.
+void fitScreen(NeloWindow& window)
+{
+    constexpr double shareOfContent = 0.9; // the rest is for the frame, which the window system draws
+    const QRect available = window.screen()->availableGeometry();
+    window.setMinimumSize(0, 0);
+    window.resize(window.size().boundedTo(available.size() * shareOfContent));
+    window.move(available.center() - window.rect().center());
+}
+
+} // namespace
 
 ConfigEditorWindowController::ConfigEditorWindowController(const QString& title, QString path, OnSave onSave)
     : m_path(std::move(path)), m_onSave(std::move(onSave)), m_window(new NeloWindow(title, {900, 640}))
 {
     m_window->setAttribute(Qt::WA_DeleteOnClose);
+    fitScreen(*m_window);
     setParent(m_window);
     setupUI();
 }
 
 void ConfigEditorWindowController::setupUI()
 {
-    m_textView = new ConfigTextView(m_window);
+    m_textView = new VerbatimTextEdit(m_window);
     m_textView->setObjectName(QStringLiteral("textView"));
     m_textView->setAccessibleName(QStringLiteral("Configuration"));
     m_textView->setFont(fontOfSize(QFontDatabase::systemFont(QFontDatabase::FixedFont), 12));
@@ -49,12 +66,13 @@ void ConfigEditorWindowController::setupUI()
 
 void ConfigEditorWindowController::reloadFile()
 {
-    m_textView->setBytes(readConfigFile(m_path));
+    m_textView->setText(decodeUtf8(readConfigFile(m_path)).value_or(QString()));
 }
 
 void ConfigEditorWindowController::saveFile()
 {
-    const std::optional<QString> failure = saveConfigFile(m_path, m_textView->bytes(), QDateTime::currentDateTime());
+    const std::optional<QString> failure =
+        saveConfigFile(m_path, m_textView->text().toUtf8(), QDateTime::currentDateTime());
     if (failure) {
         showAlert(m_window, QStringLiteral("Save Failed"), *failure);
         return; // the window, and this with it, may be gone

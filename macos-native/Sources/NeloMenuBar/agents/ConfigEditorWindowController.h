@@ -5,7 +5,7 @@
 
 #include <functional>
 
-class ConfigTextView;
+class VerbatimTextEdit;
 class NeloWindow;
 
 /// A window in which a configuration file is edited as plain text, whatever it holds. It lives by itself: closing it
@@ -15,13 +15,14 @@ class ConfigEditorWindowController final : public QObject
     Q_OBJECT
 
 public:
-    /// Called with true after each save.
+    /// Is called with true after each save.
     using OnSave = std::function<void(bool isSaved)>;
 
     /// Builds the window, called `title`, with the text of the file at `path`; showing it is left to the caller.
     ConfigEditorWindowController(const QString& title, QString path, OnSave onSave);
 
     NeloWindow* window() const { return m_window; }
+    const OnSave& onSave() const { return m_onSave; }
 
     /// Shows what the file holds now, nothing when it cannot be read or is not UTF-8. Unsaved edits are discarded.
     void reloadFile();
@@ -34,6 +35,6 @@ private:
 
     QString m_path;
     OnSave m_onSave;
-    NeloWindow* m_window;                 // the parent of this
-    ConfigTextView* m_textView = nullptr; // child of the window
+    NeloWindow* m_window;                   // the parent of this
+    VerbatimTextEdit* m_textView = nullptr; // child of the window
 };

@@ -11,32 +11,34 @@
 #include "ui/Labels.h"
 #include "ui/PopUpButton.h"
 #include "ui/TextScale.h"
+#include "ui/VerbatimTextEdit.h"
 
 #include <QEvent>
 #include <QFontDatabase>
 #include <QLineEdit>
-#include <QPlainTextEdit>
 #include <QVBoxLayout>
 
 namespace {
 
 const QString dynamicMode = QStringLiteral("dynamic");
+const QString emptyEnv = QStringLiteral("{}");
+const QString apiKeyCaption = QStringLiteral("API Key");
 constexpr FormRowMetrics rowMetrics{.labelWidth = 160, .spacing = 8};
 
-QPlainTextEdit* makeEnvTextView(QWidget* parent)
+VerbatimTextEdit* makeEnvTextView(QWidget* parent)
 {
-    auto* view = new QPlainTextEdit(QStringLiteral("{}"), parent);
+    auto* view = new VerbatimTextEdit(parent);
+    view->setText(emptyEnv);
     view->setObjectName(QStringLiteral("envTextView"));
     view->setAccessibleName(QStringLiteral("ENV"));
     view->setFont(fontOfSize(QFontDatabase::systemFont(QFontDatabase::FixedFont), 12));
-    view->setLineWrapMode(QPlainTextEdit::NoWrap);
     view->setTabChangesFocus(true);
     view->setMinimumHeight(scaledToFont(110));
     return view;
 }
 
 /// A text that cannot be edited can still be selected, by mouse and by keyboard.
-void setEditable(QPlainTextEdit* view, bool isEditable)
+void setEditable(VerbatimTextEdit* view, bool isEditable)
 {
     view->setReadOnly(!isEditable);
     view->setTextInteractionFlags(view->textInteractionFlags() | Qt::TextSelectableByMouse
@@ -46,9 +48,9 @@ void setEditable(QPlainTextEdit* view, bool isEditable)
 } // namespace
 
 SkillEntryEditor::SkillEntryEditor(QWidget* parent)
-    : QWidget(parent), m_enabledPopup(new PopUpButton(this)), m_apiKeyLabel(new Label({}, this)),
-      m_apiKeyField(makeField({}, this)), m_envLabel(new Label({}, this)), m_envTextView(makeEnvTextView(this)),
-      m_dynamicFieldsStack(new DynamicFieldsStack(m_envTextView, this))
+    : QWidget(parent), m_enabledPopup(new PopUpButton(this)), m_apiKeyLabel(new Label(apiKeyCaption, this)),
+      m_apiKeyField(makeField(apiKeyCaption, this)), m_envLabel(new Label(QStringLiteral("ENV (JSON object)"), this)),
+      m_envTextView(makeEnvTextView(this)), m_dynamicFieldsStack(new DynamicFieldsStack(m_envTextView, this))
 {
     m_enabledPopup->setObjectName(QStringLiteral("enabledPopup"));
     m_enabledPopup->addItems({QStringLiteral("true"), QStringLiteral("false")});
@@ -58,7 +60,6 @@ SkillEntryEditor::SkillEntryEditor(QWidget* parent)
     m_envLabel->setObjectName(QStringLiteral("envLabel"));
     m_dynamicFieldsStack->setObjectName(QStringLiteral("dynamicFieldsStack"));
     layOut();
-    reset();
 }
 
 void SkillEntryEditor::layOut()
@@ -85,7 +86,7 @@ void SkillEntryEditor::reset()
     m_currentConfigObject = Json::object();
     m_enabledPopup->selectItemWithTitle(QStringLiteral("true"));
     setSelectedSkill(std::nullopt);
-    m_envTextView->setPlainText(QStringLiteral("{}"));
+    m_envTextView->setText(emptyEnv);
 }
 
 void SkillEntryEditor::updateConfigModeUI(const QString& mode)
@@ -116,7 +117,7 @@ void SkillEntryEditor::changeEvent(QEvent* event)
 void SkillEntryEditor::updateCredentialUI()
 {
     const bool isNeeded = m_selectedSkill && !primaryVariable(*m_selectedSkill).isEmpty();
-    const QString caption = isNeeded ? credentialCaption(*m_selectedSkill) : QStringLiteral("API Key");
+    const QString caption = isNeeded ? credentialCaption(*m_selectedSkill) : apiKeyCaption;
     m_apiKeyLabel->setVisible(isNeeded);
     m_apiKeyLabel->setText(caption);
     m_apiKeyField->setVisible(isNeeded);
@@ -135,10 +136,10 @@ void SkillEntryEditor::rebuildDynamicFields()
 
 void SkillEntryEditor::loadEntry()
 {
-    if (!requireSelection())
+    const std::optional<Json> skill = requireSelection();
+    if (!skill)
         return;
-    const Json skill = *m_selectedSkill;
-    const QString skillKey = textOf(skill, "skillKey");
+    const QString skillKey = textOf(*skill, "skillKey");
     const BackendReply reply(NeloBackend::call("get_skill_entry", {m_ecosystem, skillKey}));
     if (reply.isError()) {
         showAlert(this, QStringLiteral("Load Failed"), reply.text());
@@ -146,17 +147,18 @@ void SkillEntryEditor::loadEntry()
     }
     const SkillEntry entry = readSkillEntry(reply.object());
     m_enabledPopup->selectItemWithTitle(entry.isEnabled ? QStringLiteral("true") : QStringLiteral("false"));
-    m_apiKeyField->setText(primaryVariable(skill).isEmpty() ? QString() : entry.apiKey);
+    m_apiKeyField->setText(primaryVariable(*skill).isEmpty() ? QString() : entry.apiKey);
     m_currentConfigObject = entry.config;
-    m_dynamicFieldsStack->showTexts([&](const QString& name) { return variableText(entry, skill, name); });
-    m_envTextView->setPlainText(prettyEnv(entry.env));
+    m_dynamicFieldsStack->showTexts([&](const QString& name) { return variableText(entry, *skill, name); });
+    m_envTextView->setText(prettyEnv(entry.env));
     emit entryLoaded();
     emit statusChanged(QStringLiteral("Loaded config for ") + skillKey + u'.');
 }
 
 void SkillEntryEditor::saveEntry()
 {
-    if (!requireSelection())
+    const std::optional<Json> skill = requireSelection();
+    if (!skill)
         return;
     const std::optional<Json> env = editedEnv();
     if (!env) {
@@ -165,25 +167,27 @@ void SkillEntryEditor::saveEntry()
     }
     const SkillEntry entry{
         .isEnabled = m_enabledPopup->titleOfSelectedItem({}) == QStringLiteral("true"),
-        .apiKey = credentialToSave(*env, primaryVariable(*m_selectedSkill), m_apiKeyField->text()),
+        .apiKey = credentialToSave(*env, primaryVariable(*skill), m_apiKeyField->text()),
         .env = *env,
         .config = m_currentConfigObject,
     };
-    const QString skillKey = textOf(*m_selectedSkill, "skillKey");
+    const QString skillKey = textOf(*skill, "skillKey");
     const BackendReply reply(NeloBackend::call("save_skill_entry", {m_ecosystem, skillKey, toJson(entry)}));
     if (reply.isError()) {
         showAlert(this, QStringLiteral("Save Failed"), reply.text());
         return;
     }
-    m_envTextView->setPlainText(prettyEnv(*env));
+    m_envTextView->setText(prettyEnv(*env));
     emit statusChanged(QStringLiteral("Saved config for ") + skillKey + u'.');
 }
 
-bool SkillEntryEditor::requireSelection()
+/// Returns the selected skill. Says so in an alert when there is none: `this` may be gone then.
+std::optional<Json> SkillEntryEditor::requireSelection()
 {
-    if (!m_selectedSkill)
-        showAlert(this, QStringLiteral("No Selection"), QStringLiteral("Select a skill first."));
-    return m_selectedSkill.has_value();
+    if (m_selectedSkill)
+        return m_selectedSkill;
+    showAlert(this, QStringLiteral("No Selection"), QStringLiteral("Select a skill first."));
+    return std::nullopt;
 }
 
 /// What is to be saved as the environment; nothing when it is edited as text and that is no JSON object.
@@ -191,5 +195,5 @@ std::optional<Json> SkillEntryEditor::editedEnv() const
 {
     if (m_isDynamic && m_dynamicFieldsStack->hasFields())
         return m_dynamicFieldsStack->env();
-    return parseObject(m_envTextView->toPlainText());
+    return parseObject(m_envTextView->text());
 }

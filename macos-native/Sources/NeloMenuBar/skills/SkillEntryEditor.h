@@ -10,7 +10,7 @@ class DynamicFieldsStack;
 class Label;
 class PopUpButton;
 class QLineEdit;
-class QPlainTextEdit;
+class VerbatimTextEdit;
 
 /// Edits how the selected skill is configured in the current ecosystem: whether it is enabled, its credential, and its
 /// environment variables, as fields or as JSON text. The backend calls block; what fails is told in an alert.
@@ -49,7 +49,7 @@ private:
     void applyEnvColor();
     void updateCredentialUI();
     void rebuildDynamicFields();
-    bool requireSelection();
+    std::optional<Json> requireSelection();
     std::optional<Json> editedEnv() const;
 
     QString m_ecosystem;
@@ -61,6 +61,6 @@ private:
     Label* m_apiKeyLabel;
     QLineEdit* m_apiKeyField;
     Label* m_envLabel;
-    QPlainTextEdit* m_envTextView;
+    VerbatimTextEdit* m_envTextView;
     DynamicFieldsStack* m_dynamicFieldsStack;
 };

@@ -52,7 +52,7 @@ QHBoxLayout* captioned(const QString& caption, PopUpButton* popup)
 
 JsonTable* makeTable(QWidget* parent)
 {
-    auto* table = new JsonTable({{.key = "name", .title = {}, .width = 300, .text = skillTitle}}, {}, parent);
+    auto* table = new JsonTable({{.key = "name", .title = {}, .width = 300, .text = skillTitle}}, {"skillKey"}, parent);
     table->setObjectName(QStringLiteral("tableView"));
     table->setAccessibleName(QStringLiteral("Skills"));
     table->setMinimumWidth(240);
@@ -150,8 +150,7 @@ void SkillsViewController::connectPieces()
 {
     connect(m_ecosystemPopup, &QComboBox::activated, this, &SkillsViewController::ecosystemChanged);
     connect(m_configModePopup, &QComboBox::activated, this, &SkillsViewController::configModeChanged);
-    connect(m_tableView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
-            &SkillsViewController::tableViewSelectionDidChange);
+    connect(m_tableView, &JsonTable::selectionDidChange, this, &SkillsViewController::tableViewSelectionDidChange);
     connect(m_entryEditor, &SkillEntryEditor::entryLoaded, this, &SkillsViewController::reloadSourcesIfShown);
     connect(m_entryEditor, &SkillEntryEditor::statusChanged, m_statusLabel, &QLabel::setText);
     connect(m_sourceSection, &NewsSourceSection::statusChanged, m_statusLabel, &QLabel::setText);

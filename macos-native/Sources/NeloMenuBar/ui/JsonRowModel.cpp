@@ -2,10 +2,61 @@
 
 #include "ui/SingleLine.h"
 
+#include <algorithm>
+#include <deque>
+#include <numeric>
+#include <unordered_map>
 #include <utility>
 
-JsonRowModel::JsonRowModel(std::vector<JsonColumn> columns, QObject* parent)
-    : QAbstractTableModel(parent), m_columns(std::move(columns))
+namespace {
+
+constexpr int noRow = -1;
+
+/// The members of `row` called `identity`, as a list; null stands for a missing one, too.
+Json membersOf(const Json& row, const std::vector<const char*>& identity)
+{
+    Json members = Json::array();
+    for (const char* key : identity)
+        members.push_back(row.value(key, Json()));
+    return members;
+}
+
+bool haveSameMembers(const Json& row, const Json& other, const std::vector<const char*>& identity)
+{
+    return std::all_of(identity.begin(), identity.end(), [&](const char* key) {
+        const auto one = row.find(key);
+        const auto two = other.find(key);
+        return one != row.end() && two != other.end() ? *one == *two : one == row.end() && two == other.end();
+    });
+}
+
+/// Gives each of `rows` that has no earlier row yet the first free one with the same key.
+template <typename KeyOf>
+void matchBy(KeyOf keyOf, const std::vector<Json>& earlier, const std::vector<Json>& rows, std::vector<int>& indexes)
+{
+    std::vector<bool> isTaken(earlier.size(), false);
+    for (const int index : indexes) {
+        if (index != noRow)
+            isTaken[static_cast<std::size_t>(index)] = true;
+    }
+    std::unordered_map<std::string, std::deque<int>> free;
+    for (std::size_t i = 0; i < earlier.size(); ++i) {
+        if (!isTaken[i])
+            free[keyOf(earlier[i])].push_back(static_cast<int>(i));
+    }
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        std::deque<int>* same = indexes[i] == noRow ? &free[keyOf(rows[i])] : nullptr;
+        if (!same || same->empty())
+            continue;
+        indexes[i] = same->front();
+        same->pop_front();
+    }
+}
+
+} // namespace
+
+JsonRowModel::JsonRowModel(std::vector<JsonColumn> columns, std::vector<const char*> identity, QObject* parent)
+    : QAbstractTableModel(parent), m_columns(std::move(columns)), m_identity(std::move(identity))
 {}
 
 int JsonRowModel::rowCount(const QModelIndex& parent) const
@@ -24,7 +75,7 @@ QVariant JsonRowModel::data(const QModelIndex& index, int role) const
         return {};
     const Json& row = m_rows[static_cast<std::size_t>(index.row())];
     const JsonColumn& column = m_columns[static_cast<std::size_t>(index.column())];
-    return singleLine(column.text ? column.text(row) : textOf(row, column.key));
+    return withoutLineBreaks(column.text ? column.text(row) : textOf(row, column.key));
 }
 
 QVariant JsonRowModel::headerData(int section, Qt::Orientation orientation, int role) const
@@ -36,12 +87,117 @@ QVariant JsonRowModel::headerData(int section, Qt::Orientation orientation, int 
     return role == Qt::DisplayRole ? m_columns[static_cast<std::size_t>(section)].title : QVariant();
 }
 
-bool JsonRowModel::setRows(std::vector<Json> rows)
+void JsonRowModel::setRows(std::vector<Json> rows)
 {
-    if (rows == m_rows)
-        return false;
-    beginResetModel();
-    m_rows = std::move(rows);
-    endResetModel();
-    return true;
+    if (isAnyRowElsewhere(rows)) {
+        const std::vector<int> indexes = earlierIndexes(rows);
+        removeRowsBut(indexes);
+        moveRows(indexes);
+        insertRows(rows, indexes);
+    }
+    changeRows(rows);
+}
+
+/// Whether a row was added, taken away or moved. Two rows with one identity that changed places count only if a view
+/// keeps an index of one of them: finding out for all would cost every refresh a search for each row.
+bool JsonRowModel::isAnyRowElsewhere(const std::vector<Json>& rows) const
+{
+    if (rows.size() != m_rows.size())
+        return true;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const bool isSame = m_identity.empty() ? rows[i] == m_rows[i] : haveSameMembers(rows[i], m_rows[i], m_identity);
+        if (!isSame)
+            return true;
+    }
+    const QModelIndexList kept = persistentIndexList();
+    return std::any_of(kept.begin(), kept.end(), [&](const QModelIndex& index) {
+        const Json& row = m_rows[static_cast<std::size_t>(index.row())];
+        return rows[static_cast<std::size_t>(index.row())] != row
+               && std::find(rows.begin(), rows.end(), row) != rows.end();
+    });
+}
+
+/// Which of the rows that are shown now each of `rows` continues; `noRow` for a new one.
+std::vector<int> JsonRowModel::earlierIndexes(const std::vector<Json>& rows) const
+{
+    std::vector<int> indexes(rows.size(), noRow);
+    matchBy([](const Json& row) { return row.dump(); }, m_rows, rows, indexes);
+    if (!m_identity.empty())
+        matchBy([this](const Json& row) { return membersOf(row, m_identity).dump(); }, m_rows, rows, indexes);
+    return indexes;
+}
+
+void JsonRowModel::removeRowsBut(const std::vector<int>& keptIndexes)
+{
+    std::vector<bool> isKept(m_rows.size(), false);
+    for (const int index : keptIndexes) {
+        if (index != noRow)
+            isKept[static_cast<std::size_t>(index)] = true;
+    }
+    for (auto last = static_cast<int>(isKept.size()); last > 0;) {
+        if (isKept[static_cast<std::size_t>(last - 1)]) {
+            --last;
+            continue;
+        }
+        int first = last - 1;
+        while (first > 0 && !isKept[static_cast<std::size_t>(first - 1)])
+            --first;
+        beginRemoveRows({}, first, last - 1);
+        m_rows.erase(m_rows.begin() + first, m_rows.begin() + last);
+        endRemoveRows();
+        last = first;
+    }
+}
+
+/// Brings the rows that were kept into their new order, given by their indexes before any was removed.
+void JsonRowModel::moveRows(const std::vector<int>& earlierIndexes)
+{
+    std::vector<int> order = earlierIndexes;
+    std::erase(order, noRow);
+    if (std::is_sorted(order.begin(), order.end()))
+        return;
+    std::vector<int> places(m_rows.size()); // by the row of now
+    std::iota(places.begin(), places.end(), 0);
+    std::sort(places.begin(), places.end(), [&order](int one, int other) {
+        return order[static_cast<std::size_t>(one)] < order[static_cast<std::size_t>(other)];
+    });
+
+    emit layoutAboutToBeChanged();
+    std::vector<Json> moved(m_rows.size());
+    for (std::size_t row = 0; row < m_rows.size(); ++row)
+        moved[static_cast<std::size_t>(places[row])] = std::move(m_rows[row]);
+    m_rows = std::move(moved);
+    for (const QModelIndex& index : persistentIndexList())
+        changePersistentIndex(index, createIndex(places[static_cast<std::size_t>(index.row())], index.column()));
+    emit layoutChanged();
+}
+
+void JsonRowModel::insertRows(std::vector<Json>& rows, const std::vector<int>& earlierIndexes)
+{
+    const auto isNew = [&](std::size_t row) { return row < rows.size() && earlierIndexes[row] == noRow; };
+    for (std::size_t first = 0; first < rows.size(); ++first) {
+        if (!isNew(first))
+            continue;
+        std::size_t end = first;
+        while (isNew(end))
+            ++end;
+        beginInsertRows({}, static_cast<int>(first), static_cast<int>(end) - 1);
+        const auto from = rows.begin() + static_cast<std::ptrdiff_t>(first);
+        m_rows.insert(m_rows.begin() + static_cast<std::ptrdiff_t>(first), from,
+                      rows.begin() + static_cast<std::ptrdiff_t>(end));
+        endInsertRows();
+        first = end;
+    }
+}
+
+void JsonRowModel::changeRows(std::vector<Json>& rows)
+{
+    for (std::size_t first = 0; first < rows.size(); ++first) {
+        std::size_t end = first;
+        for (; end < rows.size() && m_rows[end] != rows[end]; ++end)
+            m_rows[end] = std::move(rows[end]);
+        if (end > first)
+            emit dataChanged(index(static_cast<int>(first), 0), index(static_cast<int>(end) - 1, columnCount() - 1));
+        first = end;
+    }
 }

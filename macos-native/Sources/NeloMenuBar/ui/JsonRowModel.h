@@ -21,13 +21,15 @@ struct JsonColumn
 
 /// The rows of a backend's reply as a table: each row is a JSON object, each column shows one thing of it.
 ///
-/// A cell's text is one line. The rows themselves are kept as they came.
+/// A cell's text is one line and never cut. The rows themselves are kept as they came.
 class JsonRowModel final : public QAbstractTableModel
 {
     Q_OBJECT
 
 public:
-    explicit JsonRowModel(std::vector<JsonColumn> columns, QObject* parent = nullptr);
+    /// The members called `identity` say which row is which: see `setRows`.
+    explicit JsonRowModel(std::vector<JsonColumn> columns, std::vector<const char*> identity = {},
+                          QObject* parent = nullptr);
 
     const std::vector<Json>& rows() const { return m_rows; }
 
@@ -36,11 +38,20 @@ public:
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
 
-    /// Shows `rows`, objects all of them, in their order. Returns whether they differ from those shown before; if they
-    /// do not, nothing happens, so that no view has anything to paint.
-    bool setRows(std::vector<Json> rows);
+    /// Shows `rows`, objects all of them, in their order. A row that was there before stays the same row for views,
+    /// wherever it is now: a selection stays on it, and a changed value is announced as such. It is the row that equals
+    /// it, or else the one with the same identity.
+    void setRows(std::vector<Json> rows);
 
 private:
+    bool isAnyRowElsewhere(const std::vector<Json>& rows) const;
+    std::vector<int> earlierIndexes(const std::vector<Json>& rows) const;
+    void removeRowsBut(const std::vector<int>& keptIndexes);
+    void moveRows(const std::vector<int>& earlierIndexes);
+    void insertRows(std::vector<Json>& rows, const std::vector<int>& earlierIndexes);
+    void changeRows(std::vector<Json>& rows);
+
     std::vector<JsonColumn> m_columns;
+    std::vector<const char*> m_identity;
     std::vector<Json> m_rows;
 };

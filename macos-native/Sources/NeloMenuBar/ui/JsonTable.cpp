@@ -1,5 +1,6 @@
 #include "ui/JsonTable.h"
 
+#include "ui/SingleLine.h"
 #include "ui/TextScale.h"
 
 #include <QHeaderView>
@@ -11,8 +12,6 @@
 #include <QTextDocument>
 #include <QToolTip>
 
-#include <algorithm>
-
 namespace {
 
 /// A cell tells its text in a tool tip while it is elided.
@@ -21,33 +20,33 @@ class CellDelegate final : public QStyledItemDelegate
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
+    /// What is painted of a cell. Assistive technology reads all of it.
+    QString displayText(const QVariant& value, const QLocale& /*locale*/) const override
+    {
+        return singleLine(value.toString());
+    }
+
     bool helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
                    const QModelIndex& index) override
     {
         const bool isElided = index.isValid() && sizeHint(option, index).width() > option.rect.width();
         if (event->type() != QEvent::ToolTip || !isElided)
             return QStyledItemDelegate::helpEvent(event, view, option, index);
+        constexpr qsizetype maxCharacters = 5000; // a tool tip has no scroll bar
         // A tool tip guesses whether its text is markup.
-        QToolTip::showText(event->globalPos(), Qt::convertFromPlainText(index.data().toString()), view);
+        QToolTip::showText(event->globalPos(), Qt::convertFromPlainText(index.data().toString().left(maxCharacters)),
+                           view);
         return true;
     }
 };
 
-bool haveSameMember(const Json& row, const Json& other, const char* key)
-{
-    const auto one = row.find(key);
-    const auto two = other.find(key);
-    if (one == row.end() || two == other.end())
-        return one == row.end() && two == other.end();
-    return *one == *two;
-}
-
 } // namespace
 
 JsonTable::JsonTable(std::vector<JsonColumn> columns, std::vector<const char*> identity, QWidget* parent)
-    : QTableView(parent), m_identity(std::move(identity)), m_model(new JsonRowModel(columns, this))
+    : QTableView(parent), m_model(new JsonRowModel(columns, std::move(identity), this))
 {
     setModel(m_model);
+    connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, &JsonTable::announceSelection);
     setItemDelegate(new CellDelegate(this));
     setSelectionBehavior(SelectRows);
     setSelectionMode(SingleSelection);
@@ -69,26 +68,37 @@ JsonTable::JsonTable(std::vector<JsonColumn> columns, std::vector<const char*> i
 
 std::optional<Json> JsonTable::selectedRow() const
 {
-    const int index = selectedIndex();
-    return index < 0 ? std::nullopt : std::optional(rows()[static_cast<std::size_t>(index)]);
+    const QModelIndex index = selectedIndex();
+    return index.isValid() ? std::optional(m_model->rows()[static_cast<std::size_t>(index.row())]) : std::nullopt;
 }
 
-void JsonTable::setRows(std::vector<Json> rows)
+void JsonTable::focusInEvent(QFocusEvent* event)
 {
-    const std::optional<Json> selected = selectedRow();
-    const int indexBefore = selectedIndex();
-    const int column = std::max(0, currentIndex().column());
-    const int x = horizontalScrollBar()->value();
-    const int y = verticalScrollBar()->value();
+    // The base class makes the first row the current one, and the first arrow key would pass over it. It does not where
+    // the keyboard comes by a click.
+    QFocusEvent byClick(QEvent::FocusIn, Qt::MouseFocusReason);
+    QTableView::focusInEvent(currentIndex().isValid() ? event : &byClick);
+}
 
-    if (!m_model->setRows(std::move(rows)))
-        return;
-    const std::optional<int> index = selected ? indexOf(*selected, indexBefore) : std::nullopt;
-    if (index)
-        setCurrentIndex(m_model->index(*index, column));
-    executeDelayedItemsLayout(); // the scroll bars learn how far they reach now
-    horizontalScrollBar()->setValue(x);
-    verticalScrollBar()->setValue(y);
+void JsonTable::mousePressEvent(QMouseEvent* event)
+{
+    m_isMousePressed = true;
+    QTableView::mousePressEvent(event);
+}
+
+void JsonTable::mouseReleaseEvent(QMouseEvent* event)
+{
+    QTableView::mouseReleaseEvent(event);
+    m_isMousePressed = event->buttons() != Qt::NoButton;
+    announceSelection();
+}
+
+void JsonTable::rowsAboutToBeRemoved(const QModelIndex& parent, int first, int last)
+{
+    // The base class would select a neighbour of the row that goes, which nobody has chosen.
+    if (currentIndex().row() >= first && currentIndex().row() <= last)
+        selectionModel()->clear();
+    QTableView::rowsAboutToBeRemoved(parent, first, last);
 }
 
 /// Without a row, nothing in the table shows that it has the keyboard.
@@ -104,25 +114,16 @@ void JsonTable::paintEvent(QPaintEvent* event)
     style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, &painter, this);
 }
 
-int JsonTable::selectedIndex() const
+QModelIndex JsonTable::selectedIndex() const
 {
     const QModelIndexList selected = selectionModel()->selectedRows();
-    return selected.isEmpty() ? -1 : selected.first().row();
+    return selected.isEmpty() ? QModelIndex() : selected.first();
 }
 
-bool JsonTable::isSameRow(const Json& row, const Json& other) const
+void JsonTable::announceSelection()
 {
-    return std::all_of(m_identity.begin(), m_identity.end(),
-                       [&](const char* key) { return haveSameMember(row, other, key); });
-}
-
-/// Where the row that was at `likelyIndex` is now. Rows that share an identity stay where they were as long as they
-/// can.
-std::optional<int> JsonTable::indexOf(const Json& row, int likelyIndex) const
-{
-    const auto isWanted = [&](const Json& candidate) { return isSameRow(row, candidate); };
-    if (likelyIndex < m_model->rowCount() && isWanted(rows()[static_cast<std::size_t>(likelyIndex)]))
-        return likelyIndex;
-    const auto found = std::find_if(rows().begin(), rows().end(), isWanted);
-    return found == rows().end() ? std::nullopt : std::optional(static_cast<int>(found - rows().begin()));
+    if (m_isMousePressed || m_announcedIndex == selectedIndex())
+        return;
+    m_announcedIndex = selectedIndex();
+    emit selectionDidChange();
 }

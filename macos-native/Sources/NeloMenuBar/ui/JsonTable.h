@@ -8,30 +8,42 @@
 
 /// A table of JSON rows: read-only, one row can be selected, columns start at their given widths and can be resized,
 /// cells show one elided line of plain text and tell the rest in a tool tip.
+///
+/// The keyboard alone moves nothing: a table that gets it without a current row has none until an arrow key is pressed.
 class JsonTable final : public QTableView
 {
     Q_OBJECT
 
 public:
-    /// `identity` are the members by which a row is known again after a refresh.
+    /// The members called `identity` say which row is which after a refresh: see `JsonRowModel::setRows`.
     JsonTable(std::vector<JsonColumn> columns, std::vector<const char*> identity, QWidget* parent = nullptr);
 
     /// A copy of the selected row: a refresh may take the row itself away at any time.
     std::optional<Json> selectedRow() const;
 
-    /// Shows `rows` in their order. The selected row stays selected while there is a row of its identity; scroll
-    /// position and column widths stay. Nothing happens when the rows are those shown before.
-    void setRows(std::vector<Json> rows);
+    /// Shows `rows` in their order. The selected row stays selected while it is there, and so do the scroll position
+    /// and the column widths.
+    void setRows(std::vector<Json> rows) { m_model->setRows(std::move(rows)); }
+
+signals:
+    /// Another row is selected, or none. A mouse that is dragged over rows has selected one when its button is
+    /// released.
+    void selectionDidChange();
 
 protected:
+    void focusInEvent(QFocusEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
-private:
-    const std::vector<Json>& rows() const { return m_model->rows(); }
-    int selectedIndex() const;
-    bool isSameRow(const Json& row, const Json& other) const;
-    std::optional<int> indexOf(const Json& row, int likelyIndex) const;
+protected slots:
+    void rowsAboutToBeRemoved(const QModelIndex& parent, int first, int last) override;
 
-    std::vector<const char*> m_identity;
-    JsonRowModel* m_model; // child of this
+private:
+    QModelIndex selectedIndex() const;
+    void announceSelection();
+
+    JsonRowModel* m_model;                  // child of this
+    QPersistentModelIndex m_announcedIndex; // the selected row that was told last
+    bool m_isMousePressed = false;
 };

@@ -2,6 +2,7 @@
 
 #include "ui/SingleLine.h"
 
+#include <QAbstractItemView>
 #include <QStyle>
 #include <QStyleOptionComboBox>
 #include <QWheelEvent>
@@ -19,6 +20,22 @@ void PopUpButton::selectItemWithTitle(const QString& title)
 QString PopUpButton::titleOfSelectedItem(const QString& whenNone) const
 {
     return currentIndex() < 0 ? whenNone : currentText();
+}
+
+void PopUpButton::showPopup()
+{
+    QComboBox::showPopup();
+    view()->installEventFilter(this); // again: the last one installed is the first one asked
+}
+
+/// While assistive technology listens, Qt hands each key on a second time, also to a list that the key has closed.
+/// Return would choose again.
+bool PopUpButton::eventFilter(QObject* watched, QEvent* event)
+{
+    const bool isKey = event->type() == QEvent::ShortcutOverride || event->type() == QEvent::KeyPress;
+    if (isKey && watched == view() && !view()->isVisible())
+        return true;
+    return QComboBox::eventFilter(watched, event);
 }
 
 void PopUpButton::initStyleOption(QStyleOptionComboBox* option) const

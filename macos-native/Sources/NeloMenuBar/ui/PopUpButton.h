@@ -16,7 +16,10 @@ public:
     /// The selected item's title, or `whenNone` when no item is selected.
     QString titleOfSelectedItem(const QString& whenNone) const;
 
+    void showPopup() override;
+
 protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void initStyleOption(QStyleOptionComboBox* option) const override;
     void showEvent(QShowEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;

@@ -32,9 +32,13 @@ QString prefix(const QString& text)
 
 } // namespace
 
+QString withoutLineBreaks(QString text)
+{
+    std::replace_if(text.begin(), text.end(), isLineBreak, QChar(u' '));
+    return text;
+}
+
 QString singleLine(const QString& text)
 {
-    QString line = prefix(text);
-    std::replace_if(line.begin(), line.end(), isLineBreak, QChar(u' '));
-    return line;
+    return withoutLineBreaks(prefix(text));
 }

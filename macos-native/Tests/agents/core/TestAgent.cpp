@@ -6,6 +6,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 /// What the actions make of a row and of what was entered.
 class TestAgent final : public QObject
 {
@@ -21,20 +23,17 @@ private slots:
 
         QTest::newRow("all of them") << QByteArray(
             R"({"id":"a","name":"n","ecosystem":"codex","origin":"managed","workspace":"/w"})")
-                                     << QStringList{QStringLiteral("codex"), QStringLiteral("a"), QStringLiteral("n"),
-                                                    QStringLiteral("managed"), QStringLiteral("/w")};
-        QTest::newRow("none of them") << QByteArray("{}") << QStringList{{}, {}, {}, {}, {}};
+                                     << QStringList{u"codex"_s, u"a"_s, u"n"_s, u"managed"_s, u"/w"_s};
+        QTest::newRow("none of them") << "{}"_ba << QStringList{{}, {}, {}, {}, {}};
         QTest::newRow("an agent without a name is called by its id")
-            << QByteArray(R"({"id":"a"})") << QStringList{{}, QStringLiteral("a"), QStringLiteral("a"), {}, {}};
+            << QByteArray(R"({"id":"a"})") << QStringList{{}, u"a"_s, u"a"_s, {}, {}};
         QTest::newRow("an empty name is a name")
-            << QByteArray(R"({"id":"a","name":""})") << QStringList{{}, QStringLiteral("a"), {}, {}, {}};
+            << QByteArray(R"({"id":"a","name":""})") << QStringList{{}, u"a"_s, {}, {}, {}};
         QTest::newRow("other kinds by their text")
             << QByteArray(R"({"id":1,"name":null,"ecosystem":[],"origin":true,"workspace":1.5})")
-            << QStringList{QStringLiteral("[]"), QStringLiteral("1"), QStringLiteral("<null>"), QStringLiteral("1"),
-                           QStringLiteral("1.5")};
-        QTest::newRow("line feeds and marks as they stand")
-            << QByteArray(R"({"id":"a\nb","name":"\u202e<b>"})")
-            << QStringList{{}, QStringLiteral("a\nb"), QStringLiteral("\u202e<b>"), {}, {}};
+            << QStringList{u"[]"_s, u"1"_s, u"<null>"_s, u"1"_s, u"1.5"_s};
+        QTest::newRow("line feeds and marks as they stand") << QByteArray("{\"id\":\"a\\nb\",\"name\":\"\\u202e<b>\"}")
+                                                            << QStringList{{}, u"a\nb"_s, u"\u202e<b>"_s, {}, {}};
     }
 
     void aRowIsReadByItsKeys()
@@ -54,7 +53,7 @@ private slots:
         QTest::newRow("with a capital it is not") << QByteArray(R"({"origin":"Managed"})") << false;
         QTest::newRow("with a blank it is not") << QByteArray(R"({"origin":"managed "})") << false;
         QTest::newRow("discovered") << QByteArray(R"({"origin":"discovered"})") << false;
-        QTest::newRow("without an origin") << QByteArray("{}") << false;
+        QTest::newRow("without an origin") << "{}"_ba << false;
     }
 
     void onlyManagedIsManaged()
@@ -69,18 +68,15 @@ private slots:
         QTest::addColumn<QString>("ecosystem");
         QTest::addColumn<QString>("config");
         QTest::addColumn<QString>("workspace");
-        const QString openclawConfig = QStringLiteral("/home/我/.openclaw/openclaw.json");
-        const QString openclawWorkspace = QStringLiteral("/home/我/.openclaw/agents/x-1");
+        const QString openclawConfig = u"/home/我/.openclaw/openclaw.json"_s;
+        const QString openclawWorkspace = u"/home/我/.openclaw/agents/x-1"_s;
 
-        QTest::newRow("codex") << QStringLiteral("codex") << QStringLiteral("/home/我/.codex/config.json")
-                               << QStringLiteral("/home/我/.codex/agents/x-1");
-        QTest::newRow("kimi") << QStringLiteral("kimi") << QStringLiteral("/home/我/.kimi/config.json")
-                              << QStringLiteral("/home/我/.kimi/agents/x-1");
-        QTest::newRow("openclaw") << QStringLiteral("openclaw") << openclawConfig << openclawWorkspace;
+        QTest::newRow("codex") << u"codex"_s << u"/home/我/.codex/config.json"_s << u"/home/我/.codex/agents/x-1"_s;
+        QTest::newRow("kimi") << u"kimi"_s << u"/home/我/.kimi/config.json"_s << u"/home/我/.kimi/agents/x-1"_s;
+        QTest::newRow("openclaw") << u"openclaw"_s << openclawConfig << openclawWorkspace;
         QTest::newRow("nothing counts as openclaw") << QString() << openclawConfig << openclawWorkspace;
-        QTest::newRow("unknown counts as openclaw") << QStringLiteral("unknown") << openclawConfig << openclawWorkspace;
-        QTest::newRow("another case counts as openclaw")
-            << QStringLiteral("Codex") << openclawConfig << openclawWorkspace;
+        QTest::newRow("unknown counts as openclaw") << u"unknown"_s << openclawConfig << openclawWorkspace;
+        QTest::newRow("another case counts as openclaw") << u"Codex"_s << openclawConfig << openclawWorkspace;
     }
 
     void pathsFollowTheEcosystem()
@@ -88,34 +84,33 @@ private slots:
         QFETCH(QString, ecosystem);
         QFETCH(QString, config);
         QFETCH(QString, workspace);
-        const QString home = QStringLiteral("/home/我");
+        const QString home = u"/home/我"_s;
         QCOMPARE(Ecosystem::configPath(ecosystem, home), config);
-        QCOMPARE(Ecosystem::workspacePath(ecosystem, QStringLiteral("x-1"), home), workspace);
+        QCOMPARE(Ecosystem::workspacePath(ecosystem, u"x-1"_s, home), workspace);
     }
 
     void aNewAgentIsNamedAfterWhatWasEntered_data()
     {
         QTest::addColumn<QString>("entered");
         QTest::addColumn<QString>("name");
-        const QString standIn = QStringLiteral("kimi 20250101-093000");
-        QTest::newRow("as entered") << QStringLiteral("My agent") << QStringLiteral("My agent");
-        QTest::newRow("without white space around it") << QStringLiteral(" \n\t助手\u2028 ") << QStringLiteral("助手");
+        const QString standIn = u"kimi 20250101-093000"_s;
+        QTest::newRow("as entered") << u"My agent"_s << u"My agent"_s;
+        QTest::newRow("without white space around it") << u" \n\t助手\u2028 "_s << u"助手"_s;
         QTest::newRow("after its ecosystem when nothing was entered") << QString() << standIn;
-        QTest::newRow("after its ecosystem when only blanks were") << QStringLiteral(" \t\n") << standIn;
+        QTest::newRow("after its ecosystem when only blanks were") << u" \t\n"_s << standIn;
         QTest::newRow("after another ecosystem when that was left there")
-            << QStringLiteral("openclaw 20250101-093000") << QStringLiteral("openclaw 20250101-093000");
+            << u"openclaw 20250101-093000"_s << u"openclaw 20250101-093000"_s;
     }
 
     void aNewAgentIsNamedAfterWhatWasEntered()
     {
         QFETCH(QString, entered);
         QFETCH(QString, name);
-        const NewAgent agent =
-            newAgent(QStringLiteral("kimi"), entered, QStringLiteral("20250101-093000"), QStringLiteral("/home/me"));
-        QCOMPARE(agent.ecosystem, QStringLiteral("kimi"));
-        QCOMPARE(agent.id, QStringLiteral("kimi-20250101-093000"));
+        const NewAgent agent = newAgent(u"kimi"_s, entered, u"20250101-093000"_s, u"/home/me"_s);
+        QCOMPARE(agent.ecosystem, u"kimi"_s);
+        QCOMPARE(agent.id, u"kimi-20250101-093000"_s);
         QCOMPARE(agent.name, name);
-        QCOMPARE(agent.workspace, QStringLiteral("/home/me/.kimi/agents/kimi-20250101-093000"));
+        QCOMPARE(agent.workspace, u"/home/me/.kimi/agents/kimi-20250101-093000"_s);
     }
 
     void theBackendIsAskedInItsOwnWords()
@@ -124,18 +119,16 @@ private slots:
             QCOMPARE(call.function, std::string(function));
             QCOMPARE(Json(call.args).dump(), std::string(args));
         };
-        const NewAgent created{QStringLiteral("codex"), QStringLiteral("codex-1"), QStringLiteral("名"),
-                               QStringLiteral("/w")};
-        verify(callToAdd(created), "add_local_agent", R"(["codex","codex-1","名","/w"])");
+        const NewAgent created{u"codex"_s, u"codex-1"_s, u"名"_s, u"/w"_s};
+        verify(callToAdd(created), "add_local_agent", "[\"codex\",\"codex-1\",\"名\",\"/w\"]");
 
-        Agent agent{QStringLiteral("kimi"), QStringLiteral("a"), QStringLiteral("old"), QStringLiteral("managed"),
-                    QStringLiteral("/w")};
-        verify(callToName(agent, QStringLiteral("new")), "rename_local_agent", R"(["kimi","a","new"])");
+        Agent agent{u"kimi"_s, u"a"_s, u"old"_s, u"managed"_s, u"/w"_s};
+        verify(callToName(agent, u"new"_s), "rename_local_agent", R"(["kimi","a","new"])");
         verify(callToDelete(agent), "delete_local_agent", R"(["kimi","a",true])");
-        agent.origin = QStringLiteral("discovered");
-        verify(callToName(agent, QStringLiteral("new")), "adopt_local_agent", R"(["kimi","a","new","/w"])");
+        agent.origin = u"discovered"_s;
+        verify(callToName(agent, u"new"_s), "adopt_local_agent", R"(["kimi","a","new","/w"])");
         agent.workspace.clear();
-        verify(callToName(agent, QStringLiteral("new")), "adopt_local_agent", R"(["kimi","a","new",""])");
+        verify(callToName(agent, u"new"_s), "adopt_local_agent", R"(["kimi","a","new",""])");
     }
 };
 

@@ -5,6 +5,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 /// What the tab shows of the agent registry.
 class TestAgentReport final : public QObject
 {
@@ -18,25 +20,24 @@ private slots:
         QTest::addColumn<QByteArray>("reply");
         QTest::addColumn<QString>("summary");
 
-        QTest::newRow("none at all") << QByteArray("[]") << QStringLiteral("Total: 0");
+        QTest::newRow("none at all") << "[]"_ba << u"Total: 0"_s;
         QTest::newRow("two and one") << QByteArray(
             R"([{"ecosystem":"openclaw"},{"ecosystem":"codex"},{"ecosystem":"openclaw"}])")
-                                     << QStringLiteral("Total: 3 (codex:1, openclaw:2)");
+                                     << u"Total: 3 (codex:1, openclaw:2)"_s;
         QTest::newRow("all ecosystems in plain order")
             << QByteArray(R"([{},{"ecosystem":"openclaw"},{"ecosystem":"kimi"},{"ecosystem":"codex"}])")
-            << QStringLiteral("Total: 4 (codex:1, kimi:1, openclaw:1, unknown:1)");
+            << u"Total: 4 (codex:1, kimi:1, openclaw:1, unknown:1)"_s;
         QTest::newRow("capitals before small letters, and apart from them")
             << QByteArray(R"([{"ecosystem":"codex"},{"ecosystem":"Codex"},{"ecosystem":"b"}])")
-            << QStringLiteral("Total: 3 (Codex:1, b:1, codex:1)");
+            << u"Total: 3 (Codex:1, b:1, codex:1)"_s;
         QTest::newRow("a missing ecosystem together with one of that name")
-            << QByteArray(R"([{},{"ecosystem":"unknown"}])") << QStringLiteral("Total: 2 (unknown:2)");
-        QTest::newRow("an empty one under its empty name")
-            << QByteArray(R"([{"ecosystem":""}])") << QStringLiteral("Total: 1 (:1)");
+            << QByteArray(R"([{},{"ecosystem":"unknown"}])") << u"Total: 2 (unknown:2)"_s;
+        QTest::newRow("an empty one under its empty name") << QByteArray(R"([{"ecosystem":""}])") << u"Total: 1 (:1)"_s;
         QTest::newRow("values of other kinds by their text")
             << QByteArray(R"([{"ecosystem":7},{"ecosystem":null},{"ecosystem":["a"]},{"ecosystem":true}])")
-            << QStringLiteral("Total: 4 (1:1, 7:1, <null>:1, [\"a\"]:1)");
+            << u"Total: 4 (1:1, 7:1, <null>:1, [\"a\"]:1)"_s;
         QTest::newRow("markup and Chinese as they stand")
-            << QByteArray("[{\"ecosystem\":\"<b>代理</b>\"}]") << QStringLiteral("Total: 1 (<b>代理</b>:1)");
+            << "[{\"ecosystem\":\"<b>代理</b>\"}]"_ba << u"Total: 1 (<b>代理</b>:1)"_s;
     }
 
     void agentsAreCountedByEcosystem()
@@ -45,7 +46,7 @@ private slots:
         QFETCH(QString, summary);
         const AgentReport report = agentReport(BackendReply(reply.toStdString()));
         QCOMPARE(report.summary, summary);
-        QCOMPARE(report.status, QStringLiteral("Synced local discovery to Core and loaded Core agent registry."));
+        QCOMPARE(report.status, u"Synced local discovery to Core and loaded Core agent registry."_s);
     }
 
     void rowsComeAsTheyAre()
@@ -57,15 +58,15 @@ private slots:
     void whatIsNoListOfObjectsIsEmptyAndNoFailure_data()
     {
         QTest::addColumn<QByteArray>("reply");
-        QTest::newRow("not JSON") << QByteArray("Traceback (most recent call last):");
+        QTest::newRow("not JSON") << "Traceback (most recent call last):"_ba;
         QTest::newRow("nothing") << QByteArray();
-        QTest::newRow("null") << QByteArray("null");
+        QTest::newRow("null") << "null"_ba;
         QTest::newRow("an object") << QByteArray(R"({"id":"a"})");
-        QTest::newRow("a list of numbers") << QByteArray("[1,2]");
+        QTest::newRow("a list of numbers") << "[1,2]"_ba;
         QTest::newRow("a list with one row that is none") << QByteArray(R"([{"id":"a"},"b"])");
         QTest::newRow("a list of lists") << QByteArray(R"([[{"id":"a"}]])");
         QTest::newRow("a list cut in half") << QByteArray(R"([{"id":"a"},{"id":)");
-        QTest::newRow("not UTF-8") << QByteArray("[{\"id\":\"\xe9\"}]");
+        QTest::newRow("not UTF-8") << "[{\"id\":\"\xe9\"}]"_ba;
     }
 
     void whatIsNoListOfObjectsIsEmptyAndNoFailure()
@@ -73,16 +74,16 @@ private slots:
         QFETCH(QByteArray, reply);
         const AgentReport report = agentReport(BackendReply(reply.toStdString()));
         QVERIFY(report.rows.empty());
-        QCOMPARE(report.summary, QStringLiteral("Total: 0"));
-        QCOMPARE(report.status, QStringLiteral("Synced local discovery to Core and loaded Core agent registry."));
+        QCOMPARE(report.summary, u"Total: 0"_s);
+        QCOMPARE(report.status, u"Synced local discovery to Core and loaded Core agent registry."_s);
     }
 
     void anErrorIsToldInFull()
     {
         const AgentReport report = agentReport(BackendReply("ERROR: OSError: 磁盘 <full>"));
         QVERIFY(report.rows.empty());
-        QCOMPARE(report.summary, QStringLiteral("Total: 0"));
-        QCOMPARE(report.status, QStringLiteral("ERROR: OSError: 磁盘 <full>"));
+        QCOMPARE(report.summary, u"Total: 0"_s);
+        QCOMPARE(report.status, u"ERROR: OSError: 磁盘 <full>"_s);
     }
 
     void tenThousandAgentsAreCounted()
@@ -90,7 +91,7 @@ private slots:
         const Json rows(10'000, {{"ecosystem", "kimi"}});
         const AgentReport report = agentReport(BackendReply(rows.dump()));
         QCOMPARE(report.rows.size(), 10'000U);
-        QCOMPARE(report.summary, QStringLiteral("Total: 10000 (kimi:10000)"));
+        QCOMPARE(report.summary, u"Total: 10000 (kimi:10000)"_s);
     }
 };
 

@@ -5,6 +5,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 /// What the Runtime tab says of a reply.
 class TestRuntimeReport final : public QObject
 {
@@ -57,22 +59,22 @@ private slots:
         QFETCH(QByteArray, reply);
         QFETCH(QStringList, firstSixLines);
         const RuntimeReport report = runtimeReport(BackendReply(reply.toStdString()));
-        const QString installer = QStringLiteral("Script installer: mac/linux -> install.sh, windows -> install.cmd");
+        const QString installer = u"Script installer: mac/linux -> install.sh, windows -> install.cmd"_s;
         QCOMPARE(report.summary.split(u'\n'), firstSixLines + QStringList{installer});
-        QCOMPARE(report.status, QStringLiteral("Runtime status refreshed."));
+        QCOMPARE(report.status, u"Runtime status refreshed."_s);
     }
 
     void failuresSayWhy_data()
     {
         QTest::addColumn<QByteArray>("reply");
         QTest::addColumn<QString>("summary");
-        const QString unavailable = QStringLiteral("Runtime status unavailable.");
+        const QString unavailable = u"Runtime status unavailable."_s;
         QTest::newRow("an error shows itself")
-            << QByteArray("ERROR: backend helper terminated") << QStringLiteral("ERROR: backend helper terminated");
-        QTest::newRow("an empty object") << QByteArray("{}") << unavailable;
+            << "ERROR: backend helper terminated"_ba << u"ERROR: backend helper terminated"_s;
+        QTest::newRow("an empty object") << "{}"_ba << unavailable;
         QTest::newRow("a list") << QByteArray(R"([{"os":"x"}])") << unavailable;
-        QTest::newRow("null") << QByteArray("null") << unavailable;
-        QTest::newRow("text that is not JSON") << QByteArray("{\"os\"") << unavailable;
+        QTest::newRow("null") << "null"_ba << unavailable;
+        QTest::newRow("text that is not JSON") << "{\"os\""_ba << unavailable;
         QTest::newRow("nothing") << QByteArray() << unavailable;
     }
 
@@ -82,7 +84,7 @@ private slots:
         QFETCH(QString, summary);
         const RuntimeReport report = runtimeReport(BackendReply(reply.toStdString()));
         QCOMPARE(report.summary, summary);
-        QCOMPARE(report.status, QStringLiteral("Failed to refresh runtime status."));
+        QCOMPARE(report.status, u"Failed to refresh runtime status."_s);
     }
 };
 

@@ -4,6 +4,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 Json json(const QByteArray& text)
@@ -27,7 +29,7 @@ private slots:
         QTest::addColumn<bool>("isEnabled");
         QTest::newRow("false") << QByteArray(R"({"enabled":false})") << false;
         QTest::newRow("true") << QByteArray(R"({"enabled":true})") << true;
-        QTest::newRow("nothing") << QByteArray("{}") << true;
+        QTest::newRow("nothing") << "{}"_ba << true;
         QTest::newRow("0") << QByteArray(R"({"enabled":0})") << true;
         QTest::newRow("the text no") << QByteArray(R"({"enabled":"no"})") << true;
         QTest::newRow("the text false") << QByteArray(R"({"enabled":"false"})") << true;
@@ -64,10 +66,10 @@ private slots:
     {
         QTest::addColumn<QByteArray>("entry");
         QTest::addColumn<QString>("apiKey");
-        QTest::newRow("a text") << QByteArray(R"({"apiKey":" k\n"})") << QStringLiteral(" k\n");
-        QTest::newRow("nothing") << QByteArray("{}") << QString();
-        QTest::newRow("a number") << QByteArray(R"({"apiKey":12})") << QStringLiteral("12");
-        QTest::newRow("null") << QByteArray(R"({"apiKey":null})") << QStringLiteral("<null>");
+        QTest::newRow("a text") << QByteArray("{\"apiKey\":\" k\\n\"}") << u" k\n"_s;
+        QTest::newRow("nothing") << "{}"_ba << QString();
+        QTest::newRow("a number") << QByteArray(R"({"apiKey":12})") << u"12"_s;
+        QTest::newRow("null") << QByteArray(R"({"apiKey":null})") << u"<null>"_s;
     }
 
     void theCredentialIsATextOrDescribed()
@@ -98,7 +100,7 @@ private slots:
     {
         const SkillEntry entry{
             .isEnabled = false,
-            .apiKey = QStringLiteral("k"),
+            .apiKey = u"k"_s,
             .env = {{"A", "1"}},
             .config = {{"c", 2}},
         };
@@ -113,19 +115,17 @@ private slots:
         QTest::addColumn<QByteArray>("entry");
         QTest::addColumn<QByteArray>("primaryEnv");
         QTest::addColumn<QString>("text");
-        QTest::newRow("its value") << QByteArray(R"({"env":{"A":"1"},"apiKey":"k"})") << QByteArray("A")
-                                   << QStringLiteral("1");
-        QTest::newRow("an empty value is one")
-            << QByteArray(R"({"env":{"A":""},"apiKey":"k"})") << QByteArray("A") << QString();
+        QTest::newRow("its value") << QByteArray(R"({"env":{"A":"1"},"apiKey":"k"})") << "A"_ba << u"1"_s;
+        QTest::newRow("an empty value is one") << QByteArray(R"({"env":{"A":""},"apiKey":"k"})") << "A"_ba << QString();
         QTest::newRow("a value of another type is described")
-            << QByteArray(R"({"env":{"A":true}})") << QByteArray("A") << QStringLiteral("1");
+            << QByteArray(R"({"env":{"A":true}})") << "A"_ba << u"1"_s;
         QTest::newRow("the credential of the primary variable")
-            << QByteArray(R"({"env":{},"apiKey":"k"})") << QByteArray("A") << QStringLiteral("k");
-        QTest::newRow("no credential") << QByteArray("{}") << QByteArray("A") << QString();
-        QTest::newRow("another variable has no credential")
-            << QByteArray(R"({"apiKey":"k"})") << QByteArray("B") << QString();
+            << QByteArray(R"({"env":{},"apiKey":"k"})") << "A"_ba << u"k"_s;
+        QTest::newRow("no credential") << "{}"_ba
+                                       << "A"_ba << QString();
+        QTest::newRow("another variable has no credential") << QByteArray(R"({"apiKey":"k"})") << "B"_ba << QString();
         QTest::newRow("the name is compared as the row has it")
-            << QByteArray(R"({"apiKey":"k"})") << QByteArray(" A ") << QString();
+            << QByteArray(R"({"apiKey":"k"})") << " A "_ba << QString();
     }
 
     void aFieldShowsItsVariableOrTheCredential()
@@ -134,7 +134,7 @@ private slots:
         QFETCH(QByteArray, primaryEnv);
         QFETCH(QString, text);
         const Json skill{{"primaryEnv", primaryEnv.toStdString()}};
-        QCOMPARE(variableText(readSkillEntry(json(entry)), skill, QStringLiteral("A")), text);
+        QCOMPARE(variableText(readSkillEntry(json(entry)), skill, u"A"_s), text);
     }
 
     void theCredentialToSaveIsThePrimaryVariables_data()
@@ -142,12 +142,10 @@ private slots:
         QTest::addColumn<QByteArray>("env");
         QTest::addColumn<QString>("primary");
         QTest::addColumn<QString>("credential");
-        const QString typed = QStringLiteral(" typed ");
-        QTest::newRow("its value") << QByteArray(R"({"A":"1"})") << QStringLiteral("A") << QStringLiteral("1");
-        QTest::newRow("a value of another type is described")
-            << QByteArray(R"({"A":7})") << QStringLiteral("A") << QStringLiteral("7");
-        QTest::newRow("no value: what was typed, as it is")
-            << QByteArray(R"({"B":"1"})") << QStringLiteral("A") << typed;
+        const QString typed = u" typed "_s;
+        QTest::newRow("its value") << QByteArray(R"({"A":"1"})") << u"A"_s << u"1"_s;
+        QTest::newRow("a value of another type is described") << QByteArray(R"({"A":7})") << u"A"_s << u"7"_s;
+        QTest::newRow("no value: what was typed, as it is") << QByteArray(R"({"B":"1"})") << u"A"_s << typed;
         QTest::newRow("no primary variable, whatever an empty name holds")
             << QByteArray(R"({"":"1"})") << QString() << typed;
     }
@@ -157,17 +155,17 @@ private slots:
         QFETCH(QByteArray, env);
         QFETCH(QString, primary);
         QFETCH(QString, credential);
-        QCOMPARE(credentialToSave(json(env), primary, QStringLiteral(" typed ")), credential);
+        QCOMPARE(credentialToSave(json(env), primary, u" typed "_s), credential);
     }
 
     void theEnvironmentIsShownSorted_data()
     {
         QTest::addColumn<QByteArray>("env");
         QTest::addColumn<QString>("text");
-        QTest::newRow("empty") << QByteArray("{}") << QStringLiteral("{}");
+        QTest::newRow("empty") << "{}"_ba << u"{}"_s;
         QTest::newRow("sorted, also within")
-            << QByteArray(R"({"b":"2","a":{"z":1.0,"y":"你好"}})")
-            << QStringLiteral("{\n  \"a\": {\n    \"y\": \"你好\",\n    \"z\": 1.0\n  },\n  \"b\": \"2\"\n}");
+            << QByteArray("{\"b\":\"2\",\"a\":{\"z\":1.0,\"y\":\"你好\"}}")
+            << u"{\n  \"a\": {\n    \"y\": \"你好\",\n    \"z\": 1.0\n  },\n  \"b\": \"2\"\n}"_s;
     }
 
     void theEnvironmentIsShownSorted()
@@ -181,31 +179,29 @@ private slots:
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QByteArray>("env"); // empty for none
-        QTest::newRow("nothing") << QString() << QByteArray("{}");
-        QTest::newRow("white space") << QStringLiteral(" \n\t ") << QByteArray("{}");
-        QTest::newRow("an empty object") << QStringLiteral(" {} \n") << QByteArray("{}");
+        QTest::newRow("nothing") << QString() << "{}"_ba;
+        QTest::newRow("white space") << u" \n\t "_s << "{}"_ba;
+        QTest::newRow("an empty object") << u" {} \n"_s << "{}"_ba;
         QTest::newRow("an object in its order")
-            << QStringLiteral("{\"b\":\"1\", \"a\":\"2\"}") << QByteArray(R"({"b":"1","a":"2"})");
+            << u"{\"b\":\"1\", \"a\":\"2\"}"_s << QByteArray(R"({"b":"1","a":"2"})");
         QTest::newRow("the last of two values of one name")
-            << QStringLiteral("{\"a\":\"1\",\"a\":\"2\"}") << QByteArray(R"({"a":"2"})");
-        QTest::newRow("names that are not ASCII")
-            << QStringLiteral("{\"密钥\":\"值\"}") << QByteArray(R"({"密钥":"值"})");
-        QTest::newRow("nested") << QStringLiteral("{\"a\":{\"b\":[1]}}") << QByteArray(R"({"a":{"b":[1]}})");
+            << u"{\"a\":\"1\",\"a\":\"2\"}"_s << QByteArray(R"({"a":"2"})");
+        QTest::newRow("names that are not ASCII") << u"{\"密钥\":\"值\"}"_s << QByteArray("{\"密钥\":\"值\"}");
+        QTest::newRow("nested") << u"{\"a\":{\"b\":[1]}}"_s << QByteArray(R"({"a":{"b":[1]}})");
         QTest::newRow("as deep as the bridge reads")
-            << QStringLiteral("{\"a\":") + QString(511, u'[') + QString(511, u']') + u'}'
+            << u"{\"a\":"_s + QString(511, u'[') + QString(511, u']') + u'}'
             << QByteArray(R"({"a":)" + QByteArray(511, '[') + QByteArray(511, ']') + "}");
-        QTest::newRow("deeper") << QStringLiteral("{\"a\":") + QString(512, u'[') + QString(512, u']') + u'}'
-                                << QByteArray();
+        QTest::newRow("deeper") << u"{\"a\":"_s + QString(512, u'[') + QString(512, u']') + u'}' << QByteArray();
         QTest::newRow("a million brackets") << QString(1'000'000, u'[') << QByteArray();
-        QTest::newRow("a list") << QStringLiteral("[1]") << QByteArray();
-        QTest::newRow("a text") << QStringLiteral("\"a\"") << QByteArray();
-        QTest::newRow("a number") << QStringLiteral("1") << QByteArray();
-        QTest::newRow("true") << QStringLiteral("true") << QByteArray();
-        QTest::newRow("null") << QStringLiteral("null") << QByteArray();
-        QTest::newRow("a syntax error") << QStringLiteral("{\"a\":}") << QByteArray();
-        QTest::newRow("an object and more") << QStringLiteral("{} {}") << QByteArray();
-        QTest::newRow("a comment") << QStringLiteral("{} // none") << QByteArray();
-        QTest::newRow("a number that no double holds") << QStringLiteral("{\"a\":1e999}") << QByteArray();
+        QTest::newRow("a list") << u"[1]"_s << QByteArray();
+        QTest::newRow("a text") << u"\"a\""_s << QByteArray();
+        QTest::newRow("a number") << u"1"_s << QByteArray();
+        QTest::newRow("true") << u"true"_s << QByteArray();
+        QTest::newRow("null") << u"null"_s << QByteArray();
+        QTest::newRow("a syntax error") << u"{\"a\":}"_s << QByteArray();
+        QTest::newRow("an object and more") << u"{} {}"_s << QByteArray();
+        QTest::newRow("a comment") << u"{} // none"_s << QByteArray();
+        QTest::newRow("a number that no double holds") << u"{\"a\":1e999}"_s << QByteArray();
     }
 
     void onlyAnObjectIsAnEnvironment()

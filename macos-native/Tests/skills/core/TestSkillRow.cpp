@@ -4,6 +4,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 Json row(const QByteArray& json)
@@ -26,17 +28,16 @@ private slots:
         QTest::addColumn<QByteArray>("member");
         QTest::addColumn<QStringList>("texts");
         const QStringList none;
-        QTest::newRow("texts") << QByteArray(R"(["a","你好",""])")
-                               << QStringList{QStringLiteral("a"), QStringLiteral("你好"), QString()};
-        QTest::newRow("an empty list") << QByteArray("[]") << none;
+        QTest::newRow("texts") << QByteArray("[\"a\",\"你好\",\"\"]") << QStringList{u"a"_s, u"你好"_s, QString()};
+        QTest::newRow("an empty list") << "[]"_ba << none;
         QTest::newRow("a number among them") << QByteArray(R"(["a",1])") << none;
         QTest::newRow("null among them") << QByteArray(R"(["a",null])") << none;
         QTest::newRow("a list among them") << QByteArray(R"([["a"]])") << none;
         QTest::newRow("a text") << QByteArray(R"("a")") << none;
         QTest::newRow("an object") << QByteArray(R"({"a":"b"})") << none;
-        QTest::newRow("null") << QByteArray("null") << none;
-        QTest::newRow("true") << QByteArray("true") << none;
-        QTest::newRow("a number") << QByteArray("1") << none;
+        QTest::newRow("null") << "null"_ba << none;
+        QTest::newRow("true") << "true"_ba << none;
+        QTest::newRow("a number") << "1"_ba << none;
     }
 
     void onlyAListOfTextsIsOne()
@@ -51,17 +52,15 @@ private slots:
     {
         QTest::addColumn<QByteArray>("skill");
         QTest::addColumn<QString>("title");
-        QTest::newRow("a name") << QByteArray(R"({"name":"weather"})") << QStringLiteral("weather");
-        QTest::newRow("a source") << QByteArray(R"({"name":"weather","source":"bundled"})")
-                                  << QStringLiteral("[bundled] weather");
-        QTest::newRow("an empty source") << QByteArray(R"({"name":"weather","source":""})")
-                                         << QStringLiteral("weather");
-        QTest::newRow("no name") << QByteArray(R"({"skillKey":"w"})") << QStringLiteral("(unknown)");
-        QTest::newRow("a source and no name") << QByteArray(R"({"source":"x"})") << QStringLiteral("[x] (unknown)");
+        QTest::newRow("a name") << QByteArray(R"({"name":"weather"})") << u"weather"_s;
+        QTest::newRow("a source") << QByteArray(R"({"name":"weather","source":"bundled"})") << u"[bundled] weather"_s;
+        QTest::newRow("an empty source") << QByteArray(R"({"name":"weather","source":""})") << u"weather"_s;
+        QTest::newRow("no name") << QByteArray(R"({"skillKey":"w"})") << u"(unknown)"_s;
+        QTest::newRow("a source and no name") << QByteArray(R"({"source":"x"})") << u"[x] (unknown)"_s;
         QTest::newRow("an empty name is one") << QByteArray(R"({"name":""})") << QString();
         QTest::newRow("other types are described")
             << QByteArray(R"({"name":["a"],"source":true})") << QStringLiteral(R"([1] ["a"])");
-        QTest::newRow("null is described") << QByteArray(R"({"name":null})") << QStringLiteral("<null>");
+        QTest::newRow("null is described") << QByteArray(R"({"name":null})") << u"<null>"_s;
     }
 
     void aTitleIsTheNameAfterTheSource()
@@ -75,9 +74,9 @@ private slots:
     {
         QTest::addColumn<QByteArray>("skill");
         QTest::addColumn<QString>("name");
-        QTest::newRow("a name") << QByteArray(R"({"name":"n","skillKey":"k"})") << QStringLiteral("n");
-        QTest::newRow("no name") << QByteArray(R"({"skillKey":"k"})") << QStringLiteral("k");
-        QTest::newRow("neither") << QByteArray("{}") << QString();
+        QTest::newRow("a name") << QByteArray(R"({"name":"n","skillKey":"k"})") << u"n"_s;
+        QTest::newRow("no name") << QByteArray(R"({"skillKey":"k"})") << u"k"_s;
+        QTest::newRow("neither") << "{}"_ba << QString();
         QTest::newRow("an empty name is one") << QByteArray(R"({"name":"","skillKey":"k"})") << QString();
     }
 
@@ -92,17 +91,17 @@ private slots:
     {
         QTest::addColumn<QByteArray>("skill");
         QTest::addColumn<QString>("description");
-        QTest::newRow("without variables") << QByteArray(R"({"description":"d","skillKey":"k","path":"/p"})")
-                                           << QStringLiteral("d\nskillKey: k\npath: /p");
+        QTest::newRow("without variables")
+            << QByteArray(R"({"description":"d","skillKey":"k","path":"/p"})") << u"d\nskillKey: k\npath: /p"_s;
         QTest::newRow("with variables") << QByteArray(R"({"description":"d","skillKey":"k","path":"/p",)"
                                                       R"("requiredEnv":["A"," ","A"]})")
-                                        << QStringLiteral("d\nskillKey: k\npath: /p\nrequires.env: A,  , A");
+                                        << u"d\nskillKey: k\npath: /p\nrequires.env: A,  , A"_s;
         QTest::newRow("variables that are no list of texts")
-            << QByteArray(R"({"description":"d","requiredEnv":["A",1]})") << QStringLiteral("d\nskillKey: \npath: ");
-        QTest::newRow("nothing") << QByteArray("{}") << QStringLiteral("\nskillKey: \npath: ");
+            << QByteArray(R"({"description":"d","requiredEnv":["A",1]})") << u"d\nskillKey: \npath: "_s;
+        QTest::newRow("nothing") << "{}"_ba << u"\nskillKey: \npath: "_s;
         QTest::newRow("other types are described")
             << QByteArray(R"({"description":1.5,"skillKey":false,"path":{"a":[]}})")
-            << QStringLiteral("1.5\nskillKey: 0\npath: {\"a\":[]}");
+            << u"1.5\nskillKey: 0\npath: {\"a\":[]}"_s;
     }
 
     void aDescriptionIdentifiesTheSkill()
@@ -117,11 +116,11 @@ private slots:
         QTest::addColumn<QByteArray>("name");
         QTest::addColumn<bool>("isTheOne");
         QTest::newRow("its name") << QByteArray(R"("social-media-alert")") << true;
-        QTest::newRow("white space around it") << QByteArray(R"(" \tsocial-media-alert\n")") << true;
+        QTest::newRow("white space around it") << QByteArray("\" \\tsocial-media-alert\\n\"") << true;
         QTest::newRow("other letter case") << QByteArray(R"("Social-Media-Alert")") << false;
         QTest::newRow("more than its name") << QByteArray(R"("social-media-alerts")") << false;
         QTest::newRow("a list with its name") << QByteArray(R"(["social-media-alert"])") << false;
-        QTest::newRow("null") << QByteArray("null") << false;
+        QTest::newRow("null") << "null"_ba << false;
     }
 
     void oneSkillWatchesNewsSources()
@@ -137,18 +136,17 @@ private slots:
         QTest::addColumn<QByteArray>("skill");
         QTest::addColumn<QString>("variable");
         QTest::addColumn<QString>("caption");
-        const QString apiKey = QStringLiteral("API Key");
-        QTest::newRow("both") << QByteArray(R"({"primaryEnv":" TOKEN\n","primaryEnvLabel":"\tMy Token "})")
-                              << QStringLiteral("TOKEN") << QStringLiteral("My Token");
-        QTest::newRow("no label") << QByteArray(R"({"primaryEnv":"TOKEN"})") << QStringLiteral("TOKEN") << apiKey;
-        QTest::newRow("a blank label") << QByteArray(R"({"primaryEnv":"TOKEN","primaryEnvLabel":" "})")
-                                       << QStringLiteral("TOKEN") << apiKey;
-        QTest::newRow("none") << QByteArray("{}") << QString() << apiKey;
-        QTest::newRow("a blank variable is none") << QByteArray(R"({"primaryEnv":" \n"})") << QString() << apiKey;
-        QTest::newRow("a number is described") << QByteArray(R"({"primaryEnv":7})") << QStringLiteral("7") << apiKey;
+        const QString apiKey = u"API Key"_s;
+        QTest::newRow("both") << QByteArray("{\"primaryEnv\":\" TOKEN\\n\",\"primaryEnvLabel\":\"\\tMy Token \"}")
+                              << u"TOKEN"_s << u"My Token"_s;
+        QTest::newRow("no label") << QByteArray(R"({"primaryEnv":"TOKEN"})") << u"TOKEN"_s << apiKey;
+        QTest::newRow("a blank label") << QByteArray(R"({"primaryEnv":"TOKEN","primaryEnvLabel":" "})") << u"TOKEN"_s
+                                       << apiKey;
+        QTest::newRow("none") << "{}"_ba << QString() << apiKey;
+        QTest::newRow("a blank variable is none") << QByteArray("{\"primaryEnv\":\" \\n\"}") << QString() << apiKey;
+        QTest::newRow("a number is described") << QByteArray(R"({"primaryEnv":7})") << u"7"_s << apiKey;
         QTest::newRow("a label of another type is described")
-            << QByteArray(R"({"primaryEnv":"TOKEN","primaryEnvLabel":[1]})") << QStringLiteral("TOKEN")
-            << QStringLiteral("[1]");
+            << QByteArray(R"({"primaryEnv":"TOKEN","primaryEnvLabel":[1]})") << u"TOKEN"_s << u"[1]"_s;
     }
 
     void theCredentialHasAVariableAndACaption()
@@ -187,9 +185,9 @@ private slots:
             << QByteArray(R"({"requiredEnv":["A"],"primaryEnvLabel":"L"})") << list({"A", "A"});
         QTest::newRow("a number among them") << QByteArray(R"({"requiredEnv":["A",1]})") << QStringList();
         QTest::newRow("a text in place of them") << QByteArray(R"({"requiredEnv":"A"})") << QStringList();
-        QTest::newRow("nothing") << QByteArray("{}") << QStringList();
-        QTest::newRow("names with markup, and Chinese ones")
-            << QByteArray(R"({"requiredEnv":["<b>A</b>","密钥"]})") << list({"<b>A</b>", "<b>A</b>", "密钥", "密钥"});
+        QTest::newRow("nothing") << "{}"_ba << QStringList();
+        QTest::newRow("names with markup, and Chinese ones") << QByteArray("{\"requiredEnv\":[\"<b>A</b>\",\"密钥\"]}")
+                                                             << list({"<b>A</b>", "<b>A</b>", "密钥", "密钥"});
     }
 
     void eachRequiredVariableHasAFieldOnce()
@@ -209,8 +207,8 @@ private slots:
             names.push_back("VARIABLE_" + std::to_string(i));
         const std::vector<DynamicVariable> variables = dynamicVariables({{"requiredEnv", names}});
         QCOMPARE(variables.size(), std::size_t(200));
-        QCOMPARE(variables.front().name, QStringLiteral("VARIABLE_0"));
-        QCOMPARE(variables.back().name, QStringLiteral("VARIABLE_199"));
+        QCOMPARE(variables.front().name, u"VARIABLE_0"_s);
+        QCOMPARE(variables.back().name, u"VARIABLE_199"_s);
     }
 };
 

@@ -6,6 +6,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using Title = QString (*)(const Json& row);
@@ -30,7 +32,7 @@ private slots:
         const auto add = [](const char* behaviour, Title titleOf, const char* row, const char* title) {
             QTest::newRow(behaviour) << titleOf << QByteArray(row) << QString::fromUtf8(title);
         };
-        add("an agent's name and id", localAgentTitle, R"({"id":"a","name":"Main 主"})", "Main 主 (a)");
+        add("an agent's name and id", localAgentTitle, "{\"id\":\"a\",\"name\":\"Main 主\"}", "Main 主 (a)");
         add("an agent without a name shows its id twice", localAgentTitle, R"({"id":"a"})", "a (a)");
         add("an agent's empty name is one", localAgentTitle, R"({"id":"a","name":""})", " (a)");
         add("an agent with nothing", localAgentTitle, "{}", " ()");
@@ -73,7 +75,7 @@ private slots:
         const Json rows = Json::parse(R"([{"id":1,"ecosystem":"openclaw"},{"id":2,"ecosystem":"OpenClaw"},{"id":3},
                                       {"id":4,"ecosystem":["openclaw"]},{"id":5,"ecosystem":"openclaw "},
                                       {"id":6,"ecosystem":"codex"},{"id":7,"ecosystem":"openclaw"}])");
-        const std::vector<Json> agents = agentsOf({rows.begin(), rows.end()}, QStringLiteral("openclaw"));
+        const std::vector<Json> agents = agentsOf({rows.begin(), rows.end()}, u"openclaw"_s);
         QCOMPARE(agents.size(), std::size_t(2));
         QVERIFY(agents[0]["id"] == 1);
         QVERIFY(agents[1]["id"] == 7);
@@ -81,20 +83,21 @@ private slots:
 
     void aCountOfOneIsAPluralToo()
     {
-        QCOMPARE(newsSourceSummary(0), QStringLiteral("0 sources."));
-        QCOMPARE(newsSourceSummary(1), QStringLiteral("1 sources."));
+        QCOMPARE(newsSourceSummary(0), u"0 sources."_s);
+        QCOMPARE(newsSourceSummary(1), u"1 sources."_s);
     }
 
     void aNewSourceIsSentTrimmed()
     {
         const NewNewsSource source{
-            .type = QStringLiteral("webpage"),
-            .id = QStringLiteral(" i\n"),
-            .name = QStringLiteral("\t新闻 "),
-            .url = QStringLiteral(" https://a b "),
+            .type = u"webpage"_s,
+            .id = u" i\n"_s,
+            .name = u"\t新闻 "_s,
+            .url = u" https://a b "_s,
             .isEnabled = false,
         };
-        const char* const sent = R"({"type":"webpage","id":"i","name":"新闻","url":"https://a b","enabled":false})";
+        const char* const sent =
+            "{\"type\":\"webpage\",\"id\":\"i\",\"name\":\"新闻\",\"url\":\"https://a b\",\"enabled\":false}";
         QCOMPARE(toJson(source).dump(), std::string(sent));
         const char* const nothing = R"({"type":"","id":"","name":"","url":"","enabled":true})";
         QCOMPARE(toJson(NewNewsSource()).dump(), std::string(nothing));

@@ -8,7 +8,6 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <filesystem>
 #include <tuple>
 
 #include <sys/stat.h>
@@ -18,37 +17,10 @@ namespace {
 constexpr QFile::Permissions ownersFile = QFile::ReadOwner | QFile::WriteOwner;
 constexpr QFile::Permissions ownersFolder = ownersFile | QFile::ExeOwner;
 
-/// What a backup is called that is made at the local time `now`.
+/// Returns the path of a backup that is made at the local time `now`.
 QString backupPath(const QString& path, const QDateTime& now)
 {
     return path + QStringLiteral(".bak.") + compactTimestamp(now);
-}
-
-/// Makes a second name for a file that we may not read. It stays with what the file holds now: a save replaces the file
-/// and leaves its earlier content alone.
-void linkFile(const QString& path, const QString& backup)
-{
-    std::error_code ignored;
-    const std::filesystem::path file = std::filesystem::canonical(QFile::encodeName(path).toStdString(), ignored);
-    std::filesystem::create_hard_link(file, QFile::encodeName(backup).toStdString(), ignored);
-}
-
-/// Takes a second name away again, for whoever writes into the file would write into its backup.
-void unlinkFile(const QString& path, const QString& backup)
-{
-    std::error_code ignored;
-    const std::filesystem::path link = QFile::encodeName(backup).toStdString();
-    if (std::filesystem::equivalent(QFile::encodeName(path).toStdString(), link, ignored))
-        std::filesystem::remove(link, ignored);
-}
-
-void copyFile(QFile& file, const QString& path)
-{
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFile::NoError)
-        return; // half a copy would pass for the file
-    const bool mayWrite = file.permissions().testFlag(QFile::WriteOwner);
-    std::ignore = writeNewFile(path, bytes, mayWrite ? S_IRUSR | S_IWUSR : S_IRUSR);
 }
 
 } // namespace
@@ -71,21 +43,15 @@ void createConfigFile(const QString& path)
 
 void backUpConfigFile(const QString& path, const QDateTime& now)
 {
-    if (!QFileInfo(path).isFile())
-        return;
-    const QString backup = backupPath(path, now);
-    QFile file(path);
-    if (file.open(QFile::ReadOnly))
-        copyFile(file, backup);
-    else
-        linkFile(path, backup);
+    const std::optional<QByteArray> bytes = readFile(path);
+    if (!bytes)
+        return; // half a copy would pass for the file
+    const bool mayWrite = QFile::permissions(path).testFlag(QFile::WriteOwner);
+    std::ignore = writeNewFile(backupPath(path, now), *bytes, mayWrite ? S_IRUSR | S_IWUSR : S_IRUSR);
 }
 
 std::optional<QString> saveConfigFile(const QString& path, const QByteArray& bytes, const QDateTime& now)
 {
     backUpConfigFile(path, now);
-    std::optional<QString> failure = writeFileAtomically(path, bytes);
-    if (failure)
-        unlinkFile(path, backupPath(path, now));
-    return failure;
+    return writeFileAtomically(path, bytes);
 }

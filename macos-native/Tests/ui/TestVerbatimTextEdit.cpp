@@ -1,0 +1,272 @@
+#include "ui/VerbatimTextEdit.h"
+
+#include "support/Warnings.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QLineEdit>
+#include <QScrollBar>
+#include <QTest>
+#include <QTextBlock>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+using Keys = QList<QKeyCombination>;
+
+namespace {
+
+/// Presses `keys`, the first with the cursor at `position`.
+void press(VerbatimTextEdit& view, int position, const Keys& keys)
+{
+    QTextCursor cursor = view.textCursor();
+    cursor.setPosition(position);
+    view.setTextCursor(cursor);
+    for (const QKeyCombination key : keys)
+        QTest::keyClick(&view, key.key(), key.keyboardModifiers());
+}
+
+} // namespace
+
+/// The editor that gives back the bytes it was given.
+class TestVerbatimTextEdit final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnUnexpectedWarning(); }
+
+    void whatIsNotEditedComesBack_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("nothing") << QString();
+        QTest::newRow("a final line feed") << u"{}\n"_s;
+        QTest::newRow("no final line feed") << u"{}"_s;
+        QTest::newRow("only line feeds") << u"\n\n\n"_s;
+        QTest::newRow("lines that end in carriage return and line feed") << u"{\r\n}\r\n"_s;
+        QTest::newRow("lines that end in carriage return") << u"{\r}\r"_s;
+        QTest::newRow("mixed line endings") << u"a\r\nb\nc\rd\r\n\r\re\n\r"_s;
+        QTest::newRow("as many endings of one kind as of the other") << u"a\r\nb\nc\r\nd\n"_s;
+        QTest::newRow("a byte-order mark") << u"\ufeff{}\n"_s;
+        QTest::newRow("nothing but a byte-order mark") << u"\ufeff"_s;
+        QTest::newRow("two byte-order marks") << u"\ufeff\ufeff{}"_s;
+        QTest::newRow("a byte-order mark inside") << u"{\ufeff}"_s;
+        QTest::newRow("no-break spaces") << u"a\u00a0b\u202fc\n"_s;
+        QTest::newRow("line and paragraph separators") << u"a\u2028b\u2029c\nd\u2029"_s;
+        QTest::newRow("what a document takes for frames") << u"a\ufdd0b\ufdd1\n\ufdd0"_s;
+        QTest::newRow("an object replacement character") << u"a\ufffc\ufffd\n"_s;
+        QTest::newRow("control characters and a null") << u"a\0b\u001b\t\f\v\u007f\n"_s;
+        QTest::newRow("Chinese, emoji and composed characters") << u"{\"名\": \"👩‍💻e\u0301\"}\n"_s;
+        QTest::newRow("bidirectional marks") << u"a\u202eb\u2066\n"_s;
+        QTest::newRow("JSON that is none") << u"{,]\n"_s;
+    }
+
+    void whatIsNotEditedComesBack()
+    {
+        QFETCH(QString, text);
+        VerbatimTextEdit view;
+        view.setText(text);
+        QCOMPARE(view.text(), text);
+    }
+
+    void everyCharacterComesBack()
+    {
+        QString text;
+        for (char32_t character = 0; character < 0x11000; ++character) {
+            if (!QChar::isSurrogate(character))
+                text += QString::fromUcs4(&character, 1) + u'x';
+        }
+        VerbatimTextEdit view;
+        view.setText(text);
+        QVERIFY(view.text() == text);
+    }
+
+    void theTextIsWhatAPersonReads()
+    {
+        VerbatimTextEdit view;
+        view.setText(u"\ufeff{\r\n\"<b>名</b>\"\r\n}"_s);
+        QCOMPARE(view.toPlainText(), u"{\n\"<b>名</b>\"\n}"_s);
+    }
+
+    void aByteOrderMarkSurvivesAWholeNewText()
+    {
+        VerbatimTextEdit view;
+        view.setText(u"\ufeffold\r\n"_s);
+        view.selectAll();
+        QTest::keyClicks(&view, u"new"_s);
+        QTest::keyClick(&view, Qt::Key_Return);
+        QCOMPARE(view.text(), u"\ufeffnew\r\n"_s);
+    }
+
+    void anotherTextForgetsTheOneBefore()
+    {
+        VerbatimTextEdit view;
+        view.setText(u"\ufeff1\r\n2\n3\r\n"_s);
+        view.setText(u"1\n2\r\n3\n"_s);
+        QCOMPARE(view.text(), u"1\n2\r\n3\n"_s);
+        view.setText(u"x\ny"_s);
+        QCOMPARE(view.text(), u"x\ny"_s);
+    }
+
+    void aTypedLineEndsAsTheLineItIsTypedIn_data()
+    {
+        QTest::addColumn<QString>("before");
+        QTest::addColumn<int>("position");
+        QTest::addColumn<QString>("after");
+
+        QTest::newRow("in an empty text, with a line feed") << QString() << 0 << u"\n"_s;
+        QTest::newRow("among lines with carriage returns") << u"a\r\nb\r\n"_s << 3 << u"a\r\nb\r\n\r\n"_s;
+        QTest::newRow("in the first line, as most do") << u"ab\r\nc\r\nd\n"_s << 1 << u"a\r\nb\r\nc\r\nd\n"_s;
+        QTest::newRow("in the first line of mixed ones, which keep theirs")
+            << u"ab\r\nc\nd\n"_s << 1 << u"a\nb\r\nc\nd\n"_s;
+        QTest::newRow("after an unusual ending, as that")
+            << u"a\nb\nc\r\nde\nf\n"_s << 7 << u"a\nb\nc\r\nd\r\ne\nf\n"_s;
+    }
+
+    void aTypedLineEndsAsTheLineItIsTypedIn()
+    {
+        QFETCH(QString, before);
+        QFETCH(int, position);
+        QFETCH(QString, after);
+        VerbatimTextEdit view;
+        view.setText(before);
+        press(view, position, {Qt::Key_Return});
+        QCOMPARE(view.text(), after);
+    }
+
+    void anEditLeavesOtherLinesAlone_data()
+    {
+        QTest::addColumn<int>("position");
+        QTest::addColumn<Keys>("keys");
+        QTest::addColumn<QString>("after");
+        const auto row = [](const char* name, int position, QKeyCombination key, const QString& after) {
+            QTest::newRow(name) << position << Keys{key} << after;
+        };
+        // The text is "a\r\nb\nc\rd\ne\n"; a line ending counts as one position.
+        row("typing at the start", 0, Qt::Key_X, u"xa\r\nb\nc\rd\ne\n"_s);
+        row("typing in the middle", 5, Qt::Key_X, u"a\r\nb\ncx\rd\ne\n"_s);
+        row("typing at the end", 10, Qt::Key_X, u"a\r\nb\nc\rd\ne\nx"_s);
+        row("joining the first two lines", 2, Qt::Key_Backspace, u"ab\nc\rd\ne\n"_s);
+        row("joining before an unusual ending", 4, Qt::Key_Backspace, u"a\r\nbc\rd\ne\n"_s);
+        row("joining at an unusual ending", 6, Qt::Key_Backspace, u"a\r\nb\ncd\ne\n"_s);
+        row("joining forwards", 3, Qt::Key_Delete, u"a\r\nbc\rd\ne\n"_s);
+        row("emptying a line", 5, Qt::Key_Backspace, u"a\r\nb\n\rd\ne\n"_s);
+        row("deleting the final line ending", 10, Qt::Key_Backspace, u"a\r\nb\nc\rd\ne"_s);
+    }
+
+    void anEditLeavesOtherLinesAlone()
+    {
+        QFETCH(int, position);
+        QFETCH(Keys, keys);
+        QFETCH(QString, after);
+        VerbatimTextEdit view;
+        view.setText(u"a\r\nb\nc\rd\ne\n"_s);
+        press(view, position, keys);
+        QCOMPARE(view.text(), after);
+    }
+
+    void whatIsUndoneComesBack_data()
+    {
+        QTest::addColumn<int>("position");
+        QTest::addColumn<Keys>("keys");
+        const QKeyCombination all(Qt::CTRL | Qt::Key_A);
+        QTest::newRow("typing") << 3 << Keys{Qt::Key_X};
+        QTest::newRow("a new line") << 3 << Keys{Qt::Key_Return};
+        QTest::newRow("joined lines") << 2 << Keys{Qt::Key_Backspace};
+        QTest::newRow("a line ending after an empty line") << 4 << Keys{Qt::Key_Delete};
+        QTest::newRow("everything deleted") << 0 << Keys{all, Qt::Key_Delete};
+        QTest::newRow("everything replaced") << 0 << Keys{all, Qt::Key_X};
+    }
+
+    void whatIsUndoneComesBack()
+    {
+        QFETCH(int, position);
+        QFETCH(Keys, keys);
+        const QString text = u"a\r\nb\n\r\nc\rd\u2029e\n\n"_s;
+        VerbatimTextEdit view;
+        view.setText(text);
+        press(view, position, keys);
+        const QString edited = view.text();
+        QVERIFY(edited != text);
+        while (view.document()->isUndoAvailable())
+            view.undo();
+        QCOMPARE(view.text(), text);
+        while (view.document()->isRedoAvailable())
+            view.redo();
+        QCOMPARE(view.text(), edited);
+    }
+
+    void aLoadedTextCannotBeUndone()
+    {
+        VerbatimTextEdit view;
+        view.setText(u"a\r\nb\nc\n"_s);
+        QVERIFY(!view.document()->isUndoAvailable());
+        press(view, 0, {Qt::Key_X});
+        QVERIFY(view.document()->isUndoAvailable());
+        view.setText(u"d\r\ne\nf\n"_s);
+        QVERIFY(!view.document()->isUndoAvailable());
+    }
+
+    void aPastedLineEndsAsMostDo()
+    {
+        VerbatimTextEdit view;
+        view.setText(u"a\r\nb\r\n"_s);
+        QGuiApplication::clipboard()->setText(u"1\n2\r\n"_s);
+        press(view, 0, {Qt::CTRL | Qt::Key_V});
+        QCOMPARE(view.text(), u"1\r\n2\r\na\r\nb\r\n"_s);
+    }
+
+    void cutAndPasteKeepsNoBreakSpaces()
+    {
+        const QString text = u"a\u00a0b\u2028c\nd"_s;
+        VerbatimTextEdit view;
+        view.setText(text);
+        press(view, 0, {Qt::CTRL | Qt::Key_A, Qt::CTRL | Qt::Key_X});
+        QCOMPARE(view.text(), QString());
+        QCOMPARE(QGuiApplication::clipboard()->text(), text);
+        press(view, 0, {Qt::CTRL | Qt::Key_V});
+        QCOMPARE(view.text(), text);
+    }
+
+    void shiftReturnStartsALine()
+    {
+        VerbatimTextEdit view;
+        view.setText(u"ab\r\n"_s);
+        press(view, 1, {Qt::SHIFT | Qt::Key_Return});
+        QCOMPARE(view.text(), u"a\r\nb\r\n"_s);
+        QCOMPARE(view.textCursor().position(), 2);
+    }
+
+    void tabIsTextAndShiftTabLeaves()
+    {
+        QWidget window;
+        auto* before = new QLineEdit(&window);
+        auto* view = new VerbatimTextEdit(&window);
+        auto* column = new QVBoxLayout(&window);
+        column->addWidget(before);
+        column->addWidget(view);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        view->setFocus();
+        QTest::keyClick(view, Qt::Key_Tab);
+        QVERIFY(view->hasFocus());
+        QCOMPARE(view->text(), u"\t"_s);
+        QTest::keyClick(view, Qt::Key_Backtab, Qt::ShiftModifier);
+        QVERIFY(before->hasFocus());
+        QCOMPARE(view->text(), u"\t"_s);
+    }
+
+    void longLinesScroll()
+    {
+        VerbatimTextEdit view;
+        view.resize(300, 200);
+        view.setText(u"word "_s.repeated(500));
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        QVERIFY(view.horizontalScrollBar()->maximum() > 0);
+        QCOMPARE(view.document()->firstBlock().lineCount(), 1);
+    }
+};
+
+QTEST_MAIN(TestVerbatimTextEdit)
+#include "TestVerbatimTextEdit.moc"
