@@ -9,6 +9,7 @@ from __future__ import annotations
 import json
 import os
 import re
+import unicodedata
 from collections.abc import Iterator, Mapping
 from typing import NamedTuple
 
@@ -24,7 +25,7 @@ capabilities = Capabilities(installs_skills=False)
 _DEPTH = 16
 """How many levels below a folder of skills are searched; the program has no limit."""
 
-_SHIPPED = ("agent", "coder", "explore", "plan", "tower-worker")
+SHIPPED = ("agent", "coder", "explore", "plan", "tower-worker")
 """The names of the agents that come with the program, which a file does not replace."""
 
 _TYPES = ("", "prompt", "inline", "flow")
@@ -203,7 +204,7 @@ def _parse_agent(path: str, content: bytes) -> AgentFile:
     own_name = name or os.path.basename(path).removesuffix(".md")
     if not _NAME.fullmatch(own_name):
         return AgentFile(name, "its name may have small letters, digits and hyphens only")
-    if own_name in _SHIPPED and _text(values.get("override")) != "true":
+    if own_name in SHIPPED and _text(values.get("override")) != "true":
         return AgentFile(name, "an agent with the name comes with Kimi")
     return AgentFile(name)
 
@@ -231,12 +232,13 @@ def _with_name(text: str, name: str) -> str:
 
 
 def _kebab_case(name: str) -> str:
-    """A name as the program takes it; empty when nothing of it is left."""
-    return "-".join(re.findall(r"[a-z0-9]+", name.lower()))
+    """A name as the program takes it, without the marks of its letters; empty when nothing of it is left."""
+    plain = "".join(it for it in unicodedata.normalize("NFKD", name.lower()) if not unicodedata.combining(it))
+    return "-".join(re.findall(r"[a-z0-9]+", plain))
 
 
 def _refuse_taken_name(name: str, own_id: str = "") -> None:
-    if name in _SHIPPED:
+    if name in SHIPPED:
         raise BackendError(f"An agent with the name {arguments.quoted(name)} comes with Kimi. Choose another name.")
     _FILES.refuse_taken_name(name, own_id)
 

@@ -71,9 +71,10 @@ need_from_npm() {
     local what=$1 wanted=$root/$2 installed=$root/build/$3
     shift 3
     command -v npm >/dev/null || need "what installs $what" nodejs npm
-    [ "$installed/complete" -nt "$wanted/package-lock.json" ] && return
+    [ -e "$installed/complete" ] && cmp -s "$installed/package-lock.json" "$wanted/package-lock.json" && return
     echo "Installing $what, with npm"
     mkdir -p "$installed"
+    rm -f "$installed/complete"
     cp "$wanted/package.json" "$wanted/package-lock.json" "$installed"
     (
         cd "$installed"

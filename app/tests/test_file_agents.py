@@ -121,7 +121,7 @@ class ChangeTest(FileAgentTestCase):
         codex, kimi = codex.replace("\n", "\r\n"), kimi.replace("\n", "\r\n")
         cases = (
             ("codex", f"{CODEX}/a.toml", codex, codex.replace("'old'", '"New \\"é"'), 'New "é'),
-            ("kimi", f"{KIMI}/a.md", kimi, kimi.replace("name: old # gone", "name: new-e"), "New e!"),
+            ("kimi", f"{KIMI}/a.md", kimi, kimi.replace("name: old # gone", "name: new-mowe"), "New Möwe!"),
             ("kimi", f"{KIMI}/a.md", "---\ndescription: d\n---\nx", "---\nname: new\ndescription: d\n---\nx", "new"),
             ("kimi", f"{KIMI}/a.md", kimi, kimi, "审查"),
         )

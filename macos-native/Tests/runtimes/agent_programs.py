@@ -76,7 +76,7 @@ def codex_skills() -> list[dict[str, Any]]:
         {"method": "initialized"},
         {"id": 1, "method": "skills/list", "params": {"cwds": [os.environ["HOME"]], "forceReload": True}},
     ]
-    answer = _last_of(["codex", "app-server"], messages, lambda message: message.get("id") == 1)
+    answer = _last_of(["codex", "app-server"], messages, lambda message: bool(message.get("id") == 1))
     return [skill for row in answer["result"]["data"] for skill in row["skills"]]
 
 
