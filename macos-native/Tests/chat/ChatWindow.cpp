@@ -1,6 +1,8 @@
 #include "chat/ChatWindow.h"
 
 #include "base/ApiKeyStore.h"
+#include "base/Json.h"
+#include "base/Provider.h"
 #include "chat/ChatViewController.h"
 #include "chat/core/ChatLog.h"
 #include "chat/transcript/TranscriptView.h"
@@ -8,15 +10,10 @@
 #include "support/Files.h"
 
 #include <QApplication>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QRegularExpression>
 #include <QSettings>
 #include <QTest>
-#include <QTimer>
 
-#include <algorithm>
 #include <array>
 
 using namespace Qt::StringLiterals;
@@ -24,23 +21,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr std::array endpointVariables{"NELO_OPENAI_BASE_URL", "NELO_DEEPSEEK_BASE_URL", "NELO_KIMI_BASE_URL"};
-
-SeenDialog read(const QDialog& dialog)
-{
-    SeenDialog seen;
-    seen.title = dialog.findChild<QLabel*>(u"messageText"_s)->text();
-    seen.text = dialog.findChild<QPlainTextEdit*>(u"informativeText"_s)->toPlainText();
-    QList<QPushButton*> buttons = dialog.findChildren<QPushButton*>();
-    std::sort(buttons.begin(), buttons.end(), [](const auto* a, const auto* b) { return a->x() > b->x(); });
-    for (const QPushButton* button : std::as_const(buttons))
-        seen.buttons.append(button->text());
-    if (const auto* field = dialog.findChild<QLineEdit*>()) {
-        seen.fieldPlaceholder = field->placeholderText();
-        seen.isMasked = field->echoMode() == QLineEdit::Password;
-        seen.fieldSize = field->size();
-    }
-    return seen;
-}
 
 } // namespace
 
@@ -63,10 +43,23 @@ ChatWindow::~ChatWindow()
 void ChatWindow::open()
 {
     m_window = std::make_unique<NeloWindow>(u"Nelo"_s, QSize(980, 740));
-    m_window->setContentViewController(new ChatViewController);
+    m_window->setContentViewController(new ChatViewController(nullptr, focusDelay, persistDelay));
     m_window->makeKeyAndOrderFront();
     QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
     QTRY_VERIFY(inputField()->hasFocus());
+}
+
+void ChatWindow::openWithKeys()
+{
+    for (const QString& provider : Provider::all())
+        QVERIFY(!ApiKeyStore().setKeys({{provider, u"sk-"_s + provider}}));
+    open();
+}
+
+void ChatWindow::replyWith(const QString& reply)
+{
+    const Json body{{"choices", {{{"message", {{"content", reply}}}}}}};
+    server.answerEach(HttpAnswer::message(200, QByteArray::fromStdString(body.dump())));
 }
 
 void ChatWindow::close()
@@ -100,16 +93,6 @@ void ChatWindow::send(const QString& text) const
     QTest::keyClick(inputField(), Qt::Key_Return);
 }
 
-void ChatWindow::storeKey(const QString& provider, const QString& key) const
-{
-    QCOMPARE(ApiKeyStore().setKeys({{provider, key}}), std::nullopt);
-}
-
-QString ChatWindow::storedKey(const QString& provider) const
-{
-    return ApiKeyStore().key(provider);
-}
-
 QStringList ChatWindow::logEntries() const
 {
     static const QRegularExpression time(u"^\\[[^]]*\\] "_s, QRegularExpression::MultilineOption);
@@ -120,35 +103,23 @@ QStringList ChatWindow::logEntries() const
 QStringList ChatWindow::sentMessages(qsizetype index) const
 {
     QStringList sent;
-    const QJsonObject body = QJsonDocument::fromJson(server.requests().at(index).body).object();
-    const QJsonArray messages = body[u"messages"_s].toArray();
-    for (const QJsonValue& message : messages)
-        sent.append(message[u"role"_s].toString() + u": "_s + message[u"content"_s].toString());
+    const Json body = parseJson(server.requests().at(index).body.toStdString());
+    for (const Json& message : body["messages"])
+        sent.append(textOf(message, "role") + u": "_s + textOf(message, "content"));
     return sent;
 }
 
-SeenDialog answerDialog(const std::function<void()>& work, const DialogAction& act)
+std::vector<DialogRobot::Shown> answerDialogs(const std::function<void()>& work,
+                                              const std::vector<DialogRobot::Answer>& answers)
 {
-    return answerDialogs(work, {act}).value(0, SeenDialog{u"no dialog"_s, {}, {}, {}, false, {}});
+    const DialogRobot robot(answers);
+    work();
+    const auto isOver = [&] { return robot.shown().size() == answers.size() && !QApplication::activeModalWidget(); };
+    return QTest::qWaitFor(isOver, 20'000) ? robot.shown() : std::vector<DialogRobot::Shown>();
 }
 
-QList<SeenDialog> answerDialogs(const std::function<void()>& work, const QList<DialogAction>& acts)
+DialogRobot::Shown answerDialog(const std::function<void()>& work, const DialogRobot::Answer& answer)
 {
-    QList<SeenDialog> seen;
-    QPointer<QDialog> last;
-    QTimer watch;
-    QObject::connect(&watch, &QTimer::timeout, &watch, [&] {
-        const QPointer<QDialog> dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        if (!dialog || dialog == last || !dialog->isActiveWindow() || seen.size() == acts.size())
-            return;
-        last = dialog;
-        seen.append(read(*dialog));
-        acts.at(seen.size() - 1)(*dialog);
-        if (dialog && dialog->isVisible())
-            dialog->reject(); // a failed check must not leave it open
-    });
-    watch.start(0);
-    work();
-    const auto isOver = [&seen, &acts] { return seen.size() == acts.size() && !QApplication::activeModalWidget(); };
-    return QTest::qWaitFor(isOver, 20'000) ? seen : QList<SeenDialog>();
+    const std::vector<DialogRobot::Shown> shown = answerDialogs(work, {answer});
+    return shown.empty() ? DialogRobot::Shown{u"no dialog"_s, {}, {}, {}} : shown.front();
 }

@@ -1,19 +1,17 @@
 #pragma once
 
+#include "support/DialogRobot.h"
 #include "support/HttpServer.h"
 #include "support/TestHome.h"
 
 #include <QComboBox>
-#include <QDialog>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPlainTextEdit>
 #include <QPushButton>
 
-#include <functional>
+#include <chrono>
 #include <memory>
 
-class ChatViewController;
 class NeloWindow;
 class TranscriptView;
 
@@ -29,6 +27,8 @@ public:
 
     /// Makes and shows the window, on what the home holds by now.
     void open();
+    /// Stores the key "sk-" and its name for every provider, and opens the window.
+    void openWithKeys();
     /// Ends the window and everything in it.
     void close();
 
@@ -50,13 +50,17 @@ public:
     QStringList bubbles() const;
     /// Types `text` and presses Return.
     void send(const QString& text) const;
-    void storeKey(const QString& provider, const QString& key) const;
-    QString storedKey(const QString& provider) const;
+    /// Has the server answer every request with `reply`.
+    void replyWith(const QString& reply);
 
     /// The log's messages, without their times.
     QStringList logEntries() const;
     /// The role and content of every message of request `index`, each as "role: content".
     QStringList sentMessages(qsizetype index) const;
+
+    /// The times that the chat waits; they are shorter than those of the program.
+    static constexpr std::chrono::milliseconds focusDelay{20};
+    static constexpr std::chrono::milliseconds persistDelay{10};
 
     TestHome home;
     HttpServer server;
@@ -65,19 +69,10 @@ private:
     std::unique_ptr<NeloWindow> m_window;
 };
 
-/// What an alert or dialog says, taken when it was open.
-struct SeenDialog
-{
-    QString title;
-    QString text;
-    QStringList buttons; // from right to left
-    QString fieldPlaceholder;
-    bool isMasked = false;
-    QSize fieldSize;
-};
-
-/// Lets `work` run, waits for the dialog that it opens, does `act` to it, and returns what it said.
-using DialogAction = std::function<void(QDialog&)>;
-SeenDialog answerDialog(const std::function<void()>& work, const DialogAction& act);
-/// The same for dialogs that open one after the other.
-QList<SeenDialog> answerDialogs(const std::function<void()>& work, const QList<DialogAction>& acts);
+/// Lets `work` run, answers the dialogs that it opens with `answers`, and returns what they showed once the last of
+/// them is closed. The list is empty when fewer came.
+std::vector<DialogRobot::Shown> answerDialogs(const std::function<void()>& work,
+                                              const std::vector<DialogRobot::Answer>& answers);
+/// Does the same with one dialog, which Escape closes unless `answer` does.
+DialogRobot::Shown answerDialog(const std::function<void()>& work,
+                                const DialogRobot::Answer& answer = DialogRobot::press(Qt::Key_Escape));

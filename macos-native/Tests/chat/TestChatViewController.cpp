@@ -1,5 +1,6 @@
 #include "chat/ChatViewController.h"
 
+#include "base/ApiKeyStore.h"
 #include "chat/ChatCalls.h"
 #include "chat/ChatWindow.h"
 #include "chat/StoredMessages.h"
@@ -15,8 +16,10 @@
 #include <QInputMethodEvent>
 #include <QScreen>
 #include <QTest>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 /// The send flow, from the keyboard to the wire and back, with real files.
 class TestChatViewController final : public QObject
@@ -45,42 +48,27 @@ private slots:
 
     void showsTheConversationThatWasKept()
     {
-        const QByteArray kept = encodeChatMessages({{u"user"_s, u"question"_s, u"a"_s},
-                                                    {u"assistant"_s, u"answer"_s, u"b"_s},
-                                                    {u"system"_s, u"other"_s, u"c"_s}});
-        storeHistory(kept);
-        m_chat->open();
-        QCOMPARE(m_chat->bubbles(), (QStringList{u"Me: question"_s, u"Nelo: answer"_s, u"Nelo: other"_s}));
-        QTest::qWait(600); // longer than a write would be put off
-        QCOMPARE(Files::contentOf(neloChatHistoryURL()), kept);
+        QList<NeloChatMessage> kept(500, {userRole, u"question"_s, u"a"_s});
+        kept.append({{assistantRole, u"answer"_s, u"b"_s}, {u"system"_s, u"other"_s, u"c"_s}});
+        storeHistory(encodeChatMessages(kept));
+        m_chat->open(); // which takes longer than a write would
+        QCOMPARE(m_chat->bubbles().size(), 502);
+        QCOMPARE(m_chat->bubbles().mid(499), (QStringList{u"Me: question"_s, u"Nelo: answer"_s, u"Nelo: other"_s}));
+        QCOMPARE(storedMessages(), kept);
     }
 
-    void showsALongHistoryInFull()
+    void theInputHasTheKeyboardATenthOfASecondAfterTheWindowAppears()
     {
-        storeHistory(records(500));
-        m_chat->open();
-        QCOMPARE(m_chat->transcript()->count(), 500);
-        QCOMPARE(m_chat->bubbles().last(), u"Me: 500"_s);
-    }
-
-    void anUnreadableHistoryBeginsAnew()
-    {
-        storeHistory("[{\"role\":\"user\",\"content\":\"half");
-        m_chat->open();
-        QCOMPARE(m_chat->bubbles(), QStringList{m_welcome});
-        storeHistory(records(1)); // by whoever it was: kept all the same
-        QTRY_COMPARE(storedMessages().value(0).role, u"assistant"_s);
-        QCOMPARE(Files::names(m_chat->home.path(u".nelo"_s)).filter(u".unreadable."_s).size(), 1);
-    }
-
-    void theInputHasTheKeyboardWheneverTheWindowAppears()
-    {
+        QCOMPARE(ChatViewController::defaultFocusDelay, 100ms);
         m_chat->open();
         for (int time = 0; time < 2; ++time) {
             m_chat->transcript()->setFocus();
             m_chat->window()->close();
+            QElapsedTimer timer;
+            timer.start();
             m_chat->window()->show();
             QTRY_VERIFY(m_chat->inputField()->hasFocus());
+            QVERIFY(timer.elapsed() >= ChatWindow::focusDelay.count());
             QVERIFY(m_chat->window()->isActiveWindow());
         }
     }
@@ -92,7 +80,9 @@ private slots:
         m_chat->window()->show();
         QCoreApplication::processEvents();
         m_chat->window()->close();
-        QTest::qWait(200); // longer than it takes to come forward
+        bool wouldHaveComeForward = false;
+        QTimer::singleShot(2 * ChatWindow::focusDelay, this, [&] { wouldHaveComeForward = true; });
+        QTRY_VERIFY(wouldHaveComeForward);
         QVERIFY(!m_chat->window()->isVisible());
     }
 
@@ -107,7 +97,7 @@ private slots:
     void emptyInputStaysWhereItIs()
     {
         QFETCH(QString, text);
-        openWithKeys();
+        m_chat->openWithKeys();
         m_chat->send(text);
         QCOMPARE(m_chat->inputField()->text(), text);
         QCOMPARE(m_chat->status(), u"empty input"_s);
@@ -143,8 +133,8 @@ private slots:
 
     void moreThanAGreetingIsSent()
     {
-        openWithKeys();
-        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"hello yourself"_s)));
+        m_chat->openWithKeys();
+        m_chat->replyWith(u"hello yourself"_s);
         m_chat->send(u"hello there"_s);
         QTRY_COMPARE(m_chat->bubbles().last(), u"Nelo: hello yourself"_s);
     }
@@ -160,13 +150,12 @@ private slots:
     {
         QFETCH(QString, key);
         if (!key.isEmpty())
-            m_chat->storeKey(u"kimi"_s, key);
+            QVERIFY(!ApiKeyStore().setKeys({{u"kimi"_s, key}}));
         m_chat->open();
         m_chat->modelPopup()->setCurrentText(u"moonshot-v1-8k"_s);
         m_chat->transcript()->setFocus();
 
-        const SeenDialog alert = answerDialog([this] { m_chat->send(m_question); },
-                                              [](QDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+        const DialogRobot::Shown alert = answerDialog([this] { m_chat->send(m_question); });
         QCOMPARE(alert.title, u"API Key Required"_s);
         QCOMPARE(alert.text, u"Configure an API Key for kimi before sending."_s);
         QCOMPARE(alert.buttons, QStringList{u"OK"_s});
@@ -182,8 +171,8 @@ private slots:
 
     void aQuestionIsSentAndAnswered()
     {
-        openWithKeys();
-        m_chat->storeKey(u"openai"_s, u" sk-padded\n"_s);
+        m_chat->openWithKeys();
+        QVERIFY(!ApiKeyStore().setKeys({{u"openai"_s, u" sk-padded\n"_s}}));
         m_chat->server.holdAnswers();
         m_chat->send(u"  What is the time? "_s);
         QCOMPARE(m_chat->bubbles(), (QStringList{m_welcome, u"Me: What is the time?"_s}));
@@ -207,10 +196,30 @@ private slots:
         QCOMPARE(storedMessages().value(2).role, u"assistant"_s);
     }
 
+    void theStepsOfASendComeInOrder()
+    {
+        m_chat->openWithKeys();
+        m_chat->server.holdAnswers();
+        QInputMethodEvent composing(u"hello there"_s, {});
+        QCoreApplication::sendEvent(m_chat->inputField(), &composing);
+        QStringList steps;
+        connect(m_chat->inputField(), &QLineEdit::textChanged, m_chat->window(), [&](const QString& text) {
+            steps.append(text + u": "_s + m_chat->status() + u", "_s + m_chat->logEntries().join(u", ") + u", "_s
+                         + m_chat->bubbles().last());
+        });
+        m_chat->sendButton()->click(); // commits, appends, clears, tells and asks
+        const QString begun = u"send triggered, send triggered, "_s;
+        QCOMPARE(steps, (QStringList{u"hello there: "_s + begun + m_welcome, u": "_s + begun + u"Me: hello there"_s}));
+        QCOMPARE(m_chat->status(), u"request started"_s);
+        QTRY_COMPARE(m_chat->logEntries().size(), 3);
+        QVERIFY(m_chat->logEntries().at(1).startsWith(u"request started: "_s));
+        QVERIFY(m_chat->logEntries().at(2).startsWith(u"callChatAPI: "_s));
+    }
+
     void theSendButtonSends()
     {
-        openWithKeys();
-        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"yes"_s)));
+        m_chat->openWithKeys();
+        m_chat->replyWith(u"yes"_s);
         m_chat->inputField()->setText(m_question);
         QTest::mouseClick(m_chat->sendButton(), Qt::LeftButton);
         QVERIFY(m_chat->inputField()->hasFocus()); // a click does not take the keyboard away
@@ -231,15 +240,15 @@ private slots:
     {
         QVERIFY(QDir().mkpath(m_chat->home.path(u".nelo/menubar_chat_history.json"_s)));
         QVERIFY(QDir().mkpath(m_chat->home.path(u".nelo/menubar_chat.log"_s)));
-        openWithKeys();
-        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"yes"_s)));
+        m_chat->openWithKeys();
+        m_chat->replyWith(u"yes"_s);
         m_chat->send(m_question);
         QTRY_COMPARE(m_chat->bubbles().last(), u"Nelo: yes"_s);
     }
 
     void aReplyWhileTheWindowIsClosedIsThereAgain()
     {
-        openWithKeys();
+        m_chat->openWithKeys();
         m_chat->server.holdAnswers();
         m_chat->send(m_question);
         QTRY_COMPARE(m_chat->server.requests().size(), 1);
@@ -266,8 +275,8 @@ private slots:
     {
         QFETCH(QString, model);
         QFETCH(QString, provider);
-        openWithKeys();
-        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"yes"_s)));
+        m_chat->openWithKeys();
+        m_chat->replyWith(u"yes"_s);
         m_chat->modelPopup()->setCurrentIndex(m_chat->modelPopup()->findText(model));
         m_chat->send(m_question);
         QTRY_COMPARE(m_chat->server.requests().size(), 1);
@@ -279,10 +288,10 @@ private slots:
 
     void everyMessageIsSent()
     {
-        openWithKeys();
+        m_chat->openWithKeys();
         m_chat->server.answerInTurn({HttpAnswer::message(500, "no"), HttpAnswer::message(200, replyBody(u"reply"_s))});
         m_chat->send(u"hi"_s);
-        answerDialog([this] { m_chat->send(u"first"_s); }, [](QDialog& dialog) { dialog.accept(); });
+        answerDialog([this] { m_chat->send(u"first"_s); });
         m_chat->send(u"second"_s);
         QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
         m_chat->send(u"third"_s);
@@ -298,8 +307,8 @@ private slots:
     void aLongConversationIsSentInFullUntilItIsKept()
     {
         storeHistory(records(300));
-        openWithKeys();
-        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"reply"_s)));
+        m_chat->openWithKeys();
+        m_chat->replyWith(u"reply"_s);
         m_chat->send(u"more"_s);
         QTRY_COMPARE(m_chat->server.requests().size(), 1);
         QCOMPARE(m_chat->sentMessages(0).size(), 301);
@@ -365,8 +374,8 @@ private slots:
 
     void lineBreaksArePastedAsBlanks()
     {
-        openWithKeys();
-        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"yes"_s)));
+        m_chat->openWithKeys();
+        m_chat->replyWith(u"yes"_s);
         QGuiApplication::clipboard()->setText(u"two\nlines\r\n"_s);
         QTest::keySequence(m_chat->inputField(), QKeySequence::Paste);
         QTest::keyClick(m_chat->inputField(), Qt::Key_Return);
@@ -375,7 +384,7 @@ private slots:
 
     void repliesComeInTheirOwnOrder()
     {
-        openWithKeys();
+        m_chat->openWithKeys();
         m_chat->server.holdAnswers();
         const QStringList questions{u"one"_s, u"two"_s, u"three"_s};
         for (const QString& question : questions)
@@ -392,7 +401,7 @@ private slots:
 
     void nothingIsBlockedWhileWaiting()
     {
-        openWithKeys();
+        m_chat->openWithKeys();
         m_chat->server.holdAnswers();
         m_chat->send(m_question);
         QTRY_COMPARE(m_chat->server.requests().size(), 1);
@@ -404,8 +413,8 @@ private slots:
 
     void whatIsBeingComposedIsSent()
     {
-        openWithKeys();
-        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(u"yes"_s)));
+        m_chat->openWithKeys();
+        m_chat->replyWith(u"yes"_s);
         m_chat->inputField()->setText(u"你"_s);
         QInputMethodEvent composing(u"hao a"_s, {});
         QCoreApplication::sendEvent(m_chat->inputField(), &composing);
@@ -416,7 +425,7 @@ private slots:
 
     void returnThatEndsACompositionDoesNotSend()
     {
-        openWithKeys();
+        m_chat->openWithKeys();
         QInputMethodEvent composing(u"hi"_s, {});
         QCoreApplication::sendEvent(m_chat->inputField(), &composing);
         QTest::keyClick(m_chat->inputField(), Qt::Key_Return);
@@ -427,15 +436,15 @@ private slots:
 
     void aRefusalIsShownAndTheQuestionStays()
     {
-        openWithKeys();
+        m_chat->openWithKeys();
         m_chat->server.answerEach(HttpAnswer::message(401, "{\"error\":\"<b>no</b>\"}"));
         m_chat->transcript()->setFocus();
         QString statusMeanwhile;
-        const SeenDialog alert = answerDialog([this] { m_chat->send(m_question); },
-                                              [this, &statusMeanwhile](QDialog& dialog) {
-                                                  statusMeanwhile = m_chat->status();
-                                                  QTest::keyClick(&dialog, Qt::Key_Return);
-                                              });
+        const DialogRobot::Shown alert = answerDialog([this] { m_chat->send(m_question); },
+                                                      [this, &statusMeanwhile](QDialog& dialog) {
+                                                          statusMeanwhile = m_chat->status();
+                                                          QTest::keyClick(&dialog, Qt::Key_Return);
+                                                      });
         QCOMPARE(alert.title, u"Request Failed"_s);
         QCOMPARE(alert.text, u"HTTP 401: {\"error\":\"<b>no</b>\"}"_s);
         QCOMPARE(alert.buttons, QStringList{u"OK"_s});
@@ -448,53 +457,40 @@ private slots:
 
     void aRefusalHasTheConversationWrittenAgain()
     {
-        openWithKeys();
+        m_chat->openWithKeys();
         m_chat->server.holdAnswers();
         m_chat->send(m_question);
         QTRY_COMPARE(m_chat->server.requests().size(), 1);
         QTRY_COMPARE(storedMessages().size(), 2);
         QVERIFY(QFile::remove(neloChatHistoryURL()));
-        answerDialog([this] { m_chat->server.answer(0, HttpAnswer::message(500, "no")); },
-                     [](QDialog& dialog) { dialog.accept(); });
+        answerDialog([this] { m_chat->server.answer(0, HttpAnswer::message(500, "no")); });
         QTRY_COMPARE(storedMessages().size(), 2);
     }
 
     void anInvalidAddressIsShown()
     {
-        openWithKeys();
+        m_chat->openWithKeys();
         qputenv("NELO_OPENAI_BASE_URL", "no URL at all");
-        const SeenDialog alert =
-            answerDialog([this] { m_chat->send(m_question); }, [](QDialog& dialog) { dialog.accept(); });
+        const DialogRobot::Shown alert = answerDialog([this] { m_chat->send(m_question); });
         QCOMPARE(alert.text, u"invalid URL"_s);
         QCOMPARE(m_chat->bubbles().last(), u"Me: "_s + m_question);
     }
 
     void twoMegabytesOfHtmlLeaveTheAlertOnTheScreen()
     {
-        openWithKeys();
+        m_chat->openWithKeys();
         const QByteArray html = "<html>" + QByteArray("<p>Bad Gateway</p>").repeated(2 * 1024 * 1024 / 18) + "</html>";
         m_chat->server.answerEach(HttpAnswer::message(502, html));
         bool isOnScreen = false;
         answerDialog([this] { m_chat->send(m_question); },
                      [&isOnScreen](QDialog& dialog) {
                          isOnScreen = dialog.screen()->availableGeometry().contains(dialog.geometry());
-                         QTest::mouseClick(dialog.findChild<QPushButton*>(), Qt::LeftButton);
+                         DialogRobot::press(u"OK"_s)(dialog);
                          QVERIFY(!dialog.isVisible());
                      });
         QVERIFY(isOnScreen);
         QVERIFY(Files::contentOf(m_chat->home.path(u".nelo/menubar_chat.log"_s))
                     .contains("request failed: HTTP 502: " + html));
-    }
-
-    void aReplyOfTwentyMegabytesIsShown()
-    {
-        openWithKeys();
-        const QString reply = u"lorem ipsum "_s.repeated(20 * 1024 * 1024 / 12).trimmed();
-        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(reply)));
-        m_chat->send(m_question);
-        QTRY_COMPARE_WITH_TIMEOUT(m_chat->status(), u"request succeeded"_s, 30'000);
-        QVERIFY(m_chat->transcript()->bubble(2).text() == reply);
-        m_chat->window()->grab();
     }
 
     void contentIsShownAsItCame_data()
@@ -506,15 +502,16 @@ private slots:
         QTest::newRow("combining marks") << u"Z\u0351\u036B\u0343\u036A\u0302a\u0300\u0301"_s;
         QTest::newRow("a word of 10,000 letters") << u"w"_s.repeated(10'000);
         QTest::newRow("100,000 lines") << u"line\n"_s.repeated(99'999) + u"last"_s;
+        QTest::newRow("20 MB") << u"lorem ipsum "_s.repeated(20 * 1024 * 1024 / 12).trimmed();
     }
 
     void contentIsShownAsItCame()
     {
         QFETCH(QString, text);
-        openWithKeys();
-        m_chat->server.answerEach(HttpAnswer::message(200, replyBody(text)));
+        m_chat->openWithKeys();
+        m_chat->replyWith(text);
         m_chat->send(u"show me"_s);
-        QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(m_chat->status(), u"request succeeded"_s, 30'000);
         QVERIFY(m_chat->bubbles().last() == u"Nelo: "_s + text);
         QElapsedTimer timer;
         timer.start();
@@ -524,103 +521,76 @@ private slots:
 
     void theKeyIsNeverToldToAnybody()
     {
-        m_chat->storeKey(u"openai"_s, u"sk-very-secret"_s);
+        QVERIFY(!ApiKeyStore().setKeys({{u"openai"_s, u"sk-very-secret"_s}}));
         m_chat->open();
         m_chat->server.answerInTurn({HttpAnswer::message(200, replyBody(u"yes"_s)), HttpAnswer::message(401, "no")});
         m_chat->send(u"one"_s);
         QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
-        const SeenDialog alert =
-            answerDialog([this] { m_chat->send(u"two"_s); }, [](QDialog& dialog) { dialog.accept(); });
+        const DialogRobot::Shown alert = answerDialog([this] { m_chat->send(u"two"_s); });
         QVERIFY(!alert.text.contains(u"secret"));
         QVERIFY(!m_chat->logEntries().join(u' ').contains(u"secret"));
         QVERIFY(!Files::contentOf(neloChatHistoryURL()).contains("secret"));
         QVERIFY(!m_chat->window()->windowTitle().contains(u"secret"));
     }
 
-    void theKeyDialogSaysWhatItIsAbout()
+    void theKeyDialogStoresWhatIsSaved_data()
     {
-        m_chat->open();
-        m_chat->modelPopup()->setCurrentText(u"deepseek-chat"_s);
-        const SeenDialog seen = answerDialog([this] { QTest::mouseClick(m_chat->plusButton(), Qt::LeftButton); },
-                                             [](QDialog& dialog) {
-                                                 const auto* field = dialog.findChild<QLineEdit*>();
-                                                 QVERIFY(field->hasFocus());
-                                                 QCOMPARE(field->accessibleName(), u"DEEPSEEK API Key"_s);
-                                             });
-        QCOMPARE(seen.title, u"Configure API Key"_s);
-        QCOMPARE(seen.text, u"deepseek / deepseek-chat"_s);
-        QCOMPARE(seen.buttons, (QStringList{u"Save"_s, u"Cancel"_s}));
-        QCOMPARE(seen.fieldPlaceholder, u"DEEPSEEK API Key"_s);
-        QVERIFY(seen.isMasked);
-        QCOMPARE(seen.fieldSize, QSize(280, 24));
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<Qt::Key>("key");
+        QTest::addColumn<QString>("stored");
+        QTest::newRow("Return saves, without blanks") << u" sk-new  "_s << Qt::Key_Return << u"sk-new"_s;
+        QTest::newRow("nothing is saved too") << u"  "_s << Qt::Key_Return << QString();
+        QTest::newRow("Escape keeps what was stored") << u"other"_s << Qt::Key_Escape << u"sk-kimi"_s;
     }
 
-    void saveStoresTheKeyWithoutBlanks()
+    void theKeyDialogStoresWhatIsSaved()
     {
-        m_chat->open();
+        QFETCH(QString, typed);
+        QFETCH(Qt::Key, key);
+        QFETCH(QString, stored);
+        m_chat->openWithKeys();
         m_chat->modelPopup()->setCurrentText(u"moonshot-v1-8k"_s);
-        answerDialog([this] { m_chat->plusButton()->click(); },
-                     [](QDialog& dialog) {
-                         auto* field = dialog.findChild<QLineEdit*>();
-                         QTest::keyClicks(field, u" sk-kimi  "_s);
-                         QTest::keyClick(field, Qt::Key_Return);
-                     });
-        QCOMPARE(m_chat->storedKey(u"kimi"_s), u"sk-kimi"_s);
-        QCOMPARE(m_chat->storedKey(u"openai"_s), QString());
-    }
-
-    void anEmptyKeyIsStoredAndMissing()
-    {
-        openWithKeys();
-        answerDialog([this] { m_chat->plusButton()->click(); },
-                     [](QDialog& dialog) {
-                         dialog.findChild<QLineEdit*>()->setText(u"  "_s);
-                         dialog.accept();
-                     });
-        QCOMPARE(m_chat->storedKey(u"openai"_s), QString());
-        const SeenDialog alert =
-            answerDialog([this] { m_chat->send(m_question); }, [](QDialog& dialog) { dialog.accept(); });
-        QCOMPARE(alert.title, u"API Key Required"_s);
-    }
-
-    void cancelStoresNothing()
-    {
-        openWithKeys();
-        answerDialog([this] { m_chat->plusButton()->click(); },
-                     [](QDialog& dialog) {
-                         dialog.findChild<QLineEdit*>()->setText(u"other"_s);
-                         QTest::keyClick(&dialog, Qt::Key_Escape);
-                     });
-        QCOMPARE(m_chat->storedKey(u"openai"_s), u"sk-openai"_s);
-    }
-
-    void theKeyDialogStartsWithTheStoredKey()
-    {
-        openWithKeys();
-        QString text;
-        answerDialog([this] { m_chat->plusButton()->click(); },
-                     [&text](QDialog& dialog) { text = dialog.findChild<QLineEdit*>()->text(); });
-        QCOMPARE(text, u"sk-openai"_s);
+        const auto answer = [typed, key](QDialog& dialog) {
+            auto* field = dialog.findChild<QLineEdit*>();
+            QVERIFY(field->hasFocus());
+            QCOMPARE(field->text(), u"sk-kimi"_s);
+            QCOMPARE(field->placeholderText(), u"KIMI API Key"_s);
+            QCOMPARE(field->accessibleName(), u"KIMI API Key"_s);
+            QCOMPARE(field->echoMode(), QLineEdit::Password);
+            QCOMPARE(field->size(), QSize(280, 24));
+            field->selectAll();
+            QTest::keyClicks(field, typed);
+            QTest::keyClick(field, key);
+        };
+        const DialogRobot::Shown seen =
+            answerDialog([this] { QTest::mouseClick(m_chat->plusButton(), Qt::LeftButton); }, answer);
+        QCOMPARE(seen.title, u"Configure API Key"_s);
+        QCOMPARE(seen.text, u"kimi / moonshot-v1-8k"_s);
+        QCOMPARE(seen.buttons, (QStringList{u"Cancel"_s, u"Save"_s}));
+        QCOMPARE(seen.defaultButton, u"Save"_s);
+        QCOMPARE(ApiKeyStore().key(u"kimi"_s), stored);
+        QCOMPARE(ApiKeyStore().key(u"openai"_s), u"sk-openai"_s);
+        if (stored.isEmpty())
+            QCOMPARE(answerDialog([this] { m_chat->send(m_question); }).title, u"API Key Required"_s);
     }
 
     void aKeyThatCannotBeStoredIsTold()
     {
         Files::create(m_chat->home.path(u".config"_s), "a file where the folder should be");
         m_chat->open();
-        const QList<SeenDialog> seen = answerDialogs([this] { m_chat->plusButton()->click(); },
-                                                     {[](QDialog& dialog) {
-                                                          dialog.findChild<QLineEdit*>()->setText(u"sk-key"_s);
-                                                          dialog.accept();
-                                                      },
-                                                      [](QDialog& alert) { alert.accept(); }});
-        QCOMPARE(seen.size(), 2);
-        QCOMPARE(seen.last().title, u"Save Failed"_s);
-        QVERIFY(!seen.last().text.contains(u"sk-key"));
+        const auto save = [](QDialog& dialog) {
+            dialog.findChild<QLineEdit*>()->setText(u"sk-key"_s);
+            dialog.accept();
+        };
+        const auto seen = answerDialogs([this] { m_chat->plusButton()->click(); }, {save, DialogRobot::press(u"OK"_s)});
+        QCOMPARE(seen.size(), 2U);
+        QCOMPARE(seen.back().title, u"Save Failed"_s);
+        QVERIFY(!seen.back().text.contains(u"sk-key"));
     }
 
     void aReplyForAWindowThatIsGoneIsDropped()
     {
-        openWithKeys();
+        m_chat->openWithKeys();
         m_chat->server.holdAnswers();
         m_chat->send(m_question);
         QTRY_COMPARE(m_chat->server.requests().size(), 1);
@@ -651,14 +621,14 @@ private slots:
         if (about == u"missing")
             m_chat->open();
         else
-            openWithKeys();
+            m_chat->openWithKeys();
         m_chat->server.answerEach(HttpAnswer::message(500, "no"));
         const auto ask = [this, &about] {
             m_chat->inputField()->setText(m_question);
             QPushButton* button = about == u"plus" ? m_chat->plusButton() : m_chat->sendButton();
             button->click();
         };
-        const SeenDialog seen = answerDialog(ask, [this](QDialog& dialog) {
+        const DialogRobot::Shown seen = answerDialog(ask, [this](QDialog& dialog) {
             m_chat->close();
             dialog.accept();
         });
@@ -670,13 +640,6 @@ private:
     const QString m_welcome = u"Nelo: "_s + neloWelcomeMessage;
     const QString m_question = u"What is the time?"_s;
 
-    /// Opens the window with a key for every provider.
-    void openWithKeys() const
-    {
-        for (const QString& provider : {u"openai"_s, u"deepseek"_s, u"kimi"_s})
-            m_chat->storeKey(provider, u"sk-"_s + provider);
-        m_chat->open();
-    }
     static QByteArray records(int count)
     {
         QList<NeloChatMessage> messages;

@@ -162,8 +162,7 @@ private slots:
         openWithKey();
         const QString body = Corpora::naughtyStrings().join(u'\n');
         m_chat->server.answerEach(HttpAnswer::message(500, body.toUtf8()));
-        const SeenDialog alert =
-            answerDialog([this] { m_chat->send(u"What is the time?"_s); }, [](QDialog& dialog) { dialog.accept(); });
+        const DialogRobot::Shown alert = answerDialog([this] { m_chat->send(u"What is the time?"_s); });
         QString told = u"HTTP 500: "_s + body;
         told.replace(QChar::ParagraphSeparator, u'\n')
             .replace(QChar::LineSeparator, u'\n'); // the alert's control shows lines
@@ -173,7 +172,7 @@ private slots:
 private:
     void openWithKey() const
     {
-        m_chat->storeKey(u"openai"_s, u"sk-naughty"_s);
+        QVERIFY(!ApiKeyStore().setKeys({{u"openai"_s, u"sk-naughty"_s}}));
         m_chat->open();
     }
 

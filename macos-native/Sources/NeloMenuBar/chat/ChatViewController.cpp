@@ -24,10 +24,6 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-#include <chrono>
-
-using namespace std::chrono_literals;
-
 namespace {
 
 QWidget* makeHeader(QWidget* card)
@@ -66,7 +62,9 @@ RoundedPanel* makePanel(double whiteness, int radius, const QColor& border, QWid
 
 } // namespace
 
-ChatViewController::ChatViewController(QWidget* parent) : ViewController(parent)
+ChatViewController::ChatViewController(QWidget* parent, std::chrono::milliseconds focusDelay,
+                                       std::chrono::milliseconds persistDelay)
+    : ViewController(parent), m_focusDelay(focusDelay), m_conversation(persistDelay)
 {}
 
 void ChatViewController::loadView()
@@ -175,7 +173,7 @@ void ChatViewController::viewDidLoad()
 void ChatViewController::viewDidAppear()
 {
     ViewController::viewDidAppear();
-    QTimer::singleShot(100ms, this, [this] {
+    QTimer::singleShot(m_focusDelay, Qt::PreciseTimer, this, [this] {
         auto* keyWindow = qobject_cast<NeloWindow*>(window());
         if (!keyWindow || !isVisible())
             return; // closed again meanwhile

@@ -6,6 +6,7 @@
 #include "chat/core/Conversation.h"
 #include "shell/primitives/ViewController.h"
 
+#include <chrono>
 #include <memory>
 
 class Label;
@@ -22,7 +23,12 @@ class ChatViewController final : public ViewController
     Q_OBJECT
 
 public:
-    explicit ChatViewController(QWidget* parent = nullptr);
+    static constexpr std::chrono::milliseconds defaultFocusDelay{100};
+
+    /// `focusDelay` is the time from the window's appearance until the input gets the keyboard, `persistDelay` that
+    /// from a change of the conversation until it is written.
+    explicit ChatViewController(QWidget* parent = nullptr, std::chrono::milliseconds focusDelay = defaultFocusDelay,
+                                std::chrono::milliseconds persistDelay = Conversation::defaultPersistDelay);
 
 protected:
     void loadView() override;
@@ -48,6 +54,7 @@ private:
     void appendMessageView(const NeloChatMessage& message);
     void report(const QString& status, const QString& logEntry);
 
+    const std::chrono::milliseconds m_focusDelay;
     Conversation m_conversation;
     ApiKeyStore m_apiKeys;
     std::unique_ptr<ChatService> m_service; // made when the first message is sent
