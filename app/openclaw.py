@@ -28,14 +28,23 @@ def paths() -> Paths:
 
 
 def agents() -> list[Agent]:
-    """The agents as the program lists them, or while it has not answered as its configuration file has them."""
+    """The agents as the program lists them, or while it has not answered as its configuration file has them.
+
+    While the file cannot be read they are those that it had before, with the reason as their state.
+    """
     basis = openclaw_program.basis()
     answer = _listed.current(basis) if basis else None
     state = "" if os.path.exists(config_path()) else "not configured"
     if isinstance(answer, list):
         return [_agent(agent, state, created) for agent, created in answer]
     said = answer if isinstance(answer, str) else ""
-    return [_agent(agent, state or said) for agent in _configured_agents()]
+    try:
+        return [_agent(agent, state or said) for agent in _configured_agents()]
+    except BackendError as error:
+        known = openclaw_config.last_understood()
+        if known is None:
+            raise
+        return [_agent(agent, str(error)) for agent in known.agents()]
 
 
 def add_agent(agent_id: str, name: str, workspace: str) -> Agent:

@@ -97,16 +97,29 @@ def read() -> Configuration:
     """
     path = config_path()
     version = version_of(path)
-    known = _read.get(path)
-    if known is None or known[0] != version:
+    if _read.get(path, (None,))[0] != version:
         with explained(f"Cannot read {path}"):
             content = files.read_file(path)
-        _read.clear()
-        known = _read[path] = (version, parsed(content))
-    return known[1]
+        try:
+            _understood[path] = parsed(content)
+            _read[path] = version, ""
+        except BackendError as error:
+            _read[path] = version, str(error)
+    problem = _read[path][1]
+    if problem:
+        raise BackendError(problem)
+    return _understood[path]
 
 
-_read: dict[str, tuple[Version, Configuration]] = {}
+def last_understood() -> Configuration | None:
+    """The last version of the configuration that could be read; None when there was none yet."""
+    return _understood.get(config_path())
+
+
+_read: dict[str, tuple[Version, str]] = {}
+"""The version that was read last, and what is wrong with it, by path."""
+
+_understood: dict[str, Configuration] = {}
 
 
 def parsed(content: bytes | None) -> Configuration:

@@ -8,6 +8,9 @@ import subprocess
 import sys
 import time
 from collections.abc import Callable
+from unittest import mock
+
+import json5
 
 import app
 from app import background, openclaw, openclaw_program
@@ -109,14 +112,20 @@ class AgentListTest(OpenClawTestCase):
                 self.assertLess(time.monotonic() - started, 0.25)
                 self.assertEqual(self.told("id", "state"), [("main", state)])
 
-    def test_a_configuration_that_cannot_be_read_is_told_where_an_agent_is_managed(self) -> None:
-        self.configure("{}")
-        app.adopt_local_agent("openclaw", "main", "Main", "")
+    def test_a_configuration_that_cannot_be_read_is_told_by_the_agents_that_it_had(self) -> None:
+        reason = f"The file {self.path(CONFIG)} is not a JSON5 configuration: "
         self.configure("{broken")
-        ((name, state),) = self.rows("id", "state")
-        self.assertRegex(f"{name} {state}", "main The file .*openclaw.json is not a JSON5 configuration: .*")
-        self.assertIn("is not a JSON5", self.refusal(app.list_skills, "openclaw"))
-        self.assertIn("is not a JSON5", self.refusal(app.get_adapter_snapshot, "openclaw"))
+        self.assertEqual(self.rows("id"), [])
+        self.configure("{agents: {entries: {b: {}}}}")
+        app.adopt_local_agent("openclaw", "b", "Bee", "")
+        self.configure("{broken again")
+        with mock.patch.object(json5, "loads", wraps=json5.loads) as loads:
+            for _ in range(3):
+                ((name, state),) = self.rows("name", "state")
+                self.assertEqual((name, str(state)[: len(reason)]), ("Bee", reason))
+            self.assertIn(reason, self.refusal(app.list_skills, "openclaw"))
+            self.assertIn(reason, self.refusal(app.get_adapter_snapshot, "openclaw"))
+            self.assertEqual(loads.call_count, 1)
 
 
 class AgentChangeTest(OpenClawTestCase):
@@ -206,6 +215,18 @@ class AgentChangeTest(OpenClawTestCase):
                 with self.subTest(script, function=function.__name__):
                     self.assertRegex(self.refusal(function, *arguments), rf"^The agent was not \w+: {said}$")
         self.assertEqual((self.read(".nelo/agents.json"), self.read(CONFIG)), (before, self.before))
+
+    def test_nothing_of_an_agent_that_its_program_does_not_have_is_removed(self) -> None:
+        records = []
+        for ecosystem in ("openclaw", "codex", "kimi"):
+            workspace = f".{ecosystem}/agents/old"
+            self.make_file(f"{workspace}/sessions/file", "mine")
+            records.append({"ecosystem": ecosystem, "id": "old", "workspace": self.path(workspace), "madeWorkspace": True})
+        self.make_file(".nelo/agents.json", json.dumps({"agents": records}))
+        for record in records:
+            self.assertEqual(app.delete_local_agent(record["ecosystem"], "old", True)["removed"], [])
+            self.assertEqual(self.read(f".{record['ecosystem']}/agents/old/sessions/file"), "mine")
+        self.assertEqual(json.loads(self.read(".nelo/agents.json"))["agents"], [])
 
     def test_without_the_program_nothing_is_changed_and_the_sentence_says_so(self) -> None:
         app.adopt_local_agent("openclaw", "b", "Bee", "")
