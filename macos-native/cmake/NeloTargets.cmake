@@ -75,7 +75,8 @@ function(nelo_add_test name)
     # Optimising a test takes as long as the rest of its compilation; what it tests is optimised all the same.
     target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O0>)
     add_test(NAME ${name} COMMAND ${arg_LAUNCHER} $<TARGET_FILE:${name}>)
-    set(environment QT_QPA_PLATFORM=offscreen LC_ALL=C.UTF-8 ${nelo_sanitizer_environment})
+    set(screen ${PROJECT_SOURCE_DIR}/Tests/support/screen.json) # the platform's own is smaller than our windows
+    set(environment QT_QPA_PLATFORM=offscreen:configfile=${screen} LC_ALL=C.UTF-8 ${nelo_sanitizer_environment})
     set_tests_properties(${name} PROPERTIES ENVIRONMENT "${environment}" TIMEOUT 300)
     if(NOT arg_LIBRARIES MATCHES "nelo_(every_fault|random_kills|test_support)")
         add_dependencies(portable_tests ${name})

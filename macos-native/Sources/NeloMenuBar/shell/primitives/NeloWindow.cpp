@@ -7,9 +7,12 @@
 #include <QApplication>
 #include <QHideEvent>
 #include <QScreen>
+#include <QScrollArea>
 #include <QShortcut>
 #include <QVBoxLayout>
 #include <QWindow>
+
+#include <utility>
 
 namespace {
 
@@ -22,23 +25,39 @@ QAccessibleInterface* windowInterface(const QString& /*className*/, QObject* obj
 
 } // namespace
 
-NeloWindow::NeloWindow(const QString& title, QSize contentSize) : QWidget(nullptr, Qt::Window)
+NeloWindow::NeloWindow(const QString& title, QSize contentSize)
+    : QWidget(nullptr, Qt::Window), m_contentSize(windowGrownWithText(contentSize))
 {
     QAccessible::installFactory(windowInterface); // once, however often it is asked for
     setWindowTitle(title);
-    const QSize size = windowGrownWithText(contentSize);
-    setMinimumSize(size);
-    resize(size);
     const auto* closing = new QShortcut(QKeySequence::Close, this); // Command-W, Control-W
     connect(closing, &QShortcut::activated, this, &QWidget::close);
-    move(QGuiApplication::primaryScreen()->availableGeometry().center() - rect().center());
+    constexpr QMargins usualFrame(4, 32, 4, 4); // the window's own is known once it is on the screen
+    placeOnScreen(usualFrame);
+}
+
+/// Gives the window its smallest size and, in the middle of the screen, its place.
+void NeloWindow::placeOnScreen(const QMargins& frame)
+{
+    const QRect available = screen()->availableGeometry();
+    setMinimumSize(m_contentSize.boundedTo(available.marginsRemoved(frame).size()));
+    resize(minimumSize());
+    QRect framed = rect().marginsAdded(frame);
+    framed.moveCenter(available.center());
+    move(framed.topLeft().x() < available.left() ? available.left() : framed.left(),
+         framed.topLeft().y() < available.top() ? available.top() : framed.top());
 }
 
 void NeloWindow::setContentViewController(ViewController* controller)
 {
+    auto* scroll = new QScrollArea(this);
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setFocusPolicy(Qt::NoFocus);
+    scroll->setWidgetResizable(true);
+    scroll->setWidget(controller);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins({});
-    layout->addWidget(controller);
+    layout->addWidget(scroll);
     controller->loadViewIfNeeded();
 }
 
@@ -49,9 +68,26 @@ void NeloWindow::makeKeyAndOrderFront()
     if (isMinimized() && QApplication::activeModalWidget())
         hide();
     setWindowState(windowState() & ~Qt::WindowMinimized);
+    // Wayland brings a window forward for the token of a choice that the user made, and a window that is newly shown.
+    const bool isWayland = QGuiApplication::platformName() == QStringLiteral("wayland");
+    if (isWayland && !isActiveWindow() && !qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"))
+        hide();
     show();
     raise();
     activateWindow();
+}
+
+void NeloWindow::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() != QEvent::ActivationChange || !isActiveWindow() || std::exchange(m_hasKnownFrame, true))
+        return;
+    const QMargins frame = windowHandle()->frameMargins();
+    const QRect available = screen()->availableGeometry();
+    const bool isOrdinary = !(windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen));
+    const bool fits = minimumSize() == m_contentSize && available.contains(geometry().marginsAdded(frame));
+    if (isOrdinary && size() == minimumSize() && !fits)
+        placeOnScreen(frame);
 }
 
 void NeloWindow::hideEvent(QHideEvent* event)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMargins>
 #include <QWidget>
 
 class ViewController;
@@ -12,15 +13,23 @@ class NeloWindow final : public QWidget
 
 public:
     /// `contentSize` is the initial and the smallest size in device-independent pixels; with larger text both grow as
-    /// far as the screen allows.
+    /// far as the screen allows. On a screen that has no room for it and the frame, both are what is available.
     NeloWindow(const QString& title, QSize contentSize);
 
-    /// Fills the window with `controller`, which it then owns, and has its view built.
+    /// Fills the window with `controller`, which it then owns, and has its view built. It scrolls when the window is
+    /// too small for it.
     void setContentViewController(ViewController* controller);
 
     /// Shows the window, restored if it was minimised, in front of every other one and with the keyboard.
     void makeKeyAndOrderFront();
 
 protected:
+    void changeEvent(QEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+
+private:
+    void placeOnScreen(const QMargins& frame);
+
+    QSize m_contentSize; // where the screen has room
+    bool m_hasKnownFrame = false;
 };

@@ -1,0 +1,170 @@
+"""The desktops that people have, each started without a screen: in an Xvfb that a test drives and looks at.
+
+Every desktop gets a home folder, a runtime folder and a D-Bus session of its own, and ends with its context.
+"""
+from __future__ import annotations
+
+import contextlib
+import os
+import shutil
+import signal
+import subprocess
+import tempfile
+from pathlib import Path
+from types import TracebackType
+
+from nelo import until
+
+ITEM_COLOUR = "#ff00ff"  # of the picture that the user has for the status item; nothing else on the screen has it
+START_SECONDS = 60.0
+
+XFCE_PANEL = """<?xml version="1.0" encoding="UTF-8"?>
+<channel name="xfce4-panel" version="1.0">
+  <property name="configver" type="int" value="2"/>
+  <property name="panels" type="array">
+    <value type="int" value="1"/>
+    <property name="panel-1" type="empty">
+      <property name="position" type="string" value="p=6;x=0;y=0"/>
+      <property name="length" type="uint" value="100"/>
+      <property name="position-locked" type="bool" value="true"/>
+      <property name="size" type="uint" value="26"/>
+      <property name="plugin-ids" type="array"><value type="int" value="1"/></property>
+    </property>
+  </property>
+  <property name="plugins" type="empty"><property name="plugin-1" type="string" value="systray"/></property>
+</channel>
+"""
+SWAY = """
+output * resolution {width}x{height} scale {scale}
+focus_on_window_activation smart
+"""
+WAYBAR = '{"layer": "top", "modules-right": ["tray"], "tray": {"icon-size": 20}}'
+
+
+class Desktop:
+    """One desktop; its subclasses say how it is started."""
+
+    name = ""
+    is_wayland = False
+    is_tiling = False
+    slowness = 0.0  # seconds that the desktop itself may take
+
+    def __init__(self, width: int = 1280, height: int = 900, scale: float = 1) -> None:
+        self.width, self.height, self.scale = width, height, scale
+        self._processes: list[subprocess.Popen[bytes]] = []
+        self._panel: subprocess.Popen[bytes] | None = None
+
+    def __enter__(self) -> "Desktop":
+        self._folder = tempfile.TemporaryDirectory(prefix="nelo-desktop-")
+        self.home = Path(self._folder.name, "home")
+        self.runtime = Path(self._folder.name, "runtime")
+        self.runtime.mkdir(mode=0o700)
+        (self.home / "Desktop").mkdir(parents=True)
+        subprocess.run(["convert", "-size", "64x64", f"xc:{ITEM_COLOUR}", f"png32:{self.home}/Desktop/nelo.png"], check=True)
+        self.environment = {
+            **{name: value for name, value in os.environ.items()
+               if not name.startswith(("XDG_", "DBUS_")) and name not in ("WAYLAND_DISPLAY", "SESSION_MANAGER", "DISPLAY")},
+            "HOME": str(self.home), "XDG_RUNTIME_DIR": str(self.runtime), "LC_ALL": "C.UTF-8", "GTK_A11Y": "none",
+            "NO_AT_BRIDGE": "1", "XDG_SESSION_TYPE": "wayland" if self.is_wayland else "x11",
+        }
+        try:
+            display = self._said("Xvfb", "-displayfd", "{}", "-screen", "0", f"{self.width}x{self.height}x24", "-nolisten", "tcp")
+            self.environment["DISPLAY"] = self.screen = f":{display}"
+            self.environment["DBUS_SESSION_BUS_ADDRESS"] = self._said(
+                "dbus-daemon", "--session", "--nofork", "--nosyslog", "--print-address={}")
+            self._start()
+        except BaseException:
+            self.__exit__(None, None, None)
+            raise
+        return self
+
+    def __exit__(self, kind: type[BaseException] | None, error: BaseException | None, trace: TracebackType | None) -> None:
+        for process in reversed(self._processes):
+            with contextlib.suppress(ProcessLookupError):
+                os.killpg(process.pid, signal.SIGKILL)
+            process.wait()
+        with contextlib.suppress(OSError):  # what D-Bus has started writes its last bytes
+            shutil.rmtree(self._folder.name)
+
+    def _start(self) -> None:
+        raise NotImplementedError
+
+    def _panel_command(self) -> list[str]:
+        raise NotImplementedError
+
+    def other_window(self, file: Path) -> list[str]:
+        """The command of another program, which writes into `file` what is typed in its window."""
+        terminal = ["foot"] if self.is_wayland else ["xterm", "-e"]
+        return [*terminal, "sh", "-c", f"stty -echo; echo ready > {file}; exec cat >> {file}"]
+
+    def activation_token(self) -> dict[str, str]:
+        """What the desktop's launcher would put into the environment of a program that it starts."""
+        return {}
+
+    def run(self, *command: str, **environment: str) -> "subprocess.Popen[bytes]":
+        """Starts a program in a process group of its own, which ends with the desktop."""
+        with open(Path(self._folder.name, f"{Path(command[0]).name}.log"), "ab") as log:
+            process = subprocess.Popen(command, env={**self.environment, **environment}, cwd=self.home, stdout=log,
+                                       stderr=log, start_new_session=True)
+        self._processes.append(process)
+        return process
+
+    def _said(self, *command: str) -> str:
+        """Starts a program that prints what others need to know to the descriptor which "{}" stands for."""
+        reader, writer = os.pipe()
+        process = subprocess.Popen([word.format(writer) for word in command], env=self.environment, pass_fds=[writer],
+                                   stderr=subprocess.DEVNULL, start_new_session=True)
+        os.close(writer)
+        self._processes.append(process)
+        with os.fdopen(reader) as said:
+            return said.readline().strip()
+
+    def start_panel(self) -> None:
+        self._panel = self.run(*self._panel_command())
+
+    def end_panel(self) -> None:
+        assert self._panel
+        os.killpg(self._panel.pid, signal.SIGKILL)
+        self._panel.wait()
+        self._panel = None
+
+    def _await_wayland(self) -> None:
+        sockets = until(lambda: sorted(path for path in self.runtime.glob("wayland-*") if path.suffix != ".lock"),
+                        "the Wayland display", START_SECONDS)
+        self.environment["WAYLAND_DISPLAY"] = sockets[0].name
+
+    def write(self, path: str, text: str) -> None:
+        """Writes a file of the desktop's configuration."""
+        file = self.home / ".config" / path
+        file.parent.mkdir(parents=True, exist_ok=True)
+        file.write_text(text)
+
+
+class Xfce(Desktop):
+    name = "Xfce 4.18, X11"
+
+    def _start(self) -> None:
+        self.write("xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml", XFCE_PANEL)
+        self.run("xfsettingsd", "--no-daemon")
+        self.run("xfwm4", "--compositor=off")
+
+    def _panel_command(self) -> list[str]:
+        return ["xfce4-panel"]
+
+
+class Sway(Desktop):
+    name = "sway 1.7, waybar"
+    is_wayland = True
+    is_tiling = True
+
+    def _start(self) -> None:
+        self.write("sway/config", SWAY.format(width=self.width, height=self.height, scale=self.scale))
+        self.write("waybar/config", WAYBAR)
+        self.run("sway", WLR_BACKENDS="x11", WLR_RENDERER="pixman")
+        self._await_wayland()
+
+    def _panel_command(self) -> list[str]:
+        return ["waybar"]
+
+
+DESKTOPS: dict[str, type[Desktop]] = {"xfce": Xfce, "sway": Sway}
