@@ -30,6 +30,10 @@ _OBSTACLES = {
 }
 
 
+_Said = dict[tuple[str, str], dict[str, object]]
+"""What the program says of each skill, by its source and name."""
+
+
 @dataclass(frozen=True)
 class _Root:
     """A folder of skills."""
@@ -56,29 +60,39 @@ def folders(agents: Iterable[ConfiguredAgent]) -> list[str]:
 
 
 def skills(agents: list[ConfiguredAgent]) -> list[Skill]:
-    """The skills that at least one agent sees: of each name the one in the highest folder that the agent looks into."""
+    """The skills that at least one agent sees, with what the program says of them."""
+    found = _visible(agents)
+    default = next((agent.id for agent in agents if agent.is_default), agents[0].id if agents else "")
+    said = _said(default, found)
+    rows = [_joined(root, manual, said.get(root.owner or default, {})) for root, manual in found]
+    known = {(root.origin, manual.name) for root, manual in found}
+    return rows + [_program_row(*key, row) for key, row in said.get(default, {}).items() if key not in known]
+
+
+def _visible(agents: list[ConfiguredAgent]) -> list[tuple[_Root, manuals.Manual]]:
+    """Of each name and agent the skill in the highest folder that the agent looks into, each once."""
     found: dict[str, tuple[_Root, manuals.Manual]] = {}
-    seen: dict[str, set[str]] = {agent.id: set() for agent in agents}
+    names: dict[str, set[str]] = {agent.id: set() for agent in agents}
     for root in _roots(agents):
-        if root.owner and root.origin == "openclaw-workspace":
+        if root.origin == "openclaw-workspace":
             skill_folders.recover(root.folder)
         for manual in _manuals(root):
-            viewers = [agent for agent in seen if root.owner in ("", agent) and manual.name not in seen[agent]]
+            viewers = [agent for agent in names if root.owner in ("", agent) and manual.name not in names[agent]]
             for agent in viewers:
-                seen[agent].add(manual.name)
+                names[agent].add(manual.name)
             if viewers:
                 found.setdefault(manual.folder, (root, manual))
+    return list(found.values())
+
+
+def _said(default: str, found: list[tuple[_Root, manuals.Manual]]) -> dict[str, _Said]:
+    """What the program says of the skills of an agent, and of those agents that have skills of their own."""
     basis = openclaw_program.basis()
-    versions = (basis, tuple(manual.version for _, manual in found.values()))
-    owners = {root.owner for root, _ in found.values()} & set(seen)
-    default = next((agent.id for agent in agents if agent.is_default), next(iter(seen), ""))
-    said = {
-        agent: _answer(agent).current(versions) or {} if basis else {} for agent in dict.fromkeys([default, *sorted(owners)])
-    }
-    rows = [_joined(root, manual, said.get(root.owner or default, {})) for root, manual in found.values()]
-    known = {(root.origin, manual.name) for root, manual in found.values()}
-    others = [_program_row(*key, said[default][key]) for key in said.get(default, {}) if key not in known]
-    return rows + others
+    if basis is None:
+        return {}
+    versions = (basis, tuple(manual.version for _, manual in found))
+    owners = dict.fromkeys([default, *(root.owner for root, _ in found if root.owner)])
+    return {agent: _answer(agent).current(versions) or {} for agent in owners}
 
 
 def _manuals(root: _Root) -> Iterator[manuals.Manual]:
@@ -136,10 +150,6 @@ def _custodian(agents: list[ConfiguredAgent]) -> str:
         return ""
     chosen = openclaw_config.read().section("agents", "defaults", "systemAgent").get("agentId")
     return chosen if isinstance(chosen, str) else agents[0].id if len(agents) == 1 else ""
-
-
-_Said = dict[tuple[str, str], dict[str, object]]
-"""What the program says of each skill, by its source and name."""
 
 
 @functools.lru_cache(maxsize=None)
