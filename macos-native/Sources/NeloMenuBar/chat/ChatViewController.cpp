@@ -86,9 +86,8 @@ void ChatViewController::loadView()
     column->addLayout(inset(makeStatusLine(card), 24));
     column->addSpacing(8);
     column->addLayout(insetAtMost(makeComposer(card), 120));
-
-    m_transcriptScroll->viewport()->setFocusPolicy(Qt::ClickFocus); // letters typed after a click are a message
-    m_transcriptScroll->viewport()->setFocusProxy(m_inputField);
+    // Letters typed after a click on a bubble are a message.
+    connect(m_transcriptScroll, &TranscriptView::pressed, m_inputField, qOverload<>(&QWidget::setFocus));
 }
 
 QWidget* ChatViewController::makeTranscript(QWidget* card)

@@ -125,6 +125,7 @@ void TranscriptView::keyPressEvent(QKeyEvent* event)
 
 void TranscriptView::mousePressEvent(QMouseEvent* event)
 {
+    emit pressed();
     if (event->button() != Qt::LeftButton)
         return;
     const QPoint point = event->position().toPoint();

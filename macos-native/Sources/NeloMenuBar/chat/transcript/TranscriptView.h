@@ -29,6 +29,10 @@ public:
     /// Puts the selected text, or the whole of the current bubble if there is none, on the clipboard.
     void copy() const;
 
+signals:
+    /// Tells that the mouse was pressed on it.
+    void pressed();
+
 protected:
     TextRange selectionIn(int index) const override;
     bool showsFocus(int index) const override;
