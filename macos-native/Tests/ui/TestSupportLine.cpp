@@ -1,4 +1,4 @@
-#include "ui/SupportLine.h"
+#include "ui/Labels.h"
 
 #include "support/Warnings.h"
 

@@ -22,29 +22,29 @@ QString systemText(int number)
     return QString::fromStdString(std::generic_category().message(number));
 }
 
-/// The file that `path` leads to, which need not exist. Not `QFileInfo::symLinkTarget()`: it drops a ".." together with
-/// the name before it, and where that name is a linked folder the kernel ends up elsewhere.
+/// Returns the file that `path` leads to, which need not exist. `QFileInfo::symLinkTarget()` would drop a ".." together
+/// with the name before it; where that name is a linked folder, the kernel ends up elsewhere.
 std::filesystem::path linkTarget(std::filesystem::path path)
 {
-    constexpr int maxLinks = 40; // what the kernel follows
-    std::error_code ignored;     // what cannot be looked at is no link
+    constexpr int maxLinks = 40; // as many as the kernel follows
+    std::error_code ignored;     // an entry that cannot be read is no link
     for (int links = 0; links < maxLinks && std::filesystem::is_symlink(path, ignored); ++links)
         path = path.parent_path() / std::filesystem::read_symlink(path, ignored);
     return path;
 }
 
-/// `mode` for a file whose group is another one now: neither that group nor the former one, whose members are among the
-/// others now, gets a right that it did not have.
+/// Returns `mode` for a file that has another group now. Neither that group gets a right that it did not have, nor the
+/// members of the former group, to whom the rights of all others apply now.
 mode_t modeInAnotherGroup(mode_t mode)
 {
     const mode_t shared = mode & (mode >> 3) & 07;
     return (mode & 0700) | shared << 3 | shared;
 }
 
-/// Makes an open file of ours look like the `existing` one.
+/// Gives an open file the owner, the group and the mode of the `existing` one.
 bool takeOver(int descriptor, const struct stat& existing)
 {
-    // Only the superuser may give files away: for anybody else it becomes their own, in its group if that is theirs.
+    // Only the superuser may give files away. For other users it becomes their own, in its group if they are a member.
     constexpr auto unchanged = static_cast<uid_t>(-1);
     const bool hasGroup = fchown(descriptor, existing.st_uid, existing.st_gid) == 0
                           || fchown(descriptor, unchanged, existing.st_gid) == 0;
@@ -53,8 +53,8 @@ bool takeOver(int descriptor, const struct stat& existing)
     return fchmod(descriptor, hasGroup ? mode : modeInAnotherGroup(mode)) == 0;
 }
 
-/// Writes all of `bytes`, in as many goes as the system takes; errno says why it could not. (A short write on a full
-/// disk is not the last word: the next one tells. `QFile` counts it, and forgets the reason.)
+/// Writes all of `bytes`, with as many calls as the system needs. Returns false when it could not; errno says why.
+/// After a short write on a full disk the next call tells the reason, which `QFile` would lose.
 bool writeAll(int descriptor, QByteArrayView bytes)
 {
     while (!bytes.isEmpty()) {
@@ -71,7 +71,7 @@ bool writeAll(int descriptor, QByteArrayView bytes)
 const QString temporaryPrefix = QStringLiteral(".nelo-writing-");
 constexpr int temporaryLetters = 12;
 
-/// Removes the files of writers that were killed. Those of the living are locked.
+/// Removes the files of writers that were killed. Running writers lock theirs.
 void removeLeftovers(const QDir& folder)
 {
     const QStringList candidates =
@@ -85,22 +85,22 @@ void removeLeftovers(const QDir& folder)
     }
 }
 
-/// What a temporary file in `folder` is to be called; others that nobody writes any more are gone then.
+/// Returns the name pattern of a temporary file in `folder`, after it has removed the leftovers there.
 QString temporaryIn(const QDir& folder)
 {
     removeLeftovers(folder);
     return folder.filePath(temporaryPrefix + QString(temporaryLetters, u'X'));
 }
 
-/// Opens a temporary file, has `setMode` make its descriptor what the file is to be, and writes all of `bytes` to the
-/// disk. Returns the system's text when it cannot.
+/// Opens a temporary file, calls `setMode` with its descriptor, and writes all of `bytes` to the disk. Returns the
+/// system's text when one of these fails.
 template <typename SetMode>
 std::optional<QString> fill(QTemporaryFile& file, const QByteArray& bytes, const SetMode& setMode)
 {
     if (!file.open())
         return file.errorString();
     const int descriptor = file.handle();
-    flock(descriptor, LOCK_EX); // the system lets go of it with the process
+    flock(descriptor, LOCK_EX); // released by the system when the process ends
     if (!setMode(descriptor) || !writeAll(descriptor, bytes) || fsync(descriptor) != 0)
         return systemText(errno);
     return std::nullopt;
@@ -127,8 +127,8 @@ std::optional<QString> writeFileAtomically(const QString& path, const QByteArray
     if (exists && !S_ISREG(existing.st_mode))
         return systemText(S_ISDIR(existing.st_mode) ? EISDIR : EINVAL);
 
-    // Not QSaveFile: its commit() was seen to succeed after a short write on a full disk, and its new files are
-    // readable for all at first. In the same folder, because a rename must not cross file systems.
+    // QSaveFile would not do: its commit() succeeds after a short write on a full disk, and its new files are readable
+    // for all at first. The temporary file is in the same folder, because a rename must not cross file systems.
     const std::filesystem::path target = linkTarget(std::filesystem::path(".") / QFile::encodeName(path).toStdString());
     std::error_code failure;
     const std::filesystem::path folder = std::filesystem::canonical(target.parent_path(), failure);
@@ -140,7 +140,7 @@ std::optional<QString> writeFileAtomically(const QString& path, const QByteArray
     };
     if (const std::optional<QString> text = fill(file, bytes, setMode))
         return text;
-    const QString temporary = file.fileName(); // until here the file may have had no name at all
+    const QString temporary = file.fileName(); // gives a name to a file that has none yet
     if (temporary.isEmpty() || std::rename(QFile::encodeName(temporary).constData(), target.c_str()) != 0)
         return systemText(errno);
     file.setAutoRemove(false);

@@ -13,22 +13,22 @@ constexpr mode_t ownerOnly = 0600;
 /// its end. Never waits for a pipe.
 std::optional<QByteArray> readFile(const QString& path);
 
-/// Replaces the content of the file at `path` by `bytes`, all of it or not at all: another program sees the old file or
-/// the new one, and a failure leaves the old one as it was and nothing beside it.
+/// Replaces the content of the file at `path` by `bytes`, all of it or not at all. Other programs see the old file or
+/// the new one; a failure leaves the old one unchanged and nothing beside it.
 ///
-/// A file that exists keeps its mode, and its owner and its group where the system lets us set them; in another group
-/// it keeps no right that somebody would gain by that. A symbolic link stays one, and what it points to is replaced.
-/// The file need not be writable: its folder must be. A file that does not exist gets the mode `newFileMode`, whatever
-/// the umask, before its first byte. Only regular files are replaced.
+/// An existing file keeps its mode, and its owner and group where the system allows it. A file that gets another group
+/// loses the rights that somebody would gain by that. A symbolic link stays, and its target is replaced. The folder
+/// must be writable, the file need not be. A new file gets the mode `newFileMode` before its first byte, whatever the
+/// umask. Only regular files are replaced.
 ///
-/// What a writer that was killed left in the folder is removed before.
+/// Files that a killed writer left in the folder are removed first.
 ///
 /// Blocks until the bytes are on the disk. Any thread may call.
 ///
-/// Returns nothing when all went well, otherwise the system's text.
+/// Returns nothing on success, otherwise the system's text.
 [[nodiscard]] std::optional<QString> writeFileAtomically(const QString& path, const QByteArray& bytes,
                                                          mode_t newFileMode = ownerOnly);
 
-/// Makes a file at `path` of `bytes`, whole or not at all, with the mode `mode` whatever the umask. A file or link that
-/// is there stays. Otherwise as above.
+/// Creates a file at `path` with the content `bytes`, all of it or not at all, and with the mode `mode` whatever the
+/// umask. Fails when there is a file or a link already. Everything else is as above.
 [[nodiscard]] std::optional<QString> writeNewFile(const QString& path, const QByteArray& bytes, mode_t mode);

@@ -15,7 +15,6 @@
 #include "ui/Colors.h"
 #include "ui/Labels.h"
 #include "ui/PopUpButton.h"
-#include "ui/SupportLine.h"
 #include "ui/TextScale.h"
 
 #include <QKeyEvent>

@@ -6,7 +6,7 @@
 #include "shell/primitives/PlaceholderInfoController.h"
 #include "skills/SkillsViewController.h"
 #include "ui/Colors.h"
-#include "ui/SupportLine.h"
+#include "ui/Labels.h"
 
 #include <QLabel>
 #include <QTabWidget>

@@ -22,7 +22,7 @@ std::optional<QString> askForSkillPackage(QWidget* parent)
         QStringLiteral("Choose an openclaw skill package (.zip). Non-zip files will be rejected after selection.");
     const QPointer<QFileDialog> panel(new QFileDialog(parent, message, firstFolder()));
     panel->setFileMode(QFileDialog::ExistingFile);
-    panel->resize(windowGrownWithText({800, 480})); // as wide as its message
+    panel->resize(scaledWindowSize({800, 480})); // as wide as its message
     panel->setLabelText(QFileDialog::Accept, QStringLiteral("Install"));
     const bool isConfirmed = panel->exec() == QDialog::Accepted;
     if (!panel)

@@ -24,7 +24,7 @@ public:
     AlertDialog(const QWidget* parent, const QString& title, const QString& text, QWidget* accessory)
         : m_available((parent ? parent->screen() : screen())->availableGeometry())
     {
-        const int textWidth = windowGrownWithText({420, 0}).width();
+        const int textWidth = scaledWindowSize({420, 0}).width();
         setWindowTitle(title);
         setModal(true);
         auto* messageText = new Label(title, this);

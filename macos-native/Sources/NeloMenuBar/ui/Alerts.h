@@ -4,19 +4,18 @@
 
 class QWidget;
 
-/// Shows the modal alert `title` with `text` and one OK button, and returns when it was dismissed.
+/// Shows a modal alert with `title`, `text` and one OK button, and returns when the user has closed it.
 ///
-/// Both are plain text. A long text scrolls: the alert never outgrows the screen, and its button stays in reach. The
-/// call runs an event loop, so look again before you touch what may have gone meanwhile.
+/// Both are plain text. A long text scrolls: the alert never outgrows the screen, and its button can always be reached.
+/// The call runs an event loop: objects of the caller may be gone when it returns.
 void showAlert(QWidget* parent, const QString& title, const QString& text);
 
-/// What a dialog was answered.
+/// The user's answer to a dialog.
 enum class DialogAnswer { Accepted, Cancelled };
 
-/// Asks with the modal dialog `title`, `text` below it, `accessory` (may be none) and the buttons `firstButton`, which
-/// is the default, and "Cancel", which Escape presses.
+/// Shows a modal dialog with `title`, `text`, `accessory`, which may be null, and two buttons: `firstButton`, which is
+/// the default, and "Cancel", which Escape presses. Returns the user's answer.
 ///
-/// The accessory is shown in the dialog and afterwards back with its owner, so that it can be read. Else as
-/// `showAlert`.
+/// The accessory still belongs to the caller afterwards, so that it can be read. Everything else is as in `showAlert`.
 DialogAnswer runDialog(QWidget* parent, const QString& title, const QString& text, QWidget* accessory,
                        const QString& firstButton);

@@ -2,10 +2,10 @@
 
 #include <QPushButton>
 
-/// A push button that shows `title` to the letter: an ampersand is no mnemonic.
+/// Returns a push button that shows `title` unchanged: an ampersand marks no mnemonic.
 QPushButton* makeButton(const QString& title, QWidget* parent);
 
-/// The same, which runs `action` of `receiver` when it is clicked.
+/// Returns the same, and calls `action` of `receiver` when it is clicked.
 template <typename Receiver>
 QPushButton* makeButton(const QString& title, QWidget* parent, Receiver* receiver, void (Receiver::*action)())
 {

@@ -27,7 +27,7 @@ FlowLayout::~FlowLayout()
 {
     while (!m_items.empty()) {
         const std::unique_ptr<QLayoutItem> item = std::move(m_items.back());
-        m_items.pop_back(); // first: a layout that ends takes itself out of this one if it still finds itself in it
+        m_items.pop_back(); // before it is destroyed: a layout that finds itself in its parent removes itself there
     }
 }
 
@@ -111,7 +111,8 @@ std::vector<FlowLayout::Line> FlowLayout::linesWithin(int width) const
     return lines;
 }
 
-/// Gives every item of `line` what it asks for; where that is too much, what can give way does, each in its measure.
+/// Gives every item of `line` the width that it asks for. Where that is too much, the items that can shrink do so, each
+/// in proportion to how far it can.
 void FlowLayout::placeLine(const Line& line, const QRect& rect) const
 {
     const int asked = sumOfWidths(line, &QLayoutItem::sizeHint);

@@ -5,8 +5,8 @@
 #include <memory>
 #include <vector>
 
-/// A row of controls that goes on in a further line where the view is too narrow for all of them. Within a line it is
-/// like a box layout: what can give way does before the line breaks.
+/// A row of controls that continues on another line where the view is too narrow for all of them. Within a line it
+/// works like a box layout: items that can shrink do so before the line breaks.
 class FlowLayout final : public QLayout
 {
     Q_OBJECT

@@ -10,7 +10,7 @@
 
 QHBoxLayout* formRow(Label* label, QWidget* field, FormRowMetrics metrics)
 {
-    constexpr int minimumFieldWidth = 220; // with larger text too: what is in a field scrolls
+    constexpr int minimumFieldWidth = 220; // also with larger text: a field scrolls
     label->setFont(fontOfSize(label->font(), 13));
     label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     label->setFixedWidth(scaledToFont(metrics.labelWidth));
@@ -50,6 +50,6 @@ QFrame* makeSeparator(QWidget* parent)
 {
     auto* line = new QFrame(parent);
     line->setFrameStyle(static_cast<int>(QFrame::HLine) | static_cast<int>(QFrame::Plain));
-    line->setForegroundRole(QPalette::Mid); // it parts, and does not call for attention
+    line->setForegroundRole(QPalette::Mid); // a faint line
     return line;
 }

@@ -15,18 +15,19 @@ struct FormRowMetrics
     int spacing;
 };
 
-/// A row of a form: `label`, right-aligned and exactly as wide as told, as the buddy of `field`, which is at least 220
-/// wide. A field that can use more room takes what there is; a pop-up button keeps its natural width.
+/// Returns a row of a form: `label`, which is right-aligned and exactly as wide as given, and `field`, which is at
+/// least 220 wide and is the label's buddy. A field that can use more room takes it; a pop-up button keeps its natural
+/// width.
 QHBoxLayout* formRow(Label* label, QWidget* field, FormRowMetrics metrics);
 
-/// The same with a label of that text, which becomes a sibling of the field.
+/// Returns the same with a new label with that text, which is a sibling of the field.
 QHBoxLayout* formRow(const QString& label, QWidget* field, FormRowMetrics metrics);
 
-/// A text field that takes texts of any length: what was loaded into it can be saved whole.
+/// Returns a text field for texts of any length, so that a text that was loaded into it is saved whole.
 QLineEdit* makeField(const QString& placeholder, QWidget* parent);
 
-/// The title of a form's section.
+/// Returns the title of a form's section.
 Label* makeSectionHeader(const QString& title, QWidget* parent);
 
-/// A line between two sections of a form.
+/// Returns a line between two sections of a form.
 QFrame* makeSeparator(QWidget* parent);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int continuesTheBlockBefore = 1; // a block's user state
 
-/// The height of `text`, one paragraph, broken as a plain text edit breaks it.
+/// Returns the height of the paragraph `text` when it wraps as in a plain text edit.
 double heightOf(const QString& text, const QFont& font, int width)
 {
     QTextOption option;
@@ -41,7 +41,7 @@ InformativeText::InformativeText(const QString& text, int preferredWidth, int ma
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setFrameShape(QFrame::NoFrame);
     setTabChangesFocus(true);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff); // lines are broken, but their ends may touch the border
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff); // lines wrap, but their ends may touch the border
     viewport()->setAutoFillBackground(false);
     document()->setDocumentMargin(0);
     setAccessibleName(text);
@@ -75,13 +75,13 @@ QMimeData* InformativeText::createMimeDataFromSelection() const
     return copied;
 }
 
-/// A block is laid out whole, in a time that grows with the square of its length: one of megabytes would freeze the
-/// window.
+/// Qt lays out a block as a whole, in a time that grows with the square of its length: a block of megabytes would
+/// freeze the window.
 void InformativeText::showInPieces(const QString& text)
 {
     QString pieces = QString(text).replace(QStringLiteral("\r\n"), QStringLiteral("\n")).replace(u'\r', u'\n');
     const std::vector<TextRange> chunks = chunksOf(pieces);
-    std::vector<qsizetype> continuations; // where a piece begins that no line break comes before
+    std::vector<qsizetype> continuations; // the positions of pieces that follow no line break
     for (std::size_t i = 1; i < chunks.size(); ++i) {
         if (chunks[i].start == chunks[i - 1].end())
             continuations.push_back(chunks[i].start);
@@ -94,7 +94,7 @@ void InformativeText::showInPieces(const QString& text)
         document()->findBlock(static_cast<int>(start + ++inserted)).setUserState(continuesTheBlockBefore);
 }
 
-/// The height of the whole text in lines of `width`, or more than `limit` as soon as that is sure.
+/// Returns the height of the whole text when it wraps at `width`. Stops counting beyond `limit`.
 int InformativeText::heightUpTo(int limit, int width) const
 {
     double height = 0;

@@ -2,8 +2,8 @@
 
 #include <QPlainTextEdit>
 
-/// The text of an alert: plain, over as many lines as it needs, and as high as it must be, up to a limit; beyond that
-/// it scrolls. It can be selected and copied. A text of some megabytes shows at once, with or without line breaks.
+/// The text of an alert: plain text that wraps and is as high as its lines, up to a limit beyond which it scrolls. It
+/// can be selected and copied. A text of some megabytes shows at once, with or without line breaks.
 class InformativeText final : public QPlainTextEdit
 {
     Q_OBJECT

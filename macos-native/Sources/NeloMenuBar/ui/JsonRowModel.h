@@ -15,7 +15,8 @@ struct JsonColumn
     QString title;
     /// The initial width in device-independent pixels, for text of ordinary size.
     int width;
-    /// What a cell shows of its row. Without it, the text of the member, or nothing when the row has no such member.
+    /// Returns the text of a cell for its row. When it is empty, the cell shows the text of the member, or nothing when
+    /// the row has no such member.
     std::function<QString(const Json& row)> text = {};
 };
 

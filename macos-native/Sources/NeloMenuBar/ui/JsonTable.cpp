@@ -14,7 +14,7 @@
 
 namespace {
 
-/// A cell tells its text in a tool tip while it is elided.
+/// Shows the text of an elided cell in a tool tip.
 class CellDelegate final : public QStyledItemDelegate
 {
 public:
@@ -33,7 +33,7 @@ public:
         if (event->type() != QEvent::ToolTip || !isElided)
             return QStyledItemDelegate::helpEvent(event, view, option, index);
         constexpr qsizetype maxCharacters = 5000; // a tool tip has no scroll bar
-        // A tool tip guesses whether its text is markup.
+        // A tool tip guesses whether its text is markup, and has no switch for plain text.
         QToolTip::showText(event->globalPos(), Qt::convertFromPlainText(index.data().toString().left(maxCharacters)),
                            view);
         return true;

@@ -7,7 +7,7 @@
 #include <optional>
 
 /// A table of JSON rows: read-only, one row can be selected, columns start at their given widths and can be resized,
-/// cells show one elided line of plain text and tell the rest in a tool tip.
+/// cells show one elided line of plain text, whose tool tip is the whole text.
 ///
 /// The keyboard alone moves nothing: a table that gets it without a current row has none until an arrow key is pressed.
 class JsonTable final : public QTableView
@@ -18,7 +18,7 @@ public:
     /// The members called `identity` say which row is which after a refresh: see `JsonRowModel::setRows`.
     JsonTable(std::vector<JsonColumn> columns, std::vector<const char*> identity, QWidget* parent = nullptr);
 
-    /// A copy of the selected row: a refresh may take the row itself away at any time.
+    /// Returns a copy of the selected row, because a refresh may remove the row itself at any time.
     std::optional<Json> selectedRow() const;
 
     /// Shows `rows` in their order. The selected row stays selected while it is there, and so do the scroll position

@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Gives `label` the text colour of `emphasis` on the palette it inherits.
+/// Gives `label` the text colour of `emphasis`, made from the palette that it inherits.
 void setTextColor(QLabel& label, Emphasis emphasis)
 {
     if (emphasis == Emphasis::Primary)
@@ -73,8 +73,8 @@ void Label::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
     const QString shown = fontMetrics().elidedText(singleLine(text()), Qt::ElideRight, width());
-    // On the line of the label's own font: centred by its own height, a text with letters of another font, Chinese ones
-    // say, would lose its lower edge.
+    // On the line of the label's own font. A text with letters of another font, such as Chinese ones, would lose its
+    // lower edge if it were centred by its own height.
     const QSize extent(fontMetrics().horizontalAdvance(shown), fontMetrics().height());
     const QPoint corner = QStyle::alignedRect(layoutDirection(), alignment(), extent, rect()).topLeft();
     painter.drawText(corner.x(), corner.y() + fontMetrics().ascent(), shown);
@@ -128,4 +128,24 @@ void WrappingLabel::changeEvent(QEvent* event)
 void WrappingLabel::applyEmphasis()
 {
     setTextColor(*this, m_emphasis);
+}
+
+QLabel* makeSupportLine(int linkSize, QWidget* parent)
+{
+    const QString introduction = QStringLiteral("Nelo为您提供最简单的AI入口服务。客服请联系我们：");
+    const QString address = QStringLiteral(NELO_SUPPORT_URL);
+    const QString domain = QStringLiteral(NELO_SUPPORT_DOMAIN);
+
+    auto* line = new QLabel(parent);
+    line->setTextFormat(Qt::RichText); // all of it is our own text
+    // Without a colour of its own, a link has that of the system's theme, whatever its background is.
+    line->setText(QStringLiteral("%1<a href=\"%2\" style=\"font-size:%3px; font-weight:500; "
+                                 "text-decoration:underline; color:%4\">%5</a>")
+                      .arg(introduction, address.toHtmlEscaped(), QString::number(scaledToFont(linkSize)),
+                           line->palette().color(QPalette::Link).name(), domain.toHtmlEscaped()));
+    line->setTextInteractionFlags(Qt::TextBrowserInteraction | Qt::TextSelectableByKeyboard);
+    line->setOpenExternalLinks(true);
+    line->setAlignment(Qt::AlignCenter);
+    line->setAccessibleName(introduction + domain);
+    return line;
 }

@@ -3,14 +3,14 @@
 #include <QFont>
 #include <QLabel>
 
-/// `font` at `size` device-independent pixels, or larger where the text of the desktop is.
+/// Returns `font` at `size` device-independent pixels, or in proportion larger on a desktop with larger text.
 QFont fontOfSize(const QFont& font, int size, QFont::Weight weight = QFont::Normal);
 
-/// How much weight a label's text has.
+/// The emphasis of a label's text.
 enum class Emphasis { Primary, Secondary };
 
-/// One line of plain text. It elides at the tail rather than make its window wider, shows line feeds as blanks, and
-/// tells the whole text as its tool tip while it is elided.
+/// One line of plain text. It elides at the tail and never makes its window wider, shows line feeds as blanks, and
+/// shows the whole text in its tool tip while it is elided.
 class Label : public QLabel
 {
     Q_OBJECT
@@ -35,10 +35,10 @@ private:
     Emphasis m_emphasis = Emphasis::Primary;
 };
 
-/// A label of secondary emphasis, called `objectName`.
+/// Returns a label of secondary emphasis with the object name `objectName`.
 Label* makeSecondaryLabel(const QString& objectName, const QString& text, QWidget* parent);
 
-/// Plain text over as many lines as it needs, broken at words. It can be selected and copied.
+/// Returns a label with plain text that wraps at words. It can be selected and copied.
 class WrappingLabel final : public QLabel
 {
     Q_OBJECT
@@ -56,3 +56,8 @@ private:
 
     Emphasis m_emphasis = Emphasis::Primary;
 };
+
+/// Returns the line that introduces the product and links to the maker's customer service. It is centred and can be
+/// selected. The link, `linkSize` device-independent pixels high beside text of ordinary size, opens in the default
+/// browser, by mouse and by keyboard.
+QLabel* makeSupportLine(int linkSize, QWidget* parent);

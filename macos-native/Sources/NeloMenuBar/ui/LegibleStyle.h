@@ -2,16 +2,16 @@
 
 #include <QProxyStyle>
 
-/// Draws as the desktop's style does, and mends what its palette leaves too faint to read, also when the theme changes.
+/// The desktop's style with a palette in which every text has enough contrast, also after the theme changes.
 ///
-/// A palette set on the application would do so too, but each window then has a copy of its own, and styles keep
-/// pictures of every button for each copy.
+/// A palette that is set on the application would do the same, but then each window has its own copy, and styles cache
+/// the pictures of every button for each copy.
 class LegibleStyle final : public QProxyStyle
 {
     Q_OBJECT
 
 public:
-    /// Puts it before the application's style, once.
+    /// Wraps the application's style, unless it is wrapped already.
     static void install();
 
     using QProxyStyle::polish;

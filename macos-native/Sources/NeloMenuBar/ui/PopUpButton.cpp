@@ -9,7 +9,7 @@
 
 PopUpButton::PopUpButton(QWidget* parent) : QComboBox(parent)
 {
-    setFocusPolicy(Qt::StrongFocus); // less the wheel, which is not for us
+    setFocusPolicy(Qt::StrongFocus); // without the wheel
 }
 
 void PopUpButton::selectItemWithTitle(const QString& title)
@@ -45,8 +45,8 @@ void PopUpButton::initStyleOption(QStyleOptionComboBox* option) const
     option->currentText = option->fontMetrics.elidedText(singleLine(option->currentText), Qt::ElideRight, room.width());
 }
 
-// Not from the beginning: it makes the list that drops down, eight widgets for each button of a window. Until it is
-// shown a combo box measures its items anyway.
+// Not in the constructor: this makes the list that drops down, which is eight widgets for each button of a window. A
+// combo box measures its items until it is shown anyway.
 void PopUpButton::showEvent(QShowEvent* event)
 {
     setSizeAdjustPolicy(AdjustToContents);

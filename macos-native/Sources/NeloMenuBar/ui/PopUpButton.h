@@ -2,8 +2,8 @@
 
 #include <QComboBox>
 
-/// A pop-up button whose titles may come from outside: the selected one shows on one line and elides, and the wheel
-/// scrolls the form around it instead of choosing another.
+/// A pop-up button whose titles may come from outside. It shows the selected title on one elided line. The wheel
+/// scrolls the form around it, and does not select another item.
 class PopUpButton final : public QComboBox
 {
     Q_OBJECT
@@ -11,9 +11,9 @@ class PopUpButton final : public QComboBox
 public:
     explicit PopUpButton(QWidget* parent = nullptr);
 
-    /// Selects the item titled exactly `title`; no item is selected when there is none.
+    /// Selects the item with exactly this `title`, or no item when there is none.
     void selectItemWithTitle(const QString& title);
-    /// The selected item's title, or `whenNone` when no item is selected.
+    /// Returns the selected item's title, or `whenNone` when no item is selected.
     QString titleOfSelectedItem(const QString& whenNone) const;
 
     void showPopup() override;

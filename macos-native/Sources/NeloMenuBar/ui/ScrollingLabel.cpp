@@ -10,7 +10,7 @@
 
 namespace {
 
-/// The height of a line that holds Chinese letters too: those come from another font, whose lines are higher.
+/// Returns the height of a line that also has Chinese letters: they come from another font, whose lines are higher.
 double mixedLineHeight(const QFont& font)
 {
     QTextLayout layout(QStringLiteral("Ag天"), font);
@@ -30,7 +30,7 @@ ScrollingLabel::ScrollingLabel(int lines, QWidget* parent) : QPlainTextEdit(pare
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setTabChangesFocus(true);
     setFrameShape(QFrame::NoFrame);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff); // every line is wrapped; blanks at its end need no room
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff); // lines wrap; blanks at their ends need no room
     viewport()->setAutoFillBackground(false);
     document()->setDocumentMargin(0);
     applyEmphasis();
@@ -65,5 +65,6 @@ void ScrollingLabel::applyEmphasis()
 
 void ScrollingLabel::applyHeight()
 {
-    setFixedHeight(static_cast<int>(std::ceil(m_lines * mixedLineHeight(font()))) + 1); // what fills it exactly scrolls
+    setFixedHeight(static_cast<int>(std::ceil(m_lines * mixedLineHeight(font())))
+                   + 1); // a text that fills it exactly would scroll
 }

@@ -2,8 +2,8 @@
 
 #include <QPlainTextEdit>
 
-/// Plain text of less weight in a fixed number of lines: a longer one scrolls there, so that no text from outside moves
-/// what stands below. It can be selected and copied, and is its own accessible name.
+/// Secondary plain text in a fixed number of lines. A longer text scrolls there, so that no text from outside moves the
+/// controls below. It can be selected and copied, and is its own accessible name.
 class ScrollingLabel final : public QPlainTextEdit
 {
     Q_OBJECT

@@ -9,7 +9,7 @@ namespace {
 constexpr qsizetype chunkLength = 4096;
 constexpr std::size_t chunkParagraphs = 128;
 constexpr qsizetype maxParagraphLength = 32'768;
-constexpr qsizetype range = 512; // how far a word or a character as users see it is looked for
+constexpr qsizetype range = 512; // in which the boundaries of a word or a character are searched
 
 bool isBreak(QChar c)
 {
@@ -36,13 +36,13 @@ qsizetype paragraphEnd(QStringView text, qsizetype position)
     return std::find_if(text.begin() + position, text.end(), isBreak) - text.begin();
 }
 
-/// The end of the paragraph, or `limit` if it comes first.
+/// Returns the end of the paragraph, or `limit` when that comes first.
 qsizetype paragraphEndUpTo(QStringView text, qsizetype position, qsizetype limit)
 {
     return paragraphEnd(text.first(std::min(text.size(), limit)), position);
 }
 
-/// The part of a paragraph near `position`.
+/// Returns the part of a paragraph near `position`.
 TextRange surroundings(QStringView text, qsizetype position)
 {
     qsizetype start = position;
@@ -52,7 +52,7 @@ TextRange surroundings(QStringView text, qsizetype position)
     return {start, end - start};
 }
 
-/// The last position up to `limit` where a line may end without harm.
+/// Returns the last position up to `limit` where a line may end.
 qsizetype cutBefore(QStringView text, qsizetype limit)
 {
     const TextRange near = surroundings(text, limit);
@@ -66,7 +66,7 @@ qsizetype cutBefore(QStringView text, qsizetype limit)
     return boundary > 0 ? near.start + boundary : limit;
 }
 
-/// One step inside a paragraph; nothing if `position` is its end on that side.
+/// Returns the position after one step inside a paragraph, or nothing when `position` is its end on that side.
 std::optional<qsizetype> stepInParagraph(QStringView text, qsizetype position, TextStep step)
 {
     const bool forward = step == TextStep::NextCharacter || step == TextStep::NextWord;

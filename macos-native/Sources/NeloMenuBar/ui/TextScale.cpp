@@ -6,9 +6,9 @@
 
 namespace {
 
-/// The size in pixels that our measures were made for: 13 points are 13 pixels on macOS.
+/// The size in pixels that the measures are made for: 13 points are 13 pixels on macOS.
 constexpr double ordinaryPixelSize = 13;
-/// The largest that a desktop comes with: GNOME's 11 points are 14.67 pixels.
+/// The largest size that a desktop comes with: GNOME's 11 points are 14.67 pixels.
 constexpr int maxOrdinaryPixelSize = 15;
 
 double textScale()
@@ -29,7 +29,7 @@ QSize scaledToFont(QSize given)
     return {scaledToFont(given.width()), scaledToFont(given.height())};
 }
 
-QSize windowGrownWithText(QSize given)
+QSize scaledWindowSize(QSize given)
 {
     constexpr double shareOfContent = 0.9; // the rest is for the frame, which the window system draws
     const QSize room = QGuiApplication::primaryScreen()->availableSize() * shareOfContent;

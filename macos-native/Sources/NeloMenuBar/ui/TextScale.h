@@ -2,13 +2,14 @@
 
 #include <QSize>
 
-/// `given`, a measure in device-independent pixels for text of ordinary size, as it has to be for the text of this
-/// desktop: the same with any font that desktops come with, and larger in proportion with one that the user has made
-/// larger. For what holds text; what is between things stays as it is.
+/// Scales `given`, a measure in device-independent pixels for text of ordinary size, to the text of this desktop. The
+/// result is the same as `given` with the fonts that desktops come with, and larger in proportion when the user has
+/// made the font larger. Use it for the size of controls with text, and not for the gaps between them.
 int scaledToFont(int given);
 
-/// The same for both measures of a size.
+/// Scales both measures of a size.
 QSize scaledToFont(QSize given);
 
-/// The same for a window: no larger than the screen has room for it and its frame, unless it was given so.
-QSize windowGrownWithText(QSize given);
+/// Scales the size of a window, but not beyond the room that the screen has for it and its frame. Returns at least
+/// `given`.
+QSize scaledWindowSize(QSize given);

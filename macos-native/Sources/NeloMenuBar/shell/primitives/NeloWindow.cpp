@@ -26,7 +26,7 @@ QAccessibleInterface* windowInterface(const QString& /*className*/, QObject* obj
 } // namespace
 
 NeloWindow::NeloWindow(const QString& title, QSize contentSize)
-    : QWidget(nullptr, Qt::Window), m_contentSize(windowGrownWithText(contentSize))
+    : QWidget(nullptr, Qt::Window), m_contentSize(scaledWindowSize(contentSize))
 {
     QAccessible::installFactory(windowInterface); // once, however often it is asked for
     setWindowTitle(title);
