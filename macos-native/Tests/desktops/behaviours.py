@@ -2,7 +2,6 @@
 from __future__ import annotations
 
 import io
-import os
 import subprocess
 import time
 from pathlib import Path
@@ -10,7 +9,7 @@ from pathlib import Path
 from desktops import ITEM_COLOUR, Desktop
 from PIL import Image, ImageChops
 
-from nelo import Area, Nelo, Node, click, launchers, press, start_again, take_picture, type_text, until, xdotool
+from nelo import Area, Nelo, Node, click, launchers, press, take_picture, type_text, until, xdotool
 
 LEFT, RIGHT = 1, 3
 WINDOWS = {"Open Nelo": ("Nelo", (980, 740)), "Open Nelo Console": ("Nelo Console", (1000, 720)),

@@ -22,7 +22,7 @@ PICTURES = Path(os.environ.get("NELO_PICTURES", "pictures"))
 
 def try_on(desktop: Desktop, behaviours: dict[str, Callable[[Session], None]], has_panel: bool = True) -> dict[str, str]:
     """The cells of one start of the desktop and of Nelo."""
-    cells = {}
+    cells: dict[str, str] = {}
     with desktop:
         os.environ.update(DISPLAY=desktop.screen, DBUS_SESSION_BUS_ADDRESS=desktop.environment["DBUS_SESSION_BUS_ADDRESS"])
         if has_panel:
@@ -44,7 +44,7 @@ def try_on(desktop: Desktop, behaviours: dict[str, Callable[[Session], None]], h
 
 def column(make: type[Desktop]) -> dict[str, str]:
     """Every cell of a desktop. Each start has a process of its own: a process has one accessibility bus."""
-    cells = {}
+    cells: dict[str, str] = {}
     with multiprocessing.get_context("fork").Pool(1, maxtasksperchild=1) as pool:
         cells |= pool.apply(try_on, (make(), {behaviour.__name__: behaviour for behaviour in ORDINARY}))
         cells |= pool.apply(try_on, (make(), {has_a_launcher_without_a_panel.__name__: has_a_launcher_without_a_panel}, False))
