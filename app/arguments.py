@@ -61,11 +61,18 @@ def folder_name_problem(name: str) -> str:
         return "may not begin or end with a blank"
     if not _DIRECTIONS.isdisjoint(name):
         return "may not hold characters that change the direction of the text"
+    if not is_text(name):
+        return "is not text"
+    return f"is longer than {_NAME_BYTES} bytes" if len(name.encode()) > _NAME_BYTES else ""
+
+
+def is_text(name: str) -> bool:
+    """Whether a file's name is text; JSON cannot carry one that is not UTF-8."""
     try:
-        length = len(name.encode())
+        name.encode()
     except UnicodeEncodeError:
-        return "is not text"  # a folder whose name is not UTF-8; JSON cannot carry it
-    return f"is longer than {_NAME_BYTES} bytes" if length > _NAME_BYTES else ""
+        return False
+    return True
 
 
 def quoted(value: object) -> str:

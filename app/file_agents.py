@@ -11,8 +11,8 @@ from .ecosystems import Agent
 from .errors import BackendError, explained
 from .file_cache import FileCache
 
-_DEPTH = 16
-"""How many levels of folders are searched: a link can lead to a folder above itself."""
+_DEPTH = 32
+"""How many levels of folders are searched."""
 
 
 @dataclasses.dataclass(frozen=True)
@@ -108,26 +108,31 @@ class FileAgents:
             return AgentFile(stem, "its file is gone")
         return said if said.name else dataclasses.replace(said, name=stem)
 
+    def _is_searched(self, name: str) -> bool:
+        return arguments.is_text(name) and (self._finds_hidden or not name.startswith("."))
+
     def _paths(self) -> dict[str, str]:
         """The files by the ids of their agents, of several with an id the first."""
         found: dict[str, str] = {}
         for folder in self._folders():
-            for path in self._walk(folder, _DEPTH):
+            for path in self._walk(folder, frozenset()):
                 agent_id = os.path.basename(path)[: -len(self._suffix)]
                 if not arguments.folder_name_problem(agent_id):
                     found.setdefault(agent_id, path)
         return found
 
-    def _walk(self, folder: str, depth: int) -> Iterator[str]:
+    def _walk(self, folder: str, above: frozenset[tuple[int, int]]) -> Iterator[str]:
+        """The files below a folder that is in others; a link that leads to one of them is not followed."""
         try:
+            own = files.identity(folder)
             with os.scandir(folder) as entries:
-                found = [it for it in entries if self._finds_hidden or not it.name.startswith(".")]
+                found = [it for it in entries if own not in above and self._is_searched(it.name)]
         except (OSError, ValueError):
             return
         for entry in sorted(found, key=_order):
             if entry.is_dir():
-                if depth > 1:
-                    yield from self._walk(entry.path, depth - 1)
+                if len(above) < _DEPTH:
+                    yield from self._walk(entry.path, above | {own})
             elif entry.name.endswith(self._suffix):
                 yield entry.path
 

@@ -152,6 +152,12 @@ def exclusive(seconds: float | None = None) -> Iterator[None]:
         os.close(descriptor)
 
 
+def identity(path: str) -> tuple[int, int]:
+    """What tells a file or folder from all others, whatever names it has. Raises `OSError`."""
+    status = os.stat(path)
+    return status.st_dev, status.st_ino
+
+
 def iso_time(seconds: float) -> str:
     """A moment as ISO 8601 in UTC, to the second."""
     return time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(seconds))

@@ -166,10 +166,10 @@ def _folder_skills(folder: str) -> Iterator[Skill]:
 def _flat_skills(folder: str) -> Iterator[Skill]:
     """The skills that are Markdown files, named as their file where they do not say."""
     try:
-        names = sorted(name for name in os.listdir(folder) if name.endswith(".md") and name != "SKILL.md")
+        found = [name for name in os.listdir(folder) if name.endswith(".md") and name != "SKILL.md"]
     except OSError:
         return
-    for name in names:
+    for name in sorted(filter(arguments.is_text, found)):
         path = os.path.join(folder, name)
         said = _said(path)
         if said and said.type in _TYPES:

@@ -6,7 +6,7 @@ import os
 from collections.abc import Callable, Iterator, Mapping, Sequence
 from dataclasses import dataclass
 
-from . import files, front_matter
+from . import arguments, files, front_matter
 from .ecosystems import Skill
 
 MANUAL_LIMIT = 1_000_000
@@ -56,28 +56,30 @@ def is_own(name: str) -> bool:
 
 
 def find(
-    root: str, depth: int = 1, searches_skills: bool = False, is_searched: Callable[[str], bool] = is_own
+    root: str,
+    depth: int = 1,
+    searches_skills: bool = False,
+    is_searched: Callable[[str], bool] = is_own,
+    above: frozenset[tuple[int, int]] = frozenset(),
 ) -> Iterator[Manual]:
     """The skills in the folders below `root`, down to `depth` levels, by path.
 
     Folders are left out where `is_searched` says so of their names. The folders in a skill are searched only with
-    `searches_skills`. A SKILL.md that cannot be read is left out.
+    `searches_skills`. A SKILL.md that cannot be read is left out. `above` are the identities of the folders in which
+    `root` is; a link that leads to one of them is not followed.
     """
     try:
-        names = sorted(filter(is_searched, os.listdir(root)))
+        own = files.identity(root)
+        names = [] if own in above else sorted(filter(is_searched, os.listdir(root)))
     except (OSError, ValueError):
         return
-    for name in names:
+    for name in filter(arguments.is_text, names):
         folder = os.path.join(root, name)
-        try:
-            folder.encode()
-        except UnicodeEncodeError:
-            continue  # JSON could not carry its path
         manual = read(folder)
         if manual:
             yield manual
         if depth > 1 and (searches_skills or not manual):
-            yield from find(folder, depth - 1, searches_skills, is_searched)
+            yield from find(folder, depth - 1, searches_skills, is_searched, above | {own})
 
 
 def read(folder: str) -> Manual | None:

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import os
+from unittest import mock
 
 import app
 from app.tests.program_homes import codex_agent, kimi_agent
@@ -71,6 +72,18 @@ class ListTest(FileAgentTestCase):
         self.set_environment(CODEX_HOME=self.path("elsewhere"), KIMI_CODE_HOME=self.path("elsewhere"))
         self.assertEqual((list(self.agents("codex")), list(self.agents("kimi"))), (["a"], ["b", "c"]))
         self.assertEqual(app.get_adapter_snapshot("codex")["configPath"], self.path("elsewhere/config.toml"))
+
+    def test_folders_that_lead_in_a_circle_are_searched_once_and_names_that_are_no_text_are_left_out(self) -> None:
+        self.make_file(f"{CODEX}/a.toml", codex_agent())
+        for name in ("one", "two", "three"):
+            os.symlink(".", self.path(CODEX, name))
+        os.makedirs(os.fsencode(self.path(CODEX)) + b"/\xff")
+        for name in (b"/\xff.toml", b"/\xff/b.toml"):
+            with open(os.fsencode(self.path(CODEX)) + name, "w", encoding="utf-8") as file:
+                file.write(codex_agent())
+        with mock.patch.object(os, "scandir", wraps=os.scandir) as scandir:
+            self.assertEqual(self.agents("codex"), {"a": ("good", "")})
+        self.assertLess(scandir.call_count, 10)
 
     def test_a_fresh_machine_has_none_and_listing_makes_nothing(self) -> None:
         self.assertEqual((self.agents("codex"), self.agents("kimi"), os.listdir(self.home)), ({}, {}, []))

@@ -47,6 +47,16 @@ class ProgramSkillsTest(HomeTestCase):
                 for name in files:
                     os.unlink(self.path(name))
 
+    def test_folders_that_lead_in_a_circle_are_searched_once_and_names_that_are_no_text_are_left_out(self) -> None:
+        self.make_file(".kimi-code/skills/a/SKILL.md", skill("a"))
+        for name in ("one", "two", "three"):
+            os.symlink("..", self.path(".kimi-code/skills", name))
+        with open(os.fsencode(self.path(".kimi-code/skills")) + b"/\xff.md", "w", encoding="utf-8") as file:
+            file.write(skill())
+        with mock.patch.object(os, "listdir", wraps=os.listdir) as listdir:
+            self.assertEqual(self.names("kimi"), ["a"])
+        self.assertLess(listdir.call_count, 20)
+
     def test_a_row_and_where_skills_are(self) -> None:
         self.make_file("elsewhere/a/SKILL.md", skill("one", "Does it."))
         os.makedirs(self.path(".codex/skills"))
