@@ -78,8 +78,8 @@ class ListTest(FileAgentTestCase):
         for name in ("one", "two", "three"):
             os.symlink(".", self.path(CODEX, name))
         os.makedirs(os.fsencode(self.path(CODEX)) + b"/\xff")
-        for name in (b"/\xff.toml", b"/\xff/b.toml"):
-            with open(os.fsencode(self.path(CODEX)) + name, "w", encoding="utf-8") as file:
+        for odd_name in (b"/\xff.toml", b"/\xff/b.toml"):
+            with open(os.fsencode(self.path(CODEX)) + odd_name, "w", encoding="utf-8") as file:
                 file.write(codex_agent())
         with mock.patch.object(os, "scandir", wraps=os.scandir) as scandir:
             self.assertEqual(self.agents("codex"), {"a": ("good", "")})
