@@ -13,7 +13,7 @@ Value = TypeVar("Value")
 MAX_AGE_SECONDS = 60.0
 """An answer that is older is not given any more."""
 
-REFRESH_SECONDS = 30.0
+REFRESH_SECONDS = 45.0
 """An answer that is older is asked for again."""
 
 

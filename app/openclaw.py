@@ -6,6 +6,7 @@ agents; their folders hold sessions and credentials, of which nothing is removed
 
 from __future__ import annotations
 
+import dataclasses
 import os
 
 from . import background, files, openclaw_config, openclaw_entries, openclaw_program, openclaw_skills
@@ -34,17 +35,9 @@ def agents() -> list[Agent]:
     """
     basis = openclaw_program.basis()
     answer = _listed.current(basis) if basis else None
-    state = "" if os.path.exists(config_path()) else "not configured"
-    if isinstance(answer, list):
-        return [_agent(agent, state, created) for agent, created in answer]
-    said = answer if isinstance(answer, str) else ""
-    try:
-        return [_agent(agent, state or said) for agent in _configured_agents()]
-    except BackendError as error:
-        known = openclaw_config.last_understood()
-        if known is None:
-            raise
-        return [_agent(agent, str(error)) for agent in known.agents()]
+    seen = _last_sessions.current(basis) or {} if basis else {}
+    found = _listed_agents(answer) if isinstance(answer, list) else _file_agents(answer or "")
+    return [dataclasses.replace(agent, last_seen=seen.get(agent.id)) for agent in found]
 
 
 def add_agent(agent_id: str, name: str, workspace: str) -> Agent:
@@ -108,22 +101,30 @@ def _configured_agents() -> list[ConfiguredAgent]:
     return openclaw_config.read().agents()
 
 
+def _listed_agents(answer: list[tuple[ConfiguredAgent, float | None]]) -> list[Agent]:
+    state = "" if os.path.exists(config_path()) else "not configured"
+    return [_agent(agent, state, created) for agent, created in answer]
+
+
+def _file_agents(said: str) -> list[Agent]:
+    """The agents of the configuration file; `said` is what the program says instead of listing them."""
+    state = said if os.path.exists(config_path()) else "not configured"
+    try:
+        return [_agent(agent, state) for agent in _configured_agents()]
+    except BackendError as error:
+        known = openclaw_config.last_understood()
+        if known is None:
+            raise
+        return [_agent(agent, str(error)) for agent in known.agents()]
+
+
 def _agent(agent: ConfiguredAgent, state: str, created: float | None = None) -> Agent:
     """An agent for which `state` counts if it says something."""
     if not state and not os.path.isdir(agent.workspace):
         state = "missing"
     name = agent.identity_name or agent.name or agent.id
     said = state or ("default" if agent.is_default else "")
-    return Agent(agent.id, name, agent.workspace, said, created, _last_session(agent.id))
-
-
-def _last_session(agent_id: str) -> float | None:
-    """When something was last written in the sessions of an agent."""
-    try:
-        with os.scandir(os.path.join(state_folder(), "agents", agent_id, "sessions")) as entries:
-            return max((it.stat().st_mtime for it in entries if it.is_file()), default=None)
-    except (OSError, ValueError):
-        return None
+    return Agent(agent.id, name, agent.workspace, said, created)
 
 
 def _found(agent_id: str) -> Agent:
@@ -176,6 +177,23 @@ def _ask_agents() -> list[tuple[ConfiguredAgent, float | None]] | str:
 
 
 _listed: background.Answer[list[tuple[ConfiguredAgent, float | None]] | str] = background.Answer(_ask_agents)
+
+
+def _ask_sessions() -> dict[str, float]:
+    """When each agent last had a session."""
+    answer = openclaw_program.ask("sessions", "list", "--json", "--all-agents", "--limit=all")
+    sessions = answer.get("sessions") if isinstance(answer, dict) else None
+    found: dict[str, float] = {}
+    for session in sessions if isinstance(sessions, list) else []:
+        if not isinstance(session, dict):
+            continue
+        agent, moment = session.get("agentId"), session.get("lastInteractionAt") or session.get("updatedAt")
+        if isinstance(agent, str) and isinstance(moment, (int, float)):
+            found[agent] = max(found.get(agent, 0.0), moment / 1000)
+    return found
+
+
+_last_sessions = background.Answer(_ask_sessions)
 
 
 def _ask_gateway() -> bool:

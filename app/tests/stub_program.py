@@ -53,7 +53,7 @@ class StubProgram:
 
     def changes(self) -> list[str]:
         """The same without the questions that are asked in the background."""
-        return [call for call in self.calls() if not call.startswith(("agents list", "skills list"))]
+        return [call for call in self.calls() if not call.startswith(("agents list", "sessions list", "skills list"))]
 
     def _write(self) -> None:
         cases = "\n".join(f"{shlex.quote(command)}*) {script} ;;" for command, script in self._cases.items())
@@ -69,6 +69,7 @@ class OpenClawTestCase(HomeTestCase):
     def setUp(self) -> None:
         super().setUp()
         self.replace(openclaw, "_listed", background.Answer(openclaw._ask_agents))
+        self.replace(openclaw, "_last_sessions", background.Answer(openclaw._ask_sessions))
         self.replace(openclaw, "_gateway", background.Answer(openclaw._ask_gateway))
         openclaw_skills._answer.cache_clear()
         self.replace(openclaw_program, "QUESTION_SECONDS", 2.0)
