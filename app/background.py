@@ -60,7 +60,8 @@ class Answer(Generic[Value]):
 
 
 class _Question(Protocol):
-    def ask(self, basis: Hashable) -> None: ...
+    def ask(self, basis: Hashable) -> None:
+        ...
 
 
 class _Worker:

@@ -76,7 +76,8 @@ class Ecosystem(Protocol):
     """
 
     @property
-    def capabilities(self) -> Capabilities: ...
+    def capabilities(self) -> Capabilities:
+        ...
 
     def paths(self) -> Paths:
         """Where the program keeps its things. Touches nothing."""

@@ -35,7 +35,9 @@ class Manual:
 
     def skill(self, source: str, metadata_keys: Sequence[str]) -> Skill:
         """The skill, with what the metadata holds under the first of the keys that is there."""
-        own: dict[str, object] = next((value for key in metadata_keys if isinstance(value := self.metadata.get(key), dict)), {})
+        own: dict[str, object] = next(
+            (value for key in metadata_keys if isinstance(value := self.metadata.get(key), dict)), {}
+        )
         requires = own.get("requires")
         names = requires.get("env") if isinstance(requires, dict) else None
         return Skill(

@@ -72,7 +72,9 @@ class Configuration:
         common = _text(self.section("agents", "defaults").get("workspace"))
         if is_default:
             return _path(common) if common else os.path.join(state_folder(), "workspace")
-        return os.path.join(_path(common), agent_id) if common else os.path.join(state_folder(), f"workspace-{agent_id}")
+        return (
+            os.path.join(_path(common), agent_id) if common else os.path.join(state_folder(), f"workspace-{agent_id}")
+        )
 
 
 def state_folder() -> str:

@@ -32,9 +32,7 @@ def recover(skills_folder: str) -> None:
                 _recover_locked(skills_folder)
 
 
-def install_package(
-    package: bytes, workspace: str, fallback_name: str, source: Mapping[str, str]
-) -> dict[str, object]:
+def install_package(package: bytes, workspace: str, fallback_name: str, source: Mapping[str, str]) -> dict[str, object]:
     """Install a package into a workspace and answer "targetDir" and "name".
 
     It is unpacked beside its target and checked, and only then takes the target's place. The skill's own name, or that

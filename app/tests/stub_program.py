@@ -87,7 +87,9 @@ class OpenClawTestCase(HomeTestCase):
         self.make_file(CONFIG, value if isinstance(value, str) else json.dumps(value))
 
     def rows(self, *keys: str) -> list[tuple[object, ...]]:
-        return [tuple(row.get(key) for key in keys) for row in app.list_local_agents() if row["ecosystem"] == "openclaw"]
+        return [
+            tuple(row.get(key) for key in keys) for row in app.list_local_agents() if row["ecosystem"] == "openclaw"
+        ]
 
     def told(self, *keys: str) -> list[tuple[object, ...]]:
         """The rows once the program has answered."""

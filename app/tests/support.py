@@ -32,7 +32,14 @@ class HomeTestCase(unittest.TestCase):
         for name in ("XDG_DATA_HOME", "XDG_DATA_DIRS"):
             self.set_environment(**{name: os.path.join(self.home, name)})
         self.replace(programs, "SYSTEM_FOLDERS", ())
-        for name in ("OPENCLAW_STATE_DIR", "OPENCLAW_CONFIG_PATH", "NVM_DIR", "FNM_DIR", "ASDF_DATA_DIR", "NPM_CONFIG_PREFIX"):
+        for name in (
+            "OPENCLAW_STATE_DIR",
+            "OPENCLAW_CONFIG_PATH",
+            "NVM_DIR",
+            "FNM_DIR",
+            "ASDF_DATA_DIR",
+            "NPM_CONFIG_PREFIX",
+        ):
             self.set_environment(**{name: ""})
         for module, name in ((os, "fsync"), (files, "sync_file_system")):
             self.replace(module, name, lambda of: None)  # no test can see a power cut, and a busy disk takes long

@@ -86,7 +86,12 @@ class AgentsTest(HomeTestCase):
             [("codex", "a", "A", "discovered"), ("codex", "b", "B", "discovered"), ("kimi", "a", "a", "discovered")],
         )
         first, second, _ = app.sync_local_agents_to_core()
-        wanted = {"state": "busy", "workspace": "/w", "createdAt": "2025-01-01T09:30:00Z", "lastSeen": "2025-01-01T09:30:01Z"}
+        wanted = {
+            "state": "busy",
+            "workspace": "/w",
+            "createdAt": "2025-01-01T09:30:00Z",
+            "lastSeen": "2025-01-01T09:30:01Z",
+        }
         self.assertEqual({**second, **wanted}, {**first, "id": "b", "name": "B"})
         self.assertEqual(set(second), {"id", "name", "ecosystem", "origin"})
         self.assertEqual(os.listdir(self.home), [])
@@ -192,12 +197,23 @@ class AgentsTest(HomeTestCase):
 
     def test_records_of_wrong_shapes_are_not_listed_and_never_lost(self) -> None:
         half = [{"ecosystem": "codex"}, {"ecosystem": "codex", "id": 7}, {"ecosystem": "codex", "id": "../up"}]
-        strange = [7, None, "codex", [], {}, *half, {"ecosystem": "other", "id": "a"}, {"ecosystem": ["codex"], "id": "a"}]
+        strange = [
+            7,
+            None,
+            "codex",
+            [],
+            {},
+            *half,
+            {"ecosystem": "other", "id": "a"},
+            {"ecosystem": ["codex"], "id": "a"},
+        ]
         self.make_registry(*strange)
         self.assertEqual(self.rows(), [])
         app.add_local_agent("codex", "new", "New", "")
         self.assertEqual(self.registry()[:-1], strange)
-        self.make_registry({"ecosystem": "codex", "id": "a", "name": 7}, {"ecosystem": "codex", "id": "a", "name": "Second"})
+        self.make_registry(
+            {"ecosystem": "codex", "id": "a", "name": 7}, {"ecosystem": "codex", "id": "a", "name": "Second"}
+        )
         self.codex.list = [Agent("a", "Theirs")]
         self.assertEqual(self.rows(), [("codex", "a", "Theirs", "managed")])
 

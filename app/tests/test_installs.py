@@ -25,7 +25,9 @@ RANDOM = "0123456789abcdef"
 
 
 def skill(version: str, name: str = "weather") -> bytes:
-    return make_package({f"{name}-folder/SKILL.md": f"---\nname: {name}\ndescription: Tells.\n---\n{version}\n".encode()})
+    return make_package(
+        {f"{name}-folder/SKILL.md": f"---\nname: {name}\ndescription: Tells.\n---\n{version}\n".encode()}
+    )
 
 
 class InstallTestCase(HomeTestCase):
@@ -69,7 +71,9 @@ class InstallZipTest(InstallTestCase):
         self.assertIn('".zip" cannot be the name of a folder', message)
 
     def test_a_new_version_replaces_all_of_the_earlier_one(self) -> None:
-        self.install(make_package({"SKILL.md": b"---\nname: weather\ndescription: Tells.\n---\none", "old": b"", "deep/er": b""}))
+        self.install(
+            make_package({"SKILL.md": b"---\nname: weather\ndescription: Tells.\n---\none", "old": b"", "deep/er": b""})
+        )
         self.install(skill("two"))
         self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "two"))
 
@@ -103,7 +107,9 @@ class InstallZipTest(InstallTestCase):
 
     def test_a_full_disk_leaves_the_earlier_version_and_nothing_else(self) -> None:
         self.install(skill("one"))
-        package = self.make_file("big.zip", make_package({"SKILL.md": b"---\nname: weather\ndescription: Tells.\n---\n" + os.urandom(5000)}))
+        package = self.make_file(
+            "big.zip", make_package({"SKILL.md": b"---\nname: weather\ndescription: Tells.\n---\n" + os.urandom(5000)})
+        )
         with self.full_disk(1000):
             message = self.refusal(app.install_openclaw_skill_zip, "main", package)
         self.assertIn(f"Cannot install into {self.path(SKILLS)}: ", message)

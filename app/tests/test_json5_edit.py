@@ -103,7 +103,9 @@ def joined(source: random.Random, brackets: str, items: list[str]) -> str:
 
 
 def random_key(source: random.Random) -> str:
-    return source.choice(["a", "b", "$_c", "\\u0061", "'a'", '"b"', "'d } \\' // {'", '"e \\" ]"', "'\\x61'", "'é\\\n'", "ключ"])
+    return source.choice(
+        ["a", "b", "$_c", "\\u0061", "'a'", '"b"', "'d } \\' // {'", '"e \\" ]"', "'\\x61'", "'é\\\n'", "ключ"]
+    )
 
 
 def random_value(source: random.Random, depth: int) -> str:
@@ -112,12 +114,14 @@ def random_value(source: random.Random, depth: int) -> str:
             return random_object(source, depth)
         return joined(source, "[]", [random_value(source, depth + 1) for _ in range(source.randrange(3))])
     texts = ["'it\\'s'", '"// no"', "'/* no'", '"}"', "'\\\r\n,'", '"\\ud83d\\ude00"', "''", "'\\\\'"]
-    return source.choice([*texts, "null", "true", "0x1F", "+.5", "-5.", "1e400", "-Infinity", "NaN", "12345678901234567890"])
+    return source.choice(
+        [*texts, "null", "true", "0x1F", "+.5", "-5.", "1e400", "-Infinity", "NaN", "12345678901234567890"]
+    )
 
 
 def random_space(source: random.Random) -> str:
     spaces = ["", "", "", " ", "\t", "\n", "\r\n", "\n  ", "\u00a0", "\ufeff", "\u2029", "\v"]
-    return source.choice([*spaces, "// x: {\n", "//\r", "/* , ' */", "/***/", "/* \n */ // \"\u2028"])
+    return source.choice([*spaces, "// x: {\n", "//\r", "/* , ' */", "/***/", '/* \n */ // "\u2028'])
 
 
 def random_path(source: random.Random, value: object) -> list[str]:

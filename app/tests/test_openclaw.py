@@ -226,7 +226,9 @@ class AgentChangeTest(OpenClawTestCase):
         for ecosystem in ("openclaw", "codex", "kimi"):
             workspace = f".{ecosystem}/agents/old"
             self.make_file(f"{workspace}/sessions/file", "mine")
-            records.append({"ecosystem": ecosystem, "id": "old", "workspace": self.path(workspace), "madeWorkspace": True})
+            records.append(
+                {"ecosystem": ecosystem, "id": "old", "workspace": self.path(workspace), "madeWorkspace": True}
+            )
         self.make_file(".nelo/agents.json", json.dumps({"agents": records}))
         for record in records:
             self.assertEqual(app.delete_local_agent(record["ecosystem"], "old", True)["removed"], [])

@@ -22,7 +22,10 @@ class SkillListTest(OpenClawTestCase):
         return self.path(folder)
 
     def skills(self) -> list[tuple[object, ...]]:
-        return [(row["source"], row["name"], os.path.relpath(str(row["path"]), self.home)) for row in app.list_skills("openclaw")]
+        return [
+            (row["source"], row["name"], os.path.relpath(str(row["path"]), self.home))
+            for row in app.list_skills("openclaw")
+        ]
 
     def test_of_each_name_the_skill_in_the_highest_folder_is_listed(self) -> None:
         self.configure("{skills: {load: {extraDirs: ['~/extra']}}}")
@@ -52,7 +55,9 @@ class SkillListTest(OpenClawTestCase):
         self.assertEqual(self.skills(), wanted)
         self.wait_until_idle()
         shown = app.get_adapter_snapshot("openclaw")
-        self.assertEqual((shown["configPath"], shown["skillDirs"]), (self.path(CONFIG), [self.path(it) for it, _ in folders]))
+        self.assertEqual(
+            (shown["configPath"], shown["skillDirs"]), (self.path(CONFIG), [self.path(it) for it, _ in folders])
+        )
 
     def test_what_the_program_skips_is_not_listed(self) -> None:
         self.configure("{skills: {load: {extraDirs: ['~/extra']}}}")
@@ -92,7 +97,9 @@ class SkillListTest(OpenClawTestCase):
     def test_what_the_program_says_of_a_skill_is_joined(self) -> None:
         program = self.make_openclaw()
         self.configure("{}")
-        self.make_skill(".openclaw/skills/one", "one", metadata="{'openclaw': {'primaryEnv': 'KEY', 'skillKey': 'uno',},}")
+        self.make_skill(
+            ".openclaw/skills/one", "one", metadata="{'openclaw': {'primaryEnv': 'KEY', 'skillKey': 'uno',},}"
+        )
         missing = {"bins": ["op"], "anyBins": ["a", "b"], "env": ["KEY"], "config": ["x.y"], "os": ["darwin"]}
         rows = [
             {"name": "one", "source": "openclaw-managed", "eligible": False, "disabled": True, "missing": missing},
@@ -132,7 +139,9 @@ class SkillListTest(OpenClawTestCase):
         program.always(HANG)
         self.replace(openclaw_program, "QUESTION_SECONDS", 0.2)
         for number in range(200):
-            self.make_skill(f".openclaw/skills/group-{number % 7}/skill-{number}", f"skill-{number}", metadata="{a: [1,],}")
+            self.make_skill(
+                f".openclaw/skills/group-{number % 7}/skill-{number}", f"skill-{number}", metadata="{a: [1,],}"
+            )
         self.configure({"agents": {"entries": {f"agent-{number}": {} for number in range(20)}}})
         lists: list[Callable[[], list[object]]] = [
             lambda: [*app.sync_local_agents_to_core()],
@@ -155,7 +164,7 @@ class EntryTest(OpenClawTestCase):
         program = self.make_openclaw()
         self.configure("{a: 1} // mine")
         checked = self.path("checked")
-        program.does("config validate", f'cp "$OPENCLAW_CONFIG_PATH" {checked}; echo \'{json.dumps(VALID)}\'')
+        program.does("config validate", f"cp \"$OPENCLAW_CONFIG_PATH\" {checked}; echo '{json.dumps(VALID)}'")
         self.save()
         self.assertEqual(self.read("checked"), self.read(CONFIG))
         self.assertNotIn("secret", " ".join(program.calls()))
@@ -166,7 +175,11 @@ class EntryTest(OpenClawTestCase):
         self.replace(openclaw_program, "ACTION_SECONDS", 0.3)
         path = self.path(CONFIG)
         self.configure("{a: 1}")
-        invalid = {"valid": False, "error": {"message": "Invalid: $OPENCLAW_CONFIG_PATH"}, "issues": [{"path": "a", "message": "Unrecognized key"}]}
+        invalid = {
+            "valid": False,
+            "error": {"message": "Invalid: $OPENCLAW_CONFIG_PATH"},
+            "issues": [{"path": "a", "message": "Unrecognized key"}],
+        }
         for script, said in {
             f"cat <<END\n{json.dumps(invalid)}\nEND\nexit 1": f"openclaw says: Invalid: {path} a: Unrecognized key.",
             "echo '{}'": "openclaw says: {}.",

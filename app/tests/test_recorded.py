@@ -76,7 +76,9 @@ class OpenClawReplayTest(OpenClawTestCase):
                 (row,) = self.told("id", "state")
                 self.assertEqual(row[0], "main")
                 self.assertRegex(str(row[1]), f"openclaw says: OpenClaw config is invalid.*{words}")
-                self.assertRegex(str(app.openclaw_runtime_status()["configPath"]), f"openclaw.json: openclaw says: .*{words}")
+                self.assertRegex(
+                    str(app.openclaw_runtime_status()["configPath"]), f"openclaw.json: openclaw says: .*{words}"
+                )
                 self.assertIn(words, self.refusal(app.save_skill_entry, "openclaw", "notion", {"enabled": False}))
                 self.assertEqual(self.read(".openclaw/openclaw.json"), content)
 
@@ -112,7 +114,7 @@ class OpenClawReplayTest(OpenClawTestCase):
         ):
             with self.subTest(text):
                 self.replay("set up", before, output)
-                self.make_file(".openclaw/openclaw.json", f'{{agents: {{entries: {{own: {{}}}}}}}} // {text}')
+                self.make_file(".openclaw/openclaw.json", f"{{agents: {{entries: {{own: {{}}}}}}}} // {text}")
                 started = time.monotonic()
                 self.assertEqual(self.rows("id"), [("own",)])
                 app.list_skills("openclaw")
@@ -146,7 +148,9 @@ class FileAgentReplayTest(OpenClawTestCase):
         shipped = {"agent", "coder", "explore", "plan", "tower-worker"}
         self.assertEqual(taken | shipped, set(recording.output("its home", "--agent no-such-agent")))
         self.assertEqual([row["id"] for row in rows if row["name"] == "good" and "state" in row], ["same"])
-        self.assertEqual(sorted(str(row["name"]) for row in app.list_skills("kimi")), recording.output("its home", "acp"))
+        self.assertEqual(
+            sorted(str(row["name"]) for row in app.list_skills("kimi")), recording.output("its home", "acp")
+        )
 
 
 if __name__ == "__main__":

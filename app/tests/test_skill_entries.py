@@ -56,7 +56,9 @@ class SkillEntryTest(HomeTestCase):
             self.read(CONFIG), before.replace(f"{reference}}}", f'{reference}, "B": "b"}}, "enabled": true', 1)
         )
         self.save({"apiKey": "typed"})
-        self.assertEqual(app.get_skill_entry("openclaw", "weather"), {"enabled": True, "apiKey": "typed", "env": {"B": "b"}})
+        self.assertEqual(
+            app.get_skill_entry("openclaw", "weather"), {"enabled": True, "apiKey": "typed", "env": {"B": "b"}}
+        )
 
     def test_nothing_is_written_for_what_is_empty_and_was_not_there(self) -> None:
         self.save({"apiKey": "", "env": {}, "config": {}})
@@ -79,7 +81,9 @@ class SkillEntryTest(HomeTestCase):
         self.save()
         self.make_file(CONFIG, "{a: 1}")
         message = self.refusal(app.get_skill_entry, "openclaw", "weather")
-        self.assertIn(f"the Python package json5 (python3-json5 on Debian), which {sys.executable} does not have", message)
+        self.assertIn(
+            f"the Python package json5 (python3-json5 on Debian), which {sys.executable} does not have", message
+        )
 
     def test_every_other_character_of_the_file_stays(self) -> None:
         before = (

@@ -95,9 +95,9 @@ class LinesTest(HomeTestCase):
             "name: a#b": "a#b",
             "name: # nothing": "",
             "name:\n  # before\n  weather\n  # between\n  report": "weather report",
-            "name: \"a # b\" # it's \"c\"": "a # b",
+            'name: "a # b" # it\'s "c"': "a # b",
             "name: 'it''s # b' # c": "it's # b",
-            "name: \"a\n  # b\"": "a # b",
+            'name: "a\n  # b"': "a # b",
             'name: {"a": "b # c"} # "d"': '{"a": "b # c"}',
             'name: {"a":\n  # first\n  "b \\" # c"\n  } # d': '{"a": "b \\" # c" }',
             "name: [beta] weather # new": "[beta] weather",
@@ -135,7 +135,7 @@ class FrontMatterTest(HomeTestCase):
             "metadata: {openclaw: {primaryEnv: 'KEY', requires: {env: ['A', 'B'],},},} # comment",
             'metadata:\n  {\n    "openclaw":\n      { "primaryEnv": "KEY", "requires": { "env": ["A", "B"], }, },\n  }',
             "metadata:\n  openclaw:\n    primaryEnv: KEY\n    requires:\n      env:\n        - A\n        - B",
-            "metadata: '{openclaw: {primaryEnv: \"KEY\", requires: {env: [\"A\", \"B\"]}}}'",
+            'metadata: \'{openclaw: {primaryEnv: "KEY", requires: {env: ["A", "B"]}}}\'',
             "description: Foo: bar\nmetadata: {openclaw: {primaryEnv: 'KEY', /* why */ requires: {env: ['A', 'B'],}}}",
         ):
             with self.subTest(text):

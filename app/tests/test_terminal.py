@@ -94,12 +94,16 @@ class LaunchTest(HomeTestCase):
     def test_a_terminal_that_cannot_open_its_window_is_told(self) -> None:
         self.replace(terminal, "START_SECONDS", 20.0)
         self.make_terminal("xterm", "echo 'cannot open display' >&2; exit 1")
-        self.assertRaisesRegex(BackendError, "xterm ended at once with status 1", app.launch_openclaw_configure_interactive)
+        self.assertRaisesRegex(
+            BackendError, "xterm ended at once with status 1", app.launch_openclaw_configure_interactive
+        )
 
     def test_a_terminal_whose_interpreter_is_missing_is_told(self) -> None:
         self.make_terminal("xterm", "")
         self.write("tools/xterm", "#!/nowhere/interpreter\n")
-        self.assertRaisesRegex(BackendError, "xterm does not start: No such file", app.launch_openclaw_configure_interactive)
+        self.assertRaisesRegex(
+            BackendError, "xterm does not start: No such file", app.launch_openclaw_configure_interactive
+        )
 
     def test_the_window_stays_open_until_the_user_has_read_what_the_set_up_said(self) -> None:
         self.make_terminal("kitty", f'echo | "$@" > {self.path("screen")}')
