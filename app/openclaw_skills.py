@@ -54,7 +54,7 @@ class _Root:
 
 
 def folders(agents: Iterable[ConfiguredAgent]) -> list[str]:
-    """The folders in which skills are looked for, highest first: those that exist, and the one that all agents share."""
+    """The folders in which skills are looked for, highest first: those that exist, and the one of all agents."""
     shared = os.path.join(shared_folder(), "skills")
     return [root.folder for root in _roots(agents) if root.folder == shared or os.path.isdir(root.folder)]
 
@@ -171,7 +171,13 @@ def _joined(root: _Root, manual: manuals.Manual, said: _Said) -> Skill:
     row = said.get((root.origin, manual.name))
     if row is None:
         return skill
-    return dataclasses.replace(skill, eligible=row.get("eligible") is True, obstacles=tuple(_obstacles(row)))
+    primary = row.get("primaryEnv")
+    return dataclasses.replace(
+        skill,
+        primary_env=primary if isinstance(primary, str) else "",
+        eligible=row.get("eligible") is True,
+        obstacles=tuple(_obstacles(row)),
+    )
 
 
 def _program_row(origin: str, name: str, row: dict[str, object]) -> Skill:

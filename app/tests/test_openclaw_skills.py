@@ -102,7 +102,14 @@ class SkillListTest(OpenClawTestCase):
         )
         missing = {"bins": ["op"], "anyBins": ["a", "b"], "env": ["KEY"], "config": ["x.y"], "os": ["darwin"]}
         rows = [
-            {"name": "one", "source": "openclaw-managed", "eligible": False, "disabled": True, "missing": missing},
+            {
+                "name": "one",
+                "source": "openclaw-managed",
+                "primaryEnv": "OWN",
+                "eligible": False,
+                "disabled": True,
+                "missing": missing,
+            },
             {"name": "far", "source": "openclaw-node", "description": "Far.", "eligible": True, "primaryEnv": "FAR"},
         ]
         program.answers("skills list --json --agent=main", {"skills": rows})
@@ -111,9 +118,10 @@ class SkillListTest(OpenClawTestCase):
         self.wait_until_idle()
         row, far = app.list_skills("openclaw")
         self.assertEqual(
-            (row["eligible"], row["description"]),
+            (row["eligible"], row["primaryEnv"], row["description"]),
             (
                 False,
+                "OWN",
                 "Tells.\nIt cannot be used now: it is disabled; the program op is missing; all of the programs a, b are "
                 "missing; the variable KEY is not set; the setting x.y is not set; it is made for darwin.",
             ),
