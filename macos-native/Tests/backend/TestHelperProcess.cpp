@@ -174,18 +174,6 @@ private slots:
         QTRY_VERIFY(childrenAfterReaping().empty());
     }
 
-    void aDroppedChildIsNotToldToTerminate()
-    {
-        const QTemporaryDir folder;
-        const QString file = folder.filePath(QStringLiteral("finished"));
-        {
-            HelperProcess child = shell("echo started; read go; sleep 0.1; touch " + file.toStdString());
-            QCOMPARE(std::get<std::string>(child.readLine()), std::string("started"));
-        }
-        QTRY_VERIFY(QFile::exists(file));
-        QTRY_VERIFY(childrenAfterReaping().empty());
-    }
-
     void stoppingTerminatesFirstAndKillsWhenTheGraceIsOver()
     {
         const QTemporaryDir folder;

@@ -210,7 +210,8 @@ private slots:
         constexpr int count = 20;
         const auto storeAll = [](const QString& name) {
             for (int number = 0; number < count; ++number)
-                QCOMPARE(ApiKeyStore().setKeys({{name + QString::number(number), name}}), std::nullopt);
+                QCOMPARE(ApiKeyStore(std::chrono::minutes(5)).setKeys({{name + QString::number(number), name}}),
+                         std::nullopt);
         };
         std::thread other(storeAll, QStringLiteral("one"));
         storeAll(QStringLiteral("two"));

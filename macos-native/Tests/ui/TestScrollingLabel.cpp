@@ -135,36 +135,24 @@ private slots:
         QCOMPARE(label.text(), QStringLiteral("text"));
         QTest::keySequence(&label, QKeySequence::SelectAll);
         QCOMPARE(label.textCursor().selectedText(), QStringLiteral("text"));
+        QVERIFY(label.tabChangesFocus());
         QVERIFY(!label.testAttribute(Qt::WA_InputMethodEnabled)); // nobody offers to compose a text for it
     }
 
-    void tabLeavesIt()
+    void itsTextIsSecondaryInAnyWindow()
     {
-        const ScrollingLabel label(2);
-        QVERIFY(label.tabChangesFocus());
-    }
-
-    void hasLessWeightOnAnyBackground()
-    {
-        QWidget parent;
-        const ScrollingLabel label(2, &parent);
         for (const QColor& background : {QColor(Qt::white), QColor(30, 30, 30)}) {
+            QWidget first;
+            QWidget other; // with another colour of its text
+            first.setPalette(QPalette(background));
             QPalette palette(background);
-            parent.setPalette(palette);
+            palette.setColor(QPalette::WindowText, Qt::darkRed);
+            other.setPalette(palette);
+            ScrollingLabel label(2, &first);
+            QCOMPARE(label.palette().color(QPalette::Text), Colors::secondaryText(first.palette()));
+            label.setParent(&other);
             QCOMPARE(label.palette().color(QPalette::Text), Colors::secondaryText(palette));
         }
-    }
-
-    void hasLessWeightInAnotherWindowToo()
-    {
-        QWidget parent;
-        QWidget other; // with another colour of nothing but its text
-        QPalette palette(parent.palette());
-        palette.setColor(QPalette::WindowText, Qt::darkRed);
-        other.setPalette(palette);
-        ScrollingLabel label(2, &parent);
-        label.setParent(&other);
-        QCOMPARE(label.palette().color(QPalette::Text), Colors::secondaryText(palette));
     }
 };
 
