@@ -157,7 +157,7 @@ std::optional<std::size_t> portionOf(int descriptor, std::size_t size)
     return size - size / 2; // of one byte there is no half
 }
 
-/// The beginning of several buffers as one that is easy to shorten; only the first is taken when all are too many.
+/// Returns the prefix of several buffers as one that is easy to shorten. Only the first is taken when all are too many.
 struct iovec shortened(const struct iovec* parts, std::size_t portion)
 {
     return {parts->iov_base, std::min(parts->iov_len, portion)};
@@ -194,6 +194,14 @@ __attribute__((constructor)) void armFromEnvironment()
 } // namespace
 
 #define REAL(name) static const auto real = next<decltype(name)>(#name)
+
+/// Defines the function `name` that fails with -1, or calls the real one.
+#define FAILING(kind, name, parameters, specifier, arguments)                                                          \
+    int name parameters specifier                                                                                      \
+    {                                                                                                                  \
+        REAL(name);                                                                                                    \
+        return fails(kind) ? -1 : real arguments;                                                                      \
+    }
 
 extern "C" {
 
@@ -254,17 +262,8 @@ int openat64(int folder, const char* path, int flags, ...)
     return failsToOpen(flags) ? -1 : real(folder, path, flags, mode);
 }
 
-int creat(const char* path, mode_t mode)
-{
-    REAL(creat);
-    return fails(Open) ? -1 : real(path, mode);
-}
-
-int creat64(const char* path, mode_t mode)
-{
-    REAL(creat64);
-    return fails(Open) ? -1 : real(path, mode);
-}
+FAILING(Open, creat, (const char* path, mode_t mode), , (path, mode))
+FAILING(Open, creat64, (const char* path, mode_t mode), , (path, mode))
 
 ssize_t write(int descriptor, const void* bytes, size_t size)
 {
@@ -327,77 +326,22 @@ ssize_t sendmsg(int descriptor, const struct msghdr* message, int flags)
     return real(descriptor, *portion == size ? message : &shorter, flags);
 }
 
-int fsync(int descriptor)
-{
-    REAL(fsync);
-    return fails(Sync) ? -1 : real(descriptor);
-}
-
-int fdatasync(int descriptor)
-{
-    REAL(fdatasync);
-    return fails(Sync) ? -1 : real(descriptor);
-}
-
-int syncfs(int descriptor) noexcept
-{
-    REAL(syncfs);
-    return fails(Sync) ? -1 : real(descriptor);
-}
-
-int rename(const char* from, const char* to) noexcept
-{
-    REAL(rename);
-    return fails(Rename) ? -1 : real(from, to);
-}
-
-int renameat(int fromFolder, const char* from, int toFolder, const char* to) noexcept
-{
-    REAL(renameat);
-    return fails(Rename) ? -1 : real(fromFolder, from, toFolder, to);
-}
-
-int renameat2(int fromFolder, const char* from, int toFolder, const char* to, unsigned int flags) noexcept
-{
-    REAL(renameat2);
-    return fails(Rename) ? -1 : real(fromFolder, from, toFolder, to, flags);
-}
-
-int link(const char* from, const char* to) noexcept
-{
-    REAL(link);
-    return fails(Link) ? -1 : real(from, to);
-}
-
-int linkat(int fromFolder, const char* from, int toFolder, const char* to, int flags) noexcept
-{
-    REAL(linkat);
-    return fails(Link) ? -1 : real(fromFolder, from, toFolder, to, flags);
-}
-
-int socket(int domain, int type, int protocol) noexcept
-{
-    REAL(socket);
-    return fails(Socket) ? -1 : real(domain, type, protocol);
-}
-
-int connect(int descriptor, const struct sockaddr* address, socklen_t length)
-{
-    REAL(connect);
-    return fails(Connect) ? -1 : real(descriptor, address, length);
-}
-
-int pipe(int* ends) noexcept
-{
-    REAL(pipe);
-    return fails(Pipe) ? -1 : real(ends);
-}
-
-int pipe2(int* ends, int flags) noexcept
-{
-    REAL(pipe2);
-    return fails(Pipe) ? -1 : real(ends, flags);
-}
+FAILING(Sync, fsync, (int descriptor), , (descriptor))
+FAILING(Sync, fdatasync, (int descriptor), , (descriptor))
+FAILING(Sync, syncfs, (int descriptor), noexcept, (descriptor))
+FAILING(Rename, rename, (const char* from, const char* to), noexcept, (from, to))
+FAILING(Rename, renameat, (int fromFolder, const char* from, int toFolder, const char* to), noexcept,
+        (fromFolder, from, toFolder, to))
+FAILING(Rename, renameat2, (int fromFolder, const char* from, int toFolder, const char* to, unsigned int flags),
+        noexcept, (fromFolder, from, toFolder, to, flags))
+FAILING(Link, link, (const char* from, const char* to), noexcept, (from, to))
+FAILING(Link, linkat, (int fromFolder, const char* from, int toFolder, const char* to, int flags), noexcept,
+        (fromFolder, from, toFolder, to, flags))
+FAILING(Socket, socket, (int domain, int type, int protocol), noexcept, (domain, type, protocol))
+FAILING(Connect, connect, (int descriptor, const struct sockaddr* address, socklen_t length), ,
+        (descriptor, address, length))
+FAILING(Pipe, pipe, (int* ends), noexcept, (ends))
+FAILING(Pipe, pipe2, (int* ends, int flags), noexcept, (ends, flags))
 
 int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
                 const posix_spawnattr_t* attributes, char* const* arguments, char* const* environment)
