@@ -155,6 +155,13 @@ def _paths(items: object, key: str) -> list[tuple[str, str]]:
     ]
 
 
+def _seconds(milliseconds: object) -> float | None:
+    """A time of the program's; None for what is none before the year 10000."""
+    if isinstance(milliseconds, bool) or not isinstance(milliseconds, (int, float)):
+        return None
+    return milliseconds / 1000 if 0 < milliseconds < 253_402_300_800_000 else None
+
+
 def _ask_agents() -> list[tuple[ConfiguredAgent, float | None]] | str:
     """The agents that the program lists and when they were made, or what it says instead."""
     rows = openclaw_program.ask("agents", "list", "--json")
@@ -164,7 +171,6 @@ def _ask_agents() -> list[tuple[ConfiguredAgent, float | None]] | str:
     for row in rows:
         if isinstance(row, dict) and isinstance(row.get("id"), str):
             texts = {key: value for key, value in row.items() if isinstance(value, str)}
-            created = row.get("createdAt")
             agent = ConfiguredAgent(
                 row["id"],
                 texts.get("workspace", ""),
@@ -172,7 +178,7 @@ def _ask_agents() -> list[tuple[ConfiguredAgent, float | None]] | str:
                 texts.get("name", ""),
                 row.get("isDefault") is True,
             )
-            found.append((agent, created / 1000 if isinstance(created, (int, float)) else None))
+            found.append((agent, _seconds(row.get("createdAt"))))
     return found
 
 
@@ -187,9 +193,9 @@ def _ask_sessions() -> dict[str, float]:
     for session in sessions if isinstance(sessions, list) else []:
         if not isinstance(session, dict):
             continue
-        agent, moment = session.get("agentId"), session.get("lastInteractionAt") or session.get("updatedAt")
-        if isinstance(agent, str) and isinstance(moment, (int, float)):
-            found[agent] = max(found.get(agent, 0.0), moment / 1000)
+        agent, seen = session.get("agentId"), _seconds(session.get("lastInteractionAt") or session.get("updatedAt"))
+        if isinstance(agent, str) and seen is not None:
+            found[agent] = max(found.get(agent, seen), seen)
     return found
 
 

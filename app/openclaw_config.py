@@ -50,8 +50,8 @@ class Configuration:
             ConfiguredAgent(
                 agent_id,
                 self._workspace(agent_id, entry, agent_id == default),
-                _text(_object(entry.get("identity")).get("name")),
-                _text(entry.get("name")),
+                text_in(_object(entry.get("identity")).get("name")),
+                text_in(entry.get("name")),
                 agent_id == default,
             )
             for agent_id, entry in entries.items()
@@ -62,29 +62,31 @@ class Configuration:
         found = list(self.section("agents", "entries").items())
         listed = self.section("agents").get("list")
         if not found and isinstance(listed, list):
-            found = [(_text(entry.get("id")), entry) for entry in listed if isinstance(entry, dict)]
+            found = [(text_in(entry.get("id")), entry) for entry in listed if isinstance(entry, dict)]
         return [(it, _object(entry)) for it, entry in found if not arguments.folder_name_problem(it)]
 
     def _workspace(self, agent_id: str, entry: dict[str, object], is_default: bool) -> str:
-        own = _text(entry.get("workspace"))
+        own = text_in(entry.get("workspace"))
         if own:
-            return _path(own)
-        common = _text(self.section("agents", "defaults").get("workspace"))
+            return expanded(own)
+        common = text_in(self.section("agents", "defaults").get("workspace"))
         if is_default:
-            return _path(common) if common else os.path.join(state_folder(), "workspace")
+            return expanded(common) if common else os.path.join(state_folder(), "workspace")
         return (
-            os.path.join(_path(common), agent_id) if common else os.path.join(state_folder(), f"workspace-{agent_id}")
+            os.path.join(expanded(common), agent_id)
+            if common
+            else os.path.join(state_folder(), f"workspace-{agent_id}")
         )
 
 
 def state_folder() -> str:
     """The folder in which the program keeps its state."""
-    return _path(os.environ.get("OPENCLAW_STATE_DIR", "").strip()) or os.path.join(paths.home(), ".openclaw")
+    return expanded(os.environ.get("OPENCLAW_STATE_DIR", "").strip()) or os.path.join(paths.home(), ".openclaw")
 
 
 def config_path() -> str:
     """The configuration file that the program reads, whether it exists or not."""
-    return _path(os.environ.get("OPENCLAW_CONFIG_PATH", "").strip()) or os.path.join(state_folder(), "openclaw.json")
+    return expanded(os.environ.get("OPENCLAW_CONFIG_PATH", "").strip()) or os.path.join(state_folder(), "openclaw.json")
 
 
 def shared_folder() -> str:
@@ -166,13 +168,18 @@ def _unreadable(why: str) -> BackendError:
     )
 
 
-def _path(text: str) -> str:
-    return os.path.abspath(os.path.expanduser(text)) if text else ""
+def expanded(text: str) -> str:
+    """The absolute path that a text names; nothing when it can be no path."""
+    return os.path.abspath(os.path.expanduser(text)) if text and "\0" not in text else ""
 
 
 def _object(value: object) -> dict[str, object]:
     return value if isinstance(value, dict) else {}
 
 
-def _text(value: object) -> str:
-    return value.strip() if isinstance(value, str) else ""
+def text_in(value: object) -> str:
+    """A text without white space at its ends; nothing for what is no text or holds half a character."""
+    try:
+        return value.strip().encode().decode() if isinstance(value, str) else ""
+    except UnicodeEncodeError:
+        return ""

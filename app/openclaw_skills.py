@@ -123,11 +123,8 @@ def _roots(agents: Iterable[ConfiguredAgent]) -> list[_Root]:
     ]
     found += _shipped_roots(agents)
     extra = openclaw_config.read().section("skills", "load").get("extraDirs") if agents else None
-    found += [
-        _Root(os.path.abspath(os.path.expanduser(folder)), "openclaw-extra")
-        for folder in (extra if isinstance(extra, list) else [])
-        if isinstance(folder, str) and folder.strip()
-    ]
+    named = [openclaw_config.expanded(openclaw_config.text_in(it)) for it in extra] if isinstance(extra, list) else []
+    found += [_Root(folder, "openclaw-extra") for folder in named if folder]
     found.append(_Root(os.path.join(shared_folder(), "plugin-skills"), "openclaw-extra", leaves_by_links=True))
     return list({root.folder: root for root in reversed(found)}.values())[::-1]
 

@@ -68,12 +68,16 @@ class OpenClawTestCase(HomeTestCase):
 
     def setUp(self) -> None:
         super().setUp()
+        self.forget()
+        self.replace(openclaw_program, "QUESTION_SECONDS", 2.0)
+        self.addCleanup(self.wait_until_idle)
+
+    def forget(self) -> None:
+        """Forget every answer."""
         self.replace(openclaw, "_listed", background.Answer(openclaw._ask_agents))
         self.replace(openclaw, "_last_sessions", background.Answer(openclaw._ask_sessions))
         self.replace(openclaw, "_gateway", background.Answer(openclaw._ask_gateway))
         openclaw_skills._answer.cache_clear()
-        self.replace(openclaw_program, "QUESTION_SECONDS", 2.0)
-        self.addCleanup(self.wait_until_idle)
 
     def wait_until_idle(self) -> None:
         self.assertTrue(wait_for(background.is_idle))

@@ -117,6 +117,30 @@ class AgentListTest(OpenClawTestCase):
                 self.assertLess(time.monotonic() - started, 0.25)
                 self.assertEqual(self.told("id", "state"), [("main", state)])
 
+    def test_answers_and_configurations_of_any_shape_do_no_harm(self) -> None:
+        values: list[object] = [None, True, 7, -1, 1e300, "", "text", "a\0b", "../x", [], [7], {}, {"x": []}]
+        keys = "id agentId name identityName workspace isDefault createdAt updatedAt source description missing".split()
+        row: dict[str, object] = {"id": "a", "agentId": "a", "name": "a"}
+        rows = [{**row, key: value} for key in [*keys, "primaryEnv"] for value in values]
+        answers: list[object] = [*values, [*values, *rows], *({"sessions": it, "skills": it} for it in [*values, rows])]
+        for answer in answers:
+            self.replace(openclaw_program, "ask", lambda *arguments: answer)
+            self.forget()
+            self.make_openclaw()
+            self.configure("{agents: {entries: {a: {}, b: {}}}}")
+            for _ in range(2):
+                json.dumps(
+                    [app.list_local_agents(), app.list_skills("openclaw"), app.list_core_agents("openclaw", False)]
+                )
+                self.wait_until_idle()
+        os.remove(self.path(".local/bin/openclaw"))
+        for value in [*values, "a\ud800"]:
+            entries = {"a": value, "b": dict.fromkeys(("name", "workspace", "identity", "default"), value)}
+            for agents in ({"entries": value}, {"list": value}, {"defaults": value}, {"entries": entries}, value):
+                self.configure({"agents": agents, "skills": {"load": {"extraDirs": [value]}, "entries": value}})
+                lists = [app.list_local_agents(), app.list_skills("openclaw"), app.get_skill_entry("openclaw", "a")]
+                json.dumps(lists, ensure_ascii=False, allow_nan=False).encode()
+
     def test_a_configuration_that_cannot_be_read_is_told_by_the_agents_that_it_had(self) -> None:
         reason = f"The file {self.path(CONFIG)} is not a JSON5 configuration: "
         self.configure("{broken")
