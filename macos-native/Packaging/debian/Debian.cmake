@@ -16,7 +16,7 @@ foreach(side 16 22 24 32 48 64 128 256 512)
     install(FILES icons/${side}.png DESTINATION share/icons/hicolor/${side}x${side}/apps RENAME ${id}.png)
 endforeach()
 nelo_compressed(NeloMenuBar.1.in NeloMenuBar.1 share/man/man1)
-nelo_compressed(debian/changelog.in changelog share/doc/nelo)
+nelo_compressed(debian/changelog changelog share/doc/nelo)
 install(FILES debian/copyright DESTINATION share/doc/nelo)
 install(DIRECTORY ../../app DESTINATION share/nelo FILES_MATCHING PATTERN "*.py" PATTERN "tests" EXCLUDE
     PATTERN "__pycache__" EXCLUDE)

@@ -109,7 +109,7 @@ class Session:
             areas.append(ImageChops.difference(before, self.screen()).crop((0, top, self.desktop.width, bottom)).getbbox())
             return areas[-1] is not None and areas[-1] == areas[-2]
 
-        until(has_unfolded, "the menu", 5.0)
+        until(has_unfolded, "the menu", 15.0)
         left, upper, right, lower = areas[-1] or (0, 0, 0, 0)
         return Area(left, upper + top, right - left, lower - upper)
 

@@ -47,6 +47,7 @@ class Desktop:
     name = ""
     is_wayland = False
     is_tiling = False
+    _terminal: tuple[str, ...] = ("xterm", "-e")
     slowness = 0.0  # seconds that the desktop itself may take
 
     def __init__(self, width: int = 1280, height: int = 900, scale: float = 1) -> None:
@@ -94,8 +95,7 @@ class Desktop:
 
     def other_window(self, file: Path) -> list[str]:
         """The command of another program, which writes into `file` what is typed in its window."""
-        terminal = ["foot"] if self.is_wayland else ["xterm", "-e"]
-        return [*terminal, "sh", "-c", f"stty -echo; echo ready > {file}; exec cat >> {file}"]
+        return [*self._terminal, "sh", "-c", f"stty -echo; echo ready > {file}; exec cat >> {file}"]
 
     def activation_token(self) -> dict[str, str]:
         """What the desktop's launcher would put into the environment of a program that it starts."""
@@ -156,6 +156,7 @@ class Sway(Desktop):
     name = "sway 1.7, waybar"
     is_wayland = True
     is_tiling = True
+    _terminal = ("foot",)
 
     def _start(self) -> None:
         self.write("sway/config", SWAY.format(width=self.width, height=self.height, scale=self.scale))
@@ -167,4 +168,52 @@ class Sway(Desktop):
         return ["waybar"]
 
 
-DESKTOPS: dict[str, type[Desktop]] = {"xfce": Xfce, "sway": Sway}
+class Plasma(Desktop):
+    name = "Plasma 5.27, Wayland"
+    is_wayland = True
+    slowness = 3.0
+    _terminal = ("konsole", "--separate", "-e")
+
+    def _start(self) -> None:
+        self.environment |= {"XDG_CURRENT_DESKTOP": "KDE", "KDE_FULL_SESSION": "true", "KDE_SESSION_VERSION": "5",
+                             "LIBGL_ALWAYS_SOFTWARE": "1", "QT_QUICK_BACKEND": "software"}
+        compositor = shutil.copy("/usr/bin/kwin_wayland", self._folder.name)  # without its capability, which is of no use here
+        self.run(compositor, "--x11-display", self.screen, "--width", str(round(self.width / self.scale)),
+                 "--height", str(round(self.height / self.scale)),
+                 "--scale", str(self.scale), "--no-lockscreen", "--no-kactivities")
+        self._await_wayland()
+        self.run("kded5")
+
+    def _panel_command(self) -> list[str]:
+        return ["plasmashell"]
+
+
+class Gnome(Desktop):
+    name = "GNOME 43, Wayland"
+    is_wayland = True
+    slowness = 3.0
+    _terminal = ("konsole", "--separate", "-e")
+    _extension = "ubuntu-appindicators@ubuntu.com"
+
+    def _start(self) -> None:
+        self.environment |= {
+            "XDG_CURRENT_DESKTOP": "GNOME", "LIBGL_ALWAYS_SOFTWARE": "1",
+            "MUTTER_DEBUG_DUMMY_MODE_SPECS": f"{self.width}x{self.height}",
+            "DBUS_SYSTEM_BUS_ADDRESS": self._said("dbus-daemon", "--session", "--nofork", "--nosyslog", "--print-address={}"),
+        }
+        self.run("gnome-shell", "--nested", "--wayland", "--unsafe-mode")
+        self._await_wayland()
+        until(lambda: self._extensions("list"), "the shell", START_SECONDS)
+        subprocess.run(["xdotool", "key", "Escape"], env=self.environment, check=True)  # out of the overview
+
+    def _extensions(self, *words: str) -> bool:
+        return subprocess.run(["gnome-extensions", *words], env=self.environment, capture_output=True, check=False).returncode == 0
+
+    def start_panel(self) -> None:
+        until(lambda: self._extensions("enable", self._extension), "the extension")
+
+    def end_panel(self) -> None:
+        self._extensions("disable", self._extension)
+
+
+DESKTOPS: dict[str, type[Desktop]] = {"xfce": Xfce, "sway": Sway, "plasma": Plasma, "gnome": Gnome}

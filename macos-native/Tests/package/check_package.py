@@ -147,6 +147,17 @@ class PackageTest(unittest.TestCase):
         self.assertEqual(files_of_the_system() - before, set())
         self.assertEqual(before - files_of_the_system(), set())
 
+    def test_it_is_removed_whatever_is_left_of_its_folder(self) -> None:
+        folder = Path("/usr/share/nelo")
+        run("dpkg", "--install", PACKAGE)
+        shutil.rmtree(folder)
+        run("dpkg", "--remove", "nelo")
+        run("dpkg", "--install", PACKAGE)
+        (folder / "not-ours").touch()
+        run("dpkg", "--remove", "nelo")
+        self.assertEqual(list(folder.iterdir()), [folder / "not-ours"])
+        shutil.rmtree(folder)
+
     def test_a_running_program_survives_its_upgrade_and_its_removal(self) -> None:
         before = files_of_the_system()
         run("dpkg", "--install", PACKAGE)
