@@ -51,7 +51,7 @@ need_for_virtual_desktop() {
 
 need_for_driving() {
     need "what clicks, reads and takes pictures on a virtual desktop" xdotool at-spi2-core python3-gi gir1.2-atspi-2.0 \
-        imagemagick
+        imagemagick x11-utils
 }
 
 # Installs the npm package that Tests/e2e/mock-provider names, in build/mock-provider.

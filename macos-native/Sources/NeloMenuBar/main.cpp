@@ -5,8 +5,10 @@
 #include "ui/Alerts.h"
 
 #include <QApplication>
+#include <QIcon>
 
 #include <cstdio>
+#include <memory>
 
 namespace {
 
@@ -24,6 +26,15 @@ void ignoreRelativeBaseFolders()
 bool hasDisplay()
 {
     return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+/// The windows' icon. X11 desktops show what the window brings; on Wayland it follows from the .desktop file.
+QIcon windowIcon()
+{
+    QIcon icon;
+    for (const int side : {16, 32, 48, 128})
+        icon.addFile(QStringLiteral(":/icons/%1.png").arg(side));
+    return icon;
 }
 
 /// Why this start ends although it has asked no other one to come forward; nothing when it goes on.
@@ -54,18 +65,22 @@ int main(int argc, char* argv[])
             return 1;
     }
 
+    const QByteArray startupId = qgetenv("DESKTOP_STARTUP_ID"); // which Qt keeps for the first window
     QApplication application(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Nelo"));
     QApplication::setApplicationName(QStringLiteral("NeloMenuBar"));
     QApplication::setApplicationVersion(QStringLiteral(NELO_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("example.nelo.NeloMenuBar"));
     QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setWindowIcon(windowIcon());
     if (reason) {
         showAlert(nullptr, QStringLiteral("Nelo"), QString::fromUtf8(reason));
         return 1;
     }
 
-    NeloMenuBarApp delegate(makePlatform());
+    std::unique_ptr<Platform> platform = makePlatform();
+    platform->setActivationToken(startupId); // no window comes with this start
+    NeloMenuBarApp delegate(std::move(platform));
     // Before anything else of the end, which may take a while: a start that is answered now would leave no program.
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &instance, &SingleInstance::stopListening);
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &delegate,

@@ -3,12 +3,13 @@ from __future__ import annotations
 
 import os
 import signal
+import subprocess
 import tempfile
 import time
 import unittest
 from pathlib import Path
 
-from nelo import Nelo, TraylessNelo, launcher, launchers, open_chat, press, start_again, take_picture, type_text, until
+from nelo import Nelo, TraylessNelo, launcher, launchers, open_chat, press, start_again, take_picture, type_text, until, xdotool
 from tray import Tray
 
 LINGERING_BACKEND = """
@@ -75,6 +76,13 @@ class StatusAreaTest(unittest.TestCase):
             until(lambda: alert.is_active, "the alert in front")
             self.assertEqual([node.name for node in nelo.accessible.children() if node.role == "frame"], [chat.name])
             self.assertEqual(nelo.quit(), 0)
+
+    def test_its_windows_bring_an_icon(self) -> None:
+        with TraylessNelo() as nelo:
+            launcher(nelo)
+            window = xdotool("getactivewindow").strip()
+            done = subprocess.run(["xprop", "-id", window, "_NET_WM_ICON"], capture_output=True, text=True, check=True)
+            self.assertIn("Icon (128 x 128)", done.stdout)
 
     def test_every_entry_works_by_keyboard(self) -> None:
         with TraylessNelo() as nelo:

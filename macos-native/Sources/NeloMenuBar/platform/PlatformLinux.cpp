@@ -1,6 +1,7 @@
 #include "platform/MenuPosition.h"
 #include "platform/Platform.h"
 #include "platform/SparklesIcon.h"
+#include "platform/StartupNotification.h"
 #include "platform/StatusNotifierHost.h"
 #include "platform/StatusNotifierItem.h"
 #include "platform/XEmbedTray.h"
@@ -65,6 +66,7 @@ LinuxPlatform::LinuxPlatform()
 
 void LinuxPlatform::setActivationToken(const QByteArray& token)
 {
+    completeStartup(token);
     if (!token.isEmpty() && QGuiApplication::platformName() == QStringLiteral("wayland"))
         qputenv("XDG_ACTIVATION_TOKEN", token); // where Qt looks when it activates a window
 }

@@ -1,12 +1,13 @@
 #include "platform/XEmbedTray.h"
 
+#include "platform/XcbAtom.h"
+
 #include <QByteArray>
 #include <QGuiApplication>
 #include <QWidget>
 
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 #include <utility>
 
 #include <X11/extensions/XI2.h>
@@ -14,13 +15,6 @@
 #include <xcb/xcb.h>
 
 namespace {
-
-struct Free
-{
-    void operator()(void* memory) const { std::free(memory); } // as xcb has its answers released
-};
-
-template <typename Answer> using Owned = std::unique_ptr<Answer, Free>;
 
 xcb_connection_t* serverConnection()
 {
@@ -39,26 +33,19 @@ QByteArray selectionName()
     return "_NET_SYSTEM_TRAY_S" + QByteArray::number(screen);
 }
 
-xcb_atom_t atomCalled(xcb_connection_t* connection, const QByteArray& name)
-{
-    const auto asked = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.constData());
-    const Owned<xcb_intern_atom_reply_t> answer(xcb_intern_atom_reply(connection, asked, nullptr));
-    return answer ? answer->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-}
-
 /// Whether the end of `window` will be told; not when it has already come.
 bool watchForEnd(xcb_connection_t* connection, xcb_window_t window)
 {
     const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY; // what Qt asks for too, on the same connection
     const auto asked = xcb_change_window_attributes_checked(connection, window, XCB_CW_EVENT_MASK, &events);
-    const Owned<xcb_generic_error_t> failure(xcb_request_check(connection, asked));
+    const XcbReply<xcb_generic_error_t> failure(xcb_request_check(connection, asked));
     return !failure;
 }
 
 xcb_window_t ownerOf(xcb_connection_t* connection, xcb_atom_t selection)
 {
     const auto asked = xcb_get_selection_owner(connection, selection);
-    const Owned<xcb_get_selection_owner_reply_t> answer(xcb_get_selection_owner_reply(connection, asked, nullptr));
+    const XcbReply<xcb_get_selection_owner_reply_t> answer(xcb_get_selection_owner_reply(connection, asked, nullptr));
     return answer ? answer->owner : static_cast<xcb_window_t>(XCB_WINDOW_NONE);
 }
 
