@@ -8,5 +8,5 @@ struct ChatTarget;
 class QWidget;
 
 /// Asks for the API key of the provider in a masked field that starts with `storedKey`. Returns the key without the
-/// blanks around it, which may leave nothing of it, or nothing when the user cancelled. Runs an event loop.
+/// blanks around it; it may be empty. Returns nothing when the user cancelled. Runs an event loop.
 std::optional<QString> askForApiKey(QWidget* parent, const ChatTarget& target, const QString& storedKey);

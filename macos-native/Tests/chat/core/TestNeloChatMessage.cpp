@@ -3,9 +3,6 @@
 #include "support/Warnings.h"
 
 #include <QDateTime>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -45,29 +42,17 @@ private slots:
 
     void theListIsOneCompactArray()
     {
-        const QByteArray json = encodeChatMessages({goodMessage, messageOf(u"你好"_s)});
-        QVERIFY(json.startsWith("[{\"") && json.endsWith("\"}]"));
-        QVERIFY(!json.contains('\n') && !json.contains(' '));
-        const QJsonArray array = QJsonDocument::fromJson(json).array();
-        QCOMPARE(array.size(), 2);
-        const QJsonObject second{
-            {u"role"_s, u"assistant"_s}, {u"content"_s, u"你好"_s}, {u"createdAt"_s, u"2025-01-31T09:30:00Z"_s}};
-        QCOMPARE(array[1].toObject(), second); // these keys and no other
+        QCOMPARE(encodeChatMessages({}), QByteArray("[]"));
+        QCOMPARE(encodeChatMessages({goodMessage, messageOf(u"你好"_s)}),
+                 '[' + goodElement + R"(,{"role":"assistant","content":"你好","createdAt":"2025-01-31T09:30:00Z"}])");
     }
-
-    void noRecordsAreAnEmptyArray() { QCOMPARE(encodeChatMessages({}), QByteArray("[]")); }
 
     void anyTextComesBackAsItWas_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::newRow("an empty text") << QString();
         QTest::newRow("lines and tabs") << u"one\r\n\ttwo\n"_s;
         QTest::newRow("quotes and backslashes") << u"\"\\\"/"_s;
         QTest::newRow("markup") << u"<b>&amp;</b>"_s;
-        QTest::newRow("an emoji family") << u"👨‍👩‍👧‍👦"_s;
-        QTest::newRow("bidirectional text") << u"abc \u202eשלום\u202c مرحبا"_s;
-        QTest::newRow("combining marks") << u"e\u0301\u0323\u0308"_s;
-        QTest::newRow("line and paragraph separators") << u"a\u2028b\u2029c"_s;
         QTest::newRow("a zero character") << u"a"_s + QChar(0) + u"b"_s;
         QTest::newRow("a byte-order mark") << QString(QChar(0xfeff)) + u"a"_s;
         QTest::newRow("what is no character") << QString(QChar(0xffff));
@@ -123,12 +108,8 @@ private slots:
             return '[' + goodElement + ',' + element + ',' + goodElement + ']';
         };
         QTest::newRow("no bytes") << QByteArray();
-        QTest::newRow("only blanks") << QByteArray(" \n");
-        QTest::newRow("null") << QByteArray("null");
         QTest::newRow("an object instead of the array") << goodElement;
-        QTest::newRow("text") << QByteArray("hello");
         QTest::newRow("something after the array") << '[' + goodElement + "] x";
-        QTest::newRow("a comma after the last element") << '[' + goodElement + ",]";
         QTest::newRow("no role") << withGoodOnes(R"({"content":"x","createdAt":"x"})");
         QTest::newRow("no content") << withGoodOnes(R"({"role":"x","createdAt":"x"})");
         QTest::newRow("no createdAt") << withGoodOnes(R"({"role":"x","content":"x"})");
@@ -137,18 +118,9 @@ private slots:
         QTest::newRow("null for content") << withGoodOnes(R"({"role":"x","content":null,"createdAt":"x"})");
         QTest::newRow("a list for content") << withGoodOnes(R"({"role":"x","content":["x"],"createdAt":"x"})");
         QTest::newRow("a boolean for createdAt") << withGoodOnes(R"({"role":"x","content":"x","createdAt":true})");
-        QTest::newRow("an escape that JSON does not know")
-            << withGoodOnes(R"({"role":"x","content":"\x41","createdAt":"x"})");
-        QTest::newRow("a byte that is no UTF-8 behind a backslash")
-            << withGoodOnes("{\"role\":\"x\",\"content\":\"\\\xe5\",\"createdAt\":\"x\"}");
         QTest::newRow("a string among the objects") << withGoodOnes("\"x\"");
         QTest::newRow("a list among the objects") << withGoodOnes("[]");
         QTest::newRow("an empty object") << withGoodOnes("{}");
-        QTest::newRow("bytes that are not UTF-8")
-            << QByteArray("[{\"role\":\"\xff\",\"content\":\"\",\"createdAt\":\"\"}]");
-        QTest::newRow("half a character")
-            << QByteArray("[{\"role\":\"\xe4\xbd\",\"content\":\"\",\"createdAt\":\"\"}]");
-        QTest::newRow("UTF-16") << QByteArray("\xff\xfe[\0]\0", 6);
         QTest::newRow("a zero byte after it") << QByteArray("[]\0", 3);
         QTest::newRow("100,000 brackets") << QByteArray(100'000, '[');
     }

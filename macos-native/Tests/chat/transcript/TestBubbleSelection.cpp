@@ -47,41 +47,25 @@ private slots:
         QTEST(static_cast<int>(selection.cursor()), "cursor");
     }
 
-    void selectsEverything()
+    void aKeyMovesTheEndThatMovedLast()
     {
         BubbleSelection selection;
         selection.selectAll(m_text);
         QCOMPARE(selected(selection), m_text);
-
         selection.moveTo(m_text, 3);
         QCOMPARE(selected(selection), u"one"_s); // it began at the start
-    }
 
-    void aKeyMovesTheEndThatMovedLast()
-    {
-        BubbleSelection selection;
         selection.begin(m_text, 7, Unit::Letter);
         selection.extendTo(m_text, 4);
         selection.moveTo(m_text, 5);
         QCOMPARE(selected(selection), u"wo"_s);
-
         selection.moveTo(m_text, 9);
         QCOMPARE(selected(selection), u" t"_s); // past where it began
-    }
 
-    void aKeyMovesByLettersAfterADragByWords()
-    {
-        BubbleSelection selection;
         selection.begin(m_text, 5, Unit::Word);
         selection.moveTo(m_text, 9);
-        QCOMPARE(selected(selection), u"two t"_s);
-    }
+        QCOMPARE(selected(selection), u"two t"_s); // by letters after a drag by words
 
-    void isEmptyOnceCleared()
-    {
-        BubbleSelection selection;
-        QVERIFY(selection.isEmpty());
-        selection.selectAll(m_text);
         QVERIFY(!selection.isEmpty());
         selection.clear();
         QVERIFY(selection.isEmpty());

@@ -5,7 +5,7 @@
 #include <optional>
 #include <variant>
 
-/// What the provider answered.
+/// The provider's reply.
 struct ChatText
 {
     QString text;
@@ -13,7 +13,7 @@ struct ChatText
     bool operator==(const ChatText&) const = default;
 };
 
-/// A request that was refused, by us or by the other side.
+/// A request that the provider or the client refused.
 struct NeloChatError
 {
     QString message;
@@ -22,7 +22,7 @@ struct NeloChatError
     bool operator==(const NeloChatError&) const = default;
 };
 
-/// A transfer that failed, in the network library's words where it has any.
+/// A transfer that failed, in the network library's words.
 struct ChatTransportError
 {
     QString text;

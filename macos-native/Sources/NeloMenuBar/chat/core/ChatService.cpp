@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Stands in for what could not be loaded.
+/// The service when the library could not be loaded.
 class MissingChatService final : public ChatService
 {
 public:

@@ -8,10 +8,10 @@
 #include <functional>
 #include <memory>
 
-/// Asks the providers' chat-completions endpoints. For the main thread.
+/// Sends conversations to the providers' chat-completions endpoints. Only the main thread may call.
 ///
-/// The idle program must not carry the network library, so whoever asks goes through this interface, and what
-/// implements it is loaded with the first question.
+/// The program loads the implementation, and with it the network library, with the first message: the idle program has
+/// no need of them.
 class ChatService
 {
 public:
@@ -22,14 +22,15 @@ public:
     ChatService& operator=(const ChatService&) = delete;
     virtual ~ChatService() = default;
 
-    /// Sends the conversation to the endpoint of `provider` and calls `completion` once, when the exchange has ended;
-    /// at once when the endpoint's URL is invalid. `apiKey` goes to that endpoint's origin only. Several calls may be
-    /// under way; each completes when its reply is there. A call whose service is gone does not complete.
+    /// Sends the conversation to the endpoint of `provider`, and calls `completion` once when the exchange has ended,
+    /// or before it returns when the endpoint's URL is invalid. `apiKey` goes to that endpoint's origin only. Several
+    /// calls may be in flight; each completes when its reply is there. The destructor drops all that have not
+    /// completed.
     virtual void callChatAPI(const QString& provider, const QString& model, const QList<NeloChatMessage>& messages,
                              const QString& apiKey, const Completion& completion) = 0;
 };
 
-/// What the loadable library exports.
+/// The interface that the loadable library exports.
 class ChatServiceFactory
 {
 public:
@@ -41,10 +42,11 @@ public:
     virtual std::unique_ptr<ChatService> makeChatService() const = 0;
 };
 
-/// Has the version in it: a program that runs while it is upgraded must not load the library of its successor.
+/// It contains the version: a program that runs while it is upgraded must not load the library of its successor.
 #define ChatServiceFactory_iid "nelo.ChatServiceFactory/" NELO_VERSION
 Q_DECLARE_INTERFACE(ChatServiceFactory, ChatServiceFactory_iid)
 
-/// Loads what asks the endpoints from `file`, by default the library that is installed with the program. Never null:
-/// when it cannot be loaded, what comes back completes every call at once with a failure that says why.
+/// Loads the implementation from `file`, by default the library that is installed with the program. Never returns null:
+/// when the library cannot be loaded, the service that is returned completes every call at once with a failure that
+/// gives the reason.
 std::unique_ptr<ChatService> loadChatService(const QString& file = QString());

@@ -2,17 +2,17 @@
 
 class TranscriptView;
 
-/// What assistive technology is told about a transcript: a list whose items are the bubbles. None of them is a widget,
-/// so Qt cannot find them itself.
+/// What assistive technology reads of a transcript: a list whose items are the bubbles. A bubble is no widget, so Qt
+/// cannot find it by itself.
 namespace TranscriptAccessible {
 
-/// Has Qt ask here about transcripts; more than once does no harm.
+/// Tells Qt how to make the interface of a transcript. Calls after the first have no effect.
 void install();
 
-/// Tells that the newest bubble came.
+/// Announces that a bubble was appended.
 void announceNewest(TranscriptView* view);
 
-/// Tells which bubble has the keyboard now.
+/// Announces which bubble has the keyboard.
 void announceFocus(TranscriptView* view);
 
 } // namespace TranscriptAccessible

@@ -1,17 +1,96 @@
 #include "chat/transcript/TranscriptArea.h"
 
-#include "chat/transcript/BubblePainter.h"
+#include "ui/Colors.h"
 
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScopedValueRollback>
 #include <QScrollBar>
+#include <QTextCharFormat>
 
 #include <algorithm>
 
 namespace {
 
 constexpr int roomBelow = 120; // between the newest bubble and the end of the document
+
+/// What to show of one row beside its text.
+struct RowState
+{
+    TextRange selection;
+    bool hasFocus = false;
+};
+
+struct BubbleColors
+{
+    QColor background;
+    QColor border;
+    QColor text;
+    QColor focus;
+    QColor selection;
+    QColor selectedText;
+};
+
+BubbleColors colorsOf(Speaker speaker, const QPalette& palette)
+{
+    if (speaker == Speaker::User) {
+        const QColor blue = QColor::fromRgbF(0.2F, 0.47F, 0.94F);
+        return {blue, blue, Qt::white, Qt::white, palette.color(QPalette::Base), palette.color(QPalette::Text)};
+    }
+    return {Colors::white(0.98),
+            Colors::white(0.86),
+            palette.color(QPalette::WindowText),
+            palette.color(QPalette::Highlight),
+            palette.color(QPalette::Highlight),
+            palette.color(QPalette::HighlightedText)};
+}
+
+/// The part of a bubble that touches `clip` and the corners beyond it: what a painter can still count of one that is
+/// millions of pixels high.
+QRectF paintable(const QRect& bubble, const QRect& clip)
+{
+    constexpr int beyond = 2 * TranscriptLayout::bubbleRadius;
+    const int top = std::max(bubble.top(), clip.top() - beyond);
+    const int bottom = std::min(bubble.bottom(), clip.bottom() + beyond);
+    return QRect(bubble.left(), top, bubble.width(), bottom - top + 1);
+}
+
+void paintBackground(QPainter& painter, const QRectF& bubble, const BubbleColors& colors, bool hasFocus)
+{
+    constexpr double radius = TranscriptLayout::bubbleRadius;
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(colors.border, 1));
+    painter.setBrush(colors.background);
+    painter.drawRoundedRect(bubble.adjusted(0.5, 0.5, -0.5, -0.5), radius - 0.5, radius - 0.5);
+    if (!hasFocus)
+        return;
+    painter.setPen(QPen(colors.focus, 2));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRoundedRect(bubble.adjusted(3, 3, -3, -3), radius - 3, radius - 3);
+}
+
+/// Draws row `index` of `rows`, of which the first `scrolledBy` pixels lie above the view. Only what lies in `clip`
+/// need be drawn.
+void paintRow(QPainter& painter, const TranscriptLayout& rows, int index, int scrolledBy, const QRect& clip,
+              const QPalette& palette, const RowState& state)
+{
+    const Bubble& bubble = rows.bubble(index);
+    const BubbleColors colors = colorsOf(bubble.speaker(), palette);
+
+    painter.setFont(rows.speakerFont());
+    painter.setPen(Colors::secondaryText(palette));
+    painter.drawText(rows.speakerRect(index).translated(0, -scrolledBy), static_cast<int>(Qt::AlignLeft),
+                     nameOf(bubble.speaker()));
+
+    paintBackground(painter, paintable(rows.bubbleRect(index).translated(0, -scrolledBy), clip), colors,
+                    state.hasFocus);
+
+    QTextCharFormat selected;
+    selected.setBackground(colors.selection);
+    selected.setForeground(colors.selectedText);
+    painter.setPen(colors.text);
+    bubble.draw(painter, rows.textOrigin(index) - QPoint(0, scrolledBy), clip, state.selection, selected);
+}
 
 } // namespace
 
@@ -52,7 +131,7 @@ void TranscriptArea::clear()
     m_rows.clear();
     m_isAtEnd = true;
     m_place.reset();
-    settle();
+    layOutVisibleRows();
     viewport()->update();
 }
 
@@ -64,7 +143,7 @@ void TranscriptArea::append(Speaker speaker, const QString& text)
     if (!isVisible())
         return; // nothing is laid out before it can be seen
     const int before = scrolledBy();
-    settle();
+    layOutVisibleRows();
     viewport()->scroll(0, before - scrolledBy());
     viewport()->update(viewport()->rect().adjusted(0, m_rows.rowRect(count() - 1).top() - scrolledBy(), 0, 0));
 }
@@ -125,11 +204,11 @@ void TranscriptArea::resizeEvent(QResizeEvent* event)
 
 void TranscriptArea::scrollContentsBy(int /*dx*/, int dy)
 {
-    if (m_isSettling)
+    if (m_isLayingOut)
         return;
     m_isAtEnd = scrolledBy() == verticalScrollBar()->maximum();
     m_place.reset();
-    if (settle() == 0)
+    if (layOutVisibleRows() == 0)
         viewport()->scroll(0, dy);
     else
         viewport()->update();
@@ -138,7 +217,7 @@ void TranscriptArea::scrollContentsBy(int /*dx*/, int dy)
 void TranscriptArea::showEvent(QShowEvent* event)
 {
     QAbstractScrollArea::showEvent(event);
-    settle();
+    layOutVisibleRows();
 }
 
 int TranscriptArea::scrolledBy() const
@@ -180,17 +259,17 @@ void TranscriptArea::returnTo(const ReadingPlace& place)
     if (!m_isAtEnd && place.index < count()) {
         const int top =
             place.position ? m_rows.caretRect(place.index, *place.position).top() : m_rows.rowRect(place.index).top();
-        const QScopedValueRollback settling(m_isSettling, true);
+        const QScopedValueRollback layingOut(m_isLayingOut, true);
         adjustScrollBar();
         verticalScrollBar()->setValue(top - place.offset);
     }
-    settle();
+    layOutVisibleRows();
     viewport()->update();
 }
 
 void TranscriptArea::adjustScrollBar()
 {
-    const QScopedValueRollback settling(m_isSettling, true);
+    const QScopedValueRollback layingOut(m_isLayingOut, true);
     const int height = viewport()->height();
     verticalScrollBar()->setPageStep(height);
     verticalScrollBar()->setRange(0, std::max(0, m_rows.height() + roomBelow - height));
@@ -198,13 +277,13 @@ void TranscriptArea::adjustScrollBar()
 
 /// Lays out what is in sight until all of it is, and brings the scroll bar in line with the heights that came out.
 /// Returns how far what was in sight has moved on the screen, which it should not.
-int TranscriptArea::settle()
+int TranscriptArea::layOutVisibleRows()
 {
-    const QScopedValueRollback settling(m_isSettling, true);
+    const QScopedValueRollback layingOut(m_isLayingOut, true);
     QScrollBar* bar = verticalScrollBar();
     const int height = viewport()->height();
     int expected = scrolledBy();
-    for (bool isSettled = false; !isSettled;) {
+    for (bool isDone = false; !isDone;) {
         adjustScrollBar();
         if (m_isAtEnd)
             bar->setValue(bar->maximum());
@@ -213,7 +292,7 @@ int TranscriptArea::settle()
         adjustScrollBar();
         bar->setValue(m_isAtEnd ? bar->maximum() : top + moved);
         expected += moved;
-        isSettled = scrolledBy() == top + moved;
+        isDone = scrolledBy() == top + moved;
     }
     if (m_rows.takeHasWidened())
         viewport()->update();

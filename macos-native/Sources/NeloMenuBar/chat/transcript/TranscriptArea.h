@@ -66,10 +66,10 @@ private:
     ReadingPlace placeOfRow(int index) const;
     void returnTo(const ReadingPlace& place);
     void adjustScrollBar();
-    int settle();
+    int layOutVisibleRows();
 
     TranscriptLayout m_rows;
     std::optional<ReadingPlace> m_place; // kept over a series of resizes, so that they do not add up to a drift
     bool m_isAtEnd = true;
-    bool m_isSettling = false;
+    bool m_isLayingOut = false;
 };
