@@ -203,17 +203,21 @@ class Gnome(Desktop):
         }
         self.run("gnome-shell", "--nested", "--wayland", "--unsafe-mode")
         self._await_wayland()
-        until(lambda: self._extensions("list"), "the shell", START_SECONDS)
-        subprocess.run(["xdotool", "key", "Escape"], env=self.environment, check=True)  # out of the overview
+        until(lambda: self._evaluate("true"), "the shell", START_SECONDS)
+        self._evaluate("Main.overview.hide()")
 
-    def _extensions(self, *words: str) -> bool:
-        return subprocess.run(["gnome-extensions", *words], env=self.environment, capture_output=True, check=False).returncode == 0
+    def _evaluate(self, script: str) -> bool:
+        """Runs a line of JavaScript in the shell."""
+        done = subprocess.run(["gdbus", "call", "--session", "--dest", "org.gnome.Shell", "--object-path", "/org/gnome/Shell",
+                               "--method", "org.gnome.Shell.Eval", script], env=self.environment, capture_output=True, text=True,
+                              check=False)
+        return done.stdout.startswith("(true,")
 
     def start_panel(self) -> None:
-        until(lambda: self._extensions("enable", self._extension), "the extension")
+        assert self._evaluate(f"Main.extensionManager.enableExtension('{self._extension}')")
 
     def end_panel(self) -> None:
-        self._extensions("disable", self._extension)
+        self._evaluate(f"Main.extensionManager.disableExtension('{self._extension}')")
 
 
 DESKTOPS: dict[str, type[Desktop]] = {"xfce": Xfce, "sway": Sway, "plasma": Plasma, "gnome": Gnome}

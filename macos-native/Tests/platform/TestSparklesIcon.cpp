@@ -82,11 +82,22 @@ private slots:
         QVERIFY(extremes(drawn) > extremes(enlarged)); // edges are one pixel wide, not smeared over two
     }
 
-    void leavesItsCornersClear()
+    void noRayIsCut()
     {
-        const QImage image = sparklesIcon().pixmap(24, 24).toImage();
-        QCOMPARE(image.pixelColor(0, 0).alpha(), 0);
-        QCOMPARE(image.pixelColor(0, 23).alpha(), 0);
+        constexpr int side = 480;
+        const QImage image = sparklesIcon().pixmap(side, side).toImage();
+        for (int i = 0; i < side; ++i) {
+            for (const QPoint at : {QPoint(i, 0), QPoint(i, side - 1), QPoint(0, i), QPoint(side - 1, i)})
+                QCOMPARE(image.pixelColor(at).alpha(), 0);
+        }
+    }
+
+    void isFilledOnALightPanel()
+    {
+        for (const int side : {16, 18, 22, 24, 32, 48}) {
+            const QColor heart = onPanel(side, Qt::white).pixelColor(qRound(side * 0.4), qRound(side * 0.57));
+            QVERIFY(Colors::contrast(heart, Qt::white) >= 4.5); // no outline of a star
+        }
     }
 };
 

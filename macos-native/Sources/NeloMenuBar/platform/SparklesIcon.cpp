@@ -15,12 +15,12 @@ struct Star
     double ray = 0;
 };
 
-constexpr std::array<Star, 3> stars{{{{0.42, 0.55}, 0.40}, {{0.80, 0.22}, 0.20}, {{0.82, 0.80}, 0.15}}};
+constexpr std::array<Star, 3> stars{{{{0.40, 0.57}, 0.33}, {{0.77, 0.24}, 0.16}, {{0.79, 0.80}, 0.13}}};
 
 /// A four-point star: its edges are curves that bend in towards the centre.
 void addStar(QPainterPath& path, const Star& star)
 {
-    const double waist = star.ray * 0.16; // how far from the centre the curves come
+    const double waist = star.ray * 0.22; // how far from the centre the curves come
     const std::array<QPointF, 4> tips{QPointF(0, -star.ray), QPointF(star.ray, 0), QPointF(0, star.ray),
                                       QPointF(-star.ray, 0)};
     const std::array<QPointF, 4> bends{QPointF(waist, -waist), QPointF(waist, waist), QPointF(-waist, waist),
@@ -43,15 +43,16 @@ class SparklesIconEngine final : public QIconEngine
 public:
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode /*mode*/, QIcon::State /*state*/) override
     {
-        // A panel may be light or dark and does not say: a light shape within a dark edge stands out on both.
+        // A panel may be light or dark and does not say: a dark shape within a light edge stands out on both, and the
+        // edge is not seen on a light one.
         const double side = qMin(rect.width(), rect.height());
         painter->save();
         painter->setRenderHint(QPainter::Antialiasing);
         painter->translate(rect.center() + QPointF(0.5, 0.5) - QPointF(side, side) / 2);
         painter->scale(side, side);
         const QPainterPath shape = sparkles();
-        painter->strokePath(shape, QPen(QColor(24, 33, 52), 0.13, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-        painter->fillPath(shape, QColor(255, 255, 255));
+        painter->strokePath(shape, QPen(Qt::white, 0.12, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        painter->fillPath(shape, QColor(24, 54, 150));
         painter->restore();
     }
 
