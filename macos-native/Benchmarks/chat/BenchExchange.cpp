@@ -65,8 +65,7 @@ void compare(const QString& kind, const QString& url, const QByteArray& authorit
     for (const int length : {2000, 20'000, 200'000}) {
         const QString text(length, u'x');
         ChatClient client(limits);
-        QObject context;
-        const std::unique_ptr<CurlWorker> worker = CurlWorker::start(&context, limits, [] {});
+        const std::unique_ptr<CurlWorker> worker = CurlWorker::start(limits);
         CurlHandle curl(url, authoritiesFile);
         const auto bare = [&curl, &text] { return curl.exchange(text.toLatin1()); };
         Pairs::compare((QStringLiteral("chat exchange of bytes") + kind).toStdString(), length, 51,

@@ -158,6 +158,7 @@ void HttpServer::accept()
 {
     while (QTcpSocket* connection = m_server->nextPendingConnection()) {
         ++m_connectionCount;
+        connection->setSocketOption(QAbstractSocket::LowDelayOption, 1); // as servers do: an answer waits for nothing
         connect(connection, &QTcpSocket::readyRead, this, [this, connection] { read(connection); });
         connect(connection, &QTcpSocket::disconnected, this, [this, connection] {
             m_unread.remove(connection);

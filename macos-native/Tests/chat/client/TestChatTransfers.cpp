@@ -55,7 +55,7 @@ HttpAnswer brokenOff(const HttpAnswer& answer, qsizetype missing)
 /// An answer of `head` and `body`, after which the connection closes.
 HttpAnswer answerOf(const QByteArray& head, const QByteArray& body)
 {
-    return HttpAnswer::rawThenClose("HTTP/1.1 200 OK\r\n" + head + "\r\n" + body);
+    return HttpAnswer::rawThenClose("HTTP/1.1 200 OK\r\nConnection: close\r\n" + head + "\r\n" + body);
 }
 
 void addRow(const char* name, const HttpAnswer& answer, const char* outcome)

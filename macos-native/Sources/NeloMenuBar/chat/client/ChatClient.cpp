@@ -65,12 +65,21 @@ void ChatClient::callChatAPI(const QString& provider, const QString& model, cons
     send(std::make_shared<Exchange>(Exchange{{*url, apiKey, chatRequestBody(model, messages)}, completion}));
 }
 
+/// Returns whether there is a worker now.
+bool ChatClient::startWorker()
+{
+    if (m_worker)
+        return true;
+    m_worker = CurlWorker::start(m_limits);
+    if (m_worker)
+        connect(m_worker.get(), &CurlWorker::rested, this, &ChatClient::endWorker);
+    return m_worker != nullptr;
+}
+
 void ChatClient::send(const std::shared_ptr<Exchange>& exchange)
 {
     std::optional<ChatTransportError> obstacle = obstacleTo(exchange->request);
-    if (!obstacle && !m_worker)
-        m_worker = CurlWorker::start(this, m_limits, [this] { rest(); });
-    if (!obstacle && !m_worker)
+    if (!obstacle && !startWorker())
         obstacle = curlFailure(exchange->request.url, CURLE_FAILED_INIT);
     if (obstacle) {
         const ChatTransfer failure{obstacle, std::nullopt, std::nullopt};
@@ -106,8 +115,8 @@ void ChatClient::conclude(const std::shared_ptr<Exchange>& exchange, const ChatT
     exchange->completion(verdict.outcome); // last: it may end this client
 }
 
-/// Ends the thread, and with it the connections that were kept.
-void ChatClient::rest()
+/// Ends the worker's thread, and the connections that it kept.
+void ChatClient::endWorker()
 {
     if (m_underWay == 0) // otherwise a call has come meanwhile
         m_worker.reset();

@@ -25,10 +25,11 @@ public:
 private:
     struct Exchange;
 
+    bool startWorker();
     void send(const std::shared_ptr<Exchange>& exchange);
     void receive(const std::shared_ptr<Exchange>& exchange, const ChatTransfer& transfer);
     void conclude(const std::shared_ptr<Exchange>& exchange, const ChatTransfer& transfer);
-    void rest();
+    void endWorker();
 
     TransferLimits m_limits;
     int m_underWay = 0; // exchanges

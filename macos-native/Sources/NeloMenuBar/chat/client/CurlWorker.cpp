@@ -14,8 +14,8 @@ namespace {
 
 constexpr int maxTransfers = 6; // at once, with one origin
 
-/// Leaves the process's signals to other threads, and SIGPIPE to nobody: writing fails instead.
-void blockSignals()
+/// Blocks all signals of this thread. SIGPIPE is then nobody's: writing fails instead.
+void leaveSignalsToOthers()
 {
     sigset_t all;
     sigfillset(&all);
@@ -30,12 +30,11 @@ bool isLibraryReady()
 
 } // namespace
 
-std::unique_ptr<CurlWorker> CurlWorker::start(QObject* context, const TransferLimits& limits,
-                                              std::function<void()> rested)
+std::unique_ptr<CurlWorker> CurlWorker::start(const TransferLimits& limits)
 {
     if (!isLibraryReady())
         return nullptr;
-    std::unique_ptr<CurlWorker> worker(new CurlWorker(context, limits, std::move(rested)));
+    std::unique_ptr<CurlWorker> worker(new CurlWorker(limits));
     if (!worker->m_multi || curl_multi_wakeup(worker->m_multi.get()) != CURLM_OK)
         return nullptr;
     try {
@@ -46,11 +45,12 @@ std::unique_ptr<CurlWorker> CurlWorker::start(QObject* context, const TransferLi
     return worker;
 }
 
-CurlWorker::CurlWorker(QObject* context, TransferLimits limits, std::function<void()> rested)
-    : m_context(context), m_limits(std::move(limits)), m_rested(std::move(rested)),
-      m_multi(curl_multi_init(), curl_multi_cleanup), m_lastWork(CurlTransfer::Clock::now()), m_lastLook(m_lastWork),
-      m_lastWallTime(m_limits.wallClock())
-{}
+CurlWorker::CurlWorker(TransferLimits limits)
+    : m_limits(std::move(limits)), m_multi(curl_multi_init(), curl_multi_cleanup),
+      m_lastWork(CurlTransfer::Clock::now()), m_lastLook(m_lastWork), m_lastWallTime(m_limits.wallClock())
+{
+    connect(this, &CurlWorker::ended, this, &CurlWorker::complete, Qt::QueuedConnection);
+}
 
 CurlWorker::~CurlWorker()
 {
@@ -74,7 +74,7 @@ void CurlWorker::send(const ChatRequest& request, const Completion& completion)
 
 void CurlWorker::run()
 {
-    blockSignals();
+    leaveSignalsToOthers();
     while (!m_isToEnd) {
         noticeSleep();
         while (std::optional<Job> job = takeWaiting())
@@ -142,12 +142,26 @@ void CurlWorker::end(CURL* handle, CURLcode code)
 {
     const auto found = std::find_if(m_jobs.begin(), m_jobs.end(),
                                     [handle](const Job& job) { return job.transfer->handle() == handle; });
-    const Job job = std::move(*found);
+    Job job = std::move(*found);
     m_jobs.erase(found);
-    const ChatTransfer result = job.transfer->result(code);
+    job.result = job.transfer->result(code);
     curl_multi_remove_handle(m_multi.get(), handle);
+    job.transfer.reset();
     m_lastWork = CurlTransfer::Clock::now();
-    tell([completion = job.completion, result] { completion(result); });
+    {
+        const std::lock_guard lock(m_mutex);
+        m_ended.push_back(std::move(job));
+    }
+    emit ended();
+}
+
+void CurlWorker::complete()
+{
+    std::unique_lock lock(m_mutex);
+    const Job job = std::move(m_ended.front());
+    m_ended.pop_front();
+    lock.unlock();
+    job.completion(job.result); // last: it may end this
 }
 
 void CurlWorker::tellOfRest()
@@ -155,7 +169,7 @@ void CurlWorker::tellOfRest()
     if (m_hasRested || !m_jobs.empty() || CurlTransfer::Clock::now() < m_lastWork + m_limits.idleness)
         return;
     m_hasRested = true;
-    tell(m_rested);
+    emit rested();
 }
 
 /// How long nothing is to be done unless libcurl or a new job says so.
@@ -167,9 +181,4 @@ std::chrono::milliseconds CurlWorker::timeout() const
     for (const Job& job : m_jobs)
         until = std::min(until, job.transfer->deadline());
     return std::max(0ms, std::chrono::ceil<std::chrono::milliseconds>(until - CurlTransfer::Clock::now()));
-}
-
-void CurlWorker::tell(std::function<void()> message) const
-{
-    QMetaObject::invokeMethod(m_context, std::move(message), Qt::QueuedConnection);
 }

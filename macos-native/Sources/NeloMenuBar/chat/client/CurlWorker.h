@@ -5,28 +5,33 @@
 #include <QObject>
 
 #include <atomic>
+#include <deque>
 #include <mutex>
 #include <thread>
 #include <vector>
 
 /// A thread that makes transfers, several at once, and keeps their connections for later ones.
-class CurlWorker final
+class CurlWorker final : public QObject
 {
+    Q_OBJECT
+
 public:
     using Completion = std::function<void(const ChatTransfer&)>;
 
-    /// Starts the thread. What it has to tell is called in the thread of `context`, as long as that lives: completions,
-    /// and `rested` when there was nothing to do for as long as connections are kept. Null when there is no thread, or
-    /// no descriptor to wake it with.
-    static std::unique_ptr<CurlWorker> start(QObject* context, const TransferLimits& limits,
-                                             std::function<void()> rested);
-    CurlWorker(const CurlWorker&) = delete;
-    CurlWorker& operator=(const CurlWorker&) = delete;
+    /// Starts the thread. Returns null when there is none to be had, or no descriptor to wake it with.
+    static std::unique_ptr<CurlWorker> start(const TransferLimits& limits);
     /// Gives up the transfers under way, which do not complete, and closes the connections.
-    ~CurlWorker();
+    ~CurlWorker() override;
 
-    /// Sends a request, as soon as there are few enough connections to its origin. `completion` is called once.
+    /// Sends a request, as soon as there are few enough transfers with its origin. `completion` is called once, in the
+    /// thread that this object lives in, and may end it.
     void send(const ChatRequest& request, const Completion& completion);
+
+signals:
+    /// There was nothing to do for as long as connections are kept.
+    void rested();
+    /// For the object itself.
+    void ended();
 
 private:
     struct Job
@@ -34,9 +39,10 @@ private:
         std::unique_ptr<CurlTransfer> transfer;
         QString origin;
         Completion completion;
+        ChatTransfer result{};
     };
 
-    CurlWorker(QObject* context, TransferLimits limits, std::function<void()> rested);
+    explicit CurlWorker(TransferLimits limits);
     void run();
     std::optional<Job> takeWaiting();
     void begin(Job job);
@@ -45,15 +51,14 @@ private:
     void end(CURL* handle, CURLcode code);
     void tellOfRest();
     std::chrono::milliseconds timeout() const;
-    void tell(std::function<void()> message) const;
+    void complete();
 
-    QObject* m_context;
     TransferLimits m_limits;
-    std::function<void()> m_rested;
     std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> m_multi;
     std::atomic<bool> m_isToEnd{false};
     std::mutex m_mutex;
-    std::vector<Job> m_waiting; // guarded by the mutex; oldest first
+    std::deque<Job> m_waiting; // guarded by the mutex; oldest first, and so are these:
+    std::deque<Job> m_ended;   // which have not completed
 
     // The thread's own
     std::vector<Job> m_jobs; // under way
