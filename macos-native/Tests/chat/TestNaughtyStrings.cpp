@@ -106,7 +106,7 @@ private slots:
     void everyStringComesBackAsItWas()
     {
         QFETCH(QStringList, strings);
-        openWithKey();
+        m_chat->openWithKeys();
         m_chat->server.answerBy(
             [](const HttpRequest& request) { return HttpAnswer::message(200, replyBody(questionOf(request))); });
         QStringList conversation = m_chat->bubbles();
@@ -139,7 +139,7 @@ private slots:
 
     void stringsOfBlanksAreNotSent()
     {
-        openWithKey();
+        m_chat->openWithKeys();
         int count = 0;
         for (const QString& string : Corpora::naughtyStrings()) {
             if (!questionFrom(string).isEmpty())
@@ -159,7 +159,7 @@ private slots:
     /// All of them in one refusal: an alert for each would take long.
     void everyStringIsRefusedInItsOwnWords()
     {
-        openWithKey();
+        m_chat->openWithKeys();
         const QString body = Corpora::naughtyStrings().join(u'\n');
         m_chat->server.answerEach(HttpAnswer::message(500, body.toUtf8()));
         const DialogRobot::Shown alert = answerDialog([this] { m_chat->send(u"What is the time?"_s); });
@@ -170,12 +170,6 @@ private slots:
     }
 
 private:
-    void openWithKey() const
-    {
-        QVERIFY(!ApiKeyStore().setKeys({{u"openai"_s, u"sk-naughty"_s}}));
-        m_chat->open();
-    }
-
     /// Event by event, for Qt's own ways of waiting sleep between two looks, and there are hundreds of answers.
     bool waitForAnswer() const
     {

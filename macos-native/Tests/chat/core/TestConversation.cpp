@@ -333,18 +333,6 @@ private slots:
         QCOMPARE(storedMessages(), conversation.messages());
     }
 
-    void aReadOnlyHomeDoesNotHinderTheChat()
-    {
-        const SmallDisk disk;
-        qputenv("HOME", QFile::encodeName(disk.path()));
-        disk.makeReadOnly();
-        Conversation conversation(never);
-        conversation.load();
-        conversation.persistMessages();
-        QCOMPARE(Files::names(disk.path()), QStringList());
-        QCOMPARE(conversation.messages().size(), 1);
-    }
-
     void theMainThreadDoesNotEncode()
     {
         // 20 MB take some ten times as long to encode as the main thread may be held up.

@@ -81,63 +81,36 @@ private slots:
         QVERIFY(mixed.caretRect(start + hebrew.size()).x() < mixed.caretRect(start + hebrew.size() - 2).x());
     }
 
-    void findsThePositionUnderAPoint_data()
-    {
-        QTest::addColumn<QPointF>("point");
-        QTest::addColumn<int>("position");
-
-        QTest::newRow("above everything") << QPointF(0, -100) << 0;
-        QTest::newRow("left of the first line") << QPointF(-50, 2) << 0;
-        QTest::newRow("right of the first line") << QPointF(width, 2) << 3;
-        QTest::newRow("in the second line, left") << QPointF(-50, 1.5) << 4;
-        QTest::newRow("below everything, right") << QPointF(width, 100) << 7;
-    }
-
     void findsThePositionUnderAPoint()
     {
-        QFETCH(QPointF, point);
         const ChunkLayout lines = layout(u"one\ntwo"_s);
-        const int line = lines.height() / 2;
-        if (qAbs(point.y() - 1.5) < 0.1)
-            point.setY(1.5 * line);
-        QTEST(static_cast<int>(lines.positionAt(point)), "position");
-    }
-
-    void theBorderOfTwoLinesBelongsToTheLower_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::newRow("of two paragraphs") << u"one\ntwo"_s;
-        QTest::newRow("of a paragraph that is broken") << u"m"_s.repeated(40);
+        const double inSecond = lines.height() * 0.75;
+        QCOMPARE(lines.positionAt({0, -100}), 0); // above everything
+        QCOMPARE(lines.positionAt({-50, 2}), 0);
+        QCOMPARE(lines.positionAt({width, 2}), 3);
+        QCOMPARE(lines.positionAt({-50, inSecond}), 4);
+        QCOMPARE(lines.positionAt({width, 100}), 7); // below everything
     }
 
     void theBorderOfTwoLinesBelongsToTheLower()
     {
-        QFETCH(QString, text);
-        const ChunkLayout lines = layout(text);
-        const qsizetype second = text.startsWith(u'o') ? 4 : lines.lineAt(0).end();
-        const double border = lines.caretRect(second).top();
-        QVERIFY(border > 0);
-        QCOMPARE(lines.positionAt({0, border}), second);
-        QCOMPARE(lines.positionAt({0, border - 1}), 0);
-    }
-
-    void everyCaretIsFoundAgain_data()
-    {
-        QTest::addColumn<QString>("text");
-
-        QTest::newRow("Latin over several lines")
-            << u"The quick brown fox jumps over the lazy dog, twice a day. "_s.repeated(3);
-        QTest::newRow("Chinese") << u"今天天气很好，我们去公园。"_s.repeated(4);
-        QTest::newRow("several paragraphs") << u"one\ntwo\n\nfour"_s;
+        for (const QString& text : {u"one\ntwo"_s, u"m"_s.repeated(40)}) {
+            const ChunkLayout lines = layout(text);
+            const qsizetype second = text.startsWith(u'o') ? 4 : lines.lineAt(0).end();
+            const double border = lines.caretRect(second).top();
+            QVERIFY(border > 0);
+            QCOMPARE(lines.positionAt({0, border}), second);
+            QCOMPARE(lines.positionAt({0, border - 1}), 0);
+        }
     }
 
     void everyCaretIsFoundAgain()
     {
-        QFETCH(QString, text);
-        const ChunkLayout lines = layout(text);
-        for (qsizetype position = 0; position < text.size(); ++position) {
-            const QRectF caret = lines.caretRect(position);
-            QCOMPARE(lines.positionAt(caret.center()), position);
+        for (const QString& text : {u"The quick brown fox jumps over the lazy dog, twice a day. "_s.repeated(3),
+                                    u"今天天气很好，我们去公园。"_s.repeated(4), u"one\ntwo\n\nfour"_s}) {
+            const ChunkLayout lines = layout(text);
+            for (qsizetype position = 0; position < text.size(); ++position)
+                QCOMPARE(lines.positionAt(lines.caretRect(position).center()), position);
         }
     }
 

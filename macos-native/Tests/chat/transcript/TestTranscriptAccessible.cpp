@@ -51,6 +51,8 @@ private slots:
             QCOMPARE(bubble->parent(), list());
             QCOMPARE(bubble->window(), m_view->windowHandle());
             QCOMPARE(list()->indexOfChild(bubble), index);
+            const QRect rect = m_view->bubbleRect(index);
+            QCOMPARE(bubble->rect(), QRect(m_view->viewport()->mapToGlobal(rect.topLeft()), rect.size()));
             QVERIFY(bubble->state().readOnly && bubble->state().multiLine && bubble->state().focusable);
         }
         QCOMPARE(list()->child(3), nullptr);
@@ -64,14 +66,6 @@ private slots:
         m_view->append(Speaker::Nelo, u"more"_s);
         QCOMPARE(list()->child(0), first);
         QCOMPARE(list()->child(3)->text(QAccessible::Name), u"more"_s);
-    }
-
-    void aBubbleTellsWhereItIs()
-    {
-        for (int index = 0; index < 3; ++index) {
-            const QRect rect = m_view->bubbleRect(index);
-            QCOMPARE(list()->child(index)->rect(), QRect(m_view->viewport()->mapToGlobal(rect.topLeft()), rect.size()));
-        }
     }
 
     void findsTheBubbleUnderAPoint()
