@@ -204,6 +204,7 @@ private slots:
         HelperProcess child = shell("echo trouble >&2; echo ready; read go");
         QCOMPARE(std::get<std::string>(child.readLine()), std::string("ready"));
         const std::string path = "/proc/" + std::to_string(child.processId()) + "/fd/2";
+        QVERIFY(std::filesystem::read_symlink(path) != std::filesystem::read_symlink("/proc/self/fd/2")); // not ours
         const FileDescriptor errors(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
         std::array<char, 100> bytes{};
         QCOMPARE(read(errors.get(), bytes.data(), bytes.size()), 8);

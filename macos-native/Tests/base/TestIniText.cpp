@@ -91,6 +91,7 @@ private slots:
         QTest::newRow("typed in Chinese") << QByteArray("key=密钥🔑");
         QTest::newRow("with an equals sign") << QByteArray("key=a==");
         QTest::newRow("with escapes") << QByteArray("key=\"\\\"q\\\" \\x41g \\101g \\t\\\\ \\?\\'\"");
+        QTest::newRow("with escapes beyond 16 bits") << QByteArray("key=\\x12345 \\1234567");
         QTest::newRow("twice") << QByteArray("key=old\nother=1\nkey=new\n");
         QTest::newRow("in a group and after it") << QByteArray("[group]\nkey=other\n[General]\nkey=mine\n");
         QTest::newRow("only in a group") << QByteArray("[group]\nkey=other\n");

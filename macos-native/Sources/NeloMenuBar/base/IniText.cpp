@@ -51,9 +51,9 @@ QString textOfValue(const QByteArray& value)
     while (parts.hasNext()) {
         const QRegularExpressionMatch match = parts.next();
         if (match.hasCaptured(1))
-            text += QChar(match.captured(1).right(4).toUShort(nullptr, 16));
+            text += QChar(static_cast<char16_t>(match.captured(1).toUInt(nullptr, 16)));
         else if (match.hasCaptured(2))
-            text += QChar(match.captured(2).right(5).toUShort(nullptr, 8));
+            text += QChar(static_cast<char16_t>(match.captured(2).toUInt(nullptr, 8)));
         else if (match.hasCaptured(3))
             text += characterOfEscape(match.captured(3).front());
         else
