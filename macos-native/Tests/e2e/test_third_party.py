@@ -14,7 +14,7 @@ FAILURES = {
     "please be quiet":
         'HTTP 429: {"error":{"message":"Chaos: rate limit exceeded","type":"rate_limit_error","code":"chaos_ratelimit"}}',
     "please mumble": "response missing choices",
-    "please hang up": "Connection closed",
+    "please hang up": "127.0.0.1: the connection closed before an answer; the message may have arrived",
 }
 
 
