@@ -114,11 +114,15 @@ class OpenClawReplayTest(OpenClawTestCase):
         ):
             with self.subTest(text):
                 self.replay("set up", before, output)
-                self.make_file(".openclaw/openclaw.json", f"{{agents: {{entries: {{own: {{}}}}}}}} // {text}")
-                started = time.monotonic()
-                self.assertEqual(self.rows("id"), [("own",)])
-                app.list_skills("openclaw")
-                self.assertLess(time.monotonic() - started, 2 * LIST_SECONDS)
+                configuration = {"agents": {"entries": {"own": {}}}, "situation": text}
+                self.make_file(".openclaw/openclaw.json", json.dumps(configuration))
+                durations = []
+                for _ in range(5):
+                    started = time.monotonic()
+                    self.assertEqual(self.rows("id"), [("own",)])
+                    app.list_skills("openclaw")
+                    durations.append(time.monotonic() - started)
+                self.assertLess(min(durations), LIST_SECONDS)
                 self.wait_until_idle()
                 self.assertEqual(self.rows("id"), [("main",) if text == "slow" else ("own",)])
 
