@@ -1,11 +1,11 @@
 #include "agents/AgentAnswers.h"
 #include "agents/AgentsTab.h"
 #include "backend/NeloBackend.h"
+#include "support/Cases.h"
 #include "support/ProcessTable.h"
 #include "support/Warnings.h"
 
 #include <QApplication>
-#include <QSignalSpy>
 
 #include <csignal>
 #include <optional>
@@ -107,16 +107,13 @@ private slots:
         QCOMPARE(m_tab->table()->model()->rowCount(), 1);
     }
 
-    void aTickUnderAnOpenDialogCallsNothing()
+    void underAnOpenDialogARefreshCallsNothing()
     {
         m_tab->show(Json::array({agentRow("codex", "a")}));
         m_tab->table()->selectRow(0);
         DialogRobot robot({[this](QDialog& dialog) {
             QVERIFY(QTest::qWaitForWindowActive(&dialog));
-            QSignalSpy ticks(m_tab->timer(), &QTimer::timeout);
-            m_tab->timer()->setInterval(0);
-            QTRY_VERIFY(ticks.count() > 2);
-            m_tab->timer()->setInterval(5000);
+            m_tab->controller->refreshAgents();
             QCOMPARE(m_tab->refreshes(), 1);
             DialogRobot::press(u"Delete"_s)(dialog);
         }});
@@ -126,14 +123,14 @@ private slots:
 
     void aTabThatGoesUnderItsDialogDoesNoHarm_data()
     {
-        QTest::addColumn<void (AgentsViewController::*)()>("action");
-        QTest::addColumn<bool>("isSelected");
+        const Cases<void (AgentsViewController::*)(), bool> add("action", "isSelected");
+
         using Action = void (AgentsViewController::*)();
-        QTest::newRow("the new agent's") << Action(&AgentsViewController::addAgent) << true;
-        QTest::newRow("the new name's") << Action(&AgentsViewController::adoptOrRename) << true;
-        QTest::newRow("the confirmation's") << Action(&AgentsViewController::deleteSelected) << true;
-        QTest::newRow("an alert's") << Action(&AgentsViewController::runConfigure) << true;
-        QTest::newRow("a missing selection's") << Action(&AgentsViewController::openConfigEditor) << false;
+        add("the new agent's", Action(&AgentsViewController::addAgent), true);
+        add("the new name's", Action(&AgentsViewController::adoptOrRename), true);
+        add("the confirmation's", Action(&AgentsViewController::deleteSelected), true);
+        add("an alert's", Action(&AgentsViewController::runConfigure), true);
+        add("a missing selection's", Action(&AgentsViewController::openConfigEditor), false);
     }
 
     void aTabThatGoesUnderItsDialogDoesNoHarm()

@@ -1,6 +1,8 @@
 #include "agents/AgentAnswers.h"
 #include "agents/AgentsTab.h"
+#include "support/Cases.h"
 #include "support/LocalTimeZone.h"
+#include "support/UnreadReplies.h"
 #include "support/Warnings.h"
 
 #include <QRegularExpression>
@@ -110,6 +112,32 @@ private slots:
         QCOMPARE(robot.shown().size(), 1U);
     }
 
+    void ofAnAnswerOnlyItsSuccessCounts_data() { addUnreadReplies(); }
+
+    void ofAnAnswerOnlyItsSuccessCounts()
+    {
+        QFETCH(Json, reply);
+        m_tab->show(Json::array({agentRow("openclaw", "a"), agentRow("codex", "b", "discovered")}));
+        for (const char* function :
+             {"add_local_agent", "adopt_local_agent", "rename_local_agent", "delete_local_agent",
+              "launch_openclaw_install_or_configure_interactive", "launch_openclaw_configure_interactive"})
+            m_tab->backend.answer(function, reply);
+        const auto confirm = DialogRobot::press(Qt::Key_Return);
+        const DialogRobot robot(
+            {confirm, AgentAnswers::create(u"codex"_s, u"n"_s), confirm, confirm, confirm}); // and no alert
+        press("Add Agent");
+        press("Add Agent");
+        m_tab->table()->selectRow(0);
+        press("Adopt / Rename");
+        press("Run Configure");
+        press("Delete");
+        m_tab->table()->selectRow(1);
+        press("Adopt / Rename");
+        QCOMPARE(robot.titles(), u"Add Agent,Add Agent,Rename Agent,Delete Agent,Adopt Agent"_s.split(u','));
+        QCOMPARE(m_tab->actions().size(), 6U);
+        QCOMPARE(m_tab->refreshes(), 6);
+    }
+
     void addSetsOpenclawUpInATerminal()
     {
         m_tab->show(Json::array());
@@ -147,21 +175,18 @@ private slots:
 
     void renameAndAdoptAskWithWhatTheRowHolds_data()
     {
-        QTest::addColumn<QByteArray>("row");
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("name");
+        const Cases<QByteArray, QString, QString, QString> add("row", "title", "text", "name");
+
         const QString renameTitle = u"Rename Agent"_s;
         const QString adoptTitle = u"Adopt Agent"_s;
-        QTest::newRow("a managed agent is renamed")
-            << QByteArray("{\"ecosystem\":\"codex\",\"id\":\"a\",\"name\":\"名\",\"origin\":\"managed\"}")
-            << renameTitle << u"codex/a"_s << u"名"_s;
-        QTest::newRow("a discovered agent is adopted")
-            << QByteArray(R"({"ecosystem":"codex","id":"a","name":"b","origin":"discovered"})") << adoptTitle
-            << u"codex/a"_s << u"b"_s;
-        QTest::newRow("an agent without a name starts with its id")
-            << QByteArray(R"({"ecosystem":"codex","id":"a"})") << adoptTitle << u"codex/a"_s << u"a"_s;
-        QTest::newRow("an agent without anything") << "{}"_ba << adoptTitle << u"/"_s << QString();
+        add("a managed agent is renamed",
+            "{\"ecosystem\":\"codex\",\"id\":\"a\",\"name\":\"名\",\"origin\":\"managed\"}", renameTitle, u"codex/a"_s,
+            u"名"_s);
+        add("a discovered agent is adopted", R"({"ecosystem":"codex","id":"a","name":"b","origin":"discovered"})",
+            adoptTitle, u"codex/a"_s, u"b"_s);
+        add("an agent without a name starts with its id", R"({"ecosystem":"codex","id":"a"})", adoptTitle, u"codex/a"_s,
+            u"a"_s);
+        add("an agent without anything", "{}", adoptTitle, u"/"_s, {});
     }
 
     void renameAndAdoptAskWithWhatTheRowHolds()
@@ -185,21 +210,13 @@ private slots:
 
     void renameAndAdoptSaveTheName_data()
     {
-        QTest::addColumn<QByteArray>("row");
-        QTest::addColumn<QByteArray>("function");
-        QTest::addColumn<QByteArray>("args");
-        QTest::addColumn<QString>("status");
-        QTest::newRow("a managed agent") << QByteArray(
-            R"({"ecosystem":"codex","id":"a","origin":"managed","workspace":"/w"})")
-                                         << "rename_local_agent"_ba
-                                         << "[\"codex\",\"a\",\"新 name\"]"_ba << u"Renamed codex/a"_s;
-        QTest::newRow("a discovered agent")
-            << QByteArray(R"({"ecosystem":"kimi","id":"b","origin":"runtime","workspace":"/w"})")
-            << "adopt_local_agent"_ba
-            << "[\"kimi\",\"b\",\"新 name\",\"/w\"]"_ba << u"Adopted kimi/b"_s;
-        QTest::newRow("one whose case differs is discovered")
-            << QByteArray(R"({"ecosystem":"kimi","id":"b","origin":"MANAGED"})") << "adopt_local_agent"_ba
-            << "[\"kimi\",\"b\",\"新 name\",\"\"]"_ba << u"Adopted kimi/b"_s;
+        const Cases<QByteArray, QByteArray, QByteArray, QString> add("row", "function", "args", "status");
+        add("a managed agent", QByteArray(R"({"ecosystem":"codex","id":"a","origin":"managed","workspace":"/w"})"),
+            "rename_local_agent", "[\"codex\",\"a\",\"新 name\"]", u"Renamed codex/a"_s);
+        add("a discovered agent", R"({"ecosystem":"kimi","id":"b","origin":"runtime","workspace":"/w"})",
+            "adopt_local_agent", "[\"kimi\",\"b\",\"新 name\",\"/w\"]", u"Adopted kimi/b"_s);
+        add("one whose case differs is discovered", R"({"ecosystem":"kimi","id":"b","origin":"MANAGED"})",
+            "adopt_local_agent", "[\"kimi\",\"b\",\"新 name\",\"\"]", u"Adopted kimi/b"_s);
     }
 
     void renameAndAdoptSaveTheName()
@@ -219,11 +236,10 @@ private slots:
 
     void aBlankNameDoesNothing_data()
     {
-        QTest::addColumn<QByteArray>("origin");
-        QTest::addColumn<QString>("name");
-        QTest::newRow("no name for a managed agent") << "managed"_ba << QString();
-        QTest::newRow("no name for a discovered agent") << "discovered"_ba << QString();
-        QTest::newRow("nothing but white space") << "discovered"_ba << u" \t\u00a0\u3000"_s;
+        const Cases<QByteArray, QString> add("origin", "name");
+        add("no name for a managed agent", "managed", {});
+        add("no name for a discovered agent", "discovered", {});
+        add("nothing but white space", "discovered", u" \t\u00a0\u3000"_s);
     }
 
     void aBlankNameDoesNothing()
@@ -241,9 +257,9 @@ private slots:
 
     void configureRunsForOpenclaw_data()
     {
-        QTest::addColumn<QByteArray>("ecosystem");
-        QTest::newRow("in small letters") << "openclaw"_ba;
-        QTest::newRow("in any letters") << "OpenCLAW"_ba;
+        const Cases<QByteArray> add("ecosystem");
+        add("in small letters", "openclaw");
+        add("in any letters", "OpenCLAW");
     }
 
     void configureRunsForOpenclaw()
@@ -261,10 +277,10 @@ private slots:
 
     void configureIsForOpenclawOnly_data()
     {
-        QTest::addColumn<QByteArray>("row");
-        QTest::newRow("not for codex") << QByteArray(R"({"ecosystem":"codex"})");
-        QTest::newRow("not without an ecosystem") << "{}"_ba;
-        QTest::newRow("not with a blank") << QByteArray(R"({"ecosystem":"openclaw "})");
+        const Cases<QByteArray> add("row");
+        add("not for codex", R"({"ecosystem":"codex"})");
+        add("not without an ecosystem", "{}");
+        add("not with a blank", R"({"ecosystem":"openclaw "})");
     }
 
     void configureIsForOpenclawOnly()
@@ -298,10 +314,10 @@ private slots:
 
     void aDiscoveredAgentCannotBeDeleted_data()
     {
-        QTest::addColumn<QByteArray>("row");
-        QTest::newRow("discovered") << QByteArray(R"({"ecosystem":"codex","id":"a","origin":"discovered"})");
-        QTest::newRow("without an origin") << QByteArray(R"({"ecosystem":"codex","id":"a"})");
-        QTest::newRow("managed in other letters") << QByteArray(R"({"ecosystem":"codex","id":"a","origin":"Managed"})");
+        const Cases<QByteArray> add("row");
+        add("discovered", R"({"ecosystem":"codex","id":"a","origin":"discovered"})");
+        add("without an origin", R"({"ecosystem":"codex","id":"a"})");
+        add("managed in other letters", R"({"ecosystem":"codex","id":"a","origin":"Managed"})");
     }
 
     void aDiscoveredAgentCannotBeDeleted()

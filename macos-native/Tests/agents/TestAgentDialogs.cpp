@@ -1,6 +1,7 @@
 #include "agents/AgentDialogs.h"
 
 #include "agents/AgentAnswers.h"
+#include "support/Cases.h"
 #include "support/Warnings.h"
 #include "ui/Colors.h"
 #include "ui/Labels.h"
@@ -98,32 +99,6 @@ private slots:
         QCOMPARE(robot.shown().size(), 1U);
     }
 
-    void theNewAgentsFieldsAreNamedForAssistiveTechnology()
-    {
-        const DialogRobot robot({[](QDialog& dialog) {
-            QCOMPARE(ecosystemPopup(dialog)->accessibleDescription(), u"Ecosystem"_s);
-            QMap<QString, QWidget*> buddies;
-            for (const QLabel* label : ecosystemPopup(dialog)->parentWidget()->findChildren<QLabel*>())
-                buddies.insert(label->text().left(9), label->buddy());
-            QCOMPARE(buddies.value(u"Ecosystem"_s), ecosystemPopup(dialog));
-            QCOMPARE(buddies.value(u"Name"_s), nameField(dialog));
-            cancel()(dialog);
-        }});
-        askForNewAgent(nullptr, u"20250101-093000"_s);
-        QCOMPARE(robot.shown().size(), 1U);
-    }
-
-    void theNoteIsInTheSecondaryColor()
-    {
-        const DialogRobot robot({[](QDialog& dialog) {
-            const auto* note = dialog.findChild<WrappingLabel*>(u"note"_s);
-            QCOMPARE(note->palette().color(QPalette::WindowText), Colors::secondaryText(dialog.palette()));
-            cancel()(dialog);
-        }});
-        askForNewAgent(nullptr, u"20250101-093000"_s);
-        QCOMPARE(robot.shown().size(), 1U);
-    }
-
     void theNewAgentsFormIsFilledInByKeyboard()
     {
         const DialogRobot robot({[](QDialog& dialog) {
@@ -194,11 +169,11 @@ private slots:
 
     void whateverANameHoldsComesBack_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::newRow("a line feed") << u"a\nb"_s;
-        QTest::newRow("a bidirectional mark") << u"a\u202eb"_s;
-        QTest::newRow("ten thousand characters") << QString(10'000, u'n');
-        QTest::newRow("more characters than a field takes by itself") << QString(40'000, u'名');
+        const Cases<QString> add("name");
+        add("a line feed", u"a\nb"_s);
+        add("a bidirectional mark", u"a\u202eb"_s);
+        add("ten thousand characters", QString(10'000, u'n'));
+        add("more characters than a field takes by itself", QString(40'000, u'名'));
     }
 
     void whateverANameHoldsComesBack()
@@ -218,11 +193,10 @@ private slots:
 
     void aNameIsTrimmed_data()
     {
-        QTest::addColumn<QString>("entered");
-        QTest::addColumn<QString>("name");
-        QTest::newRow("as entered") << u"名"_s << u"名"_s;
-        QTest::newRow("without white space around it") << u" \ta b\n\u2028"_s << u"a b"_s;
-        QTest::newRow("nothing but white space is empty") << u" \u00a0\u3000"_s << QString();
+        const Cases<QString, QString> add("entered", "name");
+        add("as entered", u"名"_s, u"名"_s);
+        add("without white space around it", u" \ta b\n\u2028"_s, u"a b"_s);
+        add("nothing but white space is empty", u" \u00a0\u3000"_s, {});
     }
 
     void aNameIsTrimmed()

@@ -1,5 +1,7 @@
 #include "agents/AgentAnswers.h"
 #include "agents/AgentsTab.h"
+#include "agents/ConfigEditorWindowController.h"
+#include "support/Cases.h"
 #include "support/Warnings.h"
 
 #include <QApplication>
@@ -51,13 +53,11 @@ private slots:
 
     void theEditorOpensTheEcosystemsFile_data()
     {
-        QTest::addColumn<QByteArray>("row");
-        QTest::addColumn<QString>("file");
-        QTest::newRow("codex") << QByteArray(R"({"ecosystem":"codex","id":"a"})") << u".codex/config.json"_s;
-        QTest::newRow("kimi") << QByteArray(R"({"ecosystem":"kimi","id":"a"})") << u".kimi/config.json"_s;
-        QTest::newRow("codex in other letters is not codex")
-            << QByteArray(R"({"ecosystem":"Codex","id":"a"})") << u".openclaw/openclaw.json"_s;
-        QTest::newRow("no ecosystem") << "{}"_ba << u".openclaw/openclaw.json"_s;
+        const Cases<QByteArray, QString> add("row", "file");
+        add("codex", R"({"ecosystem":"codex","id":"a"})", u".codex/config.json"_s);
+        add("kimi", R"({"ecosystem":"kimi","id":"a"})", u".kimi/config.json"_s);
+        add("codex in other letters is not codex", R"({"ecosystem":"Codex","id":"a"})", u".openclaw/openclaw.json"_s);
+        add("no ecosystem", "{}", u".openclaw/openclaw.json"_s);
     }
 
     void theEditorOpensTheEcosystemsFile()
@@ -156,6 +156,20 @@ private slots:
         QCOMPARE(Files::contentOf(path), "x{}\n"_ba);
         QCOMPARE(m_tab->status(), u"Saved config: "_s + path);
         QCOMPARE(m_tab->refreshes(), 1);
+    }
+
+    void whatWasNotSavedIsNotTold()
+    {
+        m_tab->show(Json::array({agentRow("codex", "a")}));
+        m_tab->table()->selectRow(0);
+        press("Config Editor");
+        const QString path = home(u".codex/config.json"_s);
+        const auto* editor = editorWindow(path)->findChild<ConfigEditorWindowController*>();
+        const QString status = m_tab->status();
+        editor->onSave()(false);
+        QCOMPARE(m_tab->status(), status);
+        editor->onSave()(true);
+        QCOMPARE(m_tab->status(), u"Saved config: "_s + path);
     }
 
     void anEditorOutlivesTheTab()

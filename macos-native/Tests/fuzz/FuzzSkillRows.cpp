@@ -1,8 +1,8 @@
 #include "backend/BackendReply.h"
 #include "fuzz/Invariant.h"
-#include "skills/core/CloudSkill.h"
 #include "skills/core/InstallReport.h"
-#include "skills/core/SkillRow.h"
+#include "skills/core/SkillTexts.h"
+#include "skills/core/SkillVariables.h"
 
 #include <QSet>
 

@@ -2,6 +2,7 @@
 
 #include "backend/BackendReply.h"
 #include "models/ModelColumns.h"
+#include "support/Cases.h"
 #include "support/Warnings.h"
 
 #include <QTest>
@@ -18,20 +19,18 @@ private slots:
 
     void theCatalogueIsShownOrIsEmpty_data()
     {
-        QTest::addColumn<QByteArray>("reply");
-        QTest::addColumn<int>("rows");
-        QTest::addColumn<QString>("status");
+        const Cases<QByteArray, int, QString> add("reply", "rows", "status");
+
         const QString loaded = u"Loaded remote model catalog."_s;
-        QTest::newRow("models") << QByteArray(R"([{"name":"a"},{"name":"b"}])") << 2 << loaded;
-        QTest::newRow("none") << "[]"_ba << 0 << loaded;
-        QTest::newRow("an object is no list") << QByteArray(R"({"name":"a"})") << 0 << loaded;
-        QTest::newRow("a list of texts has no rows") << QByteArray(R"(["a"])") << 0 << loaded;
-        QTest::newRow("a list that holds one text has none either")
-            << QByteArray(R"([{"name":"a"},"b"])") << 0 << loaded;
-        QTest::newRow("not JSON") << "oops"_ba << 0 << loaded;
-        QTest::newRow("not UTF-8") << "[{\"name\":\"\xe9\"}]"_ba << 0 << loaded;
-        QTest::newRow("an error is told in full") << "ERROR: 没有 <server>"_ba << 0 << u"ERROR: 没有 <server>"_s;
-        QTest::newRow("an error without a blank is one") << "ERROR:x"_ba << 0 << u"ERROR:x"_s;
+        add("models", R"([{"name":"a"},{"name":"b"}])", 2, loaded);
+        add("none", "[]", 0, loaded);
+        add("an object is no list", R"({"name":"a"})", 0, loaded);
+        add("a list of texts has no rows", R"(["a"])", 0, loaded);
+        add("a list that holds one text has none either", R"([{"name":"a"},"b"])", 0, loaded);
+        add("not JSON", "oops", 0, loaded);
+        add("not UTF-8", "[{\"name\":\"\xe9\"}]", 0, loaded);
+        add("an error is told in full", "ERROR: 没有 <server>", 0, u"ERROR: 没有 <server>"_s);
+        add("an error without a blank is one", "ERROR:x", 0, u"ERROR:x"_s);
     }
 
     void theCatalogueIsShownOrIsEmpty()
@@ -46,25 +45,19 @@ private slots:
 
     void localModelsAndTasksAreShownTogether_data()
     {
-        QTest::addColumn<QByteArray>("local");
-        QTest::addColumn<QByteArray>("tasks");
-        QTest::addColumn<QString>("summary");
-        QTest::addColumn<QString>("status");
+        const Cases<QByteArray, QByteArray, QString, QString> add("local", "tasks", "summary", "status");
+
         const QByteArray two(R"([{"name":"a"},{"name":"b"}])");
         const QByteArray one(R"([{"id":"1"}])");
         const QString nothing = u"Local: 0  Tasks: 0"_s;
         const QString loaded = u"Loaded local models and tasks."_s;
-
-        QTest::newRow("both are counted") << two << one << u"Local: 2  Tasks: 1"_s << loaded;
-        QTest::newRow("both are empty") << "[]"_ba
-                                        << "[]"_ba << nothing << loaded;
-        QTest::newRow("one that is no list leaves the other") << "{}"_ba << one << u"Local: 0  Tasks: 1"_s << loaded;
-        QTest::newRow("the other way round") << two << "oops"_ba << u"Local: 2  Tasks: 0"_s << loaded;
-        QTest::newRow("an error of the tasks empties both") << two << "ERROR: tasks"_ba << nothing << u"ERROR: tasks"_s;
-        QTest::newRow("an error of the models empties both")
-            << "ERROR: models"_ba << one << nothing << u"ERROR: models"_s;
-        QTest::newRow("of two errors the models' is told") << "ERROR: models"_ba
-                                                           << "ERROR: tasks"_ba << nothing << u"ERROR: models"_s;
+        add("both are counted", two, one, u"Local: 2  Tasks: 1"_s, loaded);
+        add("both are empty", "[]", "[]", nothing, loaded);
+        add("one that is no list leaves the other", "{}", one, u"Local: 0  Tasks: 1"_s, loaded);
+        add("the other way round", two, "oops", u"Local: 2  Tasks: 0"_s, loaded);
+        add("an error of the tasks empties both", two, "ERROR: tasks", nothing, u"ERROR: tasks"_s);
+        add("an error of the models empties both", "ERROR: models", one, nothing, u"ERROR: models"_s);
+        add("of two errors the models' is told", "ERROR: models", "ERROR: tasks", nothing, u"ERROR: models"_s);
     }
 
     void localModelsAndTasksAreShownTogether()
@@ -99,31 +92,26 @@ private slots:
 
     void aCellTellsItsValue_data()
     {
-        QTest::addColumn<QByteArray>("row");
-        QTest::addColumn<int>("column");
-        QTest::addColumn<QString>("text");
+        const Cases<QByteArray, int, QString> add("row", "column", "text");
+
         constexpr int name = 0;
         constexpr int installed = 3;
         constexpr int tags = 4;
-
-        QTest::newRow("tags with commas") << QByteArray(R"({"tags":["qwen3","chat"]})") << tags << u"qwen3,chat"_s;
-        QTest::newRow("one tag") << "{\"tags\":[\"对话\"]}"_ba << tags << u"对话"_s;
-        QTest::newRow("no tags") << QByteArray(R"({"tags":[]})") << tags << QString();
-        QTest::newRow("tags that are not all texts, as JSON")
-            << QByteArray(R"({"tags":["a",1]})") << tags << u"[\"a\",1]"_s;
-        QTest::newRow("tags that are a text") << QByteArray(R"({"tags":"a"})") << tags << u"a"_s;
-        QTest::newRow("tags that are an object, as JSON")
-            << QByteArray(R"({"tags":{"a":"b"}})") << tags << QStringLiteral(R"({"a":"b"})");
-        QTest::newRow("tags that are null") << QByteArray(R"({"tags":null})") << tags << u"<null>"_s;
-        QTest::newRow("missing tags") << "{}"_ba << tags << QString();
-        QTest::newRow("true as yes") << QByteArray(R"({"installed":true})") << installed << u"yes"_s;
-        QTest::newRow("false as no") << QByteArray(R"({"installed":false})") << installed << u"no"_s;
-        QTest::newRow("a number as it is") << QByteArray(R"({"installed":1})") << installed << u"1"_s;
-        QTest::newRow("a text as it is") << QByteArray(R"({"installed":"true"})") << installed << u"true"_s;
-        QTest::newRow("missing, as nothing") << "{}"_ba << installed << QString();
-        QTest::newRow("a boolean elsewhere by its text") << QByteArray(R"({"name":true})") << name << u"1"_s;
-        QTest::newRow("a list elsewhere as JSON")
-            << QByteArray(R"({"name":["a","b"]})") << name << QStringLiteral(R"(["a","b"])");
+        add("tags with commas", R"({"tags":["qwen3","chat"]})", tags, u"qwen3,chat"_s);
+        add("one tag", "{\"tags\":[\"对话\"]}", tags, u"对话"_s);
+        add("no tags", R"({"tags":[]})", tags, {});
+        add("tags that are not all texts, as JSON", R"({"tags":["a",1]})", tags, u"[\"a\",1]"_s);
+        add("tags that are a text", R"({"tags":"a"})", tags, u"a"_s);
+        add("tags that are an object, as JSON", R"({"tags":{"a":"b"}})", tags, QStringLiteral(R"({"a":"b"})"));
+        add("tags that are null", R"({"tags":null})", tags, u"<null>"_s);
+        add("missing tags", "{}", tags, {});
+        add("true as yes", R"({"installed":true})", installed, u"yes"_s);
+        add("false as no", R"({"installed":false})", installed, u"no"_s);
+        add("a number as it is", R"({"installed":1})", installed, u"1"_s);
+        add("a text as it is", R"({"installed":"true"})", installed, u"true"_s);
+        add("missing, as nothing", "{}", installed, {});
+        add("a boolean elsewhere by its text", R"({"name":true})", name, u"1"_s);
+        add("a list elsewhere as JSON", R"({"name":["a","b"]})", name, QStringLiteral(R"(["a","b"])"));
     }
 
     void aCellTellsItsValue()

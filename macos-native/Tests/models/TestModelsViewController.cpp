@@ -1,7 +1,9 @@
 #include "models/ModelsViewController.h"
 
+#include "support/Cases.h"
 #include "support/DialogRobot.h"
 #include "support/ScriptedBackend.h"
+#include "support/UnreadReplies.h"
 #include "support/Warnings.h"
 #include "ui/Colors.h"
 #include "ui/FlowLayout.h"
@@ -104,17 +106,6 @@ private slots:
         QCOMPARE(m_backend->count("list_model_download_tasks"), 3); // asked all the same
     }
 
-    void aDeadHelperIsToldAndTheNextRefreshRecovers()
-    {
-        show();
-        m_backend->script("list_local_models", {{{"exit", 1}}});
-        press(u"Refresh Local/Tasks"_s);
-        QCOMPARE(status(), u"ERROR: backend helper terminated"_s);
-        m_backend->answer("list_local_models", Json::array());
-        press(u"Refresh Local/Tasks"_s);
-        QCOMPARE(summary(), u"Local: 0  Tasks: 2"_s);
-    }
-
     void selectionAndWidthsStayAcrossARefresh()
     {
         show();
@@ -172,10 +163,9 @@ private slots:
 
     void withoutASelectionNothingIsAsked_data()
     {
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("a download") << u"Download Selected"_s << u"Select a remote model first."_s;
-        QTest::newRow("a cancellation") << u"Cancel Task"_s << u"Select a task first."_s;
+        const Cases<QString, QString> add("button", "text");
+        add("a download", u"Download Selected"_s, u"Select a remote model first."_s);
+        add("a cancellation", u"Cancel Task"_s, u"Select a task first."_s);
     }
 
     void withoutASelectionNothingIsAsked()
@@ -193,11 +183,11 @@ private slots:
 
     void anUnusableNameIsNoSelection_data()
     {
-        QTest::addColumn<QByteArray>("value");
-        QTest::newRow("empty") << QByteArray(R"("")");
-        QTest::newRow("a number") << "7"_ba;
-        QTest::newRow("null") << "null"_ba;
-        QTest::newRow("missing") << QByteArray();
+        const Cases<QByteArray> add("value");
+        add("empty", R"("")");
+        add("a number", "7");
+        add("null", "null");
+        add("missing", "");
     }
 
     void anUnusableNameIsNoSelection()
@@ -222,11 +212,9 @@ private slots:
 
     void aFailureIsToldInFull_data()
     {
-        QTest::addColumn<QByteArray>("function");
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<QString>("title");
-        QTest::newRow("of a download") << "start_model_download"_ba << u"Download Selected"_s << u"Download Failed"_s;
-        QTest::newRow("of a cancellation") << "cancel_model_download"_ba << u"Cancel Task"_s << u"Cancel Failed"_s;
+        const Cases<QByteArray, QString, QString> add("function", "button", "title");
+        add("of a download", "start_model_download", u"Download Selected"_s, u"Download Failed"_s);
+        add("of a cancellation", "cancel_model_download", u"Cancel Task"_s, u"Cancel Failed"_s);
     }
 
     void aFailureIsToldInFull()
@@ -246,6 +234,23 @@ private slots:
         QCOMPARE(status(), u"Loaded local models and tasks."_s);
     }
 
+    void ofAnAnswerOnlyItsSuccessCounts_data() { addUnreadReplies(); }
+
+    void ofAnAnswerOnlyItsSuccessCounts()
+    {
+        QFETCH(Json, reply);
+        m_backend->answer("start_model_download", reply);
+        m_backend->answer("cancel_model_download", reply);
+        show();
+        table("remoteTable")->selectRow(0);
+        table("taskTable")->selectRow(0);
+        const DialogRobot robot;
+        press(u"Download Selected"_s);
+        press(u"Cancel Task"_s);
+        QVERIFY(robot.shown().empty());
+        QCOMPARE(m_backend->count("list_local_models"), 3);
+    }
+
     void aTabThatGoesUnderItsAlertDoesNoHarm()
     {
         show();
@@ -261,10 +266,10 @@ private slots:
 
     void theViewIsLaidOutAsGiven_data()
     {
-        QTest::addColumn<QSize>("size");
-        QTest::newRow("as in the console") << QSize(1000, 600);
-        QTest::newRow("wider") << QSize(1601, 901);
-        QTest::newRow("narrower") << QSize(777, 500);
+        const Cases<QSize> add("size");
+        add("as in the console", QSize(1000, 600));
+        add("wider", QSize(1601, 901));
+        add("narrower", QSize(777, 500));
     }
 
     void theViewIsLaidOutAsGiven()
@@ -301,7 +306,13 @@ private slots:
 
         const auto* box = qobject_cast<QGroupBox*>(table("remoteTable")->parentWidget());
         QCOMPARE(box->contentsRect().marginsRemoved({8, 8, 8, 8}), table("remoteTable")->geometry());
-        QCOMPARE(box->title(), u"Remote Models"_s);
+        for (const auto& [name, title] :
+             std::initializer_list<std::pair<const char*, QString>>{{"remoteTable", u"Remote Models"_s},
+                                                                    {"localTable", u"Local Models"_s},
+                                                                    {"taskTable", u"Download Tasks"_s}}) {
+            QCOMPARE(qobject_cast<QGroupBox*>(table(name)->parentWidget())->title(), title);
+            QCOMPARE(table(name)->accessibleName(), title);
+        }
     }
 
     void theStatusIsInTheSecondaryColor()
@@ -309,39 +320,6 @@ private slots:
         show();
         const auto* label = m_controller->findChild<QLabel*>(u"statusLabel"_s);
         QCOMPARE(label->palette().color(QPalette::WindowText), Colors::secondaryText(m_controller->palette()));
-    }
-
-    void aLongStatusDoesNotWidenTheView()
-    {
-        show();
-        m_backend->raise("list_remote_models", "ValueError", std::string(100'000, 'x') + "\n\n\n");
-        press(u"Refresh Remote"_s);
-        QCoreApplication::processEvents();
-        QCOMPARE(m_controller->size(), QSize(1000, 600));
-        QVERIFY(m_controller->minimumSizeHint().width() <= 1000);
-        for (const QLabel* label : m_controller->findChildren<QLabel*>())
-            QCOMPARE(label->textFormat(), Qt::PlainText);
-    }
-
-    void controlsAreNamedAndInReadingOrder()
-    {
-        show();
-        QCOMPARE(table("remoteTable")->accessibleName(), u"Remote Models"_s);
-        QCOMPARE(table("localTable")->accessibleName(), u"Local Models"_s);
-        QCOMPARE(table("taskTable")->accessibleName(), u"Download Tasks"_s);
-        QWidgetList expected;
-        QStringList titles;
-        for (QPushButton* button : m_controller->findChildren<QPushButton*>()) {
-            expected.append(button);
-            titles.append(button->accessibleName());
-        }
-        QCOMPARE(titles, u"Refresh Remote,Refresh Local/Tasks,Download Selected,Cancel Task"_s.split(u','));
-        expected += {table("remoteTable"), table("localTable"), table("taskTable")};
-        expected.first()->setFocus();
-        for (QWidget* widget : expected) {
-            QCOMPARE(QApplication::focusWidget(), widget);
-            QTest::keyClick(widget, Qt::Key_Tab);
-        }
     }
 
 private:

@@ -1,13 +1,10 @@
 #include "base/ApiKeyStore.h"
 #include "settings/SettingsFixture.h"
+#include "support/Cases.h"
 #include "support/Warnings.h"
 
 #include <QAccessible>
-#include <QClipboard>
-#include <QContextMenuEvent>
 #include <QDirIterator>
-#include <QGuiApplication>
-#include <QMenu>
 
 #include <optional>
 #include <thread>
@@ -17,15 +14,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString secret = u"sk-secret"_s;
-
-/// Everything that a clipboard can give away.
-QStringList clipboardTexts()
-{
-    QStringList texts;
-    for (const QClipboard::Mode mode : {QClipboard::Clipboard, QClipboard::Selection, QClipboard::FindBuffer})
-        texts.append(QGuiApplication::clipboard()->text(mode));
-    return texts;
-}
 
 } // namespace
 
@@ -39,7 +27,6 @@ private slots:
     {
         failOnUnexpectedWarning();
         m_settings.emplace();
-        QGuiApplication::clipboard()->setText(u"before"_s);
     }
 
     void cleanup() { m_settings.reset(); }
@@ -72,19 +59,6 @@ private slots:
         QCOMPARE(key(), u"of the document"_s);
         m_settings->choose("cloudProviderPopup", "openai");
         QCOMPARE(key(), u"other"_s);
-    }
-
-    void anEmptyDocumentKeyLeavesTheStoredOne()
-    {
-        store("kimi", u"stored"_s);
-        m_settings->saved({{"chat", {{"cloud_provider", "kimi"}, {"cloud_api_key", ""}}}});
-        QCOMPARE(key(), u"stored"_s);
-    }
-
-    void aDocumentKeyOfAnotherTypeIsDescribed()
-    {
-        m_settings->saved({{"chat", {{"cloud_api_key", 12345}}}});
-        QCOMPARE(key(), u"12345"_s);
     }
 
     void aTypedKeyIsBackAfterSwitchingAndTrimmed()
@@ -163,17 +137,6 @@ private slots:
         QVERIFY(m_settings->sentDocument()["chat"]["cloud_api_key"] == "sk-1");
         QCOMPARE(stored("openai"), u"sk-1"_s);
         QCOMPARE(key(), u" sk-1\n"_s);
-    }
-
-    void aKeyWithALineBreakInsideIsKept()
-    {
-        const QString twoLines = u"sk\r\n密"_s;
-        m_settings->type("cloudAPIKeyField", twoLines);
-        m_settings->press("Save");
-        QVERIFY(m_settings->sentDocument()["chat"]["cloud_api_key"] == Json(twoLines));
-        QCOMPARE(stored("openai"), twoLines);
-        m_settings->press("Reload");
-        QCOMPARE(key(), twoLines);
     }
 
     void savingStoresEmptyKeysToo()
@@ -256,56 +219,6 @@ private slots:
         m_settings->type("cloudAPIKeyField", secret);
         QCOMPARE(field()->echoMode(), QLineEdit::Password);
         QVERIFY(!field()->displayText().contains(u's'));
-    }
-
-    void theKeyCannotBeCopied_data()
-    {
-        QTest::addColumn<QKeySequence>("keys");
-        QTest::newRow("copy") << QKeySequence(QKeySequence::Copy);
-        QTest::newRow("cut") << QKeySequence(QKeySequence::Cut);
-        QTest::newRow("copy, the older way") << QKeySequence(Qt::CTRL | Qt::Key_Insert);
-        QTest::newRow("cut, the older way") << QKeySequence(Qt::SHIFT | Qt::Key_Delete);
-        QTest::newRow("selecting, which copies on X11") << QKeySequence(QKeySequence::SelectAll);
-        QTest::newRow("undoing a deletion") << QKeySequence(QKeySequence::Undo);
-    }
-
-    void theKeyCannotBeCopied()
-    {
-        QFETCH(QKeySequence, keys);
-        m_settings->type("cloudAPIKeyField", secret);
-        field()->selectAll();
-        QTest::keySequence(field(), keys);
-        for (const QString& text : clipboardTexts())
-            QVERIFY(!text.contains(secret));
-    }
-
-    void theContextMenuCopiesNothing()
-    {
-        m_settings->type("cloudAPIKeyField", secret);
-        field()->selectAll();
-        const std::unique_ptr<QMenu> menu(field()->createStandardContextMenu());
-        QVERIFY(!menu->actions().isEmpty());
-        for (QAction* action : menu->actions()) {
-            field()->setText(secret);
-            field()->selectAll();
-            action->trigger();
-            for (const QString& text : clipboardTexts())
-                QVERIFY(!text.contains(secret));
-        }
-    }
-
-    void theKeyCannotBeDraggedAway()
-    {
-        m_settings->type("cloudAPIKeyField", secret);
-        m_settings->view().show();
-        QVERIFY(QTest::qWaitForWindowExposed(&m_settings->view()));
-        field()->selectAll();
-        QVERIFY(!field()->dragEnabled());
-        const QPoint inText(10, field()->height() / 2);
-        QTest::mousePress(field(), Qt::LeftButton, {}, inText);
-        QTest::mouseMove(field(), inText + QPoint(QApplication::startDragDistance() * 5, 0));
-        QVERIFY(field()->selectedText() != secret); // it selects anew, so what was selected is not on its way
-        QTest::mouseRelease(field(), Qt::LeftButton, {}, inText);
     }
 
     void assistiveTechnologyDoesNotReadTheKey()

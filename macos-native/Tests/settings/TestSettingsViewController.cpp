@@ -1,4 +1,5 @@
 #include "settings/SettingsFixture.h"
+#include "support/Cases.h"
 #include "support/Warnings.h"
 
 #include <optional>
@@ -64,13 +65,12 @@ private slots:
 
     void showsTheDefaultsForWhatIsNoDocument_data()
     {
-        QTest::addColumn<QByteArray>("document");
-        QTest::newRow("an empty object") << "{}"_ba;
-        QTest::newRow("a list") << QByteArray(R"([{"core":{"url":"x"}}])");
-        QTest::newRow("null") << "null"_ba;
-        QTest::newRow("text that is not JSON") << QByteArray(R"("not JSON")");
-        QTest::newRow("sections of another type")
-            << QByteArray(R"({"core":[],"chat":"x","tovani":1,"cloud_skills":null})");
+        const Cases<QByteArray> add("document");
+        add("an empty object", "{}");
+        add("a list", R"([{"core":{"url":"x"}}])");
+        add("null", "null");
+        add("text that is not JSON", R"("not JSON")");
+        add("sections of another type", R"({"core":[],"chat":"x","tovani":1,"cloud_skills":null})");
     }
 
     void showsTheDefaultsForWhatIsNoDocument()

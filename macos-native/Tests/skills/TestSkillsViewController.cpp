@@ -1,4 +1,5 @@
 #include "skills/SkillsTab.h"
+#include "support/Cases.h"
 #include "support/Warnings.h"
 #include "ui/Colors.h"
 
@@ -83,12 +84,10 @@ private slots:
 
     void agentsThatCannotBeOffered_data()
     {
-        QTest::addColumn<QByteArray>("steps");
-        QTest::addColumn<QString>("title");
-        QTest::newRow("a failure") << QByteArray(R"([{"raise":["OSError","x"]}])") << u"(load failed)"_s;
-        QTest::newRow("no list") << QByteArray(R"([{"answer":{"id":"a"}}])") << u"(none)"_s;
-        QTest::newRow("rows that are no objects")
-            << QByteArray(R"([{"answer":[{"id":"a","ecosystem":"openclaw"},1]}])") << u"(none)"_s;
+        const Cases<QByteArray, QString> add("steps", "title");
+        add("a failure", R"([{"raise":["OSError","x"]}])", u"(load failed)"_s);
+        add("no list", R"([{"answer":{"id":"a"}}])", u"(none)"_s);
+        add("rows that are no objects", R"([{"answer":[{"id":"a","ecosystem":"openclaw"},1]}])", u"(none)"_s);
     }
 
     void agentsThatCannotBeOffered()
@@ -162,10 +161,10 @@ private slots:
 
     void aListOfAnotherShapeIsEmpty_data()
     {
-        QTest::addColumn<QByteArray>("reply");
-        QTest::newRow("an object") << QByteArray(R"({"skills":[]})");
-        QTest::newRow("null") << "null"_ba;
-        QTest::newRow("rows that are no objects") << QByteArray(R"([{"name":"a"},"b"])");
+        const Cases<QByteArray> add("reply");
+        add("an object", R"({"skills":[]})");
+        add("null", "null");
+        add("rows that are no objects", R"([{"name":"a"},"b"])");
     }
 
     void aListOfAnotherShapeIsEmpty()
@@ -178,16 +177,13 @@ private slots:
 
     void theSnapshotIsReadLeniently_data()
     {
-        QTest::addColumn<QByteArray>("snapshot");
-        QTest::addColumn<QString>("config");
-        QTest::addColumn<QString>("folders");
+        const Cases<QByteArray, QString, QString> add("snapshot", "config", "folders");
+
         const QString none = u"Skill dirs: (none)"_s;
-        QTest::newRow("a text in place of folders")
-            << QByteArray(R"({"configPath":"/c","skillDirs":"/a"})") << u"Config: /c"_s << none;
-        QTest::newRow("a number among the folders")
-            << QByteArray(R"({"configPath":7,"skillDirs":["/a",1]})") << u"Config: 7"_s << none;
-        QTest::newRow("no folders") << QByteArray(R"({"skillDirs":[]})") << u"Config: "_s << none;
-        QTest::newRow("a list") << QByteArray(R"(["/c"])") << u"Config: "_s << none;
+        add("a text in place of folders", R"({"configPath":"/c","skillDirs":"/a"})", u"Config: /c"_s, none);
+        add("a number among the folders", R"({"configPath":7,"skillDirs":["/a",1]})", u"Config: 7"_s, none);
+        add("no folders", R"({"skillDirs":[]})", u"Config: "_s, none);
+        add("a list", R"(["/c"])", u"Config: "_s, none);
     }
 
     void theSnapshotIsReadLeniently()
@@ -302,16 +298,6 @@ private slots:
         QCOMPARE(robot.titles(), QStringList{u"No Selection"_s});
     }
 
-    void aRefreshOfTheSameSkillsClearsTheSelectionToo()
-    {
-        m_tab->select(0);
-        m_tab->press("Refresh");
-        QVERIFY(m_tab->table()->selectionModel()->selectedRows().isEmpty());
-        m_tab->select(0);
-        QCOMPARE(m_tab->backend.count("get_skill_entry"), 2);
-        QCOMPARE(m_tab->status(), u"Loaded config for weather."_s);
-    }
-
     void aRefreshShowsAnEntryThatSaysNothing()
     {
         m_tab->entered({{"enabled", false}, {"apiKey", "k"}});
@@ -360,18 +346,6 @@ private slots:
         QCOMPARE(m_tab->rows(), QStringList());
     }
 
-    void aFailedRefreshKeepsTheEditor()
-    {
-        m_tab->select(0);
-        m_tab->backend.raise("list_skills", "OSError", "x");
-        m_tab->choose("ecosystemPopup", "codex");
-        QCOMPARE(m_tab->rows(), QStringList());
-        QVERIFY(m_tab->meta().startsWith(u"Tells it."_s));
-        QCOMPARE(m_tab->fields().size(), 2);
-        m_tab->press("Load Config"); // of the ecosystem that is shown
-        QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["codex","weather"])"));
-    }
-
     void reachesEverythingByKeyboardInReadingOrder()
     {
         m_tab->show();
@@ -414,56 +388,6 @@ private slots:
         QCOMPARE(m_tab->caption("sourcePopup")->text(), u"Configured Sources"_s);
     }
 
-    void theViewIsLaidOutAsGiven()
-    {
-        m_tab->view().resize(1600, 640); // all controls in one line
-        m_tab->show();
-        const QRect place = m_tab->view().rect().adjusted(16, 16, -16, -14);
-
-        std::vector<const QWidget*> controls;
-        for (const char* popup : {"ecosystemPopup", "agentPopup", "configModePopup"}) {
-            controls.push_back(m_tab->caption(popup));
-            controls.push_back(m_tab->find<QWidget>(popup));
-            QCOMPARE(m_tab->find<QWidget>(popup)->minimumWidth(), 90);
-        }
-        for (const char* button : {"Refresh", "Load Config", "Install Skill", "Install Cloud Skill"})
-            controls.push_back(Controls::button(m_tab->view(), QString::fromLatin1(button)));
-        int left = place.left();
-        QRect row;
-        for (const QWidget* control : controls) {
-            const QRect frame = m_tab->frame(control);
-            QCOMPARE(frame.left(), left);
-            left = frame.right() + 1 + 8;
-            row |= frame;
-        }
-        QCOMPARE(row.top(), place.top());
-
-        const QRect meta = m_tab->frame(m_tab->find<QWidget>("metaLabel"));
-        const QRect configPath = m_tab->frame(m_tab->find<QWidget>("configPathLabel"));
-        const QRect skillDirs = m_tab->frame(m_tab->find<QWidget>("skillDirsLabel"));
-        QCOMPARE(meta.topLeft(), QPoint(place.left(), row.bottom() + 1 + 8));
-        QCOMPARE(meta.right(), place.right());
-        QCOMPARE(configPath.topLeft(), QPoint(place.left(), meta.bottom() + 1 + 4));
-        QCOMPARE(skillDirs.topLeft(), QPoint(place.left(), configPath.bottom() + 1 + 4));
-
-        const QRect table = m_tab->frame(m_tab->table());
-        const QWidget* document = m_tab->env()->parentWidget()->parentWidget();
-        const QRect form = m_tab->frame(document->parentWidget());
-        const QRect save = m_tab->frame(Controls::button(m_tab->view(), u"Save Config"_s));
-        QCOMPARE(m_tab->table()->minimumWidth(), 240);
-        QCOMPARE(table.topLeft(), QPoint(place.left(), skillDirs.bottom() + 1 + 8));
-        QCOMPARE(form.topLeft(), QPoint(table.right() + 1 + 16, table.top()));
-        QCOMPARE(form.right(), place.right());
-        QVERIFY(std::abs(3 * table.width() - 2 * form.width()) <= 3); // but for what is rounded
-        QCOMPARE(m_tab->env()->parentWidget()->geometry(), document->rect().adjusted(0, 0, -8, 0));
-        QCOMPARE(save.topLeft(), QPoint(form.left(), form.bottom() + 1 + 8));
-        QCOMPARE(save.bottom(), table.bottom());
-
-        const QRect status = m_tab->frame(m_tab->find<QWidget>("statusLabel"));
-        QCOMPARE(status.topLeft(), QPoint(place.left(), table.bottom() + 1 + 8));
-        QCOMPARE(status.bottomRight(), place.bottomRight());
-    }
-
     void aDescriptionOfFourLinesIsWhole()
     {
         m_tab->show();
@@ -496,16 +420,6 @@ private slots:
         QVERIFY(m_tab->find<ScrollingLabel>("metaLabel")->verticalScrollBar()->maximum() > 0);
         for (const char* popup : {"ecosystemPopup", "agentPopup", "configModePopup"})
             QCOMPARE(m_tab->caption(popup)->width(), m_tab->caption(popup)->sizeHint().width());
-    }
-
-    void foreignTextIsPlain()
-    {
-        m_tab->listed({{{"name", "<b>n</b>"}, {"skillKey", "<i>k</i>"}, {"requiredEnv", {"<b>A</b>"}}}});
-        m_tab->select(0);
-        QCOMPARE(m_tab->rows(), QStringList{u"<b>n</b>"_s});
-        QCOMPARE(m_tab->status(), u"Loaded config for <i>k</i>."_s);
-        for (const QLabel* label : m_tab->view().findChildren<QLabel*>())
-            QCOMPARE(label->textFormat(), Qt::PlainText);
     }
 
 private:

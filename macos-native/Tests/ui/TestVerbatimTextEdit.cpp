@@ -1,5 +1,6 @@
 #include "ui/VerbatimTextEdit.h"
 
+#include "support/Cases.h"
 #include "support/Warnings.h"
 
 #include <QClipboard>
@@ -38,27 +39,27 @@ private slots:
 
     void whatIsNotEditedComesBack_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::newRow("nothing") << QString();
-        QTest::newRow("a final line feed") << u"{}\n"_s;
-        QTest::newRow("no final line feed") << u"{}"_s;
-        QTest::newRow("only line feeds") << u"\n\n\n"_s;
-        QTest::newRow("lines that end in carriage return and line feed") << u"{\r\n}\r\n"_s;
-        QTest::newRow("lines that end in carriage return") << u"{\r}\r"_s;
-        QTest::newRow("mixed line endings") << u"a\r\nb\nc\rd\r\n\r\re\n\r"_s;
-        QTest::newRow("as many endings of one kind as of the other") << u"a\r\nb\nc\r\nd\n"_s;
-        QTest::newRow("a byte-order mark") << u"\ufeff{}\n"_s;
-        QTest::newRow("nothing but a byte-order mark") << u"\ufeff"_s;
-        QTest::newRow("two byte-order marks") << u"\ufeff\ufeff{}"_s;
-        QTest::newRow("a byte-order mark inside") << u"{\ufeff}"_s;
-        QTest::newRow("no-break spaces") << u"a\u00a0b\u202fc\n"_s;
-        QTest::newRow("line and paragraph separators") << u"a\u2028b\u2029c\nd\u2029"_s;
-        QTest::newRow("what a document takes for frames") << u"a\ufdd0b\ufdd1\n\ufdd0"_s;
-        QTest::newRow("an object replacement character") << u"a\ufffc\ufffd\n"_s;
-        QTest::newRow("control characters and a null") << u"a\0b\u001b\t\f\v\u007f\n"_s;
-        QTest::newRow("Chinese, emoji and composed characters") << u"{\"名\": \"👩‍💻e\u0301\"}\n"_s;
-        QTest::newRow("bidirectional marks") << u"a\u202eb\u2066\n"_s;
-        QTest::newRow("JSON that is none") << u"{,]\n"_s;
+        const Cases<QString> add("text");
+        add("nothing", {});
+        add("a final line feed", u"{}\n"_s);
+        add("no final line feed", u"{}"_s);
+        add("only line feeds", u"\n\n\n"_s);
+        add("lines that end in carriage return and line feed", u"{\r\n}\r\n"_s);
+        add("lines that end in carriage return", u"{\r}\r"_s);
+        add("mixed line endings", u"a\r\nb\nc\rd\r\n\r\re\n\r"_s);
+        add("as many endings of one kind as of the other", u"a\r\nb\nc\r\nd\n"_s);
+        add("a byte-order mark", u"\ufeff{}\n"_s);
+        add("nothing but a byte-order mark", u"\ufeff"_s);
+        add("two byte-order marks", u"\ufeff\ufeff{}"_s);
+        add("a byte-order mark inside", u"{\ufeff}"_s);
+        add("no-break spaces", u"a\u00a0b\u202fc\n"_s);
+        add("line and paragraph separators", u"a\u2028b\u2029c\nd\u2029"_s);
+        add("what a document takes for frames", u"a\ufdd0b\ufdd1\n\ufdd0"_s);
+        add("an object replacement character", u"a\ufffc\ufffd\n"_s);
+        add("control characters and a null", u"a\0b\u001b\t\f\v\u007f\n"_s);
+        add("Chinese, emoji and composed characters", u"{\"名\": \"👩‍💻e\u0301\"}\n"_s);
+        add("bidirectional marks", u"a\u202eb\u2066\n"_s);
+        add("JSON that is none", u"{,]\n"_s);
     }
 
     void whatIsNotEditedComesBack()
@@ -110,17 +111,12 @@ private slots:
 
     void aTypedLineEndsAsTheLineItIsTypedIn_data()
     {
-        QTest::addColumn<QString>("before");
-        QTest::addColumn<int>("position");
-        QTest::addColumn<QString>("after");
-
-        QTest::newRow("in an empty text, with a line feed") << QString() << 0 << u"\n"_s;
-        QTest::newRow("among lines with carriage returns") << u"a\r\nb\r\n"_s << 3 << u"a\r\nb\r\n\r\n"_s;
-        QTest::newRow("in the first line, as most do") << u"ab\r\nc\r\nd\n"_s << 1 << u"a\r\nb\r\nc\r\nd\n"_s;
-        QTest::newRow("in the first line of mixed ones, which keep theirs")
-            << u"ab\r\nc\nd\n"_s << 1 << u"a\nb\r\nc\nd\n"_s;
-        QTest::newRow("after an unusual ending, as that")
-            << u"a\nb\nc\r\nde\nf\n"_s << 7 << u"a\nb\nc\r\nd\r\ne\nf\n"_s;
+        const Cases<QString, int, QString> add("before", "position", "after");
+        add("in an empty text, with a line feed", {}, 0, u"\n"_s);
+        add("among lines with carriage returns", u"a\r\nb\r\n"_s, 3, u"a\r\nb\r\n\r\n"_s);
+        add("in the first line, as most do", u"ab\r\nc\r\nd\n"_s, 1, u"a\r\nb\r\nc\r\nd\n"_s);
+        add("in the first line of mixed ones, which keep theirs", u"ab\r\nc\nd\n"_s, 1, u"a\nb\r\nc\nd\n"_s);
+        add("after an unusual ending, as that", u"a\nb\nc\r\nde\nf\n"_s, 7, u"a\nb\nc\r\nd\r\ne\nf\n"_s);
     }
 
     void aTypedLineEndsAsTheLineItIsTypedIn()
@@ -167,15 +163,15 @@ private slots:
 
     void whatIsUndoneComesBack_data()
     {
-        QTest::addColumn<int>("position");
-        QTest::addColumn<Keys>("keys");
+        const Cases<int, Keys> add("position", "keys");
+
         const QKeyCombination all(Qt::CTRL | Qt::Key_A);
-        QTest::newRow("typing") << 3 << Keys{Qt::Key_X};
-        QTest::newRow("a new line") << 3 << Keys{Qt::Key_Return};
-        QTest::newRow("joined lines") << 2 << Keys{Qt::Key_Backspace};
-        QTest::newRow("a line ending after an empty line") << 4 << Keys{Qt::Key_Delete};
-        QTest::newRow("everything deleted") << 0 << Keys{all, Qt::Key_Delete};
-        QTest::newRow("everything replaced") << 0 << Keys{all, Qt::Key_X};
+        add("typing", 3, Keys{Qt::Key_X});
+        add("a new line", 3, Keys{Qt::Key_Return});
+        add("joined lines", 2, Keys{Qt::Key_Backspace});
+        add("a line ending after an empty line", 4, Keys{Qt::Key_Delete});
+        add("everything deleted", 0, Keys{all, Qt::Key_Delete});
+        add("everything replaced", 0, Keys{all, Qt::Key_X});
     }
 
     void whatIsUndoneComesBack()

@@ -3,7 +3,6 @@
 #include "agents/AgentDialogs.h"
 #include "agents/ConfigEditorWindowController.h"
 #include "agents/core/Agent.h"
-#include "agents/core/AgentCalls.h"
 #include "agents/core/AgentReport.h"
 #include "agents/core/ConfigFile.h"
 #include "backend/BackendReply.h"
@@ -13,6 +12,7 @@
 #include "shell/primitives/NeloWindow.h"
 #include "ui/Alerts.h"
 #include "ui/Buttons.h"
+#include "ui/CallOrAlert.h"
 #include "ui/FlowLayout.h"
 #include "ui/JsonTable.h"
 #include "ui/Labels.h"
@@ -21,16 +21,9 @@
 #include <QDateTime>
 #include <QDir>
 #include <QHBoxLayout>
-#include <QPointer>
 #include <QScreen>
 
-#include <chrono>
-
 namespace {
-
-using namespace std::chrono_literals;
-
-constexpr std::chrono::milliseconds refreshInterval = 5s;
 
 std::vector<JsonColumn> columns()
 {
@@ -59,7 +52,8 @@ QPoint placeBeside(const QWidget& window)
 
 } // namespace
 
-AgentsViewController::AgentsViewController(QWidget* parent) : ViewController(parent)
+AgentsViewController::AgentsViewController(QWidget* parent, std::chrono::milliseconds refreshInterval)
+    : ViewController(parent), m_refreshInterval(refreshInterval)
 {}
 
 void AgentsViewController::loadView()
@@ -115,7 +109,7 @@ void AgentsViewController::viewDidAppear()
     m_refreshTimer->setObjectName(QStringLiteral("refreshTimer"));
     connect(m_refreshTimer.get(), &QTimer::timeout, this, &AgentsViewController::refreshAgents);
     m_refreshTimer->setTimerType(Qt::PreciseTimer); // a coarse one may be a quarter of a second early
-    m_refreshTimer->start(refreshInterval);
+    m_refreshTimer->start(m_refreshInterval);
 }
 
 void AgentsViewController::viewWillDisappear()
@@ -155,7 +149,8 @@ void AgentsViewController::addAgent()
         return;
     }
     const NewAgent agent = newAgent(choice->ecosystem, choice->name, stamp, QDir::homePath());
-    if (!succeeds(callToAdd(agent), QStringLiteral("Add Agent Failed")))
+    if (!callOrAlert(this, QStringLiteral("Add Agent Failed"), "add_local_agent",
+                     {agent.ecosystem, agent.id, agent.name, agent.workspace}))
         return;
     m_statusLabel->setText(QStringLiteral("Added agent ") + agent.ecosystem + u'/' + agent.id);
     loadAgents();
@@ -163,7 +158,7 @@ void AgentsViewController::addAgent()
 
 void AgentsViewController::setUpOpenClaw()
 {
-    if (!succeeds({"launch_openclaw_install_or_configure_interactive", {}}, QStringLiteral("OpenClaw Setup Failed")))
+    if (!callOrAlert(this, QStringLiteral("OpenClaw Setup Failed"), "launch_openclaw_install_or_configure_interactive"))
         return;
     m_statusLabel->setText(QStringLiteral("Launched OpenClaw install in Terminal. Refresh after install completes."));
     loadAgents();
@@ -179,7 +174,11 @@ void AgentsViewController::adoptOrRename()
     const std::optional<QString> newName = askForName(this, title, agent->label(), agent->name);
     if (!self || !newName || newName->isEmpty())
         return;
-    if (!succeeds(callToName(*agent, *newName), QStringLiteral("Save Failed")))
+    const char* const function = agent->isManaged() ? "rename_local_agent" : "adopt_local_agent";
+    std::vector<Json> args{agent->ecosystem, agent->id, *newName};
+    if (!agent->isManaged())
+        args.emplace_back(agent->workspace); // where it was found
+    if (!callOrAlert(this, QStringLiteral("Save Failed"), function, args))
         return;
     const QString done = agent->isManaged() ? QStringLiteral("Renamed ") : QStringLiteral("Adopted ");
     m_statusLabel->setText(done + agent->label());
@@ -196,7 +195,7 @@ void AgentsViewController::runConfigure()
                   QStringLiteral("Only openclaw configure is supported right now."));
         return;
     }
-    if (succeeds({"launch_openclaw_configure_interactive", {}}, QStringLiteral("Configure Failed")))
+    if (callOrAlert(this, QStringLiteral("Configure Failed"), "launch_openclaw_configure_interactive"))
         m_statusLabel->setText(QStringLiteral("Launched openclaw configure."));
 }
 
@@ -235,26 +234,19 @@ void AgentsViewController::deleteSelected()
                   QStringLiteral("Delete"));
     if (!self || answer != DialogAnswer::Accepted)
         return;
-    if (!succeeds(callToDelete(*agent), QStringLiteral("Delete Failed")))
+    constexpr bool withWorkspace = true;
+    if (!callOrAlert(this, QStringLiteral("Delete Failed"), "delete_local_agent",
+                     {agent->ecosystem, agent->id, withWorkspace}))
         return;
     m_statusLabel->setText(QStringLiteral("Deleted ") + agent->label());
     loadAgents();
 }
 
-/// The agent that an action is about; without a selection, says so and returns none.
+/// Returns the agent that an action is about. Without a selection says so and returns nothing.
 std::optional<Agent> AgentsViewController::selectedAgent()
 {
     if (const std::optional<Json> row = m_tableView->selectedRow())
         return agentOf(*row);
     showAlert(this, QStringLiteral("No Selection"), QStringLiteral("Select an agent first."));
     return std::nullopt; // `this` may be gone
-}
-
-/// Makes the call and tells of a failure. `this` may be gone after one.
-bool AgentsViewController::succeeds(const BackendCall& call, const QString& failureTitle)
-{
-    const BackendReply reply(NeloBackend::call(call.function, call.args));
-    if (reply.isError())
-        showAlert(this, failureTitle, reply.text());
-    return !reply.isError();
 }

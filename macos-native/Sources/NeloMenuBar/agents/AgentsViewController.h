@@ -5,6 +5,7 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -13,7 +14,6 @@ class Label;
 class NeloWindow;
 class QHBoxLayout;
 struct Agent;
-struct BackendCall;
 
 /// The Agents tab: lists the agents of this machine, keeps the list fresh while it is in front, and creates, adopts,
 /// renames, configures and deletes agents. Backend calls block.
@@ -22,10 +22,12 @@ class AgentsViewController final : public ViewController
     Q_OBJECT
 
 public:
-    explicit AgentsViewController(QWidget* parent = nullptr);
+    /// While it is visible, it refreshes itself each time that `refreshInterval` is over.
+    explicit AgentsViewController(QWidget* parent = nullptr,
+                                  std::chrono::milliseconds refreshInterval = std::chrono::seconds(5));
 
-    /// Loads the table anew, unless the view is in a window that is not the active one: another window in front, a
-    /// dialog included, is no time to poll.
+    /// Loads the table anew. Does nothing while the view is in a window that is not the active one: behind another
+    /// window or a dialog the backend is left alone.
     void refreshAgents();
     /// Asks for a new agent's ecosystem and name, and has it created or, for openclaw, set up in a terminal.
     void addAgent();
@@ -49,8 +51,8 @@ private:
     void loadAgents();
     void setUpOpenClaw();
     std::optional<Agent> selectedAgent();
-    [[nodiscard]] bool succeeds(const BackendCall& call, const QString& failureTitle);
 
+    std::chrono::milliseconds m_refreshInterval;
     JsonTable* m_tableView = nullptr;       // child of this
     Label* m_summaryLabel = nullptr;        // child of this
     Label* m_statusLabel = nullptr;         // child of this

@@ -11,29 +11,14 @@
 #include <QDateTime>
 #include <QFontDatabase>
 #include <QHBoxLayout>
-#include <QScreen>
 
 #include <utility>
-
-namespace {
-
-/// Lets `window` be smaller than it starts, and starts it no larger than its screen: Save must be in reach.
-void fitScreen(NeloWindow& window)
-{
-    constexpr double shareOfContent = 0.9; // the rest is for the frame, which the window system draws
-    const QRect available = window.screen()->availableGeometry();
-    window.setMinimumSize(0, 0);
-    window.resize(window.size().boundedTo(available.size() * shareOfContent));
-    window.move(available.center() - window.rect().center());
-}
-
-} // namespace
 
 ConfigEditorWindowController::ConfigEditorWindowController(const QString& title, QString path, OnSave onSave)
     : m_path(std::move(path)), m_onSave(std::move(onSave)), m_window(new NeloWindow(title, {900, 640}))
 {
     m_window->setAttribute(Qt::WA_DeleteOnClose);
-    fitScreen(*m_window);
+    m_window->setMinimumSize(0, 0); // it may be made as small as the user likes: its text scrolls
     setParent(m_window);
     setupUI();
 }

@@ -6,6 +6,7 @@
 #include "models/core/ModelReports.h"
 #include "ui/Alerts.h"
 #include "ui/Buttons.h"
+#include "ui/CallOrAlert.h"
 #include "ui/FlowLayout.h"
 #include "ui/JsonTable.h"
 #include "ui/Labels.h"
@@ -143,11 +144,8 @@ void ModelsViewController::downloadSelected()
         showAlert(this, QStringLiteral("No Selection"), QStringLiteral("Select a remote model first."));
         return;
     }
-    const BackendReply reply(NeloBackend::call("start_model_download", {name}));
-    if (reply.isError()) {
-        showAlert(this, QStringLiteral("Download Failed"), reply.text());
+    if (!callOrAlert(this, QStringLiteral("Download Failed"), "start_model_download", {name}))
         return;
-    }
     m_statusLabel->setText(QStringLiteral("Submitted download for ") + name);
     refreshRight();
 }
@@ -159,11 +157,8 @@ void ModelsViewController::cancelSelectedTask()
         showAlert(this, QStringLiteral("No Selection"), QStringLiteral("Select a task first."));
         return;
     }
-    const BackendReply reply(NeloBackend::call("cancel_model_download", {id}));
-    if (reply.isError()) {
-        showAlert(this, QStringLiteral("Cancel Failed"), reply.text());
+    if (!callOrAlert(this, QStringLiteral("Cancel Failed"), "cancel_model_download", {id}))
         return;
-    }
     m_statusLabel->setText(QStringLiteral("Cancelled task ") + id);
     refreshRight();
 }

@@ -62,8 +62,8 @@ void DynamicFieldsStack::rebuildDynamicFields(const std::vector<DynamicVariable>
     }
 }
 
-void DynamicFieldsStack::showTexts(const std::function<QString(const QString& name)>& textOf)
+void DynamicFieldsStack::showTexts(const std::function<QString(const QString& name)>& textFor)
 {
     for (const DynamicEnvField& variable : m_dynamicEnvFields)
-        variable.field->setText(textOf(variable.name));
+        variable.field->setText(textFor(variable.name));
 }

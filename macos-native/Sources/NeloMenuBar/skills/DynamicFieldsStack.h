@@ -1,6 +1,6 @@
 #pragma once
 
-#include "skills/core/SkillRow.h"
+#include "skills/core/SkillVariables.h"
 
 #include <QWidget>
 
@@ -25,8 +25,8 @@ public:
     void clear();
     /// Has an empty field for each of `variables` in their order; says so if there is none.
     void rebuildDynamicFields(const std::vector<DynamicVariable>& variables);
-    /// Sets every field to what `textOf` says of its variable.
-    void showTexts(const std::function<QString(const QString& name)>& textOf);
+    /// Sets every field to what `textFor` says of its variable.
+    void showTexts(const std::function<QString(const QString& name)>& textFor);
 
 private:
     /// The field of a variable.

@@ -2,11 +2,10 @@
 
 #include "backend/BackendReply.h"
 #include "backend/NeloBackend.h"
-#include "skills/NewsSourceForm.h"
 #include "skills/core/NewsSource.h"
-#include "skills/core/SkillRow.h"
 #include "ui/Alerts.h"
 #include "ui/Buttons.h"
+#include "ui/CallOrAlert.h"
 #include "ui/FlowLayout.h"
 #include "ui/Forms.h"
 #include "ui/Labels.h"
@@ -14,9 +13,59 @@
 #include "ui/SingleLine.h"
 #include "ui/TextScale.h"
 
+#include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
 #include <QVBoxLayout>
+
+namespace {
+
+QHBoxLayout* sourceFormRow(const QString& label, QWidget* field)
+{
+    return formRow(label, field, {.labelWidth = 72, .spacing = 8});
+}
+
+/// The content of the dialog that describes a new source.
+class NewsSourceForm final : public QWidget
+{
+public:
+    NewsSourceForm()
+    {
+        m_typePopup->addItems({QStringLiteral("rss"), QStringLiteral("webpage"), QStringLiteral("x")});
+        m_enabledPopup->addItems({QStringLiteral("true"), QStringLiteral("false")});
+        setMinimumSize(scaledToFont(QSize(420, 188)));
+
+        auto* column = new QVBoxLayout(this);
+        column->setContentsMargins(0, 4, 0, 4);
+        column->setSpacing(8);
+        column->addLayout(sourceFormRow(QStringLiteral("Type"), m_typePopup));
+        column->addLayout(sourceFormRow(QStringLiteral("ID"), m_idField));
+        column->addLayout(sourceFormRow(QStringLiteral("Name"), m_nameField));
+        column->addLayout(sourceFormRow(QStringLiteral("URL"), m_urlField));
+        column->addLayout(sourceFormRow(QStringLiteral("Enabled"), m_enabledPopup));
+    }
+
+    /// Returns the source as it is described now.
+    NewNewsSource source() const
+    {
+        return {
+            .type = m_typePopup->titleOfSelectedItem(QStringLiteral("rss")),
+            .id = m_idField->text(),
+            .name = m_nameField->text(),
+            .url = m_urlField->text(),
+            .isEnabled = m_enabledPopup->titleOfSelectedItem(QStringLiteral("true")) == QStringLiteral("true"),
+        };
+    }
+
+private:
+    PopUpButton* m_typePopup = new PopUpButton(this);
+    QLineEdit* m_idField = makeField({}, this);
+    QLineEdit* m_nameField = makeField({}, this);
+    QLineEdit* m_urlField = makeField({}, this);
+    PopUpButton* m_enabledPopup = new PopUpButton(this);
+};
+
+} // namespace
 
 NewsSourceSection::NewsSourceSection(QWidget* parent)
     : QWidget(parent), m_sourcePopup(new PopUpButton(this)), m_sourceSummaryLabel(new Label({}, this))
@@ -80,11 +129,8 @@ void NewsSourceSection::addSource()
                                           QStringLiteral("Use Type, ID, Name, and URL."), &form, QStringLiteral("Add"));
     if (!self || answer != DialogAnswer::Accepted)
         return;
-    const BackendReply reply(NeloBackend::call("add_news_source", {toJson(form.source())}));
-    if (reply.isError()) {
-        showAlert(this, QStringLiteral("Add Source Failed"), reply.text());
+    if (!callOrAlert(this, QStringLiteral("Add Source Failed"), "add_news_source", {toJson(form.source())}))
         return;
-    }
     reloadSources();
     emit statusChanged(QStringLiteral("Source added."));
 }

@@ -1,11 +1,10 @@
 #include "skills/SkillEntryEditor.h"
 
-#include "backend/BackendReply.h"
-#include "backend/NeloBackend.h"
 #include "skills/DynamicFieldsStack.h"
 #include "skills/core/SkillEntry.h"
-#include "skills/core/SkillRow.h"
+#include "skills/core/SkillVariables.h"
 #include "ui/Alerts.h"
+#include "ui/CallOrAlert.h"
 #include "ui/Colors.h"
 #include "ui/Forms.h"
 #include "ui/Labels.h"
@@ -140,12 +139,11 @@ void SkillEntryEditor::loadEntry()
     if (!skill)
         return;
     const QString skillKey = textOf(*skill, "skillKey");
-    const BackendReply reply(NeloBackend::call("get_skill_entry", {m_ecosystem, skillKey}));
-    if (reply.isError()) {
-        showAlert(this, QStringLiteral("Load Failed"), reply.text());
+    const std::optional<BackendReply> reply =
+        callOrAlert(this, QStringLiteral("Load Failed"), "get_skill_entry", {m_ecosystem, skillKey});
+    if (!reply)
         return;
-    }
-    const SkillEntry entry = readSkillEntry(reply.object());
+    const SkillEntry entry = readSkillEntry(reply->object());
     m_enabledPopup->selectItemWithTitle(entry.isEnabled ? QStringLiteral("true") : QStringLiteral("false"));
     m_apiKeyField->setText(primaryVariable(*skill).isEmpty() ? QString() : entry.apiKey);
     m_currentConfigObject = entry.config;
@@ -172,11 +170,8 @@ void SkillEntryEditor::saveEntry()
         .config = m_currentConfigObject,
     };
     const QString skillKey = textOf(*skill, "skillKey");
-    const BackendReply reply(NeloBackend::call("save_skill_entry", {m_ecosystem, skillKey, toJson(entry)}));
-    if (reply.isError()) {
-        showAlert(this, QStringLiteral("Save Failed"), reply.text());
+    if (!callOrAlert(this, QStringLiteral("Save Failed"), "save_skill_entry", {m_ecosystem, skillKey, toJson(entry)}))
         return;
-    }
     m_envTextView->setText(prettyEnv(*env));
     emit statusChanged(QStringLiteral("Saved config for ") + skillKey + u'.');
 }
@@ -190,7 +185,7 @@ std::optional<Json> SkillEntryEditor::requireSelection()
     return std::nullopt;
 }
 
-/// What is to be saved as the environment; nothing when it is edited as text and that is no JSON object.
+/// Returns what is to be saved as the environment, or nothing when it is edited as text and that is no JSON object.
 std::optional<Json> SkillEntryEditor::editedEnv() const
 {
     if (m_isDynamic && m_dynamicFieldsStack->hasFields())

@@ -1,17 +1,17 @@
 #include "skills/SkillInstaller.h"
 
-#include "backend/BackendReply.h"
-#include "backend/NeloBackend.h"
 #include "base/Ecosystem.h"
-#include "skills/PackagePanel.h"
-#include "skills/core/AgentRow.h"
-#include "skills/core/CloudSkill.h"
+#include "skills/core/AgentTexts.h"
 #include "skills/core/InstallReport.h"
+#include "skills/core/SkillTexts.h"
 #include "ui/Alerts.h"
+#include "ui/CallOrAlert.h"
 #include "ui/PopUpButton.h"
 #include "ui/SingleLine.h"
 #include "ui/TextScale.h"
 
+#include <QDir>
+#include <QFileDialog>
 #include <QPointer>
 
 namespace {
@@ -41,6 +41,30 @@ std::optional<Json> choose(QWidget* view, const Question& question, const std::v
     return rows[static_cast<std::size_t>(popup.currentIndex())];
 }
 
+QString firstFolder()
+{
+    const QString desktop = QDir::home().filePath(QStringLiteral("Desktop"));
+    return QDir(desktop).exists() ? desktop : QDir::homePath();
+}
+
+/// Asks for the file of a skill package, first on the user's desktop, and returns its path. Returns nothing when the
+/// user declines. The kind of file is not checked. Runs an event loop.
+std::optional<QString> choosePackage(QWidget* parent)
+{
+    const QString message =
+        QStringLiteral("Choose an openclaw skill package (.zip). Non-zip files will be rejected after selection.");
+    const QPointer<QFileDialog> panel(new QFileDialog(parent, message, firstFolder()));
+    panel->setFileMode(QFileDialog::ExistingFile);
+    panel->resize(scaledWindowSize({800, 480})); // as wide as its message
+    panel->setLabelText(QFileDialog::Accept, QStringLiteral("Install"));
+    const bool isConfirmed = panel->exec() == QDialog::Accepted;
+    if (!panel)
+        return std::nullopt; // it went with its window
+    const QStringList files = panel->selectedFiles();
+    panel->deleteLater();
+    return isConfirmed && !files.isEmpty() ? std::optional(files.first()) : std::nullopt;
+}
+
 } // namespace
 
 SkillInstaller::SkillInstaller(QWidget* view) : QObject(view), m_view(view)
@@ -59,16 +83,15 @@ void SkillInstaller::installSkill(const QString& ecosystem, const std::optional<
     }
     const QString id = textOf(*agent, "id"); // now: the panel may outlive the row
     const QPointer<SkillInstaller> self(this);
-    const std::optional<QString> package = askForSkillPackage(m_view);
+    const std::optional<QString> package = choosePackage(m_view);
     if (!self || !package)
         return;
 
-    const BackendReply reply(NeloBackend::call("install_openclaw_skill_zip", {id, *package}));
-    if (reply.isError()) {
-        showAlert(m_view, QStringLiteral("Install Failed"), reply.text());
+    const std::optional<BackendReply> reply =
+        callOrAlert(m_view, QStringLiteral("Install Failed"), "install_openclaw_skill_zip", {id, *package});
+    if (!reply)
         return;
-    }
-    const Json result = reply.object();
+    const Json result = reply->object();
     emit statusChanged(installStatus(QStringLiteral("skill"), result));
     showAlert(m_view, QStringLiteral("Skill Installed"),
               QStringLiteral("Agent: ") + id + u'\n' + installSummary(result));
@@ -89,13 +112,12 @@ void SkillInstaller::installCloudSkill(const QString& ecosystem)
     if (!self || !agent)
         return;
 
-    const BackendReply reply(
-        NeloBackend::call("install_cloud_skill_from_core", {ecosystem, textOf(*skill, "key"), textOf(*agent, "id")}));
-    if (reply.isError()) {
-        showAlert(m_view, QStringLiteral("Cloud Install Failed"), reply.text());
+    const std::optional<BackendReply> reply =
+        callOrAlert(m_view, QStringLiteral("Cloud Install Failed"), "install_cloud_skill_from_core",
+                    {ecosystem, textOf(*skill, "key"), textOf(*agent, "id")});
+    if (!reply)
         return;
-    }
-    const Json result = reply.object();
+    const Json result = reply->object();
     const QString name = cloudSkillName(*skill);
     emit statusChanged(installStatus(QStringLiteral("cloud skill ") + name, result));
     showAlert(m_view, QStringLiteral("Cloud Skill Installed"),
@@ -105,12 +127,11 @@ void SkillInstaller::installCloudSkill(const QString& ecosystem)
 
 std::optional<Json> SkillInstaller::chooseCloudSkill(const QString& ecosystem) const
 {
-    const BackendReply reply(NeloBackend::call("list_cloud_skills_via_core", {ecosystem}));
-    if (reply.isError()) {
-        showAlert(m_view, QStringLiteral("Core Catalog Failed"), reply.text());
+    const std::optional<BackendReply> reply =
+        callOrAlert(m_view, QStringLiteral("Core Catalog Failed"), "list_cloud_skills_via_core", {ecosystem});
+    if (!reply)
         return std::nullopt;
-    }
-    const std::vector<Json> skills = reply.rows();
+    const std::vector<Json> skills = reply->rows();
     if (skills.empty()) {
         showAlert(m_view, QStringLiteral("No Cloud Skills"),
                   QStringLiteral("Core returned an empty cloud skills catalog."));
@@ -124,12 +145,11 @@ std::optional<Json> SkillInstaller::chooseCloudSkill(const QString& ecosystem) c
 
 std::optional<Json> SkillInstaller::chooseCoreAgent(const QString& ecosystem) const
 {
-    const BackendReply reply(NeloBackend::call("list_core_agents", {ecosystem, true}));
-    if (reply.isError()) {
-        showAlert(m_view, QStringLiteral("Core Agents Failed"), reply.text());
+    const std::optional<BackendReply> reply =
+        callOrAlert(m_view, QStringLiteral("Core Agents Failed"), "list_core_agents", {ecosystem, true});
+    if (!reply)
         return std::nullopt;
-    }
-    const std::vector<Json> agents = agentsOf(reply.rows(), Ecosystem::openclaw);
+    const std::vector<Json> agents = agentsOf(reply->rows(), Ecosystem::openclaw);
     if (agents.empty()) {
         showAlert(m_view, QStringLiteral("No Online OpenClaw Agent"),
                   QStringLiteral("Core did not report any online openclaw agents."));

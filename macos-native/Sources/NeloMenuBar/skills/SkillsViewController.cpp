@@ -8,8 +8,8 @@
 #include "skills/NewsSourceSection.h"
 #include "skills/SkillEntryEditor.h"
 #include "skills/SkillInstaller.h"
-#include "skills/core/AgentRow.h"
-#include "skills/core/SkillRow.h"
+#include "skills/core/SkillReports.h"
+#include "skills/core/SkillTexts.h"
 #include "ui/Buttons.h"
 #include "ui/FlowLayout.h"
 #include "ui/Forms.h"
@@ -178,15 +178,11 @@ void SkillsViewController::configModeChanged()
 
 void SkillsViewController::refreshAgentOptions()
 {
-    const BackendReply reply(NeloBackend::call("list_local_agents"));
-    m_currentAgentRows = agentsOf(reply.rows(), currentEcosystem());
-    QStringList titles;
-    for (const Json& agent : m_currentAgentRows)
-        titles.append(singleLine(localAgentTitle(agent)));
-    if (titles.isEmpty())
-        titles.append(reply.isError() ? QStringLiteral("(load failed)") : QStringLiteral("(none)"));
+    AgentsReport report = agentsReport(BackendReply(NeloBackend::call("list_local_agents")), currentEcosystem());
+    m_currentAgentRows = std::move(report.agents);
     m_agentPopup->clear();
-    m_agentPopup->addItems(titles);
+    for (const QString& title : std::as_const(report.titles))
+        m_agentPopup->addItem(singleLine(title));
 }
 
 void SkillsViewController::refreshSkills()
@@ -194,27 +190,23 @@ void SkillsViewController::refreshSkills()
     const QString ecosystem = currentEcosystem();
     m_entryEditor->setEcosystem(ecosystem);
     const BackendReply reply(NeloBackend::call("list_skills", {ecosystem}));
+    SkillsReport report = skillsReport(reply, ecosystem);
     m_tableView->selectionModel()->clear(); // the table would keep it
-    m_tableView->setRows(reply.rows());
-    if (reply.isError()) {
-        m_statusLabel->setText(reply.text());
-        return;
+    m_tableView->setRows(std::move(report.rows));
+    if (!reply.isError()) {
+        showAdapterSnapshot(ecosystem);
+        m_metaLabel->setText(noSelection);
+        m_entryEditor->reset();
+        m_sourceSection->reset();
     }
-    showAdapterSnapshot(ecosystem);
-    m_metaLabel->setText(noSelection);
-    m_entryEditor->reset();
-    m_sourceSection->reset();
-    m_statusLabel->setText(
-        QStringLiteral("Loaded %1 skills for %2.").arg(QString::number(m_tableView->model()->rowCount()), ecosystem));
+    m_statusLabel->setText(report.status);
 }
 
 void SkillsViewController::showAdapterSnapshot(const QString& ecosystem)
 {
-    const Json snapshot = BackendReply(NeloBackend::call("get_adapter_snapshot", {ecosystem})).object();
-    const QStringList folders = textsOf(snapshot, "skillDirs");
-    m_configPathLabel->setText(QStringLiteral("Config: ") + textOf(snapshot, "configPath"));
-    m_skillDirsLabel->setText(QStringLiteral("Skill dirs: ")
-                              + (folders.isEmpty() ? QStringLiteral("(none)") : folders.join(QStringLiteral(" | "))));
+    const AdapterReport report = adapterReport(BackendReply(NeloBackend::call("get_adapter_snapshot", {ecosystem})));
+    m_configPathLabel->setText(report.configPath);
+    m_skillDirsLabel->setText(report.skillFolders);
 }
 
 void SkillsViewController::tableViewSelectionDidChange()
@@ -257,6 +249,8 @@ QString SkillsViewController::currentEcosystem() const
 
 std::optional<Json> SkillsViewController::selectedAgent() const
 {
-    const auto index = static_cast<std::size_t>(m_agentPopup->currentIndex()); // none is beyond all
-    return index < m_currentAgentRows.size() ? std::optional(m_currentAgentRows[index]) : std::nullopt;
+    const int index = m_agentPopup->currentIndex();
+    const bool isAgent =
+        index >= 0 && index < std::ssize(m_currentAgentRows); // and not the one that says why there is none
+    return isAgent ? std::optional(m_currentAgentRows[static_cast<std::size_t>(index)]) : std::nullopt;
 }

@@ -28,6 +28,16 @@ public:
     /// Lists the skills of the current ecosystem; none is selected then. A failure leaves an empty list and the editor
     /// as it is.
     void refreshSkills();
+    /// Offers the agents, and lists the skills, of the ecosystem that is chosen now.
+    void ecosystemChanged();
+    /// Has the environment edited in the mode that is chosen now.
+    void configModeChanged();
+    /// Shows the entry of the selected skill.
+    void loadEntry();
+    /// Installs a package from this machine into the selected agent.
+    void installSkill();
+    /// Installs a skill of the cloud catalogue.
+    void installCloudSkill();
 
 protected:
     void loadView() override;
@@ -39,12 +49,7 @@ private:
     QLayout* makeBody();
     void connectPieces();
 
-    void ecosystemChanged();
-    void configModeChanged();
     void tableViewSelectionDidChange();
-    void loadEntry();
-    void installSkill();
-    void installCloudSkill();
     void showAdapterSnapshot(const QString& ecosystem);
     void reloadSourcesIfShown();
     QString currentEcosystem() const;

@@ -1,7 +1,7 @@
 #include "agents/core/Agent.h"
 
-#include "agents/core/AgentCalls.h"
 #include "base/Ecosystem.h"
+#include "support/Cases.h"
 #include "support/Warnings.h"
 
 #include <QTest>
@@ -47,13 +47,12 @@ private slots:
 
     void onlyManagedIsManaged_data()
     {
-        QTest::addColumn<QByteArray>("row");
-        QTest::addColumn<bool>("isManaged");
-        QTest::newRow("managed") << QByteArray(R"({"origin":"managed"})") << true;
-        QTest::newRow("with a capital it is not") << QByteArray(R"({"origin":"Managed"})") << false;
-        QTest::newRow("with a blank it is not") << QByteArray(R"({"origin":"managed "})") << false;
-        QTest::newRow("discovered") << QByteArray(R"({"origin":"discovered"})") << false;
-        QTest::newRow("without an origin") << "{}"_ba << false;
+        const Cases<QByteArray, bool> add("row", "isManaged");
+        add("managed", R"({"origin":"managed"})", true);
+        add("with a capital it is not", R"({"origin":"Managed"})", false);
+        add("with a blank it is not", R"({"origin":"managed "})", false);
+        add("discovered", R"({"origin":"discovered"})", false);
+        add("without an origin", "{}", false);
     }
 
     void onlyManagedIsManaged()
@@ -65,18 +64,16 @@ private slots:
 
     void pathsFollowTheEcosystem_data()
     {
-        QTest::addColumn<QString>("ecosystem");
-        QTest::addColumn<QString>("config");
-        QTest::addColumn<QString>("workspace");
+        const Cases<QString, QString, QString> add("ecosystem", "config", "workspace");
+
         const QString openclawConfig = u"/home/我/.openclaw/openclaw.json"_s;
         const QString openclawWorkspace = u"/home/我/.openclaw/agents/x-1"_s;
-
-        QTest::newRow("codex") << u"codex"_s << u"/home/我/.codex/config.json"_s << u"/home/我/.codex/agents/x-1"_s;
-        QTest::newRow("kimi") << u"kimi"_s << u"/home/我/.kimi/config.json"_s << u"/home/我/.kimi/agents/x-1"_s;
-        QTest::newRow("openclaw") << u"openclaw"_s << openclawConfig << openclawWorkspace;
-        QTest::newRow("nothing counts as openclaw") << QString() << openclawConfig << openclawWorkspace;
-        QTest::newRow("unknown counts as openclaw") << u"unknown"_s << openclawConfig << openclawWorkspace;
-        QTest::newRow("another case counts as openclaw") << u"Codex"_s << openclawConfig << openclawWorkspace;
+        add("codex", u"codex"_s, u"/home/我/.codex/config.json"_s, u"/home/我/.codex/agents/x-1"_s);
+        add("kimi", u"kimi"_s, u"/home/我/.kimi/config.json"_s, u"/home/我/.kimi/agents/x-1"_s);
+        add("openclaw", u"openclaw"_s, openclawConfig, openclawWorkspace);
+        add("nothing counts as openclaw", {}, openclawConfig, openclawWorkspace);
+        add("unknown counts as openclaw", u"unknown"_s, openclawConfig, openclawWorkspace);
+        add("another case counts as openclaw", u"Codex"_s, openclawConfig, openclawWorkspace);
     }
 
     void pathsFollowTheEcosystem()
@@ -91,15 +88,15 @@ private slots:
 
     void aNewAgentIsNamedAfterWhatWasEntered_data()
     {
-        QTest::addColumn<QString>("entered");
-        QTest::addColumn<QString>("name");
+        const Cases<QString, QString> add("entered", "name");
+
         const QString standIn = u"kimi 20250101-093000"_s;
-        QTest::newRow("as entered") << u"My agent"_s << u"My agent"_s;
-        QTest::newRow("without white space around it") << u" \n\t助手\u2028 "_s << u"助手"_s;
-        QTest::newRow("after its ecosystem when nothing was entered") << QString() << standIn;
-        QTest::newRow("after its ecosystem when only blanks were") << u" \t\n"_s << standIn;
-        QTest::newRow("after another ecosystem when that was left there")
-            << u"openclaw 20250101-093000"_s << u"openclaw 20250101-093000"_s;
+        add("as entered", u"My agent"_s, u"My agent"_s);
+        add("without white space around it", u" \n\t助手\u2028 "_s, u"助手"_s);
+        add("after its ecosystem when nothing was entered", {}, standIn);
+        add("after its ecosystem when only blanks were", u" \t\n"_s, standIn);
+        add("after another ecosystem when that was left there", u"openclaw 20250101-093000"_s,
+            u"openclaw 20250101-093000"_s);
     }
 
     void aNewAgentIsNamedAfterWhatWasEntered()
@@ -111,24 +108,6 @@ private slots:
         QCOMPARE(agent.id, u"kimi-20250101-093000"_s);
         QCOMPARE(agent.name, name);
         QCOMPARE(agent.workspace, u"/home/me/.kimi/agents/kimi-20250101-093000"_s);
-    }
-
-    void theBackendIsAskedInItsOwnWords()
-    {
-        const auto verify = [](const BackendCall& call, const char* function, const char* args) {
-            QCOMPARE(call.function, std::string(function));
-            QCOMPARE(Json(call.args).dump(), std::string(args));
-        };
-        const NewAgent created{u"codex"_s, u"codex-1"_s, u"名"_s, u"/w"_s};
-        verify(callToAdd(created), "add_local_agent", "[\"codex\",\"codex-1\",\"名\",\"/w\"]");
-
-        Agent agent{u"kimi"_s, u"a"_s, u"old"_s, u"managed"_s, u"/w"_s};
-        verify(callToName(agent, u"new"_s), "rename_local_agent", R"(["kimi","a","new"])");
-        verify(callToDelete(agent), "delete_local_agent", R"(["kimi","a",true])");
-        agent.origin = u"discovered"_s;
-        verify(callToName(agent, u"new"_s), "adopt_local_agent", R"(["kimi","a","new","/w"])");
-        agent.workspace.clear();
-        verify(callToName(agent, u"new"_s), "adopt_local_agent", R"(["kimi","a","new",""])");
     }
 };
 

@@ -1,6 +1,7 @@
 #include "agents/core/AgentReport.h"
 
 #include "backend/BackendReply.h"
+#include "support/Cases.h"
 #include "support/Warnings.h"
 
 #include <QTest>
@@ -17,27 +18,23 @@ private slots:
 
     void agentsAreCountedByEcosystem_data()
     {
-        QTest::addColumn<QByteArray>("reply");
-        QTest::addColumn<QString>("summary");
-
-        QTest::newRow("none at all") << "[]"_ba << u"Total: 0"_s;
-        QTest::newRow("two and one") << QByteArray(
-            R"([{"ecosystem":"openclaw"},{"ecosystem":"codex"},{"ecosystem":"openclaw"}])")
-                                     << u"Total: 3 (codex:1, openclaw:2)"_s;
-        QTest::newRow("all ecosystems in plain order")
-            << QByteArray(R"([{},{"ecosystem":"openclaw"},{"ecosystem":"kimi"},{"ecosystem":"codex"}])")
-            << u"Total: 4 (codex:1, kimi:1, openclaw:1, unknown:1)"_s;
-        QTest::newRow("capitals before small letters, and apart from them")
-            << QByteArray(R"([{"ecosystem":"codex"},{"ecosystem":"Codex"},{"ecosystem":"b"}])")
-            << u"Total: 3 (Codex:1, b:1, codex:1)"_s;
-        QTest::newRow("a missing ecosystem together with one of that name")
-            << QByteArray(R"([{},{"ecosystem":"unknown"}])") << u"Total: 2 (unknown:2)"_s;
-        QTest::newRow("an empty one under its empty name") << QByteArray(R"([{"ecosystem":""}])") << u"Total: 1 (:1)"_s;
-        QTest::newRow("values of other kinds by their text")
-            << QByteArray(R"([{"ecosystem":7},{"ecosystem":null},{"ecosystem":["a"]},{"ecosystem":true}])")
-            << u"Total: 4 (1:1, 7:1, <null>:1, [\"a\"]:1)"_s;
-        QTest::newRow("markup and Chinese as they stand")
-            << "[{\"ecosystem\":\"<b>代理</b>\"}]"_ba << u"Total: 1 (<b>代理</b>:1)"_s;
+        const Cases<QByteArray, QString> add("reply", "summary");
+        add("none at all", "[]", u"Total: 0"_s);
+        add("two and one", QByteArray(R"([{"ecosystem":"openclaw"},{"ecosystem":"codex"},{"ecosystem":"openclaw"}])"),
+            u"Total: 3 (codex:1, openclaw:2)"_s);
+        add("all ecosystems in plain order",
+            R"([{},{"ecosystem":"openclaw"},{"ecosystem":"kimi"},{"ecosystem":"codex"}])",
+            u"Total: 4 (codex:1, kimi:1, openclaw:1, unknown:1)"_s);
+        add("capitals before small letters, and apart from them",
+            R"([{"ecosystem":"codex"},{"ecosystem":"Codex"},{"ecosystem":"b"}])",
+            u"Total: 3 (Codex:1, b:1, codex:1)"_s);
+        add("a missing ecosystem together with one of that name", R"([{},{"ecosystem":"unknown"}])",
+            u"Total: 2 (unknown:2)"_s);
+        add("an empty one under its empty name", R"([{"ecosystem":""}])", u"Total: 1 (:1)"_s);
+        add("values of other kinds by their text",
+            R"([{"ecosystem":7},{"ecosystem":null},{"ecosystem":["a"]},{"ecosystem":true}])",
+            u"Total: 4 (1:1, 7:1, <null>:1, [\"a\"]:1)"_s);
+        add("markup and Chinese as they stand", "[{\"ecosystem\":\"<b>代理</b>\"}]", u"Total: 1 (<b>代理</b>:1)"_s);
     }
 
     void agentsAreCountedByEcosystem()
@@ -57,16 +54,16 @@ private slots:
 
     void whatIsNoListOfObjectsIsEmptyAndNoFailure_data()
     {
-        QTest::addColumn<QByteArray>("reply");
-        QTest::newRow("not JSON") << "Traceback (most recent call last):"_ba;
-        QTest::newRow("nothing") << QByteArray();
-        QTest::newRow("null") << "null"_ba;
-        QTest::newRow("an object") << QByteArray(R"({"id":"a"})");
-        QTest::newRow("a list of numbers") << "[1,2]"_ba;
-        QTest::newRow("a list with one row that is none") << QByteArray(R"([{"id":"a"},"b"])");
-        QTest::newRow("a list of lists") << QByteArray(R"([[{"id":"a"}]])");
-        QTest::newRow("a list cut in half") << QByteArray(R"([{"id":"a"},{"id":)");
-        QTest::newRow("not UTF-8") << "[{\"id\":\"\xe9\"}]"_ba;
+        const Cases<QByteArray> add("reply");
+        add("not JSON", "Traceback (most recent call last):");
+        add("nothing", "");
+        add("null", "null");
+        add("an object", R"({"id":"a"})");
+        add("a list of numbers", "[1,2]");
+        add("a list with one row that is none", R"([{"id":"a"},"b"])");
+        add("a list of lists", R"([[{"id":"a"}]])");
+        add("a list cut in half", R"([{"id":"a"},{"id":)");
+        add("not UTF-8", "[{\"id\":\"\xe9\"}]");
     }
 
     void whatIsNoListOfObjectsIsEmptyAndNoFailure()

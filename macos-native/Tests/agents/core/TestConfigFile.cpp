@@ -1,5 +1,6 @@
 #include "agents/core/ConfigFile.h"
 
+#include "support/Cases.h"
 #include "support/Files.h"
 #include "support/OrdinaryUser.h"
 #include "support/SmallDisk.h"
@@ -46,10 +47,10 @@ private slots:
 
     void aFileIsReadWhole_data()
     {
-        QTest::addColumn<QByteArray>("content");
-        QTest::newRow("nothing") << QByteArray();
-        QTest::newRow("any bytes") << QByteArray("\0\xff\r\n", 4);
-        QTest::newRow("fifty megabytes") << QByteArray(50'000'000, 'x');
+        const Cases<QByteArray> add("content");
+        add("nothing", "");
+        add("any bytes", QByteArray("\0\xff\r\n", 4));
+        add("fifty megabytes", QByteArray(50'000'000, 'x'));
     }
 
     void aFileIsReadWhole()
@@ -105,9 +106,9 @@ private slots:
 
     void aFileThatIsThereIsLeftAlone_data()
     {
-        QTest::addColumn<QByteArray>("content");
-        QTest::newRow("an empty one") << QByteArray();
-        QTest::newRow("one that is no JSON") << "\xff"_ba;
+        const Cases<QByteArray> add("content");
+        add("an empty one", "");
+        add("one that is no JSON", "\xff");
     }
 
     void aFileThatIsThereIsLeftAlone()
@@ -168,11 +169,11 @@ private slots:
 
     void aBackupIsNoMoreReadableThanTheFile_data()
     {
-        QTest::addColumn<int>("mode");
-        QTest::newRow("readable by all") << 0644;
-        QTest::newRow("readable by the group") << 0640;
-        QTest::newRow("readable by its owner") << 0600;
-        QTest::newRow("not to be written") << 0400;
+        const Cases<int> add("mode");
+        add("readable by all", 0644);
+        add("readable by the group", 0640);
+        add("readable by its owner", 0600);
+        add("not to be written", 0400);
     }
 
     void aBackupIsNoMoreReadableThanTheFile()

@@ -1,5 +1,6 @@
 #include "settings/core/SettingsDocument.h"
 
+#include "support/Cases.h"
 #include "support/TestHome.h"
 #include "support/Warnings.h"
 
@@ -78,17 +79,16 @@ private slots:
 
     void textsAreTakenOrDescribed_data()
     {
-        QTest::addColumn<QByteArray>("value");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("a text as it is") << QByteArray("\"  a\\nb 你好 \"") << u"  a\nb 你好 "_s;
-        QTest::newRow("an empty text is no missing one") << QByteArray(R"("")") << QString();
-        QTest::newRow("null") << "null"_ba << u"<null>"_s;
-        QTest::newRow("a number") << "8878"_ba << u"8878"_s;
-        QTest::newRow("a fraction") << "0.5"_ba << u"0.5"_s;
-        QTest::newRow("true") << "true"_ba << u"1"_s;
-        QTest::newRow("false") << "false"_ba << u"0"_s;
-        QTest::newRow("a list") << QByteArray(R"(["a", 1])") << QStringLiteral(R"(["a",1])");
-        QTest::newRow("an object") << QByteArray(R"({"a": null})") << QStringLiteral(R"({"a":null})");
+        const Cases<QByteArray, QString> add("value", "text");
+        add("a text as it is", "\"  a\\nb 你好 \"", u"  a\nb 你好 "_s);
+        add("an empty text is no missing one", R"("")", {});
+        add("null", "null", u"<null>"_s);
+        add("a number", "8878", u"8878"_s);
+        add("a fraction", "0.5", u"0.5"_s);
+        add("true", "true", u"1"_s);
+        add("false", "false", u"0"_s);
+        add("a list", R"(["a", 1])", QStringLiteral(R"(["a",1])"));
+        add("an object", R"({"a": null})", QStringLiteral(R"({"a":null})"));
     }
 
     void textsAreTakenOrDescribed()
@@ -116,25 +116,24 @@ private slots:
 
     void onlyFalseAndZeroSwitchOff_data()
     {
-        QTest::addColumn<QByteArray>("value");
-        QTest::addColumn<bool>("isOn");
-        QTest::newRow("false") << "false"_ba << false;
-        QTest::newRow("0") << "0"_ba << false;
-        QTest::newRow("0.0 is the number 0") << "0.0"_ba << false;
-        QTest::newRow("-0.0 is the number 0") << "-0.0"_ba << false;
-        QTest::newRow("-0 is the number 0") << "-0"_ba << false;
-        QTest::newRow("true") << "true"_ba << true;
-        QTest::newRow("1") << "1"_ba << true;
-        QTest::newRow("a small fraction") << "1e-300"_ba << true;
-        QTest::newRow("a negative number") << "-1"_ba << true;
-        QTest::newRow("null") << "null"_ba << true;
-        QTest::newRow("the text no") << QByteArray(R"("no")") << true;
-        QTest::newRow("the text false") << QByteArray(R"("false")") << true;
-        QTest::newRow("the text 0") << QByteArray(R"("0")") << true;
-        QTest::newRow("an empty text") << QByteArray(R"("")") << true;
-        QTest::newRow("an empty list") << "[]"_ba << true;
-        QTest::newRow("a list of false") << "[false]"_ba << true;
-        QTest::newRow("an empty object") << "{}"_ba << true;
+        const Cases<QByteArray, bool> add("value", "isOn");
+        add("false", "false", false);
+        add("0", "0", false);
+        add("0.0 is the number 0", "0.0", false);
+        add("-0.0 is the number 0", "-0.0", false);
+        add("-0 is the number 0", "-0", false);
+        add("true", "true", true);
+        add("1", "1", true);
+        add("a small fraction", "1e-300", true);
+        add("a negative number", "-1", true);
+        add("null", "null", true);
+        add("the text no", R"("no")", true);
+        add("the text false", R"("false")", true);
+        add("the text 0", R"("0")", true);
+        add("an empty text", R"("")", true);
+        add("an empty list", "[]", true);
+        add("a list of false", "[false]", true);
+        add("an empty object", "{}", true);
     }
 
     void onlyFalseAndZeroSwitchOff()
@@ -147,25 +146,24 @@ private slots:
 
     void aModeOrProviderThatIsNotOfferedIsTheFirst_data()
     {
-        QTest::addColumn<QByteArray>("value");
-        QTest::addColumn<QString>("mode");
-        QTest::addColumn<QString>("provider");
+        const Cases<QByteArray, QString, QString> add("value", "mode", "provider");
+
         const QString local = u"local"_s;
         const QString openai = u"openai"_s;
-        QTest::newRow("local") << QByteArray(R"("local")") << local << openai;
-        QTest::newRow("cloud") << QByteArray(R"("cloud")") << u"cloud"_s << openai;
-        QTest::newRow("openai") << QByteArray(R"("openai")") << local << openai;
-        QTest::newRow("deepseek") << QByteArray(R"("deepseek")") << local << u"deepseek"_s;
-        QTest::newRow("kimi") << QByteArray(R"("kimi")") << local << u"kimi"_s;
-        QTest::newRow("remote") << QByteArray(R"("remote")") << local << openai;
-        QTest::newRow("other letter case") << QByteArray(R"("KIMI")") << local << openai;
-        QTest::newRow("with blanks") << QByteArray(R"(" cloud ")") << local << openai;
-        QTest::newRow("nothing") << QByteArray(R"("")") << local << openai;
-        QTest::newRow("null") << "null"_ba << local << openai;
-        QTest::newRow("a number") << "1"_ba << local << openai;
-        QTest::newRow("a list") << QByteArray(R"(["cloud"])") << local << openai;
-        QTest::newRow("an object") << QByteArray(R"({"cloud":"kimi"})") << local << openai;
-        QTest::newRow("true") << "true"_ba << local << openai;
+        add("local", R"("local")", local, openai);
+        add("cloud", R"("cloud")", u"cloud"_s, openai);
+        add("openai", R"("openai")", local, openai);
+        add("deepseek", R"("deepseek")", local, u"deepseek"_s);
+        add("kimi", R"("kimi")", local, u"kimi"_s);
+        add("remote", R"("remote")", local, openai);
+        add("other letter case", R"("KIMI")", local, openai);
+        add("with blanks", R"(" cloud ")", local, openai);
+        add("nothing", R"("")", local, openai);
+        add("null", "null", local, openai);
+        add("a number", "1", local, openai);
+        add("a list", R"(["cloud"])", local, openai);
+        add("an object", R"({"cloud":"kimi"})", local, openai);
+        add("true", "true", local, openai);
     }
 
     void aModeOrProviderThatIsNotOfferedIsTheFirst()
@@ -212,9 +210,9 @@ private slots:
 
     void anEmptyTovaniPathIsWrittenAsTheDefault_data()
     {
-        QTest::addColumn<QString>("typed");
-        QTest::newRow("nothing") << QString();
-        QTest::newRow("white space") << u" \n\t"_s;
+        const Cases<QString> add("typed");
+        add("nothing", {});
+        add("white space", u" \n\t"_s);
     }
 
     void anEmptyTovaniPathIsWrittenAsTheDefault()

@@ -2,6 +2,7 @@
 #include "shell/legibility/Gallery.h"
 #include "support/Warnings.h"
 
+#include <QLabel>
 #include <QTest>
 
 #include <memory>
@@ -35,6 +36,22 @@ private slots:
         });
         QVERIFY(isSeen);
         QVERIFY2(found.isEmpty(), qPrintable(found.join(u'\n')));
+    }
+
+    void everyTextIsPlain_data() { everythingIsNamedToldAndReached_data(); }
+
+    void everyTextIsPlain()
+    {
+        QFETCH(QString, name);
+        QStringList rich;
+        const bool isSeen = m_gallery->show(name, [&rich](QWidget& window) {
+            for (const QLabel* label : window.findChildren<QLabel*>()) {
+                if (label->textFormat() != Qt::PlainText && !label->openExternalLinks())
+                    rich.append(label->text());
+            }
+        });
+        QVERIFY(isSeen);
+        QCOMPARE(rich, QStringList());
     }
 
 private:

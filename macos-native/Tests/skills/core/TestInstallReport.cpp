@@ -1,5 +1,6 @@
 #include "skills/core/InstallReport.h"
 
+#include "support/Cases.h"
 #include "support/Warnings.h"
 
 #include <QTest>
@@ -16,36 +17,31 @@ private slots:
 
     void tellsTheTargetAndTheRestarts_data()
     {
-        QTest::addColumn<QByteArray>("result");
-        QTest::addColumn<QString>("status");
-        QTest::addColumn<QString>("summary");
-        QTest::newRow("no restart") << QByteArray(R"({"targetDir":"/w/skills/a"})")
-                                    << u"Installed skill to /w/skills/a."_s
-                                    << u"Target: /w/skills/a\nRestart: not attempted\nGateway: not attempted"_s;
-        QTest::newRow("both restarts succeeded")
-            << QByteArray(R"({"targetDir":"/t","restartMethod":"launchctl","restartSucceeded":true,)"
-                          R"("gatewayRestartMethod":"cli","gatewayRestartSucceeded":true})")
-            << u"Installed skill to /t. Restart: launchctl (ok) Gateway: cli (ok)"_s
-            << u"Target: /t\nRestart: launchctl (ok)\nGateway: cli (ok)"_s;
-        QTest::newRow("the gateway alone, and it failed")
-            << QByteArray(R"({"targetDir":"/t","restartMethod":"","restartSucceeded":true,)"
-                          R"("gatewayRestartMethod":"cli","gatewayRestartSucceeded":false})")
-            << u"Installed skill to /t. Gateway: cli (check)"_s
-            << u"Target: /t\nRestart: not attempted\nGateway: cli (check)"_s;
-        QTest::newRow("only true is a success")
-            << QByteArray(R"({"targetDir":"/t","restartMethod":"a","restartSucceeded":"true",)"
-                          R"("gatewayRestartMethod":"b","gatewayRestartSucceeded":1})")
-            << u"Installed skill to /t. Restart: a (check) Gateway: b (check)"_s
-            << u"Target: /t\nRestart: a (check)\nGateway: b (check)"_s;
-        QTest::newRow("no word on success")
-            << QByteArray(R"({"targetDir":"/t","restartMethod":"a"})") << u"Installed skill to /t. Restart: a (check)"_s
-            << u"Target: /t\nRestart: a (check)\nGateway: not attempted"_s;
-        QTest::newRow("nothing") << "{}"_ba << u"Installed skill to ."_s
-                                 << u"Target: \nRestart: not attempted\nGateway: not attempted"_s;
-        QTest::newRow("texts of other types are described")
-            << QByteArray(R"({"targetDir":["/t"],"restartMethod":7,"restartSucceeded":[true]})")
-            << u"Installed skill to [\"/t\"]. Restart: 7 (check)"_s
-            << u"Target: [\"/t\"]\nRestart: 7 (check)\nGateway: not attempted"_s;
+        const Cases<QByteArray, QString, QString> add("result", "status", "summary");
+        add("no restart", R"({"targetDir":"/w/skills/a"})", u"Installed skill to /w/skills/a."_s,
+            u"Target: /w/skills/a\nRestart: not attempted\nGateway: not attempted"_s);
+        add("both restarts succeeded",
+            QByteArray(R"({"targetDir":"/t","restartMethod":"launchctl","restartSucceeded":true,)"
+                       R"("gatewayRestartMethod":"cli","gatewayRestartSucceeded":true})"),
+            u"Installed skill to /t. Restart: launchctl (ok) Gateway: cli (ok)"_s,
+            u"Target: /t\nRestart: launchctl (ok)\nGateway: cli (ok)"_s);
+        add("the gateway alone, and it failed",
+            QByteArray(R"({"targetDir":"/t","restartMethod":"","restartSucceeded":true,)"
+                       R"("gatewayRestartMethod":"cli","gatewayRestartSucceeded":false})"),
+            u"Installed skill to /t. Gateway: cli (check)"_s,
+            u"Target: /t\nRestart: not attempted\nGateway: cli (check)"_s);
+        add("only true is a success",
+            QByteArray(R"({"targetDir":"/t","restartMethod":"a","restartSucceeded":"true",)"
+                       R"("gatewayRestartMethod":"b","gatewayRestartSucceeded":1})"),
+            u"Installed skill to /t. Restart: a (check) Gateway: b (check)"_s,
+            u"Target: /t\nRestart: a (check)\nGateway: b (check)"_s);
+        add("no word on success", R"({"targetDir":"/t","restartMethod":"a"})",
+            u"Installed skill to /t. Restart: a (check)"_s,
+            u"Target: /t\nRestart: a (check)\nGateway: not attempted"_s);
+        add("nothing", "{}", u"Installed skill to ."_s, u"Target: \nRestart: not attempted\nGateway: not attempted"_s);
+        add("texts of other types are described", R"({"targetDir":["/t"],"restartMethod":7,"restartSucceeded":[true]})",
+            u"Installed skill to [\"/t\"]. Restart: 7 (check)"_s,
+            u"Target: [\"/t\"]\nRestart: 7 (check)\nGateway: not attempted"_s);
     }
 
     void tellsTheTargetAndTheRestarts()

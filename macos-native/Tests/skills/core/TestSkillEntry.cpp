@@ -1,5 +1,6 @@
 #include "skills/core/SkillEntry.h"
 
+#include "support/Cases.h"
 #include "support/Warnings.h"
 
 #include <QTest>
@@ -25,17 +26,16 @@ private slots:
 
     void onlyAnExplicitFalseDisables_data()
     {
-        QTest::addColumn<QByteArray>("entry");
-        QTest::addColumn<bool>("isEnabled");
-        QTest::newRow("false") << QByteArray(R"({"enabled":false})") << false;
-        QTest::newRow("true") << QByteArray(R"({"enabled":true})") << true;
-        QTest::newRow("nothing") << "{}"_ba << true;
-        QTest::newRow("0") << QByteArray(R"({"enabled":0})") << true;
-        QTest::newRow("the text no") << QByteArray(R"({"enabled":"no"})") << true;
-        QTest::newRow("the text false") << QByteArray(R"({"enabled":"false"})") << true;
-        QTest::newRow("null") << QByteArray(R"({"enabled":null})") << true;
-        QTest::newRow("a list") << QByteArray(R"({"enabled":[]})") << true;
-        QTest::newRow("an object") << QByteArray(R"({"enabled":{}})") << true;
+        const Cases<QByteArray, bool> add("entry", "isEnabled");
+        add("false", R"({"enabled":false})", false);
+        add("true", R"({"enabled":true})", true);
+        add("nothing", "{}", true);
+        add("0", R"({"enabled":0})", true);
+        add("the text no", R"({"enabled":"no"})", true);
+        add("the text false", R"({"enabled":"false"})", true);
+        add("null", R"({"enabled":null})", true);
+        add("a list", R"({"enabled":[]})", true);
+        add("an object", R"({"enabled":{}})", true);
     }
 
     void onlyAnExplicitFalseDisables()
@@ -64,12 +64,11 @@ private slots:
 
     void theCredentialIsATextOrDescribed_data()
     {
-        QTest::addColumn<QByteArray>("entry");
-        QTest::addColumn<QString>("apiKey");
-        QTest::newRow("a text") << QByteArray("{\"apiKey\":\" k\\n\"}") << u" k\n"_s;
-        QTest::newRow("nothing") << "{}"_ba << QString();
-        QTest::newRow("a number") << QByteArray(R"({"apiKey":12})") << u"12"_s;
-        QTest::newRow("null") << QByteArray(R"({"apiKey":null})") << u"<null>"_s;
+        const Cases<QByteArray, QString> add("entry", "apiKey");
+        add("a text", "{\"apiKey\":\" k\\n\"}", u" k\n"_s);
+        add("nothing", "{}", {});
+        add("a number", R"({"apiKey":12})", u"12"_s);
+        add("null", R"({"apiKey":null})", u"<null>"_s);
     }
 
     void theCredentialIsATextOrDescribed()
@@ -81,12 +80,12 @@ private slots:
 
     void theConfigurationGoesBackAsItCame_data()
     {
-        QTest::addColumn<QByteArray>("config");
-        QTest::newRow("key order") << QByteArray(R"({"z":1,"a":2,"m":{"y":1,"b":2}})");
-        QTest::newRow("whole numbers and fractions") << QByteArray(R"({"a":1,"b":1.0,"c":0.1})");
-        QTest::newRow("numbers of 64 bits") << QByteArray(R"({"a":9223372036854775807,"b":18446744073709551615})");
-        QTest::newRow("texts of any kind") << QByteArray("{\"a\":\"你好 \\\"q\\\" \\n\",\"\":null}");
-        QTest::newRow("depth") << QByteArray(R"({"a":)" + QByteArray(500, '[') + QByteArray(500, ']') + "}");
+        const Cases<QByteArray> add("config");
+        add("key order", R"({"z":1,"a":2,"m":{"y":1,"b":2}})");
+        add("whole numbers and fractions", R"({"a":1,"b":1.0,"c":0.1})");
+        add("numbers of 64 bits", R"({"a":9223372036854775807,"b":18446744073709551615})");
+        add("texts of any kind", "{\"a\":\"你好 \\\"q\\\" \\n\",\"\":null}");
+        add("depth", QByteArray(R"({"a":)" + QByteArray(500, '[') + QByteArray(500, ']') + "}"));
     }
 
     void theConfigurationGoesBackAsItCame()
@@ -112,20 +111,14 @@ private slots:
 
     void aFieldShowsItsVariableOrTheCredential_data()
     {
-        QTest::addColumn<QByteArray>("entry");
-        QTest::addColumn<QByteArray>("primaryEnv");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("its value") << QByteArray(R"({"env":{"A":"1"},"apiKey":"k"})") << "A"_ba << u"1"_s;
-        QTest::newRow("an empty value is one") << QByteArray(R"({"env":{"A":""},"apiKey":"k"})") << "A"_ba << QString();
-        QTest::newRow("a value of another type is described")
-            << QByteArray(R"({"env":{"A":true}})") << "A"_ba << u"1"_s;
-        QTest::newRow("the credential of the primary variable")
-            << QByteArray(R"({"env":{},"apiKey":"k"})") << "A"_ba << u"k"_s;
-        QTest::newRow("no credential") << "{}"_ba
-                                       << "A"_ba << QString();
-        QTest::newRow("another variable has no credential") << QByteArray(R"({"apiKey":"k"})") << "B"_ba << QString();
-        QTest::newRow("the name is compared as the row has it")
-            << QByteArray(R"({"apiKey":"k"})") << " A "_ba << QString();
+        const Cases<QByteArray, QByteArray, QString> add("entry", "primaryEnv", "text");
+        add("its value", R"({"env":{"A":"1"},"apiKey":"k"})", "A", u"1"_s);
+        add("an empty value is one", R"({"env":{"A":""},"apiKey":"k"})", "A", {});
+        add("a value of another type is described", R"({"env":{"A":true}})", "A", u"1"_s);
+        add("the credential of the primary variable", R"({"env":{},"apiKey":"k"})", "A", u"k"_s);
+        add("no credential", "{}", "A", {});
+        add("another variable has no credential", R"({"apiKey":"k"})", "B", {});
+        add("the name is compared as the row has it", R"({"apiKey":"k"})", " A ", {});
     }
 
     void aFieldShowsItsVariableOrTheCredential()
@@ -139,15 +132,13 @@ private slots:
 
     void theCredentialToSaveIsThePrimaryVariables_data()
     {
-        QTest::addColumn<QByteArray>("env");
-        QTest::addColumn<QString>("primary");
-        QTest::addColumn<QString>("credential");
+        const Cases<QByteArray, QString, QString> add("env", "primary", "credential");
+
         const QString typed = u" typed "_s;
-        QTest::newRow("its value") << QByteArray(R"({"A":"1"})") << u"A"_s << u"1"_s;
-        QTest::newRow("a value of another type is described") << QByteArray(R"({"A":7})") << u"A"_s << u"7"_s;
-        QTest::newRow("no value: what was typed, as it is") << QByteArray(R"({"B":"1"})") << u"A"_s << typed;
-        QTest::newRow("no primary variable, whatever an empty name holds")
-            << QByteArray(R"({"":"1"})") << QString() << typed;
+        add("its value", R"({"A":"1"})", u"A"_s, u"1"_s);
+        add("a value of another type is described", R"({"A":7})", u"A"_s, u"7"_s);
+        add("no value: what was typed, as it is", R"({"B":"1"})", u"A"_s, typed);
+        add("no primary variable, whatever an empty name holds", R"({"":"1"})", {}, typed);
     }
 
     void theCredentialToSaveIsThePrimaryVariables()
@@ -160,12 +151,10 @@ private slots:
 
     void theEnvironmentIsShownSorted_data()
     {
-        QTest::addColumn<QByteArray>("env");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("empty") << "{}"_ba << u"{}"_s;
-        QTest::newRow("sorted, also within")
-            << QByteArray("{\"b\":\"2\",\"a\":{\"z\":1.0,\"y\":\"你好\"}}")
-            << u"{\n  \"a\": {\n    \"y\": \"你好\",\n    \"z\": 1.0\n  },\n  \"b\": \"2\"\n}"_s;
+        const Cases<QByteArray, QString> add("env", "text");
+        add("empty", "{}", u"{}"_s);
+        add("sorted, also within", "{\"b\":\"2\",\"a\":{\"z\":1.0,\"y\":\"你好\"}}",
+            u"{\n  \"a\": {\n    \"y\": \"你好\",\n    \"z\": 1.0\n  },\n  \"b\": \"2\"\n}"_s);
     }
 
     void theEnvironmentIsShownSorted()

@@ -1,6 +1,6 @@
-#include "skills/core/AgentRow.h"
-#include "skills/core/CloudSkill.h"
+#include "skills/core/AgentTexts.h"
 #include "skills/core/NewsSource.h"
+#include "skills/core/SkillTexts.h"
 
 #include "support/Warnings.h"
 

@@ -8,7 +8,7 @@
 
 namespace {
 
-QString summaryOf(const std::vector<Json>& rows)
+QString countsByEcosystem(const std::vector<Json>& rows)
 {
     std::map<QString, int> counts;
     for (const Json& row : rows)
@@ -26,7 +26,7 @@ QString summaryOf(const std::vector<Json>& rows)
 AgentReport agentReport(const BackendReply& reply)
 {
     std::vector<Json> rows = reply.rows();
-    const QString summary = summaryOf(rows);
+    const QString summary = countsByEcosystem(rows);
     const QString synced = QStringLiteral("Synced local discovery to Core and loaded Core agent registry.");
     return {std::move(rows), summary, reply.isError() ? reply.text() : synced};
 }

@@ -4,7 +4,7 @@
 
 namespace {
 
-QString summaryOf(std::size_t localCount, std::size_t taskCount)
+QString countsText(std::size_t localCount, std::size_t taskCount)
 {
     return QStringLiteral("Local: ") + QString::number(localCount) + QStringLiteral("  Tasks: ")
            + QString::number(taskCount);
@@ -20,10 +20,10 @@ RemoteModelsReport remoteModelsReport(const BackendReply& reply)
 LocalModelsReport localModelsReport(const BackendReply& localReply, const BackendReply& tasksReply)
 {
     if (localReply.isError() || tasksReply.isError())
-        return {{}, {}, summaryOf(0, 0), localReply.isError() ? localReply.text() : tasksReply.text()};
+        return {{}, {}, countsText(0, 0), localReply.isError() ? localReply.text() : tasksReply.text()};
 
     std::vector<Json> localRows = localReply.rows();
     std::vector<Json> taskRows = tasksReply.rows();
-    const QString summary = summaryOf(localRows.size(), taskRows.size());
+    const QString summary = countsText(localRows.size(), taskRows.size());
     return {std::move(localRows), std::move(taskRows), summary, QStringLiteral("Loaded local models and tasks.")};
 }

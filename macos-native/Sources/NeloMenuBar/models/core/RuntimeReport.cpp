@@ -12,7 +12,7 @@ QString yesOrNo(const Json& runtime, const char* key)
     return isTrue(runtime, key) ? QStringLiteral("yes") : QStringLiteral("no");
 }
 
-QString summaryOf(const Json& runtime)
+QString reportLines(const Json& runtime)
 {
     const QStringList lines{
         QStringLiteral("OS: ") + textOf(runtime, "os"),
@@ -34,7 +34,7 @@ RuntimeReport runtimeReport(const BackendReply& reply)
 {
     const Json runtime = reply.object();
     if (!runtime.empty())
-        return {summaryOf(runtime), QStringLiteral("Runtime status refreshed.")};
+        return {reportLines(runtime), QStringLiteral("Runtime status refreshed.")};
     return {reply.isError() ? reply.text() : QStringLiteral("Runtime status unavailable."),
             QStringLiteral("Failed to refresh runtime status.")};
 }

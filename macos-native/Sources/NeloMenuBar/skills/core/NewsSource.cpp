@@ -1,5 +1,10 @@
 #include "skills/core/NewsSource.h"
 
+bool isSocialMediaAlert(const Json& skill)
+{
+    return textOf(skill, "name").trimmed() == QStringLiteral("social-media-alert");
+}
+
 QString newsSourceTitle(const Json& source)
 {
     return u'[' + textOf(source, "bucket") + QStringLiteral("] ") + textOf(source, "name") + QStringLiteral(" (")

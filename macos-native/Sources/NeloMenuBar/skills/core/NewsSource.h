@@ -2,10 +2,13 @@
 
 #include "base/Json.h"
 
-/// What the pop-up of configured sources shows of one.
+/// Returns whether `skill` is the one that watches news sources.
+bool isSocialMediaAlert(const Json& skill);
+
+/// Returns what the pop-up of configured sources shows of one.
 QString newsSourceTitle(const Json& source);
 
-/// How many sources there are, as a sentence.
+/// Returns how many sources there are, as a sentence.
 QString newsSourceSummary(std::size_t count);
 
 /// A source that the user describes. Nothing of it is checked here: the backend decides.
@@ -18,5 +21,5 @@ struct NewNewsSource
     bool isEnabled = true;
 };
 
-/// The source as the backend wants it, texts without the white space around them.
+/// Returns the source as the backend wants it, its texts without the white space around them.
 Json toJson(const NewNewsSource& source);

@@ -1,4 +1,4 @@
-#include "skills/core/SkillRow.h"
+#include "skills/core/SkillVariables.h"
 
 namespace {
 
@@ -9,33 +9,6 @@ QString primaryLabel(const Json& skill, const QString& missing)
 }
 
 } // namespace
-
-QString skillTitle(const Json& skill)
-{
-    const QString name = textOf(skill, "name", QStringLiteral("(unknown)"));
-    const QString source = textOf(skill, "source");
-    return source.isEmpty() ? name : u'[' + source + QStringLiteral("] ") + name;
-}
-
-QString skillName(const Json& skill)
-{
-    return textOf(skill, "name", textOf(skill, "skillKey"));
-}
-
-QString skillDescription(const Json& skill)
-{
-    const QString description = textOf(skill, "description") + QStringLiteral("\nskillKey: ")
-                                + textOf(skill, "skillKey") + QStringLiteral("\npath: ") + textOf(skill, "path");
-    const QStringList required = textsOf(skill, "requiredEnv");
-    if (required.isEmpty())
-        return description;
-    return description + QStringLiteral("\nrequires.env: ") + required.join(QStringLiteral(", "));
-}
-
-bool isSocialMediaAlert(const Json& skill)
-{
-    return textOf(skill, "name").trimmed() == QStringLiteral("social-media-alert");
-}
 
 QString primaryVariable(const Json& skill)
 {

@@ -1,4 +1,4 @@
-#include "skills/core/AgentRow.h"
+#include "skills/core/AgentTexts.h"
 
 std::vector<Json> agentsOf(std::vector<Json> agents, const QString& ecosystem)
 {

@@ -1,0 +1,40 @@
+#include "skills/core/SkillTexts.h"
+
+QString skillTitle(const Json& skill)
+{
+    const QString name = textOf(skill, "name", QStringLiteral("(unknown)"));
+    const QString source = textOf(skill, "source");
+    return source.isEmpty() ? name : u'[' + source + QStringLiteral("] ") + name;
+}
+
+QString skillName(const Json& skill)
+{
+    return textOf(skill, "name", textOf(skill, "skillKey"));
+}
+
+QString skillDescription(const Json& skill)
+{
+    const QString description = textOf(skill, "description") + QStringLiteral("\nskillKey: ")
+                                + textOf(skill, "skillKey") + QStringLiteral("\npath: ") + textOf(skill, "path");
+    const QStringList required = textsOf(skill, "requiredEnv");
+    if (required.isEmpty())
+        return description;
+    return description + QStringLiteral("\nrequires.env: ") + required.join(QStringLiteral(", "));
+}
+
+QString cloudSkillName(const Json& skill)
+{
+    return textOf(skill, "name", textOf(skill, "key"));
+}
+
+QString cloudSkillTitle(const Json& skill)
+{
+    const QString version = textOf(skill, "version");
+    const QString description = textOf(skill, "description");
+    QString title = cloudSkillName(skill);
+    if (!version.isEmpty())
+        title += QStringLiteral(" v") + version;
+    if (!description.isEmpty())
+        title += QStringLiteral(" - ") + description;
+    return title;
+}
