@@ -29,6 +29,7 @@ set(CPACK_DEBIAN_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "python3:any (>= 3.9), ca-certificates")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "fonts-noto-cjk, qt6-wayland, python3-json5, python3-yaml, python3-tomlkit")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "gnome-shell-extension-appindicator") # GNOME shows no status item without it
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
 "Nelo is an item in the status area whose menu opens a chat with cloud models,
 a console for the OpenClaw, Codex and Kimi agents on this machine, and the

@@ -80,7 +80,7 @@ class Session:
     def item(self) -> Area | None:
         """Where the panel shows the item's picture."""
         alike = ImageChops.difference(self.screen(), Image.new("RGB", (self.desktop.width, self.desktop.height), ITEM_COLOUR))
-        found = alike.convert("L").point(lambda difference: 255 if difference == 0 else 0).getbbox()
+        found = alike.convert("L").point(lambda difference: 255 if difference < 12 else 0).getbbox()
         return Area(found[0], found[1], found[2] - found[0], found[3] - found[1]) if found else None
 
     def choose(self, entry: str, button: int = LEFT) -> None:

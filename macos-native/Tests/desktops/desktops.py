@@ -203,18 +203,19 @@ class Gnome(Desktop):
         }
         self.run("gnome-shell", "--nested", "--wayland", "--unsafe-mode")
         self._await_wayland()
-        until(lambda: self._evaluate("true"), "the shell", START_SECONDS)
-        self._evaluate("Main.overview.hide()")
+        subprocess.run(["xdotool", "mousemove", "640", "400"], env=self.environment, check=True)  # out of the corner that opens it
+        until(lambda: self._evaluate("Main.overview.hide(); !Main.overview.visible").endswith("'true')"),
+              "the shell, without its overview", START_SECONDS)
 
-    def _evaluate(self, script: str) -> bool:
-        """Runs a line of JavaScript in the shell."""
+    def _evaluate(self, script: str) -> str:
+        """Runs JavaScript in the shell and returns what it answers."""
         done = subprocess.run(["gdbus", "call", "--session", "--dest", "org.gnome.Shell", "--object-path", "/org/gnome/Shell",
                                "--method", "org.gnome.Shell.Eval", script], env=self.environment, capture_output=True, text=True,
                               check=False)
-        return done.stdout.startswith("(true,")
+        return done.stdout.strip()
 
     def start_panel(self) -> None:
-        assert self._evaluate(f"Main.extensionManager.enableExtension('{self._extension}')")
+        self._evaluate(f"Main.extensionManager.enableExtension('{self._extension}')")
 
     def end_panel(self) -> None:
         self._evaluate(f"Main.extensionManager.disableExtension('{self._extension}')")
