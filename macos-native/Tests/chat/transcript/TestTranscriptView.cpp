@@ -366,32 +366,23 @@ private slots:
 
         openMenuAt({5, m_view->bubbleRect(0).center().y()}); // beside the bubbles there is no menu
         QVERIFY(!QApplication::activePopupWidget());
-    }
 
-    void theContextMenuKeyWorksOnTheCurrentBubble()
-    {
         m_view->setCurrentBubble(1);
         pickFromMenu(u"Copy"_s);
-        QContextMenuEvent event(QContextMenuEvent::Keyboard, {0, 0}, surface()->mapToGlobal(QPoint(0, 0)));
-        QApplication::sendEvent(surface(), &event);
+        QContextMenuEvent byKey(QContextMenuEvent::Keyboard, {0, 0}, surface()->mapToGlobal(QPoint(0, 0)));
+        QApplication::sendEvent(surface(), &byKey);
         QCOMPARE(clipboardText(), u"an answer"_s);
     }
 
-    void clearingForgetsTheSelection()
-    {
-        m_view->setCurrentBubble(0);
-        QTest::keySequence(m_view, QKeySequence::SelectAll);
-        m_view->clear();
-        QCOMPARE(m_view->currentBubble(), -1);
-        QCOMPARE(m_view->selectedText(), QString());
-    }
-
-    void appendingKeepsTheSelection()
+    void appendingKeepsTheSelectionAndClearingForgetsIt()
     {
         QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
         m_view->append(Speaker::Nelo, u"another"_s);
         QCOMPARE(m_view->selectedText(), u"question"_s);
         QCOMPARE(m_view->currentBubble(), 0);
+        m_view->clear();
+        QCOMPARE(m_view->selectedText(), QString());
+        QCOMPARE(m_view->currentBubble(), -1);
     }
 
 private:
