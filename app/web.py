@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import contextlib
+import re
 import threading
 import time
 
@@ -17,6 +18,10 @@ _CHUNK = 64 * 1024
 _MAX_REDIRECTS = 10
 _REDIRECTS = (("http", "http"), ("http", "https"), ("https", "https"))
 """The schemes from which and to which a redirect is followed."""
+
+
+_USER = re.compile(r"\A((?:[A-Za-z][\w+.-]*:)?/+|)[^/]*@")
+"""A user name and a password, behind the scheme if there is one: an address may be a mistyped one."""
 
 
 class FetchError(Exception):
@@ -54,10 +59,8 @@ def fetch(address: str, seconds: float, limit: int) -> bytes:
 
 def shown(address: str) -> str:
     """An address for a sentence: without user name, password, query and fragment, where secrets may be."""
-    head, separator, rest = address.partition("://")
-    place = rest.partition("?")[0].partition("#")[0]
-    host, slash, path = place.partition("/")
-    return arguments.shortened(head + separator + host.rpartition("@")[2] + slash + path)
+    place = address.partition("?")[0].partition("#")[0]
+    return arguments.shortened(_USER.sub(r"\1", place, count=1))
 
 
 def is_loopback(host: str) -> bool:
