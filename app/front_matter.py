@@ -42,8 +42,10 @@ def parse(text: str, is_strict: bool = False) -> dict[str, object]:
     found: dict[str, object] = values if isinstance(values, dict) else dict(_parse_lines(text))
     metadata = found.get("metadata")
     if isinstance(metadata, str):
-        with contextlib.suppress(ValueError, BackendError):
-            found["metadata"] = json5_text.parse(metadata)
+        with contextlib.suppress(ValueError, RecursionError, BackendError):
+            value = json5_text.parse(metadata)
+            json.dumps(value, ensure_ascii=False).encode()  # an escape can name half of a surrogate pair
+            found["metadata"] = value
     return found
 
 
@@ -56,9 +58,12 @@ def _parse_yaml(text: str) -> object:
     except BackendError:
         return None
     try:
-        value: object = yaml.load(text, getattr(yaml, "CBaseLoader", yaml.BaseLoader))
+        loader = getattr(yaml, "CBaseLoader", yaml.BaseLoader)
+        value: object = yaml.load(text, loader)
         if "\\" in text:
-            json.dumps(value, ensure_ascii=False).encode()  # an escape can name half of a surrogate pair
+            # An escape can name half of a surrogate pair. The value itself can be endless: it may hold a part many times.
+            for event in yaml.parse(text, loader):
+                str(getattr(event, "value", "")).encode()
     except (yaml.YAMLError, RecursionError, UnicodeEncodeError) as error:
         raise ValueError("it is no YAML") from error
     return value

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import json
 import os
+import time
 from unittest import mock
 
 import app
@@ -148,6 +149,12 @@ class FrontMatterTest(HomeTestCase):
         for text in ("", "name: a", "---\nname: a\n", "---", "---\n- a\n---\n", "---\n---\n"):
             self.assertEqual(front_matter.parse(text), {})
 
+    def test_values_that_name_each_other_again_and_again_take_no_time(self) -> None:
+        lines = ['a0: &a0 ["\\n"]', *(f"a{n + 1}: &a{n + 1} [{f'*a{n}, ' * 10}]" for n in range(7)), "name: a"]
+        started = time.monotonic()
+        self.assertEqual(front_matter.parse("\n".join(["---", *lines, "---", ""]))["name"], "a")
+        self.assertLess(time.monotonic() - started, 0.5)
+
     def test_without_the_libraries_lines_and_strict_json_are_read(self) -> None:
         for name in ("yaml", "json5"):
             self.replace_module(name)
@@ -189,6 +196,8 @@ class ManualTest(HomeTestCase):
         self.assertEqual(self.skill(manual(description=description)).description, description)
         self.assertEqual(self.skill(b"---\nname: a\xff\n---\n").name, "a\ufffd")
         self.assertEqual(self.skill(manual(name='"a\\ud800b"', metadata='"\\ud800"')).name, "a\ufffdb")
+        half = self.skill(manual(name="n", metadata="'{openclaw: {primaryEnv: \"\\ud800\"}}'"))
+        self.assertEqual((half.name, half.primary_env), ("n", ""))
         begin, end = "---\nname: weather\n# ", "\n---"
         for size, name in ((1_000_000, "weather"), (1_000_001, "folder")):
             self.assertEqual(self.skill(begin + "x" * (size - len(begin) - len(end)) + end).name, name)
