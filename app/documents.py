@@ -11,7 +11,7 @@ from . import arguments, files, paths
 from .errors import explained
 
 
-_INTEGERS = range(-(2**63), 2**64)
+INTEGERS = range(-(2**63), 2**64)
 """The integers of 64 bits, with a sign or without: the reader of our replies knows no others."""
 
 _INTEGER_LENGTH = 20
@@ -35,7 +35,7 @@ def parse_json(text: bytes, far_number: Callable[[str], object] = _refuse_far_nu
         return value if math.isfinite(value) else far_number(number)
 
     def integer(number: str) -> object:
-        if len(number) > _INTEGER_LENGTH or int(number) not in _INTEGERS:
+        if len(number) > _INTEGER_LENGTH or int(number) not in INTEGERS:
             return far_number(number)
         return int(number)
 

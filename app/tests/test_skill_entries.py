@@ -6,6 +6,7 @@ import glob
 import json
 import os
 import sys
+from itertools import product
 
 import app
 from app.errors import BackendError
@@ -168,9 +169,9 @@ class SkillEntryTest(HomeTestCase):
         self.assertEqual(self.backups(), [])
 
     def test_numbers_too_large_elsewhere_in_the_file_stay_as_they_are(self) -> None:
-        for number in ("1e400", "9" * 5000):
+        for number, comment in product(("1e400", "9" * 5000, "0x" + "f" * 300), ("", " // mine")):
             weather = '{"apiKey": "\\u4f60"}'
-            before = f'{{"n": {number}, "skills": {{"n": {number}, "entries": {{"weather": {weather}}}}}}}'
+            before = f'{{"n": {number}, "skills": {{"n": {number}, "entries": {{"weather": {weather}}}}}}}{comment}'
             self.make_file(CONFIG, before)
             self.assertEqual(app.get_skill_entry("openclaw", "weather"), {"apiKey": "你"})
             self.save({"apiKey": "new"})
@@ -184,6 +185,15 @@ class SkillEntryTest(HomeTestCase):
                 app.get_skill_entry("openclaw", "weather")
             self.save({"config": {"n": "1"}})
             self.assertEqual(self.read(CONFIG), before.replace(number, '"1"', 1))
+
+    def test_an_integer_past_64_bits_is_shown_as_a_fraction_and_stays_as_it_is(self) -> None:
+        for number, comment in product((str(2**64), str(-(2**63) - 1), "0x" + "f" * 17), ("", " // mine")):
+            before = f'{{"skills": {{"entries": {{"weather": {{"config": {{"n": {number}}}}}}}}}}}{comment}'
+            self.make_file(CONFIG, before)
+            entry = app.get_skill_entry("openclaw", "weather")
+            self.assertRegex(json.dumps(entry), r'^{"config": {"n": -?[0-9.]+e\+[0-9]+}}$')
+            self.save(entry)
+            self.assertEqual(self.read(CONFIG), before)
 
     def test_the_place_of_a_syntax_error_is_told(self) -> None:
         self.make_file(CONFIG, '{\n  "a": 1,\n  oops\n}')
