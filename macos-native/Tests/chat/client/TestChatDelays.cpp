@@ -81,6 +81,15 @@ private slots:
         QVERIFY(roundTripsOfCall(bytes) <= maxRoundTrips);
     }
 
+    void aServerMayCloseRightAfterARedirect()
+    {
+        HttpAnswer redirect = HttpAnswer::redirect(307, "/next").keptAlive();
+        redirect.pieces.append({50ms, {}}); // the close is on its way when the next request leaves
+        redirect.end = HttpAnswer::End::Close;
+        m_server->answerInTurn({redirect, keptAnswer()});
+        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+    }
+
     void aDeadPathUnderAKeptConnectionIsToldSoon()
     {
         QCOMPARE(TransferLimits().acknowledgement, 15s);

@@ -37,5 +37,5 @@ std::optional<ChatRequest> redirectToFollow(const ChatRequest& request, int stat
     if (!leadsOn || originOf(request.url) != originOf(next))
         return std::nullopt;
     const bool postsAgain = status == 307 || status == 308; // the others fetch, as everybody does and 303 demands
-    return ChatRequest{next, request.apiKey, postsAgain ? request.body : QByteArray()};
+    return ChatRequest{next, request.apiKey, postsAgain ? request.body : QByteArray(), /*needsNewConnection=*/true};
 }

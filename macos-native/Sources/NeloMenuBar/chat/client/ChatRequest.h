@@ -12,6 +12,7 @@ struct ChatRequest
     QUrl url;
     QString apiKey;
     QByteArray body;
+    bool needsNewConnection = false;
 };
 
 /// The body of a request: a compact JSON object with the model, the role and content of every message in order, and no
@@ -25,5 +26,6 @@ bool isHeaderValue(const QString& key);
 QString originOf(const QUrl& url);
 
 /// The request that follows an answer with `status` that points to `target`: to the same origin only, because the key
-/// goes along. Nothing when the answer stands for itself.
+/// goes along; and on a new connection, for a server may close the old one right after its answer. Nothing when the
+/// answer stands for itself.
 std::optional<ChatRequest> redirectToFollow(const ChatRequest& request, int status, const QUrl& target);

@@ -97,10 +97,10 @@ void CurlTransfer::setCallbacks()
 void CurlTransfer::prepare(const QNetworkProxy& proxy, std::chrono::seconds greatestIdleness)
 {
     m_lastMove = Clock::now();
-    if (greatestIdleness.count() > 0)
-        set(CURLOPT_MAXAGE_CONN, static_cast<long>(greatestIdleness.count() - 1)); // libcurl counts whole seconds
-    else
+    if (m_request.needsNewConnection || greatestIdleness.count() == 0)
         set(CURLOPT_FRESH_CONNECT, 1L);
+    else
+        set(CURLOPT_MAXAGE_CONN, static_cast<long>(greatestIdleness.count() - 1)); // libcurl counts whole seconds
     if (schemeOf(proxy.type()).isEmpty()) {
         set(CURLOPT_NOPROXY, "*");
         return;
