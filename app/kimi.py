@@ -33,6 +33,7 @@ _TYPES = ("", "prompt", "inline", "flow")
 
 _NAME = re.compile(r"[a-z0-9]+(?:-[a-z0-9]+)*")
 _NAME_LINE = re.compile(r"^name[ \t]*:[^\r\n]*", re.MULTILINE)
+_UNPRINTABLE = re.compile(r"[\x7f-\x9f\u2028\u2029\ufeff]")
 _BEGIN = re.compile(r"\ufeff?---[ \t]*(?:\r\n|\r|\n)")
 
 
@@ -62,8 +63,7 @@ def add_agent(agent_id: str, name: str, workspace: str) -> Agent:
     if not own_name:
         raise BackendError("Kimi wants a letter from a to z or a digit in the name of an agent.")
     _refuse_taken_name(own_name)
-    description = json.dumps(name, ensure_ascii=False)
-    content = f"---\nname: {own_name}\ndescription: {description}\n---\n\nYou are {name}.\n"
+    content = f"---\nname: {_quoted(own_name)}\ndescription: {_quoted(name)}\n---\n\nYou are {name}.\n"
     return _FILES.add(agent_id, content)
 
 
@@ -223,12 +223,17 @@ def _with_name(text: str, name: str) -> str:
     if not begin or body == text:
         raise ValueError("it has no front matter")
     head = text[begin.end() : len(text) - len(body)]
-    line = f"name: {name}"
+    line = f"name: {_quoted(name)}"
     changed = _NAME_LINE.sub(line, head, count=1) if _NAME_LINE.search(head) else f"{line}{begin[0][-1]}{head}"
     result = begin[0] + changed + body
     if front_matter.parse(result).get("name") != name:
         raise ValueError("its name stands on several lines")
     return result
+
+
+def _quoted(text: str) -> str:
+    """A text as YAML writes it, which takes 2025, true and null without quotes for something else than text."""
+    return _UNPRINTABLE.sub(lambda match: f"\\u{ord(match[0]):04x}", json.dumps(text, ensure_ascii=False))
 
 
 def _kebab_case(name: str) -> str:

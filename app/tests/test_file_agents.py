@@ -5,6 +5,8 @@ from __future__ import annotations
 import os
 from unittest import mock
 
+import yaml
+
 import app
 from app.tests.program_homes import codex_agent, kimi_agent
 from app.tests.support import HomeTestCase
@@ -104,6 +106,7 @@ class ChangeTest(FileAgentTestCase):
             ("codex", f'Zoë "Z"\\ {chr(127)}', f'Zoë "Z"\\ {chr(127)}', f"{CODEX}/new.toml"),
             ("kimi", "My Reviewer: 2", "my-reviewer-2", f"{KIMI}/new.md"),
             ("kimi", "审查", "new", f"{KIMI}/new.md"),
+            ("kimi", f"2025 {chr(133)}{chr(127)}", "2025", f"{KIMI}/new.md"),
         )
         for ecosystem, name, own_name, path in cases:
             with self.subTest(name):
@@ -111,6 +114,9 @@ class ChangeTest(FileAgentTestCase):
                 self.assertEqual((row["name"], row["origin"], "workspace" in row), (name, "managed", False))
                 os.unlink(self.path(".nelo/agents.json"))
                 self.assertEqual(self.agents(ecosystem), {"new": (own_name, "")})
+                if ecosystem == "kimi":
+                    values = yaml.safe_load(self.read(path).split("---")[1])
+                    self.assertEqual(values, {"name": own_name, "description": name})
                 self.assertEqual((self.mode(path), os.path.exists(self.path("proposed"))), (0o600, False))
                 os.unlink(self.path(path))
 
@@ -134,8 +140,8 @@ class ChangeTest(FileAgentTestCase):
         codex, kimi = codex.replace("\n", "\r\n"), kimi.replace("\n", "\r\n")
         cases = (
             ("codex", f"{CODEX}/a.toml", codex, codex.replace("'old'", '"New \\"é"'), 'New "é'),
-            ("kimi", f"{KIMI}/a.md", kimi, kimi.replace("name: old # gone", "name: new-mowe"), "New Möwe!"),
-            ("kimi", f"{KIMI}/a.md", "---\ndescription: d\n---\nx", "---\nname: new\ndescription: d\n---\nx", "new"),
+            ("kimi", f"{KIMI}/a.md", kimi, kimi.replace("name: old # gone", 'name: "new-mowe"'), "New Möwe!"),
+            ("kimi", f"{KIMI}/a.md", "---\ndescription: d\n---\nx", '---\nname: "new"\ndescription: d\n---\nx', "new"),
             ("kimi", f"{KIMI}/a.md", kimi, kimi, "审查"),
         )
         for ecosystem, path, before, after, name in cases:

@@ -190,7 +190,7 @@ def compare_kimi(home: Home) -> Iterator[Comparison]:
     home.write_all(KIMI)
     yield Comparison("agents that it takes, and those that come with it", kimi_agents(), our_kimi_agents())
     yield Comparison("skills by name", kimi_skills(), {row["name"] for row in app.list_skills("kimi")})
-    app.add_local_agent("kimi", "builder", "Mason B", "")
+    app.add_local_agent("kimi", "builder", "2025", "")
     yield Comparison("an added agent is one for it", our_kimi_agents(), kimi_agents())
     app.rename_local_agent("kimi", "builder", "Möwe")
     yield Comparison("a renamed one too", our_kimi_agents(), kimi_agents())
