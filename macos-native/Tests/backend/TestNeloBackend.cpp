@@ -39,6 +39,7 @@ private slots:
     void init()
     {
         failOnUnexpectedWarning();
+        qunsetenv("PYTHONUNBUFFERED"); // the program itself has to see to that
         m_descriptorsBefore = ProcessTable::openDescriptors();
         m_backend.emplace();
         m_backend->answer("ping", {{"pong", 1}});
@@ -63,7 +64,7 @@ private slots:
         QCOMPARE(NeloBackend::call("pid"), first);
     }
 
-    void argumentsArriveUnchanged()
+    void argumentsAndResultsArriveUnchanged()
     {
         const std::vector<Json> args{"plain", "",     "C:\\",   "a \"quotation\"",
                                      "\x7f",  "\x1f", "你好\n", true,
@@ -71,10 +72,6 @@ private slots:
         QCOMPARE(NeloBackend::call("echo", args), Json(args).dump());
         QCOMPARE(m_backend->calls().back().args.dump(), Json(args).dump());
         QCOMPARE(NeloBackend::call("echo"), std::string("[]"));
-    }
-
-    void aResultArrivesUnchanged()
-    {
         const std::string json =
             R"({"z":1,"a":1.0,"u":18446744073709551615,"i":-9223372036854775808,"t":"\u2028\u0000"})";
         m_backend->script("numbers", {{{"answer-json-text", json}}});
@@ -143,7 +140,6 @@ private slots:
         QTest::addColumn<QByteArray>("error");
         const QByteArray terminated("ERROR: backend helper terminated");
         const QByteArray someParserError("ERROR: ");
-
         QTest::newRow("noise printed before the reply")
             << QByteArray(R"([{"write-raw":"debug\n"}])") << someParserError;
         QTest::newRow("noise printed without a flush") << QByteArray(R"([{"print":"debug\n"}])") << someParserError;
@@ -283,7 +279,10 @@ private slots:
     {
         QFETCH(std::string, function);
         QFETCH(bool, isKilledBefore);
-        m_backend->script("detach", {{{"close-output", true}}, {{"sleep", 60}}});
+        const QString file = m_backend->folder(QStringLiteral("terminated"));
+        m_backend->script(
+            "detach",
+            {{{"create-file-when-terminated", file.toStdString()}}, {{"close-output", true}}, {{"sleep", 60}}});
         const std::string reply = function.empty() ? std::string() : NeloBackend::call(function);
         QCOMPARE(ProcessTable::children().size(), function.empty() ? 0U : 1U);
         if (isKilledBefore)
@@ -291,6 +290,7 @@ private slots:
         NeloBackend::shutdown();
         QVERIFY(ProcessTable::children().empty());
         QCOMPARE(ProcessTable::openDescriptors(), m_descriptorsBefore);
+        QCOMPARE(QFile::exists(file), function == "detach"); // it was asked to terminate, and had the time
         verifyNextCallWorks();
     }
 

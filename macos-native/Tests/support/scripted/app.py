@@ -8,6 +8,7 @@ from __future__ import annotations
 import builtins
 import json
 import os
+import signal
 import sys
 import time
 from typing import Any, Callable
@@ -22,6 +23,11 @@ def _script() -> dict[str, Any]:
 def _write(stream: Any, text: str, encoding: str = "utf-8") -> None:
     stream.write(text.encode(encoding))
     stream.flush()
+
+
+def _create_and_exit(path: str) -> None:
+    with open(path, "w", encoding="utf-8"):
+        os._exit(0)
 
 
 def _run(step: dict[str, Any], args: tuple[Any, ...]) -> Any:
@@ -54,6 +60,8 @@ def _run(step: dict[str, Any], args: tuple[Any, ...]) -> Any:
         os.close(0)
     elif kind == "close-output":
         os.close(1)
+    elif kind == "create-file-when-terminated":
+        signal.signal(signal.SIGTERM, lambda *_: _create_and_exit(value))
     elif kind == "wait-for-file":
         while not os.path.exists(value):
             time.sleep(0.005)
