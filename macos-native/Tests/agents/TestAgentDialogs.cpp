@@ -142,14 +142,6 @@ private slots:
         QCOMPARE(askForNewAgent(nullptr, u"20250101-093000"_s)->ecosystem, u"openclaw"_s);
     }
 
-    void aCancelledNewAgentIsNone()
-    {
-        const DialogRobot robot({cancel(), DialogRobot::press(Qt::Key_Escape)});
-        QVERIFY(!askForNewAgent(nullptr, u"20250101-093000"_s));
-        QVERIFY(!askForNewAgent(nullptr, u"20250101-093000"_s));
-        QCOMPARE(robot.shown().size(), 2U);
-    }
-
     void aNameIsAskedForAsGiven()
     {
         const DialogRobot robot({[](QDialog& dialog) {
@@ -165,54 +157,6 @@ private slots:
         QCOMPARE(robot.shown().at(0).text, u"codex/<b>a</b>"_s);
         QCOMPARE(robot.shown().at(0).buttons, QStringList({u"Cancel"_s, u"Save"_s}));
         QCOMPARE(robot.shown().at(0).defaultButton, u"Save"_s);
-    }
-
-    void whateverANameHoldsComesBack_data()
-    {
-        const Cases<QString> add("name");
-        add("a line feed", u"a\nb"_s);
-        add("a bidirectional mark", u"a\u202eb"_s);
-        add("ten thousand characters", QString(10'000, u'n'));
-        add("more characters than a field takes by itself", QString(40'000, u'名'));
-    }
-
-    void whateverANameHoldsComesBack()
-    {
-        QFETCH(QString, name);
-        const DialogRobot robot({[&name](QDialog& dialog) {
-                                     QCOMPARE(nameField(dialog)->size(), QSize(280, 24));
-                                     QVERIFY(dialog.width() < 1000);
-                                     QCOMPARE(nameField(dialog)->text(), name);
-                                     dialog.grab(); // painting it does no harm
-                                     AgentAnswers::saveName(name)(dialog);
-                                 },
-                                 AgentAnswers::create(u"kimi"_s, name)});
-        QCOMPARE(askForName(nullptr, u"Rename Agent"_s, u"codex/a"_s, name), name);
-        QCOMPARE(askForNewAgent(nullptr, u"20250101-093000"_s)->name, name);
-    }
-
-    void aNameIsTrimmed_data()
-    {
-        const Cases<QString, QString> add("entered", "name");
-        add("as entered", u"名"_s, u"名"_s);
-        add("without white space around it", u" \ta b\n\u2028"_s, u"a b"_s);
-        add("nothing but white space is empty", u" \u00a0\u3000"_s, {});
-    }
-
-    void aNameIsTrimmed()
-    {
-        QFETCH(QString, entered);
-        QFETCH(QString, name);
-        const DialogRobot robot({AgentAnswers::saveName(entered)});
-        QCOMPARE(askForName(nullptr, {}, {}, u"old"_s).value_or(u"none"_s), name);
-    }
-
-    void aCancelledNameIsNone()
-    {
-        const DialogRobot robot({cancel(), DialogRobot::press(Qt::Key_Escape)});
-        QVERIFY(!askForName(nullptr, {}, {}, u"old"_s));
-        QVERIFY(!askForName(nullptr, {}, {}, u"old"_s));
-        QCOMPARE(robot.shown().size(), 2U);
     }
 
     void aFormRowPutsItsLabelBesideTheField()

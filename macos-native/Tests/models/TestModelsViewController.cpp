@@ -68,16 +68,6 @@ private slots:
         QCOMPARE(m_backend->calls().size(), 3U);
     }
 
-    void aCatalogueThatIsNoListIsEmpty()
-    {
-        show();
-        m_backend->answer("list_remote_models", {{"name", "a"}});
-        press(u"Refresh Remote"_s);
-        QCOMPARE(table("remoteTable")->model()->rowCount(), 0);
-        QCOMPARE(table("localTable")->model()->rowCount(), 1);
-        QCOMPARE(status(), u"Loaded remote model catalog."_s);
-    }
-
     void anErrorOfTheCatalogueLeavesTheOtherLists()
     {
         show();

@@ -244,17 +244,6 @@ private slots:
         QCOMPARE(m_settings->title("cloudProviderPopup"), u"deepseek"_s);
     }
 
-    void aHelperThatDiesIsShownAndTheNextSaveWorks()
-    {
-        m_settings->view();
-        m_settings->backend.script("save_nelo_settings", {{{"exit", 1}}});
-        m_settings->press("Save");
-        QCOMPARE(m_settings->status(), u"ERROR: backend helper terminated"_s);
-        m_settings->backend.answer("save_nelo_settings", {{"path", "/s"}});
-        m_settings->press("Save");
-        QCOMPARE(m_settings->status(), u"Settings saved: /s"_s);
-    }
-
     void refreshingTheCatalogueSavesFirst()
     {
         m_settings->type("cloudSkillsCatalogURLField", u"https://new/c.json"_s);
@@ -292,16 +281,6 @@ private slots:
         QCOMPARE(field->text(), QString());
         other.loadSettings();
         QCOMPARE(field->text(), u"http://core"_s);
-    }
-
-    void aHugeTextIsShownAndSavedWhole()
-    {
-        const std::string huge(100'000, 'x');
-        m_settings->saved({{"core", {{"url", huge}}}, {"chat", {{"local_model", huge}}}});
-        m_settings->press("Save");
-        const Json sent = m_settings->sentDocument();
-        QVERIFY(sent["core"]["url"] == huge);
-        QVERIFY(sent["chat"]["local_model"] == huge);
     }
 
 private:

@@ -164,20 +164,6 @@ private slots:
         QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
     }
 
-    void afterAHelperThatDiesTheNextInstallWorks()
-    {
-        m_tab->view();
-        const QString path = package(u"a.zip"_s);
-        m_tab->backend.script("install_openclaw_skill_zip", {{{"exit", 1}}});
-        const DialogRobot robot({chooseFile(path), DialogRobot::press(ok), chooseFile(path), DialogRobot::press(ok)});
-        m_tab->press("Install Skill");
-        QCOMPARE(robot.titles().constLast(), u"Install Failed"_s);
-        QCOMPARE(robot.shown().back().text, u"ERROR: backend helper terminated"_s);
-        m_tab->backend.answer("install_openclaw_skill_zip", {{"targetDir", "/w/skills/a"}});
-        m_tab->press("Install Skill");
-        QCOMPARE(m_tab->status(), u"Installed skill to /w/skills/a."_s);
-    }
-
     void anInstallThatAnswersNothingIsTold_data()
     {
         const Cases<QByteArray> add("result");

@@ -159,22 +159,6 @@ private slots:
         QCOMPARE(m_tab->apiKey()->placeholderText(), u"API Key"_s);
     }
 
-    void aListOfAnotherShapeIsEmpty_data()
-    {
-        const Cases<QByteArray> add("reply");
-        add("an object", R"({"skills":[]})");
-        add("null", "null");
-        add("rows that are no objects", R"([{"name":"a"},"b"])");
-    }
-
-    void aListOfAnotherShapeIsEmpty()
-    {
-        QFETCH(QByteArray, reply);
-        m_tab->listed(Json::parse(reply.toStdString()));
-        QCOMPARE(m_tab->rows(), QStringList());
-        QCOMPARE(m_tab->status(), u"Loaded 0 skills for openclaw."_s);
-    }
-
     void theSnapshotIsReadLeniently_data()
     {
         const Cases<QByteArray, QString, QString> add("snapshot", "config", "folders");
@@ -236,17 +220,6 @@ private slots:
         m_tab->press("Load Config");
         QCOMPARE(m_tab->backend.count("get_skill_entry"), 2);
         QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["openclaw","weather"])"));
-    }
-
-    void choosingCostsOneEntryCall()
-    {
-        m_tab->view();
-        const std::size_t before = m_tab->functions().size();
-        m_tab->select(0);
-        QCOMPARE(m_tab->functions().size(), before + 1);
-        m_tab->select(2);
-        QCOMPARE(m_tab->functions().size(), before + 2);
-        QCOMPARE(m_tab->backend.count("get_skill_entry"), 2);
     }
 
     void draggingOverSkillsChoosesTheLastOne()
@@ -386,16 +359,6 @@ private slots:
         QCOMPARE(m_tab->caption("configModePopup")->text(), u"Config Mode"_s);
         QCOMPARE(m_tab->caption("enabledPopup")->text(), u"Enabled"_s);
         QCOMPARE(m_tab->caption("sourcePopup")->text(), u"Configured Sources"_s);
-    }
-
-    void aDescriptionOfFourLinesIsWhole()
-    {
-        m_tab->show();
-        auto* label = m_tab->find<ScrollingLabel>("metaLabel");
-        label->setText(u"一\n二\n三\n四"_s);
-        QTRY_COMPARE(label->verticalScrollBar()->maximum(), 0);
-        label->setText(u"一\n二\n三\n四\n五"_s);
-        QTRY_VERIFY(label->verticalScrollBar()->maximum() > 0);
     }
 
     void longTextsLeaveTheTabAlone()

@@ -26,31 +26,6 @@ class TestSkillVariables final : public QObject
 private slots:
     void init() { failOnUnexpectedWarning(); }
 
-    void onlyAListOfTextsIsOne_data()
-    {
-        const Cases<QByteArray, QStringList> add("member", "texts");
-
-        const QStringList none;
-        add("texts", "[\"a\",\"你好\",\"\"]", QStringList{u"a"_s, u"你好"_s, QString()});
-        add("an empty list", "[]", none);
-        add("a number among them", R"(["a",1])", none);
-        add("null among them", R"(["a",null])", none);
-        add("a list among them", R"([["a"]])", none);
-        add("a text", R"("a")", none);
-        add("an object", R"({"a":"b"})", none);
-        add("null", "null", none);
-        add("true", "true", none);
-        add("a number", "1", none);
-    }
-
-    void onlyAListOfTextsIsOne()
-    {
-        QFETCH(QByteArray, member);
-        QFETCH(QStringList, texts);
-        QCOMPARE(textsOf(row("{\"dirs\":" + member + "}"), "dirs"), texts);
-        QCOMPARE(textsOf(row("{\"other\":" + member + "}"), "dirs"), QStringList());
-    }
-
     void aTitleIsTheNameAfterTheSource_data()
     {
         const Cases<QByteArray, QString> add("skill", "title");
