@@ -61,14 +61,20 @@ private slots:
     {
         QCOMPARE(ChatViewController::defaultFocusDelay, 100ms);
         m_chat->open();
+        QElapsedTimer sinceShown;
+        qint64 elapsed = 0;
+        const QObject untilTheEnd;
+        connect(qApp, &QApplication::focusChanged, &untilTheEnd, [&](const QWidget* /*old*/, const QWidget* now) {
+            if (now == m_chat->inputField())
+                elapsed = sinceShown.elapsed();
+        });
         for (int time = 0; time < 2; ++time) {
             m_chat->transcript()->setFocus();
             m_chat->window()->close();
-            QElapsedTimer timer;
-            timer.start();
+            sinceShown.start();
             m_chat->window()->show();
             QTRY_VERIFY(m_chat->inputField()->hasFocus());
-            QVERIFY(timer.elapsed() >= ChatWindow::focusDelay.count());
+            QVERIFY2(elapsed >= ChatWindow::focusDelay.count(), qPrintable(QString::number(elapsed)));
             QVERIFY(m_chat->window()->isActiveWindow());
         }
     }
@@ -181,7 +187,8 @@ private slots:
         QInputMethodEvent composing(u"hello there"_s, {});
         QCoreApplication::sendEvent(m_chat->inputField(), &composing);
         QStringList steps;
-        connect(m_chat->inputField(), &QLineEdit::textChanged, m_chat->window(), [&](const QString& text) {
+        const QObject untilTheEnd;
+        connect(m_chat->inputField(), &QLineEdit::textChanged, &untilTheEnd, [&](const QString& text) {
             steps.append(text + u": "_s + m_chat->status() + u", "_s + m_chat->logEntries().join(u", ") + u", "_s
                          + m_chat->bubbles().last());
         });

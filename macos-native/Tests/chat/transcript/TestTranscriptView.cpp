@@ -147,7 +147,8 @@ private slots:
         const int before = bar()->value();
         const QPoint middle(m_view->bubbleRect(2).left() + 30, surface()->height() / 2);
         QList<int> values;
-        connect(bar(), &QScrollBar::valueChanged, m_view, [&values](int value) { values.append(value); });
+        const QObject untilTheEnd;
+        connect(bar(), &QScrollBar::valueChanged, &untilTheEnd, [&values](int value) { values.append(value); });
         bool hadTime = false; // to scroll a first time
         QTest::mousePress(surface(), Qt::LeftButton, {}, middle);
         QTest::mouseMove(surface(), {middle.x(), beyond == 0  ? middle.y() + 1
