@@ -1,5 +1,6 @@
 #include "backend/BackendReply.h"
 
+#include "support/JsonToString.h"
 #include "support/Warnings.h"
 
 #include <QTest>
@@ -49,7 +50,7 @@ private slots:
     {
         QFETCH(QByteArray, text);
         QFETCH(QByteArray, object);
-        QCOMPARE(QByteArray::fromStdString(BackendReply(text.toStdString()).object().dump()), object);
+        QCOMPARE(BackendReply(text.toStdString()).object(), Json::parse(object.toStdString()));
     }
 
     void readsRowsLeniently_data()
@@ -68,7 +69,7 @@ private slots:
     {
         QFETCH(QByteArray, text);
         QFETCH(QByteArray, rows);
-        QCOMPARE(QByteArray::fromStdString(Json(BackendReply(text.toStdString()).rows()).dump()), rows);
+        QCOMPARE(Json(BackendReply(text.toStdString()).rows()), Json::parse(rows.toStdString()));
     }
 
     void keepsOrderAndNumbersOfAnObject()

@@ -2,6 +2,7 @@
 
 #include "backend/BackendReply.h"
 #include "support/Corpora.h"
+#include "support/JsonToString.h"
 #include "support/Warnings.h"
 
 #include <QTest>

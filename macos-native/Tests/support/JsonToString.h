@@ -2,6 +2,7 @@
 
 #include "base/Json.h"
 
+#include <QFloat16> // QCOMPARE looks whether a JSON value converts to it
 #include <QTest>
 
 /// Lets QCOMPARE say what a JSON value or a standard string was.
