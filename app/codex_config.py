@@ -2,7 +2,9 @@
 
 from __future__ import annotations
 
+import json
 import os
+from collections.abc import Mapping
 from typing import Any
 
 from . import files, paths, toml_text
@@ -24,7 +26,7 @@ def path() -> str:
 def is_enabled(skill_key: str, skill_name: str | None) -> bool:
     """Whether a skill is on: the last of the entries of its path or its name counts. Raises `BackendError`."""
     try:
-        values = toml_text.parse(_text(), f"Reading {path()}")
+        values = toml_text.parse(_decoded(_content()), f"Reading {path()}")
     except ValueError as error:
         raise _not_toml(error) from error
     found = _matching(_entries(values), skill_key, skill_name)
@@ -40,16 +42,20 @@ def set_enabled(skill_key: str, skill_name: str, is_on: bool) -> None:
         return
     tomlkit = library("tomlkit", f"Changing {path()}")
     with files.exclusive():
-        before = _text()
+        content = _content()
+        before = _decoded(content)
         try:
-            document = tomlkit.parse(before)
-            _switch(tomlkit, document, skill_key, skill_name, is_on)
+            after = _switched(tomlkit, before, skill_key, skill_name, is_on)
+            is_in_place = _is_switched(before, after, skill_key, skill_name, is_on)
         except (ValueError, TypeError, AttributeError) as error:
             raise _not_toml(error) from error
+        if not is_in_place:
+            raise BackendError(f"The file {path()} cannot be changed in place. Switch the skill in an editor.")
         with explained(f"Cannot save {path()}"):
-            if os.path.exists(path()):
-                files.keep_copy(path(), before.encode(), "bak", files.OTHERS)
-            files.replace_file(path(), tomlkit.dumps(document).encode(), files.OTHERS)
+            if content is not None:
+                files.keep_copy(path(), content, "bak", files.OTHERS)
+            files.refuse_changed(path(), content)
+            files.replace_file(path(), after.encode(), files.OTHERS)
 
 
 def with_value(text: str, key: str, value: str) -> str:
@@ -58,21 +64,50 @@ def with_value(text: str, key: str, value: str) -> str:
     document = tomlkit.parse(text)
     document[key] = value
     changed: str = tomlkit.dumps(document)
+    wanted = {**toml_text.parse(text, "Reading a TOML file"), key: value}
+    if _printed(toml_text.parse(changed, "Reading a TOML file")) != _printed(wanted):
+        raise ValueError("it cannot be changed in place")
     return changed
 
 
-def _switch(tomlkit: Any, document: Any, skill_key: str, skill_name: str, is_on: bool) -> None:
-    """Change the last entry of a skill where it is of its path, otherwise add one, which counts more."""
+def _switched(tomlkit: Any, text: str, skill_key: str, skill_name: str, is_on: bool) -> str:
+    """The text with the last entry of a skill changed where it is of its path, otherwise with one more, which counts
+    more than those before it."""
+    document = tomlkit.parse(text)
     found = _matching(_entries(document), skill_key, skill_name)
+    entries = document.get("skills", {}).get("config")
     if found and "path" in found[-1]:
         found[-1]["enabled"] = is_on
-        return
-    section = document.setdefault("skills", tomlkit.table(True))
-    if "config" not in section:
-        section["config"] = tomlkit.aot()
-    added = tomlkit.table() if isinstance(section["config"], tomlkit.items.AoT) else tomlkit.inline_table()
-    added.update({"path": skill_key, "enabled": is_on})
-    section["config"].append(added)
+    elif isinstance(entries, tomlkit.items.Array):
+        added: Any = tomlkit.inline_table()
+        added.update({"path": skill_key, "enabled": is_on})
+        entries.append(added)
+    else:  # the library puts a table where it joins the last line, or repeats others
+        line_end = "\r\n" if "\r\n" in text else "\n"
+        lines = ["[[skills.config]]", f"path = {tomlkit.item(skill_key).as_string()}", f"enabled = {str(is_on).lower()}"]
+        ending = "" if text.endswith("\n") or not text else line_end
+        return text + ending + line_end.join([*[""][: len(text)], *lines, ""])
+    changed: str = tomlkit.dumps(document)
+    return changed
+
+
+def _is_switched(before: str, after: str, skill_key: str, skill_name: str, is_on: bool) -> bool:
+    """Whether a text says what another one did, but for one skill: the library fails where tables are scattered."""
+    wanted = toml_text.parse(before, f"Reading {path()}")
+    found = _matching(_entries(wanted), skill_key, skill_name)
+    if found and "path" in found[-1]:
+        found[-1]["enabled"] = is_on
+    else:
+        section: Any = wanted.setdefault("skills", {})
+        section.setdefault("config", []).append({"path": skill_key, "enabled": is_on})
+    try:
+        return _printed(toml_text.parse(after, f"Reading {path()}")) == _printed(wanted)
+    except ValueError:
+        return False
+
+
+def _printed(values: Mapping[str, object]) -> str:
+    return json.dumps(values, default=str, sort_keys=True)
 
 
 def _entries(values: Any) -> list[Any]:
@@ -96,9 +131,12 @@ def _is_path(value: object, skill_key: str) -> bool:
     return isinstance(value, str) and os.path.realpath(os.path.expanduser(value)) == skill_key
 
 
-def _text() -> str:
+def _content() -> bytes | None:
     with explained(f"Cannot read {path()}"):
-        content = files.read_file(path())
+        return files.read_file(path())
+
+
+def _decoded(content: bytes | None) -> str:
     try:
         return (content or b"").decode()
     except UnicodeDecodeError as error:

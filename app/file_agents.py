@@ -67,11 +67,12 @@ class FileAgents:
         """Replace the text of an agent's file by what `edit` makes of it; it may raise `ValueError`."""
         path = self._path(agent_id)
         with files.exclusive(), explained(f"Cannot change {path}"):
-            content = files.read_file(path) or b""
+            content = files.read_file(path)
             try:
-                changed = edit(content.decode())
+                changed = edit((content or b"").decode())
             except ValueError as error:
                 raise BackendError(f"Cannot change the name in {path}: {error}. Correct the file first.") from error
+            files.refuse_changed(path, content)
             files.replace_file(path, changed.encode())
         return self._agent(agent_id)
 

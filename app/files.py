@@ -63,6 +63,12 @@ def replace_file(path: str, content: bytes, forbidden: int = 0) -> None:
         os.replace(temporary, target)
 
 
+def refuse_changed(path: str, before: bytes | None) -> None:
+    """Raise `BackendError` when a file of which `before` was read is another one now, and `OSError`."""
+    if read_file(path) != before:
+        raise BackendError(f"The file {path} was changed by another program meanwhile. Load it again.")
+
+
 def keep_copy(path: str, content: bytes, label: str, forbidden: int = 0) -> str:
     """Keep `content`, which was read from `path`, beside it under a stamped name; answer the copy's path.
 

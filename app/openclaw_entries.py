@@ -47,8 +47,7 @@ def save_entry(skill_key: str, wanted: Mapping[str, object]) -> str:
             problem = openclaw_program.check(candidate)
         if problem:
             raise BackendError(f"The settings were not saved: {problem}")
-        if files.read_file(path) != before.content:
-            raise BackendError(f"The file {path} was changed by another program meanwhile. Load the settings again.")
+        files.refuse_changed(path, before.content)
         if before.content is not None:
             files.keep_copy(path, before.content, "bak", files.OTHERS)
         files.replace_file(path, content, files.OTHERS)

@@ -172,6 +172,19 @@ class ChangeTest(FileAgentTestCase):
                 self.assertEqual(self.read(path), content)
                 os.unlink(self.path(".nelo/agents.json"))
 
+    def test_a_file_that_changed_meanwhile_is_not_replaced(self) -> None:
+        path = self.make_file(f"{CODEX}/a.toml", codex_agent())
+        app.adopt_local_agent("codex", "a", "adopted", "")
+
+        def with_value(*arguments: str) -> str:
+            self.make_file(path, codex_agent("theirs"))
+            return codex_agent("new")
+
+        with mock.patch("app.codex_config.with_value", with_value):
+            message = self.refusal(app.rename_local_agent, "codex", "a", "new")
+        self.assertIn("changed by another program meanwhile", message)
+        self.assertEqual(self.read(path), codex_agent("theirs"))
+
     def test_adopting_changes_nothing_of_the_programs(self) -> None:
         self.make_file(f"{CODEX}/a.toml", codex_agent())
         app.adopt_local_agent("codex", "a", "Adopted", "")

@@ -116,7 +116,12 @@ class CodexEntryTest(HomeTestCase):
         entry = f'[[skills.config]]\npath = "{self.key}"\nenabled = false\n'
         inline = f'path = "{self.key}", enabled = false'
         other = '{ path = "/b", enabled = true }'
+        ours, theirs = entry.replace("false", "true"), '[[skills.config]]\npath = "/b"\nenabled = true'
         for before, after in (
+            (theirs, f"{theirs}\n\n{entry}"),
+            ("a = 1\r\n# mine", "a = 1\r\n# mine\r\n\r\n" + entry.replace("\n", "\r\n")),
+            (f"{theirs}\n[a]\n{theirs}\n# end\n", f"{theirs}\n[a]\n{theirs}\n# end\n\n{entry}"),
+            (f"{ours}[a]\nb = nan\n", f"{entry}[a]\nb = nan\n"),
             ('# mine\nmodel = "x" # keep\n\n[a]\nb = 1\n', f'# mine\nmodel = "x" # keep\n\n[a]\nb = 1\n\n{entry}'),
             (f"skills = {{ config = [ {other} ] }}\n", f"skills = {{ config = [ {other}, {{{inline}}} ] }}\n"),
             (entry.replace("false", "true # why"), entry.replace("false", "false # why")),
@@ -124,10 +129,28 @@ class CodexEntryTest(HomeTestCase):
             with self.subTest(before):
                 self.make_file(CONFIG, before, 0o644)
                 self.save(False)
-                self.assertEqual((self.read(CONFIG), self.mode(CONFIG)), (after, 0o640))
+                with open(self.path(CONFIG), "rb") as file:
+                    self.assertEqual((file.read().decode(), self.mode(CONFIG)), (after, 0o640))
                 (copy,) = [name for name in os.listdir(self.path(".codex")) if name.startswith("config.toml.bak.")]
-                self.assertEqual(self.read(f".codex/{copy}"), before)
+                self.assertEqual(self.read(f".codex/{copy}"), before.replace("\r\n", "\n"))
                 os.unlink(self.path(".codex", copy))
+
+    def test_a_file_that_cannot_be_changed_in_place_or_changed_meanwhile_is_left(self) -> None:
+        ours = f'[[skills.config]]\npath = "{self.key}"\nenabled = true\n'
+        theirs = '[[skills.config]]\npath = "/b"\nenabled = true\n'
+        for before in ("skills = {}\n", f"{theirs}[a]\n{ours}[b]\n{theirs}"):
+            with self.subTest(before):
+                self.make_file(CONFIG, before)
+                self.assertIn("cannot be changed in place", self.refusal(self.save, False))
+                self.assertEqual(self.read(CONFIG), before)
+        self.make_file(CONFIG, "a = 1\n")
+
+        def change(*arguments: object) -> str:
+            return self.make_file(CONFIG, "a = 2\n")
+
+        with mock.patch("app.files.keep_copy", side_effect=change):
+            self.assertIn("changed by another program meanwhile", self.refusal(self.save, False))
+        self.assertEqual(self.read(CONFIG), "a = 2\n")
 
     def test_what_is_as_wanted_is_not_written(self) -> None:
         self.save(True)
