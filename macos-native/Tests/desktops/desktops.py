@@ -204,8 +204,8 @@ class Gnome(Desktop):
         self.run("gnome-shell", "--nested", "--wayland", "--unsafe-mode")
         self._await_wayland()
         subprocess.run(["xdotool", "mousemove", "640", "400"], env=self.environment, check=True)  # out of the corner that opens it
-        until(lambda: self._evaluate("Main.overview.hide(); !Main.overview.visible").endswith("'true')"),
-              "the shell, without its overview", START_SECONDS)
+        started = "!Main.layoutManager._startingUp && (Main.overview.hide(), !Main.overview.visible)"
+        until(lambda: self._evaluate(started).endswith("'true')"), "the shell, without its overview", START_SECONDS)
 
     def _evaluate(self, script: str) -> str:
         """Runs JavaScript in the shell and returns what it answers."""

@@ -7,6 +7,7 @@ from __future__ import annotations
 
 import multiprocessing
 import os
+import signal
 import sys
 import traceback
 from pathlib import Path
@@ -74,4 +75,5 @@ def main() -> int:
 
 
 if __name__ == "__main__":
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # so that what was started ends, here and in the processes below
     sys.exit(main())

@@ -6,6 +6,7 @@
 #include <memory>
 
 class QMenu;
+class QWidget;
 
 /// The system and its desktop, as far as Qt does not know them; one file per system implements it.
 class Platform : public QObject
@@ -23,6 +24,9 @@ public:
     virtual void activateApplication() = 0;
     /// Keeps what a desktop has handed over so that the window which is activated next may come forward.
     virtual void setActivationToken(const QByteArray& token) = 0;
+    /// To be called before a window that the user has chosen is shown and activated. It may hide the window: some
+    /// desktops bring only a window forward that is newly shown.
+    virtual void prepareToShow(QWidget& /*window*/) {}
 
     /// The "sparkles" symbol for the status bar, legible on light and dark bars, crisp at any scale.
     virtual QIcon sparklesSymbol() const = 0;

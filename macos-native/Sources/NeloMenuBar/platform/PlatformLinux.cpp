@@ -34,6 +34,7 @@ public:
     void setActivationPolicy(ActivationPolicy /*policy*/) override {} // a desktop lists windows, not applications
     void activateApplication() override {}                            // and a window manager activates windows
     void setActivationToken(const QByteArray& token) override;
+    void prepareToShow(QWidget& window) override;
     QIcon sparklesSymbol() const override { return sparklesIcon(); }
     void showStatusItem(const QString& name, const QIcon& icon, QMenu* menu) override;
     bool hasStatusArea() const override { return m_hasStatusArea; }
@@ -69,6 +70,14 @@ void LinuxPlatform::setActivationToken(const QByteArray& token)
     completeStartup(token);
     if (!token.isEmpty() && QGuiApplication::platformName() == QStringLiteral("wayland"))
         qputenv("XDG_ACTIVATION_TOKEN", token); // where Qt looks when it activates a window
+}
+
+/// Wayland brings a window forward for the token of a choice that the user made, and a window that is newly shown.
+void LinuxPlatform::prepareToShow(QWidget& window)
+{
+    const bool isWayland = QGuiApplication::platformName() == QStringLiteral("wayland");
+    if (isWayland && !window.isActiveWindow() && !qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"))
+        window.hide();
 }
 
 void LinuxPlatform::showStatusItem(const QString& name, const QIcon& icon, QMenu* menu)

@@ -127,6 +127,7 @@ void NeloMenuBarApp::bringForward(NeloWindow& window)
     m_platform->activateApplication();
     m_platform->setActivationPolicy(ActivationPolicy::Regular); // for good, also once all windows are closed
     m_platform->activateApplication();
+    m_platform->prepareToShow(window);
     window.makeKeyAndOrderFront();
 }
 

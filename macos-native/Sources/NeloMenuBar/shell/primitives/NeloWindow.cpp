@@ -68,10 +68,6 @@ void NeloWindow::makeKeyAndOrderFront()
     if (isMinimized() && QApplication::activeModalWidget())
         hide();
     setWindowState(windowState() & ~Qt::WindowMinimized);
-    // Wayland brings a window forward for the token of a choice that the user made, and a window that is newly shown.
-    const bool isWayland = QGuiApplication::platformName() == QStringLiteral("wayland");
-    if (isWayland && !isActiveWindow() && !qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"))
-        hide();
     show();
     raise();
     activateWindow();
