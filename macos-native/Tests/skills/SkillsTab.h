@@ -1,21 +1,16 @@
 #pragma once
 
 #include "skills/SkillsViewController.h"
-#include "support/Controls.h"
 #include "support/DialogRobot.h"
-#include "support/ScriptedBackend.h"
+#include "support/TabFixture.h"
 #include "ui/JsonTable.h"
 #include "ui/ScrollingLabel.h"
 
-#include <QLabel>
-#include <QLineEdit>
 #include <QPlainTextEdit>
-
-#include <memory>
 
 /// A Skills tab on a scripted backend with three skills and two agents of "openclaw", and what a person sees and does
 /// there.
-class SkillsTab final
+class SkillsTab final : public TabFixture<SkillsViewController>
 {
 public:
     SkillsTab()
@@ -45,24 +40,6 @@ public:
     /// From now on this is the entry of every skill.
     void entered(const Json& entry) { backend.answer("get_skill_entry", entry); }
 
-    SkillsViewController& view()
-    {
-        if (!m_view) {
-            m_view = std::make_unique<SkillsViewController>();
-            m_view->resize(1000, 640);
-        }
-        m_view->loadViewIfNeeded();
-        return *m_view;
-    }
-    /// Has the view on the screen and active.
-    void show()
-    {
-        view().show();
-        view().activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&view()));
-    }
-    void discardView() { m_view.reset(); }
-
     /// Where `widget` is in the view.
     QRect frame(const QWidget* widget) { return {widget->mapTo(&view(), QPoint()), widget->size()}; }
     /// The label beside or above the control so named.
@@ -75,15 +52,7 @@ public:
         return nullptr;
     }
 
-    template <typename Control> Control* find(const char* objectName)
-    {
-        return view().findChild<Control*>(QString::fromLatin1(objectName));
-    }
-
-    QString status() { return find<QLabel>("statusLabel")->text(); }
-    QString label(const char* objectName) { return find<QLabel>(objectName)->text(); }
     QString meta() { return find<ScrollingLabel>("metaLabel")->text(); }
-    QString title(const char* popup) { return find<QComboBox>(popup)->currentText(); }
     QStringList titles(const char* popup)
     {
         QStringList titles;
@@ -133,27 +102,12 @@ public:
         return nullptr;
     }
 
-    void choose(const char* popup, const char* title)
-    {
-        Controls::choose(find<QComboBox>(popup), QString::fromLatin1(title));
-    }
-    void press(const char* title) { Controls::press(view(), QString::fromLatin1(title)); }
     void select(int row)
     {
         const QRect cell = table()->visualRect(table()->model()->index(row, 0));
         QTest::mouseClick(table()->viewport(), Qt::LeftButton, {}, cell.center());
     }
 
-    /// The arguments of the last call of `function`; null when there was none.
-    Json arguments(const std::string& function) const
-    {
-        Json arguments;
-        for (const ScriptedBackend::Call& call : backend.calls()) {
-            if (call.function == function)
-                arguments = call.args;
-        }
-        return arguments;
-    }
     /// The functions called so far.
     std::vector<std::string> functions() const
     {
@@ -162,9 +116,4 @@ public:
             functions.push_back(call.function);
         return functions;
     }
-
-    ScriptedBackend backend;
-
-private:
-    std::unique_ptr<SkillsViewController> m_view;
 };
