@@ -64,7 +64,7 @@ def with_value(text: str, key: str, value: str) -> str:
     document = tomlkit.parse(text)
     document[key] = value
     changed: str = tomlkit.dumps(document)
-    wanted = {**toml_text.parse(text, "Reading a TOML file"), key: value}
+    wanted: dict[str, object] = {**toml_text.parse(text, "Reading a TOML file"), key: value}
     if _printed(toml_text.parse(changed, "Reading a TOML file")) != _printed(wanted):
         raise ValueError("it cannot be changed in place")
     return changed
@@ -79,7 +79,7 @@ def _switched(tomlkit: Any, text: str, skill_key: str, skill_name: str, is_on: b
     if found and "path" in found[-1]:
         found[-1]["enabled"] = is_on
     elif isinstance(entries, tomlkit.items.Array):
-        added: Any = tomlkit.inline_table()
+        added = tomlkit.inline_table()
         added.update({"path": skill_key, "enabled": is_on})
         entries.append(added)
     else:  # the library puts a table where it joins the last line, or repeats others
