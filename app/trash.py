@@ -86,4 +86,18 @@ def _move(path: str, target: str) -> None:
     except OSError as error:
         if error.errno != errno.EXDEV:
             raise
-        shutil.move(path, target)
+        is_folder = os.path.isdir(path) and not os.path.islink(path)
+
+        def remove(it: str) -> None:
+            shutil.rmtree(it) if is_folder else os.unlink(it)
+
+        try:
+            if is_folder:
+                shutil.copytree(path, target, symlinks=True)
+            else:
+                shutil.copy2(path, target, follow_symlinks=False)
+        except OSError:
+            with contextlib.suppress(OSError):
+                remove(target)  # the copy is half of it
+            raise
+        remove(path)

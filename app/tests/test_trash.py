@@ -53,6 +53,21 @@ class TrashTest(HomeTestCase):
             path = self.throw_away("a.md")
         self.assertEqual((self.read(f"{TRASH}/files/a.md"), os.path.exists(path)), ("mine", False))
 
+    def test_a_copy_that_does_not_fit_on_the_other_disk_is_not_left_in_halves(self) -> None:
+        self.make_file("folder/deep/file", "mine")
+
+        def copy_half(source: str, target: str, **options: object) -> None:
+            with open(target, "w", encoding="utf-8") as file:
+                file.write("mi")
+            raise OSError(errno.ENOSPC, "No space left on device")
+
+        rename = mock.patch.object(os, "rename", side_effect=OSError(errno.EXDEV, "Invalid cross-device link"))
+        for name in ("folder/deep/file", "folder"):
+            with self.subTest(name), rename, mock.patch("shutil.copyfile", copy_half):
+                self.assertIn("No space left on device", self.refusal(trash.move_to_trash, self.path(name)))
+                self.assertEqual((self.files_below(TRASH), self.read("folder/deep/file")), ([], "mine"))
+                self.assertEqual(os.listdir(self.path(TRASH, "files")), [])
+
     def test_what_cannot_be_moved_stays_and_nothing_is_left_of_it(self) -> None:
         path = self.make_file("a.md")
         with mock.patch.object(os, "rename", side_effect=OSError(errno.EACCES, "Permission denied")):
