@@ -6,10 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
-
 namespace {
 
 bool forbidsBody(int status)
@@ -39,8 +35,8 @@ QByteArray addressOf(const QNetworkProxy& proxy)
 
 } // namespace
 
-CurlTransfer::CurlTransfer(ChatRequest request, const TransferLimits& limits)
-    : m_request(std::move(request)), m_limits(limits), m_handle(curl_easy_init(), curl_easy_cleanup),
+CurlTransfer::CurlTransfer(ChatRequest request, const TransferLimits& limits, KeptSockets& kept)
+    : m_request(std::move(request)), m_limits(limits), m_kept(&kept), m_handle(curl_easy_init(), curl_easy_cleanup),
       m_headers(nullptr, curl_slist_free_all)
 {
     set(CURLOPT_URL, m_request.url.toEncoded(QUrl::RemoveUserInfo | QUrl::RemoveFragment).constData());
@@ -113,6 +109,14 @@ void CurlTransfer::prepare(const QNetworkProxy& proxy, std::chrono::seconds grea
     set(CURLOPT_PROXYPASSWORD, proxy.password().toUtf8().constData());
 }
 
+bool CurlTransfer::beginAnew()
+{
+    if (!std::exchange(m_isToBeginAnew, false))
+        return false;
+    set(CURLOPT_FRESH_CONNECT, 1L);
+    return true;
+}
+
 ChatTransfer CurlTransfer::result(CURLcode code)
 {
     if (code == CURLE_OK && !m_hasWholeHead)
@@ -121,7 +125,7 @@ ChatTransfer CurlTransfer::result(CURLcode code)
         m_error = curlFailure(m_request.url, code, QString::fromUtf8(m_details.data()));
     if (m_error)
         return {m_error, std::nullopt, std::nullopt};
-    limitAcknowledgement();
+    m_kept->add(m_handle.get(), m_limits.acknowledgement);
 
     ChatTransfer transfer{std::nullopt, status(), m_body, QUrl::fromEncoded(header("Location"))};
     const QByteArray encoding = header("Content-Encoding").toLower();
@@ -164,22 +168,6 @@ QByteArray CurlTransfer::header(const char* name) const
     return code == CURLHE_OK ? QByteArray(found->value).trimmed() : QByteArray();
 }
 
-/// Has the next request on this connection fail soon when its path has died meanwhile.
-void CurlTransfer::limitAcknowledgement()
-{
-    curl_socket_t socket = CURL_SOCKET_BAD;
-    curl_easy_getinfo(m_handle.get(), CURLINFO_ACTIVESOCKET, &socket);
-    if (socket == CURL_SOCKET_BAD)
-        return; // closed
-#ifdef Q_OS_MACOS
-    const auto limit = static_cast<int>(std::chrono::ceil<std::chrono::seconds>(m_limits.acknowledgement).count());
-    setsockopt(socket, IPPROTO_TCP, TCP_RXT_CONNDROPTIME, &limit, sizeof limit);
-#else
-    const auto limit = static_cast<unsigned>(m_limits.acknowledgement.count());
-    setsockopt(socket, IPPROTO_TCP, TCP_USER_TIMEOUT, &limit, sizeof limit);
-#endif
-}
-
 std::size_t CurlTransfer::receiveHeader(char* bytes, std::size_t /*always 1*/, std::size_t count, void* self)
 {
     auto* const transfer = static_cast<CurlTransfer*>(self);
@@ -215,10 +203,13 @@ int CurlTransfer::beforeConnection(void* self, curl_socket_t /*socket*/, curlsoc
     return static_cast<CurlTransfer*>(self)->mayBeSent() ? CURL_SOCKOPT_OK : CURL_SOCKOPT_ERROR;
 }
 
-int CurlTransfer::beforeRequest(void* self, char* /*peer*/, char* /*local*/, int /*peerPort*/, int /*localPort*/)
+int CurlTransfer::beforeRequest(void* self, char* /*peer*/, char* /*local*/, int /*peerPort*/, int localPort)
 {
     auto* const transfer = static_cast<CurlTransfer*>(self);
-    if (!transfer->mayBeSent())
+    long newConnections = 0;
+    curl_easy_getinfo(transfer->handle(), CURLINFO_NUM_CONNECTS, &newConnections);
+    transfer->m_isToBeginAnew = newConnections == 0 && !transfer->m_kept->isUsable(localPort);
+    if (transfer->m_isToBeginAnew || !transfer->mayBeSent())
         return CURL_PREREQFUNC_ABORT;
     transfer->m_isSent = true;
     transfer->m_hasWholeHead = false; // a proxy may have demanded credentials before

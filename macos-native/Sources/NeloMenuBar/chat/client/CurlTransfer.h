@@ -2,6 +2,7 @@
 
 #include "chat/client/ChatReply.h"
 #include "chat/client/ChatRequest.h"
+#include "chat/client/KeptSockets.h"
 
 #include <QNetworkProxy>
 
@@ -28,7 +29,8 @@ class CurlTransfer final
 public:
     using Clock = std::chrono::steady_clock;
 
-    CurlTransfer(ChatRequest request, const TransferLimits& limits);
+    /// `kept` must outlive the transfer.
+    CurlTransfer(ChatRequest request, const TransferLimits& limits, KeptSockets& kept);
     CurlTransfer(const CurlTransfer&) = delete;
     CurlTransfer& operator=(const CurlTransfer&) = delete;
 
@@ -41,6 +43,10 @@ public:
 
     /// When it has failed unless something moves before.
     Clock::time_point deadline() const { return m_lastMove + m_limits.silence; }
+
+    /// Returns whether it is to be run again, on a new connection: libcurl had chosen one that was closed, and nothing
+    /// was sent.
+    bool beginAnew();
 
     /// What it brought, now that libcurl says that it has ended with `code`.
     ChatTransfer result(CURLcode code);
@@ -59,16 +65,17 @@ private:
     bool mayBeSent();
     int status() const;
     QByteArray header(const char* name) const;
-    void limitAcknowledgement();
 
     ChatRequest m_request;
     TransferLimits m_limits;
+    KeptSockets* m_kept;
     std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> m_handle;
     std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> m_headers;
     std::array<char, CURL_ERROR_SIZE> m_details{}; // of a failure, as libcurl tells them
     QByteArray m_body;
     Clock::time_point m_lastMove;
     curl_off_t m_moved = 0; // bytes of bodies, both ways
+    bool m_isToBeginAnew = false;
     bool m_isSent = false;
     bool m_hasWholeHead = false;               // of the answer
     std::optional<ChatTransportError> m_error; // for which libcurl was told to end it

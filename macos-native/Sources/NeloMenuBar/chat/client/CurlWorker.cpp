@@ -67,7 +67,8 @@ void CurlWorker::send(const ChatRequest& request, const Completion& completion)
 {
     {
         const std::lock_guard lock(m_mutex);
-        m_waiting.push_back({std::make_unique<CurlTransfer>(request, m_limits), originOf(request.url), completion});
+        auto transfer = std::make_unique<CurlTransfer>(request, m_limits, m_kept);
+        m_waiting.push_back({std::move(transfer), originOf(request.url), completion});
     }
     curl_multi_wakeup(m_multi.get());
 }
@@ -142,6 +143,11 @@ void CurlWorker::end(CURL* handle, CURLcode code)
 {
     const auto found = std::find_if(m_jobs.begin(), m_jobs.end(),
                                     [handle](const Job& job) { return job.transfer->handle() == handle; });
+    if (found->transfer->beginAnew()) {
+        curl_multi_remove_handle(m_multi.get(), handle);
+        if (curl_multi_add_handle(m_multi.get(), handle) == CURLM_OK)
+            return;
+    }
     Job job = std::move(*found);
     m_jobs.erase(found);
     job.result = job.transfer->result(code);

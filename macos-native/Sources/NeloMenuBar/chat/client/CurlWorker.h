@@ -55,6 +55,7 @@ private:
 
     TransferLimits m_limits;
     std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> m_multi;
+    KeptSockets m_kept; // the thread's own
     std::atomic<bool> m_isToEnd{false};
     std::mutex m_mutex;
     std::deque<Job> m_waiting; // guarded by the mutex; oldest first, and so are these:
