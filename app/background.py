@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import threading
 import time
-from collections import deque
 from collections.abc import Callable, Hashable
 from typing import Generic, Protocol, TypeVar
 
@@ -46,7 +45,7 @@ class Answer(Generic[Value]):
         """A new answer, which is waited for. None when there is none in time; a later one is kept for `current`."""
         with self._changed:
             count = self._count
-            _worker.do(self, basis)
+            _worker.do_next(self, basis)
             is_new = self._changed.wait_for(lambda: self._count > count, seconds)
             return self._value if is_new else None
 
@@ -69,22 +68,32 @@ class _Worker:
 
     def __init__(self) -> None:
         self._lock = threading.Lock()
-        self._waiting: deque[tuple[_Question, Hashable]] = deque()
+        self._waiting: list[tuple[_Question, Hashable]] = []
         self._thread: threading.Thread | None = None
 
     def do(self, answer: _Question, basis: Hashable) -> None:
         """Have an answer asked for, unless it is about to be."""
         with self._lock:
-            if any(it[0] is answer for it in self._waiting):
-                return
-            self._waiting.append((answer, basis))
-            if self._thread is None or not self._thread.is_alive():
-                self._thread = threading.Thread(target=self._work, name="background", daemon=True)
-                self._thread.start()
+            if all(it[0] is not answer for it in self._waiting):
+                self._waiting.append((answer, basis))
+            self._start()
+
+    def do_next(self, answer: _Question, basis: Hashable) -> None:
+        """Have an answer asked for before all others, but for the one that is being asked for."""
+        with self._lock:
+            running, rest = self._waiting[:1], self._waiting[1:]
+            if not any(it[0] is answer for it in running):
+                self._waiting = [*running, (answer, basis), *(it for it in rest if it[0] is not answer)]
+            self._start()
 
     def is_idle(self) -> bool:
         with self._lock:
             return self._thread is None
+
+    def _start(self) -> None:
+        if self._thread is None or not self._thread.is_alive():
+            self._thread = threading.Thread(target=self._work, name="background", daemon=True)
+            self._thread.start()
 
     def _work(self) -> None:
         while True:
@@ -97,7 +106,7 @@ class _Worker:
                 answer.ask(basis)
             finally:
                 with self._lock:
-                    self._waiting.popleft()
+                    self._waiting.pop(0)
 
 
 _worker = _Worker()

@@ -6,6 +6,7 @@ import json
 import os
 import subprocess
 import sys
+import threading
 import time
 from collections.abc import Callable
 from unittest import mock
@@ -13,7 +14,7 @@ from unittest import mock
 import json5
 
 import app
-from app import background, openclaw, openclaw_program
+from app import background, openclaw, openclaw_program, processes
 from app.errors import BackendError
 from app.tests.stub_program import ASK, CONFIG, FLOOD, HANG, OpenClawTestCase
 from app.tests.support import is_gone, wait_for
@@ -96,9 +97,26 @@ class AgentListTest(OpenClawTestCase):
         answers = iter(["third"])
         self.assertIsNone(answer.current("basis"))
 
+    def test_what_somebody_waits_for_is_asked_before_what_nobody_waits_for(self) -> None:
+        asked: list[str] = []
+        may_end = threading.Event()
+
+        def answer(name: str) -> background.Answer[bool]:
+            return background.Answer(lambda: may_end.wait(10) and not asked.append(name))  # type: ignore[func-returns-value]
+
+        first, second, waited_for = map(answer, ("first", "second", "waited for"))
+        first.current("basis")
+        second.current("basis")
+        waited_for.current("basis")
+        self.assertIsNone(waited_for.renewed("basis", 0))
+        may_end.set()
+        self.wait_until_idle()
+        self.assertEqual(asked, ["first", "waited for", "second"])
+
     def test_a_program_that_does_not_answer_is_told_as_a_state_and_is_never_waited_for(self) -> None:
         program = self.make_openclaw()
         self.replace(openclaw_program, "QUESTION_SECONDS", 0.3)
+        self.replace(processes, "OUTPUT_LIMIT", 10_000)
         os.makedirs(self.path(".openclaw/workspace"))
         cases = {
             HANG: "openclaw did not answer within 0.3 seconds.",
@@ -225,6 +243,7 @@ class AgentChangeTest(OpenClawTestCase):
         app.adopt_local_agent("openclaw", "b", "Bee", "")
         before = self.read(".nelo/agents.json")
         self.replace(openclaw_program, "ACTION_SECONDS", 0.3)
+        self.replace(processes, "OUTPUT_LIMIT", 10_000)
         changes: dict[Callable[..., object], list[object]] = {
             app.add_local_agent: ["openclaw", "c", "C", ""],
             app.rename_local_agent: ["openclaw", "b", "B"],
