@@ -116,31 +116,29 @@ class FileAgents:
         """The files by the ids of their agents, of several with an id the first."""
         found: dict[str, str] = {}
         for folder in self._folders():
-            for path in self._walk(folder, frozenset()):
+            for path in self._walk(folder):
                 agent_id = os.path.basename(path)[: -len(self._suffix)]
                 if not arguments.folder_name_problem(agent_id):
                     found.setdefault(agent_id, path)
         return found
 
-    def _walk(self, folder: str, above: frozenset[tuple[int, int]]) -> Iterator[str]:
-        """The files below a folder that is in others; a link that leads to one of them is not followed."""
-        try:
-            own = files.identity(folder)
-            with os.scandir(folder) as entries:
-                found = [it for it in entries if own not in above and self._is_searched(it.name)]
-        except (OSError, ValueError):
-            return
-        for entry in sorted(found, key=_order):
-            if entry.is_dir():
-                if len(above) < _DEPTH:
-                    yield from self._walk(entry.path, above | {own})
-            elif entry.name.endswith(self._suffix):
-                yield entry.path
-
-
-def _order(entry: os.DirEntry[str]) -> tuple[bool, str]:
-    """Files come before folders, and each by name."""
-    return entry.is_dir(), entry.name
+    def _walk(self, root: str) -> Iterator[str]:
+        """The files below a folder; a link that leads to a folder above it is not followed."""
+        waiting: list[tuple[str, frozenset[tuple[int, int]]]] = [(root, frozenset())]
+        for _ in range(files.FOLDER_LIMIT):
+            if not waiting:
+                return
+            folder, above = waiting.pop()
+            try:
+                own = files.identity(folder)
+                names = [] if own in above else sorted(filter(self._is_searched, os.listdir(folder)))
+            except (OSError, ValueError):
+                continue
+            paths = [os.path.join(folder, name) for name in names]
+            folders = list(filter(os.path.isdir, paths))
+            yield from (path for path in paths if path.endswith(self._suffix) and not os.path.isdir(path))
+            if len(above) < _DEPTH:
+                waiting += [(path, above | {own}) for path in reversed(folders)]
 
 
 def _creation_time(path: str) -> float | None:

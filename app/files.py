@@ -17,6 +17,9 @@ from .errors import BackendError, explained, reason
 LOCK_SECONDS = 5.0
 """How long a change waits for the lock; the windows wait as long."""
 
+FOLDER_LIMIT = 2000
+"""How many folders are searched below one: a link can lead to all of the disk, or in ever new circles."""
+
 OTHERS = 0o007
 """The permission bits of those who are neither the owner nor in the group."""
 

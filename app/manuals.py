@@ -58,30 +58,37 @@ def is_own(name: str) -> bool:
 
 
 def find(
-    root: str,
-    depth: int = 1,
-    searches_skills: bool = False,
-    is_searched: Callable[[str], bool] = is_own,
-    above: frozenset[tuple[int, int]] = frozenset(),
+    root: str, depth: int = 1, searches_skills: bool = False, is_searched: Callable[[str], bool] = is_own
 ) -> Iterator[Manual]:
     """The skills in the folders below `root`, down to `depth` levels, by path.
 
-    Folders are left out where `is_searched` says so of their names. The folders in a skill are searched only with
-    `searches_skills`. A SKILL.md that cannot be read is left out. `above` are the identities of the folders in which
-    `root` is; a link that leads to one of them is not followed.
+    Folders are left out where `is_searched` says so of their names, and where there are too many. The folders in a
+    skill are searched only with `searches_skills`. A SKILL.md that cannot be read is left out, and a link that leads to
+    a folder above it is not followed.
     """
-    try:
-        own = files.identity(root)
-        names = [] if own in above else sorted(filter(is_searched, os.listdir(root)))
-    except (OSError, ValueError):
-        return
-    for name in filter(arguments.is_text, names):
-        folder = os.path.join(root, name)
-        manual = read(folder)
+    waiting: list[tuple[str, frozenset[tuple[int, int]]]] = [(root, frozenset())]
+    for _ in range(files.FOLDER_LIMIT):
+        if not waiting:
+            return
+        folder, above = waiting.pop()
+        manual = read(folder) if above else None
         if manual:
             yield manual
-        if depth > 1 and (searches_skills or not manual):
-            yield from find(folder, depth - 1, searches_skills, is_searched, above | {own})
+        if len(above) < depth and (searches_skills or not manual):
+            waiting += reversed(_folders_in(folder, is_searched, above))
+
+
+def _folders_in(
+    folder: str, is_searched: Callable[[str], bool], above: frozenset[tuple[int, int]]
+) -> list[tuple[str, frozenset[tuple[int, int]]]]:
+    """What is in a folder, each with the identities of the folders above it; nothing when it is one of its own."""
+    try:
+        own = files.identity(folder)
+        names = [] if own in above else sorted(filter(is_searched, os.listdir(folder)))
+    except (OSError, ValueError):
+        return []
+    paths = (os.path.join(folder, name) for name in names if arguments.is_text(name))
+    return [(path, above | {own}) for path in paths if os.path.isdir(path)]
 
 
 def read(folder: str) -> Manual | None:

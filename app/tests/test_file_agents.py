@@ -8,6 +8,7 @@ from unittest import mock
 import yaml
 
 import app
+from app import files
 from app.tests.program_homes import codex_agent, kimi_agent
 from app.tests.support import HomeTestCase
 
@@ -86,6 +87,13 @@ class ListTest(FileAgentTestCase):
         with mock.patch.object(os, "scandir", wraps=os.scandir) as scandir:
             self.assertEqual(self.agents("codex"), {"a": ("good", "")})
         self.assertLess(scandir.call_count, 10)
+
+    def test_a_link_to_a_large_tree_is_searched_to_a_limit(self) -> None:
+        for name in ("a", "b/b", "b/deep/c", "d/d"):
+            self.make_file(f"{CODEX}/{name}.toml", codex_agent(name[-1]))
+        os.symlink("itself", self.path(CODEX, "itself"))
+        self.replace(files, "FOLDER_LIMIT", 3)  # agents, b, deep
+        self.assertEqual(list(self.agents("codex")), ["a", "b", "c"])
 
     def test_a_fresh_machine_has_none_and_listing_makes_nothing(self) -> None:
         self.assertEqual((self.agents("codex"), self.agents("kimi"), os.listdir(self.home)), ({}, {}, []))

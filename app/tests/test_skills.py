@@ -8,7 +8,7 @@ import time
 from unittest import mock
 
 import app
-from app import front_matter, manuals
+from app import files, front_matter, manuals
 from app.front_matter import _parse_lines
 from app.ecosystems import Skill
 from app.tests.support import HomeTestCase
@@ -214,6 +214,12 @@ class ManualTest(HomeTestCase):
         for depth, names in ((1, ["b", "link"]), (3, ["deep", "b", "link"])):
             self.assertEqual([found.name for found in manuals.find(self.path("skills"), depth)], names)
         self.assertEqual(list(manuals.find(self.path("nowhere"))), [])
+
+    def test_a_link_to_a_large_tree_is_searched_to_a_limit(self) -> None:
+        for folder in ("skills/a", "skills/b/in", "skills/c"):
+            self.make_skill(folder)
+        self.replace(files, "FOLDER_LIMIT", 4)  # skills, a, b, in
+        self.assertEqual([found.name for found in manuals.find(self.path("skills"), 2, True)], ["a", "in"])
 
     def test_a_file_is_read_again_only_when_it_changed(self) -> None:
         self.assertEqual(self.skill(manual(name="one")).name, "one")
