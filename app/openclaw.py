@@ -9,7 +9,7 @@ from __future__ import annotations
 import dataclasses
 import os
 
-from . import background, files, openclaw_config, openclaw_entries, openclaw_program, openclaw_skills
+from . import arguments, background, files, openclaw_config, openclaw_entries, openclaw_program, openclaw_skills
 from .ecosystems import Agent, Capabilities, Paths, Skill
 from .errors import BackendError, PartlyDone, explained
 from .openclaw_config import ConfiguredAgent, config_path, state_folder
@@ -45,8 +45,8 @@ def add_agent(agent_id: str, name: str, workspace: str) -> Agent:
     if agent_id.startswith("-"):
         raise BackendError("The agent id may not begin with a hyphen.")
     place = os.path.normpath(os.path.expanduser(workspace)) if workspace else ""
-    if place and not os.path.isabs(place):
-        raise BackendError(f"The workspace {workspace} must be an absolute path.")
+    if place and (not os.path.isabs(place) or "\0" in place):
+        raise BackendError(f"The workspace {arguments.quoted(workspace)} must be an absolute path.")
     if not place or openclaw_config.is_below(place, os.path.join(state_folder(), "agents")):
         place = os.path.join(state_folder(), f"workspace-{agent_id}")
     _copy_configuration()

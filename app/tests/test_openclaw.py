@@ -207,7 +207,8 @@ class AgentChangeTest(OpenClawTestCase):
         )
         self.assertEqual(self.backups()[0], self.before)
         self.assertIn("hyphen", self.refusal(app.add_local_agent, "openclaw", "-x", "X", ""))
-        self.assertIn("absolute", self.refusal(app.add_local_agent, "openclaw", "x", "X", "relative"))
+        for place in ("relative", "/a\0b"):
+            self.assertIn("absolute", self.refusal(app.add_local_agent, "openclaw", "x", "X", place))
 
     def test_renaming_goes_through_the_program(self) -> None:
         app.adopt_local_agent("openclaw", "b", "Bee", "")
