@@ -42,6 +42,12 @@ std::optional<HttpRequest> takeRequest(QByteArray& buffer)
     return request;
 }
 
+/// As servers do: an answer does not wait for the acknowledgement of what was sent before.
+void sendAtOnce(QTcpSocket* connection)
+{
+    connection->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+}
+
 /// Ends the connection so that the other side does not take it for the end of an answer.
 void reset(QTcpSocket* connection)
 {
@@ -97,6 +103,7 @@ HttpServer::HttpServer(const QSslConfiguration& tls, const QHostAddress& address
 {
     auto server = std::make_unique<QSslServer>();
     server->setSslConfiguration(tls);
+    connect(server.get(), &QSslServer::startedEncryptionHandshake, this, sendAtOnce); // TLS has something to say first
     m_server = std::move(server);
     listen(address, 0);
 }
@@ -158,7 +165,7 @@ void HttpServer::accept()
 {
     while (QTcpSocket* connection = m_server->nextPendingConnection()) {
         ++m_connectionCount;
-        connection->setSocketOption(QAbstractSocket::LowDelayOption, 1); // as servers do: an answer waits for nothing
+        sendAtOnce(connection);
         connect(connection, &QTcpSocket::readyRead, this, [this, connection] { read(connection); });
         connect(connection, &QTcpSocket::disconnected, this, [this, connection] {
             m_unread.remove(connection);
