@@ -139,7 +139,7 @@ QStringList Legibility::faintTexts(QWidget& window)
     const QImage image = enlarged(window);
     QStringList findings;
     for (const ShownText& text : textsShownBy(window)) {
-        const double contrast = contrastIn(image, text.room & window.rect());
+        const double contrast = contrastIn(image, text.inSight);
         if (contrast < text.contrast)
             findings.append(QStringLiteral("%1: %2").arg(describe(text), QString::number(contrast, 'f', 2)));
     }

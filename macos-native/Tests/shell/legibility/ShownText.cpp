@@ -78,15 +78,20 @@ private:
             return;
         const QString place = QLatin1String(widget.metaObject()->className()) + u' ' + widget.objectName();
         room.moveTopLeft(widget.mapTo(&m_window, room.topLeft()));
-        texts.push_back({.text = text, .place = place, .room = room, .needed = needed});
+        QRect inSight = room & m_window.rect();
+        for (const QWidget* parent = &widget; parent != &m_window; parent = parent->parentWidget())
+            inSight &= QRect(parent->mapTo(&m_window, QPoint()), parent->size());
+        texts.push_back({.text = text, .place = place, .room = room, .inSight = inSight, .needed = needed});
     }
 
     void visitLabel(QLabel& label)
     {
         const bool isOneLine = qobject_cast<Label*>(&label) || !label.wordWrap();
         const QRect room = label.contentsRect();
-        add(label.text(), label, room,
-            isOneLine ? label.sizeHint() : QSize(room.width(), label.heightForWidth(room.width())));
+        QSize needed = isOneLine ? label.sizeHint() : QSize(room.width(), label.heightForWidth(room.width()));
+        if (label.sizePolicy().horizontalPolicy() == QSizePolicy::Ignored)
+            needed.setWidth(0); // it gives way to what is beside it, and is whole in its tool tip
+        add(label.text(), label, room, needed);
     }
 
     template <class Button> void visitButton(Button& button, QStyle::SubElement contents)

@@ -15,6 +15,8 @@ struct ShownText
     QString place;
     /// The room that it has there, in the window's coordinates.
     QRect room;
+    /// The part of it that is not scrolled out of sight.
+    QRect inSight;
     /// The room that it needs to be seen whole; empty where a longer one scrolls.
     QSize needed;
     /// The contrast that it must have to what it stands on: what WCAG 2.1 asks for in 1.4.3, unless its colours were
