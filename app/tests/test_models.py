@@ -293,7 +293,7 @@ class DownloadTest(ModelTestCase):
     def test_a_server_that_falls_silent_is_told(self) -> None:
         self.assertEqual(downloads.SILENCE_SECONDS, 300.0)
         self.replace(downloads, "SILENCE_SECONDS", 0.1)
-        self.replace(ollama, "CONNECT_SECONDS", 60.0)  # the patience of the connection is over once it is made
+        self.replace(ollama, "CONNECT_SECONDS", 60.0)  # the limit of the connection is over once it is made
         ended = self.run_download({"status": "one"}, then=Exchange.wait_for_the_end)
         self.assertEqual(ended, ("failed", "The model server stopped answering."))
 

@@ -240,7 +240,7 @@ private slots:
         m_calls->client = std::make_unique<ChatClient>(TransferLimits{.silence = 300ms});
         const QByteArray answer = goodAnswer().bytes();
         HttpAnswer slow{{{0ms, answer.chopped(8)}}};
-        for (qsizetype left = 8; left > 0; --left) // for longer than the patience for silence
+        for (qsizetype left = 8; left > 0; --left) // for longer than silence may last
             slow.pieces.append({100ms, answer.last(left).first(1)});
         m_calls->server.answerEach(slow);
         QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
