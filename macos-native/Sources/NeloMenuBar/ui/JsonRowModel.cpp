@@ -92,7 +92,7 @@ void JsonRowModel::setRows(std::vector<Json> rows)
     if (isAnyRowElsewhere(rows)) {
         const std::vector<int> indexes = earlierIndexes(rows);
         removeRowsBut(indexes);
-        moveRows(indexes);
+        reorderRows(indexes);
         insertRows(rows, indexes);
     }
     changeRows(rows);
@@ -150,7 +150,7 @@ void JsonRowModel::removeRowsBut(const std::vector<int>& keptIndexes)
 }
 
 /// Brings the rows that were kept into their new order, given by their indexes before any was removed.
-void JsonRowModel::moveRows(const std::vector<int>& earlierIndexes)
+void JsonRowModel::reorderRows(const std::vector<int>& earlierIndexes)
 {
     std::vector<int> order = earlierIndexes;
     std::erase(order, noRow);

@@ -48,7 +48,7 @@ private:
     bool isAnyRowElsewhere(const std::vector<Json>& rows) const;
     std::vector<int> earlierIndexes(const std::vector<Json>& rows) const;
     void removeRowsBut(const std::vector<int>& keptIndexes);
-    void moveRows(const std::vector<int>& earlierIndexes);
+    void reorderRows(const std::vector<int>& earlierIndexes);
     void insertRows(std::vector<Json>& rows, const std::vector<int>& earlierIndexes);
     void changeRows(std::vector<Json>& rows);
 
