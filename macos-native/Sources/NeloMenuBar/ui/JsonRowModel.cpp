@@ -93,7 +93,7 @@ void JsonRowModel::setRows(std::vector<Json> rows)
         const std::vector<int> indexes = earlierIndexes(rows);
         removeRowsBut(indexes);
         reorderRows(indexes);
-        insertRows(rows, indexes);
+        insertMissingRows(rows, indexes);
     }
     changeRows(rows);
 }
@@ -172,7 +172,7 @@ void JsonRowModel::reorderRows(const std::vector<int>& earlierIndexes)
     emit layoutChanged();
 }
 
-void JsonRowModel::insertRows(std::vector<Json>& rows, const std::vector<int>& earlierIndexes)
+void JsonRowModel::insertMissingRows(std::vector<Json>& rows, const std::vector<int>& earlierIndexes)
 {
     const auto isNew = [&](std::size_t row) { return row < rows.size() && earlierIndexes[row] == noRow; };
     for (std::size_t first = 0; first < rows.size(); ++first) {

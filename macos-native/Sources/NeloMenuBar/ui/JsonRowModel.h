@@ -49,7 +49,7 @@ private:
     std::vector<int> earlierIndexes(const std::vector<Json>& rows) const;
     void removeRowsBut(const std::vector<int>& keptIndexes);
     void reorderRows(const std::vector<int>& earlierIndexes);
-    void insertRows(std::vector<Json>& rows, const std::vector<int>& earlierIndexes);
+    void insertMissingRows(std::vector<Json>& rows, const std::vector<int>& earlierIndexes);
     void changeRows(std::vector<Json>& rows);
 
     std::vector<JsonColumn> m_columns;
