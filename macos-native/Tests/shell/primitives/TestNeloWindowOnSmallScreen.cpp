@@ -62,7 +62,7 @@ private slots:
         window.setContentViewController(new TallForm);
         window.makeKeyAndOrderFront();
         QVERIFY(QTest::qWaitForWindowActive(&window));
-        QPushButton* last = window.findChildren<QPushButton*>().last();
+        QPushButton* last = window.findChildren<QPushButton*>().constLast();
         const auto isInSight = [&] {
             return window.rect().contains(QRect(last->mapTo(&window, QPoint()), last->size()));
         };
