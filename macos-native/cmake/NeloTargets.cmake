@@ -64,6 +64,9 @@ endfunction()
 # The tests that build on every system, with the label of that name: what the others link uses Linux's own system calls.
 add_custom_target(portable_tests)
 
+# The tests of what has no windows, with the label of that name: files, processes, threads, the network.
+add_custom_target(windowless_tests)
+
 # nelo_add_test(NAME SOURCES ... LIBRARIES ... [LAUNCHER ...]): a Qt Test program, run on the offscreen platform whatever DISPLAY
 # says, by the command LAUNCHER if there is one.
 function(nelo_add_test name)
@@ -81,5 +84,9 @@ function(nelo_add_test name)
     if(NOT arg_LIBRARIES MATCHES "nelo_(every_fault|random_kills|test_support)")
         add_dependencies(portable_tests ${name})
         set_property(TEST ${name} APPEND PROPERTY LABELS portable_tests)
+    endif()
+    if(NOT arg_LIBRARIES MATCHES "nelo_(agents|chat|gallery|models|platform|primitives|settings|shell|skills|transcript|ui)(;|$)")
+        add_dependencies(windowless_tests ${name})
+        set_property(TEST ${name} APPEND PROPERTY LABELS windowless_tests)
     endif()
 endfunction()
