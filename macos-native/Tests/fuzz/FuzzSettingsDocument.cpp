@@ -1,4 +1,5 @@
 #include "backend/BackendReply.h"
+#include "base/Provider.h"
 #include "fuzz/Invariant.h"
 #include "settings/core/SettingsDocument.h"
 
