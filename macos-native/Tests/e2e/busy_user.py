@@ -167,5 +167,5 @@ class BusyUser:
 
     def _look_at_skills(self, console: Node) -> None:
         for skill in ("plain", "weather"):
-            self._control(console, "Skills", "table cell", rf"\[shared\] {skill}").click()
+            self._control(console, "Skills", "table cell", rf"\[managed\] {skill}").click()
             console.find("label", f"Loaded config for {skill}.")
