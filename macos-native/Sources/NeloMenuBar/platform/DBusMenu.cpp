@@ -39,7 +39,7 @@ QStringList keyNames(const QKeySequence& shortcut)
 {
     const QKeyCombination keys = shortcut[0];
     QStringList names;
-    if (keys.keyboardModifiers() & Qt::ControlModifier)
+    if (keys.keyboardModifiers().testFlag(Qt::ControlModifier))
         names.append(QStringLiteral("Control"));
     names.append(keys.key() == Qt::Key_Comma ? QStringLiteral("comma") : QString(QChar(keys.key())).toLower());
     return names;
