@@ -1,20 +1,26 @@
-"""Reads the benchmarks' lines of JSON, prints one table of them and writes it as JSON: `table.py FILE <lines`.
+"""Reads the benchmarks' lines of JSON, prints one table of them and writes it as JSON.
+
+`table.py FILE FIRST AGAIN` reads a folder with the output of each benchmark, and one with the output of those that ran once
+more because a row of theirs had missed its bar. `table.py FIRST` names these.
 
 A line is what one row measured with one amount of work: {"row", "work", "unit", "ours", "bare"}, the two last as lists of
 figures, pair by pair; "bare" is empty where nothing is compared. Other lines are what services of a desktop say.
 
-Lines of the same row and work are one. The figure of a row is the median of the pairs' ratios, or without a bare side the median itself. The slope says how the time
-grows with the work from the least to the most of it: 1 is in proportion, 0 not at all. Ends with status 1 when a bar is not
-met, when a row that has one was not measured, or when a ratio comes from few pairs.
+Lines of the same row and work are one. The figure of a row is the median of the pairs' ratios, or without a bare side the
+median itself. The slope says how the time grows with the work from the least to the most of it: 1 is in proportion, 0 not at
+all. Ends with status 1 when a row is above its bar both times, when a row that has one was not measured, or when a ratio comes
+from few pairs.
 """
 from __future__ import annotations
 
 import json
 import math
+import os
+import re
 import sys
 from dataclasses import asdict, dataclass
 from pathlib import Path
-from statistics import median
+from statistics import median, quantiles
 from typing import Any, Iterable, Optional
 
 FEWEST_PAIRS = 9  # of which a ratio is the median
@@ -78,15 +84,21 @@ class Figure:
     ratio: Optional[float]
     least_ratio: Optional[float]
     most_ratio: Optional[float]
+    quartiles: tuple[float, float]
     slope: Optional[float] = None
     bare_slope: Optional[float] = None
     ratio_bar: Optional[float] = None
     own_bar: Optional[float] = None
+    again: Optional[Figure] = None
 
     @property
-    def is_kept(self) -> bool:
+    def is_met(self) -> bool:
         return (self.ratio_bar is None or self.ratio is not None and self.ratio <= self.ratio_bar and self.pairs >= FEWEST_PAIRS) \
             and (self.own_bar is None or self.ours <= self.own_bar)
+
+    @property
+    def is_missed_again(self) -> bool:
+        return not self.is_met and not (self.again and self.again.is_met)
 
 
 def joined(lines: Iterable[str]) -> list[dict[str, Any]]:
@@ -99,6 +111,14 @@ def joined(lines: Iterable[str]) -> list[dict[str, Any]]:
     return list(together.values())
 
 
+def middle_half(values: list[float]) -> tuple[float, float]:
+    """Between what the middle half of the values lies."""
+    if len(values) < 2:
+        return values[0], values[0]
+    lower, _, upper = quantiles(values, method="inclusive")
+    return lower, upper
+
+
 def figure_of(line: dict[str, Any]) -> Figure:
     ours, bare = line["ours"], line["bare"]
     if bare and len(bare) != len(ours):
@@ -107,7 +127,7 @@ def figure_of(line: dict[str, Any]) -> Figure:
     key = (line["row"], line["work"])
     return Figure(*key, line["unit"], len(ours), median(ours), median(bare) if bare else None,
                   median(ratios) if ratios else None, min(ratios, default=None), max(ratios, default=None),
-                  ratio_bar=RATIO_BARS.get(key), own_bar=OWN_BARS.get(key))
+                  middle_half(ratios or ours), ratio_bar=RATIO_BARS.get(key), own_bar=OWN_BARS.get(key))
 
 
 def slope(least_work: int, least: Optional[float], most_work: int, most: Optional[float]) -> Optional[float]:
@@ -130,10 +150,16 @@ def number(value: Optional[float], digits: str = ".3g") -> str:
     return "" if value is None else f"{value:{digits}}"
 
 
+def verdict(figure: Figure) -> str:
+    if figure.is_met:
+        return ""
+    return "  MISSED" if figure.is_missed_again else "  missed once"
+
+
 def cells(figure: Figure) -> tuple[str, ...]:
     spread = "" if figure.ratio is None else f"{figure.ratio:.2f} ({figure.least_ratio:.2f} to {figure.most_ratio:.2f})"
     own_bar = "" if figure.own_bar is None else f"{figure.own_bar:g} {figure.unit}"
-    bar = number(figure.ratio_bar, "g") + own_bar.rstrip() + ("" if figure.is_kept else "  MISSED")
+    bar = number(figure.ratio_bar, "g") + own_bar.rstrip() + verdict(figure)
     return (figure.row, f"{figure.work:,}" if figure.work else "", f"{figure.ours:.4g} {figure.unit}", number(figure.bare, ".4g"),
             spread, str(figure.pairs), number(figure.slope, ".2f"), number(figure.bare_slope, ".2f"), bar)
 
@@ -145,17 +171,68 @@ def table(figures: Iterable[Figure]) -> str:
     return "\n".join("  ".join(cell.ljust(width) for cell, width in zip(row, widths)).rstrip() for row in rows)
 
 
-def main(output: Path, lines: Iterable[str]) -> int:
-    figures = [figure_of(line) for line in joined(line for line in lines if line.startswith("{"))]
+def spread(figure: Figure) -> str:
+    """A row's figure, and how far its pairs lie apart."""
+    unit = f" {figure.unit}" if figure.ratio_bar is None else ""
+    value = figure.ours if figure.ratio_bar is None or figure.ratio is None else figure.ratio
+    lower, upper = figure.quartiles
+    return f"{value:.3g}{unit}, half of {figure.pairs} between {lower:.3g} and {upper:.3g}"
+
+
+def note_on_miss(figure: Figure) -> str:
+    bar = figure.own_bar if figure.ratio_bar is None else figure.ratio_bar
+    again = f"; once more: {spread(figure.again)}" if figure.again else ""
+    return f"{figure.row} {figure.work or ''}".rstrip() + f", bar {bar:g}: {spread(figure)}{again}"
+
+
+def processor() -> str:
+    """The processor's name and how many cores there are to use."""
+    names = re.findall(r"^model name\s*: (.*)$", Path("/proc/cpuinfo").read_text(encoding="utf-8"), re.M)
+    cores = len(os.sched_getaffinity(0))
+    return f"{names[0] if names else 'Unknown processor'}, {cores} core{'' if cores == 1 else 's'}"
+
+
+def figures_in(lines: Iterable[str]) -> list[Figure]:
+    return [figure_of(line) for line in joined(line for line in lines if line.startswith("{"))]
+
+
+def main(output: Path, lines: Iterable[str], lines_of_second_run: Iterable[str]) -> int:
+    figures = figures_in(lines)
+    second_run = {(figure.row, figure.work): figure for figure in figures_in(lines_of_second_run)}
     add_slopes(figures)
+    missed = [figure for figure in figures if not figure.is_met]
+    for figure in missed:
+        figure.again = second_run.get((figure.row, figure.work))
+    print(processor())
     print(table(figures))
-    output.write_text(json.dumps([asdict(figure) for figure in figures], indent=1) + "\n", encoding="utf-8")
-    missed = [figure for figure in figures if not figure.is_kept]
+    for figure in missed:
+        print(note_on_miss(figure))
+    report = {"processor": processor(), "rows": [asdict(figure) for figure in figures]}
+    output.write_text(json.dumps(report, indent=1) + "\n", encoding="utf-8")
     unmeasured = sorted((RATIO_BARS | OWN_BARS).keys() - {(figure.row, figure.work) for figure in figures})
     for row, work in unmeasured:
         print(f"Not measured: {row} {work or ''}".rstrip())
-    return 1 if missed or unmeasured else 0
+    return 1 if unmeasured or any(figure.is_missed_again for figure in missed) else 0
+
+
+def lines_in(file: Path) -> list[str]:
+    return file.read_text(encoding="utf-8").splitlines()
+
+
+def lines_below(folder: Path) -> list[str]:
+    """In the order in which the files were written."""
+    files = sorted(folder.iterdir(), key=lambda file: file.stat().st_mtime_ns)
+    return [line for file in files for line in lines_in(file)]
+
+
+def benchmarks_that_missed(folder: Path) -> list[str]:
+    """The names of the files in `folder` of which a row misses its bar."""
+    return [file.name for file in sorted(folder.iterdir())
+            if not all(figure.is_met for figure in figures_in(lines_in(file)))]
 
 
 if __name__ == "__main__":
-    sys.exit(main(Path(sys.argv[1]), sys.stdin))
+    if len(sys.argv) == 2:
+        print("\n".join(benchmarks_that_missed(Path(sys.argv[1]))))
+    else:
+        sys.exit(main(Path(sys.argv[1]), lines_below(Path(sys.argv[2])), lines_below(Path(sys.argv[3]))))

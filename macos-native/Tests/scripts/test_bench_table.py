@@ -4,6 +4,7 @@ from __future__ import annotations
 import contextlib
 import io
 import json
+import os
 import sys
 import tempfile
 import unittest
@@ -21,16 +22,19 @@ def line(row: str, work: int, ours: list[float], bare: list[float]) -> str:
 
 class BenchTableTest(unittest.TestCase):
     def setUp(self) -> None:
+        """With the bars "compared" at 10 of at most 1.5, and "timed" of at most 2 ms."""
         folder = tempfile.TemporaryDirectory(prefix="nelo-table-")
         self.addCleanup(folder.cleanup)
-        self.output = Path(folder.name) / "bench.json"
-
-    def run_table(self, *lines: str) -> tuple[int, str, list[dict[str, Any]]]:
-        """With the bars "compared" at 10 of at most 1.5, and "timed" of at most 2 ms."""
+        self.folder = Path(folder.name)
         bars = mock.patch.multiple(table, RATIO_BARS={("compared", 10): 1.5}, OWN_BARS={("timed", 0): 2})
-        with bars, contextlib.redirect_stdout(io.StringIO()) as printed:
-            status = table.main(self.output, lines)
-        return status, printed.getvalue(), json.loads(self.output.read_text(encoding="utf-8"))
+        bars.start()
+        self.addCleanup(bars.stop)
+
+    def run_table(self, *lines: str, again: tuple[str, ...] = ()) -> tuple[int, str, list[dict[str, Any]]]:
+        output = self.folder / "bench.json"
+        with contextlib.redirect_stdout(io.StringIO()) as printed:
+            status = table.main(output, lines, again)
+        return status, printed.getvalue(), json.loads(output.read_text(encoding="utf-8"))["rows"]
 
     def test_a_ratio_is_the_median_of_the_pairs(self) -> None:
         _, _, (figure,) = self.run_table(line("compared", 10, [1, 8, 3], [1, 2, 2]))
@@ -71,6 +75,31 @@ class BenchTableTest(unittest.TestCase):
         self.assertIsNone(figures[0]["slope"])
         self.assertAlmostEqual(figures[1]["slope"], 1)
         self.assertAlmostEqual(figures[1]["bare_slope"], 0.5)
+
+    def test_a_miss_that_does_not_repeat_passes_and_is_told_with_its_spread(self) -> None:
+        first = (line("compared", 10, [2, 3, 4, 5] * 3, [2] * 12), line("timed", 0, [2], []))
+        status, printed, _ = self.run_table(*first, again=(line("compared", 10, [3] * 9, [2] * 9),))
+        self.assertEqual((status, printed.count("missed once"), printed.count("MISSED")), (0, 1, 0))
+        self.assertIn("compared 10, bar 1.5: 1.75, half of 12 between 1.38 and 2.12; once more: 1.5, half of 9", printed)
+
+    def test_a_miss_that_repeats_fails(self) -> None:
+        above = line("compared", 10, [3.1] * 9, [2] * 9)
+        status, printed, _ = self.run_table(above, line("timed", 0, [2], []), again=(above,))
+        self.assertEqual((status, printed.count("MISSED")), (1, 1))
+
+    def test_a_row_that_was_met_is_not_judged_again(self) -> None:
+        again = (line("compared", 10, [3.1] * 9, [2] * 9),)
+        status, printed, _ = self.run_table(line("compared", 10, [3] * 9, [2] * 9), line("timed", 0, [2], []), again=again)
+        self.assertEqual((status, printed.lower().count("missed")), (0, 0))
+
+    def test_the_benchmarks_of_missed_rows_are_named(self) -> None:
+        for name, time in (("Kept", 2), ("Missed", 2.1)):
+            (self.folder / name).write_text("A daemon is running\n" + line("timed", 0, [time], []) + "\n", encoding="utf-8")
+        self.assertEqual(table.benchmarks_that_missed(self.folder), ["Missed"])
+
+    def test_the_processor_and_its_cores_are_told(self) -> None:
+        _, printed, _ = self.run_table()
+        self.assertRegex(printed, rf"\A.+, {len(os.sched_getaffinity(0))} cores?\n")
 
     def test_what_services_of_a_desktop_say_is_passed_over(self) -> None:
         _, _, figures = self.run_table("A daemon is running", line("timed", 0, [1], []))
