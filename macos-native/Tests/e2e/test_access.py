@@ -1,14 +1,20 @@
 """Every window by ear and by keyboard: each control has a name, and the keyboard reaches each in reading order."""
 from __future__ import annotations
 
+import json
+import shutil
+import tempfile
 import unittest
+from pathlib import Path
 from typing import Iterator
 
-from nelo import Nelo, Node, open_chat, press, until
+from announcements import Announcements
+from nelo import Nelo, Node, choose_in_popup, open_chat, press, until
 
 CONTROLS = {"push button", "check box", "combo box", "text", "password text", "table", "list", "page tab"}
 LINE = 20  # pixels: what is as high is in one line
 TABS = ("Agents", "Runtime", "Tovani", "Skills", "Settings")
+SCRIPTED_BACKEND = Path(__file__).resolve().parents[1] / "support/scripted/app.py"
 
 
 def shown(window: Node) -> Iterator[Node]:
@@ -74,6 +80,26 @@ class AccessTest(unittest.TestCase):
             chat = open_chat(nelo)
             press("ctrl+w")
             until(lambda: not chat.is_showing, "the chat closed")
+
+    def test_return_chooses_once_while_assistive_technology_listens(self) -> None:
+        self.addCleanup(Announcements("object:property-change:accessible-name").close)  # without it Qt hands no key on a second time
+        with tempfile.TemporaryDirectory() as parent:
+            folder = Path(parent) / "nelohub"
+            folder.mkdir()
+            shutil.copy(SCRIPTED_BACKEND, folder)
+            (folder / "script.json").write_text('{"list_skills": [{"answer": []}]}')
+            with Nelo(folder=folder) as nelo:
+                nelo.choose("Open Nelo Console")
+                console = nelo.window("Nelo Console")
+                console.open_tab("Skills")
+                choose_in_popup(console.find("combo box", "openclaw"), "codex")
+                console.find("label", "Loaded 0 skills for codex.")
+                choose_in_popup(console.find("combo box", "codex"), "kimi")
+                console.find("label", "Loaded 0 skills for kimi.")
+                self.assertEqual(nelo.quit(), 0)
+            calls = [json.loads(line) for line in (folder / "calls.jsonl").read_text().splitlines()]
+            listed = [call["args"] for call in calls if call["function"] == "list_skills"]
+            self.assertEqual(listed, [["openclaw"], ["codex"], ["kimi"]])
 
 
 if __name__ == "__main__":
