@@ -171,6 +171,10 @@ class Node:
     def text(self) -> str:
         return str(Atspi.Text.get_text(self._accessible, 0, Atspi.Text.get_character_count(self._accessible)))
 
+    def area_of_character(self, offset: int) -> Area:
+        extents = Atspi.Text.get_character_extents(self._accessible, offset, Atspi.CoordType.SCREEN)
+        return Area(extents.x, extents.y, extents.width, extents.height)
+
     def children(self) -> Iterator["Node"]:
         for index in range(self._accessible.get_child_count()):
             child = self._accessible.get_child_at_index(index)
