@@ -1,20 +1,17 @@
 """What a user does with Nelo on a desktop: a function for each row of the table. It raises where Nelo does not behave so."""
 from __future__ import annotations
 
-import io
-import subprocess
+import contextlib
 import time
 from pathlib import Path
 
-from desktops import ITEM_COLOUR, Desktop
-from PIL import Image, ImageChops
+from desktops import Desktop
+from panel import MENU_PATH, RIGHT, Panel
 
-from nelo import Area, Nelo, Node, click, launchers, press, take_picture, type_text, until, xdotool
+from nelo import Nelo, Node, launchers, press, take_picture, type_text, until
 
-LEFT, RIGHT = 1, 3
 WINDOWS = {"Open Nelo": ("Nelo", (980, 740)), "Open Nelo Console": ("Nelo Console", (1000, 720)),
            "Settings...": ("Nelo Settings", (640, 620))}
-ENTRIES = {"Open Nelo": 0.13, "Open Nelo Console": 0.36, "Settings...": 0.59, "Quit Nelo": 0.85}  # their place in the menu
 TITLE_BAR = 60  # pixels that a frame may need
 
 
@@ -35,7 +32,9 @@ class Guest(Nelo):
 class OtherWindow:
     """The window of another program, in front and with the keyboard."""
 
-    def __init__(self, desktop: Desktop) -> None:
+    def __init__(self, session: "Session") -> None:
+        desktop = session.desktop
+        self._nelo = session.nelo
         self._file = desktop.home / "typed"
         self._file.unlink(missing_ok=True)
         self._process = desktop.run(*desktop.other_window(self._file))
@@ -43,15 +42,15 @@ class OtherWindow:
         until(self.has_keyboard, "the keyboard in the other program's window")
 
     def has_keyboard(self) -> bool:
-        """Types a line and looks where it has gone."""
+        """Types a line and looks where it has gone; nothing while a window of Nelo is in front, which would take it."""
+        if any(window.is_active for window in self._nelo.accessible.children()):
+            return False
         before = self._file.stat().st_size
         type_text("x")
         press("Return")
-        try:
-            until(lambda: self._file.stat().st_size > before, "a typed line", 1.0)
-        except AssertionError:
-            return False
-        return True
+        with contextlib.suppress(AssertionError):
+            until(lambda: self._file.stat().st_size > before, "a typed line", 2.0)
+        return self._file.stat().st_size > before
 
     def __enter__(self) -> "OtherWindow":
         return self
@@ -67,51 +66,11 @@ class Session:
     def __init__(self, desktop: Desktop, pictures: Path) -> None:
         self.desktop = desktop
         self.pictures = pictures
+        self.panel = Panel(desktop.calls_of(MENU_PATH))
         self.nelo = Guest(desktop)
-        self._menu: Area | None = None
 
     def picture(self, name: str) -> None:
         take_picture(self.pictures / f"{name}.png")
-
-    def screen(self) -> Image.Image:
-        taken = subprocess.run(["import", "-window", "root", "png:-"], capture_output=True, check=True).stdout
-        return Image.open(io.BytesIO(taken)).convert("RGB")
-
-    def item(self) -> Area | None:
-        """Where the panel shows the item's picture."""
-        alike = ImageChops.difference(self.screen(), Image.new("RGB", (self.desktop.width, self.desktop.height), ITEM_COLOUR))
-        found = alike.convert("L").point(lambda difference: 255 if difference < 12 else 0).getbbox()
-        return Area(found[0], found[1], found[2] - found[0], found[3] - found[1]) if found else None
-
-    def choose(self, entry: str, button: int = LEFT) -> None:
-        """Clicks the item and then an entry of the menu."""
-        item = until(self.item, "the item in the panel")
-        middle = (item.x + item.width // 2, item.y + item.height // 2)
-        if not self._menu:
-            self._menu = self._find_menu(item, middle)
-        else:
-            click(*middle, button)
-            time.sleep(1.0)  # nobody tells when a panel's menu has unfolded
-        click(self._menu.x + self._menu.width / 2, self._menu.y + self._menu.height * ENTRIES[entry])
-
-    def _find_menu(self, item: Area, middle: tuple[int, int]) -> Area:
-        """Opens the menu where no window is open yet: it is what changes on the screen, and always at the same place."""
-        xdotool("mousemove", *middle)
-        time.sleep(1.5)  # a tool tip may appear
-        before = self.screen()
-        click(*middle)
-        is_high = item.y < self.desktop.height / 2
-        top, bottom = (item.y + item.height + 4, self.desktop.height) if is_high else (0, item.y - 4)
-        areas: list[tuple[int, int, int, int] | None] = [None]
-
-        def has_unfolded() -> bool:
-            time.sleep(0.3)
-            areas.append(ImageChops.difference(before, self.screen()).crop((0, top, self.desktop.width, bottom)).getbbox())
-            return areas[-1] is not None and areas[-1] == areas[-2]
-
-        until(has_unfolded, "the menu", 15.0)
-        left, upper, right, lower = areas[-1] or (0, 0, 0, 0)
-        return Area(left, upper + top, right - left, lower - upper)
 
     def window(self, entry: str) -> Node:
         return self.nelo.window(WINDOWS[entry][0])
@@ -121,35 +80,35 @@ class Session:
 
 
 def shows_the_item(session: Session) -> None:
-    until(session.item, "the item in the panel")
+    until(session.panel.item, "the item in the panel")
     session.picture("item")
 
 
 def opens_the_menu_at_a_left_click(session: Session) -> None:
-    session.choose("Open Nelo")
+    session.panel.choose("Open Nelo")
     session.window("Open Nelo")
 
 
 def opens_the_menu_at_a_right_click(session: Session) -> None:
-    session.choose("Open Nelo Console", RIGHT)
+    session.panel.choose("Open Nelo Console", RIGHT)
     session.window("Open Nelo Console")
 
 
 def opens_three_windows(session: Session) -> None:
     for entry, (name, _size) in WINDOWS.items():
-        session.choose(entry)
+        session.panel.choose(entry)
         session.window(entry)
         session.picture(name.replace(" ", "-"))
 
 
 def comes_forward_by_its_menu(session: Session) -> None:
-    with OtherWindow(session.desktop):
-        session.choose("Open Nelo")
+    with OtherWindow(session):
+        session.panel.choose("Open Nelo")
         session.window("Open Nelo")
 
 
 def comes_forward_at_a_second_start(session: Session) -> None:
-    with OtherWindow(session.desktop):
+    with OtherWindow(session):
         token = session.desktop.activation_token()
         again = session.desktop.run(*session.nelo.command, **token)
         assert again.wait(20) == 0
@@ -157,16 +116,16 @@ def comes_forward_at_a_second_start(session: Session) -> None:
 
 
 def has_a_launcher_while_the_panel_is_gone(session: Session) -> None:
-    with OtherWindow(session.desktop) as other:
+    with OtherWindow(session) as other:
         session.desktop.end_panel()
         until(lambda: launchers(session.nelo), "the launcher", 5.0)
         session.picture("launcher")
         kept = other.has_keyboard()
         session.desktop.start_panel()
         until(lambda: not launchers(session.nelo), "the launcher gone")
-        until(session.item, "the item again")
+        until(session.panel.item, "the item again")
         assert kept or session.desktop.is_wayland, "the launcher has taken the keyboard"
-    session.choose("Settings...")
+    session.panel.choose("Settings...")
     session.window("Settings...")
 
 
@@ -174,7 +133,7 @@ def keeps_its_sizes(session: Session) -> None:
     """What the screen has room for is as large as it is meant to be, and nothing is larger than the screen."""
     room = (session.desktop.width / session.desktop.scale, session.desktop.height / session.desktop.scale)
     for entry, (name, (width, height)) in WINDOWS.items():
-        session.choose(entry)
+        session.panel.choose(entry)
         size = session.size(session.window(entry))
         session.picture(f"{name.replace(' ', '-')}-{session.desktop.width}x{session.desktop.height}")
         assert size[0] <= room[0] and size[1] <= room[1], f"{name} is {size}"
@@ -183,10 +142,10 @@ def keeps_its_sizes(session: Session) -> None:
 
 
 def quits_and_leaves_nothing(session: Session) -> None:
-    session.choose("Quit Nelo")
+    session.panel.choose("Quit Nelo")
     assert session.nelo.process.wait(20) == 0
     until(lambda: not session.nelo.processes(), "no process left")
-    until(lambda: not session.item(), "the item gone")
+    until(lambda: not session.panel.item(), "the item gone")
 
 
 def has_a_launcher_without_a_panel(session: Session) -> None:

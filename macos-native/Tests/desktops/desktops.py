@@ -14,8 +14,8 @@ from pathlib import Path
 from types import TracebackType
 
 from nelo import until
+from panel import ITEM_COLOUR
 
-ITEM_COLOUR = "#ff00ff"  # of the picture that the user has for the status item; nothing else on the screen has it
 START_SECONDS = 60.0
 
 XFCE_PANEL = """<?xml version="1.0" encoding="UTF-8"?>
@@ -118,6 +118,13 @@ class Desktop:
         self._processes.append(process)
         with os.fdopen(reader) as said:
             return said.readline().strip()
+
+    def calls_of(self, path: str) -> Path:
+        """The file into which dbus-monitor writes every call to the objects of this path."""
+        self.run("dbus-monitor", "--session", f"path={path}")
+        log = Path(self._folder.name, "dbus-monitor.log")
+        until(lambda: log.stat().st_size, "what is said on D-Bus")
+        return log
 
     def start_panel(self) -> None:
         self._panel = self.run(*self._panel_command())

@@ -12,6 +12,7 @@ import subprocess
 import tempfile
 import time
 import uuid
+from collections import deque
 from pathlib import Path
 from types import TracebackType
 from typing import Any, Callable, Iterator, NamedTuple, TypeVar
@@ -45,6 +46,17 @@ def until(condition: Callable[[], Result | None], what: str, timeout: float = TI
         if time.monotonic() > deadline:
             raise AssertionError(f"waited {timeout:g} s in vain: {what}")
         time.sleep(0.02)
+
+
+def settled(look: Callable[[], Result | None], what: str) -> Result:
+    """Waits until `look` gives the same true thing three times in a row, and returns it."""
+    seen: deque[Result | None] = deque(maxlen=3)
+
+    def stays() -> Result | None:
+        seen.append(look())
+        return seen[0] if len(seen) == 3 and seen[0] == seen[1] == seen[2] else None
+
+    return until(stays, what)
 
 
 def xdotool(*words: object, display: str | None = None) -> str:
@@ -376,13 +388,7 @@ class Nelo:
 
     def _settled_status_item(self) -> Area:
         """The status item where a tray that has just come, and grows around it, has put it for good."""
-        places: list[Area | None] = []
-
-        def stays() -> Area | None:
-            places.append(self._status_item())
-            return places[-1] if len(places) > 2 and places[-1] == places[-2] == places[-3] else None
-
-        return until(stays, "the status item in its place in the tray")
+        return settled(self._status_item, "the status item in its place in the tray")
 
     def _menu_is_open(self) -> bool:
         return any(TRAY_HEIGHT < area.width / self._scale < 400 for area in self._visible_windows())  # no window or alert is as narrow
