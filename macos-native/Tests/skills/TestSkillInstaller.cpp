@@ -112,12 +112,14 @@ private slots:
         if (hasDesktop)
             QVERIFY(QDir().mkpath(desktop));
         QString folder;
+        const QWidget* parent = nullptr;
         QString accept;
         QFileDialog::FileMode mode = QFileDialog::AnyFile;
         QSize size;
         const DialogRobot robot({[&](QDialog& dialog) {
             auto* panel = qobject_cast<QFileDialog*>(&dialog);
             folder = panel->directory().path();
+            parent = panel->parentWidget();
             accept = panel->labelText(QFileDialog::Accept);
             mode = panel->fileMode();
             size = panel->size();
@@ -125,6 +127,7 @@ private slots:
         }});
         m_tab->press("Install Skill");
         QCOMPARE(folder, hasDesktop ? desktop : m_tab->backend.home().path());
+        QCOMPARE(parent, &m_tab->view());
         QCOMPARE(accept, u"Install"_s);
         QCOMPARE(mode, QFileDialog::ExistingFile);
         QCOMPARE(size, QSize(800, 480));

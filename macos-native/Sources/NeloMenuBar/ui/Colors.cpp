@@ -64,6 +64,11 @@ double Colors::contrast(const QColor& one, const QColor& other)
     return (lighter + 0.05) / (darker + 0.05);
 }
 
+bool Colors::isDark(const QPalette& palette)
+{
+    return relativeLuminance(palette.color(QPalette::Window)) < relativeLuminance(palette.color(QPalette::WindowText));
+}
+
 QPalette Colors::legible(QPalette palette)
 {
     mend(palette, QPalette::Active);

@@ -16,6 +16,9 @@ QColor secondaryText(const QPalette& palette);
 /// Returns the contrast of two opaque colours, from 1 to 21, as WCAG 2.1 defines it.
 double contrast(const QColor& one, const QColor& other);
 
+/// Returns whether the windows of `palette` are darker than their text.
+bool isDark(const QPalette& palette);
+
 /// Returns `palette` with other colours for placeholders and selected text where they have less than 4.5:1 of contrast
 /// to their background. Many themes do not care for these two.
 QPalette legible(QPalette palette);

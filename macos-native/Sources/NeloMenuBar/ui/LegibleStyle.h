@@ -11,7 +11,8 @@ class LegibleStyle final : public QProxyStyle
     Q_OBJECT
 
 public:
-    /// Wraps the application's style, unless it is wrapped already.
+    /// Wraps the application's style, unless it is wrapped already, and takes the icon theme that is made for its
+    /// palette.
     static void install();
 
     using QProxyStyle::polish;
