@@ -12,8 +12,9 @@
 
 namespace {
 
-/// Forgets folders of the environment that are relative, for this process and for those that it starts: what is kept
-/// would otherwise be kept wherever the program happens to be started. freedesktop.org has them ignored; Qt takes them.
+/// Removes relative base folders from the environment of this process and its children. With them, files would depend
+/// on the folder in which the program is started. freedesktop.org's specification ignores relative folders; Qt does
+/// not.
 void ignoreRelativeBaseFolders()
 {
     for (const char* name :
@@ -28,7 +29,7 @@ bool hasDisplay()
     return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
-/// The windows' icon. X11 desktops show what the window brings; on Wayland it follows from the .desktop file.
+/// Returns the windows' icon. X11 desktops show it. On Wayland the icon comes from the .desktop file.
 QIcon windowIcon()
 {
     QIcon icon;
@@ -37,7 +38,7 @@ QIcon windowIcon()
     return icon;
 }
 
-/// Why this start ends although it has asked no other one to come forward; nothing when it goes on.
+/// Returns why this start ends without having asked the first instance to come to the front, or null when it goes on.
 const char* refusal(SingleInstance::Role role)
 {
     switch (role) {
@@ -65,7 +66,7 @@ int main(int argc, char* argv[])
             return 1;
     }
 
-    const QByteArray startupId = qgetenv("DESKTOP_STARTUP_ID"); // which Qt keeps for the first window
+    const QByteArray startupId = qgetenv("DESKTOP_STARTUP_ID"); // Qt removes it and keeps it for the first window
     QApplication application(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Nelo"));
     QApplication::setApplicationName(QStringLiteral("NeloMenuBar"));
@@ -79,9 +80,10 @@ int main(int argc, char* argv[])
     }
 
     std::unique_ptr<Platform> platform = makePlatform();
-    platform->setActivationToken(startupId); // no window comes with this start
+    platform->setActivationToken(startupId); // this start shows no window
     NeloMenuBarApp delegate(std::move(platform));
-    // Before anything else of the end, which may take a while: a start that is answered now would leave no program.
+    // This comes before the rest of quitting, which may take a while: a later start that got an answer now would end,
+    // and no program would be left.
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &instance, &SingleInstance::stopListening);
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &delegate,
                      &NeloMenuBarApp::applicationWillTerminate);

@@ -15,7 +15,8 @@
 
 namespace {
 
-/// Fixes `widget` at `size`, given for text of ordinary size, or at what its style and font need at least.
+/// Fixes the size of `widget` at `size`, which is for text of ordinary size, or at the minimum that its style and font
+/// need.
 void fixSize(QWidget& widget, QSize size)
 {
     widget.setFixedSize(scaledToFont(size).expandedTo(widget.minimumSizeHint()));

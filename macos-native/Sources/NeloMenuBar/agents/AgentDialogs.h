@@ -7,20 +7,21 @@
 class QHBoxLayout;
 class QWidget;
 
-/// The ecosystem and the name that were chosen for an agent to be created; the name may be blank.
+/// The user's choice for a new agent. The name may be blank.
 struct NewAgentChoice
 {
     QString ecosystem;
     QString name;
 };
 
-/// Asks for the ecosystem and the name of a new agent, the latter pre-filled with one of openclaw and `stamp`. None
-/// when it was cancelled. This and the next run an event loop.
+/// Asks for the ecosystem and the name of a new agent. The name field starts with "openclaw", a blank and `stamp`.
+/// Returns nothing when the user cancelled. Runs an event loop.
 std::optional<NewAgentChoice> askForNewAgent(QWidget* parent, const QString& stamp);
 
-/// Asks for a name, pre-filled with `name`; the answer is trimmed, and none when it was cancelled.
+/// Asks for a name. The field starts with `name`. Returns the name without the blanks around it, or nothing when the
+/// user cancelled. Runs an event loop.
 std::optional<QString> askForName(QWidget* parent, const QString& title, const QString& text, const QString& name);
 
-/// A row of a dialog's form: `label`, right-aligned and 90 device-independent pixels wide, beside `field`, which
-/// becomes at least 280 wide and gets the label as its caption.
+/// Returns a row of a dialog's form: `label`, right-aligned and 90 device-independent pixels wide, and `field`, which
+/// becomes at least 280 wide. The label is the field's buddy.
 QHBoxLayout* labelRow(const QString& label, QWidget* field);

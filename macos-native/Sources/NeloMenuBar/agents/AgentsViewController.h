@@ -15,29 +15,30 @@ class NeloWindow;
 class QHBoxLayout;
 struct Agent;
 
-/// The Agents tab: lists the agents of this machine, keeps the list fresh while it is in front, and creates, adopts,
-/// renames, configures and deletes agents. Backend calls block.
+/// The Agents tab: lists the agents of this machine, refreshes the list while its window is active, and creates,
+/// adopts, renames, configures and deletes agents. Backend calls block.
 class AgentsViewController final : public ViewController
 {
     Q_OBJECT
 
 public:
-    /// While it is visible, it refreshes itself each time that `refreshInterval` is over.
+    /// The list is refreshed each `refreshInterval` while the view is visible.
     explicit AgentsViewController(QWidget* parent = nullptr,
                                   std::chrono::milliseconds refreshInterval = std::chrono::seconds(5));
 
-    /// Loads the table anew. Does nothing while the view is in a window that is not the active one: behind another
-    /// window or a dialog the backend is left alone.
+    /// Loads the table again. Does nothing while the view's window is not the active one: behind another window or a
+    /// dialog no backend call is made.
     void refreshAgents();
-    /// Asks for a new agent's ecosystem and name, and has it created or, for openclaw, set up in a terminal.
+    /// Asks for the ecosystem and the name of a new agent, and creates it. For openclaw, starts the setup in a terminal
+    /// instead.
     void addAgent();
-    /// Asks for the selected agent's new name; a discovered agent becomes a managed one with it.
+    /// Asks for a new name for the selected agent. A discovered agent becomes a managed one with this name.
     void adoptOrRename();
-    /// Has the selected openclaw agent's runtime configured in a terminal.
+    /// Starts the configuration of the selected openclaw agent's runtime in a terminal.
     void runConfigure();
-    /// Opens a window with the configuration file of the selected agent's ecosystem, which is made if there is none.
+    /// Opens a window with the configuration file of the selected agent's ecosystem. Makes the file if there is none.
     void openConfigEditor();
-    /// Deletes the selected managed agent and its workspace, once that was confirmed.
+    /// Deletes the selected managed agent and its workspace, after the user has confirmed it.
     void deleteSelected();
 
 protected:

@@ -18,7 +18,7 @@ ConfigEditorWindowController::ConfigEditorWindowController(const QString& title,
     : m_path(std::move(path)), m_onSave(std::move(onSave)), m_window(new NeloWindow(title, {900, 640}))
 {
     m_window->setAttribute(Qt::WA_DeleteOnClose);
-    m_window->setMinimumSize(0, 0); // it may be made as small as the user likes: its text scrolls
+    m_window->setMinimumSize(0, 0); // any size will do: the text scrolls
     setParent(m_window);
     setupUI();
 }
@@ -60,7 +60,7 @@ void ConfigEditorWindowController::saveFile()
         saveConfigFile(m_path, m_textView->text().toUtf8(), QDateTime::currentDateTime());
     if (failure) {
         showAlert(m_window, QStringLiteral("Save Failed"), *failure);
-        return; // the window, and this with it, may be gone
+        return; // the window and this object may have been deleted
     }
     m_onSave(true);
     m_window->close();

@@ -8,26 +8,27 @@
 class VerbatimTextEdit;
 class NeloWindow;
 
-/// A window in which a configuration file is edited as plain text, whatever it holds. It lives by itself: closing it
-/// deletes the window and this, and discards what was not saved.
+/// A window in which a configuration file of any content is edited as plain text. It owns itself: closing the window
+/// deletes the window and this object, and discards edits that were not saved.
 class ConfigEditorWindowController final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Is called with true after each save.
+    /// Called with true after each save.
     using OnSave = std::function<void(bool isSaved)>;
 
-    /// Builds the window, called `title`, with the text of the file at `path`; showing it is left to the caller.
+    /// Builds a window with the title `title` and the text of the file at `path`. The caller shows it.
     ConfigEditorWindowController(const QString& title, QString path, OnSave onSave);
 
     NeloWindow* window() const { return m_window; }
     const OnSave& onSave() const { return m_onSave; }
 
-    /// Shows what the file holds now, nothing when it cannot be read or is not UTF-8. Unsaved edits are discarded.
+    /// Shows the present text of the file. Shows no text when the file cannot be read or is not UTF-8. Discards unsaved
+    /// edits.
     void reloadFile();
-    /// Backs the file up, replaces it by the text, tells of it and closes the window; a failure is told in an alert and
-    /// leaves the window open.
+    /// Makes a backup of the file, replaces the file by the text, calls `onSave` and closes the window. When the file
+    /// cannot be replaced, shows an alert and leaves the window open.
     void saveFile();
 
 private:

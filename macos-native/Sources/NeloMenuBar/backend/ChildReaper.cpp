@@ -29,7 +29,7 @@ void ChildReaper::stopAll(std::chrono::milliseconds grace)
         kill(pid, SIGTERM);
     const auto end = std::chrono::steady_clock::now() + grace;
     for (reapEnded(); !m_children.empty() && std::chrono::steady_clock::now() < end; reapEnded())
-        std::this_thread::sleep_for(1ms); // no call waits for several children and for a time limit, too
+        std::this_thread::sleep_for(1ms); // POSIX has no wait for several children with a time limit
     for (const pid_t pid : m_children) {
         kill(pid, SIGKILL);
         while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {

@@ -5,8 +5,8 @@
 
 #include <sys/types.h>
 
-/// The child processes that nobody talks to any more. They end by themselves, each in its own time; the reaper takes
-/// care that none of them stays behind as a zombie. One thread at a time.
+/// The child processes that are not used any more. They end by themselves. The reaper reaps them, so that no zombie
+/// stays. One thread at a time.
 class ChildReaper final
 {
 public:
@@ -27,5 +27,5 @@ public:
     void stopAll(std::chrono::milliseconds grace);
 
 private:
-    std::vector<pid_t> m_children; // unreaped, so that no stranger gets one of their ids
+    std::vector<pid_t> m_children; // not reaped yet: no other process can have one of these ids
 };

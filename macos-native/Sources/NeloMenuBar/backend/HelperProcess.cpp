@@ -38,8 +38,8 @@ bool openCloseOnExec(std::array<int, 2>& ends)
 #endif
 }
 
-/// Moves a descriptor to a number above the standard ones. Such a number, which is free when our own stream was closed,
-/// would be overwritten while the child's streams are put in place.
+/// Moves a descriptor to a number above those of the standard streams. A pipe gets such a low number when one of our
+/// own standard streams is closed, and setting up the child's streams would overwrite it.
 FileDescriptor clearOfStandardStreams(FileDescriptor descriptor)
 {
     if (descriptor.get() > STDERR_FILENO)
@@ -47,7 +47,7 @@ FileDescriptor clearOfStandardStreams(FileDescriptor descriptor)
     return FileDescriptor(fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
-/// Returns nothing when the process is out of descriptors; errno says so.
+/// Returns nothing when no descriptor is free. errno has the reason then.
 std::optional<Pipe> makePipe()
 {
     std::array<int, 2> ends{-1, -1};
@@ -59,8 +59,8 @@ std::optional<Pipe> makePipe()
     return result;
 }
 
-/// Makes ended children wait to be reaped even when we were started with their signal ignored. Otherwise the id of a
-/// child that ended could already belong to a stranger.
+/// Keeps ended children until they are reaped, also when this program was started with SIGCHLD ignored. Otherwise the
+/// id of an ended child could already belong to another process.
 void keepEndedChildren()
 {
     struct sigaction now
@@ -70,7 +70,7 @@ void keepEndedChildren()
         std::signal(SIGCHLD, SIG_DFL);
 }
 
-/// The folder and the streams of a child, and its signals as a program expects to find them.
+/// The folder and the streams of a child. Its signals get the state that programs expect at their start.
 class SpawnSettings final
 {
 public:
@@ -136,8 +136,8 @@ HelperProcess::Launch HelperProcess::launch(const std::vector<std::string>& comm
                    [](std::string& word) { return word.data(); });
     arguments.push_back(nullptr);
 
-    // For the whole process, as Qt does it before it writes to a process or socket. To do it for one thread only takes
-    // two calls around each write, a tenth of the time of a short exchange.
+    // SIGPIPE is ignored in the whole process, as Qt does before it writes to a process or a socket. Blocking it in one
+    // thread would take two calls around each write, which is a tenth of the time of a short exchange.
     std::signal(SIGPIPE, SIG_IGN);
     keepEndedChildren();
     pid_t pid = -1;
@@ -214,5 +214,5 @@ HelperProcess::Line HelperProcess::readLine()
 
 void HelperProcess::terminate() // NOLINT(readability-make-member-function-const): it changes the child
 {
-    kill(m_pid, SIGTERM); // safe: the id of an unreaped child is never given to a stranger
+    kill(m_pid, SIGTERM); // safe: no other process can have the id of a child that is not reaped
 }

@@ -15,13 +15,13 @@
 
 class ChildReaper;
 
-/// A child process that answers lines with lines: its standard input and output are pipes to us.
+/// A child process that answers each line with a line. Its standard input and output are pipes to this program.
 ///
-/// Its standard error is a pipe too, which nobody reads: diagnostics are lost, and a child that writes more of them
-/// than a pipe holds blocks. Every descriptor of ours is close-on-exec, so no other child keeps one open.
+/// Its standard error is a pipe, too, which nobody reads: diagnostics are lost, and a child that writes more than a
+/// pipe can hold blocks. All our descriptors are close-on-exec, so that no other child keeps one open.
 ///
-/// Dropping the object closes the pipes: a child that reads its input then ends by itself, and its `ChildReaper` reaps
-/// it. One thread at a time.
+/// The destructor closes the pipes and leaves the child to the `ChildReaper`. A child that reads its input then ends by
+/// itself. One thread at a time.
 class HelperProcess final
 {
 public:
@@ -67,6 +67,6 @@ private:
     FileDescriptor m_output;
     FileDescriptor m_errors;              // kept open, so that the child can write, and never read
     std::unique_ptr<ReadBuffer> m_buffer; // the bytes of the last read
-    std::string_view m_unread;            // those of them after the last line feed
-    ChildReaper* m_reaper;                // not ours
+    std::string_view m_unread;            // the part of the buffer after the last line feed
+    ChildReaper* m_reaper;                // not owned
 };

@@ -43,7 +43,7 @@ std::error_code ensureHelper(Bridge& state)
         state.helper->terminate();
     state.helper.reset();
 
-    std::error_code unknownFolder; // a working directory that is gone has no name: the recorded folder serves
+    std::error_code unknownFolder; // a deleted working directory has no path: the recorded folder is used then
     const std::filesystem::path root = NeloBackend::projectRoot(std::filesystem::current_path(unknownFolder),
                                                                 std::filesystem::path(NELO_MAIN_SOURCE_FILE));
     HelperProcess::Launch launch = HelperProcess::launch(
@@ -62,14 +62,14 @@ bool needsNoEscape(std::string_view text)
 
 void appendText(std::string& line, std::string_view text)
 {
-    if (needsNoEscape(text)) // as names and paths; the general printer takes as long as the rest of a short call
+    if (needsNoEscape(text)) // names and paths; the general printer would take as long as the rest of a short call
         line.append(1, '"').append(text).append(1, '"');
     else
         line += Json(text).dump();
 }
 
-/// Returns the request as a compact JSON object and a line feed. It is written piece by piece, because a JSON value of
-/// the whole would copy every argument first.
+/// Returns the request as a compact JSON object and a line feed. The pieces are written one by one: a JSON value of the
+/// whole request would copy every argument.
 std::string requestLine(std::string_view function, const std::vector<Json>& args)
 {
     std::string line;
@@ -104,7 +104,7 @@ ReplyOutcome broken(const std::error_code& failure)
 ReplyOutcome ask(Bridge& state, const std::string& request)
 {
     if (const std::error_code failure = state.helper->write(request)) {
-        // A helper that no longer reads has ended, whether the write tells it or, an instant later, the read.
+        // A helper that no longer reads has ended. The write may report this, or the read after it.
         return failure == std::errc::broken_pipe ? terminated() : broken(failure);
     }
     const HelperProcess::Line line = state.helper->readLine();
@@ -128,7 +128,7 @@ std::string NeloBackend::call(std::string_view function, const std::vector<Json>
         if (outcome.helper == ReplyOutcome::Helper::Drop)
             state.helper.reset();
         return std::move(outcome.text);
-    } catch (const std::exception& failure) { // a request that is not UTF-8, or no memory for a reply
+    } catch (const std::exception& failure) { // the request is not UTF-8, or there is no memory for the reply
         state.helper.reset();
         return errorText(failure.what());
     }

@@ -7,11 +7,11 @@
 #include <string_view>
 #include <vector>
 
-/// The one gateway to the backend module: a Python module `app` that runs in one long-lived child interpreter.
+/// The gateway to the backend module. This is the Python module `app`, which runs in one long-lived child interpreter.
 ///
 /// The first call starts the helper. It is kept between calls; a failure drops it, and the next call starts a new one.
-/// A dropped helper sees the end of its input and ends by itself; later calls reap it. Every operation takes one lock,
-/// so one request is in flight at a time. Any thread may call.
+/// A dropped helper reads the end of its input and ends by itself, and later calls reap it. Every operation takes one
+/// lock, so one request is in flight at a time. Any thread may call.
 namespace NeloBackend {
 
 /// Runs `function` of the backend module with positional `args`, and blocks until its reply is there. There is no time

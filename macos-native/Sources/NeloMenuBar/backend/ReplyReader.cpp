@@ -16,7 +16,7 @@ using simdjson::dom::object;
 
 constexpr std::size_t minCapacity = 4096; // of the parser, in bytes of text
 
-/// The values that a reply may carry. Of a key that is there twice the last one counts, as in Python.
+/// The values of a reply. When a key occurs twice, the last one counts, as in Python.
 struct Reply
 {
     std::optional<element> ok;
@@ -92,8 +92,8 @@ ReplyOutcome invalid()
     return {errorText("invalid backend helper response")};
 }
 
-/// Interprets a text that the parser refused. Its error is not always that of bytes that are not UTF-8: it may meet
-/// another fault first.
+/// Interprets a text that the parser refused. Bytes that are not UTF-8 are found here: the parser may report another
+/// error before them.
 ReplyOutcome unparsable(const std::string& text, simdjson::error_code failure)
 {
     if (!simdjson::validate_utf8(text))

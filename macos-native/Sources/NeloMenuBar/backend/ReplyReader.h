@@ -10,7 +10,7 @@ struct ReplyOutcome
 
     /// The text for the caller: the result as compact JSON text, or a line that begins with "ERROR: ".
     std::string text;
-    /// Whether the helper can be asked again. One whose line does not parse cannot.
+    /// Whether the helper can be used for the next call. A helper whose line cannot be parsed is dropped.
     Helper helper = Helper::Keep;
 };
 
@@ -29,6 +29,6 @@ public:
     ReplyOutcome interpret(const std::string& line);
 
 private:
-    struct Parser; // kept for its buffers: to allocate them is most of the cost of a short line
+    struct Parser; // kept for its buffers: allocating them takes longer than parsing a short line
     std::unique_ptr<Parser> m_parser;
 };

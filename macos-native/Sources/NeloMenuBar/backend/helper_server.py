@@ -2,7 +2,7 @@ import json
 import os
 import sys
 
-sys.stdin.reconfigure(encoding="utf-8")  # type: ignore[attr-defined]  # which the interpreter's own streams have
+sys.stdin.reconfigure(encoding="utf-8")  # type: ignore[attr-defined]  # the interpreter's own streams have it
 sys.stdout.reconfigure(encoding="utf-8")  # type: ignore[attr-defined]
 
 root = os.getcwd()
@@ -14,7 +14,7 @@ import app as nelo_app
 
 def reply(payload: object) -> None:
     line = memoryview((json.dumps(payload, ensure_ascii=False) + "\n").encode())
-    while line:  # an unbuffered stream forgets what a write did not take
+    while line:  # one write may take only a part of the line
         line = line[os.write(1, line):]
 
 

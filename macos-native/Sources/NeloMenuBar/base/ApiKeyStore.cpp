@@ -18,11 +18,11 @@
 #include <sys/file.h>
 #endif
 
-#ifdef Q_OS_MACOS // whose user defaults are kept by a service of the system
+#ifdef Q_OS_MACOS // a service of the system keeps the user defaults there
 
 namespace {
 
-/// QSettings writes slashes as dots there, and escapes dots.
+/// Returns the key in the user defaults. On macOS QSettings writes a slash as a dot, and escapes a dot.
 QString settingsKey(const QString& provider)
 {
     return QStringLiteral("nelo/menubar/apiKey/") + provider;
@@ -63,7 +63,7 @@ QByteArray settingsKey(const QString& provider)
 }
 
 /// Locks `folder` against other programs that write a file in it, until the descriptor is closed. Returns nothing when
-/// another program keeps the lock beyond `timeout`. A folder that cannot be opened is not locked.
+/// another program holds the lock for longer than `timeout`. Does not lock a folder that cannot be opened.
 std::optional<FileDescriptor> lockFolder(const std::filesystem::path& folder, std::chrono::milliseconds timeout)
 {
     FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

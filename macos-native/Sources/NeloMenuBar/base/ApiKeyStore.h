@@ -9,15 +9,15 @@
 /// The providers' API keys in the application's user defaults: one string for each provider, under
 /// "nelo.menubar.apiKey." and the provider's name.
 ///
-/// On Linux only the owner may read the file with the user defaults, from before the first key is in it. Its path
-/// follows from the application's and the organization's names, which must be set. `QSettings` reads the file, but does
-/// not write it: it takes a short write for a success, and waits for a lock file that a killed program left.
+/// On Linux only the owner may read the file with the user defaults: it is made so before the first key is written. Its
+/// path follows from the names of the application and the organization, which must be set. `QSettings` does not write
+/// it: it takes a short write for a success, and waits for a lock file that a killed program has left.
 ///
 /// Any thread may call. Each call sees what the one before it wrote.
 class ApiKeyStore final
 {
 public:
-    /// Takes all rights of others away from an existing file: it may have come from a backup. Waits at most
+    /// Makes an existing file readable by its owner only: it may have come from a backup. `setKeys` waits at most
     /// `lockTimeout` for another program that writes the file.
     explicit ApiKeyStore(std::chrono::milliseconds lockTimeout = std::chrono::milliseconds(100));
 
@@ -29,5 +29,5 @@ public:
     [[nodiscard]] std::optional<QString> setKeys(const QMap<QString, QString>& keys);
 
 private:
-    [[maybe_unused]] std::chrono::milliseconds m_lockTimeout; // macOS has no lock of ours
+    [[maybe_unused]] std::chrono::milliseconds m_lockTimeout; // not used on macOS
 };

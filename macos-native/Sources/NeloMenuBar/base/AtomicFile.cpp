@@ -27,28 +27,28 @@ QString systemText(int number)
 std::filesystem::path linkTarget(std::filesystem::path path)
 {
     constexpr int maxLinks = 40; // as many as the kernel follows
-    std::error_code ignored;     // an entry that cannot be read is no link
+    std::error_code ignored;     // an entry that cannot be read counts as no link
     for (int links = 0; links < maxLinks && std::filesystem::is_symlink(path, ignored); ++links)
         path = path.parent_path() / std::filesystem::read_symlink(path, ignored);
     return path;
 }
 
-/// Returns `mode` for a file that has another group now. Neither that group gets a right that it did not have, nor the
-/// members of the former group, to whom the rights of all others apply now.
+/// Returns `mode` for a file that has another group now. It gives no new right to the new group. It gives no new right
+/// to the members of the former group either: the rights of "others" apply to them now.
 mode_t modeInAnotherGroup(mode_t mode)
 {
     const mode_t shared = mode & (mode >> 3) & 07;
     return (mode & 0700) | shared << 3 | shared;
 }
 
-/// Gives an open file the owner, the group and the mode of the `existing` one.
+/// Gives an open file the owner, the group and the mode of the `existing` one. Returns false when that fails.
 bool takeOver(int descriptor, const struct stat& existing)
 {
     // Only the superuser may give files away. For other users it becomes their own, in its group if they are a member.
     constexpr auto unchanged = static_cast<uid_t>(-1);
     const bool hasGroup = fchown(descriptor, existing.st_uid, existing.st_gid) == 0
                           || fchown(descriptor, unchanged, existing.st_gid) == 0;
-    constexpr mode_t permissionBits = 0777; // no set-user-id for a file that may have changed hands
+    constexpr mode_t permissionBits = 0777; // without set-user-ID: the file may have another owner now
     const mode_t mode = existing.st_mode & permissionBits;
     return fchmod(descriptor, hasGroup ? mode : modeInAnotherGroup(mode)) == 0;
 }

@@ -2,8 +2,8 @@
 
 #include <QStringList>
 
-/// The ecosystems of agents that Nelo knows, by their names. A name that is not exactly one of them counts as openclaw
-/// where a path is asked for.
+/// The ecosystems of agents that Nelo knows, by their names. The functions that return a path treat any other name as
+/// openclaw.
 namespace Ecosystem {
 
 /// The default ecosystem.

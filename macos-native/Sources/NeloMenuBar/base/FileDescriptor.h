@@ -4,7 +4,7 @@
 
 #include <unistd.h>
 
-/// An owned file descriptor, closed with its owner; -1 is none.
+/// A file descriptor. The destructor closes it. -1 stands for no descriptor.
 class FileDescriptor final
 {
 public:

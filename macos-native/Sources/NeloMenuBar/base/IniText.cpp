@@ -26,7 +26,7 @@ QByteArray valueOf(const QString& text)
         return text.toLatin1();
     QByteArray value = "\"";
     if (text.startsWith(u'@'))
-        value += '@';           // a single one starts the name of a type
+        value += '@';           // a single "@" would begin the name of a type
     bool followsEscape = false; // a hexadecimal digit after an escape would become part of it
     for (const QChar c : text) {
         const bool isLiteral = isPlain(c) || c == u' ' || c == u'@';
@@ -83,7 +83,7 @@ QByteArray keyOf(const QByteArray& line)
 /// Calls `visit` with each line and whether it is in no group.
 template <typename Visit> void forEachLine(const QByteArray& ini, const Visit& visit)
 {
-    bool isTopLevel = true; // as it is before the first group
+    bool isTopLevel = true; // no group has begun yet
     const QByteArrayList lines = ini.split('\n');
     for (const QByteArray& line : lines) {
         isTopLevel = opensGroup(line) ? opensTopLevel(line) : isTopLevel;
@@ -97,7 +97,7 @@ QString iniValue(const QByteArray& ini, const QByteArray& key)
 {
     QString text;
     forEachLine(ini, [&](const QByteArray& line, bool isTopLevel) {
-        if (isTopLevel && keyOf(line) == key) // of a repeated key the last one counts
+        if (isTopLevel && keyOf(line) == key) // the last one of several equal keys counts
             text = textOfValue(line.mid(line.indexOf('=') + 1).trimmed());
     });
     return text;

@@ -26,7 +26,7 @@ int nestingDepth(std::string_view json)
     return deepest;
 }
 
-/// Converts `string`. Qt's reader alone would drop a first character that is a byte-order mark.
+/// Converts `string`. Qt's conversion alone would drop a byte-order mark at the beginning.
 QString charactersOf(const std::string& string)
 {
     constexpr char16_t byteOrderMark = u'\ufeff';
@@ -38,7 +38,7 @@ QString charactersOf(const std::string& string)
 
 Json parseJson(std::string_view text)
 {
-    const bool holdsZero = text.find('\0') != std::string_view::npos; // which the library takes for the end
+    const bool holdsZero = text.find('\0') != std::string_view::npos; // the library would end the text there
     if (holdsZero || nestingDepth(text) > maxJsonDepth)
         return Json::value_t::discarded;
     return Json::parse(text, nullptr, /*allow_exceptions=*/false);
@@ -64,7 +64,7 @@ QString textOf(const Json& value)
         return QString::fromStdString(value.dump());
     case Json::value_t::binary:
     case Json::value_t::discarded:
-        break; // JSON text never reads as one of these
+        break; // no JSON text has one of these types
     }
     return {};
 }

@@ -6,11 +6,11 @@
 
 #include <string_view>
 
-/// The one JSON value of the program. It keeps the order of keys and 64-bit integers, and tells 1.0 from 1, so that an
-/// object that goes back to the backend goes back as it came.
+/// The program's type for JSON values. It keeps the order of keys, 64-bit integers and the difference between 1.0 and
+/// 1, so that an object from the backend can be sent back unchanged.
 using Json = nlohmann::ordered_json;
 
-/// Lets a `QString` stand wherever a JSON value is built.
+/// Converts `text` to a JSON string, so that a `QString` can be used where a JSON value is built.
 inline void to_json(Json& json, const QString& text)
 {
     json = text.toStdString();

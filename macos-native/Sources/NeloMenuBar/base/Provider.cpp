@@ -13,7 +13,7 @@ struct KnownProvider
     QLatin1StringView publicEndpoint;
 };
 
-/// The first one is the default: every model's name has its empty prefix, so the others are looked at first.
+/// The first provider is the default. Every model's name begins with its empty prefix, so it is compared last.
 constexpr std::array providers{
     KnownProvider{QLatin1StringView("openai"), QLatin1StringView(), "NELO_OPENAI_BASE_URL",
                   QLatin1StringView("https://api.openai.com/v1/chat/completions")},

@@ -5,7 +5,7 @@
 
 #include <optional>
 
-/// The cloud providers of chat models. A provider is known by its name, under which its API key is kept.
+/// The cloud providers of chat models. A provider's name identifies it; its API key is stored under this name.
 namespace Provider {
 
 /// The model that is used unless the user chooses another; "openai" serves it.

@@ -7,6 +7,6 @@
 struct ChatTarget;
 class QWidget;
 
-/// Asks for the API key of the provider in a masked field that starts with `storedKey`. Returns the key without the
-/// blanks around it; it may be empty. Returns nothing when the user cancelled. Runs an event loop.
+/// Asks for the API key of the provider of `target`. The field is masked and starts with `storedKey`. Returns the key
+/// without the blanks around it; it may be empty. Returns nothing when the user cancelled. Runs an event loop.
 std::optional<QString> askForApiKey(QWidget* parent, const ChatTarget& target, const QString& storedKey);

@@ -24,11 +24,11 @@ QString withBlanks(QString text)
 
 } // namespace
 
-// Not a validator: a line edit empties its undo history whenever a validator changes the text.
+// A validator cannot remove line breaks: a line edit clears its undo history when a validator changes the text.
 MessageField::MessageField(QWidget* parent) : QLineEdit(parent)
 {
     setFrame(false);
-    setMaxLength(std::numeric_limits<int>::max()); // a pasted document must not lose its end without a word
+    setMaxLength(std::numeric_limits<int>::max()); // a long text that is pasted is not cut
     setAttribute(Qt::WA_MacShowFocusRect, false);
 }
 
@@ -37,7 +37,7 @@ void MessageField::commitComposition()
     QGuiApplication::inputMethod()->commit();
     if (m_composition.isEmpty())
         return;
-    // Not every input method knows how to commit: what it has shown so far is what the user means.
+    // Some input methods cannot commit. Then the text that they show is inserted.
     QInputMethodEvent event;
     event.setCommitString(m_composition);
     QGuiApplication::inputMethod()->reset();
@@ -59,7 +59,7 @@ void MessageField::contextMenuEvent(QContextMenuEvent* event)
     for (QAction* action : actions) {
         if (!action->text().startsWith(QLineEdit::tr("&Paste")))
             continue;
-        action->disconnect(this); // from the line edit's own way to paste
+        action->disconnect(this); // from QLineEdit::paste()
         connect(action, &QAction::triggered, this, [this] { paste(); });
     }
     menu->popup(event->globalPos());
@@ -93,7 +93,7 @@ void MessageField::keyPressEvent(QKeyEvent* event)
     else if (event->matches(QKeySequence::Paste))
         paste();
     else if (event->matches(QKeySequence::Copy) && !hasSelectedText())
-        event->ignore(); // the selection that the user means may be elsewhere
+        event->ignore(); // the text to copy may be selected in another widget
     else
         QLineEdit::keyPressEvent(event);
 }
@@ -108,7 +108,8 @@ void MessageField::mouseReleaseEvent(QMouseEvent* event)
     paste(QClipboard::Selection);
 }
 
-/// A line edit joins all that was inserted without a selection into one step, unless its cursor moved in between.
+/// Begins a new undo step by moving the cursor to and fro. Without a selection, a line edit joins insertions into one
+/// step unless the cursor has moved between them.
 void MessageField::beginUndoStep()
 {
     if (hasSelectedText())

@@ -3,11 +3,11 @@
 #include <QClipboard>
 #include <QLineEdit>
 
-/// The one-line message input: no frame, and line breaks in what is pasted, dropped or composed become blanks before
-/// they enter, so that every change can be undone.
+/// The one-line message input, without a frame. A line break in text that is pasted, dropped or composed becomes a
+/// blank before it is inserted, so that every change can be undone.
 ///
-/// A Return that ends an input method's composition is not `returnPressed()`. Copy goes on to the parent widget while
-/// nothing is selected here.
+/// A Return that ends an input method's composition does not emit `returnPressed()`. While nothing is selected here,
+/// the parent widget gets the key for Copy.
 class MessageField final : public QLineEdit
 {
     Q_OBJECT
@@ -15,9 +15,9 @@ class MessageField final : public QLineEdit
 public:
     explicit MessageField(QWidget* parent = nullptr);
 
-    /// Ends a composition in progress; what is being composed becomes text.
+    /// Ends a composition in progress. The text that is being composed is inserted.
     void commitComposition();
-    /// Inserts the clipboard's text as one step of undoing.
+    /// Inserts the clipboard's text as one undo step.
     void paste(QClipboard::Mode mode = QClipboard::Clipboard);
 
 protected:

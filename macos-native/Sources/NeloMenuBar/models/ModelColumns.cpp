@@ -2,7 +2,7 @@
 
 namespace {
 
-/// A list of strings is told item by item; anything else by its text.
+/// Returns the strings of a list with commas, or the text of any other value.
 QString tagsText(const Json& row)
 {
     const QStringList tags = textsOf(row, "tags");
@@ -10,7 +10,7 @@ QString tagsText(const Json& row)
     return tags.isEmpty() && !isEmptyList ? textOf(row, "tags") : tags.join(u',');
 }
 
-/// A boolean is told as yes or no; anything else by its text.
+/// Returns "yes" or "no" for a boolean, or the text of any other value.
 QString installedText(const Json& row)
 {
     const auto installed = row.find("installed");

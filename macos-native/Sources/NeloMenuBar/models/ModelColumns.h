@@ -5,11 +5,12 @@
 /// The columns of the tables of language models and of their downloads.
 namespace ModelColumns {
 
-/// Those of the remote catalogue. "Installed" shows a boolean as yes or no, "Tags" a list of texts with commas.
+/// Returns the columns of the remote catalogue. "Installed" shows a boolean as yes or no, "Tags" a list of strings with
+/// commas.
 std::vector<JsonColumn> remoteModels();
-/// Those of the models that the local server has.
+/// Returns the columns of the models that the local server has.
 std::vector<JsonColumn> localModels();
-/// Those of the downloads that were started, with the last thing that each told.
+/// Returns the columns of the downloads. "Last Log" is the last line that a download has reported.
 std::vector<JsonColumn> downloadTasks();
 
 } // namespace ModelColumns

@@ -6,8 +6,8 @@ class JsonTable;
 class Label;
 class QHBoxLayout;
 
-/// The Models tab: the catalogue of language models beside those installed here and their downloads, which can be
-/// started and cancelled. Backend calls block. The lists change only when they are asked for and after an action.
+/// The Models tab: shows the catalogue of language models, the installed models and the downloads, and starts and
+/// cancels downloads. Backend calls block. The lists change only when the user refreshes them and after an action.
 class ModelsViewController final : public ViewController
 {
     Q_OBJECT
@@ -15,9 +15,9 @@ class ModelsViewController final : public ViewController
 public:
     explicit ModelsViewController(QWidget* parent = nullptr);
 
-    /// Loads the catalogue anew.
+    /// Loads the catalogue again.
     void refreshRemote();
-    /// Loads the local models and the downloads anew.
+    /// Loads the local models and the downloads again.
     void refreshRight();
     /// Starts a download of the model that is selected in the catalogue.
     void downloadSelected();
@@ -34,7 +34,7 @@ private:
     QHBoxLayout* makeBoxes();
     void divideWidth();
 
-    // All of them are this one's children.
+    // All of these are children of this.
     JsonTable* m_remoteTable = nullptr;
     JsonTable* m_localTable = nullptr;
     JsonTable* m_taskTable = nullptr;

@@ -12,7 +12,7 @@
 
 namespace {
 
-/// A box around `content`, which scrolls in it when it needs more room than there is.
+/// Returns a box around `content`. The content scrolls when the box is too small for it.
 QGroupBox* makeScrollingBox(const QString& title, QWidget* content, QWidget* parent)
 {
     auto* box = new QGroupBox(title, parent);
@@ -20,7 +20,7 @@ QGroupBox* makeScrollingBox(const QString& title, QWidget* content, QWidget* par
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidgetResizable(true);
     scroll->setWidget(content);
-    scroll->setFocusPolicy(Qt::NoFocus); // the content gets the keyboard, and shows it
+    scroll->setFocusPolicy(Qt::NoFocus); // the content gets the keyboard focus, and shows it
     content->setFocusPolicy(Qt::StrongFocus);
     scroll->viewport()->setAutoFillBackground(false);
     content->setAutoFillBackground(false);

@@ -13,7 +13,7 @@ class RuntimeViewController final : public ViewController
 public:
     explicit RuntimeViewController(QWidget* parent = nullptr);
 
-    /// Asks the backend and shows the report; blocks until it answers.
+    /// Calls the backend, blocks until it has answered, and shows the report.
     void refreshRuntime();
 
 protected:

@@ -25,7 +25,7 @@ QDBusArgument& operator<<(QDBusArgument& argument, const EntryProperties& entry)
     return argument;
 }
 
-/// Nobody sends them to us; QtDBus wants both directions of a type.
+/// No one sends this type to us, but QtDBus needs both directions.
 const QDBusArgument& operator>>(const QDBusArgument& argument, EntryProperties& entry)
 {
     argument.beginStructure();
@@ -34,7 +34,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, EntryProperties& 
     return argument;
 }
 
-/// The keys of a shortcut, each by the name that GTK's panels know it by.
+/// Returns the names of the keys of a shortcut, as GTK's panels know them.
 QStringList keyNames(const QKeySequence& shortcut)
 {
     const QKeyCombination keys = shortcut[0];
@@ -56,7 +56,7 @@ QVariantMap propertiesOf(const QAction& action)
     return properties;
 }
 
-/// The menu or an entry with what is in it: (ia{sv}av).
+/// Returns the menu or an entry with its children: (ia{sv}av).
 QVariant layout(int id, const QVariantMap& properties, const QList<QDBusVariant>& children)
 {
     QDBusArgument argument;
@@ -83,7 +83,7 @@ bool DBusMenu::handleMessage(const QDBusMessage& message, const QDBusConnection&
 
 QString DBusMenu::introspect(const QString& /*path*/) const
 {
-    return {}; // the interface is a standard
+    return {}; // panels know the standard interface
 }
 
 std::optional<QVariantList> DBusMenu::resultsOf(const QString& method, const QVariantList& arguments)
@@ -107,7 +107,7 @@ std::optional<QVariantList> DBusMenu::resultsOf(const QString& method, const QVa
         return QVariantList{};
     }
     if (method == QStringLiteral("AboutToShow"))
-        return QVariantList{false}; // it is up to date
+        return QVariantList{false}; // the layout has not changed
     if (method == QStringLiteral("GetAll") || method == QStringLiteral("Get")) {
         const QVariantMap properties{{QStringLiteral("Version"), 2U},
                                      {QStringLiteral("Status"), QStringLiteral("normal")},
@@ -124,7 +124,7 @@ std::optional<QVariantList> DBusMenu::resultsOf(const QString& method, const QVa
 
 void DBusMenu::handleEvent(int id, const QString& event)
 {
-    // After the reply, which whoever asks waits for: the choice may end the program.
+    // The action runs after the reply was sent: the panel waits for the reply, and the action may end the program.
     if (event == QStringLiteral("clicked") && id > 0 && id <= m_entries.size())
         QMetaObject::invokeMethod(m_entries[id - 1], &QAction::trigger, Qt::QueuedConnection);
 }

@@ -8,23 +8,23 @@
 
 class QAction;
 
-/// Describes a menu of one level on the session bus, where a desktop's panel draws it: the interface
-/// com.canonical.dbusmenu. A choice triggers its action. What the menu holds does not change.
+/// Describes a menu of one level on the session bus, with the interface com.canonical.dbusmenu. A desktop's panel draws
+/// it. The user's choice triggers the action. The menu does not change.
 class DBusMenu final : public QDBusVirtualObject
 {
     Q_OBJECT
 
 public:
-    /// `entries` outlive this.
+    /// `entries` must outlive this object.
     explicit DBusMenu(const QList<QAction*>& entries, QObject* parent = nullptr);
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
     QString introspect(const QString& path) const override;
 
 private:
-    /// The results of a method; nothing when it is unknown.
+    /// Returns the results of a method, or nothing when the method is unknown.
     std::optional<QVariantList> resultsOf(const QString& method, const QVariantList& arguments);
     void handleEvent(int id, const QString& event);
 
-    QList<QAction*> m_entries; // an entry's id is its index and one: 0 is the menu
+    QList<QAction*> m_entries; // an entry's id is its index plus one; 0 is the menu
 };

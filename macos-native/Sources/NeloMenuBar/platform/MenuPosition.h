@@ -3,6 +3,7 @@
 #include <QPoint>
 #include <QRect>
 
-/// Where the left upper corner of a menu of the size `menu` belongs that drops from an icon at `icon`: below it, or
-/// above it in the lower half of `screen`. All in the coordinates of the desktop.
+/// Returns the place of the upper left corner of a menu that opens from an icon. `menu` is the menu's size, `icon` the
+/// icon's place. The menu is below the icon, or above it in the lower half of `screen`. All coordinates are the
+/// desktop's.
 QPoint menuPosition(const QRect& icon, const QSize& menu, const QRect& screen);

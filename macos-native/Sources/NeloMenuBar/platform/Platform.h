@@ -8,40 +8,40 @@
 class QMenu;
 class QWidget;
 
-/// The system and its desktop, as far as Qt does not know them; one file per system implements it.
+/// The functions of the system and its desktop that Qt does not have. One file for each system implements them.
 class Platform : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Whether the application shows itself in the Dock.
+    /// Whether the Dock shows the application.
     enum class ActivationPolicy { Accessory, Regular };
 
     using QObject::QObject;
 
     virtual void setActivationPolicy(ActivationPolicy policy) = 0;
-    /// Makes this the active application, also from behind another one.
+    /// Makes this the active application, also when another one is active.
     virtual void activateApplication() = 0;
-    /// Keeps what a desktop has handed over so that the window which is activated next may come forward.
+    /// Keeps the activation token of the desktop. With it, the window that is activated next may come to the front.
     virtual void setActivationToken(const QByteArray& token) = 0;
-    /// To be called before a window that the user has chosen is shown and activated. It may hide the window: some
-    /// desktops bring only a window forward that is newly shown.
+    /// Call this before a window that the user has chosen is shown and activated. It may hide the window: some desktops
+    /// bring a window to the front only when it is newly shown.
     virtual void prepareToShow(QWidget& /*window*/) {}
 
-    /// The "sparkles" symbol for the status bar, legible on light and dark bars, crisp at any scale.
+    /// Returns the "sparkles" symbol for the status bar. It is legible on light and dark bars, and sharp at any scale.
     virtual QIcon sparklesSymbol() const = 0;
-    /// Shows the status item in the status area, now and whenever there is one. Clicking it opens `menu`, which
-    /// outlives this; `name` is its tool tip.
+    /// Shows the status item in the status area, now or as soon as there is one. A click opens `menu`, which must
+    /// outlive this object. `name` is the tool tip.
     virtual void showStatusItem(const QString& name, const QIcon& icon, QMenu* menu) = 0;
-    /// Whether there is a status area. Some are only known to be there once the event loop runs.
+    /// Returns whether there is a status area. Some status areas are found only after the event loop has started.
     virtual bool hasStatusArea() const = 0;
 
 signals:
     void statusAreaChanged();
-    /// The user opens the running application again, on systems that start no second program for that; on others see
-    /// `SingleInstance`.
+    /// The user has opened the running application again. Only systems that start no second program for that emit this;
+    /// for the others see `SingleInstance`.
     void reopened();
 };
 
-/// This system. To be made once there is an application object.
+/// Returns the platform of this system. There must be an application object.
 std::unique_ptr<Platform> makePlatform();

@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Opens `menu` at the item, or at the pointer where it is not known where the item is.
+/// Opens `menu` at the item, or at the pointer when the item's place is not known.
 void openMenu(const QSystemTrayIcon& item, QMenu* menu)
 {
     const QRect icon = item.geometry();
@@ -24,15 +24,15 @@ void openMenu(const QSystemTrayIcon& item, QMenu* menu)
     menu->popup(icon.isValid() && screen ? menuPosition(icon, menu->sizeHint(), screen->geometry()) : QCursor::pos());
 }
 
-/// A Linux desktop. Its status area draws the item as it is described on the session bus, or embeds a window of the
-/// program as X11 trays do. It may change from one to the other; the first kind is preferred.
+/// A Linux desktop. Its status area draws the item that is described on the session bus, or embeds a window of the
+/// program, as X11 trays do. It may change from one kind to the other. The first kind is preferred.
 class LinuxPlatform final : public Platform
 {
 public:
     LinuxPlatform();
 
-    void setActivationPolicy(ActivationPolicy /*policy*/) override {} // a desktop lists windows, not applications
-    void activateApplication() override {}                            // and a window manager activates windows
+    void setActivationPolicy(ActivationPolicy /*policy*/) override {} // desktops list windows, not applications
+    void activateApplication() override {} // window managers activate windows, not applications
     void setActivationToken(const QByteArray& token) override;
     void prepareToShow(QWidget& window) override;
     QIcon sparklesSymbol() const override { return sparklesIcon(); }
@@ -50,17 +50,18 @@ private:
     XEmbedTray m_tray;
     bool m_hasStatusArea = false;
     std::unique_ptr<StatusNotifierItem> m_drawnItem;
-    /// Made when there is a tray and no host: Qt looks once, for the first one, whether it is to be embedded.
+    /// Made when there is a tray and no host: Qt decides only once, at the first item, whether it is embedded.
     std::unique_ptr<QSystemTrayIcon> m_embeddedItem;
     QString m_name;
     QIcon m_icon;
-    QMenu* m_menu = nullptr; // not ours
+    QMenu* m_menu = nullptr; // not owned
 };
 
 LinuxPlatform::LinuxPlatform()
 {
     connect(&m_host, &StatusNotifierHost::changed, this, &LinuxPlatform::followStatusArea);
-    connect(&m_tray, &XEmbedTray::changed, this, &LinuxPlatform::followStatusArea, Qt::QueuedConnection); // after Qt
+    connect(&m_tray, &XEmbedTray::changed, this, &LinuxPlatform::followStatusArea,
+            Qt::QueuedConnection); // Qt handles it first
     connect(&m_tray, &XEmbedTray::iconPressed, this, &LinuxPlatform::openMenuOverAlert, Qt::QueuedConnection);
     followStatusArea();
 }
@@ -69,10 +70,11 @@ void LinuxPlatform::setActivationToken(const QByteArray& token)
 {
     completeStartup(token);
     if (!token.isEmpty() && QGuiApplication::platformName() == QStringLiteral("wayland"))
-        qputenv("XDG_ACTIVATION_TOKEN", token); // where Qt looks when it activates a window
+        qputenv("XDG_ACTIVATION_TOKEN", token); // Qt reads it when it activates a window
 }
 
-/// Wayland brings a window forward for the token of a choice that the user made, and a window that is newly shown.
+/// Hides the window when there is no token. Wayland brings a window to the front with the token of the user's choice,
+/// or when it is newly shown.
 void LinuxPlatform::prepareToShow(QWidget& window)
 {
     const bool isWayland = QGuiApplication::platformName() == QStringLiteral("wayland");
@@ -113,7 +115,7 @@ void LinuxPlatform::showInStatusArea()
         m_embeddedItem->setContextMenu(m_menu);
         connect(m_embeddedItem.get(), &QSystemTrayIcon::activated, m_menu,
                 [this](QSystemTrayIcon::ActivationReason reason) {
-                    // Two quick openings of the menu look like a double click.
+                    // A user who opens the menu twice quickly makes a double click.
                     if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
                         openMenu(*m_embeddedItem, m_menu);
                 });
@@ -121,7 +123,7 @@ void LinuxPlatform::showInStatusArea()
     }
 }
 
-/// While an alert is open Qt passes no click on to the item; its menu is to work all the same.
+/// Opens the menu while an alert is open. Qt passes no click on to the item then.
 void LinuxPlatform::openMenuOverAlert()
 {
     if (m_embeddedItem && QApplication::activeModalWidget())

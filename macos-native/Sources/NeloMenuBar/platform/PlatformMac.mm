@@ -12,9 +12,8 @@
 
 #import <AppKit/AppKit.h>
 
-/// What the system tells when the user opens the running application again, in the Finder say or with a click in the
-/// Dock. It takes the event from the system's own handler, which asks Qt's delegate; Qt passes on no more than that the
-/// application is active.
+/// Handles the event that the user opens the running application again, for example in the Finder or with a click in the
+/// Dock. It replaces the system's handler, which calls Qt's delegate: Qt only tells that the application is active.
 @interface NeloReopenHandler : NSObject
 - (instancetype)initWithAction:(std::function<void()>)action;
 - (void)handleReopen:(NSAppleEventDescriptor *)event withReply:(NSAppleEventDescriptor *)reply;
@@ -50,13 +49,13 @@ public:
 
     void setActivationPolicy(ActivationPolicy policy) override;
     void activateApplication() override;
-    void setActivationToken(const QByteArray & /*token*/) override {} // the system asks for none
+    void setActivationToken(const QByteArray & /*token*/) override {} // macOS has no activation tokens
     QIcon sparklesSymbol() const override;
     void showStatusItem(const QString &name, const QIcon &icon, QMenu *menu) override;
     bool hasStatusArea() const override { return true; }
 
 private:
-    NeloReopenHandler *m_reopenHandler = nil; // the event manager keeps no handler alive
+    NeloReopenHandler *m_reopenHandler = nil; // the event manager does not own handlers
     std::unique_ptr<QSystemTrayIcon> m_statusItem;
 };
 
@@ -90,8 +89,8 @@ void MacPlatform::activateApplication()
 
 QIcon MacPlatform::sparklesSymbol() const
 {
-    constexpr int side = 18;   // points, the height of the bar's symbols
-    constexpr int scale = 2;   // pixels per point, the highest there is
+    constexpr int side = 18;   // points: the height of the bar's symbols
+    constexpr int scale = 2;   // pixels per point: the highest scale there is
     NSImage *symbol = [NSImage imageWithSystemSymbolName:@"sparkles" accessibilityDescription:@"Nelo"];
     NSRect area = NSMakeRect(0, 0, side * scale, side * scale);
     CGImageRef drawn = [symbol CGImageForProposedRect:&area context:nil hints:nil];
@@ -110,7 +109,7 @@ void MacPlatform::showStatusItem(const QString &name, const QIcon &icon, QMenu *
 {
     m_statusItem = std::make_unique<QSystemTrayIcon>(icon);
     m_statusItem->setToolTip(name);
-    m_statusItem->setContextMenu(menu); // which the status bar opens itself
+    m_statusItem->setContextMenu(menu); // the status bar opens it
     m_statusItem->show();
 }
 

@@ -25,11 +25,11 @@ namespace {
 
 constexpr char activated = 'a';
 constexpr char onOtherDisplay = 'd';
-constexpr std::size_t maxRequestBytes = 4096; // which a socket passes on in one piece
+constexpr std::size_t maxRequestBytes = 4096; // a socket delivers this much in one piece
 #ifdef MSG_NOSIGNAL
-constexpr int sendFlags = MSG_NOSIGNAL; // a peer that has gone is an error, not a signal
+constexpr int sendFlags = MSG_NOSIGNAL; // a closed connection is an error and no SIGPIPE
 #else
-constexpr int sendFlags = 0; // the socket's option says so
+constexpr int sendFlags = 0; // `configure` sets an option of the socket for this
 #endif
 
 std::filesystem::path lockIn(const std::filesystem::path& folder)
@@ -42,7 +42,8 @@ std::filesystem::path socketIn(const std::filesystem::path& folder)
     return folder / "nelo.socket";
 }
 
-/// Whether `folder` is ours and closed to others: where everybody writes, what has our name need not be ours.
+/// Returns whether `folder` belongs to this user and is closed to others. In a folder in which everybody can write,
+/// somebody else may have made a folder with our name.
 bool isPrivate(const std::filesystem::path& folder)
 {
     struct stat status
@@ -51,7 +52,7 @@ bool isPrivate(const std::filesystem::path& folder)
            && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
 }
 
-/// The display that this process was started on: the Wayland display and the X display without its screen.
+/// Returns the displays of this process: the Wayland display, and the X display without its screen number.
 QByteArrayList displays()
 {
     const QByteArray x11 = qgetenv("DISPLAY");
@@ -60,8 +61,8 @@ QByteArrayList displays()
     return {qgetenv("WAYLAND_DISPLAY"), dot < 0 ? x11 : x11.left(dot)};
 }
 
-/// Whether windows that are shown on `ours` can be seen by who started a program on `others`. A session may offer both
-/// kinds, and a start may know one of them only.
+/// Returns whether the user of the displays `others` sees windows on the displays `ours`. A session may have both kinds
+/// of display, and a start may know only one of them.
 bool shareDisplay(const QByteArrayList& ours, const QByteArrayList& others)
 {
     for (int kind = 0; kind < ours.size(); ++kind) {
@@ -71,14 +72,14 @@ bool shareDisplay(const QByteArrayList& ours, const QByteArrayList& others)
     return ours == others;
 }
 
-/// What the desktop gave a start so that its window may come forward.
+/// Returns the activation token that the desktop gave this start. With it, a window may come to the front.
 QByteArray activationToken()
 {
     const QByteArray token = qgetenv("XDG_ACTIVATION_TOKEN");
     return token.isEmpty() ? qgetenv("DESKTOP_STARTUP_ID") : token;
 }
 
-/// The socket's address; nothing when the folder's path is longer than an address may be.
+/// Returns the socket's address, or nothing when the path is too long for an address.
 std::optional<sockaddr_un> addressIn(const std::filesystem::path& folder)
 {
     const std::string path = socketIn(folder);
@@ -86,13 +87,13 @@ std::optional<sockaddr_un> addressIn(const std::filesystem::path& folder)
     if (path.size() >= sizeof address.sun_path)
         return std::nullopt;
     address.sun_family = AF_UNIX;
-    path.copy(static_cast<char*>(address.sun_path), path.size()); // before zeros
+    path.copy(static_cast<char*>(address.sun_path), path.size()); // the rest is zeros already
     return address;
 }
 
 const sockaddr* generic(const sockaddr_un& address)
 {
-    return reinterpret_cast<const sockaddr*>(&address); // as the socket calls want it
+    return reinterpret_cast<const sockaddr*>(&address); // the type that the socket calls need
 }
 
 void configure(const FileDescriptor& socket)
@@ -118,7 +119,7 @@ FileDescriptor makeSocket()
     return made;
 }
 
-/// What a later start learns from the first one.
+/// The answer of the first instance to a later start.
 enum class Answer { Activated, OtherDisplay, Quitting, NotListening };
 
 Answer ask(const std::filesystem::path& folder)
@@ -154,7 +155,7 @@ std::optional<std::filesystem::path> SingleInstance::defaultFolder()
 {
     if (const char* given = std::getenv("XDG_RUNTIME_DIR")) {
         const std::filesystem::path folder(given);
-        if (folder.is_absolute() && isPrivate(folder)) // freedesktop.org has relative ones ignored
+        if (folder.is_absolute() && isPrivate(folder)) // freedesktop.org's specification ignores relative folders
             return folder;
     }
     std::error_code failure;
@@ -162,7 +163,7 @@ std::optional<std::filesystem::path> SingleInstance::defaultFolder()
         std::filesystem::temp_directory_path(failure) / ("nelo-" + std::to_string(geteuid()));
     if (failure)
         return std::nullopt;
-    mkdir(folder.c_str(), S_IRWXU); // it may be there
+    mkdir(folder.c_str(), S_IRWXU); // it may exist already
     return isPrivate(folder) ? std::optional(folder) : std::nullopt;
 }
 
@@ -174,7 +175,7 @@ SingleInstance::Role SingleInstance::findRole(std::chrono::milliseconds timeout)
     bool hasReachedFirst = false;
     for (;;) {
         const bool isLocked = lock();
-        // Also with the lock: the first one's may have been deleted.
+        // This start asks also when it has the lock: somebody may have deleted the first instance's lock file.
         const Answer answer = ask(*m_folder);
         if (answer == Answer::NotListening && isLocked)
             return Role::First;
@@ -189,7 +190,8 @@ SingleInstance::Role SingleInstance::findRole(std::chrono::milliseconds timeout)
     }
 }
 
-/// Returns whether no other process holds the lock. It is this one's from then on, if it can be had at all.
+/// Takes the lock. Returns false when another process holds it. Returns true otherwise, also when the file cannot be
+/// made.
 bool SingleInstance::lock()
 {
     if (holdsLock())
@@ -201,7 +203,7 @@ bool SingleInstance::lock()
     return true;
 }
 
-/// Whether the file that this process has locked is still the one that others find.
+/// Returns whether this process holds the lock, and the locked file is still the one with the lock's name.
 bool SingleInstance::holdsLock() const
 {
     struct stat locked
@@ -219,7 +221,7 @@ void SingleInstance::listen()
     m_socket = makeSocket();
     if (!address || m_socket.get() < 0)
         return;
-    unlink(static_cast<const char*>(address->sun_path)); // which a killed program left
+    unlink(static_cast<const char*>(address->sun_path)); // a killed program may have left it
     if (bind(m_socket.get(), generic(*address), sizeof *address) != 0 || ::listen(m_socket.get(), SOMAXCONN) != 0)
         return;
     m_notifier = std::make_unique<QSocketNotifier>(m_socket.get(), QSocketNotifier::Read, this);
@@ -228,7 +230,7 @@ void SingleInstance::listen()
     for (const std::filesystem::path& file : {lockIn(*m_folder), socketIn(*m_folder)})
         m_files->addPath(QString::fromStdString(file.string()));
     connect(m_files.get(), &QFileSystemWatcher::fileChanged, this, &SingleInstance::restoreFiles,
-            Qt::QueuedConnection); // which replaces the watcher
+            Qt::QueuedConnection); // the slot deletes the watcher
 }
 
 void SingleInstance::stopListening()
@@ -245,7 +247,7 @@ void SingleInstance::restoreFiles()
 {
     if (holdsLock() && access(socketIn(*m_folder).c_str(), F_OK) == 0)
         return;
-    mkdir(m_folder->c_str(), S_IRWXU); // it may be there
+    mkdir(m_folder->c_str(), S_IRWXU); // it may exist already
     lock();
     listen();
 }
@@ -260,13 +262,13 @@ void SingleInstance::acceptConnections()
         auto* notifier = new QSocketNotifier(connection->get(), QSocketNotifier::Read, m_notifier.get());
         connect(notifier, &QSocketNotifier::activated, this, [this, notifier, connection] {
             notifier->setEnabled(false);
-            notifier->deleteLater(); // and with it the connection
+            notifier->deleteLater(); // this closes the connection
             answer(*connection);
         });
     }
     if (errno != EMFILE && errno != ENFILE)
         return;
-    // No descriptor is left, and the socket stays readable: without a pause the event loop would spin.
+    // No descriptor is free, and the socket stays readable: without a pause the event loop would run in a circle.
     m_notifier->setEnabled(false);
     QTimer::singleShot(1s, m_notifier.get(), [notifier = m_notifier.get()] { notifier->setEnabled(true); });
 }
@@ -277,7 +279,7 @@ void SingleInstance::answer(const FileDescriptor& connection)
     request.resize(qMax<qsizetype>(0, read(connection.get(), request.data(), maxRequestBytes)));
     QByteArrayList lines = request.split('\n');
     if (lines.size() != 3)
-        return; // not one of ours
+        return; // it is no request of this program
     const QByteArray token = lines.takeLast();
     const bool isOnOurs = shareDisplay(m_displays, lines);
     if (sendAll(connection, QByteArray(1, isOnOurs ? activated : onOtherDisplay)) && isOnOurs)

@@ -13,10 +13,10 @@
 class QFileSystemWatcher;
 class QSocketNotifier;
 
-/// Makes the program run once for each user. The first start holds a lock for as long as it runs, and listens on a
-/// socket beside it that only the user can reach. A later start sends its display and its activation token there; one
-/// byte answers it. When the connection is closed without an answer, the first one is quitting: the later start waits
-/// for its end and becomes the first. The system releases the lock with the process, however that ends.
+/// Makes the program run once for each user. The first instance holds a lock while it runs, and listens on a socket
+/// beside it that only the user can reach. A later start sends its displays and its activation token to the socket and
+/// gets an answer of one byte. When the connection is closed without an answer, the first instance is quitting: the
+/// later start waits for its end and becomes the first. The system releases the lock when the process ends in any way.
 class SingleInstance final : public QObject
 {
     Q_OBJECT
@@ -24,35 +24,37 @@ class SingleInstance final : public QObject
 public:
     enum class Role {
         First,
-        Later,        ///< the first one has been asked to come forward
-        OtherDisplay, ///< the first one shows its windows on another display
+        Later,        ///< the first instance was asked to come to the front
+        OtherDisplay, ///< the first instance shows its windows on another display
         Unreachable,  ///< another process holds the lock and does not listen
     };
 
-    /// Finds out the role; nothing else is shared by the constructor and the event loop, which need not exist yet.
+    /// Finds out the role. Needs no event loop and no application object.
     ///
-    /// `folder` is where the lock and the socket are; without one this is the first. The call waits up to `timeout` for
-    /// a first one that does not listen yet, and as long as it takes for one that is busy or quitting.
+    /// The lock and the socket are in `folder`. Without a folder the role is `First`. Waits up to `timeout` for a first
+    /// instance that does not listen yet. Waits without a limit for one that is busy or quitting.
     explicit SingleInstance(std::optional<std::filesystem::path> folder = defaultFolder(),
                             std::chrono::milliseconds timeout = std::chrono::seconds(10));
     SingleInstance(const SingleInstance&) = delete;
     SingleInstance& operator=(const SingleInstance&) = delete;
     ~SingleInstance() override;
 
-    /// XDG_RUNTIME_DIR where only this user can reach it, otherwise a folder of our own among the temporary files.
-    /// Nothing when there is neither.
+    /// Returns XDG_RUNTIME_DIR when only this user can reach it, or else a folder of this user among the temporary
+    /// files. Returns nothing when there is neither.
     static std::optional<std::filesystem::path> defaultFolder();
 
     Role role() const { return m_role; }
 
-    /// Listens to later starts, and makes the lock and the socket anew when somebody deletes them. For the first one,
-    /// once there is an application object. Where no socket can be made, later starts are `Unreachable`.
+    /// Listens for later starts, and makes the lock and the socket again when somebody deletes them. Only the first
+    /// instance calls this, and there must be an application object. When no socket can be made, later starts are
+    /// `Unreachable`.
     void listen();
-    /// Answers no start any more: those that come now wait until this process has ended.
+    /// Stops answering. Later starts then wait until this process has ended.
     void stopListening();
 
 signals:
-    /// A later start asks the program to come forward. `token` is what its desktop gave it for that; it may be empty.
+    /// A later start asks this program to come to the front. `token` is the later start's activation token. It may be
+    /// empty.
     void activationRequested(const QByteArray& token);
 
 private:

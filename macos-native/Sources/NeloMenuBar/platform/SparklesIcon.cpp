@@ -17,10 +17,10 @@ struct Star
 
 constexpr std::array<Star, 3> stars{{{{0.40, 0.57}, 0.33}, {{0.77, 0.24}, 0.16}, {{0.79, 0.80}, 0.13}}};
 
-/// A four-point star: its edges are curves that bend in towards the centre.
+/// Adds a star with four points. Its edges are curves that bend towards the centre.
 void addStar(QPainterPath& path, const Star& star)
 {
-    const double waist = star.ray * 0.22; // how far from the centre the curves come
+    const double waist = star.ray * 0.22; // the distance of the curves from the centre
     const std::array<QPointF, 4> tips{QPointF(0, -star.ray), QPointF(star.ray, 0), QPointF(0, star.ray),
                                       QPointF(-star.ray, 0)};
     const std::array<QPointF, 4> bends{QPointF(waist, -waist), QPointF(waist, waist), QPointF(-waist, waist),
@@ -43,8 +43,7 @@ class SparklesIconEngine final : public QIconEngine
 public:
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode /*mode*/, QIcon::State /*state*/) override
     {
-        // A panel may be light or dark and does not say: a dark shape within a light edge stands out on both, and the
-        // edge is not seen on a light one.
+        // A program cannot know whether the panel is light or dark. A dark shape with a light edge is visible on both.
         const double side = qMin(rect.width(), rect.height());
         painter->save();
         painter->setRenderHint(QPainter::Antialiasing);
@@ -68,7 +67,7 @@ public:
     QList<QSize> availableSizes(QIcon::Mode /*mode*/, QIcon::State /*state*/) override
     {
         QList<QSize> sizes;
-        for (const int side : {16, 18, 22, 24, 32, 36, 44, 48, 64}) // what panels ask for, at 1x and 2x
+        for (const int side : {16, 18, 22, 24, 32, 36, 44, 48, 64}) // the sizes that panels ask for, at scale 1 and 2
             sizes.append({side, side});
         return sizes;
     }

@@ -2,5 +2,5 @@
 
 #include <QIcon>
 
-/// Three four-point stars, drawn as paths at whatever size is asked for.
+/// Returns an icon of three stars with four points. They are drawn as paths, and so are sharp at any size.
 QIcon sparklesIcon();

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// The text that the protocol has for `id`, in quotation marks.
+/// Returns the protocol's message that the start `id` is complete.
 QByteArray message(QByteArray id)
 {
     return "remove: ID=\"" + id.replace('\\', "\\\\").replace('"', "\\\"") + '"';
@@ -26,7 +26,7 @@ void completeStartup(const QByteArray& id)
     xcb_client_message_event_t event{};
     event.response_type = XCB_CLIENT_MESSAGE;
     event.format = 8;
-    event.window = xcb_generate_id(connection); // which tells the pieces of several messages apart
+    event.window = xcb_generate_id(connection); // a window of its own keeps the pieces of several messages apart
     xcb_create_window(connection, XCB_COPY_FROM_PARENT, event.window, root, -1, -1, 1, 1, 0, XCB_COPY_FROM_PARENT,
                       XCB_COPY_FROM_PARENT, 0, nullptr);
     event.type = atomCalled(connection, "_NET_STARTUP_INFO_BEGIN");

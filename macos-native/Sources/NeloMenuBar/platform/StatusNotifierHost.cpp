@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Who knows the hosts; the name of its interface too.
+/// Returns the name of the service that knows the hosts. Its interface has the same name.
 QString watcherService()
 {
     return QStringLiteral("org.kde.StatusNotifierWatcher");
@@ -31,10 +31,12 @@ StatusNotifierHost::StatusNotifierHost(QObject* parent) : QObject(parent), m_bus
         new QDBusServiceWatcher(watcherService(), m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(owners, &QDBusServiceWatcher::serviceRegistered, this, &StatusNotifierHost::ask);
     connect(owners, &QDBusServiceWatcher::serviceUnregistered, this, [this] { setRegistered(false); });
-    // Whoever sends it: the answer comes from the watcher. To name the sender here would wait for the bus to find it.
+    // The sender is not named, because naming it would wait for an answer of the bus. A false signal does no harm:
+    // `ask` asks the watcher itself.
     for (const auto& signal :
          {QStringLiteral("StatusNotifierHostRegistered"), QStringLiteral("StatusNotifierHostUnregistered")})
-        m_bus.connect({}, watcherPath(), watcherService(), signal, this, SLOT(ask())); // Qt has no other way here
+        m_bus.connect({}, watcherPath(), watcherService(), signal, this,
+                      SLOT(ask())); // QDBusConnection takes only names of slots
     ask();
 }
 

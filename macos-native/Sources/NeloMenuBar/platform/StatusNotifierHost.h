@@ -5,8 +5,8 @@
 
 #include <optional>
 
-/// Knows whether something draws the items that programs describe to it over D-Bus. It asks without waiting: a desktop
-/// that is busy or stuck answers late or never, and delays nobody. See "StatusNotifierItem" at freedesktop.org.
+/// Knows whether the desktop draws status items that programs describe over D-Bus. It asks without waiting, so that a
+/// desktop that answers late or never does not delay the program. See "StatusNotifierItem" at freedesktop.org.
 class StatusNotifierHost final : public QObject
 {
     Q_OBJECT
@@ -14,7 +14,7 @@ class StatusNotifierHost final : public QObject
 public:
     explicit StatusNotifierHost(QObject* parent = nullptr);
 
-    /// Nothing while that is being asked.
+    /// Returns whether there is such a host, or nothing until the first answer has come.
     std::optional<bool> isRegistered() const { return m_isRegistered; }
 
 signals:

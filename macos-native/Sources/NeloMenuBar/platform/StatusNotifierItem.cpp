@@ -27,7 +27,7 @@ QDBusArgument& operator<<(QDBusArgument& argument, const IconPixmap& pixmap)
     return argument;
 }
 
-/// Nobody sends them to us; QtDBus wants both directions of a type.
+/// No one sends this type to us, but QtDBus needs both directions.
 const QDBusArgument& operator>>(const QDBusArgument& argument, IconPixmap& pixmap)
 {
     argument.beginStructure();
@@ -39,7 +39,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, IconPixmap& pixma
 QList<IconPixmap> pixmapsOf(const QIcon& icon)
 {
     QList<IconPixmap> pixmaps;
-    for (const int side : {16, 18, 22, 24, 32, 36, 44, 48, 64}) { // what panels ask for, at 1x and 2x
+    for (const int side : {16, 18, 22, 24, 32, 36, 44, 48, 64}) { // the sizes that panels ask for, at scale 1 and 2
         QImage image = icon.pixmap(QSize(side, side), 1.0).toImage().convertToFormat(QImage::Format_ARGB32);
         if (image.width() != side)
             image = image.scaled(side, side, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
@@ -109,7 +109,7 @@ void StatusNotifierItem::registerWithWatcher()
     bus.asyncCall(call);
 }
 
-/// `Activate` is not among the methods: a panel that takes no notice of `ItemIsMenu` opens the menu when it gets an
+/// Answers a call of a panel. There is no method `Activate`: a panel that ignores `ItemIsMenu` opens the menu after an
 /// error.
 bool StatusNotifierItem::handleMessage(const QDBusMessage& message, const QDBusConnection& connection)
 {
@@ -132,5 +132,5 @@ bool StatusNotifierItem::handleMessage(const QDBusMessage& message, const QDBusC
 
 QString StatusNotifierItem::introspect(const QString& /*path*/) const
 {
-    return {}; // the interface is a standard
+    return {}; // panels know the standard interface
 }

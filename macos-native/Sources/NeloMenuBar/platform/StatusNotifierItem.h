@@ -5,8 +5,8 @@
 #include <QDBusVirtualObject>
 #include <QIcon>
 
-/// The status item as a desktop's panel draws it, described on the session bus. See "StatusNotifierItem" at
-/// freedesktop.org. It has a menu and no action of its own: a click of any button opens the menu.
+/// The status item, described on the session bus for a desktop's panel, which draws it. See "StatusNotifierItem" at
+/// freedesktop.org. It has a menu and no action of its own: a click with any button opens the menu.
 class StatusNotifierItem final : public QDBusVirtualObject
 {
     Q_OBJECT
@@ -19,14 +19,14 @@ public:
     StatusNotifierItem& operator=(const StatusNotifierItem&) = delete;
     ~StatusNotifierItem() override;
 
-    /// Asks the watcher to have the item drawn. To be called again whenever another one has come.
+    /// Registers the item with the watcher, so that panels draw it. Call it again when another watcher has appeared.
     void registerWithWatcher();
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
     QString introspect(const QString& path) const override;
 
 signals:
-    /// The user is about to choose something: the token that lets a window come forward.
+    /// The user is about to choose an entry. `token` lets a window come to the front.
     void activationTokenProvided(const QByteArray& token);
 
 private:

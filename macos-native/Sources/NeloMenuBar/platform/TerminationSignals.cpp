@@ -9,13 +9,14 @@
 
 namespace {
 
-std::atomic<int> signalledDescriptor = -1; // a handler knows nothing but globals
+std::atomic<int> signalledDescriptor = -1; // a signal handler can only use global state
 
 void wakeUp(int /*signal*/)
 {
     const int errnoBefore = errno;
     const char byte = 0;
-    [[maybe_unused]] const ssize_t written = write(signalledDescriptor, &byte, 1); // a full pipe wakes just as well
+    [[maybe_unused]] const ssize_t written =
+        write(signalledDescriptor, &byte, 1); // a full pipe wakes the event loop, too
     errno = errnoBefore;
 }
 
@@ -25,7 +26,7 @@ TerminationSignals::TerminationSignals(QObject* parent) : QObject(parent)
 {
     std::array<int, 2> ends{-1, -1};
     if (pipe(ends.data()) != 0)
-        return; // the signals keep their default: the program still ends
+        return; // the signals keep their default action, which ends the program
     m_readEnd = FileDescriptor(ends[0]);
     m_writeEnd = FileDescriptor(ends[1]);
     for (const int end : ends) {
@@ -36,17 +37,17 @@ TerminationSignals::TerminationSignals(QObject* parent) : QObject(parent)
 
     auto* notifier = new QSocketNotifier(m_readEnd.get(), QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, [this, notifier] {
-        notifier->setEnabled(false); // once is enough
+        notifier->setEnabled(false); // the signal is emitted once
         emit received();
     });
     struct sigaction action
     {};
     action.sa_handler = wakeUp;
-    action.sa_flags =
-        static_cast<int>(SA_RESETHAND | SA_RESTART); // the second one ends us at once, should the event loop be stuck
+    action.sa_flags = static_cast<int>(
+        SA_RESETHAND | SA_RESTART); // a second signal ends the program, also when the event loop does not run
     for (std::size_t i = 0; i < terminationSignals.size(); ++i) {
         sigaction(terminationSignals.at(i), nullptr, &m_actionsBefore.at(i));
-        if (m_actionsBefore.at(i).sa_handler != SIG_IGN) // as nohup has it
+        if (m_actionsBefore.at(i).sa_handler != SIG_IGN) // nohup ignores SIGHUP
             sigaction(terminationSignals.at(i), &action, nullptr);
     }
 }

@@ -8,8 +8,8 @@
 #include <csignal>
 
 /// Turns the signals that ask a program to end (SIGTERM, SIGINT, SIGHUP) into a Qt signal, so that it can end as if the
-/// user had quit; a second one ends it at once. A signal that the program was started to ignore stays ignored. One at a
-/// time. See "Calling Qt Functions From Unix Signal Handlers" in Qt's documentation.
+/// user had quit. A second signal ends it at once. A signal that was ignored at the start stays ignored. There may be
+/// one object at a time. See "Calling Qt Functions From Unix Signal Handlers" in Qt's documentation.
 class TerminationSignals final : public QObject
 {
     Q_OBJECT

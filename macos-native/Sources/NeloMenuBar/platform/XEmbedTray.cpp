@@ -22,7 +22,8 @@ xcb_connection_t* serverConnection()
     return x11 ? x11->connection() : nullptr;
 }
 
-/// A tray belongs to one screen; a program to the one that its display's name ends in.
+/// Returns the name of the tray's selection. A tray belongs to one screen, and the program to the screen at the end of
+/// its display's name.
 QByteArray selectionName()
 {
     char* host = nullptr;
@@ -33,10 +34,10 @@ QByteArray selectionName()
     return "_NET_SYSTEM_TRAY_S" + QByteArray::number(screen);
 }
 
-/// Whether the end of `window` will be told; not when it has already come.
+/// Asks for an event when `window` is destroyed. Returns false when it is destroyed already.
 bool watchForEnd(xcb_connection_t* connection, xcb_window_t window)
 {
-    const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY; // what Qt asks for too, on the same connection
+    const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY; // Qt asks for the same on this connection
     const auto asked = xcb_change_window_attributes_checked(connection, window, XCB_CW_EVENT_MASK, &events);
     const XcbReply<xcb_generic_error_t> failure(xcb_request_check(connection, asked));
     return !failure;
@@ -66,7 +67,7 @@ bool XEmbedTray::nativeEventFilter(const QByteArray& /*eventType*/, void* messag
     const auto* event = static_cast<const xcb_generic_event_t*>(message);
     constexpr int sentByAProgram = 0x80;
     switch (event->response_type & ~sentByAProgram) {
-    case XCB_CLIENT_MESSAGE: { // Qt has asked for those to the root window
+    case XCB_CLIENT_MESSAGE: { // Qt has asked for the messages to the root window
         const auto* said = reinterpret_cast<const xcb_client_message_event_t*>(event);
         if (said->type == m_announcement && said->data.data32[1] == m_selection)
             find();
@@ -79,7 +80,7 @@ bool XEmbedTray::nativeEventFilter(const QByteArray& /*eventType*/, void* messag
     case XCB_BUTTON_PRESS:
         reportPress(reinterpret_cast<const xcb_button_press_event_t*>(event)->event);
         break;
-    case XCB_GE_GENERIC: { // as the X Input Extension tells of buttons
+    case XCB_GE_GENERIC: { // an event of the X Input Extension
         const auto* press = reinterpret_cast<const xXIDeviceEvent*>(event);
         if (press->evtype == XI_ButtonPress)
             reportPress(press->event);
@@ -88,7 +89,7 @@ bool XEmbedTray::nativeEventFilter(const QByteArray& /*eventType*/, void* messag
     default:
         break;
     }
-    return false; // for Qt to handle
+    return false; // Qt handles the event, too
 }
 
 void XEmbedTray::reportPress(xcb_window_t window)

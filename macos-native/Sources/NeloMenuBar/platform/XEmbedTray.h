@@ -5,8 +5,8 @@
 
 #include <xcb/xproto.h>
 
-/// Knows whether there is a tray that embeds the windows of programs, as X11 desktops have it; on others there is none.
-/// See "System Tray Protocol" at freedesktop.org.
+/// Knows whether there is a tray that embeds windows of programs. Only X11 desktops have such trays. See "System Tray
+/// Protocol" at freedesktop.org.
 class XEmbedTray final : public QObject, private QAbstractNativeEventFilter
 {
     Q_OBJECT
@@ -18,7 +18,8 @@ public:
 
 signals:
     void changed();
-    /// A mouse button was pressed on an icon of ours in the tray, also while an alert keeps Qt from telling it.
+    /// A mouse button was pressed on our icon in the tray. This is emitted also while an alert is open, when Qt tells
+    /// nothing.
     void iconPressed();
 
 private:
@@ -26,8 +27,8 @@ private:
     void find();
     void reportPress(xcb_window_t window);
 
-    xcb_connection_t* m_connection = nullptr; // Qt's; none where there is no X server
+    xcb_connection_t* m_connection = nullptr; // owned by Qt; null without an X server
     xcb_atom_t m_announcement = XCB_ATOM_NONE;
-    xcb_atom_t m_selection = XCB_ATOM_NONE; // which a tray owns for as long as it is there
+    xcb_atom_t m_selection = XCB_ATOM_NONE; // the tray owns it while it runs
     xcb_window_t m_window = XCB_WINDOW_NONE;
 };

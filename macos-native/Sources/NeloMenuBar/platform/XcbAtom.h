@@ -10,12 +10,12 @@
 
 struct FreeXcbReply
 {
-    void operator()(void* memory) const { std::free(memory); } // as xcb has its replies released
+    void operator()(void* memory) const { std::free(memory); } // xcb allocates its replies with malloc()
 };
 
 template <typename Reply> using XcbReply = std::unique_ptr<Reply, FreeXcbReply>;
 
-/// Returns the atom called `name`, made if there is none yet; none when the server has gone.
+/// Returns the atom with the name `name`. Makes it if there is none. Returns XCB_ATOM_NONE when the server has gone.
 inline xcb_atom_t atomCalled(xcb_connection_t* connection, const QByteArray& name)
 {
     const auto asked = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.constData());

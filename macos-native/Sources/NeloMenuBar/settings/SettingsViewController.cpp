@@ -50,7 +50,7 @@ void showText(QLineEdit* field, const QString& text)
     field->setCursorPosition(0);
 }
 
-/// Selects the item titled `title`, which is appended unless the pop-up has it.
+/// Selects the item with the title `title`. Appends it first when the pop-up does not have it.
 void selectOrAppend(PopUpButton* popup, const QString& title)
 {
     if (popup->findText(title) < 0)
@@ -197,7 +197,8 @@ SaveReport SettingsViewController::save()
 {
     takeTypedKey();
     const BackendReply reply(NeloBackend::call("save_nelo_settings", {toJson(shownSettings())}));
-    return saveReport(reply, ApiKeyStore().setKeys(m_providerKeyCache)); // also when the backend has failed
+    return saveReport(
+        reply, ApiKeyStore().setKeys(m_providerKeyCache)); // the keys are stored also when the backend call has failed
 }
 
 void SettingsViewController::showSettings(const SettingsDocument& settings)

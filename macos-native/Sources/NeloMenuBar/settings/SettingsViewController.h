@@ -12,10 +12,10 @@ class QLineEdit;
 struct SaveReport;
 struct SettingsDocument;
 
-/// The form that edits the settings document, which the backend module keeps, and the API keys of the cloud providers,
-/// which the user defaults keep. It reads both once when it is built and again when told to.
+/// The form that edits the settings document, which the backend module stores, and the API keys of the cloud providers,
+/// which the user defaults store. It loads both when it is built and when the user presses "Reload".
 ///
-/// A key that was typed stays in this object until it is saved. The backend calls block.
+/// A key that was typed stays in this object until it is saved. Backend calls block.
 class SettingsViewController final : public ViewController
 {
     Q_OBJECT
@@ -23,13 +23,13 @@ class SettingsViewController final : public ViewController
 public:
     explicit SettingsViewController(QWidget* parent = nullptr);
 
-    /// Shows what is saved; whatever was edited since is gone. A failure changes nothing but the status.
+    /// Shows the saved settings, and discards edits. A failure changes only the status.
     void loadSettings();
-    /// Saves the document, and whether that works or not, the keys.
+    /// Saves the document and the keys. The keys are saved also when saving the document fails.
     void saveSettings();
-    /// Saves, then has the backend fetch the catalogue of cloud skills from the address that was saved.
+    /// Saves. Then the backend fetches the catalogue of cloud skills from the saved address.
     void refreshCloudCatalog();
-    /// Keeps the typed key for the provider that was selected before, and shows that of the one selected now.
+    /// Keeps the typed key for the provider that was selected before, and shows the key of the selected provider.
     void cloudProviderChanged();
 
 protected:
@@ -58,6 +58,7 @@ private:
     QLineEdit* m_tovaniPathField = nullptr;
     Label* m_statusLabel = nullptr;
 
-    QMap<QString, QString> m_providerKeyCache; // the API keys as last typed or loaded, empty ones included
-    QString m_currentCloudProvider;            // whose key the key field shows
+    QMap<QString, QString>
+        m_providerKeyCache;         // the API keys as they were typed or loaded last, by provider; also empty ones
+    QString m_currentCloudProvider; // the key field shows the key of this provider
 };

@@ -25,7 +25,7 @@ QTabWidget* makeTabs(QWidget* parent)
     tabs->setObjectName(QStringLiteral("tabView"));
     tabs->setDocumentMode(true);
     const auto add = [tabs](const QString& label, ViewController* controller) {
-        controller->loadViewIfNeeded(); // while it is in no window: what is in one may wait until that is in front
+        controller->loadViewIfNeeded(); // before it is in a window: in a window that is not active it would not refresh
         tabs->addTab(controller, label);
     };
     add(QStringLiteral("Agents"), new AgentsViewController);
@@ -58,5 +58,5 @@ void ConsoleTabController::loadView()
     column->addLayout(bannerRow);
     QTabWidget* tabs = makeTabs(this);
     column->addWidget(tabs, 1);
-    tabs->setFocus(); // the banner's link comes first in the reading order, but nobody opens the console for it
+    tabs->setFocus(); // otherwise the banner's link, which is first in the tab order, would have the focus
 }

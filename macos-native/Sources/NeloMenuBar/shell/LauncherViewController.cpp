@@ -22,5 +22,5 @@ void LauncherViewController::loadView()
         connect(button, &QPushButton::clicked, entry, &QAction::trigger);
         column->addWidget(button);
     }
-    setFocus(); // what is typed for another program, while the window appears, must press no button
+    setFocus(); // no button has the focus: keys typed for another program while the window appears must press none
 }

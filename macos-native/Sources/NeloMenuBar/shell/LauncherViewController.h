@@ -6,18 +6,18 @@
 
 class QAction;
 
-/// The status menu's entries as buttons, for desktops that have no status area to open the menu from.
+/// The status menu's entries as buttons, for desktops without a status area.
 class LauncherViewController final : public ViewController
 {
     Q_OBJECT
 
 public:
-    /// `entries` outlive this; separators among them are left out.
+    /// `entries` must outlive this object. Separators get no button.
     explicit LauncherViewController(QList<QAction*> entries, QWidget* parent = nullptr);
 
 protected:
     void loadView() override;
 
 private:
-    QList<QAction*> m_entries; // not ours
+    QList<QAction*> m_entries; // not owned
 };

@@ -8,18 +8,19 @@
 
 namespace {
 
-/// Reads an image with 32 bits for each pixel; a null image when there is none. What is larger than Qt's limit for an
-/// image is made smaller while it is read, where its format allows that.
+/// Reads an image with 32 bits for each pixel. Returns a null image when there is none. An image that is larger than
+/// Qt's limit is scaled down while it is read, if its format allows that.
 QImage read(const QString& file)
 {
     constexpr int largeSide = 2048;
     constexpr QSize reducedSize(256, 256);
     QImageReader reader(file);
-    reader.setDecideFormatFromContent(true); // what it holds decides, not what it is called
+    reader.setDecideFormatFromContent(true); // the file's name says nothing about its format
     const QSize size = reader.size();
     if (size.width() > largeSide || size.height() > largeSide)
         reader.setScaledSize(reducedSize);
-    return reader.read().convertToFormat(QImage::Format_ARGB32_Premultiplied); // a palette would be scaled to noise
+    return reader.read().convertToFormat(
+        QImage::Format_ARGB32_Premultiplied); // an image with a palette would be scaled badly
 }
 
 } // namespace
@@ -28,7 +29,7 @@ QIcon menuBarImage()
 {
     constexpr int side = 18;
     const QString file = QDir::home().filePath(QStringLiteral("Desktop/nelo.png"));
-    if (!QFileInfo(file).isFile()) // a pipe there would keep us waiting
+    if (!QFileInfo(file).isFile()) // reading a pipe would block
         return {};
     const QImage image = read(file);
     if (image.isNull())

@@ -2,6 +2,6 @@
 
 #include <QIcon>
 
-/// The user's own image for the status bar, "Desktop/nelo.png" in the home folder, 18 by 18 points and in its own
-/// colours; a null icon when there is no image in that file.
+/// Returns the user's own image for the status bar: the file "Desktop/nelo.png" in the home folder, 18 by 18 points, in
+/// its own colours. Returns a null icon when the file holds no image.
 QIcon menuBarImage();

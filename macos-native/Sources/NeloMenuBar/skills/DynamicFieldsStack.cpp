@@ -34,7 +34,7 @@ void DynamicFieldsStack::clear()
 void DynamicFieldsStack::rebuildDynamicFields(const std::vector<DynamicVariable>& variables)
 {
     clear();
-    m_content = new QWidget; // joins the window once it is complete: nothing is laid out twice
+    m_content = new QWidget; // without a parent until it is complete, so that it is laid out once
     auto* column = new QVBoxLayout(m_content);
     column->setContentsMargins({});
     column->setSpacing(8);
@@ -53,7 +53,7 @@ void DynamicFieldsStack::rebuildDynamicFields(const std::vector<DynamicVariable>
         m_dynamicEnvFields.push_back({variable.name, field});
     }
     layout()->addWidget(m_content);
-    m_content->show(); // the layout would, but an event later
+    m_content->show(); // the layout would show it only after another event
 
     QWidget* previous = m_previousInTabOrder;
     for (const DynamicEnvField& variable : m_dynamicEnvFields) {

@@ -8,24 +8,25 @@
 
 class QLineEdit;
 
-/// A field for each environment variable of the selected skill.
+/// The fields for the environment variables of the selected skill.
 class DynamicFieldsStack final : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// The keyboard comes to the fields from `previousInTabOrder`.
+    /// The fields follow `previousInTabOrder` in the tab order.
     explicit DynamicFieldsStack(QWidget* previousInTabOrder, QWidget* parent = nullptr);
 
     bool hasFields() const { return !m_dynamicEnvFields.empty(); }
-    /// What is typed, as an environment: trimmed texts by name, without those that are empty then.
+    /// Returns the environment that is typed: a JSON object with the texts by the variables' names. Texts are without
+    /// the blanks around them. Variables with an empty text are left out.
     Json env() const;
 
-    /// Has no field and says nothing: there is no skill.
+    /// Removes all fields and notes, because no skill is selected.
     void clear();
-    /// Has an empty field for each of `variables` in their order; says so if there is none.
+    /// Shows an empty field for each of `variables` in their order, or a note when there is no variable.
     void rebuildDynamicFields(const std::vector<DynamicVariable>& variables);
-    /// Sets every field to what `textFor` says of its variable.
+    /// Sets the text of every field to the one that `textFor` returns for its variable.
     void showTexts(const std::function<QString(const QString& name)>& textFor);
 
 private:
@@ -36,7 +37,7 @@ private:
         QLineEdit* field; // child of the content
     };
 
-    QWidget* m_previousInTabOrder; // not ours
+    QWidget* m_previousInTabOrder; // not owned
     QWidget* m_content = nullptr;  // child of this
     std::vector<DynamicEnvField> m_dynamicEnvFields;
 };

@@ -9,8 +9,8 @@
 class Label;
 class PopUpButton;
 
-/// The news sources that the one skill watches: lists them, and adds one. They are the same for every agent and
-/// ecosystem.
+/// The news sources that the skill "social-media-alert" watches: lists them, and adds one. They are the same for all
+/// agents and ecosystems.
 class NewsSourceSection final : public QWidget
 {
     Q_OBJECT
@@ -18,16 +18,16 @@ class NewsSourceSection final : public QWidget
 public:
     explicit NewsSourceSection(QWidget* parent = nullptr);
 
-    /// Whether the skill that it was last shown for is the one.
+    /// Returns whether the section is shown for that skill.
     bool isSocialMediaAlert() const { return m_isSocialMediaAlert; }
 
-    /// Shows the section if `skill` is the one that watches news sources, and hides it otherwise.
+    /// Shows the section if `skill` is that skill, and hides it otherwise.
     void showFor(const std::optional<Json>& skill);
-    /// Hides the section and forgets how many sources there are.
+    /// Hides the section and clears the number of sources.
     void reset();
-    /// Asks the backend for the sources; a failure shows as none.
+    /// Loads the sources from the backend. After a failure the list is empty.
     void reloadSources();
-    /// Asks the user for a source and has the backend add it.
+    /// Asks the user for a source, and adds it through the backend.
     void addSource();
 
 signals:

@@ -12,8 +12,8 @@ class PopUpButton;
 class QLineEdit;
 class VerbatimTextEdit;
 
-/// Edits how the selected skill is configured in the current ecosystem: whether it is enabled, its credential, and its
-/// environment variables, as fields or as JSON text. The backend calls block; what fails is told in an alert.
+/// Edits the configuration of the selected skill in the current ecosystem: whether it is enabled, its credential, and
+/// its environment variables, as fields or as JSON text. Backend calls block. A failure is told in an alert.
 class SkillEntryEditor final : public QWidget
 {
     Q_OBJECT
@@ -21,14 +21,14 @@ class SkillEntryEditor final : public QWidget
 public:
     explicit SkillEntryEditor(QWidget* parent = nullptr);
 
-    /// From now on entries of `ecosystem` are loaded and saved.
+    /// Sets the ecosystem whose entries are loaded and saved.
     void setEcosystem(const QString& ecosystem) { m_ecosystem = ecosystem; }
-    /// Has the controls that `skill` needs; what its entry holds is shown once it is loaded.
+    /// Shows the controls that `skill` needs. `loadEntry()` shows the skill's entry in them.
     void setSelectedSkill(const std::optional<Json>& skill);
-    /// Has no skill, and shows an entry that says nothing.
+    /// Selects no skill, and shows an empty entry.
     void reset();
-    /// Has the environment edited as fields where `mode` is "dynamic", and as JSON text in any other. To be called
-    /// before the editor is shown, too.
+    /// Shows the environment as fields when `mode` is "dynamic", and as JSON text in any other mode. Call it also
+    /// before the editor is first shown.
     void updateConfigModeUI(const QString& mode);
 
     /// Shows the entry of the selected skill.
@@ -38,7 +38,7 @@ public:
 
 signals:
     void statusChanged(const QString& status);
-    /// An entry is shown, and the status is about to say so.
+    /// An entry was loaded. `statusChanged` follows.
     void entryLoaded();
 
 protected:

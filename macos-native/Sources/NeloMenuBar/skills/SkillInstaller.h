@@ -8,14 +8,14 @@
 
 class QWidget;
 
-/// Installs skill packages into agents of the "openclaw" ecosystem, asking the user what into which, and tells in
-/// alerts how it went. The backend calls block.
+/// Installs skill packages into agents of the ecosystem "openclaw". Asks the user for the package and the agent, and
+/// tells the result in alerts. Backend calls block.
 class SkillInstaller final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Its dialogs belong to `view`, which owns it.
+    /// `view` owns this object and is the parent of its dialogs.
     explicit SkillInstaller(QWidget* view);
 
     /// Installs a package from this machine into `agent`, a row of "list_local_agents".

@@ -33,11 +33,11 @@ PopUpButton* makePopup(const QString& objectName, const QStringList& titles, QWi
     auto* popup = new PopUpButton(parent);
     popup->setObjectName(objectName);
     popup->addItems(titles);
-    popup->setMinimumWidth(scaledToFont(90)); // a long title gives way to the buttons
+    popup->setMinimumWidth(scaledToFont(90)); // a long title is elided, so that the buttons have room
     return popup;
 }
 
-/// `popup` beside its caption, which is always whole.
+/// Returns a row with `popup` and its caption. The caption is never elided.
 QHBoxLayout* captioned(const QString& caption, PopUpButton* popup)
 {
     auto* label = new Label(caption, popup->parentWidget());
@@ -105,7 +105,7 @@ QLayout* SkillsViewController::makeControlRow()
 
 QLayout* SkillsViewController::makeDescription()
 {
-    constexpr int lines = 4; // as many as a skill that requires variables has, and a short description
+    constexpr int lines = 4; // enough for a short description, the key, the path and the variables
     m_metaLabel = new ScrollingLabel(lines, this);
     m_metaLabel->setObjectName(QStringLiteral("metaLabel"));
     m_metaLabel->setText(noSelection);
@@ -128,7 +128,7 @@ QLayout* SkillsViewController::makeBody()
     m_sourceSection = new NewsSourceSection(form->documentView());
     m_sourceSection->setObjectName(QStringLiteral("sourceSection"));
     auto* formColumn = new QVBoxLayout(form->documentView());
-    formColumn->setContentsMargins(0, 0, 8, 0); // for the scroll bar to keep its distance
+    formColumn->setContentsMargins(0, 0, 8, 0); // a gap before the scroll bar
     formColumn->setSpacing(12);
     formColumn->addWidget(m_entryEditor);
     formColumn->addWidget(m_sourceSection);
@@ -137,7 +137,7 @@ QLayout* SkillsViewController::makeBody()
     auto* editorColumn = new QVBoxLayout;
     editorColumn->setSpacing(8);
     editorColumn->addWidget(form);
-    editorColumn->addWidget(save, 0, Qt::AlignLeft); // in reach however long the form is
+    editorColumn->addWidget(save, 0, Qt::AlignLeft); // below the form, so that it does not scroll away
 
     auto* body = new QHBoxLayout;
     body->setSpacing(16);
@@ -191,7 +191,7 @@ void SkillsViewController::refreshSkills()
     m_entryEditor->setEcosystem(ecosystem);
     const BackendReply reply(NeloBackend::call("list_skills", {ecosystem}));
     SkillsReport report = skillsReport(reply, ecosystem);
-    m_tableView->selectionModel()->clear(); // the table would keep it
+    m_tableView->selectionModel()->clear(); // otherwise the table would keep the selection
     m_tableView->setRows(std::move(report.rows));
     if (!reply.isError()) {
         showAdapterSnapshot(ecosystem);
@@ -213,7 +213,7 @@ void SkillsViewController::tableViewSelectionDidChange()
 {
     const std::optional<Json> skill = m_tableView->selectedRow();
     if (!skill)
-        return; // a click beside the rows takes nothing away
+        return; // a click beside the rows does not clear the editor
     m_metaLabel->setText(skillDescription(*skill));
     m_statusLabel->setText(QStringLiteral("Selected ") + skillName(*skill) + u'.');
     m_entryEditor->setSelectedSkill(skill);
@@ -251,6 +251,6 @@ std::optional<Json> SkillsViewController::selectedAgent() const
 {
     const int index = m_agentPopup->currentIndex();
     const bool isAgent =
-        index >= 0 && index < std::ssize(m_currentAgentRows); // and not the one that says why there is none
+        index >= 0 && index < std::ssize(m_currentAgentRows); // the only other item says why there is no agent
     return isAgent ? std::optional(m_currentAgentRows[static_cast<std::size_t>(index)]) : std::nullopt;
 }

@@ -14,8 +14,8 @@ class ScrollingLabel;
 class SkillEntryEditor;
 class SkillInstaller;
 
-/// The Skills tab: lists the skills of one agent ecosystem, and hosts what edits the selected one's entry, what keeps
-/// news sources, and what installs skills. The backend calls block.
+/// The Skills tab: lists the skills of one ecosystem. It contains the editor of the selected skill's entry, the section
+/// of news sources and the installer of skills. Backend calls block.
 class SkillsViewController final : public ViewController
 {
     Q_OBJECT
@@ -23,14 +23,14 @@ class SkillsViewController final : public ViewController
 public:
     explicit SkillsViewController(QWidget* parent = nullptr);
 
-    /// Offers the agents of the current ecosystem.
+    /// Loads the agents of the current ecosystem into the pop-up.
     void refreshAgentOptions();
-    /// Lists the skills of the current ecosystem; none is selected then. A failure leaves an empty list and the editor
-    /// as it is.
+    /// Loads the skills of the current ecosystem into the list, and selects none. After a failure the list is empty,
+    /// and the editor stays as it is.
     void refreshSkills();
-    /// Offers the agents, and lists the skills, of the ecosystem that is chosen now.
+    /// Loads the agents and the skills of the ecosystem that the user has chosen.
     void ecosystemChanged();
-    /// Has the environment edited in the mode that is chosen now.
+    /// Shows the environment in the mode that the user has chosen.
     void configModeChanged();
     /// Shows the entry of the selected skill.
     void loadEntry();

@@ -5,8 +5,8 @@
 
 namespace {
 
-/// Shows that it has the keyboard also while it is its dialog's default: some styles draw a default button as one that
-/// has the keyboard, whether it has it or not.
+/// A button that shows the keyboard focus also while it is the default button of its dialog. Some styles draw every
+/// default button as if it had the focus.
 class Button final : public QPushButton
 {
 public:
@@ -32,7 +32,7 @@ protected:
 QPushButton* makeButton(const QString& title, QWidget* parent)
 {
     auto* button = new Button(QString(title).replace(u'&', QStringLiteral("&&")), parent);
-    button->setAutoDefault(false); // Return in a field is not a click on whichever button comes first
+    button->setAutoDefault(false); // otherwise Return in a field would press the first button
     button->setAccessibleName(title);
     return button;
 }

@@ -15,7 +15,7 @@ QColor blend(const QColor& over, const QColor& under, float weight)
                             channel(over.blueF(), under.blueF()));
 }
 
-/// WCAG 2.1's definition, with the threshold that it takes from an early draft of sRGB.
+/// Returns the relative luminance as WCAG 2.1 defines it. Its threshold comes from an early draft of sRGB.
 double relativeLuminance(const QColor& color)
 {
     const auto linear = [](double channel) {
@@ -41,7 +41,7 @@ void mend(QPalette& palette, QPalette::ColorGroup group)
     const QColor highlight = palette.color(group, QPalette::Highlight);
     if (isLegible(palette.color(group, QPalette::HighlightedText), highlight))
         return;
-    const bool isDark = isLegible(Qt::white, highlight); // of black and white, one always stands out
+    const bool isDark = isLegible(Qt::white, highlight); // one of black and white always has enough contrast
     palette.setColor(group, QPalette::HighlightedText, isDark ? Qt::white : Qt::black);
 }
 

@@ -3,14 +3,14 @@
 #include <QColor>
 #include <QPalette>
 
-/// The colours that windows share; everything else comes from the palette.
+/// The colours that windows share. All other colours come from the palette.
 namespace Colors {
 
 /// Returns a grey between black (0) and white (1).
 QColor white(double whiteness);
 
 /// Returns the colour of secondary text. It is mixed from the palette's text and window colours, and has a contrast of
-/// at least 4.5:1 to the latter (WCAG 2.1, 1.4.3). The palette's placeholder colour has less.
+/// at least 4.5:1 to the window colour (WCAG 2.1, 1.4.3). The palette's placeholder colour has less.
 QColor secondaryText(const QPalette& palette);
 
 /// Returns the contrast of two opaque colours, from 1 to 21, as WCAG 2.1 defines it.
@@ -19,8 +19,8 @@ double contrast(const QColor& one, const QColor& other);
 /// Returns whether the windows of `palette` are darker than their text.
 bool isDark(const QPalette& palette);
 
-/// Returns `palette` with other colours for placeholders and selected text where they have less than 4.5:1 of contrast
-/// to their background. Many themes do not care for these two.
+/// Returns `palette` with other colours for placeholders and selected text where their contrast to the background is
+/// less than 4.5:1. Many themes have too little contrast for these two.
 QPalette legible(QPalette palette);
 
 /// Returns the palette of a light appearance with the window colour `background`. It is for views with a fixed light

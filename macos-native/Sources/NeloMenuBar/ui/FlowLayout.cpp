@@ -27,7 +27,7 @@ FlowLayout::~FlowLayout()
 {
     while (!m_items.empty()) {
         const std::unique_ptr<QLayoutItem> item = std::move(m_items.back());
-        m_items.pop_back(); // before it is destroyed: a layout that finds itself in its parent removes itself there
+        m_items.pop_back(); // before it is destroyed: the destructor of a layout removes it from its parent
     }
 }
 
@@ -111,8 +111,8 @@ std::vector<FlowLayout::Line> FlowLayout::linesWithin(int width) const
     return lines;
 }
 
-/// Gives every item of `line` the width that it asks for. Where that is too much, the items that can shrink do so, each
-/// in proportion to how far it can.
+/// Gives every item of `line` its preferred width. When the line is too narrow for this, the items shrink in proportion
+/// to how much each of them can.
 void FlowLayout::placeLine(const Line& line, const QRect& rect) const
 {
     const int asked = sumOfWidths(line, &QLayoutItem::sizeHint);

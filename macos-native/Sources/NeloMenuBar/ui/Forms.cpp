@@ -10,7 +10,7 @@
 
 QHBoxLayout* formRow(Label* label, QWidget* field, FormRowMetrics metrics)
 {
-    constexpr int minimumFieldWidth = 220; // also with larger text: a field scrolls
+    constexpr int minimumFieldWidth = 220; // also with larger text, because a field scrolls
     label->setFont(fontOfSize(label->font(), 13));
     label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     label->setFixedWidth(scaledToFont(metrics.labelWidth));

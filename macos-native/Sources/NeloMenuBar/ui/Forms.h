@@ -15,15 +15,14 @@ struct FormRowMetrics
     int spacing;
 };
 
-/// Returns a row of a form: `label`, which is right-aligned and exactly as wide as given, and `field`, which is at
-/// least 220 wide and is the label's buddy. A field that can use more room takes it; a pop-up button keeps its natural
-/// width.
+/// Returns a row of a form: `label`, which is right-aligned and has the given width, and `field`, which is at least 220
+/// wide. The field is the label's buddy. A text field grows with the row; a pop-up button keeps its natural width.
 QHBoxLayout* formRow(Label* label, QWidget* field, FormRowMetrics metrics);
 
-/// Returns the same with a new label with that text, which is a sibling of the field.
+/// Returns the same with a new label. The label has the field's parent.
 QHBoxLayout* formRow(const QString& label, QWidget* field, FormRowMetrics metrics);
 
-/// Returns a text field for texts of any length, so that a text that was loaded into it is saved whole.
+/// Returns a text field without a limit of length, so that a long text that was loaded is saved whole.
 QLineEdit* makeField(const QString& placeholder, QWidget* parent);
 
 /// Returns the title of a form's section.

@@ -41,7 +41,8 @@ InformativeText::InformativeText(const QString& text, int preferredWidth, int ma
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setFrameShape(QFrame::NoFrame);
     setTabChangesFocus(true);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff); // lines wrap, but their ends may touch the border
+    setHorizontalScrollBarPolicy(
+        Qt::ScrollBarAlwaysOff); // lines wrap; blanks at their ends may reach beyond the border
     viewport()->setAutoFillBackground(false);
     document()->setDocumentMargin(0);
     setAccessibleName(text);
@@ -75,8 +76,8 @@ QMimeData* InformativeText::createMimeDataFromSelection() const
     return copied;
 }
 
-/// Qt lays out a block as a whole, in a time that grows with the square of its length: a block of megabytes would
-/// freeze the window.
+/// Shows `text` in blocks of limited length. Qt lays out a whole block at once, and the time grows with the square of
+/// its length: a block of megabytes would freeze the window.
 void InformativeText::showInPieces(const QString& text)
 {
     QString pieces = QString(text).replace(QStringLiteral("\r\n"), QStringLiteral("\n")).replace(u'\r', u'\n');
@@ -100,5 +101,5 @@ int InformativeText::heightUpTo(int limit, int width) const
     double height = 0;
     for (QTextBlock block = document()->begin(); block.isValid() && height <= limit; block = block.next())
         height += heightOf(block.text(), font(), width);
-    return static_cast<int>(std::ceil(height)) + 1; // the edit counts a line that touches its border as hidden
+    return static_cast<int>(std::ceil(height)) + 1; // a line that touches the border would count as hidden
 }

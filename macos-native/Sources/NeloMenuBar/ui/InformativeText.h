@@ -2,8 +2,8 @@
 
 #include <QPlainTextEdit>
 
-/// The text of an alert: plain text that wraps and is as high as its lines, up to a limit beyond which it scrolls. It
-/// can be selected and copied. A text of some megabytes shows at once, with or without line breaks.
+/// The text of an alert: plain text that wraps. It is as high as its lines; beyond a limit it scrolls. It can be
+/// selected and copied. A text of some megabytes is shown without delay, with and without line breaks.
 class InformativeText final : public QPlainTextEdit
 {
     Q_OBJECT

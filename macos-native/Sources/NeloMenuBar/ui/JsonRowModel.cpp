@@ -12,7 +12,7 @@ namespace {
 
 constexpr int noRow = -1;
 
-/// The members of `row` called `identity`, as a list; null stands for a missing one, too.
+/// Returns the members of `row` with the names `identity` as a list. A missing member is null in it.
 Json membersOf(const Json& row, const std::vector<const char*>& identity)
 {
     Json members = Json::array();
@@ -30,7 +30,7 @@ bool haveSameMembers(const Json& row, const Json& other, const std::vector<const
     });
 }
 
-/// Gives each of `rows` that has no earlier row yet the first free one with the same key.
+/// Matches each of `rows` that has no earlier row yet with the first free earlier row that has the same key.
 template <typename KeyOf>
 void matchBy(KeyOf keyOf, const std::vector<Json>& earlier, const std::vector<Json>& rows, std::vector<int>& indexes)
 {
@@ -98,8 +98,8 @@ void JsonRowModel::setRows(std::vector<Json> rows)
     changeRows(rows);
 }
 
-/// Whether a row was added, taken away or moved. Two rows with one identity that changed places count only if a view
-/// keeps an index of one of them: finding out for all would cost every refresh a search for each row.
+/// Returns whether a row was added, removed or moved. Two rows with the same identity that have changed places count
+/// only if a view keeps an index of one of them: otherwise each refresh would search for every row.
 bool JsonRowModel::isAnyRowElsewhere(const std::vector<Json>& rows) const
 {
     if (rows.size() != m_rows.size())
@@ -117,7 +117,7 @@ bool JsonRowModel::isAnyRowElsewhere(const std::vector<Json>& rows) const
     });
 }
 
-/// Which of the rows that are shown now each of `rows` continues; `noRow` for a new one.
+/// Returns for each of `rows` the index of the row that is shown for it now, or `noRow` for a new one.
 std::vector<int> JsonRowModel::earlierIndexes(const std::vector<Json>& rows) const
 {
     std::vector<int> indexes(rows.size(), noRow);
@@ -149,7 +149,7 @@ void JsonRowModel::removeRowsBut(const std::vector<int>& keptIndexes)
     }
 }
 
-/// Brings the rows that were kept into their new order, given by their indexes before any was removed.
+/// Brings the kept rows into their new order. `earlierIndexes` counts from before rows were removed.
 void JsonRowModel::reorderRows(const std::vector<int>& earlierIndexes)
 {
     std::vector<int> order = earlierIndexes;

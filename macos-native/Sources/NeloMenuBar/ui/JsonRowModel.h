@@ -15,20 +15,20 @@ struct JsonColumn
     QString title;
     /// The initial width in device-independent pixels, for text of ordinary size.
     int width;
-    /// Returns the text of a cell for its row. When it is empty, the cell shows the text of the member, or nothing when
-    /// the row has no such member.
+    /// Returns the text of a cell for its row. Without such a function the cell shows the text of the member, or
+    /// nothing when the row has no such member.
     std::function<QString(const Json& row)> text = {};
 };
 
-/// The rows of a backend's reply as a table: each row is a JSON object, each column shows one thing of it.
+/// The rows of a backend's reply as a table. Each row is a JSON object; a column shows one of its members.
 ///
-/// A cell's text is one line and never cut. The rows themselves are kept as they came.
+/// The text of a cell is one line of any length. The rows themselves are kept unchanged.
 class JsonRowModel final : public QAbstractTableModel
 {
     Q_OBJECT
 
 public:
-    /// The members called `identity` say which row is which: see `setRows`.
+    /// The members with the names `identity` identify a row: see `setRows`.
     explicit JsonRowModel(std::vector<JsonColumn> columns, std::vector<const char*> identity = {},
                           QObject* parent = nullptr);
 
@@ -39,9 +39,9 @@ public:
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
 
-    /// Shows `rows`, objects all of them, in their order. A row that was there before stays the same row for views,
-    /// wherever it is now: a selection stays on it, and a changed value is announced as such. It is the row that equals
-    /// it, or else the one with the same identity.
+    /// Shows `rows`, which are JSON objects, in their order. A row that was shown before stays the same row for views,
+    /// also at another place: it stays selected, and a changed value is announced. A row counts as shown before when an
+    /// earlier row equals it or, if none does, has the same identity.
     void setRows(std::vector<Json> rows);
 
 private:

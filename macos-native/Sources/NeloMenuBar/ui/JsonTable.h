@@ -6,27 +6,27 @@
 
 #include <optional>
 
-/// A table of JSON rows: read-only, one row can be selected, columns start at their given widths and can be resized,
-/// cells show one elided line of plain text, whose tool tip is the whole text.
+/// A read-only table of JSON rows. One row can be selected. The columns have their given widths at first and can be
+/// resized. A cell shows one elided line of plain text; its tool tip shows the text.
 ///
-/// The keyboard alone moves nothing: a table that gets it without a current row has none until an arrow key is pressed.
+/// A table that gets the keyboard focus without a current row has none until an arrow key is pressed.
 class JsonTable final : public QTableView
 {
     Q_OBJECT
 
 public:
-    /// The members called `identity` say which row is which after a refresh: see `JsonRowModel::setRows`.
+    /// The members with the names `identity` identify a row after a refresh: see `JsonRowModel::setRows`.
     JsonTable(std::vector<JsonColumn> columns, std::vector<const char*> identity, QWidget* parent = nullptr);
 
-    /// Returns a copy of the selected row, because a refresh may remove the row itself at any time.
+    /// Returns a copy of the selected row. It is a copy because a refresh may remove the row at any time.
     std::optional<Json> selectedRow() const;
 
-    /// Shows `rows` in their order. The selected row stays selected while it is there, and so do the scroll position
-    /// and the column widths.
+    /// Shows `rows` in their order. The selected row stays selected if it is still there. The scroll position and the
+    /// column widths stay.
     void setRows(std::vector<Json> rows) { m_model->setRows(std::move(rows)); }
 
 signals:
-    /// Another row is selected, or none. A mouse that is dragged over rows has selected one when its button is
+    /// Another row is selected, or no row. While the mouse is dragged over rows, the signal waits until the button is
     /// released.
     void selectionDidChange();
 
@@ -44,6 +44,6 @@ private:
     void announceSelection();
 
     JsonRowModel* m_model;                  // child of this
-    QPersistentModelIndex m_announcedIndex; // the selected row that was told last
+    QPersistentModelIndex m_announcedIndex; // the selected row at the last signal
     bool m_isMousePressed = false;
 };

@@ -2,10 +2,10 @@
 
 #include <QProxyStyle>
 
-/// The desktop's style with a palette in which every text has enough contrast, also after the theme changes.
+/// The desktop's style with a palette in which every text has enough contrast, also after the theme has changed.
 ///
-/// A palette that is set on the application would do the same, but then each window has its own copy, and styles cache
-/// the pictures of every button for each copy.
+/// Setting a palette on the application would do the same. But then each window would have its own copy, and styles
+/// would cache the pictures of every button for each copy.
 class LegibleStyle final : public QProxyStyle
 {
     Q_OBJECT

@@ -9,7 +9,7 @@
 
 PopUpButton::PopUpButton(QWidget* parent) : QComboBox(parent)
 {
-    setFocusPolicy(Qt::StrongFocus); // without the wheel
+    setFocusPolicy(Qt::StrongFocus); // the wheel does not give the focus
 }
 
 void PopUpButton::selectItemWithTitle(const QString& title)
@@ -25,11 +25,11 @@ QString PopUpButton::titleOfSelectedItem(const QString& whenNone) const
 void PopUpButton::showPopup()
 {
     QComboBox::showPopup();
-    view()->installEventFilter(this); // again: the last one installed is the first one asked
+    view()->installEventFilter(this); // each time: the filter that was installed last is called first
 }
 
-/// While assistive technology listens, Qt hands each key on a second time, also to a list that the key has closed.
-/// Return would choose again.
+/// Drops keys for a list that is closed. While assistive technology is active, Qt sends each key twice, also to a list
+/// that the key has closed: Return would choose a second time.
 bool PopUpButton::eventFilter(QObject* watched, QEvent* event)
 {
     const bool isKey = event->type() == QEvent::ShortcutOverride || event->type() == QEvent::KeyPress;
@@ -45,8 +45,8 @@ void PopUpButton::initStyleOption(QStyleOptionComboBox* option) const
     option->currentText = option->fontMetrics.elidedText(singleLine(option->currentText), Qt::ElideRight, room.width());
 }
 
-// Not in the constructor: this makes the list that drops down, which is eight widgets for each button of a window. A
-// combo box measures its items until it is shown anyway.
+// This is not done in the constructor, because it makes the drop-down list: eight widgets for each button of a window.
+// Until it is first shown, a combo box measures its items in any case.
 void PopUpButton::showEvent(QShowEvent* event)
 {
     setSizeAdjustPolicy(AdjustToContents);

@@ -2,8 +2,8 @@
 
 #include <QComboBox>
 
-/// A pop-up button whose titles may come from outside. It shows the selected title on one elided line. The wheel
-/// scrolls the form around it, and does not select another item.
+/// A pop-up button whose titles may come from outside. It shows the selected title on one elided line. The mouse wheel
+/// scrolls the form around the button and does not select another item.
 class PopUpButton final : public QComboBox
 {
     Q_OBJECT

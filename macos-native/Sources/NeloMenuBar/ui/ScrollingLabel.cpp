@@ -10,7 +10,8 @@
 
 namespace {
 
-/// Returns the height of a line that also has Chinese letters: they come from another font, whose lines are higher.
+/// Returns the height of a line with Latin and Chinese letters. The Chinese ones come from another font with higher
+/// lines.
 double mixedLineHeight(const QFont& font)
 {
     QTextLayout layout(QStringLiteral("Ag天"), font);
@@ -57,7 +58,7 @@ void ScrollingLabel::applyEmphasis()
     const QColor color =
         Colors::secondaryText(parentWidget() ? parentWidget()->palette() : QApplication::palette(this));
     if (palette().color(QPalette::Text) == color)
-        return; // setting it again would announce a change of palette again
+        return; // setting the same colour would send another event of a changed palette
     QPalette palette;
     palette.setColor(QPalette::Text, color);
     setPalette(palette);
@@ -66,5 +67,5 @@ void ScrollingLabel::applyEmphasis()
 void ScrollingLabel::applyHeight()
 {
     setFixedHeight(static_cast<int>(std::ceil(m_lines * mixedLineHeight(font())))
-                   + 1); // a text that fills it exactly would scroll
+                   + 1); // without the 1, a text that fills it exactly would scroll
 }

@@ -2,8 +2,8 @@
 
 #include <QPlainTextEdit>
 
-/// Secondary plain text in a fixed number of lines. A longer text scrolls there, so that no text from outside moves the
-/// controls below. It can be selected and copied, and is its own accessible name.
+/// Secondary plain text in a fixed number of lines. A longer text scrolls, so that the controls below stay at their
+/// place. The text can be selected and copied, and is the accessible name.
 class ScrollingLabel final : public QPlainTextEdit
 {
     Q_OBJECT

@@ -2,9 +2,9 @@
 
 #include <QString>
 
-/// Returns `text` with a blank for each line break.
+/// Returns `text` with a blank in place of each line break.
 QString withoutLineBreaks(QString text);
 
-/// Returns what a view of one line can show of `text`: without line breaks, and cut and marked by an ellipsis where no
-/// screen has room for more, so that laying out a text of a megabyte costs no more than a line.
+/// Returns `text` for a view of one line: with blanks in place of line breaks, and cut after 1,000 characters with an
+/// ellipsis. No screen has room for more, and laying out a text of a megabyte takes no longer than that of one line.
 QString singleLine(const QString& text);

@@ -9,7 +9,7 @@ namespace {
 constexpr qsizetype chunkLength = 4096;
 constexpr std::size_t chunkParagraphs = 128;
 constexpr qsizetype maxParagraphLength = 32'768;
-constexpr qsizetype range = 512; // in which the boundaries of a word or a character are searched
+constexpr qsizetype range = 512; // boundaries of words and characters are searched in this many code units
 
 bool isBreak(QChar c)
 {

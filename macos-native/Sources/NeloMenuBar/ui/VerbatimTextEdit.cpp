@@ -12,13 +12,12 @@ namespace {
 
 constexpr QStringView lineFeed = u"\n";
 
-/// Where a block keeps how the line before it ends, when that is not usual for the text: as a property of its format,
-/// because the document takes formats along when a line is split, joined or brought back.
+/// The property of a block's format with the ending of the line before it, when that is not the usual one of the text.
+/// It is a property of the format, because the document keeps formats when lines are split, joined or restored by undo.
 constexpr int lineEndingProperty = QTextFormat::UserProperty;
 
-/// Returns the length of what ends a line at `position` where a text document is concerned; 0 when nothing does.
-/// Besides the usual line endings these are the paragraph separator and two noncharacters that the document uses for
-/// frames.
+/// Returns the length of the line ending at `position`, or 0 when there is none. A text document also ends a line at
+/// the paragraph separator and at two noncharacters, which it uses for frames.
 qsizetype lineEndingLength(QStringView text, qsizetype position)
 {
     switch (text[position].unicode()) {
@@ -34,7 +33,7 @@ qsizetype lineEndingLength(QStringView text, qsizetype position)
     }
 }
 
-/// Returns what ends each line of `text` but the last.
+/// Returns the endings of all lines of `text` except the last.
 QList<QStringView> lineEndings(QStringView text)
 {
     QList<QStringView> endings;
@@ -48,11 +47,11 @@ QList<QStringView> lineEndings(QStringView text)
     return endings;
 }
 
-/// Returns the most frequent of `endings`. It is a line feed when there are none and when that is among the most
-/// frequent.
+/// Returns the most frequent of `endings`. It is a line feed when there are no endings, or when no other is more
+/// frequent than a line feed.
 QStringView usualLineEnding(const QList<QStringView>& endings)
 {
-    std::map<QStringView, qsizetype> counts{{lineFeed, 0}}; // which comes before all others
+    std::map<QStringView, qsizetype> counts{{lineFeed, 0}}; // it comes before all others
     for (const QStringView ending : endings)
         ++counts[ending];
     const auto isLess = [](const auto& one, const auto& other) { return one.second < other.second; };
@@ -118,7 +117,7 @@ QString VerbatimTextEdit::lineEndingBefore(const QTextBlock& block) const
 
 QMimeData* VerbatimTextEdit::createMimeDataFromSelection() const
 {
-    auto* selection = new QMimeData; // the caller's
+    auto* selection = new QMimeData; // the caller owns it
     selection->setText(textCursor().selectedText().replace(QChar(QChar::ParagraphSeparator), QChar(u'\n')));
     return selection;
 }
@@ -130,13 +129,13 @@ void VerbatimTextEdit::keyPressEvent(QKeyEvent* event)
         return;
     }
     QTextCursor cursor = textCursor();
-    cursor.insertBlock(); // the document's own way is a line separator, a stray character in a file
+    cursor.insertBlock(); // the base class would insert a line separator, which does not belong in a file
     setTextCursor(cursor);
 }
 
 bool VerbatimTextEdit::focusNextPrevChild(bool next)
 {
-    // The direct base never lets the focus go backwards while Tab is a character.
+    // The direct base class does not let Shift+Tab leave the editor while Tab is a character.
     return next ? QPlainTextEdit::focusNextPrevChild(next)
                 : QAbstractScrollArea::focusNextPrevChild(next); // NOLINT(bugprone-parent-virtual-call)
 }

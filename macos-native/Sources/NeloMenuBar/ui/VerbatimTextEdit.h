@@ -4,12 +4,11 @@
 
 class QTextBlock;
 
-/// A plain-text editor that gives back the text it was given, character by character, but for what was edited. A text
-/// document would not: it makes one line break of every kind that it knows, and its plain text has neither no-break
-/// spaces nor line separators.
+/// A plain-text editor that returns the text exactly as it was set, except for the edits. A text document alone does
+/// not: it turns all line endings into one kind, and its plain text has neither no-break spaces nor line separators.
 ///
-/// A line that is typed ends as the line it was typed in; a pasted one as most lines of the text. Shift+Tab leaves the
-/// editor. Tab is a character, unless `tabChangesFocus` is set.
+/// A typed line gets the ending of the line in which it was typed. A pasted line gets the usual ending of the text.
+/// Shift+Tab leaves the editor. Tab is a character, unless `tabChangesFocus` is set.
 class VerbatimTextEdit final : public QPlainTextEdit
 {
     Q_OBJECT
@@ -17,9 +16,9 @@ class VerbatimTextEdit final : public QPlainTextEdit
 public:
     explicit VerbatimTextEdit(QWidget* parent = nullptr);
 
-    /// The text, which a byte-order mark may precede.
+    /// Returns the text. It begins with a byte-order mark if the text that was set did.
     QString text() const;
-    /// Replaces the text. Neither this nor any earlier edit can be undone.
+    /// Replaces the text. This and all earlier edits cannot be undone.
     void setText(QString text);
 
 protected:

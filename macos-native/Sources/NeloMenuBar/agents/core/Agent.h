@@ -2,26 +2,27 @@
 
 #include "base/Json.h"
 
-/// An agent as the actions see it: the texts of its row, empty where the row has none.
+/// An agent, as the actions need it: the texts of its row. A text is empty when the row has none.
 struct Agent
 {
     QString ecosystem;
     QString id;
-    /// The id when the row has no name.
+    /// The id, when the row has no name.
     QString name;
     QString origin;
     QString workspace;
 
-    /// Whether it was created or adopted here; any other was discovered in its ecosystem's own runtime.
+    /// Returns whether the agent was created or adopted here. Other agents were discovered in their ecosystem's
+    /// runtime.
     bool isManaged() const;
-    /// How texts call it: ecosystem, slash, id.
+    /// Returns the agent's name in messages: ecosystem, slash, id.
     QString label() const;
 };
 
-/// The agent that a row of the registry, an object, is about. A value that is no text stands as its description.
+/// Returns the agent of a row of the registry. The row is an object; a value that is no string is described as text.
 Agent agentOf(const Json& row);
 
-/// An agent that is to be created.
+/// An agent to be created.
 struct NewAgent
 {
     QString ecosystem;
@@ -30,6 +31,7 @@ struct NewAgent
     QString workspace;
 };
 
-/// The agent to create for the chosen `ecosystem` and the name that was `entered`: without a name of its own it is
-/// called by its ecosystem and `stamp`, the local time as "yyyyMMdd-HHmmss", which also makes its id.
+/// Returns the agent to create for the chosen `ecosystem` and the `entered` name. Its id is made from the ecosystem and
+/// `stamp`, which is the local time as "yyyyMMdd-HHmmss". When the entered name is blank, so is its name. `home` is the
+/// home folder, in which the workspace is.
 NewAgent newAgent(const QString& ecosystem, const QString& entered, const QString& stamp, const QString& home);

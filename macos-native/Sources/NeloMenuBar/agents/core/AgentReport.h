@@ -11,11 +11,12 @@ struct AgentReport
 {
     /// The agents, in the backend's order.
     std::vector<Json> rows;
-    /// How many there are, in all and in each ecosystem.
+    /// The number of agents in all and in each ecosystem.
     QString summary;
-    /// One line on how the refresh went.
+    /// One line about the refresh.
     QString status;
 };
 
-/// Never fails: an error gives an empty list and says so; a reply of another shape gives an empty list.
+/// Never fails. For an error the list is empty and the status is the error. For a reply of another shape the list is
+/// empty.
 AgentReport agentReport(const BackendReply& reply);

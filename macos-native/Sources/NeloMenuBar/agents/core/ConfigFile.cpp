@@ -45,7 +45,7 @@ void backUpConfigFile(const QString& path, const QDateTime& now)
 {
     const std::optional<QByteArray> bytes = readFile(path);
     if (!bytes)
-        return; // half a copy would pass for the file
+        return; // a part of the file must not look like a copy of it
     const bool mayWrite = QFile::permissions(path).testFlag(QFile::WriteOwner);
     std::ignore = writeNewFile(backupPath(path, now), *bytes, mayWrite ? S_IRUSR | S_IWUSR : S_IRUSR);
 }

@@ -3,7 +3,7 @@
 
 namespace {
 
-/// What makes `ChatClient` loadable.
+/// The library's entry point: makes a `ChatClient` for the program that loads it.
 class ChatClientPlugin final : public QObject, public ChatServiceFactory
 {
     Q_OBJECT

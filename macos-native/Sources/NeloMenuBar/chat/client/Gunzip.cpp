@@ -6,10 +6,10 @@
 
 namespace {
 
-constexpr qsizetype maxContentBytes = 256'000'000; // bytes
+constexpr qsizetype maxContentBytes = 256'000'000; // no answer is larger
 constexpr int gzipOnly = 16;                       // added to the window's size, see inflateInit2() in zlib's manual
 
-/// A stream that inflates, ended with its owner.
+/// A stream that inflates. The destructor ends it.
 class Inflater final
 {
 public:
@@ -24,7 +24,7 @@ public:
 
     std::optional<QByteArray> unpack(QByteArray packed)
     {
-        m_stream.next_in = reinterpret_cast<Bytef*>(packed.data()); // zlib's word for bytes
+        m_stream.next_in = reinterpret_cast<Bytef*>(packed.data()); // zlib's type for bytes
         m_stream.avail_in = static_cast<uInt>(packed.size());
         QByteArray content;
         int state = m_isReady ? Z_OK : Z_MEM_ERROR;
@@ -35,7 +35,7 @@ public:
             state = inflate(&m_stream, Z_NO_FLUSH);
             content.append(piece.data(), static_cast<qsizetype>(piece.size() - m_stream.avail_out));
             if (state == Z_STREAM_END && m_stream.avail_in > 0)
-                state = inflateReset(&m_stream); // another member follows
+                state = inflateReset(&m_stream); // another gzip member follows
         }
         return state == Z_STREAM_END ? std::optional(content) : std::nullopt;
     }

@@ -4,6 +4,6 @@
 
 #include <optional>
 
-/// The content of `packed`, in the format of RFC 1952; nothing when it is none, is damaged or breaks off, or when its
-/// content is larger than any answer.
+/// Unpacks `packed`, which is in the format of RFC 1952. Returns nothing when it has another format, is damaged or is
+/// cut off, or when the content is larger than 256 MB.
 std::optional<QByteArray> gunzip(const QByteArray& packed);

@@ -5,18 +5,19 @@
 
 #include <curl/curl.h>
 
-/// The sockets of the connections that libcurl keeps. It does not notice that a server has closed one whose farewell,
-/// as TLS has it, has not been read.
+/// The sockets of the connections that libcurl keeps. libcurl itself does not notice that a server has closed a TLS
+/// connection, as long as the closing message waits in the socket unread.
 class KeptSockets final
 {
 public:
-    /// Has the next request on the connection of `handle` fail within `acknowledgement` when its path has died.
+    /// Remembers the socket of `handle`. A later request on it fails when the other side does not acknowledge it within
+    /// `acknowledgement`: the network may have lost the connection meanwhile.
     void add(CURL* handle, std::chrono::milliseconds acknowledgement);
 
-    /// Returns whether the connection from `localPort` may be used again: its other side has not closed it, and has
-    /// said nothing since its answer.
+    /// Returns whether the connection from `localPort` may be used again: the other side has neither closed it nor sent
+    /// anything since its answer.
     bool isUsable(int localPort) const;
 
 private:
-    std::vector<curl_socket_t> m_sockets; // some may be closed, or be others by now
+    std::vector<curl_socket_t> m_sockets; // some may be closed, or their numbers may belong to other sockets now
 };

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// The service when the library could not be loaded.
+/// The service that is used when the library could not be loaded.
 class MissingChatService final : public ChatService
 {
 public:
@@ -41,5 +41,5 @@ std::unique_ptr<ChatService> loadChatService(const QString& file)
     if (!factory)
         return std::make_unique<MissingChatService>(QStringLiteral(
             "The network part of the chat is that of another version. Please quit Nelo and start it again."));
-    return factory->makeChatService(); // the library stays loaded as long as the program runs
+    return factory->makeChatService(); // the library stays loaded until the program ends
 }

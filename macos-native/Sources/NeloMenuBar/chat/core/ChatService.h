@@ -10,8 +10,8 @@
 
 /// Sends conversations to the providers' chat-completions endpoints. Only the main thread may call.
 ///
-/// The program loads the implementation, and with it the network library, with the first message: the idle program has
-/// no need of them.
+/// The program loads the implementation, and with it the network library, with the first message, so that an idle
+/// program does not have them in memory.
 class ChatService
 {
 public:
@@ -22,10 +22,9 @@ public:
     ChatService& operator=(const ChatService&) = delete;
     virtual ~ChatService() = default;
 
-    /// Sends the conversation to the endpoint of `provider`, and calls `completion` once when the exchange has ended,
-    /// or before it returns when the endpoint's URL is invalid. `apiKey` goes to that endpoint's origin only. Several
-    /// calls may be in flight; each completes when its reply is there. The destructor drops all that have not
-    /// completed.
+    /// Sends the conversation to the endpoint of `provider`. Calls `completion` once, when the exchange has ended; when
+    /// the endpoint's URL is invalid, that is before this function returns. `apiKey` goes to that endpoint's origin
+    /// only. Several calls may be in flight. The destructor drops calls in flight without calling their `completion`.
     virtual void callChatAPI(const QString& provider, const QString& model, const QList<NeloChatMessage>& messages,
                              const QString& apiKey, const Completion& completion) = 0;
 };
@@ -42,11 +41,12 @@ public:
     virtual std::unique_ptr<ChatService> makeChatService() const = 0;
 };
 
-/// It contains the version: a program that runs while it is upgraded must not load the library of its successor.
+/// The interface's name. It contains the version, so that a program that runs while it is upgraded does not load the
+/// library of the new version.
 #define ChatServiceFactory_iid "nelo.ChatServiceFactory/" NELO_VERSION
 Q_DECLARE_INTERFACE(ChatServiceFactory, ChatServiceFactory_iid)
 
-/// Loads the implementation from `file`, by default the library that is installed with the program. Never returns null:
-/// when the library cannot be loaded, the service that is returned completes every call at once with a failure that
-/// gives the reason.
+/// Loads the implementation from `file`. An empty `file` stands for the library that is installed with the program.
+/// Never returns null: when the library cannot be loaded, every call of the returned service fails at once and gives
+/// the reason.
 std::unique_ptr<ChatService> loadChatService(const QString& file = QString());

@@ -14,8 +14,8 @@ QString neloChatHistoryURL();
 
 /// The conversation of the chat, and its copy on the disk.
 ///
-/// A worker thread waits until the conversation has not changed for a while, and then writes it: a main thread that is
-/// busy delays no write. All failures are silent; the earlier file stays then, and the conversation goes on.
+/// A worker thread waits until the conversation has not changed for a while, and then writes it, so that a busy main
+/// thread delays no write. A failure is not told: the earlier file stays, and the conversation goes on.
 class Conversation final
 {
 public:
@@ -31,19 +31,19 @@ public:
     /// Returns the messages, oldest first. Any thread may call.
     QList<NeloChatMessage> messages() const;
 
-    /// Reads the history file, all of it however long it is. A conversation that is empty then begins with the welcome
-    /// message, and a write is scheduled. A file that cannot be used stays: the first write copies it to its name,
-    /// ".unreadable." and the time, before it replaces it. Call it once, before anything else.
+    /// Reads all messages of the history file. When there are none, the conversation begins with the welcome message,
+    /// and a write is scheduled. The first write copies a file that cannot be used, before it replaces it: the copy's
+    /// name ends in ".unreadable." and the time. Call this once, before anything else.
     void load();
 
     /// Appends a message that is created now, and returns it. It is not written before `schedulePersist()`.
     NeloChatMessage appendMessage(const QString& role, const QString& content);
 
-    /// Schedules a write `persistDelay` from now, instead of one that is scheduled already.
+    /// Schedules a write `persistDelay` from now. It takes the place of a write that is scheduled already.
     void schedulePersist();
 
-    /// Drops all messages but the last `maxMessages`, also in memory, and replaces the history file by them. Blocks
-    /// until they are on the disk. The worker calls it; call it from elsewhere only while nothing is scheduled.
+    /// Drops all messages but the last `maxMessages`, also in memory, and writes these to the history file. Blocks
+    /// until they are on the disk. The worker calls it. Call it from another thread only while no write is scheduled.
     void persistMessages();
 
 private:
@@ -52,7 +52,7 @@ private:
     void persistWhenDue();
 
     const std::chrono::milliseconds m_persistDelay;
-    bool m_mayReplaceFile = true; // set by `load()`, and from then on used by `persistMessages()` alone
+    bool m_mayReplaceFile = true; // `load()` sets it, and afterwards only `persistMessages()` uses it
 
     mutable std::mutex m_mutex; // guards all that follows
     QList<NeloChatMessage> m_messages;

@@ -6,15 +6,15 @@
 
 class TextEstimate;
 
-/// Who said it: the user, whose bubbles are blue and at the right, or Nelo, whose are light and at the left.
+/// The author of a message. The user's bubbles are blue and at the right, Nelo's are light and at the left.
 enum class Speaker { User, Nelo };
 
-/// The name of `speaker` as it stands over the bubble.
+/// Returns the name of `speaker`, which is shown above the bubble.
 QString nameOf(Speaker speaker);
 
-/// The text of one message. It knows its height for a width, at first by estimate; only chunks that are seen are laid
-/// out, and only those near the visible part keep their layout. One layout of the whole, as `QTextDocument` has it,
-/// would take half a second for a message of 1 MB, at each new width again.
+/// The text of one message, in chunks. The height of a chunk is an estimate until the chunk is laid out. Only chunks
+/// that are visible are laid out, and only those near the visible part keep their layout. One layout of the whole text,
+/// as in `QTextDocument`, would take half a second for a message of 1 MB at each new width.
 ///
 /// Heights, points and rectangles count from the top left corner of the text, positions from its first letter.
 class Bubble final
@@ -30,25 +30,25 @@ public:
     Speaker speaker() const { return m_speaker; }
     const QString& text() const { return m_text; }
     int height() const;
-    /// How wide the text is: what its widest line takes. A text of one chunk takes all the room that it may until it
-    /// was laid out; one of many chunks grows when a line of it turns out to be wider than all that are known.
+    /// Returns the width of the widest line. Before a text of one chunk is laid out, this is the whole available width.
+    /// The width of a text of many chunks grows when a chunk is laid out that has a wider line.
     int width() const { return m_naturalWidth; }
 
-    /// Forgets every layout and estimates the height for lines of `width` in `font`.
+    /// Drops all layouts, and estimates the height for lines of `width` in `font`.
     void setFormat(const QFont& font, int width, const TextEstimate& estimate);
-    /// Lays out the chunks that touch the stretch from `top` to `bottom`. What begins above it grows upwards: returns
-    /// by how much everything that was in the stretch has moved down.
+    /// Lays out the chunks between `top` and `bottom`. A chunk that begins above `top` may change its height. Returns
+    /// by how much this has moved down the text between `top` and `bottom`.
     int layOut(int top, int bottom);
-    /// Drops the layouts of chunks that do not touch the stretch; their heights stay known. Returns whether any is
-    /// left.
+    /// Drops the layouts of the chunks that are not between `top` and `bottom`, and keeps their heights. Returns
+    /// whether any layout is left.
     bool dropLayoutsOutside(int top, int bottom);
 
-    /// These lay out the chunk in question first, if need be.
+    /// These three lay out the chunk that they need, if it is not laid out.
     qsizetype positionAt(QPointF point);
     TextRange lineAt(qsizetype position);
     QRectF caretRect(qsizetype position);
 
-    /// Draws what is laid out and touches `clip`, both in the painter's coordinates.
+    /// Draws the chunks that are laid out and touch `clip`. `origin` and `clip` are in the painter's coordinates.
     void draw(QPainter& painter, QPointF origin, const QRectF& clip, TextRange selection,
               const QTextCharFormat& selectedFormat) const;
 
@@ -56,7 +56,7 @@ private:
     struct Chunk
     {
         TextRange range;
-        int height = 0; // an estimate until it was laid out once
+        int height = 0; // an estimate until the chunk has been laid out
         std::unique_ptr<ChunkLayout> layout;
     };
     struct Place

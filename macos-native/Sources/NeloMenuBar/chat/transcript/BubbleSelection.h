@@ -2,8 +2,8 @@
 
 #include "ui/TextRanges.h"
 
-/// What is selected in one text: from where the selection began to its moving end, by letters or by whole words or
-/// paragraphs.
+/// The selection in one text. It goes from the unit where it began to the cursor. A unit is a letter, a word or a
+/// paragraph.
 class BubbleSelection final
 {
 public:
@@ -11,21 +11,21 @@ public:
 
     TextRange range() const { return m_range; }
     bool isEmpty() const { return m_range.length == 0; }
-    /// The end that moves.
+    /// Returns the end that moves when the selection is extended.
     qsizetype cursor() const { return m_cursor; }
 
-    /// Begins anew with the unit of `text` at `position`.
+    /// Begins a new selection with the unit of `text` at `position`.
     void begin(QStringView text, qsizetype position, Unit unit);
-    /// Extends what was begun to the unit at `position`, on either side.
+    /// Extends the selection to the unit at `position`, which may be before or after the first unit.
     void extendTo(QStringView text, qsizetype position);
-    /// Moves the cursor's end by letters, as a key does.
+    /// Moves the cursor to `position`, and keeps the other end. The unit is a letter from now on.
     void moveTo(QStringView text, qsizetype position);
     void selectAll(QStringView text);
     void clear();
 
 private:
     Unit m_unit = Unit::Letter;
-    TextRange m_first; // the unit it began with
+    TextRange m_first; // the unit where the selection began
     TextRange m_range;
     qsizetype m_cursor = 0;
 };

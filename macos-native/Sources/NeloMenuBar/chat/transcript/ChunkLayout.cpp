@@ -10,13 +10,13 @@ ChunkLayout::ChunkLayout(QStringView text, const QFont& font, Qt::Alignment alig
 {
     QTextOption option(alignment);
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    option.setTextDirection(Qt::LayoutDirectionAuto); // not the application's
+    option.setTextDirection(Qt::LayoutDirectionAuto); // that of the text, not of the application
     double y = 0;
     double naturalWidth = 0;
     for (const TextRange& range : paragraphsOf(text)) {
         auto layout = std::make_unique<QTextLayout>(text.sliced(range.start, range.length).toString(), font);
         layout->setTextOption(option);
-        layout->setCacheEnabled(true); // or drawing would shape every letter again
+        layout->setCacheEnabled(true); // otherwise each drawing would shape all letters again
         layout->beginLayout();
         const double top = y;
         for (QTextLine line = layout->createLine(); line.isValid(); line = layout->createLine()) {

@@ -12,8 +12,8 @@ class QPainter;
 class QTextCharFormat;
 class QTextLayout;
 
-/// A chunk of a message broken into lines: each paragraph in the direction of its own script, at words, and anywhere
-/// where a word is longer than a line.
+/// A chunk of a message, broken into lines. Each paragraph has the direction of its own script. Lines break between
+/// words; a word that is longer than a line breaks anywhere.
 ///
 /// Positions count from the start of the chunk, points from its top left corner.
 class ChunkLayout final
@@ -25,17 +25,17 @@ public:
     ~ChunkLayout();
 
     int height() const { return m_height; }
-    /// How wide the widest line is, rounded up.
+    /// Returns the width of the widest line, rounded up.
     int naturalWidth() const { return m_naturalWidth; }
 
-    /// The position between two letters that is next to `point`.
+    /// Returns the position between two letters that is nearest to `point`.
     qsizetype positionAt(QPointF point) const;
-    /// The line that holds `position`.
+    /// Returns the line that contains `position`.
     TextRange lineAt(qsizetype position) const;
-    /// Where a caret at `position` would stand: without width, as high as its line.
+    /// Returns the place of a caret at `position`. It has no width, and the height of its line.
     QRectF caretRect(qsizetype position) const;
 
-    /// Draws the lines that touch `clip` in the painter's pen, and `selection` in `selectedFormat`.
+    /// Draws the lines that touch `clip` in the painter's pen, and the text of `selection` in `selectedFormat`.
     void draw(QPainter& painter, QPointF origin, const QRectF& clip, TextRange selection,
               const QTextCharFormat& selectedFormat) const;
 

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// How many letters of each kind a text has. What combines with the letter before it takes no room.
+/// The number of letters of each kind in a text. A mark that combines with the letter before it takes no room.
 struct LetterCount
 {
     int narrow = 0;
@@ -21,7 +21,7 @@ LetterCount countLetters(QStringView text)
 {
     constexpr char16_t firstCombining = 0x300;
     constexpr char16_t lastCombining = 0x36F;
-    constexpr char16_t firstWide = 0x2E80; // ideographs, kana, Hangul; above them the surrogates, mostly of emoji
+    constexpr char16_t firstWide = 0x2E80; // ideographs, kana, Hangul; then the surrogates, which are mostly emoji
     LetterCount count;
     for (const QChar letter : text) {
         const char16_t unit = letter.unicode();
@@ -47,7 +47,7 @@ int TextEstimate::height(QStringView text, int width) const
     for (const TextRange& paragraph : paragraphsOf(text)) {
         const LetterCount count = countLetters(text.sliced(paragraph.start, paragraph.length));
         const double advance = count.narrow * m_narrow.advance + count.wide * m_wide.advance;
-        const double usable = width - 2 * m_narrow.advance; // lines end at words, before their room does
+        const double usable = width - 2 * m_narrow.advance; // a line ends at a word, so its end stays empty
         const double lines = advance <= width ? 1 : std::ceil(advance / std::max(usable, 1.0));
         height += lines * (count.wide > 0 ? m_wide.lineHeight : m_narrow.lineHeight);
     }
@@ -67,7 +67,7 @@ int TextEstimate::width(QStringView text, int width) const
         }
     }
     if (widestAdvance > 2 * width)
-        return width; // however wrong the estimate is, the paragraph is broken
+        return width; // the paragraph breaks, even if the estimate is far from right
     return std::min(width, static_cast<int>(std::ceil(QFontMetricsF(m_font).horizontalAdvance(widest.toString()))));
 }
 

@@ -3,21 +3,21 @@
 #include <QFont>
 #include <QStringView>
 
-/// How much room a text takes, from what its letters take on average: a thousandth of the work of laying it out, and
-/// good enough to place a scroll bar.
+/// Estimates how much room a text takes from the average size of its letters. This takes a thousandth of the time of
+/// laying the text out, and is exact enough for a scroll bar.
 class TextEstimate final
 {
 public:
     explicit TextEstimate(const QFont& font);
 
-    /// The height of `text` broken into lines of `width`, in device-independent pixels.
+    /// Returns the height of `text`, broken into lines of `width`, in device-independent pixels.
     int height(QStringView text, int width) const;
-    /// The width of the paragraph that takes the most room as far as can be told by its letters, but at most `width`.
-    /// Only this paragraph is measured.
+    /// Returns the width of the widest paragraph, but at most `width`. The widest one is found by an estimate; only
+    /// this one is measured.
     int width(QStringView text, int width) const;
 
 private:
-    /// An average letter, and a line of such letters.
+    /// The width of an average letter, and the height of a line of such letters.
     struct Letter
     {
         double advance = 0;

@@ -118,7 +118,7 @@ public:
 
 private:
     TranscriptView* m_view;
-    mutable std::vector<QAccessible::Id> m_children; // 0: nobody has asked for it yet
+    mutable std::vector<QAccessible::Id> m_children; // 0 for a bubble that nobody has asked for
 };
 
 QAccessibleInterface* makeInterface(const QString& /*className*/, QObject* object)
@@ -130,7 +130,7 @@ QAccessibleInterface* makeInterface(const QString& /*className*/, QObject* objec
 void send(TranscriptView* view, int index, QAccessible::Event type)
 {
     if (index < 0 || !QAccessible::isActive())
-        return; // sending would make the interface for nobody
+        return; // sending would make an interface that nobody reads
     QAccessibleEvent event(QAccessible::queryAccessibleInterface(view)->child(index), type);
     QAccessible::updateAccessibility(&event);
 }

@@ -2,17 +2,17 @@
 
 class TranscriptView;
 
-/// What assistive technology reads of a transcript: a list whose items are the bubbles. A bubble is no widget, so Qt
-/// cannot find it by itself.
+/// Tells assistive technology about a transcript: it is a list, and its items are the bubbles. A bubble is no widget,
+/// so Qt alone cannot find it.
 namespace TranscriptAccessible {
 
-/// Tells Qt how to make the interface of a transcript. Calls after the first have no effect.
+/// Tells Qt how to make the interface of a transcript. Later calls have no effect.
 void install();
 
-/// Announces that a bubble was appended.
+/// Announces the bubble that was appended last.
 void announceNewest(TranscriptView* view);
 
-/// Announces which bubble has the keyboard.
+/// Announces which bubble has the keyboard focus. Does nothing when the transcript has not the focus.
 void announceFocus(TranscriptView* view);
 
 } // namespace TranscriptAccessible

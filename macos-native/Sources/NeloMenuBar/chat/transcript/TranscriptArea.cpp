@@ -12,9 +12,9 @@
 
 namespace {
 
-constexpr int roomBelow = 120; // between the newest bubble and the end of the document
+constexpr int roomBelow = 120; // between the last bubble and the end of the document
 
-/// What to show of one row beside its text.
+/// The state of one row that is drawn with its text.
 struct RowState
 {
     TextRange selection;
@@ -45,8 +45,8 @@ BubbleColors colorsOf(Speaker speaker, const QPalette& palette)
             palette.color(QPalette::HighlightedText)};
 }
 
-/// The part of a bubble that touches `clip` and the corners beyond it: what a painter can still count of one that is
-/// millions of pixels high.
+/// Returns the part of a bubble near `clip`. A painter cannot draw a whole bubble that is millions of pixels high. The
+/// part reaches so far beyond `clip` that its round corners are not visible in it.
 QRectF paintable(const QRect& bubble, const QRect& clip)
 {
     constexpr int beyond = 2 * TranscriptLayout::bubbleRadius;
@@ -69,8 +69,8 @@ void paintBackground(QPainter& painter, const QRectF& bubble, const BubbleColors
     painter.drawRoundedRect(bubble.adjusted(3, 3, -3, -3), radius - 3, radius - 3);
 }
 
-/// Draws row `index` of `rows`, of which the first `scrolledBy` pixels lie above the view. Only what lies in `clip`
-/// need be drawn.
+/// Draws row `index` of `rows`. The first `scrolledBy` pixels of the rows lie above the view. Parts outside of `clip`
+/// need not be drawn.
 void paintRow(QPainter& painter, const TranscriptLayout& rows, int index, int scrolledBy, const QRect& clip,
               const QPalette& palette, const RowState& state)
 {
@@ -99,7 +99,7 @@ TranscriptArea::TranscriptArea(QWidget* parent) : QAbstractScrollArea(parent), m
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     verticalScrollBar()->setSingleStep(20);
-    viewport()->setBackgroundRole(QPalette::Window); // opaque, so that scrolling moves pixels instead of painting
+    viewport()->setBackgroundRole(QPalette::Window); // opaque: scrolling can move pixels instead of painting
     viewport()->setAutoFillBackground(true);
 }
 
@@ -141,7 +141,7 @@ void TranscriptArea::append(Speaker speaker, const QString& text)
     m_isAtEnd = true;
     m_place.reset();
     if (!isVisible())
-        return; // nothing is laid out before it can be seen
+        return; // nothing is laid out while it is not visible
     const int before = scrolledBy();
     layOutVisibleRows();
     viewport()->scroll(0, before - scrolledBy());
@@ -275,8 +275,8 @@ void TranscriptArea::adjustScrollBar()
     verticalScrollBar()->setRange(0, std::max(0, m_rows.height() + roomBelow - height));
 }
 
-/// Lays out what is in sight until all of it is, and brings the scroll bar in line with the heights that came out.
-/// Returns how far what was in sight has moved on the screen, which it should not.
+/// Lays out all rows that are visible, and adjusts the scroll bar to their heights. Returns by how much the visible
+/// text has moved on the screen. It is 0 when the text stays where it was.
 int TranscriptArea::layOutVisibleRows()
 {
     const QScopedValueRollback layingOut(m_isLayingOut, true);

@@ -6,7 +6,7 @@
 
 #include <optional>
 
-/// Shows a transcript's bubbles and scrolls them. Only bubbles in sight are laid out; the heights of the others are
+/// Shows the bubbles of a transcript and scrolls them. Only visible bubbles are laid out. The heights of the others are
 /// estimates.
 class TranscriptArea : public QAbstractScrollArea
 {
@@ -17,14 +17,14 @@ public:
 
     int count() const { return m_rows.count(); }
     const Bubble& bubble(int index) const { return m_rows.bubble(index); }
-    /// Where a bubble is in the viewport or beyond it.
+    /// Returns the place of a bubble in the coordinates of the viewport. It may be outside of the viewport.
     QRect bubbleRect(int index) const;
-    /// The bubble at `point` of the viewport, or -1.
+    /// Returns the index of the bubble at `point` of the viewport, or -1 when there is none.
     int bubbleAt(QPoint point) const;
 
-    /// The position in the text of bubble `index` next to `point` of the viewport.
+    /// Returns the position in the text of bubble `index` that is nearest to `point` of the viewport.
     qsizetype positionAt(int index, QPoint point);
-    /// Where a caret at `position` of that text would stand in the viewport or beyond it.
+    /// Returns the place of a caret at `position` of that text, in the coordinates of the viewport.
     QRect caretRect(int index, qsizetype position);
 
     virtual void clear();
@@ -32,14 +32,15 @@ public:
     virtual void append(Speaker speaker, const QString& text);
 
 protected:
-    /// What is selected in a bubble, and whether it shows that it has the keyboard.
+    /// Returns the text that is selected in a bubble.
     virtual TextRange selectionIn(int index) const = 0;
+    /// Returns whether a bubble shows that it has the keyboard focus.
     virtual bool showsFocus(int index) const = 0;
 
     TextRange lineAt(int index, qsizetype position);
-    /// Scrolls until the place is in sight where a caret would stand.
+    /// Scrolls until the place of a caret at `position` is visible.
     void revealCaret(int index, qsizetype position);
-    /// Scrolls as little as shows the bubble, or its beginning if it is higher than the view.
+    /// Scrolls as little as possible to show the bubble, or the beginning of one that is higher than the view.
     void revealBubble(int index);
     /// Repaints a bubble.
     void updateBubble(int index);
@@ -51,8 +52,8 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
-    /// What the reader has at the top: the line that holds `position` of a bubble, or that bubble's name if there is no
-    /// position, `offset` below the top of the view.
+    /// The place at the top of the view: the line that contains `position` of a bubble, or the speaker's name above the
+    /// bubble when there is no position. It is `offset` below the top.
     struct ReadingPlace
     {
         int index = 0;
@@ -69,7 +70,7 @@ private:
     int layOutVisibleRows();
 
     TranscriptLayout m_rows;
-    std::optional<ReadingPlace> m_place; // kept over a series of resizes, so that they do not add up to a drift
+    std::optional<ReadingPlace> m_place; // stays the same during a series of resizes, so that the text does not drift
     bool m_isAtEnd = true;
     bool m_isLayingOut = false;
 };

@@ -107,7 +107,7 @@ int TranscriptLayout::layOut(int top, int bottom)
 {
     int moved = 0;
     while (const int movedNow = layOutOnce(top + moved, bottom + moved))
-        moved += movedNow; // what shrank has brought others into the stretch
+        moved += movedNow; // rows that have shrunk have brought others between `top` and `bottom`
     return moved;
 }
 
@@ -179,8 +179,8 @@ int TranscriptLayout::layOutOnce(int top, int bottom)
         if (row.top >= bottom + moved)
             break;
         const int textTopInRows = row.top + textTop();
-        // Of a row whose text is not in sight, only its edges, the nearest line counts: the bubble's width depends on
-        // it.
+        // When only the edge of a row is visible and not its text, the nearest line is laid out: the bubble's width
+        // depends on it.
         const int from = std::min(top + moved - textTopInRows, row.bubble.height() - 1);
         const int widthBefore = row.bubble.width();
         moved += row.bubble.layOut(from, std::max(bottom + moved - textTopInRows, 1));

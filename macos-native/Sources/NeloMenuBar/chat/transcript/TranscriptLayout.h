@@ -5,10 +5,10 @@
 
 #include <QRect>
 
-/// Where the rows of a transcript are for a width: a speaker's name and a bubble each, one below the other.
+/// The places of the rows of a transcript, one below the other. A row is a speaker's name and a bubble.
 ///
-/// Rows are at first as high as an estimate says and right once they were laid out. Coordinates are device-independent
-/// pixels from the top left corner of the first row.
+/// The height of a row is an estimate until the row is laid out. Coordinates are device-independent pixels from the top
+/// left corner of the first row.
 class TranscriptLayout final
 {
 public:
@@ -22,29 +22,31 @@ public:
     int height() const;
     const QFont& speakerFont() const { return m_speakerFont; }
 
-    /// The row at height `y`, or the one nearest to it; there must be one.
+    /// Returns the index of the row at height `y`, or of the nearest one. There must be at least one row.
     int indexAt(int y) const;
     QRect rowRect(int index) const;
     QRect speakerRect(int index) const;
     QRect bubbleRect(int index) const;
-    /// The top left corner of a bubble's text; right-aligned lines count from further left.
+    /// Returns the top left corner of a bubble's text. For right-aligned text it is the left end of the widest possible
+    /// line.
     QPoint textOrigin(int index) const;
 
     void setFont(const QFont& font);
-    /// Rows are as wide as `width`, bubbles up to 620.
+    /// Makes the rows as wide as `width`, and the bubbles at most 620 wide.
     void setWidth(int width);
     void clear();
     void append(Speaker speaker, const QString& text);
 
-    /// Lays out what is between `top` and `bottom`. What begins above `top` grows upwards: returns by how much
-    /// everything that was between the two has moved down.
+    /// Lays out the text between `top` and `bottom`. Text that begins above `top` may change its height. Returns by how
+    /// much this has moved down the rows between `top` and `bottom`.
     int layOut(int top, int bottom);
-    /// Returns whether `layOut()` has widened a bubble that was laid out in part before, since this was asked last.
+    /// Returns whether, since the last call of this function, `layOut()` has widened a bubble that was laid out in
+    /// part.
     bool takeHasWidened();
-    /// Drops the layouts of what is not between `top` and `bottom`.
+    /// Drops the layouts of the text that is not between `top` and `bottom`.
     void dropLayoutsOutside(int top, int bottom);
 
-    /// These lay out what they need to know, which may move everything below.
+    /// These three lay out the chunk that they need. This may move the rows below it.
     qsizetype positionAt(int index, QPoint point);
     TextRange lineAt(int index, qsizetype position);
     QRect caretRect(int index, qsizetype position);

@@ -27,8 +27,8 @@ TranscriptView::TranscriptView(QWidget* parent) : TranscriptArea(parent)
 {
     TranscriptAccessible::install();
     setAccessibleName(QStringLiteral("Conversation"));
-    setFocusPolicy(Qt::TabFocus);       // a click leaves the keyboard where letters can be typed
-    viewport()->setMouseTracking(true); // for the pointer's shape
+    setFocusPolicy(Qt::TabFocus);       // after a click the input field keeps the keyboard focus
+    viewport()->setMouseTracking(true); // for the shape of the pointer
 }
 
 QString TranscriptView::selectedText() const
@@ -177,7 +177,7 @@ void TranscriptView::mouseReleaseEvent(QMouseEvent* event)
     m_autoScroll.stop();
     QClipboard* clipboard = QGuiApplication::clipboard();
     if (clipboard->supportsSelection() && !m_selection.isEmpty())
-        clipboard->setText(selectedText(), QClipboard::Selection); // for the middle button
+        clipboard->setText(selectedText(), QClipboard::Selection); // the middle button pastes it
 }
 
 void TranscriptView::timerEvent(QTimerEvent* event)
@@ -191,7 +191,8 @@ void TranscriptView::timerEvent(QTimerEvent* event)
         return;
     }
     const int beyond = m_pointer.y() < 0 ? m_pointer.y() : m_pointer.y() - viewport()->height();
-    verticalScrollBar()->setValue(verticalScrollBar()->value() + beyond); // the further away, the faster
+    verticalScrollBar()->setValue(verticalScrollBar()->value()
+                                  + beyond); // it scrolls faster when the pointer is further away
     extendSelectionTo(m_pointer);
 }
 
@@ -273,7 +274,7 @@ std::optional<qsizetype> TranscriptView::cursorAfter(const QKeyEvent& event)
     return std::nullopt;
 }
 
-/// The position above or below `position`.
+/// Returns the position that is `lines` lines below `position`, or above it when `lines` is negative.
 qsizetype TranscriptView::onNextLine(qsizetype position, int lines)
 {
     const QRect caret = caretRect(m_current, position);

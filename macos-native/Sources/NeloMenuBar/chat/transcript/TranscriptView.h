@@ -5,12 +5,12 @@
 
 #include <QBasicTimer>
 
-/// The conversation as bubbles, newest last. One of them is current: Up and Down go from bubble to bubble, and its text
-/// can be selected and copied with the mouse (drag, double click for a word, triple click for a paragraph) and the
-/// keyboard. The selection stays until another begins, also out of sight and without the keyboard, which a click does
-/// not take.
+/// The conversation as bubbles, the newest last. One of them is current: the keys Up and Down go to the next bubble.
+/// Its text can be selected and copied with the keyboard and with the mouse: by dragging, a word by a double click, a
+/// paragraph by a triple click. A click does not take the keyboard focus. The selection stays until another one begins,
+/// also while it is not visible or the view has not the focus.
 ///
-/// To assistive technology it is a list of bubbles: the text is the name, the speaker the description.
+/// For assistive technology it is a list of bubbles. The name of a bubble is its text, the description its speaker.
 class TranscriptView final : public TranscriptArea
 {
     Q_OBJECT
@@ -18,7 +18,7 @@ class TranscriptView final : public TranscriptArea
 public:
     explicit TranscriptView(QWidget* parent = nullptr);
 
-    /// The bubble that the keyboard works on, or -1.
+    /// Returns the index of the current bubble, or -1 when there is none.
     int currentBubble() const { return m_current; }
     QString selectedText() const;
 
@@ -26,11 +26,11 @@ public:
     void append(Speaker speaker, const QString& text) override;
     /// Makes a bubble current and scrolls to it.
     void setCurrentBubble(int index);
-    /// Puts the selected text, or the whole of the current bubble if there is none, on the clipboard.
+    /// Copies the selected text to the clipboard, or the whole current bubble when nothing is selected.
     void copy() const;
 
 signals:
-    /// Tells that the mouse was pressed on it.
+    /// A mouse button was pressed on the view.
     void pressed();
 
 protected:
@@ -59,9 +59,9 @@ private:
 
     BubbleSelection m_selection; // in the current bubble
     int m_current = -1;
-    bool m_isSelecting = false; // the left button went down on the current bubble
-    QPoint m_pointer;           // where it was last seen while selecting
-    QBasicTimer m_autoScroll;   // runs while it is above or below the view
+    bool m_isSelecting = false; // the left button was pressed on the current bubble
+    QPoint m_pointer;           // the last place of the pointer while selecting
+    QBasicTimer m_autoScroll;   // runs while the pointer is above or below the view
     QPoint m_doubleClickPoint;
-    QBasicTimer m_tripleClick; // runs as long as another click makes a double click a triple one
+    QBasicTimer m_tripleClick; // runs while another click makes a triple click
 };

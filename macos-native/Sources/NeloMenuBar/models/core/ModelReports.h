@@ -10,7 +10,7 @@ class BackendReply;
 struct RemoteModelsReport
 {
     std::vector<Json> rows;
-    /// One line on how the refresh went.
+    /// One line about the refresh.
     QString status;
 };
 
@@ -19,14 +19,15 @@ struct LocalModelsReport
 {
     std::vector<Json> localRows;
     std::vector<Json> taskRows;
-    /// How many there are of each.
+    /// The number of local models and of downloads.
     QString summary;
-    /// One line on how the refresh went.
+    /// One line about the refresh.
     QString status;
 };
 
-/// Neither ever fails: an error gives empty lists and says so; a reply of another shape gives an empty list.
+/// Never fails. For an error the list is empty and the status is the error. For a reply of another shape the list is
+/// empty.
 RemoteModelsReport remoteModelsReport(const BackendReply& reply);
 
-/// An error in one reply empties both lists: half a picture would pass for the whole.
+/// The same for two replies. When one of them is an error, both lists are empty: one list alone would look complete.
 LocalModelsReport localModelsReport(const BackendReply& localReply, const BackendReply& tasksReply);

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Only the boolean counts: a text "yes" or the number 1 is no.
+/// Returns "yes" only for the boolean true. The text "yes" and the number 1 give "no".
 QString yesOrNo(const Json& runtime, const char* key)
 {
     return isTrue(runtime, key) ? QStringLiteral("yes") : QStringLiteral("no");

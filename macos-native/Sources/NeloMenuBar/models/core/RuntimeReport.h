@@ -7,11 +7,11 @@ class BackendReply;
 /// What the Runtime tab shows of a reply of "openclaw_runtime_status".
 struct RuntimeReport
 {
-    /// Seven lines, or why there are none.
+    /// Seven lines, or the reason why there are none.
     QString summary;
-    /// One line on how the refresh went.
+    /// One line about the refresh.
     QString status;
 };
 
-/// Never fails: an error, an empty object or anything but an object gives a report that says so.
+/// Never fails. For an error, an empty object or anything else the report says that there is no status.
 RuntimeReport runtimeReport(const BackendReply& reply);

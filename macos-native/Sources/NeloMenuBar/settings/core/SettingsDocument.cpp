@@ -8,14 +8,14 @@ namespace {
 
 constexpr int documentVersion = 1;
 
-/// On unless the document says no, as false or as the number 0.
+/// Returns whether a setting is on. It is on unless the document has false or the number 0 there.
 bool isOn(const Json& section, const char* key)
 {
     const auto member = section.find(key);
     return member == section.end() || (*member != false && *member != 0);
 }
 
-/// `title` if it is among `titles`, else the first of them.
+/// Returns `title` if it is one of `titles`, or else the first of them.
 QString offered(const QString& title, const QStringList& titles)
 {
     return titles.contains(title) ? title : titles.first();

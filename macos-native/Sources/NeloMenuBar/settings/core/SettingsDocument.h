@@ -4,14 +4,16 @@
 
 #include <QStringList>
 
-/// The titles that the form offers. A document can select no other chat mode.
+/// Returns the chat modes that the form offers. A document can have no other.
 QStringList chatModes();
+
+/// Returns the local models that the form offers. A document may have another one.
 QStringList localModels();
 
-/// Where the local component lives unless the user says otherwise: an absolute path in the home folder.
+/// Returns the default path of the local component: an absolute path in the home folder.
 QString defaultTovaniPath();
 
-/// The settings that the backend module keeps, as the form shows them.
+/// The settings that the backend module stores, as the form shows them.
 struct SettingsDocument
 {
     bool coreAutoDiscovery = true;
@@ -28,11 +30,11 @@ struct SettingsDocument
     bool operator==(const SettingsDocument&) const = default;
 };
 
-/// Reads a document leniently: what is missing or of an unexpected type has its default, text of another type is
-/// described, a mode or provider that is not offered is the first that is. Anything but an object reads as an empty
-/// one.
+/// Reads a document leniently. A missing section or member has its default. A value that should be a string is
+/// described as text. A mode or a provider that the form does not offer is replaced by the first one that it offers.
+/// Anything but an object is read as an empty object.
 SettingsDocument readSettingsDocument(const Json& document);
 
-/// The document to save: texts typed by hand without the white space around them, and the default path for an empty
-/// one.
+/// Returns the document to save. Texts that the user types lose the white space around them, and an empty path is
+/// replaced by the default path.
 Json toJson(const SettingsDocument& settings);

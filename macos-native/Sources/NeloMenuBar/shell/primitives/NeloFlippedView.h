@@ -2,8 +2,8 @@
 
 #include <QWidget>
 
-/// The document view of a hand-laid-out scrolling form: its origin is the top left corner and y grows downwards, so
-/// rows laid out from y = 0 start at the top. Qt's own coordinates, under the name that says what the view is for.
+/// The document view of a scrolling form. Its origin is the top left corner and y grows downwards, so that rows from
+/// y = 0 start at the top. These are Qt's own coordinates; the class gives the view the name of its purpose.
 class NeloFlippedView final : public QWidget
 {
     Q_OBJECT

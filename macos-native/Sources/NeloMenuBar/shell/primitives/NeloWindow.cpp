@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Assistive technology looks for windows by their role; a plain widget has none.
+/// Gives a window its role for assistive technology, which finds windows by the role. A plain widget has none.
 QAccessibleInterface* windowInterface(const QString& /*className*/, QObject* object)
 {
     auto* window = qobject_cast<NeloWindow*>(object);
@@ -28,15 +28,15 @@ QAccessibleInterface* windowInterface(const QString& /*className*/, QObject* obj
 NeloWindow::NeloWindow(const QString& title, QSize contentSize)
     : QWidget(nullptr, Qt::Window), m_contentSize(scaledWindowSize(contentSize))
 {
-    QAccessible::installFactory(windowInterface); // once, however often it is asked for
+    QAccessible::installFactory(windowInterface); // only the first call has an effect
     setWindowTitle(title);
     const auto* closing = new QShortcut(QKeySequence::Close, this); // Command-W, Control-W
     connect(closing, &QShortcut::activated, this, &QWidget::close);
-    constexpr QMargins usualFrame(4, 32, 4, 4); // the window's own is known once it is on the screen
+    constexpr QMargins usualFrame(4, 32, 4, 4); // the real frame is known only when the window is on the screen
     placeOnScreen(usualFrame);
 }
 
-/// Gives the window its smallest size and, in the middle of the screen, its place.
+/// Sets the window's minimum size, and moves the window to the middle of the screen.
 void NeloWindow::placeOnScreen(const QMargins& frame)
 {
     const QRect available = screen()->availableGeometry();
@@ -63,8 +63,8 @@ void NeloWindow::setContentViewController(ViewController* controller)
 
 void NeloWindow::makeKeyAndOrderFront()
 {
-    // A window manager may leave a window minimised as long as it has a modal dialog; a window that is shown anew it
-    // must show.
+    // Some window managers keep a window minimised while it has a modal dialog. They show a window that is hidden and
+    // shown again.
     if (isMinimized() && QApplication::activeModalWidget())
         hide();
     setWindowState(windowState() & ~Qt::WindowMinimized);
@@ -90,9 +90,9 @@ void NeloWindow::hideEvent(QHideEvent* event)
 {
     QWidget::hideEvent(event);
     if (event->spontaneous() || !windowHandle())
-        return; // minimised: it may still be the one with the keyboard
-    // Qt 6.4 has the application listen to a window each time it gets the keyboard, and stop when it loses it to
-    // another window, but not when it is closed: after a hundred openings every change of focus would be told a hundred
-    // times.
+        return; // the window was minimised and may still have the keyboard focus
+    // Qt 6.4 connects the application to a window each time the window gets the focus, and disconnects it when another
+    // window gets the focus, but not when the window is closed. After a hundred openings the application would get
+    // every change of focus a hundred times.
     disconnect(windowHandle(), &QWindow::focusObjectChanged, qApp, nullptr);
 }

@@ -5,22 +5,23 @@
 
 class ViewController;
 
-/// A top-level window: titled, closable, minimisable and resizable, never smaller than it starts, centred on its
-/// screen. It remembers nothing. Closing, which the system's key for that does too, hides it.
+/// A top-level window with a title. It can be closed, minimised and resized, but not made smaller than at first. It
+/// starts in the middle of its screen and remembers nothing. Closing it, also with the system's key, hides it.
 class NeloWindow final : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// `contentSize` is the initial and the smallest size in device-independent pixels; with larger text both grow as
-    /// far as the screen allows. On a screen that has no room for it and the frame, both are what is available.
+    /// `contentSize` is the initial and the minimum size in device-independent pixels. With larger text both are
+    /// larger, as far as the screen allows. On a screen without enough room for the window and its frame, both are what
+    /// is available.
     NeloWindow(const QString& title, QSize contentSize);
 
-    /// Fills the window with `controller`, which it then owns, and has its view built. It scrolls when the window is
-    /// too small for it.
+    /// Fills the window with `controller`, takes ownership of it, and loads its view. The view scrolls when the window
+    /// is too small for it.
     void setContentViewController(ViewController* controller);
 
-    /// Shows the window, restored if it was minimised, in front of every other one and with the keyboard.
+    /// Shows the window in front of all others, gives it the keyboard focus, and restores it if it was minimised.
     void makeKeyAndOrderFront();
 
 protected:
@@ -30,6 +31,6 @@ protected:
 private:
     void placeOnScreen(const QMargins& frame);
 
-    QSize m_contentSize; // where the screen has room
+    QSize m_contentSize; // used when the screen has room for it
     bool m_hasKnownFrame = false;
 };

@@ -2,13 +2,13 @@
 
 #include "shell/primitives/ViewController.h"
 
-/// A tab that has nothing to do yet: a title and a paragraph that says what it is for.
+/// A tab without a function yet: a title, and a paragraph that tells its purpose.
 class PlaceholderInfoController final : public ViewController
 {
     Q_OBJECT
 
 public:
-    /// Both are plain text.
+    /// Both texts are plain text.
     explicit PlaceholderInfoController(QString titleText, QString bodyText = {}, QWidget* parent = nullptr);
 
 protected:

@@ -7,7 +7,7 @@
 ScrollingForm::ScrollingForm(QWidget* parent) : QScrollArea(parent), m_documentView(new NeloFlippedView)
 {
     setFrameShape(QFrame::NoFrame);
-    setFocusPolicy(Qt::NoFocus); // the way to a control leads over the controls
+    setFocusPolicy(Qt::NoFocus); // Tab goes from control to control, not to the area
     setWidgetResizable(true);
     setWidget(m_documentView);
     viewport()->setAutoFillBackground(false);
@@ -17,14 +17,14 @@ ScrollingForm::ScrollingForm(QWidget* parent) : QScrollArea(parent), m_documentV
 
 ScrollingForm::~ScrollingForm()
 {
-    // The fields go with the base class, and one that has the keyboard gives it up then: too late for us to hear of it.
+    // The base class deletes the fields. A field with the focus loses it then, when this object is half destroyed.
     disconnect(qApp, nullptr, this, nullptr);
 }
 
 void ScrollingForm::followFocus(QWidget* focused)
 {
     if (QApplication::mouseButtons() != Qt::NoButton)
-        return; // a click: what is pressed must not move away before it is released
+        return; // a click gave the focus: the control must not move before the button is released
     if (m_documentView->isAncestorOf(focused))
         ensureWidgetVisible(focused);
 }

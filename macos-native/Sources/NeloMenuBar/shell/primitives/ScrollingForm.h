@@ -4,8 +4,8 @@
 
 class NeloFlippedView;
 
-/// A form as wide as the view it fills, on the background that is behind it. It scrolls when it is higher, and then
-/// keeps the control that has the keyboard in sight.
+/// A form that is as wide as its view and transparent. When it is higher than the view, it scrolls, and keeps the
+/// control with the keyboard focus visible.
 class ScrollingForm final : public QScrollArea
 {
     Q_OBJECT
@@ -16,7 +16,7 @@ public:
     ScrollingForm& operator=(const ScrollingForm&) = delete;
     ~ScrollingForm() override;
 
-    /// What scrolls: the parent for the form's controls and layout.
+    /// Returns the view that scrolls. It is the parent of the form's controls and layout.
     NeloFlippedView* documentView() const { return m_documentView; }
 
 private:

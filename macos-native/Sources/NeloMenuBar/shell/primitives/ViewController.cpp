@@ -29,7 +29,7 @@ void ViewController::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
     loadViewIfNeeded();
-    // The event comes before the view is on the screen, and a window's other children may still be hidden.
+    // At this event the view is not on the screen yet, and other children of the window may still be hidden.
     if (!event->spontaneous())
         QMetaObject::invokeMethod(this, &ViewController::announceAppearance, Qt::QueuedConnection);
 }

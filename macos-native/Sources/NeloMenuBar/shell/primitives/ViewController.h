@@ -2,11 +2,11 @@
 
 #include <QWidget>
 
-/// The content of a window or a tab: a widget that builds itself once and is told when it comes and goes.
+/// The content of a window or a tab: a widget that builds itself once, and is told when it appears and disappears.
 ///
-/// `loadView()` and then `viewDidLoad()` run once, when the container asks for the view or, at the latest, when it is
-/// first shown. `viewDidAppear()` runs each time it has become visible, from the event loop; `viewWillDisappear()` runs
-/// for each of those once it is hidden, before anything else happens. Minimising a window and restoring it is neither.
+/// `loadView()` and then `viewDidLoad()` run once: when the container asks for the view, or else when it is first
+/// shown. `viewDidAppear()` runs from the event loop each time the view has become visible. `viewWillDisappear()` runs
+/// once for each of these, as soon as the view is hidden. Minimising and restoring a window calls neither.
 class ViewController : public QWidget
 {
     Q_OBJECT
@@ -14,13 +14,13 @@ class ViewController : public QWidget
 public:
     explicit ViewController(QWidget* parent = nullptr);
 
-    /// Builds the view unless that was done already.
+    /// Builds the view if it is not built yet.
     void loadViewIfNeeded();
 
 protected:
-    /// Creates and lays out the controls; no data yet.
+    /// Creates and lays out the controls, without data.
     virtual void loadView() = 0;
-    /// The view is built: load what it shows.
+    /// Loads the data that the view shows. The view is built.
     virtual void viewDidLoad();
     virtual void viewDidAppear();
     virtual void viewWillDisappear();

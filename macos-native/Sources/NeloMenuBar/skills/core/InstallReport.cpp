@@ -4,7 +4,7 @@
 
 namespace {
 
-/// One of the restarts that an installation may entail.
+/// A restart that an installation may need.
 struct Restart
 {
     const char* name;

@@ -2,9 +2,10 @@
 
 #include "base/Json.h"
 
-/// What the status line says after `subject`, "skill" say, was installed with this `result`: where it is now and, for
-/// each restart that was attempted, how that went.
+/// Returns the status line after an installation. `subject` is for example "skill", `result` the backend's reply. The
+/// line tells the folder and the result of each restart that was attempted.
 QString installStatus(const QString& subject, const Json& result);
 
-/// The same in full for an alert, a line each: where it is now, the runtime's restart, the gateway's restart.
+/// Returns the text of the alert after an installation, in three lines: the folder, the runtime's restart, and the
+/// gateway's restart.
 QString installSummary(const Json& result);

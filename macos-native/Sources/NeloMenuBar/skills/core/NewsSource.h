@@ -2,16 +2,16 @@
 
 #include "base/Json.h"
 
-/// Returns whether `skill` is the one that watches news sources.
+/// Returns whether `skill` is "social-media-alert", the skill that watches news sources.
 bool isSocialMediaAlert(const Json& skill);
 
-/// Returns what the pop-up of configured sources shows of one.
+/// Returns the title of a source in the pop-up of configured sources.
 QString newsSourceTitle(const Json& source);
 
-/// Returns how many sources there are, as a sentence.
+/// Returns a sentence with the number of sources.
 QString newsSourceSummary(std::size_t count);
 
-/// A source that the user describes. Nothing of it is checked here: the backend decides.
+/// A source that the user has described. The backend checks it.
 struct NewNewsSource
 {
     QString type;
@@ -21,5 +21,5 @@ struct NewNewsSource
     bool isEnabled = true;
 };
 
-/// Returns the source as the backend wants it, its texts without the white space around them.
+/// Returns the source in the form that the backend expects. The texts lose the white space around them.
 Json toJson(const NewNewsSource& source);

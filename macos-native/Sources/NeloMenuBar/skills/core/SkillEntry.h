@@ -4,33 +4,34 @@
 
 #include <optional>
 
-/// How a skill is configured in one ecosystem.
+/// The configuration of a skill in one ecosystem.
 struct SkillEntry
 {
     bool isEnabled = true;
     QString apiKey;
     /// The environment variables by name.
     Json env = Json::object();
-    /// Not ours: it goes back as it came.
+    /// Nelo does not use this. It is saved as it was loaded.
     Json config = Json::object();
 };
 
-/// Reads an entry leniently: only an explicit false disables it, and what is not an object counts as an empty one.
+/// Reads an entry leniently. Only false disables it. A value that should be an object and is not counts as an empty
+/// object.
 SkillEntry readSkillEntry(const Json& object);
 
-/// The entry to save: an object of the four members and nothing else.
+/// Returns the entry to save: an object with exactly the four members.
 Json toJson(const SkillEntry& entry);
 
-/// What the field of the variable `name` shows. The entry's credential stands in for a primary variable of `skill` that
-/// the environment does not hold.
+/// Returns the text for the field of the variable `name`. For the primary variable of `skill` this is the entry's
+/// credential when the environment does not have the variable.
 QString variableText(const SkillEntry& entry, const Json& skill, const QString& name);
 
-/// The credential to save with `env`: what it holds for the variable `primary`, else what was `typed` into the
-/// credential's own field.
+/// Returns the credential to save with `env`: the value of the variable `primary`, or when `env` has none, the text
+/// that was `typed` into the field of the credential.
 QString credentialToSave(const Json& env, const QString& primary, const QString& typed);
 
-/// The environment as text to read and to edit, sorted by name.
+/// Returns the environment as JSON text for the editor, sorted by name.
 QString prettyEnv(const Json& env);
 
-/// The object that `text` is as JSON, nothing but white space being an empty one; nothing when it is anything else.
+/// Parses `text` as a JSON object. A text of white space only is an empty object. Returns nothing for anything else.
 std::optional<Json> parseObject(const QString& text);

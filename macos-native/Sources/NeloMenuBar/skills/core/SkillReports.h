@@ -20,15 +20,15 @@ struct AdapterReport
     QString skillFolders;
 };
 
-/// What the pop-up of agents offers after a reply of "list_local_agents". The titles are those of the agents, in their
-/// order, or one that says why there are none.
+/// What the pop-up of agents offers after a reply of "list_local_agents". There is a title for each agent, in their
+/// order. Without agents there is one title that says why.
 struct AgentsReport
 {
     std::vector<Json> agents;
     QStringList titles;
 };
 
-/// None of these fails: an error and a reply of another shape give an empty list, and the texts say so.
+/// These never fail. For an error or a reply of another shape the list is empty, and the texts say so.
 SkillsReport skillsReport(const BackendReply& reply, const QString& ecosystem);
 AdapterReport adapterReport(const BackendReply& reply);
 AgentsReport agentsReport(const BackendReply& reply, const QString& ecosystem);

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-/// An environment variable of a skill, which has a field of its own.
+/// An environment variable of a skill. It has a field of its own.
 struct DynamicVariable
 {
     QString name;
@@ -19,5 +19,6 @@ QString primaryVariable(const Json& skill);
 /// Returns the caption of the credential's field.
 QString credentialCaption(const Json& skill);
 
-/// Returns the variables that the skill requires, each once. The primary one comes first when it is not among them.
+/// Returns the variables that the skill requires, each once. When the primary variable is not among them, it comes
+/// before them.
 std::vector<DynamicVariable> dynamicVariables(const Json& skill);
