@@ -1,7 +1,7 @@
-# To be sourced: installs what a script needs. Sets `root` to the repository's folder.
+# Source this file: it has the functions that install what a script needs. It sets `root` to the repository's folder.
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
-# need PURPOSE PACKAGE...: installs those of the Debian packages that are missing, and says which and why.
+# need PURPOSE PACKAGE...: installs the Debian packages that are missing, and prints which ones and the purpose.
 need() {
     local purpose=$1 package missing=()
     shift
@@ -41,7 +41,7 @@ need_for_testing() {
     need_for_mock_provider
 }
 
-# What the local backend reads the files of agent programs with.
+# The libraries with which the local backend reads the files of agent programs.
 need_for_backend() {
     need "what reads the files of agent programs" python3-json5 python3-yaml python3-tomlkit
 }
@@ -60,14 +60,14 @@ need_for_mock_provider() {
     need_from_npm "a mock of the chat's provider" macos-native/Tests/e2e/mock-provider mock-provider
 }
 
-# Installs the agent programs that Tests/runtimes names, in build/runtimes. Only Node's own package needs its script.
+# Installs the agent programs that Tests/runtimes names, in build/runtimes. Only the package of Node needs to run its script.
 need_for_runtimes() {
     need "what compares the agent programs with the backend" python3 python3-json5 python3-yaml python3-tomlkit
     need_from_npm "the agent programs, 1.1 GB" macos-native/Tests/runtimes runtimes node
 }
 
-# need_from_npm WHAT FOLDER NAME [PACKAGE...]: installs what FOLDER's package-lock.json names in build/NAME; of the packages,
-# only those that are given run their scripts.
+# need_from_npm WHAT FOLDER NAME [PACKAGE...]: installs the packages of FOLDER's package-lock.json in build/NAME. Only the
+# given packages run their scripts.
 need_from_npm() {
     local what=$1 wanted=$root/$2 installed=$root/build/$3
     shift 3
@@ -85,7 +85,7 @@ need_from_npm() {
     touch "$installed/complete"
 }
 
-# build_preset PRESET TARGET...: builds a preset; without a target, everything.
+# build_preset PRESET [TARGET...]: builds the targets of a preset, or everything without a target.
 build_preset() {
     local preset=$1 targets=()
     shift

@@ -13,7 +13,7 @@ if(NELO_SANITIZERS)
     target_link_options(nelo_compile_options INTERFACE -fsanitize=${NELO_SANITIZERS})
 endif()
 if(NELO_COVERAGE)
-    # Atomic: the counts of several threads, and of the processes that end together, add up.
+    # Atomic counts are right also for several threads, and for processes that end at the same time.
     target_compile_options(nelo_compile_options INTERFACE --coverage -fprofile-abs-path -fprofile-update=atomic)
     target_link_options(nelo_compile_options INTERFACE --coverage)
 endif()
@@ -36,9 +36,9 @@ function(nelo_add_library name)
     target_link_libraries(${name} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE} nelo_compile_options)
 endfunction()
 
-# What the sanitizers are told when a test runs: what to pass over, all of it in libraries that are not ours; and that threads may
-# start once QProcess has forked, where the thread sanitizer would rather give up. A build with sanitizers writes what they find
-# into a folder: not every test looks at how the program that it started has ended.
+# The options of the sanitizers when a test runs. They ignore findings in libraries that are not ours, and allow threads after
+# QProcess has forked, where the thread sanitizer would end the program. Findings go to files in a folder, because not every
+# test checks the exit code of a program that it has started.
 if(NELO_SANITIZERS)
     set(findings :log_path=${CMAKE_BINARY_DIR}/findings/finding)
     file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/findings)
@@ -51,8 +51,8 @@ set(nelo_sanitizer_environment
     TSAN_OPTIONS=${tsan_suppressions}:die_after_fork=0${findings}
     UBSAN_OPTIONS=print_stacktrace=1)
 
-# nelo_add_test_library(NAME SOURCES ... [PUBLIC ...] [PRIVATE ...]): what several tests share; its headers are included by their
-# path below Tests.
+# nelo_add_test_library(NAME SOURCES ... [PUBLIC ...] [PRIVATE ...]): a library that several tests share. Its headers are
+# included by their path below Tests.
 function(nelo_add_test_library name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;PUBLIC;PRIVATE")
     add_library(${name} STATIC ${arg_SOURCES})
@@ -61,21 +61,22 @@ function(nelo_add_test_library name)
     target_link_libraries(${name} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE} nelo_compile_options)
 endfunction()
 
-# The tests that build on every system, with the label of that name: what the others link uses Linux's own system calls.
+# The tests that build on every system. They have this label, too. The other tests link libraries that use system calls of
+# Linux.
 add_custom_target(portable_tests)
 
-# The tests of what has no windows, with the label of that name: files, processes, threads, the network.
+# The tests of code without windows: files, processes, threads, the network. They have this label, too.
 add_custom_target(windowless_tests)
 
-# nelo_add_test(NAME SOURCES ... LIBRARIES ... [LAUNCHER ...]): a Qt Test program, run on the offscreen platform whatever DISPLAY
-# says, by the command LAUNCHER if there is one.
+# nelo_add_test(NAME SOURCES ... LIBRARIES ... [LAUNCHER ...]): a Qt Test program. It runs on the offscreen platform, whatever
+# DISPLAY is. The command LAUNCHER, if there is one, starts it.
 function(nelo_add_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES;LAUNCHER")
     add_executable(${name} ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/Tests)
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} Qt6::Test nelo_compile_options)
-    # Optimising a test takes as long as the rest of its compilation; what it tests is optimised all the same.
+    # Tests are not optimised, which halves the time to compile them. The libraries that they test are optimised.
     target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O0>)
     add_test(NAME ${name} COMMAND ${arg_LAUNCHER} $<TARGET_FILE:${name}>)
     set(screen ${PROJECT_SOURCE_DIR}/Tests/support/screen.json) # the platform's own is smaller than our windows

@@ -1,4 +1,4 @@
-# What goes into the application bundle beside the program, and the disk image that holds it.
+# The files of the application bundle besides the program, and the disk image with the bundle.
 find_program(NELO_ICONUTIL iconutil REQUIRED)
 find_program(NELO_MACDEPLOYQT macdeployqt HINTS ${QT6_INSTALL_PREFIX}/${QT6_INSTALL_BINS} REQUIRED)
 
@@ -19,7 +19,8 @@ install(FILES ${icons} DESTINATION ${contents}/Resources)
 install(DIRECTORY ../../app DESTINATION ${contents}/Resources FILES_MATCHING PATTERN "*.py" PATTERN "tests" EXCLUDE
     PATTERN "__pycache__" EXCLUDE)
 
-# Last: copies the libraries into the bundle, those that only the plugin uses too, and signs it all for this machine.
+# The last step copies the libraries into the bundle, also those that only the plugin uses, and signs the bundle for this
+# machine.
 install(CODE "
     set(bundle \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/NeloMenuBar.app\")
     execute_process(
