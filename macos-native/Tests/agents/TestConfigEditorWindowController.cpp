@@ -15,6 +15,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QFontDatabase>
+#include <QFontInfo>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -137,7 +138,7 @@ private slots:
     {
         const Editor editor(path());
         QCOMPARE(editor.textView()->toPlainText(), u"{\"a\": 1}\n"_s);
-        QCOMPARE(editor.textView()->font().pixelSize(), 12);
+        QCOMPARE(QFontInfo(editor.textView()->font()).pixelSize(), 12);
         QCOMPARE(editor.textView()->font().family(), QFontDatabase::systemFont(QFontDatabase::FixedFont).family());
         QCOMPARE(editor.textView()->lineWrapMode(), QPlainTextEdit::NoWrap);
         QVERIFY(!editor.textView()->isReadOnly());

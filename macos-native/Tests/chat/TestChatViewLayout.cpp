@@ -6,6 +6,7 @@
 
 #include <QAccessible>
 #include <QApplication>
+#include <QFontInfo>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -92,11 +93,11 @@ private slots:
 
     void textsHaveTheGivenSizes()
     {
-        QCOMPARE(m_chat->find<QWidget>("debugLabel")->font().pixelSize(), 11);
-        QCOMPARE(m_chat->inputField()->font().pixelSize(), 14);
+        QCOMPARE(QFontInfo(m_chat->find<QWidget>("debugLabel")->font()).pixelSize(), 11);
+        QCOMPARE(QFontInfo(m_chat->inputField()->font()).pixelSize(), 14);
         QVERIFY(!m_chat->inputField()->hasFrame());
         const QString header = m_chat->find<QLabel>("header")->text();
-        QVERIFY(header.contains(u"font-size:14px"));
+        QVERIFY(header.contains(u"font-size:10.5pt")); // 14 pixels at 96 dpi
         QVERIFY(header.contains(u"font-weight:500"));
         const auto* status = m_chat->find<QWidget>("debugLabel");
         QCOMPARE(status->palette().color(QPalette::WindowText),

@@ -6,6 +6,7 @@
 #include "ui/Forms.h"
 
 #include <QAccessible>
+#include <QFontInfo>
 #include <QFrame>
 #include <QScrollBar>
 
@@ -66,7 +67,7 @@ private slots:
         for (const QWidget* widget : widgets)
             if (QStringList{u"Nelo Core"_s, u"Chat"_s, u"Cloud"_s, u"Tovani"_s}.contains(
                     widget->property("text").toString()))
-                QCOMPARE(widget->font().pixelSize(), 15);
+                QCOMPARE(QFontInfo(widget->font()).pixelSize(), 15);
     }
 
     void offersTheGivenTitlesAndPlaceholders()

@@ -6,6 +6,7 @@
 #include "ui/Colors.h"
 
 #include <QFontDatabase>
+#include <QFontInfo>
 #include <QScrollBar>
 
 #include <optional>
@@ -110,7 +111,7 @@ private slots:
         QTRY_VERIFY(m_tab->field("REGION")->width() > 220);
         const auto labels = stack->findChildren<QLabel*>();
         QCOMPARE(labels[0]->text(), u"Dynamic ENV Fields"_s);
-        QCOMPARE(labels[0]->font().pixelSize(), 12);
+        QCOMPARE(QFontInfo(labels[0]->font()).pixelSize(), 12);
         QCOMPARE(labels[0]->font().weight(), QFont::DemiBold);
         QCOMPARE(m_tab->frame(labels[0]).topLeft(), m_tab->frame(stack).topLeft());
         QCOMPARE(m_tab->field("TOKEN")->y(), labels[0]->geometry().bottom() + 1 + 8);
@@ -129,7 +130,7 @@ private slots:
         m_tab->entered({{"env", {{"A", std::string(500, 'x')}, {"B", "1"}}}});
         m_tab->show();
         m_tab->select(0);
-        QCOMPARE(m_tab->env()->font().pixelSize(), 12);
+        QCOMPARE(QFontInfo(m_tab->env()->font()).pixelSize(), 12);
         QCOMPARE(m_tab->env()->font().family(), QFontDatabase::systemFont(QFontDatabase::FixedFont).family());
         QTRY_VERIFY(m_tab->env()->horizontalScrollBar()->maximum() > 0);
         QCOMPARE(m_tab->env()->document()->lineCount(), 4);

@@ -7,6 +7,7 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QElapsedTimer>
+#include <QFontInfo>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -135,7 +136,7 @@ private slots:
         QLineEdit field;
         ask(&field, [&field](QDialog& dialog) {
             const auto* message = dialog.findChild<QLabel*>(u"messageText"_s);
-            QCOMPARE(message->font().pixelSize(), 15);
+            QCOMPARE(QFontInfo(message->font()).pixelSize(), 15);
             QCOMPARE(message->font().weight(), QFont::Bold);
             const QPlainTextEdit* text = informativeText(dialog);
             const QPushButton* save = button(dialog, u"Save"_s);

@@ -7,6 +7,7 @@
 #include "ui/PopUpButton.h"
 
 #include <QAccessible>
+#include <QFontInfo>
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QScrollBar>
@@ -106,7 +107,7 @@ private slots:
         QCOMPARE(row.label()->text(), text);
         QCOMPARE(row.label()->x(), 0);
         QCOMPARE(row.label()->width(), labelWidth);
-        QCOMPARE(row.label()->font().pixelSize(), 13);
+        QCOMPARE(QFontInfo(row.label()->font()).pixelSize(), 13);
         QCOMPARE(row.label()->alignment(), Qt::AlignRight | Qt::AlignVCenter);
         QCOMPARE(row.window.findChild<QLineEdit*>()->x(), labelWidth + spacing);
         QCOMPARE(row.window.width(), 600);
@@ -191,7 +192,7 @@ private slots:
         QWidget parent;
         const Label* header = makeSectionHeader(QStringLiteral("Chat"), &parent);
         QCOMPARE(header->text(), QStringLiteral("Chat"));
-        QCOMPARE(header->font().pixelSize(), 15);
+        QCOMPARE(QFontInfo(header->font()).pixelSize(), 15);
         QCOMPARE(header->font().weight(), QFont::DemiBold);
         const QFrame* separator = makeSeparator(&parent);
         QCOMPARE(separator->frameShape(), QFrame::HLine);

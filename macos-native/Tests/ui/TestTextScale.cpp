@@ -1,10 +1,12 @@
 #include "ui/TextScale.h"
 
+#include "support/Cases.h"
 #include "support/Warnings.h"
 #include "ui/JsonTable.h"
 #include "ui/Labels.h"
 
 #include <QApplication>
+#include <QFontInfo>
 #include <QScreen>
 #include <QTest>
 
@@ -24,21 +26,22 @@ private slots:
 
     void measuresFollowTheText_data()
     {
-        QTest::addColumn<int>("pixelSize");
-        QTest::addColumn<int>("grown");
-        QTest::newRow("very small text makes nothing smaller") << 7 << 100;
-        QTest::newRow("9 points on a display of 96 dpi are ordinary") << 12 << 100;
-        QTest::newRow("13 points on macOS are ordinary") << 13 << 100;
-        QTest::newRow("11 points on a display of 96 dpi are ordinary") << 15 << 100;
-        QTest::newRow("a little larger is larger than 13 pixels") << 16 << 123;
-        QTest::newRow("twice macOS' size") << 26 << 200;
-        QTest::newRow("three times that") << 39 << 300;
+        const Cases<double, int> add("points", "grown");
+        add("very small text makes nothing smaller", 5, 100);
+        add("where no desktop says anything, 12 pixels, nothing is smaller", 9, 100);
+        add("13 pixels are what is given", 9.75, 100);
+        add("Plasma, 13.33 pixels", 10, 103);
+        add("GNOME, 14.67 pixels", 11, 113);
+        add("twice the size", 19.5, 200);
+        add("three times the size", 29.25, 300);
     }
 
     void measuresFollowTheText()
     {
-        QFETCH(int, pixelSize);
-        setTextSize(pixelSize);
+        QFETCH(double, points);
+        QFont font = QApplication::font();
+        font.setPointSizeF(points);
+        QApplication::setFont(font);
         QTEST(scaledToFont(100), "grown");
     }
 
@@ -50,9 +53,9 @@ private slots:
 
     void aFontsOwnSizeGrows()
     {
-        QCOMPARE(fontOfSize(QFont(), 18).pixelSize(), 18);
+        QCOMPARE(QFontInfo(fontOfSize(QFont(), 18)).pixelSize(), 18);
         setTextSize(26);
-        QCOMPARE(fontOfSize(QFont(), 18).pixelSize(), 36);
+        QCOMPARE(QFontInfo(fontOfSize(QFont(), 18)).pixelSize(), 36);
     }
 
     void aColumnGrows()
@@ -76,6 +79,7 @@ private slots:
     {
         QFETCH(QSize, given);
         QFETCH(QSize, grown);
+        setTextSize(15); // the largest that a desktop comes with
         QCOMPARE(scaledWindowSize(given), given);
         setTextSize(26);
         QCOMPARE(scaledWindowSize(given), grown);

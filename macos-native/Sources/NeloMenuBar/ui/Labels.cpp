@@ -31,7 +31,7 @@ void setTextColor(QLabel& label, Emphasis emphasis)
 QFont fontOfSize(const QFont& font, int size, QFont::Weight weight)
 {
     QFont result(font);
-    result.setPixelSize(scaledToFont(size));
+    result.setPointSizeF(pointsScaledToFont(size));
     result.setWeight(weight);
     return result;
 }
@@ -139,9 +139,9 @@ QLabel* makeSupportLine(int linkSize, QWidget* parent)
     auto* line = new QLabel(parent);
     line->setTextFormat(Qt::RichText); // all of it is our own text
     // Without a colour of its own, a link has that of the system's theme, whatever its background is.
-    line->setText(QStringLiteral("%1<a href=\"%2\" style=\"font-size:%3px; font-weight:500; "
+    line->setText(QStringLiteral("%1<a href=\"%2\" style=\"font-size:%3pt; font-weight:500; "
                                  "text-decoration:underline; color:%4\">%5</a>")
-                      .arg(introduction, address.toHtmlEscaped(), QString::number(scaledToFont(linkSize)),
+                      .arg(introduction, address.toHtmlEscaped(), QString::number(pointsScaledToFont(linkSize)),
                            line->palette().color(QPalette::Link).name(), domain.toHtmlEscaped()));
     line->setTextInteractionFlags(Qt::TextBrowserInteraction | Qt::TextSelectableByKeyboard);
     line->setOpenExternalLinks(true);

@@ -2,6 +2,7 @@
 
 #include "support/Warnings.h"
 
+#include <QFontInfo>
 #include <QFontMetrics>
 #include <QTest>
 
@@ -74,7 +75,7 @@ private slots:
         TranscriptLayout layout = rows({u"one"_s, u"two\nlines"_s, u"three"_s});
         layout.layOut(0, 1000);
 
-        QCOMPARE(layout.speakerFont().pixelSize(), 12);
+        QCOMPARE(QFontInfo(layout.speakerFont()).pixelSize(), 12);
         QCOMPARE(layout.speakerFont().weight(), QFont::DemiBold);
         const int speakerHeight = QFontMetrics(layout.speakerFont()).height();
         QCOMPARE(layout.speakerRect(0).top(), 0);

@@ -81,7 +81,8 @@ private:
         QRect inSight = room & m_window.rect();
         for (const QWidget* parent = &widget; parent != &m_window; parent = parent->parentWidget())
             inSight &= QRect(parent->mapTo(&m_window, QPoint()), parent->size());
-        texts.push_back({.text = text, .place = place, .room = room, .inSight = inSight, .needed = needed});
+        texts.push_back(
+            {.text = text, .place = place, .font = widget.font(), .room = room, .inSight = inSight, .needed = needed});
     }
 
     void visitLabel(QLabel& label)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QFont>
 #include <QRect>
 #include <QString>
 
@@ -13,6 +14,7 @@ struct ShownText
     QString text;
     /// What shows it, for a message about it.
     QString place;
+    QFont font;
     /// The room that it has there, in the window's coordinates.
     QRect room;
     /// The part of it that is not scrolled out of sight.

@@ -1,12 +1,18 @@
 #include "shell/legibility/Gallery.h"
 #include "shell/legibility/Legibility.h"
+#include "shell/legibility/ShownText.h"
 #include "shell/primitives/NeloWindow.h"
+#include "support/Cases.h"
 #include "support/ThemeStyle.h"
 #include "support/Warnings.h"
 
 #include <QApplication>
 #include <QDialog>
+#include <QScreen>
 #include <QTest>
+
+#include <cmath>
+#include <map>
 
 using namespace Qt::StringLiterals;
 
@@ -68,17 +74,19 @@ private slots:
 
     void nothingIsClipped_data()
     {
-        QTest::addColumn<double>("textSize");
-        QTest::newRow("at the ordinary text size") << 1.0;
-        QTest::newRow("at twice the text size") << 2.0;
+        const Cases<double> add("points");
+        add("with text of 12 pixels, where no desktop says anything", 9);
+        add("with text of 13 pixels", 9.75);
+        add("with text of 14.67 pixels, on GNOME", 11);
+        // On a screen with less room, windows scroll sideways beyond that.
+        add("with text of about twice the size",
+            QGuiApplication::primaryScreen()->size().width() < 1366 ? 18 : 2 * ordinaryPoints);
     }
 
     void nothingIsClipped()
     {
-        QFETCH(double, textSize);
-        QFont font = m_fontBefore;
-        font.setPointSizeF(font.pointSizeF() * textSize);
-        QApplication::setFont(font);
+        QFETCH(double, points);
+        setTextSize(points);
         Gallery gallery;
         QString found;
         for (const QString& name : Gallery::names()) {
@@ -95,6 +103,22 @@ private slots:
             QVERIFY2(isSeen, qPrintable(name));
         }
         QCOMPARE(found, QString());
+    }
+
+    void everyTextGrowsByOneFactor()
+    {
+        setTextSize(ordinaryPoints);
+        const std::map<QString, double> ordinary = textSizes();
+        for (const double points : {11.0, 2 * ordinaryPoints}) {
+            setTextSize(points);
+            std::map<QString, double> grown = textSizes();
+            QString found;
+            for (const auto& [text, size] : ordinary) {
+                if (std::abs(grown[text] - size * points / ordinaryPoints) > 0.01)
+                    found += u"%1: %2, was %3\n"_s.arg(text, QString::number(grown[text]), QString::number(size));
+            }
+            QCOMPARE(found, QString());
+        }
     }
 
     void nothingIsFaint_data()
@@ -122,6 +146,30 @@ private slots:
     }
 
 private:
+    static constexpr double ordinaryPoints = 9.75; // 13 pixels on a screen of 96 dpi
+
+    static void setTextSize(double points)
+    {
+        QFont font = QApplication::font();
+        font.setPointSizeF(points);
+        QApplication::setFont(font);
+    }
+
+    /// The sizes in points of all texts of the gallery, by where they are.
+    static std::map<QString, double> textSizes()
+    {
+        std::map<QString, double> sizes;
+        Gallery gallery;
+        for (const QString& name : Gallery::names()) {
+            gallery.show(name, [&sizes, &name](QWidget& window) {
+                int index = 0;
+                for (const ShownText& text : textsShownBy(window))
+                    sizes[u"%1: %2 %3"_s.arg(name, QString::number(++index), text.place)] = text.font.pointSizeF();
+            });
+        }
+        return sizes;
+    }
+
     QFont m_fontBefore;
 };
 

@@ -5,6 +5,7 @@
 #include "ui/Labels.h"
 
 #include <QFontDatabase>
+#include <QFontInfo>
 #include <QPlainTextEdit>
 #include <QScrollBar>
 #include <QTest>
@@ -24,7 +25,7 @@ private slots:
         const auto* text = controller.findChild<QPlainTextEdit*>(QStringLiteral("textView"));
         QCOMPARE(text->toPlainText(), QStringLiteral("<b>one</b>\n两"));
         QVERIFY(text->isReadOnly());
-        QCOMPARE(text->font().pixelSize(), 12);
+        QCOMPARE(QFontInfo(text->font()).pixelSize(), 12);
         QCOMPARE(text->font().family(), QFontDatabase::systemFont(QFontDatabase::FixedFont).family());
         QCOMPARE(text->frameShape(), QFrame::NoFrame);
         QVERIFY(!text->viewport()->autoFillBackground());
@@ -50,7 +51,7 @@ private slots:
         const auto* title = controller.findChild<Label*>();
         const auto* body = controller.findChild<WrappingLabel*>();
         QCOMPARE(title->text(), QStringLiteral("Title"));
-        QCOMPARE(title->font().pixelSize(), 18);
+        QCOMPARE(QFontInfo(title->font()).pixelSize(), 18);
         QCOMPARE(title->font().weight(), QFont::Bold);
         QCOMPARE(title->geometry().topLeft(), QPoint(24, 24));
         QCOMPARE(title->geometry().right() + 1, 600 - 24);
