@@ -1,4 +1,4 @@
-"""Answers of programs that are too slow to be waited for: one thread asks them, and the lists take what it has."""
+"""Answers of programs that are too slow to wait for. One thread asks them, and the lists use the answers that it has."""
 
 from __future__ import annotations
 
@@ -17,7 +17,7 @@ REFRESH_SECONDS = 45.0
 
 
 class Answer(Generic[Value]):
-    """What a program answers to one question, as long as what the answer rests on stays the same."""
+    """The answer of a program to one question. It is used as long as the files that it depends on stay the same."""
 
     def __init__(self, ask: Callable[[], Value | None]) -> None:
         """`ask` runs in the thread. It answers None when the program does not, and does not raise."""
@@ -42,7 +42,7 @@ class Answer(Generic[Value]):
         return value
 
     def renewed(self, basis: Hashable, seconds: float) -> Value | None:
-        """A new answer, which is waited for. None when there is none in time; a later one is kept for `current`."""
+        """A new answer. This waits for it. None when it does not come in time; a later answer is kept for `current`."""
         with self._changed:
             count = self._count
             _worker.do_next(self, basis)
@@ -50,7 +50,7 @@ class Answer(Generic[Value]):
             return self._value if is_new else None
 
     def ask(self, basis: Hashable) -> None:
-        """Ask the program and keep what it answers, a failure too: it is not asked again at once."""
+        """Ask the program and keep its answer. A failure is kept, too, so that the program is not asked again at once."""
         value = self._ask()
         with self._changed:
             self._value, self._basis, self._asked = value, basis, time.monotonic()
@@ -64,7 +64,7 @@ class _Question(Protocol):
 
 
 class _Worker:
-    """The one thread, which ends when nothing is left to ask."""
+    """The thread. It ends when there are no more questions."""
 
     def __init__(self) -> None:
         self._lock = threading.Lock()
@@ -72,14 +72,14 @@ class _Worker:
         self._thread: threading.Thread | None = None
 
     def do(self, answer: _Question, basis: Hashable) -> None:
-        """Have an answer asked for, unless it is about to be."""
+        """Put a question at the end of the queue, unless it is in the queue already."""
         with self._lock:
             if all(it[0] is not answer for it in self._waiting):
                 self._waiting.append((answer, basis))
             self._start()
 
     def do_next(self, answer: _Question, basis: Hashable) -> None:
-        """Have an answer asked for before all others, but for the one that is being asked for."""
+        """Put a question at the beginning of the queue. The thread may be asking another one now."""
         with self._lock:
             running, rest = self._waiting[:1], self._waiting[1:]
             if not any(it[0] is answer for it in running):

@@ -82,7 +82,7 @@ def _switched(tomlkit: Any, text: str, skill_key: str, skill_name: str, is_on: b
         added = tomlkit.inline_table()
         added.update({"path": skill_key, "enabled": is_on})
         entries.append(added)
-    else:  # the library puts a table where it joins the last line, or repeats others
+    else:  # the library may add a table without a line break before it, or repeat others
         line_end = "\r\n" if "\r\n" in text else "\n"
         lines = ["[[skills.config]]", f"path = {tomlkit.item(skill_key).as_string()}", f"enabled = {str(is_on).lower()}"]
         ending = "" if text.endswith("\n") or not text else line_end
@@ -92,7 +92,7 @@ def _switched(tomlkit: Any, text: str, skill_key: str, skill_name: str, is_on: b
 
 
 def _is_switched(before: str, after: str, skill_key: str, skill_name: str, is_on: bool) -> bool:
-    """Whether a text says what another one did, but for one skill: the library fails where tables are scattered."""
+    """Whether a text equals another one except for one skill: the library fails when tables are scattered."""
     wanted = toml_text.parse(before, f"Reading {path()}")
     found = _matching(_entries(wanted), skill_key, skill_name)
     if found and "path" in found[-1]:

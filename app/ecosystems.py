@@ -1,6 +1,6 @@
-"""What the backend wants of an agent program: one interface, which a module of each ecosystem's name implements.
+"""The interface of an agent program. The module with the name of an ecosystem implements it.
 
-The values are what is true of the program on this machine; `rows` turns them into what the console shows.
+Its values describe the program on this machine; `rows` turns them into the rows that the console shows.
 """
 
 from __future__ import annotations
@@ -49,7 +49,7 @@ class Skill:
 
 @dataclass(frozen=True)
 class Paths:
-    """Where the program keeps its things, with its environment variables honoured."""
+    """The program's files and folders, as its environment variables have them."""
 
     config: str
     """The configuration file that it reads, whether it exists or not."""
@@ -80,7 +80,7 @@ class Ecosystem(Protocol):
         ...
 
     def paths(self) -> Paths:
-        """Where the program keeps its things. Touches nothing."""
+        """The program's files and folders. Changes nothing."""
 
     def agents(self) -> list[Agent]:
         """The agents that the program has, in any order; none when it was never set up."""

@@ -11,7 +11,7 @@ class BackendError(Exception):
 
 
 class PartlyDone(BackendError):
-    """What was asked for is done, and something is left to tell. Whoever catches it tells it as a `BackendError`."""
+    """The operation succeeded, but something must be told to the user. The function that catches it raises a `BackendError`."""
 
 
 def reason(error: OSError) -> str:

@@ -1,4 +1,4 @@
-"""What was read from small files, kept for as long as they do not change."""
+"""A cache for the content of small files. An entry is used until its file changes."""
 
 from __future__ import annotations
 
@@ -15,7 +15,7 @@ SIZE_LIMIT = 1_000_000
 
 
 class FileCache(Generic[Value]):
-    """What a function makes of files, which is asked once for each version of a file."""
+    """The results of a function of files. It is called once for each version of a file."""
 
     def __init__(self, parse: Callable[[str, bytes], Value]) -> None:
         """`parse` is given the path and the content, and does not raise."""

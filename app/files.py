@@ -145,10 +145,10 @@ def unused_name(folder: str, prefix: str) -> str:
 
 @contextlib.contextmanager
 def exclusive(seconds: float | None = None) -> Iterator[None]:
-    """Hold the one lock under which everything of ours is changed, against threads and other processes alike.
+    """Hold the lock under which all our files are changed. It excludes other threads and other processes.
 
-    The system gives the lock back when its holder dies. It is not to be taken twice. Raises `BackendError` when
-    somebody else holds it for `seconds`, which is `LOCK_SECONDS` where it is not given.
+    The system releases the lock when the process ends. A thread must not take it twice. Raises `BackendError` when somebody
+    else holds it for `seconds`, which is `LOCK_SECONDS` where it is not given.
     """
     path = paths.nelo_file("backend.lock")
     with explained(f"Cannot write in {os.path.dirname(path)}"):
@@ -162,7 +162,7 @@ def exclusive(seconds: float | None = None) -> Iterator[None]:
 
 
 def identity(path: str) -> tuple[int, int]:
-    """What tells a file or folder from all others, whatever names it has. Raises `OSError`."""
+    """The device and the inode, which identify a file or folder under all its names. Raises `OSError`."""
     status = os.stat(path)
     return status.st_dev, status.st_ino
 
@@ -173,7 +173,7 @@ def iso_time(seconds: float) -> str:
 
 
 def _lock(descriptor: int, path: str, seconds: float) -> None:
-    """Take the lock, asking again and again: a system call that waits could not be told when to give up."""
+    """Take the lock by trying again and again: the system call that waits has no time limit."""
     deadline = time.monotonic() + seconds
     while True:
         try:
@@ -199,9 +199,10 @@ def _status(path: str) -> os.stat_result | None:
 
 @contextlib.contextmanager
 def _written(folder: str, content: bytes, model: os.stat_result | None, forbidden: int) -> Iterator[str]:
-    """Write a hidden file with the mode and the owner of `model`, for the block to give it its name; then it is gone.
+    """Write a hidden file with the mode and the owner of `model`. The block gives it its name; after the block the hidden
+    name is removed.
 
-    What is hidden in the folder when it begins was left by the dead, for the living hold the lock.
+    Hidden files that are in the folder before were left by killed processes and are removed: this process holds the lock.
     """
     with contextlib.suppress(OSError):
         for name in filter(_LEFT_BEHIND.fullmatch, os.listdir(folder)):
@@ -216,12 +217,12 @@ def _written(folder: str, content: bytes, model: os.stat_result | None, forbidde
 
 
 def _give_name(written: str, path: str) -> None:
-    """Give a file its name, another one beside the hidden one. Raises `FileExistsError` when something else has it."""
+    """Give a file its name, in addition to the hidden one. Raises `FileExistsError` when something else has it."""
     try:
-        os.link(written, path)  # where renaming would replace what has the name
+        os.link(written, path)  # renaming would replace a file that has the name
     except FileExistsError:
         raise
-    except OSError:  # some file systems know no second names
+    except OSError:  # some file systems have no hard links
         if os.path.lexists(path):
             raise FileExistsError(path) from None
         os.rename(written, path)
@@ -242,7 +243,7 @@ def _take_over(descriptor: int, model: os.stat_result, forbidden: int) -> None:
     """Take over the owner, the group and the mode. The mode comes last: changing the owner clears bits of it."""
     mode = stat.S_IMODE(model.st_mode)
     if not _take_owner(descriptor, model):
-        # Nobody gains a right: not the new group, and not the former one, whose members are among the others now.
+        # No one gets a new right: neither the new group nor the members of the former one, who are "others" now.
         shared = mode & mode >> 3 & 0o7
         mode = mode & 0o700 | shared << 3 | shared
     os.fchmod(descriptor, mode & ~forbidden)

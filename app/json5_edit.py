@@ -1,6 +1,6 @@
 """Changing one member of a JSON5 text and leaving every other character as it is.
 
-Parsing and printing again would lose what the values do not hold: comments, numbers as they were written, layout.
+Parsing and printing would lose comments, the notation of numbers and the layout.
 """
 
 from __future__ import annotations
@@ -42,7 +42,7 @@ def set_member(text: str, path: Sequence[str], value: object) -> str:
 
 
 class _Layout:
-    """How the text is laid out, so that what is added looks like what was there."""
+    """The layout of the text. What is added gets the same layout."""
 
     def __init__(self, indent: str, line_end: str) -> None:
         self._indent = indent
@@ -152,6 +152,6 @@ def _skip_space(text: str, position: int) -> int:
 
 
 def _end_of_line(text: str, position: int) -> int:
-    """Behind the comments that follow on the same line, which belong to what stands before them."""
+    """The position after the comments on the same line: they belong to the value before them."""
     match = _REST_OF_LINE.match(text, position)
     return match.end() if match else position

@@ -1,6 +1,6 @@
 """The openclaw program: its agents, its skills and their settings. Implements `Ecosystem`.
 
-What it says itself is used where it was asked lately, and its configuration file otherwise. Only the program changes
+The program's own answers are used when they are fresh, and its configuration file otherwise. Only the program changes
 agents; their folders hold sessions and credentials, of which nothing is removed here.
 """
 

@@ -68,7 +68,7 @@ def act(attempt: str, *arguments: str) -> dict[str, object]:
 def check(candidate: str) -> str:
     """What the program has to say against a configuration file that is to replace its own; nothing when it is valid.
 
-    Without the program nobody can tell, which is no objection.
+    Without the program the file counts as valid.
     """
     program = path()
     problem = config_problem(program, ACTION_SECONDS, candidate) if program else ""

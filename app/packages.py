@@ -47,7 +47,7 @@ def unpack(package: bytes, folder: str) -> None:
 
     if len(package) > SIZE_LIMIT:
         raise PackageRefused(f"it is larger than {SIZE_LIMIT // 1_000_000} MB")
-    # Opening an archive reads its whole table of contents, so a table without end is refused before.
+    # Opening an archive reads its whole table of contents, so a table that is too long is refused before.
     if package.count(_CENTRAL_HEADER) > 10 * ENTRY_LIMIT:
         raise _too_many_entries()
     try:
@@ -141,8 +141,8 @@ def _refuse_collision(
 ) -> None:
     """Refuse a path that some file system takes for an earlier one.
 
-    `seen` holds every earlier path and the folders above it: under how a forgetful file system knows it, how it was
-    written and whether it is a folder.
+    `seen` has every earlier path and the folders above it. The key is the path as such a file system sees it; the value is
+    the path as it was written, and whether it is a folder.
     """
     for length in range(1, len(parts) + 1):
         path = parts[:length]
@@ -154,7 +154,7 @@ def _refuse_collision(
 
 
 def _folded(name: str) -> str:
-    """What a file system makes of a name that takes letters for the same whatever their case and composition."""
+    """A name as a file system sees it that ignores the case and the composition of letters."""
     return unicodedata.normalize("NFD", unicodedata.normalize("NFD", name).casefold())
 
 
@@ -165,7 +165,7 @@ def _is_folder(entry: ZipInfo) -> bool:
 def _unpack_all(
     archive: ZipFile, entries: list[tuple[ZipInfo, tuple[str, ...]]], packed_size: int, folder: str
 ) -> None:
-    """Write every entry, counting what really comes out: what a header says about sizes may be a lie."""
+    """Write every entry and count its bytes: the sizes in the headers may be wrong."""
     room = min(SIZE_LIMIT, packed_size * RATIO_LIMIT)
     for entry, parts in entries:
         path = os.path.join(folder, *parts)

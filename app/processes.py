@@ -1,4 +1,4 @@
-"""Running another program to its end, within a time and a size, so that nothing of it stays behind."""
+"""Running another program to its end, with limits for its time and its output. Nothing of it is left running."""
 
 from __future__ import annotations
 
@@ -31,7 +31,7 @@ system closes it then. It works on every Unix; only a process that left the grou
 
 @dataclass(frozen=True)
 class Outcome:
-    """What became of a program."""
+    """How a program ended, and what it wrote."""
 
     status: int | None
     """Its exit status; None when it was not started, or was killed."""
@@ -111,7 +111,7 @@ def _read(child: subprocess.Popen[bytes], written: Mapping[IO[bytes] | None, byt
             if time.monotonic() > deadline:
                 return "does not end"
             if not ready and child.poll() is not None:
-                return ""  # somebody else keeps the streams open
+                return ""  # another process keeps the streams open
     return ""
 
 

@@ -85,7 +85,7 @@ def find_program(name: str) -> str | None:
 def environment(program: str) -> dict[str, str]:
     """The environment for a found program: its PATH has the program's own folder and every search folder.
 
-    A script of a version manager finds the interpreter that it was installed for beside it, and no older one before.
+    So a script of a version manager finds the interpreter for which it was installed, and not an older one.
     """
     folders = dict.fromkeys([os.path.dirname(program), *search_folders()])
     return {**os.environ, "PATH": os.pathsep.join(folders)}

@@ -1,4 +1,4 @@
-"""Putting an unpacked skill in its place, so that a failure or a killed process leaves the earlier version."""
+"""Putting an unpacked skill in its place. After a failure or a killed process the earlier version is there."""
 
 from __future__ import annotations
 
@@ -21,10 +21,10 @@ _LEFT_BEHIND = re.compile(rf"({re.escape(_STAGING)}|{re.escape(_ASIDE)})-[0-9a-f
 
 
 def recover(skills_folder: str) -> None:
-    """Bring back what an install that was killed had put aside, and remove what it had begun.
+    """Restore the skills that a killed install had put aside, and remove the folders that it had begun.
 
-    Whatever is there while we hold the lock was left by the dead. A folder that cannot be mended stays as it is, and so
-    does one that a living process works with: nobody waits for it.
+    While this process holds the lock, no other process uses such folders. A folder that cannot be repaired stays as it is.
+    So does a folder that is locked by another process: this function does not wait for it.
     """
     with contextlib.suppress(OSError, ValueError, BackendError):
         if any(map(_LEFT_BEHIND.fullmatch, os.listdir(skills_folder))):
@@ -56,7 +56,7 @@ def install_package(package: bytes, workspace: str, fallback_name: str, source: 
             if os.path.lexists(target) and _origin(target) != origin:
                 raise _another_skill(target, origin)
             _write_origin(root, origin)
-            files.sync_file_system(staging)  # a power cut after the swap must not leave a skill of empty files
+            files.sync_file_system(staging)  # after a power cut the new skill must not have empty files
             _swap(root, target)
         except packages.PackageRefused as error:
             raise BackendError(f"The package was not installed: {error}.") from error
@@ -86,7 +86,7 @@ def _swap(new: str, target: str) -> None:
 def _origin(target: str) -> dict[str, object] | None:
     """Where the skill in a folder came from, or None when it did not come from a package."""
     if os.path.islink(target):
-        return None  # what it leads to was installed elsewhere
+        return None  # the target of the link was installed elsewhere
     with contextlib.suppress(OSError):
         return parse_object(files.read_file(os.path.join(target, ORIGIN_FILE)))
     return None
@@ -106,7 +106,7 @@ def _another_skill(target: str, origin: Mapping[str, str]) -> BackendError:
 
 
 def _bring_back(aside: str) -> None:
-    """Give what lies aside its place again unless something newer has it, and remove what is left."""
+    """Restore the folder that was put aside, unless there is a newer one in its place, and remove the rest."""
     for name in os.listdir(aside):
         target = os.path.join(os.path.dirname(aside), name)
         if not os.path.lexists(target):

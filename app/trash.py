@@ -50,7 +50,7 @@ def _move_to_desktop_trash(path: str, trash: str) -> None:
             _move(path, os.path.join(trash, "files", name))
             return
         except FileExistsError:
-            os.unlink(info)  # something lies there that no information is about
+            os.unlink(info)  # there is a file without its information
         except BaseException:
             with contextlib.suppress(OSError):
                 os.unlink(info)
@@ -98,6 +98,6 @@ def _move(path: str, target: str) -> None:
                 shutil.copy2(path, target, follow_symlinks=False)
         except OSError:
             with contextlib.suppress(OSError):
-                remove(target)  # the copy is half of it
+                remove(target)  # the copy is incomplete
             raise
         remove(path)

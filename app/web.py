@@ -45,7 +45,7 @@ def fetch(address: str, seconds: float, limit: int) -> bytes:
         except Exception as error:
             outcome.append(error)
 
-    # Only a thread can be left behind: neither name resolution nor a read that trickles can be told when to give up.
+    # A thread is used because it can be abandoned: name resolution and a slow read have no limit for the whole time.
     thread = threading.Thread(target=work, name="fetch", daemon=True)
     thread.start()
     thread.join(seconds)
