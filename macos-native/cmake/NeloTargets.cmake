@@ -75,7 +75,7 @@ function(nelo_add_test name)
     add_executable(${name} ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/Tests)
-    target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} Qt6::Test nelo_compile_options)
+    target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} nelo_test_case nelo_compile_options)
     # Tests are not optimised, which halves the time to compile them. The libraries that they test are optimised.
     target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O0>)
     add_test(NAME ${name} COMMAND ${arg_LAUNCHER} $<TARGET_FILE:${name}>)
