@@ -5,6 +5,8 @@
 #include "support/Cases.h"
 #include "support/ThemeStyle.h"
 #include "support/Warnings.h"
+#include "ui/Colors.h"
+#include "ui/Labels.h"
 
 #include <QApplication>
 #include <QDialog>
@@ -119,6 +121,34 @@ private slots:
             }
             QCOMPARE(found, QString());
         }
+    }
+
+    void aReportIsOfSecondaryColorAndLeavesItsWindowAlone()
+    {
+        const QStringList reports{u"configPathLabel"_s, u"debugLabel"_s,  u"pathLabel"_s,
+                                  u"skillDirsLabel"_s,  u"statusLabel"_s, u"summaryLabel"_s};
+        QStringList seen;
+        Gallery gallery;
+        for (const QString& name : Gallery::names()) {
+            const bool isSeen = gallery.show(name, [&](QWidget& window) {
+                const QSize size = window.size();
+                for (Label* label : window.findChildren<Label*>()) {
+                    if (!reports.contains(label->objectName()))
+                        continue;
+                    seen.append(label->objectName());
+                    QCOMPARE(label->palette().color(QPalette::WindowText),
+                             Colors::secondaryText(label->parentWidget()->palette()));
+                    label->setText(QString(5'000, u'W') + QString(500, u'\n') + QString(5'000, u'W'));
+                }
+                Gallery::layOut();
+                QCOMPARE(window.size(), size);
+                QVERIFY2(window.minimumSizeHint().width() <= size.width(), qPrintable(name));
+            });
+            QVERIFY2(isSeen, qPrintable(name));
+        }
+        seen.sort();
+        seen.removeDuplicates();
+        QCOMPARE(seen, reports);
     }
 
     void nothingIsFaint_data()
