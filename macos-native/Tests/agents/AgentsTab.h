@@ -2,13 +2,13 @@
 
 #include "agents/AgentsViewController.h"
 #include "shell/primitives/NeloWindow.h"
+#include "support/Controls.h"
 #include "support/Files.h"
 #include "support/ScriptedBackend.h"
 #include "ui/JsonTable.h"
 
 #include <QLabel>
 #include <QPointer>
-#include <QPushButton>
 #include <QTest>
 #include <QTimer>
 
@@ -53,20 +53,20 @@ public:
         QTRY_VERIFY(timer());
     }
 
+    /// The same with the one agent `row`, which is selected.
+    void showSelected(const Json& row)
+    {
+        show(Json::array({row}));
+        table()->selectRow(0);
+    }
+
     JsonTable* table() const { return controller->findChild<JsonTable*>(QStringLiteral("tableView")); }
     QString summary() const { return controller->findChild<QLabel*>(QStringLiteral("summaryLabel"))->text(); }
     QString status() const { return controller->findChild<QLabel*>(QStringLiteral("statusLabel"))->text(); }
     /// None while the tab is not visible.
     QTimer* timer() const { return controller->findChild<QTimer*>(QStringLiteral("refreshTimer")); }
-    QPushButton* button(const QString& title) const
-    {
-        for (QPushButton* candidate : controller->findChildren<QPushButton*>()) {
-            if (candidate->text() == title)
-                return candidate;
-        }
-        return nullptr;
-    }
-    void press(const QString& title) const { QTest::mouseClick(button(title), Qt::LeftButton); }
+    void press(const QString& title) const { Controls::press(*controller, title); }
+    void press(const char* title) const { press(QString::fromLatin1(title)); }
 
     /// What the status line says while the refresh that ends `action` is under way, which then answers `reply`.
     QString statusBeforeRefresh(const Json& reply, const std::function<void()>& action)

@@ -1,66 +1,43 @@
 #include "agents/AgentAnswers.h"
 #include "agents/AgentsTab.h"
-#include "backend/NeloBackend.h"
 #include "support/Cases.h"
-#include "support/ProcessTable.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QApplication>
-
-#include <csignal>
-#include <optional>
 
 using namespace Qt::StringLiterals;
 
 /// The Agents tab's actions when something fails, dies or goes away meanwhile.
-class TestAgentActionFaults final : public QObject
+class TestAgentActionFaults final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnUnexpectedWarning();
-        m_tab.emplace();
-    }
-
-    void cleanup() { m_tab.reset(); }
-
     void aFailureIsToldInFull_data()
     {
-        QTest::addColumn<QByteArray>("ecosystem");
-        QTest::addColumn<QByteArray>("origin");
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<DialogRobot::Answer>("answer");
-        QTest::addColumn<QByteArray>("function");
-        QTest::addColumn<QString>("title");
-        const auto row = [](const char* name, const char* ecosystem, const char* origin, const char* button,
-                            const DialogRobot::Answer& answer, const char* function, const char* title) {
-            QTest::newRow(name) << QByteArray(ecosystem) << QByteArray(origin) << QString::fromLatin1(button) << answer
-                                << QByteArray(function) << QString::fromLatin1(title);
-        };
+        const Cases<QByteArray, QByteArray, QByteArray, DialogRobot::Answer, QByteArray, QString> add(
+            "ecosystem", "origin", "button", "answer", "function", "title");
         const DialogRobot::Answer addCodex = AgentAnswers::create(u"codex"_s, {});
         const DialogRobot::Answer confirm = DialogRobot::press(Qt::Key_Return);
-        row("adding", "codex", "managed", "Add Agent", addCodex, "add_local_agent", "Add Agent Failed");
-        row("setting openclaw up", "codex", "managed", "Add Agent", confirm,
-            "launch_openclaw_install_or_configure_interactive", "OpenClaw Setup Failed");
-        row("renaming", "codex", "managed", "Adopt / Rename", confirm, "rename_local_agent", "Save Failed");
-        row("adopting", "codex", "discovered", "Adopt / Rename", confirm, "adopt_local_agent", "Save Failed");
-        row("deleting", "codex", "managed", "Delete", confirm, "delete_local_agent", "Delete Failed");
-        row("configuring", "openclaw", "managed", "Run Configure", {}, "launch_openclaw_configure_interactive",
-            "Configure Failed");
+        add("adding", "codex", "managed", "Add Agent", addCodex, "add_local_agent", u"Add Agent Failed"_s);
+        add("setting openclaw up", "codex", "managed", "Add Agent", confirm,
+            "launch_openclaw_install_or_configure_interactive", u"OpenClaw Setup Failed"_s);
+        add("renaming", "codex", "managed", "Adopt / Rename", confirm, "rename_local_agent", u"Save Failed"_s);
+        add("adopting", "codex", "discovered", "Adopt / Rename", confirm, "adopt_local_agent", u"Save Failed"_s);
+        add("deleting", "codex", "managed", "Delete", confirm, "delete_local_agent", u"Delete Failed"_s);
+        add("configuring", "openclaw", "managed", "Run Configure", {}, "launch_openclaw_configure_interactive",
+            u"Configure Failed"_s);
     }
 
     void aFailureIsToldInFull()
     {
         QFETCH(QByteArray, ecosystem);
         QFETCH(QByteArray, origin);
-        QFETCH(QString, button);
+        QFETCH(QByteArray, button);
         QFETCH(DialogRobot::Answer, answer);
         QFETCH(QByteArray, function);
         QFETCH(QString, title);
-        m_tab->show(Json::array({agentRow(ecosystem.toStdString(), "a", origin.toStdString())}));
-        m_tab->table()->selectRow(0);
+        m_tab->showSelected(agentRow(ecosystem.toStdString(), "a", origin.toStdString()));
         m_tab->backend.raise(function.toStdString(), "RuntimeError", "没有 <b>it</b>\nInstall it first.");
         const QString statusBefore = m_tab->status();
 
@@ -68,7 +45,7 @@ private slots:
         if (answer)
             answers.insert(answers.begin(), answer);
         DialogRobot robot(answers);
-        m_tab->press(button);
+        m_tab->press(button.constData());
         QCOMPARE(robot.shown().size(), answers.size());
         QCOMPARE(robot.shown().back().title, title);
         QCOMPARE(robot.shown().back().text, u"ERROR: RuntimeError: 没有 <b>it</b>\nInstall it first."_s);
@@ -78,46 +55,16 @@ private slots:
         QCOMPARE(m_tab->table()->model()->rowCount(), 1);
     }
 
-    void aHelperThatDiesBeforeTheCallIsReplaced()
-    {
-        m_tab->backend.script("pid", {{{"answer-process-id", true}}});
-        m_tab->show(Json::array({agentRow("codex", "a")}));
-        m_tab->table()->selectRow(0);
-        const DialogRobot robot({[](QDialog& dialog) {
-            const pid_t helper = std::stoi(NeloBackend::call("pid"));
-            kill(helper, SIGKILL);
-            QTRY_VERIFY(ProcessTable::isZombie(helper));
-            DialogRobot::press(u"Delete"_s)(dialog);
-        }});
-        press("Delete");
-        QCOMPARE(m_tab->actions().back(), (ScriptedBackend::Call{"delete_local_agent", {"codex", "a", true}}));
-        QCOMPARE(robot.titles(), QStringList{u"Delete Agent"_s});
-        QCOMPARE(m_tab->refreshes(), 2);
-    }
-
-    void aHelperThatDiesInTheCallIsTold()
-    {
-        m_tab->show(Json::array({agentRow("codex", "a")}));
-        m_tab->table()->selectRow(0);
-        m_tab->backend.script("delete_local_agent", {{{"exit", 1}}});
-        DialogRobot robot({DialogRobot::press(u"Delete"_s), DialogRobot::press(u"OK"_s)});
-        press("Delete");
-        QCOMPARE(robot.titles(), QStringList({u"Delete Agent"_s, u"Delete Failed"_s}));
-        QCOMPARE(robot.shown().back().text, u"ERROR: backend helper terminated"_s);
-        QCOMPARE(m_tab->table()->model()->rowCount(), 1);
-    }
-
     void underAnOpenDialogARefreshCallsNothing()
     {
-        m_tab->show(Json::array({agentRow("codex", "a")}));
-        m_tab->table()->selectRow(0);
+        m_tab->showSelected(agentRow("codex", "a"));
         DialogRobot robot({[this](QDialog& dialog) {
             QVERIFY(QTest::qWaitForWindowActive(&dialog));
             m_tab->controller->refreshAgents();
             QCOMPARE(m_tab->refreshes(), 1);
             DialogRobot::press(u"Delete"_s)(dialog);
         }});
-        press("Delete");
+        m_tab->press("Delete");
         QCOMPARE(m_tab->refreshes(), 2); // the action's own
     }
 
@@ -161,14 +108,12 @@ private slots:
             m_tab->table()->selectRow(0);
             DialogRobot::press(u"Delete"_s)(dialog);
         }});
-        press("Delete");
+        m_tab->press("Delete");
         QCOMPARE(m_tab->actions(), (std::vector<ScriptedBackend::Call>{{"delete_local_agent", {"codex", "a", true}}}));
     }
 
 private:
-    void press(const char* button) const { m_tab->press(QString::fromLatin1(button)); }
-
-    std::optional<AgentsTab> m_tab;
+    Fresh<AgentsTab> m_tab{this};
 };
 
 QTEST_MAIN(TestAgentActionFaults)

@@ -2,7 +2,7 @@
 #include "agents/AgentsTab.h"
 #include "agents/ConfigEditorWindowController.h"
 #include "support/Cases.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QApplication>
 #include <QDir>
@@ -32,14 +32,14 @@ QPlainTextEdit* textView(const NeloWindow* window)
 } // namespace
 
 /// How the Agents tab opens the configuration editor and what it learns of it.
-class TestAgentsConfigEditor final : public QObject
+class TestAgentsConfigEditor final : public TestCase
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        failOnUnexpectedWarning();
+        TestCase::init();
         m_tab.emplace();
     }
 
@@ -64,9 +64,8 @@ private slots:
     {
         QFETCH(QByteArray, row);
         QFETCH(QString, file);
-        m_tab->show(Json::array({Json::parse(row.toStdString())}));
-        m_tab->table()->selectRow(0);
-        press("Config Editor");
+        m_tab->showSelected(Json::parse(row.toStdString()));
+        m_tab->press("Config Editor");
         QCOMPARE(Files::contentOf(home(file)), "{}\n"_ba);
         NeloWindow* window = editorWindow(home(file));
         QVERIFY(window);
@@ -79,9 +78,8 @@ private slots:
 
     void theEditorsFolderIsPrivate()
     {
-        m_tab->show(Json::array({agentRow("codex", "a")}));
-        m_tab->table()->selectRow(0);
-        press("Config Editor");
+        m_tab->showSelected(agentRow("codex", "a"));
+        m_tab->press("Config Editor");
         constexpr QFile::Permissions others = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther
                                               | QFile::WriteOther | QFile::ExeOther;
         QVERIFY(!(QFileInfo(home(u".codex"_s)).permissions() & others));
@@ -92,19 +90,17 @@ private slots:
     {
         QVERIFY(QDir().mkdir(home(u".codex"_s)));
         Files::create(home(u".codex/config.json"_s), "{,]\r\n");
-        m_tab->show(Json::array({agentRow("codex", "a")}));
-        m_tab->table()->selectRow(0);
-        press("Config Editor");
+        m_tab->showSelected(agentRow("codex", "a"));
+        m_tab->press("Config Editor");
         QCOMPARE(Files::contentOf(home(u".codex/config.json"_s)), "{,]\r\n"_ba);
     }
 
     void aConfigurationThatCannotBeMadeOpensEmpty()
     {
         Files::create(home(u".kimi"_s), "a file in the folder's place");
-        m_tab->show(Json::array({agentRow("kimi", "a")}));
-        m_tab->table()->selectRow(0);
+        m_tab->showSelected(agentRow("kimi", "a"));
         const DialogRobot robot;
-        press("Config Editor");
+        m_tab->press("Config Editor");
         const NeloWindow* window = editorWindow(home(u".kimi/config.json"_s));
         QVERIFY(window);
         QCOMPARE(textView(window)->toPlainText(), QString());
@@ -114,12 +110,11 @@ private slots:
 
     void eachPressOpensAnotherEditor()
     {
-        m_tab->show(Json::array({agentRow("codex", "a")}));
-        m_tab->table()->selectRow(0);
-        press("Config Editor");
+        m_tab->showSelected(agentRow("codex", "a"));
+        m_tab->press("Config Editor");
         const QPointer<NeloWindow> first = editorWindow(home(u".codex/config.json"_s));
         first->setWindowTitle(u"found"_s);
-        press("Config Editor");
+        m_tab->press("Config Editor");
         const QPointer<NeloWindow> second = editorWindow(home(u".codex/config.json"_s));
         QVERIFY(second && second != first);
         first->close();
@@ -129,11 +124,10 @@ private slots:
 
     void aSecondEditorDoesNotCoverTheFirst()
     {
-        m_tab->show(Json::array({agentRow("codex", "a")}));
-        m_tab->table()->selectRow(0);
+        m_tab->showSelected(agentRow("codex", "a"));
         QSet<std::pair<int, int>> places;
         for (int editor = 0; editor < 60; ++editor) {
-            press("Config Editor");
+            m_tab->press("Config Editor");
             NeloWindow* window = editorWindow(home(u".codex/config.json"_s));
             window->setWindowTitle(u"found"_s);
             if (editor < 3)
@@ -145,9 +139,8 @@ private slots:
 
     void aSavedConfigurationIsTold()
     {
-        m_tab->show(Json::array({agentRow("codex", "a")}));
-        m_tab->table()->selectRow(0);
-        press("Config Editor");
+        m_tab->showSelected(agentRow("codex", "a"));
+        m_tab->press("Config Editor");
         const QString path = home(u".codex/config.json"_s);
         const QPointer<NeloWindow> window = editorWindow(path);
         QTest::keyClicks(textView(window), u"x"_s);
@@ -160,9 +153,8 @@ private slots:
 
     void whatWasNotSavedIsNotTold()
     {
-        m_tab->show(Json::array({agentRow("codex", "a")}));
-        m_tab->table()->selectRow(0);
-        press("Config Editor");
+        m_tab->showSelected(agentRow("codex", "a"));
+        m_tab->press("Config Editor");
         const QString path = home(u".codex/config.json"_s);
         const auto* editor = editorWindow(path)->findChild<ConfigEditorWindowController*>();
         const QString status = m_tab->status();
@@ -174,9 +166,8 @@ private slots:
 
     void anEditorOutlivesTheTab()
     {
-        m_tab->show(Json::array({agentRow("codex", "a")}));
-        m_tab->table()->selectRow(0);
-        press("Config Editor");
+        m_tab->showSelected(agentRow("codex", "a"));
+        m_tab->press("Config Editor");
         const QString path = home(u".codex/config.json"_s);
         const QPointer<NeloWindow> window = editorWindow(path);
         m_tab->window.reset();
@@ -189,7 +180,6 @@ private slots:
 
 private:
     QString home(const QString& relative) const { return m_tab->backend.home().path(relative); }
-    void press(const char* button) const { m_tab->press(QString::fromLatin1(button)); }
 
     std::optional<AgentsTab> m_tab;
 };

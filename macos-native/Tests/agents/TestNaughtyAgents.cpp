@@ -3,10 +3,9 @@
 #include "agents/AgentsTab.h"
 #include "support/Corpora.h"
 #include "support/DialogRobot.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QAccessible>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -18,14 +17,14 @@ constexpr int nameColumn = 1;
 } // namespace
 
 /// Agents whose ids and names are strings that programs have stumbled over.
-class TestNaughtyAgents final : public QObject
+class TestNaughtyAgents final : public TestCase
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        failOnUnexpectedWarning();
+        TestCase::init();
         QVERIFY(m_strings.size() > 450);
         Json agents = Json::array();
         for (const QString& string : m_strings) {

@@ -3,20 +3,16 @@
 #include "backend/BackendReply.h"
 #include "models/ModelColumns.h"
 #include "support/Cases.h"
-#include "support/Warnings.h"
-
-#include <QTest>
+#include "support/TestCase.h"
 
 using namespace Qt::StringLiterals;
 
 /// What the Models tab shows of the backend's replies.
-class TestModelReports final : public QObject
+class TestModelReports final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void theCatalogueIsShownOrIsEmpty_data()
     {
         const Cases<QByteArray, int, QString> add("reply", "rows", "status");

@@ -1,150 +1,105 @@
 #include "models/RuntimeViewController.h"
 
-#include "support/ScriptedBackend.h"
-#include "support/Warnings.h"
+#include "support/TabFixture.h"
+#include "support/TestCase.h"
 
 #include <QApplication>
 #include <QGroupBox>
-#include <QLabel>
-#include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
-#include <QTest>
-
-#include <optional>
 
 using namespace Qt::StringLiterals;
 
 /// The Runtime tab on the real helper.
-class TestRuntimeViewController final : public QObject
+class TestRuntimeViewController final : public TestCase
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        failOnUnexpectedWarning();
-        m_backend.emplace();
-        m_backend->answer("openclaw_runtime_status", {{"os", "Debian 你好"}, {"installed", true}});
-        m_controller = std::make_unique<RuntimeViewController>();
-        m_controller->resize(900, 600);
+        TestCase::init();
+        m_tab->backend.answer("openclaw_runtime_status", {{"os", "Debian 你好"}, {"installed", true}});
     }
 
-    void cleanup()
+    void loadsItsReportOnceWhenItIsAskedFor()
     {
-        m_controller.reset();
-        m_backend.reset();
-    }
+        const RuntimeViewController unloaded;
+        QVERIFY(unloaded.findChildren<QLabel*>().isEmpty()); // not even built
+        QCOMPARE(m_tab->backend.count("openclaw_runtime_status"), 0);
 
-    void nothingIsBuiltBeforeItIsAskedFor()
-    {
-        QVERIFY(m_controller->findChildren<QLabel*>().isEmpty()); // not even built
-        QCOMPARE(m_backend->count("openclaw_runtime_status"), 0);
-    }
-
-    void loadsItsReportOnce()
-    {
-        m_controller->loadViewIfNeeded();
-        QVERIFY(summary().startsWith(u"OS: Debian 你好\nInstalled: yes\n"_s));
-        QCOMPARE(status(), u"Runtime status refreshed."_s);
-
-        m_controller->show();
-        m_controller->hide();
-        m_controller->show();
-        QCOMPARE(m_backend->count("openclaw_runtime_status"), 1);
-        QCOMPARE(m_backend->calls().front().args.dump(), std::string("[]"));
+        m_tab->view().show();
+        QVERIFY(m_tab->label("summaryLabel").startsWith(u"OS: Debian 你好\nInstalled: yes\n"_s));
+        QCOMPARE(m_tab->status(), u"Runtime status refreshed."_s);
+        m_tab->view().hide();
+        m_tab->view().show();
+        QCOMPARE(m_tab->backend.calls(),
+                 (std::vector<ScriptedBackend::Call>{{"openclaw_runtime_status", Json::array()}}));
     }
 
     void itIsReadyAndLoadingUntilTheAnswerIsThere()
     {
-        const QString seen = m_backend->seenDuring(
-            "openclaw_runtime_status", {{"os", "x"}}, [this] { return summary() + u'|' + status(); },
-            [this] { m_controller->loadViewIfNeeded(); });
+        RuntimeViewController tab;
+        const auto text = [&tab](const QString& label) { return tab.findChild<QLabel*>(label)->text(); };
+        const QString seen = m_tab->backend.seenDuring(
+            "openclaw_runtime_status", {{"os", "x"}},
+            [&] { return text(u"summaryLabel"_s) + u'|' + text(u"statusLabel"_s); }, [&] { tab.loadViewIfNeeded(); });
         QCOMPARE(seen, u"Loading...|Ready"_s);
     }
 
     void refreshAsksAgain()
     {
-        m_controller->loadViewIfNeeded();
-        m_backend->answer("openclaw_runtime_status", Json::object());
-        pressRefresh();
-        QCOMPARE(summary(), u"Runtime status unavailable."_s);
-        QCOMPARE(status(), u"Failed to refresh runtime status."_s);
-    }
-
-    void aDeadHelperIsShownAndTheNextRefreshRecovers()
-    {
-        m_controller->loadViewIfNeeded();
-        m_backend->script("openclaw_runtime_status", {{{"exit", 1}}});
-        pressRefresh();
-        QCOMPARE(summary(), u"ERROR: backend helper terminated"_s);
-        QCOMPARE(status(), u"Failed to refresh runtime status."_s);
-
-        m_backend->answer("openclaw_runtime_status", {{"os", "back"}});
-        pressRefresh();
-        QVERIFY(summary().startsWith(u"OS: back\n"_s));
-        QCOMPARE(status(), u"Runtime status refreshed."_s);
+        m_tab->view();
+        m_tab->backend.answer("openclaw_runtime_status", Json::object());
+        m_tab->press("Refresh");
+        QCOMPARE(m_tab->label("summaryLabel"), u"Runtime status unavailable."_s);
+        QCOMPARE(m_tab->status(), u"Failed to refresh runtime status."_s);
     }
 
     void aLongErrorScrollsAndLeavesTheSizeAlone()
     {
-        m_backend->raise("openclaw_runtime_status", "ValueError", std::string(10'000, 'x') + std::string(1'000, '\n'));
-        m_controller->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_controller.get()));
-        QCOMPARE(m_controller->size(), QSize(900, 600));
-        QVERIFY(m_controller->minimumSizeHint().width() < 900);
-        QVERIFY(m_controller->minimumSizeHint().height() < 600);
-        QVERIFY(m_controller->findChild<QScrollArea*>()->verticalScrollBar()->maximum()
+        m_tab->backend.raise("openclaw_runtime_status", "ValueError",
+                             std::string(10'000, 'x') + std::string(1'000, '\n'));
+        m_tab->show();
+        QCOMPARE(m_tab->view().size(), QSize(1000, 640));
+        QVERIFY(m_tab->view().minimumSizeHint().width() < 1000);
+        QVERIFY(m_tab->view().minimumSizeHint().height() < 640);
+        QVERIFY(m_tab->view().findChild<QScrollArea*>()->verticalScrollBar()->maximum()
                 > 0); // all of it can be reached
     }
 
-    void keepsItsMargins()
+    void theViewIsLaidOutAsGiven()
     {
-        m_controller->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_controller.get()));
+        m_tab->show();
         const auto frame = [this](const QWidget* widget) {
-            return QRect(widget->mapTo(m_controller.get(), QPoint()), widget->size());
+            return QRect(widget->mapTo(&m_tab->view(), QPoint()), widget->size());
         };
-        const QRect button = frame(m_controller->findChild<QPushButton*>());
-        const QRect box = frame(m_controller->findChild<QGroupBox*>());
-        const QRect statusLine = frame(m_controller->findChild<QLabel*>(u"statusLabel"_s));
-        QCOMPARE(button.topLeft(), QPoint(16, 16));
-        QCOMPARE(box.left(), 16);
-        QCOMPARE(box.top(), button.bottom() + 1 + 10);
-        QCOMPARE(box.right() + 1, 900 - 16);
-        QCOMPARE(statusLine.left(), 16);
-        QCOMPARE(statusLine.right() + 1, 900 - 16);
-        QCOMPARE(statusLine.bottom() + 1, 600 - 14);
-        QVERIFY(statusLine.top() - (box.bottom() + 1) >= 12);
-        const auto* group = m_controller->findChild<QGroupBox*>();
-        const QRect report = frame(m_controller->findChild<QLabel*>(u"summaryLabel"_s));
-        const QRect inside = group->contentsRect().translated(box.topLeft());
-        QCOMPARE(report.left(), inside.left() + 10);
-        QCOMPARE(report.top(), inside.top() + 10);
-        QCOMPARE(report.right(), inside.right() - 10);
-        QCOMPARE(report.bottom(), inside.bottom() - 10);
+        const auto* group = m_tab->view().findChild<QGroupBox*>();
         QCOMPARE(group->title(), u"OpenClaw Runtime"_s);
+        const QRect button = frame(Controls::button(m_tab->view(), u"Refresh"_s));
+        const QRect box = frame(group);
+        const QRect status = frame(m_tab->find<QLabel>("statusLabel"));
+        QCOMPARE((QList<int>{button.left(), button.top(), box.left(), box.top() - button.bottom() - 1,
+                             999 - box.right(), status.left(), 999 - status.right(), 639 - status.bottom()}),
+                 (QList<int>{16, 16, 16, 10, 16, 16, 16, 14}));
+        QVERIFY(status.top() - (box.bottom() + 1) >= 12);
+        const QRect inside = group->contentsRect().translated(box.topLeft());
+        QCOMPARE(frame(m_tab->find<QLabel>("summaryLabel")), inside.marginsRemoved({10, 10, 10, 10}));
     }
 
     void theKeyboardGoesFromTheButtonToTheReport()
     {
-        m_controller->show();
-        QVERIFY(QTest::qWaitForWindowActive(m_controller.get()));
-        auto* const button = m_controller->findChild<QPushButton*>();
+        m_tab->show();
+        QPushButton* button = Controls::button(m_tab->view(), u"Refresh"_s);
         button->setFocus();
         QTest::keyClick(button, Qt::Key_Tab);
-        QVERIFY(m_controller->findChild<QScrollArea*>()->widget()->hasFocus());
+        QVERIFY(m_tab->view().findChild<QScrollArea*>()->widget()->hasFocus());
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
         QVERIFY(button->hasFocus()); // the frame in between takes no part
     }
 
 private:
-    QString summary() const { return m_controller->findChild<QLabel*>(u"summaryLabel"_s)->text(); }
-    QString status() const { return m_controller->findChild<QLabel*>(u"statusLabel"_s)->text(); }
-    void pressRefresh() { m_controller->findChild<QPushButton*>()->click(); }
-
-    std::optional<ScriptedBackend> m_backend;
-    std::unique_ptr<RuntimeViewController> m_controller;
+    Fresh<TabFixture<RuntimeViewController>> m_tab{this};
 };
 
 QTEST_MAIN(TestRuntimeViewController)

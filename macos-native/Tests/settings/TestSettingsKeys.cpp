@@ -1,13 +1,11 @@
 #include "base/ApiKeyStore.h"
 #include "settings/SettingsFixture.h"
-#include "support/Cases.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QAccessible>
 #include <QDirIterator>
 
 #include <optional>
-#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -18,35 +16,19 @@ const QString secret = u"sk-secret"_s;
 } // namespace
 
 /// The API keys: which is shown, where they are kept, and where they never go.
-class TestSettingsKeys final : public QObject
+class TestSettingsKeys final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
+    void showsTheKeyOfEachProviderOrNothing()
     {
-        failOnUnexpectedWarning();
-        m_settings.emplace();
-    }
-
-    void cleanup() { m_settings.reset(); }
-
-    void withoutKeysTheFieldIsEmptyForEveryProvider()
-    {
-        for (const char* provider : {"openai", "deepseek", "kimi"}) {
-            m_settings->choose("cloudProviderPopup", provider);
-            QCOMPARE(key(), QString());
-        }
-    }
-
-    void showsTheStoredKeyOfEachProvider()
-    {
-        for (const char* provider : {"openai", "deepseek", "kimi"})
-            store(provider, QLatin1String("key of ") + QLatin1String(provider));
-        m_settings->saved({{"chat", {{"cloud_provider", "deepseek"}}}});
-        QCOMPARE(key(), u"key of deepseek"_s);
-        m_settings->choose("cloudProviderPopup", "kimi");
+        store("openai", u"key of openai"_s);
+        store("kimi", u"key of kimi"_s);
+        m_settings->saved({{"chat", {{"cloud_provider", "kimi"}}}});
         QCOMPARE(key(), u"key of kimi"_s);
+        m_settings->choose("cloudProviderPopup", "deepseek");
+        QCOMPARE(key(), QString());
         m_settings->choose("cloudProviderPopup", "openai");
         QCOMPARE(key(), u"key of openai"_s);
     }
@@ -98,76 +80,45 @@ private slots:
     {
         store("openai", u"stored"_s);
         m_settings->type("cloudAPIKeyField", u"typed"_s);
-        m_settings->choose("cloudProviderPopup", "kimi");
+        m_settings->choose("cloudProviderPopup", "deepseek");
         m_settings->type("cloudAPIKeyField", u"typed too"_s);
-        m_settings->press("Reload");
-        QCOMPARE(m_settings->title("cloudProviderPopup"), u"openai"_s);
-        QCOMPARE(key(), u"stored"_s);
-        m_settings->choose("cloudProviderPopup", "kimi");
-        QCOMPARE(key(), QString());
-    }
-
-    void loadingFiresNoChangeOfProvider()
-    {
-        m_settings->type("cloudAPIKeyField", u"typed for openai"_s);
         m_settings->saved({{"chat", {{"cloud_provider", "kimi"}}}});
-        m_settings->press("Reload");
-        for (const char* provider : {"openai", "deepseek", "kimi"}) {
-            m_settings->choose("cloudProviderPopup", provider);
-            QCOMPARE(key(), QString()); // a change would have taken what was typed for one of them
-        }
+        m_settings->press("Reload"); // fires no change of provider, which would take what is in the field
+        QCOMPARE(m_settings->title("cloudProviderPopup"), u"kimi"_s);
+        QCOMPARE(key(), QString());
+        m_settings->choose("cloudProviderPopup", "deepseek");
+        QCOMPARE(key(), QString());
+        m_settings->choose("cloudProviderPopup", "openai");
+        QCOMPARE(key(), u"stored"_s);
     }
 
-    void savingSendsTheSelectedProvidersKeyAndStoresAll()
+    void savingSendsTheSelectedProvidersKeyTrimmedAndStoresAll()
     {
+        store("deepseek", u"old"_s);
         m_settings->type("cloudAPIKeyField", u"sk-1"_s);
+        m_settings->choose("cloudProviderPopup", "deepseek");
+        m_settings->type("cloudAPIKeyField", u" "_s); // is a key, too: none
         m_settings->choose("cloudProviderPopup", "kimi");
-        m_settings->type("cloudAPIKeyField", u"sk-2"_s);
+        m_settings->type("cloudAPIKeyField", u" sk-2\n"_s);
         m_settings->press("Save");
         QVERIFY(m_settings->sentDocument()["chat"]["cloud_api_key"] == "sk-2");
         QCOMPARE(stored("openai"), u"sk-1"_s);
         QCOMPARE(stored("kimi"), u"sk-2"_s);
         QCOMPARE(stored("deepseek"), QString());
+        QCOMPARE(key(), u" sk-2\n"_s); // the field stays as it was typed
     }
 
-    void savingTrimsTheKeyAndKeepsTheFieldAsTyped()
+    void aFailedSaveAfterAFailedLoadStoresTheTypedKeyAndLeavesTheOthers()
     {
-        m_settings->type("cloudAPIKeyField", u" sk-1\n"_s);
-        m_settings->press("Save");
-        QVERIFY(m_settings->sentDocument()["chat"]["cloud_api_key"] == "sk-1");
-        QCOMPARE(stored("openai"), u"sk-1"_s);
-        QCOMPARE(key(), u" sk-1\n"_s);
-    }
-
-    void savingStoresEmptyKeysToo()
-    {
-        store("openai", u"old"_s);
-        m_settings->type("cloudAPIKeyField", u" "_s);
-        m_settings->press("Save");
-        QCOMPARE(stored("openai"), QString());
-        QVERIFY(m_settings->sentDocument()["chat"]["cloud_api_key"] == "");
-    }
-
-    void aFailedSaveStoresTheKeys()
-    {
+        store("deepseek", u"old deepseek"_s);
+        m_settings->backend.raise("load_nelo_settings", "OSError", "no such luck");
         m_settings->backend.raise("save_nelo_settings", "OSError", "no space left on device");
         m_settings->type("cloudAPIKeyField", secret);
         m_settings->press("Save");
         QVERIFY(m_settings->status().startsWith(u"ERROR: "_s));
         QCOMPARE(stored("openai"), secret);
-        QCOMPARE(key(), secret);
-    }
-
-    void aSaveAfterAFailedFirstLoadLeavesTheOtherKeys()
-    {
-        store("deepseek", u"old deepseek"_s);
-        store("kimi", u"old kimi"_s);
-        m_settings->backend.raise("load_nelo_settings", "OSError", "no such luck");
-        m_settings->type("cloudAPIKeyField", secret);
-        m_settings->press("Save");
-        QCOMPARE(stored("openai"), secret);
         QCOMPARE(stored("deepseek"), u"old deepseek"_s);
-        QCOMPARE(stored("kimi"), u"old kimi"_s);
+        QCOMPARE(key(), secret);
     }
 
     void aSaveWritesTheKeysAsTheyWereLoaded()
@@ -180,21 +131,11 @@ private slots:
 
     void theKeysAreStoredOnceTheBackendHasAnswered()
     {
-        m_settings->backend.script("save_nelo_settings",
-                                   {{{"create-file", "asked"}}, {{"wait-for-file", "go"}}, {{"answer", nullptr}}});
         m_settings->type("cloudAPIKeyField", secret);
-        const QString asked = m_settings->backend.folder(u"asked"_s);
-        const QString go = m_settings->backend.folder(u"go"_s);
-        QString storedMeanwhile = u"never looked"_s;
-        std::thread observer([&] {
-            while (!QFile::exists(asked))
-                std::this_thread::yield();
-            storedMeanwhile = ApiKeyStore().key(u"openai"_s);
-            QFile(go).open(QFile::WriteOnly);
-        });
-        m_settings->press("Save");
-        observer.join();
-        QCOMPARE(storedMeanwhile, QString());
+        const QString storedMeanwhile = m_settings->backend.seenDuring(
+            "save_nelo_settings", nullptr, [] { return u"stored: "_s + ApiKeyStore().key(u"openai"_s); },
+            [this] { m_settings->press("Save"); });
+        QCOMPARE(storedMeanwhile, u"stored: "_s);
         QCOMPARE(stored("openai"), secret);
     }
 
@@ -214,16 +155,10 @@ private slots:
         QCOMPARE(key(), secret);
     }
 
-    void theKeyIsMasked()
+    void nobodyReadsTheKeyInItsField()
     {
         m_settings->type("cloudAPIKeyField", secret);
         QCOMPARE(field()->echoMode(), QLineEdit::Password);
-        QVERIFY(!field()->displayText().contains(u's'));
-    }
-
-    void assistiveTechnologyDoesNotReadTheKey()
-    {
-        m_settings->type("cloudAPIKeyField", secret);
         field()->selectAll();
         QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(field());
         QVERIFY(accessible->state().passwordEdit);
@@ -231,7 +166,7 @@ private slots:
         QVERIFY(!accessible->textInterface()->text(0, static_cast<int>(secret.size())).contains(secret));
     }
 
-    void anUnsavedKeyNeverLeavesTheProcess()
+    void aKeyLeavesTheProcessWhenItIsSavedAndForTheDocumentAndTheDefaultsOnly()
     {
         m_settings->type("cloudAPIKeyField", secret);
         m_settings->choose("cloudProviderPopup", "kimi");
@@ -241,10 +176,7 @@ private slots:
         m_settings->type("cloudAPIKeyField", secret);
         m_settings->discardView();
         QCOMPARE(filesWith(secret), QStringList());
-    }
 
-    void aSavedKeyIsInTheDocumentAndTheDefaultsOnly()
-    {
         m_settings->type("cloudAPIKeyField", secret);
         m_settings->press("Save");
         m_settings->press("Refresh Catalog");
@@ -280,7 +212,7 @@ private:
         return names;
     }
 
-    std::optional<SettingsFixture> m_settings;
+    Fresh<SettingsFixture> m_settings{this};
     ApiKeyStore m_store;
 };
 

@@ -1,17 +1,13 @@
 #include "settings/SettingsFixture.h"
 #include "shell/primitives/NeloWindow.h"
 #include "shell/primitives/ScrollingForm.h"
-#include "support/Warnings.h"
-#include "ui/Colors.h"
-#include "ui/Forms.h"
+#include "support/TestCase.h"
 
-#include <QAccessible>
 #include <QFontInfo>
 #include <QFrame>
 #include <QScrollBar>
 
 #include <algorithm>
-#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -19,38 +15,41 @@ namespace {
 
 constexpr QSize smallest(640, 620);
 
+/// The settings in a window of their own.
+struct SettingsWindow
+{
+    void show()
+    {
+        window.setContentViewController(view);
+        window.makeKeyAndOrderFront();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+    }
+    QRect frame(const QWidget* widget) const { return {widget->mapTo(&window, QPoint()), widget->size()}; }
+    QRect frame(const char* name) const { return frame(view->findChild<QWidget*>(QString::fromLatin1(name))); }
+    QRect button(const QString& title) const { return frame(Controls::button(*view, title)); }
+
+    NeloWindow window{u"Nelo Settings"_s, smallest};
+    SettingsViewController* const view = new SettingsViewController; // child of the window, once it is shown
+};
+
 } // namespace
 
 /// What the settings view looks like, and how it is reached without a mouse.
-class TestSettingsLayout final : public QObject
+class TestSettingsLayout final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnUnexpectedWarning();
-        m_settings.emplace();
-        m_window = std::make_unique<NeloWindow>(u"Nelo Settings"_s, smallest);
-        m_view = new SettingsViewController;
-    }
-
-    void cleanup()
-    {
-        m_window.reset();
-        m_settings.reset();
-    }
-
     void readsFromTopToBottomAsGiven()
     {
-        show();
+        m_window->show();
         QList<const QWidget*> widgets;
-        for (const QWidget* widget : m_view->findChildren<QWidget*>())
+        for (const QWidget* widget : m_window->view->findChildren<QWidget*>())
             if (qobject_cast<const QLabel*>(widget) || qobject_cast<const QAbstractButton*>(widget))
                 widgets.append(widget);
         std::stable_sort(widgets.begin(), widgets.end(), [this](const QWidget* one, const QWidget* other) {
-            const QRect a = frame(one);
-            const QRect b = frame(other);
+            const QRect a = m_window->frame(one);
+            const QRect b = m_window->frame(other);
             return std::pair(a.center().y() / 4, a.x()) < std::pair(b.center().y() / 4, b.x());
         });
         QStringList texts;
@@ -72,10 +71,10 @@ private slots:
 
     void offersTheGivenTitlesAndPlaceholders()
     {
-        show();
+        m_window->show();
         const auto titles = [this](const char* popup) {
             QStringList result;
-            const auto* button = m_view->findChild<QComboBox*>(QString::fromLatin1(popup));
+            const auto* button = m_window->view->findChild<QComboBox*>(QString::fromLatin1(popup));
             for (int i = 0; i < button->count(); ++i)
                 result.append(button->itemText(i));
             return result.join(u'|');
@@ -85,7 +84,7 @@ private slots:
         QCOMPARE(titles("cloudProviderPopup"), u"openai|deepseek|kimi"_s);
 
         const auto placeholder = [this](const char* field) {
-            return m_view->findChild<QLineEdit*>(QString::fromLatin1(field))->placeholderText();
+            return m_window->view->findChild<QLineEdit*>(QString::fromLatin1(field))->placeholderText();
         };
         QCOMPARE(placeholder("coreURLField"), u"http://127.0.0.1:8878"_s);
         QCOMPARE(placeholder("cloudModelField"), u"gpt-4o-mini"_s);
@@ -94,131 +93,86 @@ private slots:
         QCOMPARE(placeholder("tovaniPathField"), m_settings->backend.home().path(u".nelo/tovani"_s));
     }
 
-    void standsInTheGivenMargins()
-    {
-        show();
-        const QRect first = frame(m_view->findChild<QLabel*>()->parentWidget());
-        QCOMPARE(first.topLeft(), QPoint(0, 0));
-        const auto* header = m_view->findChildren<QLabel*>().at(1); // the first is the status line
-        QCOMPARE(header->text(), u"Nelo Core"_s);
-        QCOMPARE(frame(header).topLeft(), QPoint(24, 24));
-
-        const auto buttons = m_view->findChildren<QPushButton*>();
-        const QRect lastField = frame(m_view->findChild<QLineEdit*>(u"tovaniPathField"_s));
-        QCOMPARE(frame(buttons[0]).left(), 24);
-        QCOMPARE(frame(buttons[0]).top(), lastField.bottom() + 1 + 10);
-        QCOMPARE(frame(buttons[1]).left(), frame(buttons[0]).right() + 1 + 8);
-        QCOMPARE(frame(buttons[2]).left(), frame(buttons[1]).right() + 1 + 8);
-
-        const QRect status = frame(m_view->findChild<QLabel*>(u"statusLabel"_s));
-        QCOMPARE(status.left(), 24);
-        QCOMPARE(status.right() + 1, smallest.width() - 24);
-        QCOMPARE(status.top(), frame(buttons[0]).bottom() + 1 + 14);
-
-        const auto* form = m_view->findChild<ScrollingForm*>();
-        QCOMPARE(frame(form), QRect(QPoint(), smallest));
-        QCOMPARE(form->widget()->minimumSizeHint().height(), status.bottom() + 1 + 24);
-    }
-
-    void rowsHaveTheGivenMeasures()
-    {
-        show();
-        int rows = 0;
-        for (const QLabel* label : m_view->findChildren<QLabel*>()) {
-            if (!label->buddy())
-                continue;
-            ++rows;
-            QCOMPARE(frame(label).left(), 24);
-            QCOMPARE(label->width(), 140);
-            QCOMPARE(frame(label->buddy()).left(), 24 + 140 + 12);
-            QVERIFY(label->buddy()->minimumWidth() == 220);
-        }
-        QCOMPARE(rows, 8);
-
-        const QRect url = frame(m_view->findChild<QLineEdit*>(u"coreURLField"_s));
-        const QRect model = frame(m_view->findChild<QLineEdit*>(u"cloudModelField"_s));
-        const QRect key = frame(m_view->findChild<QLineEdit*>(u"cloudAPIKeyField"_s));
-        QCOMPARE(key.top(), model.bottom() + 1 + 12);
-
-        QList<const QFrame*> separators;
-        for (const QFrame* widget : m_view->findChildren<QFrame*>())
-            if (widget->frameShape() == QFrame::HLine)
-                separators.append(widget);
-        QCOMPARE(separators.size(), 3);
-        QCOMPARE(frame(separators.first()).top(), url.bottom() + 1 + 12);
-        QCOMPARE(frame(separators.first()).width(), smallest.width() - 2 * 24);
-    }
-
     void fieldsGrowWithTheWindowAndPopUpsDoNot()
     {
-        show();
-        m_window->resize(1000, 700);
-        const auto* field = m_view->findChild<QLineEdit*>(u"coreURLField"_s);
-        QTRY_COMPARE(frame(field).right() + 1, 1000 - 24);
-        const auto* popup = m_view->findChild<QComboBox*>(u"chatModePopup"_s);
+        m_window->show();
+        m_window->window.resize(1000, 700);
+        const auto* field = m_window->view->findChild<QLineEdit*>(u"coreURLField"_s);
+        QTRY_COMPARE(m_window->frame(field).right() + 1, 1000 - 24);
+        const auto* popup = m_window->view->findChild<QComboBox*>(u"chatModePopup"_s);
         QCOMPARE(popup->width(), std::max(220, popup->sizeHint().width()));
     }
 
-    void everythingIsSeenInTheSmallestWindow()
-    {
-        show();
-        const auto* form = m_view->findChild<ScrollingForm*>();
-        QCOMPARE(m_window->size(), smallest);
-        QCOMPARE(form->verticalScrollBar()->maximum(), 0);
-        QCOMPARE(form->horizontalScrollBar()->maximum(), 0);
-    }
-
-    void longTextsLeaveTheWindowAlone()
+    void longTextsLeaveTheWindowAloneAndAreShownFromTheirBeginning()
     {
         const std::string lines = std::string(5'000, 'W') + std::string(500, '\n') + std::string(5'000, 'W');
         m_settings->saved({{"core", {{"url", lines}}}, {"chat", {{"local_model", lines}, {"cloud_api_key", lines}}}});
-        m_settings->backend.raise("save_nelo_settings", "ValueError", lines);
-        show();
-        m_view->saveSettings();
-        QCoreApplication::processEvents();
-        QCOMPARE(m_window->size(), smallest);
-        QCOMPARE(m_view->findChild<ScrollingForm*>()->verticalScrollBar()->maximum(), 0);
-        QCOMPARE(m_view->findChild<ScrollingForm*>()->horizontalScrollBar()->maximum(), 0);
+        m_window->show();
+        QCOMPARE(m_window->window.size(), smallest);
+        const auto* form = m_window->view->findChild<ScrollingForm*>();
+        QCOMPARE(m_window->frame(form), QRect(QPoint(), smallest));
+        QCOMPARE(form->verticalScrollBar()->maximum(), 0); // everything is in sight
+        QCOMPARE(form->horizontalScrollBar()->maximum(), 0);
+        QCOMPARE(m_window->view->findChild<QLineEdit*>(u"coreURLField"_s)->cursorPosition(), 0);
     }
 
-    void theStatusIsOnePlainLine()
+    void everythingIsInItsPlace()
     {
-        m_settings->backend.raise("load_nelo_settings", "ValueError", "<b>bold</b>\nsecond line");
-        show();
-        const auto* status = m_view->findChild<QLabel*>(u"statusLabel"_s);
-        QVERIFY(status->text().contains(u"<b>bold</b>"_s));
-        QCOMPARE(status->palette().color(QPalette::WindowText), Colors::secondaryText(m_view->palette()));
-        QCOMPARE(status->height(), status->fontMetrics().height());
-        QCOMPARE(QAccessible::queryAccessibleInterface(m_view->findChild<QLabel*>(u"statusLabel"_s))
-                     ->text(QAccessible::Name),
-                 status->text());
+        m_window->show();
+        QList<int> rows;
+        for (const QLabel* label : m_window->view->findChildren<QLabel*>()) {
+            if (label->text() == u"Nelo Core")
+                QCOMPARE(m_window->frame(label).topLeft(), QPoint(24, 24));
+            if (!label->buddy())
+                continue;
+            const QRect field = m_window->frame(label->buddy());
+            rows.append({m_window->frame(label).left(), label->width(), field.left(), label->buddy()->minimumWidth()});
+        }
+        const QList<int> row{24, 140, 24 + 140 + 12, 220};
+        QCOMPARE(rows, row + row + row + row + row + row + row + row);
+
+        QList<QRect> separators;
+        for (const QFrame* widget : m_window->view->findChildren<QFrame*>())
+            if (widget->frameShape() == QFrame::HLine)
+                separators.append(m_window->frame(widget));
+        QCOMPARE(separators.size(), 3);
+        const QRect save = m_window->button(u"Save"_s);
+        const QRect reload = m_window->button(u"Reload"_s);
+        const QRect refresh = m_window->button(u"Refresh Catalog"_s);
+        const QRect status = m_window->frame("statusLabel");
+        const QList<int> gaps{separators.first().top() - m_window->frame("coreURLField").bottom() - 1,
+                              separators.first().left(),
+                              smallest.width() - 1 - separators.first().right(),
+                              m_window->frame("cloudAPIKeyField").top() - m_window->frame("cloudModelField").bottom()
+                                  - 1,
+                              save.left(),
+                              save.top() - m_window->frame("tovaniPathField").bottom() - 1,
+                              reload.left() - save.right() - 1,
+                              refresh.left() - reload.right() - 1,
+                              status.left(),
+                              smallest.width() - 1 - status.right(),
+                              status.top() - save.bottom() - 1};
+        QCOMPARE(gaps, (QList<int>{12, 24, 24, 12, 24, 10, 8, 8, 24, 24, 14}));
+        const auto* form = m_window->view->findChild<ScrollingForm*>();
+        QCOMPARE(form->widget()->minimumSizeHint().height(), status.bottom() + 1 + 24);
     }
 
-    void aFormThatIsTooHighScrollsAfterTheKeyboard()
+    void tabGoesThroughTheFormInReadingOrderAndScrollsIt()
     {
-        show();
-        m_window->setMinimumSize(0, 0);
-        m_window->resize(500, 200);
-        const auto* form = m_view->findChild<ScrollingForm*>();
+        m_window->show();
+        m_window->window.setMinimumSize(0, 0);
+        m_window->window.resize(500, 200);
+        const auto* form = m_window->view->findChild<ScrollingForm*>();
         QTRY_VERIFY(form->verticalScrollBar()->maximum() > 0);
         QCOMPARE(form->horizontalScrollBar()->maximum(), 0);
-        const auto buttons = m_view->findChildren<QPushButton*>();
-        while (QApplication::focusWidget() != buttons.last()) {
-            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-            QVERIFY(QRect(QPoint(), m_window->size()).contains(frame(QApplication::focusWidget())));
-        }
-    }
-
-    void tabGoesThroughTheFormInReadingOrder()
-    {
-        show();
         QStringList stops;
         const QWidget* first = QApplication::focusWidget();
         do {
-            const QWidget* stop = QApplication::focusWidget();
+            QWidget* stop = QApplication::focusWidget();
             const auto* button = qobject_cast<const QPushButton*>(stop);
             stops.append(button ? button->text() : stop->objectName());
-            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+            QTest::keyClick(stop, Qt::Key_Tab);
+            QVERIFY(m_window->window.rect().contains(m_window->frame(QApplication::focusWidget())));
         } while (QApplication::focusWidget() != first);
         QCOMPARE(stops.join(u' '),
                  u"coreAutoDiscoveryButton coreURLField chatModePopup localModelPopup cloudProviderPopup "
@@ -226,26 +180,9 @@ private slots:
                  "tovaniPathField Save Reload Refresh Catalog"_s);
     }
 
-    void textsAreShownFromTheirBeginning()
-    {
-        m_settings->saved({{"core", {{"url", std::string(500, 'x')}}}});
-        show();
-        QCOMPARE(m_view->findChild<QLineEdit*>(u"coreURLField"_s)->cursorPosition(), 0);
-    }
-
 private:
-    void show()
-    {
-        m_window->setContentViewController(m_view);
-        m_window->makeKeyAndOrderFront();
-        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
-    }
-
-    QRect frame(const QWidget* widget) const { return {widget->mapTo(m_window.get(), QPoint()), widget->size()}; }
-
-    std::optional<SettingsFixture> m_settings;
-    std::unique_ptr<NeloWindow> m_window;
-    SettingsViewController* m_view = nullptr; // child of the window
+    Fresh<SettingsFixture> m_settings{this};
+    Fresh<SettingsWindow> m_window{this};
 };
 
 QTEST_MAIN(TestSettingsLayout)
