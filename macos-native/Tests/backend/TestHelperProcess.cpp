@@ -23,6 +23,11 @@ bool holdsSignal(const std::string& statusLine, int signal)
     return (mask >> (signal - 1) & 1U) != 0;
 }
 
+std::string lineOf(HelperProcess& child)
+{
+    return std::string(std::get<std::string_view>(child.readLine()));
+}
+
 } // namespace
 
 /// A child on three pipes, with /bin/sh as the child.
@@ -50,30 +55,30 @@ private slots:
         HelperProcess child = shell("exec cat");
         QVERIFY(child.isRunning());
         QVERIFY(!child.write("hello\n"));
-        QCOMPARE(std::get<std::string>(child.readLine()), std::string("hello"));
+        QCOMPARE(lineOf(child), std::string("hello"));
         QVERIFY(!child.write("\n"));
-        QCOMPARE(std::get<std::string>(child.readLine()), std::string());
+        QCOMPARE(lineOf(child), std::string());
     }
 
     void bytesPastTheLineFeedAnswerTheNextRead()
     {
         HelperProcess child = shell("printf 'one\\ntwo\\nth'; read go; echo ree; read go");
-        QCOMPARE(std::get<std::string>(child.readLine()), std::string("one"));
-        QCOMPARE(std::get<std::string>(child.readLine()), std::string("two"));
+        QCOMPARE(lineOf(child), std::string("one"));
+        QCOMPARE(lineOf(child), std::string("two"));
         QVERIFY(!child.write("go\n"));
-        QCOMPARE(std::get<std::string>(child.readLine()), std::string("three"));
+        QCOMPARE(lineOf(child), std::string("three"));
     }
 
     void aLineThatComesInPiecesIsOneLine()
     {
         HelperProcess child = shell("for piece in a b c; do printf $piece; sleep 0.02; done; echo; read go");
-        QCOMPARE(std::get<std::string>(child.readLine()), std::string("abc"));
+        QCOMPARE(lineOf(child), std::string("abc"));
     }
 
     void aLongLineArrivesWhole()
     {
         HelperProcess child = shell("head -c 3000000 /dev/zero | tr '\\0' x; echo; read go");
-        QCOMPARE(std::get<std::string>(child.readLine()), std::string(3'000'000, 'x'));
+        QCOMPARE(lineOf(child), std::string(3'000'000, 'x'));
     }
 
     void runsInItsFolder()
@@ -81,7 +86,7 @@ private slots:
         const QTemporaryDir folder(QDir::tempPath() + QStringLiteral("/家 XXXXXX"));
         HelperProcess child = std::get<HelperProcess>(
             HelperProcess::launch({"/bin/sh", "-c", "pwd -P; read go"}, folder.path().toStdString(), *m_reaper));
-        QCOMPARE(std::get<std::string>(child.readLine()), QDir(folder.path()).canonicalPath().toStdString());
+        QCOMPARE(lineOf(child), QDir(folder.path()).canonicalPath().toStdString());
     }
 
     void aFolderThatDoesNotExistIsTheSystemsError()
@@ -102,17 +107,34 @@ private slots:
         QVERIFY(std::holds_alternative<HelperProcess::EndOfFile>(child.readLine()));
     }
 
+    void aChildThatExitedNoLongerRuns_data()
+    {
+        QTest::addColumn<std::size_t>("spareDescriptors");
+        QTest::newRow("with descriptors that tell it") << std::size_t{8};
+        QTest::newRow("without the second of them") << std::size_t{7};
+        QTest::newRow("with those of the pipes alone") << std::size_t{6};
+    }
+
     void aChildThatExitedNoLongerRuns()
     {
-        const HelperProcess child = shell("exit 0");
+        QFETCH(std::size_t, spareDescriptors);
+        std::vector<FileDescriptor> hoard = allDescriptorsBut(spareDescriptors);
+        HelperProcess child =
+            shell("exec 3<&0; cat <&3 & echo ready; read go"); // which leaves its pipes to one of its own
+        hoard.clear();
+        QCOMPARE(lineOf(child), std::string("ready"));
+        QVERIFY(child.isRunning());
+        kill(child.processId(), SIGKILL);
         QTRY_VERIFY(!child.isRunning());
         QVERIFY(!child.isRunning()); // looking does not reap it
+        QVERIFY(!child.write("hello\n"));
+        QCOMPARE(lineOf(child), std::string("hello"));
     }
 
     void writingToAChildThatReadsNoMoreIsAnError()
     {
         HelperProcess child = shell("exec 0<&-; echo closed; sleep 10");
-        QCOMPARE(std::get<std::string>(child.readLine()), std::string("closed"));
+        QCOMPARE(lineOf(child), std::string("closed"));
         QCOMPARE(child.write("hello\n"), std::errc::broken_pipe);
         QCOMPARE(child.write("again\n"), std::errc::broken_pipe);
         child.terminate();
@@ -130,8 +152,8 @@ private slots:
         signal(SIGPIPE, oldHandler);
         pthread_sigmask(SIG_SETMASK, &before, nullptr);
 
-        QVERIFY(!holdsSignal(std::get<std::string>(child.readLine()), SIGTERM));
-        QVERIFY(!holdsSignal(std::get<std::string>(child.readLine()), SIGPIPE));
+        QVERIFY(!holdsSignal(lineOf(child), SIGTERM));
+        QVERIFY(!holdsSignal(lineOf(child), SIGPIPE));
     }
 
     void anEndedChildWaitsForUsThoughItsSignalWasIgnored()
@@ -149,7 +171,7 @@ private slots:
         const std::string listing = "ls /proc/self/fd | tr '\\n' ' '; echo; read go";
         HelperProcess alone = shell(listing);
         HelperProcess second = shell(listing); // while the pipes to the first one are open in this process
-        QCOMPARE(std::get<std::string>(second.readLine()), std::get<std::string>(alone.readLine()));
+        QCOMPARE(lineOf(second), lineOf(alone));
     }
 
     void launchesWithOurStandardStreamsClosed()
@@ -163,7 +185,7 @@ private slots:
         dup2(savedOutput.get(), STDOUT_FILENO);
 
         QVERIFY(!child.write("hello\n"));
-        QCOMPARE(std::get<std::string>(child.readLine()), std::string("hello"));
+        QCOMPARE(lineOf(child), std::string("hello"));
     }
 
     void aDroppedChildEndsByItselfAndIsReaped()
@@ -180,10 +202,10 @@ private slots:
         const QString file = folder.filePath(QStringLiteral("terminated"));
         {
             HelperProcess stubborn = shell("trap '' TERM; echo ready; while :; do sleep 0.01; done");
-            QCOMPARE(std::get<std::string>(stubborn.readLine()), std::string("ready"));
+            QCOMPARE(lineOf(stubborn), std::string("ready"));
             HelperProcess obedient =
                 shell("trap 'touch " + file.toStdString() + "; exit' TERM; echo ready; while :; do sleep 0.01; done");
-            QCOMPARE(std::get<std::string>(obedient.readLine()), std::string("ready"));
+            QCOMPARE(lineOf(obedient), std::string("ready"));
         }
         m_reaper->stopAll(1s);
         QVERIFY(QFile::exists(file)); // a child that is only killed cannot make it
@@ -202,7 +224,7 @@ private slots:
     void aChildsErrorsAreAPipeThatNobodyReads()
     {
         HelperProcess child = shell("echo trouble >&2; echo ready; read go");
-        QCOMPARE(std::get<std::string>(child.readLine()), std::string("ready"));
+        QCOMPARE(lineOf(child), std::string("ready"));
         const std::string path = "/proc/" + std::to_string(child.processId()) + "/fd/2";
         QVERIFY(std::filesystem::read_symlink(path) != std::filesystem::read_symlink("/proc/self/fd/2")); // not ours
         const FileDescriptor errors(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
@@ -213,22 +235,23 @@ private slots:
 
     void outOfDescriptorsIsTheSystemsError()
     {
-        std::vector<FileDescriptor> hoard;
-        while (true) {
-            const int descriptor = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
-            if (descriptor < 0)
-                break;
-            hoard.emplace_back(descriptor);
-        }
-        hoard.pop_back();
-        hoard.pop_back();
-        hoard.pop_back(); // room for one pipe and a half
+        std::vector<FileDescriptor> hoard = allDescriptorsBut(3); // room for one pipe and a half
         const auto launch = HelperProcess::launch({"/bin/sh", "-c", "true"}, "/", *m_reaper);
         hoard.clear();
         QCOMPARE(std::get<std::error_code>(launch), std::errc::too_many_files_open);
     }
 
 private:
+    /// Takes all descriptors of this process but `count`.
+    static std::vector<FileDescriptor> allDescriptorsBut(std::size_t count)
+    {
+        std::vector<FileDescriptor> hoard;
+        for (int taken = 0; (taken = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0)) >= 0;)
+            hoard.emplace_back(taken);
+        hoard.resize(hoard.size() - count);
+        return hoard;
+    }
+
     /// Starts /bin/sh with `script`.
     HelperProcess shell(const std::string& script)
     {

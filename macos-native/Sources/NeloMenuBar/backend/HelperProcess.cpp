@@ -11,6 +11,10 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
+#ifdef __linux__
+#include <sys/epoll.h>
+#include <sys/syscall.h>
+#endif
 
 extern char** environ; // NOLINT(readability-redundant-declaration): POSIX leaves its declaration to the program
 
@@ -38,8 +42,8 @@ bool openCloseOnExec(std::array<int, 2>& ends)
 #endif
 }
 
-/// Moves a descriptor to a number above those of the standard streams. A pipe gets such a low number when one of our
-/// own standard streams is closed, and setting up the child's streams would overwrite it.
+/// Moves a descriptor to a number above those of the standard streams. A descriptor gets such a low number when one of
+/// our own standard streams is closed. Setting up the child's streams, or opening ours again, would overwrite it.
 FileDescriptor clearOfStandardStreams(FileDescriptor descriptor)
 {
     if (descriptor.get() > STDERR_FILENO)
@@ -149,16 +153,26 @@ HelperProcess::Launch HelperProcess::launch(const std::vector<std::string>& comm
                          reaper);
 }
 
+HelperProcess::ExitWatch::ExitWatch([[maybe_unused]] pid_t pid)
+{
+#ifdef __linux__
+    process = clearOfStandardStreams(FileDescriptor(static_cast<int>(syscall(SYS_pidfd_open, pid, 0U))));
+    events = clearOfStandardStreams(FileDescriptor(epoll_create1(EPOLL_CLOEXEC)));
+    epoll_event exit{.events = EPOLLIN, .data = {}};
+    isWatched = epoll_ctl(events.get(), EPOLL_CTL_ADD, process.get(), &exit) == 0;
+#endif
+}
+
 HelperProcess::HelperProcess(pid_t pid, FileDescriptor input, FileDescriptor output, FileDescriptor errors,
                              ChildReaper& reaper)
-    : m_pid(pid), m_input(std::move(input)), m_output(std::move(output)), m_errors(std::move(errors)),
+    : m_pid(pid), m_exit(pid), m_input(std::move(input)), m_output(std::move(output)), m_errors(std::move(errors)),
       m_buffer(std::make_unique_for_overwrite<ReadBuffer>()), m_reaper(&reaper)
 {}
 
 HelperProcess::HelperProcess(HelperProcess&& other) noexcept
-    : m_pid(std::exchange(other.m_pid, -1)), m_input(std::move(other.m_input)), m_output(std::move(other.m_output)),
-      m_errors(std::move(other.m_errors)), m_buffer(std::move(other.m_buffer)),
-      m_unread(std::exchange(other.m_unread, {})), m_reaper(other.m_reaper)
+    : m_pid(std::exchange(other.m_pid, -1)), m_exit(std::move(other.m_exit)), m_input(std::move(other.m_input)),
+      m_output(std::move(other.m_output)), m_errors(std::move(other.m_errors)), m_buffer(std::move(other.m_buffer)),
+      m_unread(std::exchange(other.m_unread, {})), m_line(std::move(other.m_line)), m_reaper(other.m_reaper)
 {}
 
 HelperProcess::~HelperProcess()
@@ -169,6 +183,11 @@ HelperProcess::~HelperProcess()
 
 bool HelperProcess::isRunning() const
 {
+#ifdef __linux__
+    epoll_event exit{};
+    if (m_exit.isWatched)
+        return epoll_wait(m_exit.events.get(), &exit, 1, 0) == 0;
+#endif
     siginfo_t ended{};
     return waitid(P_PID, static_cast<id_t>(m_pid), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 && ended.si_pid == 0;
 }
@@ -191,16 +210,18 @@ std::error_code HelperProcess::write(std::string_view bytes)
 
 HelperProcess::Line HelperProcess::readLine()
 {
-    std::string line;
+    m_line = std::string(); // which frees a long one
     std::string_view bytes = std::exchange(m_unread, {});
     while (true) {
         const std::size_t lineFeed = bytes.find('\n');
         if (lineFeed != std::string_view::npos) {
-            line.append(bytes.substr(0, lineFeed));
             m_unread = bytes.substr(lineFeed + 1);
-            return line;
+            if (m_line.empty())
+                return bytes.substr(0, lineFeed);
+            m_line.append(bytes.substr(0, lineFeed));
+            return m_line;
         }
-        line.append(bytes);
+        m_line.append(bytes);
 
         const ssize_t count = ::read(m_output.get(), m_buffer->data(), m_buffer->size());
         const int failure = errno;

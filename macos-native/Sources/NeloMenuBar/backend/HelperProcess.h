@@ -29,7 +29,7 @@ public:
     struct EndOfFile
     {};
     using Launch = std::variant<HelperProcess, std::error_code>;
-    using Line = std::variant<std::string, EndOfFile, std::error_code>;
+    using Line = std::variant<std::string_view, EndOfFile, std::error_code>;
 
     /// Starts the program `command[0]`, a path, with the arguments after it, in the folder `workingDirectory` and with
     /// our environment. `reaper` must outlive the result. Returns the system's error when this fails.
@@ -51,7 +51,7 @@ public:
     [[nodiscard]] std::error_code write(std::string_view bytes);
 
     /// Returns the child's next output line without its line feed, and blocks until the line is complete. Bytes after
-    /// the line feed are kept for the next line.
+    /// the line feed are kept for the next line. The text of a line is there until the next line is read.
     [[nodiscard]] Line readLine();
 
     /// Sends the child a request to terminate and returns at once.
@@ -60,13 +60,26 @@ public:
 private:
     using ReadBuffer = std::array<char, 65'536>; // as much as a pipe holds
 
+    /// Descriptors that tell whether the child has exited, in less than half of the time that a look at the child
+    /// itself takes. A system may have none.
+    struct ExitWatch
+    {
+        explicit ExitWatch(pid_t pid);
+
+        FileDescriptor process;
+        FileDescriptor events;
+        bool isWatched = false;
+    };
+
     HelperProcess(pid_t pid, FileDescriptor input, FileDescriptor output, FileDescriptor errors, ChildReaper& reaper);
 
     pid_t m_pid;
+    ExitWatch m_exit;
     FileDescriptor m_input;
     FileDescriptor m_output;
     FileDescriptor m_errors;              // kept open, so that the child can write, and never read
     std::unique_ptr<ReadBuffer> m_buffer; // the bytes of the last read
     std::string_view m_unread;            // the part of the buffer after the last line feed
+    std::string m_line;                   // the last line, if it came in several reads
     ChildReaper* m_reaper;                // not owned
 };

@@ -7,6 +7,7 @@
 #include "backend/ReplyReader.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <mutex>
 #include <optional>
@@ -54,23 +55,38 @@ std::error_code ensureHelper(Bridge& state)
     return {};
 }
 
-/// Returns whether `text` needs no escapes in JSON: it is printable ASCII without quotation marks and backslashes.
-bool needsNoEscape(std::string_view text)
-{
-    return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
-}
+/// Says of each byte whether a text with it needs escapes in JSON: all but printable ASCII without quotation marks and
+/// backslashes do, as far as it matters here.
+constexpr auto needsEscape = [] {
+    std::array<bool, 256> needs{};
+    for (std::size_t byte = 0; byte < needs.size(); ++byte)
+        needs[byte] = byte < ' ' || byte > '~' || byte == '"' || byte == '\\';
+    return needs;
+}();
 
 void appendText(std::string& line, std::string_view text)
 {
-    if (needsNoEscape(text)) // names and paths; the general printer would take as long as the rest of a short call
+    if (std::none_of(text.begin(), text.end(), [](char c) { return needsEscape[static_cast<unsigned char>(c)]; }))
         line.append(1, '"').append(text).append(1, '"');
     else
         line += Json(text).dump();
 }
 
+/// Appends the JSON text of `value`. The general printer takes as long as the rest of a short call, so that names,
+/// paths and integers go without it.
+void appendValue(std::string& line, const Json& value)
+{
+    if (const auto* text = value.get_ptr<const Json::string_t*>())
+        appendText(line, *text);
+    else if (value.type() == Json::value_t::number_integer)
+        line += std::to_string(value.get<Json::number_integer_t>());
+    else
+        line += value.dump();
+}
+
 /// Returns the request as a compact JSON object and a line feed. The pieces are written one by one: a JSON value of the
 /// whole request would copy every argument.
-std::string requestLine(std::string_view function, const std::vector<Json>& args)
+std::string requestLine(std::string_view function, std::span<const Json> args)
 {
     std::string line;
     line.reserve(256); // enough for most requests
@@ -80,10 +96,7 @@ std::string requestLine(std::string_view function, const std::vector<Json>& args
     char separator = '[';
     for (const Json& arg : args) {
         line += separator;
-        if (const auto* text = arg.get_ptr<const Json::string_t*>())
-            appendText(line, *text);
-        else
-            line += arg.dump();
+        appendValue(line, arg);
         separator = ',';
     }
     line += args.empty() ? "[]}\n" : "]}\n";
@@ -112,12 +125,12 @@ ReplyOutcome ask(Bridge& state, const std::string& request)
         return terminated();
     if (const auto* failure = std::get_if<std::error_code>(&line))
         return broken(*failure);
-    return state.reader.interpret(std::get<std::string>(line));
+    return state.reader.interpret(std::get<std::string_view>(line));
 }
 
 } // namespace
 
-std::string NeloBackend::call(std::string_view function, const std::vector<Json>& args)
+std::string NeloBackend::call(std::string_view function, std::span<const Json> args)
 {
     Bridge& state = bridge();
     const std::lock_guard locked(state.lock);

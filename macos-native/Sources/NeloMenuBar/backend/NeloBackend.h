@@ -3,9 +3,10 @@
 #include "base/Json.h"
 
 #include <filesystem>
+#include <initializer_list>
+#include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 /// The gateway to the backend module. This is the Python module `app`, which runs in one long-lived child interpreter.
 ///
@@ -19,7 +20,13 @@ namespace NeloBackend {
 ///
 /// Returns the result as compact JSON text ("{}" when the reply has none), or a line that begins with "ERROR: ". Never
 /// throws.
-std::string call(std::string_view function, const std::vector<Json>& args = {});
+std::string call(std::string_view function, std::span<const Json> args);
+
+/// Does the same with arguments that stand in the call itself.
+inline std::string call(std::string_view function, std::initializer_list<Json> args = {})
+{
+    return call(function, std::span(args.begin(), args.size()));
+}
 
 /// Waits for a call in progress, then ends the helper and every dropped one that is still alive. Returns when all are
 /// gone.

@@ -60,31 +60,29 @@ const simdjson::implementation& minifier()
     return chosen;
 }
 
-/// Returns `text` without the white space outside of strings, or nothing when a string has no end.
-std::optional<std::string> compactText(const std::string& text)
+/// Returns the JSON text `text` without the white space outside of strings.
+std::string compactText(std::string_view text)
 {
     std::string compact(text.size(), '\0');
     std::size_t length = 0;
     const auto* source = reinterpret_cast<const std::uint8_t*>(text.data());
     auto* destination = reinterpret_cast<std::uint8_t*>(compact.data());
     if (minifier().minify(source, text.size(), destination, length) != simdjson::SUCCESS)
-        return std::nullopt;
+        return std::string(text); // cannot be: the text has been parsed
     compact.resize(length);
     return compact;
 }
 
-/// Returns the compact text of a successful reply's result. In a reply of the helper's script the result is what stands
-/// between the opening and the last brace, so that only the white space must be removed: printing the values again
-/// would be most of the cost of a long reply.
-std::string resultText(const std::string& text, const object& members, const element& result)
+/// Returns what stands for the result in a successful reply that is written as the helper's script writes it: what is
+/// between the opening and the last brace. To print the values again would be most of the cost of a long reply.
+std::optional<std::string_view> resultIn(std::string_view text, const object& members)
 {
-    constexpr std::string_view opening = R"({"ok":true,"result":)";
-    std::optional<std::string> compact = members.size() == 2 ? compactText(text) : std::nullopt;
-    if (!compact || !compact->starts_with(opening))
-        return simdjson::to_string(result);
-    compact->pop_back(); // the reply's closing brace
-    compact->erase(0, opening.size());
-    return std::move(*compact);
+    constexpr std::string_view opening = R"({"ok": true, "result": )";
+    if (members.size() != 2 || !text.starts_with(opening) || !text.ends_with('}'))
+        return std::nullopt;
+    text.remove_prefix(opening.size());
+    text.remove_suffix(1);
+    return text;
 }
 
 ReplyOutcome invalid()
@@ -94,29 +92,31 @@ ReplyOutcome invalid()
 
 /// Interprets a text that the parser refused. Bytes that are not UTF-8 are found here: the parser may report another
 /// error before them.
-ReplyOutcome unparsable(const std::string& text, simdjson::error_code failure)
+ReplyOutcome unparsable(std::string_view text, simdjson::error_code failure)
 {
     if (!simdjson::validate_utf8(text))
         return invalid();
     return {errorText(simdjson::error_message(failure)), ReplyOutcome::Helper::Drop};
 }
 
-ReplyOutcome interpretText(simdjson::dom::parser& parser, const std::string& text)
+ReplyOutcome interpretText(simdjson::dom::parser& parser, std::string_view text)
 {
     if (parser.capacity() < text.size()) {
         if (const auto failure = parser.allocate(std::max(text.size(), minCapacity), maxJsonDepth))
             return unparsable(text, failure);
     }
     element root;
-    if (const auto failure = parser.parse(text).get(root))
+    if (const auto failure = parser.parse(text.data(), text.size()).get(root))
         return unparsable(text, failure);
     object members;
     if (root.get(members) != simdjson::SUCCESS)
         return invalid();
 
+    if (const std::optional<std::string_view> result = resultIn(text, members))
+        return {compactText(*result)};
     const Reply reply = replyIn(members);
     if (isTrue(reply.ok))
-        return {reply.result ? resultText(text, members, *reply.result) : "{}"};
+        return {reply.result ? simdjson::to_string(*reply.result) : "{}"};
     return {errorText(reply.error ? descriptionOf(*reply.error) : "unknown")};
 }
 
@@ -133,7 +133,7 @@ ReplyReader::ReplyReader() = default;
 
 ReplyReader::~ReplyReader() = default;
 
-ReplyOutcome ReplyReader::interpret(const std::string& line)
+ReplyOutcome ReplyReader::interpret(std::string_view line)
 {
     if (!m_parser)
         m_parser = std::make_unique<Parser>();

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 /// The result of reading one reply line of the helper.
 struct ReplyOutcome
@@ -26,7 +27,7 @@ public:
     /// Reads one line, without its line feed. The result keeps its key order, 64-bit integers and the difference
     /// between 1 and 1.0; NaN, bad escapes and nesting beyond 512 are errors of the parser. Never throws because
     /// of what the helper sent.
-    ReplyOutcome interpret(const std::string& line);
+    ReplyOutcome interpret(std::string_view line);
 
 private:
     struct Parser; // kept for its buffers: allocating them takes longer than parsing a short line
