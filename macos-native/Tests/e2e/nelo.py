@@ -378,7 +378,7 @@ class Nelo:
         A tray that has just come may swallow a click, which a person would repeat.
         """
         def opens() -> bool:
-            item = self._settled_status_item()
+            item = self.settled_status_item()
             click(item.x + item.width / 2, item.y + item.height / 2)
             with contextlib.suppress(AssertionError):
                 until(self._menu_is_open, "the status menu", timeout=3)
@@ -386,7 +386,7 @@ class Nelo:
 
         until(opens, "the status menu")
 
-    def _settled_status_item(self) -> Area:
+    def settled_status_item(self) -> Area:
         """The status item where a tray that has just come, and grows around it, has put it for good."""
         return settled(self._status_item, "the status item in its place in the tray")
 

@@ -3,6 +3,7 @@
 #include "backend/NeloBackend.h"
 #include "shell/FakePlatform.h"
 #include "shell/primitives/NeloWindow.h"
+#include "support/Cases.h"
 #include "support/ProcessTable.h"
 #include "support/ScriptedBackend.h"
 #include "support/Warnings.h"
@@ -257,6 +258,28 @@ private slots:
         QCOMPARE(windows().size(), 1);
         QCOMPARE(tabs->currentIndex(), 1);
         QCOMPARE(console->size(), QSize(1200, 800));
+    }
+
+    void whatIsTypedAndNeitherSentNorSavedIsThereAgain_data()
+    {
+        const Cases<QString, QByteArray> add("item", "field");
+        add("a message", QStringLiteral("Open Nelo"), "inputField");
+        add("an address", QStringLiteral("Settings..."), "coreURLField");
+        add("a key", QStringLiteral("Settings..."), "cloudAPIKeyField");
+    }
+
+    void whatIsTypedAndNeitherSentNorSavedIsThereAgain()
+    {
+        QFETCH(QString, item);
+        QFETCH(QByteArray, field);
+        choose(item);
+        NeloWindow* window = windows().value(0);
+        auto* typed = window->findChild<QLineEdit*>(QString::fromLatin1(field));
+        typed->setText(QStringLiteral(" draft"));
+        window->close();
+        choose(item);
+        QVERIFY(window->isVisible());
+        QCOMPARE(typed->text(), QStringLiteral(" draft"));
     }
 
     void windowsNeverShrinkBelowTheirFirstSize()
