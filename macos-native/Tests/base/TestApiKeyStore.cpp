@@ -240,6 +240,7 @@ private slots:
 
     void aLockThatAnotherProgramKeepsIsTold()
     {
+        QCOMPARE(ApiKeyStore::defaultLockTimeout, std::chrono::milliseconds(100));
         QCOMPARE(ApiKeyStore().setKeys({{openai, QStringLiteral("one")}}), std::nullopt);
         const int lock = lockFolder();
         const std::optional<QString> failure = ApiKeyStore().setKeys({{openai, QStringLiteral("two")}});

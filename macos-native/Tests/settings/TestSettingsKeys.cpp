@@ -1,11 +1,17 @@
 #include "base/ApiKeyStore.h"
+#include "base/FileDescriptor.h"
 #include "settings/SettingsFixture.h"
 #include "support/TestCase.h"
 
 #include <QAccessible>
 #include <QDirIterator>
+#include <QSettings>
 
+#include <array>
 #include <optional>
+
+#include <sys/inotify.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -106,6 +112,18 @@ private slots:
         QCOMPARE(stored("kimi"), u"sk-2"_s);
         QCOMPARE(stored("deepseek"), QString());
         QCOMPARE(key(), u" sk-2\n"_s); // the field stays as it was typed
+    }
+
+    void savingReplacesTheFileOfAllKeysOnce()
+    {
+        store("openai", u"old"_s);
+        const QString folder = QFileInfo(QSettings().fileName()).path();
+        const FileDescriptor watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+        inotify_add_watch(watch.get(), QFile::encodeName(folder).constData(), IN_CREATE); // of what is renamed then
+        m_settings->press("Save");
+        alignas(inotify_event) std::array<char, 4096> events{};
+        const ssize_t size = read(watch.get(), events.data(), events.size());
+        QCOMPARE(size, sizeof(inotify_event) + reinterpret_cast<const inotify_event*>(events.data())->len);
     }
 
     void aFailedSaveAfterAFailedLoadStoresTheTypedKeyAndLeavesTheOthers()

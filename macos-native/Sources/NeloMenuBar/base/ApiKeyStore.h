@@ -17,9 +17,11 @@
 class ApiKeyStore final
 {
 public:
+    static constexpr std::chrono::milliseconds defaultLockTimeout{100}; // a window that saves stands still meanwhile
+
     /// Makes an existing file readable by its owner only: it may have come from a backup. `setKeys` waits at most
     /// `lockTimeout` for another program that writes the file.
-    explicit ApiKeyStore(std::chrono::milliseconds lockTimeout = std::chrono::milliseconds(100));
+    explicit ApiKeyStore(std::chrono::milliseconds lockTimeout = defaultLockTimeout);
 
     /// Returns the key of `provider` exactly as it was stored. It is empty when there is none.
     QString key(const QString& provider) const;
