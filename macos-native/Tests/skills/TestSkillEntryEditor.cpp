@@ -380,8 +380,10 @@ private slots:
         m_tab->choose("enabledPopup", "false");
         m_tab->field("REGION")->setText(u"edited"_s);
         m_tab->apiKey()->setText(u"edited"_s);
+        m_tab->env()->setPlainText(u"edited"_s);
         m_tab->entered({{"apiKey", "other"}, {"env", {{"REGION", "亚洲"}}}, {"config", {{"new", 1}}}});
         m_tab->press("Load Config");
+        QCOMPARE(m_tab->env()->toPlainText(), u"{\n  \"REGION\": \"亚洲\"\n}"_s);
         QCOMPARE(m_tab->title("enabledPopup"), u"true"_s);
         QCOMPARE(m_tab->field("REGION")->text(), u"亚洲"_s);
         QCOMPARE(m_tab->apiKey()->text(), u"other"_s);
@@ -406,6 +408,9 @@ private slots:
                                   u"envTextView={\n  \"REGION\": \"亚洲\",\n  \"TOKEN\": \"k\"\n}"_s);
         expected.replaceInStrings(u"=Loaded config for weather."_s, u"=Saved config for weather."_s);
         QCOMPARE(m_tab->everything(), expected);
+        const std::string first = sentEntry().dump();
+        m_tab->press("Save Config");
+        QCOMPARE(sentEntry().dump(), first);
     }
 
     void ofASaveOnlyItsSuccessCounts_data() { addUnreadReplies(); }

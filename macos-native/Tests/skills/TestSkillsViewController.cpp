@@ -146,9 +146,9 @@ private slots:
 
     void aFailedListIsEmptyAndAsksNoFurther()
     {
-        m_tab->backend.raise("list_skills", "OSError", "no <b>skills</b>");
+        m_tab->backend.raise("list_skills", "OSError", "no <b>skills</b>\nnor 技能");
         QCOMPARE(m_tab->rows(), QStringList());
-        QCOMPARE(m_tab->status(), u"ERROR: OSError: no <b>skills</b>"_s);
+        QCOMPARE(m_tab->status(), u"ERROR: OSError: no <b>skills</b>\nnor 技能"_s);
         QCOMPARE(m_tab->backend.count("get_adapter_snapshot"), 0);
         QCOMPARE(m_tab->meta(), u"Select a skill"_s);
         QCOMPARE(m_tab->label("envLabel"), u"ENV (JSON snapshot)"_s);
@@ -305,18 +305,26 @@ private slots:
 
     void aFailedRefreshChangesNothingButRowsAndStatus()
     {
-        m_tab->select(1); // with news sources
+        Json skill = SkillsTab::weather();
+        skill["name"] = "social-media-alert"; // and so with news sources, too
+        m_tab->listed(Json::array({skill}));
+        m_tab->select(0);
         m_tab->choose("enabledPopup", "false");
         m_tab->apiKey()->setText(u"typed"_s);
+        m_tab->field("REGION")->setText(u"typed, too"_s);
         m_tab->env()->setPlainText(u"edited"_s);
         const QStringList before = m_tab->everything();
         m_tab->backend.raise("list_skills", "OSError", "x");
         m_tab->press("Refresh");
         QStringList expected = before;
-        expected.replaceInStrings(u"=Loaded config for sma."_s, u"=ERROR: OSError: x"_s);
+        expected.replaceInStrings(u"=Loaded config for weather."_s, u"=ERROR: OSError: x"_s);
         QVERIFY(expected != before);
         QCOMPARE(m_tab->everything(), expected);
         QCOMPARE(m_tab->rows(), QStringList());
+        m_tab->press("Save Config"); // of the skill that was selected
+        const char* const saved = R"(["openclaw","weather",{"enabled":false,"apiKey":"k",)"
+                                  R"("env":{"TOKEN":"k","REGION":"typed, too"},"config":{"z":1.0}}])";
+        QCOMPARE(m_tab->arguments("save_skill_entry").dump(), std::string(saved));
     }
 
     void reachesEverythingByKeyboardInReadingOrder()

@@ -10,6 +10,7 @@ Q_DECLARE_METATYPE(Json)
 inline void addUnreadReplies()
 {
     QTest::addColumn<Json>("reply");
-    for (const Json& reply : {Json(), Json(false), Json(0), Json(""), Json::array(), Json::object()})
+    for (const Json& reply : {Json(), Json(false), Json(0), Json(""), Json("ERROR: x"), Json::array(), Json::object(),
+                              Json{{"ok", false}, {"error", "ERROR: x"}}})
         QTest::newRow(reply.dump().c_str()) << reply;
 }
