@@ -181,72 +181,47 @@ def python_mutations(text: str) -> list[Mutation]:
     return _finished(_PythonMutations(text).found, text)
 
 
-class _PythonMutations(ast.NodeVisitor):
+def _nodes_that_run(node: ast.AST) -> Iterator[ast.AST]:
+    """A node and those in it, without the annotations and decorators of functions. What an f-string holds has no places of its own
+    before Python 3.12."""
+    if isinstance(node, ast.JoinedStr):
+        return
+    yield node
+    for name, value in ast.iter_fields(node):
+        if name not in ("annotation", "returns") and not (name == "decorator_list" and isinstance(node, ast.FunctionDef)):
+            for child in value if isinstance(value, list) else [value]:
+                if isinstance(child, ast.AST):
+                    yield from _nodes_that_run(child)
+
+
+class _PythonMutations:
     def __init__(self, text: str) -> None:
         self.found: list[Mutation] = []
         self._text = text
         self._lines = text.splitlines(keepends=True)
         self._line_starts = list(itertools.accumulate(map(len, self._lines), initial=0))
-        self.visit(ast.parse(text))
+        for node in _nodes_that_run(ast.parse(text)):
+            self._mutate(node)
 
-    def visit_AnnAssign(self, node: ast.AnnAssign) -> None:
-        if node.value:
-            self.visit(node.value)
-
-    def visit_FunctionDef(self, node: ast.FunctionDef) -> None:
-        for part in (*node.body, *node.args.defaults, *filter(None, node.args.kw_defaults)):
-            self.visit(part)
-
-    def visit_Compare(self, node: ast.Compare) -> None:
-        for left, operator, right in zip([node.left, *node.comparators], node.ops, node.comparators):
-            self._turn(operator, left, right)
-        self.generic_visit(node)
-
-    def visit_BoolOp(self, node: ast.BoolOp) -> None:
-        for left, right in zip(node.values, node.values[1:]):
-            self._turn(node.op, left, right)
-        self.generic_visit(node)
-
-    def visit_BinOp(self, node: ast.BinOp) -> None:
-        self._turn(node.op, node.left, node.right)
-        self.generic_visit(node)
-
-    def visit_JoinedStr(self, node: ast.JoinedStr) -> None:
-        """What an f-string holds has no places of its own before Python 3.12."""
-
-    def visit_Constant(self, node: ast.Constant) -> None:
-        if isinstance(node.value, bool):
-            self._replace("constant", node, str(not node.value))
-        elif isinstance(node.value, (int, float)):
-            self._replace("constant", node, repr(node.value + 1))
-
-    def visit_UnaryOp(self, node: ast.UnaryOp) -> None:
-        if isinstance(node.op, ast.Not):
+    def _mutate(self, node: ast.AST) -> None:
+        if isinstance(node, ast.Compare):
+            for left, operator, right in zip([node.left, *node.comparators], node.ops, node.comparators):
+                self._turn(operator, left, right)
+        elif isinstance(node, ast.BoolOp):
+            for left, right in zip(node.values, node.values[1:]):
+                self._turn(node.op, left, right)
+        elif isinstance(node, ast.BinOp):
+            self._turn(node.op, node.left, node.right)
+        elif isinstance(node, ast.Constant) and isinstance(node.value, (bool, int, float)):
+            self._replace("constant", node, str(not node.value) if isinstance(node.value, bool) else repr(node.value + 1))
+        elif isinstance(node, ast.UnaryOp) and isinstance(node.op, ast.Not):
             self.found.append(Mutation("condition", self._start(node), self._start(node.operand), ""))
-        self.generic_visit(node)
-
-    def visit_If(self, node: ast.If) -> None:
-        self._replace("condition", node.test, f"not ({KEPT})")
-        self.generic_visit(node)
-
-    def visit_IfExp(self, node: ast.IfExp) -> None:
-        self._replace("condition", node.test, f"not ({KEPT})")
-        self.generic_visit(node)
-
-    def visit_Return(self, node: ast.Return) -> None:
-        if node.value and not (isinstance(node.value, ast.Constant) and node.value.value is None):
+        elif isinstance(node, (ast.If, ast.IfExp)):
+            self._replace("condition", node.test, f"not ({KEPT})")
+        elif isinstance(node, ast.Return) and node.value and not (isinstance(node.value, ast.Constant) and node.value.value is None):
             self._replace("return value", node.value, "None")
-        self.generic_visit(node)
-
-    def visit_Expr(self, node: ast.Expr) -> None:
-        if isinstance(node.value, ast.Call):
+        elif isinstance(node, ast.Raise) or (isinstance(node, ast.Expr) and isinstance(node.value, ast.Call)):
             self._replace("line gone", node, "pass")
-        if not isinstance(node.value, ast.Constant):
-            self.generic_visit(node)
-
-    def visit_Raise(self, node: ast.Raise) -> None:
-        self._replace("line gone", node, "pass")
-        self.generic_visit(node)
 
     def _replace(self, kind: str, node: ast.expr | ast.stmt, replacement: str) -> None:
         self.found.append(Mutation(kind, self._start(node), self._end(node), replacement))

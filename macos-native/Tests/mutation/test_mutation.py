@@ -17,8 +17,30 @@ from trials import End, Result, failure, run
 TIMEOUT_SECONDS = 60
 
 
-def cpp(text: str) -> list[str]:
-    return [mutation.applied_to(text) for mutation in cpp_mutations(text)]
+CPP = {
+    "a comparison is turned and moved by one": ("x = a < b;", ["x = a <= b;", "x = a >= b;"]),
+    "a comparison of two equals is turned": ("x = a == b;", ["x = a != b;"]),
+    "logic and arithmetic take their opposite": ("x = a && b + c;", ["x = a || b + c;", "x = a && b - c;"]),
+    "a constant is off by one": ("x = f(12, 0.5, true);",
+                                 ["x = f(13, 0.5, true);", "x = f(12, 1.5, true);", "x = f(12, 0.5, false);"]),
+    "a number in a name is no constant": ("x = utf8(v2.y1);", []),
+    "a condition is negated": ("if (f(a))\n", ["if (!(f(a)))\n"]),
+    "a condition before a question mark is negated": ("x = f(a, b(c) ? d : e);", ["x = f(a, !(b(c)) ? d : e);"]),
+    "a negation goes": ("y = !x;", ["y = x;"]),
+    "a condition that names a value stays": ("if (const auto found = f())\n", []),
+    "a call goes with all its lines": ("{\n    f(a,\n      [] { g(); });\n}", ["{\n    ;\n}"]),
+    "an assignment goes": ("{\n    m_x->y = z;\n}", ["{\n    ;\n}"]),
+    "a declaration stays": ("{\n    const Thing x = y;\n    Thing z(x);\n}", []),
+    "what is returned becomes nothing": ("{\n    return value(x);\n}", ["{\n    return {};\n}"]),
+    "nothing that is returned stays": ("{\n    return {};\n}", []),
+    "a guard lets everything through": ("if (const auto x = f())\n    return;\n", ["if (const auto x = f())\n    ;\n"]),
+    "comments, texts and the preprocessor's lines stay":
+        ('#if X == 1\n// a < 1\n/* a\n < 1 */ x = "a < 1 \\" && b";', []),
+    "what only macOS compiles stays": ("#ifdef Q_OS_MACOS\nx = a + b;\n#else\nx = c - d;\n#endif\n",
+                                       ["#ifdef Q_OS_MACOS\nx = a + b;\n#else\nx = c + d;\n#endif\n"]),
+    "an apostrophe between digits opens no character":
+        ("x = 1'000 + a < 'b';", ["x = 1'000 - a < 'b';", "x = 1'000 + a <= 'b';", "x = 1'000 + a >= 'b';"]),
+}
 
 
 def python(text: str) -> list[str]:
@@ -26,52 +48,10 @@ def python(text: str) -> list[str]:
 
 
 class CppMutationsTest(unittest.TestCase):
-    def test_a_comparison_is_turned_and_moved_by_one(self) -> None:
-        self.assertEqual(cpp("x = a < b;"), ["x = a <= b;", "x = a >= b;"])
-        self.assertEqual(cpp("x = a == b;"), ["x = a != b;"])
-
-    def test_logic_and_arithmetic_take_their_opposite(self) -> None:
-        self.assertEqual(cpp("x = a && b + c;"), ["x = a || b + c;", "x = a && b - c;"])
-
-    def test_a_constant_is_off_by_one(self) -> None:
-        self.assertEqual(cpp("x = f(12, 0.5, true);"), ["x = f(13, 0.5, true);", "x = f(12, 1.5, true);", "x = f(12, 0.5, false);"])
-
-    def test_a_number_in_a_name_is_no_constant(self) -> None:
-        self.assertEqual(cpp("x = utf8(v2.y1);"), [])
-
-    def test_a_condition_is_negated(self) -> None:
-        self.assertEqual(cpp("if (f(a))\n"), ["if (!(f(a)))\n"])
-        self.assertEqual(cpp("x = f(a, b(c) ? d : e);"), ["x = f(a, !(b(c)) ? d : e);"])
-        self.assertEqual(cpp("y = !x;"), ["y = x;"])
-
-    def test_a_condition_that_names_a_value_stays(self) -> None:
-        self.assertEqual(cpp("if (const auto found = f())\n"), [])
-
-    def test_a_call_goes_with_all_its_lines(self) -> None:
-        self.assertEqual(cpp("{\n    f(a,\n      [] { g(); });\n}"), ["{\n    ;\n}"])
-
-    def test_an_assignment_goes(self) -> None:
-        self.assertEqual(cpp("{\n    m_x->y = z;\n}"), ["{\n    ;\n}"])
-
-    def test_a_declaration_stays(self) -> None:
-        self.assertEqual(cpp("{\n    const Thing x = y;\n    Thing z(x);\n}"), [])
-
-    def test_what_is_returned_becomes_nothing(self) -> None:
-        self.assertEqual(cpp("{\n    return value(x);\n}"), ["{\n    return {};\n}"])
-        self.assertEqual(cpp("{\n    return {};\n}"), [])
-
-    def test_a_guard_lets_everything_through(self) -> None:
-        self.assertEqual(cpp("if (const auto x = f())\n    return;\n"), ["if (const auto x = f())\n    ;\n"])
-
-    def test_comments_texts_and_the_preprocessors_lines_stay(self) -> None:
-        self.assertEqual(cpp('#if X == 1\n// a < 1\n/* a\n < 1 */ x = "a < 1 \\" && b";'), [])
-
-    def test_what_only_macos_compiles_stays(self) -> None:
-        self.assertEqual(cpp("#ifdef Q_OS_MACOS\nx = a + b;\n#else\nx = c - d;\n#endif\n"),
-                         ["#ifdef Q_OS_MACOS\nx = a + b;\n#else\nx = c + d;\n#endif\n"])
-
-    def test_an_apostrophe_between_digits_opens_no_character(self) -> None:
-        self.assertEqual(cpp("x = 1'000 + a < 'b';"), ["x = 1'000 - a < 'b';", "x = 1'000 + a <= 'b';", "x = 1'000 + a >= 'b';"])
+    def test_each_kind_of_line_is_changed_in_its_way(self) -> None:
+        for behaviour, (text, wanted) in CPP.items():
+            with self.subTest(behaviour):
+                self.assertEqual([mutation.applied_to(text) for mutation in cpp_mutations(text)], wanted)
 
 
 class PythonMutationsTest(unittest.TestCase):
@@ -166,19 +146,18 @@ class Script:
 class FailureTest(unittest.TestCase):
     PASSED, FAILED, LATE = Result(End.PASSED), Result(End.FAILED, "TestThing::works"), Result(End.LATE)
 
-    def test_what_passes_is_run_once(self) -> None:
-        self.assertIsNone(failure(Script(self.PASSED), Script(), 40))
-
     def test_what_fails_twice_and_passes_without_the_mutation_is_a_failure(self) -> None:
-        self.assertEqual(failure(Script(self.FAILED, self.FAILED), Script(self.PASSED), 40), self.FAILED)
-
-    def test_what_fails_once_is_none(self) -> None:
-        self.assertIsNone(failure(Script(self.FAILED, self.PASSED), Script(self.PASSED), 40))
-        self.assertIsNone(failure(Script(self.LATE, self.PASSED), Script(self.PASSED), 40))
-
-    def test_what_fails_without_the_mutation_is_none(self) -> None:
-        self.assertIsNone(failure(Script(self.FAILED), Script(self.FAILED), 40))
-        self.assertIsNone(failure(Script(self.LATE), Script(self.FAILED), 40))
+        cases: list[tuple[list[Result], list[Result], Result | None]] = [
+            ([self.PASSED], [], None),
+            ([self.FAILED, self.FAILED], [self.PASSED], self.FAILED),
+            ([self.FAILED, self.PASSED], [self.PASSED], None),
+            ([self.LATE, self.PASSED], [self.PASSED], None),
+            ([self.FAILED], [self.FAILED], None),
+            ([self.LATE], [self.FAILED], None),
+        ]
+        for mutated, untouched, found in cases:
+            with self.subTest(mutated=mutated, untouched=untouched):
+                self.assertEqual(failure(Script(*mutated), Script(*untouched), 40), found)
 
     def test_what_does_not_end_is_a_failure(self) -> None:
         mutated, untouched = Script(self.LATE, self.LATE), Script(self.PASSED)
