@@ -113,7 +113,11 @@ private slots:
         QCOMPARE(editor.textView()->toPlainText(), u"{\"a\": 1}\n"_s);
         QCOMPARE(QFontInfo(editor.textView()->font()).pixelSize(), 12);
         QCOMPARE(editor.textView()->font().family(), QFontDatabase::systemFont(QFontDatabase::FixedFont).family());
+        QCOMPARE(editor.textView()->font().weight(), QFont::Normal);
         QCOMPARE(editor.textView()->lineWrapMode(), QPlainTextEdit::NoWrap);
+        const QPalette desktop = QApplication::palette();
+        QCOMPARE(editor.textView()->palette().color(QPalette::Text), desktop.color(QPalette::Text));
+        QCOMPARE(editor.window->grab().toImage().pixelColor(2, 2), desktop.color(QPalette::Window)); // its margin
     }
 
     void savingReplacesTheFileKeepsABackupTellsAndCloses()
