@@ -12,13 +12,17 @@ SCRIPT = Path(__file__).parents[2] / "Sources/NeloMenuBar/backend/helper_server.
 MODULE = "def echo(*args): return list(args)\nvalue = 1\n"
 
 
-def replies(*lines: str) -> list[Any]:
-    """What the script, run as the program runs it, answers to these lines."""
+def output(*lines: str) -> str:
+    """What the script, run as the program runs it, writes when it gets these lines."""
     with tempfile.TemporaryDirectory() as folder:
         Path(folder, "app.py").write_text(MODULE)
         helper = subprocess.run(["python3", "-u", "-c", SCRIPT.read_text()], input="".join(line + "\n" for line in lines),
                                 cwd=folder, capture_output=True, encoding="utf-8", timeout=60, check=True)
-    return [json.loads(line) for line in helper.stdout.splitlines()]
+    return helper.stdout
+
+
+def replies(*lines: str) -> list[Any]:
+    return [json.loads(line) for line in output(*lines).splitlines()]
 
 
 class HelperServerTest(unittest.TestCase):
@@ -48,6 +52,9 @@ class HelperServerTest(unittest.TestCase):
 
     def test_an_empty_line_has_no_reply(self) -> None:
         self.assertEqual(replies("", "  ", '{"function": "echo"}'), [{"ok": True, "result": []}])
+
+    def test_a_reply_is_one_line_of_text_without_escapes(self) -> None:
+        self.assertEqual(output('{"function": "echo", "args": ["\\u4f60"]}'), '{"ok": true, "result": ["你"]}\n')
 
 
 if __name__ == "__main__":
