@@ -268,6 +268,22 @@ private slots:
                     >= 4.5);
         }
     }
+
+    void aChangedTextOrFontIsMeasuredAnew()
+    {
+        Label line(QStringLiteral("words"));
+        WrappingLabel lines(QStringLiteral("words"));
+        const int width = line.sizeHint().width();
+        const int height = lines.heightForWidth(width);
+        for (QLabel* label : {static_cast<QLabel*>(&line), static_cast<QLabel*>(&lines)})
+            label->setText(QStringLiteral("words and words"));
+        const int widthOfMore = line.sizeHint().width();
+        const int heightOfMore = lines.heightForWidth(width);
+        QVERIFY(widthOfMore > width && heightOfMore > height);
+        for (QLabel* label : {static_cast<QLabel*>(&line), static_cast<QLabel*>(&lines)})
+            label->setFont(fontOfSize(label->font(), 40));
+        QVERIFY(line.sizeHint().width() > widthOfMore && lines.heightForWidth(width) > heightOfMore);
+    }
 };
 
 QTEST_MAIN(TestLabels)

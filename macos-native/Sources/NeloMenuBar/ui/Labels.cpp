@@ -50,7 +50,7 @@ void Label::setEmphasis(Emphasis emphasis)
 
 QSize Label::sizeHint() const
 {
-    return {fontMetrics().horizontalAdvance(singleLine(text())) + 1, fontMetrics().height()};
+    return {lineWidth() + 1, fontMetrics().height()};
 }
 
 QSize Label::minimumSizeHint() const
@@ -72,10 +72,12 @@ bool Label::event(QEvent* event)
 void Label::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
-    const QString shown = fontMetrics().elidedText(singleLine(text()), Qt::ElideRight, width());
+    const QString line = singleLine(text());
+    const QString shown = isElided() ? fontMetrics().elidedText(line, Qt::ElideRight, width()) : line;
     // On the line of the label's own font. A text with letters of another font, such as Chinese ones, would lose its
     // lower edge if it were centred by its own height.
-    const QSize extent(fontMetrics().horizontalAdvance(shown), fontMetrics().height());
+    const int shownWidth = isElided() ? fontMetrics().horizontalAdvance(shown) : lineWidth();
+    const QSize extent(shownWidth, fontMetrics().height());
     const QPoint corner = QStyle::alignedRect(layoutDirection(), alignment(), extent, rect()).topLeft();
     painter.drawText(corner.x(), corner.y() + fontMetrics().ascent(), shown);
 }
@@ -83,6 +85,8 @@ void Label::paintEvent(QPaintEvent* /*event*/)
 void Label::changeEvent(QEvent* event)
 {
     QLabel::changeEvent(event);
+    if (event->type() == QEvent::FontChange)
+        m_measuredText.clear();
     if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ParentChange)
         applyEmphasis();
 }
@@ -92,9 +96,19 @@ void Label::applyEmphasis()
     setTextColor(*this, m_emphasis);
 }
 
+/// Returns the width of the whole text on one line.
+int Label::lineWidth() const
+{
+    if (m_measuredText != text()) {
+        m_measuredText = text();
+        m_lineWidth = fontMetrics().horizontalAdvance(singleLine(m_measuredText));
+    }
+    return text().isEmpty() ? 0 : m_lineWidth;
+}
+
 bool Label::isElided() const
 {
-    return fontMetrics().horizontalAdvance(singleLine(text())) > width();
+    return lineWidth() > width();
 }
 
 Label* makeSecondaryLabel(const QString& objectName, const QString& text, QWidget* parent)
@@ -118,9 +132,21 @@ void WrappingLabel::setEmphasis(Emphasis emphasis)
     applyEmphasis();
 }
 
+int WrappingLabel::heightForWidth(int width) const
+{
+    if (m_measuredText != text()) {
+        m_measuredText = text();
+        m_heights.clear();
+    }
+    const auto known = m_heights.constFind(width);
+    return known != m_heights.cend() ? *known : *m_heights.insert(width, QLabel::heightForWidth(width));
+}
+
 void WrappingLabel::changeEvent(QEvent* event)
 {
     QLabel::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange)
+        m_heights.clear();
     if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ParentChange)
         applyEmphasis();
 }

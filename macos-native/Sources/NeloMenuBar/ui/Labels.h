@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QFont>
+#include <QHash>
 #include <QLabel>
 
 /// Returns `font` at `size` device-independent pixels, or in proportion larger on a desktop with larger text.
@@ -30,9 +31,13 @@ protected:
 
 private:
     void applyEmphasis();
+    int lineWidth() const;
     bool isElided() const;
 
     Emphasis m_emphasis = Emphasis::Primary;
+    // To measure a text takes as long as to paint it, and a label needs its width for both its size and its painting.
+    mutable QString m_measuredText;
+    mutable int m_lineWidth = 0; // of that text
 };
 
 /// Returns a label of secondary emphasis with the object name `objectName`.
@@ -48,6 +53,8 @@ public:
 
     void setEmphasis(Emphasis emphasis);
 
+    int heightForWidth(int width) const override;
+
 protected:
     void changeEvent(QEvent* event) override;
 
@@ -55,6 +62,9 @@ private:
     void applyEmphasis();
 
     Emphasis m_emphasis = Emphasis::Primary;
+    // The layouts around a label ask for its height many times before it is shown, and each answer lays out the text.
+    mutable QString m_measuredText;
+    mutable QHash<int, int> m_heights; // of that text, by width
 };
 
 /// Returns the line that introduces the product and links to the maker's customer service. It is centred and can be
