@@ -1,15 +1,17 @@
 #include "backend/NeloBackend.h"
 
+#include "support/Cases.h"
 #include "support/ProcessTable.h"
 #include "support/ScriptedBackend.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 #include "support/faults/EveryFault.h"
 
 #include <QDir>
 #include <QFile>
-#include <QTest>
 
 #include <optional>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -44,14 +46,14 @@ bool isAnswerOrFailure(const std::string& reply)
 } // namespace
 
 /// Starting the helper and asking it something, while one call after the other fails: on our side or on the helper's.
-class TestBackendFaults final : public QObject
+class TestBackendFaults final : public TestCase
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        failOnUnexpectedWarning();
+        TestCase::init();
         m_descriptorsBefore = ProcessTable::openDescriptors();
         m_backend.emplace();
         m_backend->answer(question, {{"pong", 1}});
@@ -66,20 +68,15 @@ private slots:
 
     void aCallAnswersOrSaysWhyNot_data()
     {
-        QTest::addColumn<Fault>("fault");
-        QTest::addColumn<QString>("told");
-        QTest::newRow("out of descriptors") << Fault{"pipe", EMFILE} << QStringLiteral("ERROR: Too many open files");
-        QTest::newRow("out of processes")
-            << Fault{"spawn", EAGAIN} << QStringLiteral("ERROR: Resource temporarily unavailable");
-        QTest::newRow("out of memory for a process")
-            << Fault{"spawn", ENOMEM} << QStringLiteral("ERROR: Cannot allocate memory");
-        QTest::newRow("a pipe that breaks")
-            << Fault{"write", EPIPE} << QStringLiteral("ERROR: backend helper terminated");
-        QTest::newRow("a pipe that fails") << Fault{"write", EIO} << QStringLiteral("ERROR: Input/output error");
-        QTest::newRow("a request that breaks off")
-            << Fault{"write", -EIO} << QStringLiteral("ERROR: Input/output error");
-        QTest::newRow("a request in two halves") << Fault{"write", 0} << QString::fromStdString(goodAnswer);
-        QTest::newRow("a signal meanwhile") << Fault{"write", EINTR} << QString::fromStdString(goodAnswer);
+        const Cases<Fault, QString> add("fault", "told");
+        add("out of descriptors", Fault{"pipe", EMFILE}, u"ERROR: Too many open files"_s);
+        add("out of processes", Fault{"spawn", EAGAIN}, u"ERROR: Resource temporarily unavailable"_s);
+        add("out of memory for a process", Fault{"spawn", ENOMEM}, u"ERROR: Cannot allocate memory"_s);
+        add("a pipe that breaks", Fault{"write", EPIPE}, u"ERROR: backend helper terminated"_s);
+        add("a pipe that fails", Fault{"write", EIO}, u"ERROR: Input/output error"_s);
+        add("a request that breaks off", Fault{"write", -EIO}, u"ERROR: Input/output error"_s);
+        add("a request in two halves", Fault{"write", 0}, QString::fromStdString(goodAnswer));
+        add("a signal meanwhile", Fault{"write", EINTR}, QString::fromStdString(goodAnswer));
     }
 
     void aCallAnswersOrSaysWhyNot()
@@ -102,18 +99,18 @@ private slots:
 
     void aHelperInTroubleAnswersOrIsReplaced_data()
     {
-        QTest::addColumn<Fault>("fault");
-        QTest::newRow("it cannot open a file") << Fault{"open", EMFILE};
-        QTest::newRow("it gets no memory") << Fault{"map", ENOMEM};
-        QTest::newRow("it cannot write its reply") << Fault{"write", EIO};
-        QTest::newRow("a signal interrupts its reply") << Fault{.kind = "write", .outcome = EINTR, .isSurvived = true};
-        QTest::newRow("it writes half of its reply") << Fault{.kind = "write", .outcome = 0, .isSurvived = true};
+        const Cases<Fault> add("fault");
+        add("it cannot open a file", Fault{"open", EMFILE});
+        add("it gets no memory", Fault{"map", ENOMEM});
+        add("it cannot write its reply", Fault{"write", EIO});
+        add("a signal interrupts its reply", Fault{.kind = "write", .outcome = EINTR, .isSurvived = true});
+        add("it writes half of its reply", Fault{.kind = "write", .outcome = 0, .isSurvived = true});
     }
 
     void aHelperInTroubleAnswersOrIsReplaced()
     {
         QFETCH(Fault, fault);
-        const QString struck = m_backend->folder(QStringLiteral("struck"));
+        const QString struck = m_backend->folder(u"struck"_s);
         int number = 0;
         do {
             QFile::remove(struck);

@@ -1,75 +1,37 @@
 #include "backend/BackendReply.h"
 
 #include "support/JsonToString.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
-#include <QTest>
+using namespace Qt::StringLiterals;
 
 /// How tabs read what the bridge returned.
-class TestBackendReply final : public QObject
+class TestBackendReply final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
-    void tellsErrorsByTheirPrefix_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("isError");
-        QTest::newRow("the bridge's failure") << QStringLiteral("ERROR: bad") << true;
-        QTest::newRow("no blank is needed") << QStringLiteral("ERROR:bad") << true;
-        QTest::newRow("other letters are a reply") << QStringLiteral("Error: bad") << false;
-        QTest::newRow("the word inside is a reply") << QStringLiteral("\"ERROR: x\"") << false;
-        QTest::newRow("an empty text is a reply") << QString() << false;
-    }
-
     void tellsErrorsByTheirPrefix()
     {
-        QFETCH(QString, text);
-        QFETCH(bool, isError);
-        const BackendReply reply(text.toStdString());
-        QCOMPARE(reply.isError(), isError);
-        QCOMPARE(reply.text(), text);
-    }
-
-    void readsObjectsLeniently_data()
-    {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<QByteArray>("object");
-        QTest::newRow("an object") << QByteArray(R"({"a":1})") << QByteArray(R"({"a":1})");
-        QTest::newRow("a list counts as empty") << QByteArray("[1]") << QByteArray("{}");
-        QTest::newRow("null counts as empty") << QByteArray("null") << QByteArray("{}");
-        QTest::newRow("broken text counts as empty") << QByteArray(R"({"a":1)") << QByteArray("{}");
-        QTest::newRow("no text counts as empty") << QByteArray() << QByteArray("{}");
-        QTest::newRow("an error counts as empty") << QByteArray("ERROR: {}") << QByteArray("{}");
-        QTest::newRow("bytes that are not UTF-8 count as empty") << QByteArray("{\"a\":\"\xff\"}") << QByteArray("{}");
+        for (const char* error : {"ERROR: bad", "ERROR:bad"})
+            QVERIFY2(BackendReply(error).isError(), error);
+        for (const char* reply : {"Error: bad", "\"ERROR: x\"", ""})
+            QVERIFY2(!BackendReply(reply).isError(), reply);
+        QCOMPARE(BackendReply("ERROR: 坏").text(), u"ERROR: 坏"_s);
     }
 
     void readsObjectsLeniently()
     {
-        QFETCH(QByteArray, text);
-        QFETCH(QByteArray, object);
-        QCOMPARE(BackendReply(text.toStdString()).object(), Json::parse(object.toStdString()));
-    }
-
-    void readsRowsLeniently_data()
-    {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<QByteArray>("rows");
-        QTest::newRow("a list of objects") << QByteArray(R"([{"b":1},{"a":2}])") << QByteArray(R"([{"b":1},{"a":2}])");
-        QTest::newRow("an empty list") << QByteArray("[]") << QByteArray("[]");
-        QTest::newRow("an object counts as empty") << QByteArray(R"({"a":1})") << QByteArray("[]");
-        QTest::newRow("one number among objects empties the list") << QByteArray(R"([{"a":1},2])") << QByteArray("[]");
-        QTest::newRow("broken text counts as empty") << QByteArray("[{]") << QByteArray("[]");
-        QTest::newRow("an error counts as empty") << QByteArray("ERROR: x") << QByteArray("[]");
+        QCOMPARE(BackendReply(R"({"a":1})").object(), Json({{"a", 1}}));
+        for (const char* other : {"[1]", "null", R"({"a":1)", "", "ERROR: {}", "{\"a\":\"\xff\"}"})
+            QCOMPARE(BackendReply(other).object(), Json::object());
     }
 
     void readsRowsLeniently()
     {
-        QFETCH(QByteArray, text);
-        QFETCH(QByteArray, rows);
-        QCOMPARE(Json(BackendReply(text.toStdString()).rows()), Json::parse(rows.toStdString()));
+        QCOMPARE(Json(BackendReply(R"([{"b":1},{"a":2}])").rows()).dump(), std::string(R"([{"b":1},{"a":2}])"));
+        for (const char* other : {"[]", R"({"a":1})", R"([{"a":1},2])", "[{]", "ERROR: x"})
+            QVERIFY2(BackendReply(other).rows().empty(), other);
     }
 
     void keepsOrderAndNumbersOfAnObject()

@@ -1,12 +1,12 @@
 #include "backend/NeloBackend.h"
 
+#include "support/Cases.h"
 #include "support/Files.h"
 #include "support/OrdinaryUser.h"
 #include "support/ProcessTable.h"
 #include "support/ScriptedBackend.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
-#include <QTest>
 #include <QTimer>
 
 #include <atomic>
@@ -15,6 +15,8 @@
 #include <thread>
 
 #include <signal.h>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -31,14 +33,14 @@ template <typename Work> void onEightThreads(Work work)
 } // namespace
 
 /// The bridge on the real helper process with a scripted backend module.
-class TestNeloBackend final : public QObject
+class TestNeloBackend final : public TestCase
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        failOnUnexpectedWarning();
+        TestCase::init();
         qunsetenv("PYTHONUNBUFFERED"); // the program itself has to see to that
         m_descriptorsBefore = ProcessTable::openDescriptors();
         m_backend.emplace();
@@ -72,13 +74,12 @@ private slots:
         QCOMPARE(NeloBackend::call("echo", args), Json(args).dump());
         QCOMPARE(m_backend->calls().back().args.dump(), Json(args).dump());
         QCOMPARE(NeloBackend::call("echo"), std::string("[]"));
+        QCOMPARE(NeloBackend::call("nothing"), std::string("null")); // is no failure
         const std::string json =
             R"({"z":1,"a":1.0,"u":18446744073709551615,"i":-9223372036854775808,"t":"\u2028\u0000"})";
         m_backend->script("numbers", {{{"answer-json-text", json}}});
         QCOMPARE(Json::parse(NeloBackend::call("numbers")).dump(), Json::parse(json).dump());
     }
-
-    void aFunctionThatReturnsNothingSucceeds() { QCOMPARE(NeloBackend::call("nothing"), std::string("null")); }
 
     void chineseTextArrivesIntactUnderAnyLocale()
     {
@@ -91,68 +92,43 @@ private slots:
         }
     }
 
-    void anUnknownFunctionIsNamed()
+    void aFailureIsNamedAndTheHelperStays()
     {
-        QCOMPARE(NeloBackend::call("no_such_function"), std::string("ERROR: unknown function: no_such_function"));
-        verifyNextCallWorks();
-    }
-
-    void anExceptionIsNamedAndTheHelperStays_data()
-    {
-        QTest::addColumn<QString>("type");
-        QTest::newRow("an ordinary exception") << QStringLiteral("ValueError");
-        QTest::newRow("an exception that would end the interpreter") << QStringLiteral("SystemExit");
-        QTest::newRow("an interrupt") << QStringLiteral("KeyboardInterrupt");
-    }
-
-    void anExceptionIsNamedAndTheHelperStays()
-    {
-        QFETCH(QString, type);
-        m_backend->raise("fail", type.toStdString(), "bad 坏");
         const std::string helper = NeloBackend::call("pid");
-        QCOMPARE(NeloBackend::call("fail"), "ERROR: " + type.toStdString() + ": bad 坏");
-        QCOMPARE(NeloBackend::call("pid"), helper);
-    }
-
-    void aResultThatIsNotJsonIsAnException()
-    {
+        for (const std::string type : {"ValueError", "SystemExit", "KeyboardInterrupt"}) { // two would end Python
+            m_backend->raise("fail", type, "bad 坏");
+            QCOMPARE(NeloBackend::call("fail"), "ERROR: " + type + ": bad 坏");
+        }
+        QCOMPARE(NeloBackend::call("no_such_function"), std::string("ERROR: unknown function: no_such_function"));
         m_backend->script("surrogate", {{{"answer-json-text", R"("\ud800")"}}});
         QVERIFY(NeloBackend::call("surrogate").starts_with("ERROR: UnicodeEncodeError: "));
-        verifyNextCallWorks();
-    }
-
-    void anArgumentThatIsNotUtf8IsAnError()
-    {
-        QVERIFY(NeloBackend::call("echo", {"\xff"}).starts_with("ERROR: "));
+        QCOMPARE(NeloBackend::call("pid"), helper);
+        QVERIFY(NeloBackend::call("echo", {"\xff"}).starts_with("ERROR: ")); // which cannot be asked
         verifyNextCallWorks();
     }
 
     void aModulePathPrefersLegacyUiThenTheRoot()
     {
-        Files::create(m_backend->folder(QStringLiteral("legacy_ui/app.py")),
+        Files::create(m_backend->folder(u"legacy_ui/app.py"_s),
                       "import os, sys\ndef path(): return [os.path.relpath(p) for p in sys.path[:2]]\n");
         QCOMPARE(NeloBackend::call("path"), std::string(R"(["legacy_ui","."])"));
     }
 
     void failuresRecoverOnTheNextCall_data()
     {
-        QTest::addColumn<QByteArray>("steps");
-        QTest::addColumn<QByteArray>("error");
+        const Cases<QByteArray, QByteArray> add("steps", "error");
         const QByteArray terminated("ERROR: backend helper terminated");
         const QByteArray someParserError("ERROR: ");
-        QTest::newRow("noise printed before the reply")
-            << QByteArray(R"([{"write-raw":"debug\n"}])") << someParserError;
-        QTest::newRow("noise printed without a flush") << QByteArray(R"([{"print":"debug\n"}])") << someParserError;
-        QTest::newRow("noise on the reply's own line") << QByteArray(R"([{"write-raw":"debug "}])") << someParserError;
-        QTest::newRow("an empty line before the reply") << QByteArray(R"([{"write-raw":"\n"}])") << someParserError;
-        QTest::newRow("a reply nested 100,000 deep")
-            << QByteArray(R"([{"write-raw":")") + QByteArray(100'000, '[') + QByteArray(R"(\n"}])") << someParserError;
-        QTest::newRow("not a number") << QByteArray(R"([{"answer-json-text":"NaN"}])") << someParserError;
-        QTest::newRow("no line feed until the helper dies")
-            << QByteArray("[{\"write-raw\":\"{\\\"ok\\\":true\"},{\"exit\":3}]") << terminated;
-        QTest::newRow("the helper exits in a function") << QByteArray(R"([{"exit":0}])") << terminated;
-        QTest::newRow("the helper closes its output")
-            << QByteArray(R"([{"close-output":true},{"sleep":0.2}])") << terminated;
+        add("noise printed before the reply", R"([{"write-raw":"debug\n"}])", someParserError);
+        add("noise printed without a flush", R"([{"print":"debug\n"}])", someParserError);
+        add("noise on the reply's own line", R"([{"write-raw":"debug "}])", someParserError);
+        add("an empty line before the reply", R"([{"write-raw":"\n"}])", someParserError);
+        add("a reply nested 100,000 deep",
+            QByteArray(R"([{"write-raw":")") + QByteArray(100'000, '[') + QByteArray(R"(\n"}])"), someParserError);
+        add("not a number", R"([{"answer-json-text":"NaN"}])", someParserError);
+        add("no line feed until the helper dies", "[{\"write-raw\":\"{\\\"ok\\\":true\"},{\"exit\":3}]", terminated);
+        add("the helper exits in a function", R"([{"exit":0}])", terminated);
+        add("the helper closes its output", R"([{"close-output":true},{"sleep":0.2}])", terminated);
     }
 
     void failuresRecoverOnTheNextCall()
@@ -195,7 +171,7 @@ private slots:
 
     void aModuleThatFailsToImportFailsEveryCall()
     {
-        const QString module = m_backend->folder(QStringLiteral("app.py"));
+        const QString module = m_backend->folder(u"app.py"_s);
         Files::create(module, "import no_such_module_anywhere\n");
         for (int attempt = 0; attempt < 3; ++attempt)
             QCOMPARE(NeloBackend::call("ping"), std::string("ERROR: backend helper terminated"));
@@ -228,15 +204,10 @@ private slots:
         verifyNextCallWorks();
     }
 
-    void sixtyKilobytesOfDiagnosticsDoNotBlock()
-    {
-        m_backend->script("talk", {{{"write-errors", 60 * 1024}}, {{"answer", Json::array()}}});
-        QCOMPARE(NeloBackend::call("talk"), std::string("[]"));
-        verifyNextCallWorks();
-    }
-
     void megabytesArriveWhole()
     {
+        m_backend->script("talk", {{{"write-errors", 60 * 1024}}, {{"answer", Json::array()}}});
+        QCOMPARE(NeloBackend::call("talk"), std::string("[]")); // diagnostics do not block
         constexpr std::size_t length = 50'000'000;
         m_backend->script("large", {{{"answer-length", length}}});
         QVERIFY(NeloBackend::call("large") == '"' + std::string(length, 'x') + '"');
@@ -247,7 +218,7 @@ private slots:
 
     void aDroppedHelperFinishesItsWork()
     {
-        const QString file = m_backend->folder(QStringLiteral("finished"));
+        const QString file = m_backend->folder(u"finished"_s);
         m_backend->script("detach",
                           {{{"close-output", true}}, {{"sleep", 0.1}}, {{"create-file", file.toStdString()}}});
         QCOMPARE(NeloBackend::call("detach"), std::string("ERROR: backend helper terminated"));
@@ -267,19 +238,18 @@ private slots:
 
     void shutdownLeavesNothing_data()
     {
-        QTest::addColumn<std::string>("function");
-        QTest::addColumn<bool>("isKilledBefore");
-        QTest::newRow("of a helper that waits") << std::string("pid") << false;
-        QTest::newRow("of a helper that has died") << std::string("pid") << true;
-        QTest::newRow("of a dropped helper that is busy") << std::string("detach") << false;
-        QTest::newRow("where there is no helper") << std::string() << false;
+        const Cases<std::string, bool> add("function", "isKilledBefore");
+        add("of a helper that waits", "pid", false);
+        add("of a helper that has died", "pid", true);
+        add("of a dropped helper that is busy", "detach", false);
+        add("where there is no helper", {}, false);
     }
 
     void shutdownLeavesNothing()
     {
         QFETCH(std::string, function);
         QFETCH(bool, isKilledBefore);
-        const QString file = m_backend->folder(QStringLiteral("terminated"));
+        const QString file = m_backend->folder(u"terminated"_s);
         m_backend->script(
             "detach",
             {{{"create-file-when-terminated", file.toStdString()}}, {{"close-output", true}}, {{"sleep", 60}}});
@@ -296,7 +266,7 @@ private slots:
 
     void shutdownWaitsForACallInProgress()
     {
-        const QString file = m_backend->folder(QStringLiteral("go"));
+        const QString file = m_backend->folder(u"go"_s);
         m_backend->script("wait", {{{"wait-for-file", file.toStdString()}}, {{"answer", {"waited"}}}});
         auto pending = std::async(std::launch::async, [] { return NeloBackend::call("wait"); });
         QTRY_COMPARE(m_backend->count("wait"), 1);
@@ -332,10 +302,10 @@ private slots:
 
     void manyThreadsEachGetTheirOwnReplies_data()
     {
-        QTest::addColumn<std::string>("disturbance");
-        QTest::newRow("alone") << std::string();
-        QTest::newRow("while one shuts the helper down") << std::string("shutdown");
-        QTest::newRow("while the helper keeps dying") << std::string("die");
+        const Cases<std::string> add("disturbance");
+        add("alone", {});
+        add("while one shuts the helper down", "shutdown");
+        add("while the helper keeps dying", "die");
     }
 
     void manyThreadsEachGetTheirOwnReplies()
@@ -362,13 +332,11 @@ private slots:
     {
         QTest::addColumn<QString>("workingDirectory");
         QTest::addColumn<QString>("root");
-        const QString built = QStringLiteral("/build/repository");
+        const QString built = u"/build/repository"_s;
         QTest::newRow("the application's own folder gives its parent")
-            << QStringLiteral("/home/me/nelo/macos-native") << QStringLiteral("/home/me/nelo");
-        QTest::newRow("the repository folder gives itself")
-            << QStringLiteral("/home/me/nelohub") << QStringLiteral("/home/me/nelohub");
-        QTest::newRow("blanks and Chinese letters stay")
-            << QStringLiteral("/家 1/nelohub") << QStringLiteral("/家 1/nelohub");
+            << u"/home/me/nelo/macos-native"_s << u"/home/me/nelo"_s;
+        QTest::newRow("the repository folder gives itself") << u"/home/me/nelohub"_s << u"/home/me/nelohub"_s;
+        QTest::newRow("blanks and Chinese letters stay") << u"/家 1/nelohub"_s << u"/家 1/nelohub"_s;
         for (const char* other : {"/home/nelohub/work", "/x/macos-native/Sources", "/x/MacOS-native", "/x/NeloHub",
                                   "/x/nelohub2", "/", ""}) // the last one is a folder that is gone
             QTest::addRow("any other: %s", other) << QString::fromLatin1(other) << built;

@@ -1,11 +1,10 @@
 #include "backend/ReplyReader.h"
 
 #include "backend/BackendReply.h"
+#include "support/Cases.h"
 #include "support/Corpora.h"
 #include "support/JsonToString.h"
-#include "support/Warnings.h"
-
-#include <QTest>
+#include "support/TestCase.h"
 
 namespace {
 
@@ -28,72 +27,47 @@ bool isParserError(const ReplyOutcome& outcome)
 } // namespace
 
 /// What one line of the helper's output means.
-class TestReplyReader final : public QObject
+class TestReplyReader final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void everyReplyHasOneMeaning_data()
     {
-        QTest::addColumn<QByteArray>("line");
-        QTest::addColumn<QByteArray>("text");
+        const Cases<QByteArray, QByteArray> add("line", "text");
         const QByteArray invalid("ERROR: invalid backend helper response");
 
-        QTest::newRow("a result comes back compact")
-            << QByteArray(R"({"ok": true, "result": {"b": [1, 2], "a": "x y"}})")
-            << QByteArray(R"({"b":[1,2],"a":"x y"})");
-        QTest::newRow("no result is an empty object") << QByteArray(R"({"ok": true})") << QByteArray("{}");
-        QTest::newRow("a null result is its JSON text")
-            << QByteArray(R"({"ok": true, "result": null})") << QByteArray("null");
-        QTest::newRow("a boolean result is its JSON text")
-            << QByteArray(R"({"ok":true,"result":true})") << QByteArray("true");
-        QTest::newRow("a number result is its JSON text")
-            << QByteArray(R"({"ok":true,"result":1.5})") << QByteArray("1.5");
-        QTest::newRow("a text result is its JSON text")
-            << QByteArray("{\"ok\":true,\"result\":\"a\\\"b\"}") << QByteArray("\"a\\\"b\"");
-        QTest::newRow("Chinese text arrives unescaped")
-            << QByteArray(R"({"ok":true,"result":["你好"]})") << QByteArray(R"(["你好"])");
-        QTest::newRow("the order of the reply's keys does not matter")
-            << QByteArray(R"({"result":[],"ok":true})") << QByteArray("[]");
-        QTest::newRow("white space in texts stays, around the reply it goes")
-            << QByteArray("  { \"ok\" : true , \"result\" : [ \"a  \\t b\" , 1.0 ] }  ")
-            << QByteArray("[\"a  \\t b\",1.0]");
-        QTest::newRow("a third member changes nothing")
-            << QByteArray("{\"ok\": true, \"result\": [1, 2], \"more\": {}}") << QByteArray("[1,2]");
-        QTest::newRow("of a key that stands twice the last counts")
-            << QByteArray(R"({"ok":false,"ok":true,"result":1,"result":2})") << QByteArray("2");
-        QTest::newRow("a failure gives its text")
-            << QByteArray(R"({"ok":false,"error":"ValueError: bad"})") << QByteArray("ERROR: ValueError: bad");
-        QTest::newRow("a failure's text is not JSON")
-            << QByteArray("{\"ok\":false,\"error\":\"a\\n\\\"b\\\"\"}") << QByteArray("ERROR: a\n\"b\"");
-        QTest::newRow("a failure without text is unknown")
-            << QByteArray(R"({"ok":false})") << QByteArray("ERROR: unknown");
-        QTest::newRow("an empty reply is unknown") << QByteArray("{}") << QByteArray("ERROR: unknown");
-        QTest::newRow("ok missing is a failure") << QByteArray(R"({"result":1})") << QByteArray("ERROR: unknown");
-        QTest::newRow("ok as a number is a failure")
-            << QByteArray(R"({"ok":1,"result":1})") << QByteArray("ERROR: unknown");
-        QTest::newRow("ok as text is a failure")
-            << QByteArray(R"({"ok":"true","error":"x"})") << QByteArray("ERROR: x");
-        QTest::newRow("a failure ignores its result")
-            << QByteArray(R"({"ok":false,"result":1,"error":"x"})") << QByteArray("ERROR: x");
-        QTest::newRow("an error that is null is described")
-            << QByteArray(R"({"ok":false,"error":null})") << QByteArray("ERROR: <null>");
-        QTest::newRow("an error that is a number is described")
-            << QByteArray(R"({"ok":false,"error":7})") << QByteArray("ERROR: 7");
-        QTest::newRow("an error that is true is described")
-            << QByteArray(R"({"ok":false,"error":true})") << QByteArray("ERROR: 1");
-        QTest::newRow("an error that is an object is described")
-            << QByteArray(R"({"ok":false,"error":{"b": 1}})") << QByteArray(R"(ERROR: {"b":1})");
-        QTest::newRow("a list is no reply") << QByteArray("[]") << invalid;
-        QTest::newRow("a text is no reply") << QByteArray(R"("ok")") << invalid;
-        QTest::newRow("null is no reply") << QByteArray("null") << invalid;
-        QTest::newRow("a number is no reply") << QByteArray("1") << invalid;
-        QTest::newRow("bytes that are not UTF-8 are no reply")
-            << QByteArray("{\"ok\":true,\"result\":\"\xff\"}") << invalid;
-        QTest::newRow("a carriage return before the line feed is white space")
-            << QByteArray("{\"ok\":true,\"result\":[]}\r") << QByteArray("[]");
+        add("a result comes back compact", R"({"ok": true, "result": {"b": [1, 2], "a": "x y"}})",
+            R"({"b":[1,2],"a":"x y"})");
+        add("no result is an empty object", R"({"ok": true})", "{}");
+        add("a null result is its JSON text", R"({"ok": true, "result": null})", "null");
+        add("a boolean result is its JSON text", R"({"ok":true,"result":true})", "true");
+        add("a number result is its JSON text", R"({"ok":true,"result":1.5})", "1.5");
+        add("a text result is its JSON text", "{\"ok\":true,\"result\":\"a\\\"b\"}", "\"a\\\"b\"");
+        add("Chinese text arrives unescaped", R"({"ok":true,"result":["你好"]})", R"(["你好"])");
+        add("the order of the reply's keys does not matter", R"({"result":[],"ok":true})", "[]");
+        add("white space in texts stays, around the reply it goes",
+            "  { \"ok\" : true , \"result\" : [ \"a  \\t b\" , 1.0 ] }  ", "[\"a  \\t b\",1.0]");
+        add("a third member changes nothing", "{\"ok\": true, \"result\": [1, 2], \"more\": {}}", "[1,2]");
+        add("of a key that stands twice the last counts", R"({"ok":false,"ok":true,"result":1,"result":2})", "2");
+        add("a failure gives its text", R"({"ok":false,"error":"ValueError: bad"})", "ERROR: ValueError: bad");
+        add("a failure's text is not JSON", "{\"ok\":false,\"error\":\"a\\n\\\"b\\\"\"}", "ERROR: a\n\"b\"");
+        add("a failure without text is unknown", R"({"ok":false})", "ERROR: unknown");
+        add("an empty reply is unknown", "{}", "ERROR: unknown");
+        add("ok missing is a failure", R"({"result":1})", "ERROR: unknown");
+        add("ok as a number is a failure", R"({"ok":1,"result":1})", "ERROR: unknown");
+        add("ok as text is a failure", R"({"ok":"true","error":"x"})", "ERROR: x");
+        add("a failure ignores its result", R"({"ok":false,"result":1,"error":"x"})", "ERROR: x");
+        add("an error that is null is described", R"({"ok":false,"error":null})", "ERROR: <null>");
+        add("an error that is a number is described", R"({"ok":false,"error":7})", "ERROR: 7");
+        add("an error that is true is described", R"({"ok":false,"error":true})", "ERROR: 1");
+        add("an error that is an object is described", R"({"ok":false,"error":{"b": 1}})", R"(ERROR: {"b":1})");
+        add("a list is no reply", "[]", invalid);
+        add("a text is no reply", R"("ok")", invalid);
+        add("null is no reply", "null", invalid);
+        add("a number is no reply", "1", invalid);
+        add("bytes that are not UTF-8 are no reply", "{\"ok\":true,\"result\":\"\xff\"}", invalid);
+        add("a carriage return before the line feed is white space", "{\"ok\":true,\"result\":[]}\r", "[]");
     }
 
     void everyReplyHasOneMeaning()
@@ -107,18 +81,18 @@ private slots:
 
     void textThatDoesNotParseDropsTheHelper_data()
     {
-        QTest::addColumn<QByteArray>("line");
-        QTest::newRow("nothing at all") << QByteArray();
-        QTest::newRow("a word") << QByteArray("hello");
-        QTest::newRow("noise before the reply") << QByteArray(R"(debug {"ok":true,"result":[]})");
-        QTest::newRow("noise behind the reply") << QByteArray(R"({"ok":true,"result":[]} done)");
-        QTest::newRow("half a reply") << QByteArray("{\"ok\":true,\"resu");
-        QTest::newRow("NaN") << QByteArray(R"({"ok":true,"result":NaN})");
-        QTest::newRow("Infinity") << QByteArray(R"({"ok":true,"result":[-Infinity]})");
-        QTest::newRow("an integer past 64 bits") << QByteArray(R"({"ok":true,"result":18446744073709551616})");
-        QTest::newRow("a double past its range") << QByteArray(R"({"ok":true,"result":1e400})");
-        QTest::newRow("a lone surrogate") << QByteArray(R"({"ok":true,"result":"\ud800"})");
-        QTest::newRow("single quotes") << QByteArray(R"({'ok':true})");
+        const Cases<QByteArray> add("line");
+        add("nothing at all", {});
+        add("a word", "hello");
+        add("noise before the reply", R"(debug {"ok":true,"result":[]})");
+        add("noise behind the reply", R"({"ok":true,"result":[]} done)");
+        add("half a reply", "{\"ok\":true,\"resu");
+        add("NaN", R"({"ok":true,"result":NaN})");
+        add("Infinity", R"({"ok":true,"result":[-Infinity]})");
+        add("an integer past 64 bits", R"({"ok":true,"result":18446744073709551616})");
+        add("a double past its range", R"({"ok":true,"result":1e400})");
+        add("a lone surrogate", R"({"ok":true,"result":"\ud800"})");
+        add("single quotes", R"({'ok':true})");
     }
 
     void textThatDoesNotParseDropsTheHelper()

@@ -1,15 +1,15 @@
 #include "base/ApiKeyStore.h"
 
 #include "base/StoredKey.h"
+#include "support/Cases.h"
 #include "support/Files.h"
 #include "support/SmallDisk.h"
+#include "support/TestCase.h"
 #include "support/TestHome.h"
-#include "support/Warnings.h"
 
 #include <QDir>
 #include <QFile>
 #include <QSettings>
-#include <QTest>
 
 #include <atomic>
 #include <chrono>
@@ -20,29 +20,31 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString openai = QStringLiteral("openai");
-const QString kimi = QStringLiteral("kimi");
+const QString openai = u"openai"_s;
+const QString kimi = u"kimi"_s;
 
 } // namespace
 
 /// API keys in the user defaults.
-class TestApiKeyStore final : public QObject
+class TestApiKeyStore final : public TestCase
 {
     Q_OBJECT
+
+public:
+    static void initMain() { SmallDisk::allowMounts(); }
 
 private slots:
     void init()
     {
-        failOnUnexpectedWarning();
-        QCoreApplication::setOrganizationName(QStringLiteral("Nelo"));
-        QCoreApplication::setApplicationName(QStringLiteral("TestApiKeyStore"));
-        m_home = std::make_unique<TestHome>();
-        keepDefaultsIn(m_home->path(QStringLiteral(".config")));
+        TestCase::init();
+        QCoreApplication::setOrganizationName(u"Nelo"_s);
+        QCoreApplication::setApplicationName(u"TestApiKeyStore"_s);
+        keepDefaultsIn(m_home->path(u".config"_s));
     }
-
-    void cleanup() { m_home.reset(); }
 
     void anAbsentKeyIsEmpty()
     {
@@ -52,19 +54,19 @@ private slots:
 
     void keysAreKeptExactly_data()
     {
-        QTest::addColumn<QString>("key");
-        QTest::newRow("a key as providers give it") << QStringLiteral("sk-proj-abc_DEF-0123456789");
-        QTest::newRow("an empty key") << QString();
-        QTest::newRow("blanks, also around it") << QStringLiteral("  a key \t");
-        QTest::newRow("line breaks") << QStringLiteral("first\nsecond\r\n");
-        QTest::newRow("10,000 characters") << QString(10'000, QLatin1Char('k'));
-        QTest::newRow("Chinese") << QStringLiteral("密钥");
-        QTest::newRow("an emoji") << QStringLiteral("🔑");
-        QTest::newRow("a zero character") << QStringLiteral("a") + QChar(0) + QStringLiteral("b");
-        QTest::newRow("a list's comma") << QStringLiteral("a, b");
-        QTest::newRow("the file format's own signs") << QStringLiteral("; # = [General] \"\\x41\" %41");
-        QTest::newRow("the mark of other types") << QStringLiteral("@ByteArray(x)");
-        QTest::newRow("the mark of no value") << QStringLiteral("@Invalid()");
+        const Cases<QString> add("key");
+        add("a key as providers give it", u"sk-proj-abc_DEF-0123456789"_s);
+        add("an empty key", {});
+        add("blanks, also around it", u"  a key \t"_s);
+        add("line breaks", u"first\nsecond\r\n"_s);
+        add("10,000 characters", QString(10'000, QLatin1Char('k')));
+        add("Chinese", u"密钥"_s);
+        add("an emoji", u"🔑"_s);
+        add("a zero character", u"a"_s + QChar(0) + u"b"_s);
+        add("a list's comma", u"a, b"_s);
+        add("the file format's own signs", u"; # = [General] \"\\x41\" %41"_s);
+        add("the mark of other types", u"@ByteArray(x)"_s);
+        add("the mark of no value", u"@Invalid()"_s);
     }
 
     void keysAreKeptExactly()
@@ -78,130 +80,88 @@ private slots:
     void eachProviderHasItsOwn()
     {
         ApiKeyStore store;
-        QCOMPARE(store.setKeys({{openai, QStringLiteral("one")}, {kimi, QStringLiteral("two")}}), std::nullopt);
-        QCOMPARE(store.setKeys({{openai, QStringLiteral("three")}}), std::nullopt);
-        QCOMPARE(store.key(openai), QStringLiteral("three"));
-        QCOMPARE(store.key(kimi), QStringLiteral("two"));
-        QCOMPARE(store.key(QStringLiteral("deepseek")), QString());
-    }
-
-    void otherUserDefaultsAreKept()
-    {
-        QSettings().setValue(QStringLiteral("other"), 7);
-        QCOMPARE(ApiKeyStore().setKeys({{openai, QStringLiteral("one")}}), std::nullopt);
-        QCOMPARE(QSettings().value(QStringLiteral("other")).toInt(), 7);
+        QCOMPARE(store.setKeys({{openai, u"one"_s}, {kimi, u"two"_s}}), std::nullopt);
+        QCOMPARE(store.setKeys({{openai, u"three"_s}}), std::nullopt);
+        QVERIFY(Files::contentOf(file()).contains("\nnelo.menubar.apiKey.openai=three\n"));
+        QCOMPARE(store.key(openai), u"three"_s);
+        QCOMPARE(store.key(kimi), u"two"_s);
+        QCOMPARE(store.key(u"deepseek"_s), QString());
     }
 
     void aKeyOfAnotherApplicationIsNotOurs()
     {
-        QSettings ofTheOrganization(QSettings::UserScope, QStringLiteral("Nelo"));
-        ofTheOrganization.setValue(QStringLiteral("nelo.menubar.apiKey.openai"), QStringLiteral("theirs"));
+        QSettings ofTheOrganization(QSettings::UserScope, u"Nelo"_s);
+        ofTheOrganization.setValue(u"nelo.menubar.apiKey.openai"_s, u"theirs"_s);
         ofTheOrganization.sync();
-        QCOMPARE(QSettings().value(QStringLiteral("nelo.menubar.apiKey.openai")).toString(), QStringLiteral("theirs"));
+        QCOMPARE(QSettings().value(u"nelo.menubar.apiKey.openai"_s).toString(), u"theirs"_s);
         QCOMPARE(ApiKeyStore().key(openai), QString());
-    }
-
-    void theDefaultsHoldTheKeyUnderItsDottedName()
-    {
-        QCOMPARE(ApiKeyStore().setKeys({{openai, QStringLiteral("one")}}), std::nullopt);
-        QVERIFY(Files::contentOf(file()).contains("\nnelo.menubar.apiKey.openai=one\n"));
-    }
-
-    void theFileIsPrivateFromItsFirstByte_data()
-    {
-        QTest::addColumn<int>("umaskBits");
-        QTest::newRow("under the usual umask") << 022;
-        QTest::newRow("under no umask") << 0;
     }
 
     void theFileIsPrivateFromItsFirstByte()
     {
-        QFETCH(int, umaskBits);
-        const mode_t before = umask(static_cast<mode_t>(umaskBits));
-        ApiKeyStore store;
-        const bool first = !store.setKeys({{openai, QStringLiteral("one")}});
-        const int firstMode = Files::mode(file());
-        const bool second = !store.setKeys({{openai, QStringLiteral("two")}});
-        umask(before);
-        QVERIFY(first && second);
-        QCOMPARE(firstMode, 0600);
-        QCOMPARE(Files::mode(file()), 0600);
-        // Nothing else lies there, and so nothing that others could have read.
-        QCOMPARE(Files::names(m_folder + QStringLiteral("/Nelo")), QStringList{QStringLiteral("TestApiKeyStore.conf")});
-    }
-
-    void aFileThatOthersMayReadIsMadePrivate_data()
-    {
-        QTest::addColumn<bool>("onlyLooked");
-        QTest::newRow("before anything is written") << true;
-        QTest::newRow("when it loosened in the meantime") << false;
+        for (const mode_t mask : {022U, 0U}) {
+            QFile::remove(file());
+            const mode_t before = umask(mask);
+            ApiKeyStore store;
+            const bool first = !store.setKeys({{openai, u"one"_s}});
+            const int firstMode = Files::mode(file());
+            const bool second = !store.setKeys({{openai, u"two"_s}});
+            umask(before);
+            QVERIFY(first && second);
+            QCOMPARE(firstMode, 0600);
+            QCOMPARE(Files::mode(file()), 0600);
+            // Nothing else lies there, and so nothing that others could have read.
+            QCOMPARE(Files::names(m_folder + u"/Nelo"_s), QStringList{u"TestApiKeyStore.conf"_s});
+        }
     }
 
     void aFileThatOthersMayReadIsMadePrivate()
     {
-        QFETCH(bool, onlyLooked);
         Files::create(file(), "[General]\nnelo.menubar.apiKey.openai=one\n");
         chmod(QFile::encodeName(file()).constData(), 0644);
         ApiKeyStore store;
-        QCOMPARE(store.key(openai), QStringLiteral("one"));
+        QCOMPARE(store.key(openai), u"one"_s);
         QCOMPARE(Files::mode(file()), 0600);
-        if (onlyLooked)
-            return;
         chmod(QFile::encodeName(file()).constData(), 0644);
-        QCOMPARE(store.setKeys({{openai, QStringLiteral("two")}}), std::nullopt);
+        QCOMPARE(store.setKeys({{openai, u"two"_s}}), std::nullopt);
         QCOMPARE(Files::mode(file()), 0600);
     }
 
     void aLinkToTheFileStaysOne()
     {
-        const QString real = m_home->path(QStringLiteral("real.conf"));
+        const QString real = m_home->path(u"real.conf"_s);
         Files::create(real, "");
         QVERIFY(QDir().mkpath(QFileInfo(file()).path()));
         QVERIFY(QFile::link(real, file()));
-        QCOMPARE(ApiKeyStore().setKeys({{openai, QStringLiteral("one")}}), std::nullopt);
+        QCOMPARE(ApiKeyStore().setKeys({{openai, u"one"_s}}), std::nullopt);
         QVERIFY(QFileInfo(file()).isSymLink());
-        QCOMPARE(storedKey(real, openai), QStringLiteral("one"));
+        QCOMPARE(storedKey(real, openai), u"one"_s);
         QCOMPARE(Files::mode(real), 0600);
     }
 
-    void aReadOnlyDiskIsToldAndKeepsTheEarlierKey()
+    void aDiskThatIsFullOrReadOnlyIsToldAndKeepsTheEarlierKey()
     {
         const SmallDisk disk;
         keepDefaultsIn(disk.path());
-        QCOMPARE(ApiKeyStore().setKeys({{openai, QStringLiteral("earlier")}}), std::nullopt);
-        disk.makeReadOnly();
-        QVERIFY(ApiKeyStore().setKeys({{openai, QStringLiteral("new")}}));
-        QCOMPARE(storedKey(file(), openai), QStringLiteral("earlier"));
-    }
-
-    void aFullDiskIsToldAndKeepsTheEarlierKey_data()
-    {
-        QTest::addColumn<qint64>("freePages");
-        for (qint64 pages = 0; pages <= 4; ++pages)
-            QTest::addRow("%lld free pages", static_cast<long long>(pages)) << pages;
-    }
-
-    void aFullDiskIsToldAndKeepsTheEarlierKey()
-    {
-        QFETCH(qint64, freePages);
-        const SmallDisk disk;
-        keepDefaultsIn(disk.path());
-        const QString earlier(9'000, QLatin1Char('e'));
+        const QString earlier(9'000, u'e');
         QCOMPARE(ApiKeyStore().setKeys({{openai, earlier}}), std::nullopt);
-        disk.fill(freePages * 4096);
-        QVERIFY(ApiKeyStore().setKeys({{openai, QString(20'000, QLatin1Char('n'))}}));
-        QCOMPARE(storedKey(file(), openai), earlier);
-        QCOMPARE(ApiKeyStore().key(openai), earlier);
-
-        disk.empty();
-        QCOMPARE(ApiKeyStore().setKeys({{openai, QStringLiteral("new")}}), std::nullopt);
-        QCOMPARE(storedKey(file(), openai), QStringLiteral("new"));
+        for (qint64 freePages = 0; freePages <= 4; ++freePages) {
+            disk.fill(freePages * 4096);
+            QVERIFY(ApiKeyStore().setKeys({{openai, QString(20'000, u'n')}}));
+            QCOMPARE(storedKey(file(), openai), earlier);
+            QCOMPARE(ApiKeyStore().key(openai), earlier);
+            disk.empty();
+        }
+        QCOMPARE(ApiKeyStore().setKeys({{openai, u"new"_s}}), std::nullopt);
+        disk.makeReadOnly();
+        QVERIFY(ApiKeyStore().setKeys({{openai, u"newer"_s}}));
+        QCOMPARE(storedKey(file(), openai), u"new"_s);
     }
 
     void aFolderInPlaceOfTheFileIsTold()
     {
         QVERIFY(QDir().mkpath(file()));
-        QVERIFY(ApiKeyStore().setKeys({{openai, QStringLiteral("one")}}));
+        QVERIFY(ApiKeyStore().setKeys({{openai, u"one"_s}}));
         QCOMPARE(ApiKeyStore().key(openai), QString());
     }
 
@@ -213,40 +173,40 @@ private slots:
                 QCOMPARE(ApiKeyStore(std::chrono::minutes(5)).setKeys({{name + QString::number(number), name}}),
                          std::nullopt);
         };
-        std::thread other(storeAll, QStringLiteral("one"));
-        storeAll(QStringLiteral("two"));
+        std::thread other(storeAll, u"one"_s);
+        storeAll(u"two"_s);
         other.join();
         for (int number = 0; number < count; ++number) {
-            for (const QString& name : {QStringLiteral("one"), QStringLiteral("two")})
+            for (const QString& name : {u"one"_s, u"two"_s})
                 QCOMPARE(storedKey(file(), name + QString::number(number)), name);
         }
     }
 
     void aLockThatIsReleasedIsWaitedFor()
     {
-        QCOMPARE(ApiKeyStore().setKeys({{openai, QStringLiteral("one")}}), std::nullopt);
+        QCOMPARE(ApiKeyStore().setKeys({{openai, u"one"_s}}), std::nullopt);
         const int lock = lockFolder();
         std::atomic<bool> isFree = false;
         std::thread other([&isFree, lock] {
             isFree = true;
             close(lock);
         });
-        const bool isStored = !ApiKeyStore(std::chrono::minutes(5)).setKeys({{openai, QStringLiteral("two")}});
+        const bool isStored = !ApiKeyStore(std::chrono::minutes(5)).setKeys({{openai, u"two"_s}});
         const bool hasWaited = isFree;
         other.join();
         QVERIFY(isStored && hasWaited);
-        QCOMPARE(ApiKeyStore().key(openai), QStringLiteral("two"));
+        QCOMPARE(ApiKeyStore().key(openai), u"two"_s);
     }
 
     void aLockThatAnotherProgramKeepsIsTold()
     {
         QCOMPARE(ApiKeyStore::defaultLockTimeout, std::chrono::milliseconds(100));
-        QCOMPARE(ApiKeyStore().setKeys({{openai, QStringLiteral("one")}}), std::nullopt);
+        QCOMPARE(ApiKeyStore().setKeys({{openai, u"one"_s}}), std::nullopt);
         const int lock = lockFolder();
-        const std::optional<QString> failure = ApiKeyStore().setKeys({{openai, QStringLiteral("two")}});
+        const std::optional<QString> failure = ApiKeyStore().setKeys({{openai, u"two"_s}});
         close(lock);
-        QCOMPARE(failure, QStringLiteral("another program is writing them"));
-        QCOMPARE(ApiKeyStore().key(openai), QStringLiteral("one"));
+        QCOMPARE(failure, u"another program is writing them"_s);
+        QCOMPARE(ApiKeyStore().key(openai), u"one"_s);
     }
 
 private:
@@ -264,17 +224,11 @@ private:
         return flock(lock, LOCK_EX) == 0 ? lock : -1;
     }
 
-    QString file() const { return m_folder + QStringLiteral("/Nelo/TestApiKeyStore.conf"); }
+    QString file() const { return m_folder + u"/Nelo/TestApiKeyStore.conf"_s; }
 
-    std::unique_ptr<TestHome> m_home;
+    Fresh<TestHome> m_home{this};
     QString m_folder;
 };
 
-int main(int argc, char** argv)
-{
-    SmallDisk::allowMounts();
-    QCoreApplication application(argc, argv);
-    TestApiKeyStore test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_GUILESS_MAIN(TestApiKeyStore)
 #include "TestApiKeyStore.moc"

@@ -1,14 +1,14 @@
 #include "base/AtomicFile.h"
 
+#include "support/Cases.h"
 #include "support/Files.h"
 #include "support/OrdinaryUser.h"
 #include "support/SmallDisk.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <atomic>
 #include <thread>
@@ -59,28 +59,22 @@ struct stat statusOf(const QString& path)
 } // namespace
 
 /// Replacing a file whole or not at all.
-class TestAtomicFile final : public QObject
+class TestAtomicFile final : public TestCase
 {
     Q_OBJECT
 
+public:
+    static void initMain() { SmallDisk::allowMounts(); }
+
 private slots:
-    void init()
-    {
-        failOnUnexpectedWarning();
-        m_folder = std::make_unique<QTemporaryDir>();
-    }
-
-    void cleanup() { m_folder.reset(); }
-
     void writesANewFileWhole_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::newRow("a line") << u"file"_s << QByteArray("hello\n");
-        QTest::newRow("no bytes") << u"file"_s << QByteArray("");
-        QTest::newRow("bytes of any value") << u"file"_s << QByteArray("a\0b\xff\r\n", 6);
-        QTest::newRow("20 MB") << u"file"_s << QByteArray(20'000'000, 'x');
-        QTest::newRow("a name of the greatest length") << QString(255, u'n') << QByteArray("x");
+        const Cases<QString, QByteArray> add("name", "bytes");
+        add("a line", u"file"_s, "hello\n");
+        add("no bytes", u"file"_s, "");
+        add("bytes of any value", u"file"_s, QByteArray("a\0b\xff\r\n", 6));
+        add("20 MB", u"file"_s, QByteArray(20'000'000, 'x'));
+        add("a name of the greatest length", QString(255, u'n'), "x");
     }
 
     void writesANewFileWhole()
@@ -100,14 +94,13 @@ private slots:
 
     void whatIsNoFileIsNotReplaced_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("failure");
-        QTest::newRow("a folder") << u"folder"_s << u"Is a directory"_s;
-        QTest::newRow("a pipe") << u"pipe"_s << u"Invalid argument"_s;
-        QTest::newRow("a name in a folder that is missing") << u"no/such/file"_s << u"No such file or directory"_s;
-        QTest::newRow("a name below a file") << u"file/below"_s << u"Not a directory"_s;
-        QTest::newRow("a link into a missing folder") << u"lost"_s << u"No such file or directory"_s;
-        QTest::newRow("links in a circle") << u"one"_s << u"Too many levels of symbolic links"_s;
+        const Cases<QString, QString> add("name", "failure");
+        add("a folder", u"folder"_s, u"Is a directory"_s);
+        add("a pipe", u"pipe"_s, u"Invalid argument"_s);
+        add("a name in a folder that is missing", u"no/such/file"_s, u"No such file or directory"_s);
+        add("a name below a file", u"file/below"_s, u"Not a directory"_s);
+        add("a link into a missing folder", u"lost"_s, u"No such file or directory"_s);
+        add("links in a circle", u"one"_s, u"Too many levels of symbolic links"_s);
     }
 
     void whatIsNoFileIsNotReplaced()
@@ -127,49 +120,29 @@ private slots:
         QCOMPARE(Files::contentOf(path()), "a file");
     }
 
-    void aNewFileGetsItsModeWhateverTheUmask_data()
-    {
-        QTest::addColumn<int>("umaskBits");
-        QTest::addColumn<int>("newFileMode");
-        QTest::newRow("private under the usual umask") << 022 << 0600;
-        QTest::newRow("private under no umask") << 0 << 0600;
-        QTest::newRow("readable for all under a strict umask") << 077 << 0644;
-    }
-
     void aNewFileGetsItsModeWhateverTheUmask()
     {
-        QFETCH(int, umaskBits);
-        QFETCH(int, newFileMode);
-        const mode_t before = umask(static_cast<mode_t>(umaskBits));
-        const auto failure = writeFileAtomically(path(), "x", static_cast<mode_t>(newFileMode));
-        umask(before);
-        QCOMPARE(failure, std::nullopt);
-        QCOMPARE(Files::mode(path()), newFileMode);
-
-        QCOMPARE(writeFileAtomically(path(u"default"_s), "x"), std::nullopt);
-        QCOMPARE(Files::mode(path(u"default"_s)), 0600);
-    }
-
-    void anExistingFileKeepsItsMode_data()
-    {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<int>("afterwards");
-        QTest::newRow("shared with a group") << 0660 << 0660;
-        QTest::newRow("readable for all") << 0644 << 0644;
-        QTest::newRow("executable") << 0755 << 0755;
-        QTest::newRow("not to be written") << 0400 << 0400;
-        QTest::newRow("set-user-id is not kept") << 04755 << 0755;
+        for (const auto& [mask, mode] : {std::pair{022U, 0600U}, {0U, 0600U}, {077U, 0644U}}) {
+            const mode_t before = umask(mask);
+            const auto failure = writeFileAtomically(path(), "x", mode);
+            umask(before);
+            QCOMPARE(failure, std::nullopt);
+            QCOMPARE(Files::mode(path()), static_cast<int>(mode));
+            QVERIFY(QFile::remove(path()));
+        }
+        QCOMPARE(writeFileAtomically(path(), "x"), std::nullopt);
+        QCOMPARE(Files::mode(path()), 0600);
     }
 
     void anExistingFileKeepsItsMode()
     {
-        QFETCH(int, mode);
-        QFETCH(int, afterwards);
         Files::create(path(), "old");
-        chmod(QFile::encodeName(path()).constData(), static_cast<mode_t>(mode));
-        QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
-        QCOMPARE(Files::contentOf(path()), "new");
-        QCOMPARE(Files::mode(path()), afterwards);
+        for (const mode_t mode : {0660U, 0644U, 0755U, 0400U, 04755U}) {
+            chmod(QFile::encodeName(path()).constData(), mode);
+            QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
+            QCOMPARE(Files::contentOf(path()), "new");
+            QCOMPARE(Files::mode(path()), static_cast<int>(mode & 0777U)); // set-user-id is not kept
+        }
     }
 
     void anExistingFileKeepsItsOwnerWhereTheSystemLetsUs()
@@ -198,30 +171,24 @@ private slots:
         QCOMPARE(Files::mode(path()), 0660);
     }
 
-    void noGroupGainsRightsWhenTheFilesGroupCannotBeKept_data()
-    {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<int>("afterwards");
-        QTest::newRow("what the group alone might read is private") << 0640 << 0600;
-        QTest::newRow("what the group alone might write is private") << 0660 << 0600;
-        QTest::newRow("what all might read stays so") << 0664 << 0644;
-        QTest::newRow("what all but the group might read is private") << 0604 << 0600;
-        QTest::newRow("what is private stays so") << 0700 << 0700;
-    }
-
     void noGroupGainsRightsWhenTheFilesGroupCannotBeKept()
     {
-        QFETCH(int, mode);
-        QFETCH(int, afterwards);
-        Files::create(path(), "old");
-        const bool isSomeones = chown(QFile::encodeName(path()).constData(), someone, someone) == 0;
-        chmod(QFile::encodeName(path()).constData(), static_cast<mode_t>(mode));
-        {
-            const OrdinaryUser user;
-            QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
+        for (const auto& [mode, afterwards] : {std::pair{0640U, 0600}, // what the group alone might read
+                                               {0660U, 0600},          // what the group alone might write
+                                               {0664U, 0644},          // what all might read
+                                               {0604U, 0600},          // what all but the group might read
+                                               {0700U, 0700}}) {
+            QFile::remove(path());
+            Files::create(path(), "old");
+            const bool isSomeones = chown(QFile::encodeName(path()).constData(), someone, someone) == 0;
+            chmod(QFile::encodeName(path()).constData(), mode);
+            {
+                const OrdinaryUser user;
+                QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
+            }
+            QCOMPARE(statusOf(path()).st_gid, getegid());
+            QCOMPARE(Files::mode(path()), isSomeones ? afterwards : static_cast<int>(mode));
         }
-        QCOMPARE(statusOf(path()).st_gid, getegid());
-        QCOMPARE(Files::mode(path()), isSomeones ? afterwards : mode);
     }
 
     void aReaderOfTheOldFileKeepsIt()
@@ -258,18 +225,14 @@ private slots:
 
     void aSymbolicLinkStaysOne_data()
     {
-        QTest::addColumn<QString>("link");
-        QTest::addColumn<QString>("target");
-        QTest::addColumn<QString>("real");
+        const Cases<QString, QString, QString> add("link", "target", "real");
         const QString near = u"elsewhere/real"_s;
         const QString far = u"data/elsewhere/real"_s;
-        QTest::newRow("an absolute link") << u"link"_s << u"%1/elsewhere/real"_s << near;
-        QTest::newRow("a relative link") << u"link"_s << u"elsewhere/real"_s << near;
-        QTest::newRow("a link to a link") << u"link"_s << u"another"_s << near;
-        QTest::newRow("a relative link that climbs out of a linked folder")
-            << u"folder/link"_s << u"../elsewhere/real"_s << far;
-        QTest::newRow("a link that climbs out of a linked folder by itself")
-            << u"link"_s << u"folder/../elsewhere/real"_s << far;
+        add("an absolute link", u"link"_s, u"%1/elsewhere/real"_s, near);
+        add("a relative link", u"link"_s, u"elsewhere/real"_s, near);
+        add("a link to a link", u"link"_s, u"another"_s, near);
+        add("a relative link that climbs out of a linked folder", u"folder/link"_s, u"../elsewhere/real"_s, far);
+        add("a link that climbs out of a linked folder by itself", u"link"_s, u"folder/../elsewhere/real"_s, far);
     }
 
     void aSymbolicLinkStaysOne()
@@ -307,12 +270,11 @@ private slots:
 
     void aFullDiskLeavesTheEarlierFile_data()
     {
-        QTest::addColumn<qint64>("freePages");
-        QTest::addColumn<int>("size");
-        QTest::newRow("no room at all") << 0LL << 100;
-        QTest::newRow("room for the beginning of a small file") << 1LL << 10'000;
-        QTest::newRow("room for the beginning of a large file") << 8LL << 100'000;
-        QTest::newRow("room for all but the last byte") << 8LL << 8 * 4096 + 1;
+        const Cases<qint64, int> add("freePages", "size");
+        add("no room at all", 0, 100);
+        add("room for the beginning of a small file", 1, 10'000);
+        add("room for the beginning of a large file", 8, 100'000);
+        add("room for all but the last byte", 8, 8 * 4096 + 1);
     }
 
     void aFullDiskLeavesTheEarlierFile()
@@ -359,12 +321,12 @@ private slots:
 
     void whatIsNotOursStays_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::newRow("a shorter name") << u".nelo-writing-Abcdefghijk"_s;
-        QTest::newRow("a longer name") << u".nelo-writing-AbcdefghijkLm"_s;
-        QTest::newRow("a name with a digit") << u".nelo-writing-Abcdefghijk1"_s;
-        QTest::newRow("a name that goes on before") << u"my.nelo-writing-AbcdefghijkL"_s;
-        QTest::newRow("a folder") << u".nelo-writing-AbcdefghijkL/file"_s;
+        const Cases<QString> add("name");
+        add("a shorter name", u".nelo-writing-Abcdefghijk"_s);
+        add("a longer name", u".nelo-writing-AbcdefghijkLm"_s);
+        add("a name with a digit", u".nelo-writing-Abcdefghijk1"_s);
+        add("a name that goes on before", u"my.nelo-writing-AbcdefghijkL"_s);
+        add("a folder", u".nelo-writing-AbcdefghijkL/file"_s);
     }
 
     void whatIsNotOursStays()
@@ -377,25 +339,16 @@ private slots:
         QCOMPARE(Files::contentOf(path(u".nelo-writing-LinkLinkLink"_s)), "mine");
     }
 
-    void aNewFileTakesNobodysPlace_data()
-    {
-        QTest::addColumn<QString>("inPlace");
-        for (const char* what : {"a file", "a dangling link", "a folder"})
-            QTest::newRow(what) << QString::fromLatin1(what);
-    }
-
     void aNewFileTakesNobodysPlace()
     {
-        QFETCH(QString, inPlace);
-        if (inPlace == u"a file"_s)
-            Files::create(path(), "old");
-        else if (inPlace == u"a folder"_s)
-            QVERIFY(QDir(m_folder->path()).mkdir(u"file"_s));
-        else
-            QVERIFY(QFile::link(u"nowhere"_s, path()));
-        QCOMPARE(writeNewFile(path(), "new", 0600), u"File exists"_s);
-        QVERIFY(Files::contentOf(path()) != QByteArray("new"));
-        QCOMPARE(Files::names(m_folder->path()), QStringList{u"file"_s});
+        Files::create(path(u"file"_s), "old");
+        QVERIFY(QDir(m_folder->path()).mkdir(u"folder"_s));
+        QVERIFY(QFile::link(u"nowhere"_s, path(u"link"_s)));
+        const QStringList names{u"file"_s, u"folder"_s, u"link"_s};
+        for (const QString& name : names)
+            QCOMPARE(writeNewFile(path(name), "new", 0600), u"File exists"_s);
+        QCOMPARE(Files::contentOf(path()), "old");
+        QCOMPARE(Files::names(m_folder->path()), names);
 
         const mode_t before = umask(077);
         const auto failure = writeNewFile(path(u"free"_s), "new", 0640);
@@ -408,14 +361,8 @@ private slots:
 private:
     QString path(const QString& relative = u"file"_s) const { return m_folder->filePath(relative); }
 
-    std::unique_ptr<QTemporaryDir> m_folder;
+    Fresh<QTemporaryDir> m_folder{this};
 };
 
-int main(int argc, char** argv)
-{
-    SmallDisk::allowMounts();
-    QCoreApplication application(argc, argv);
-    TestAtomicFile test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_GUILESS_MAIN(TestAtomicFile)
 #include "TestAtomicFile.moc"

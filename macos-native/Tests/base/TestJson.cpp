@@ -1,35 +1,30 @@
 #include "base/Json.h"
 
-#include "support/Warnings.h"
+#include "support/Cases.h"
+#include "support/TestCase.h"
 
-#include <QTest>
+using namespace Qt::StringLiterals;
 
 /// Reading JSON and its members leniently.
-class TestJson final : public QObject
+class TestJson final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void describesValuesAsText_data()
     {
-        QTest::addColumn<QByteArray>("json");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("a string as is") << QByteArray(R"("你 <b>")") << QStringLiteral("你 <b>");
-        QTest::newRow("a byte-order mark at the beginning stays")
-            << QByteArray("\"\ufeff\ufeffA\"") << QStringLiteral("\ufeff\ufeffA");
-        QTest::newRow("true is 1") << QByteArray("true") << QStringLiteral("1");
-        QTest::newRow("false is 0") << QByteArray("false") << QStringLiteral("0");
-        QTest::newRow("an integer in decimal") << QByteArray("-42") << QStringLiteral("-42");
-        QTest::newRow("the largest integer")
-            << QByteArray("18446744073709551615") << QStringLiteral("18446744073709551615");
-        QTest::newRow("a double in its shortest form") << QByteArray("0.1") << QStringLiteral("0.1");
-        QTest::newRow("a whole double in its shortest form") << QByteArray("2.0") << QStringLiteral("2");
-        QTest::newRow("null") << QByteArray("null") << QStringLiteral("<null>");
-        QTest::newRow("a list as compact JSON") << QByteArray(R"([1, "你"])") << QStringLiteral(R"([1,"你"])");
-        QTest::newRow("an object as compact JSON")
-            << QByteArray(R"({"b": 1, "a": 2})") << QStringLiteral(R"({"b":1,"a":2})");
+        const Cases<QByteArray, QString> add("json", "text");
+        add("a string as is", R"("你 <b>")", u"你 <b>"_s);
+        add("a byte-order mark at the beginning stays", "\"\ufeff\ufeffA\"", u"\ufeff\ufeffA"_s);
+        add("true is 1", "true", u"1"_s);
+        add("false is 0", "false", u"0"_s);
+        add("an integer in decimal", "-42", u"-42"_s);
+        add("the largest integer", "18446744073709551615", u"18446744073709551615"_s);
+        add("a double in its shortest form", "0.1", u"0.1"_s);
+        add("a whole double in its shortest form", "2.0", u"2"_s);
+        add("null", "null", u"<null>"_s);
+        add("a list as compact JSON", R"([1, "你"])", QStringLiteral(R"([1,"你"])"));
+        add("an object as compact JSON", R"({"b": 1, "a": 2})", QStringLiteral(R"({"b":1,"a":2})"));
     }
 
     void describesValuesAsText()
@@ -42,16 +37,16 @@ private slots:
     void aMissingMemberReadsAsTheDefault()
     {
         const Json object{{"name", "x"}, {"nothing", nullptr}};
-        QCOMPARE(textOf(object, "name"), QStringLiteral("x"));
+        QCOMPARE(textOf(object, "name"), u"x"_s);
         QCOMPARE(textOf(object, "absent"), QString());
-        QCOMPARE(textOf(object, "absent", QStringLiteral("(none)")), QStringLiteral("(none)"));
-        QCOMPARE(textOf(object, "nothing", QStringLiteral("(none)")), QStringLiteral("<null>"));
+        QCOMPARE(textOf(object, "absent", u"(none)"_s), u"(none)"_s);
+        QCOMPARE(textOf(object, "nothing", u"(none)"_s), u"<null>"_s);
     }
 
     void onlyAListOfStringsHasTexts()
     {
         const Json object = Json::parse(R"({"texts":["b","","a"],"mixed":["a",1],"text":"a","none":[]})");
-        QCOMPARE(textsOf(object, "texts"), QStringList({QStringLiteral("b"), QString(), QStringLiteral("a")}));
+        QCOMPARE(textsOf(object, "texts"), QStringList({u"b"_s, QString(), u"a"_s}));
         for (const char* key : {"mixed", "text", "none", "absent"})
             QVERIFY2(textsOf(object, key).isEmpty(), key);
     }

@@ -2,27 +2,27 @@
 #include "base/Text.h"
 
 #include "support/Files.h"
-#include "support/Warnings.h"
+#include "support/OrdinaryUser.h"
+#include "support/TestCase.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QTimeZone>
 
 #include <sys/stat.h>
 
+using namespace Qt::StringLiterals;
+
 /// Text from bytes and from times, and reading whole files.
-class TestText final : public QObject
+class TestText final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void onlyUtf8IsDecoded()
     {
-        QCOMPARE(decodeUtf8("\xef\xbb\xbf\xe4\xbd\xa0"), QStringLiteral("\ufeff你"));
+        QCOMPARE(decodeUtf8("\xef\xbb\xbf\xe4\xbd\xa0"), u"\ufeff你"_s);
         QCOMPARE(decodeUtf8(""), QString());
         for (const char* bytes : {"\xff", "a\xe4\xbd", "\xed\xa0\x80", "\xc0\xaf"}) // the last two only look like it
             QCOMPARE(decodeUtf8(bytes), std::nullopt);
@@ -31,21 +31,30 @@ private slots:
     void timesAreWrittenInWholeSeconds()
     {
         const QDateTime time({2025, 1, 31}, {9, 5, 7, 999}, QTimeZone(3600));
-        QCOMPARE(compactTimestamp(time), QStringLiteral("20250131-090507"));
-        QCOMPARE(isoTimestamp(time), QStringLiteral("2025-01-31T08:05:07Z"));
+        QCOMPARE(compactTimestamp(time), u"20250131-090507"_s);
+        QCOMPARE(isoTimestamp(time), u"2025-01-31T08:05:07Z"_s);
     }
 
     void onlyRegularFilesAreRead()
     {
         const QTemporaryDir folder;
-        Files::create(folder.filePath(QStringLiteral("file")), QByteArray("a\0\xff", 3));
-        QVERIFY(QFile::link(folder.filePath(QStringLiteral("file")), folder.filePath(QStringLiteral("link"))));
-        QCOMPARE(mkfifo(QFile::encodeName(folder.filePath(QStringLiteral("pipe"))).constData(), 0600), 0);
-        QCOMPARE(readFile(folder.filePath(QStringLiteral("file"))), QByteArray("a\0\xff", 3));
-        QCOMPARE(readFile(folder.filePath(QStringLiteral("link"))), QByteArray("a\0\xff", 3));
-        for (const QString& path :
-             {folder.path(), folder.filePath(QStringLiteral("pipe")), folder.filePath(u"none"_qs)})
-            QCOMPARE(readFile(path), std::nullopt);
+        const auto path = [&folder](const char* name) { return folder.filePath(QString::fromLatin1(name)); };
+        const QByteArray bytes("a\0\xff", 3);
+        Files::create(path("file"), bytes);
+        QVERIFY(QFile::link(path("file"), path("link")));
+        QCOMPARE(readFile(path("file")), bytes);
+        QCOMPARE(readFile(path("link")), bytes);
+        Files::create(path("empty"), "");
+        QCOMPARE(readFile(path("empty")), QByteArray());
+
+        QCOMPARE(mkfifo(QFile::encodeName(path("pipe")).constData(), 0600), 0);
+        Files::create(path("unreadable"), "secret");
+        QVERIFY(QFile::setPermissions(path("unreadable"), {}));
+        QVERIFY(QFile::link(path("circle"), path("circle")));
+        QVERIFY(QFile::link(u"/proc/self/mem"_s, path("breaks off"))); // nothing is at the address zero
+        const OrdinaryUser user;
+        for (const char* name : {"", "pipe", "none", "none/none", "unreadable", "circle", "breaks off"})
+            QVERIFY2(!readFile(path(name)), name);
     }
 };
 

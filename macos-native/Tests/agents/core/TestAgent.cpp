@@ -2,20 +2,16 @@
 
 #include "base/Ecosystem.h"
 #include "support/Cases.h"
-#include "support/Warnings.h"
-
-#include <QTest>
+#include "support/TestCase.h"
 
 using namespace Qt::StringLiterals;
 
 /// What the actions make of a row and of what was entered.
-class TestAgent final : public QObject
+class TestAgent final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void aRowIsReadByItsKeys_data()
     {
         QTest::addColumn<QByteArray>("row");
@@ -45,45 +41,24 @@ private slots:
         QCOMPARE(agent.label(), texts.at(0) + u'/' + texts.at(1));
     }
 
-    void onlyManagedIsManaged_data()
-    {
-        const Cases<QByteArray, bool> add("row", "isManaged");
-        add("managed", R"({"origin":"managed"})", true);
-        add("with a capital it is not", R"({"origin":"Managed"})", false);
-        add("with a blank it is not", R"({"origin":"managed "})", false);
-        add("discovered", R"({"origin":"discovered"})", false);
-        add("without an origin", "{}", false);
-    }
-
     void onlyManagedIsManaged()
     {
-        QFETCH(QByteArray, row);
-        QFETCH(bool, isManaged);
-        QCOMPARE(agentOf(Json::parse(row.toStdString())).isManaged(), isManaged);
-    }
-
-    void pathsFollowTheEcosystem_data()
-    {
-        const Cases<QString, QString, QString> add("ecosystem", "config", "workspace");
-
-        const QString openclawConfig = u"/home/我/.openclaw/openclaw.json"_s;
-        const QString openclawWorkspace = u"/home/我/.openclaw/agents/x-1"_s;
-        add("codex", u"codex"_s, u"/home/我/.codex/config.json"_s, u"/home/我/.codex/agents/x-1"_s);
-        add("kimi", u"kimi"_s, u"/home/我/.kimi/config.json"_s, u"/home/我/.kimi/agents/x-1"_s);
-        add("openclaw", u"openclaw"_s, openclawConfig, openclawWorkspace);
-        add("nothing counts as openclaw", {}, openclawConfig, openclawWorkspace);
-        add("unknown counts as openclaw", u"unknown"_s, openclawConfig, openclawWorkspace);
-        add("another case counts as openclaw", u"Codex"_s, openclawConfig, openclawWorkspace);
+        QVERIFY(agentOf({{"origin", "managed"}}).isManaged());
+        for (const char* other : {"Managed", "managed ", "discovered"})
+            QVERIFY2(!agentOf({{"origin", other}}).isManaged(), other);
+        QVERIFY(!agentOf(Json::object()).isManaged());
     }
 
     void pathsFollowTheEcosystem()
     {
-        QFETCH(QString, ecosystem);
-        QFETCH(QString, config);
-        QFETCH(QString, workspace);
         const QString home = u"/home/我"_s;
-        QCOMPARE(Ecosystem::configPath(ecosystem, home), config);
-        QCOMPARE(Ecosystem::workspacePath(ecosystem, u"x-1"_s, home), workspace);
+        const auto paths = [&home](const QString& ecosystem) {
+            return Ecosystem::configPath(ecosystem, home) + u' ' + Ecosystem::workspacePath(ecosystem, u"x-1"_s, home);
+        };
+        QCOMPARE(paths(u"codex"_s), u"/home/我/.codex/config.json /home/我/.codex/agents/x-1"_s);
+        QCOMPARE(paths(u"kimi"_s), u"/home/我/.kimi/config.json /home/我/.kimi/agents/x-1"_s);
+        for (const QString& other : {u"openclaw"_s, QString(), u"unknown"_s, u"Codex"_s})
+            QCOMPARE(paths(other), u"/home/我/.openclaw/openclaw.json /home/我/.openclaw/agents/x-1"_s);
     }
 
     void aNewAgentIsNamedAfterWhatWasEntered_data()

@@ -2,20 +2,16 @@
 
 #include "backend/BackendReply.h"
 #include "support/Cases.h"
-#include "support/Warnings.h"
-
-#include <QTest>
+#include "support/TestCase.h"
 
 using namespace Qt::StringLiterals;
 
 /// What the Runtime tab says of a reply.
-class TestRuntimeReport final : public QObject
+class TestRuntimeReport final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void aReportHasSevenLines_data()
     {
         const Cases<QByteArray, QStringList> add("reply", "firstSixLines");

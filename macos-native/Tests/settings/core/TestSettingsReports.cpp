@@ -2,18 +2,16 @@
 
 #include "backend/BackendReply.h"
 #include "support/Cases.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 using namespace Qt::StringLiterals;
 
 /// What the status line of the settings says.
-class TestSettingsReports final : public QObject
+class TestSettingsReports final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void aSaveIsTold_data()
     {
         const Cases<QByteArray, QString, QString> add("reply", "keyFailure", "status");

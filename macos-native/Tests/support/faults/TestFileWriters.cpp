@@ -122,6 +122,9 @@ class TestFileWriters final : public QObject
 {
     Q_OBJECT
 
+public:
+    static void initMain() { SmallDisk::allowMounts(); }
+
 private slots:
     void init()
     {
@@ -224,11 +227,5 @@ private slots:
     }
 };
 
-int main(int argc, char** argv)
-{
-    SmallDisk::allowMounts();
-    QCoreApplication application(argc, argv);
-    TestFileWriters test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_GUILESS_MAIN(TestFileWriters)
 #include "TestFileWriters.moc"
