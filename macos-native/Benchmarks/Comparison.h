@@ -8,7 +8,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 
-/// What the benchmarks that show windows share.
+/// Functions for the benchmarks that show windows.
 namespace Comparison {
 
 /// Knows whether anything was painted since it was made.
@@ -29,7 +29,7 @@ private:
     bool m_hasPainted = false;
 };
 
-/// Milliseconds from here to the end of the event in which what `work` changed is painted.
+/// Does `work`, and returns the milliseconds until the end of the event in which its change is painted.
 inline double millisecondsToPaint(const std::function<void()>& work)
 {
     const PaintObserver observer;
@@ -40,7 +40,7 @@ inline double millisecondsToPaint(const std::function<void()>& work)
     });
 }
 
-/// Has the backend be the Python text `module`, in a working directory and a home below `folder`.
+/// Makes the Python text `module` the backend. The working directory and the home folder are below `folder`.
 inline void useBackend(const QTemporaryDir& folder, const char* module)
 {
     const QString hub = folder.filePath(QStringLiteral("nelohub"));

@@ -8,17 +8,17 @@
 
 #include <sched.h>
 
-/// How the benchmarks measure: our side and a bare one in turn on one core, so that what disturbs the machine disturbs
-/// both. Each result is a line of JSON, of which table.py makes ratios.
+/// The way in which the benchmarks measure: our side and a bare side take turns on one core, so that other load on the
+/// machine disturbs both. Each result is a line of JSON. table.py makes ratios of them.
 namespace Pairs {
 
-/// What was measured with an amount of work (rows, messages, bytes; 0 where there is only one), pair by pair.
+/// The measurements for an amount of work (rows, messages, bytes; 0 when there is only one amount), pair by pair.
 struct Result
 {
     std::string row;
     int work = 0;
     std::vector<double> ours;
-    std::vector<double> bare; // empty where there is nothing to compare with
+    std::vector<double> bare; // empty when there is nothing to compare with
     std::string unit = "ms";
 };
 
@@ -46,9 +46,9 @@ inline double millisecondsOf(const std::function<void()>& work)
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// Has `ours` and `bare`, which return how long they took in `unit`, take turns as to who is first, and prints the
-/// times of `pairs` pairs. Before each run of 10 of them `startAfresh` has both sides start what they talk to again,
-/// where its luck with memory would else be counted as a difference.
+/// Runs `ours` and `bare` in pairs, and prints the times of `pairs` pairs. Both return their time in `unit`, and each
+/// of them is the first of every second pair. Before each 10 pairs `startAfresh` starts the processes of both sides
+/// again: how a process happens to lie in memory must not count as a difference.
 inline void compare(
     const std::string& row, int work, int pairs, const std::function<double()>& ours,
     const std::function<double()>& bare, const std::function<void()>& startAfresh = [] {},
@@ -59,7 +59,7 @@ inline void compare(
     for (int pair = 0; pair < pairs; ++pair) {
         if (pair % pairsPerStart == 0) {
             startAfresh();
-            ours(); // both sides warm
+            ours(); // warms up both sides
             bare();
         }
         const bool oursFirst = pair % 2 == 0;
@@ -71,7 +71,7 @@ inline void compare(
     print(result);
 }
 
-/// Keeps this process, and the processes that it starts, on one core.
+/// Binds this process, and the processes that it starts, to one core.
 inline void useOneCore()
 {
     cpu_set_t one;

@@ -19,7 +19,7 @@
 
 namespace {
 
-// The list differs from one call to the next: a list that stays the same would not be shown anew.
+// The list changes from call to call: a list that stays the same would not be shown again.
 const char* const backend = R"(
 calls = 0
 count = 0
@@ -37,7 +37,7 @@ def sync_local_agents_to_core():
     return [agent(i) for i in range(count)]
 )";
 
-/// Rows, of which nothing is shown.
+/// A model of rows that no view shows.
 class BareRows final : public QAbstractTableModel
 {
 public:

@@ -1,5 +1,5 @@
-// What the bridge costs beyond its pipe: calls through NeloBackend against a bare loop that writes the same bytes to
-// the same Python script, reads up to the line feed and parses nothing.
+// The cost of the bridge in addition to its pipe: calls of NeloBackend, compared with a bare loop that writes the same
+// bytes to the same Python script, reads up to the line feed and parses nothing.
 
 #include "HelperServerScript.h"
 #include "Pairs.h"
@@ -24,7 +24,7 @@ extern char** environ;
 
 namespace {
 
-/// Answers a text, or as many rows of the Agents tab as it is asked for.
+/// Returns a text, or the given number of rows of the Agents tab.
 constexpr const char* agentsModule = R"(
 import functools
 texts = {length: {'text': 'x' * (length - 30)} for length in (300, 3000, 30000)}
@@ -71,7 +71,7 @@ public:
         waitpid(m_pid, nullptr, 0);
     }
 
-    /// Returns how long the reply was.
+    /// Returns the length of the reply.
     std::size_t exchange(const std::string& request)
     {
         if (write(m_input, request.data(), request.size()) != static_cast<ssize_t>(request.size()))
@@ -94,8 +94,8 @@ private:
     std::vector<char> m_buffer = std::vector<char>(65536);
 };
 
-/// Calls of about 100 bytes. A round is short, so that most of them are over before anything else takes the core. One
-/// interpreter is some percent faster than the next, so many are compared.
+/// Calls of about 100 bytes. A round is short, so that most rounds end before another process gets the core.
+/// Interpreters differ in speed by some percent, so many are compared.
 void compareCalls(int length)
 {
     constexpr int pairs = 600;

@@ -1,6 +1,6 @@
 // From Return in the chat window to its status line, over TLS 1.3 to a server that is far away and answers at once,
-// against bare libcurl; counted in round trips. To be run by delayed_network.py, in whose namespace the system trusts
-// the server's certificate.
+// compared with bare libcurl, in round trips. delayed_network.py must run it: in its namespace the system trusts the
+// server's certificate.
 
 #include "Pairs.h"
 #include "base/ApiKeyStore.h"
@@ -30,7 +30,7 @@ HttpAnswer answerTo(const HttpRequest& /*request*/)
     return HttpAnswer::message(200, R"({"choices":[{"message":{"content":"Rayleigh scattering."}}]})").keptAlive();
 }
 
-/// The chat with a conversation of so many bytes.
+/// The chat with a conversation of a given number of bytes.
 class Chat final
 {
 public:
@@ -42,7 +42,7 @@ public:
         m_window.makeKeyAndOrderFront();
     }
 
-    /// Milliseconds from Return to the status line.
+    /// Returns the milliseconds from Return to the status line.
     double send()
     {
         m_window.findChild<QLineEdit*>(QStringLiteral("inputField"))->setText(QStringLiteral("Why?"));
@@ -75,7 +75,7 @@ void compareNext(int bytes, const QString& url, const QByteArray& authorities, d
     const auto ours = [&] { return chat.send() / roundTrip; };
     const auto bare = [&] { return curl.exchange(QByteArray(bytes, 'x')) / roundTrip; };
     const auto warmUp = [&] {
-        for (int message = 0; message < 3; ++message) { // until TCP knows how much the path bears
+        for (int message = 0; message < 3; ++message) { // until TCP knows how much the network can carry
             ours();
             bare();
         }

@@ -1,5 +1,6 @@
-// An exchange of texts of one length in both directions with a server on loopback: a call of ChatClient, log and JSON
-// and all, and a transfer of its worker, both against bare libcurl on a handle that keeps its connection.
+// An exchange with a server on loopback, with texts of the same length in both directions: a call of ChatClient, with
+// its log and its JSON, and a transfer of its worker. Both are compared with bare libcurl on a handle that keeps its
+// connection.
 
 #include "Pairs.h"
 #include "chat/CurlHandle.h"
@@ -23,8 +24,8 @@ QByteArray replyOf(const QString& text)
     return R"({"choices":[{"message":{"content":")" + text.toLatin1() + R"("}}]})";
 }
 
-/// As long a text as was sent, which is all but a few bytes of the request; the connection goes on unless the request
-/// asks for its end.
+/// Returns an answer with a text as long as the request's, which is the request except for a few bytes. The connection
+/// stays open unless the request asks to close it.
 HttpAnswer answerTo(const HttpRequest& request)
 {
     const HttpAnswer answer = HttpAnswer::message(200, replyOf(QString(request.body.size(), u'x')));

@@ -1,5 +1,5 @@
-// How long the main thread stands still while a history of records of 100 KB is written: the longest time between two
-// ticks of a timer of one millisecond, beside the time that encoding and writing take in place.
+// How long the main thread is blocked while a history with records of 100 KB is written: the longest time between two
+// ticks of a timer of one millisecond. It is compared with the time that encoding and writing take on the main thread.
 
 #include "Pairs.h"
 #include "base/AtomicFile.h"
@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// Milliseconds that the whole work takes on this thread; leaves no file.
+/// Returns the milliseconds that all the work takes on this thread. Removes the file.
 double timeInPlace(const QList<NeloChatMessage>& messages)
 {
     const double time = Pairs::millisecondsOf([&messages] {
@@ -30,7 +30,7 @@ double timeInPlace(const QList<NeloChatMessage>& messages)
     return time;
 }
 
-/// The longest time between two ticks until the file is there.
+/// Returns the longest time between two ticks until the file exists.
 double maxStall(const QList<NeloChatMessage>& messages)
 {
     Conversation conversation(1ms);

@@ -80,7 +80,7 @@ private:
     TranscriptView m_view;
 };
 
-/// A window with the nearest thing that Qt brings.
+/// A window with Qt's most similar widget.
 class Browser
 {
 public:
@@ -96,7 +96,7 @@ public:
     {
         m_view.resize(900, 540);
         m_view.show();
-        m_view.moveCursor(QTextCursor::End); // a conversation is shown from its end
+        m_view.moveCursor(QTextCursor::End); // the end of a conversation is shown first
         paintNow(m_view);
     }
 
@@ -111,7 +111,7 @@ private:
     QTextBrowser m_view;
 };
 
-/// Milliseconds of each step, once around.
+/// Returns the milliseconds of each step of one round.
 struct Times
 {
     double show = 0;
@@ -194,7 +194,7 @@ void compare(int length)
         Pairs::print(result);
 }
 
-/// The heap that messages take once every one of them was seen and is out of sight again, and the size of their text.
+/// Returns the heap that messages take after each was visible once and is not any more, and the size of their text.
 Pairs::Result memory()
 {
     constexpr int length = 2000;
@@ -210,7 +210,7 @@ Pairs::Result memory()
     QScrollBar* bar = view.widget().verticalScrollBar();
     for (int y = 0; y < bar->maximum(); y += bar->pageStep())
         bar->setValue(y);
-    bar->setValue(0); // only the very first message is in sight
+    bar->setValue(0); // only the first message is visible
     const auto heap = static_cast<double>(mallinfo2().uordblks - before);
     return {"transcript, heap to text", length, {heap / 1000}, {static_cast<double>(textBytes) / 1000}, "kB"};
 }

@@ -1,5 +1,5 @@
-// What use costs in memory: what is private and dirty after 200 openings of each window, 10,000 calls of the backend
-// and 1,000 sends of the chat's client, against after 20, 1,000 and 100 of them.
+// The memory that use takes: the private dirty memory after 200 openings of each window, 10,000 calls of the backend
+// and 1,000 sends of the chat's client, compared with that after 20, 1,000 and 100 of them.
 
 #include "Pairs.h"
 #include "backend/NeloBackend.h"
@@ -25,7 +25,7 @@
 
 namespace {
 
-/// Kilobytes of this process that were written to and are nobody else's.
+/// Returns the kilobytes of this process that were written to and that it shares with no other process.
 double privateDirty()
 {
     std::ifstream rollup("/proc/self/smaps_rollup");
@@ -37,10 +37,10 @@ double privateDirty()
             return kilobytes;
         }
     }
-    std::abort(); // not this Linux
+    std::abort(); // every Linux of today has this file
 }
 
-/// Does `work` `often` times and prints the memory that there is then and that there was after the `first` times.
+/// Does `work` `often` times. Prints the memory at the end and after the `first` times.
 void measure(const char* row, int first, int often, const std::function<void()>& work)
 {
     for (int time = 0; time < first; ++time)
@@ -51,7 +51,7 @@ void measure(const char* row, int first, int often, const std::function<void()>&
     Pairs::print({row, often, {privateDirty()}, {before}, "kB"});
 }
 
-/// A provider in a process of its own, for it remembers what it was asked.
+/// A provider in a process of its own, because it keeps all requests in memory.
 class Provider final
 {
 public:
@@ -143,7 +143,7 @@ void measureSends()
 int main(int argc, char** argv)
 {
     const TestHome home;
-    const Provider provider; // forks, so before there are threads
+    const Provider provider; // it forks, so it comes before the first thread
     QApplication application(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Nelo"));
     QApplication::setApplicationName(QStringLiteral("BenchMemory"));

@@ -91,7 +91,7 @@ void fill(QVBoxLayout* form)
     addRow(form, QStringLiteral("Tovani Path"), makeField(QStringLiteral("/home/me/.nelo/tovani")));
 }
 
-/// Rows of JSON objects, of which each column shows the text of one key.
+/// A model of JSON objects. Each column shows the text of one key.
 class BareModel final : public QAbstractTableModel
 {
 public:

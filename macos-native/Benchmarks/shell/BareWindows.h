@@ -5,12 +5,12 @@
 #include <memory>
 #include <string>
 
-// What Qt alone costs: the controls of a window by hand, with nothing behind them.
+// The cost of Qt alone: the controls of a window, made by hand and without functions.
 
 /// The settings window: a form in a scroll area.
 std::unique_ptr<QWidget> makeBareSettingsWindow();
 
-/// The backend's answers that the console window shows; arrays of objects, but for the runtime's.
+/// The backend's answers that the console window shows. All are arrays of objects, except the runtime's.
 struct ConsoleReplies
 {
     std::string agents;
