@@ -2,7 +2,7 @@
 #include "agents/core/AgentReport.h"
 #include "backend/BackendReply.h"
 #include "fuzz/Invariant.h"
-#include "skills/core/AgentTexts.h"
+#include "skills/core/SkillTexts.h"
 
 #include <QSet>
 

@@ -12,7 +12,6 @@
 #include "shell/primitives/NeloWindow.h"
 #include "ui/Alerts.h"
 #include "ui/Buttons.h"
-#include "ui/CallOrAlert.h"
 #include "ui/FlowLayout.h"
 #include "ui/JsonTable.h"
 #include "ui/Labels.h"
@@ -39,8 +38,8 @@ std::vector<JsonColumn> columns()
     };
 }
 
-/// Returns a place for a window that leaves the title of `window` in sight, or the corner of the screen when that place
-/// is too near to the screen's edge.
+/// Returns a place for a new window that leaves the title of `window` visible. When that place is too near to the edge
+/// of the screen, returns the corner of the screen.
 QPoint placeBeside(const QWidget& window)
 {
     constexpr QPoint cascade(24, 24);
@@ -87,7 +86,7 @@ QHBoxLayout* AgentsViewController::makeButtonRow()
     add(QStringLiteral("Delete"), &AgentsViewController::deleteSelected);
     m_summaryLabel = makeSecondaryLabel(QStringLiteral("summaryLabel"), {}, this);
     m_summaryLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    m_summaryLabel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed); // it elides before the buttons wrap
+    m_summaryLabel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed); // the label elides before the buttons wrap
     m_summaryLabel->setMinimumWidth(scaledToFont(90));
     auto* row = new QHBoxLayout;
     row->setSpacing(8);
@@ -108,7 +107,7 @@ void AgentsViewController::viewDidAppear()
     m_refreshTimer = std::make_unique<QTimer>(this);
     m_refreshTimer->setObjectName(QStringLiteral("refreshTimer"));
     connect(m_refreshTimer.get(), &QTimer::timeout, this, &AgentsViewController::refreshAgents);
-    m_refreshTimer->setTimerType(Qt::PreciseTimer); // a coarse one may be a quarter of a second early
+    m_refreshTimer->setTimerType(Qt::PreciseTimer); // a coarse timer may be a quarter of a second early
     m_refreshTimer->start(m_refreshInterval);
 }
 
@@ -126,9 +125,8 @@ void AgentsViewController::refreshAgents()
     loadAgents();
 }
 
-/// What `refreshAgents` does once it may. An action that changed something calls it directly: its dialog is just gone,
-/// and a window system takes its time to make the window under it the active one again; a terminal that was launched
-/// may take the place in front at once. That would be no poll, and what was done has to show.
+/// Loads the table, also while the window is not active. An action calls this to show its result: the window under a
+/// dialog that has just closed is not active yet, and a terminal that was started may be the active window now.
 void AgentsViewController::loadAgents()
 {
     AgentReport report = agentReport(BackendReply(NeloBackend::call("sync_local_agents_to_core")));
@@ -145,7 +143,7 @@ void AgentsViewController::addAgent()
     if (!self || !choice)
         return;
     if (choice->ecosystem == Ecosystem::openclaw) {
-        setUpOpenClaw(); // the record is left to that
+        setUpOpenClaw(); // the setup makes the record
         return;
     }
     const NewAgent agent = newAgent(choice->ecosystem, choice->name, stamp, QDir::homePath());
@@ -177,7 +175,7 @@ void AgentsViewController::adoptOrRename()
     const char* const function = agent->isManaged() ? "rename_local_agent" : "adopt_local_agent";
     std::vector<Json> args{agent->ecosystem, agent->id, *newName};
     if (!agent->isManaged())
-        args.emplace_back(agent->workspace); // where it was found
+        args.emplace_back(agent->workspace); // the folder in which the agent was found
     if (!callOrAlert(this, QStringLiteral("Save Failed"), function, args))
         return;
     const QString done = agent->isManaged() ? QStringLiteral("Renamed ") : QStringLiteral("Adopted ");
@@ -212,7 +210,7 @@ void AgentsViewController::openConfigEditor()
     };
     auto* editor = new ConfigEditorWindowController(QStringLiteral("Config Editor - ") + path, path, onSave);
     if (m_lastEditor)
-        editor->window()->move(placeBeside(*m_lastEditor)); // where the desktop lets windows say where they stand
+        editor->window()->move(placeBeside(*m_lastEditor)); // some desktops let no window choose its place
     m_lastEditor = editor->window();
     editor->window()->makeKeyAndOrderFront();
 }
@@ -242,11 +240,11 @@ void AgentsViewController::deleteSelected()
     loadAgents();
 }
 
-/// Returns the agent that an action is about. Without a selection says so and returns nothing.
+/// Returns the selected agent. When none is selected, shows an alert and returns nothing.
 std::optional<Agent> AgentsViewController::selectedAgent()
 {
     if (const std::optional<Json> row = m_tableView->selectedRow())
         return agentOf(*row);
     showAlert(this, QStringLiteral("No Selection"), QStringLiteral("Select an agent first."));
-    return std::nullopt; // `this` may be gone
+    return std::nullopt; // `this` may have been deleted
 }

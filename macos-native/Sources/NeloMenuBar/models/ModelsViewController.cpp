@@ -6,7 +6,6 @@
 #include "models/core/ModelReports.h"
 #include "ui/Alerts.h"
 #include "ui/Buttons.h"
-#include "ui/CallOrAlert.h"
 #include "ui/FlowLayout.h"
 #include "ui/JsonTable.h"
 #include "ui/Labels.h"
@@ -19,7 +18,7 @@ namespace {
 constexpr int margin = 16;
 constexpr int spacing = 10;
 
-/// A box called `title`, as the table in it is.
+/// Returns a box with the title `title` around `table`. The title is the table's accessible name, too.
 QGroupBox* makeBox(const QString& title, JsonTable* table, QWidget* parent)
 {
     auto* box = new QGroupBox(title, parent);
@@ -30,7 +29,7 @@ QGroupBox* makeBox(const QString& title, JsonTable* table, QWidget* parent)
     return box;
 }
 
-/// The member `key` of the selected row; empty when nothing is selected or the member is no string.
+/// Returns the member `key` of the selected row. It is empty when no row is selected or the member is no string.
 QString selectedString(const JsonTable& table, const char* key)
 {
     const std::optional<Json> row = table.selectedRow();
@@ -111,7 +110,7 @@ void ModelsViewController::resizeEvent(QResizeEvent* event)
         divideWidth();
 }
 
-/// Gives the catalogue its share of the width: a little more than half of the view's.
+/// Divides the width: the catalogue gets a little more than half of the view.
 void ModelsViewController::divideWidth()
 {
     const int left = qRound(0.55 * width()) - 20;

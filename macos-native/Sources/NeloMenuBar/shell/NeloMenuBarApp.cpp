@@ -7,11 +7,14 @@
 #include "shell/ConsoleTabController.h"
 #include "shell/LauncherViewController.h"
 #include "shell/MenuBarImage.h"
-#include "shell/StatusMenu.h"
 #include "shell/primitives/NeloWindow.h"
 #include "ui/LegibleStyle.h"
 
 #include <QApplication>
+#include <QKeyEvent>
+#include <QMenu>
+
+#include <algorithm>
 
 using ActivationPolicy = Platform::ActivationPolicy;
 
@@ -21,6 +24,27 @@ QString productName()
 {
     return QStringLiteral("Nelo");
 }
+
+/// The status item's menu. The shortcuts of its items work while it is open. Qt looks for shortcuts in windows only,
+/// and the menu belongs to no window.
+class StatusMenu final : public QMenu
+{
+protected:
+    void keyPressEvent(QKeyEvent* event) override
+    {
+        const QKeySequence pressed(event->keyCombination());
+        const QList<QAction*> items = actions();
+        const auto item = std::find_if(items.begin(), items.end(), [&pressed](const QAction* action) {
+            return !action->shortcut().isEmpty() && action->shortcut() == pressed;
+        });
+        if (item == items.end()) {
+            QMenu::keyPressEvent(event);
+            return;
+        }
+        close();
+        (*item)->trigger();
+    }
+};
 
 template <typename Controller> ViewController* make()
 {
@@ -42,7 +66,7 @@ NeloMenuBarApp::~NeloMenuBarApp() = default;
 void NeloMenuBarApp::applicationDidFinishLaunching()
 {
     m_platform->setActivationPolicy(ActivationPolicy::Accessory);
-    LegibleStyle::install(); // before there is anything to see
+    LegibleStyle::install(); // before the first window is made
 
     makeMenu();
     const QIcon image = menuBarImage();
@@ -80,7 +104,7 @@ void NeloMenuBarApp::showLauncher()
     if (!m_launcherWindow) {
         m_launcherWindow = std::make_unique<NeloWindow>(QStringLiteral("Nelo Launcher"), QSize(240, 200));
         m_launcherWindow->setContentViewController(new LauncherViewController(m_menu->actions()));
-        m_launcherWindow->setAttribute(Qt::WA_ShowWithoutActivating); // nobody has asked for it
+        m_launcherWindow->setAttribute(Qt::WA_ShowWithoutActivating); // the user has not asked for it
     }
     m_launcherWindow->show();
 }
@@ -108,7 +132,7 @@ void NeloMenuBarApp::openSettings()
 void NeloMenuBarApp::show(std::unique_ptr<NeloWindow>& window, const QString& title, QSize size,
                           ViewController* (*makeController)())
 {
-    if (QWidget* alert = QApplication::activeModalWidget()) { // which no other window may be used before
+    if (QWidget* alert = QApplication::activeModalWidget()) { // the user must answer it before any window can be used
         if (window && window->isMinimized())
             bringForward(*window);
         alert->raise();
@@ -125,7 +149,7 @@ void NeloMenuBarApp::show(std::unique_ptr<NeloWindow>& window, const QString& ti
 void NeloMenuBarApp::bringForward(NeloWindow& window)
 {
     m_platform->activateApplication();
-    m_platform->setActivationPolicy(ActivationPolicy::Regular); // for good, also once all windows are closed
+    m_platform->setActivationPolicy(ActivationPolicy::Regular); // it stays so when all windows are closed
     m_platform->activateApplication();
     m_platform->prepareToShow(window);
     window.makeKeyAndOrderFront();
@@ -134,7 +158,7 @@ void NeloMenuBarApp::bringForward(NeloWindow& window)
 void NeloMenuBarApp::comeForward(const QByteArray& token)
 {
     m_platform->setActivationToken(token);
-    if (m_menu && !m_platform->hasStatusArea()) // launching has finished
+    if (m_menu && !m_platform->hasStatusArea()) // without a menu the launch has not finished
         showLauncher();
     openNelo();
 }

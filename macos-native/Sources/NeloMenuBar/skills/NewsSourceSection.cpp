@@ -5,7 +5,6 @@
 #include "skills/core/NewsSource.h"
 #include "ui/Alerts.h"
 #include "ui/Buttons.h"
-#include "ui/CallOrAlert.h"
 #include "ui/FlowLayout.h"
 #include "ui/Forms.h"
 #include "ui/Labels.h"
@@ -45,7 +44,7 @@ public:
         column->addLayout(sourceFormRow(QStringLiteral("Enabled"), m_enabledPopup));
     }
 
-    /// Returns the source as it is described now.
+    /// Returns the source that the fields describe.
     NewNewsSource source() const
     {
         return {
@@ -71,7 +70,7 @@ NewsSourceSection::NewsSourceSection(QWidget* parent)
     : QWidget(parent), m_sourcePopup(new PopUpButton(this)), m_sourceSummaryLabel(new Label({}, this))
 {
     m_sourcePopup->setObjectName(QStringLiteral("sourcePopup"));
-    m_sourcePopup->setMinimumWidth(scaledToFont(120)); // a long title gives way to the buttons
+    m_sourcePopup->setMinimumWidth(scaledToFont(120)); // a long title is elided, so that the buttons have room
     m_sourceSummaryLabel->setObjectName(QStringLiteral("sourceSummaryLabel"));
     auto* caption = new Label(QStringLiteral("Configured Sources"), this);
     caption->setBuddy(m_sourcePopup);

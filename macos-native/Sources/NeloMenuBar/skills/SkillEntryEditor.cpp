@@ -4,7 +4,6 @@
 #include "skills/core/SkillEntry.h"
 #include "skills/core/SkillVariables.h"
 #include "ui/Alerts.h"
-#include "ui/CallOrAlert.h"
 #include "ui/Colors.h"
 #include "ui/Forms.h"
 #include "ui/Labels.h"
@@ -19,7 +18,6 @@
 
 namespace {
 
-const QString dynamicMode = QStringLiteral("dynamic");
 const QString emptyEnv = QStringLiteral("{}");
 const QString apiKeyCaption = QStringLiteral("API Key");
 constexpr FormRowMetrics rowMetrics{.labelWidth = 160, .spacing = 8};
@@ -36,7 +34,7 @@ VerbatimTextEdit* makeEnvTextView(QWidget* parent)
     return view;
 }
 
-/// A text that cannot be edited can still be selected, by mouse and by keyboard.
+/// Makes the text editable or not. It can be selected with the mouse and the keyboard in both cases.
 void setEditable(VerbatimTextEdit* view, bool isEditable)
 {
     view->setReadOnly(!isEditable);
@@ -97,7 +95,8 @@ void SkillEntryEditor::updateConfigModeUI(const QString& mode)
     m_envLabel->setText(m_isDynamic ? QStringLiteral("ENV (JSON snapshot)") : QStringLiteral("ENV (JSON object)"));
 }
 
-/// A snapshot has less weight than a text that can be edited. The colour comes from the palette, so it follows it.
+/// Shows a snapshot in the secondary colour, and a text that can be edited in the ordinary one. Both come from the
+/// palette; a change of palette calls this again.
 void SkillEntryEditor::applyEnvColor()
 {
     QPalette colors;
@@ -176,7 +175,8 @@ void SkillEntryEditor::saveEntry()
     emit statusChanged(QStringLiteral("Saved config for ") + skillKey + u'.');
 }
 
-/// Returns the selected skill. Says so in an alert when there is none: `this` may be gone then.
+/// Returns the selected skill. When there is none, shows an alert and returns nothing; `this` may have been deleted
+/// then.
 std::optional<Json> SkillEntryEditor::requireSelection()
 {
     if (m_selectedSkill)
@@ -185,7 +185,7 @@ std::optional<Json> SkillEntryEditor::requireSelection()
     return std::nullopt;
 }
 
-/// Returns what is to be saved as the environment, or nothing when it is edited as text and that is no JSON object.
+/// Returns the environment to save. Returns nothing when it is edited as text and the text is no JSON object.
 std::optional<Json> SkillEntryEditor::editedEnv() const
 {
     if (m_isDynamic && m_dynamicFieldsStack->hasFields())

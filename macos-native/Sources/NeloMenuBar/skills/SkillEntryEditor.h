@@ -12,6 +12,9 @@ class PopUpButton;
 class QLineEdit;
 class VerbatimTextEdit;
 
+/// The title of the mode in which an environment is edited as fields.
+inline const QString dynamicMode = QStringLiteral("dynamic");
+
 /// Edits the configuration of the selected skill in the current ecosystem: whether it is enabled, its credential, and
 /// its environment variables, as fields or as JSON text. Backend calls block. A failure is told in an alert.
 class SkillEntryEditor final : public QWidget
@@ -27,7 +30,7 @@ public:
     void setSelectedSkill(const std::optional<Json>& skill);
     /// Selects no skill, and shows an empty entry.
     void reset();
-    /// Shows the environment as fields when `mode` is "dynamic", and as JSON text in any other mode. Call it also
+    /// Shows the environment as fields when `mode` is `dynamicMode`, and as JSON text in any other mode. Call it also
     /// before the editor is first shown.
     void updateConfigModeUI(const QString& mode);
 

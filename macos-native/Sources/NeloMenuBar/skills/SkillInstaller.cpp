@@ -1,11 +1,9 @@
 #include "skills/SkillInstaller.h"
 
 #include "base/Ecosystem.h"
-#include "skills/core/AgentTexts.h"
 #include "skills/core/InstallReport.h"
 #include "skills/core/SkillTexts.h"
 #include "ui/Alerts.h"
-#include "ui/CallOrAlert.h"
 #include "ui/PopUpButton.h"
 #include "ui/SingleLine.h"
 #include "ui/TextScale.h"
@@ -16,7 +14,7 @@
 
 namespace {
 
-/// A question that one of several rows answers.
+/// A question whose answer is one of several rows.
 struct Question
 {
     QString title;
@@ -25,7 +23,7 @@ struct Question
     QString firstButton;
 };
 
-/// The one of `rows` that the user chooses by its title, if any.
+/// Asks the user to choose one of `rows` by its title. Returns the row, or nothing when the user cancelled.
 std::optional<Json> choose(QWidget* view, const Question& question, const std::vector<Json>& rows,
                            QString (*titleOf)(const Json& row))
 {
@@ -47,19 +45,19 @@ QString firstFolder()
     return QDir(desktop).exists() ? desktop : QDir::homePath();
 }
 
-/// Asks for the file of a skill package, first on the user's desktop, and returns its path. Returns nothing when the
-/// user declines. The kind of file is not checked. Runs an event loop.
+/// Asks for the file of a skill package, and returns its path. The dialog starts in the folder "Desktop". Returns
+/// nothing when the user cancelled. The kind of the file is not checked. Runs an event loop.
 std::optional<QString> choosePackage(QWidget* parent)
 {
     const QString message =
         QStringLiteral("Choose an openclaw skill package (.zip). Non-zip files will be rejected after selection.");
     const QPointer<QFileDialog> panel(new QFileDialog(parent, message, firstFolder()));
     panel->setFileMode(QFileDialog::ExistingFile);
-    panel->resize(scaledWindowSize({800, 480})); // as wide as its message
+    panel->resize(scaledWindowSize({800, 480})); // the title bar shows the whole message
     panel->setLabelText(QFileDialog::Accept, QStringLiteral("Install"));
     const bool isConfirmed = panel->exec() == QDialog::Accepted;
     if (!panel)
-        return std::nullopt; // it went with its window
+        return std::nullopt; // it was deleted with its window
     const QStringList files = panel->selectedFiles();
     panel->deleteLater();
     return isConfirmed && !files.isEmpty() ? std::optional(files.first()) : std::nullopt;
@@ -81,7 +79,7 @@ void SkillInstaller::installSkill(const QString& ecosystem, const std::optional<
         showAlert(m_view, QStringLiteral("No OpenClaw Agent"), QStringLiteral("Select an openclaw agent first."));
         return;
     }
-    const QString id = textOf(*agent, "id"); // now: the panel may outlive the row
+    const QString id = textOf(*agent, "id"); // a copy: the row may change while the panel is open
     const QPointer<SkillInstaller> self(this);
     const std::optional<QString> package = choosePackage(m_view);
     if (!self || !package)

@@ -25,7 +25,6 @@
 
 namespace {
 
-const QString dynamicMode = QStringLiteral("dynamic");
 const QString noSelection = QStringLiteral("Select a skill");
 
 PopUpButton* makePopup(const QString& objectName, const QStringList& titles, QWidget* parent)

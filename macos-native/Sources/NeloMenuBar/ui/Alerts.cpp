@@ -1,5 +1,6 @@
 #include "ui/Alerts.h"
 
+#include "backend/NeloBackend.h"
 #include "ui/Buttons.h"
 #include "ui/InformativeText.h"
 #include "ui/Labels.h"
@@ -16,8 +17,7 @@
 
 namespace {
 
-/// Has no parent widget: whatever happens to the window it belongs to while it is open, the dialog stays whole until
-/// its caller is done with it.
+/// The dialog has no parent widget: when its window is deleted while it is open, the dialog and its accessory stay.
 class AlertDialog final : public QDialog
 {
 public:
@@ -45,16 +45,16 @@ public:
         column->addLayout(m_buttons);
     }
 
-    /// Adds a button left of those before it.
+    /// Adds a button to the left of the other buttons.
     QPushButton* addButton(const QString& title)
     {
         QPushButton* button = makeButton(title, this);
-        button->setAutoDefault(true); // Return presses the button that has the keyboard
+        button->setAutoDefault(true); // Return presses the button with the keyboard focus
         m_buttons->insertWidget(1, button);
         return button;
     }
 
-    /// Adds the button that accepts and that Return presses.
+    /// Adds the button that accepts the dialog. Return presses it.
     QPushButton* addDefaultButton(const QString& title)
     {
         QPushButton* button = addButton(title);
@@ -73,7 +73,7 @@ public:
 private:
     void placeOver(const QWidget& window)
     {
-        winId(); // makes the native window, which knows what it belongs to
+        winId(); // makes the native window
         windowHandle()->setTransientParent(window.windowHandle());
         adjustSize();
         const QPoint corner = window.frameGeometry().center() - rect().center();
@@ -117,4 +117,14 @@ DialogAnswer runDialog(QWidget* parent, const QString& title, const QString& tex
     if (accessory)
         accessory->setParent(nullptr);
     return answer;
+}
+
+std::optional<BackendReply> callOrAlert(QWidget* parent, const QString& failureTitle, std::string_view function,
+                                        const std::vector<Json>& args)
+{
+    const BackendReply reply(NeloBackend::call(function, args));
+    if (!reply.isError())
+        return reply;
+    showAlert(parent, failureTitle, reply.text());
+    return std::nullopt;
 }

@@ -1,5 +1,6 @@
 #include "ui/JsonTable.h"
 
+#include "ui/Labels.h"
 #include "ui/SingleLine.h"
 #include "ui/TextScale.h"
 
@@ -9,18 +10,16 @@
 #include <QScrollBar>
 #include <QStyleOptionFocusRect>
 #include <QStyledItemDelegate>
-#include <QTextDocument>
-#include <QToolTip>
 
 namespace {
 
-/// Shows the text of an elided cell in a tool tip.
+/// Draws a cell, and shows the text of an elided cell in a tool tip.
 class CellDelegate final : public QStyledItemDelegate
 {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
-    /// What is painted of a cell. Assistive technology reads all of it.
+    /// Returns the text that is painted. Assistive technology reads the whole text.
     QString displayText(const QVariant& value, const QLocale& /*locale*/) const override
     {
         return singleLine(value.toString());
@@ -32,10 +31,7 @@ public:
         const bool isElided = index.isValid() && sizeHint(option, index).width() > option.rect.width();
         if (event->type() != QEvent::ToolTip || !isElided)
             return QStyledItemDelegate::helpEvent(event, view, option, index);
-        constexpr qsizetype maxCharacters = 5000; // a tool tip has no scroll bar
-        // A tool tip guesses whether its text is markup, and has no switch for plain text.
-        QToolTip::showText(event->globalPos(), Qt::convertFromPlainText(index.data().toString().left(maxCharacters)),
-                           view);
+        showToolTip(event->globalPos(), index.data().toString(), view);
         return true;
     }
 };
@@ -74,8 +70,8 @@ std::optional<Json> JsonTable::selectedRow() const
 
 void JsonTable::focusInEvent(QFocusEvent* event)
 {
-    // The base class makes the first row the current one, and the first arrow key would pass over it. It does not where
-    // the keyboard comes by a click.
+    // The base class makes the first row the current one, and the first arrow key would then go to the second row. It
+    // does not do this when a click has given the focus.
     QFocusEvent byClick(QEvent::FocusIn, Qt::MouseFocusReason);
     QTableView::focusInEvent(currentIndex().isValid() ? event : &byClick);
 }
@@ -95,13 +91,13 @@ void JsonTable::mouseReleaseEvent(QMouseEvent* event)
 
 void JsonTable::rowsAboutToBeRemoved(const QModelIndex& parent, int first, int last)
 {
-    // The base class would select a neighbour of the row that goes, which nobody has chosen.
+    // The base class would select the row beside the removed one, which the user has not chosen.
     if (currentIndex().row() >= first && currentIndex().row() <= last)
         selectionModel()->clear();
     QTableView::rowsAboutToBeRemoved(parent, first, last);
 }
 
-/// Without a row, nothing in the table shows that it has the keyboard.
+/// Draws a frame when the table has the keyboard focus and no current row, because no row shows the focus then.
 void JsonTable::paintEvent(QPaintEvent* event)
 {
     QTableView::paintEvent(event);

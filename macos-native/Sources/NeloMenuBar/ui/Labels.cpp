@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Gives `label` the text colour of `emphasis`, made from the palette that it inherits.
+/// Gives `label` the text colour of `emphasis`, which is mixed from the palette that the label inherits.
 void setTextColor(QLabel& label, Emphasis emphasis)
 {
     if (emphasis == Emphasis::Primary)
@@ -20,7 +20,7 @@ void setTextColor(QLabel& label, Emphasis emphasis)
     const QPalette inherited = label.parentWidget() ? label.parentWidget()->palette() : QApplication::palette(&label);
     const QColor color = Colors::secondaryText(inherited);
     if (label.palette().color(QPalette::WindowText) == color)
-        return; // setting it again would announce a change of palette again
+        return; // setting the same colour would send another event of a changed palette
     QPalette palette;
     palette.setColor(QPalette::WindowText, color);
     label.setPalette(palette);
@@ -34,6 +34,13 @@ QFont fontOfSize(const QFont& font, int size, QFont::Weight weight)
     result.setPointSizeF(pointsScaledToFont(size));
     result.setWeight(weight);
     return result;
+}
+
+void showToolTip(QPoint globalPos, const QString& text, QWidget* widget)
+{
+    constexpr qsizetype maxCharacters = 5000;
+    // A tool tip guesses whether its text is markup, and has no setting for plain text.
+    QToolTip::showText(globalPos, Qt::convertFromPlainText(text.left(maxCharacters)), widget);
 }
 
 Label::Label(const QString& text, QWidget* parent) : QLabel(text, parent)
@@ -61,9 +68,7 @@ QSize Label::minimumSizeHint() const
 bool Label::event(QEvent* event)
 {
     if (event->type() == QEvent::ToolTip && isElided()) {
-        constexpr qsizetype maxToolTipCharacters = 5000; // a tool tip has no scroll bar
-        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),
-                           Qt::convertFromPlainText(text().left(maxToolTipCharacters)), this);
+        showToolTip(static_cast<QHelpEvent*>(event)->globalPos(), text(), this);
         return true;
     }
     return QLabel::event(event);
@@ -74,8 +79,8 @@ void Label::paintEvent(QPaintEvent* /*event*/)
     QPainter painter(this);
     const QString line = singleLine(text());
     const QString shown = isElided() ? fontMetrics().elidedText(line, Qt::ElideRight, width()) : line;
-    // On the line of the label's own font. A text with letters of another font, such as Chinese ones, would lose its
-    // lower edge if it were centred by its own height.
+    // The text stands on the base line of the label's own font. Chinese letters come from another font, with higher
+    // lines: centred by that height, the text would lose its lower edge.
     const int shownWidth = isElided() ? fontMetrics().horizontalAdvance(shown) : lineWidth();
     const QSize extent(shownWidth, fontMetrics().height());
     const QPoint corner = QStyle::alignedRect(layoutDirection(), alignment(), extent, rect()).topLeft();
@@ -163,8 +168,8 @@ QLabel* makeSupportLine(int linkSize, QWidget* parent)
     const QString domain = QStringLiteral(NELO_SUPPORT_DOMAIN);
 
     auto* line = new QLabel(parent);
-    line->setTextFormat(Qt::RichText); // all of it is our own text
-    // Without a colour of its own, a link has that of the system's theme, whatever its background is.
+    line->setTextFormat(Qt::RichText); // no part of the text comes from outside
+    // Without a colour of its own, a link has the colour of the system's theme, on any background.
     line->setText(QStringLiteral("%1<a href=\"%2\" style=\"font-size:%3pt; font-weight:500; "
                                  "text-decoration:underline; color:%4\">%5</a>")
                       .arg(introduction, address.toHtmlEscaped(), QString::number(pointsScaledToFont(linkSize)),

@@ -4,14 +4,18 @@
 #include <QHash>
 #include <QLabel>
 
-/// Returns `font` at `size` device-independent pixels, or in proportion larger on a desktop with larger text.
+/// Returns `font` at `size` device-independent pixels. On a desktop with larger text it is larger in proportion.
 QFont fontOfSize(const QFont& font, int size, QFont::Weight weight = QFont::Normal);
 
 /// The emphasis of a label's text.
 enum class Emphasis { Primary, Secondary };
 
-/// One line of plain text. It elides at the tail and never makes its window wider, shows line feeds as blanks, and
-/// shows the whole text in its tool tip while it is elided.
+/// Shows `text` as plain text in a tool tip over `widget`, at the position `globalPos` of the screen. Of a text with
+/// more than 5,000 characters only the beginning is shown: a tool tip cannot scroll.
+void showToolTip(QPoint globalPos, const QString& text, QWidget* widget);
+
+/// One line of plain text. It elides at the tail, never makes its window wider, and shows a line feed as a blank. While
+/// it is elided, its tool tip shows the text.
 class Label : public QLabel
 {
     Q_OBJECT
@@ -43,7 +47,7 @@ private:
 /// Returns a label of secondary emphasis with the object name `objectName`.
 Label* makeSecondaryLabel(const QString& objectName, const QString& text, QWidget* parent);
 
-/// Returns a label with plain text that wraps at words. It can be selected and copied.
+/// A label with plain text that wraps at words. The text can be selected and copied.
 class WrappingLabel final : public QLabel
 {
     Q_OBJECT
@@ -68,6 +72,6 @@ private:
 };
 
 /// Returns the line that introduces the product and links to the maker's customer service. It is centred and can be
-/// selected. The link, `linkSize` device-independent pixels high beside text of ordinary size, opens in the default
-/// browser, by mouse and by keyboard.
+/// selected. The mouse and the keyboard open the link in the default browser. The link is `linkSize` device-independent
+/// pixels high, or larger in proportion on a desktop with larger text.
 QLabel* makeSupportLine(int linkSize, QWidget* parent);

@@ -1,4 +1,3 @@
-#include "skills/core/AgentTexts.h"
 #include "skills/core/NewsSource.h"
 #include "skills/core/SkillTexts.h"
 

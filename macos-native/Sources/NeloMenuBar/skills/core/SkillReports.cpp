@@ -1,7 +1,7 @@
 #include "skills/core/SkillReports.h"
 
 #include "backend/BackendReply.h"
-#include "skills/core/AgentTexts.h"
+#include "skills/core/SkillTexts.h"
 
 SkillsReport skillsReport(const BackendReply& reply, const QString& ecosystem)
 {
