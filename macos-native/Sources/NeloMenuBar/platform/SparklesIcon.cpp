@@ -4,8 +4,6 @@
 #include <QPainter>
 #include <QPainterPath>
 
-#include <array>
-
 namespace {
 
 /// A star in a unit square: its centre and the length of its rays.
@@ -67,7 +65,7 @@ public:
     QList<QSize> availableSizes(QIcon::Mode /*mode*/, QIcon::State /*state*/) override
     {
         QList<QSize> sizes;
-        for (const int side : {16, 18, 22, 24, 32, 36, 44, 48, 64}) // the sizes that panels ask for, at scale 1 and 2
+        for (const int side : panelIconSides)
             sizes.append({side, side});
         return sizes;
     }

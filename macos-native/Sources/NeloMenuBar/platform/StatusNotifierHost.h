@@ -2,8 +2,18 @@
 
 #include <QDBusConnection>
 #include <QObject>
+#include <QString>
 
 #include <optional>
+
+/// The service on the session bus that knows the hosts and the items.
+namespace StatusNotifierWatcher {
+
+/// The name of the service. Its interface has the same name.
+inline const QString service = QStringLiteral("org.kde.StatusNotifierWatcher");
+inline const QString path = QStringLiteral("/StatusNotifierWatcher");
+
+} // namespace StatusNotifierWatcher
 
 /// Knows whether the desktop draws status items that programs describe over D-Bus. It asks without waiting, so that a
 /// desktop that answers late or never does not delay the program. See "StatusNotifierItem" at freedesktop.org.

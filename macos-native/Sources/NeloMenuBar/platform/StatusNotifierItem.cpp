@@ -1,5 +1,8 @@
 #include "platform/StatusNotifierItem.h"
 
+#include "platform/SparklesIcon.h"
+#include "platform/StatusNotifierHost.h"
+
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusError>
@@ -39,7 +42,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, IconPixmap& pixma
 QList<IconPixmap> pixmapsOf(const QIcon& icon)
 {
     QList<IconPixmap> pixmaps;
-    for (const int side : {16, 18, 22, 24, 32, 36, 44, 48, 64}) { // the sizes that panels ask for, at scale 1 and 2
+    for (const int side : panelIconSides) {
         QImage image = icon.pixmap(QSize(side, side), 1.0).toImage().convertToFormat(QImage::Format_ARGB32);
         if (image.width() != side)
             image = image.scaled(side, side, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
@@ -102,9 +105,9 @@ StatusNotifierItem::~StatusNotifierItem()
 void StatusNotifierItem::registerWithWatcher()
 {
     const QDBusConnection bus = QDBusConnection::sessionBus();
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("org.kde.StatusNotifierWatcher"), QStringLiteral("/StatusNotifierWatcher"),
-        QStringLiteral("org.kde.StatusNotifierWatcher"), QStringLiteral("RegisterStatusNotifierItem"));
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(StatusNotifierWatcher::service, StatusNotifierWatcher::path,
+                                       StatusNotifierWatcher::service, QStringLiteral("RegisterStatusNotifierItem"));
     call << bus.baseService();
     bus.asyncCall(call);
 }
