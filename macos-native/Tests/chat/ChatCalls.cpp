@@ -1,6 +1,7 @@
 #include "chat/ChatCalls.h"
 
 #include "chat/core/ChatLog.h"
+#include "chat/core/ChatReport.h"
 #include "support/Files.h"
 
 #include <QJsonArray>

@@ -2,7 +2,7 @@
 
 #include "base/Json.h"
 #include "chat/StoredMessages.h"
-#include "chat/core/LocalGreeting.h"
+#include "chat/core/NeloChatMessage.h"
 #include "chat/transcript/TranscriptView.h"
 #include "support/Corpora.h"
 #include "support/TestHome.h"

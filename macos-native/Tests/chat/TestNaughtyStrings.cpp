@@ -4,7 +4,7 @@
 #include "chat/ChatWindow.h"
 #include "chat/StoredMessages.h"
 #include "chat/core/ChatLog.h"
-#include "chat/core/LocalGreeting.h"
+#include "chat/core/NeloChatMessage.h"
 #include "chat/transcript/TranscriptView.h"
 #include "support/Corpora.h"
 #include "support/Warnings.h"

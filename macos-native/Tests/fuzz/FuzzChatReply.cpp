@@ -1,4 +1,5 @@
 #include "chat/client/ChatReply.h"
+#include "chat/core/ChatReport.h"
 #include "fuzz/Invariant.h"
 
 #include <QJsonArray>
@@ -20,17 +21,17 @@ QByteArray answerOf(const QString& content)
                                     "\\ufeff"); // Qt's reader takes it for a byte-order mark where a text begins
 }
 
-void requireSense(int status, const QByteArray& body, const ChatVerdict& verdict)
+void requireSense(int status, const QByteArray& body, const LoggedOutcome& result)
 {
     const bool isSuccess = status >= 200 && status <= 299;
-    const auto* const answer = std::get_if<ChatText>(&verdict.outcome);
-    const QString error = errorDescription(verdict.outcome);
-    require(verdict.logEntry.size() <= body.size() + maxFrameLength, "the log holds little more than the body");
+    const auto* const answer = std::get_if<ChatText>(&result.outcome);
+    const QString error = errorDescription(result.outcome);
+    require(result.logEntry.size() <= body.size() + maxFrameLength, "the log holds little more than the body");
     if (answer) {
         require(isSuccess, "nothing is an answer that has not succeeded");
         require(!answer->text.isEmpty() && answer->text == answer->text.trimmed(), "an answer has no blanks around it");
         require(answer->text.size() <= body.size() + maxFrameLength, "an answer is no longer than its body");
-        require(verdict.logEntry.size() <= maxFrameLength, "the log counts an answer and does not quote it");
+        require(result.logEntry.size() <= maxFrameLength, "the log counts an answer and does not quote it");
         return;
     }
     require(!error.isEmpty() && error.size() <= body.size() + maxFrameLength, "a refusal says why, and not at length");
@@ -52,7 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     const QString content = QString::fromUtf8(body);
     const QString expected = content.trimmed().isEmpty() ? QStringLiteral("(empty)") : content.trimmed();
-    const ChatVerdict verdict = interpretChatReply({.error = {}, .status = 200, .body = answerOf(content)});
-    require(verdict.outcome == ChatOutcome(ChatText{expected}), "whatever a provider answers is what is shown");
+    const LoggedOutcome result = interpretChatReply({.error = {}, .status = 200, .body = answerOf(content)});
+    require(result.outcome == ChatOutcome(ChatText{expected}), "whatever a provider answers is what is shown");
     return 0;
 }

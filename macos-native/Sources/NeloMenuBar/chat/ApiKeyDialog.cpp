@@ -1,6 +1,6 @@
 #include "chat/ApiKeyDialog.h"
 
-#include "chat/core/ChatTarget.h"
+#include "chat/core/ChatReport.h"
 #include "ui/Alerts.h"
 #include "ui/TextScale.h"
 
@@ -11,12 +11,13 @@ std::optional<QString> askForApiKey(QWidget* parent, const ChatTarget& target, c
     QLineEdit field;
     field.setEchoMode(QLineEdit::Password);
     field.setFixedSize(scaledToFont(QSize(280, 24)));
-    field.setPlaceholderText(target.apiKeyPlaceholder());
+    field.setPlaceholderText(target.provider.toUpper() + QStringLiteral(" API Key"));
     field.setAccessibleName(field.placeholderText());
     field.setText(storedKey);
 
-    const DialogAnswer answer = runDialog(parent, QStringLiteral("Configure API Key"), target.apiKeyDialogText(),
-                                          &field, QStringLiteral("Save"));
+    const DialogAnswer answer =
+        runDialog(parent, QStringLiteral("Configure API Key"), target.provider + QStringLiteral(" / ") + target.model,
+                  &field, QStringLiteral("Save"));
     if (answer == DialogAnswer::Cancelled)
         return std::nullopt;
     return field.text().trimmed();

@@ -1,13 +1,10 @@
 #include "chat/ChatViewController.h"
 
 #include "base/Provider.h"
-
 #include "chat/ApiKeyDialog.h"
 #include "chat/MessageField.h"
-#include "chat/RoundedPanel.h"
 #include "chat/core/ChatLog.h"
-#include "chat/core/ChatTarget.h"
-#include "chat/core/LocalGreeting.h"
+#include "chat/core/ChatReport.h"
 #include "chat/transcript/TranscriptView.h"
 #include "shell/primitives/NeloWindow.h"
 #include "ui/Alerts.h"
@@ -18,6 +15,7 @@
 #include "ui/TextScale.h"
 
 #include <QKeyEvent>
+#include <QPainter>
 #include <QPointer>
 #include <QPushButton>
 #include <QTimer>
@@ -32,7 +30,7 @@ QWidget* makeHeader(QWidget* card)
     return header;
 }
 
-/// `widget` with `margin` left and right of it.
+/// Returns a row with `widget`, and `margin` left and right of it.
 QHBoxLayout* inset(QWidget* widget, int margin)
 {
     auto* row = new QHBoxLayout;
@@ -41,7 +39,7 @@ QHBoxLayout* inset(QWidget* widget, int margin)
     return row;
 }
 
-/// The same, with less of a margin where there is no room for both.
+/// Returns the same, but the margins shrink where there is not enough room.
 QHBoxLayout* insetAtMost(QWidget* widget, int margin)
 {
     auto* row = new QHBoxLayout;
@@ -52,9 +50,34 @@ QHBoxLayout* insetAtMost(QWidget* widget, int margin)
     return row;
 }
 
-RoundedPanel* makePanel(double whiteness, int radius, const QColor& border, QWidget* parent)
+/// A panel with round corners in its palette's window colour. An invalid `border` draws none.
+class RoundedPanel final : public QWidget
 {
-    auto* panel = new RoundedPanel(radius, border, parent);
+public:
+    RoundedPanel(int radius, const QColor& border, QWidget* parent)
+        : QWidget(parent), m_radius(radius), m_border(border)
+    {}
+
+protected:
+    void paintEvent(QPaintEvent* /*event*/) override
+    {
+        const double inset = m_border.isValid() ? 0.5 : 0; // a line lies half on either side
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(m_border.isValid() ? QPen(m_border) : QPen(Qt::NoPen));
+        painter.setBrush(palette().window());
+        painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), m_radius - inset,
+                                m_radius - inset);
+    }
+
+private:
+    int m_radius;
+    QColor m_border;
+};
+
+QWidget* makePanel(double whiteness, int radius, const QColor& border, QWidget* parent)
+{
+    auto* const panel = new RoundedPanel(radius, border, parent);
     panel->setPalette(Colors::lightAppearance(Colors::white(whiteness)));
     return panel;
 }
@@ -85,7 +108,7 @@ void ChatViewController::loadView()
     column->addLayout(inset(makeStatusLine(card), 24));
     column->addSpacing(8);
     column->addLayout(insetAtMost(makeComposer(card), 120));
-    // Letters typed after a click on a bubble are a message.
+    // After a click on a bubble the user can type the next message at once.
     connect(m_transcriptScroll, &TranscriptView::pressed, m_inputField, qOverload<>(&QWidget::setFocus));
 }
 
@@ -155,7 +178,7 @@ void ChatViewController::makeControls(QWidget* composer)
     connect(m_sendButton, &QPushButton::clicked, this, &ChatViewController::sendMessage);
 
     for (QWidget* control : std::initializer_list<QWidget*>{m_plusButton, m_modelPopup, m_sendButton})
-        control->setFocusPolicy(Qt::TabFocus); // a click leaves the keyboard, and a composition, in the input field
+        control->setFocusPolicy(Qt::TabFocus); // after a click the input field keeps the keyboard and a composition
 }
 
 void ChatViewController::viewDidLoad()
@@ -174,13 +197,14 @@ void ChatViewController::viewDidAppear()
     QTimer::singleShot(m_focusDelay, Qt::PreciseTimer, this, [this] {
         auto* keyWindow = qobject_cast<NeloWindow*>(window());
         if (!keyWindow || !isVisible())
-            return; // closed again meanwhile
+            return; // the window was closed meanwhile
         keyWindow->makeKeyAndOrderFront();
         m_inputField->setFocus();
     });
 }
 
-/// Copies what is selected in the conversation; the control with the keyboard had nothing to copy.
+/// Copies the text that is selected in the conversation. The event comes here when the control with the keyboard has
+/// nothing to copy.
 void ChatViewController::keyPressEvent(QKeyEvent* event)
 {
     if (event->matches(QKeySequence::Copy) && !m_transcriptScroll->selectedText().isEmpty())
@@ -191,11 +215,11 @@ void ChatViewController::keyPressEvent(QKeyEvent* event)
 
 void ChatViewController::sendMessage()
 {
-    report(QStringLiteral("send triggered"), QStringLiteral("send triggered"));
+    report(sendTriggeredReport());
     m_inputField->commitComposition();
     const QString text = m_inputField->text().trimmed();
     if (text.isEmpty()) {
-        report(QStringLiteral("empty input"), QStringLiteral("send aborted: empty input"));
+        report(emptyInputReport());
         return;
     }
     if (isLocalGreeting(text)) {
@@ -216,17 +240,15 @@ void ChatViewController::answerGreeting(const QString& text)
     m_inputField->clear();
     appendMessage(assistantRole, neloWelcomeMessage);
     m_conversation.schedulePersist();
-    report(QStringLiteral("local greeting"), QStringLiteral("local greeting handled"));
+    report(localGreetingReport());
     m_inputField->setFocus();
 }
 
 void ChatViewController::askForMissingKey(const ChatTarget& target)
 {
-    report(QStringLiteral("missing api key"), target.missingKeyEntry());
-    const QPointer<ChatViewController> self(this);
-    showAlert(this, QStringLiteral("API Key Required"), target.missingKeyText());
-    if (self)
-        m_inputField->setFocus();
+    const ChatReport missing = missingKeyReport(target);
+    report(missing);
+    tellFailure(QStringLiteral("API Key Required"), missing);
 }
 
 void ChatViewController::startRequest(const ChatTarget& target, const QString& apiKey, const QString& text)
@@ -234,7 +256,7 @@ void ChatViewController::startRequest(const ChatTarget& target, const QString& a
     appendMessage(userRole, text);
     m_inputField->clear();
     m_conversation.schedulePersist();
-    report(QStringLiteral("request started"), target.requestStartedEntry(text));
+    report(requestStartedReport(target, text));
 
     if (!m_service)
         m_service = loadChatService();
@@ -248,16 +270,12 @@ void ChatViewController::startRequest(const ChatTarget& target, const QString& a
 
 void ChatViewController::finishRequest(const ChatOutcome& outcome)
 {
-    const ChatReport result = reportOf(outcome);
-    if (result.reply)
-        appendMessage(assistantRole, *result.reply);
+    const ChatReport ended = requestEndedReport(outcome);
+    if (ended.reply)
+        appendMessage(assistantRole, *ended.reply);
     m_conversation.schedulePersist();
-    report(result.status, result.logEntry);
-    const QPointer<ChatViewController> self(this);
-    if (result.failure)
-        showAlert(this, QStringLiteral("Request Failed"), *result.failure);
-    if (self)
-        m_inputField->setFocus();
+    report(ended);
+    tellFailure(QStringLiteral("Request Failed"), ended);
 }
 
 void ChatViewController::handlePlus()
@@ -266,7 +284,7 @@ void ChatViewController::handlePlus()
     const QPointer<ChatViewController> self(this);
     const std::optional<QString> key = askForApiKey(this, target, m_apiKeys.key(target.provider));
     if (!self || !key)
-        return; // cancelled, or the window went away while the question was up
+        return; // the user cancelled, or the window was closed while the dialog was open
     if (m_apiKeys.setKeys({{target.provider, *key}}))
         showAlert(this, QStringLiteral("Save Failed"), QStringLiteral("The API key could not be stored."));
 }
@@ -287,9 +305,19 @@ void ChatViewController::appendMessageView(const NeloChatMessage& message)
     m_transcriptScroll->append(message.role == userRole ? Speaker::User : Speaker::Nelo, message.content);
 }
 
-/// Shows how far the last action has come, and logs it.
-void ChatViewController::report(const QString& status, const QString& logEntry)
+/// Shows the status of a step, and logs it.
+void ChatViewController::report(const ChatReport& report)
 {
-    m_debugLabel->setText(status);
-    neloChatLog(logEntry);
+    m_debugLabel->setText(report.status);
+    neloChatLog(report.logEntry);
+}
+
+/// Tells the failure of a step, if there is one, in an alert. The input field has the keyboard afterwards.
+void ChatViewController::tellFailure(const QString& title, const ChatReport& report)
+{
+    const QPointer<ChatViewController> self(this);
+    if (report.failure)
+        showAlert(this, title, *report.failure);
+    if (self)
+        m_inputField->setFocus();
 }

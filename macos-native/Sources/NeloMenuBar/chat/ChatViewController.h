@@ -14,10 +14,11 @@ class MessageField;
 class PopUpButton;
 class QPushButton;
 class TranscriptView;
+struct ChatReport;
 struct ChatTarget;
 
-/// The content of the chat window: the conversation, and a composer that sends to a cloud model. It answers a few
-/// greetings itself.
+/// The content of the chat window: the conversation, and a composer that sends messages to a cloud model. The chat
+/// answers a few greetings itself.
 class ChatViewController final : public ViewController
 {
     Q_OBJECT
@@ -25,8 +26,8 @@ class ChatViewController final : public ViewController
 public:
     static constexpr std::chrono::milliseconds defaultFocusDelay{100};
 
-    /// `focusDelay` is the time from the window's appearance until the input gets the keyboard, `persistDelay` that
-    /// from a change of the conversation until it is written.
+    /// `focusDelay` is the time from the window's appearance until the input field gets the keyboard. `persistDelay` is
+    /// the time from a change of the conversation until it is written.
     explicit ChatViewController(QWidget* parent = nullptr, std::chrono::milliseconds focusDelay = defaultFocusDelay,
                                 std::chrono::milliseconds persistDelay = Conversation::defaultPersistDelay);
 
@@ -52,7 +53,8 @@ private:
     ChatTarget chosenTarget() const;
     void appendMessage(const QString& role, const QString& content);
     void appendMessageView(const NeloChatMessage& message);
-    void report(const QString& status, const QString& logEntry);
+    void report(const ChatReport& report);
+    void tellFailure(const QString& title, const ChatReport& report);
 
     const std::chrono::milliseconds m_focusDelay;
     Conversation m_conversation;

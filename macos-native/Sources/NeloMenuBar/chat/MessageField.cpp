@@ -1,5 +1,7 @@
 #include "chat/MessageField.h"
 
+#include "ui/SingleLine.h"
+
 #include <QContextMenuEvent>
 #include <QGuiApplication>
 #include <QInputMethod>
@@ -8,18 +10,12 @@
 #include <QMimeData>
 
 #include <limits>
-#include <string_view>
-
-using namespace std::string_view_literals;
 
 namespace {
 
 QString withBlanks(QString text)
 {
-    text.replace(QStringLiteral("\r\n"), QStringLiteral(" "));
-    for (const char16_t lineBreak : u"\n\v\f\r\u0085\u2028\u2029"sv)
-        text.replace(QChar(lineBreak), u' ');
-    return text;
+    return withoutLineBreaks(text.replace(QStringLiteral("\r\n"), QStringLiteral(" ")));
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "chat/ChatCalls.h"
+#include "chat/core/ChatReport.h"
 #include "support/Slowness.h"
 #include "support/Warnings.h"
 

@@ -1,6 +1,7 @@
 #include "chat/client/ChatClient.h"
 
 #include "chat/ChatCalls.h"
+#include "chat/core/ChatReport.h"
 #include "support/Warnings.h"
 
 #include <QJsonArray>

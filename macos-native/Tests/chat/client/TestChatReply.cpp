@@ -1,4 +1,5 @@
 #include "chat/client/ChatReply.h"
+#include "chat/core/ChatReport.h"
 
 #include "support/Warnings.h"
 
@@ -6,7 +7,7 @@
 
 namespace {
 
-ChatVerdict interpret(int status, const QByteArray& body)
+LoggedOutcome interpret(int status, const QByteArray& body)
 {
     return interpretChatReply({std::nullopt, status, body});
 }
@@ -71,10 +72,10 @@ private slots:
         QFETCH(QByteArray, body);
         QFETCH(QString, text);
         QFETCH(int, characters);
-        const ChatVerdict verdict = interpret(status, body);
-        QVERIFY(std::holds_alternative<ChatText>(verdict.outcome));
-        QCOMPARE(std::get<ChatText>(verdict.outcome).text, text);
-        QCOMPARE(verdict.logEntry,
+        const LoggedOutcome result = interpret(status, body);
+        QVERIFY(std::holds_alternative<ChatText>(result.outcome));
+        QCOMPARE(std::get<ChatText>(result.outcome).text, text);
+        QCOMPARE(result.logEntry,
                  QStringLiteral("callChatAPI success: status=%1 responseChars=%2").arg(status).arg(characters));
     }
 
@@ -106,9 +107,9 @@ private slots:
     void aBodyWithoutAReplyMissesItsChoices()
     {
         QFETCH(QByteArray, body);
-        const ChatVerdict expected{NeloChatError{QStringLiteral("response missing choices")},
-                                   QStringLiteral("callChatAPI parse error: missing choices body=")
-                                       + QString::fromUtf8(body)};
+        const LoggedOutcome expected{NeloChatError{QStringLiteral("response missing choices")},
+                                     QStringLiteral("callChatAPI parse error: missing choices body=")
+                                         + QString::fromUtf8(body)};
         QCOMPARE(interpret(200, body), expected);
     }
 
@@ -141,11 +142,11 @@ private slots:
         QFETCH(int, status);
         QFETCH(QByteArray, body);
         QFETCH(QString, text);
-        const ChatVerdict verdict = interpret(status, body);
+        const LoggedOutcome result = interpret(status, body);
         const QString number = QString::number(status);
-        QVERIFY(std::holds_alternative<NeloChatError>(verdict.outcome));
-        QCOMPARE(errorDescription(verdict.outcome), QStringLiteral("HTTP ") + number + QStringLiteral(": ") + text);
-        QCOMPARE(verdict.logEntry,
+        QVERIFY(std::holds_alternative<NeloChatError>(result.outcome));
+        QCOMPARE(errorDescription(result.outcome), QStringLiteral("HTTP ") + number + QStringLiteral(": ") + text);
+        QCOMPARE(result.logEntry,
                  QStringLiteral("callChatAPI HTTP error: status=") + number + QStringLiteral(" body=") + text);
     }
 
@@ -159,15 +160,15 @@ private slots:
     void noBodyIsToldWhateverTheStatus()
     {
         QFETCH(int, status);
-        const ChatVerdict expected{NeloChatError{QStringLiteral("empty response")},
-                                   QStringLiteral("callChatAPI empty response body, status=%1").arg(status)};
+        const LoggedOutcome expected{NeloChatError{QStringLiteral("empty response")},
+                                     QStringLiteral("callChatAPI empty response body, status=%1").arg(status)};
         QCOMPARE(interpretChatReply({std::nullopt, status, std::nullopt}), expected);
     }
 
     void whatIsNoHttpIsAnInvalidResponse()
     {
-        const ChatVerdict expected{NeloChatError{QStringLiteral("invalid response")},
-                                   QStringLiteral("callChatAPI invalid response type")};
+        const LoggedOutcome expected{NeloChatError{QStringLiteral("invalid response")},
+                                     QStringLiteral("callChatAPI invalid response type")};
         QCOMPARE(interpretChatReply({std::nullopt, std::nullopt, std::nullopt}), expected);
         QCOMPARE(interpretChatReply({std::nullopt, std::nullopt, bodyWith(R"("a")")}), expected);
     }
@@ -175,7 +176,7 @@ private slots:
     void aTransferThatFailedIsThatWhateverElseCame()
     {
         const ChatTransportError error{QStringLiteral("Connection closed")};
-        const ChatVerdict expected{error, QStringLiteral("callChatAPI transport error: Connection closed")};
+        const LoggedOutcome expected{error, QStringLiteral("callChatAPI transport error: Connection closed")};
         QCOMPARE(interpretChatReply({error, std::nullopt, std::nullopt}), expected);
         QCOMPARE(interpretChatReply({error, 200, bodyWith(R"("a")")}), expected);
         QCOMPARE(interpretChatReply({error, 500, QByteArray("oops")}), expected);

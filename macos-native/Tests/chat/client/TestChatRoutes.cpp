@@ -1,5 +1,5 @@
 #include "chat/ChatCalls.h"
-#include "chat/client/SystemProxy.h"
+#include "chat/client/CurlTransfer.h"
 #include "support/Files.h"
 #include "support/TestCertificate.h"
 #include "support/Warnings.h"

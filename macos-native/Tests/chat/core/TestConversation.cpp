@@ -2,7 +2,7 @@
 
 #include "base/Text.h"
 #include "chat/StoredMessages.h"
-#include "chat/core/LocalGreeting.h"
+#include "chat/core/NeloChatMessage.h"
 #include "support/ProcessTable.h"
 #include "support/SmallDisk.h"
 #include "support/TestHome.h"

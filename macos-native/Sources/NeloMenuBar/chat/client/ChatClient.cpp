@@ -1,7 +1,6 @@
 #include "chat/client/ChatClient.h"
 
 #include "base/Provider.h"
-#include "chat/client/CurlFailure.h"
 #include "chat/client/CurlWorker.h"
 #include "chat/core/ChatLog.h"
 
@@ -11,7 +10,8 @@ namespace {
 
 constexpr int maxRedirects = 20;
 
-/// Why a request cannot be sent at all; nothing when it can. libcurl would guess at what a URL lacks.
+/// Returns why a request cannot be sent, or nothing when it can be sent. libcurl would guess the missing parts of a
+/// URL.
 std::optional<ChatTransportError> obstacleTo(const ChatRequest& request)
 {
     const QString scheme = request.url.scheme();
@@ -24,20 +24,20 @@ std::optional<ChatTransportError> obstacleTo(const ChatRequest& request)
     return std::nullopt;
 }
 
-/// What a transfer means. A server may repeat the key in its complaint, and a complaint is shown and logged.
-ChatVerdict verdictOn(ChatTransfer transfer, const QString& apiKey)
+/// Interprets a transfer, and hides the API key where an error repeats it: errors are shown and logged.
+LoggedOutcome interpretWithoutKey(ChatTransfer transfer, const QString& apiKey)
 {
-    constexpr qsizetype minKeyLength = 8; // anything shorter is a word that a body may hold for its own reasons
-    ChatVerdict verdict = interpretChatReply(transfer);
-    if (std::holds_alternative<ChatText>(verdict.outcome) || !transfer.body || apiKey.size() < minKeyLength)
-        return verdict;
+    constexpr qsizetype minKeyLength = 8; // a shorter one may be a common word
+    LoggedOutcome result = interpretChatReply(transfer);
+    if (std::holds_alternative<ChatText>(result.outcome) || !transfer.body || apiKey.size() < minKeyLength)
+        return result;
     transfer.body->replace(apiKey.toLatin1(), "***");
     return interpretChatReply(transfer);
 }
 
 } // namespace
 
-/// One call, which redirects may make more than one request.
+/// One call. It takes several requests when the server redirects.
 struct ChatClient::Exchange
 {
     ChatRequest request;
@@ -61,18 +61,18 @@ void ChatClient::callChatAPI(const QString& provider, const QString& model, cons
         completion(NeloChatError{QStringLiteral("invalid URL")});
         return;
     }
-    ++m_underWay;
+    ++m_callsUnderWay;
     send(std::make_shared<Exchange>(Exchange{{*url, apiKey, chatRequestBody(model, messages)}, completion}));
 }
 
-/// Returns whether there is a worker now.
+/// Starts the worker if there is none. Returns false when that fails.
 bool ChatClient::startWorker()
 {
     if (m_worker)
         return true;
     m_worker = CurlWorker::start(m_limits);
     if (m_worker)
-        connect(m_worker.get(), &CurlWorker::rested, this, &ChatClient::endWorker);
+        connect(m_worker.get(), &CurlWorker::becameIdle, this, &ChatClient::endWorker);
     return m_worker != nullptr;
 }
 
@@ -84,7 +84,7 @@ void ChatClient::send(const std::shared_ptr<Exchange>& exchange)
     if (obstacle) {
         const ChatTransfer failure{obstacle, std::nullopt, std::nullopt};
         QMetaObject::invokeMethod(
-            this, [this, exchange, failure] { conclude(exchange, failure); }, Qt::QueuedConnection);
+            this, [this, exchange, failure] { complete(exchange, failure); }, Qt::QueuedConnection);
         return;
     }
     m_worker->send(exchange->request, [this, exchange](const ChatTransfer& transfer) { receive(exchange, transfer); });
@@ -95,29 +95,29 @@ void ChatClient::receive(const std::shared_ptr<Exchange>& exchange, const ChatTr
     const std::optional<ChatRequest> next =
         redirectToFollow(exchange->request, transfer.status.value_or(0), transfer.target);
     if (!next) {
-        conclude(exchange, transfer);
+        complete(exchange, transfer);
         return;
     }
     if (++exchange->redirects > maxRedirects) {
         const auto failure = failureInOwnWords(exchange->request.url, QStringLiteral("Too many redirects"));
-        conclude(exchange, {failure, std::nullopt, std::nullopt});
+        complete(exchange, {failure, std::nullopt, std::nullopt});
         return;
     }
     exchange->request = *next;
     send(exchange);
 }
 
-void ChatClient::conclude(const std::shared_ptr<Exchange>& exchange, const ChatTransfer& transfer)
+void ChatClient::complete(const std::shared_ptr<Exchange>& exchange, const ChatTransfer& transfer)
 {
-    --m_underWay;
-    const ChatVerdict verdict = verdictOn(transfer, exchange->request.apiKey);
-    neloChatLog(verdict.logEntry);
-    exchange->completion(verdict.outcome); // last: it may end this client
+    --m_callsUnderWay;
+    const LoggedOutcome result = interpretWithoutKey(transfer, exchange->request.apiKey);
+    neloChatLog(result.logEntry);
+    exchange->completion(result.outcome); // the last line: it may delete this client
 }
 
-/// Ends the worker's thread, and the connections that it kept.
+/// Ends the worker's thread, and closes the connections that it kept.
 void ChatClient::endWorker()
 {
-    if (m_underWay == 0) // otherwise a call has come meanwhile
+    if (m_callsUnderWay == 0) // a call may have begun since the signal was sent
         m_worker.reset();
 }

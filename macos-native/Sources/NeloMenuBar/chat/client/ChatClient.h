@@ -9,8 +9,8 @@
 
 class CurlWorker;
 
-/// Asks the endpoints. Everything that waits for the network is another thread's, which is there while calls are under
-/// way and as long after the last one as connections are kept.
+/// Sends conversations to the providers over HTTP. Another thread waits for the network. It runs while calls are under
+/// way, and after the last one for as long as connections are kept.
 class ChatClient final : public QObject, public ChatService
 {
     Q_OBJECT
@@ -28,10 +28,10 @@ private:
     bool startWorker();
     void send(const std::shared_ptr<Exchange>& exchange);
     void receive(const std::shared_ptr<Exchange>& exchange, const ChatTransfer& transfer);
-    void conclude(const std::shared_ptr<Exchange>& exchange, const ChatTransfer& transfer);
+    void complete(const std::shared_ptr<Exchange>& exchange, const ChatTransfer& transfer);
     void endWorker();
 
     TransferLimits m_limits;
-    int m_underWay = 0; // exchanges
+    int m_callsUnderWay = 0;
     std::unique_ptr<CurlWorker> m_worker;
 };

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// The text of the first choice in a provider's answer; nothing when the answer has not that shape.
+/// Returns the text of the first choice in a provider's answer, or nothing when the answer has another shape.
 std::optional<QString> firstChoiceContent(const QByteArray& json)
 {
     const QJsonArray choices = QJsonDocument::fromJson(json).object()[QLatin1StringView("choices")].toArray();
@@ -24,12 +24,12 @@ std::optional<QString> firstChoiceContent(const QByteArray& json)
     return content.isString() ? std::optional(content.toString()) : std::nullopt;
 }
 
-ChatVerdict refusal(const QString& message, const QString& logEntry)
+LoggedOutcome refusal(const QString& message, const QString& logEntry)
 {
     return {NeloChatError{message}, QStringLiteral("callChatAPI ") + logEntry};
 }
 
-ChatVerdict success(int status, const QString& content)
+LoggedOutcome success(int status, const QString& content)
 {
     const QString text = content.trimmed();
     return {ChatText{text.isEmpty() ? QStringLiteral("(empty)") : text},
@@ -38,7 +38,7 @@ ChatVerdict success(int status, const QString& content)
 
 } // namespace
 
-ChatVerdict interpretChatReply(const ChatTransfer& transfer)
+LoggedOutcome interpretChatReply(const ChatTransfer& transfer)
 {
     if (transfer.error)
         return {*transfer.error, QStringLiteral("callChatAPI transport error: ") + transfer.error->text};

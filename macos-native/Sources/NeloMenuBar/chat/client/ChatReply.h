@@ -7,24 +7,25 @@
 
 #include <optional>
 
-/// What a transfer brought.
+/// The result of a transfer.
 struct ChatTransfer
 {
-    std::optional<ChatTransportError> error; // it did not complete; whatever else it brought does not count
-    std::optional<int> status;               // nothing when what came was no HTTP
-    std::optional<QByteArray> body;          // nothing when there was none, which is not the same as an empty one
-    QUrl target{};                           // where the server says to go on; mostly empty
+    std::optional<ChatTransportError> error; // the transfer did not complete; the other members do not count
+    std::optional<int> status;               // nothing when the answer was not HTTP
+    std::optional<QByteArray> body;          // nothing when the answer cannot have a body; a body may be empty
+    QUrl target{};                           // the address that the server redirects to, or an empty one
 };
 
-/// What a transfer means, and what the log says of it.
-struct ChatVerdict
+/// The outcome of a transfer, and the log's entry for it.
+struct LoggedOutcome
 {
     ChatOutcome outcome;
     QString logEntry;
 
-    bool operator==(const ChatVerdict&) const = default;
+    bool operator==(const LoggedOutcome&) const = default;
 };
 
-/// Decides what a transfer means: its failure, a status outside 200 to 299 with the body that came with it, or the text
-/// of the first choice without the blanks around it, "(empty)" when nothing is left of it.
-ChatVerdict interpretChatReply(const ChatTransfer& transfer);
+/// Decides the outcome of a transfer. It is a failure when the transfer has failed, when the status is not from 200 to
+/// 299 (then the body is told), or when the body has not the expected shape. Otherwise it is the text of the first
+/// choice without the blanks around it, or "(empty)" when there is no other text.
+LoggedOutcome interpretChatReply(const ChatTransfer& transfer);

@@ -26,16 +26,17 @@ bool isHeaderValue(const QString& key)
 QString originOf(const QUrl& url)
 {
     const int port = url.port(url.scheme() == QLatin1StringView("https") ? 443 : 80);
-    return QStringLiteral("%1://%2:%3").arg(url.scheme(), url.host()).arg(port); // in small letters already
+    return QStringLiteral("%1://%2:%3").arg(url.scheme(), url.host()).arg(port); // QUrl has both in small letters
 }
 
 std::optional<ChatRequest> redirectToFollow(const ChatRequest& request, int status, const QUrl& target)
 {
     constexpr std::array redirects{301, 302, 303, 307, 308};
     const QUrl next = request.url.resolved(target);
-    const bool leadsOn = std::find(redirects.begin(), redirects.end(), status) != redirects.end() && !target.isEmpty();
-    if (!leadsOn || originOf(request.url) != originOf(next))
+    const bool isRedirect =
+        std::find(redirects.begin(), redirects.end(), status) != redirects.end() && !target.isEmpty();
+    if (!isRedirect || originOf(request.url) != originOf(next))
         return std::nullopt;
-    const bool postsAgain = status == 307 || status == 308; // the others fetch, as everybody does and 303 demands
+    const bool postsAgain = status == 307 || status == 308; // 303 demands a GET; browsers use it for 301 and 302, too
     return ChatRequest{next, request.apiKey, postsAgain ? request.body : QByteArray(), /*needsNewConnection=*/true};
 }

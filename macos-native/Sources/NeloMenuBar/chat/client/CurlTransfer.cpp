@@ -1,7 +1,8 @@
 #include "chat/client/CurlTransfer.h"
 
-#include "chat/client/CurlFailure.h"
 #include "chat/client/Gunzip.h"
+
+#include <QHostAddress>
 
 #include <utility>
 #include <vector>
@@ -13,12 +14,12 @@ bool forbidsBody(int status)
     return status < 200 || status == 204 || status == 205 || status == 304;
 }
 
-/// What libcurl calls a proxy of this kind; empty for none.
+/// Returns libcurl's name for a proxy of this kind. It is empty when there is no proxy.
 QByteArray schemeOf(QNetworkProxy::ProxyType type)
 {
     switch (type) {
     case QNetworkProxy::Socks5Proxy:
-        return "socks5h://"; // which looks up the host's name too
+        return "socks5h://"; // the proxy looks up the name of the host, too
     case QNetworkProxy::HttpProxy:
     case QNetworkProxy::HttpCachingProxy:
         return "http://";
@@ -33,7 +34,31 @@ QByteArray addressOf(const QNetworkProxy& proxy)
     return schemeOf(proxy.type()) + QUrl::toAce(proxy.hostName()) + port;
 }
 
+bool isLoopback(const QString& host)
+{
+    const QLatin1StringView localhost("localhost"); // this name and those below it are reserved for this machine
+    return host == localhost || host.endsWith(u'.' + localhost) || QHostAddress(host).isLoopback();
+}
+
 } // namespace
+
+ChatTransportError curlFailure(const QUrl& url, CURLcode code, const QString& details)
+{
+    const bool isUsable = !details.isEmpty() && !details.contains(url.host());
+    return failureInOwnWords(url, isUsable ? details : QString::fromLatin1(curl_easy_strerror(code)));
+}
+
+ChatTransportError failureInOwnWords(const QUrl& url, const QString& words)
+{
+    return {url.host().isEmpty() ? words : url.host() + QStringLiteral(": ") + words};
+}
+
+QNetworkProxy systemProxyFor(const QUrl& url)
+{
+    if (isLoopback(url.host()))
+        return QNetworkProxy::NoProxy;
+    return QNetworkProxyFactory::systemProxyForQuery(QNetworkProxyQuery(url)).value(0, QNetworkProxy::NoProxy);
+}
 
 CurlTransfer::CurlTransfer(ChatRequest request, const TransferLimits& limits, KeptSockets& kept)
     : m_request(std::move(request)), m_limits(limits), m_kept(&kept), m_handle(curl_easy_init(), curl_easy_cleanup),
@@ -44,7 +69,7 @@ CurlTransfer::CurlTransfer(ChatRequest request, const TransferLimits& limits, Ke
     set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     set(CURLOPT_USERAGENT, "Nelo/" NELO_VERSION);
     set(CURLOPT_NOSIGNAL, 1L);
-    set(CURLOPT_QUICK_EXIT, 1L); // without waiting for a name server
+    set(CURLOPT_QUICK_EXIT, 1L); // ending does not wait for a name server
     set(CURLOPT_ERRORBUFFER, m_details.data());
     set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
     if (!limits.authoritiesFile.isEmpty())
@@ -65,8 +90,8 @@ template <typename Value> void CurlTransfer::set(CURLoption option, Value value)
 void CurlTransfer::setHeaders()
 {
     const QByteArray authorization = "Authorization: Bearer " + m_request.apiKey.toLatin1();
-    // The body is not to wait for a "continue"; and it is unpacked by ourselves, for libcurl takes what came of a
-    // packed body that breaks off for the whole.
+    // An empty "Expect" sends the body at once, without waiting for a "100 Continue". We unpack the answer ourselves:
+    // libcurl would take a packed body that is cut off for a whole one.
     std::vector<const char*> lines{authorization.constData(), "Accept-Encoding: gzip", "Expect:"};
     if (!m_request.body.isEmpty())
         lines.push_back("Content-Type: application/json");
@@ -90,18 +115,23 @@ void CurlTransfer::setCallbacks()
     set(CURLOPT_PREREQDATA, this);
 }
 
-void CurlTransfer::prepare(const QNetworkProxy& proxy, std::chrono::seconds greatestIdleness)
+void CurlTransfer::prepare(std::chrono::seconds maxIdleness)
 {
+    setProxy(systemProxyFor(m_request.url));
     m_lastMove = Clock::now();
-    if (m_request.needsNewConnection || greatestIdleness.count() == 0)
+    if (m_request.needsNewConnection || maxIdleness.count() == 0)
         set(CURLOPT_FRESH_CONNECT, 1L);
     else
-        set(CURLOPT_MAXAGE_CONN, static_cast<long>(greatestIdleness.count() - 1)); // libcurl counts whole seconds
+        set(CURLOPT_MAXAGE_CONN, static_cast<long>(maxIdleness.count() - 1)); // libcurl counts whole seconds
+}
+
+void CurlTransfer::setProxy(const QNetworkProxy& proxy)
+{
     if (schemeOf(proxy.type()).isEmpty()) {
         set(CURLOPT_NOPROXY, "*");
         return;
     }
-    set(CURLOPT_PROXY, addressOf(proxy).constData()); // and "no_proxy" as the environment says
+    set(CURLOPT_PROXY, addressOf(proxy).constData()); // libcurl itself reads "no_proxy" from the environment
     if (proxy.user().isEmpty())
         return;
     set(CURLOPT_PROXYAUTH, CURLAUTH_BASIC | CURLAUTH_DIGEST | CURLAUTH_NTLM);
@@ -109,9 +139,9 @@ void CurlTransfer::prepare(const QNetworkProxy& proxy, std::chrono::seconds grea
     set(CURLOPT_PROXYPASSWORD, proxy.password().toUtf8().constData());
 }
 
-bool CurlTransfer::beginAnew()
+bool CurlTransfer::prepareRetry()
 {
-    if (!std::exchange(m_isToBeginAnew, false))
+    if (!std::exchange(m_needsRetry, false))
         return false;
     set(CURLOPT_FRESH_CONNECT, 1L);
     return true;
@@ -120,7 +150,7 @@ bool CurlTransfer::beginAnew()
 ChatTransfer CurlTransfer::result(CURLcode code)
 {
     if (code == CURLE_OK && !m_hasWholeHead)
-        code = CURLE_GOT_NOTHING; // libcurl does not mind half a head
+        code = CURLE_GOT_NOTHING; // libcurl calls an answer complete that ends within its headers
     if (code != CURLE_OK && !m_error)
         m_error = curlFailure(m_request.url, code, QString::fromUtf8(m_details.data()));
     if (m_error)
@@ -129,7 +159,7 @@ ChatTransfer CurlTransfer::result(CURLcode code)
 
     ChatTransfer transfer{std::nullopt, status(), m_body, QUrl::fromEncoded(header("Location"))};
     const QByteArray encoding = header("Content-Encoding").toLower();
-    const bool isPacked = encoding == "gzip" || encoding == "x-gzip"; // in the one way that we ask for
+    const bool isPacked = encoding == "gzip" || encoding == "x-gzip"; // we ask for no other encoding
     if (m_body.isEmpty() && forbidsBody(status()))
         transfer.body.reset();
     if (m_body.isEmpty() || !isPacked)
@@ -141,8 +171,8 @@ ChatTransfer CurlTransfer::result(CURLcode code)
     return transfer;
 }
 
-/// Whether the request may go out now. A server may have acted on one that went out before, and it could act twice. But
-/// a proxy that asked for credentials has passed nothing on.
+/// Returns whether the request may be sent now. It may not be sent twice: the server may have acted on it already. A
+/// proxy that answers with 407 asks for credentials and has passed nothing on, so the request is sent again.
 bool CurlTransfer::mayBeSent()
 {
     if (!m_isSent || status() == 407)
@@ -152,7 +182,7 @@ bool CurlTransfer::mayBeSent()
     return false;
 }
 
-/// The last status that came; 0 when none did.
+/// Returns the last status that came, or 0 when none came.
 int CurlTransfer::status() const
 {
     long status = 0;
@@ -160,7 +190,7 @@ int CurlTransfer::status() const
     return static_cast<int>(status);
 }
 
-/// The value of a header of the answer; empty when it has none.
+/// Returns the value of a header of the answer. It is empty when there is no such header.
 QByteArray CurlTransfer::header(const char* name) const
 {
     curl_header* found = nullptr;
@@ -172,7 +202,8 @@ std::size_t CurlTransfer::receiveHeader(char* bytes, std::size_t /*always 1*/, s
 {
     auto* const transfer = static_cast<CurlTransfer*>(self);
     const QByteArrayView line(bytes, static_cast<qsizetype>(count));
-    const bool isLast = line == "\r\n" || line == "\n"; // but chunks may have lines like those of a head after them
+    // An empty line ends the headers. Trailers after a chunked body end with an empty line, too.
+    const bool isLast = line == "\r\n" || line == "\n";
     transfer->m_hasWholeHead = transfer->m_hasWholeHead || (isLast && transfer->status() >= 200);
     transfer->m_lastMove = Clock::now();
     return count;
@@ -194,7 +225,7 @@ int CurlTransfer::observeProgress(void* self, curl_off_t /*toReceive*/, curl_off
     transfer->m_moved = received + sent;
     if (now < transfer->deadline())
         return 0;
-    transfer->m_error = curlFailure(transfer->url(), CURLE_OPERATION_TIMEDOUT);
+    transfer->m_error = curlFailure(transfer->m_request.url, CURLE_OPERATION_TIMEDOUT);
     return 1;
 }
 
@@ -208,10 +239,10 @@ int CurlTransfer::beforeRequest(void* self, char* /*peer*/, char* /*local*/, int
     auto* const transfer = static_cast<CurlTransfer*>(self);
     long newConnections = 0;
     curl_easy_getinfo(transfer->handle(), CURLINFO_NUM_CONNECTS, &newConnections);
-    transfer->m_isToBeginAnew = newConnections == 0 && !transfer->m_kept->isUsable(localPort);
-    if (transfer->m_isToBeginAnew || !transfer->mayBeSent())
+    transfer->m_needsRetry = newConnections == 0 && !transfer->m_kept->isUsable(localPort);
+    if (transfer->m_needsRetry || !transfer->mayBeSent())
         return CURL_PREREQFUNC_ABORT;
     transfer->m_isSent = true;
-    transfer->m_hasWholeHead = false; // a proxy may have demanded credentials before
+    transfer->m_hasWholeHead = false; // it is true when a proxy has asked for credentials before
     return CURL_PREREQFUNC_OK;
 }

@@ -13,42 +13,58 @@
 
 #include <curl/curl.h>
 
-/// How long transfers and their connections may take, and whom they trust; tests choose their own.
+/// The time limits of transfers and of their connections, and the certificates that they trust. Tests choose their own.
 struct TransferLimits
 {
-    std::chrono::milliseconds silence{60'000};         // nothing moves: the transfer has failed
-    std::chrono::milliseconds idleness{60'000};        // of a connection: it is not used again
-    std::chrono::milliseconds acknowledgement{15'000}; // of what was sent on a connection that is used again
+    /// A transfer fails when no byte arrives or leaves for this long.
+    std::chrono::milliseconds silence{60'000};
+    /// A connection that was idle for this long is not used again.
+    std::chrono::milliseconds idleness{60'000};
+    /// A request on a connection that is used again fails when the other side does not acknowledge it within this time.
+    std::chrono::milliseconds acknowledgement{15'000};
     std::function<std::chrono::system_clock::time_point()> wallClock = std::chrono::system_clock::now;
-    QByteArray authoritiesFile{}; // certificates; the system's when empty
+    /// The file with the certificates of the trusted authorities. The system's are used when it is empty.
+    QByteArray authoritiesFile{};
 };
 
-/// One request and what comes of it. For one thread.
+/// Returns why a transfer to `url` failed: the host, and libcurl's words. The words are `details`, which libcurl says
+/// of this one failure. They are those for every failure with `code` when there are no details, or when the details
+/// would name the host a second time.
+ChatTransportError curlFailure(const QUrl& url, CURLcode code, const QString& details = QString());
+
+/// Returns why a transfer to `url` failed: the host, and `words` of our own.
+ChatTransportError failureInOwnWords(const QUrl& url, const QString& words);
+
+/// Returns the proxy that the desktop has set for `url`. There is never one for this machine itself. The call may
+/// block, because the desktop may have to fetch its rules first.
+QNetworkProxy systemProxyFor(const QUrl& url);
+
+/// One request and its answer. One thread at a time.
 class CurlTransfer final
 {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// `kept` must outlive the transfer.
+    /// `kept` has the sockets that are used again. It must outlive the transfer.
     CurlTransfer(ChatRequest request, const TransferLimits& limits, KeptSockets& kept);
     CurlTransfer(const CurlTransfer&) = delete;
     CurlTransfer& operator=(const CurlTransfer&) = delete;
 
-    /// To be run by a multi handle, which must let go of it before this object ends.
+    /// Returns the handle, which a multi handle runs. Remove it from the multi handle before this object is destroyed.
     CURL* handle() const { return m_handle.get(); }
-    const QUrl& url() const { return m_request.url; }
 
-    /// Goes through `proxy`, on a connection that has been idle for less than `greatestIdleness`. Its time begins.
-    void prepare(const QNetworkProxy& proxy, std::chrono::seconds greatestIdleness);
+    /// Chooses the proxy, and allows a kept connection that has been idle for less than `maxIdleness`. The time limit
+    /// begins now. The call may block for the proxy.
+    void prepare(std::chrono::seconds maxIdleness);
 
-    /// When it has failed unless something moves before.
+    /// Returns when the transfer fails, unless a byte arrives or leaves before.
     Clock::time_point deadline() const { return m_lastMove + m_limits.silence; }
 
-    /// Returns whether it is to be run again, on a new connection: libcurl had chosen one that was closed, and nothing
-    /// was sent.
-    bool beginAnew();
+    /// Prepares to run the transfer again on a new connection, and returns true, when libcurl has chosen a connection
+    /// that was closed already. Nothing was sent then. Returns false otherwise.
+    bool prepareRetry();
 
-    /// What it brought, now that libcurl says that it has ended with `code`.
+    /// Returns the result of the transfer. `code` is the one that libcurl ended it with.
     ChatTransfer result(CURLcode code);
 
 private:
@@ -64,6 +80,7 @@ private:
     void setCallbacks();
     bool mayBeSent();
     int status() const;
+    void setProxy(const QNetworkProxy& proxy);
     QByteArray header(const char* name) const;
 
     ChatRequest m_request;
@@ -71,12 +88,12 @@ private:
     KeptSockets* m_kept;
     std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> m_handle;
     std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> m_headers;
-    std::array<char, CURL_ERROR_SIZE> m_details{}; // of a failure, as libcurl tells them
+    std::array<char, CURL_ERROR_SIZE> m_details{}; // libcurl's words for this failure
     QByteArray m_body;
     Clock::time_point m_lastMove;
-    curl_off_t m_moved = 0; // bytes of bodies, both ways
-    bool m_isToBeginAnew = false;
+    curl_off_t m_moved = 0; // the bytes of both bodies so far
+    bool m_needsRetry = false;
     bool m_isSent = false;
-    bool m_hasWholeHead = false;               // of the answer
-    std::optional<ChatTransportError> m_error; // for which libcurl was told to end it
+    bool m_hasWholeHead = false;               // all headers of the answer have arrived
+    std::optional<ChatTransportError> m_error; // set when we told libcurl to end the transfer
 };

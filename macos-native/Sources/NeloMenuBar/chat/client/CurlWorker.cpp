@@ -1,8 +1,5 @@
 #include "chat/client/CurlWorker.h"
 
-#include "chat/client/CurlFailure.h"
-#include "chat/client/SystemProxy.h"
-
 #include <algorithm>
 #include <csignal>
 #include <system_error>
@@ -12,10 +9,11 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int maxTransfers = 6; // at once, with one origin
+constexpr int maxTransfers = 6; // at the same time with one origin
 
-/// Blocks all signals of this thread. SIGPIPE is then nobody's: writing fails instead.
-void leaveSignalsToOthers()
+/// Blocks all signals in this thread, so that the main thread gets them. A write to a closed connection is then an
+/// error and no SIGPIPE.
+void blockUnixSignals()
 {
     sigset_t all;
     sigfillset(&all);
@@ -47,14 +45,14 @@ std::unique_ptr<CurlWorker> CurlWorker::start(const TransferLimits& limits)
 
 CurlWorker::CurlWorker(TransferLimits limits)
     : m_limits(std::move(limits)), m_multi(curl_multi_init(), curl_multi_cleanup),
-      m_lastWork(CurlTransfer::Clock::now()), m_lastLook(m_lastWork), m_lastWallTime(m_limits.wallClock())
+      m_lastWork(CurlTransfer::Clock::now()), m_lastTime(m_lastWork), m_lastWallTime(m_limits.wallClock())
 {
     connect(this, &CurlWorker::ended, this, &CurlWorker::complete, Qt::QueuedConnection);
 }
 
 CurlWorker::~CurlWorker()
 {
-    m_isToEnd = true;
+    m_shouldEnd = true;
     if (m_thread.joinable()) {
         curl_multi_wakeup(m_multi.get());
         m_thread.join();
@@ -75,12 +73,12 @@ void CurlWorker::send(const ChatRequest& request, const Completion& completion)
 
 void CurlWorker::run()
 {
-    leaveSignalsToOthers();
-    while (!m_isToEnd) {
+    blockUnixSignals();
+    while (!m_shouldEnd) {
         noticeSleep();
         while (std::optional<Job> job = takeWaiting())
             begin(std::move(*job));
-        tellOfRest();
+        reportIdleness();
         curl_multi_poll(m_multi.get(), nullptr, 0, static_cast<int>(timeout().count()), nullptr);
         int running = 0;
         curl_multi_perform(m_multi.get(), &running);
@@ -88,8 +86,8 @@ void CurlWorker::run()
     }
 }
 
-/// The next job whose origin has few enough transfers. libcurl can have transfers wait for a connection as well, but
-/// now and then it leaves one waiting for ever.
+/// Removes and returns the oldest waiting job whose origin has fewer than `maxTransfers` under way. libcurl can limit
+/// the connections itself, but sometimes it never starts a transfer that waits.
 std::optional<CurlWorker::Job> CurlWorker::takeWaiting()
 {
     const std::lock_guard lock(m_mutex);
@@ -108,25 +106,25 @@ std::optional<CurlWorker::Job> CurlWorker::takeWaiting()
 void CurlWorker::begin(Job job)
 {
     using std::chrono::seconds;
-    const seconds greatestIdleness =
-        std::min(std::chrono::ceil<seconds>(m_limits.idleness), std::chrono::floor<seconds>(m_lastLook - m_awakeSince));
-    job.transfer->prepare(systemProxyFor(job.transfer->url()), greatestIdleness);
-    m_hasRested = false;
+    job.transfer->prepare(std::min(std::chrono::ceil<seconds>(m_limits.idleness),
+                                   std::chrono::floor<seconds>(m_lastTime - m_awakeSince)));
+    m_hasReportedIdleness = false;
     m_jobs.push_back(std::move(job));
     CURL* const handle = m_jobs.back().transfer->handle();
     if (curl_multi_add_handle(m_multi.get(), handle) != CURLM_OK)
         end(handle, CURLE_FAILED_INIT);
 }
 
-/// While the machine sleeps, the clock that libcurl measures the idleness of connections by stands still.
+/// Notices that the machine has slept: then the steady clock, with which libcurl measures how long connections are
+/// idle, stood still, and the wall clock did not.
 void CurlWorker::noticeSleep()
 {
     const auto now = CurlTransfer::Clock::now();
     const auto wallTime = m_limits.wallClock();
-    const auto difference = (wallTime - m_lastWallTime) - (now - m_lastLook);
+    const auto difference = (wallTime - m_lastWallTime) - (now - m_lastTime);
     if (difference > 1s || difference < -1s)
         m_awakeSince = now;
-    m_lastLook = now;
+    m_lastTime = now;
     m_lastWallTime = wallTime;
 }
 
@@ -143,7 +141,7 @@ void CurlWorker::end(CURL* handle, CURLcode code)
 {
     const auto found = std::find_if(m_jobs.begin(), m_jobs.end(),
                                     [handle](const Job& job) { return job.transfer->handle() == handle; });
-    if (found->transfer->beginAnew()) {
+    if (found->transfer->prepareRetry()) {
         curl_multi_remove_handle(m_multi.get(), handle);
         if (curl_multi_add_handle(m_multi.get(), handle) == CURLM_OK)
             return;
@@ -167,22 +165,22 @@ void CurlWorker::complete()
     const Job job = std::move(m_ended.front());
     m_ended.pop_front();
     lock.unlock();
-    job.completion(job.result); // last: it may end this
+    job.completion(job.result); // the last line: it may delete this object
 }
 
-void CurlWorker::tellOfRest()
+void CurlWorker::reportIdleness()
 {
-    if (m_hasRested || !m_jobs.empty() || CurlTransfer::Clock::now() < m_lastWork + m_limits.idleness)
+    if (m_hasReportedIdleness || !m_jobs.empty() || CurlTransfer::Clock::now() < m_lastWork + m_limits.idleness)
         return;
-    m_hasRested = true;
-    emit rested();
+    m_hasReportedIdleness = true;
+    emit becameIdle();
 }
 
-/// How long nothing is to be done unless libcurl or a new job says so.
+/// Returns how long the thread may wait, unless libcurl or a new job wakes it.
 std::chrono::milliseconds CurlWorker::timeout() const
 {
     auto until = CurlTransfer::Clock::now() + 1h;
-    if (m_jobs.empty() && !m_hasRested)
+    if (m_jobs.empty() && !m_hasReportedIdleness)
         until = m_lastWork + m_limits.idleness;
     for (const Job& job : m_jobs)
         until = std::min(until, job.transfer->deadline());

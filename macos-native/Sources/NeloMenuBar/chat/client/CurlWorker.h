@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-/// A thread that makes transfers, several at once, and keeps their connections for later ones.
+/// A thread that runs transfers, several at the same time, and keeps their connections for later transfers.
 class CurlWorker final : public QObject
 {
     Q_OBJECT
@@ -18,19 +18,19 @@ class CurlWorker final : public QObject
 public:
     using Completion = std::function<void(const ChatTransfer&)>;
 
-    /// Starts the thread. Returns null when there is none to be had, or no descriptor to wake it with.
+    /// Starts the thread. Returns null when the system has no thread for us, or no descriptor with which to wake it.
     static std::unique_ptr<CurlWorker> start(const TransferLimits& limits);
-    /// Gives up the transfers under way, which do not complete, and closes the connections.
+    /// Cancels the transfers under way, without calling their `completion`, and closes the connections.
     ~CurlWorker() override;
 
-    /// Sends a request, as soon as there are few enough transfers with its origin. `completion` is called once, in the
-    /// thread that this object lives in, and may end it.
+    /// Sends a request. It waits while six transfers with the same origin are under way. `completion` is called once,
+    /// in the thread that this object lives in. It may delete this object.
     void send(const ChatRequest& request, const Completion& completion);
 
 signals:
-    /// There was nothing to do for as long as connections are kept.
-    void rested();
-    /// For the object itself.
+    /// There was no transfer for as long as connections are kept.
+    void becameIdle();
+    /// A transfer has ended. For this object itself: it takes the result to its own thread.
     void ended();
 
 private:
@@ -49,25 +49,25 @@ private:
     void noticeSleep();
     void endFinishedJobs();
     void end(CURL* handle, CURLcode code);
-    void tellOfRest();
+    void reportIdleness();
     std::chrono::milliseconds timeout() const;
     void complete();
 
     TransferLimits m_limits;
     std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> m_multi;
-    KeptSockets m_kept; // the thread's own
-    std::atomic<bool> m_isToEnd{false};
-    std::mutex m_mutex;
-    std::deque<Job> m_waiting; // guarded by the mutex; oldest first, and so are these:
-    std::deque<Job> m_ended;   // which have not completed
+    std::atomic<bool> m_shouldEnd{false};
+    std::mutex m_mutex;        // guards the two queues
+    std::deque<Job> m_waiting; // oldest first
+    std::deque<Job> m_ended;   // oldest first; their `completion` was not called yet
 
-    // The thread's own
+    // Only the thread uses these.
+    KeptSockets m_kept;
     std::vector<Job> m_jobs; // under way
     CurlTransfer::Clock::time_point m_lastWork;
-    bool m_hasRested = false;
-    CurlTransfer::Clock::time_point m_lastLook;
-    std::chrono::system_clock::time_point m_lastWallTime;
+    bool m_hasReportedIdleness = false;
+    CurlTransfer::Clock::time_point m_lastTime;           // when both clocks were read last
+    std::chrono::system_clock::time_point m_lastWallTime; // what the other clock said then
     CurlTransfer::Clock::time_point m_awakeSince;
 
-    std::thread m_thread; // last: it uses all of this
+    std::thread m_thread; // the last member: it uses all others
 };

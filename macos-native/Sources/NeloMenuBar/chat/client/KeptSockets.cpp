@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <optional>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -11,18 +12,21 @@
 
 namespace {
 
-/// The local port of a connection; -1 of what is none.
-int localPortOf(curl_socket_t socket)
+/// Returns the local port of a connection, or nothing when `socket` is no connection.
+std::optional<int> localPortOf(curl_socket_t socket)
 {
     sockaddr_storage address{};
     socklen_t size = sizeof address;
     if (getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size) != 0)
-        return -1;
+        return std::nullopt;
     if (address.ss_family == AF_INET)
         return ntohs(reinterpret_cast<const sockaddr_in&>(address).sin_port);
-    return address.ss_family == AF_INET6 ? ntohs(reinterpret_cast<const sockaddr_in6&>(address).sin6_port) : -1;
+    if (address.ss_family == AF_INET6)
+        return ntohs(reinterpret_cast<const sockaddr_in6&>(address).sin6_port);
+    return std::nullopt;
 }
 
+/// Returns whether the connection is open and nothing waits in it to be read.
 bool isQuiet(curl_socket_t socket)
 {
     char byte = 0;
@@ -36,7 +40,7 @@ void KeptSockets::add(CURL* handle, std::chrono::milliseconds acknowledgement)
     curl_socket_t socket = CURL_SOCKET_BAD;
     curl_easy_getinfo(handle, CURLINFO_ACTIVESOCKET, &socket);
     if (socket == CURL_SOCKET_BAD)
-        return; // closed
+        return; // the connection is closed
 #ifdef Q_OS_MACOS
     const auto limit = static_cast<int>(std::chrono::ceil<std::chrono::seconds>(acknowledgement).count());
     setsockopt(socket, IPPROTO_TCP, TCP_RXT_CONNDROPTIME, &limit, sizeof limit);

@@ -2,9 +2,9 @@
 
 #include "base/AtomicFile.h"
 #include "base/Text.h"
-#include "chat/core/ChatFolder.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -12,6 +12,13 @@
 #include <tuple>
 
 #include <unicode/ubrk.h>
+
+QString pathInChatFolder(const QString& fileName)
+{
+    const QDir folder(QDir::home().filePath(QStringLiteral(".nelo")));
+    folder.mkpath(QStringLiteral("."));
+    return folder.filePath(fileName);
+}
 
 QString neloChatLogURL()
 {
@@ -32,13 +39,13 @@ void neloChatLog(const QString& message)
         return;
     const qint64 sizeBefore = log.size();
     if (log.write(line) != line.size())
-        log.resize(sizeBefore); // the next entry would go on in the line that has only begun
+        log.resize(sizeBefore); // otherwise the next entry would continue the broken line
 }
 
 qsizetype characterCount(const QString& text)
 {
-    // Not QTextBoundaryFinder: Qt 6.4 joins or parts the letters of most Indian scripts otherwise than the annex says.
-    // Debian's QtCore has this library loaded already.
+    // QTextBoundaryFinder of Qt 6.4 does not follow the annex in most Indian scripts. ICU does, and Debian's QtCore has
+    // loaded it already.
     UErrorCode error = U_ZERO_ERROR;
     constexpr const char* anyLanguage = "";
     const std::unique_ptr<UBreakIterator, decltype(&ubrk_close)> boundaries(
@@ -46,7 +53,7 @@ qsizetype characterCount(const QString& text)
                   static_cast<int32_t>(text.size()), &error),
         &ubrk_close);
     if (U_FAILURE(error) != 0)
-        return text.size(); // the library's own tables are missing or memory is: near enough for a log
+        return text.size(); // ICU has no data or no memory: this number is near enough for a log
     qsizetype count = 0;
     while (ubrk_next(boundaries.get()) != UBRK_DONE)
         ++count;

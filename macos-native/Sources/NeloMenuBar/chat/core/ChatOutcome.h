@@ -2,7 +2,6 @@
 
 #include <QString>
 
-#include <optional>
 #include <variant>
 
 /// The provider's reply.
@@ -33,19 +32,3 @@ struct ChatTransportError
 
 /// How a call to a provider ended.
 using ChatOutcome = std::variant<ChatText, NeloChatError, ChatTransportError>;
-
-/// Returns the text that tells a failure. It is empty for a `ChatText`.
-QString errorDescription(const ChatOutcome& outcome);
-
-/// What the chat shows and logs of an outcome: either a reply for the conversation or a failure for an alert.
-struct ChatReport
-{
-    QString status;
-    QString logEntry;
-    std::optional<QString> reply;
-    std::optional<QString> failure;
-
-    bool operator==(const ChatReport&) const = default;
-};
-
-ChatReport reportOf(const ChatOutcome& outcome);

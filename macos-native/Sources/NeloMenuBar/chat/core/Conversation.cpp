@@ -2,8 +2,7 @@
 
 #include "base/AtomicFile.h"
 #include "base/Text.h"
-#include "chat/core/ChatFolder.h"
-#include "chat/core/LocalGreeting.h"
+#include "chat/core/ChatLog.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -21,24 +20,25 @@
 
 namespace {
 
-/// Gives the calling thread the priority of work that nobody waits for.
+/// Lowers the priority of the calling thread: nobody waits for its work.
 void yieldToOtherThreads()
 {
 #ifdef __linux__
-    // Qt's priorities have no effect on Linux but that of idle threads, which a busy machine would starve.
-    constexpr int lessNice = 10;
-    setpriority(PRIO_PROCESS, 0, getpriority(PRIO_PROCESS, 0) + lessNice); // of this thread alone, see setpriority(2)
+    // Of Qt's priorities only that of idle threads has an effect on Linux, and on a busy machine such a thread may
+    // never run.
+    constexpr int niceIncrement = 10;
+    setpriority(PRIO_PROCESS, 0, getpriority(PRIO_PROCESS, 0) + niceIncrement); // this thread only: see setpriority(2)
 #elif defined(__APPLE__)
     pthread_set_qos_class_self_np(QOS_CLASS_UTILITY, 0);
 #endif
 }
 
-/// Copies a history file that could not be used beside itself; one that cannot even be read is moved there. Returns
-/// whether a write to `path` loses nothing now.
+/// Copies a history file that could not be used to a file beside it. A file that cannot be read is renamed instead.
+/// Returns whether a write to `path` loses nothing now.
 bool preserveUnreadableFile(const QString& path)
 {
     if (!QFileInfo(path).isFile())
-        return true; // nothing there, or nothing that a write would replace
+        return true; // there is no file, or something that a write would not replace
     const QString copy = path + QStringLiteral(".unreadable.") + compactTimestamp(QDateTime::currentDateTime());
     const std::optional<QByteArray> json = readFile(path);
     if (!json)
@@ -99,14 +99,14 @@ void Conversation::schedulePersist()
     const std::lock_guard lock(m_mutex);
     m_dueTime = Clock::now() + m_persistDelay;
     if (m_isWorkerRunning)
-        return; // it looks at the time again before it writes
+        return; // the worker reads the due time again before it writes
     if (m_worker.joinable())
         m_worker.join();
     try {
         m_worker = std::thread(&Conversation::persistWhenDue, this);
         m_isWorkerRunning = true;
     } catch (const std::system_error&) {
-        // The system has no thread for us at the moment; the next change tries again.
+        // The system has no thread for us now. The next change tries again.
     }
 }
 
@@ -123,7 +123,7 @@ void Conversation::persistMessages()
         std::ignore = writeFileAtomically(path, encodeChatMessages(messages));
 }
 
-/// Runs on the worker: writes each time the due time has come, and ends when nothing is scheduled.
+/// Runs on the worker: writes when the due time has come, and ends when no write is scheduled.
 void Conversation::persistWhenDue()
 {
     yieldToOtherThreads();

@@ -23,6 +23,13 @@ std::optional<NeloChatMessage> decode(const Json& record)
 
 } // namespace
 
+bool isLocalGreeting(const QString& text)
+{
+    static const QStringList greetings{QStringLiteral("你好"), QStringLiteral("您好"), QStringLiteral("hello"),
+                                       QStringLiteral("hi"),   QStringLiteral("嗨"),   QStringLiteral("在吗")};
+    return greetings.contains(text.toLower());
+}
+
 NeloChatMessage NeloChatMessage::now(const QString& role, const QString& content)
 {
     return {role, content, isoTimestamp(QDateTime::currentDateTimeUtc())};

@@ -1,16 +1,30 @@
-#include "chat/core/ChatOutcome.h"
+#include "chat/core/ChatReport.h"
 
 #include "support/Warnings.h"
 
 using namespace Qt::StringLiterals;
 
-/// What is shown and logged of a request that has ended.
-class TestChatOutcome final : public QObject
+/// What is shown and logged at each step of a send.
+class TestChatReport final : public QObject
 {
     Q_OBJECT
 
 private slots:
     void init() { failOnUnexpectedWarning(); }
+
+    void stepsAreToldExactly()
+    {
+        const ChatTarget kimi{u"kimi"_s, u"moonshot-v1-8k"_s};
+        const ChatReport missing = missingKeyReport(kimi);
+        QCOMPARE(missing.logEntry, u"send aborted: missing api key for provider=kimi model=moonshot-v1-8k"_s);
+        QCOMPARE(missing.failure, u"Configure an API Key for kimi before sending."_s);
+        QCOMPARE(requestStartedReport(kimi, u"你好 there"_s).logEntry,
+                 u"request started: provider=kimi model=moonshot-v1-8k messageChars=8"_s);
+        const ChatTarget odd{u"openai"_s, u"%1 %2"_s};
+        QCOMPARE(requestStartedReport(odd, u"👨‍👩‍👧‍👦e\u0301"_s)
+                     .logEntry, // characters as a reader counts them
+                 u"request started: provider=openai model=%1 %2 messageChars=2"_s);
+    }
 
     void everyOutcomeIsReported_data()
     {
@@ -33,9 +47,9 @@ private slots:
     {
         QFETCH(ChatOutcome, outcome);
         QFETCH(ChatReport, report);
-        QVERIFY(reportOf(outcome) == report);
+        QVERIFY(requestEndedReport(outcome) == report);
     }
 };
 
-QTEST_GUILESS_MAIN(TestChatOutcome)
-#include "TestChatOutcome.moc"
+QTEST_GUILESS_MAIN(TestChatReport)
+#include "TestChatReport.moc"
