@@ -10,6 +10,7 @@ import shutil
 import signal
 import subprocess
 import tempfile
+import time
 from pathlib import Path
 from types import TracebackType
 
@@ -73,6 +74,7 @@ class Desktop:
             self.environment["DISPLAY"] = self.screen = f":{display}"
             self.environment["DBUS_SESSION_BUS_ADDRESS"] = self._said(
                 "dbus-daemon", "--session", "--nofork", "--nosyslog", "--print-address={}")
+            self.session_start = time.monotonic()
             self._start()
         except BaseException:
             self.__exit__(None, None, None)

@@ -28,6 +28,8 @@ PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
 
 class StatusAreaTest(unittest.TestCase):
     def test_a_window_stands_in_until_a_status_area_comes(self) -> None:
+        with TraylessNelo():
+            pass  # the desktop has had its time to start when the window is there
         start = time.monotonic()
         with TraylessNelo() as nelo:
             until(lambda: launchers(nelo), "the window")

@@ -8,7 +8,9 @@
 class FakePlatform final : public Platform
 {
 public:
-    explicit FakePlatform(bool hasStatusArea = true) : m_hasStatusArea(hasStatusArea) {}
+    explicit FakePlatform(bool hasStatusArea = true, std::chrono::milliseconds sessionAge = std::chrono::hours(1))
+        : m_hasStatusArea(hasStatusArea), m_sessionAge(sessionAge)
+    {}
 
     const QStringList& calls() const { return m_calls; }
     const QIcon& icon() const { return m_icon; }
@@ -37,10 +39,12 @@ public:
     }
 
     bool hasStatusArea() const override { return m_hasStatusArea; }
+    std::optional<std::chrono::milliseconds> sessionAge() const override { return m_sessionAge; }
 
 private:
     QStringList m_calls;
     QIcon m_icon;
     QMenu* m_menu = nullptr;
     bool m_hasStatusArea;
+    std::chrono::milliseconds m_sessionAge;
 };

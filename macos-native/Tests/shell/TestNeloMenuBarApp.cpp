@@ -138,6 +138,15 @@ private slots:
         QCOMPARE(NeloMenuBarApp::statusAreaTimeout, 1000ms);
     }
 
+    void theLauncherIsNotShownWhileTheDesktopStarts()
+    {
+        m_app = makeApp(false, 0ms, 0s);
+        m_app->applicationDidFinishLaunching();
+        QCoreApplication::processEvents(); // every timer that is due has run
+        QVERIFY(windows().isEmpty());
+        QCOMPARE(NeloMenuBarApp::sessionStartTimeout, 10s);
+    }
+
     void theLauncherReturnsWhenTheProgramIsStartedAgain()
     {
         m_app = makeApp(false);
@@ -346,9 +355,10 @@ private slots:
 
 private:
     /// Makes a program on `m_platform`, which it owns.
-    std::unique_ptr<NeloMenuBarApp> makeApp(bool hasStatusArea = true, std::chrono::milliseconds timeout = 1min)
+    std::unique_ptr<NeloMenuBarApp> makeApp(bool hasStatusArea = true, std::chrono::milliseconds timeout = 1min,
+                                            std::chrono::milliseconds sessionAge = 1h)
     {
-        auto platform = std::make_unique<FakePlatform>(hasStatusArea);
+        auto platform = std::make_unique<FakePlatform>(hasStatusArea, sessionAge);
         m_platform = platform.get();
         return std::make_unique<NeloMenuBarApp>(std::move(platform), timeout);
     }

@@ -3,7 +3,9 @@
 #include <QIcon>
 #include <QObject>
 
+#include <chrono>
 #include <memory>
+#include <optional>
 
 class QMenu;
 class QWidget;
@@ -35,6 +37,8 @@ public:
     virtual void showStatusItem(const QString& name, const QIcon& icon, QMenu* menu) = 0;
     /// Returns whether there is a status area. Some status areas are found only after the event loop has started.
     virtual bool hasStatusArea() const = 0;
+    /// How long the user's session has lasted; nothing where that is not known.
+    virtual std::optional<std::chrono::milliseconds> sessionAge() const { return std::nullopt; }
 
 signals:
     void statusAreaChanged();

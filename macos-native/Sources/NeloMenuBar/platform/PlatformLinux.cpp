@@ -1,5 +1,6 @@
 #include "platform/MenuPosition.h"
 #include "platform/Platform.h"
+#include "platform/SessionAge.h"
 #include "platform/SparklesIcon.h"
 #include "platform/StartupNotification.h"
 #include "platform/StatusNotifierHost.h"
@@ -8,6 +9,7 @@
 
 #include <QApplication>
 #include <QCursor>
+#include <QDBusConnection>
 #include <QMenu>
 #include <QScreen>
 #include <QSystemTrayIcon>
@@ -38,6 +40,10 @@ public:
     QIcon sparklesSymbol() const override { return sparklesIcon(); }
     void showStatusItem(const QString& name, const QIcon& icon, QMenu* menu) override;
     bool hasStatusArea() const override { return m_hasStatusArea; }
+    std::optional<std::chrono::milliseconds> sessionAge() const override
+    {
+        return ::sessionAge(QDBusConnection::sessionBus());
+    }
 
 private:
     bool isDrawn() const { return m_host.isRegistered() == true; }

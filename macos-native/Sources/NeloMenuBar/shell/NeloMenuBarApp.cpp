@@ -16,6 +16,8 @@
 
 #include <algorithm>
 
+#include <algorithm>
+
 using ActivationPolicy = Platform::ActivationPolicy;
 
 namespace {
@@ -54,10 +56,9 @@ template <typename Controller> ViewController* make()
 } // namespace
 
 NeloMenuBarApp::NeloMenuBarApp(std::unique_ptr<Platform> platform, std::chrono::milliseconds timeout, QObject* parent)
-    : QObject(parent), m_platform(std::move(platform))
+    : QObject(parent), m_statusAreaTimeout(timeout), m_platform(std::move(platform))
 {
     m_launcherTimer.setSingleShot(true);
-    m_launcherTimer.setInterval(timeout);
     connect(&m_launcherTimer, &QTimer::timeout, this, &NeloMenuBarApp::showLauncher);
 }
 
@@ -91,7 +92,8 @@ void NeloMenuBarApp::makeMenu()
 void NeloMenuBarApp::followStatusArea()
 {
     if (!m_platform->hasStatusArea()) {
-        m_launcherTimer.start();
+        const auto startOfSession = sessionStartTimeout - m_platform->sessionAge().value_or(sessionStartTimeout);
+        m_launcherTimer.start(std::max(m_statusAreaTimeout, startOfSession));
         return;
     }
     m_launcherTimer.stop();

@@ -18,9 +18,11 @@ class NeloMenuBarApp final : public QObject
     Q_OBJECT
 
 public:
-    /// How long the status area may be missing before the launcher window is shown. A desktop that starts, or that
-    /// starts its panel again, has none for a moment.
+    /// How long the status area may be missing before the launcher window is shown. A desktop that starts its panel
+    /// again has none for a moment.
     static constexpr std::chrono::milliseconds statusAreaTimeout = std::chrono::seconds(1);
+    /// How long a desktop may take to start. In a session that is younger, the launcher window is not shown before.
+    static constexpr std::chrono::milliseconds sessionStartTimeout = std::chrono::seconds(10);
 
     explicit NeloMenuBarApp(std::unique_ptr<Platform> platform, std::chrono::milliseconds timeout = statusAreaTimeout,
                             QObject* parent = nullptr);
@@ -56,6 +58,7 @@ private:
               ViewController* (*makeController)());
     void bringForward(NeloWindow& window);
 
+    std::chrono::milliseconds m_statusAreaTimeout;
     std::unique_ptr<QMenu> m_menu; // before the platform, which shows it and must go first
     std::unique_ptr<Platform> m_platform;
     QTimer m_launcherTimer;
