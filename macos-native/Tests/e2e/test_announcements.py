@@ -11,8 +11,8 @@ from nelo import Nelo, Node, open_chat, press, type_text
 
 class StatusLineTest(unittest.TestCase):
     def setUp(self) -> None:
-        self.changed = Announcements("object:property-change:accessible-name")
-        self.addCleanup(self.changed.close)
+        self.announced = Announcements("object:state-changed:showing")
+        self.addCleanup(self.announced.close)
         self.nelo = Nelo().__enter__()
         self.addCleanup(self.nelo.__exit__, None, None, None)
 
@@ -26,28 +26,28 @@ class StatusLineTest(unittest.TestCase):
         open_chat(self.nelo)
         type_text("hi")
         press("Return")
-        self.changed.wait_for("local greeting")
+        self.announced.wait_for("local greeting")
 
     def test_agents(self) -> None:
         console = self.open_console("Agents")
         write_kimi_agent(self.nelo.home, "scout")
         console.find("push button", "Refresh").press()
-        self.changed.wait_for("Total: 1 (kimi:1)")
+        self.announced.wait_for("Total: 1 (kimi:1)")
 
     def test_runtime(self) -> None:
         self.open_console("Runtime")
-        self.changed.wait_for("Runtime status refreshed.")
+        self.announced.wait_for("Runtime status refreshed.")
 
     def test_skills(self) -> None:
         self.open_console("Skills")
-        self.changed.wait_for("Loaded 0 skills for openclaw.")
+        self.announced.wait_for("Loaded 0 skills for openclaw.")
 
     def test_settings(self) -> None:
         self.nelo.choose("Settings...")
         window = self.nelo.window("Nelo Settings")
-        self.changed.wait_for("Settings loaded.")
+        self.announced.wait_for("Settings loaded.")
         window.find("push button", "Save").press(by="shift+Tab")
-        self.changed.wait_for(window.find("label", re.compile("Settings saved: ")).name)
+        self.announced.wait_for(window.find("label", re.compile("Settings saved: ")).name)
 
 
 if __name__ == "__main__":

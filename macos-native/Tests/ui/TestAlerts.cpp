@@ -43,6 +43,7 @@ private slots:
             wasShown = true;
             QVERIFY(dialog.isModal());
             QCOMPARE(dialog.windowTitle(), u"Title"_s);
+            QCOMPARE(dialog.accessibleDescription(), u"What happened.\nAnd why."_s); // is read with the title
             QCOMPARE(dialog.findChild<QLabel*>(u"messageText"_s)->text(), u"Title"_s);
             QCOMPARE(informativeText(dialog)->toPlainText(), u"What happened.\nAnd why."_s);
             QCOMPARE(informativeText(dialog)->accessibleName(), u"What happened.\nAnd why."_s);

@@ -61,7 +61,7 @@ void AgentsViewController::loadView()
     m_tableView = new JsonTable(columns(), {"ecosystem", "id"}, this);
     m_tableView->setObjectName(QStringLiteral("tableView"));
     m_tableView->setAccessibleName(QStringLiteral("Agents"));
-    m_statusLabel = makeSecondaryLabel(QStringLiteral("statusLabel"), QStringLiteral("Ready"), this);
+    m_statusLabel = new StatusLine(QStringLiteral("statusLabel"), QStringLiteral("Ready"), this);
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(16, 16, 16, 14);
@@ -84,7 +84,7 @@ QHBoxLayout* AgentsViewController::makeButtonRow()
     add(QStringLiteral("Run Configure"), &AgentsViewController::runConfigure);
     add(QStringLiteral("Adopt / Rename"), &AgentsViewController::adoptOrRename);
     add(QStringLiteral("Delete"), &AgentsViewController::deleteSelected);
-    m_summaryLabel = makeSecondaryLabel(QStringLiteral("summaryLabel"), {}, this);
+    m_summaryLabel = new StatusLine(QStringLiteral("summaryLabel"), {}, this);
     m_summaryLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     m_summaryLabel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed); // the label elides before the buttons wrap
     m_summaryLabel->setMinimumWidth(scaledToFont(90));

@@ -10,9 +10,9 @@
 #include <optional>
 
 class JsonTable;
-class Label;
 class NeloWindow;
 class QHBoxLayout;
+class StatusLine;
 struct Agent;
 
 /// The Agents tab: lists the agents of this machine, refreshes the list while its window is active, and creates,
@@ -55,8 +55,8 @@ private:
 
     std::chrono::milliseconds m_refreshInterval;
     JsonTable* m_tableView = nullptr;       // child of this
-    Label* m_summaryLabel = nullptr;        // child of this
-    Label* m_statusLabel = nullptr;         // child of this
+    StatusLine* m_summaryLabel = nullptr;   // child of this
+    StatusLine* m_statusLabel = nullptr;    // child of this
     std::unique_ptr<QTimer> m_refreshTimer; // exists while the view is visible
     QPointer<NeloWindow> m_lastEditor;      // owns itself
 };

@@ -121,10 +121,8 @@ QWidget* ChatViewController::makeTranscript(QWidget* card)
 
 QWidget* ChatViewController::makeStatusLine(QWidget* card)
 {
-    m_debugLabel = new Label(QString(), card);
-    m_debugLabel->setObjectName(QStringLiteral("debugLabel"));
+    m_debugLabel = new StatusLine(QStringLiteral("debugLabel"), {}, card);
     m_debugLabel->setFont(fontOfSize(font(), 11));
-    m_debugLabel->setEmphasis(Emphasis::Secondary);
     return m_debugLabel;
 }
 

@@ -9,10 +9,10 @@
 #include <chrono>
 #include <memory>
 
-class Label;
 class MessageField;
 class PopUpButton;
 class QPushButton;
+class StatusLine;
 class TranscriptView;
 struct ChatReport;
 struct ChatTarget;
@@ -62,7 +62,7 @@ private:
     std::unique_ptr<ChatService> m_service; // made when the first message is sent
 
     TranscriptView* m_transcriptScroll = nullptr; // the controls are children of this
-    Label* m_debugLabel = nullptr;
+    StatusLine* m_debugLabel = nullptr;
     MessageField* m_inputField = nullptr;
     QPushButton* m_plusButton = nullptr;
     PopUpButton* m_modelPopup = nullptr;

@@ -45,7 +45,7 @@ void ModelsViewController::loadView()
 {
     QHBoxLayout* toolbar = makeToolbar();
     m_boxes = makeBoxes();
-    m_statusLabel = makeSecondaryLabel(QStringLiteral("statusLabel"), QStringLiteral("Ready"), this);
+    m_statusLabel = new StatusLine(QStringLiteral("statusLabel"), QStringLiteral("Ready"), this);
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(margin, margin, margin, 14);

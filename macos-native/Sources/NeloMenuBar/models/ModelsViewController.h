@@ -5,6 +5,7 @@
 class JsonTable;
 class Label;
 class QHBoxLayout;
+class StatusLine;
 
 /// The Models tab: shows the catalogue of language models, the installed models and the downloads, and starts and
 /// cancels downloads. Backend calls block. The lists change only when the user refreshes them and after an action.
@@ -39,6 +40,6 @@ private:
     JsonTable* m_localTable = nullptr;
     JsonTable* m_taskTable = nullptr;
     Label* m_localSummaryLabel = nullptr;
-    Label* m_statusLabel = nullptr;
+    StatusLine* m_statusLabel = nullptr;
     QHBoxLayout* m_boxes = nullptr;
 };

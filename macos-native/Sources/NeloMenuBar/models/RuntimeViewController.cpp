@@ -46,7 +46,7 @@ void RuntimeViewController::loadView()
     m_summaryLabel = new WrappingLabel(QStringLiteral("Loading..."));
     m_summaryLabel->setObjectName(QStringLiteral("summaryLabel"));
     m_summaryLabel->setAlignment(Qt::AlignTop | Qt::AlignLeft);
-    m_statusLabel = makeSecondaryLabel(QStringLiteral("statusLabel"), QStringLiteral("Ready"), this);
+    m_statusLabel = new StatusLine(QStringLiteral("statusLabel"), QStringLiteral("Ready"), this);
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(16, 16, 16, 14);

@@ -2,7 +2,7 @@
 
 #include "shell/primitives/ViewController.h"
 
-class Label;
+class StatusLine;
 class WrappingLabel;
 
 /// The Runtime tab: shows how the `openclaw` runtime is installed on this machine. It changes nothing there.
@@ -22,5 +22,5 @@ protected:
 
 private:
     WrappingLabel* m_summaryLabel = nullptr; // child of this
-    Label* m_statusLabel = nullptr;          // child of this
+    StatusLine* m_statusLabel = nullptr;     // child of this
 };

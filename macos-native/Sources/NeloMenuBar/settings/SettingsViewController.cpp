@@ -111,7 +111,7 @@ void SettingsViewController::makeControls(QWidget* parent)
     m_autoTovaniButton = makeCheckBox(QStringLiteral("autoTovaniButton"),
                                       QStringLiteral("Auto-download Tovani on chat (local mode)"), parent);
     m_tovaniPathField = makeNamedField(QStringLiteral("tovaniPathField"), defaultTovaniPath(), parent);
-    m_statusLabel = makeSecondaryLabel(QStringLiteral("statusLabel"), {}, parent);
+    m_statusLabel = new StatusLine(QStringLiteral("statusLabel"), {}, parent);
 }
 
 QLayout* SettingsViewController::makeForm(QWidget* parent) const

@@ -4,11 +4,11 @@
 
 #include <QMap>
 
-class Label;
 class PopUpButton;
 class QCheckBox;
 class QLayout;
 class QLineEdit;
+class StatusLine;
 struct SaveReport;
 struct SettingsDocument;
 
@@ -56,7 +56,7 @@ private:
     QLineEdit* m_cloudSkillsCatalogURLField = nullptr;
     QCheckBox* m_autoTovaniButton = nullptr;
     QLineEdit* m_tovaniPathField = nullptr;
-    Label* m_statusLabel = nullptr;
+    StatusLine* m_statusLabel = nullptr;
 
     QMap<QString, QString>
         m_providerKeyCache;         // the API keys as they were typed or loaded last, by provider; also empty ones

@@ -74,7 +74,7 @@ void SkillsViewController::loadView()
     column->addLayout(makeControlRow());
     column->addLayout(makeDescription());
     column->addLayout(makeBody());
-    m_statusLabel = makeSecondaryLabel(QStringLiteral("statusLabel"), QStringLiteral("Ready"), this);
+    m_statusLabel = new StatusLine(QStringLiteral("statusLabel"), QStringLiteral("Ready"), this);
     column->addWidget(m_statusLabel);
     connectPieces();
 }
@@ -151,9 +151,9 @@ void SkillsViewController::connectPieces()
     connect(m_configModePopup, &QComboBox::activated, this, &SkillsViewController::configModeChanged);
     connect(m_tableView, &JsonTable::selectionDidChange, this, &SkillsViewController::tableViewSelectionDidChange);
     connect(m_entryEditor, &SkillEntryEditor::entryLoaded, this, &SkillsViewController::reloadSourcesIfShown);
-    connect(m_entryEditor, &SkillEntryEditor::statusChanged, m_statusLabel, &QLabel::setText);
-    connect(m_sourceSection, &NewsSourceSection::statusChanged, m_statusLabel, &QLabel::setText);
-    connect(m_installer, &SkillInstaller::statusChanged, m_statusLabel, &QLabel::setText);
+    connect(m_entryEditor, &SkillEntryEditor::statusChanged, m_statusLabel, &StatusLine::setText);
+    connect(m_sourceSection, &NewsSourceSection::statusChanged, m_statusLabel, &StatusLine::setText);
+    connect(m_installer, &SkillInstaller::statusChanged, m_statusLabel, &StatusLine::setText);
 }
 
 void SkillsViewController::viewDidLoad()

@@ -13,6 +13,7 @@ class QLayout;
 class ScrollingLabel;
 class SkillEntryEditor;
 class SkillInstaller;
+class StatusLine;
 
 /// The Skills tab: lists the skills of one ecosystem. It contains the editor of the selected skill's entry, the section
 /// of news sources and the installer of skills. Backend calls block.
@@ -65,7 +66,7 @@ private:
     JsonTable* m_tableView = nullptr;
     SkillEntryEditor* m_entryEditor = nullptr;
     NewsSourceSection* m_sourceSection = nullptr;
-    Label* m_statusLabel = nullptr;
+    StatusLine* m_statusLabel = nullptr;
 
     std::vector<Json> m_currentAgentRows; // in the order of the pop-up
 };

@@ -27,6 +27,7 @@ public:
         const int textWidth = scaledWindowSize({420, 0}).width();
         setWindowTitle(title);
         setModal(true);
+        setAccessibleDescription(text); // a screen reader reads it with the title
         auto* messageText = new Label(title, this);
         messageText->setObjectName(QStringLiteral("messageText"));
         messageText->setFont(fontOfSize(font(), 15, QFont::Bold));

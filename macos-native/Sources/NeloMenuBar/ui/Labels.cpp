@@ -116,6 +116,20 @@ bool Label::isElided() const
     return lineWidth() > width();
 }
 
+StatusLine::StatusLine(const QString& objectName, const QString& text, QWidget* parent) : Label(text, parent)
+{
+    setObjectName(objectName);
+    setEmphasis(Emphasis::Secondary);
+}
+
+void StatusLine::setText(const QString& text)
+{
+    if (text == this->text())
+        return;
+    Label::setText(text);
+    m_announcer.announce(text);
+}
+
 Label* makeSecondaryLabel(const QString& objectName, const QString& text, QWidget* parent)
 {
     auto* label = new Label(text, parent);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/Announcer.h"
+
 #include <QFont>
 #include <QHash>
 #include <QLabel>
@@ -42,6 +44,21 @@ private:
     // To measure a text takes as long as to paint it, and a label needs its width for both its size and its painting.
     mutable QString m_measuredText;
     mutable int m_lineWidth = 0; // of that text
+};
+
+/// The line that tells what came of the last action, of secondary emphasis. A new text is also announced.
+class StatusLine final : public Label
+{
+    Q_OBJECT
+
+public:
+    explicit StatusLine(const QString& objectName, const QString& text, QWidget* parent);
+
+    /// Shows `text`, and announces it unless it is shown already. To be called instead of QLabel's own.
+    void setText(const QString& text);
+
+private:
+    Announcer m_announcer{*this};
 };
 
 /// Returns a label of secondary emphasis with the object name `objectName`.
