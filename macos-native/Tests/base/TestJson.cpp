@@ -72,6 +72,9 @@ private slots:
         const auto nested = [](std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
         QVERIFY(parseJson(nested(maxJsonDepth)).is_array());
         QVERIFY(parseJson(nested(maxJsonDepth + 1)).is_discarded());
+        QVERIFY(parseJson(R"(["a\")" + nested(maxJsonDepth + 1) + "\"]").is_array()); // all of it is a string
+        QVERIFY(parseJson(R"(["a\\",)" + nested(maxJsonDepth - 1) + "]").is_array());
+        QVERIFY(parseJson(R"(["a\\",)" + nested(maxJsonDepth) + "]").is_discarded()); // the string ends before
     }
 
     void whatIsNoJsonIsDiscarded()

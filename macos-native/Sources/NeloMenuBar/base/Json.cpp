@@ -6,21 +6,33 @@
 
 namespace {
 
+/// Returns the position of the quotation mark that ends the string that starts at `start`, or the end of `json` when
+/// there is none.
+std::size_t endOfString(std::string_view json, std::size_t start)
+{
+    std::size_t end = start;
+    std::size_t backslashes = 0;
+    do {
+        end = json.find('"', end + 1); // much faster than a look at each character
+        if (end == std::string_view::npos)
+            return json.size();
+        backslashes = end - 1 - json.find_last_not_of('\\', end - 1); // `start` is none
+    } while (backslashes % 2 == 1); // which makes the quotation mark a part of the string
+    return end;
+}
+
 /// Returns how deep arrays and objects are nested in a JSON text, which need not be valid.
 int nestingDepth(std::string_view json)
 {
     int depth = 0;
     int deepest = 0;
-    bool inString = false;
     for (std::size_t i = 0; i < json.size(); ++i) {
         const char c = json[i];
-        if (inString && c == '\\')
-            ++i;
-        else if (c == '"')
-            inString = !inString;
-        else if (!inString && (c == '[' || c == '{'))
+        if (c == '"')
+            i = endOfString(json, i);
+        else if (c == '[' || c == '{')
             deepest = std::max(deepest, ++depth);
-        else if (!inString && (c == ']' || c == '}'))
+        else if (c == ']' || c == '}')
             --depth;
     }
     return deepest;

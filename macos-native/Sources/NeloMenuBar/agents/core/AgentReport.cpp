@@ -5,14 +5,22 @@
 #include <QStringList>
 
 #include <map>
+#include <unordered_map>
 
 namespace {
 
 QString countsByEcosystem(const std::vector<Json>& rows)
 {
+    const Json unknown = "unknown";
+    std::unordered_map<Json, int>
+        rowsOf; // by the member itself: the text of each row's would take longer than the rest
+    for (const Json& row : rows) {
+        const auto ecosystem = row.find("ecosystem");
+        ++rowsOf[ecosystem == row.end() ? unknown : *ecosystem];
+    }
     std::map<QString, int> counts;
-    for (const Json& row : rows)
-        ++counts[textOf(row, "ecosystem", QStringLiteral("unknown"))];
+    for (const auto& [ecosystem, count] : rowsOf)
+        counts[textOf(ecosystem)] += count;
 
     QStringList parts;
     for (const auto& [ecosystem, count] : counts)
