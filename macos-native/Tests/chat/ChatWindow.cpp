@@ -1,43 +1,27 @@
 #include "chat/ChatWindow.h"
 
 #include "base/ApiKeyStore.h"
-#include "base/Json.h"
 #include "base/Provider.h"
 #include "chat/ChatViewController.h"
-#include "chat/core/ChatLog.h"
 #include "chat/transcript/TranscriptView.h"
 #include "shell/primitives/NeloWindow.h"
-#include "support/Files.h"
 
 #include <QApplication>
-#include <QRegularExpression>
 #include <QSettings>
 #include <QTest>
 
-#include <array>
-
 using namespace Qt::StringLiterals;
-
-namespace {
-
-constexpr std::array endpointVariables{"NELO_OPENAI_BASE_URL", "NELO_DEEPSEEK_BASE_URL", "NELO_KIMI_BASE_URL"};
-
-} // namespace
 
 ChatWindow::ChatWindow()
 {
     QCoreApplication::setOrganizationName(u"Nelo"_s);
     QCoreApplication::setApplicationName(u"TestChat"_s);
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, home.path(u".config"_s));
-    for (const char* variable : endpointVariables)
-        qputenv(variable, server.url().toUtf8());
 }
 
 ChatWindow::~ChatWindow()
 {
     close();
-    for (const char* variable : endpointVariables)
-        qunsetenv(variable);
 }
 
 void ChatWindow::open()
@@ -54,12 +38,6 @@ void ChatWindow::openWithKeys()
     for (const QString& provider : Provider::all())
         QVERIFY(!ApiKeyStore().setKeys({{provider, u"sk-"_s + provider}}));
     open();
-}
-
-void ChatWindow::replyWith(const QString& reply)
-{
-    const Json body{{"choices", {{{"message", {{"content", reply}}}}}}};
-    server.answerEach(HttpAnswer::message(200, QByteArray::fromStdString(body.dump())));
 }
 
 void ChatWindow::close()
@@ -91,22 +69,6 @@ void ChatWindow::send(const QString& text) const
 {
     inputField()->setText(text);
     QTest::keyClick(inputField(), Qt::Key_Return);
-}
-
-QStringList ChatWindow::logEntries() const
-{
-    static const QRegularExpression time(u"^\\[[^]]*\\] "_s, QRegularExpression::MultilineOption);
-    QString log = QString::fromUtf8(Files::contentOf(neloChatLogURL()));
-    return log.remove(time).split(u'\n', Qt::SkipEmptyParts);
-}
-
-QStringList ChatWindow::sentMessages(qsizetype index) const
-{
-    QStringList sent;
-    const Json body = parseJson(server.requests().at(index).body.toStdString());
-    for (const Json& message : body["messages"])
-        sent.append(textOf(message, "role") + u": "_s + textOf(message, "content"));
-    return sent;
 }
 
 std::vector<DialogRobot::Shown> answerDialogs(const std::function<void()>& work,

@@ -1,8 +1,7 @@
 #pragma once
 
+#include "chat/ChatServer.h"
 #include "support/DialogRobot.h"
-#include "support/HttpServer.h"
-#include "support/TestHome.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -15,9 +14,8 @@
 class NeloWindow;
 class TranscriptView;
 
-/// The chat in a window of its own, with a temporary home, user defaults of its own, and a server that the requests of
-/// every provider go to.
-class ChatWindow final
+/// The chat in a window of its own, with user defaults of its own.
+class ChatWindow final : public ChatServer
 {
 public:
     ChatWindow();
@@ -50,20 +48,10 @@ public:
     QStringList bubbles() const;
     /// Types `text` and presses Return.
     void send(const QString& text) const;
-    /// Has the server answer every request with `reply`.
-    void replyWith(const QString& reply);
-
-    /// The log's messages, without their times.
-    QStringList logEntries() const;
-    /// The role and content of every message of request `index`, each as "role: content".
-    QStringList sentMessages(qsizetype index) const;
 
     /// The times that the chat waits; they are shorter than those of the program.
     static constexpr std::chrono::milliseconds focusDelay{20};
     static constexpr std::chrono::milliseconds persistDelay{10};
-
-    TestHome home;
-    HttpServer server;
 
 private:
     std::unique_ptr<NeloWindow> m_window;

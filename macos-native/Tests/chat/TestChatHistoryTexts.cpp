@@ -5,10 +5,8 @@
 #include "chat/core/NeloChatMessage.h"
 #include "chat/transcript/TranscriptView.h"
 #include "support/Corpora.h"
+#include "support/TestCase.h"
 #include "support/TestHome.h"
-#include "support/Warnings.h"
-
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -65,19 +63,11 @@ QByteArray historyWith(const QByteArray& members)
 } // namespace
 
 /// The texts of a public suite for JSON parsers as history files, and in them.
-class TestChatHistoryTexts final : public QObject
+class TestChatHistoryTexts final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnUnexpectedWarning();
-        m_home = std::make_unique<TestHome>();
-    }
-
-    void cleanup() { m_home.reset(); }
-
     void aTextAsTheFileBeginsTheConversationAnew_data() { addTexts(); }
 
     void aTextAsTheFileBeginsTheConversationAnew()
@@ -126,18 +116,8 @@ private slots:
         QCOMPARE(shown(), QStringList{storedMessages().isEmpty() ? neloWelcomeMessage : u"kept"_s});
     }
 
-    void aTextThatWasSaidIsSaidAgain_data() { addTexts(); }
-
-    void aTextThatWasSaidIsSaidAgain()
-    {
-        QFETCH(QByteArray, text);
-        const QString said = QString::fromUtf8(text);
-        storeHistory(encodeChatMessages({NeloChatMessage::now(userRole, said)}));
-        QCOMPARE(shown(), QStringList{said});
-    }
-
 private:
-    std::unique_ptr<TestHome> m_home;
+    Fresh<TestHome> m_home{this};
 };
 
 QTEST_MAIN(TestChatHistoryTexts)

@@ -1,51 +1,29 @@
 #include "chat/ChatViewController.h"
 
 #include "base/ApiKeyStore.h"
-#include "chat/ChatCalls.h"
 #include "chat/ChatWindow.h"
 #include "chat/StoredMessages.h"
 #include "chat/core/NeloChatMessage.h"
 #include "chat/transcript/TranscriptView.h"
-#include "support/Slowness.h"
-#include "support/Warnings.h"
+#include "support/Cases.h"
+#include "support/TestCase.h"
 
 #include <QApplication>
 #include <QClipboard>
-#include <QDir>
 #include <QElapsedTimer>
 #include <QInputMethodEvent>
 #include <QScreen>
-#include <QTest>
 #include <QTimer>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 /// The send flow, from the keyboard to the wire and back, with real files.
-class TestChatViewController final : public QObject
+class TestChatViewController final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnUnexpectedWarning();
-        m_chat = std::make_unique<ChatWindow>();
-    }
-
-    void cleanup() { m_chat.reset(); }
-
-    void beginsWithTheWelcome()
-    {
-        m_chat->open();
-        QCOMPARE(m_chat->bubbles(), QStringList{m_welcome});
-        QCOMPARE(m_chat->status(), QString());
-        QCOMPARE(m_chat->logEntries(), QStringList());
-        QTRY_COMPARE(storedMessages().size(), 1);
-        QCOMPARE(storedMessages().value(0).role, u"assistant"_s);
-        QCOMPARE(storedMessages().value(0).content, neloWelcomeMessage);
-    }
-
     void showsTheConversationThatWasKept()
     {
         QList<NeloChatMessage> kept(500, {userRole, u"question"_s, u"a"_s});
@@ -94,14 +72,13 @@ private slots:
 
     void whatIsNotSent_data()
     {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<QString>("greeting");
-        QTest::newRow("nothing") << QString() << QString();
-        QTest::newRow("blanks") << u"  "_s << QString();
-        QTest::newRow("a Chinese blank and a tabulator") << u"\u3000\t"_s << QString();
-        QTest::newRow("a greeting between blanks") << u" Hi "_s << u"Hi"_s;
-        QTest::newRow("a greeting in capitals") << u"HELLO"_s << u"HELLO"_s;
-        QTest::newRow("a greeting in Chinese") << u"在吗"_s << u"在吗"_s;
+        const Cases<QString, QString> add("typed", "greeting");
+        add("nothing", {}, {});
+        add("blanks", u"  "_s, {});
+        add("a Chinese blank and a tabulator", u"\u3000\t"_s, {});
+        add("a greeting between blanks", u" Hi "_s, u"Hi"_s);
+        add("a greeting in capitals", u"HELLO"_s, u"HELLO"_s);
+        add("a greeting in Chinese", u"在吗"_s, u"在吗"_s);
     }
 
     void whatIsNotSent()
@@ -110,6 +87,7 @@ private slots:
         QFETCH(QString, greeting);
         const bool isGreeting = !greeting.isEmpty();
         m_chat->open(); // no key is needed
+        QCOMPARE(m_chat->status(), QString());
         m_chat->send(typed);
         QCOMPARE(m_chat->status(), isGreeting ? u"local greeting"_s : u"empty input"_s);
         QCOMPARE(m_chat->inputField()->text(), isGreeting ? QString() : typed);
@@ -120,36 +98,6 @@ private slots:
         QCOMPARE(m_chat->bubbles(), QStringList{m_welcome} + (isGreeting ? exchange : QStringList()));
         QTRY_COMPARE(storedMessages().size(), m_chat->bubbles().size());
         QCOMPARE(storedMessages().constLast().role, assistantRole);
-        QVERIFY(m_chat->server.requests().isEmpty());
-    }
-
-    void aMissingKeyKeepsTheText_data()
-    {
-        QTest::addColumn<QString>("key");
-        QTest::newRow("none was ever stored") << QString();
-        QTest::newRow("a key of blanks is none") << u" \n\t"_s;
-    }
-
-    void aMissingKeyKeepsTheText()
-    {
-        QFETCH(QString, key);
-        if (!key.isEmpty())
-            QVERIFY(!ApiKeyStore().setKeys({{u"kimi"_s, key}}));
-        m_chat->open();
-        m_chat->modelPopup()->setCurrentText(u"moonshot-v1-8k"_s);
-        m_chat->transcript()->setFocus();
-
-        const DialogRobot::Shown alert = answerDialog([this] { m_chat->send(m_question); });
-        QCOMPARE(alert.title, u"API Key Required"_s);
-        QCOMPARE(alert.text, u"Configure an API Key for kimi before sending."_s);
-        QCOMPARE(alert.buttons, QStringList{u"OK"_s});
-        QCOMPARE(m_chat->status(), u"missing api key"_s);
-        QCOMPARE(m_chat->logEntries(),
-                 (QStringList{u"send triggered"_s,
-                              u"send aborted: missing api key for provider=kimi model=moonshot-v1-8k"_s}));
-        QCOMPARE(m_chat->inputField()->text(), m_question);
-        QCOMPARE(m_chat->window()->focusWidget(), m_chat->inputField());
-        QCOMPARE(m_chat->bubbles(), QStringList{m_welcome});
         QVERIFY(m_chat->server.requests().isEmpty());
     }
 
@@ -165,9 +113,12 @@ private slots:
         QTRY_COMPARE(m_chat->server.requests().size(), 1);
         QCOMPARE(m_chat->server.requests().first().header("Authorization"), "Bearer sk-padded");
         QTRY_COMPARE(storedMessages().size(), 2); // kept before there is an answer
+        for (const QWidget* control : std::initializer_list<QWidget*>{m_chat->inputField(), m_chat->plusButton(),
+                                                                      m_chat->modelPopup(), m_chat->sendButton()})
+            QVERIFY(control->isEnabled()); // nothing is blocked while it waits
 
         m_chat->transcript()->setFocus();
-        m_chat->server.answer(0, HttpAnswer::message(200, replyBody(u"Time for tea. 喝茶\n"_s)));
+        m_chat->server.answer(0, replyOf(u"Time for tea. 喝茶\n"_s));
         QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
         QCOMPARE(m_chat->bubbles().last(), u"Nelo: Time for tea. 喝茶"_s);
         QVERIFY(m_chat->inputField()->hasFocus());
@@ -201,34 +152,18 @@ private slots:
         QVERIFY(m_chat->logEntries().at(2).startsWith(u"callChatAPI: "_s));
     }
 
-    void theSendButtonSends()
-    {
-        m_chat->openWithKeys();
-        m_chat->replyWith(u"yes"_s);
-        m_chat->inputField()->setText(m_question);
-        QTest::mouseClick(m_chat->sendButton(), Qt::LeftButton);
-        QVERIFY(m_chat->inputField()->hasFocus()); // a click does not take the keyboard away
-        QTRY_COMPARE(m_chat->bubbles().last(), u"Nelo: yes"_s);
-    }
-
-    void theSendButtonGreetsAndReturnsTheKeyboard()
+    void theSendButtonSendsAndReturnsTheKeyboard()
     {
         m_chat->open();
         m_chat->inputField()->setText(u"hi"_s);
+        QTest::mouseClick(m_chat->sendButton(), Qt::LeftButton);
+        QVERIFY(m_chat->inputField()->hasFocus()); // a click does not take the keyboard away
+        QCOMPARE(m_chat->status(), u"local greeting"_s);
+        m_chat->inputField()->setText(u"hello"_s);
         m_chat->sendButton()->setFocus();
         QTest::keyClick(m_chat->sendButton(), Qt::Key_Space);
-        QCOMPARE(m_chat->status(), u"local greeting"_s);
+        QCOMPARE(m_chat->bubbles().at(3), u"Me: hello"_s);
         QVERIFY(m_chat->inputField()->hasFocus());
-    }
-
-    void theChatGoesOnWithFoldersInPlaceOfItsFiles()
-    {
-        QVERIFY(QDir().mkpath(m_chat->home.path(u".nelo/menubar_chat_history.json"_s)));
-        QVERIFY(QDir().mkpath(m_chat->home.path(u".nelo/menubar_chat.log"_s)));
-        m_chat->openWithKeys();
-        m_chat->replyWith(u"yes"_s);
-        m_chat->send(m_question);
-        QTRY_COMPARE(m_chat->bubbles().last(), u"Nelo: yes"_s);
     }
 
     void aReplyWhileTheWindowIsClosedIsThereAgain()
@@ -238,43 +173,34 @@ private slots:
         m_chat->send(m_question);
         QTRY_COMPARE(m_chat->server.requests().size(), 1);
         m_chat->window()->close();
-        m_chat->server.answer(0, HttpAnswer::message(200, replyBody(u"yes"_s)));
+        m_chat->server.answer(0, replyOf(u"yes"_s));
         QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
         QVERIFY(!m_chat->window()->isVisible());
         m_chat->window()->show();
         QCOMPARE(m_chat->bubbles().last(), u"Nelo: yes"_s);
     }
 
-    void theModelDecidesTheProvider_data()
-    {
-        QTest::addColumn<QString>("model");
-        QTest::addColumn<QString>("provider");
-        QTest::newRow("the first") << u"gpt-4o-mini"_s << u"openai"_s;
-        QTest::newRow("the second") << u"gpt-4.1-mini"_s << u"openai"_s;
-        QTest::newRow("deepseek's") << u"deepseek-chat"_s << u"deepseek"_s;
-        QTest::newRow("moonshot's") << u"moonshot-v1-8k"_s << u"kimi"_s;
-        QTest::newRow("none is the first") << QString() << u"openai"_s;
-    }
-
     void theModelDecidesTheProvider()
     {
-        QFETCH(QString, model);
-        QFETCH(QString, provider);
         m_chat->openWithKeys();
-        m_chat->replyWith(u"yes"_s);
-        m_chat->modelPopup()->setCurrentIndex(m_chat->modelPopup()->findText(model));
-        m_chat->send(m_question);
-        QTRY_COMPARE(m_chat->server.requests().size(), 1);
-        QCOMPARE(m_chat->server.requests().first().header("Authorization"), "Bearer sk-" + provider.toUtf8());
-        const QByteArray sentModel = model.isEmpty() ? "gpt-4o-mini" : model.toUtf8();
-        QVERIFY(m_chat->server.requests().first().body.contains("\"model\":\"" + sentModel + '"'));
-        QVERIFY(m_chat->logEntries().at(1).startsWith(u"request started: provider="_s + provider + u" model="_s));
+        m_chat->server.answerEach(replyOf(u"yes"_s));
+        for (const auto& [model, provider] : {std::pair{u"moonshot-v1-8k"_s, u"kimi"_s}, {QString(), u"openai"_s}}) {
+            m_chat->modelPopup()->setCurrentIndex(m_chat->modelPopup()->findText(model));
+            const qsizetype asked = m_chat->server.requests().size();
+            m_chat->send(m_question);
+            QTRY_COMPARE(m_chat->server.requests().size(), asked + 1);
+            const HttpRequest& request = m_chat->server.requests().last();
+            QCOMPARE(request.header("Authorization"), "Bearer sk-" + provider.toUtf8());
+            const QString sentModel = model.isEmpty() ? u"gpt-4o-mini"_s : model; // none is the first
+            QVERIFY(request.body.contains("\"model\":\"" + sentModel.toUtf8() + '"'));
+            QCOMPARE(m_chat->logEntries().filter(u"request started: provider="_s + provider + u" model="_s).size(), 1);
+        }
     }
 
     void everyMessageIsSent()
     {
         m_chat->openWithKeys();
-        m_chat->server.answerInTurn({HttpAnswer::message(500, "no"), HttpAnswer::message(200, replyBody(u"reply"_s))});
+        m_chat->server.answerInTurn({HttpAnswer::message(500, "no"), replyOf(u"reply"_s)});
         m_chat->send(u"hi"_s);
         answerDialog([this] { m_chat->send(u"first"_s); });
         m_chat->send(u"second"_s);
@@ -284,8 +210,9 @@ private slots:
 
         const QString greeting = u"assistant: "_s + neloWelcomeMessage;
         const QStringList expected{greeting, u"user: hi"_s, greeting, u"user: first"_s, u"user: second"_s};
-        QCOMPARE(m_chat->sentMessages(1), expected);
-        QCOMPARE(m_chat->sentMessages(2), expected + QStringList({u"assistant: reply"_s, u"user: third"_s}));
+        QCOMPARE(messagesOf(m_chat->server.requests().at(1)), expected);
+        QCOMPARE(messagesOf(m_chat->server.requests().at(2)),
+                 expected + QStringList({u"assistant: reply"_s, u"user: third"_s}));
         QVERIFY(!m_chat->server.requests().last().body.contains("createdAt"));
     }
 
@@ -293,16 +220,16 @@ private slots:
     {
         storeHistory(records(300));
         m_chat->openWithKeys();
-        m_chat->replyWith(u"reply"_s);
+        m_chat->server.answerEach(replyOf(u"reply"_s));
         m_chat->send(u"more"_s);
         QTRY_COMPARE(m_chat->server.requests().size(), 1);
-        QCOMPARE(m_chat->sentMessages(0).size(), 301);
+        QCOMPARE(messagesOf(m_chat->server.requests().at(0)).size(), 301);
         QTRY_COMPARE(storedMessages().size(), 200);
         QCOMPARE(m_chat->transcript()->count(), 302); // what is on the screen stays there
 
         m_chat->send(u"and more"_s);
         QTRY_COMPARE(m_chat->server.requests().size(), 2);
-        QCOMPARE(m_chat->sentMessages(1).size(), 201);
+        QCOMPARE(messagesOf(m_chat->server.requests().at(1)).size(), 201);
     }
 
     void lettersTypedAfterAClickOnABubbleGoToTheInput()
@@ -318,6 +245,10 @@ private slots:
     void aSelectionStaysCopyableOutOfSightAndFromTheInput()
     {
         m_chat->open();
+        QGuiApplication::clipboard()->setText(u"before"_s);
+        m_chat->transcript()->setCurrentBubble(0);
+        QTest::keySequence(m_chat->inputField(), QKeySequence::Copy);
+        QCOMPARE(QGuiApplication::clipboard()->text(), u"before"_s); // nothing is selected
         QWidget* surface = m_chat->transcript()->viewport();
         const QPoint word = m_chat->transcript()->caretRect(0, 4).center();
         QTest::mouseDClick(surface, Qt::LeftButton, {}, word);
@@ -327,7 +258,6 @@ private slots:
             m_chat->send(u"hi"_s);
         QVERIFY(m_chat->transcript()->bubbleRect(0).bottom() < 0);
         QVERIFY(m_chat->inputField()->hasFocus());
-        QGuiApplication::clipboard()->setText(u"before"_s);
         QTest::keySequence(m_chat->inputField(), QKeySequence::Copy);
         QCOMPARE(QGuiApplication::clipboard()->text(), selected);
 
@@ -335,15 +265,6 @@ private slots:
         m_chat->inputField()->selectAll();
         QTest::keySequence(m_chat->inputField(), QKeySequence::Copy);
         QCOMPARE(QGuiApplication::clipboard()->text(), u"mine"_s);
-    }
-
-    void copyWithoutAnySelectionLeavesTheClipboard()
-    {
-        m_chat->open();
-        m_chat->transcript()->setCurrentBubble(0);
-        QGuiApplication::clipboard()->setText(u"before"_s);
-        QTest::keySequence(m_chat->inputField(), QKeySequence::Copy);
-        QCOMPARE(QGuiApplication::clipboard()->text(), u"before"_s);
     }
 
     void theWheelDoesNotChangeTheModel()
@@ -374,175 +295,6 @@ private slots:
         QCOMPARE(m_chat->bubbles().mid(4), (QStringList{u"Nelo: re: three"_s, u"Nelo: re: two"_s, u"Nelo: re: one"_s}));
     }
 
-    void nothingIsBlockedWhileWaiting()
-    {
-        m_chat->openWithKeys();
-        m_chat->server.holdAnswers();
-        m_chat->send(m_question);
-        QTRY_COMPARE(m_chat->server.requests().size(), 1);
-        QCOMPARE(m_chat->bubbles().size(), 2); // nothing stands in for the reply
-        for (const QWidget* control : std::initializer_list<QWidget*>{m_chat->inputField(), m_chat->plusButton(),
-                                                                      m_chat->modelPopup(), m_chat->sendButton()})
-            QVERIFY(control->isEnabled());
-    }
-
-    void returnThatEndsACompositionDoesNotSend()
-    {
-        m_chat->openWithKeys();
-        QInputMethodEvent composing(u"hi"_s, {});
-        QCoreApplication::sendEvent(m_chat->inputField(), &composing);
-        QTest::keyClick(m_chat->inputField(), Qt::Key_Return);
-        QCOMPARE(m_chat->bubbles(), QStringList{m_welcome});
-        QCOMPARE(m_chat->logEntries(), QStringList());
-        QCOMPARE(m_chat->inputField()->text(), u"hi"_s);
-    }
-
-    void aRefusalIsShownAndTheQuestionStays()
-    {
-        m_chat->openWithKeys();
-        m_chat->transcript()->setFocus();
-        QString statusMeanwhile;
-        m_chat->server.holdAnswers();
-        m_chat->send(m_question);
-        QTRY_COMPARE(m_chat->server.requests().size(), 1);
-        QTRY_COMPARE(storedMessages().size(), 2);
-        QVERIFY(QFile::remove(neloChatHistoryURL())); // a failure has it written again
-        const HttpAnswer refusal = HttpAnswer::message(401, "{\"error\":\"<b>no</b>\"}");
-        const auto fail = [this, &refusal] { m_chat->server.answer(0, refusal); };
-        const DialogRobot::Shown alert = answerDialog(fail, [this, &statusMeanwhile](QDialog& dialog) {
-            statusMeanwhile = m_chat->status();
-            QTest::keyClick(&dialog, Qt::Key_Return);
-        });
-        QCOMPARE(alert.title, u"Request Failed"_s);
-        QCOMPARE(alert.text, u"HTTP 401: {\"error\":\"<b>no</b>\"}"_s);
-        QCOMPARE(alert.buttons, QStringList{u"OK"_s});
-        QCOMPARE(statusMeanwhile, u"request failed"_s);
-        QCOMPARE(m_chat->bubbles(), (QStringList{m_welcome, u"Me: "_s + m_question}));
-        QCOMPARE(m_chat->logEntries().last(), u"request failed: "_s + alert.text);
-        QCOMPARE(m_chat->window()->focusWidget(), m_chat->inputField());
-        QTRY_COMPARE(storedMessages().size(), 2);
-    }
-
-    void aFailureBeforeTheRequestIsShown()
-    {
-        m_chat->openWithKeys();
-        qputenv("NELO_OPENAI_BASE_URL", "no URL at all");
-        QCOMPARE(answerDialog([this] { m_chat->send(m_question); }).text, u"invalid URL"_s);
-        QCOMPARE(m_chat->bubbles().last(), u"Me: "_s + m_question);
-    }
-
-    void twoMegabytesOfHtmlLeaveTheAlertOnTheScreen()
-    {
-        m_chat->openWithKeys();
-        const QByteArray html = "<html>" + QByteArray("<p>Bad Gateway</p>").repeated(2 * 1024 * 1024 / 18) + "</html>";
-        m_chat->server.answerEach(HttpAnswer::message(502, html));
-        bool isOnScreen = false;
-        answerDialog([this] { m_chat->send(m_question); },
-                     [&isOnScreen](QDialog& dialog) {
-                         isOnScreen = dialog.screen()->availableGeometry().contains(dialog.geometry());
-                         DialogRobot::press(u"OK"_s)(dialog);
-                         QVERIFY(!dialog.isVisible());
-                     });
-        QVERIFY(isOnScreen);
-        QVERIFY(Files::contentOf(m_chat->home.path(u".nelo/menubar_chat.log"_s))
-                    .contains("request failed: HTTP 502: " + html));
-    }
-
-    void contentIsShownAsItCame_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::newRow("markup") << u"<b>bold</b> &amp; **stars** [link](http://x)"_s;
-        QTest::newRow("both directions") << u"abc שלום \u202Eevil\u202C مرحبا"_s;
-        QTest::newRow("emoji families and flags") << u"👨‍👩‍👧‍👦 🇨🇳 👍🏽"_s;
-        QTest::newRow("combining marks") << u"Z\u0351\u036B\u0343\u036A\u0302a\u0300\u0301"_s;
-        QTest::newRow("a word of 10,000 letters") << u"w"_s.repeated(10'000);
-        QTest::newRow("100,000 lines") << u"line\n"_s.repeated(99'999) + u"last"_s;
-        QTest::newRow("20 MB") << u"lorem ipsum "_s.repeated(20 * 1024 * 1024 / 12).trimmed();
-    }
-
-    void contentIsShownAsItCame()
-    {
-        QFETCH(QString, text);
-        m_chat->openWithKeys();
-        m_chat->replyWith(text);
-        m_chat->send(u"show me"_s);
-        QTRY_COMPARE_WITH_TIMEOUT(m_chat->status(), u"request succeeded"_s, 30'000);
-        QVERIFY(m_chat->bubbles().last() == u"Nelo: "_s + text);
-        QElapsedTimer timer;
-        timer.start();
-        m_chat->window()->grab();
-        QVERIFY(timer.elapsed() < 1000 * slowness);
-    }
-
-    void theKeyIsNeverToldToAnybody()
-    {
-        QVERIFY(!ApiKeyStore().setKeys({{u"openai"_s, u"sk-very-secret"_s}}));
-        m_chat->open();
-        m_chat->server.answerInTurn({HttpAnswer::message(200, replyBody(u"yes"_s)), HttpAnswer::message(401, "no")});
-        m_chat->send(u"one"_s);
-        QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
-        const DialogRobot::Shown alert = answerDialog([this] { m_chat->send(u"two"_s); });
-        QVERIFY(!alert.text.contains(u"secret"));
-        QVERIFY(!m_chat->logEntries().join(u' ').contains(u"secret"));
-        QVERIFY(!Files::contentOf(neloChatHistoryURL()).contains("secret"));
-        QVERIFY(!m_chat->window()->windowTitle().contains(u"secret"));
-    }
-
-    void theKeyDialogStoresWhatIsSaved_data()
-    {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<Qt::Key>("key");
-        QTest::addColumn<QString>("stored");
-        QTest::newRow("Return saves, without blanks") << u" sk-new  "_s << Qt::Key_Return << u"sk-new"_s;
-        QTest::newRow("nothing is saved too") << u"  "_s << Qt::Key_Return << QString();
-        QTest::newRow("Escape keeps what was stored") << u"other"_s << Qt::Key_Escape << u"sk-kimi"_s;
-    }
-
-    void theKeyDialogStoresWhatIsSaved()
-    {
-        QFETCH(QString, typed);
-        QFETCH(Qt::Key, key);
-        QFETCH(QString, stored);
-        m_chat->openWithKeys();
-        m_chat->modelPopup()->setCurrentText(u"moonshot-v1-8k"_s);
-        const auto answer = [typed, key](QDialog& dialog) {
-            auto* field = dialog.findChild<QLineEdit*>();
-            QVERIFY(field->hasFocus());
-            QCOMPARE(field->text(), u"sk-kimi"_s);
-            QCOMPARE(field->placeholderText(), u"KIMI API Key"_s);
-            QCOMPARE(field->accessibleName(), u"KIMI API Key"_s);
-            QCOMPARE(field->echoMode(), QLineEdit::Password);
-            QCOMPARE(field->size(), QSize(280, 24));
-            field->selectAll();
-            QTest::keyClicks(field, typed);
-            QTest::keyClick(field, key);
-        };
-        const DialogRobot::Shown seen =
-            answerDialog([this] { QTest::mouseClick(m_chat->plusButton(), Qt::LeftButton); }, answer);
-        QCOMPARE(seen.title, u"Configure API Key"_s);
-        QCOMPARE(seen.text, u"kimi / moonshot-v1-8k"_s);
-        QCOMPARE(seen.buttons, (QStringList{u"Cancel"_s, u"Save"_s}));
-        QCOMPARE(seen.defaultButton, u"Save"_s);
-        QCOMPARE(ApiKeyStore().key(u"kimi"_s), stored);
-        QCOMPARE(ApiKeyStore().key(u"openai"_s), u"sk-openai"_s);
-        if (stored.isEmpty())
-            QCOMPARE(answerDialog([this] { m_chat->send(m_question); }).title, u"API Key Required"_s);
-    }
-
-    void aKeyThatCannotBeStoredIsTold()
-    {
-        Files::create(m_chat->home.path(u".config"_s), "a file where the folder should be");
-        m_chat->open();
-        const auto save = [](QDialog& dialog) {
-            dialog.findChild<QLineEdit*>()->setText(u"sk-key"_s);
-            dialog.accept();
-        };
-        const auto seen = answerDialogs([this] { m_chat->plusButton()->click(); }, {save, DialogRobot::press(u"OK"_s)});
-        QCOMPARE(seen.size(), 2U);
-        QCOMPARE(seen.back().title, u"Save Failed"_s);
-        QVERIFY(!seen.back().text.contains(u"sk-key"));
-    }
-
     void aReplyForAWindowThatIsGoneIsDropped()
     {
         m_chat->openWithKeys();
@@ -562,35 +314,6 @@ private slots:
         QCOMPARE(m_chat->bubbles().last(), u"Me: "_s + m_question);
     }
 
-    void theWindowMayGoWhileItAsks_data()
-    {
-        QTest::addColumn<QString>("about");
-        QTest::newRow("for a key") << u"plus"_s;
-        QTest::newRow("about a missing key") << u"missing"_s;
-        QTest::newRow("about a failure") << u"failure"_s;
-    }
-
-    void theWindowMayGoWhileItAsks()
-    {
-        QFETCH(QString, about);
-        if (about == u"missing")
-            m_chat->open();
-        else
-            m_chat->openWithKeys();
-        m_chat->server.answerEach(HttpAnswer::message(500, "no"));
-        const auto ask = [this, &about] {
-            m_chat->inputField()->setText(m_question);
-            QPushButton* button = about == u"plus" ? m_chat->plusButton() : m_chat->sendButton();
-            button->click();
-        };
-        const DialogRobot::Shown seen = answerDialog(ask, [this](QDialog& dialog) {
-            m_chat->close();
-            dialog.accept();
-        });
-        QVERIFY(seen.title != u"no dialog");
-        QVERIFY(!m_chat->window());
-    }
-
 private:
     const QString m_welcome = u"Nelo: "_s + neloWelcomeMessage;
     const QString m_question = u"What is the time?"_s;
@@ -603,7 +326,7 @@ private:
         return encodeChatMessages(messages);
     }
 
-    std::unique_ptr<ChatWindow> m_chat;
+    Fresh<ChatWindow> m_chat{this};
 };
 
 QTEST_MAIN(TestChatViewController)

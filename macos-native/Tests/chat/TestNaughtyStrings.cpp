@@ -1,19 +1,18 @@
 #include "chat/ChatViewController.h"
 
-#include "chat/ChatCalls.h"
 #include "chat/ChatWindow.h"
 #include "chat/StoredMessages.h"
 #include "chat/core/ChatLog.h"
 #include "chat/core/NeloChatMessage.h"
 #include "chat/transcript/TranscriptView.h"
+#include "support/Cases.h"
 #include "support/Corpora.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QAccessible>
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QInputMethodEvent>
-#include <QTest>
 #include <QTimer>
 
 #include <chrono>
@@ -78,28 +77,20 @@ QStringList accessibleBubbles(TranscriptView* transcript)
 
 /// A public list of strings that programs have stumbled over, as questions: each second one pasted and each other one
 /// from an input method, sent, answered with the same text, kept, and shown again by another window.
-class TestNaughtyStrings final : public QObject
+class TestNaughtyStrings final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnUnexpectedWarning();
-        m_chat = std::make_unique<ChatWindow>();
-    }
-
-    void cleanup() { m_chat.reset(); }
-
     void everyStringComesBackAsItWas_data()
     {
-        QTest::addColumn<QStringList>("strings");
+        const Cases<QStringList> add("strings");
         const QStringList strings = naughtyQuestions();
         QVERIFY(strings.size() > 450);
         for (qsizetype first = 0; first < strings.size(); first += questionsPerConversation) {
             const QStringList some = strings.mid(first, questionsPerConversation);
             const auto numbers = QByteArray::number(first + 1) + " to " + QByteArray::number(first + some.size());
-            QTest::newRow("strings " + numbers) << some;
+            add("strings " + numbers, some);
         }
     }
 
@@ -107,8 +98,7 @@ private slots:
     {
         QFETCH(QStringList, strings);
         m_chat->openWithKeys();
-        m_chat->server.answerBy(
-            [](const HttpRequest& request) { return HttpAnswer::message(200, replyBody(questionOf(request))); });
+        m_chat->server.answerBy([](const HttpRequest& request) { return replyOf(questionOf(request)); });
         QStringList conversation = m_chat->bubbles();
         QStringList log;
         for (const QString& string : strings) {
@@ -181,7 +171,7 @@ private:
         return m_chat->status() == u"request succeeded";
     }
 
-    std::unique_ptr<ChatWindow> m_chat;
+    Fresh<ChatWindow> m_chat{this};
 };
 
 QTEST_MAIN(TestNaughtyStrings)

@@ -1,21 +1,19 @@
 #include "chat/ChatCalls.h"
 
 #include "support/ProcessTable.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 #include "support/faults/EveryFault.h"
-
-#include <QTest>
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 /// Asking a provider while one call after the other fails, the client's as well as the server's: both are in here.
-class TestChatCallFaults final : public QObject
+class TestChatCallFaults final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void anAnswerOrAFailureComesOnce_data()
     {
         QTest::addColumn<Fault>("fault");
@@ -24,19 +22,18 @@ private slots:
         const auto lasting = [](const char* kind, int outcome) {
             return Fault{.kind = kind, .outcome = outcome, .isLasting = true};
         };
-        const QStringList unreachable{QStringLiteral("<127.0.0.1: Couldn't connect to server>")};
+        const QStringList unreachable{u"<127.0.0.1: Couldn't connect to server>"_s};
         QTest::newRow("nobody listens") << lasting("connect", ECONNREFUSED) << unreachable;
         QTest::newRow("there is no network") << lasting("connect", ENETUNREACH) << unreachable;
         QTest::newRow("out of descriptors") << lasting("socket", EMFILE) << unreachable;
         QTest::newRow("out of ports") << Fault{"connect", EADDRNOTAVAIL} << unreachable;
         QTest::newRow("out of threads") << lasting("thread", EAGAIN)
-                                        << QStringList{QStringLiteral("<127.0.0.1: Failed initialization>")};
+                                        << QStringList{u"<127.0.0.1: Failed initialization>"_s};
 
         // While we send the question; while the server sends the answer.
-        const QStringList broken{QStringLiteral("<127.0.0.1: Send failure: Connection reset by peer>"),
-                                 QStringLiteral("<127.0.0.1: Send failure: Broken pipe>"),
-                                 QStringLiteral("<127.0.0.1: Empty reply from server>"),
-                                 QStringLiteral("<127.0.0.1: transfer closed with ")};
+        const QStringList broken{u"<127.0.0.1: Send failure: Connection reset by peer>"_s,
+                                 u"<127.0.0.1: Send failure: Broken pipe>"_s, u"<127.0.0.1: Empty reply from server>"_s,
+                                 u"<127.0.0.1: transfer closed with "_s};
         QTest::newRow("the connection breaks") << Fault{"send", ECONNRESET} << broken;
         QTest::newRow("the other end has gone") << Fault{"send", EPIPE} << broken;
         QTest::newRow("a write takes half, and then the connection breaks") << Fault{"send", -ECONNRESET} << broken;
@@ -56,7 +53,7 @@ private slots:
         EveryFault faults(fault);
         while (faults.next()) {
             ChatCalls calls(TransferLimits{.silence = std::chrono::seconds(5)});
-            calls.server.answerEach(HttpAnswer::message(200, replyBody(answer)));
+            calls.server.answerEach(replyOf(answer));
             QCOMPARE(textOf(calls.ask()), answer); // what is opened once is open then
             calls.client = std::make_unique<ChatClient>(TransferLimits{.silence = std::chrono::seconds(5)});
             const int descriptors = ProcessTable::openDescriptors();

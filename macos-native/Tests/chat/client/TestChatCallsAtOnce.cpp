@@ -1,27 +1,20 @@
 #include "chat/ChatCalls.h"
 #include "chat/core/ChatReport.h"
 #include "support/Slowness.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QElapsedTimer>
-#include <QTest>
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 /// Calls that overlap, follow one another and are given up.
-class TestChatCallsAtOnce final : public QObject
+class TestChatCallsAtOnce final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnUnexpectedWarning();
-        m_calls = std::make_unique<ChatCalls>();
-    }
-
-    void cleanup() { m_calls.reset(); }
-
     void repliesCompleteInTheOrderTheyCome()
     {
         for (const char* question : {"a", "b", "c"})
@@ -32,7 +25,7 @@ private slots:
             const auto asked =
                 std::find_if(server.requests().begin(), server.requests().end(),
                              [&](const HttpRequest& request) { return questionOf(request) == question; });
-            server.answer(asked - server.requests().begin(), HttpAnswer::message(200, replyBody(question)));
+            server.answer(asked - server.requests().begin(), replyOf(question));
         };
         for (const char* question : {"b", "c", "a"}) {
             const std::size_t before = m_calls->outcomes.size();
@@ -54,7 +47,7 @@ private slots:
             // As many as there are connections come at once; the last of them is answered first.
             QTRY_VERIFY(server.requests().size() == std::min<qsizetype>(answered + 6, calls));
             for (qsizetype index = server.requests().size() - 1; index >= answered; --index)
-                server.answer(index, HttpAnswer::message(200, replyBody(questionOf(server.requests()[index]))));
+                server.answer(index, replyOf(questionOf(server.requests()[index])));
             answered = server.requests().size();
         }
         QVERIFY(m_calls->waitForOutcomes(calls));
@@ -72,7 +65,7 @@ private slots:
         m_calls->server.answerBy([](const HttpRequest& request) {
             const QString question = questionOf(request);
             return question.endsWith(QLatin1Char('7')) ? HttpAnswer::rawThenClose("HTTP/1.1 200 OK\r\nContent-")
-                                                       : HttpAnswer::message(200, replyBody(question));
+                                                       : replyOf(question);
         });
         for (int call = 0; call < calls; ++call)
             m_calls->start(QString::number(call));
@@ -88,11 +81,11 @@ private slots:
         for (int call = 0; call < 10; ++call) // more than there are connections; none is answered
             m_calls->start();
         HttpServer other;
-        other.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("hello"))));
+        other.answerEach(replyOf(u"hello"_s));
         m_calls->setEndpoint(other.url());
         m_calls->start();
         QVERIFY(m_calls->waitForOutcomes(1));
-        QCOMPARE(textOf(m_calls->outcomes.front()), QStringLiteral("hello"));
+        QCOMPARE(textOf(m_calls->outcomes.front()), u"hello"_s);
         QCOMPARE(m_calls->server.requests().size(), 6);
     }
 
@@ -100,7 +93,7 @@ private slots:
     {
         m_calls->client = std::make_unique<ChatClient>(TransferLimits{.silence = std::chrono::milliseconds(600)});
         m_calls->server.answerBy([](const HttpRequest& request) {
-            return HttpAnswer::message(200, replyBody(questionOf(request))).delayedBy(std::chrono::milliseconds(250));
+            return replyOf(questionOf(request)).delayedBy(std::chrono::milliseconds(250));
         });
         for (int call = 0; call < 24; ++call) // four rounds, the last of which ends after a second
             m_calls->start(QString::number(call));
@@ -125,32 +118,31 @@ private slots:
 
     void aCompletionMayEndItsClient()
     {
-        m_calls->server.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("hello"))));
+        m_calls->server.answerEach(replyOf(u"hello"_s));
         int completions = 0;
         const auto endClient = [this, &completions](const ChatOutcome&) {
             ++completions;
             m_calls->client.reset();
         };
-        m_calls->client->callChatAPI(QStringLiteral("openai"), QStringLiteral("m"), {}, QStringLiteral("k"), endClient);
+        m_calls->client->callChatAPI(u"openai"_s, u"m"_s, {}, u"k"_s, endClient);
         QTRY_COMPARE(completions, 1);
 
         m_calls->client = std::make_unique<ChatClient>();
         m_calls->setEndpoint(QString());
-        m_calls->client->callChatAPI(QStringLiteral("openai"), QStringLiteral("m"), {}, QStringLiteral("k"), endClient);
+        m_calls->client->callChatAPI(u"openai"_s, u"m"_s, {}, u"k"_s, endClient);
         QCOMPARE(completions, 2);
     }
 
     void aCompletionMayCallAgain()
     {
-        m_calls->server.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("hello"))));
-        m_calls->client->callChatAPI(QStringLiteral("openai"), QStringLiteral("m"), {}, QStringLiteral("k"),
-                                     [this](const ChatOutcome&) { m_calls->start(); });
+        m_calls->server.answerEach(replyOf(u"hello"_s));
+        m_calls->client->callChatAPI(u"openai"_s, u"m"_s, {}, u"k"_s, [this](const ChatOutcome&) { m_calls->start(); });
         QVERIFY(m_calls->waitForOutcomes(1));
-        QCOMPARE(textOf(m_calls->outcomes.front()), QStringLiteral("hello"));
+        QCOMPARE(textOf(m_calls->outcomes.front()), u"hello"_s);
     }
 
 private:
-    std::unique_ptr<ChatCalls> m_calls;
+    Fresh<ChatCalls> m_calls{this};
 };
 
 QTEST_GUILESS_MAIN(TestChatCallsAtOnce)

@@ -1,35 +1,26 @@
 #include "chat/client/ChatClient.h"
 
+#include "base/Json.h"
 #include "chat/ChatCalls.h"
 #include "chat/core/ChatReport.h"
-#include "support/Warnings.h"
-
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QTest>
+#include "support/Cases.h"
+#include "support/TestCase.h"
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 /// What goes over the wire, and what comes of the answer.
-class TestChatClient final : public QObject
+class TestChatClient final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnUnexpectedWarning();
-        m_calls = std::make_unique<ChatCalls>();
-    }
-
-    void cleanup() { m_calls.reset(); }
-
     void postsExactlyToTheEndpoint()
     {
-        m_calls->setEndpoint(m_calls->server.url(QStringLiteral("/own/path?a=1&b=%20c")));
-        m_calls->server.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("hello"))));
-        QCOMPARE(textOf(m_calls->ask(QStringLiteral("sk-123 4"))), QStringLiteral("hello"));
+        m_calls->setEndpoint(m_calls->server.url(u"/own/path?a=1&b=%20c"_s));
+        m_calls->server.answerEach(replyOf(u"hello"_s));
+        QCOMPARE(textOf(m_calls->ask(u"sk-123 4"_s)), u"hello"_s);
         QCOMPARE(m_calls->server.requests().size(), 1);
         const HttpRequest& request = m_calls->server.requests().first();
         QCOMPARE(request.method, QByteArray("POST"));
@@ -46,42 +37,33 @@ private slots:
 
     void sendsModelAndMessagesAndNothingElse()
     {
-        const QString odd =
-            QStringLiteral("\"\\ <b>\n\t") + QChar(0) + QStringLiteral("\u2028 你好 👨‍👩‍👧‍👦 ");
-        const QList<NeloChatMessage> messages{
-            {QStringLiteral("assistant"), QStringLiteral("welcome"), QStringLiteral("2025-01-01T00:00:00Z")},
-            {QStringLiteral("user"), odd, QStringLiteral("2025-01-01T00:00:01Z")},
-            {QStringLiteral("user"), QString(), QString()},
-        };
-        m_calls->client->callChatAPI(QStringLiteral("kimi"), QStringLiteral("modèl \"x\""), messages,
-                                     QStringLiteral("k"), [](const ChatOutcome&) {});
+        const QString odd = u"\"\\ <b>\n\t"_s + QChar(0) + u"\u2028 你好 👨‍👩‍👧‍👦 "_s;
+        const QList<NeloChatMessage> messages{{u"assistant"_s, u"welcome"_s, u"2025-01-01T00:00:00Z"_s},
+                                              {u"user"_s, odd, u"2025-01-01T00:00:01Z"_s},
+                                              {u"user"_s, QString(), QString()}};
+        m_calls->client->callChatAPI(u"kimi"_s, u"modèl \"x\""_s, messages, u"k"_s, [](const ChatOutcome&) {});
         QTRY_COMPARE(m_calls->server.requests().size(), 1);
-
         const QByteArray& body = m_calls->server.requests().first().body;
-        const auto message = [](const QString& role, const QString& content) {
-            return QJsonObject{{QStringLiteral("role"), role}, {QStringLiteral("content"), content}};
-        };
-        const QJsonObject expected{
-            {QStringLiteral("model"), QStringLiteral("modèl \"x\"")},
-            {QStringLiteral("messages"),
-             QJsonArray{message(QStringLiteral("assistant"), QStringLiteral("welcome")),
-                        message(QStringLiteral("user"), odd), message(QStringLiteral("user"), QString())}},
-            {QStringLiteral("stream"), false}};
-        QCOMPARE(QJsonDocument::fromJson(body).object(), expected);
+        const Json expected{{"model", u"modèl \"x\""_s},
+                            {"messages",
+                             {{{"role", "assistant"}, {"content", "welcome"}},
+                              {{"role", "user"}, {"content", odd}},
+                              {{"role", "user"}, {"content", ""}}}},
+                            {"stream", false}};
+        // A `Json` keeps the order of its members, which is nobody's business here.
+        QCOMPARE(nlohmann::json(parseJson(body.toStdString())).dump(), nlohmann::json(expected).dump());
         QVERIFY(!body.contains('\n'));
     }
 
     void everyProviderUsesItsOwnVariable()
     {
-        const QStringList providers{QStringLiteral("openai"), QStringLiteral("deepseek"), QStringLiteral("kimi"),
-                                    QStringLiteral("unknown")};
+        const QStringList providers{u"openai"_s, u"deepseek"_s, u"kimi"_s, u"unknown"_s};
         for (const char* name : {"openai", "deepseek", "kimi"}) {
             const QByteArray variable = "NELO_" + QByteArray(name).toUpper() + "_BASE_URL";
             qputenv(variable.constData(), m_calls->server.url(u'/' + QString::fromLatin1(name)).toUtf8());
         }
         for (const QString& provider : providers)
-            m_calls->client->callChatAPI(provider, QStringLiteral("m"), {}, QStringLiteral("k"),
-                                         [](const ChatOutcome&) {});
+            m_calls->client->callChatAPI(provider, u"m"_s, {}, u"k"_s, [](const ChatOutcome&) {});
         QTRY_COMPARE(m_calls->server.requests().size(), 4);
         QByteArrayList targets;
         for (const HttpRequest& request : m_calls->server.requests())
@@ -92,103 +74,74 @@ private slots:
 
     void aGoodReplyIsLoggedAndDelivered()
     {
-        m_calls->server.answerEach(HttpAnswer::message(201, replyBody(QStringLiteral(" 👋🏽 你好\n"))));
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("👋🏽 你好"));
-        QCOMPARE(
-            m_calls->logEntries(),
-            (QStringList{QStringLiteral("callChatAPI: provider=openai model=gpt-4o-mini url=") + m_calls->server.url(),
-                         QStringLiteral("callChatAPI success: status=201 responseChars=4")}));
+        m_calls->server.answerEach(HttpAnswer::message(201, replyBody(u" 👋🏽 你好\n"_s)));
+        QCOMPARE(textOf(m_calls->ask()), u"👋🏽 你好"_s);
+        QCOMPARE(m_calls->logEntries(),
+                 (QStringList{u"callChatAPI: provider=openai model=gpt-4o-mini url="_s + m_calls->server.url(),
+                              u"callChatAPI success: status=201 responseChars=4"_s}));
     }
 
     void anInvalidUrlCompletesAtOnce()
     {
-        m_calls->setEndpoint(QStringLiteral("not a url"));
+        m_calls->setEndpoint(u"not a url"_s);
         m_calls->start();
-        QVERIFY(m_calls->outcomes == std::vector<ChatOutcome>{NeloChatError{QStringLiteral("invalid URL")}});
-        QCOMPARE(m_calls->logEntries(),
-                 (QStringList{QStringLiteral("callChatAPI: provider=openai model=gpt-4o-mini url=not a url"),
-                              QStringLiteral("callChatAPI aborted: invalid URL")}));
+        QVERIFY(m_calls->outcomes == std::vector<ChatOutcome>{NeloChatError{u"invalid URL"_s}});
+        QCOMPARE(m_calls->logEntries(), (QStringList{u"callChatAPI: provider=openai model=gpt-4o-mini url=not a url"_s,
+                                                     u"callChatAPI aborted: invalid URL"_s}));
     }
 
-    void aReplyOfTwentyMegabytesArrivesWhole()
+    void twentyMegabytesArriveWholeBothWays()
     {
-        const QString text(20'000'000, QLatin1Char('x'));
-        m_calls->server.answerEach(HttpAnswer::message(200, replyBody(text)));
-        QVERIFY(textOf(m_calls->ask()) == text);
-        QCOMPARE(m_calls->logEntries().last(),
-                 QStringLiteral("callChatAPI success: status=200 responseChars=20000000"));
-    }
-
-    void aRequestOfTwentyMegabytesArrivesWhole()
-    {
-        const QString text(20'000'000, QLatin1Char('x'));
-        m_calls->server.answerBy([](const HttpRequest& request) {
-            return HttpAnswer::message(200, replyBody(questionOf(request).right(7)));
-        });
-        m_calls->start(text + QStringLiteral("the end"));
+        const QString text(20'000'000, u'x');
+        m_calls->server.answerBy([](const HttpRequest& request) { return replyOf(questionOf(request)); });
+        m_calls->start(text);
         QVERIFY(m_calls->waitForOutcomes(1));
-        QCOMPARE(textOf(m_calls->outcomes.front()), QStringLiteral("the end"));
-        QCOMPARE(questionOf(m_calls->server.requests().first()).size(), text.size() + 7);
-    }
-
-    void keysThatCannotBeSentAreRefused_data()
-    {
-        QTest::addColumn<QString>("key");
-        QTest::newRow("a line break and another header") << QStringLiteral("sk\r\nX-Evil: 1");
-        QTest::newRow("a line feed") << QStringLiteral("sk\nrest");
-        QTest::newRow("a zero character") << QStringLiteral("sk") + QChar(0);
-        QTest::newRow("a tab") << QStringLiteral("sk\trest");
-        QTest::newRow("a delete character") << QStringLiteral("sk\u007f");
-        QTest::newRow("Chinese") << QStringLiteral("密钥");
-        QTest::newRow("a Latin letter beyond ASCII") << QStringLiteral("clé");
-        QTest::newRow("an invisible blank") << QStringLiteral("sk\u200b");
+        QVERIFY(textOf(m_calls->outcomes.front()) == text);
+        QCOMPARE(m_calls->logEntries().last(), u"callChatAPI success: status=200 responseChars=20000000"_s);
     }
 
     void keysThatCannotBeSentAreRefused()
     {
-        QFETCH(QString, key);
-        m_calls->start(QStringLiteral("hi"), key);
-        QCOMPARE(m_calls->outcomes.size(), 0U); // only an invalid URL is told at once
-        QVERIFY(m_calls->waitForOutcomes(1));
-        const QString text = QStringLiteral("The API key has characters that cannot be sent");
-        QCOMPARE(textOf(m_calls->outcomes.front()), u'<' + text + u'>');
-        QCOMPARE(m_calls->logEntries().last(), QStringLiteral("callChatAPI transport error: ") + text);
+        const QStringList keys{u"sk\r\nX-Evil: 1"_s, u"sk\nrest"_s, u"sk"_s + QChar(0), u"sk\trest"_s,
+                               u"sk\u007f"_s,        u"密钥"_s,     u"clé"_s,           u"sk\u200b"_s};
+        const QString text = u"The API key has characters that cannot be sent"_s;
+        for (const QString& key : keys) {
+            m_calls->outcomes.clear();
+            m_calls->start(u"hi"_s, key);
+            QCOMPARE(m_calls->outcomes.size(), 0U); // only an invalid URL is told at once
+            QVERIFY(m_calls->waitForOutcomes(1));
+            QCOMPARE(textOf(m_calls->outcomes.front()), u'<' + text + u'>');
+            QCOMPARE(m_calls->logEntries().last(), u"callChatAPI transport error: "_s + text);
+        }
         QCOMPARE(m_calls->server.connectionCount(), 0);
-    }
 
-    void aKeyOfTenThousandCharactersArrives()
-    {
-        const QString key(10'000, QLatin1Char('k'));
-        m_calls->server.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("hello"))));
-        QCOMPARE(textOf(m_calls->ask(key)), QStringLiteral("hello"));
-        QCOMPARE(m_calls->server.requests().first().header("Authorization"), "Bearer " + key.toLatin1());
+        const QString longest(10'000, u'k');
+        m_calls->server.answerEach(replyOf(u"hello"_s));
+        QCOMPARE(textOf(m_calls->ask(longest)), u"hello"_s);
+        QCOMPARE(m_calls->server.requests().first().header("Authorization"), "Bearer " + longest.toLatin1());
     }
 
     void theKeyIsInNoLogEntry()
     {
-        const QString key = QStringLiteral("sk-very-secret");
-        m_calls->server.answerInTurn({HttpAnswer::message(200, replyBody(QStringLiteral("hello"))),
-                                      HttpAnswer::message(401, "no"), HttpAnswer::message(200, "{}"),
-                                      HttpAnswer::rawThenClose("")});
+        const QString key = u"sk-very-secret"_s;
+        m_calls->server.answerInTurn({replyOf(u"hello"_s), HttpAnswer::message(401, "no"),
+                                      HttpAnswer::message(200, "{}"), HttpAnswer::rawThenClose("")});
         for (int call = 0; call < 4; ++call)
             QVERIFY(!errorDescription(m_calls->ask(key)).contains(key));
         m_calls->ask(key + QChar(u'\n') + key);
-        m_calls->setEndpoint(QStringLiteral("no url"));
+        m_calls->setEndpoint(u"no url"_s);
         m_calls->ask(key);
         QCOMPARE(m_calls->logEntries().size(), 12);
-        QVERIFY(m_calls->logEntries().filter(QStringLiteral("secret")).isEmpty());
+        QVERIFY(m_calls->logEntries().filter(u"secret"_s).isEmpty());
     }
 
     void aKeyThatTheServerRepeatsIsMasked_data()
     {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("told");
-        const QString secret = QStringLiteral("sk-12345");
-        QTest::newRow("in a refusal") << 401 << secret << QStringLiteral("***");
-        QTest::newRow("in an answer without a reply") << 200 << secret << QStringLiteral("***");
-        QTest::newRow("but a word that is too short for a key is left")
-            << 401 << QStringLiteral("sk-1234") << QStringLiteral("sk-1234");
+        const Cases<int, QString, QString> add("status", "key", "told");
+        const QString secret = u"sk-12345"_s;
+        add("in a refusal", 401, secret, u"***"_s);
+        add("in an answer without a reply", 200, secret, u"***"_s);
+        add("but a word that is too short for a key is left", 401, u"sk-1234"_s, u"sk-1234"_s);
     }
 
     void aKeyThatTheServerRepeatsIsMasked()
@@ -199,23 +152,22 @@ private slots:
         m_calls->server.answerEach(
             HttpAnswer::message(status, "bad key " + key.toLatin1() + ", yes " + key.toLatin1()));
         const ChatOutcome outcome = m_calls->ask(key);
-        const QString body = QStringLiteral("bad key %1, yes %1").arg(told);
+        const QString body = u"bad key %1, yes %1"_s.arg(told);
         if (status == 401)
-            QCOMPARE(textOf(outcome), QStringLiteral("<HTTP 401: %1>").arg(body));
+            QCOMPARE(textOf(outcome), u"<HTTP 401: %1>"_s.arg(body));
         else
-            QCOMPARE(textOf(outcome), QStringLiteral("<response missing choices>"));
-        QVERIFY2(m_calls->logEntries().last().endsWith(QStringLiteral("body=") + body),
-                 qPrintable(m_calls->logEntries().last()));
+            QCOMPARE(textOf(outcome), u"<response missing choices>"_s);
+        QVERIFY2(m_calls->logEntries().last().endsWith(u"body="_s + body), qPrintable(m_calls->logEntries().last()));
     }
 
     void aReplyMayHoldTheKey()
     {
-        m_calls->server.answerEach(HttpAnswer::message(200, replyBody(QStringLiteral("choices, choices"))));
-        QCOMPARE(textOf(m_calls->ask(QStringLiteral("choices,"))), QStringLiteral("choices, choices"));
+        m_calls->server.answerEach(replyOf(u"choices, choices"_s));
+        QCOMPARE(textOf(m_calls->ask(u"choices,"_s)), u"choices, choices"_s);
     }
 
 private:
-    std::unique_ptr<ChatCalls> m_calls;
+    Fresh<ChatCalls> m_calls{this};
 };
 
 QTEST_GUILESS_MAIN(TestChatClient)

@@ -1,25 +1,26 @@
 #include "chat/ChatCalls.h"
+#include "support/Cases.h"
 #include "support/Files.h"
 #include "support/ProcessTable.h"
+#include "support/TestCase.h"
 #include "support/TestCertificate.h"
-#include "support/Warnings.h"
 
 #include <QSslConfiguration>
-#include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
 
 HttpAnswer keptAnswer()
 {
-    return HttpAnswer::message(200, replyBody(QStringLiteral("hello"))).keptAlive();
+    return replyOf(u"hello"_s).keptAlive();
 }
 
 } // namespace
 
 /// Connections that serve several calls, and when they do not.
-class TestChatConnections final : public QObject
+class TestChatConnections final : public TestCase
 {
     Q_OBJECT
 
@@ -28,16 +29,13 @@ private slots:
 
     void init()
     {
-        failOnUnexpectedWarning();
-        m_calls = std::make_unique<ChatCalls>();
+        TestCase::init();
         m_encrypted = std::make_unique<HttpServer>(m_certificate->forServer());
-        const QString file = m_calls->home.path(QStringLiteral("authorities.pem"));
+        const QString file = m_calls->home.path(u"authorities.pem"_s);
         Files::create(file, m_certificate->certificate.toPem());
         m_calls->client = std::make_unique<ChatClient>(TransferLimits{.authoritiesFile = QFile::encodeName(file)});
         m_calls->server.answerEach(keptAnswer());
     }
-
-    void cleanup() { m_calls.reset(); }
 
     void aConnectionServesTheNextCallUnlessTheServerHasClosedIt()
     {
@@ -45,12 +43,12 @@ private slots:
             m_calls->setEndpoint(server->url());
             server->answerEach(keptAnswer());
             for (int call = 1; call <= 3; ++call)
-                QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+                QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
             QCOMPARE(server->connectionCount(), 1);
 
             server->answerEach(HttpAnswer::rawThenClose(keptAnswer().bytes())); // unannounced
             for (int call = 1; call <= 3; ++call) {
-                QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+                QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
                 QTRY_COMPARE(server->openConnections(), 0);
                 QCOMPARE(server->connectionCount(), call);
             }
@@ -59,16 +57,14 @@ private slots:
 
     void aRequestOnAKeptConnectionIsSentOnce_data()
     {
-        QTest::addColumn<HttpAnswer>("answer");
-        QTest::addColumn<QString>("words");
-        const QString unknown = QStringLiteral("the connection closed before an answer; the message may have arrived");
-        QTest::newRow("the server closes") << HttpAnswer::rawThenClose("") << unknown;
-        QTest::newRow("the server resets") << HttpAnswer{{}, HttpAnswer::End::Reset} << unknown;
-        QTest::newRow("the server closes after half a head")
-            << HttpAnswer::rawThenClose("HTTP/1.1 200 OK\r\nCont")
-            << QStringLiteral("Server returned nothing (no headers, no data)");
-        QTest::newRow("the server closes after \"continue\"")
-            << HttpAnswer::rawThenClose("HTTP/1.1 100 Continue\r\n\r\n") << QStringLiteral("Empty reply from server");
+        const Cases<HttpAnswer, QString> add("answer", "words");
+        const QString unknown = u"the connection closed before an answer; the message may have arrived"_s;
+        add("the server closes", HttpAnswer::rawThenClose(""), unknown);
+        add("the server resets", HttpAnswer{{}, HttpAnswer::End::Reset}, unknown);
+        add("the server closes after half a head", HttpAnswer::rawThenClose("HTTP/1.1 200 OK\r\nCont"),
+            u"Server returned nothing (no headers, no data)"_s);
+        add("the server closes after \"continue\"", HttpAnswer::rawThenClose("HTTP/1.1 100 Continue\r\n\r\n"),
+            u"Empty reply from server"_s);
     }
 
     void aRequestOnAKeptConnectionIsSentOnce()
@@ -78,23 +74,21 @@ private slots:
         for (HttpServer* const server : {&m_calls->server, m_encrypted.get()}) {
             m_calls->setEndpoint(server->url());
             server->answerInTurn({keptAnswer(), answer, keptAnswer()});
-            QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
-            QCOMPARE(textOf(m_calls->ask()), QStringLiteral("<127.0.0.1: %1>").arg(words));
+            QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
+            QCOMPARE(textOf(m_calls->ask()), u"<127.0.0.1: %1>"_s.arg(words));
             QCOMPARE(server->requests().size(), 2);
-            QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+            QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
             QCOMPARE(server->connectionCount(), 2);
         }
     }
 
     void anOldConnectionIsNotUsed_data()
     {
-        QTest::addColumn<std::chrono::milliseconds>("jump");
-        QTest::addColumn<bool>("isOtherUnderWay");
-        QTest::addColumn<int>("connections");
-        QTest::newRow("the clock goes on") << 0ms << false << 1;
-        QTest::newRow("the machine slept for more than a minute") << std::chrono::milliseconds(61s) << false << 2;
-        QTest::newRow("the clock was set back") << std::chrono::milliseconds(-1h) << false << 2;
-        QTest::newRow("it slept while another call is under way") << std::chrono::milliseconds(1h) << true << 3;
+        const Cases<std::chrono::milliseconds, bool, int> add("jump", "isOtherUnderWay", "connections");
+        add("the clock goes on", 0ms, false, 1);
+        add("the machine slept for more than a minute", std::chrono::milliseconds(61s), false, 2);
+        add("the clock was set back", std::chrono::milliseconds(-1h), false, 2);
+        add("it slept while another call is under way", std::chrono::milliseconds(1h), true, 3);
     }
 
     void anOldConnectionIsNotUsed()
@@ -108,29 +102,29 @@ private slots:
         limits.wallClock = [&shift] { return std::chrono::system_clock::now() + shift.load(); };
         m_calls->client = std::make_unique<ChatClient>(limits);
         m_calls->server.answerBy([](const HttpRequest& request) {
-            return questionOf(request) == QStringLiteral("held") ? std::nullopt : std::optional(keptAnswer());
+            return questionOf(request) == u"held"_s ? std::nullopt : std::optional(keptAnswer());
         });
         if (isOtherUnderWay) {
-            m_calls->start(QStringLiteral("held"));
+            m_calls->start(u"held"_s);
             QTRY_COMPARE(m_calls->server.requests().size(), 1);
         }
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+        QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
         shift = jump;
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+        QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
         QCOMPARE(m_calls->server.connectionCount(), connections);
         m_calls->client.reset(); // before its clock
     }
 
     void nothingIsLeftOnceTheConnectionsAreOld()
     {
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello")); // what is opened once is open then
+        QCOMPARE(textOf(m_calls->ask()), u"hello"_s); // what is opened once is open then
         m_calls->client.reset();
         QTRY_COMPARE(m_calls->server.openConnections(), 0);
         const int descriptors = ProcessTable::openDescriptors();
         const std::set<pid_t> threads = ProcessTable::threads();
         m_calls->client = std::make_unique<ChatClient>(TransferLimits{.idleness = 300ms});
         for (int call = 1; call <= 2; ++call) {
-            QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+            QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
             QVERIFY(ProcessTable::threads() != threads);
             QTRY_VERIFY(ProcessTable::threads() == threads);
             QTRY_COMPARE(m_calls->server.openConnections(), 0);
@@ -141,7 +135,7 @@ private slots:
 private:
     std::optional<TestCertificate> m_certificate;
     std::unique_ptr<HttpServer> m_encrypted;
-    std::unique_ptr<ChatCalls> m_calls;
+    Fresh<ChatCalls> m_calls{this};
 };
 
 QTEST_GUILESS_MAIN(TestChatConnections)

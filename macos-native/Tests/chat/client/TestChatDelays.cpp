@@ -1,25 +1,26 @@
 #include "chat/ChatCalls.h"
+#include "support/Cases.h"
 #include "support/Files.h"
 #include "support/Slowness.h"
+#include "support/TestCase.h"
 #include "support/TestCertificate.h"
-#include "support/Warnings.h"
 
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QSslConfiguration>
-#include <QTest>
 
 #include <csignal>
 
 #include <sys/mount.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
 
-const QHostAddress here(QStringLiteral("10.9.9.1"));
-const QString farAway = QStringLiteral("10.9.9.2"); // the same machine, a round trip away
+const QHostAddress here(u"10.9.9.1"_s);
+const QString farAway = u"10.9.9.2"_s; // the same machine, a round trip away
 
 /// Loses every packet while it lives.
 class DeadPath final
@@ -33,42 +34,38 @@ public:
 
 HttpAnswer keptAnswer()
 {
-    return HttpAnswer::message(200, replyBody(QStringLiteral("hello"))).keptAlive();
+    return replyOf(u"hello"_s).keptAlive();
 }
 
 } // namespace
 
 /// Calls over a path with delay, which support/delayed_network.py makes.
-class TestChatDelays final : public QObject
+class TestChatDelays final : public TestCase
 {
     Q_OBJECT
 
 private slots:
     void initTestCase()
     {
-        const TestCertificate certificate = TestCertificate::make(QStringLiteral("IP:") + farAway);
-        Files::create(m_home.path(QStringLiteral("authorities.pem")), certificate.certificate.toPem());
+        const TestCertificate certificate = TestCertificate::make(u"IP:"_s + farAway);
+        Files::create(m_home.path(u"authorities.pem"_s), certificate.certificate.toPem());
         m_server = std::make_unique<HttpServer>(certificate.forServer(), here);
     }
 
     void init()
     {
-        failOnUnexpectedWarning();
+        TestCase::init();
         m_server->answerEach(keptAnswer());
-        m_calls = std::make_unique<ChatCalls>();
-        m_limits = TransferLimits{.authoritiesFile = QFile::encodeName(m_home.path(QStringLiteral("authorities.pem")))};
+        m_limits = TransferLimits{.authoritiesFile = QFile::encodeName(m_home.path(u"authorities.pem"_s))};
         begin();
     }
 
-    void cleanup() { m_calls.reset(); }
-
     void aKeptConnectionTakesOneRoundTrip_data()
     {
-        QTest::addColumn<int>("bytes");
-        QTest::addColumn<int>("maxRoundTrips");
-        QTest::newRow("1 KB") << 1'000 << 1;
-        QTest::newRow("20 KB") << 20'000 << 1;
-        QTest::newRow("100 KB") << 100'000 << 2; // more than may be on the way at once
+        const Cases<int, int> add("bytes", "maxRoundTrips");
+        add("1 KB", 1'000, 1);
+        add("20 KB", 20'000, 1);
+        add("100 KB", 100'000, 2); // more than may be on the way at once
     }
 
     void aKeptConnectionTakesOneRoundTrip()
@@ -87,7 +84,7 @@ private slots:
         redirect.pieces.append({50ms, {}}); // the close is on its way when the next request leaves
         redirect.end = HttpAnswer::End::Close;
         m_server->answerInTurn({redirect, keptAnswer()});
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+        QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
     }
 
     void aDeadPathUnderAKeptConnectionIsToldSoon()
@@ -95,16 +92,15 @@ private slots:
         QCOMPARE(TransferLimits().acknowledgement, 15s);
         m_limits.acknowledgement = 1s;
         begin();
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+        QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
         const qsizetype requests = m_server->requests().size();
         {
             const DeadPath deadPath;
-            QCOMPARE(
-                textOf(m_calls->ask()),
-                QStringLiteral("<10.9.9.2: the connection closed before an answer; the message may have arrived>"));
+            QCOMPARE(textOf(m_calls->ask()),
+                     u"<10.9.9.2: the connection closed before an answer; the message may have arrived>"_s);
         }
         QCOMPARE(m_server->requests().size(), requests);
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+        QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
         QCOMPARE(m_server->requests().size(), requests + 1);
     }
 
@@ -113,29 +109,29 @@ private slots:
         m_limits.silence = 300ms;
         begin();
         const DeadPath deadPath;
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("<10.9.9.2: Timeout was reached>"));
+        QCOMPARE(textOf(m_calls->ask()), u"<10.9.9.2: Timeout was reached>"_s);
     }
 
     void aNetworkThatComesLaterIsFound()
     {
-        QCOMPARE(QProcess::execute(QStringLiteral("ip"), QStringLiteral("link set delayed down").split(u' ')), 0);
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("<10.9.9.2: Couldn't connect to server>"));
-        QCOMPARE(QProcess::execute(QStringLiteral("ip"), QStringLiteral("link set delayed up").split(u' ')), 0);
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+        QCOMPARE(QProcess::execute(u"ip"_s, u"link set delayed down"_s.split(u' ')), 0);
+        QCOMPARE(textOf(m_calls->ask()), u"<10.9.9.2: Couldn't connect to server>"_s);
+        QCOMPARE(QProcess::execute(u"ip"_s, u"link set delayed up"_s.split(u' ')), 0);
+        QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
     }
 
     void nobodyWaitsForANameServerThatIsSilent()
     {
-        const QByteArray file = QFile::encodeName(m_home.path(QStringLiteral("resolv.conf")));
+        const QByteArray file = QFile::encodeName(m_home.path(u"resolv.conf"_s));
         Files::create(QString::fromUtf8(file), "nameserver 10.9.9.2\noptions timeout:30\n");
         QCOMPARE(mount(file.constData(), "/etc/resolv.conf", nullptr, MS_BIND, nullptr), 0);
         const DeadPath deadPath;
         m_limits.silence = 300ms;
         begin();
-        m_calls->setEndpoint(QStringLiteral("https://api.example/"));
+        m_calls->setEndpoint(u"https://api.example/"_s);
         QElapsedTimer timer;
         timer.start();
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("<api.example: Timeout was reached>"));
+        QCOMPARE(textOf(m_calls->ask()), u"<api.example: Timeout was reached>"_s);
         m_calls->start();
         m_calls->client.reset();
         QVERIFY2(timer.elapsed() < 3000 * slowness, qPrintable(QString::number(timer.elapsed())));
@@ -163,7 +159,7 @@ private:
     TestHome m_home;
     TransferLimits m_limits;
     std::unique_ptr<HttpServer> m_server;
-    std::unique_ptr<ChatCalls> m_calls;
+    Fresh<ChatCalls> m_calls{this};
 };
 
 QTEST_GUILESS_MAIN(TestChatDelays)

@@ -1,19 +1,16 @@
 #include "chat/ChatCalls.h"
 #include "chat/client/CurlTransfer.h"
+#include "support/Cases.h"
 #include "support/Files.h"
+#include "support/TestCase.h"
 #include "support/TestCertificate.h"
-#include "support/Warnings.h"
 
 #include <QSslConfiguration>
 #include <QTcpServer>
-#include <QTest>
+
+using namespace Qt::StringLiterals;
 
 namespace {
-
-HttpAnswer goodAnswer()
-{
-    return HttpAnswer::message(200, replyBody(QStringLiteral("hello")));
-}
 
 /// Sets an environment variable while it lives.
 class Environment final
@@ -31,35 +28,24 @@ private:
 } // namespace
 
 /// The way to an endpoint: what cannot be reached, who asks for more than the key, certificates and proxies.
-class TestChatRoutes final : public QObject
+class TestChatRoutes final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnUnexpectedWarning();
-        m_calls = std::make_unique<ChatCalls>();
-    }
-
-    void cleanup() { m_calls.reset(); }
-
     void whereNothingAnswersIsATransportError_data()
     {
-        QTest::addColumn<QString>("url");
-        QTest::addColumn<QString>("text");
-        const auto addRow = [](const char* name, const char* url, const char* text) {
-            QTest::newRow(name) << QString::fromUtf8(url) << QString::fromUtf8(text);
-        };
-        addRow("a host that is not known", "http://no-such-host.invalid/",
-               "no-such-host.invalid: Couldn't resolve host name");
-        addRow("no host", "http:///v1", "URL using bad/illegal format or missing URL");
-        addRow("a path and no host", "http:/v1", "URL using bad/illegal format or missing URL");
-        addRow("no scheme", "api.example/v1", "Unsupported protocol");
-        addRow("a scheme for files", "file:///etc/hostname", "Unsupported protocol");
-        addRow("a scheme for files elsewhere", "ftp://api.example/", "api.example: Unsupported protocol");
-        addRow("a scheme that holds its data", "data:text/plain,hello", "Unsupported protocol");
-        addRow("a host and port taken for a scheme", "localhost:8080/v1", "Unsupported protocol");
+        const Cases<QString, QString> add("url", "text");
+        const QString malformed = u"URL using bad/illegal format or missing URL"_s;
+        const QString unsupported = u"Unsupported protocol"_s;
+        add("a host that is not known", u"http://unknown.invalid/"_s, u"unknown.invalid: Couldn't resolve host name"_s);
+        add("no host", u"http:///v1"_s, malformed);
+        add("a path and no host", u"http:/v1"_s, malformed);
+        add("no scheme", u"api.example/v1"_s, unsupported);
+        add("a scheme for files", u"file:///etc/hostname"_s, unsupported);
+        add("a scheme for files elsewhere", u"ftp://api.example/"_s, u"api.example: "_s + unsupported);
+        add("a scheme that holds its data", u"data:text/plain,hello"_s, unsupported);
+        add("a host and port taken for a scheme", u"localhost:8080/v1"_s, unsupported);
     }
 
     void whereNothingAnswersIsATransportError()
@@ -68,7 +54,7 @@ private slots:
         QFETCH(QString, text);
         m_calls->setEndpoint(url);
         QCOMPARE(textOf(m_calls->ask()), u'<' + text + u'>');
-        QCOMPARE(m_calls->logEntries().last(), QStringLiteral("callChatAPI transport error: ") + text);
+        QCOMPARE(m_calls->logEntries().last(), u"callChatAPI transport error: "_s + text);
     }
 
     void aServerThatComesLaterIsFound()
@@ -77,58 +63,47 @@ private slots:
         QVERIFY(takenAndLeft.listen(QHostAddress::LocalHost));
         const quint16 port = takenAndLeft.serverPort();
         takenAndLeft.close();
-        m_calls->setEndpoint(QStringLiteral("http://127.0.0.1:%1/").arg(port));
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("<127.0.0.1: Couldn't connect to server>"));
+        m_calls->setEndpoint(u"http://127.0.0.1:%1/"_s.arg(port));
+        QCOMPARE(textOf(m_calls->ask()), u"<127.0.0.1: Couldn't connect to server>"_s);
         HttpServer server(port);
-        server.answerEach(goodAnswer());
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+        server.answerEach(replyOf(u"hello"_s));
+        QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
     }
 
     void theNextAddressIsTriedWhereOneRefuses()
     {
-        m_calls->server.answerEach(goodAnswer());
-        m_calls->setEndpoint(m_calls->server.url().replace(QStringLiteral("127.0.0.1"), QStringLiteral("localhost")));
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello")); // not at ::1
-    }
-
-    void aDemandForCredentialsIsAnHttpFailure_data()
-    {
-        QTest::addColumn<QByteArray>("challenge");
-        QTest::newRow("basic") << QByteArray("Basic realm=\"x\"");
-        QTest::newRow("digest") << QByteArray(R"(Digest realm="x", nonce="abc", qop="auth")");
-        QTest::newRow("bearer") << QByteArray("Bearer realm=\"x\"");
-        QTest::newRow("NTLM") << QByteArray("NTLM");
-        QTest::newRow("negotiation") << QByteArray("Negotiate");
+        m_calls->server.answerEach(replyOf(u"hello"_s));
+        m_calls->setEndpoint(m_calls->server.url().replace(u"127.0.0.1"_s, u"localhost"_s));
+        QCOMPARE(textOf(m_calls->ask()), u"hello"_s); // not at ::1
     }
 
     void aDemandForCredentialsIsAnHttpFailure()
     {
-        QFETCH(QByteArray, challenge);
-        m_calls->server.answerEach(HttpAnswer::message(401, "bad key", {"WWW-Authenticate: " + challenge}));
-        QString url = m_calls->server.url();
-        for (const QString& endpoint : {url, url.replace(QStringLiteral("//"), QStringLiteral("//name:password@"))}) {
-            m_calls->setEndpoint(endpoint);
-            QCOMPARE(textOf(m_calls->ask()), QStringLiteral("<HTTP 401: bad key>"));
+        const QString url = m_calls->server.url();
+        for (const char* challenge : {"Basic realm=\"x\"", R"(Digest realm="x", nonce="abc", qop="auth")",
+                                      "Bearer realm=\"x\"", "NTLM", "Negotiate"}) {
+            m_calls->server.answerEach(
+                HttpAnswer::message(401, "bad key", {"WWW-Authenticate: " + QByteArray(challenge)}));
+            for (const QString& user : {u"//"_s, u"//name:password@"_s}) {
+                m_calls->setEndpoint(QString(url).replace(u"//"_s, user));
+                QCOMPARE(textOf(m_calls->ask()), u"<HTTP 401: bad key>"_s);
+            }
         }
-        QCOMPARE(m_calls->server.requests().size(), 2);
+        QCOMPARE(m_calls->server.requests().size(), 2 * 5);
         for (const HttpRequest& request : m_calls->server.requests())
-            QCOMPARE(request.header("Authorization"), QByteArray("Bearer sk-test"));
+            QCOMPARE(request.header("Authorization"), "Bearer sk-test");
     }
 
     void onlyACertificateThatHoldsCarriesTheCall_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<int>("days");
-        QTest::addColumn<bool>("isTrusted");
-        QTest::addColumn<QString>("outcome");
-        const QString here = QStringLiteral("IP:127.0.0.1");
-        const QString problem = QStringLiteral("<127.0.0.1: SSL certificate problem: %1>");
-        QTest::newRow("trusted") << here << 2 << true << QStringLiteral("hello");
-        QTest::newRow("self-signed") << here << 2 << false << problem.arg(QStringLiteral("self-signed certificate"));
-        QTest::newRow("expired") << here << -1 << true << problem.arg(QStringLiteral("certificate has expired"));
-        QTest::newRow("for another host")
-            << QStringLiteral("DNS:api.example") << 2 << true
-            << QStringLiteral("<127.0.0.1: SSL peer certificate or SSH remote key was not OK>");
+        const Cases<QString, int, bool, QString> add("name", "days", "isTrusted", "outcome");
+        const QString here = u"IP:127.0.0.1"_s;
+        const QString problem = u"<127.0.0.1: SSL certificate problem: %1>"_s;
+        add("trusted", here, 2, true, u"hello"_s);
+        add("self-signed", here, 2, false, problem.arg(u"self-signed certificate"_s));
+        add("expired", here, -1, true, problem.arg(u"certificate has expired"_s));
+        add("for another host", u"DNS:api.example"_s, 2, true,
+            u"<127.0.0.1: SSL peer certificate or SSH remote key was not OK>"_s);
     }
 
     void onlyACertificateThatHoldsCarriesTheCall()
@@ -138,87 +113,62 @@ private slots:
         QFETCH(bool, isTrusted);
         QFETCH(QString, outcome);
         const TestCertificate certificate = TestCertificate::make(name, days);
-        const QString file = m_calls->home.path(QStringLiteral("authorities.pem"));
+        const QString file = m_calls->home.path(u"authorities.pem"_s);
         Files::create(file, certificate.certificate.toPem());
         if (isTrusted)
             m_calls->client = std::make_unique<ChatClient>(TransferLimits{.authoritiesFile = file.toUtf8()});
         HttpServer server(certificate.forServer());
-        server.answerEach(goodAnswer());
+        server.answerEach(replyOf(u"hello"_s));
         m_calls->setEndpoint(server.url());
         QCOMPARE(textOf(m_calls->ask()), outcome);
-        QCOMPARE(server.requests().size(), outcome == QStringLiteral("hello") ? 1 : 0);
-    }
-
-    void onlyThisMachineIsAskedWithoutAProxy_data()
-    {
-        QTest::addColumn<QString>("url");
-        QTest::addColumn<bool>("isThisMachine");
-        QTest::newRow("its address") << QStringLiteral("http://127.0.0.1:8080/") << true;
-        QTest::newRow("another of its addresses") << QStringLiteral("http://127.1.2.3/") << true;
-        QTest::newRow("its IPv6 address") << QStringLiteral("https://[::1]/") << true;
-        QTest::newRow("its name") << QStringLiteral("http://localhost/") << true;
-        QTest::newRow("its name in capital letters") << QStringLiteral("http://LOCALHOST/") << true;
-        QTest::newRow("a name below its own") << QStringLiteral("https://api.localhost/") << true;
-        QTest::newRow("another machine nearby") << QStringLiteral("http://10.0.0.1/") << false;
-        QTest::newRow("another machine's name") << QStringLiteral("http://api.example/") << false;
-        QTest::newRow("a name that only ends like it") << QStringLiteral("http://notlocalhost/") << false;
-        QTest::newRow("a name that only begins like it") << QStringLiteral("http://localhost.example/") << false;
+        QCOMPARE(server.requests().size(), outcome == u"hello"_s ? 1 : 0);
     }
 
     void onlyThisMachineIsAskedWithoutAProxy()
     {
-        QFETCH(QString, url);
-        QFETCH(bool, isThisMachine);
         const Environment plain("http_proxy", "http://127.0.0.1:3128");
         const Environment encrypted("https_proxy", "http://127.0.0.1:3128");
-        const QNetworkProxy proxy = systemProxyFor(QUrl(url));
-        QCOMPARE(proxy.type(), isThisMachine ? QNetworkProxy::NoProxy : QNetworkProxy::HttpProxy);
+        for (const char* here : {"http://127.0.0.1:8080/", "http://127.1.2.3/", "https://[::1]/", "http://localhost/",
+                                 "http://LOCALHOST/", "https://api.localhost/"})
+            QCOMPARE(systemProxyFor(QUrl(QString::fromLatin1(here))).type(), QNetworkProxy::NoProxy);
+        for (const char* there :
+             {"http://10.0.0.1/", "http://api.example/", "http://notlocalhost/", "http://localhost.example/"})
+            QCOMPARE(systemProxyFor(QUrl(QString::fromLatin1(there))).type(), QNetworkProxy::HttpProxy);
     }
 
     void noProxyHearsOfWhatItIsNotFor()
     {
         const HttpServer proxy;
         const Environment environment("http_proxy", proxy.url().toUtf8());
-        m_calls->server.answerEach(goodAnswer());
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello")); // this machine
+        m_calls->server.answerEach(replyOf(u"hello"_s));
+        QCOMPARE(textOf(m_calls->ask()), u"hello"_s); // this machine
         for (const char* exception : {"api.invalid", ".invalid", "*"}) {
             const Environment without("no_proxy", exception);
-            m_calls->setEndpoint(QStringLiteral("http://api.invalid/v1"));
-            QCOMPARE(textOf(m_calls->ask()), QStringLiteral("<api.invalid: Couldn't resolve host name>"));
+            m_calls->setEndpoint(u"http://api.invalid/v1"_s);
+            QCOMPARE(textOf(m_calls->ask()), u"<api.invalid: Couldn't resolve host name>"_s);
         }
         QCOMPARE(proxy.connectionCount(), 0);
     }
 
     void othersAreAskedThroughTheSystemsProxy_data()
     {
-        QTest::addColumn<QString>("url");
-        QTest::addColumn<QList<HttpAnswer>>("answers");
-        QTest::addColumn<QString>("outcome");
-        const auto addRow = [](const char* name, const char* url, const QList<HttpAnswer>& answers,
-                               const char* outcome) {
-            QTest::newRow(name) << QString::fromUtf8(url) << answers << QString::fromUtf8(outcome);
-        };
-        const char* const plain = "http://api.invalid/v1";
-        const char* const encrypted = "https://api.invalid/v1";
+        const Cases<QString, QList<HttpAnswer>, QString> add("url", "answers", "outcome");
+        const QString plain = u"http://api.invalid/v1"_s;
+        const QString encrypted = u"https://api.invalid/v1"_s;
+        const QString noTunnel = u"<api.invalid: CONNECT tunnel failed, response %1>"_s;
         const auto demand = HttpAnswer::message(407, "who?", {"Proxy-Authenticate: Basic realm=\"x\""});
-        addRow("that passes it on", plain, {goodAnswer()}, "hello");
-        addRow("that wants credentials", plain, {demand, goodAnswer()}, "hello");
-        addRow("that wants others", plain, {demand, demand}, "<HTTP 407: who?>");
-        addRow("that has no way", plain, {HttpAnswer::message(502, "no way")}, "<HTTP 502: no way>");
-        addRow("that is none", plain, {HttpAnswer::rawThenClose("SSH-2.0\r\n")},
-               "<api.invalid: Received HTTP/0.9 when not allowed>");
-        const char* const unreachable = "<api.invalid: CONNECT tunnel failed, response %1>";
-        for (const int status : {403, 502}) {
-            QTest::addRow("that answers %d to a tunnel", status)
-                << QString::fromUtf8(encrypted) << QList{HttpAnswer::message(status, "no way")}
-                << QString::fromUtf8(unreachable).arg(status);
-        }
-        addRow("that wants others for a tunnel", encrypted, {demand, demand},
-               "<api.invalid: CONNECT tunnel failed, response 407>");
-        addRow("that closes instead of a tunnel", encrypted, {HttpAnswer::rawThenClose("")},
-               "<api.invalid: Proxy CONNECT aborted>");
-        addRow("that is none and opens no tunnel", encrypted, {HttpAnswer::rawThenClose("SSH-2.0\r\n\r\n")},
-               "<api.invalid: CONNECT tunnel failed, response 0>");
+        const auto noWay = HttpAnswer::message(502, "no way");
+        const auto greeting = HttpAnswer::rawThenClose("SSH-2.0\r\n\r\n");
+        add("that passes it on", plain, {replyOf(u"hello"_s)}, u"hello"_s);
+        add("that wants credentials", plain, {demand, replyOf(u"hello"_s)}, u"hello"_s);
+        add("that wants others", plain, {demand, demand}, u"<HTTP 407: who?>"_s);
+        add("that has no way", plain, {noWay}, u"<HTTP 502: no way>"_s);
+        add("that is none", plain, {greeting}, u"<api.invalid: Received HTTP/0.9 when not allowed>"_s);
+        add("that has no way for a tunnel", encrypted, {noWay}, noTunnel.arg(502));
+        add("that wants others for a tunnel", encrypted, {demand, demand}, noTunnel.arg(407));
+        add("that closes instead of a tunnel", encrypted, {HttpAnswer::rawThenClose("")},
+            u"<api.invalid: Proxy CONNECT aborted>"_s);
+        add("that is none and opens no tunnel", encrypted, {greeting}, noTunnel.arg(0));
     }
 
     void othersAreAskedThroughTheSystemsProxy()
@@ -228,16 +178,15 @@ private slots:
         QFETCH(QString, outcome);
         HttpServer proxy;
         proxy.answerInTurn(answers);
-        const QByteArray address =
-            proxy.url().replace(QStringLiteral("//"), QStringLiteral("//me:pass%3Aword@")).toUtf8();
+        const QByteArray address = proxy.url().replace(u"//"_s, u"//me:pass%3Aword@"_s).toUtf8();
         const Environment plain("http_proxy", address);
         const Environment encrypted("https_proxy", address);
         m_calls->setEndpoint(url);
         QCOMPARE(textOf(m_calls->ask()), outcome);
         QCOMPARE(proxy.requests().size(), answers.size());
-        QVERIFY(m_calls->logEntries().filter(QStringLiteral("pass")).isEmpty());
+        QVERIFY(m_calls->logEntries().filter(u"pass"_s).isEmpty());
         const HttpRequest& last = proxy.requests().last();
-        const bool isTunnel = url.startsWith(QStringLiteral("https"));
+        const bool isTunnel = url.startsWith(u"https"_s);
         QCOMPARE(last.target, isTunnel ? QByteArray("api.invalid:443") : url.toUtf8());
         QCOMPARE(last.count("Authorization"), isTunnel ? 0 : 1); // no key for the proxy itself
         QCOMPARE(last.header("Proxy-Authorization"),
@@ -245,7 +194,7 @@ private slots:
     }
 
 private:
-    std::unique_ptr<ChatCalls> m_calls;
+    Fresh<ChatCalls> m_calls{this};
 };
 
 QTEST_GUILESS_MAIN(TestChatRoutes)

@@ -1,9 +1,10 @@
 #include "chat/ChatCalls.h"
-#include "support/Warnings.h"
+#include "support/Cases.h"
+#include "support/TestCase.h"
 
 #include <QElapsedTimer>
-#include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
@@ -38,7 +39,7 @@ QByteArray gzip(const QByteArray& bytes)
 
 HttpAnswer goodAnswer()
 {
-    return HttpAnswer::message(200, replyBody(QStringLiteral("hello")));
+    return replyOf(u"hello"_s);
 }
 
 HttpAnswer packedAnswer(int status, const QByteArray& packed)
@@ -65,7 +66,7 @@ void addRow(const char* name, const HttpAnswer& answer, const char* outcome)
 
 void addAnswersThatAreUnderstood()
 {
-    const QByteArray body = replyBody(QStringLiteral("hello"));
+    const QByteArray body = replyBody(u"hello"_s);
     const QByteArray length = "Content-Length: " + QByteArray::number(body.size()) + "\r\n";
     const HttpAnswer chunks = HttpAnswer::chunked(200, {body.first(1), body.sliced(1, 20), body.sliced(21)});
     addRow("a length", goodAnswer(), "hello");
@@ -93,7 +94,7 @@ void addAnswersThatAreUnderstood()
 
 void addAnswersThatBreakOff()
 {
-    const QByteArray body = replyBody(QStringLiteral("hello"));
+    const QByteArray body = replyBody(u"hello"_s);
     const QByteArray packed = gzip(body);
     const HttpAnswer refusal = HttpAnswer::message(500, "a page of excuses");
     const HttpAnswer chunks = HttpAnswer::chunked(200, {body.first(20), body.sliced(20)});
@@ -119,7 +120,7 @@ void addAnswersThatBreakOff()
 
 void addAnswersThatMakeNoSense()
 {
-    const QByteArray packed = gzip(replyBody(QStringLiteral("hello")));
+    const QByteArray packed = gzip(replyBody(u"hello"_s));
     const char* const notPacked = "<127.0.0.1: The answer cannot be unpacked>";
     const char* const notHttp = "<127.0.0.1: Received HTTP/0.9 when not allowed>";
     addRow("a packed body without its last byte", packedAnswer(200, packed.chopped(1)), notPacked);
@@ -144,9 +145,9 @@ void addStatuses()
     for (const int status : {300, 305, 400, 401, 403, 404, 405, 407, 408, 409, 410, 413,
                              418, 422, 429, 451, 500, 501, 502, 503, 504, 529, 599}) {
         QTest::addRow("%d brings its body", status)
-            << HttpAnswer::message(status, "no\nway") << QStringLiteral("<HTTP %1: no\nway>").arg(status);
+            << HttpAnswer::message(status, "no\nway") << u"<HTTP %1: no\nway>"_s.arg(status);
     }
-    const QByteArray body = replyBody(QStringLiteral("hello"));
+    const QByteArray body = replyBody(u"hello"_s);
     addRow("500 with an empty body", HttpAnswer::message(500, ""), "<HTTP 500: >");
     addRow("500 with a body that is not UTF-8", HttpAnswer::message(500, "caf\xe9"), "<HTTP 500: >");
     addRow("200 with an empty body", HttpAnswer::message(200, ""), "<response missing choices>");
@@ -162,23 +163,14 @@ void addStatuses()
 } // namespace
 
 /// Transfers over real connections, most of which go wrong.
-class TestChatTransfers final : public QObject
+class TestChatTransfers final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnUnexpectedWarning();
-        m_calls = std::make_unique<ChatCalls>();
-    }
-
-    void cleanup() { m_calls.reset(); }
-
     void everyAnswerIsToldAndNoRequestRepeated_data()
     {
-        QTest::addColumn<HttpAnswer>("answer");
-        QTest::addColumn<QString>("outcome");
+        const Cases<HttpAnswer, QString> add("answer", "outcome");
         addAnswersThatAreUnderstood();
         addAnswersThatBreakOff();
         addAnswersThatMakeNoSense();
@@ -205,7 +197,7 @@ private slots:
 
     void aReplyCutAtAnyByteFails()
     {
-        const HttpAnswer answer = HttpAnswer::message(200, replyBody(QStringLiteral("你好")));
+        const HttpAnswer answer = replyOf(u"你好"_s);
         for (qsizetype length = 0; length < answer.bytes().size(); ++length) {
             m_calls->server.answerEach(answer.cutAfter(length));
             QVERIFY2(std::holds_alternative<ChatTransportError>(m_calls->ask()), qPrintable(QString::number(length)));
@@ -215,10 +207,10 @@ private slots:
 
     void silenceTimesOut_data()
     {
-        QTest::addColumn<HttpAnswer>("answer");
-        QTest::newRow("no answer") << HttpAnswer::silence();
-        QTest::newRow("half a head") << HttpAnswer{{{0ms, "HTTP/1.1 200 OK\r\nCont"}}, HttpAnswer::End::KeepOpen};
-        QTest::newRow("half a body") << HttpAnswer{{{0ms, goodAnswer().bytes().chopped(5)}}, HttpAnswer::End::KeepOpen};
+        const Cases<HttpAnswer> add("answer");
+        add("no answer", HttpAnswer::silence());
+        add("half a head", HttpAnswer{{{0ms, "HTTP/1.1 200 OK\r\nCont"}}, HttpAnswer::End::KeepOpen});
+        add("half a body", HttpAnswer{{{0ms, goodAnswer().bytes().chopped(5)}}, HttpAnswer::End::KeepOpen});
     }
 
     void silenceTimesOut()
@@ -229,7 +221,7 @@ private slots:
         m_calls->server.answerEach(answer);
         QElapsedTimer timer;
         timer.start();
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("<127.0.0.1: Timeout was reached>"));
+        QCOMPARE(textOf(m_calls->ask()), u"<127.0.0.1: Timeout was reached>"_s);
         QVERIFY2(timer.elapsed() >= 190, qPrintable(QString::number(timer.elapsed())));
         QCOMPARE(m_calls->server.requests().size(), 1);
         QTRY_COMPARE(m_calls->server.openConnections(), 0);
@@ -243,11 +235,11 @@ private slots:
         for (qsizetype left = 8; left > 0; --left) // for longer than silence may last
             slow.pieces.append({100ms, answer.last(left).first(1)});
         m_calls->server.answerEach(slow);
-        QCOMPARE(textOf(m_calls->ask()), QStringLiteral("hello"));
+        QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
     }
 
 private:
-    std::unique_ptr<ChatCalls> m_calls;
+    Fresh<ChatCalls> m_calls{this};
 };
 
 QTEST_GUILESS_MAIN(TestChatTransfers)

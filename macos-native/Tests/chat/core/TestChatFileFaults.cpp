@@ -1,8 +1,9 @@
 #include "chat/StoredMessages.h"
 #include "chat/core/ChatLog.h"
+#include "support/Cases.h"
 #include "support/ProcessTable.h"
+#include "support/TestCase.h"
 #include "support/TestHome.h"
-#include "support/Warnings.h"
 #include "support/faults/EveryFault.h"
 
 using namespace Qt::StringLiterals;
@@ -22,13 +23,11 @@ QByteArrayList contentsOfChatFolder(const TestHome& home)
 } // namespace
 
 /// The history and the log of the chat while one call after the other fails.
-class TestChatFileFaults final : public QObject
+class TestChatFileFaults final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void anUnreadableHistoryIsNeverLost_data() { addRowsOfFileFaults(); }
 
     void anUnreadableHistoryIsNeverLost()
@@ -66,12 +65,12 @@ private slots:
 
     void anEntryIsInTheLogOrIsNot_data()
     {
-        QTest::addColumn<Fault>("fault");
-        QTest::newRow("the log cannot be opened") << Fault{"open", EMFILE};
-        QTest::newRow("the disk is full") << Fault{"write", ENOSPC};
-        QTest::newRow("a signal interrupts a write") << Fault{.kind = "write", .outcome = EINTR, .isSurvived = true};
-        QTest::newRow("a write takes half") << Fault{.kind = "write", .outcome = 0, .isSurvived = true};
-        QTest::newRow("a write takes half, and then the disk is full") << Fault{"write", -ENOSPC};
+        const Cases<Fault> add("fault");
+        add("the log cannot be opened", Fault{"open", EMFILE});
+        add("the disk is full", Fault{"write", ENOSPC});
+        add("a signal interrupts a write", Fault{.kind = "write", .outcome = EINTR, .isSurvived = true});
+        add("a write takes half", Fault{.kind = "write", .outcome = 0, .isSurvived = true});
+        add("a write takes half, and then the disk is full", Fault{"write", -ENOSPC});
     }
 
     void anEntryIsInTheLogOrIsNot()

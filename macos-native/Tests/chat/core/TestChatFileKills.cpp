@@ -1,10 +1,8 @@
 #include "chat/StoredMessages.h"
 #include "chat/core/ChatLog.h"
 #include "support/SmallDisk.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 #include "support/faults/RandomKills.h"
-
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -26,14 +24,17 @@ bool logRound(int round)
 } // namespace
 
 /// The log of a chat that is killed while it writes it.
-class TestChatFileKills final : public QObject
+class TestChatFileKills final : public TestCase
 {
     Q_OBJECT
+
+public:
+    static void initMain() { SmallDisk::allowMounts(); }
 
 private slots:
     void init()
     {
-        failOnUnexpectedWarning();
+        TestCase::init();
         qputenv("HOME", QFile::encodeName(m_disk.path()));
     }
 
@@ -58,11 +59,5 @@ private:
     SmallDisk m_disk;
 };
 
-int main(int argc, char** argv)
-{
-    SmallDisk::allowMounts();
-    QCoreApplication application(argc, argv);
-    TestChatFileKills test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_GUILESS_MAIN(TestChatFileKills)
 #include "TestChatFileKills.moc"

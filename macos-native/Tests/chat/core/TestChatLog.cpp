@@ -1,14 +1,14 @@
 #include "chat/core/ChatLog.h"
 
+#include "support/Cases.h"
 #include "support/Files.h"
 #include "support/SmallDisk.h"
+#include "support/TestCase.h"
 #include "support/TestHome.h"
-#include "support/Warnings.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QTest>
 
 #include <sys/stat.h>
 
@@ -53,31 +53,24 @@ BreakTest parse(const QString& line)
 } // namespace
 
 /// The chat's diagnostics log.
-class TestChatLog final : public QObject
+class TestChatLog final : public TestCase
 {
     Q_OBJECT
 
+public:
+    static void initMain() { SmallDisk::allowMounts(); }
+
 private slots:
-    void init()
-    {
-        failOnUnexpectedWarning();
-        m_home = std::make_unique<TestHome>();
-    }
-
-    void cleanup() { m_home.reset(); }
-
-    void theFirstEntryMakesFolderAndFile()
+    void theFirstEntryMakesAPrivateFileInItsFolder()
     {
         QCOMPARE(neloChatLogURL(), m_home->path(u".nelo/menubar_chat.log"_s));
         QVERIFY(QDir(m_home->path()).rmdir(u".nelo"_s));
-        neloChatLog(u"send triggered"_s);
-        QCOMPARE(Files::names(m_home->path(u".nelo"_s)), QStringList{u"menubar_chat.log"_s});
-        QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), u"send triggered"_s);
-    }
-
-    void entriesAreLinesInOrderWithTheirTime()
-    {
+        const mode_t before = umask(0);
         neloChatLog(u"one"_s);
+        const int mode = Files::mode(neloChatLogURL());
+        umask(before);
+        QCOMPARE(mode, 0600);
+        QCOMPARE(Files::names(m_home->path(u".nelo"_s)), QStringList{u"menubar_chat.log"_s});
         neloChatLog(u"two"_s);
         QFile log(neloChatLogURL());
         QVERIFY(log.open(QFile::ReadOnly));
@@ -86,30 +79,14 @@ private slots:
         QVERIFY(log.atEnd());
     }
 
-    void anEntryIsWrittenAsItIs_data()
-    {
-        QTest::addColumn<QString>("message");
-        QTest::newRow("several lines") << u"HTTP 500\n<html>\n</html>"_s;
-        QTest::newRow("Chinese and an emoji") << u"你好 👋"_s;
-        QTest::newRow("a zero character") << u"a"_s + QChar(0) + u"b"_s;
-        QTest::newRow("what looks like an argument") << u"%1 %s %n"_s;
-        QTest::newRow("2 MB, unshortened") << QString(2'000'000, u'x');
-    }
-
     void anEntryIsWrittenAsItIs()
     {
-        QFETCH(QString, message);
-        neloChatLog(message);
-        QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), message);
-    }
-
-    void theFileIsPrivateUnderAnyUmask()
-    {
-        const mode_t before = umask(0);
-        neloChatLog(u"one"_s);
-        const int mode = Files::mode(neloChatLogURL());
-        umask(before);
-        QCOMPARE(mode, 0600);
+        for (const QString& message : {u"HTTP 500\n<html>\n</html>"_s, u"你好 👋"_s, u"a"_s + QChar(0) + u"b"_s,
+                                       u"%1 %s %n"_s, QString(2'000'000, u'x')}) {
+            neloChatLog(message);
+            QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), message);
+            QVERIFY(QFile::remove(neloChatLogURL())); // the next entry makes it anew
+        }
     }
 
     void aFileThatIsThereOnlyGrows()
@@ -123,20 +100,12 @@ private slots:
         QCOMPARE(Files::mode(neloChatLogURL()), 0644);
     }
 
-    void theFileMayBeMovedAwayBetweenEntries()
-    {
-        neloChatLog(u"one"_s);
-        QVERIFY(QFile::rename(neloChatLogURL(), neloChatLogURL() + u".1"_s));
-        neloChatLog(u"two"_s);
-        QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), u"two"_s);
-    }
-
     void anEntryThatCannotBeWrittenIsDropped_data()
     {
-        QTest::addColumn<QString>("inPlace");
-        QTest::newRow("a folder in place of the log") << u"folder"_s;
-        QTest::newRow("a pipe that nobody reads") << u"pipe"_s;
-        QTest::newRow("a file in place of the folder") << u"file"_s;
+        const Cases<QString> add("inPlace");
+        add("a folder in place of the log", u"folder"_s);
+        add("a pipe that nobody reads", u"pipe"_s);
+        add("a file in place of the folder", u"file"_s);
     }
 
     void anEntryThatCannotBeWrittenIsDropped()
@@ -154,18 +123,7 @@ private slots:
         QVERIFY(!QFileInfo(neloChatLogURL()).isFile());
     }
 
-    void aReadOnlyLogStaysAsItIs()
-    {
-        const SmallDisk disk;
-        qputenv("HOME", QFile::encodeName(disk.path()));
-        neloChatLog(u"one"_s);
-        const QByteArray before = Files::contentOf(neloChatLogURL());
-        disk.makeReadOnly();
-        neloChatLog(u"two"_s);
-        QCOMPARE(Files::contentOf(neloChatLogURL()), before);
-    }
-
-    void aFullDiskCostsEntriesOnly()
+    void aDiskThatIsFullOrReadOnlyCostsEntriesOnly()
     {
         const SmallDisk disk;
         qputenv("HOME", QFile::encodeName(disk.path()));
@@ -175,27 +133,21 @@ private slots:
         QCOMPARE(Files::names(disk.path(u".nelo"_s)), QStringList());
         disk.empty();
         neloChatLog(u"kept"_s);
+        disk.makeReadOnly();
+        neloChatLog(u"dropped"_s);
         QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), u"kept"_s);
-    }
-
-    void characterCountCountsWhatAReaderSees_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<qsizetype>("count");
-        QTest::newRow("nothing") << QString() << qsizetype(0);
-        QTest::newRow("Chinese") << u"您好，nelo"_s << qsizetype(7);
-        QTest::newRow("a letter with three marks") << u"e\u0301\u0323\u0308"_s << qsizetype(1);
-        QTest::newRow("a family and two flags") << u"👨‍👩‍👧‍👦🇩🇪🇨🇳"_s << qsizetype(3);
-        QTest::newRow("a Devanagari visarga") << u"कः"_s << qsizetype(1);
-        QTest::newRow("a carriage return with its line feed") << u"a\r\nb"_s << qsizetype(3);
-        QTest::newRow("half a surrogate pair") << QString(QChar(0xd83d)) + u'a' << qsizetype(2);
-        QTest::newRow("a million letters") << QString(1'000'000, u'x') << qsizetype(1'000'000);
     }
 
     void characterCountCountsWhatAReaderSees()
     {
-        QFETCH(QString, text);
-        QTEST(characterCount(text), "count");
+        QCOMPARE(characterCount(QString()), 0);
+        QCOMPARE(characterCount(u"您好，nelo"_s), 7);
+        QCOMPARE(characterCount(u"e\u0301\u0323\u0308"_s), 1); // a letter with three marks
+        QCOMPARE(characterCount(u"👨‍👩‍👧‍👦🇩🇪🇨🇳"_s), 3);
+        QCOMPARE(characterCount(u"कः"_s), 1); // a Devanagari visarga
+        QCOMPARE(characterCount(u"a\r\nb"_s), 3);
+        QCOMPARE(characterCount(QString(QChar(0xd83d)) + u'a'), 2);
+        QCOMPARE(characterCount(QString(1'000'000, u'x')), 1'000'000);
     }
 
     void characterCountAgreesWithUnicodesOwnTest()
@@ -215,14 +167,8 @@ private slots:
     }
 
 private:
-    std::unique_ptr<TestHome> m_home;
+    Fresh<TestHome> m_home{this};
 };
 
-int main(int argc, char** argv)
-{
-    SmallDisk::allowMounts();
-    QCoreApplication application(argc, argv);
-    TestChatLog test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_GUILESS_MAIN(TestChatLog)
 #include "TestChatLog.moc"

@@ -1,21 +1,19 @@
 #include "chat/core/ChatService.h"
 
 #include "support/Files.h"
+#include "support/TestCase.h"
 #include "support/TestHome.h"
-#include "support/Warnings.h"
 
 #include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
 
 /// Loading what asks the endpoints. This program, like the real one, is not linked with the network libraries.
-class TestChatService final : public QObject
+class TestChatService final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void theNetworkLibrariesComeWithTheService()
     {
         const TestHome home;
@@ -28,21 +26,14 @@ private slots:
         qunsetenv("NELO_OPENAI_BASE_URL");
     }
 
-    void aMissingLibraryIsAFailure_data()
-    {
-        QTest::addColumn<QString>("file");
-        QTest::newRow("no file") << u"/no/such/library.so"_s;
-        QTest::newRow("no library") << u"/etc/passwd"_s;
-    }
-
     void aMissingLibraryIsAFailure()
     {
-        QFETCH(QString, file);
-        const std::unique_ptr<ChatService> service = loadChatService(file);
-        const ChatOutcome outcome = ask(*service);
-        const auto* failure = std::get_if<NeloChatError>(&outcome);
-        QVERIFY(failure);
-        QVERIFY(failure->message.startsWith(u"The network part of the chat cannot be loaded: "_s));
+        for (const QString& file : {u"/no/such/library.so"_s, u"/etc/passwd"_s}) {
+            const ChatOutcome outcome = ask(*loadChatService(file));
+            const auto* failure = std::get_if<NeloChatError>(&outcome);
+            QVERIFY(failure);
+            QVERIFY(failure->message.startsWith(u"The network part of the chat cannot be loaded: "_s));
+        }
     }
 
     void theLibraryOfAnotherVersionIsAFailure()

@@ -3,10 +3,11 @@
 #include "base/Text.h"
 #include "chat/StoredMessages.h"
 #include "chat/core/NeloChatMessage.h"
+#include "support/Cases.h"
 #include "support/ProcessTable.h"
 #include "support/SmallDisk.h"
+#include "support/TestCase.h"
 #include "support/TestHome.h"
-#include "support/Warnings.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -65,35 +66,27 @@ double threadMilliseconds()
 } // namespace
 
 /// The list, its load, its cap and its delayed write, on a real disk.
-class TestConversation final : public QObject
+class TestConversation final : public TestCase
 {
     Q_OBJECT
+
+public:
+    static void initMain() { SmallDisk::allowMounts(); }
 
 private slots:
     void init()
     {
-        failOnUnexpectedWarning();
-        m_home = std::make_unique<TestHome>();
+        TestCase::init();
         m_threads = ProcessTable::threads();
-    }
-
-    void cleanup() { m_home.reset(); }
-
-    void theFileLiesInAFolderThatEveryCallMakes()
-    {
-        for (int time = 0; time < 2; ++time) {
-            QCOMPARE(neloChatHistoryURL(), m_home->path(u".nelo/"_s + fileName));
-            QVERIFY(QDir(m_home->path()).rmdir(u".nelo"_s));
-        }
     }
 
     void whatWasKeptIsLoadedInFull_data()
     {
-        QTest::addColumn<QList<NeloChatMessage>>("kept");
-        QTest::newRow("one record") << numbered(1);
-        QTest::newRow("500 records, more than are kept") << numbered(500);
-        QTest::newRow("20,000 records") << numbered(20'000);
-        QTest::newRow("records of 1 MB") << numbered(3, 1'000'000);
+        const Cases<QList<NeloChatMessage>> add("kept");
+        add("one record", numbered(1));
+        add("500 records, more than are kept", numbered(500));
+        add("20,000 records", numbered(20'000));
+        add("records of 1 MB", numbered(3, 1'000'000));
     }
 
     void whatWasKeptIsLoadedInFull()
@@ -110,14 +103,13 @@ private slots:
 
     void anEmptyConversationBeginsWithTheWelcome_data()
     {
-        QTest::addColumn<QByteArray>("file");
-        QTest::addColumn<int>("copies");
-        QTest::newRow("there is no file") << QByteArray() << 0;
-        QTest::newRow("the list is empty") << QByteArray("[]") << 0;
-        QTest::newRow("the file is empty") << QByteArray("") << 1;
-        QTest::newRow("half a list") << encodeChatMessages(numbered(2)).chopped(3) << 1;
-        QTest::newRow("one element lacks its time")
-            << QByteArray(R"([{"role":"user","content":"a","createdAt":"b"},{"role":"user","content":"a"}])") << 1;
+        const Cases<QByteArray, int> add("file", "copies");
+        add("there is no file", {}, 0);
+        add("the list is empty", "[]", 0);
+        add("the file is empty", "", 1);
+        add("half a list", encodeChatMessages(numbered(2)).chopped(3), 1);
+        add("one element lacks its time",
+            R"([{"role":"user","content":"a","createdAt":"b"},{"role":"user","content":"a"}])", 1);
     }
 
     void anEmptyConversationBeginsWithTheWelcome()
@@ -141,10 +133,10 @@ private slots:
 
     void whatIsNoFileIsNeitherReadNorReplaced_data()
     {
-        QTest::addColumn<QString>("inPlace");
-        QTest::newRow("a folder in place of the file") << u"folder"_s;
-        QTest::newRow("a pipe that nobody writes") << u"pipe"_s;
-        QTest::newRow("a file in place of the folder") << u"file"_s;
+        const Cases<QString> add("inPlace");
+        add("a folder in place of the file", u"folder"_s);
+        add("a pipe that nobody writes", u"pipe"_s);
+        add("a file in place of the folder", u"file"_s);
     }
 
     void whatIsNoFileIsNeitherReadNorReplaced()
@@ -165,19 +157,6 @@ private slots:
         QVERIFY(!QFileInfo(neloChatHistoryURL()).isFile());
     }
 
-    void theDelayIsFourTenthsOfASecond() { QCOMPARE(Conversation::defaultPersistDelay, 400ms); }
-
-    void aWriteComesWhenItsDelayIsOver()
-    {
-        Conversation conversation(200ms);
-        conversation.appendMessage(userRole, u"first"_s);
-        QElapsedTimer timer;
-        timer.start();
-        conversation.schedulePersist();
-        QTRY_COMPARE(storedMessages(), conversation.messages());
-        QVERIFY2(timer.elapsed() >= 200 && timer.elapsed() < 2'000, qPrintable(QString::number(timer.elapsed())));
-    }
-
     void aBusyMainThreadDelaysNoWrite()
     {
         Conversation conversation(soon);
@@ -190,6 +169,9 @@ private slots:
 
     void aBurstOfChangesIsOneWriteAfterTheLast()
     {
+        QCOMPARE(Conversation::defaultPersistDelay, 400ms);
+        QCOMPARE(neloChatHistoryURL(), m_home->path(u".nelo/"_s + fileName));
+        QVERIFY(QDir(m_home->path()).rmdir(u".nelo"_s)); // every call makes it anew
         Conversation conversation(300ms);
         QElapsedTimer sinceLast;
         for (int change = 0; change < 3; ++change) {
@@ -201,29 +183,24 @@ private slots:
             sinceLast.start();
         }
         QTRY_COMPARE(storedMessages(), conversation.messages());
-        QVERIFY2(sinceLast.elapsed() >= 300, qPrintable(QString::number(sinceLast.elapsed())));
+        QVERIFY2(sinceLast.elapsed() >= 300 && sinceLast.elapsed() < 2'000,
+                 qPrintable(QString::number(sinceLast.elapsed())));
         QVERIFY(QFile::remove(neloChatHistoryURL()));
         QTRY_COMPARE(ProcessTable::threads(), m_threads); // nothing else is scheduled
         QVERIFY(!QFileInfo::exists(neloChatHistoryURL()));
     }
 
-    void theLast200AreKept_data()
-    {
-        QTest::addColumn<qsizetype>("count");
-        for (const qsizetype count : {0, 199, 200, 201, 500})
-            QTest::addRow("%lld", static_cast<long long>(count)) << count;
-    }
-
     void theLast200AreKept()
     {
-        QFETCH(qsizetype, count);
-        storeHistory(encodeChatMessages(numbered(count)));
-        Conversation conversation(never);
-        conversation.load();
-        const QStringList before = contentsOf(conversation.messages());
-        conversation.persistMessages();
-        QCOMPARE(contentsOf(conversation.messages()), before.last(std::min<qsizetype>(before.size(), 200)));
-        QCOMPARE(storedMessages(), conversation.messages());
+        for (const qsizetype count : {0, 199, 200, 201, 500}) {
+            storeHistory(encodeChatMessages(numbered(count)));
+            Conversation conversation(never);
+            conversation.load();
+            const QStringList before = contentsOf(conversation.messages());
+            conversation.persistMessages();
+            QCOMPARE(contentsOf(conversation.messages()), before.last(std::min<qsizetype>(before.size(), 200)));
+            QCOMPARE(storedMessages(), conversation.messages());
+        }
     }
 
     void whatIsScheduledGoesAwayWithTheConversation()
@@ -309,10 +286,9 @@ private slots:
 
     void aFullDiskKeepsTheEarlierFile_data()
     {
-        QTest::addColumn<QByteArray>("earlier");
-        QTest::addColumn<int>("free");
-        QTest::newRow("a conversation that is longer than the space") << encodeChatMessages(numbered(300, 100)) << 8192;
-        QTest::newRow("a bad file that cannot be copied") << QByteArray(10'000, '[') << 4096;
+        const Cases<QByteArray, int> add("earlier", "free");
+        add("a conversation that is longer than the space", encodeChatMessages(numbered(300, 100)), 8192);
+        add("a bad file that cannot be copied", QByteArray(10'000, '['), 4096);
     }
 
     void aFullDiskKeepsTheEarlierFile()
@@ -364,15 +340,9 @@ private slots:
 private:
     QStringList copiesInFolder() const { return Files::names(m_home->path(u".nelo"_s)).filter(u".unreadable."_s); }
 
-    std::unique_ptr<TestHome> m_home;
+    Fresh<TestHome> m_home{this};
     std::set<pid_t> m_threads;
 };
 
-int main(int argc, char** argv)
-{
-    SmallDisk::allowMounts();
-    QCoreApplication application(argc, argv);
-    TestConversation test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_GUILESS_MAIN(TestConversation)
 #include "TestConversation.moc"

@@ -1,9 +1,9 @@
 #include "chat/core/NeloChatMessage.h"
 
-#include "support/Warnings.h"
+#include "support/Cases.h"
+#include "support/TestCase.h"
 
 #include <QDateTime>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -20,13 +20,11 @@ NeloChatMessage messageOf(const QString& content)
 } // namespace
 
 /// The record of the conversation, its form in the history file, and which texts are greetings.
-class TestNeloChatMessage final : public QObject
+class TestNeloChatMessage final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void aRecordOfNowCarriesTheTime()
     {
         const QDateTime before = QDateTime::fromSecsSinceEpoch(QDateTime::currentSecsSinceEpoch(), Qt::UTC);
@@ -47,23 +45,13 @@ private slots:
                  '[' + goodElement + R"(,{"role":"assistant","content":"你好","createdAt":"2025-01-31T09:30:00Z"}])");
     }
 
-    void anyTextComesBackAsItWas_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::newRow("lines and tabs") << u"one\r\n\ttwo\n"_s;
-        QTest::newRow("quotes and backslashes") << u"\"\\\"/"_s;
-        QTest::newRow("markup") << u"<b>&amp;</b>"_s;
-        QTest::newRow("a zero character") << u"a"_s + QChar(0) + u"b"_s;
-        QTest::newRow("a byte-order mark") << QString(QChar(0xfeff)) + u"a"_s;
-        QTest::newRow("what is no character") << QString(QChar(0xffff));
-        QTest::newRow("1 MB") << QString(1'000'000, u'x');
-    }
-
     void anyTextComesBackAsItWas()
     {
-        QFETCH(QString, text);
-        const QList<NeloChatMessage> messages{{text, text, text}};
-        QCOMPARE(decodeChatMessages(encodeChatMessages(messages)), messages);
+        for (const QString& text : {u"one\r\n\ttwo\n"_s, u"\"\\\"/"_s, u"<b>&amp;</b>"_s, u"a"_s + QChar(0) + u"b"_s,
+                                    u"\ufeffa"_s, QString(QChar(0xffff)), QString(1'000'000, u'x')}) {
+            const QList<NeloChatMessage> messages{{text, text, text}};
+            QCOMPARE(decodeChatMessages(encodeChatMessages(messages)), messages);
+        }
     }
 
     void halfASurrogatePairIsWrittenAsAQuestionMark()
@@ -75,23 +63,18 @@ private slots:
 
     void decodesWhatIsAListOfRecords_data()
     {
-        QTest::addColumn<QByteArray>("json");
-        QTest::addColumn<qsizetype>("count");
-        QTest::newRow("an empty array") << QByteArray("[]") << qsizetype(0);
-        QTest::newRow("one record") << '[' + goodElement + ']' << qsizetype(1);
-        QTest::newRow("pretty-printed") << " [\n " + goodElement + ",\n " + goodElement + "\n]\n" << qsizetype(2);
-        QTest::newRow("a byte-order mark before it") << "\xef\xbb\xbf[" + goodElement + ']' << qsizetype(1);
-        QTest::newRow("other keys") << QByteArray(
-            R"([{"id":7,"role":"user","tags":[{}],"content":"hi","createdAt":"2025-01-01T00:00:00Z","x":null}])")
-                                    << qsizetype(1);
-        QTest::newRow("keys in another order")
-            << QByteArray(R"([{"createdAt":"2025-01-01T00:00:00Z","content":"hi","role":"user"}])") << qsizetype(1);
-        QTest::newRow("escaped characters")
-            << QByteArray(R"([{"role":"\u0075ser","content":"h\u0069","createdAt":"2025-01-01T00:00:00Z"}])")
-            << qsizetype(1);
-        QTest::newRow("the last of two equal keys counts")
-            << QByteArray(R"([{"role":"assistant","role":"user","content":"hi","createdAt":"2025-01-01T00:00:00Z"}])")
-            << qsizetype(1);
+        const Cases<QByteArray, qsizetype> add("json", "count");
+        add("an empty array", "[]", 0);
+        add("one record", '[' + goodElement + ']', 1);
+        add("pretty-printed", " [\n " + goodElement + ",\n " + goodElement + "\n]\n", 2);
+        add("a byte-order mark before it", "\xef\xbb\xbf[" + goodElement + ']', 1);
+        add("other keys",
+            R"([{"id":7,"role":"user","tags":[{}],"content":"hi","createdAt":"2025-01-01T00:00:00Z","x":null}])", 1);
+        add("keys in another order", R"([{"createdAt":"2025-01-01T00:00:00Z","content":"hi","role":"user"}])", 1);
+        add("escaped characters", R"([{"role":"\u0075ser","content":"h\u0069","createdAt":"2025-01-01T00:00:00Z"}])",
+            1);
+        add("the last of two equal keys counts",
+            R"([{"role":"assistant","role":"user","content":"hi","createdAt":"2025-01-01T00:00:00Z"}])", 1);
     }
 
     void decodesWhatIsAListOfRecords()
@@ -101,34 +84,17 @@ private slots:
         QCOMPARE(decodeChatMessages(json), QList<NeloChatMessage>(count, goodMessage));
     }
 
-    void refusesTheWholeListForOneBadElement_data()
-    {
-        QTest::addColumn<QByteArray>("json");
-        const auto withGoodOnes = [](const QByteArray& element) {
-            return '[' + goodElement + ',' + element + ',' + goodElement + ']';
-        };
-        QTest::newRow("no bytes") << QByteArray();
-        QTest::newRow("an object instead of the array") << goodElement;
-        QTest::newRow("something after the array") << '[' + goodElement + "] x";
-        QTest::newRow("no role") << withGoodOnes(R"({"content":"x","createdAt":"x"})");
-        QTest::newRow("no content") << withGoodOnes(R"({"role":"x","createdAt":"x"})");
-        QTest::newRow("no createdAt") << withGoodOnes(R"({"role":"x","content":"x"})");
-        QTest::newRow("a key in other letters") << withGoodOnes(R"({"Role":"x","content":"x","createdAt":"x"})");
-        QTest::newRow("a number for role") << withGoodOnes(R"({"role":1,"content":"x","createdAt":"x"})");
-        QTest::newRow("null for content") << withGoodOnes(R"({"role":"x","content":null,"createdAt":"x"})");
-        QTest::newRow("a list for content") << withGoodOnes(R"({"role":"x","content":["x"],"createdAt":"x"})");
-        QTest::newRow("a boolean for createdAt") << withGoodOnes(R"({"role":"x","content":"x","createdAt":true})");
-        QTest::newRow("a string among the objects") << withGoodOnes("\"x\"");
-        QTest::newRow("a list among the objects") << withGoodOnes("[]");
-        QTest::newRow("an empty object") << withGoodOnes("{}");
-        QTest::newRow("a zero byte after it") << QByteArray("[]\0", 3);
-        QTest::newRow("100,000 brackets") << QByteArray(100'000, '[');
-    }
-
     void refusesTheWholeListForOneBadElement()
     {
-        QFETCH(QByteArray, json);
-        QCOMPARE(decodeChatMessages(json), std::nullopt);
+        for (const char* bad :
+             {R"({"content":"x","createdAt":"x"})", R"({"role":"x","createdAt":"x"})", R"({"role":"x","content":"x"})",
+              R"({"Role":"x","content":"x","createdAt":"x"})", R"({"role":1,"content":"x","createdAt":"x"})",
+              R"({"role":"x","content":null,"createdAt":"x"})", R"({"role":"x","content":["x"],"createdAt":"x"})",
+              R"({"role":"x","content":"x","createdAt":true})", "\"x\"", "[]", "{}"})
+            QVERIFY2(!decodeChatMessages('[' + goodElement + ',' + bad + ',' + goodElement + ']'), bad);
+        for (const QByteArray& text :
+             {QByteArray(), goodElement, '[' + goodElement + "] x", QByteArray("[]\0", 3), QByteArray(100'000, '[')})
+            QVERIFY2(!decodeChatMessages(text), text.left(100).constData());
     }
 
     void refusesAListThatIsCutAnywhere()
@@ -141,27 +107,14 @@ private slots:
 
     void theWelcomeIsExact() { QCOMPARE(neloWelcomeMessage, u"您好，nelo为您服务，我为您提供最简单的AI入口服务。"_s); }
 
-    void recognisesGreetings_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("isGreeting");
-
-        for (const QString& greeting : {u"你好"_s, u"您好"_s, u"hello"_s, u"hi"_s, u"嗨"_s, u"在吗"_s})
-            QTest::newRow(qPrintable(greeting)) << greeting << true;
-        QTest::newRow("capitals do not matter") << u"HELLO"_s << true;
-        QTest::newRow("nor do some of them") << u"Hi"_s << true;
-        QTest::newRow("a mark at the end makes it something else") << u"Hello!"_s << false;
-        QTest::newRow("two words are something else") << u"hello there"_s << false;
-        QTest::newRow("a part of one is something else") << u"hell"_s << false;
-        QTest::newRow("a longer Chinese one is something else") << u"你好吗"_s << false;
-        QTest::newRow("blanks are somebody else's work") << u" hi"_s << false;
-        QTest::newRow("nothing is no greeting") << QString() << false;
-    }
-
     void recognisesGreetings()
     {
-        QFETCH(QString, text);
-        QTEST(isLocalGreeting(text), "isGreeting");
+        for (const QString& greeting :
+             {u"你好"_s, u"您好"_s, u"hello"_s, u"hi"_s, u"嗨"_s, u"在吗"_s, u"HELLO"_s, u"Hi"_s})
+            QVERIFY2(isLocalGreeting(greeting), qPrintable(greeting));
+        for (const QString& other : {u"Hello!"_s, u"hello there"_s, u"hell"_s, u"你好吗"_s, u" hi"_s,
+                                     QString()}) // blanks are for others to remove
+            QVERIFY2(!isLocalGreeting(other), qPrintable(other));
     }
 };
 

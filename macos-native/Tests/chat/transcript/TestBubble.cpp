@@ -1,24 +1,21 @@
 #include "chat/transcript/Bubble.h"
 
 #include "chat/transcript/TextEstimate.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QGuiApplication>
 #include <QImage>
 #include <QPainter>
-#include <QTest>
 #include <QTextCharFormat>
 
 using namespace Qt::StringLiterals;
 
 /// Which parts of a text that is too long for the screen are laid out and drawn.
-class TestBubble final : public QObject
+class TestBubble final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void laysOutWhatIsInSightOnly()
     {
         Bubble bubble = longText();
@@ -29,40 +26,25 @@ private slots:
         QVERIFY(hasText(drawn(bubble, middle + moved)));
         QVERIFY(!hasText(drawn(bubble, 0)));
         QVERIFY(!hasText(drawn(bubble, bubble.height() - 100)));
-    }
-
-    void layingOutAgainMovesNothing()
-    {
-        Bubble bubble = longText();
-        const int middle = bubble.height() / 2;
-        const int moved = bubble.layOut(middle, middle + 100);
         const int height = bubble.height();
         QCOMPARE(bubble.layOut(middle + moved, middle + moved + 100), 0);
         QCOMPARE(bubble.height(), height);
     }
 
-    void dropsWhatIsOutOfSight_data()
-    {
-        QTest::addColumn<double>("place"); // of what is in sight: 0 is the top, 1 the bottom
-        QTest::newRow("at its top") << 0.0;
-        QTest::newRow("in its middle") << 0.5;
-        QTest::newRow("at its bottom") << 1.0;
-    }
-
     void dropsWhatIsOutOfSight()
     {
-        QFETCH(double, place);
-        Bubble bubble = longText();
-        bubble.layOut(0, bubble.height() * 2);
-        const int end = bubble.height() - 100;
-        const int inSight = static_cast<int>(place * end);
-
-        QVERIFY(bubble.dropLayoutsOutside(inSight, inSight + 100));
-        for (const int top : {0, end / 2, end})
-            QCOMPARE(hasText(drawn(bubble, top)), top == inSight);
-        QVERIFY(!bubble.dropLayoutsOutside(bubble.height(),
-                                           bubble.height() + 100)); // what begins where it ends is beside it
-        QVERIFY(!hasText(drawn(bubble, inSight)));
+        for (const double place : {0.0, 0.5, 1.0}) { // from the top to the bottom
+            Bubble bubble = longText();
+            bubble.layOut(0, bubble.height() * 2);
+            const int end = bubble.height() - 100;
+            const int inSight = static_cast<int>(place * end);
+            QVERIFY(bubble.dropLayoutsOutside(inSight, inSight + 100));
+            for (const int top : {0, end / 2, end})
+                QCOMPARE(hasText(drawn(bubble, top)), top == inSight);
+            // What begins where the bubble ends is beside it.
+            QVERIFY(!bubble.dropLayoutsOutside(bubble.height(), bubble.height() + 100));
+            QVERIFY(!hasText(drawn(bubble, inSight)));
+        }
     }
 
     void drawsTheSelectionWhereItIs()

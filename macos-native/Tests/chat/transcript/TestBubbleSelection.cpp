@@ -1,36 +1,29 @@
 #include "chat/transcript/BubbleSelection.h"
 
-#include "support/Warnings.h"
-
-#include <QTest>
+#include "support/Cases.h"
+#include "support/TestCase.h"
 
 using namespace Qt::StringLiterals;
 using Unit = BubbleSelection::Unit;
 
 /// What is selected in one text.
-class TestBubbleSelection final : public QObject
+class TestBubbleSelection final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void extendsFromWhereItBegan_data()
     {
-        QTest::addColumn<Unit>("unit");
-        QTest::addColumn<int>("from");
-        QTest::addColumn<int>("to");
-        QTest::addColumn<QString>("selected");
-        QTest::addColumn<int>("cursor");
+        const Cases<Unit, int, int, QString, int> add("unit", "from", "to", "selected", "cursor");
 
-        QTest::newRow("a press selects nothing") << Unit::Letter << 5 << 5 << QString() << 5;
-        QTest::newRow("a drag forwards") << Unit::Letter << 1 << 5 << u"ne t"_s << 5;
-        QTest::newRow("a drag backwards") << Unit::Letter << 5 << 1 << u"ne t"_s << 1;
-        QTest::newRow("a word") << Unit::Word << 5 << 5 << u"two"_s << 7;
-        QTest::newRow("words forwards") << Unit::Word << 5 << 9 << u"two three"_s << 13;
-        QTest::newRow("words backwards keep the first") << Unit::Word << 5 << 1 << u"one two"_s << 0;
-        QTest::newRow("a paragraph") << Unit::Paragraph << 5 << 5 << u"one two three"_s << 13;
-        QTest::newRow("paragraphs") << Unit::Paragraph << 5 << 16 << m_text << 25;
+        add("a press selects nothing", Unit::Letter, 5, 5, {}, 5);
+        add("a drag forwards", Unit::Letter, 1, 5, u"ne t"_s, 5);
+        add("a drag backwards", Unit::Letter, 5, 1, u"ne t"_s, 1);
+        add("a word", Unit::Word, 5, 5, u"two"_s, 7);
+        add("words forwards", Unit::Word, 5, 9, u"two three"_s, 13);
+        add("words backwards keep the first", Unit::Word, 5, 1, u"one two"_s, 0);
+        add("a paragraph", Unit::Paragraph, 5, 5, u"one two three"_s, 13);
+        add("paragraphs", Unit::Paragraph, 5, 16, m_text, 25);
     }
 
     void extendsFromWhereItBegan()

@@ -1,21 +1,20 @@
 #include "chat/transcript/ChunkLayout.h"
 
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QGuiApplication>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
 /// Breaking text into lines and finding places in it.
-class TestChunkLayout final : public QObject
+class TestChunkLayout final : public TestCase
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        failOnUnexpectedWarning();
+        TestCase::init();
         m_font.setPixelSize(18);
     }
 
@@ -83,23 +82,19 @@ private slots:
 
     void findsThePositionUnderAPoint()
     {
-        const ChunkLayout lines = layout(u"one\ntwo"_s);
-        const double inSecond = lines.height() * 0.75;
-        QCOMPARE(lines.positionAt({0, -100}), 0); // above everything
-        QCOMPARE(lines.positionAt({-50, 2}), 0);
-        QCOMPARE(lines.positionAt({width, 2}), 3);
-        QCOMPARE(lines.positionAt({-50, inSecond}), 4);
-        QCOMPARE(lines.positionAt({width, 100}), 7); // below everything
-    }
-
-    void theBorderOfTwoLinesBelongsToTheLower()
-    {
+        const ChunkLayout words = layout(u"one\ntwo"_s);
+        const double inSecond = words.height() * 0.75;
+        QCOMPARE(words.positionAt({0, -100}), 0); // above everything
+        QCOMPARE(words.positionAt({-50, 2}), 0);
+        QCOMPARE(words.positionAt({width, 2}), 3);
+        QCOMPARE(words.positionAt({-50, inSecond}), 4);
+        QCOMPARE(words.positionAt({width, 100}), 7); // below everything
         for (const QString& text : {u"one\ntwo"_s, u"m"_s.repeated(40)}) {
             const ChunkLayout lines = layout(text);
             const qsizetype second = text.startsWith(u'o') ? 4 : lines.lineAt(0).end();
             const double border = lines.caretRect(second).top();
             QVERIFY(border > 0);
-            QCOMPARE(lines.positionAt({0, border}), second);
+            QCOMPARE(lines.positionAt({0, border}), second); // the border belongs to the lower line
             QCOMPARE(lines.positionAt({0, border - 1}), 0);
         }
     }

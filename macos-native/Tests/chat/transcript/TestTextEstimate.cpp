@@ -1,38 +1,32 @@
 #include "chat/transcript/TextEstimate.h"
 
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QGuiApplication>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
 /// How much room letters take before they are laid out.
-class TestTextEstimate final : public QObject
+class TestTextEstimate final : public TestCase
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        failOnUnexpectedWarning();
+        TestCase::init();
         m_font.setPixelSize(18);
-    }
-
-    void marksThatCombineTakeNoRoom_data()
-    {
-        QTest::addColumn<char16_t>("letter");
-        QTest::addColumn<bool>("takesRoom");
-        QTest::newRow("the letter before the marks") << u'\u02FF' << true;
-        QTest::newRow("the first mark") << u'\u0300' << false;
-        QTest::newRow("the last mark") << u'\u036F' << false;
-        QTest::newRow("the letter after the marks") << u'\u0370' << true;
     }
 
     void marksThatCombineTakeNoRoom()
     {
-        QFETCH(char16_t, letter);
-        QTEST(height(u"a"_s + QString(500, letter)) > height(u"a"_s), "takesRoom");
+        const auto takesRoom = [this](char16_t letter) {
+            return height(u"a"_s + QString(500, letter)) > height(u"a"_s);
+        };
+        QVERIFY(takesRoom(u'\u02FF'));
+        QVERIFY(!takesRoom(u'\u0300')); // the first mark
+        QVERIFY(!takesRoom(u'\u036F')); // the last mark
+        QVERIFY(takesRoom(u'\u0370'));
     }
 
     void ideographsTakeMoreRoomThanLetters()

@@ -1,22 +1,21 @@
 #include "chat/transcript/TranscriptView.h"
 
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QAccessible>
 #include <QScrollBar>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
 /// What assistive technology reads and hears of a transcript.
-class TestTranscriptAccessible final : public QObject
+class TestTranscriptAccessible final : public TestCase
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        failOnUnexpectedWarning();
+        TestCase::init();
         m_view = std::make_unique<TranscriptView>();
         m_view->append(Speaker::User, u"question"_s);
         m_view->append(Speaker::Nelo, u"answer\nin two lines"_s);
@@ -28,15 +27,11 @@ private slots:
 
     void cleanup() { m_view.reset(); }
 
-    void isAListNamedConversation()
+    void bubblesAreItsChildrenInOrder()
     {
         QVERIFY(list());
         QCOMPARE(list()->role(), QAccessible::List);
         QCOMPARE(list()->text(QAccessible::Name), u"Conversation"_s);
-    }
-
-    void bubblesAreItsChildrenInOrder()
-    {
         QCOMPARE(list()->childCount(), 3);
         const QStringList names{u"question"_s, u"answer\nin two lines"_s, u"thanks"_s};
         const QStringList speakers{u"Me"_s, u"Nelo"_s, u"Me"_s};
@@ -58,13 +53,9 @@ private slots:
         QCOMPARE(list()->child(3), nullptr);
         QCOMPARE(list()->child(-1), nullptr);
         QCOMPARE(list()->indexOfChild(list()), -1);
-    }
-
-    void childrenStayTheSameObjects()
-    {
         QAccessibleInterface* const first = list()->child(0);
         m_view->append(Speaker::Nelo, u"more"_s);
-        QCOMPARE(list()->child(0), first);
+        QCOMPARE(list()->child(0), first); // the same object
         QCOMPARE(list()->child(3)->text(QAccessible::Name), u"more"_s);
     }
 

@@ -1,23 +1,20 @@
 #include "chat/transcript/TranscriptLayout.h"
 
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QFontInfo>
 #include <QFontMetrics>
-#include <QTest>
 
 #include <malloc.h>
 
 using namespace Qt::StringLiterals;
 
 /// Where rows and bubbles are, before and after they were laid out.
-class TestTranscriptLayout final : public QObject
+class TestTranscriptLayout final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void aBubbleHugsItsTextWhateverTheNumberOfLines()
     {
         QFont font = m_font;
@@ -50,24 +47,16 @@ private slots:
         QVERIFY(qAbs(layout.caretRect(0, 0).left() - (bubble.left() + 18)) <= 1);
     }
 
-    void bubblesStopGrowingAt620()
+    void bubblesStopGrowingAt620AndRowsNeverGetNarrowerThan400()
     {
         TranscriptLayout layout = rows({u"m"_s.repeated(500)}, 900);
-        layout.layOut(0, 1000);
-        QVERIFY(layout.bubbleRect(0).width() <= 620);
-        QVERIFY(layout.bubbleRect(0).width() > 600);
-
-        layout.setWidth(500);
-        layout.layOut(0, 1000);
-        QVERIFY(layout.bubbleRect(0).width() <= 500);
-        QVERIFY(layout.bubbleRect(0).width() > 480);
-    }
-
-    void rowsNeverGetNarrowerThan400()
-    {
-        const TranscriptLayout layout = rows({u"x"_s}, 100);
-        QCOMPARE(layout.width(), 400);
-        QCOMPARE(layout.rowRect(0).width(), 400);
+        for (const auto& [width, widest] : {std::pair{900, 620}, {500, 500}, {100, 400}}) {
+            layout.setWidth(width);
+            layout.layOut(0, 1000);
+            QVERIFY(layout.bubbleRect(0).width() <= widest);
+            QVERIFY(layout.bubbleRect(0).width() > widest - 20);
+            QCOMPARE(layout.rowRect(0).width(), std::max(width, 400));
+        }
     }
 
     void rowsFollowOneAnother()
@@ -169,53 +158,37 @@ private slots:
         QCOMPARE(layout.height() - (top + moved), visible); // the end stays where it was on the screen
     }
 
-    void estimatesAreNearTheTruth_data()
-    {
-        QTest::addColumn<QString>("text");
-
-        QTest::newRow("English")
-            << u"Scroll bars are placed by an estimate of what nobody has looked at yet. "_s.repeated(30);
-        QTest::newRow("Chinese") << u"滚动条的位置由估计值决定，因为还没有人看过那些消息。"_s.repeated(40);
-        QTest::newRow("both") << u"滚动条 scroll bars 的位置 are placed by 估计值 an estimate，今天也是。"_s.repeated(
-            30);
-        QTest::newRow("short lines") << u"- item\n"_s.repeated(60);
-        QTest::newRow("one short line") << u"好的"_s;
-        QTest::newRow("combining marks") << u"e\u0301"_s.repeated(1000);
-    }
-
     void estimatesAreNearTheTruth()
     {
-        QFETCH(QString, text);
-        TranscriptLayout layout = rows({text});
-        const double estimate = layout.bubbleRect(0).height();
-        layout.layOut(0, 100'000);
-        const double truth = layout.bubbleRect(0).height();
-        QVERIFY2(qAbs(estimate / truth - 1) < 0.25, qPrintable(u"%1 for %2"_s.arg(estimate).arg(truth)));
+        for (const QString& text :
+             {u"Scroll bars are placed by an estimate of what nobody has looked at yet. "_s.repeated(30),
+              u"滚动条的位置由估计值决定，因为还没有人看过那些消息。"_s.repeated(40),
+              u"滚动条 scroll bars 的位置 are placed by 估计值 an estimate，今天也是。"_s.repeated(30),
+              u"- item\n"_s.repeated(60), u"好的"_s, u"e\u0301"_s.repeated(1000)}) {
+            TranscriptLayout layout = rows({text});
+            const double estimate = layout.bubbleRect(0).height();
+            layout.layOut(0, 100'000);
+            const double truth = layout.bubbleRect(0).height();
+            QVERIFY2(qAbs(estimate / truth - 1) < 0.25, qPrintable(u"%1 for %2"_s.arg(estimate).arg(truth)));
+        }
     }
 
-    void aNewWidthIsEstimatedAnew()
-    {
-        TranscriptLayout layout = rows({u"word "_s.repeated(400)}, 900);
-        layout.layOut(0, 5000);
-        const int before = layout.height();
-        layout.setWidth(450);
-        QVERIFY(layout.height() > before);
-        layout.layOut(0, 5000);
-        QVERIFY(layout.height() > before);
-        QVERIFY(layout.bubbleRect(0).width() <= 450);
-    }
-
-    void widthBeyondTheWidestBubbleChangesNoHeight()
+    void aNewWidthIsEstimatedAnewUnlessAllIsAsWideAsItGets()
     {
         TranscriptLayout layout = rows({u"word "_s.repeated(400)}, 700);
         layout.append(Speaker::User, u"right"_s);
         layout.layOut(0, 5000);
         const QRect first = layout.bubbleRect(0);
         const QRect second = layout.bubbleRect(1);
-
         layout.setWidth(1000);
         QCOMPARE(layout.bubbleRect(0), first);
         QCOMPARE(layout.bubbleRect(1), second.translated(300, 0));
+
+        layout.setWidth(450);
+        QVERIFY(layout.bubbleRect(0).height() > first.height());
+        layout.layOut(0, 5000);
+        QVERIFY(layout.bubbleRect(0).height() > first.height());
+        QVERIFY(layout.bubbleRect(0).width() <= 450);
     }
 
     void placesInAMessageOfManyChunks()
