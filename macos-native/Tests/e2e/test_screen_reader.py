@@ -14,6 +14,9 @@ PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
 CHAT = ("+ push button", "gpt-4o-mini combo box", "Send push button", "nelo.example label")
 CONSOLE = ("Refresh push button", "Add Agent push button", "Config Editor push button", "Run Configure push button",
            "Adopt / Rename push button", "Delete push button", "table with 1 row")
+SKILLS = ("Agent combo box", "Config Mode combo box", "Refresh push button", "Load Config push button", "Install Skill push button",
+          "Install Cloud Skill push button", "Select a skill read only text", "table with 0 rows", "Enabled combo box",
+          "ENV read only text", "Save Config push button")
 SETTINGS = ("Core URL (optional) text", "Mode combo box", "Local Model combo box", "Provider combo box", "Cloud Model text",
             "Cloud API Key password text", "Catalog URL text", "Auto-download Tovani on chat (local mode) check box checked",
             "Tovani Path text", "Save push button", "Reload push button", "Refresh Catalog push button",
@@ -70,6 +73,11 @@ class ScreenReaderTest(unittest.TestCase):
         self.hears("Delete push button", "dialog")
         press("Escape")
         self.hears("Delete push button")
+        press("ctrl+Tab")  # to the Runtime tab
+        self.hears("Refresh push button")
+        press("ctrl+Tab", "ctrl+Tab")  # past a tab without a control
+        self.hears("Ecosystem combo box")
+        self.hears_by_tab(*SKILLS)
 
         self.opens("Settings...", "Nelo Settings frame", "Auto-discover local Nelo Core (127.0.0.1:8878) check box checked")
         self.hears_by_tab(*SETTINGS)
