@@ -15,6 +15,7 @@
 #include <QStyleHints>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 
 using namespace Qt::StringLiterals;
 
@@ -223,6 +224,15 @@ private slots:
         goesTo(Qt::Key_End, 31);
         goesTo(Qt::Key_Down, 31);
         goesTo(Qt::Key_Home, 0);
+    }
+
+    void theWheelScrolls()
+    {
+        m_view->append(Speaker::Nelo, u"line\n"_s.repeated(300) + u"last"_s);
+        const int value = bar()->value();
+        QWheelEvent up({9, 9}, surface()->mapToGlobal(QPointF(9, 9)), {}, {0, 120}, {}, {}, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(surface(), &up);
+        QVERIFY(bar()->value() < value);
     }
 
     void copyTakesTheSelectionOrTheBubbleAsItCame()
