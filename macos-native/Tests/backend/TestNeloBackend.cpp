@@ -95,9 +95,9 @@ private slots:
     void aFailureIsNamedAndTheHelperStays()
     {
         const std::string helper = NeloBackend::call("pid");
-        for (const std::string type : {"ValueError", "SystemExit", "KeyboardInterrupt"}) { // two would end Python
+        for (const char* type : {"ValueError", "SystemExit", "KeyboardInterrupt"}) { // two would end Python
             m_backend->raise("fail", type, "bad 坏");
-            QCOMPARE(NeloBackend::call("fail"), "ERROR: " + type + ": bad 坏");
+            QCOMPARE(NeloBackend::call("fail"), "ERROR: " + std::string(type) + ": bad 坏");
         }
         QCOMPARE(NeloBackend::call("no_such_function"), std::string("ERROR: unknown function: no_such_function"));
         m_backend->script("surrogate", {{{"answer-json-text", R"("\ud800")"}}});
