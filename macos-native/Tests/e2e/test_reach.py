@@ -81,10 +81,13 @@ class StatusAreaTest(unittest.TestCase):
 
     def test_its_windows_bring_an_icon(self) -> None:
         with TraylessNelo() as nelo:
-            launcher(nelo)
-            window = xdotool("getactivewindow").strip()
-            done = subprocess.run(["xprop", "-id", window, "_NET_WM_ICON"], capture_output=True, text=True, check=True)
-            self.assertIn("Icon (128 x 128)", done.stdout)
+            for entry, title in (("Open Nelo", "Nelo"), ("Open Nelo Console", "Nelo Console"), ("Settings...", "Nelo Settings")):
+                launcher(nelo).find("push button", entry).press()
+                nelo.window(title)
+            for title in ("Nelo Launcher", "Nelo", "Nelo Console", "Nelo Settings"):
+                window = xdotool("search", "--onlyvisible", "--name", f"^{title}$").strip()
+                done = subprocess.run(["xprop", "-id", window, "_NET_WM_ICON"], capture_output=True, text=True, check=True)
+                self.assertIn("Icon (128 x 128)", done.stdout)
 
     def test_every_entry_works_by_keyboard(self) -> None:
         with TraylessNelo() as nelo:

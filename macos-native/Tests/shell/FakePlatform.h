@@ -22,6 +22,12 @@ public:
         emit statusAreaChanged();
     }
 
+    void setColorScheme(ColorScheme scheme)
+    {
+        m_colorScheme = scheme;
+        emit colorSchemeChanged();
+    }
+
     void setActivationPolicy(ActivationPolicy policy) override
     {
         m_calls.append(policy == ActivationPolicy::Regular ? QStringLiteral("regular") : QStringLiteral("accessory"));
@@ -40,6 +46,7 @@ public:
 
     bool hasStatusArea() const override { return m_hasStatusArea; }
     std::optional<std::chrono::milliseconds> sessionAge() const override { return m_sessionAge; }
+    ColorScheme colorScheme() const override { return m_colorScheme; }
 
 private:
     QStringList m_calls;
@@ -47,4 +54,5 @@ private:
     QMenu* m_menu = nullptr;
     bool m_hasStatusArea;
     std::chrono::milliseconds m_sessionAge;
+    ColorScheme m_colorScheme = ColorScheme::Unknown;
 };

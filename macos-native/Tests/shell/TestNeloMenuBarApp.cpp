@@ -3,11 +3,13 @@
 #include "backend/NeloBackend.h"
 #include "shell/FakePlatform.h"
 #include "shell/primitives/NeloWindow.h"
+#include "shell/primitives/ViewController.h"
 #include "support/Cases.h"
 #include "support/ProcessTable.h"
 #include "support/ScriptedBackend.h"
 #include "support/Warnings.h"
 #include "ui/Alerts.h"
+#include "ui/Colors.h"
 
 #include <QApplication>
 #include <QDir>
@@ -89,6 +91,26 @@ private slots:
         const QIcon icon = m_platform->icon();
         QCOMPARE(icon.pixmap({64, 64}).size(), QSize(18, 18));
         QCOMPARE(icon.pixmap({18, 18}).toImage().pixelColor(9, 9), QColor(Qt::red));
+    }
+
+    void theWindowsFollowTheColorScheme()
+    {
+        const auto isDark = [](const QWidget* window) {
+            return Colors::isDark(window->findChild<ViewController*>()->palette());
+        };
+        for (const char* item : {"Open Nelo", "Open Nelo Console", "Settings..."})
+            choose(QString::fromLatin1(item));
+        for (const ColorScheme scheme :
+             {ColorScheme::Dark, ColorScheme::Unknown, ColorScheme::Dark, ColorScheme::Light}) {
+            m_platform->setColorScheme(scheme);
+            QCoreApplication::processEvents(); // Qt tells the windows by a posted event
+            for (const NeloWindow* window : windows()) {
+                const bool isSettings = window->windowTitle() == QStringLiteral("Nelo Settings");
+                QCOMPARE(isDark(window),
+                         isSettings && scheme == ColorScheme::Dark); // the others have colors of their own
+            }
+            QCOMPARE(Colors::isDark(menu()->palette()), scheme == ColorScheme::Dark);
+        }
     }
 
     void nothingElseStartsAtLaunch()

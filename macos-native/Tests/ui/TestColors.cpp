@@ -94,6 +94,18 @@ private slots:
         QVERIFY(palette.color(QPalette::Base) == Qt::white && palette.color(QPalette::Text).lightness() < 50);
     }
 
+    void onlyAThemeOfTheOtherSchemeIsReplaced()
+    {
+        const QPalette light(QColor(239, 239, 239));
+        const QPalette dark(QColor(49, 54, 59), QColor(42, 46, 50));
+        QCOMPARE(Colors::inScheme(light, ColorScheme::Unknown), light);
+        QCOMPARE(Colors::inScheme(light, ColorScheme::Light), light);
+        QVERIFY(Colors::isDark(Colors::inScheme(light, ColorScheme::Dark)));
+        QCOMPARE(Colors::inScheme(dark, ColorScheme::Unknown), dark);
+        QCOMPARE(Colors::inScheme(dark, ColorScheme::Dark), dark);
+        QVERIFY(!Colors::isDark(Colors::inScheme(dark, ColorScheme::Light)));
+    }
+
     void secondaryTextIsLegible_data()
     {
         QTest::addColumn<QPalette>("palette");
@@ -189,6 +201,7 @@ private slots:
     {
         QApplication::setStyle(new ThemeStyle(theme(Qt::white, Qt::black, Qt::black)));
         LegibleStyle::install();
+        LegibleStyle::install(ColorScheme::Light);
         QWidget parent;
         QDialog first(&parent);
         QDialog second(&parent);

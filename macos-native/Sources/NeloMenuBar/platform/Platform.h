@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/ColorScheme.h"
+
 #include <QIcon>
 #include <QObject>
 
@@ -39,9 +41,13 @@ public:
     virtual bool hasStatusArea() const = 0;
     /// How long the user's session has lasted; nothing where that is not known.
     virtual std::optional<std::chrono::milliseconds> sessionAge() const { return std::nullopt; }
+    /// Returns the color scheme that the user prefers, where the desktop tells it and Qt does not follow it by itself.
+    /// It is known some time after the start.
+    virtual ColorScheme colorScheme() const { return ColorScheme::Unknown; }
 
 signals:
     void statusAreaChanged();
+    void colorSchemeChanged();
     /// The user has opened the running application again. Only systems that start no second program for that emit this;
     /// for the others see `SingleInstance`.
     void reopened();

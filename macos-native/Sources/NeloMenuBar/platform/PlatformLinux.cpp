@@ -1,6 +1,7 @@
 #include "platform/MenuPosition.h"
 #include "platform/Platform.h"
 #include "platform/SessionAge.h"
+#include "platform/SettingsPortal.h"
 #include "platform/SparklesIcon.h"
 #include "platform/StartupNotification.h"
 #include "platform/StatusNotifierHost.h"
@@ -44,6 +45,7 @@ public:
     {
         return ::sessionAge(QDBusConnection::sessionBus());
     }
+    ColorScheme colorScheme() const override { return m_settings.colorScheme(); }
 
 private:
     bool isDrawn() const { return m_host.isRegistered() == true; }
@@ -52,6 +54,7 @@ private:
     void showInStatusArea();
     void openMenuOverAlert();
 
+    SettingsPortal m_settings{QDBusConnection::sessionBus()};
     StatusNotifierHost m_host;
     XEmbedTray m_tray;
     bool m_hasStatusArea = false;
@@ -65,6 +68,7 @@ private:
 
 LinuxPlatform::LinuxPlatform()
 {
+    connect(&m_settings, &SettingsPortal::colorSchemeChanged, this, &LinuxPlatform::colorSchemeChanged);
     connect(&m_host, &StatusNotifierHost::changed, this, &LinuxPlatform::followStatusArea);
     connect(&m_tray, &XEmbedTray::changed, this, &LinuxPlatform::followStatusArea,
             Qt::QueuedConnection); // Qt handles it first

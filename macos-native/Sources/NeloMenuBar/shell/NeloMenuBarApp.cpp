@@ -67,13 +67,14 @@ NeloMenuBarApp::~NeloMenuBarApp() = default;
 void NeloMenuBarApp::applicationDidFinishLaunching()
 {
     m_platform->setActivationPolicy(ActivationPolicy::Accessory);
-    LegibleStyle::install(); // before the first window is made
+    followColorScheme(); // before the first window is made
 
     makeMenu();
     const QIcon image = menuBarImage();
     m_platform->showStatusItem(productName(), image.isNull() ? m_platform->sparklesSymbol() : image, m_menu.get());
     connect(m_platform.get(), &Platform::reopened, this, &NeloMenuBarApp::reopen);
     connect(m_platform.get(), &Platform::statusAreaChanged, this, &NeloMenuBarApp::followStatusArea);
+    connect(m_platform.get(), &Platform::colorSchemeChanged, this, &NeloMenuBarApp::followColorScheme);
     followStatusArea();
 }
 
@@ -99,6 +100,11 @@ void NeloMenuBarApp::followStatusArea()
     m_launcherTimer.stop();
     if (m_launcherWindow)
         m_launcherWindow->hide();
+}
+
+void NeloMenuBarApp::followColorScheme()
+{
+    LegibleStyle::install(m_platform->colorScheme());
 }
 
 void NeloMenuBarApp::showLauncher()

@@ -53,6 +53,7 @@ private:
     void makeMenu();
     /// Hides the launcher when there is a status area. Shows it when there has been none for some time.
     void followStatusArea();
+    void followColorScheme();
     void showLauncher();
     void show(std::unique_ptr<NeloWindow>& window, const QString& title, QSize size,
               ViewController* (*makeController)());

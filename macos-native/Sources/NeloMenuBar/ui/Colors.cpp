@@ -45,6 +45,27 @@ void mend(QPalette& palette, QPalette::ColorGroup group)
     palette.setColor(group, QPalette::HighlightedText, isDark ? Qt::white : Qt::black);
 }
 
+void setText(QPalette& palette, const QColor& text)
+{
+    for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+        palette.setColor(QPalette::Active, role, text);
+        palette.setColor(QPalette::Inactive, role, text);
+    }
+}
+
+QPalette darkAppearance()
+{
+    QPalette palette(Colors::white(0.22), Colors::white(0.16));
+    setText(palette, Colors::white(0.96));
+    palette.setColor(QPalette::Base, Colors::white(0.11));
+    palette.setColor(QPalette::AlternateBase, Colors::white(0.14));
+    palette.setColor(QPalette::Link, QColor(120, 174, 237));
+    palette.setColor(QPalette::Highlight, QColor(48, 104, 198));
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    palette.setColor(QPalette::PlaceholderText, Colors::secondaryText(palette));
+    return palette;
+}
+
 } // namespace
 
 QColor Colors::white(double whiteness)
@@ -76,15 +97,20 @@ QPalette Colors::legible(QPalette palette)
     return palette;
 }
 
+QPalette Colors::inScheme(const QPalette& palette, ColorScheme scheme)
+{
+    if (scheme == ColorScheme::Dark && !isDark(palette))
+        return darkAppearance();
+    if (scheme == ColorScheme::Light && isDark(palette))
+        return lightAppearance(white(0.94));
+    return palette;
+}
+
 QPalette Colors::lightAppearance(const QColor& background)
 {
     const QColor button = white(0.94);
-    const QColor text = white(0.1);
     QPalette palette(button, background);
-    for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
-        palette.setColor(QPalette::Active, role, text);
-        palette.setColor(QPalette::Inactive, role, text);
-    }
+    setText(palette, white(0.1));
     palette.setColor(QPalette::Base, Qt::white);
     palette.setColor(QPalette::AlternateBase, white(0.96));
     palette.setColor(QPalette::Link, QColor(0, 87, 174));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/ColorScheme.h"
+
 #include <QColor>
 #include <QPalette>
 
@@ -22,6 +24,9 @@ bool isDark(const QPalette& palette);
 /// Returns `palette` with other colours for placeholders and selected text where their contrast to the background is
 /// less than 4.5:1. Many themes have too little contrast for these two.
 QPalette legible(QPalette palette);
+
+/// Returns `palette`, or one of our own where it is not in the color scheme `scheme`.
+QPalette inScheme(const QPalette& palette, ColorScheme scheme);
 
 /// Returns the palette of a light appearance with the window colour `background`. It is for views with a fixed light
 /// background, whose text must not follow a dark system theme.

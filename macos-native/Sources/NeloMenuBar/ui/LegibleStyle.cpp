@@ -6,15 +6,22 @@
 #include <QApplication>
 #include <QIcon>
 
-void LegibleStyle::install()
+LegibleStyle::LegibleStyle(QStyle* style, ColorScheme scheme) : QProxyStyle(style), m_scheme(scheme)
+{}
+
+void LegibleStyle::install(ColorScheme scheme)
 {
-    if (!qobject_cast<LegibleStyle*>(QApplication::style()))
-        QApplication::setStyle(new LegibleStyle(QApplication::style()));
+    if (auto* installed = qobject_cast<LegibleStyle*>(QApplication::style())) {
+        installed->m_scheme = scheme;
+        QApplication::setPalette(QPalette()); // which sets no color, but has the style polish the theme's palette again
+    } else {
+        QApplication::setStyle(new LegibleStyle(QApplication::style(), scheme));
+    }
     QIcon::setThemeName(iconThemeFor(QIcon::themeName(), Colors::isDark(QApplication::palette())));
 }
 
 void LegibleStyle::polish(QPalette& palette)
 {
     QProxyStyle::polish(palette);
-    palette = Colors::legible(palette);
+    palette = Colors::legible(Colors::inScheme(palette, m_scheme));
 }

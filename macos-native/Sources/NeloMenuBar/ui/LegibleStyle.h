@@ -1,8 +1,11 @@
 #pragma once
 
+#include "base/ColorScheme.h"
+
 #include <QProxyStyle>
 
-/// The desktop's style with a palette in which every text has enough contrast, also after the theme has changed.
+/// The desktop's style in the color scheme that the user prefers, with a palette in which every text has enough
+/// contrast, also after the theme has changed.
 ///
 /// Setting a palette on the application would do the same. But then each window would have its own copy, and styles
 /// would cache the pictures of every button for each copy.
@@ -11,13 +14,15 @@ class LegibleStyle final : public QProxyStyle
     Q_OBJECT
 
 public:
-    /// Wraps the application's style, unless it is wrapped already, and takes the icon theme that is made for its
-    /// palette.
-    static void install();
+    /// Wraps the application's style, unless it is wrapped already, gives all windows the palette for `scheme`, and
+    /// takes the icon theme that is made for that.
+    static void install(ColorScheme scheme = ColorScheme::Unknown);
 
     using QProxyStyle::polish;
     void polish(QPalette& palette) override;
 
 private:
-    using QProxyStyle::QProxyStyle;
+    LegibleStyle(QStyle* style, ColorScheme scheme);
+
+    ColorScheme m_scheme;
 };

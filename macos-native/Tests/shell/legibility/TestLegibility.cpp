@@ -7,6 +7,7 @@
 #include "support/Warnings.h"
 #include "ui/Colors.h"
 #include "ui/Labels.h"
+#include "ui/LegibleStyle.h"
 
 #include <QApplication>
 #include <QDialog>
@@ -17,6 +18,8 @@
 #include <map>
 
 using namespace Qt::StringLiterals;
+
+Q_DECLARE_METATYPE(ColorScheme)
 
 namespace {
 
@@ -153,16 +156,20 @@ private slots:
 
     void nothingIsFaint_data()
     {
-        QTest::addColumn<QPalette>("theme");
-        QTest::newRow("under the light theme") << QApplication::palette();
-        QTest::newRow("under the dark theme") << darkTheme();
+        const Cases<QPalette, ColorScheme> add("theme", "scheme");
+        add("under the light theme", QApplication::palette(), ColorScheme::Unknown);
+        add("under the dark theme", darkTheme(), ColorScheme::Unknown);
+        add("under the light theme, where dark windows are preferred", QApplication::palette(), ColorScheme::Dark);
+        add("under the dark theme, where light windows are preferred", darkTheme(), ColorScheme::Light);
     }
 
     void nothingIsFaint()
     {
         QFETCH(QPalette, theme);
+        QFETCH(ColorScheme, scheme);
         QApplication::setStyle(new ThemeStyle(theme));
         Gallery gallery;
+        LegibleStyle::install(scheme);
         QString found;
         for (const QString& name : Gallery::names()) {
             const bool isSeen = gallery.show(name, [&found, &name](QWidget& window) {

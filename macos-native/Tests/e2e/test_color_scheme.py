@@ -1,0 +1,53 @@
+"""A desktop that tells through its portal whether its user prefers dark windows."""
+from __future__ import annotations
+
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+from nelo import Nelo, take_picture_of_window, until
+from settings_portal import DARK, LIGHT, NO_PREFERENCE, SettingsPortal
+
+
+class ColorSchemeTest(unittest.TestCase):
+    def setUp(self) -> None:
+        folder = tempfile.TemporaryDirectory(prefix="nelo-picture-")
+        self.addCleanup(folder.cleanup)
+        self.picture = Path(folder.name) / "window.png"
+
+    def is_dark(self) -> bool:
+        """Whether most of the window in front is dark."""
+        take_picture_of_window(self.picture)
+        brightness = subprocess.run(["convert", str(self.picture), "-format", "%[fx:mean]", "info:"], capture_output=True, text=True, check=True)
+        return float(brightness.stdout) < 0.5
+
+    def test_its_change_is_followed_both_ways(self) -> None:
+        portal = SettingsPortal(DARK)
+        self.addCleanup(portal.end)
+        with Nelo() as nelo:
+            nelo.choose("Settings...")
+            nelo.window("Nelo Settings")
+            until(self.is_dark, "a dark window")
+            portal.prefer(NO_PREFERENCE)
+            until(lambda: not self.is_dark(), "the desktop's own window")
+            portal.prefer(DARK)
+            until(self.is_dark, "a dark window again")
+            portal.prefer(LIGHT)
+            until(lambda: not self.is_dark(), "a light window")
+
+    def test_the_chat_and_the_console_keep_their_colors(self) -> None:
+        portal = SettingsPortal(DARK)
+        self.addCleanup(portal.end)
+        with Nelo() as nelo:
+            nelo.choose("Settings...")
+            nelo.window("Nelo Settings")
+            until(self.is_dark, "a dark window")
+            for item, title in (("Open Nelo", "Nelo"), ("Open Nelo Console", "Nelo Console")):
+                nelo.choose(item)
+                nelo.window(title)
+                until(lambda: not self.is_dark(), "the window's own light colors")
+
+
+if __name__ == "__main__":
+    unittest.main()
