@@ -252,7 +252,6 @@ private slots:
     void shiftedKeysSelect_data()
     {
         const Cases<QList<QKeySequence::StandardKey>, QString> add("keys", "selected");
-
         using Keys = QList<QKeySequence::StandardKey>;
         add("a letter on", Keys{QKeySequence::SelectNextChar}, u"f"_s);
         add("and back again",
