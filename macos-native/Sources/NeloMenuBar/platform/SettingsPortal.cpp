@@ -5,6 +5,8 @@
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 
+#include <utility>
+
 namespace {
 
 QString portalService()
@@ -40,7 +42,7 @@ ColorScheme schemeOf(QVariant value)
 
 } // namespace
 
-SettingsPortal::SettingsPortal(const QDBusConnection& bus, QObject* parent) : QObject(parent), m_bus(bus)
+SettingsPortal::SettingsPortal(QDBusConnection bus, QObject* parent) : QObject(parent), m_bus(std::move(bus))
 {
     if (!m_bus.isConnected())
         return;

@@ -13,7 +13,7 @@ class SettingsPortal final : public QObject
     Q_OBJECT
 
 public:
-    explicit SettingsPortal(const QDBusConnection& bus, QObject* parent = nullptr);
+    explicit SettingsPortal(QDBusConnection bus, QObject* parent = nullptr);
 
     /// Unknown until the portal has answered.
     ColorScheme colorScheme() const { return m_colorScheme; }
