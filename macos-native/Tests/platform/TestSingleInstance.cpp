@@ -1,5 +1,6 @@
 #include "platform/SingleInstance.h"
 
+#include "support/CaseTable.h"
 #include "support/ProcessTable.h"
 #include "support/Warnings.h"
 
@@ -18,6 +19,8 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+
+using namespace Qt::StringLiterals;
 
 using namespace std::chrono_literals;
 using Role = SingleInstance::Role;
@@ -58,34 +61,25 @@ private slots:
                      (QSignalSpy::QList{{QByteArray()}, {QByteArray("startup_TIME7")}, {QByteArray("token")}}));
     }
 
-    void theFirstOneComesForwardOnItsOwnDisplay_data()
-    {
-        QTest::addColumn<QByteArrayList>("first"); // Wayland, X11
-        QTest::addColumn<QByteArrayList>("later");
-        QTest::addColumn<Role>("role");
-        const auto add = [](const char* name, const QByteArrayList& first, const QByteArrayList& later, Role role) {
-            QTest::newRow(name) << first << later << role;
-        };
-        add("another X display", {"", ":0"}, {"", ":1"}, Role::OtherDisplay);
-        add("another screen of the X display", {"", ":0"}, {"", ":0.1"}, Role::Later);
-        add("the X display of a host with dots", {"", "10.0.0.1:0"}, {"", "10.0.0.1:1"}, Role::OtherDisplay);
-        add("another Wayland display", {"wayland-0", ":0"}, {"wayland-1", ":1"}, Role::OtherDisplay);
-        add("the X display of the Wayland session", {"wayland-0", ":0"}, {"", ":0"}, Role::Later);
-        add("no display", {"wayland-0", ":0"}, {"", ""}, Role::OtherDisplay);
-    }
-
     void theFirstOneComesForwardOnItsOwnDisplay()
     {
-        QFETCH(QByteArrayList, first);
-        QFETCH(QByteArrayList, later);
-        QFETCH(Role, role);
-        setDisplays(first);
-        SingleInstance running(folder());
-        running.listen();
-        QSignalSpy requests(&running, &SingleInstance::activationRequested);
-        setDisplays(later);
-        QCOMPARE(startAgain(), role);
-        QCOMPARE(requests.count(), role == Role::Later ? 1 : 0);
+        const CaseTable<QByteArrayList, QByteArrayList, Role> cases{
+            {"another X display", {"", ":0"}, {"", ":1"}, Role::OtherDisplay},
+            {"another screen of the X display", {"", ":0"}, {"", ":0.1"}, Role::Later},
+            {"the X display of a host with dots", {"", "10.0.0.1:0"}, {"", "10.0.0.1:1"}, Role::OtherDisplay},
+            {"another Wayland display", {"wayland-0", ":0"}, {"wayland-1", ":1"}, Role::OtherDisplay},
+            {"the X display of the Wayland session", {"wayland-0", ":0"}, {"", ":0"}, Role::Later},
+            {"no display", {"wayland-0", ":0"}, {"", ""}, Role::OtherDisplay},
+        };
+        for (const auto& [first, later, role] : cases) {
+            setDisplays(first);
+            SingleInstance running(folder());
+            running.listen();
+            QSignalSpy requests(&running, &SingleInstance::activationRequested);
+            setDisplays(later);
+            QCOMPARE(startAgain(), role);
+            QCOMPARE(requests.count(), role == Role::Later ? 1 : 0);
+        }
     }
 
     void theNextOneIsFirstOnceTheFirstHasGone()
@@ -135,27 +129,25 @@ private slots:
         QCOMPARE(result(later), Role::First);
     }
 
-    void deletedFilesAreRestored_data()
-    {
-        QTest::addColumn<QStringList>("files");
-        QTest::newRow("the lock") << QStringList{QStringLiteral("nelo.lock")};
-        QTest::newRow("the socket") << QStringList{QStringLiteral("nelo.socket")};
-        QTest::newRow("both") << QStringList{QStringLiteral("nelo.lock"), QStringLiteral("nelo.socket")};
-    }
-
     void deletedFilesAreRestored()
     {
-        QFETCH(QStringList, files);
-        SingleInstance first(folder());
-        first.listen();
-        for (int round = 0; round < 2; ++round) {
-            for (const QString& file : std::as_const(files))
-                QVERIFY(QFile::remove(m_folder->filePath(file)));
-            QTRY_COMPARE(QDir(m_folder->path()).entryList(QDir::System | QDir::Files).size(), 2);
-            QCOMPARE(startAgain(), Role::Later);
+        const CaseTable<QStringList> cases{
+            {"the lock", {u"nelo.lock"_s}},
+            {"the socket", {u"nelo.socket"_s}},
+            {"both", {u"nelo.lock"_s, u"nelo.socket"_s}},
+        };
+        for (const auto& [files] : cases) {
+            SingleInstance first(folder());
+            first.listen();
+            for (int round = 0; round < 2; ++round) {
+                for (const QString& file : std::as_const(files))
+                    QVERIFY(QFile::remove(m_folder->filePath(file)));
+                QTRY_COMPARE(QDir(m_folder->path()).entryList(QDir::System | QDir::Files).size(), 2);
+                QCOMPARE(startAgain(), Role::Later);
+            }
+            first.stopListening();
+            QCOMPARE(SingleInstance(folder(), 0ms).role(), Role::Unreachable); // it holds the lock that is found
         }
-        first.stopListening();
-        QCOMPARE(SingleInstance(folder(), 0ms).role(), Role::Unreachable); // it holds the lock that is found
     }
 
     void aStartWithTheLockAsksTheSocketAllTheSame()
@@ -163,7 +155,7 @@ private slots:
         SingleInstance first(folder());
         first.listen();
         std::future<Role> later = start();
-        QVERIFY(QFile::remove(m_folder->filePath(QStringLiteral("nelo.lock"))));
+        QVERIFY(QFile::remove(m_folder->filePath(u"nelo.lock"_s)));
         QCOMPARE(SingleInstance(folder() / "elsewhere").role(), Role::First);
         QCOMPARE(result(later), Role::Later);
     }
@@ -191,7 +183,7 @@ private slots:
     void nobodyElseCanReachTheLock()
     {
         const SingleInstance first(folder());
-        QCOMPARE(QFileInfo(m_folder->filePath(QStringLiteral("nelo.lock"))).permissions()
+        QCOMPARE(QFileInfo(m_folder->filePath(u"nelo.lock"_s)).permissions()
                      & (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther),
                  QFile::Permissions());
     }
@@ -202,7 +194,7 @@ private slots:
             SingleInstance first(folder());
             first.listen();
         }
-        QCOMPARE(QDir(m_folder->path()).entryList(QDir::System | QDir::Files), {QStringLiteral("nelo.lock")});
+        QCOMPARE(QDir(m_folder->path()).entryList(QDir::System | QDir::Files), {u"nelo.lock"_s});
     }
 
     void withoutAFolderThisIsTheFirst()
@@ -217,46 +209,43 @@ private slots:
         }
     }
 
-    void theFolderIsTheSessionsOrOurOwn_data()
-    {
-        QTest::addColumn<QByteArray>("given");
-        QTest::addColumn<bool>("isTaken");
-        QTest::newRow("the session's") << QFile::encodeName(QDir::tempPath() + QStringLiteral("/nelo-test-session"))
-                                       << true;
-        QTest::newRow("none") << QByteArray() << false;
-        QTest::newRow("empty") << QByteArray("") << false;
-        QTest::newRow("relative") << QByteArray(".") << false;
-        QTest::newRow("missing") << QByteArray("/no/such/folder") << false;
-        QTest::newRow("a file") << QByteArray("/etc/passwd") << false;
-        QTest::newRow("open to all") << QByteArray("/tmp") << false;
-        QTest::newRow("another user's") << QByteArray(geteuid() == 0 ? "/var/lib/private" : "/root") << false;
-    }
-
     void theFolderIsTheSessionsOrOurOwn()
     {
-        QFETCH(QByteArray, given);
-        QFETCH(bool, isTaken);
-        QByteArray others = given;
-        if (isTaken) {
-            others = QFile::encodeName(m_folder->filePath(QStringLiteral("session")));
-            QCOMPARE(mkdir(others.constData(), S_IRWXU), 0);
-        } else if (given == "/var/lib/private") { // the superuser can give a folder away
-            others = QFile::encodeName(m_folder->filePath(QStringLiteral("others")));
-            QCOMPARE(mkdir(others.constData(), S_IRWXU), 0);
-            QCOMPARE(chown(others.constData(), 1, 1), 0);
+        const CaseTable<QByteArray, bool> cases{
+            {"the session's", QFile::encodeName(QDir::tempPath() + u"/nelo-test-session"_s), true},
+            {"none", {}, false},
+            {"empty", "", false},
+            {"relative", ".", false},
+            {"missing", "/no/such/folder", false},
+            {"a file", "/etc/passwd", false},
+            {"open to all", "/tmp", false},
+            {"another user's", QByteArray(geteuid() == 0 ? "/var/lib/private" : "/root"), false},
+        };
+        for (const auto& [given, isTaken] : cases) {
+            cleanup();
+            init();
+            QByteArray others = given;
+            if (isTaken) {
+                others = QFile::encodeName(m_folder->filePath(u"session"_s));
+                QCOMPARE(mkdir(others.constData(), S_IRWXU), 0);
+            } else if (given == "/var/lib/private") { // the superuser can give a folder away
+                others = QFile::encodeName(m_folder->filePath(u"others"_s));
+                QCOMPARE(mkdir(others.constData(), S_IRWXU), 0);
+                QCOMPARE(chown(others.constData(), 1, 1), 0);
+            }
+            if (!given.isNull())
+                qputenv("XDG_RUNTIME_DIR", others);
+            qputenv("TMPDIR", QFile::encodeName(m_folder->path()));
+            const std::optional<std::filesystem::path> found = SingleInstance::defaultFolder();
+            QVERIFY(found);
+            QCOMPARE(*found == others.toStdString(), isTaken);
+            QCOMPARE(found->parent_path(), folder());
+            QCOMPARE(std::filesystem::status(*found).permissions(), std::filesystem::perms::owner_all);
+            QCOMPARE(SingleInstance::defaultFolder(), found); // which is there by now
+            std::filesystem::permissions(*found, std::filesystem::perms::all);
+            if (!isTaken)
+                QCOMPARE(SingleInstance::defaultFolder(), std::nullopt);
         }
-        if (!given.isNull())
-            qputenv("XDG_RUNTIME_DIR", others);
-        qputenv("TMPDIR", QFile::encodeName(m_folder->path()));
-        const std::optional<std::filesystem::path> found = SingleInstance::defaultFolder();
-        QVERIFY(found);
-        QCOMPARE(*found == others.toStdString(), isTaken);
-        QCOMPARE(found->parent_path(), folder());
-        QCOMPARE(std::filesystem::status(*found).permissions(), std::filesystem::perms::owner_all);
-        QCOMPARE(SingleInstance::defaultFolder(), found); // which is there by now
-        std::filesystem::permissions(*found, std::filesystem::perms::all);
-        if (!isTaken)
-            QCOMPARE(SingleInstance::defaultFolder(), std::nullopt);
     }
 
 private:
@@ -264,7 +253,7 @@ private:
                                             "DESKTOP_STARTUP_ID", "DISPLAY", "WAYLAND_DISPLAY"};
 
     std::filesystem::path folder() const { return m_folder->path().toStdString(); }
-    QString socketFile() const { return m_folder->filePath(QStringLiteral("nelo.socket")); }
+    QString socketFile() const { return m_folder->filePath(u"nelo.socket"_s); }
 
     static void setDisplays(const QByteArrayList& displays)
     {

@@ -1,5 +1,6 @@
 #include "platform/SparklesIcon.h"
 
+#include "support/CaseTable.h"
 #include "support/Warnings.h"
 #include "ui/Colors.h"
 
@@ -47,24 +48,18 @@ private slots:
         QCOMPARE(icon.pixmap(24, 24).size(), QSize(24, 24));
     }
 
-    void standsOutOnItsPanel_data()
-    {
-        QTest::addColumn<QColor>("panel");
-        QTest::addColumn<int>("side");
-        for (const int side : {16, 22, 24, 48}) {
-            QTest::addRow("%d pixels on white", side) << QColor(Qt::white) << side;
-            QTest::addRow("%d pixels on light grey", side) << QColor(222, 222, 222) << side;
-            QTest::addRow("%d pixels on a panel as dark as a desktop's night theme", side)
-                << QColor(46, 46, 46) << side;
-            QTest::addRow("%d pixels on black", side) << QColor(Qt::black) << side;
-        }
-    }
-
     void standsOutOnItsPanel()
     {
-        QFETCH(QColor, panel);
-        QFETCH(int, side);
-        QVERIFY(legibleShare(onPanel(side, panel), panel) > 0.12);
+        const CaseTable<QColor> cases{
+            {"white", QColor(Qt::white)},
+            {"light grey", QColor(222, 222, 222)},
+            {"as dark as a desktop's night theme", QColor(46, 46, 46)},
+            {"black", QColor(Qt::black)},
+        };
+        for (const auto& [panel] : cases) {
+            for (const int side : {16, 22, 24, 48})
+                QVERIFY2(legibleShare(onPanel(side, panel), panel) > 0.12, qPrintable(QString::number(side)));
+        }
     }
 
     void isDrawnAnewAtTwiceTheScale()

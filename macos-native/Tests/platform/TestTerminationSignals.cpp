@@ -15,22 +15,15 @@ class TestTerminationSignals final : public QObject
 private slots:
     void init() { failOnUnexpectedWarning(); }
 
-    void reachTheEventLoop_data()
-    {
-        QTest::addColumn<int>("number");
-        QTest::newRow("terminate") << SIGTERM;
-        QTest::newRow("interrupt") << SIGINT;
-        QTest::newRow("hang up") << SIGHUP;
-    }
-
     void reachTheEventLoop()
     {
-        QFETCH(int, number);
-        const TerminationSignals terminationSignals;
-        const QSignalSpy spy(&terminationSignals, &TerminationSignals::received);
-        raise(number);
-        QCOMPARE(spy.count(), 0); // not from within the handler
-        QTRY_COMPARE(spy.count(), 1);
+        for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
+            const TerminationSignals terminationSignals;
+            const QSignalSpy spy(&terminationSignals, &TerminationSignals::received);
+            raise(number);
+            QCOMPARE(spy.count(), 0); // not from within the handler
+            QTRY_COMPARE(spy.count(), 1);
+        }
     }
 
     void severalAreOne()

@@ -108,6 +108,13 @@ public:
         QTest::mouseClick(table()->viewport(), Qt::LeftButton, {}, cell.center());
     }
 
+    /// Presses a button that brings an alert, closes that, and returns what it said.
+    QString alertAfter(const char* button)
+    {
+        view();
+        return DialogRobot::alertOf([this, button] { press(button); });
+    }
+
     /// The functions called so far.
     std::vector<std::string> functions() const
     {

@@ -1,9 +1,8 @@
 #include "skills/SkillsTab.h"
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/UnreadReplies.h"
 #include "support/Warnings.h"
 
-#include <QAccessible>
 #include <QDialog>
 #include <QLayout>
 
@@ -77,9 +76,7 @@ private slots:
     {
         m_tab->view();
         m_tab->backend.raise("get_skill_entry", "OSError", "x");
-        const DialogRobot robot({DialogRobot::press(u"OK"_s)});
-        m_tab->select(1);
-        QCOMPARE(robot.titles(), QStringList{u"Load Failed"_s});
+        QVERIFY(DialogRobot::alertOf([this] { m_tab->select(1); }).startsWith(u"Load Failed"_s));
         QVERIFY(!section()->isHidden());
         QCOMPARE(m_tab->backend.count("list_news_sources"), 0);
     }
@@ -99,23 +96,22 @@ private slots:
         QCOMPARE(m_tab->label("sourceSummaryLabel"), u"1 sources."_s);
     }
 
-    void whatCannotBeListedShowsAsNone_data()
-    {
-        const Cases<QByteArray> add("steps");
-        add("a failure", R"([{"raise":["OSError","x"]}])");
-        add("an empty list", R"([{"answer":[]}])");
-        add("an object", R"([{"answer":{"sources":[]}}])");
-        add("rows that are no objects", R"([{"answer":[{},"x"]}])");
-    }
-
     void whatCannotBeListedShowsAsNone()
     {
-        QFETCH(QByteArray, steps);
-        m_tab->backend.script("list_news_sources", Json::parse(steps.toStdString()).get<std::vector<Json>>());
-        m_tab->select(1);
-        QCOMPARE(m_tab->titles("sourcePopup"), QStringList{u"(no sources)"_s});
-        QCOMPARE(m_tab->label("sourceSummaryLabel"), u"0 sources."_s);
-        QCOMPARE(m_tab->status(), u"Loaded config for sma."_s);
+        const CaseTable<QByteArray> cases{
+            {"a failure", R"([{"raise":["OSError","x"]}])"},
+            {"an empty list", R"([{"answer":[]}])"},
+            {"an object", R"([{"answer":{"sources":[]}}])"},
+            {"rows that are no objects", R"([{"answer":[{},"x"]}])"},
+        };
+        for (const auto& [steps] : cases) {
+            m_tab.emplace();
+            m_tab->backend.script("list_news_sources", Json::parse(steps.toStdString()).get<std::vector<Json>>());
+            m_tab->select(1);
+            QCOMPARE(m_tab->titles("sourcePopup"), QStringList{u"(no sources)"_s});
+            QCOMPARE(m_tab->label("sourceSummaryLabel"), u"0 sources."_s);
+            QCOMPARE(m_tab->status(), u"Loaded config for sma."_s);
+        }
     }
 
     void aRefreshOfTheSkillsHidesThem()

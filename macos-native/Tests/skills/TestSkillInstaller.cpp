@@ -1,5 +1,5 @@
 #include "skills/SkillsTab.h"
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/Warnings.h"
 
 #include <QDir>
@@ -42,46 +42,36 @@ private slots:
 
     void cleanup() { m_tab.reset(); }
 
-    void anotherEcosystemIsNotSupported_data()
-    {
-        const Cases<QByteArray, QString> add("button", "text");
-        add("a package", "Install Skill", u"Install Skill is currently implemented for openclaw only."_s);
-        add("a cloud skill", "Install Cloud Skill",
-            u"Cloud skill install is currently implemented for openclaw only."_s);
-    }
-
     void anotherEcosystemIsNotSupported()
     {
-        QFETCH(QByteArray, button);
-        QFETCH(QString, text);
-        for (const char* ecosystem : {"codex", "kimi"}) {
-            m_tab->choose("ecosystemPopup", ecosystem);
-            const std::size_t before = m_tab->functions().size();
-            const DialogRobot robot({DialogRobot::press(ok)});
-            m_tab->press(button.constData());
-            QCOMPARE(robot.titles(), QStringList{u"Unsupported"_s});
-            QCOMPARE(robot.shown().front().text, text);
-            QCOMPARE(m_tab->functions().size(), before);
+        const CaseTable<QByteArray, QString> cases{
+            {"a package", "Install Skill", u"Install Skill is currently implemented for openclaw only."_s},
+            {"a cloud skill", "Install Cloud Skill",
+             u"Cloud skill install is currently implemented for openclaw only."_s},
+        };
+        for (const auto& [button, text] : cases) {
+            init();
+            for (const char* ecosystem : {"codex", "kimi"}) {
+                m_tab->choose("ecosystemPopup", ecosystem);
+                const std::size_t before = m_tab->functions().size();
+                QCOMPARE(m_tab->alertAfter(button.constData()), u"Unsupported: "_s + text);
+                QCOMPARE(m_tab->functions().size(), before);
+            }
         }
-    }
-
-    void withoutAnAgentNoPackageIsAskedFor_data()
-    {
-        const Cases<QByteArray> add("steps");
-        add("none", R"([{"answer":[]}])");
-        add("a list that failed", R"([{"raise":["OSError","x"]}])");
     }
 
     void withoutAnAgentNoPackageIsAskedFor()
     {
-        QFETCH(QByteArray, steps);
-        m_tab->backend.script("list_local_agents", Json::parse(steps.toStdString()).get<std::vector<Json>>());
-        m_tab->view();
-        const DialogRobot robot({DialogRobot::press(ok)});
-        m_tab->press("Install Skill");
-        QCOMPARE(robot.titles(), QStringList{u"No OpenClaw Agent"_s});
-        QCOMPARE(robot.shown().front().text, u"Select an openclaw agent first."_s);
-        QCOMPARE(m_tab->backend.count("install_openclaw_skill_zip"), 0);
+        const CaseTable<QByteArray> cases{
+            {"none", R"([{"answer":[]}])"},
+            {"a list that failed", R"([{"raise":["OSError","x"]}])"},
+        };
+        for (const auto& [steps] : cases) {
+            init();
+            m_tab->backend.script("list_local_agents", Json::parse(steps.toStdString()).get<std::vector<Json>>());
+            QCOMPARE(m_tab->alertAfter("Install Skill"), u"No OpenClaw Agent: Select an openclaw agent first."_s);
+            QCOMPARE(m_tab->backend.count("install_openclaw_skill_zip"), 0);
+        }
     }
 
     void installsThePackageIntoTheSelectedAgent()
@@ -97,43 +87,42 @@ private slots:
         QCOMPARE(m_tab->status(), u"Installed skill to /w/skills/a."_s);
     }
 
-    void thePanelStartsOnTheDesktop_data()
-    {
-        const Cases<bool> add("hasDesktop");
-        add("where there is one", true);
-        add("else in the home folder", false);
-    }
-
     void thePanelStartsOnTheDesktop()
     {
-        QFETCH(bool, hasDesktop);
-        m_tab->view();
-        const QString desktop = m_tab->backend.home().path(u"Desktop"_s);
-        if (hasDesktop)
-            QVERIFY(QDir().mkpath(desktop));
-        QString folder;
-        const QWidget* parent = nullptr;
-        QString accept;
-        QFileDialog::FileMode mode = QFileDialog::AnyFile;
-        QSize size;
-        const DialogRobot robot({[&](QDialog& dialog) {
-            auto* panel = qobject_cast<QFileDialog*>(&dialog);
-            folder = panel->directory().path();
-            parent = panel->parentWidget();
-            accept = panel->labelText(QFileDialog::Accept);
-            mode = panel->fileMode();
-            size = panel->size();
-            panel->reject();
-        }});
-        m_tab->press("Install Skill");
-        QCOMPARE(folder, hasDesktop ? desktop : m_tab->backend.home().path());
-        QCOMPARE(parent, &m_tab->view());
-        QCOMPARE(accept, u"Install"_s);
-        QCOMPARE(mode, QFileDialog::ExistingFile);
-        QCOMPARE(size, QSize(800, 480));
-        QCOMPARE(robot.titles(),
-                 QStringList{u"Choose an openclaw skill package (.zip). Non-zip files will be rejected after "
-                             "selection."_s});
+        const CaseTable<bool> cases{
+            {"where there is one", true},
+            {"else in the home folder", false},
+        };
+        for (const auto& [hasDesktop] : cases) {
+            init();
+            m_tab->view();
+            const QString desktop = m_tab->backend.home().path(u"Desktop"_s);
+            if (hasDesktop)
+                QVERIFY(QDir().mkpath(desktop));
+            QString folder;
+            const QWidget* parent = nullptr;
+            QString accept;
+            QFileDialog::FileMode mode = QFileDialog::AnyFile;
+            QSize size;
+            const DialogRobot robot({[&](QDialog& dialog) {
+                auto* panel = qobject_cast<QFileDialog*>(&dialog);
+                folder = panel->directory().path();
+                parent = panel->parentWidget();
+                accept = panel->labelText(QFileDialog::Accept);
+                mode = panel->fileMode();
+                size = panel->size();
+                panel->reject();
+            }});
+            m_tab->press("Install Skill");
+            QCOMPARE(folder, hasDesktop ? desktop : m_tab->backend.home().path());
+            QCOMPARE(parent, &m_tab->view());
+            QCOMPARE(accept, u"Install"_s);
+            QCOMPARE(mode, QFileDialog::ExistingFile);
+            QCOMPARE(size, QSize(800, 480));
+            QCOMPARE(robot.titles(),
+                     QStringList{u"Choose an openclaw skill package (.zip). Non-zip files will be rejected after "
+                                 "selection."_s});
+        }
     }
 
     void anyKindOfFileIsSent()
@@ -167,23 +156,23 @@ private slots:
         QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
     }
 
-    void anInstallThatAnswersNothingIsTold_data()
-    {
-        const Cases<QByteArray> add("result");
-        add("null", "null");
-        add("a list", R"([{"targetDir":"/t"}])");
-        add("a text", R"("/t")");
-    }
-
     void anInstallThatAnswersNothingIsTold()
     {
-        QFETCH(QByteArray, result);
-        m_tab->view();
-        m_tab->backend.answer("install_openclaw_skill_zip", Json::parse(result.toStdString()));
-        const DialogRobot robot({chooseFile(package(u"a.zip"_s)), DialogRobot::press(ok)});
-        m_tab->press("Install Skill");
-        QCOMPARE(robot.shown().back().text, u"Agent: main\nTarget: \nRestart: not attempted\nGateway: not attempted"_s);
-        QCOMPARE(m_tab->status(), u"Installed skill to ."_s);
+        const CaseTable<QByteArray> cases{
+            {"null", "null"},
+            {"a list", R"([{"targetDir":"/t"}])"},
+            {"a text", R"("/t")"},
+        };
+        for (const auto& [result] : cases) {
+            init();
+            m_tab->view();
+            m_tab->backend.answer("install_openclaw_skill_zip", Json::parse(result.toStdString()));
+            const DialogRobot robot({chooseFile(package(u"a.zip"_s)), DialogRobot::press(ok)});
+            m_tab->press("Install Skill");
+            QCOMPARE(robot.shown().back().text,
+                     u"Agent: main\nTarget: \nRestart: not attempted\nGateway: not attempted"_s);
+            QCOMPARE(m_tab->status(), u"Installed skill to ."_s);
+        }
     }
 
     void installsACloudSkillIntoACoreAgent()
@@ -241,81 +230,68 @@ private slots:
         QCOMPARE(m_tab->arguments("install_cloud_skill_from_core").dump(), std::string(R"(["openclaw","","2"])"));
     }
 
-    void eachStepOfACloudInstallCanFail_data()
-    {
-        QTest::addColumn<QByteArray>("function");
-        QTest::addColumn<QByteArray>("steps");
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<QString>("text");
-        const auto add = [](const char* behaviour, const char* function, const char* steps, const char* title,
-                            const char* text) {
-            QTest::newRow(behaviour) << QByteArray(function) << QByteArray(steps) << QString::fromLatin1(title)
-                                     << QString::fromLatin1(text);
-        };
-        const char* const raised = R"([{"raise":["OSError","no <b>luck</b>"]}])";
-        add("the catalogue fails", "list_cloud_skills_via_core", raised, "Core Catalog Failed",
-            "ERROR: OSError: no <b>luck</b>");
-        add("the catalogue is empty", "list_cloud_skills_via_core", R"([{"answer":[]}])", "No Cloud Skills",
-            "Core returned an empty cloud skills catalog.");
-        add("the catalogue is an object", "list_cloud_skills_via_core", R"([{"answer":{"skills":[]}}])",
-            "No Cloud Skills", "Core returned an empty cloud skills catalog.");
-        add("the catalogue holds more than objects", "list_cloud_skills_via_core", R"([{"answer":[{"key":"k"},7]}])",
-            "No Cloud Skills", "Core returned an empty cloud skills catalog.");
-        add("the agents fail", "list_core_agents", raised, "Core Agents Failed", "ERROR: OSError: no <b>luck</b>");
-        add("no agent is online", "list_core_agents", R"([{"answer":[]}])", "No Online OpenClaw Agent",
-            "Core did not report any online openclaw agents.");
-        add("only agents of other ecosystems are online", "list_core_agents",
-            R"([{"answer":[{"ecosystem":"codex","id":"1"},{"id":"2"}]}])", "No Online OpenClaw Agent",
-            "Core did not report any online openclaw agents.");
-        add("the agents are an object", "list_core_agents", R"([{"answer":{"id":"1"}}])", "No Online OpenClaw Agent",
-            "Core did not report any online openclaw agents.");
-        add("the install fails", "install_cloud_skill_from_core", raised, "Cloud Install Failed",
-            "ERROR: OSError: no <b>luck</b>");
-    }
-
     void eachStepOfACloudInstallCanFail()
     {
-        QFETCH(QByteArray, function);
-        QFETCH(QByteArray, steps);
-        QFETCH(QString, title);
-        QFETCH(QString, text);
-        m_tab->view();
-        m_tab->backend.script(function.toStdString(), Json::parse(steps.toStdString()).get<std::vector<Json>>());
-        std::vector<DialogRobot::Answer> answers;
-        if (function != "list_cloud_skills_via_core")
-            answers.push_back(chooseItem(0, u"Install"_s));
-        if (function == "install_cloud_skill_from_core")
-            answers.push_back(chooseItem(0, u"Select"_s));
-        answers.push_back(DialogRobot::press(ok));
-        const std::size_t dialogs = answers.size();
-        const DialogRobot robot(std::move(answers));
-        m_tab->press("Install Cloud Skill");
-        QCOMPARE(robot.shown().size(), dialogs);
-        QCOMPARE(robot.titles().constLast(), title);
-        QCOMPARE(robot.shown().back().text, text);
-        QCOMPARE(m_tab->functions().back(), function.toStdString()); // and nothing after it
-        QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
-    }
-
-    void eachStepOfACloudInstallCanBeCancelled_data()
-    {
-        const Cases<int, QByteArray> add("accepted", "lastCall");
-        add("the choice of the skill", 0, "list_cloud_skills_via_core");
-        add("the choice of the agent", 1, "list_core_agents");
+        const std::string catalogue = "list_cloud_skills_via_core";
+        const std::string agents = "list_core_agents";
+        const std::string install = "install_cloud_skill_from_core";
+        const char* const raised = R"({"raise":["OSError","no <b>luck</b>"]})";
+        const QString failed = u"Failed: ERROR: OSError: no <b>luck</b>"_s;
+        const QString noSkills = u"No Cloud Skills: Core returned an empty cloud skills catalog."_s;
+        const QString noAgents = u"No Online OpenClaw Agent: Core did not report any online openclaw agents."_s;
+        const CaseTable<std::string, const char*, QString> cases{
+            {"the catalogue fails", catalogue, raised, u"Core Catalog "_s + failed},
+            {"the catalogue is empty", catalogue, R"({"answer":[]})", noSkills},
+            {"the catalogue is an object", catalogue, R"({"answer":{"skills":[]}})", noSkills},
+            {"the catalogue holds more than objects", catalogue, R"({"answer":[{"key":"k"},7]})", noSkills},
+            {"the agents fail", agents, raised, u"Core Agents "_s + failed},
+            {"no agent is online", agents, R"({"answer":[]})", noAgents},
+            {"only agents of other ecosystems are online", agents,
+             R"({"answer":[{"ecosystem":"codex","id":"1"},{"id":"2"}]})", noAgents},
+            {"the agents are an object", agents, R"({"answer":{"id":"1"}})", noAgents},
+            {"the install fails", install, raised, u"Cloud Install "_s + failed},
+        };
+        for (const auto& [function, step, alert] : cases) {
+            init();
+            m_tab->view();
+            m_tab->backend.script(function, {Json::parse(step)});
+            std::vector<DialogRobot::Answer> answers;
+            if (function != catalogue)
+                answers.push_back(chooseItem(0, u"Install"_s));
+            if (function == install)
+                answers.push_back(chooseItem(0, u"Select"_s));
+            answers.push_back(DialogRobot::press(ok));
+            const std::size_t dialogs = answers.size();
+            const DialogRobot robot(std::move(answers));
+            m_tab->press("Install Cloud Skill");
+            QCOMPARE(robot.shown().size(), dialogs);
+            QCOMPARE(robot.shown().back().title + u": "_s + robot.shown().back().text, alert);
+            QCOMPARE(m_tab->functions().back(), function); // and nothing after it
+            QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
+        }
     }
 
     void eachStepOfACloudInstallCanBeCancelled()
     {
-        QFETCH(int, accepted);
-        QFETCH(QByteArray, lastCall);
-        m_tab->view();
-        std::vector<DialogRobot::Answer> answers(static_cast<std::size_t>(accepted), chooseItem(0, u"Install"_s));
-        answers.push_back(DialogRobot::press(Qt::Key_Escape));
-        const DialogRobot robot(std::move(answers));
-        m_tab->press("Install Cloud Skill");
-        QCOMPARE(robot.shown().size(), static_cast<std::size_t>(accepted) + 1);
-        QCOMPARE(m_tab->functions().back(), lastCall.toStdString());
-        QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
+        const CaseTable<QStringList, std::string> cases{
+            {"the choice of the skill", {u"Install Cloud Skill"_s}, "list_cloud_skills_via_core"},
+            {"the choice of the agent, though it is the only one",
+             {u"Install Cloud Skill"_s, u"Select OpenClaw Agent"_s},
+             "list_core_agents"},
+        };
+        for (const auto& [titles, lastCall] : cases) {
+            init();
+            m_tab->view();
+            m_tab->backend.answer("list_core_agents", Json::array({{{"ecosystem", "openclaw"}, {"id", "2"}}}));
+            std::vector<DialogRobot::Answer> answers(static_cast<std::size_t>(titles.size()) - 1,
+                                                     chooseItem(0, u"Install"_s));
+            answers.push_back(DialogRobot::press(Qt::Key_Escape));
+            const DialogRobot robot(std::move(answers));
+            m_tab->press("Install Cloud Skill");
+            QCOMPARE(robot.titles(), titles);
+            QCOMPARE(m_tab->functions().back(), lastCall);
+            QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
+        }
     }
 
     void aStatusStandsBeforeItsAlert()
@@ -333,16 +309,6 @@ private slots:
         QCOMPARE(seen, QStringList({u"Installed skill to /w/skills/a."_s,
                                     u"Installed cloud skill First 一 to /w/skills/first. Restart: cli (ok)"_s}));
         QCOMPARE(m_tab->backend.count("list_skills"), 1); // and neither refreshes the list
-    }
-
-    void oneAgentIsAskedForToo()
-    {
-        m_tab->view();
-        m_tab->backend.answer("list_core_agents", Json::array({{{"ecosystem", "openclaw"}, {"id", "2"}}}));
-        const DialogRobot robot({chooseItem(0, u"Install"_s), DialogRobot::press(Qt::Key_Escape)});
-        m_tab->press("Install Cloud Skill");
-        QCOMPARE(robot.titles().constLast(), u"Select OpenClaw Agent"_s);
-        QCOMPARE(m_tab->backend.count("install_cloud_skill_from_core"), 0);
     }
 
     void aViewThatGoesAwayWhileAskingInstallsNothing()

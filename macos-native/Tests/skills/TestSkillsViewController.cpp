@@ -1,9 +1,7 @@
 #include "skills/SkillsTab.h"
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/Warnings.h"
-#include "ui/Colors.h"
 
-#include <QAccessible>
 #include <QHeaderView>
 #include <QPaintEvent>
 #include <QScrollBar>
@@ -82,21 +80,19 @@ private slots:
         QCOMPARE(m_tab->title("agentPopup"), u"Main (main)"_s);
     }
 
-    void agentsThatCannotBeOffered_data()
-    {
-        const Cases<QByteArray, QString> add("steps", "title");
-        add("a failure", R"([{"raise":["OSError","x"]}])", u"(load failed)"_s);
-        add("no list", R"([{"answer":{"id":"a"}}])", u"(none)"_s);
-        add("rows that are no objects", R"([{"answer":[{"id":"a","ecosystem":"openclaw"},1]}])", u"(none)"_s);
-    }
-
     void agentsThatCannotBeOffered()
     {
-        QFETCH(QByteArray, steps);
-        QFETCH(QString, title);
-        m_tab->backend.script("list_local_agents", Json::parse(steps.toStdString()).get<std::vector<Json>>());
-        QCOMPARE(m_tab->titles("agentPopup"), QStringList{title});
-        QCOMPARE(m_tab->rows().size(), 3); // the skills are listed all the same
+        const CaseTable<Json, QString> cases{
+            {"a failure", {{"raise", {"OSError", "x"}}}, u"(load failed)"_s},
+            {"no list", {{"answer", {{"id", "a"}}}}, u"(none)"_s},
+            {"rows that are no objects", {{"answer", {{{"id", "a"}, {"ecosystem", "openclaw"}}, 1}}}, u"(none)"_s},
+        };
+        for (const auto& [step, title] : cases) {
+            m_tab.emplace();
+            m_tab->backend.script("list_local_agents", {step});
+            QCOMPARE(m_tab->titles("agentPopup"), QStringList{title});
+            QCOMPARE(m_tab->rows().size(), 3); // the skills are listed all the same
+        }
     }
 
     void listsTheSkillsOfTheEcosystem()
@@ -117,22 +113,16 @@ private slots:
         QCOMPARE(m_tab->table()->columnWidth(0), m_tab->table()->viewport()->width());
     }
 
-    void textsAboutTheListHaveLessWeight()
-    {
-        const QColor secondary = Colors::secondaryText(m_tab->view().palette());
-        for (const char* label : {"configPathLabel", "skillDirsLabel", "statusLabel"}) {
-            const auto* found = m_tab->find<QLabel>(label);
-            QCOMPARE(found->palette().color(found->foregroundRole()), secondary);
-        }
-        QCOMPARE(m_tab->find<ScrollingLabel>("metaLabel")->palette().color(QPalette::Text), secondary);
-    }
-
     void anotherEcosystemShowsNothingOfTheFormerOne()
     {
         m_tab->select(0);
         m_tab->listed(Json::array());
         m_tab->backend.answer("get_adapter_snapshot", Json::object());
+        const auto before = static_cast<std::ptrdiff_t>(m_tab->functions().size());
         m_tab->choose("ecosystemPopup", "codex");
+        const std::vector<std::string> functions = m_tab->functions();
+        QCOMPARE(std::vector<std::string>(functions.begin() + before, functions.end()),
+                 (std::vector<std::string>{"list_local_agents", "list_skills", "get_adapter_snapshot"}));
         QCOMPARE(m_tab->arguments("list_skills").dump(), std::string("[\"codex\"]"));
         QCOMPARE(m_tab->arguments("get_adapter_snapshot").dump(), std::string("[\"codex\"]"));
         QCOMPARE(m_tab->rows(), QStringList());
@@ -159,34 +149,22 @@ private slots:
         QCOMPARE(m_tab->apiKey()->placeholderText(), u"API Key"_s);
     }
 
-    void theSnapshotIsReadLeniently_data()
-    {
-        const Cases<QByteArray, QString, QString> add("snapshot", "config", "folders");
-
-        const QString none = u"Skill dirs: (none)"_s;
-        add("a text in place of folders", R"({"configPath":"/c","skillDirs":"/a"})", u"Config: /c"_s, none);
-        add("a number among the folders", R"({"configPath":7,"skillDirs":["/a",1]})", u"Config: 7"_s, none);
-        add("no folders", R"({"skillDirs":[]})", u"Config: "_s, none);
-        add("a list", R"(["/c"])", u"Config: "_s, none);
-    }
-
     void theSnapshotIsReadLeniently()
     {
-        QFETCH(QByteArray, snapshot);
-        QFETCH(QString, config);
-        QFETCH(QString, folders);
-        m_tab->backend.answer("get_adapter_snapshot", Json::parse(snapshot.toStdString()));
-        QCOMPARE(m_tab->label("configPathLabel"), config);
-        QCOMPARE(m_tab->label("skillDirsLabel"), folders);
-        QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
-    }
-
-    void aFailedSnapshotIsSilent()
-    {
-        m_tab->backend.raise("get_adapter_snapshot", "OSError", "x");
-        QCOMPARE(m_tab->label("configPathLabel"), u"Config: "_s);
-        QCOMPARE(m_tab->label("skillDirsLabel"), u"Skill dirs: (none)"_s);
-        QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
+        const CaseTable<Json, QString> cases{
+            {"a text in place of folders", {{"answer", {{"configPath", "/c"}, {"skillDirs", "/a"}}}}, u"Config: /c"_s},
+            {"a number among the folders", {{"answer", {{"configPath", 7}, {"skillDirs", {"/a", 1}}}}}, u"Config: 7"_s},
+            {"no folders", {{"answer", {{"skillDirs", Json::array()}}}}, u"Config: "_s},
+            {"a list", {{"answer", Json::array({"/c"})}}, u"Config: "_s},
+            {"a failure, which is silent", {{"raise", {"OSError", "x"}}}, u"Config: "_s},
+        };
+        for (const auto& [step, config] : cases) {
+            m_tab.emplace();
+            m_tab->backend.script("get_adapter_snapshot", {step});
+            QCOMPARE(m_tab->label("configPathLabel"), config);
+            QCOMPARE(m_tab->label("skillDirsLabel"), u"Skill dirs: (none)"_s);
+            QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
+        }
     }
 
     void selectingASkillShowsAndLoadsIt()
@@ -204,11 +182,9 @@ private slots:
         m_tab->listed({{{"skillKey", "k"}}});
         m_tab->backend.raise("get_skill_entry", "OSError", "x"); // else the loaded entry's status follows at once
         m_tab->view();
-        const DialogRobot robot({DialogRobot::press(u"OK"_s)});
-        m_tab->select(0);
+        QVERIFY(DialogRobot::alertOf([this] { m_tab->select(0); }).startsWith(u"Load Failed"_s));
         QCOMPARE(m_tab->rows(), QStringList{u"(unknown)"_s});
         QCOMPARE(m_tab->status(), u"Selected k."_s);
-        QCOMPARE(robot.titles(), QStringList{u"Load Failed"_s});
     }
 
     void aClickBesideTheRowsKeepsTheSkill()
@@ -220,27 +196,6 @@ private slots:
         m_tab->press("Load Config");
         QCOMPARE(m_tab->backend.count("get_skill_entry"), 2);
         QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["openclaw","weather"])"));
-    }
-
-    void draggingOverSkillsChoosesTheLastOne()
-    {
-        m_tab->show();
-        QWidget* rows = m_tab->table()->viewport();
-        const auto row = [this](int index) {
-            return m_tab->table()->visualRect(m_tab->table()->model()->index(index, 0)).center();
-        };
-        QTest::mousePress(rows, Qt::LeftButton, {}, row(0));
-        QTest::mouseMove(rows, row(1));
-        QTest::mouseMove(rows, row(2));
-        QCOMPARE(m_tab->backend.count("get_skill_entry"), 0);
-        QTest::mouseRelease(rows, Qt::LeftButton, {}, row(2));
-        QCOMPARE(m_tab->backend.count("get_skill_entry"), 1);
-        QCOMPARE(m_tab->arguments("get_skill_entry").dump(), std::string(R"(["openclaw","plain"])"));
-
-        QTest::mousePress(rows, Qt::LeftButton, {}, row(1));
-        QTest::mouseMove(rows, row(2));
-        QTest::mouseRelease(rows, Qt::LeftButton, {}, row(2)); // where it was
-        QCOMPARE(m_tab->backend.count("get_skill_entry"), 1);
     }
 
     void choosingPaintsEverythingOnce()
@@ -266,9 +221,7 @@ private slots:
         QCOMPARE(m_tab->backend.count("list_local_agents"), 1); // the skills alone
         QVERIFY(m_tab->table()->selectionModel()->selectedRows().isEmpty());
         QCOMPARE(m_tab->meta(), u"Select a skill"_s);
-        const DialogRobot robot({DialogRobot::press(u"OK"_s)});
-        m_tab->press("Load Config");
-        QCOMPARE(robot.titles(), QStringList{u"No Selection"_s});
+        QVERIFY(m_tab->alertAfter("Load Config").startsWith(u"No Selection"_s));
     }
 
     void aRefreshShowsAnEntryThatSaysNothing()
@@ -282,16 +235,6 @@ private slots:
         QVERIFY(m_tab->apiKey()->isHidden());
         QVERIFY(m_tab->find<QLabel>("apiKeyLabel")->isHidden());
         QCOMPARE(m_tab->apiKey()->text(), QString());
-    }
-
-    void anotherEcosystemAsksForItsAgentsThenItsSkills()
-    {
-        m_tab->view();
-        const std::size_t before = m_tab->functions().size();
-        m_tab->choose("ecosystemPopup", "kimi");
-        const std::vector<std::string> functions = m_tab->functions();
-        QCOMPARE(std::vector<std::string>(functions.begin() + static_cast<std::ptrdiff_t>(before), functions.end()),
-                 (std::vector<std::string>{"list_local_agents", "list_skills", "get_adapter_snapshot"}));
     }
 
     void withoutAnEcosystemItIsOpenclaw()
@@ -325,48 +268,6 @@ private slots:
         const char* const saved = R"(["openclaw","weather",{"enabled":false,"apiKey":"k",)"
                                   R"("env":{"TOKEN":"k","REGION":"typed, too"},"config":{"z":1.0}}])";
         QCOMPARE(m_tab->arguments("save_skill_entry").dump(), std::string(saved));
-    }
-
-    void reachesEverythingByKeyboardInReadingOrder()
-    {
-        m_tab->show();
-        m_tab->select(0);
-        m_tab->find<QComboBox>("ecosystemPopup")->setFocus();
-        QStringList stops;
-        const QWidget* first = QApplication::focusWidget();
-        do {
-            const QWidget* stop = QApplication::focusWidget();
-            const auto* button = qobject_cast<const QPushButton*>(stop);
-            const auto* variable = qobject_cast<const QLineEdit*>(stop);
-            const QString name = button ? button->text() : stop->objectName();
-            stops.append(name.isEmpty() && variable ? variable->placeholderText() : name);
-            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-        } while (QApplication::focusWidget() != first);
-        QCOMPARE(stops.join(u'|'), u"ecosystemPopup|agentPopup|configModePopup|Refresh|Load Config|"
-                                   "Install Skill|Install Cloud Skill|metaLabel|tableView|enabledPopup|"
-                                   "apiKeyField|envTextView|TOKEN|REGION|Save Config"_s);
-    }
-
-    void everythingHasAName()
-    {
-        m_tab->listed({{{"name", "social-media-alert"}, {"primaryEnv", "TOKEN"}, {"primaryEnvLabel", "My Token"}}});
-        m_tab->select(0);
-        const auto nameOf = [this](const char* objectName) {
-            return QAccessible::queryAccessibleInterface(m_tab->find<QWidget>(objectName))->text(QAccessible::Name);
-        };
-        QCOMPARE(nameOf("tableView"), u"Skills"_s);
-        QCOMPARE(nameOf("envTextView"), u"ENV"_s);
-        QCOMPARE(nameOf("apiKeyField"), u"My Token"_s);
-        QCOMPARE(nameOf("metaLabel"), m_tab->meta());
-        QCOMPARE(nameOf("statusLabel"), m_tab->status());
-        QCOMPARE(QAccessible::queryAccessibleInterface(m_tab->field("TOKEN"))->text(QAccessible::Name),
-                 u"My Token (TOKEN)"_s);
-        // Qt on Linux tells of a pop-up what it shows; that it is labelled by its caption is a relation of its own.
-        QCOMPARE(m_tab->caption("ecosystemPopup")->text(), u"Ecosystem"_s);
-        QCOMPARE(m_tab->caption("agentPopup")->text(), u"Agent"_s);
-        QCOMPARE(m_tab->caption("configModePopup")->text(), u"Config Mode"_s);
-        QCOMPARE(m_tab->caption("enabledPopup")->text(), u"Enabled"_s);
-        QCOMPARE(m_tab->caption("sourcePopup")->text(), u"Configured Sources"_s);
     }
 
     void longTextsLeaveTheTabAlone()

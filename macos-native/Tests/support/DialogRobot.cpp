@@ -52,6 +52,14 @@ QStringList DialogRobot::titles() const
     return titles;
 }
 
+QString DialogRobot::alertOf(const std::function<void()>& action)
+{
+    const DialogRobot robot({press(QStringLiteral("OK"))});
+    action();
+    return robot.shown().size() == 1 ? robot.shown()[0].title + QStringLiteral(": ") + robot.shown()[0].text
+                                     : QString();
+}
+
 DialogRobot::Answer DialogRobot::press(const QString& button)
 {
     return [button](QDialog& dialog) {

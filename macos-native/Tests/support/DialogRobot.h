@@ -32,6 +32,10 @@ public:
     /// The titles alone, oldest first.
     QStringList titles() const;
 
+    /// Does `action`, which brings up one alert, and presses its OK. Returns the title and the text of the alert;
+    /// nothing when there was none, or more than one.
+    static QString alertOf(const std::function<void()>& action);
+
     static Answer press(const QString& button);
     static Answer press(Qt::Key key);
 

@@ -1,5 +1,8 @@
 #include "ui/Alerts.h"
 
+#include "support/CaseTable.h"
+#include "support/Controls.h"
+#include "support/DialogRobot.h"
 #include "support/Warnings.h"
 
 #include <QApplication>
@@ -19,8 +22,7 @@
 #include <QVBoxLayout>
 #include <QWindow>
 
-#include <functional>
-#include <type_traits>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -36,85 +38,58 @@ private slots:
         QGuiApplication::clipboard()->clear();
     }
 
-    void anAlertSaysWhatItShould()
+    void anAlertSaysWhatItShouldAsPlainText()
     {
+        const QString text = u"<h1>What</h1> happened.\nAnd &amp; <a href=\"x\">why</a>."_s;
         bool wasShown = false;
-        whileAlertIsOpen(u"What happened.\nAnd why."_s, [&wasShown](QDialog& dialog) {
+        whileAlertIsOpen(text, [&](QDialog& dialog) {
             wasShown = true;
             QVERIFY(dialog.isModal());
             QCOMPARE(dialog.windowTitle(), u"Title"_s);
-            QCOMPARE(dialog.accessibleDescription(), u"What happened.\nAnd why."_s); // is read with the title
-            QCOMPARE(dialog.findChild<QLabel*>(u"messageText"_s)->text(), u"Title"_s);
-            QCOMPARE(informativeText(dialog)->toPlainText(), u"What happened.\nAnd why."_s);
-            QCOMPARE(informativeText(dialog)->accessibleName(), u"What happened.\nAnd why."_s);
+            QCOMPARE(dialog.accessibleDescription(), text); // is read with the title
+            const auto* message = dialog.findChild<QLabel*>(u"messageText"_s);
+            QCOMPARE(message->text(), u"Title"_s);
+            QCOMPARE(message->textFormat(), Qt::PlainText);
+            QCOMPARE(informativeText(dialog)->toPlainText(), text);
+            QCOMPARE(informativeText(dialog)->accessibleName(), text);
             QCOMPARE(dialog.findChildren<QPushButton*>().size(), 1);
-            QVERIFY(button(dialog, u"OK"_s)->hasFocus());
+            QVERIFY(Controls::button(dialog, u"OK"_s)->hasFocus());
         });
         QVERIFY(wasShown);
     }
 
-    void anAlertGoesAway_data()
-    {
-        QTest::addColumn<Qt::Key>("key");
-        QTest::newRow("Escape") << Qt::Key_Escape;
-        QTest::newRow("Return") << Qt::Key_Return;
-        QTest::newRow("Enter") << Qt::Key_Enter;
-        QTest::newRow("the blank bar") << Qt::Key_Space;
-    }
-
     void anAlertGoesAway()
     {
-        QFETCH(Qt::Key, key);
-        bool isOpen = true;
-        whileAlertIsOpen(u"Text"_s, [key, &isOpen](QDialog& dialog) {
-            QTest::keyClick(dialog.focusWidget(), key);
-            isOpen = dialog.isVisible();
-        });
-        QVERIFY(!isOpen);
-    }
-
-    void aDialogAnswers_data()
-    {
-        QTest::addColumn<Qt::Key>("key");
-        QTest::addColumn<QString>("click");
-        QTest::addColumn<DialogAnswer>("answer");
-
-        QTest::newRow("Return accepts") << Qt::Key_Return << QString() << DialogAnswer::Accepted;
-        QTest::newRow("Escape cancels") << Qt::Key_Escape << QString() << DialogAnswer::Cancelled;
-        QTest::newRow("the first button accepts") << Qt::Key() << u"Save"_s << DialogAnswer::Accepted;
-        QTest::newRow("the other cancels") << Qt::Key() << u"Cancel"_s << DialogAnswer::Cancelled;
+        for (const Qt::Key key : {Qt::Key_Escape, Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space}) {
+            bool isOpen = true;
+            whileAlertIsOpen(u"Text"_s, [key, &isOpen](QDialog& dialog) {
+                DialogRobot::press(key)(dialog);
+                isOpen = dialog.isVisible();
+            });
+            QVERIFY2(!isOpen, qPrintable(QKeySequence(key).toString()));
+        }
     }
 
     void aDialogAnswers()
     {
-        QFETCH(Qt::Key, key);
-        QFETCH(QString, click);
-        const DialogAnswer answer = ask(nullptr, [key, &click](QDialog& dialog) {
-            if (click.isEmpty())
-                QTest::keyClick(dialog.focusWidget(), key);
-            else
-                QTest::mouseClick(button(dialog, click), Qt::LeftButton);
-            QVERIFY(!dialog.isVisible());
-        });
-        QTEST(answer, "answer");
-    }
-
-    void returnPressesTheButtonThatHasTheKeyboard()
-    {
-        const DialogAnswer answer = ask(nullptr, [](QDialog& dialog) {
-            button(dialog, u"Cancel"_s)->setFocus();
-            QTest::keyClick(dialog.focusWidget(), Qt::Key_Return);
-            QVERIFY(!dialog.isVisible());
-        });
-        QCOMPARE(answer, DialogAnswer::Cancelled);
-    }
-
-    void theFirstButtonIsTheDefaultAndTheRightmost()
-    {
-        ask(nullptr, [](QDialog& dialog) {
-            QVERIFY(button(dialog, u"Save"_s)->isDefault());
-            QVERIFY(button(dialog, u"Save"_s)->x() > button(dialog, u"Cancel"_s)->x());
-        });
+        const auto pressReturnOnCancel = [](QDialog& dialog) {
+            Controls::button(dialog, u"Cancel"_s)->setFocus();
+            DialogRobot::press(Qt::Key_Return)(dialog);
+        };
+        const CaseTable<DialogRobot::Answer, DialogAnswer> cases{
+            {"Return accepts", DialogRobot::press(Qt::Key_Return), DialogAnswer::Accepted},
+            {"Escape cancels", DialogRobot::press(Qt::Key_Escape), DialogAnswer::Cancelled},
+            {"the first button accepts", DialogRobot::press(u"Save"_s), DialogAnswer::Accepted},
+            {"the other cancels", DialogRobot::press(u"Cancel"_s), DialogAnswer::Cancelled},
+            {"Return presses the button that has the keyboard", pressReturnOnCancel, DialogAnswer::Cancelled},
+        };
+        for (const auto& [act, expected] : cases) {
+            const DialogAnswer answer = ask(nullptr, [act = act](QDialog& dialog) {
+                act(dialog);
+                QVERIFY(!dialog.isVisible());
+            });
+            QCOMPARE(answer, expected);
+        }
     }
 
     void everythingIsReachedByTab()
@@ -126,8 +101,8 @@ private slots:
                 reached.append(dialog.focusWidget());
                 QTest::keyClick(dialog.focusWidget(), Qt::Key_Tab);
             }
-            const QList<QWidget*> order{&field, button(dialog, u"Save"_s), button(dialog, u"Cancel"_s),
-                                        informativeText(dialog)};
+            const QList<QWidget*> order{&field, Controls::button(dialog, u"Save"_s),
+                                        Controls::button(dialog, u"Cancel"_s), informativeText(dialog)};
             QCOMPARE(reached, order);
         });
     }
@@ -140,8 +115,9 @@ private slots:
             QCOMPARE(QFontInfo(message->font()).pixelSize(), 15);
             QCOMPARE(message->font().weight(), QFont::Bold);
             const QPlainTextEdit* text = informativeText(dialog);
-            const QPushButton* save = button(dialog, u"Save"_s);
-            const QPushButton* cancel = button(dialog, u"Cancel"_s);
+            const QPushButton* save = Controls::button(dialog, u"Save"_s);
+            const QPushButton* cancel = Controls::button(dialog, u"Cancel"_s);
+            QVERIFY(save->isDefault());
             QCOMPARE(dialog.width(), 20 + 420 + 20);
             QCOMPARE(message->geometry(), QRect(20, 20, 420, message->sizeHint().height()));
             QCOMPARE(text->geometry(),
@@ -153,34 +129,6 @@ private slots:
             QCOMPARE(save->geometry().bottomRight(), dialog.rect().bottomRight() - QPoint(20, 20));
             QCOMPARE(cancel->size(), cancel->sizeHint());
             QVERIFY(cancel->geometry().right() < save->x());
-        });
-    }
-
-    void textIsPlain()
-    {
-        const QString markup = u"<h1>big</h1>&amp; <a href=\"x\">link</a>"_s;
-        whileOpen(
-            [&markup] {
-                showAlert(nullptr, markup, markup);
-                return true;
-            },
-            [&markup](QDialog& dialog) {
-                QCOMPARE(dialog.findChild<QLabel*>(u"messageText"_s)->textFormat(), Qt::PlainText);
-                QCOMPARE(informativeText(dialog)->toPlainText(), markup);
-            });
-    }
-
-    void textCanBeSelectedAndCopied()
-    {
-        whileAlertIsOpen(u"one\ntwo"_s, [](QDialog& dialog) {
-            QPlainTextEdit* text = informativeText(dialog);
-            QVERIFY(text->isReadOnly());
-            text->setFocus();
-            QTest::keySequence(text, QKeySequence::SelectAll);
-            QTest::keySequence(text, QKeySequence::Copy);
-            QCOMPARE(QGuiApplication::clipboard()->text(), u"one\ntwo"_s);
-            QTest::keyClick(text, Qt::Key_Return); // the default button's, not the text's
-            QVERIFY(!dialog.isVisible());
         });
     }
 
@@ -197,36 +145,33 @@ private slots:
                          });
     }
 
-    void aLongTextScrollsAndLeavesTheButtonInReach_data()
-    {
-        constexpr int twoMegabytes = 2 * 1024 * 1024;
-        QTest::addColumn<QString>("text");
-
-        const QString element = u"<div class=\"error\"><b>502</b> Bad Gateway</div>"_s;
-        QTest::newRow("many lines of HTML") << (element + u'\n').repeated(twoMegabytes / 50);
-        QTest::newRow("HTML in one line") << element.repeated(twoMegabytes / 50);
-        QTest::newRow("one word") << u"x"_s.repeated(twoMegabytes);
-        QTest::newRow("only line breaks") << u"\n"_s.repeated(20'000);
-        QTest::newRow("carriage returns") << u"one\r\ntwo\r"_s.repeated(5'000);
-    }
-
     void aLongTextScrollsAndLeavesTheButtonInReach()
     {
-        QFETCH(QString, text);
-        QElapsedTimer timer;
-        timer.start();
-        whileAlertIsOpen(text, [&timer](QDialog& dialog) {
-            QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
-            const QRect available = dialog.screen()->availableGeometry();
-            QVERIFY(available.contains(dialog.frameGeometry()));
-            const QPushButton* ok = button(dialog, u"OK"_s);
-            QVERIFY(dialog.rect().contains(ok->geometry()));
-            QVERIFY(informativeText(dialog)->geometry().bottom() < ok->geometry().top());
-            QScrollBar* bar = informativeText(dialog)->verticalScrollBar();
-            QVERIFY(bar->isVisible());
-            bar->setValue(bar->maximum());
-            QVERIFY(bar->value() > 100);
-        });
+        constexpr int twoMegabytes = 2 * 1024 * 1024;
+        const QString element = u"<div class=\"error\"><b>502</b> Bad Gateway</div>"_s;
+        const CaseTable<QString> cases{
+            {"many lines of HTML", (element + u'\n').repeated(twoMegabytes / 50)},
+            {"HTML in one line", element.repeated(twoMegabytes / 50)},
+            {"one word", u"x"_s.repeated(twoMegabytes)},
+            {"only line breaks", u"\n"_s.repeated(20'000)},
+            {"carriage returns", u"one\r\ntwo\r"_s.repeated(5'000)},
+        };
+        for (const auto& [text] : cases) {
+            QElapsedTimer timer;
+            timer.start();
+            whileAlertIsOpen(text, [&timer](QDialog& dialog) {
+                QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+                const QRect available = dialog.screen()->availableGeometry();
+                QVERIFY(available.contains(dialog.frameGeometry()));
+                const QPushButton* ok = Controls::button(dialog, u"OK"_s);
+                QVERIFY(dialog.rect().contains(ok->geometry()));
+                QVERIFY(informativeText(dialog)->geometry().bottom() < ok->geometry().top());
+                QScrollBar* bar = informativeText(dialog)->verticalScrollBar();
+                QVERIFY(bar->isVisible());
+                bar->setValue(bar->maximum());
+                QVERIFY(bar->value() > 100);
+            });
+        }
     }
 
     void aTextThatWouldFillTheScreenTakesHalfOfIt()
@@ -257,8 +202,10 @@ private slots:
         const QString text = u"x"_s.repeated(100'000) + u"\n\nend of it"_s;
         whileAlertIsOpen(text, [&text](QDialog& dialog) {
             QPlainTextEdit* view = informativeText(dialog);
-            view->selectAll();
-            view->copy();
+            QVERIFY(view->isReadOnly());
+            view->setFocus();
+            QTest::keySequence(view, QKeySequence::SelectAll);
+            QTest::keySequence(view, QKeySequence::Copy);
             QCOMPARE(QGuiApplication::clipboard()->text(), text); // it is shown in pieces, but that is not in it
 
             QTextCursor cursor = view->textCursor();
@@ -267,13 +214,9 @@ private slots:
             view->setTextCursor(cursor);
             view->copy();
             QCOMPARE(QGuiApplication::clipboard()->text(), u"xx\n\nend of it"_s);
+            QTest::keyClick(view, Qt::Key_Return); // the default button's, not the text's
+            QVERIFY(!dialog.isVisible());
         });
-    }
-
-    void theAccessoryHasTheKeyboard()
-    {
-        QLineEdit field;
-        ask(&field, [&field](QDialog& dialog) { QCOMPARE(dialog.focusWidget(), &field); });
     }
 
     void theFirstFieldOfAFormHasTheKeyboard()
@@ -291,27 +234,18 @@ private slots:
         ask(&nothingToFill, [](QDialog& dialog) { QVERIFY(dialog.focusWidget()); });
     }
 
-    void returnInAFieldAccepts()
+    void returnInAFieldAcceptsAndItCanBeReadAfterwards()
     {
         QLineEdit field;
         const DialogAnswer answer = ask(&field, [&field](QDialog& dialog) {
+            QVERIFY(dialog.isAncestorOf(&field));
             QTest::keyClicks(&field, u"typed"_s);
             QTest::keyClick(&field, Qt::Key_Return);
             QVERIFY(!dialog.isVisible());
         });
         QCOMPARE(answer, DialogAnswer::Accepted);
-        QCOMPARE(field.text(), u"typed"_s);
-    }
-
-    void theAccessoryCanBeReadAfterwards()
-    {
-        QLineEdit field;
-        ask(&field, [&field](QDialog& dialog) {
-            QVERIFY(dialog.isAncestorOf(&field));
-            field.setText(u"kept"_s);
-        });
         QCOMPARE(field.parent(), nullptr);
-        QCOMPARE(field.text(), u"kept"_s);
+        QCOMPARE(field.text(), u"typed"_s);
         QVERIFY(!field.isVisible());
     }
 
@@ -322,16 +256,13 @@ private slots:
         for (const QPoint corner : {available.topLeft() - QPoint(300, 300), available.bottomRight() - QPoint(30, 30)}) {
             window.setGeometry({corner, QSize(200, 100)});
             window.show();
-            whileOpen(
-                [&window] {
-                    showAlert(&window, u"Title"_s, u"Text"_s);
-                    return true;
-                },
-                [available, &window](QDialog& dialog) {
-                    QCOMPARE(dialog.windowHandle()->transientParent(), window.windowHandle());
-                    constexpr int border = 5; // drawn around it once it is shown
-                    QVERIFY(available.adjusted(0, 0, border, border).contains(dialog.geometry()));
-                });
+            const DialogRobot robot({[available, &window](QDialog& dialog) {
+                QCOMPARE(dialog.windowHandle()->transientParent(), window.windowHandle());
+                constexpr int border = 5; // drawn around it once it is shown
+                QVERIFY(available.adjusted(0, 0, border, border).contains(dialog.geometry()));
+            }});
+            showAlert(&window, u"Title"_s, u"Text"_s);
+            QCOMPARE(robot.shown().size(), std::size_t(1));
         }
     }
 
@@ -339,16 +270,13 @@ private slots:
     {
         auto window = std::make_unique<QWidget>();
         window->show();
-        whileOpen(
-            [&window] {
-                showAlert(window.get(), u"Title"_s, u"Text"_s);
-                return true;
-            },
-            [&window](QDialog& dialog) {
-                window.reset();
-                QTest::keyClick(dialog.focusWidget(), Qt::Key_Return);
-                QVERIFY(!dialog.isVisible());
-            });
+        const DialogRobot robot({[&window](QDialog& dialog) {
+            window.reset();
+            DialogRobot::press(Qt::Key_Return)(dialog);
+            QVERIFY(!dialog.isVisible());
+        }});
+        showAlert(window.get(), u"Title"_s, u"Text"_s);
+        QVERIFY(!window);
     }
 
     void anAlertOverAnAlert()
@@ -369,53 +297,26 @@ private slots:
     void quittingEndsIt()
     {
         QTimer::singleShot(0, qApp, [] {
-            const DialogAnswer answer = whileOpen([] { return runDialog(nullptr, u"T"_s, u"t"_s, nullptr, u"Save"_s); },
-                                                  [](QDialog& dialog) {
-                                                      QCoreApplication::quit();
-                                                      QTRY_VERIFY(!dialog.isVisible());
-                                                  });
+            const DialogAnswer answer = ask(nullptr, [](QDialog& dialog) {
+                QCoreApplication::quit();
+                QTRY_VERIFY(!dialog.isVisible());
+            });
             QCOMPARE(answer, DialogAnswer::Cancelled);
         });
         QApplication::exec();
     }
 
 private:
-    /// What `question` answers while `act` is done to its dialog once it is shown.
-    template <typename Question>
-    static std::invoke_result_t<const Question&> whileOpen(const Question& question,
-                                                           const std::function<void(QDialog&)>& act)
+    static void whileAlertIsOpen(const QString& text, const DialogRobot::Answer& act)
     {
-        QTimer::singleShot(0, qApp, [&act] {
-            auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-            if (!dialog)
-                qFatal("no dialog is open");
-            if (QTest::qWaitForWindowActive(dialog))
-                act(*dialog);
-            if (QApplication::activeModalWidget() == dialog)
-                dialog->reject(); // a failed check must not leave it open
-        });
-        return question();
+        const DialogRobot robot({act});
+        showAlert(nullptr, u"Title"_s, text);
     }
-    static void whileAlertIsOpen(const QString& text, const std::function<void(QDialog&)>& act)
+    /// What a dialog answers after `act` was done to it.
+    static DialogAnswer ask(QWidget* accessory, const DialogRobot::Answer& act)
     {
-        whileOpen(
-            [&text] {
-                showAlert(nullptr, u"Title"_s, text);
-                return true;
-            },
-            act);
-    }
-    static DialogAnswer ask(QWidget* accessory, const std::function<void(QDialog&)>& act)
-    {
-        return whileOpen([accessory] { return runDialog(nullptr, u"Title"_s, u"Text"_s, accessory, u"Save"_s); }, act);
-    }
-    static QPushButton* button(const QDialog& dialog, const QString& text)
-    {
-        for (QPushButton* candidate : dialog.findChildren<QPushButton*>()) {
-            if (candidate->text() == text)
-                return candidate;
-        }
-        qFatal("no such button");
+        const DialogRobot robot({act});
+        return runDialog(nullptr, u"Title"_s, u"Text"_s, accessory, u"Save"_s);
     }
     static QPlainTextEdit* informativeText(const QDialog& dialog)
     {

@@ -1,5 +1,6 @@
 #include "ui/Colors.h"
 
+#include "support/CaseTable.h"
 #include "support/ThemeStyle.h"
 #include "support/Warnings.h"
 #include "ui/LegibleStyle.h"
@@ -8,6 +9,8 @@
 #include <QDialog>
 #include <QLineEdit>
 #include <QTest>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -48,39 +51,23 @@ class TestColors final : public QObject
 private slots:
     void init() { failOnUnexpectedWarning(); }
 
-    void cleanup() { QApplication::setStyle(QStringLiteral("fusion")); }
-
-    void contrastIsThatOfTheStandard_data()
-    {
-        QTest::addColumn<QColor>("one");
-        QTest::addColumn<QColor>("other");
-        QTest::addColumn<double>("contrast");
-        QTest::newRow("black on white") << QColor(Qt::black) << QColor(Qt::white) << 21.0;
-        QTest::newRow("white on black") << QColor(Qt::white) << QColor(Qt::black) << 21.0;
-        QTest::newRow("a colour on itself") << QColor(10, 200, 30) << QColor(10, 200, 30) << 1.0;
-        QTest::newRow("the lightest grey that passes on white")
-            << QColor(0x76, 0x76, 0x76) << QColor(Qt::white) << 4.54;
-        QTest::newRow("the first that does not") << QColor(0x77, 0x77, 0x77) << QColor(Qt::white) << 4.48;
-        QTest::newRow("pure red on white") << QColor(Qt::red) << QColor(Qt::white) << 4.00;
-        QTest::newRow("pure green on white") << QColor(Qt::green) << QColor(Qt::white) << 1.37;
-        QTest::newRow("pure blue on white") << QColor(Qt::blue) << QColor(Qt::white) << 8.59;
-    }
+    void cleanup() { QApplication::setStyle(u"fusion"_s); }
 
     void contrastIsThatOfTheStandard()
     {
-        QFETCH(QColor, one);
-        QFETCH(QColor, other);
-        QFETCH(double, contrast);
-        QVERIFY2(qAbs(Colors::contrast(one, other) - contrast) < 0.005,
-                 qPrintable(QString::number(Colors::contrast(one, other))));
-    }
-
-    void secondaryTextIsTwoThirdsOfTheTextsColour()
-    {
-        QPalette palette(Qt::white);
-        palette.setColor(QPalette::WindowText, Qt::black);
-        palette.setColor(QPalette::Window, Qt::white);
-        QCOMPARE(Colors::secondaryText(palette).name(), Colors::white(0.35).name());
+        const CaseTable<QColor, QColor, double> cases{
+            {"black on white", QColor(Qt::black), QColor(Qt::white), 21.0},
+            {"white on black", QColor(Qt::white), QColor(Qt::black), 21.0},
+            {"a colour on itself", QColor(10, 200, 30), QColor(10, 200, 30), 1.0},
+            {"the lightest grey that passes on white", QColor(0x76, 0x76, 0x76), QColor(Qt::white), 4.54},
+            {"the first that does not", QColor(0x77, 0x77, 0x77), QColor(Qt::white), 4.48},
+            {"pure red on white", QColor(Qt::red), QColor(Qt::white), 4.00},
+            {"pure green on white", QColor(Qt::green), QColor(Qt::white), 1.37},
+            {"pure blue on white", QColor(Qt::blue), QColor(Qt::white), 8.59},
+        };
+        for (const auto& [one, other, contrast] : cases)
+            QVERIFY2(qAbs(Colors::contrast(one, other) - contrast) < 0.005,
+                     qPrintable(QString::number(Colors::contrast(one, other))));
     }
 
     void lightAppearanceIsTheSameUnderEveryTheme()
@@ -106,66 +93,72 @@ private slots:
         QVERIFY(!Colors::isDark(Colors::inScheme(dark, ColorScheme::Light)));
     }
 
-    void secondaryTextIsLegible_data()
+    void secondaryTextIsLegibleAndOfLessWeight()
     {
-        QTest::addColumn<QPalette>("palette");
-        QTest::newRow("on the card of the chat") << Colors::lightAppearance(Colors::white(0.97));
-        QTest::newRow("on the composer, the darkest of the light panels")
-            << Colors::lightAppearance(Colors::white(0.91));
-        QTest::newRow("on a usual light window") << QPalette(QColor(239, 239, 239));
-        QTest::newRow("on a dark window") << QPalette(QColor(49, 54, 59), QColor(42, 46, 50));
+        const CaseTable<QPalette> cases{
+            {"on the card of the chat", Colors::lightAppearance(Colors::white(0.97))},
+            {"on the composer, the darkest of the light panels", Colors::lightAppearance(Colors::white(0.91))},
+            {"on a usual light window", QPalette(QColor(239, 239, 239))},
+            {"on a dark window", QPalette(QColor(49, 54, 59), QColor(42, 46, 50))},
+            {"on a black window", QPalette(Qt::black)},
+        };
+        for (const auto& [palette] : cases) {
+            const QColor window = palette.color(QPalette::Window);
+            const double contrast = Colors::contrast(Colors::secondaryText(palette), window);
+            QVERIFY(contrast >= enough);
+            QVERIFY(contrast < Colors::contrast(palette.color(QPalette::WindowText), window));
+        }
     }
 
-    void secondaryTextIsLegible()
+    void lightAppearanceIsLegible()
     {
-        QFETCH(QPalette, palette);
-        QVERIFY(Colors::contrast(Colors::secondaryText(palette), palette.color(QPalette::Window)) >= enough);
-    }
-
-    void placeholdersAreMadeLegible_data()
-    {
-        QTest::addColumn<QPalette>("theme");
-        QTest::newRow("half transparent, as Qt has it") << theme(Qt::black, Qt::white, QColor(0, 0, 0, 128));
-        QTest::newRow("black in a dark theme")
-            << theme(QColor(252, 252, 252), QColor(27, 30, 32), QColor(0, 0, 0, 128));
-        QTest::newRow("as the background") << theme(Qt::white, Qt::black, Qt::black);
-        QTest::newRow("wholly transparent") << theme(Qt::black, Qt::white, QColor(0, 0, 0, 0));
+        const QPalette palette = Colors::lightAppearance(Colors::white(0.97));
+        for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
+            const auto contrast = [&](QPalette::ColorRole text, QPalette::ColorRole background) {
+                return Colors::contrast(palette.color(group, text), palette.color(group, background));
+            };
+            for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::Link, QPalette::PlaceholderText})
+                QVERIFY(contrast(role, QPalette::Window) >= enough);
+            QVERIFY(contrast(QPalette::ButtonText, QPalette::Button) >= enough);
+            QVERIFY(contrast(QPalette::HighlightedText, QPalette::Highlight) >= enough);
+        }
     }
 
     void placeholdersAreMadeLegible()
     {
-        QFETCH(QPalette, theme);
-        const QPalette mended = Colors::legible(theme);
-        for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
-            QVERIFY(placeholderContrast(theme, group) < enough);
-            QVERIFY(placeholderContrast(mended, group) >= enough);
-            QVERIFY(mended.color(group, QPalette::PlaceholderText) != mended.color(group, QPalette::Text));
+        const CaseTable<QPalette> cases{
+            {"half transparent, as Qt has it", theme(Qt::black, Qt::white, QColor(0, 0, 0, 128))},
+            {"black in a dark theme", theme(QColor(252, 252, 252), QColor(27, 30, 32), QColor(0, 0, 0, 128))},
+            {"as the background", theme(Qt::white, Qt::black, Qt::black)},
+            {"wholly transparent", theme(Qt::black, Qt::white, QColor(0, 0, 0, 0))},
+        };
+        for (const auto& [theme] : cases) {
+            const QPalette mended = Colors::legible(theme);
+            for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
+                QVERIFY(placeholderContrast(theme, group) < enough);
+                QVERIFY(placeholderContrast(mended, group) >= enough);
+                QVERIFY(mended.color(group, QPalette::PlaceholderText) != mended.color(group, QPalette::Text));
+            }
         }
-    }
-
-    void selectedTextIsMadeLegible_data()
-    {
-        QTest::addColumn<QColor>("highlight");
-        QTest::addColumn<QColor>("text");
-        QTest::addColumn<QColor>("mended");
-        QTest::newRow("white on Qt's own blue") << QColor(48, 140, 198) << QColor(Qt::white) << QColor(Qt::black);
-        QTest::newRow("white on a light blue") << QColor(61, 174, 233) << QColor(252, 252, 252) << QColor(Qt::black);
-        QTest::newRow("black on a dark blue") << QColor(20, 40, 120) << QColor(Qt::black) << QColor(Qt::white);
-        QTest::newRow("white on white") << QColor(Qt::white) << QColor(Qt::white) << QColor(Qt::black);
     }
 
     void selectedTextIsMadeLegible()
     {
-        QFETCH(QColor, highlight);
-        QFETCH(QColor, text);
-        QFETCH(QColor, mended);
-        QPalette palette;
-        palette.setColor(QPalette::Highlight, highlight);
-        palette.setColor(QPalette::HighlightedText, text);
-        QCOMPARE(Colors::legible(palette).color(QPalette::Active, QPalette::HighlightedText), mended);
-        QCOMPARE(Colors::legible(palette).color(QPalette::Inactive, QPalette::HighlightedText), mended);
-        QCOMPARE(Colors::legible(palette).color(QPalette::Highlight), highlight);
-        QVERIFY(Colors::contrast(mended, highlight) >= enough);
+        const CaseTable<QColor, QColor, QColor> cases{
+            {"white on Qt's own blue", QColor(48, 140, 198), QColor(Qt::white), QColor(Qt::black)},
+            {"white on a light blue", QColor(61, 174, 233), QColor(252, 252, 252), QColor(Qt::black)},
+            {"black on a dark blue", QColor(20, 40, 120), QColor(Qt::black), QColor(Qt::white)},
+            {"white on white", QColor(Qt::white), QColor(Qt::white), QColor(Qt::black)},
+        };
+        for (const auto& [highlight, text, mended] : cases) {
+            QPalette palette;
+            palette.setColor(QPalette::Highlight, highlight);
+            palette.setColor(QPalette::HighlightedText, text);
+            QCOMPARE(Colors::legible(palette).color(QPalette::Active, QPalette::HighlightedText), mended);
+            QCOMPARE(Colors::legible(palette).color(QPalette::Inactive, QPalette::HighlightedText), mended);
+            QCOMPARE(Colors::legible(palette).color(QPalette::Highlight), highlight);
+            QVERIFY(Colors::contrast(mended, highlight) >= enough);
+        }
     }
 
     void whatIsLegibleStaysAsItIs()
@@ -191,6 +184,9 @@ private slots:
     {
         QApplication::setStyle(new ThemeStyle(theme(Qt::white, Qt::black, Qt::black)));
         LegibleStyle::install();
+        const QStyle* const style = QApplication::style();
+        LegibleStyle::install();
+        QCOMPARE(QApplication::style(), style);
         const QLineEdit field;
         QCOMPARE(field.palette().color(QPalette::Base), QColor(Qt::black));
         QVERIFY(placeholderContrast(field.palette(), QPalette::Active) >= enough);
@@ -208,14 +204,6 @@ private slots:
         first.show();
         second.show();
         QCOMPARE(second.palette().cacheKey(), first.palette().cacheKey());
-    }
-
-    void aStyleIsMadeLegibleOnce()
-    {
-        LegibleStyle::install();
-        const QStyle* const style = QApplication::style();
-        LegibleStyle::install();
-        QCOMPARE(QApplication::style(), style);
     }
 };
 

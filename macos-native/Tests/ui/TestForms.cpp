@@ -2,6 +2,7 @@
 #include "ui/Forms.h"
 
 #include "shell/primitives/NeloFlippedView.h"
+#include "support/CaseTable.h"
 #include "support/Warnings.h"
 #include "ui/Labels.h"
 #include "ui/PopUpButton.h"
@@ -14,6 +15,8 @@
 #include <QTest>
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr FormRowMetrics metrics{.labelWidth = 140, .spacing = 12};
@@ -21,8 +24,7 @@ constexpr FormRowMetrics metrics{.labelWidth = 140, .spacing = 12};
 /// A window with one row; what the row's widgets are is read from it.
 struct RowWindow
 {
-    explicit RowWindow(QWidget* field, FormRowMetrics rowMetrics = metrics,
-                       const QString& label = QStringLiteral("Name"))
+    explicit RowWindow(QWidget* field, FormRowMetrics rowMetrics = metrics, const QString& label = u"Name"_s)
     {
         field->setParent(&window);
         window.setLayout(formRow(label, field, rowMetrics));
@@ -86,46 +88,33 @@ class TestForms final : public QObject
 private slots:
     void init() { failOnUnexpectedWarning(); }
 
-    void aRowsLabelIsAsWideAsToldAndRightAligned_data()
-    {
-        QTest::addColumn<int>("labelWidth");
-        QTest::addColumn<int>("spacing");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("a short label") << 140 << 12 << QStringLiteral("Mode");
-        QTest::newRow("other measures") << 72 << 8 << QStringLiteral("ID");
-        QTest::newRow("a label that is too long") << 160 << 8 << QString(300, u'W');
-        QTest::newRow("no label") << 72 << 8 << QString();
-    }
-
     void aRowsLabelIsAsWideAsToldAndRightAligned()
     {
-        QFETCH(int, labelWidth);
-        QFETCH(int, spacing);
-        QFETCH(QString, text);
-        RowWindow row(new QLineEdit, {.labelWidth = labelWidth, .spacing = spacing}, text);
-        row.show(600);
-        QCOMPARE(row.label()->text(), text);
-        QCOMPARE(row.label()->x(), 0);
-        QCOMPARE(row.label()->width(), labelWidth);
-        QCOMPARE(QFontInfo(row.label()->font()).pixelSize(), 13);
-        QCOMPARE(row.label()->alignment(), Qt::AlignRight | Qt::AlignVCenter);
-        QCOMPARE(row.window.findChild<QLineEdit*>()->x(), labelWidth + spacing);
-        QCOMPARE(row.window.width(), 600);
+        const CaseTable<int, int, QString> cases{
+            {"a short label", 140, 12, u"Mode"_s},
+            {"other measures", 72, 8, u"ID"_s},
+            {"a label that is too long", 160, 8, QString(300, u'W')},
+            {"no label", 72, 8, {}},
+        };
+        for (const auto& [labelWidth, spacing, text] : cases) {
+            RowWindow row(new QLineEdit, {.labelWidth = labelWidth, .spacing = spacing}, text);
+            row.show(600);
+            QCOMPARE(row.label()->text(), text);
+            QCOMPARE(row.label()->x(), 0);
+            QCOMPARE(row.label()->width(), labelWidth);
+            QCOMPARE(QFontInfo(row.label()->font()).pixelSize(), 13);
+            QCOMPARE(row.label()->alignment(), Qt::AlignRight | Qt::AlignVCenter);
+            QCOMPARE(row.window.findChild<QLineEdit*>()->x(), labelWidth + spacing);
+            QCOMPARE(row.window.width(), 600);
+        }
     }
 
     void aRowsLabelIsPlainTextAndTheBuddyOfItsField()
     {
-        auto* field = new QLineEdit;
-        const RowWindow row(field, metrics, QStringLiteral("<b>TOKEN</b>"));
+        auto* field = new PopUpButton;
+        RowWindow row(field, metrics, u"<b>TOKEN</b>"_s);
         QCOMPARE(row.label()->textFormat(), Qt::PlainText);
         QCOMPARE(row.label()->buddy(), field);
-        QCOMPARE(QAccessible::queryAccessibleInterface(field)->text(QAccessible::Name), QStringLiteral("<b>TOKEN</b>"));
-    }
-
-    void aRowIsCentredVertically()
-    {
-        auto* field = new PopUpButton;
-        RowWindow row(field);
         row.show(600);
         QVERIFY(qAbs(row.label()->geometry().center().y() - field->geometry().center().y()) <= 1);
     }
@@ -133,19 +122,20 @@ private slots:
     void aRowTakesALabelThatIsThereAlready()
     {
         QWidget window;
-        auto* label = new Label(QStringLiteral("API Key"), &window);
+        auto* label = new Label(u"API Key"_s, &window);
         auto* field = new QLineEdit(&window);
         window.setLayout(formRow(label, field, metrics));
         QCOMPARE(label->buddy(), field);
         QCOMPARE(label->width(), 140);
         QCOMPARE(window.findChildren<QLabel*>().size(), 1);
+        QCOMPARE(QAccessible::queryAccessibleInterface(field)->text(QAccessible::Name), u"API Key"_s);
     }
 
     void aFieldTakesATextOfAnyLength()
     {
         QWidget parent;
-        QLineEdit* field = makeField(QStringLiteral("Token"), &parent);
-        QCOMPARE(field->placeholderText(), QStringLiteral("Token"));
+        QLineEdit* field = makeField(u"Token"_s, &parent);
+        QCOMPARE(field->placeholderText(), u"Token"_s);
         QCOMPARE(field->parentWidget(), &parent);
         field->setText(QString(100'000, u'x'));
         QCOMPARE(field->text().size(), 100'000);
@@ -165,7 +155,7 @@ private slots:
     void aPopUpKeepsItsNaturalWidthFrom220Up()
     {
         auto* popup = new PopUpButton;
-        popup->addItem(QStringLiteral("local"));
+        popup->addItem(u"local"_s);
         RowWindow row(popup);
         row.show(900);
         QCOMPARE(popup->width(), 220);
@@ -190,8 +180,8 @@ private slots:
     void headersAndSeparatorsDivideAForm()
     {
         QWidget parent;
-        const Label* header = makeSectionHeader(QStringLiteral("Chat"), &parent);
-        QCOMPARE(header->text(), QStringLiteral("Chat"));
+        const Label* header = makeSectionHeader(u"Chat"_s, &parent);
+        QCOMPARE(header->text(), u"Chat"_s);
         QCOMPARE(QFontInfo(header->font()).pixelSize(), 15);
         QCOMPARE(header->font().weight(), QFont::DemiBold);
         const QFrame* separator = makeSeparator(&parent);
@@ -203,6 +193,7 @@ private slots:
     void aFormFillsItsViewFromTheTop()
     {
         ScrollingForm form;
+        QCOMPARE(form.focusPolicy(), Qt::NoFocus); // only what is in it gets the keyboard
         auto* column = new QVBoxLayout(form.documentView());
         column->setContentsMargins({});
         auto* field = new QLineEdit(form.documentView());
@@ -287,12 +278,6 @@ private slots:
         QTRY_COMPARE(QApplication::focusWidget(), field);
         delete form; // a sanitizer sees what is still called of it
         QCOMPARE(QApplication::focusWidget(), nullptr);
-    }
-
-    void theScrollingViewItselfIsNoStopOfTheKeyboard()
-    {
-        const ScrollingForm form;
-        QCOMPARE(form.focusPolicy(), Qt::NoFocus);
     }
 
     void theBackgroundShowsThrough()

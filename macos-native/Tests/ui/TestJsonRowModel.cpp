@@ -1,11 +1,14 @@
 #include "ui/JsonRowModel.h"
 
 #include "backend/BackendReply.h"
+#include "support/CaseTable.h"
 #include "support/Warnings.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
 #include <QTest>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -13,7 +16,7 @@ const QString replacement = QString(QChar(QChar::ReplacementCharacter));
 
 std::vector<JsonColumn> nameAndCount()
 {
-    return {{"name", QStringLiteral("Name"), 180}, {"count", QStringLiteral("Count"), 60}};
+    return {{"name", u"Name"_s, 180}, {"count", u"Count"_s, 60}};
 }
 
 QByteArray rowNamed(const QByteArray& name)
@@ -38,19 +41,13 @@ private slots:
 
     void aNewModelHasColumnsAndNoRows()
     {
-        JsonRowModel model(nameAndCount());
-        const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const JsonRowModel model(nameAndCount());
         QCOMPARE(model.rowCount(), 0);
         QCOMPARE(model.columnCount(), 2);
-    }
-
-    void headersAreTheTitles()
-    {
-        const JsonRowModel model(nameAndCount());
-        QCOMPARE(model.headerData(0, Qt::Horizontal).toString(), QStringLiteral("Name"));
-        QCOMPARE(model.headerData(1, Qt::Horizontal).toString(), QStringLiteral("Count"));
-        QVERIFY(!model.headerData(2, Qt::Horizontal).isValid());
-        QVERIFY(!model.headerData(-1, Qt::Horizontal).isValid());
+        QCOMPARE(model.headerData(0, Qt::Horizontal).toString(), u"Name"_s);
+        QCOMPARE(model.headerData(1, Qt::Horizontal).toString(), u"Count"_s);
+        for (const int none : {-1, 2})
+            QVERIFY(!model.headerData(none, Qt::Horizontal).isValid());
         QVERIFY(!model.headerData(0, Qt::Vertical).isValid());
     }
 
@@ -63,67 +60,47 @@ private slots:
         QStringList names;
         for (int row = 0; row < model.rowCount(); ++row)
             names += model.index(row, 0).data().toString();
-        QCOMPARE(names, QStringList({QStringLiteral("b"), QStringLiteral("a"), QStringLiteral("b")}));
+        QCOMPARE(names, QStringList({u"b"_s, u"a"_s, u"b"_s}));
         QCOMPARE(model.rowCount(model.index(0, 0)), 0);
         QCOMPARE(model.columnCount(model.index(0, 0)), 0);
     }
 
-    void aCellShowsItsMember_data()
-    {
-        QTest::addColumn<QByteArray>("row");
-        QTest::addColumn<QString>("text");
-
-        QTest::newRow("a string as is") << QByteArray(R"({"name":"agent"})") << QStringLiteral("agent");
-        QTest::newRow("Chinese and an emoji")
-            << QByteArray("{\"name\":\"代理🙂\"}") << QStringLiteral("代理🙂");
-        QTest::newRow("an integer in decimal") << QByteArray(R"({"name":-7})") << QStringLiteral("-7");
-        QTest::newRow("a large integer exactly")
-            << QByteArray(R"({"name":18446744073709551615})") << QStringLiteral("18446744073709551615");
-        QTest::newRow("a double in its shortest form") << QByteArray(R"({"name":0.1})") << QStringLiteral("0.1");
-        QTest::newRow("true as 1") << QByteArray(R"({"name":true})") << QStringLiteral("1");
-        QTest::newRow("null") << QByteArray(R"({"name":null})") << QStringLiteral("<null>");
-        QTest::newRow("a nested value as JSON")
-            << QByteArray(R"({"name":{"z":[1,"a"],"a":{}}})") << QStringLiteral(R"({"z":[1,"a"],"a":{}})");
-        QTest::newRow("nothing for a missing member") << QByteArray(R"({"Name":"other case"})") << QString();
-        QTest::newRow("nothing for an empty row") << QByteArray("{}") << QString();
-        QTest::newRow("markup as it stands")
-            << QByteArray(R"({"name":"<b>x</b>&amp;"})") << QStringLiteral("<b>x</b>&amp;");
-        QTest::newRow("bidirectional marks as they stand")
-            << QByteArray(R"({"name":"a\u202egnp.exe\u2066"})") << QStringLiteral("a\u202egnp.exe\u2066");
-        QTest::newRow("every line break as a blank")
-            << QByteArray(R"({"name":"1\n2\r3\u000b4\u000c5\u00856\u20287\u20298"})")
-            << QStringLiteral("1 2 3 4 5 6 7 8");
-        QTest::newRow("a thousand characters in full") << rowNamed(QByteArray(1000, 'x')) << QString(1000, u'x');
-        QTest::newRow("ten thousand characters in full") << rowNamed(QByteArray(10'000, 'x')) << QString(10'000, u'x');
-    }
-
     void aCellShowsItsMember()
     {
-        QFETCH(QByteArray, row);
-        QFETCH(QString, text);
-        JsonRowModel model(nameAndCount());
-        const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
-        model.setRows({Json::parse(row.toStdString())});
-        QCOMPARE(model.index(0, 0).data().toString(), text);
-        QVERIFY(!text.contains(replacement));
+        const CaseTable<QByteArray, QString> cases{
+            {"a string as is", R"({"name":"agent"})", u"agent"_s},
+            {"Chinese and an emoji", "{\"name\":\"代理🙂\"}", u"代理🙂"_s},
+            {"an integer in decimal", R"({"name":-7})", u"-7"_s},
+            {"a large integer exactly", R"({"name":18446744073709551615})", u"18446744073709551615"_s},
+            {"a double in its shortest form", R"({"name":0.1})", u"0.1"_s},
+            {"true as 1", R"({"name":true})", u"1"_s},
+            {"null", R"({"name":null})", u"<null>"_s},
+            {"a nested value as JSON", R"({"name":{"z":[1,"a"],"a":{}}})", uR"({"z":[1,"a"],"a":{}})"_s},
+            {"nothing for a missing member", R"({"Name":"other case"})", {}},
+            {"nothing for an empty row", "{}", {}},
+            {"markup as it stands", R"({"name":"<b>x</b>&amp;"})", u"<b>x</b>&amp;"_s},
+            {"bidirectional marks as they stand", R"({"name":"a\u202egnp.exe\u2066"})", u"a\u202egnp.exe\u2066"_s},
+            {"every line break as a blank", R"({"name":"1\n2\r3\u000b4\u000c5\u00856\u20287\u20298"})",
+             u"1 2 3 4 5 6 7 8"_s},
+            {"a thousand characters in full", rowNamed(QByteArray(1000, 'x')), QString(1000, u'x')},
+            {"ten thousand characters in full", rowNamed(QByteArray(10'000, 'x')), QString(10'000, u'x')},
+        };
+        for (const auto& [row, text] : cases) {
+            JsonRowModel model(nameAndCount());
+            const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+            model.setRows({Json::parse(row.toStdString())});
+            QCOMPARE(model.index(0, 0).data().toString(), text);
+            QVERIFY(!text.contains(replacement));
+        }
     }
 
     void aColumnMayShowMoreThanItsMember()
     {
         const auto both = [](const Json& row) { return textOf(row, "name") + u'\n' + textOf(row, "count"); };
-        JsonRowModel model({{"name", QStringLiteral("Name"), 180, both}});
+        JsonRowModel model({{"name", u"Name"_s, 180, both}});
         const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
         model.setRows(rowsOf(R"([{"name":"a","count":2}])"));
-        QCOMPARE(model.index(0, 0).data().toString(), QStringLiteral("a 2"));
-    }
-
-    void aCellHasNothingButText()
-    {
-        JsonRowModel model(nameAndCount());
-        model.setRows(rowsOf(R"([{"name":"a"}])"));
-        QVERIFY(!model.index(0, 0).data(Qt::CheckStateRole).isValid());
-        QVERIFY(!model.index(0, 0).data(Qt::ToolTipRole).isValid());
-        QVERIFY(!(model.flags(model.index(0, 0)) & Qt::ItemIsEditable));
+        QCOMPARE(model.index(0, 0).data().toString(), u"a 2"_s);
     }
 
     void aRowIsKeptAsItCame()
@@ -134,11 +111,14 @@ private slots:
         QCOMPARE(model.rows().at(0).dump(), row);
     }
 
-    void whereThereIsNoCellThereIsNoText()
+    void aCellHasNothingButTextAndWhereThereIsNoneThereIsNoText()
     {
         JsonRowModel model(nameAndCount());
         model.setRows(rowsOf(R"([{"name":"a"}])"));
         const QModelIndex cell = model.index(0, 1);
+        for (const int role : {Qt::CheckStateRole, Qt::ToolTipRole})
+            QVERIFY(!model.index(0, 0).data(role).isValid());
+        QVERIFY(!(model.flags(cell) & Qt::ItemIsEditable));
         QVERIFY(!model.data(QModelIndex()).isValid());
         QVERIFY(!model.index(1, 0).isValid());
         QVERIFY(!model.index(0, 2).isValid());
@@ -146,70 +126,54 @@ private slots:
         QVERIFY(!model.data(cell).isValid()); // an index that outlived its row
     }
 
-    void equalRowsChangeNothing_data()
-    {
-        QTest::addColumn<QByteArray>("reply");
-        QTest::newRow("no rows") << QByteArray("[]");
-        QTest::newRow("rows with every kind of value")
-            << QByteArray(R"([{"name":"a","count":1},{"name":null,"more":[1.5,true,{"x":"y"}]}])");
-    }
-
     void equalRowsChangeNothing()
     {
-        QFETCH(QByteArray, reply);
-        JsonRowModel model(nameAndCount());
-        model.setRows(rowsOf(reply));
-        const QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
-        const QSignalSpy reset(&model, &QAbstractItemModel::modelReset);
-        model.setRows(rowsOf(reply));
-        QCOMPARE(changed.count() + reset.count(), 0);
-    }
-
-    void rowsThatStayAreTheSameRows_data()
-    {
-        QTest::addColumn<QByteArray>("before");
-        QTest::addColumn<QByteArray>("after");
-        QTest::addColumn<QByteArray>("places"); // of the rows before, in the table after
-        const auto add = [](const char* name, const char* before, const char* after, const char* places) {
-            QTest::newRow(name) << QByteArray(before) << QByteArray(after) << QByteArray(places);
-        };
-        add("a changed value", R"([{"id":1,"name":"a"}])", R"([{"id":1,"name":"b"}])", "0");
-        add("a value that no column shows", R"([{"id":1}])", R"([{"id":1,"x":2}])", "0");
-        add("another order", R"([{"id":1},{"id":2},{"id":3}])", R"([{"id":3},{"id":1},{"id":2}])", "1 2 0");
-        add("one more in front", R"([{"id":1}])", R"([{"id":0},{"id":1}])", "1");
-        add("one more between", R"([{"id":1},{"id":3}])", R"([{"id":1},{"id":2},{"id":3}])", "0 2");
-        add("one less", R"([{"id":1},{"id":2},{"id":3}])", R"([{"id":1},{"id":3}])", "0 - 1");
-        add("none left", R"([{"id":1},{"id":2}])", "[]", "- -");
-        add("all new", R"([{"id":1},{"id":2}])", R"([{"id":3},{"id":4}])", "- -");
-        add("everything at once", R"([{"id":1},{"id":2},{"id":3},{"id":4}])",
-            R"([{"id":9},{"id":4,"name":"x"},{"id":8},{"id":7},{"id":2},{"id":6}])", "- 4 - 1");
-        add("equal rows that change places are told apart", R"([{"id":1,"name":"a"},{"id":1,"name":"b"}])",
-            R"([{"id":1,"name":"b"},{"id":1,"name":"a"}])", "1 0");
-        add("rows with one identity keep their order", R"([{"id":1},{"id":1}])", R"([{"id":1,"x":1},{"id":1,"x":2}])",
-            "0 1");
-        add("rows that lack an identity have the same", R"([{"name":"a"},{}])", R"([{"id":1},{"name":"b"}])", "1 -");
-        add("a number is not its text", R"([{"id":1}])", R"([{"id":"1"}])", "-");
+        for (const QByteArray reply : {"[]", R"([{"name":"a","count":1},{"name":null,"more":[1.5,true,{"x":"y"}]}])"}) {
+            JsonRowModel model(nameAndCount());
+            model.setRows(rowsOf(reply));
+            const QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
+            const QSignalSpy reset(&model, &QAbstractItemModel::modelReset);
+            model.setRows(rowsOf(reply));
+            QCOMPARE(changed.count() + reset.count(), 0);
+        }
     }
 
     void rowsThatStayAreTheSameRows()
     {
-        QFETCH(QByteArray, before);
-        QFETCH(QByteArray, after);
-        QFETCH(QByteArray, places);
-        JsonRowModel model(nameAndCount(), {"id"});
-        const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
-        const QSignalSpy resets(&model, &QAbstractItemModel::modelReset);
-        model.setRows(rowsOf(before));
-        QList<QPersistentModelIndex> rows;
-        for (int row = 0; row < model.rowCount(); ++row)
-            rows.append(model.index(row, 1));
-        model.setRows(rowsOf(after));
-        QVERIFY(model.rows() == rowsOf(after));
-        QByteArrayList found;
-        for (const QPersistentModelIndex& row : rows)
-            found.append(row.isValid() ? QByteArray::number(row.row()) : "-");
-        QCOMPARE(found.join(' '), places);
-        QCOMPARE(resets.count(), 0);
+        const CaseTable<QByteArray, QByteArray, QByteArray> cases{
+            {"a changed value", R"([{"id":1,"name":"a"}])", R"([{"id":1,"name":"b"}])", "0"},
+            {"a value that no column shows", R"([{"id":1}])", R"([{"id":1,"x":2}])", "0"},
+            {"another order", R"([{"id":1},{"id":2},{"id":3}])", R"([{"id":3},{"id":1},{"id":2}])", "1 2 0"},
+            {"one more in front", R"([{"id":1}])", R"([{"id":0},{"id":1}])", "1"},
+            {"one more between", R"([{"id":1},{"id":3}])", R"([{"id":1},{"id":2},{"id":3}])", "0 2"},
+            {"one less", R"([{"id":1},{"id":2},{"id":3}])", R"([{"id":1},{"id":3}])", "0 - 1"},
+            {"none left", R"([{"id":1},{"id":2}])", "[]", "- -"},
+            {"all new", R"([{"id":1},{"id":2}])", R"([{"id":3},{"id":4}])", "- -"},
+            {"everything at once", R"([{"id":1},{"id":2},{"id":3},{"id":4}])",
+             R"([{"id":9},{"id":4,"name":"x"},{"id":8},{"id":7},{"id":2},{"id":6}])", "- 4 - 1"},
+            {"equal rows that change places are told apart", R"([{"id":1,"name":"a"},{"id":1,"name":"b"}])",
+             R"([{"id":1,"name":"b"},{"id":1,"name":"a"}])", "1 0"},
+            {"rows with one identity keep their order", R"([{"id":1},{"id":1}])", R"([{"id":1,"x":1},{"id":1,"x":2}])",
+             "0 1"},
+            {"rows that lack an identity have the same", R"([{"name":"a"},{}])", R"([{"id":1},{"name":"b"}])", "1 -"},
+            {"a number is not its text", R"([{"id":1}])", R"([{"id":"1"}])", "-"},
+        };
+        for (const auto& [before, after, places] : cases) {
+            JsonRowModel model(nameAndCount(), {"id"});
+            const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+            const QSignalSpy resets(&model, &QAbstractItemModel::modelReset);
+            model.setRows(rowsOf(before));
+            QList<QPersistentModelIndex> rows;
+            for (int row = 0; row < model.rowCount(); ++row)
+                rows.append(model.index(row, 1));
+            model.setRows(rowsOf(after));
+            QVERIFY(model.rows() == rowsOf(after));
+            QByteArrayList found;
+            for (const QPersistentModelIndex& row : rows)
+                found.append(row.isValid() ? QByteArray::number(row.row()) : "-");
+            QCOMPARE(found.join(' '), places);
+            QCOMPARE(resets.count(), 0);
+        }
     }
 
     void changesAreToldOfTheRowsThatChanged()
@@ -224,7 +188,7 @@ private slots:
             const auto to = change.at(1).toModelIndex();
             ranges.append(QString::asprintf("%d,%d to %d,%d", from.row(), from.column(), to.row(), to.column()));
         }
-        QCOMPARE(ranges.join(u'|'), QStringLiteral("1,0 to 2,1|4,0 to 4,1"));
+        QCOMPARE(ranges.join(u'|'), u"1,0 to 2,1|4,0 to 4,1"_s);
     }
 
     void withoutAnIdentityARowThatChangesIsAnother()
@@ -238,16 +202,6 @@ private slots:
         QVERIFY(!first.isValid());
         QCOMPARE(second.row(), 0);
         QVERIFY(model.rows() == rowsOf(R"([{"name":"b"},{"name":"c"}])"));
-    }
-
-    void tenThousandRowsAreAllThere()
-    {
-        std::vector<Json> rows(10'000, {{"name", "agent"}});
-        rows.back()["count"] = 9'999;
-        JsonRowModel model(nameAndCount());
-        model.setRows(rows);
-        QCOMPARE(model.rowCount(), 10'000);
-        QCOMPARE(model.index(9'999, 1).data().toString(), QStringLiteral("9999"));
     }
 };
 

@@ -1,5 +1,6 @@
 #include "ui/JsonTable.h"
 
+#include "support/CaseTable.h"
 #include "support/Slowness.h"
 #include "support/Warnings.h"
 
@@ -14,11 +15,13 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 std::vector<JsonColumn> columns()
 {
-    return {{"id", QStringLiteral("ID"), 150}, {"name", QStringLiteral("Name"), 180}, {"note", {}, 500}};
+    return {{"id", u"ID"_s, 150}, {"name", u"Name"_s, 180}, {"note", {}, 500}};
 }
 
 Json agent(const std::string& ecosystem, int id, const std::string& name = "name")
@@ -54,6 +57,25 @@ public:
     JsonTable table;
 };
 
+/// A table between two fields, to which the keyboard may go.
+struct Neighbours
+{
+    Neighbours()
+    {
+        auto* column = new QVBoxLayout(&window);
+        for (QWidget* widget : std::initializer_list<QWidget*>{before, table, after})
+            column->addWidget(widget);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        before->setFocus();
+    }
+
+    QWidget window;
+    QLineEdit* before = new QLineEdit;
+    JsonTable* table = new JsonTable(columns(), {"id"});
+    QLineEdit* after = new QLineEdit;
+};
+
 } // namespace
 
 /// The table of JSON rows as a person sees and drives it.
@@ -64,18 +86,28 @@ class TestJsonTable final : public QObject
 private slots:
     void init() { failOnUnexpectedWarning(); }
 
-    void columnsStartAtTheirWidthsAndCanBeResized()
+    void columnsStartAtTheirWidthsAndStay()
     {
         Table shown;
-        QCOMPARE(shown.table.columnWidth(0), 150);
-        QCOMPARE(shown.table.columnWidth(1), 180);
-        QCOMPARE(shown.table.columnWidth(2), 500);
         QCOMPARE(shown.table.horizontalHeader()->sectionResizeMode(1), QHeaderView::Interactive);
+        shown.table.setRows(agents(3));
+        QCOMPARE(shown.table.columnWidth(1), 180);
+        shown.table.setColumnWidth(1, 77);
+        shown.table.setRows(agents(4));
+        shown.table.setRows({});
+        QCOMPARE(shown.table.columnWidth(0), 150);
+        QCOMPARE(shown.table.columnWidth(1), 77);
+        QCOMPARE(shown.table.columnWidth(2), 500);
     }
 
-    void rowsAlternateUnderTheHeaderWithoutNumbers()
+    void rowsAreOneLineHighAndAlternateUnderTheHeader()
     {
         Table shown;
+        shown.table.setRows({agent("codex", 1), agent("codex", 2, "one\ntwo\nthree")});
+        QCOMPARE(shown.table.rowHeight(0), shown.table.fontMetrics().height() + 8);
+        QCOMPARE(shown.table.rowHeight(1), shown.table.rowHeight(0));
+        QVERIFY(!shown.table.wordWrap());
+        QCOMPARE(shown.table.textElideMode(), Qt::ElideRight);
         QVERIFY(shown.table.alternatingRowColors());
         QVERIFY(!shown.table.showGrid());
         QVERIFY(!shown.table.horizontalHeader()->highlightSections());
@@ -83,17 +115,12 @@ private slots:
         QVERIFY(!shown.table.verticalHeader()->isVisible());
     }
 
-    void aRowLeavesRoomAroundItsLine()
-    {
-        Table shown;
-        shown.table.setRows(agents(1));
-        QCOMPARE(shown.table.rowHeight(0), shown.table.fontMetrics().height() + 8);
-    }
-
     void aClickSelectsTheWholeRowAndNoSecondOne()
     {
         Table shown;
+        QCOMPARE(shown.table.selectedRow(), std::nullopt);
         shown.table.setRows(agents(3));
+        QCOMPARE(shown.table.selectedRow(), std::nullopt);
         const auto click = [&shown](int row, Qt::KeyboardModifier modifier) {
             const QRect cell = shown.table.visualRect(shown.table.model()->index(row, 0));
             QTest::mouseClick(shown.table.viewport(), Qt::LeftButton, modifier, cell.center());
@@ -103,14 +130,6 @@ private slots:
         click(2, Qt::ShiftModifier);
         QCOMPARE(shown.table.selectionModel()->selectedRows().size(), 1);
         QCOMPARE(shown.table.selectedRow(), std::optional(agent("codex", 2)));
-    }
-
-    void nothingIsSelectedAtFirst()
-    {
-        Table shown;
-        QCOMPARE(shown.table.selectedRow(), std::nullopt);
-        shown.table.setRows(agents(2));
-        QCOMPARE(shown.table.selectedRow(), std::nullopt);
     }
 
     void aCellCannotBeEdited()
@@ -123,40 +142,19 @@ private slots:
         QVERIFY(!shown.table.findChild<QLineEdit*>());
     }
 
-    void tabLeavesTheTable()
+    void theFirstArrowKeySelectsTheFirstRowAndTabLeaves()
     {
-        QWidget window;
-        auto* table = new JsonTable(columns(), {"id"}, &window);
-        auto* next = new QLineEdit(&window);
-        auto* column = new QVBoxLayout(&window);
-        column->addWidget(table);
-        column->addWidget(next);
-        table->setRows(agents(2));
-        window.show();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
-        table->setFocus();
-        QTest::keyClick(table, Qt::Key_Tab);
-        QVERIFY(next->hasFocus());
-    }
-
-    void theFirstArrowKeySelectsTheFirstRow()
-    {
-        QWidget window;
-        auto* before = new QLineEdit(&window);
-        auto* table = new JsonTable(columns(), {"id"}, &window);
-        auto* column = new QVBoxLayout(&window);
-        column->addWidget(before);
-        column->addWidget(table);
-        table->setRows(agents(3));
-        window.show();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
-        QTest::keyClick(before, Qt::Key_Tab);
-        QVERIFY(table->hasFocus());
-        QVERIFY(!table->currentIndex().isValid());
-        QTest::keyClick(table, Qt::Key_Down);
-        QCOMPARE(table->selectedRow(), std::optional(agent("codex", 0)));
-        QTest::keyClick(table, Qt::Key_Down);
-        QCOMPARE(table->selectedRow(), std::optional(agent("codex", 1)));
+        const Neighbours shown;
+        shown.table->setRows(agents(3));
+        QTest::keyClick(shown.before, Qt::Key_Tab);
+        QVERIFY(shown.table->hasFocus());
+        QVERIFY(!shown.table->currentIndex().isValid());
+        for (const int row : {0, 1}) {
+            QTest::keyClick(shown.table, Qt::Key_Down);
+            QCOMPARE(shown.table->selectedRow(), std::optional(agent("codex", row)));
+        }
+        QTest::keyClick(shown.table, Qt::Key_Tab);
+        QVERIFY(shown.after->hasFocus());
     }
 
     void aSelectionIsToldOnceItIsMade()
@@ -178,41 +176,22 @@ private slots:
         shown.table.setRows(agents(3, 1)); // the row is in another place
         shown.table.setRows(agents(3, 1));
         shown.table.setRows(agents(3, 7)); // and now it is gone
-        QCOMPARE(told.join(u' '), QStringLiteral("2 1 -1"));
+        QCOMPARE(told.join(u' '), u"2 1 -1"_s);
     }
 
     void showsThatItHasTheKeyboardWithoutARowToo()
     {
-        QWidget window;
-        auto* before = new QLineEdit(&window);
-        auto* table = new JsonTable(columns(), {"id"}, &window);
-        auto* column = new QVBoxLayout(&window);
-        column->addWidget(before);
-        column->addWidget(table);
-        window.show();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
-        const auto lowerEdge = [table] {
-            const QRect edge(0, table->viewport()->height() - 5, table->viewport()->width(), 5);
-            return table->viewport()->grab(edge).toImage();
+        const Neighbours shown;
+        const auto lowerEdge = [view = shown.table->viewport()] {
+            return view->grab({0, view->height() - 5, view->width(), 5}).toImage();
         };
-        before->setFocus();
         const QImage usual = lowerEdge();
-        QTest::keyClick(before, Qt::Key_Tab);
-        QVERIFY(table->hasFocus());
+        QTest::keyClick(shown.before, Qt::Key_Tab);
+        QVERIFY(shown.table->hasFocus());
         QVERIFY(lowerEdge() != usual);
-        table->setRows(agents(1));
-        table->setCurrentIndex(table->model()->index(0, 0)); // which has a frame of its own
+        shown.table->setRows(agents(1));
+        shown.table->setCurrentIndex(shown.table->model()->index(0, 0)); // which has a frame of its own
         QCOMPARE(lowerEdge(), usual);
-    }
-
-    void rowsAreAllOneLineHigh()
-    {
-        Table shown;
-        shown.table.setRows({agent("codex", 1), agent("codex", 2, "one\ntwo\nthree")});
-        QCOMPARE(shown.table.rowHeight(1), shown.table.rowHeight(0));
-        QVERIFY(shown.table.rowHeight(1) < 2 * shown.table.fontMetrics().lineSpacing());
-        QVERIFY(!shown.table.wordWrap());
-        QCOMPARE(shown.table.textElideMode(), Qt::ElideRight);
     }
 
     void aMegabyteCellPaintsAtOnce()
@@ -238,41 +217,29 @@ private slots:
                  qPrintable(QString::number(elapsed))); // laid out in full it is seconds
     }
 
-    void theSelectedRowStaysSelected_data()
-    {
-        QTest::addColumn<int>("selected");
-        QTest::addColumn<QByteArray>("after");
-        QTest::addColumn<int>("expected");
-
-        QTest::newRow("when its other values change")
-            << 1 << QByteArray(R"([{"ecosystem":"codex","id":0},{"ecosystem":"codex","id":1,"name":"new"}])") << 1;
-        QTest::newRow("when rows come before it")
-            << 0 << QByteArray(R"([{"ecosystem":"codex","id":7},{"ecosystem":"codex","id":0}])") << 1;
-        QTest::newRow("when rows before it go") << 2 << QByteArray(R"([{"ecosystem":"codex","id":2}])") << 0;
-        QTest::newRow("but not as one of another ecosystem")
-            << 1 << QByteArray(R"([{"ecosystem":"kimi","id":0},{"ecosystem":"kimi","id":1}])") << -1;
-        QTest::newRow("but not when it is gone")
-            << 1 << QByteArray(R"([{"ecosystem":"codex","id":0},{"ecosystem":"codex","id":2}])") << -1;
-        QTest::newRow("but not as one that lacks its identity")
-            << 1 << QByteArray(R"([{"id":1},{"ecosystem":"codex"}])") << -1;
-        QTest::newRow("as itself, when two of one identity change places")
-            << 1
-            << QByteArray(R"([{"ecosystem":"codex","id":1,"name":"name"},{"ecosystem":"codex","id":1,"name":"other"}])")
-            << 0;
-        QTest::newRow("but not in an empty table") << 1 << QByteArray("[]") << -1;
-    }
-
     void theSelectedRowStaysSelected()
     {
-        QFETCH(int, selected);
-        QFETCH(QByteArray, after);
-        QFETCH(int, expected);
-        Table shown;
-        shown.table.setRows(agents(3));
-        shown.select(selected);
-        shown.table.setRows(Json::parse(after.toStdString()));
-        QCOMPARE(shown.selected(), expected);
-        QCOMPARE(shown.table.selectedRow().has_value(), expected >= 0);
+        const CaseTable<int, QByteArray, int> cases{
+            {"when its other values change", 1,
+             R"([{"ecosystem":"codex","id":0},{"ecosystem":"codex","id":1,"name":"new"}])", 1},
+            {"when rows come before it", 0, R"([{"ecosystem":"codex","id":7},{"ecosystem":"codex","id":0}])", 1},
+            {"when rows before it go", 2, R"([{"ecosystem":"codex","id":2}])", 0},
+            {"but not as one of another ecosystem", 1, R"([{"ecosystem":"kimi","id":0},{"ecosystem":"kimi","id":1}])",
+             -1},
+            {"but not when it is gone", 1, R"([{"ecosystem":"codex","id":0},{"ecosystem":"codex","id":2}])", -1},
+            {"but not as one that lacks its identity", 1, R"([{"id":1},{"ecosystem":"codex"}])", -1},
+            {"as itself, when two of one identity change places", 1,
+             R"([{"ecosystem":"codex","id":1,"name":"name"},{"ecosystem":"codex","id":1,"name":"other"}])", 0},
+            {"but not in an empty table", 1, "[]", -1},
+        };
+        for (const auto& [selected, after, expected] : cases) {
+            Table shown;
+            shown.table.setRows(agents(3));
+            shown.select(selected);
+            shown.table.setRows(Json::parse(after.toStdString()));
+            QCOMPARE(shown.selected(), expected);
+            QCOMPARE(shown.table.selectedRow().has_value(), expected >= 0);
+        }
     }
 
     void theColumnOfTheKeyboardStays()
@@ -315,17 +282,6 @@ private slots:
         QCOMPARE(shown.table.horizontalScrollBar()->value(), 400);
     }
 
-    void theColumnWidthsStay()
-    {
-        Table shown;
-        shown.table.setRows(agents(3));
-        shown.table.setColumnWidth(1, 77);
-        shown.table.setRows(agents(4));
-        shown.table.setRows({});
-        QCOMPARE(shown.table.columnWidth(0), 150);
-        QCOMPARE(shown.table.columnWidth(1), 77);
-    }
-
     void equalRowsPaintNothing()
     {
         class PaintCounter final : public QObject
@@ -356,24 +312,15 @@ private slots:
     void anElidedCellTellsItsTextInAToolTip()
     {
         Table shown;
-        shown.table.setRows({agent("codex", 1, "<b>bold</b> " + std::string(100, 'w'))});
-        const QPoint cell = shown.table.visualRect(shown.table.model()->index(0, 1)).center();
-        QHelpEvent event(QEvent::ToolTip, cell, shown.table.viewport()->mapToGlobal(cell));
-        QCoreApplication::sendEvent(shown.table.viewport(), &event);
-        QVERIFY(QToolTip::isVisible());
-        QVERIFY(QToolTip::text().contains(QStringLiteral("&lt;b&gt;bold&lt;/b&gt;"))); // shown as it stands
-        QToolTip::hideText();
-        QTRY_VERIFY(!QToolTip::isVisible());
-    }
-
-    void aCellThatFitsHasNoToolTip()
-    {
-        Table shown;
-        shown.table.setRows({agent("codex", 1, "short")});
-        const QPoint cell = shown.table.visualRect(shown.table.model()->index(0, 1)).center();
-        QHelpEvent event(QEvent::ToolTip, cell, shown.table.viewport()->mapToGlobal(cell));
-        QCoreApplication::sendEvent(shown.table.viewport(), &event);
-        QVERIFY(!QToolTip::isVisible());
+        const auto toolTipOfRow = [&shown](int row) {
+            const QPoint cell = shown.table.visualRect(shown.table.model()->index(row, 1)).center();
+            QHelpEvent event(QEvent::ToolTip, cell, shown.table.viewport()->mapToGlobal(cell));
+            QCoreApplication::sendEvent(shown.table.viewport(), &event);
+            return QToolTip::isVisible() ? QToolTip::text() : QString();
+        };
+        shown.table.setRows({agent("codex", 1, "short"), agent("codex", 2, "<b>bold</b> " + std::string(100, 'w'))});
+        QCOMPARE(toolTipOfRow(0), QString());
+        QVERIFY(toolTipOfRow(1).contains(u"&lt;b&gt;bold&lt;/b&gt;"_s)); // shown as it stands
     }
 };
 

@@ -1,5 +1,6 @@
 #include "ui/TextRanges.h"
 
+#include "support/CaseTable.h"
 #include "support/Warnings.h"
 
 #include <QStringList>
@@ -29,26 +30,21 @@ class TestTextRanges final : public QObject
 private slots:
     void init() { failOnUnexpectedWarning(); }
 
-    void paragraphs_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QStringList>("paragraphs");
-
-        QTest::newRow("an empty text is one empty paragraph") << QString() << QStringList{{}};
-        QTest::newRow("a line feed breaks") << u"a\nb"_s << QStringList{u"a"_s, u"b"_s};
-        QTest::newRow("a carriage return breaks") << u"a\rb"_s << QStringList{u"a"_s, u"b"_s};
-        QTest::newRow("both together break once") << u"a\r\nb"_s << QStringList{u"a"_s, u"b"_s};
-        QTest::newRow("the other way round they break twice") << u"a\n\rb"_s << QStringList{u"a"_s, {}, u"b"_s};
-        QTest::newRow("a line separator breaks") << u"a\u2028b"_s << QStringList{u"a"_s, u"b"_s};
-        QTest::newRow("a paragraph separator breaks") << u"a\u2029b"_s << QStringList{u"a"_s, u"b"_s};
-        QTest::newRow("an empty line is a paragraph") << u"a\n\nb"_s << QStringList{u"a"_s, {}, u"b"_s};
-        QTest::newRow("a break at the end begins one more") << u"a\n"_s << QStringList{u"a"_s, {}};
-    }
-
     void paragraphs()
     {
-        QFETCH(QString, text);
-        QTEST(textsOf(text, paragraphsOf(text)), "paragraphs");
+        const CaseTable<QString, QStringList> cases{
+            {"an empty text is one empty paragraph", {}, {{}}},
+            {"a line feed breaks", u"a\nb"_s, {u"a"_s, u"b"_s}},
+            {"a carriage return breaks", u"a\rb"_s, {u"a"_s, u"b"_s}},
+            {"both together break once", u"a\r\nb"_s, {u"a"_s, u"b"_s}},
+            {"the other way round they break twice", u"a\n\rb"_s, {u"a"_s, {}, u"b"_s}},
+            {"a line separator breaks", u"a\u2028b"_s, {u"a"_s, u"b"_s}},
+            {"a paragraph separator breaks", u"a\u2029b"_s, {u"a"_s, u"b"_s}},
+            {"an empty line is a paragraph", u"a\n\nb"_s, {u"a"_s, {}, u"b"_s}},
+            {"a break at the end begins one more", u"a\n"_s, {u"a"_s, {}}},
+        };
+        for (const auto& [text, paragraphs] : cases)
+            QCOMPARE(textsOf(text, paragraphsOf(text)), paragraphs);
     }
 
     void nothingIsReadPastTheEnd()
@@ -57,96 +53,77 @@ private slots:
         QCOMPARE(paragraphsOf(half), (std::vector<TextRange>{{0, 1}, {2, 0}}));
     }
 
-    void paragraphAtPosition_data()
-    {
-        QTest::addColumn<int>("position");
-        QTest::addColumn<QString>("paragraph");
-
-        QTest::newRow("at its start") << 0 << u"one"_s;
-        QTest::newRow("inside it") << 1 << u"one"_s;
-        QTest::newRow("at its end, before the break") << 3 << u"one"_s;
-        QTest::newRow("after the break") << 5 << u"zwei drei"_s;
-        QTest::newRow("at the end of the text") << 14 << u"zwei drei"_s;
-    }
-
     void paragraphAtPosition()
     {
-        QFETCH(int, position);
-        const QString text = u"one\r\nzwei drei"_s;
-        const TextRange range = paragraphAt(text, position);
-        QTEST(text.sliced(range.start, range.length), "paragraph");
-    }
-
-    void words_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("position");
-        QTest::addColumn<QString>("word");
-
-        const QString text = u"Hello, wide world\nnext"_s;
-        QTest::newRow("at its first letter") << text << 7 << u"wide"_s;
-        QTest::newRow("inside") << text << 9 << u"wide"_s;
-        QTest::newRow("after its last letter is what follows") << text << 11 << u" "_s;
-        QTest::newRow("a comma is a word of its own") << text << 5 << u","_s;
-        QTest::newRow("the end of a paragraph belongs to its last word") << text << 17 << u"world"_s;
-        QTest::newRow("the start of the next does not") << text << 18 << u"next"_s;
-        QTest::newRow("the end of the text belongs to its last word") << text << 22 << u"next"_s;
-        QTest::newRow("an apostrophe is part of a word") << u"don't"_s << 1 << u"don't"_s;
-        QTest::newRow("an ideograph is a word") << u"你好吗"_s << 1 << u"好"_s;
-        QTest::newRow("an emoji family is one") << family + u" x"_s << 3 << family;
-        const QString endless = u"x"_s.repeated(2000);
-        QTest::newRow("of an endless one 512 letters either way") << endless << 1000 << u"x"_s.repeated(1024);
-        QTest::newRow("an empty text has an empty one") << QString() << 0 << QString();
-        QTest::newRow("an empty line has an empty one") << u"a\n\nb"_s << 2 << QString();
+        const CaseTable<int, QString> cases{
+            {"at its start", 0, u"one"_s},
+            {"inside it", 1, u"one"_s},
+            {"at its end, before the break", 3, u"one"_s},
+            {"after the break", 5, u"zwei drei"_s},
+            {"at the end of the text", 14, u"zwei drei"_s},
+        };
+        for (const auto& [position, paragraph] : cases) {
+            const QString text = u"one\r\nzwei drei"_s;
+            const TextRange range = paragraphAt(text, position);
+            QCOMPARE(text.sliced(range.start, range.length), paragraph);
+        }
     }
 
     void words()
     {
-        QFETCH(QString, text);
-        QFETCH(int, position);
-        const TextRange range = wordAt(text, position);
-        QTEST(text.sliced(range.start, range.length), "word");
-    }
-
-    void steps_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("from");
-        QTest::addColumn<TextStep>("step");
-        QTest::addColumn<int>("to");
-
-        const int familyEnd = static_cast<int>(family.size());
-        using enum TextStep;
-        QTest::newRow("one letter on") << u"abc"_s << 1 << NextCharacter << 2;
-        QTest::newRow("one letter back") << u"abc"_s << 1 << PreviousCharacter << 0;
-        QTest::newRow("not past the end") << u"abc"_s << 3 << NextCharacter << 3;
-        QTest::newRow("not before the start") << u"abc"_s << 0 << PreviousCharacter << 0;
-        QTest::newRow("an emoji family is one character") << family << 0 << NextCharacter << familyEnd;
-        QTest::newRow("and one backwards") << family << familyEnd << PreviousCharacter << 0;
-        QTest::newRow("a letter with its accent is one") << u"e\u0301a"_s << 0 << NextCharacter << 2;
-        QTest::newRow("over a line feed") << u"a\nb"_s << 1 << NextCharacter << 2;
-        QTest::newRow("back over a line feed") << u"a\nb"_s << 2 << PreviousCharacter << 1;
-        QTest::newRow("over a pair in one step") << u"a\r\nb"_s << 1 << NextCharacter << 3;
-        QTest::newRow("back over a pair in one step") << u"a\r\nb"_s << 3 << PreviousCharacter << 1;
-        QTest::newRow("back over a pair that begins the text") << u"\r\nb"_s << 2 << PreviousCharacter << 0;
-        QTest::newRow("back over a line feed that begins the text") << u"\nb"_s << 1 << PreviousCharacter << 0;
-        QTest::newRow("to the end of this word") << u"one two"_s << 1 << NextWord << 3;
-        QTest::newRow("to the end of the next word") << u"one two"_s << 3 << NextWord << 7;
-        QTest::newRow("to the start of this word") << u"one two"_s << 6 << PreviousWord << 4;
-        QTest::newRow("to the start of the previous word") << u"one two"_s << 4 << PreviousWord << 0;
-        QTest::newRow("over the blanks that end a paragraph") << u"one  "_s << 3 << NextWord << 5;
-        QTest::newRow("words end at their paragraph") << u"one\ntwo"_s << 3 << NextWord << 4;
-        QTest::newRow("no word after the last") << u"one"_s << 3 << NextWord << 3;
-        QTest::newRow("no word before the first") << u"one"_s << 0 << PreviousWord << 0;
-        QTest::newRow("nowhere to go in an empty text") << QString() << 0 << NextWord << 0;
+        const QString sentence = u"Hello, wide world\nnext"_s;
+        const QString endless = u"x"_s.repeated(2000);
+        const CaseTable<QString, int, QString> cases{
+            {"at its first letter", sentence, 7, u"wide"_s},
+            {"inside", sentence, 9, u"wide"_s},
+            {"after its last letter is what follows", sentence, 11, u" "_s},
+            {"a comma is a word of its own", sentence, 5, u","_s},
+            {"the end of a paragraph belongs to its last word", sentence, 17, u"world"_s},
+            {"the start of the next does not", sentence, 18, u"next"_s},
+            {"the end of the text belongs to its last word", sentence, 22, u"next"_s},
+            {"an apostrophe is part of a word", u"don't"_s, 1, u"don't"_s},
+            {"an ideograph is a word", u"你好吗"_s, 1, u"好"_s},
+            {"an emoji family is one", family + u" x"_s, 3, family},
+            {"of an endless one 512 letters either way", endless, 1000, u"x"_s.repeated(1024)},
+            {"an empty text has an empty one", {}, 0, {}},
+            {"an empty line has an empty one", u"a\n\nb"_s, 2, {}},
+        };
+        for (const auto& [text, position, word] : cases) {
+            const TextRange range = wordAt(text, position);
+            QCOMPARE(text.sliced(range.start, range.length), word);
+        }
     }
 
     void steps()
     {
-        QFETCH(QString, text);
-        QFETCH(int, from);
-        QFETCH(TextStep, step);
-        QTEST(static_cast<int>(stepFrom(text, from, step)), "to");
+        const int familyEnd = static_cast<int>(family.size());
+        using enum TextStep;
+        const CaseTable<QString, int, TextStep, int> cases{
+            {"one letter on", u"abc"_s, 1, NextCharacter, 2},
+            {"one letter back", u"abc"_s, 1, PreviousCharacter, 0},
+            {"not past the end", u"abc"_s, 3, NextCharacter, 3},
+            {"not before the start", u"abc"_s, 0, PreviousCharacter, 0},
+            {"an emoji family is one character", family, 0, NextCharacter, familyEnd},
+            {"and one backwards", family, familyEnd, PreviousCharacter, 0},
+            {"a letter with its accent is one", u"e\u0301a"_s, 0, NextCharacter, 2},
+            {"over a line feed", u"a\nb"_s, 1, NextCharacter, 2},
+            {"back over a line feed", u"a\nb"_s, 2, PreviousCharacter, 1},
+            {"over a pair in one step", u"a\r\nb"_s, 1, NextCharacter, 3},
+            {"back over a pair in one step", u"a\r\nb"_s, 3, PreviousCharacter, 1},
+            {"back over a pair that begins the text", u"\r\nb"_s, 2, PreviousCharacter, 0},
+            {"back over a line feed that begins the text", u"\nb"_s, 1, PreviousCharacter, 0},
+            {"to the end of this word", u"one two"_s, 1, NextWord, 3},
+            {"to the end of the next word", u"one two"_s, 3, NextWord, 7},
+            {"to the start of this word", u"one two"_s, 6, PreviousWord, 4},
+            {"to the start of the previous word", u"one two"_s, 4, PreviousWord, 0},
+            {"over the blanks that end a paragraph", u"one  "_s, 3, NextWord, 5},
+            {"words end at their paragraph", u"one\ntwo"_s, 3, NextWord, 4},
+            {"no word after the last", u"one"_s, 3, NextWord, 3},
+            {"no word before the first", u"one"_s, 0, PreviousWord, 0},
+            {"nowhere to go in an empty text", {}, 0, NextWord, 0},
+        };
+        for (const auto& [text, from, step, to] : cases)
+            QCOMPARE(static_cast<int>(stepFrom(text, from, step)), to);
     }
 
     void shortTextIsOneChunk()
@@ -178,12 +155,6 @@ private slots:
             QVERIFY2(chunk.length <= 5000, qPrintable(QString::number(chunk.length)));
         QCOMPARE(chunksOf(u"x"_s.repeated(4095) + u"\ny"_s), (std::vector<TextRange>{{0, 4097}}));
         QCOMPARE(chunksOf(u"x"_s.repeated(4096) + u"\ny"_s), (std::vector<TextRange>{{0, 4096}, {4097, 1}}));
-    }
-
-    void aWordOfTenThousandLettersStaysWhole()
-    {
-        const QString text = u"x"_s.repeated(10'000);
-        QCOMPARE(chunksOf(text), (std::vector<TextRange>{{0, 10'000}}));
     }
 
     void aGiantParagraphIsCutAfterABlank()
@@ -233,7 +204,6 @@ private slots:
     {
         const QString text = u"e"_s + u"\u0301"_s.repeated(100'000);
         const std::vector<TextRange> chunks = chunksOf(text);
-
         QCOMPARE(textsOf(text, chunks).join(QString()), text);
         QVERIFY(chunks.size() >= 2);
     }

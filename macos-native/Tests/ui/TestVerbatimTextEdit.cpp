@@ -1,6 +1,6 @@
 #include "ui/VerbatimTextEdit.h"
 
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/Warnings.h"
 
 #include <QClipboard>
@@ -37,37 +37,35 @@ class TestVerbatimTextEdit final : public QObject
 private slots:
     void init() { failOnUnexpectedWarning(); }
 
-    void whatIsNotEditedComesBack_data()
-    {
-        const Cases<QString> add("text");
-        add("nothing", {});
-        add("a final line feed", u"{}\n"_s);
-        add("no final line feed", u"{}"_s);
-        add("only line feeds", u"\n\n\n"_s);
-        add("lines that end in carriage return and line feed", u"{\r\n}\r\n"_s);
-        add("lines that end in carriage return", u"{\r}\r"_s);
-        add("mixed line endings", u"a\r\nb\nc\rd\r\n\r\re\n\r"_s);
-        add("as many endings of one kind as of the other", u"a\r\nb\nc\r\nd\n"_s);
-        add("a byte-order mark", u"\ufeff{}\n"_s);
-        add("nothing but a byte-order mark", u"\ufeff"_s);
-        add("two byte-order marks", u"\ufeff\ufeff{}"_s);
-        add("a byte-order mark inside", u"{\ufeff}"_s);
-        add("no-break spaces", u"a\u00a0b\u202fc\n"_s);
-        add("line and paragraph separators", u"a\u2028b\u2029c\nd\u2029"_s);
-        add("what a document takes for frames", u"a\ufdd0b\ufdd1\n\ufdd0"_s);
-        add("an object replacement character", u"a\ufffc\ufffd\n"_s);
-        add("control characters and a null", u"a\0b\u001b\t\f\v\u007f\n"_s);
-        add("Chinese, emoji and composed characters", u"{\"名\": \"👩‍💻e\u0301\"}\n"_s);
-        add("bidirectional marks", u"a\u202eb\u2066\n"_s);
-        add("JSON that is none", u"{,]\n"_s);
-    }
-
     void whatIsNotEditedComesBack()
     {
-        QFETCH(QString, text);
-        VerbatimTextEdit view;
-        view.setText(text);
-        QCOMPARE(view.text(), text);
+        const CaseTable<QString> cases{
+            {"nothing", {}},
+            {"a final line feed", u"{}\n"_s},
+            {"no final line feed", u"{}"_s},
+            {"only line feeds", u"\n\n\n"_s},
+            {"lines that end in carriage return and line feed", u"{\r\n}\r\n"_s},
+            {"lines that end in carriage return", u"{\r}\r"_s},
+            {"mixed line endings", u"a\r\nb\nc\rd\r\n\r\re\n\r"_s},
+            {"as many endings of one kind as of the other", u"a\r\nb\nc\r\nd\n"_s},
+            {"a byte-order mark", u"\ufeff{}\n"_s},
+            {"nothing but a byte-order mark", u"\ufeff"_s},
+            {"two byte-order marks", u"\ufeff\ufeff{}"_s},
+            {"a byte-order mark inside", u"{\ufeff}"_s},
+            {"no-break spaces", u"a\u00a0b\u202fc\n"_s},
+            {"line and paragraph separators", u"a\u2028b\u2029c\nd\u2029"_s},
+            {"what a document takes for frames", u"a\ufdd0b\ufdd1\n\ufdd0"_s},
+            {"an object replacement character", u"a\ufffc\ufffd\n"_s},
+            {"control characters and a null", u"a\0b\u001b\t\f\v\u007f\n"_s},
+            {"Chinese, emoji and composed characters", u"{\"名\": \"👩‍💻e\u0301\"}\n"_s},
+            {"bidirectional marks", u"a\u202eb\u2066\n"_s},
+            {"JSON that is none", u"{,]\n"_s},
+        };
+        for (const auto& [text] : cases) {
+            VerbatimTextEdit view;
+            view.setText(text);
+            QCOMPARE(view.text(), text);
+        }
     }
 
     void everyCharacterComesBack()
@@ -89,7 +87,7 @@ private slots:
         QCOMPARE(view.toPlainText(), u"{\n\"<b>名</b>\"\n}"_s);
     }
 
-    void aByteOrderMarkSurvivesAWholeNewText()
+    void aByteOrderMarkSurvivesAWholeNewTextAndNoOtherOne()
     {
         VerbatimTextEdit view;
         view.setText(u"\ufeffold\r\n"_s);
@@ -97,99 +95,76 @@ private slots:
         QTest::keyClicks(&view, u"new"_s);
         QTest::keyClick(&view, Qt::Key_Return);
         QCOMPARE(view.text(), u"\ufeffnew\r\n"_s);
-    }
-
-    void anotherTextForgetsTheOneBefore()
-    {
-        VerbatimTextEdit view;
-        view.setText(u"\ufeff1\r\n2\n3\r\n"_s);
-        view.setText(u"1\n2\r\n3\n"_s);
-        QCOMPARE(view.text(), u"1\n2\r\n3\n"_s);
-        view.setText(u"x\ny"_s);
-        QCOMPARE(view.text(), u"x\ny"_s);
-    }
-
-    void aTypedLineEndsAsTheLineItIsTypedIn_data()
-    {
-        const Cases<QString, int, QString> add("before", "position", "after");
-        add("in an empty text, with a line feed", {}, 0, u"\n"_s);
-        add("among lines with carriage returns", u"a\r\nb\r\n"_s, 3, u"a\r\nb\r\n\r\n"_s);
-        add("in the first line, as most do", u"ab\r\nc\r\nd\n"_s, 1, u"a\r\nb\r\nc\r\nd\n"_s);
-        add("in the first line of mixed ones, which keep theirs", u"ab\r\nc\nd\n"_s, 1, u"a\nb\r\nc\nd\n"_s);
-        add("after an unusual ending, as that", u"a\nb\nc\r\nde\nf\n"_s, 7, u"a\nb\nc\r\nd\r\ne\nf\n"_s);
+        for (const QString& text : {u"1\n2\r\n3\n"_s, u"x\ny"_s}) {
+            view.setText(text);
+            QCOMPARE(view.text(), text);
+        }
     }
 
     void aTypedLineEndsAsTheLineItIsTypedIn()
     {
-        QFETCH(QString, before);
-        QFETCH(int, position);
-        QFETCH(QString, after);
-        VerbatimTextEdit view;
-        view.setText(before);
-        press(view, position, {Qt::Key_Return});
-        QCOMPARE(view.text(), after);
-    }
-
-    void anEditLeavesOtherLinesAlone_data()
-    {
-        QTest::addColumn<int>("position");
-        QTest::addColumn<Keys>("keys");
-        QTest::addColumn<QString>("after");
-        const auto row = [](const char* name, int position, QKeyCombination key, const QString& after) {
-            QTest::newRow(name) << position << Keys{key} << after;
+        const CaseTable<QString, int, QString> cases{
+            {"in an empty text, with a line feed", {}, 0, u"\n"_s},
+            {"among lines with carriage returns", u"a\r\nb\r\n"_s, 3, u"a\r\nb\r\n\r\n"_s},
+            {"in the first line, as most do", u"ab\r\nc\r\nd\n"_s, 1, u"a\r\nb\r\nc\r\nd\n"_s},
+            {"in the first line of mixed ones, which keep theirs", u"ab\r\nc\nd\n"_s, 1, u"a\nb\r\nc\nd\n"_s},
+            {"after an unusual ending, as that", u"a\nb\nc\r\nde\nf\n"_s, 7, u"a\nb\nc\r\nd\r\ne\nf\n"_s},
         };
-        // The text is "a\r\nb\nc\rd\ne\n"; a line ending counts as one position.
-        row("typing at the start", 0, Qt::Key_X, u"xa\r\nb\nc\rd\ne\n"_s);
-        row("typing in the middle", 5, Qt::Key_X, u"a\r\nb\ncx\rd\ne\n"_s);
-        row("typing at the end", 10, Qt::Key_X, u"a\r\nb\nc\rd\ne\nx"_s);
-        row("joining the first two lines", 2, Qt::Key_Backspace, u"ab\nc\rd\ne\n"_s);
-        row("joining before an unusual ending", 4, Qt::Key_Backspace, u"a\r\nbc\rd\ne\n"_s);
-        row("joining at an unusual ending", 6, Qt::Key_Backspace, u"a\r\nb\ncd\ne\n"_s);
-        row("joining forwards", 3, Qt::Key_Delete, u"a\r\nbc\rd\ne\n"_s);
-        row("emptying a line", 5, Qt::Key_Backspace, u"a\r\nb\n\rd\ne\n"_s);
-        row("deleting the final line ending", 10, Qt::Key_Backspace, u"a\r\nb\nc\rd\ne"_s);
+        for (const auto& [before, position, after] : cases) {
+            VerbatimTextEdit view;
+            view.setText(before);
+            press(view, position, {Qt::Key_Return});
+            QCOMPARE(view.text(), after);
+        }
     }
 
     void anEditLeavesOtherLinesAlone()
     {
-        QFETCH(int, position);
-        QFETCH(Keys, keys);
-        QFETCH(QString, after);
-        VerbatimTextEdit view;
-        view.setText(u"a\r\nb\nc\rd\ne\n"_s);
-        press(view, position, keys);
-        QCOMPARE(view.text(), after);
-    }
-
-    void whatIsUndoneComesBack_data()
-    {
-        const Cases<int, Keys> add("position", "keys");
-
-        const QKeyCombination all(Qt::CTRL | Qt::Key_A);
-        add("typing", 3, Keys{Qt::Key_X});
-        add("a new line", 3, Keys{Qt::Key_Return});
-        add("joined lines", 2, Keys{Qt::Key_Backspace});
-        add("a line ending after an empty line", 4, Keys{Qt::Key_Delete});
-        add("everything deleted", 0, Keys{all, Qt::Key_Delete});
-        add("everything replaced", 0, Keys{all, Qt::Key_X});
+        // A line ending counts as one position.
+        const CaseTable<int, QKeyCombination, QString> cases{
+            {"typing at the start", 0, Qt::Key_X, u"xa\r\nb\nc\rd\ne\n"_s},
+            {"typing in the middle", 5, Qt::Key_X, u"a\r\nb\ncx\rd\ne\n"_s},
+            {"typing at the end", 10, Qt::Key_X, u"a\r\nb\nc\rd\ne\nx"_s},
+            {"joining the first two lines", 2, Qt::Key_Backspace, u"ab\nc\rd\ne\n"_s},
+            {"joining before an unusual ending", 4, Qt::Key_Backspace, u"a\r\nbc\rd\ne\n"_s},
+            {"joining at an unusual ending", 6, Qt::Key_Backspace, u"a\r\nb\ncd\ne\n"_s},
+            {"joining forwards", 3, Qt::Key_Delete, u"a\r\nbc\rd\ne\n"_s},
+            {"emptying a line", 5, Qt::Key_Backspace, u"a\r\nb\n\rd\ne\n"_s},
+            {"deleting the final line ending", 10, Qt::Key_Backspace, u"a\r\nb\nc\rd\ne"_s},
+        };
+        for (const auto& [position, key, after] : cases) {
+            VerbatimTextEdit view;
+            view.setText(u"a\r\nb\nc\rd\ne\n"_s);
+            press(view, position, {key});
+            QCOMPARE(view.text(), after);
+        }
     }
 
     void whatIsUndoneComesBack()
     {
-        QFETCH(int, position);
-        QFETCH(Keys, keys);
-        const QString text = u"a\r\nb\n\r\nc\rd\u2029e\n\n"_s;
-        VerbatimTextEdit view;
-        view.setText(text);
-        press(view, position, keys);
-        const QString edited = view.text();
-        QVERIFY(edited != text);
-        while (view.document()->isUndoAvailable())
-            view.undo();
-        QCOMPARE(view.text(), text);
-        while (view.document()->isRedoAvailable())
-            view.redo();
-        QCOMPARE(view.text(), edited);
+        const QKeyCombination all(Qt::CTRL | Qt::Key_A);
+        const CaseTable<int, Keys> cases{
+            {"typing", 3, {Qt::Key_X}},
+            {"a new line", 3, {Qt::Key_Return}},
+            {"joined lines", 2, {Qt::Key_Backspace}},
+            {"a line ending after an empty line", 4, {Qt::Key_Delete}},
+            {"everything deleted", 0, {all, Qt::Key_Delete}},
+            {"everything replaced", 0, {all, Qt::Key_X}},
+        };
+        for (const auto& [position, keys] : cases) {
+            const QString text = u"a\r\nb\n\r\nc\rd\u2029e\n\n"_s;
+            VerbatimTextEdit view;
+            view.setText(text);
+            press(view, position, keys);
+            const QString edited = view.text();
+            QVERIFY(edited != text);
+            while (view.document()->isUndoAvailable())
+                view.undo();
+            QCOMPARE(view.text(), text);
+            while (view.document()->isRedoAvailable())
+                view.redo();
+            QCOMPARE(view.text(), edited);
+        }
     }
 
     void aLoadedTextCannotBeUndone()

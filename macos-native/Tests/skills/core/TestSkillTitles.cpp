@@ -1,6 +1,7 @@
 #include "skills/core/NewsSource.h"
 #include "skills/core/SkillTexts.h"
 
+#include "support/CaseTable.h"
 #include "support/Warnings.h"
 
 #include <QTest>
@@ -23,50 +24,38 @@ class TestSkillTitles final : public QObject
 private slots:
     void init() { failOnUnexpectedWarning(); }
 
-    void titles_data()
-    {
-        QTest::addColumn<Title>("titleOf");
-        QTest::addColumn<QByteArray>("row");
-        QTest::addColumn<QString>("title");
-        const auto add = [](const char* behaviour, Title titleOf, const char* row, const char* title) {
-            QTest::newRow(behaviour) << titleOf << QByteArray(row) << QString::fromUtf8(title);
-        };
-        add("an agent's name and id", localAgentTitle, "{\"id\":\"a\",\"name\":\"Main 主\"}", "Main 主 (a)");
-        add("an agent without a name shows its id twice", localAgentTitle, R"({"id":"a"})", "a (a)");
-        add("an agent's empty name is one", localAgentTitle, R"({"id":"a","name":""})", " (a)");
-        add("an agent with nothing", localAgentTitle, "{}", " ()");
-        add("an agent of other types", localAgentTitle, R"({"id":7,"name":true})", "1 (7)");
-
-        add("a cloud skill's name alone", cloudSkillTitle, R"({"name":"n","key":"k","version":"","description":""})",
-            "n");
-        add("a cloud skill without a name", cloudSkillTitle, R"({"key":"k"})", "k");
-        add("a cloud skill's version", cloudSkillTitle, R"({"name":"n","version":"1.2"})", "n v1.2");
-        add("a cloud skill's description", cloudSkillTitle, R"({"name":"n","description":"d"})", "n - d");
-        add("a cloud skill with all", cloudSkillTitle, R"({"name":"n","version":2,"description":"d"})", "n v2 - d");
-        add("a cloud skill with nothing", cloudSkillTitle, "{}", "");
-        add("a cloud skill is called by its name", cloudSkillName, R"({"name":"n","key":"k"})", "n");
-        add("a cloud skill is called by its key", cloudSkillName, R"({"key":"k"})", "k");
-
-        add("an agent of Core", coreAgentTitle,
-            R"({"agentId":"main","id":"1","state":"online","status":"x","workspace":"/w"})", "main (online) - /w");
-        add("an agent of Core by its other names", coreAgentTitle, R"({"id":"1","status":"idle"})", "1 (idle) - ");
-        add("an agent of Core with nothing", coreAgentTitle, "{}", " () - ");
-        add("an agent of Core is called by its agent id", coreAgentName, R"({"agentId":"main","id":"1"})", "main");
-        add("an agent of Core is called by its id", coreAgentName, R"({"id":"1"})", "1");
-
-        add("a source", newsSourceTitle, R"({"bucket":"b","name":"n","type":"rss","id":"i","enabled":true})",
-            "[b] n (rss) id=i enabled=1");
-        add("a source that is off", newsSourceTitle, R"({"bucket":"b","enabled":false})", "[b]  () id= enabled=0");
-        add("a source without a bucket", newsSourceTitle, R"({"name":"n","type":"x","id":"i"})",
-            "[] n (x) id=i enabled=");
-    }
-
     void titles()
     {
-        QFETCH(Title, titleOf);
-        QFETCH(QByteArray, row);
-        QFETCH(QString, title);
-        QCOMPARE(titleOf(Json::parse(row.toStdString())), title);
+        const CaseTable<Title, const char*, const char*> cases{
+            {"an agent's name and id", localAgentTitle, "{\"id\":\"a\",\"name\":\"Main 主\"}", "Main 主 (a)"},
+            {"an agent without a name shows its id twice", localAgentTitle, R"({"id":"a"})", "a (a)"},
+            {"an agent's empty name is one", localAgentTitle, R"({"id":"a","name":""})", " (a)"},
+            {"an agent with nothing", localAgentTitle, "{}", " ()"},
+            {"an agent of other types", localAgentTitle, R"({"id":7,"name":true})", "1 (7)"},
+            {"a cloud skill's name alone", cloudSkillTitle, R"({"name":"n","key":"k","version":"","description":""})",
+             "n"},
+            {"a cloud skill without a name", cloudSkillTitle, R"({"key":"k"})", "k"},
+            {"a cloud skill's version", cloudSkillTitle, R"({"name":"n","version":"1.2"})", "n v1.2"},
+            {"a cloud skill's description", cloudSkillTitle, R"({"name":"n","description":"d"})", "n - d"},
+            {"a cloud skill with all", cloudSkillTitle, R"({"name":"n","version":2,"description":"d"})", "n v2 - d"},
+            {"a cloud skill with nothing", cloudSkillTitle, "{}", ""},
+            {"a cloud skill is called by its name", cloudSkillName, R"({"name":"n","key":"k"})", "n"},
+            {"a cloud skill is called by its key", cloudSkillName, R"({"key":"k"})", "k"},
+            {"an agent of Core", coreAgentTitle,
+             R"({"agentId":"main","id":"1","state":"online","status":"x","workspace":"/w"})", "main (online) - /w"},
+            {"an agent of Core by its other names", coreAgentTitle, R"({"id":"1","status":"idle"})", "1 (idle) - "},
+            {"an agent of Core with nothing", coreAgentTitle, "{}", " () - "},
+            {"an agent of Core is called by its agent id", coreAgentName, R"({"agentId":"main","id":"1"})", "main"},
+            {"an agent of Core is called by its id", coreAgentName, R"({"id":"1"})", "1"},
+            {"a source", newsSourceTitle, R"({"bucket":"b","name":"n","type":"rss","id":"i","enabled":true})",
+             "[b] n (rss) id=i enabled=1"},
+            {"a source that is off", newsSourceTitle, R"({"bucket":"b","enabled":false})", "[b]  () id= enabled=0"},
+            {"a source without a bucket", newsSourceTitle, R"({"name":"n","type":"x","id":"i"})",
+             "[] n (x) id=i enabled="},
+        };
+        for (const auto& [titleOf, row, title] : cases) {
+            QCOMPARE(titleOf(Json::parse(row)), QString::fromUtf8(title));
+        }
     }
 
     void agentsAreThoseOfTheEcosystemToTheLetter()

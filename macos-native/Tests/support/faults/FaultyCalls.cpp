@@ -195,12 +195,33 @@ __attribute__((constructor)) void armFromEnvironment()
 
 #define REAL(name) static const auto real = next<decltype(name)>(#name)
 
-/// Defines the function `name` that fails with -1, or calls the real one.
-#define FAILING(kind, name, parameters, specifier, arguments)                                                          \
-    int name parameters specifier                                                                                      \
+/// Defines the function `name` that fails with `failure`, or calls the real one.
+#define FAILING(kind, failure, Result, name, parameters, specifier, arguments)                                         \
+    Result name parameters specifier                                                                                   \
     {                                                                                                                  \
         REAL(name);                                                                                                    \
-        return fails(kind) ? -1 : real arguments;                                                                      \
+        return fails(kind) ? (failure) : real arguments;                                                               \
+    }
+
+/// Defines the function `name` that opens a file with `flags`, and reads the mode behind them where there is one.
+#define OPENING(name, parameters, ...)                                                                                 \
+    int name parameters                                                                                                \
+    {                                                                                                                  \
+        REAL(name);                                                                                                    \
+        va_list arguments;                                                                                             \
+        va_start(arguments, flags);                                                                                    \
+        const mode_t mode = modeIn(arguments, flags);                                                                  \
+        va_end(arguments);                                                                                             \
+        return failsToOpen(flags) ? -1 : real(__VA_ARGS__, flags, mode);                                               \
+    }
+
+/// Defines the function `name` that writes `size` bytes, or only a `portion` of them.
+#define WRITING(name, parameters, ...)                                                                                 \
+    ssize_t name parameters                                                                                            \
+    {                                                                                                                  \
+        REAL(name);                                                                                                    \
+        const std::optional<std::size_t> portion = portionOf(descriptor, size);                                        \
+        return portion ? real(__VA_ARGS__) : -1;                                                                       \
     }
 
 extern "C" {
@@ -222,69 +243,20 @@ int nelo_faults_disarm(const char* kind)
     return plan.count;
 }
 
-int open(const char* path, int flags, ...)
-{
-    REAL(open);
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = modeIn(arguments, flags);
-    va_end(arguments);
-    return failsToOpen(flags) ? -1 : real(path, flags, mode);
-}
+OPENING(open, (const char* path, int flags, ...), path)
+OPENING(open64, (const char* path, int flags, ...), path)
+OPENING(openat, (int folder, const char* path, int flags, ...), folder, path)
+OPENING(openat64, (int folder, const char* path, int flags, ...), folder, path)
+FAILING(Open, -1, int, creat, (const char* path, mode_t mode), , (path, mode))
+FAILING(Open, -1, int, creat64, (const char* path, mode_t mode), , (path, mode))
 
-int open64(const char* path, int flags, ...)
-{
-    REAL(open64);
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = modeIn(arguments, flags);
-    va_end(arguments);
-    return failsToOpen(flags) ? -1 : real(path, flags, mode);
-}
-
-int openat(int folder, const char* path, int flags, ...)
-{
-    REAL(openat);
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = modeIn(arguments, flags);
-    va_end(arguments);
-    return failsToOpen(flags) ? -1 : real(folder, path, flags, mode);
-}
-
-int openat64(int folder, const char* path, int flags, ...)
-{
-    REAL(openat64);
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = modeIn(arguments, flags);
-    va_end(arguments);
-    return failsToOpen(flags) ? -1 : real(folder, path, flags, mode);
-}
-
-FAILING(Open, creat, (const char* path, mode_t mode), , (path, mode))
-FAILING(Open, creat64, (const char* path, mode_t mode), , (path, mode))
-
-ssize_t write(int descriptor, const void* bytes, size_t size)
-{
-    REAL(write);
-    const std::optional<std::size_t> portion = portionOf(descriptor, size);
-    return portion ? real(descriptor, bytes, *portion) : -1;
-}
-
-ssize_t pwrite(int descriptor, const void* bytes, size_t size, off_t offset)
-{
-    REAL(pwrite);
-    const std::optional<std::size_t> portion = portionOf(descriptor, size);
-    return portion ? real(descriptor, bytes, *portion, offset) : -1;
-}
-
-ssize_t pwrite64(int descriptor, const void* bytes, size_t size, off64_t offset)
-{
-    REAL(pwrite64);
-    const std::optional<std::size_t> portion = portionOf(descriptor, size);
-    return portion ? real(descriptor, bytes, *portion, offset) : -1;
-}
+WRITING(write, (int descriptor, const void* bytes, size_t size), descriptor, bytes, *portion)
+WRITING(pwrite, (int descriptor, const void* bytes, size_t size, off_t offset), descriptor, bytes, *portion, offset)
+WRITING(pwrite64, (int descriptor, const void* bytes, size_t size, off64_t offset), descriptor, bytes, *portion, offset)
+WRITING(send, (int descriptor, const void* bytes, size_t size, int flags), descriptor, bytes, *portion, flags)
+WRITING(sendto,
+        (int descriptor, const void* bytes, size_t size, int flags, const struct sockaddr* address, socklen_t length),
+        descriptor, bytes, *portion, flags, address, length)
 
 ssize_t writev(int descriptor, const struct iovec* parts, int count)
 {
@@ -295,21 +267,6 @@ ssize_t writev(int descriptor, const struct iovec* parts, int count)
         return -1;
     const struct iovec prefix = shortened(parts, *portion);
     return *portion == size ? real(descriptor, parts, count) : real(descriptor, &prefix, 1);
-}
-
-ssize_t send(int descriptor, const void* bytes, size_t size, int flags)
-{
-    REAL(send);
-    const std::optional<std::size_t> portion = portionOf(descriptor, size);
-    return portion ? real(descriptor, bytes, *portion, flags) : -1;
-}
-
-ssize_t sendto(int descriptor, const void* bytes, size_t size, int flags, const struct sockaddr* address,
-               socklen_t length)
-{
-    REAL(sendto);
-    const std::optional<std::size_t> portion = portionOf(descriptor, size);
-    return portion ? real(descriptor, bytes, *portion, flags, address, length) : -1;
 }
 
 ssize_t sendmsg(int descriptor, const struct msghdr* message, int flags)
@@ -326,58 +283,39 @@ ssize_t sendmsg(int descriptor, const struct msghdr* message, int flags)
     return real(descriptor, *portion == size ? message : &shorter, flags);
 }
 
-FAILING(Sync, fsync, (int descriptor), , (descriptor))
-FAILING(Sync, fdatasync, (int descriptor), , (descriptor))
-FAILING(Sync, syncfs, (int descriptor), noexcept, (descriptor))
-FAILING(Rename, rename, (const char* from, const char* to), noexcept, (from, to))
-FAILING(Rename, renameat, (int fromFolder, const char* from, int toFolder, const char* to), noexcept,
+FAILING(Sync, -1, int, fsync, (int descriptor), , (descriptor))
+FAILING(Sync, -1, int, fdatasync, (int descriptor), , (descriptor))
+FAILING(Sync, -1, int, syncfs, (int descriptor), noexcept, (descriptor))
+FAILING(Rename, -1, int, rename, (const char* from, const char* to), noexcept, (from, to))
+FAILING(Rename, -1, int, renameat, (int fromFolder, const char* from, int toFolder, const char* to), noexcept,
         (fromFolder, from, toFolder, to))
-FAILING(Rename, renameat2, (int fromFolder, const char* from, int toFolder, const char* to, unsigned int flags),
-        noexcept, (fromFolder, from, toFolder, to, flags))
-FAILING(Link, link, (const char* from, const char* to), noexcept, (from, to))
-FAILING(Link, linkat, (int fromFolder, const char* from, int toFolder, const char* to, int flags), noexcept,
+FAILING(Rename, -1, int, renameat2,
+        (int fromFolder, const char* from, int toFolder, const char* to, unsigned int flags), noexcept,
         (fromFolder, from, toFolder, to, flags))
-FAILING(Socket, socket, (int domain, int type, int protocol), noexcept, (domain, type, protocol))
-FAILING(Connect, connect, (int descriptor, const struct sockaddr* address, socklen_t length), ,
+FAILING(Link, -1, int, link, (const char* from, const char* to), noexcept, (from, to))
+FAILING(Link, -1, int, linkat, (int fromFolder, const char* from, int toFolder, const char* to, int flags), noexcept,
+        (fromFolder, from, toFolder, to, flags))
+FAILING(Socket, -1, int, socket, (int domain, int type, int protocol), noexcept, (domain, type, protocol))
+FAILING(Connect, -1, int, connect, (int descriptor, const struct sockaddr* address, socklen_t length), ,
         (descriptor, address, length))
-FAILING(Pipe, pipe, (int* ends), noexcept, (ends))
-FAILING(Pipe, pipe2, (int* ends, int flags), noexcept, (ends, flags))
-
-int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
-                const posix_spawnattr_t* attributes, char* const* arguments, char* const* environment)
-{
-    REAL(posix_spawn);
-    return fails(Spawn) ? errno : real(pid, path, actions, attributes, arguments, environment);
-}
-
-int posix_spawnp(pid_t* pid, const char* file, const posix_spawn_file_actions_t* actions,
-                 const posix_spawnattr_t* attributes, char* const* arguments, char* const* environment)
-{
-    REAL(posix_spawnp);
-    return fails(Spawn) ? errno : real(pid, file, actions, attributes, arguments, environment);
-}
-
-pid_t fork() noexcept
-{
-    REAL(fork);
-    return fails(Spawn) ? -1 : real();
-}
-
-int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*), void* argument) noexcept
-{
-    REAL(pthread_create);
-    return fails(Thread) ? errno : real(thread, attributes, run, argument);
-}
-
-void* mmap(void* address, size_t length, int protection, int flags, int descriptor, off_t offset) noexcept
-{
-    REAL(mmap);
-    return fails(Map) ? MAP_FAILED : real(address, length, protection, flags, descriptor, offset);
-}
-
-void* mmap64(void* address, size_t length, int protection, int flags, int descriptor, off64_t offset) noexcept
-{
-    REAL(mmap64);
-    return fails(Map) ? MAP_FAILED : real(address, length, protection, flags, descriptor, offset);
-}
+FAILING(Pipe, -1, int, pipe, (int* ends), noexcept, (ends))
+FAILING(Pipe, -1, int, pipe2, (int* ends, int flags), noexcept, (ends, flags))
+FAILING(Spawn, errno, int, posix_spawn,
+        (pid_t * pid, const char* path, const posix_spawn_file_actions_t* actions, const posix_spawnattr_t* attributes,
+         char* const* words, char* const* environment),
+        , (pid, path, actions, attributes, words, environment))
+FAILING(Spawn, errno, int, posix_spawnp,
+        (pid_t * pid, const char* file, const posix_spawn_file_actions_t* actions, const posix_spawnattr_t* attributes,
+         char* const* words, char* const* environment),
+        , (pid, file, actions, attributes, words, environment))
+FAILING(Spawn, -1, pid_t, fork, (), noexcept, ())
+FAILING(Thread, errno, int, pthread_create,
+        (pthread_t * thread, const pthread_attr_t* attributes, void* (*run)(void*), void* argument), noexcept,
+        (thread, attributes, run, argument))
+FAILING(Map, MAP_FAILED, void*, mmap,
+        (void* address, size_t length, int protection, int flags, int descriptor, off_t offset), noexcept,
+        (address, length, protection, flags, descriptor, offset))
+FAILING(Map, MAP_FAILED, void*, mmap64,
+        (void* address, size_t length, int protection, int flags, int descriptor, off64_t offset), noexcept,
+        (address, length, protection, flags, descriptor, offset))
 }

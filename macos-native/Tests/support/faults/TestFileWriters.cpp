@@ -3,6 +3,7 @@
 #include "base/AtomicFile.h"
 #include "base/IniText.h"
 #include "chat/core/Conversation.h"
+#include "support/CaseTable.h"
 #include "support/Files.h"
 #include "support/ProcessTable.h"
 #include "support/SmallDisk.h"
@@ -187,43 +188,38 @@ private slots:
         }
     }
 
-    void theNextWriterRemovesWhatAKilledOneLeft_data()
-    {
-        QTest::addColumn<QByteArray>("kind");
-        QTest::addColumn<bool>("hasUnnamedFiles");
-        QTest::addColumn<int>("leftovers");
-        QTest::newRow("killed while a file without a name is written") << QByteArray("write") << true << 0;
-        QTest::newRow("killed while a file with a name is written") << QByteArray("write") << false << 1;
-        QTest::newRow("killed before a file with a name is on the disk") << QByteArray("sync") << false << 1;
-        QTest::newRow("killed before a file is given its name") << QByteArray("link") << true << 0;
-        QTest::newRow("killed after a file was given its name") << QByteArray("rename") << true << 1;
-        QTest::newRow("killed before a file with a name takes another's place") << QByteArray("rename") << false << 1;
-    }
-
     void theNextWriterRemovesWhatAKilledOneLeft()
     {
-        QFETCH(QByteArray, kind);
-        QFETCH(bool, hasUnnamedFiles);
-        QFETCH(int, leftovers);
-        EveryFault kills({kind, NELO_FAULT_KILL});
-        while (kills.next()) {
-            const QTemporaryDir folder;
-            const QString file = folder.filePath(u"file"_s);
-            Files::create(file, "earlier");
-            kills.during([&] {
-                if (!hasUnnamedFiles)
-                    nelo_faults_arm_from("unnamed", 1, EOPNOTSUPP);
-                if (writeFileAtomically(file, "later"))
-                    std::abort();
-            });
-            QCOMPARE(Files::contentOf(file), kills.hasStruck() ? "earlier" : "later");
-            QCOMPARE(Files::names(folder.path()).filter(u".nelo-writing-"_s).size(), kills.hasStruck() ? leftovers : 0);
+        const CaseTable<QByteArray, bool, int> cases{
+            {"killed while a file without a name is written", "write", true, 0},
+            {"killed while a file with a name is written", "write", false, 1},
+            {"killed before a file with a name is on the disk", "sync", false, 1},
+            {"killed before a file is given its name", "link", true, 0},
+            {"killed after a file was given its name", "rename", true, 1},
+            {"killed before a file with a name takes another's place", "rename", false, 1},
+        };
+        for (const auto& [kind, hasUnnamedFiles, leftovers] : cases) {
+            EveryFault kills({kind, NELO_FAULT_KILL});
+            while (kills.next()) {
+                const QTemporaryDir folder;
+                const QString file = folder.filePath(u"file"_s);
+                Files::create(file, "earlier");
+                kills.during([&, hasUnnamedFiles = hasUnnamedFiles] {
+                    if (!hasUnnamedFiles)
+                        nelo_faults_arm_from("unnamed", 1, EOPNOTSUPP);
+                    if (writeFileAtomically(file, "later"))
+                        std::abort();
+                });
+                QCOMPARE(Files::contentOf(file), kills.hasStruck() ? "earlier" : "later");
+                QCOMPARE(Files::names(folder.path()).filter(u".nelo-writing-"_s).size(),
+                         kills.hasStruck() ? leftovers : 0);
 
-            QCOMPARE(writeFileAtomically(file, "later"), std::nullopt);
-            QCOMPARE(Files::names(folder.path()), QStringList{u"file"_s});
-            QCOMPARE(Files::contentOf(file), "later");
+                QCOMPARE(writeFileAtomically(file, "later"), std::nullopt);
+                QCOMPARE(Files::names(folder.path()), QStringList{u"file"_s});
+                QCOMPARE(Files::contentOf(file), "later");
+            }
+            QVERIFY(kills.strikes() > 0);
         }
-        QVERIFY(kills.strikes() > 0);
     }
 };
 

@@ -1,3 +1,4 @@
+#include "support/CaseTable.h"
 #include "support/faults/RandomKills.h"
 
 #include "support/Warnings.h"
@@ -31,24 +32,22 @@ private slots:
             QVERIFY(random.during([](int) { return true; }));
     }
 
-    void workThatEndsByItselfIsTold_data()
-    {
-        QTest::addColumn<Ending>("end");
-        QTest::newRow("it fails") << Ending([] { return false; });
-        QTest::newRow("it throws") << Ending([]() -> bool { throw std::runtime_error("a bug"); });
-        QTest::newRow("it crashes") << Ending([] { return raise(SIGSEGV) == 0; });
-        QTest::newRow("it leaves") << Ending([]() -> bool { _exit(0); });
-    }
-
     void workThatEndsByItselfIsTold()
     {
-        QFETCH(Ending, end);
-        RandomKills random;
-        QVERIFY(!random.during([end](int) { return end(); }));
-        const auto laterOn = [end](int round) { return round == 0 || end(); };
-        int killedBefore = 0;
-        while (random.during(laterOn))
-            QVERIFY(++killedBefore < 1000);
+        const CaseTable<Ending> cases{
+            {"it fails", Ending([] { return false; })},
+            {"it throws", Ending([]() -> bool { throw std::runtime_error("a bug"); })},
+            {"it crashes", Ending([] { return raise(SIGSEGV) == 0; })},
+            {"it leaves", Ending([]() -> bool { _exit(0); })},
+        };
+        for (const auto& [end] : cases) {
+            RandomKills random;
+            QVERIFY(!random.during([end = end](int) { return end(); }));
+            const auto laterOn = [end = end](int round) { return round == 0 || end(); };
+            int killedBefore = 0;
+            while (random.during(laterOn))
+                QVERIFY(++killedBefore < 1000);
+        }
     }
 };
 
