@@ -1,5 +1,6 @@
 #include "shell/MenuBarImage.h"
 
+#include "support/CaseTable.h"
 #include "support/TestHome.h"
 #include "support/Warnings.h"
 
@@ -12,6 +13,8 @@
 
 #include <sys/stat.h>
 
+using namespace Qt::StringLiterals;
+
 /// The user's own status-bar image.
 class TestMenuBarImage final : public QObject
 {
@@ -22,83 +25,74 @@ private slots:
     {
         failOnUnexpectedWarning();
         m_home.emplace();
-        QVERIFY(QDir(m_home->path()).mkpath(QStringLiteral("Desktop")));
+        QVERIFY(QDir(m_home->path()).mkpath(u"Desktop"_s));
     }
 
     void cleanup() { m_home.reset(); }
 
-    void whatIsNoImageIsNone_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::newRow("empty") << QByteArray();
-        QTest::newRow("text") << QByteArray("hello");
-        QTest::newRow("only an image's first bytes") << QByteArray("\x89PNG\r\n\x1a\n");
-    }
-
     void whatIsNoImageIsNone()
     {
-        QFETCH(QByteArray, bytes);
-        QVERIFY(menuBarImage().isNull()); // no file
-        QFile image(file());
-        QVERIFY(image.open(QFile::WriteOnly));
-        QCOMPARE(image.write(bytes), bytes.size());
-        image.close();
-        QVERIFY(menuBarImage().isNull());
+        const CaseTable<QByteArray> cases{
+            {"empty", {}},
+            {"text", "hello"},
+            {"only an image's first bytes", "\x89PNG\r\n\x1a\n"},
+        };
+        for (const auto& [bytes] : cases) {
+            QVERIFY(menuBarImage().isNull()); // no file
+            QFile image(file());
+            QVERIFY(image.open(QFile::WriteOnly));
+            QCOMPARE(image.write(bytes), bytes.size());
+            image.close();
+            QVERIFY(menuBarImage().isNull());
+        }
     }
 
-    void aFolderInItsPlaceIsNone()
+    void aFolderOrAPipeInItsPlaceIsNone()
     {
         QVERIFY(QDir().mkpath(file()));
         QVERIFY(menuBarImage().isNull());
-    }
-
-    void aPipeInItsPlaceIsNone()
-    {
+        QVERIFY(QDir().rmdir(file()));
         QCOMPARE(mkfifo(QFile::encodeName(file()).constData(), 0600), 0);
         QVERIFY(menuBarImage().isNull());
     }
 
-    void itIsEighteenPointsHighAndWide_data()
-    {
-        QTest::addColumn<QSize>("size");
-        QTest::newRow("square") << QSize(512, 512);
-        QTest::newRow("wide") << QSize(200, 50);
-        QTest::newRow("larger than Qt reads at once") << QSize(6500, 6500);
-    }
-
     void itIsEighteenPointsHighAndWide()
     {
-        QFETCH(QSize, size);
-        QImage image(size, QImage::Format_RGB888);
-        image.fill(Qt::red);
-        save(image);
-        const QIcon icon = menuBarImage();
-        QCOMPARE(icon.actualSize({512, 512}), QSize(18, 18));
-        QCOMPARE(icon.pixmap({18, 18}).toImage().pixelColor(9, 9), QColor(Qt::red));
-        QCOMPARE(icon.pixmap({18, 18}, 2.0).size(), QSize(36, 36)); // twice the pixels, not enlarged ones
-        QVERIFY(!icon.isMask());
-    }
-
-    void itKeepsItsColours_data()
-    {
-        QTest::addColumn<QImage::Format>("format");
-        QTest::newRow("transparent") << QImage::Format_ARGB32;
-        QTest::newRow("a palette of two") << QImage::Format_Mono;
-        QTest::newRow("a palette of many") << QImage::Format_Indexed8;
+        const CaseTable<QSize> cases{
+            {"square", QSize(512, 512)},
+            {"wide", QSize(200, 50)},
+            {"larger than Qt reads at once", QSize(6500, 6500)},
+        };
+        for (const auto& [size] : cases) {
+            QImage image(size, QImage::Format_RGB888);
+            image.fill(Qt::red);
+            save(image);
+            const QIcon icon = menuBarImage();
+            QCOMPARE(icon.actualSize({512, 512}), QSize(18, 18));
+            QCOMPARE(icon.pixmap({18, 18}).toImage().pixelColor(9, 9), QColor(Qt::red));
+            QCOMPARE(icon.pixmap({18, 18}, 2.0).size(), QSize(36, 36)); // twice the pixels, not enlarged ones
+            QVERIFY(!icon.isMask());
+        }
     }
 
     void itKeepsItsColours()
     {
-        QFETCH(QImage::Format, format);
-        const QColor left(10, 200, 30);
-        const QColor right = format == QImage::Format_ARGB32 ? QColor(Qt::transparent) : QColor(Qt::blue);
-        QImage image(64, 64, QImage::Format_ARGB32);
-        image.fill(right);
-        QPainter(&image).fillRect(0, 0, 32, 64, left);
-        save(format == QImage::Format_ARGB32 ? image : image.convertToFormat(format, {right.rgb(), left.rgb()}));
-        const QImage shown = menuBarImage().pixmap({18, 18}).toImage();
-        QCOMPARE(shown.pixelColor(4, 9), left);
-        QCOMPARE(shown.pixelColor(14, 9), right);
+        const CaseTable<QImage::Format> cases{
+            {"transparent", QImage::Format_ARGB32},
+            {"a palette of two", QImage::Format_Mono},
+            {"a palette of many", QImage::Format_Indexed8},
+        };
+        for (const auto& [format] : cases) {
+            const QColor left(10, 200, 30);
+            const QColor right = format == QImage::Format_ARGB32 ? QColor(Qt::transparent) : QColor(Qt::blue);
+            QImage image(64, 64, QImage::Format_ARGB32);
+            image.fill(right);
+            QPainter(&image).fillRect(0, 0, 32, 64, left);
+            save(format == QImage::Format_ARGB32 ? image : image.convertToFormat(format, {right.rgb(), left.rgb()}));
+            const QImage shown = menuBarImage().pixmap({18, 18}).toImage();
+            QCOMPARE(shown.pixelColor(4, 9), left);
+            QCOMPARE(shown.pixelColor(14, 9), right);
+        }
     }
 
     void contentDecidesNotTheName()
@@ -110,7 +104,7 @@ private slots:
     }
 
 private:
-    QString file() const { return m_home->path(QStringLiteral("Desktop/nelo.png")); }
+    QString file() const { return m_home->path(u"Desktop/nelo.png"_s); }
 
     void save(const QImage& image, const char* format = "png") const { QVERIFY(image.save(file(), format)); }
 

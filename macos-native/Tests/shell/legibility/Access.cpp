@@ -9,6 +9,7 @@
 #include <QTest>
 #include <QTextDocumentFragment>
 
+#include <algorithm>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -195,6 +196,50 @@ QStringList Access::beyondTab(QWidget& window)
         QWidget* widget = operatedWidget(*node);
         if (widget && !reached.contains(widget))
             found.append(u"beyond Tab: "_s + describe(*node));
+    }
+    return found;
+}
+
+QStringList Access::outOfOrder(QWidget& window)
+{
+    constexpr int line = 20; // pixels: what is as high is in one line
+    std::vector<QRect> order;
+    for (const QWidget* widget : reachedByTab(window))
+        order.emplace_back(widget->mapTo(&window, QPoint()), widget->size());
+    const auto isBefore = [](const QRect& one, const QRect& other) {
+        return std::pair(one.y(), one.x()) < std::pair(other.y(), other.x());
+    };
+    std::rotate(order.begin(), std::min_element(order.begin(), order.end(), isBefore), order.end());
+    const auto turnsBack = std::adjacent_find(order.begin(), order.end(), [](const QRect& one, const QRect& next) {
+        return next.y() <= one.y() - line && next.x() < one.x() + one.width();
+    });
+    if (turnsBack == order.end())
+        return {};
+    return {u"out of order, after the control at %1, %2"_s.arg(turnsBack->x()).arg(turnsBack->y())};
+}
+
+QStringList Access::withoutSight(QWidget& window)
+{
+    QStringList found;
+    for (QWidget* widget : reachedByTab(window)) {
+        if (widget->isWindow())
+            continue; // a menu, which shows it by the item in front
+        widget->setFocus(Qt::TabFocusReason);
+        const QImage focused = widget->grab().toImage();
+        widget->clearFocus();
+        if (focused == widget->grab().toImage())
+            found.append(u"looks the same with the keyboard: "_s
+                         + describe(*QAccessible::queryAccessibleInterface(widget)));
+    }
+    return found;
+}
+
+QStringList Access::rich(const QWidget& window)
+{
+    QStringList found;
+    for (const QLabel* label : window.findChildren<QLabel*>()) {
+        if (label->textFormat() != Qt::PlainText && !label->openExternalLinks())
+            found.append(u"not plain: "_s + label->text());
     }
     return found;
 }

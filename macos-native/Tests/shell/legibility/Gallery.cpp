@@ -53,27 +53,100 @@ Gallery::~Gallery() = default;
 const std::vector<Gallery::Picture>& Gallery::pictures()
 {
     static const std::vector<Picture> all{
-        {u"the menu"_s, &Gallery::showMenu},
-        {u"the launcher"_s, &Gallery::showLauncher},
-        {u"the chat"_s, &Gallery::showChat},
-        {u"the Agents tab"_s, &Gallery::showAgents},
-        {u"the Runtime tab"_s, &Gallery::showRuntime},
-        {u"the Tovani tab"_s, &Gallery::showTovani},
-        {u"the Skills tab with a skill's fields"_s, &Gallery::showSkill},
-        {u"the Skills tab with a skill as JSON"_s, &Gallery::showSkillAsJson},
-        {u"the Skills tab with news sources"_s, &Gallery::showNewsSources},
-        {u"the Settings tab"_s, &Gallery::showConsoleSettings},
-        {u"the settings"_s, &Gallery::showSettings},
-        {u"the models"_s, &Gallery::showModels},
-        {u"the configuration editor"_s, &Gallery::showEditor},
-        {u"the dialog for a new agent"_s, &Gallery::showNewAgent},
-        {u"the dialog for a new name"_s, &Gallery::showRename},
-        {u"the question before a deletion"_s, &Gallery::showDelete},
-        {u"the dialog for a news source"_s, &Gallery::showNewSource},
-        {u"the dialog for a cloud skill"_s, &Gallery::showCloudSkill},
-        {u"the dialog for a cloud skill's agent"_s, &Gallery::showCloudSkillAgent},
-        {u"the dialog for an API key"_s, &Gallery::showApiKey},
-        {u"an alert"_s, &Gallery::showAlert},
+        {u"the menu"_s,
+         [](Gallery& gallery) {
+             gallery.menu()->popup({});
+             gallery.look(gallery.menu());
+         }},
+        {u"the launcher"_s,
+         [](Gallery& gallery) {
+             gallery.lookAtNew(u"Nelo Launcher"_s, {240, 200}, new LauncherViewController(gallery.menu()->actions()));
+         }},
+        {u"the chat"_s,
+         [](Gallery& gallery) {
+             QWidget* chat = gallery.chat();
+             auto* transcript = chat->findChild<TranscriptView*>();
+             transcript->append(Speaker::User, u"为什么天空是蓝色的？ Why is the sky blue?"_s);
+             transcript->append(Speaker::Nelo, u"因为瑞利散射。 Because of Rayleigh scattering."_s);
+             Controls::press(*chat, u"Send"_s); // for a status
+             gallery.look(chat);
+         }},
+        {u"the Agents tab"_s,
+         [](Gallery& gallery) {
+             auto* table = gallery.tab(u"Agents"_s)->findChild<QTableView*>();
+             table->selectRow(0);
+             gallery.look(table->window());
+         }},
+        {u"the Runtime tab"_s, [](Gallery& gallery) { gallery.look(gallery.tab(u"Runtime"_s)->window()); }},
+        {u"the Tovani tab"_s, [](Gallery& gallery) { gallery.look(gallery.tab(u"Tovani"_s)->window()); }},
+        {u"the Skills tab with a skill's fields"_s,
+         [](Gallery& gallery) { gallery.look(gallery.skills(0)->window()); }},
+        {u"the Skills tab with a skill as JSON"_s,
+         [](Gallery& gallery) {
+             QWidget* view = gallery.skills(0);
+             auto* mode = view->findChild<QComboBox*>(u"configModePopup"_s);
+             Controls::choose(mode, u"json"_s);
+             gallery.look(view->window());
+             Controls::choose(mode, u"dynamic"_s);
+         }},
+        {u"the Skills tab with news sources"_s, [](Gallery& gallery) { gallery.look(gallery.skills(1)->window()); }},
+        {u"the Settings tab"_s, [](Gallery& gallery) { gallery.look(gallery.tab(u"Settings"_s)->window()); }},
+        {u"the settings"_s,
+         [](Gallery& gallery) {
+             gallery.m_app.openSettings();
+             gallery.look(gallery.window(u"Nelo Settings"_s));
+         }},
+        {u"the models"_s,
+         [](Gallery& gallery) {
+             gallery.lookAtNew(u"Models"_s, {1000, 620}, new ModelsViewController);
+         }},
+        {u"the configuration editor"_s,
+         [](Gallery& gallery) {
+             const QString path = gallery.m_backend.home().path(u"openclaw.json"_s);
+             Files::create(path, "{\n  \"name\": \"领航员\"\n}\n");
+             auto* editor = new ConfigEditorWindowController(u"Config Editor"_s, path, [](bool /*isSaved*/) {});
+             editor->window()->makeKeyAndOrderFront();
+             gallery.look(editor->window());
+         }},
+        {u"the dialog for a new agent"_s,
+         [](Gallery& gallery) {
+             gallery.lookAtDialog([&] { askForNewAgent(gallery.tab(u"Agents"_s), u"20260102-030405"_s); });
+         }},
+        {u"the dialog for a new name"_s,
+         [](Gallery& gallery) {
+             gallery.lookAtDialog(
+                 [&] { askForName(gallery.tab(u"Agents"_s), u"Adopt Agent"_s, u"openclaw/main"_s, u"侦察员"_s); });
+         }},
+        {u"the question before a deletion"_s,
+         [](Gallery& gallery) {
+             gallery.lookAtDialog([&] {
+                 runDialog(gallery.tab(u"Agents"_s), u"Delete Agent"_s, u"Delete kimi/b and remove its workspace?"_s,
+                           nullptr, u"Delete"_s);
+             });
+         }},
+        {u"the dialog for a news source"_s,
+         [](Gallery& gallery) { gallery.lookAtDialog([&] { Controls::press(*gallery.skills(1), u"Add Source"_s); }); }},
+        {u"the dialog for a cloud skill"_s,
+         [](Gallery& gallery) {
+             gallery.lookAtDialog([&] { Controls::press(*gallery.skills(0), u"Install Cloud Skill"_s); });
+         }},
+        {u"the dialog for a cloud skill's agent"_s,
+         [](Gallery& gallery) {
+             gallery.lookAtDialog([&] { Controls::press(*gallery.skills(0), u"Install Cloud Skill"_s); },
+                                  {DialogRobot::press(u"Install"_s)});
+         }},
+        {u"the dialog for an API key"_s,
+         [](Gallery& gallery) {
+             QWidget* chat = gallery.chat();
+             Controls::choose(chat->findChild<QComboBox*>(u"modelPopup"_s), u"deepseek-chat"_s);
+             gallery.lookAtDialog([chat] { Controls::press(*chat, u"+"_s); });
+         }},
+        {u"an alert"_s,
+         [](Gallery& gallery) {
+             gallery.lookAtDialog([&] {
+                 showAlert(gallery.tab(u"Agents"_s), u"Install Failed"_s, u"没有文件. No such file. "_s.repeated(40));
+             });
+         }},
     };
     return all;
 }
@@ -93,144 +166,8 @@ bool Gallery::show(const QString& name, const Look& look)
     const auto picture =
         std::find_if(pictures().begin(), pictures().end(), [&name](const Picture& one) { return one.name == name; });
     if (picture != pictures().end())
-        (this->*picture->show)();
+        picture->show(*this);
     return m_hasLooked;
-}
-
-void Gallery::showMenu()
-{
-    menu()->popup({});
-    look(menu());
-}
-
-void Gallery::showLauncher()
-{
-    NeloWindow launcher(u"Nelo Launcher"_s, {240, 200});
-    launcher.setContentViewController(new LauncherViewController(menu()->actions()));
-    launcher.makeKeyAndOrderFront();
-    look(&launcher);
-}
-
-void Gallery::showChat()
-{
-    m_app.openNelo();
-    QWidget* chat = window(u"Nelo"_s);
-    auto* transcript = chat->findChild<TranscriptView*>();
-    transcript->append(Speaker::User, u"为什么天空是蓝色的？ Why is the sky blue?"_s);
-    transcript->append(Speaker::Nelo, u"因为瑞利散射。 Because of Rayleigh scattering."_s);
-    Controls::press(*chat, u"Send"_s); // for a status
-    look(chat);
-}
-
-void Gallery::showAgents()
-{
-    auto* table = tab(u"Agents"_s)->findChild<QTableView*>();
-    table->selectRow(0);
-    look(table->window());
-}
-
-void Gallery::showRuntime()
-{
-    look(tab(u"Runtime"_s)->window());
-}
-
-void Gallery::showTovani()
-{
-    look(tab(u"Tovani"_s)->window());
-}
-
-void Gallery::showSkill()
-{
-    look(skills(0)->window());
-}
-
-void Gallery::showSkillAsJson()
-{
-    QWidget* view = skills(0);
-    auto* mode = view->findChild<QComboBox*>(u"configModePopup"_s);
-    Controls::choose(mode, u"json"_s);
-    look(view->window());
-    Controls::choose(mode, u"dynamic"_s);
-}
-
-void Gallery::showNewsSources()
-{
-    look(skills(1)->window());
-}
-
-void Gallery::showConsoleSettings()
-{
-    look(tab(u"Settings"_s)->window());
-}
-
-void Gallery::showSettings()
-{
-    m_app.openSettings();
-    look(window(u"Nelo Settings"_s));
-}
-
-void Gallery::showModels()
-{
-    NeloWindow models(u"Models"_s, {1000, 620});
-    models.setContentViewController(new ModelsViewController);
-    models.makeKeyAndOrderFront();
-    look(&models);
-}
-
-void Gallery::showEditor()
-{
-    const QString path = m_backend.home().path(u"openclaw.json"_s);
-    Files::create(path, "{\n  \"name\": \"领航员\"\n}\n");
-    auto* editor = new ConfigEditorWindowController(u"Config Editor"_s, path, [](bool /*isSaved*/) {});
-    editor->window()->makeKeyAndOrderFront();
-    look(editor->window());
-}
-
-void Gallery::showNewAgent()
-{
-    lookAtDialog([this] { askForNewAgent(tab(u"Agents"_s), u"20260102-030405"_s); });
-}
-
-void Gallery::showRename()
-{
-    lookAtDialog([this] { askForName(tab(u"Agents"_s), u"Adopt Agent"_s, u"openclaw/main"_s, u"侦察员"_s); });
-}
-
-void Gallery::showDelete()
-{
-    lookAtDialog([this] {
-        runDialog(tab(u"Agents"_s), u"Delete Agent"_s, u"Delete kimi/b and remove its workspace?"_s, nullptr,
-                  u"Delete"_s);
-    });
-}
-
-void Gallery::showNewSource()
-{
-    lookAtDialog([this] { Controls::press(*skills(1), u"Add Source"_s); });
-}
-
-void Gallery::showCloudSkill()
-{
-    lookAtDialog([this] { Controls::press(*skills(0), u"Install Cloud Skill"_s); });
-}
-
-void Gallery::showCloudSkillAgent()
-{
-    lookAtDialog([this] { Controls::press(*skills(0), u"Install Cloud Skill"_s); }, {DialogRobot::press(u"Install"_s)});
-}
-
-void Gallery::showApiKey()
-{
-    m_app.openNelo();
-    QWidget* chat = window(u"Nelo"_s);
-    Controls::choose(chat->findChild<QComboBox*>(u"modelPopup"_s), u"deepseek-chat"_s);
-    lookAtDialog([chat] { Controls::press(*chat, u"+"_s); });
-}
-
-void Gallery::showAlert()
-{
-    lookAtDialog(
-        [this] { ::showAlert(tab(u"Agents"_s), u"Install Failed"_s, u"没有文件. No such file. "_s.repeated(40)); });
 }
 
 void Gallery::layOut()
@@ -274,13 +211,32 @@ QWidget* Gallery::skills(int row)
     return view;
 }
 
+/// The chat's window.
+QWidget* Gallery::chat()
+{
+    m_app.openNelo();
+    return window(u"Nelo"_s);
+}
+
 void Gallery::look(QWidget* window)
 {
     QVERIFY(QTest::qWaitForWindowExposed(window));
+    if (window->windowType() != Qt::Popup) {
+        window->activateWindow(); // the list of a pop-up may have been in front
+        QVERIFY(QTest::qWaitFor([window] { return window->isActiveWindow(); }));
+    }
     layOut();
     m_look(*window);
     m_hasLooked = true;
     window->close();
+}
+
+void Gallery::lookAtNew(const QString& title, QSize size, ViewController* content)
+{
+    NeloWindow shown(title, size);
+    shown.setContentViewController(content);
+    shown.makeKeyAndOrderFront();
+    look(&shown);
 }
 
 void Gallery::lookAtDialog(const std::function<void()>& open, std::vector<DialogRobot::Answer> before)

@@ -11,7 +11,7 @@
 
 class FakePlatform;
 class QMenu;
-class QTabWidget;
+class ViewController;
 
 /// Every window, tab and dialog of the program with something in it, on a scripted backend and a home of its own.
 class Gallery final
@@ -36,44 +36,23 @@ public:
     static void layOut();
 
 private:
-    using Show = void (Gallery::*)();
-
     struct Picture
     {
         QString name;
-        Show show;
+        std::function<void(Gallery& gallery)> show;
     };
 
     static const std::vector<Picture>& pictures();
-
-    void showMenu();
-    void showLauncher();
-    void showChat();
-    void showAgents();
-    void showRuntime();
-    void showTovani();
-    void showSkill();
-    void showSkillAsJson();
-    void showNewsSources();
-    void showConsoleSettings();
-    void showSettings();
-    void showModels();
-    void showEditor();
-    void showNewAgent();
-    void showRename();
-    void showDelete();
-    void showNewSource();
-    void showCloudSkill();
-    void showCloudSkillAgent();
-    void showApiKey();
-    void showAlert();
 
     QMenu* menu() const;
     QWidget* window(const QString& title) const;
     QWidget* tab(const QString& label);
     QWidget* skills(int row);
+    QWidget* chat();
     /// Looks at `window`, which is on the screen, and closes it.
     void look(QWidget* window);
+    /// Looks at a new window with `content`.
+    void lookAtNew(const QString& title, QSize size, ViewController* content);
     /// Looks at the dialog that `open` opens, once those that come before it have their answers.
     void lookAtDialog(const std::function<void()>& open, std::vector<DialogRobot::Answer> before = {});
 

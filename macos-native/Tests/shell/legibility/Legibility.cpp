@@ -17,18 +17,20 @@
 #include <algorithm>
 #include <limits>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr double enough = 4.5; // WCAG 2.1, 1.4.3
 
 QString describe(const ShownText& text)
 {
-    return QStringLiteral("%1 (%2)").arg(text.text.left(40), text.place);
+    return u"%1 (%2)"_s.arg(text.text.left(40), text.place);
 }
 
 QString measures(QSize size)
 {
-    return QStringLiteral("%1 x %2").arg(QString::number(size.width()), QString::number(size.height()));
+    return u"%1 x %2"_s.arg(QString::number(size.width()), QString::number(size.height()));
 }
 
 bool fits(QSize needed, QSize room)
@@ -94,17 +96,17 @@ QStringList Legibility::clippedTexts(QWidget& window)
     QStringList findings;
     for (const ShownText& text : textsShownBy(window)) {
         if (!fits(text.needed, text.room.size()))
-            findings.append(QStringLiteral("%1 needs %2 and has %3")
-                                .arg(describe(text), measures(text.needed), measures(text.room.size())));
+            findings.append(
+                u"%1 needs %2 and has %3"_s.arg(describe(text), measures(text.needed), measures(text.room.size())));
     }
     for (const QScrollArea* area : window.findChildren<QScrollArea*>()) {
         if (area->isVisible() && area->horizontalScrollBar()->maximum() > 0)
-            findings.append(QStringLiteral("%1 scrolls sideways").arg(QLatin1String(area->metaObject()->className())));
+            findings.append(u"%1 scrolls sideways"_s.arg(QLatin1String(area->metaObject()->className())));
     }
     for (const QWidget* widget : window.findChildren<QWidget*>()) {
         if (widget->isVisible() && widget->window() == &window && !isReachable(*widget))
-            findings.append(QStringLiteral("%1 %2 reaches out of what it is in")
-                                .arg(QLatin1String(widget->metaObject()->className()), widget->objectName()));
+            findings.append(u"%1 %2 reaches out of what it is in"_s.arg(
+                QLatin1String(widget->metaObject()->className()), widget->objectName()));
     }
     return findings;
 }
@@ -124,9 +126,9 @@ QStringList Legibility::overlaps(const QWidget& window)
                 continue;
             for (const QWidget* other : std::as_const(children)) {
                 if (child->geometry().intersects(other->geometry()))
-                    findings.append(QStringLiteral("%1 %2 lies on %3 %4")
-                                        .arg(QLatin1String(child->metaObject()->className()), child->objectName(),
-                                             QLatin1String(other->metaObject()->className()), other->objectName()));
+                    findings.append(u"%1 %2 lies on %3 %4"_s.arg(
+                        QLatin1String(child->metaObject()->className()), child->objectName(),
+                        QLatin1String(other->metaObject()->className()), other->objectName()));
             }
             children.append(child);
         }
@@ -141,7 +143,7 @@ QStringList Legibility::faintTexts(QWidget& window)
     for (const ShownText& text : textsShownBy(window)) {
         const double contrast = contrastIn(image, text.inSight);
         if (contrast < text.contrast)
-            findings.append(QStringLiteral("%1: %2").arg(describe(text), QString::number(contrast, 'f', 2)));
+            findings.append(u"%1: %2"_s.arg(describe(text), QString::number(contrast, 'f', 2)));
     }
     return findings;
 }
@@ -159,9 +161,8 @@ QStringList Legibility::faintSelections(const QWidget& window)
             const double contrast = Colors::contrast(widget->palette().color(group, QPalette::HighlightedText),
                                                      widget->palette().color(group, QPalette::Highlight));
             if (contrast < enough)
-                findings.append(QStringLiteral("%1 %2, selected: %3")
-                                    .arg(QLatin1String(widget->metaObject()->className()), widget->objectName(),
-                                         QString::number(contrast, 'f', 2)));
+                findings.append(u"%1 %2, selected: %3"_s.arg(QLatin1String(widget->metaObject()->className()),
+                                                             widget->objectName(), QString::number(contrast, 'f', 2)));
         }
     }
     return findings;

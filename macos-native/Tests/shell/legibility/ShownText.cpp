@@ -23,6 +23,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// One line of `text` in the widget's font. Letters of other fonts may need a higher line, but not in their ink.
@@ -34,7 +36,7 @@ QSize extent(const QWidget& widget, const QString& text)
 /// Titles of any length elide, and are whole in the list that opens.
 bool hasTitlesFromOutside(const QComboBox& popup)
 {
-    return popup.objectName() == QStringLiteral("agentPopup") || popup.objectName() == QStringLiteral("sourcePopup");
+    return popup.objectName() == u"agentPopup"_s || popup.objectName() == u"sourcePopup"_s;
 }
 
 /// Collects the texts of one window.

@@ -2,7 +2,7 @@
 #include "shell/legibility/Legibility.h"
 #include "shell/legibility/ShownText.h"
 #include "shell/primitives/NeloWindow.h"
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/ThemeStyle.h"
 #include "support/Warnings.h"
 #include "ui/Colors.h"
@@ -15,6 +15,7 @@
 #include <QTest>
 
 #include <cmath>
+#include <functional>
 #include <map>
 
 using namespace Qt::StringLiterals;
@@ -51,6 +52,17 @@ QString clippedIn(const QString& name, QWidget& window)
     return findings(name, Legibility::clippedTexts(window) + Legibility::overlaps(window));
 }
 
+/// What `look` finds in everything there is to see.
+QString foundIn(Gallery& gallery, const std::function<QString(const QString& name, QWidget& window)>& look)
+{
+    QString found;
+    for (const QString& name : Gallery::names()) {
+        if (!gallery.show(name, [&](QWidget& window) { found += look(name, window); }))
+            found += name + u" was not shown\n"_s;
+    }
+    return found;
+}
+
 } // namespace
 
 /// That everything the program shows can be read: by users whose text is large, and under light and dark themes.
@@ -77,37 +89,33 @@ private slots:
         QApplication::setStyle(QStringLiteral("fusion"));
     }
 
-    void nothingIsClipped_data()
-    {
-        const Cases<double> add("points");
-        add("with text of 12 pixels, where no desktop says anything", 9);
-        add("with text of 13 pixels", 9.75);
-        add("with text of 14.67 pixels, on GNOME", 11);
-        // On a screen with less room, windows scroll sideways beyond that.
-        add("with text of about twice the size",
-            QGuiApplication::primaryScreen()->size().width() < 1366 ? 18 : 2 * ordinaryPoints);
-    }
-
     void nothingIsClipped()
     {
-        QFETCH(double, points);
-        setTextSize(points);
-        Gallery gallery;
-        QString found;
-        for (const QString& name : Gallery::names()) {
-            const bool isSeen = gallery.show(name, [&found, &name](QWidget& window) {
-                found += clippedIn(name, window); // windows start at their smallest size
-                if (!qobject_cast<NeloWindow*>(&window))
-                    return;
-                const QSize smallest = window.size();
-                window.resize(1920, 1080);
-                Gallery::layOut();
-                found += clippedIn(name + u", maximised"_s, window);
-                window.resize(smallest);
-            });
-            QVERIFY2(isSeen, qPrintable(name));
+        const CaseTable<double> cases{
+            {"with text of 12 pixels, where no desktop says anything", 9},
+            {"with text of 13 pixels", 9.75},
+            {"with text of 14.67 pixels, on GNOME", 11},
+            // On a screen with less room, windows scroll sideways beyond that.
+            {"with text of about twice the size",
+             QGuiApplication::primaryScreen()->size().width() < 1366 ? 18 : 2 * ordinaryPoints},
+        };
+        for (const auto& [points] : cases) {
+            setTextSize(points);
+            Gallery gallery;
+            QCOMPARE(foundIn(gallery,
+                             [](const QString& name, QWidget& window) {
+                                 QString found = clippedIn(name, window); // windows start at their smallest size
+                                 if (!qobject_cast<NeloWindow*>(&window))
+                                     return found;
+                                 const QSize smallest = window.size();
+                                 window.resize(1920, 1080);
+                                 Gallery::layOut();
+                                 found += clippedIn(name + u", maximised"_s, window);
+                                 window.resize(smallest);
+                                 return found;
+                             }),
+                     QString());
         }
-        QCOMPARE(found, QString());
     }
 
     void everyTextGrowsByOneFactor()
@@ -154,32 +162,27 @@ private slots:
         QCOMPARE(seen, reports);
     }
 
-    void nothingIsFaint_data()
-    {
-        const Cases<QPalette, ColorScheme> add("theme", "scheme");
-        add("under the light theme", QApplication::palette(), ColorScheme::Unknown);
-        add("under the dark theme", darkTheme(), ColorScheme::Unknown);
-        add("under the light theme, where dark windows are preferred", QApplication::palette(), ColorScheme::Dark);
-        add("under the dark theme, where light windows are preferred", darkTheme(), ColorScheme::Light);
-    }
-
     void nothingIsFaint()
     {
-        QFETCH(QPalette, theme);
-        QFETCH(ColorScheme, scheme);
-        QApplication::setStyle(new ThemeStyle(theme));
-        Gallery gallery;
-        LegibleStyle::install(scheme);
-        QString found;
-        for (const QString& name : Gallery::names()) {
-            const bool isSeen = gallery.show(name, [&found, &name](QWidget& window) {
-                if (window.focusWidget())
-                    window.focusWidget()->clearFocus(); // a cursor would stand out where the text does not
-                found += findings(name, Legibility::faintTexts(window) + Legibility::faintSelections(window));
-            });
-            QVERIFY2(isSeen, qPrintable(name));
+        const CaseTable<QPalette, ColorScheme> cases{
+            {"under the light theme", QApplication::palette(), ColorScheme::Unknown},
+            {"under the dark theme", darkTheme(), ColorScheme::Unknown},
+            {"under the light theme, where dark windows are preferred", QApplication::palette(), ColorScheme::Dark},
+            {"under the dark theme, where light windows are preferred", darkTheme(), ColorScheme::Light},
+        };
+        for (const auto& [theme, scheme] : cases) {
+            QApplication::setStyle(new ThemeStyle(theme));
+            Gallery gallery;
+            LegibleStyle::install(scheme);
+            QCOMPARE(
+                foundIn(gallery,
+                        [](const QString& name, QWidget& window) {
+                            if (window.focusWidget())
+                                window.focusWidget()->clearFocus(); // a cursor would stand out where the text does not
+                            return findings(name, Legibility::faintTexts(window) + Legibility::faintSelections(window));
+                        }),
+                QString());
         }
-        QCOMPARE(found, QString());
     }
 
 private:

@@ -1,6 +1,7 @@
 #include "shell/primitives/NeloWindow.h"
 
 #include "shell/primitives/ViewController.h"
+#include "support/CaseTable.h"
 #include "support/Warnings.h"
 
 #include <QGuiApplication>
@@ -32,28 +33,24 @@ class TestNeloWindowOnSmallScreen final : public QObject
 private slots:
     void init() { failOnUnexpectedWarning(); }
 
-    void isOnTheScreenWithItsFrame_data()
-    {
-        QTest::addColumn<QSize>("size");
-        QTest::addColumn<bool>("isKept");
-        QTest::newRow("chat") << QSize(980, 740) << false;
-        QTest::newRow("console") << QSize(1000, 720) << false;
-        QTest::newRow("as high as the screen") << QSize(640, 600) << false;
-        QTest::newRow("smaller") << QSize(640, 480) << true;
-    }
-
     void isOnTheScreenWithItsFrame()
     {
-        QFETCH(QSize, size);
-        QFETCH(bool, isKept);
-        NeloWindow window(QString(), size);
-        window.makeKeyAndOrderFront();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
-        const QRect available = QGuiApplication::primaryScreen()->availableGeometry();
-        QVERIFY(available.contains(window.frameGeometry()));
-        QCOMPARE(window.size() == size, isKept);
-        QCOMPARE(window.minimumSize(), window.size());
-        QCOMPARE(window.frameGeometry().height() == available.height(), !isKept);
+        const CaseTable<QSize, bool> cases{
+            {"chat", QSize(980, 740), false},
+            {"console", QSize(1000, 720), false},
+            {"as high as the screen", QSize(640, 600), false},
+            {"smaller", QSize(640, 480), true},
+        };
+        for (const auto& [size, isKept] : cases) {
+            NeloWindow window(QString(), size);
+            window.makeKeyAndOrderFront();
+            QVERIFY(QTest::qWaitForWindowActive(&window));
+            const QRect available = QGuiApplication::primaryScreen()->availableGeometry();
+            QVERIFY(available.contains(window.frameGeometry()));
+            QCOMPARE(window.size() == size, isKept);
+            QCOMPARE(window.minimumSize(), window.size());
+            QCOMPARE(window.frameGeometry().height() == available.height(), !isKept);
+        }
     }
 
     void whatIsBelowTheScreenCanBeScrolledTo()

@@ -1,34 +1,71 @@
 #include "shell/primitives/ViewController.h"
 
+#include "support/CaseTable.h"
 #include "support/Warnings.h"
 
 #include <QStackedWidget>
 #include <QTest>
 #include <QtTest/qtestspontaneevent.h>
 
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
 class Recorder final : public ViewController
 {
 public:
-    Recorder(QString name, QStringList* events) : m_name(std::move(name)), m_events(events) {}
+    explicit Recorder(QStringList* events, const QString& name = {}) : m_events(events) { setObjectName(name); }
 
 protected:
-    void loadView() override { record("loadView"); }
-    void viewDidLoad() override { record("viewDidLoad"); }
+    void loadView() override { record(u"loadView"_s); }
+    void viewDidLoad() override { record(u"viewDidLoad"_s); }
     void viewDidAppear() override
     {
-        record("viewDidAppear");
+        record(u"viewDidAppear"_s);
         QVERIFY(isVisible());
     }
-    void viewWillDisappear() override { record("viewWillDisappear"); }
+    void viewWillDisappear() override { record(u"viewWillDisappear"_s); }
 
 private:
-    void record(const char* event) { m_events->append(m_name + QLatin1String(event)); }
+    void record(const QString& event) { m_events->append(objectName() + event); }
 
-    QString m_name;
     QStringList* m_events;
 };
+
+/// As the window system does it.
+void minimise(Recorder& controller)
+{
+    QHideEvent minimised;
+    QShowEvent restored;
+    for (QEvent* event : {static_cast<QEvent*>(&minimised), static_cast<QEvent*>(&restored)}) {
+        QSpontaneKeyEvent::setSpontaneous(event);
+        qApp->notify(&controller, event);
+    }
+}
+
+void waitUntilShown(Recorder& controller)
+{
+    if (controller.isVisible())
+        QVERIFY(QTest::qWaitForWindowExposed(&controller));
+    QCoreApplication::processEvents();
+}
+
+/// Does what each word says.
+void follow(Recorder& controller, const QString& steps)
+{
+    const QMap<QString, std::function<void()>> meanings{
+        {u"load"_s, [&] { controller.loadViewIfNeeded(); }},
+        {u"show"_s, [&] { controller.show(); }},
+        {u"hide"_s, [&] { controller.hide(); }},
+        {u"close"_s, [&] { controller.close(); }},
+        {u"minimise"_s, [&] { minimise(controller); }},
+        {u"wait"_s, [&] { waitUntilShown(controller); }},
+    };
+    for (const QString& step : steps.split(u' '))
+        meanings[step]();
+}
 
 } // namespace
 
@@ -40,130 +77,45 @@ class TestViewController final : public QObject
 private slots:
     void init() { failOnUnexpectedWarning(); }
 
-    void nothingIsBuiltBeforeItIsAskedFor()
+    void itIsToldWhatHappensToIt()
     {
-        QStringList events;
-        const Recorder controller({}, &events);
-        QCoreApplication::processEvents();
-        QCOMPARE(events, QStringList());
-    }
-
-    void theViewLoadsOnce()
-    {
-        QStringList events;
-        Recorder controller({}, &events);
-        controller.loadViewIfNeeded();
-        controller.loadViewIfNeeded();
-        QCOMPARE(events, (QStringList{QStringLiteral("loadView"), QStringLiteral("viewDidLoad")}));
-    }
-
-    void showingLoadsAViewThatNobodyAskedFor()
-    {
-        QStringList events;
-        Recorder controller({}, &events);
-        controller.show();
-        QCOMPARE(events, (QStringList{QStringLiteral("loadView"), QStringLiteral("viewDidLoad")}));
-        QTRY_COMPARE(events.size(), 3);
-    }
-
-    void appearsOnceItIsOnTheScreen()
-    {
-        QStringList events;
-        Recorder controller({}, &events);
-        controller.loadViewIfNeeded();
-        events.clear();
-        controller.show();
-        QCOMPARE(events, QStringList());
-        QTRY_COMPARE(events, QStringList{QStringLiteral("viewDidAppear")});
-    }
-
-    void disappearsWhenHiddenAndAppearsAgain()
-    {
-        QStringList events;
-        Recorder controller({}, &events);
-        controller.show();
-        QTRY_COMPARE(events.size(), 3);
-        events.clear();
-        controller.hide();
-        QCOMPARE(events, QStringList{QStringLiteral("viewWillDisappear")});
-        controller.show();
-        QTRY_COMPARE(events, (QStringList{QStringLiteral("viewWillDisappear"), QStringLiteral("viewDidAppear")}));
-    }
-
-    void hiddenBeforeTheEventLoopRanItNeverAppeared()
-    {
-        QStringList events;
-        Recorder controller({}, &events);
-        controller.loadViewIfNeeded();
-        events.clear();
-        controller.show();
-        controller.hide();
-        QCoreApplication::processEvents();
-        QCOMPARE(events, QStringList());
-        controller.show();
-        controller.hide();
-        controller.show();
-        QTRY_COMPARE(events, QStringList{QStringLiteral("viewDidAppear")});
-        QCoreApplication::processEvents();
-        QCOMPARE(events.size(), 1);
-    }
-
-    void aTabAppearsWhenItIsSelected()
-    {
-        QStringList events;
-        QStackedWidget tabs;
-        auto* first = new Recorder(QStringLiteral("first "), &events);
-        auto* second = new Recorder(QStringLiteral("second "), &events);
-        tabs.addWidget(first);
-        tabs.addWidget(second);
-        first->loadViewIfNeeded();
-        second->loadViewIfNeeded();
-        events.clear();
-        tabs.show();
-        QTRY_COMPARE(events, QStringList{QStringLiteral("first viewDidAppear")});
-        tabs.setCurrentWidget(second);
-        QTRY_COMPARE(events.constLast(), QStringLiteral("second viewDidAppear"));
+        const CaseTable<QString, QString> cases{
+            {"nothing is built before it is asked for", u"wait"_s, {}},
+            {"it loads once", u"load load"_s, u"loadView viewDidLoad"_s},
+            {"showing loads a view that nobody asked for", u"show"_s, u"loadView viewDidLoad"_s},
+            {"it appears once it is on the screen", u"load show wait"_s, u"loadView viewDidLoad viewDidAppear"_s},
+            {"it disappears at once when it is hidden", u"show wait hide"_s,
+             u"loadView viewDidLoad viewDidAppear viewWillDisappear"_s},
+            {"it appears again", u"show wait hide show wait"_s,
+             u"loadView viewDidLoad viewDidAppear viewWillDisappear viewDidAppear"_s},
+            {"hidden before the event loop ran it never appeared", u"load show hide wait"_s, u"loadView viewDidLoad"_s},
+            {"shown twice before the event loop ran it appears once", u"show hide show wait wait"_s,
+             u"loadView viewDidLoad viewDidAppear"_s},
+            {"it disappears with its window", u"show wait close"_s,
+             u"loadView viewDidLoad viewDidAppear viewWillDisappear"_s},
+            {"minimising is neither", u"show wait minimise wait"_s, u"loadView viewDidLoad viewDidAppear"_s},
+        };
+        for (const auto& [steps, expected] : cases) {
+            QStringList events;
+            Recorder controller(&events);
+            follow(controller, steps);
+            QCOMPARE(events.join(u' '), expected);
+        }
     }
 
     void theLeavingTabIsToldBeforeTheComingOne()
     {
         QStringList events;
         QStackedWidget tabs;
-        tabs.addWidget(new Recorder(QStringLiteral("first "), &events));
-        tabs.addWidget(new Recorder(QStringLiteral("second "), &events));
+        tabs.addWidget(new Recorder(&events, u"first "_s));
+        tabs.addWidget(new Recorder(&events, u"second "_s));
         tabs.show();
         QTRY_COMPARE(events.size(), 3);
         events.clear();
         tabs.setCurrentIndex(1);
-        const QStringList expected{QStringLiteral("first viewWillDisappear"), QStringLiteral("second loadView"),
-                                   QStringLiteral("second viewDidLoad"), QStringLiteral("second viewDidAppear")};
+        const QStringList expected{u"first viewWillDisappear"_s, u"second loadView"_s, u"second viewDidLoad"_s,
+                                   u"second viewDidAppear"_s};
         QTRY_COMPARE(events, expected);
-    }
-
-    void closingTheWindowDisappears()
-    {
-        QStringList events;
-        Recorder controller({}, &events);
-        controller.show();
-        QTRY_COMPARE(events.size(), 3);
-        controller.close();
-        QCOMPARE(events.constLast(), QStringLiteral("viewWillDisappear"));
-    }
-
-    void minimisingIsNeither()
-    {
-        QStringList events;
-        Recorder controller({}, &events);
-        controller.show();
-        QTRY_COMPARE(events.size(), 3);
-        QHideEvent minimised;
-        QShowEvent restored;
-        for (QEvent* event : {static_cast<QEvent*>(&minimised), static_cast<QEvent*>(&restored)}) {
-            QSpontaneKeyEvent::setSpontaneous(event); // as it comes from the window system
-            qApp->notify(&controller, event);
-        }
-        QCoreApplication::processEvents();
-        QCOMPARE(events.size(), 3);
     }
 };
 
