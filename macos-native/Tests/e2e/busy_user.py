@@ -10,7 +10,7 @@ from typing import Iterator
 
 from agent_files import write_codex_agent, write_kimi_agent
 from resources import bytes_read, resources
-from nelo import Nelo, Node, press, type_text, until
+from nelo import Nelo, Node, press, type_line, until
 from provider import Provider
 
 ANSWERED_CHATS = 3
@@ -122,8 +122,7 @@ class BusyUser:
 
     def _ask(self, question: str) -> None:
         self._provider.requests.clear()
-        type_text(question)
-        press("Return")
+        type_line(question)
         until(lambda: self._provider.requests, "the question at the provider")
         self.chats += 1
 

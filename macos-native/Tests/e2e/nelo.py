@@ -30,7 +30,8 @@ TRAY_HEIGHT = 24
 MOST_TABS = 100
 ANY = re.compile("")
 LEFT_BUTTON, MIDDLE_BUTTON = 1, 2
-MENU = ("Open Nelo", "Open Nelo Console", "Settings...", "Quit Nelo")
+WINDOWS = {"Open Nelo": "Nelo", "Open Nelo Console": "Nelo Console", "Settings...": "Nelo Settings"}
+MENU = (*WINDOWS, "Quit Nelo")
 
 Result = TypeVar("Result")
 Self = TypeVar("Self", bound="Nelo")
@@ -76,6 +77,11 @@ def press(*keys: str) -> None:
 
 def type_text(text: str) -> None:
     xdotool("type", "--clearmodifiers", "--", text)
+
+
+def type_line(text: str) -> None:
+    type_text(text)
+    press("Return")
 
 
 def take_picture(file: Path, *what: str) -> None:
@@ -230,17 +236,8 @@ class Node:
 
     def open_tab(self, title: str) -> None:
         """Turns to a page of the window's tabs, which are called as the page in front."""
-        tabs = self.find("page tab list", ANY)
-        for _ in range(MOST_TABS):
-            page = tabs.name
-            if page == title:
-                return
-            press("ctrl+Tab")
-            try:
-                until(lambda: tabs.name != page, "another page", timeout=1)
-            except AssertionError:
-                press("Tab")  # into the tabs
-        raise AssertionError(f"no page {title}")
+        self.find("page tab", title).click()
+        self.find("page tab list", title)
 
     def maximise(self) -> None:
         """Double-clicks the title bar that the window manager has put over this window."""
@@ -398,6 +395,11 @@ class Nelo:
         self.open_menu()
         press(*["Down"] * (MENU.index(item) + 1), "Return")
 
+    def open(self, item: str) -> Node:
+        """Picks an item of the status menu, and waits for its window."""
+        self.choose(item)
+        return self.window(WINDOWS[item])
+
     def window(self, title: str) -> Node:
         """Waits for a window, in front."""
         window = self.accessible.find("frame", title)
@@ -447,8 +449,7 @@ def start_again(nelo: Nelo) -> "subprocess.Popen[bytes]":
 
 def open_chat(nelo: Nelo) -> Node:
     """Opens the chat window, ready for typing."""
-    nelo.choose("Open Nelo")
-    chat = nelo.window("Nelo")
+    chat = nelo.open("Open Nelo")
     field = chat.find("text", "Send a message")
     until(lambda: field.is_focused, "the keyboard in the input field")
     return chat
@@ -469,8 +470,7 @@ def store_api_key(nelo: Nelo, chat: Node, provider: str, key: str) -> None:
     chat.find("push button", "+").press()
     field = nelo.accessible.find("dialog", "Configure API Key").find("password text", f"{provider} API Key")
     until(lambda: field.is_focused, "the keyboard in the key's field")
-    type_text(key)
-    press("Return")
+    type_line(key)
     nelo.window("Nelo")
     chat.find("text", "Send a message").reach(by="shift+Tab")
 
@@ -496,5 +496,4 @@ def install_package(nelo: Nelo, tab: Node, file: Path) -> None:
     panel = nelo.accessible.find("dialog", re.compile("Choose an openclaw skill package"))
     field = panel.find("text", "File name:")
     until(lambda: field.is_focused, "the keyboard in the panel")
-    type_text(str(file))
-    press("Return")
+    type_line(str(file))

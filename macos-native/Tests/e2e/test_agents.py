@@ -1,23 +1,20 @@
 """The Agents tab on the local backend: what is done there is done on disk."""
 from __future__ import annotations
 
-import os
 import re
 import unittest
 from pathlib import Path
 
 from agent_files import write_kimi_agent
-from nelo import Nelo, Node, choose_in_popup, replace_text, take_picture, until
+from nelo import Nelo, Node, choose_in_popup, replace_text, until
 
-PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
 
 
 class AgentsTest(unittest.TestCase):
     def test_agents_are_created_renamed_configured_adopted_and_deleted(self) -> None:
         with Nelo() as nelo:
             discovered = write_kimi_agent(nelo.home, "scout")
-            nelo.choose("Open Nelo Console")
-            console = nelo.window("Nelo Console")
+            console = nelo.open("Open Nelo Console")
             table = console.find("table", "Agents")
             table.find("table cell", "scout")
 
@@ -25,7 +22,6 @@ class AgentsTest(unittest.TestCase):
             self.rename(nelo, console, table, "Builder", "Rename Agent", "Mason")
             self.edit_the_configuration(nelo, console, table)
             self.rename(nelo, console, table, "scout", "Adopt Agent", "Ranger")
-            take_picture(PICTURES / "agents.png")
 
             table.select_row("Mason")
             console.find("push button", "Delete").press()
@@ -64,7 +60,6 @@ class AgentsTest(unittest.TestCase):
         file = nelo.home / ".codex/config.json"
         editor = nelo.window(f"Config Editor - {file}")
         replace_text(editor.find("text", "Configuration"), '{"model": 1}')
-        take_picture(PICTURES / "config-editor.png")
         editor.find("push button", "Save").press(by="shift+Tab")  # Tab is a character there
         console.find("label", f"Saved config: {file}")
         self.assertEqual(file.read_text(), '{"model": 1}')

@@ -5,7 +5,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from nelo import BASE_FOLDERS, REPOSITORY, Nelo, open_chat, press, store_api_key, type_text
+from nelo import BASE_FOLDERS, REPOSITORY, Nelo, open_chat, store_api_key, type_line
 
 REPORT_STATUS = "Runtime status refreshed."
 
@@ -13,11 +13,9 @@ REPORT_STATUS = "Runtime status refreshed."
 class OddStartTest(unittest.TestCase):
     def assert_usable(self, nelo: Nelo) -> None:
         chat = open_chat(nelo)
-        type_text("hi")
-        press("Return")
+        type_line("hi")
         chat.find("label", "local greeting")
-        nelo.choose("Open Nelo Console")
-        console = nelo.window("Nelo Console")
+        console = nelo.open("Open Nelo Console")
         console.open_tab("Runtime")
         console.find("label", REPORT_STATUS)
         self.assertEqual(nelo.quit(), 0)

@@ -1,29 +1,13 @@
 """Nelo can be reached on every desktop, and runs once however often it is started."""
 from __future__ import annotations
 
-import os
 import signal
 import subprocess
-import tempfile
 import time
 import unittest
-from pathlib import Path
 
-from nelo import Nelo, TraylessNelo, launcher, launchers, open_chat, press, start_again, take_picture, type_text, until, xdotool
+from nelo import Nelo, TraylessNelo, launcher, launchers, open_chat, press, start_again, type_line, until, xdotool
 from tray import Tray
-
-LINGERING_BACKEND = """
-import atexit, pathlib, signal, time
-
-def linger():
-    pathlib.Path(__file__).with_name("ending").touch()
-    time.sleep(60)
-
-signal.signal(signal.SIGTERM, signal.SIG_IGN)
-atexit.register(linger)
-"""
-
-PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
 
 
 class StatusAreaTest(unittest.TestCase):
@@ -34,12 +18,10 @@ class StatusAreaTest(unittest.TestCase):
         with TraylessNelo() as nelo:
             until(lambda: launchers(nelo), "the window")
             self.assertLess(time.monotonic() - start, 2.0)
-            take_picture(PICTURES / "launcher.png")
             tray = Tray()
             self.addCleanup(tray.end)
             until(lambda: not launchers(nelo), "the window gone")
-            nelo.choose("Open Nelo Console")
-            nelo.window("Nelo Console")
+            nelo.open("Open Nelo Console")
 
     def test_a_status_area_that_dies_and_comes_back(self) -> None:
         tray = Tray()
@@ -49,8 +31,7 @@ class StatusAreaTest(unittest.TestCase):
             launcher(nelo)
             tray = Tray()
             until(lambda: not launchers(nelo), "the window gone")
-            nelo.choose("Open Nelo Console")
-            nelo.window("Nelo Console")
+            nelo.open("Open Nelo Console")
 
     def test_an_x11_tray_does_without_a_session_bus(self) -> None:
         self.addCleanup(Tray().end)
@@ -71,8 +52,7 @@ class StatusAreaTest(unittest.TestCase):
         self.addCleanup(Tray().end)
         with Nelo() as nelo:
             chat = open_chat(nelo)
-            type_text("what is new")
-            press("Return")
+            type_line("what is new")
             alert = nelo.accessible.find("dialog", "API Key Required")
             nelo.choose("Open Nelo Console")
             until(lambda: alert.is_active, "the alert in front")
@@ -108,8 +88,7 @@ class SecondStartTest(unittest.TestCase):
         with Nelo() as nelo:
             self.assertEqual(start_again(nelo).wait(20), 0)
             nelo.window("Nelo").find("text", "Send a message")
-            nelo.choose("Open Nelo Console")
-            nelo.window("Nelo Console")
+            nelo.open("Open Nelo Console")
             self.assertEqual(start_again(nelo).wait(20), 0)
             nelo.window("Nelo")  # from behind the console
             self.assertEqual(nelo.processes_of_the_program(), [nelo.process.pid])
@@ -123,32 +102,6 @@ class SecondStartTest(unittest.TestCase):
             self.assertEqual([start.returncode for start in starts if start is not last], [0] * 19)
             last.send_signal(signal.SIGTERM)
             self.assertEqual(last.wait(20), 0)
-
-    def test_a_start_while_the_former_one_is_quitting_stays(self) -> None:
-        with tempfile.TemporaryDirectory(prefix="nelo-home-") as folder:
-            app = Path(folder, "nelohub/app")
-            app.mkdir(parents=True)
-            (app / "__init__.py").write_text(LINGERING_BACKEND)
-            with Nelo(home=Path(folder), folder=app.parent) as nelo:
-                nelo.choose("Open Nelo Console")
-                nelo.window("Nelo Console")
-                nelo.process.terminate()
-                until((app / "ending").exists, "the helper asked to end")
-                again = start_again(nelo)
-                self.assertEqual(nelo.process.wait(20), 0)
-                until(lambda: nelo.processes_of_the_program() == [again.pid], "the later start alone")
-                self.assertIsNone(again.poll())
-                again.kill()
-                again.wait()
-
-    def test_the_next_start_after_a_kill_works_at_once(self) -> None:
-        with tempfile.TemporaryDirectory(prefix="nelo-home-") as home:
-            with Nelo(home=Path(home)) as nelo:
-                nelo.process.kill()
-                nelo.process.wait()
-                with Nelo(home=Path(home)) as again:
-                    again.choose("Open Nelo")
-                    again.window("Nelo")
 
 
 if __name__ == "__main__":

@@ -7,9 +7,10 @@ import subprocess
 import tempfile
 import unittest
 from pathlib import Path
+from typing import Callable
 from unittest import mock
 
-from nelo import Nelo, TraylessNelo, launcher, launchers, press, start_again, type_text, until, xdotool
+from nelo import Nelo, TraylessNelo, launcher, launchers, start_again, type_line, until, xdotool
 from provider import Provider
 
 SLOW_BACKEND = """
@@ -73,8 +74,7 @@ class SessionEndTest(unittest.TestCase):
         launcher(nelo).find("push button", "Open Nelo").press()
         field = nelo.accessible.find("text", "Send a message")
         until(lambda: field.is_focused, "the keyboard in the input field")
-        type_text("please wait")
-        press("Return")
+        type_line("please wait")
         until(lambda: self.provider.requests, "the request")
         until(lambda: self.history()[1:] == ["please wait"], "the question on the disk, where it is a moment later")
 
@@ -87,21 +87,15 @@ class SessionEndTest(unittest.TestCase):
         file = self.home / ".nelo/menubar_chat_history.json"
         return [record["content"] for record in json.loads(file.read_bytes())] if file.exists() else []
 
-    def test_asked_to_go_while_a_request_runs(self) -> None:
-        with self.started() as nelo:
-            self.ask_the_provider(nelo)
-            nelo.process.terminate()
-            self.assertEqual(nelo.process.wait(20), 0)
-            self.assertEqual(nelo.processes(), [])
+    def test_asked_to_go_while_something_runs(self) -> None:
+        for ask in (self.ask_the_backend, self.ask_the_provider):
+            with self.subTest(ask.__name__), self.started() as nelo:
+                ask(nelo)
+                nelo.process.terminate()
+                (self.project / "app/answer").touch()  # a call in progress is waited for
+                self.assertEqual(nelo.process.wait(20), 0)
+                self.assertEqual(nelo.processes(), [])
         self.assertEqual(self.history()[1:], ["please wait"])
-
-    def test_asked_to_go_while_a_backend_call_runs(self) -> None:
-        with self.started() as nelo:
-            self.ask_the_backend(nelo)
-            nelo.process.terminate()
-            (self.project / "app/answer").touch()  # a call in progress is waited for
-            self.assertEqual(nelo.process.wait(20), 0)
-            self.assertEqual(nelo.processes(), [])
 
     def test_started_again_while_a_backend_call_delays_its_end(self) -> None:
         with self.started() as nelo:
@@ -127,26 +121,22 @@ class SessionEndTest(unittest.TestCase):
             self.assertEqual(again.returncode, 1)
 
     def test_the_display_goes_away(self) -> None:
-        with self.started() as nelo:
-            self.display.end()
-            self.assertGreaterEqual(nelo.process.wait(20), 0, "killed by a signal")
-            until(lambda: nelo.processes() == [], "every process gone")
+        self.display_goes_away(lambda nelo: None)
 
     def test_the_display_goes_away_while_a_request_runs(self) -> None:
-        with self.started() as nelo:
-            self.ask_the_provider(nelo)
-            self.display.end()
-            self.assertGreaterEqual(nelo.process.wait(20), 0, "killed by a signal")
-            until(lambda: nelo.processes() == [], "every process gone")
+        self.display_goes_away(self.ask_the_provider)
         self.assertEqual(self.history()[1:], ["please wait"])
 
     def test_the_display_goes_away_while_a_backend_call_runs(self) -> None:
+        self.display_goes_away(self.ask_the_backend)
+
+    def display_goes_away(self, ask: Callable[[Nelo], None]) -> None:
         with self.started() as nelo:
-            self.ask_the_backend(nelo)
+            ask(nelo)
             self.display.end()
             (self.project / "app/answer").touch()
             self.assertGreaterEqual(nelo.process.wait(20), 0, "killed by a signal")
-            until(lambda: nelo.processes() == [], "the helper gone too")
+            until(lambda: nelo.processes() == [], "every process gone")
 
 
 if __name__ == "__main__":

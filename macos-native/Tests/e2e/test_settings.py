@@ -8,7 +8,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from nelo import Nelo, choose_in_popup, open_chat, press, replace_text, type_text, until
+from nelo import Nelo, choose_in_popup, open_chat, replace_text, type_line, until
 from provider import Provider
 
 
@@ -17,8 +17,7 @@ class SettingsTest(unittest.TestCase):
         with tempfile.TemporaryDirectory(prefix="nelo-home-") as folder:
             home = Path(folder)
             with Nelo(home=home) as nelo:
-                nelo.choose("Settings...")
-                window = nelo.window("Nelo Settings")
+                window = nelo.open("Settings...")
                 window.find("label", "Settings loaded.")
                 replace_text(window.find("password text", re.compile("Cloud API Key")), "sk-secret-1")
                 window.find("push button", "Save").press()
@@ -33,8 +32,7 @@ class SettingsTest(unittest.TestCase):
                 self.assertEqual(stat.S_IMODE(file.stat().st_mode), 0o600, file)
 
             with Nelo(home=home) as nelo:
-                nelo.choose("Settings...")
-                window = nelo.window("Nelo Settings")
+                window = nelo.open("Settings...")
                 window.find("label", "Settings loaded.")
                 document.unlink()
                 window.find("push button", "Save").press()  # the form still holds what it loaded
@@ -47,8 +45,7 @@ class SettingsTest(unittest.TestCase):
         provider = Provider()
         self.addCleanup(provider.close)
         with Nelo(environment={"NELO_DEEPSEEK_BASE_URL": provider.url}) as nelo:
-            nelo.choose("Settings...")
-            window = nelo.window("Nelo Settings")
+            window = nelo.open("Settings...")
             window.find("label", "Settings loaded.")
             choose_in_popup(window.find("combo box", "openai"), "deepseek")
             replace_text(window.find("password text", re.compile("Cloud API Key")), "sk-deep-1")
@@ -58,8 +55,7 @@ class SettingsTest(unittest.TestCase):
             chat = open_chat(nelo)
             choose_in_popup(chat.find("combo box", "gpt-4o-mini"), "deepseek-chat")
             chat.find("text", "Send a message").reach()
-            type_text("which key is this")
-            press("Return")
+            type_line("which key is this")
             chat.find("label", "request succeeded")
             self.assertEqual(provider.keys, ["Bearer sk-deep-1"])
             self.assertEqual(provider.requests[0]["model"], "deepseek-chat")

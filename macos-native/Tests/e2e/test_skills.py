@@ -2,17 +2,15 @@
 from __future__ import annotations
 
 import json
-import os
 import re
 import tempfile
 import unittest
 from pathlib import Path
 
-from nelo import Nelo, Node, install_package, replace_text, take_picture
+from nelo import Nelo, Node, install_package, replace_text
 from skill_packages import WEATHER, package, served_catalogue
 from stub_openclaw import install_stub_openclaw
 
-PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
 CONFIGURATION = """\
 {
   "agents": {"entries": {"pilot": {"name": "领航员", "workspace": "~/.openclaw/workspace"}}},
@@ -23,10 +21,8 @@ CONFIGURATION = """\
 
 
 def open_skills(nelo: Nelo) -> Node:
-    nelo.choose("Open Nelo Console")
-    console = nelo.window("Nelo Console")
+    console = nelo.open("Open Nelo Console")
     console.open_tab("Skills")
-    console.find("page tab list", "Skills")  # it is called as the page in front
     return console
 
 
@@ -49,7 +45,6 @@ class SkillsTest(unittest.TestCase):
             tab.find("label", "Loaded 0 skills for openclaw.")
             install_package(nelo, tab, file)
             result = nelo.accessible.find("dialog", "Skill Installed")
-            take_picture(PICTURES / "skill-installed.png")
             result.find("push button", "OK").press()
             tab.find("label", f"Installed skill to {self.workspace / 'skills/weather'}.")
             self.configure(tab)
@@ -89,7 +84,6 @@ class SkillsTest(unittest.TestCase):
         replace_text(tab.find("text", "CITY"), "Beijing")
         tab.find("push button", "Save Config").press()
         tab.find("label", "Saved config for weather.")
-        take_picture(PICTURES / "skill-configured.png")
 
     def assert_configured(self) -> None:
         wanted = json.loads(CONFIGURATION)

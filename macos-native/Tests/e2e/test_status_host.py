@@ -7,7 +7,7 @@ import unittest
 from gi.repository import GLib
 
 from nelo import MENU, Nelo, TraylessNelo, launcher, launchers, until
-from status_host import StatusHost
+from status_host import Item, StatusHost
 from tray import Tray
 
 
@@ -17,7 +17,7 @@ class StatusHostTest(unittest.TestCase):
         self.addCleanup(host.end)
         return host
 
-    def assert_has_item(self, nelo: Nelo, host: StatusHost) -> None:
+    def assert_has_item(self, nelo: Nelo, host: StatusHost) -> Item:
         item = host.next_item()
         until(lambda: not launchers(nelo), "the window gone")
         self.assertEqual([item.property(name) for name in ("Id", "Title")], ["Nelo", "Nelo"])
@@ -26,16 +26,12 @@ class StatusHostTest(unittest.TestCase):
         self.assertEqual(item.shortcuts(), {"Settings...": [["Control", "comma"]], "Quit Nelo": [["Control", "q"]]})
         item.choose("Open Nelo Console")
         nelo.window("Nelo Console")
+        return item
 
-    def test_one_that_is_there_at_the_start_has_the_item(self) -> None:
+    def test_one_that_is_there_at_the_start_has_the_item_and_opens_its_menu_at_any_click(self) -> None:
         host = self.start_host()
         with HostedNelo() as nelo:
-            self.assert_has_item(nelo, host)
-
-    def test_any_click_is_for_the_host_to_open_the_menu(self) -> None:
-        host = self.start_host()
-        with HostedNelo():
-            item = host.next_item()
+            item = self.assert_has_item(nelo, host)
             self.assertIs(item.property("ItemIsMenu"), True)
             self.assertRaisesRegex(GLib.Error, "UnknownMethod", item.activate)
             self.assertIn((22, 22, 4 * 22 * 22), [(width, height, len(pixels)) for width, height, pixels in item.property("IconPixmap")])
@@ -47,8 +43,7 @@ class StatusHostTest(unittest.TestCase):
             self.assert_has_item(nelo, host)
             until(lambda: not nelo._status_item(), "the item gone from the tray")
             host.end()
-            nelo.choose("Settings...")
-            nelo.window("Nelo Settings")
+            nelo.open("Settings...")
 
     def test_one_that_comes_after_the_start_takes_the_item_from_the_window(self) -> None:
         with TraylessNelo() as nelo:

@@ -4,7 +4,7 @@ from __future__ import annotations
 import unittest
 
 from mock_provider import MockProvider
-from nelo import Nelo, Node, open_chat, press, store_api_key, type_text, until
+from nelo import Nelo, Node, open_chat, press, store_api_key, type_line, until
 from test_chat import WELCOME, bubbles
 
 KEY = "sk-third-party"
@@ -26,8 +26,7 @@ class ThirdPartyTest(unittest.TestCase):
         self.addCleanup(self.nelo.__exit__, None, None, None)
 
     def ask(self, question: str) -> None:
-        type_text(question)
-        press("Return")
+        type_line(question)
 
     def failure(self, chat: Node) -> str:
         """What the alert says that comes now, which is closed."""

@@ -15,8 +15,8 @@ from typing import Iterator
 
 from model_server import ModelServer
 from agent_files import write_codex_agent, write_kimi_agent
-from nelo import (Nelo, Node, TraylessNelo, choose_in_popup, install_package, launcher, open_chat, press, replace_text,
-                  store_api_key, take_picture, take_picture_of_window, type_text, until)
+from nelo import (Nelo, Node, TraylessNelo, choose_in_popup, install_package, launcher, open_chat, press,
+                  replace_text, store_api_key, take_picture, take_picture_of_window, type_line, until)
 from provider import Provider
 from skill_packages import WEATHER, package, served_catalogue
 from stub_openclaw import install_stub_openclaw
@@ -65,9 +65,16 @@ def dialog(nelo: Nelo, opener: Node, title: str, name: str) -> Iterator[Node]:
 
 
 def dismissed(nelo: Nelo, opener: Node, title: str, name: str) -> None:
-    with dialog(nelo, opener, title, name):
-        press("Escape")
-    nelo.window("Nelo Console")
+    opener.press()
+    told(nelo, title, name)
+
+
+def told(nelo: Nelo, title: str, name: str, window: str = "Nelo Console") -> None:
+    """Takes the picture of the dialog that comes now over the window, and closes it."""
+    nelo.accessible.find("dialog", title)
+    picture(name)
+    press("Escape")
+    nelo.window(window)
 
 
 def show_menu(nelo: Nelo) -> None:
@@ -79,12 +86,10 @@ def show_menu(nelo: Nelo) -> None:
 
 
 def show_console(nelo: Nelo) -> None:
-    nelo.choose("Open Nelo Console")
-    console = nelo.window("Nelo Console")
+    console = nelo.open("Open Nelo Console")
     show_agents(nelo, console)
     for tab in ("Runtime", "Tovani", "Skills", "Settings"):
         console.open_tab(tab)
-        console.find("page tab list", tab)  # it is called as the page in front
         if tab == "Skills":
             show_skills(nelo, console)
         else:
@@ -125,10 +130,7 @@ def add_codex_agent(nelo: Nelo, add: Node) -> None:
 def show_missing_runtime(nelo: Nelo, add: Node) -> None:
     with dialog(nelo, add, "Add Agent", "agents-add-openclaw"):
         press("Return")
-    nelo.accessible.find("dialog", "OpenClaw Setup Failed")
-    picture("agents-setup-failed")
-    press("Escape")
-    nelo.window("Nelo Console")
+    told(nelo, "OpenClaw Setup Failed", "agents-setup-failed")
 
 
 @contextlib.contextmanager
@@ -169,10 +171,7 @@ def show_editor(nelo: Nelo, console: Node) -> None:
     picture("config-editor")
     with folder_in_place_of(file):
         editor.find("push button", "Save").press(by="shift+Tab")
-        nelo.accessible.find("dialog", "Save Failed")
-        picture("config-editor-save-failed")
-    press("Escape")
-    nelo.window(editor.name)
+        told(nelo, "Save Failed", "config-editor-save-failed", editor.name)
     press("alt+F4")
     nelo.window("Nelo Console")
 
@@ -222,18 +221,12 @@ def show_sources(nelo: Nelo, console: Node) -> None:
     picture("skills-sources")
     with dialog(nelo, add, "Add Source", "skills-add-source-again"):
         press("Return")
-    nelo.accessible.find("dialog", "Add Source Failed")
-    picture("skills-add-source-failed")
-    press("Escape")
-    nelo.window("Nelo Console")
+    told(nelo, "Add Source Failed", "skills-add-source-failed")
 
 
 def show_install(nelo: Nelo, console: Node, file: Path, title: str, name: str) -> None:
     install_package(nelo, console, file)
-    nelo.accessible.find("dialog", title)
-    picture(name)
-    press("Escape")
-    nelo.window("Nelo Console")
+    told(nelo, title, name)
 
 
 def show_installs(nelo: Nelo, console: Node) -> None:
@@ -249,10 +242,7 @@ def show_installs(nelo: Nelo, console: Node) -> None:
     nelo.accessible.find("dialog", "Select OpenClaw Agent")
     picture("skills-cloud-agent")
     press("Return")
-    nelo.accessible.find("dialog", "Cloud Skill Installed")
-    picture("skills-cloud-installed")
-    press("Escape")
-    nelo.window("Nelo Console")
+    told(nelo, "Cloud Skill Installed", "skills-cloud-installed")
 
 
 def show_chat(nelo: Nelo, provider: Provider) -> None:
@@ -260,22 +250,14 @@ def show_chat(nelo: Nelo, provider: Provider) -> None:
     picture("chat-welcome")
 
     def ask(question: str, answers: int) -> None:
-        type_text(question)
-        press("Return")
+        type_line(question)
         until(lambda: len(provider.requests) == answers, "the question at the provider")
         until(lambda: [node.name for node in chat.find("list", "Conversation").children()][-1] != question, "the answer")
 
-    type_text(QUESTION)
-    press("Return")
-    nelo.accessible.find("dialog", "API Key Required")
-    picture("chat-key-required")
-    press("Escape")
-    nelo.window("Nelo")
+    type_line(QUESTION)
+    told(nelo, "API Key Required", "chat-key-required", "Nelo")
     chat.find("push button", "+").press()
-    nelo.accessible.find("dialog", "Configure API Key")
-    picture("chat-key")
-    press("Escape")
-    nelo.window("Nelo")
+    told(nelo, "Configure API Key", "chat-key", "Nelo")
     store_api_key(nelo, chat, "OPENAI", "sk-tour")
     chat.find("text", "Send a message").reach()
     press("ctrl+a")
@@ -283,17 +265,12 @@ def show_chat(nelo: Nelo, provider: Provider) -> None:
     ask(LONG_QUESTION, 2)
     picture("chat-conversation")
 
-    type_text("please fail")
-    press("Return")
-    nelo.accessible.find("dialog", "Request Failed")
-    picture("chat-request-failed")
-    press("Escape")
-    nelo.window("Nelo")
+    type_line("please fail")
+    told(nelo, "Request Failed", "chat-request-failed", "Nelo")
 
 
 def show_settings(nelo: Nelo) -> None:
-    nelo.choose("Settings...")
-    nelo.window("Nelo Settings").find("label", "Settings loaded.")
+    nelo.open("Settings...").find("label", "Settings loaded.")
     picture("settings")
 
 

@@ -235,6 +235,7 @@ class CppTrial:
 
     def _run(self, test: Test, programs: Programs, timeout_seconds: float) -> Result:
         program = programs.path(test.program or PROGRAM)
-        environment = {**os.environ, **test.environment, "NELO_PROGRAM": str(program)}
+        environment = {**os.environ, **test.environment, "NELO_PROGRAM": str(program),
+                       "NELO_PICTURES": str(self._folder / "pictures")}
         command = [str(program)] if test.program else [*test.command, "-f"]
         return run(command, Path(test.folder), environment, timeout_seconds)
