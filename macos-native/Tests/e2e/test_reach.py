@@ -60,10 +60,13 @@ class StatusAreaTest(unittest.TestCase):
             self.assertEqual(nelo.quit(), 0)
 
     def test_its_windows_bring_an_icon(self) -> None:
-        with TraylessNelo() as nelo:
-            for entry, title in (("Open Nelo", "Nelo"), ("Open Nelo Console", "Nelo Console"), ("Settings...", "Nelo Settings")):
-                launcher(nelo).find("push button", entry).press()
-                nelo.window(title)
+        tray = Tray()
+        self.addCleanup(tray.end)
+        with Nelo() as nelo:
+            for entry in ("Open Nelo", "Open Nelo Console", "Settings..."):
+                nelo.open(entry)
+            tray.end()
+            launcher(nelo)
             for title in ("Nelo Launcher", "Nelo", "Nelo Console", "Nelo Settings"):
                 window = xdotool("search", "--onlyvisible", "--name", f"^{title}$").strip()
                 done = subprocess.run(["xprop", "-id", window, "_NET_WM_ICON"], capture_output=True, text=True, check=True)

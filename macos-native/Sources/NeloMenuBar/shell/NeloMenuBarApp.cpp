@@ -16,8 +16,6 @@
 
 #include <algorithm>
 
-#include <algorithm>
-
 using ActivationPolicy = Platform::ActivationPolicy;
 
 namespace {

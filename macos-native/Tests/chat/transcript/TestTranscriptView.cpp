@@ -130,7 +130,7 @@ private slots:
         m_view->append(Speaker::Nelo, u"line\n"_s.repeated(300) + u"last"_s);
         bar()->setValue(bar()->maximum() / 2);
         const int before = bar()->value();
-        const QPoint middle(m_view->bubbleRect(2).left() + 30, surface()->height() / 2);
+        const QPoint middle(m_view->bubbleRect(2).right(), surface()->height() / 2);
         const QSignalSpy scrolled(bar(), &QScrollBar::valueChanged);
         bool hadTime = false; // to scroll a first time
         QTest::mousePress(surface(), Qt::LeftButton, {}, middle);
