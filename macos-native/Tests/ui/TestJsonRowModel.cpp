@@ -128,7 +128,7 @@ private slots:
 
     void equalRowsChangeNothing()
     {
-        for (const QByteArray reply : {"[]", R"([{"name":"a","count":1},{"name":null,"more":[1.5,true,{"x":"y"}]}])"}) {
+        for (const char* reply : {"[]", R"([{"name":"a","count":1},{"name":null,"more":[1.5,true,{"x":"y"}]}])"}) {
             JsonRowModel model(nameAndCount());
             model.setRows(rowsOf(reply));
             const QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
