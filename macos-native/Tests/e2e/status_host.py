@@ -72,10 +72,12 @@ class Item:
 
 
 class StatusHost:
-    """A watcher in a process of its own. With `draws` it is a host as well, otherwise it waits for `begin_to_draw`."""
+    """A watcher in a process of its own. With `draws` it is a host as well, otherwise it waits for `begin_to_draw`.
 
-    def __init__(self, draws: bool = True) -> None:
-        self._process = subprocess.Popen([sys.executable, __file__, "draws" if draws else "watches"],
+    With `is_kde` it is KDE's daemon, which tells of a host always. There each host has a name of its own."""
+
+    def __init__(self, draws: bool = True, is_kde: bool = False) -> None:
+        self._process = subprocess.Popen([sys.executable, __file__, "draws" if draws else "watches", "kde" if is_kde else "other"],
                                          stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         assert self._line() == "ready"
 
@@ -109,7 +111,7 @@ class StatusHost:
         self._process.communicate()
 
 
-def serve(draws: bool) -> None:
+def serve(draws: bool, is_kde: bool) -> None:
     """The watcher's process: says which items register, and is told on its standard input whether it draws."""
     bus = session_bus()
     items: list[str] = []
@@ -123,7 +125,16 @@ def serve(draws: bool) -> None:
 
     def get(_bus: Any, _sender: str, _path: str, _interface: str, name: str) -> GLib.Variant:
         return {"RegisteredStatusNotifierItems": GLib.Variant("as", items), "ProtocolVersion": GLib.Variant("i", 0),
-                "IsStatusNotifierHostRegistered": GLib.Variant("b", draws)}[name]
+                "IsStatusNotifierHostRegistered": GLib.Variant("b", draws or is_kde)}[name]
+
+    host_name = 0
+
+    def name_host() -> None:
+        nonlocal host_name
+        if draws:
+            host_name = Gio.bus_own_name_on_connection(bus, f"org.kde.StatusNotifierHost-{os.getpid()}", Gio.BusNameOwnerFlags.NONE, None, None)
+        elif host_name:
+            Gio.bus_unown_name(host_name)
 
     def obey(_channel: GLib.IOChannel, _condition: GLib.IOCondition) -> bool:
         nonlocal draws
@@ -131,10 +142,15 @@ def serve(draws: bool) -> None:
         if not words:
             return False
         draws = words[-1] == "draws"
+        if is_kde:
+            name_host()
         bus.emit_signal(None, "/StatusNotifierWatcher", WATCHER,
                         "StatusNotifierHostRegistered" if draws else "StatusNotifierHostUnregistered", None)
         return True
 
+    if is_kde:
+        Gio.bus_own_name_on_connection(bus, "org.kde.kded5", Gio.BusNameOwnerFlags.NONE, None, None)
+        name_host()
     bus.register_object("/StatusNotifierWatcher", Gio.DBusNodeInfo.new_for_xml(INTERFACES).interfaces[0], call, get, None)
     GLib.io_add_watch(GLib.IOChannel.unix_new(0), GLib.IO_IN, obey)
     Gio.bus_own_name_on_connection(bus, WATCHER, Gio.BusNameOwnerFlags.NONE, lambda *_: print("ready", flush=True), None)
@@ -142,4 +158,4 @@ def serve(draws: bool) -> None:
 
 
 if __name__ == "__main__":
-    serve(sys.argv[1] == "draws")
+    serve(sys.argv[1] == "draws", sys.argv[2] == "kde")

@@ -12,8 +12,8 @@ from tray import Tray
 
 
 class StatusHostTest(unittest.TestCase):
-    def start_host(self, draws: bool = True) -> StatusHost:
-        host = StatusHost(draws)
+    def start_host(self, draws: bool = True, is_kde: bool = False) -> StatusHost:
+        host = StatusHost(draws, is_kde)
         self.addCleanup(host.end)
         return host
 
@@ -74,15 +74,18 @@ class StatusHostTest(unittest.TestCase):
             launcher(nelo)
 
     def test_a_watcher_without_a_host_is_no_status_area(self) -> None:
-        host = self.start_host(draws=False)
-        with TraylessNelo() as nelo:
-            launcher(nelo)
-            host.begin_to_draw()
-            self.assert_has_item(nelo, host)
-            host.end_drawing()
-            launcher(nelo)
-            host.begin_to_draw()
-            until(lambda: not launchers(nelo), "the window gone")
+        for is_kde in (False, True):
+            with self.subTest(is_kde=is_kde):
+                host = self.start_host(draws=False, is_kde=is_kde)
+                with TraylessNelo() as nelo:
+                    launcher(nelo)
+                    host.begin_to_draw()
+                    self.assert_has_item(nelo, host)
+                    host.end_drawing()
+                    launcher(nelo)
+                    host.begin_to_draw()
+                    until(lambda: not launchers(nelo), "the window gone")
+                host.end()
 
     def test_one_that_never_answers_delays_nothing(self) -> None:
         host = self.start_host()

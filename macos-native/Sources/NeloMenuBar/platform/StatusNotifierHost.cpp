@@ -1,10 +1,34 @@
 #include "platform/StatusNotifierHost.h"
 
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
+
+#include <algorithm>
+
+namespace {
+
+/// Returns whether `service`, a connection on the bus, is the daemon of KDE.
+bool isKdeDaemon(const QDBusConnectionInterface& bus, const QString& service)
+{
+    const QStringList names{QStringLiteral("org.kde.kded5"), QStringLiteral("org.kde.kded6")};
+    return std::any_of(names.begin(), names.end(),
+                       [&](const QString& name) { return bus.serviceOwner(name).value() == service; });
+}
+
+/// Returns whether a host has its name on the bus.
+bool hasHostName(const QDBusConnectionInterface& bus)
+{
+    const QStringList names = bus.registeredServiceNames();
+    return std::any_of(names.begin(), names.end(), [](const QString& name) {
+        return name.startsWith(QStringLiteral("org.kde.StatusNotifierHost-"));
+    });
+}
+
+} // namespace
 
 StatusNotifierHost::StatusNotifierHost(QObject* parent) : QObject(parent), m_bus(QDBusConnection::sessionBus())
 {
@@ -35,7 +59,10 @@ void StatusNotifierHost::ask()
     connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
         call->deleteLater();
         const QDBusPendingReply<QDBusVariant> answer = *call;
-        setRegistered(answer.isValid() && answer.value().variant().toBool());
+        const bool isTold = answer.isValid() && answer.value().variant().toBool();
+        // KDE's daemon tells of a host even while there is none.
+        const QDBusConnectionInterface* bus = m_bus.interface();
+        setRegistered(isTold && bus != nullptr && (!isKdeDaemon(*bus, answer.reply().service()) || hasHostName(*bus)));
     });
 }
 
