@@ -19,7 +19,9 @@ ANSWER_SECONDS = 10.0
 CONNECT_SECONDS = 5.0
 """How long the server may take to accept a connection."""
 
-_LIMIT = 10_000_000
+_ANSWER_BYTES = 10_000_000
+"""How many bytes of an answer are read at most."""
+
 _DEFAULT_PORT = 11434
 
 
@@ -62,7 +64,7 @@ def installed_models(seconds: float = ANSWER_SECONDS) -> list[dict[str, object]]
     """The models of the server, as it describes them. Raises `BackendError` when it does not answer in time."""
     address = current_address()
     try:
-        content = web.fetch(f"{address}/api/tags", seconds, _LIMIT)
+        content = web.fetch(f"{address}/api/tags", seconds, _ANSWER_BYTES)
     except web.FetchError as error:
         raise _no_server(address, str(error)) from error
     try:
