@@ -23,8 +23,8 @@ _LEFT_BEHIND = re.compile(rf"({re.escape(_STAGING)}|{re.escape(_ASIDE)})-[0-9a-f
 def recover(skills_folder: str) -> None:
     """Restore the skills that a killed install had put aside, and remove the folders that it had begun.
 
-    While this process holds the lock, no other process uses such folders. A folder that cannot be repaired stays as it is.
-    So does a folder that is locked by another process: this function does not wait for it.
+    A folder that cannot be repaired stays as it is. While another process holds the lock, such folders may be in use: then
+    this function does nothing, and does not wait.
     """
     with contextlib.suppress(OSError, ValueError, BackendError):
         if any(map(_LEFT_BEHIND.fullmatch, os.listdir(skills_folder))):

@@ -97,7 +97,7 @@ build_preset() {
             export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
         fi
         cmake --preset "$preset" >"$root/build/configure.log" || { cat "$root/build/configure.log"; exit 1; }
-        cmake --build --preset "$preset" "${targets[@]}"
+        cmake --build --preset "$preset" ${targets[@]+"${targets[@]}"} # the bash of macOS takes an empty list for an unset one
     )
 }
 

@@ -13,7 +13,7 @@
 namespace {
 
 /// Removes relative base folders from the environment of this process and its children. With them, files would depend
-/// on the folder in which the program is started. freedesktop.org's specification ignores relative folders; Qt does
+/// on the folder in which the program is started. The XDG base directory standard ignores relative folders; Qt does
 /// not.
 void ignoreRelativeBaseFolders()
 {

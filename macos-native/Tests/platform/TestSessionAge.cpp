@@ -18,6 +18,7 @@ private slots:
         QTest::newRow("an ordinary name") << QByteArray("42 (dbus-daemon)" + fields + "6050 19 20\n") << 39'500;
         QTest::newRow("a name with spaces, a parenthesis and figures")
             << QByteArray("42 (a) S 1 2 (b))" + fields + "9999 19 20\n") << 10;
+        QTest::newRow("a start in the future") << QByteArray("42 (dbus-daemon)" + fields + "10001 19 20\n") << -1;
         QTest::newRow("a line that is cut off") << QByteArray("42 (dbus-daemon)" + fields) << -1;
         QTest::newRow("no line") << QByteArray() << -1;
     }

@@ -210,7 +210,7 @@ std::error_code HelperProcess::write(std::string_view bytes)
 
 HelperProcess::Line HelperProcess::readLine()
 {
-    m_line = std::string(); // which frees a long one
+    std::string().swap(m_line); // an assignment would keep the memory of a long line
     std::string_view bytes = std::exchange(m_unread, {});
     while (true) {
         const std::size_t lineFeed = bytes.find('\n');

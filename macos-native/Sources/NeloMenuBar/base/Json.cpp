@@ -16,8 +16,8 @@ std::size_t endOfString(std::string_view json, std::size_t start)
         end = json.find('"', end + 1); // much faster than a look at each character
         if (end == std::string_view::npos)
             return json.size();
-        backslashes = end - 1 - json.find_last_not_of('\\', end - 1); // `start` is none
-    } while (backslashes % 2 == 1); // which makes the quotation mark a part of the string
+        backslashes = end - 1 - json.find_last_not_of('\\', end - 1); // the character at `start` is no backslash
+    } while (backslashes % 2 == 1);                                   // an odd number escapes the quotation mark
     return end;
 }
 

@@ -29,7 +29,8 @@ std::optional<milliseconds> processAge(const QByteArray& stat, milliseconds upti
     const qlonglong start = fields.value(22 - 3).toLongLong(&isNumber);
     if (!isNumber)
         return std::nullopt;
-    return uptime - milliseconds(start * 1000 / ticksPerSecond);
+    const milliseconds age = uptime - milliseconds(start * 1000 / ticksPerSecond);
+    return age < 0ms ? std::nullopt : std::optional(age);
 }
 
 std::optional<milliseconds> sessionAge(const QDBusConnection& bus)

@@ -34,7 +34,7 @@ ColorScheme schemeOf(QVariant value)
 {
     while (value.metaType() == QMetaType::fromType<QDBusVariant>()) // "Read" wraps the value twice
         value = value.value<QDBusVariant>().variant();
-    const bool isNumber = value.metaType() == QMetaType::fromType<uint>(); // a text would be made one
+    const bool isNumber = value.metaType() == QMetaType::fromType<uint>(); // a text could be converted to one
     if (isNumber && value.toUInt() == 1)
         return ColorScheme::Dark;
     return isNumber && value.toUInt() == 2 ? ColorScheme::Light : ColorScheme::Unknown;
@@ -49,7 +49,7 @@ SettingsPortal::SettingsPortal(QDBusConnection bus, QObject* parent) : QObject(p
     const auto* owners =
         new QDBusServiceWatcher(portalService(), m_bus, QDBusServiceWatcher::WatchForRegistration, this);
     connect(owners, &QDBusServiceWatcher::serviceRegistered, this, &SettingsPortal::ask);
-    // Only this setting, so that no other one wakes the program. To name the sender would wait for the bus to find it.
+    // Only changes of this setting wake the program. The sender is not named, because naming it would wait for the bus.
     m_bus.connect({}, portalPath(), settingsInterface(), QStringLiteral("SettingChanged"), colorSchemeSetting(), {},
                   this, SLOT(changeSetting(QDBusMessage)));
     ask();

@@ -155,7 +155,7 @@ std::optional<std::filesystem::path> SingleInstance::defaultFolder()
 {
     if (const char* given = std::getenv("XDG_RUNTIME_DIR")) {
         const std::filesystem::path folder(given);
-        if (folder.is_absolute() && isPrivate(folder)) // freedesktop.org's specification ignores relative folders
+        if (folder.is_absolute() && isPrivate(folder)) // the XDG base directory standard ignores relative ones
             return folder;
     }
     std::error_code failure;

@@ -197,8 +197,8 @@ SaveReport SettingsViewController::save()
 {
     takeTypedKey();
     const BackendReply reply(NeloBackend::call("save_nelo_settings", {toJson(shownSettings())}));
-    return saveReport(
-        reply, ApiKeyStore().setKeys(m_providerKeyCache)); // the keys are stored also when the backend call has failed
+    // The keys are stored also when the backend call has failed.
+    return saveReport(reply, ApiKeyStore().setKeys(m_providerKeyCache));
 }
 
 void SettingsViewController::showSettings(const SettingsDocument& settings)

@@ -58,7 +58,7 @@ private:
     QLineEdit* m_tovaniPathField = nullptr;
     StatusLine* m_statusLabel = nullptr;
 
-    QMap<QString, QString>
-        m_providerKeyCache;         // the API keys as they were typed or loaded last, by provider; also empty ones
+    /// By provider: the API keys as they were typed or loaded last, also empty ones.
+    QMap<QString, QString> m_providerKeyCache;
     QString m_currentCloudProvider; // the key field shows the key of this provider
 };

@@ -13,11 +13,13 @@ void LegibleStyle::install(ColorScheme scheme)
 {
     if (auto* installed = qobject_cast<LegibleStyle*>(QApplication::style())) {
         installed->m_scheme = scheme;
-        QApplication::setPalette(QPalette()); // which sets no color, but has the style polish the theme's palette again
+        QApplication::setPalette(QPalette()); // sets no color; the style polishes the theme's palette again
     } else {
         QApplication::setStyle(new LegibleStyle(QApplication::style(), scheme));
     }
-    QIcon::setThemeName(iconThemeFor(QIcon::themeName(), Colors::isDark(QApplication::palette())));
+    const QString iconTheme = iconThemeFor(QIcon::themeName(), Colors::isDark(QApplication::palette()));
+    if (iconTheme != QIcon::themeName()) // a theme that is set follows no change of the desktop's
+        QIcon::setThemeName(iconTheme);
 }
 
 void LegibleStyle::polish(QPalette& palette)

@@ -12,8 +12,8 @@ namespace {
 QString countsByEcosystem(const std::vector<Json>& rows)
 {
     const Json unknown = "unknown";
-    std::unordered_map<Json, int>
-        rowsOf; // by the member itself: the text of each row's would take longer than the rest
+    // Rows are counted by the JSON value, because making a text of each would take longer than the rest.
+    std::unordered_map<Json, int> rowsOf;
     for (const Json& row : rows) {
         const auto ecosystem = row.find("ecosystem");
         ++rowsOf[ecosystem == row.end() ? unknown : *ecosystem];
