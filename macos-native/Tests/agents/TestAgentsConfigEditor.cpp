@@ -2,6 +2,7 @@
 #include "agents/AgentsTab.h"
 #include "agents/ConfigEditorWindowController.h"
 #include "support/Cases.h"
+#include "support/Controls.h"
 #include "support/TestCase.h"
 
 #include <QApplication>
@@ -144,7 +145,7 @@ private slots:
         const QString path = home(u".codex/config.json"_s);
         const QPointer<NeloWindow> window = editorWindow(path);
         QTest::keyClicks(textView(window), u"x"_s);
-        QTest::mouseClick(window->findChildren<QPushButton*>().last(), Qt::LeftButton);
+        Controls::press(*window, u"Save"_s);
         QTRY_VERIFY(!window);
         QCOMPARE(Files::contentOf(path), "x{}\n"_ba);
         QCOMPARE(m_tab->status(), u"Saved config: "_s + path);
@@ -173,7 +174,7 @@ private slots:
         m_tab->window.reset();
         QVERIFY(!m_tab->controller);
         QTest::keyClicks(textView(window), u"x"_s);
-        QTest::mouseClick(window->findChildren<QPushButton*>().last(), Qt::LeftButton);
+        Controls::press(*window, u"Save"_s);
         QTRY_VERIFY(!window);
         QCOMPARE(Files::contentOf(path), "x{}\n"_ba);
     }

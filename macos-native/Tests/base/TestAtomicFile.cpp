@@ -136,8 +136,9 @@ private slots:
 
     void anExistingFileKeepsItsMode()
     {
-        Files::create(path(), "old");
         for (const mode_t mode : {0660U, 0644U, 0755U, 0400U, 04755U}) {
+            QFile::remove(path());
+            Files::create(path(), "old");
             chmod(QFile::encodeName(path()).constData(), mode);
             QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
             QCOMPARE(Files::contentOf(path()), "new");

@@ -108,6 +108,7 @@ private slots:
         QCOMPARE(banner()->accessibleName(), u"Nelo为您提供最简单的AI入口服务。客服请联系我们：nelo.example"_s);
         QCOMPARE(banner()->alignment(), Qt::AlignCenter);
         QVERIFY(banner()->textInteractionFlags().testFlag(Qt::TextSelectableByMouse));
+        QVERIFY(banner()->textInteractionFlags().testFlag(Qt::TextSelectableByKeyboard));
         QVERIFY(!banner()->textInteractionFlags().testFlag(Qt::TextEditable));
         banner()->setFocus();
         QTest::keySequence(banner(), QKeySequence::SelectAll);

@@ -7,7 +7,7 @@
 #include <vector>
 
 /// The cases of one test function: rows of values, each with the words that name it. The function goes through them in
-/// a loop; when it fails, the case that it had come to is named.
+/// a loop, which ends at the first case that fails; that case is named.
 ///
 ///     const CaseTable<QString, int> cases{{"its title", u"cloud"_s, 1}, {"another title", u"sky"_s, -1}};
 ///     for (const auto& [title, index] : cases)
@@ -38,7 +38,7 @@ public:
             ++m_case;
             return *this;
         }
-        bool operator!=(const Iterator& other) const { return m_case != other.m_case; }
+        bool operator!=(const Iterator& other) const { return m_case != other.m_case && !QTest::currentTestFailed(); }
 
     private:
         const Case* m_case;

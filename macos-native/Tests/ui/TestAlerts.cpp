@@ -311,12 +311,16 @@ private:
     {
         const DialogRobot robot({act});
         showAlert(nullptr, u"Title"_s, text);
+        QCOMPARE(robot.shown().size(), 1U);
     }
     /// What a dialog answers after `act` was done to it.
     static DialogAnswer ask(QWidget* accessory, const DialogRobot::Answer& act)
     {
         const DialogRobot robot({act});
-        return runDialog(nullptr, u"Title"_s, u"Text"_s, accessory, u"Save"_s);
+        const DialogAnswer answer = runDialog(nullptr, u"Title"_s, u"Text"_s, accessory, u"Save"_s);
+        if (robot.shown().size() != 1)
+            QTest::qFail("no dialog was open", __FILE__, __LINE__);
+        return answer;
     }
     static QPlainTextEdit* informativeText(const QDialog& dialog)
     {

@@ -12,6 +12,7 @@
 #include <QApplication>
 #include <QDialog>
 #include <QScreen>
+#include <QScrollBar>
 #include <QTest>
 
 #include <cmath>
@@ -142,10 +143,19 @@ private slots:
         Gallery gallery;
         for (const QString& name : Gallery::names()) {
             const bool isSeen = gallery.show(name, [&](QWidget& window) {
+                const auto scrollRanges = [&window] {
+                    QList<int> maxima;
+                    for (const QScrollBar* bar : window.findChildren<QScrollBar*>())
+                        maxima.append(bar->maximum());
+                    return maxima;
+                };
                 const QSize size = window.size();
-                for (Label* label : window.findChildren<Label*>()) {
-                    if (!reports.contains(label->objectName()))
+                const QList<int> ranges = scrollRanges();
+                for (QWidget* report : window.findChildren<QWidget*>()) {
+                    if (!reports.contains(report->objectName()) || qobject_cast<WrappingLabel*>(report))
                         continue;
+                    auto* label = qobject_cast<Label*>(report);
+                    QVERIFY2(label, qPrintable(name));
                     seen.append(label->objectName());
                     QCOMPARE(label->palette().color(QPalette::WindowText),
                              Colors::secondaryText(label->parentWidget()->palette()));
@@ -153,6 +163,7 @@ private slots:
                 }
                 Gallery::layOut();
                 QCOMPARE(window.size(), size);
+                QCOMPARE(scrollRanges(), ranges);
                 QVERIFY2(window.minimumSizeHint().width() <= size.width(), qPrintable(name));
             });
             QVERIFY2(isSeen, qPrintable(name));
