@@ -142,8 +142,9 @@ def serve(draws: bool, is_kde: bool) -> None:
         if not words:
             return False
         draws = words[-1] == "draws"
-        if is_kde:
+        if is_kde:  # which tells nobody
             name_host()
+            return True
         bus.emit_signal(None, "/StatusNotifierWatcher", WATCHER,
                         "StatusNotifierHostRegistered" if draws else "StatusNotifierHostUnregistered", None)
         return True

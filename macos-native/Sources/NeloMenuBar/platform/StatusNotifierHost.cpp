@@ -19,13 +19,17 @@ bool isKdeDaemon(const QDBusConnectionInterface& bus, const QString& service)
                        [&](const QString& name) { return bus.serviceOwner(name).value() == service; });
 }
 
+/// Returns whether `name` is that of a host.
+bool isHostName(const QString& name)
+{
+    return name.startsWith(QStringLiteral("org.kde.StatusNotifierHost-"));
+}
+
 /// Returns whether a host has its name on the bus.
 bool hasHostName(const QDBusConnectionInterface& bus)
 {
     const QStringList names = bus.registeredServiceNames();
-    return std::any_of(names.begin(), names.end(), [](const QString& name) {
-        return name.startsWith(QStringLiteral("org.kde.StatusNotifierHost-"));
-    });
+    return std::any_of(names.begin(), names.end(), isHostName);
 }
 
 } // namespace
@@ -36,10 +40,13 @@ StatusNotifierHost::StatusNotifierHost(QObject* parent) : QObject(parent), m_bus
         m_isRegistered = false;
         return;
     }
+    // The names of the watcher and of hosts; the bus filters by whole parts of names only.
     const auto* owners =
-        new QDBusServiceWatcher(StatusNotifierWatcher::service, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
-    connect(owners, &QDBusServiceWatcher::serviceRegistered, this, &StatusNotifierHost::ask);
-    connect(owners, &QDBusServiceWatcher::serviceUnregistered, this, [this] { setRegistered(false); });
+        new QDBusServiceWatcher(QStringLiteral("org.kde*"), m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+    connect(owners, &QDBusServiceWatcher::serviceOwnerChanged, this, [this](const QString& name) {
+        if (name == StatusNotifierWatcher::service || isHostName(name))
+            ask();
+    });
     // The sender is not named, because naming it would wait for an answer of the bus. A false signal does no harm:
     // `ask` asks the watcher itself.
     for (const auto& signal :
