@@ -215,6 +215,8 @@ class Gnome(Desktop):
         subprocess.run(["xdotool", "mousemove", "640", "400"], env=self.environment, check=True)  # out of the corner that opens it
         started = "!Main.layoutManager._startingUp && (Main.overview.hide(), !Main.overview.visible)"
         until(lambda: self._evaluate(started).endswith("'true')"), "the shell, without its overview", START_SECONDS)
+        # A banner that comes or goes would be taken for a part of the menu.
+        self._evaluate("Main.messageTray.bannerBlocked = true, Main.messageTray.getSources().forEach(source => source.destroy())")
 
     def _evaluate(self, script: str) -> str:
         """Runs JavaScript in the shell and returns what it answers."""

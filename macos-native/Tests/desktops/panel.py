@@ -16,7 +16,8 @@ ENTRIES = {"Open Nelo": 0.13, "Open Nelo Console": 0.36, "Settings...": 0.59, "Q
 MENU_PATH = "/StatusNotifierItem/Menu"
 OPENS, CHOOSES = "member=AboutToShow\n", '"clicked"\n'  # what dbus-monitor writes when a panel opens the menu, and at a choice
 SMALLEST_MENU = 80  # pixels
-EDGE = 8  # pixels of a menu that may let through what is below: corners and a shadow
+POINTER = 32  # pixels around the pointer, which some desktops paint into the picture
+EDGE = 12  # pixels of a menu that may let through what is below: corners and a shadow
 
 
 def screen() -> Image.Image:
@@ -80,7 +81,9 @@ class Panel:
         top, bottom = (item.y + item.height + 4, height) if item.y < height / 2 else (0, item.y - 4)
 
         def beyond_the_panel() -> Image.Image:
-            return screen().crop((0, top, width, bottom))
+            picture = screen()
+            picture.paste("black", (width // 2 - POINTER, height // 2 - POINTER, width // 2 + POINTER, height // 2 + POINTER))
+            return picture.crop((0, top, width, bottom))
 
         before = settled(beyond_the_panel, "a screen that does not change")
         self._open(item, button)
