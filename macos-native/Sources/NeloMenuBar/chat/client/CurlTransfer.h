@@ -27,9 +27,8 @@ struct TransferLimits
     QByteArray authoritiesFile{};
 };
 
-/// Returns why a transfer to `url` failed: the host, and libcurl's words. The words are `details`, which libcurl says
-/// of this one failure. They are those for every failure with `code` when there are no details, or when the details
-/// would name the host a second time.
+/// Returns why a transfer to `url` failed: the host, and libcurl's words. `details` are its words for this one failure.
+/// Without them, or when they name the host a second time, its words for every failure with `code` stand instead.
 ChatTransportError curlFailure(const QUrl& url, CURLcode code, const QString& details = QString());
 
 /// Returns why a transfer to `url` failed: the host, and `words` of our own.
