@@ -17,7 +17,7 @@ from .errors import reason
 OUTPUT_LIMIT = 4_000_000
 """How many bytes a program may write; more is not an answer."""
 
-_COLOUR = re.compile(r"\x1b\[[0-9;?]*[A-Za-z]")
+_COLOR = re.compile(r"\x1b\[[0-9;?]*[A-Za-z]")
 _CHUNK = 64 * 1024
 _POLL_SECONDS = 0.05
 
@@ -44,7 +44,7 @@ class Outcome:
         """The first line of text that it wrote, in errors first if it failed; nothing when there is none."""
         for written in (self.output, self.errors) if self.status == 0 else (self.errors, self.output):
             for line in written.decode(errors="replace").splitlines():
-                text = "".join(filter(str.isprintable, " ".join(_COLOUR.sub("", line).split())))
+                text = "".join(filter(str.isprintable, " ".join(_COLOR.sub("", line).split())))
                 if text:
                     return text[:200]
         return ""

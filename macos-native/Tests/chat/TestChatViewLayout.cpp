@@ -102,7 +102,7 @@ private slots:
         const QImage picture = m_chat->window()->grab().toImage();
         const auto restore = qScopeGuard([&before] { QApplication::setPalette(before); });
 
-        QCOMPARE(picture, m_picture); // the window's colours are given, whatever the theme
+        QCOMPARE(picture, m_picture); // the window's colors are given, whatever the theme
     }
 
     void theModelsAreInOrder()

@@ -15,7 +15,7 @@ from pathlib import Path
 from types import TracebackType
 
 from nelo import until
-from panel import ITEM_COLOUR
+from panel import ITEM_COLOR
 
 START_SECONDS = 60.0
 
@@ -62,7 +62,7 @@ class Desktop:
         self.runtime = Path(self._folder.name, "runtime")
         self.runtime.mkdir(mode=0o700)
         (self.home / "Desktop").mkdir(parents=True)
-        subprocess.run(["convert", "-size", "64x64", f"xc:{ITEM_COLOUR}", f"png32:{self.home}/Desktop/nelo.png"], check=True)
+        subprocess.run(["convert", "-size", "64x64", f"xc:{ITEM_COLOR}", f"png32:{self.home}/Desktop/nelo.png"], check=True)
         self.environment = {
             **{name: value for name, value in os.environ.items()
                if not name.startswith(("XDG_", "DBUS_")) and name not in ("WAYLAND_DISPLAY", "SESSION_MANAGER", "DISPLAY")},

@@ -11,7 +11,7 @@ from PIL import Image, ImageChops
 from nelo import Area, click, settled, until, xdotool
 
 LEFT, RIGHT = 1, 3
-ITEM_COLOUR = "#ff00ff"  # of the picture that the user has for the status item; nothing else on the screen has it
+ITEM_COLOR = "#ff00ff"  # of the picture that the user has for the status item; nothing else on the screen has it
 ENTRIES = {"Open Nelo": 0.13, "Open Nelo Console": 0.36, "Settings...": 0.59, "Quit Nelo": 0.85}  # their place in the menu
 MENU_PATH = "/StatusNotifierItem/Menu"
 OPENS, CHOOSES = "member=AboutToShow\n", '"clicked"\n'  # what dbus-monitor writes when a panel opens the menu, and at a choice
@@ -50,7 +50,7 @@ class Panel:
     def item(self) -> Area | None:
         """Where the panel shows the item's picture."""
         picture = screen()
-        alike = ImageChops.difference(picture, Image.new("RGB", picture.size, ITEM_COLOUR))
+        alike = ImageChops.difference(picture, Image.new("RGB", picture.size, ITEM_COLOR))
         found = alike.convert("L").point(lambda difference: 255 if difference < 12 else 0).getbbox()
         return Area(found[0], found[1], found[2] - found[0], found[3] - found[1]) if found else None
 

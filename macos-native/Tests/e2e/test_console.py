@@ -13,12 +13,12 @@ from nelo import WINDOWS, Nelo, take_picture, until, xdotool
 
 REPORT = re.compile(r"OS: .+\nInstalled: (yes|no)\nBinary: .+\nVersion: .+\nApp: (yes|no) \(.*\)\n"
                     r"Config: (yes|no) \(.*\)\nScript installer: ")
-OWN_COLOUR = "#12AB34"
+OWN_COLOR = "#12AB34"
 
 
-def pixels(picture: Path, colour: str) -> int:
+def pixels(picture: Path, color: str) -> int:
     listed = subprocess.run(["convert", str(picture), "-depth", "8", "txt:-"], capture_output=True, text=True, check=True)
-    return listed.stdout.count(colour)
+    return listed.stdout.count(color)
 
 
 def is_above(one: str, other: str) -> bool:
@@ -52,11 +52,11 @@ class MenuTest(unittest.TestCase):
     def test_the_item_is_the_users_own_image_and_tells_its_name(self) -> None:
         with tempfile.TemporaryDirectory(prefix="nelo-home-") as home:
             Path(home, "Desktop").mkdir()
-            subprocess.run(["convert", "-size", "512x512", f"xc:{OWN_COLOUR}", f"png32:{home}/Desktop/nelo.png"], check=True)
+            subprocess.run(["convert", "-size", "512x512", f"xc:{OWN_COLOR}", f"png32:{home}/Desktop/nelo.png"], check=True)
             with Nelo(home=Path(home)) as nelo:
                 def is_drawn() -> bool:
                     take_picture(Path(home, "screen.png"))
-                    return pixels(Path(home, "screen.png"), OWN_COLOUR) == 18 * 18
+                    return pixels(Path(home, "screen.png"), OWN_COLOR) == 18 * 18
 
                 until(is_drawn, "the image in the tray, 18 pixels wide and high")
                 item = nelo.settled_status_item()

@@ -317,7 +317,7 @@ def verbose_document() -> str:
 
 def desktop_settings(home: Path) -> dict[str, str]:
     """Writes what `LOOK` says of the desktop, and returns what a program on it finds around it."""
-    lines = {"dark": dark_colours(), "large": LARGE_TEXT}.get(LOOK)
+    lines = {"dark": dark_colors(), "large": LARGE_TEXT}.get(LOOK)
     if lines is None:
         return {}
     (home / ".config").mkdir(exist_ok=True)
@@ -325,7 +325,7 @@ def desktop_settings(home: Path) -> dict[str, str]:
     return {"XDG_CURRENT_DESKTOP": "KDE", "KDE_SESSION_VERSION": "5", "KDE_FULL_SESSION": "true"}
 
 
-def dark_colours() -> list[str]:
+def dark_colors() -> list[str]:
     lines: list[str] = []
     for group, (red, green, blue) in DARK.items():
         lines += [f"[Colors:{group}]", f"BackgroundNormal={red},{green},{blue}", "ForegroundNormal=252,252,252",

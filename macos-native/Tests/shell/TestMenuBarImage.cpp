@@ -75,7 +75,7 @@ private slots:
         }
     }
 
-    void itKeepsItsColours()
+    void itKeepsItsColors()
     {
         const CaseTable<QImage::Format> cases{
             {"transparent", QImage::Format_ARGB32},

@@ -2,7 +2,7 @@
 
 #include <QProxyStyle>
 
-/// The Fusion style in the colours of a desktop's theme.
+/// The Fusion style in the colors of a desktop's theme.
 class ThemeStyle final : public QProxyStyle
 {
 public:

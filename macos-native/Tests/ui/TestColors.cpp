@@ -16,7 +16,7 @@ namespace {
 
 constexpr double enough = 4.5;
 
-/// The colour that a translucent one becomes on `background`.
+/// The color that a translucent one becomes on `background`.
 QColor on(const QColor& background, const QColor& text)
 {
     const auto channel = [&text](float over, float under) {
@@ -43,7 +43,7 @@ QPalette theme(const QColor& text, const QColor& base, const QColor& placeholder
 
 } // namespace
 
-/// Colours that can be told apart.
+/// Colors that can be told apart.
 class TestColors final : public QObject
 {
     Q_OBJECT
@@ -58,7 +58,7 @@ private slots:
         const CaseTable<QColor, QColor, double> cases{
             {"black on white", QColor(Qt::black), QColor(Qt::white), 21.0},
             {"white on black", QColor(Qt::white), QColor(Qt::black), 21.0},
-            {"a colour on itself", QColor(10, 200, 30), QColor(10, 200, 30), 1.0},
+            {"a color on itself", QColor(10, 200, 30), QColor(10, 200, 30), 1.0},
             {"the lightest grey that passes on white", QColor(0x76, 0x76, 0x76), QColor(Qt::white), 4.54},
             {"the first that does not", QColor(0x77, 0x77, 0x77), QColor(Qt::white), 4.48},
             {"pure red on white", QColor(Qt::red), QColor(Qt::white), 4.00},

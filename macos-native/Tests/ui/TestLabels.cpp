@@ -55,7 +55,7 @@ QList<QTextCharFormat> formatsOf(const QLabel& line)
 
 } // namespace
 
-/// Labels and the colours of their text.
+/// Labels and the colors of their text.
 class TestLabels final : public QObject
 {
     Q_OBJECT
@@ -206,7 +206,7 @@ private slots:
             QCOMPARE(paragraph->palette().color(QPalette::WindowText), Colors::secondaryText(palette));
         }
 
-        QWidget other; // with another colour of nothing but its text, which the labels have a colour of their own for
+        QWidget other; // with another color of nothing but its text, which the labels have a color of their own for
         other.setPalette(paletteOf(Qt::darkRed, Qt::white));
         line->setParent(&other);
         paragraph->setParent(&other);

@@ -125,7 +125,7 @@ private slots:
     {
         for (const QColor& background : {QColor(Qt::white), QColor(30, 30, 30)}) {
             QWidget first;
-            QWidget other; // with another colour of its text
+            QWidget other; // with another color of its text
             first.setPalette(QPalette(background));
             QPalette palette(background);
             palette.setColor(QPalette::WindowText, Qt::darkRed);

@@ -50,7 +50,7 @@ QHBoxLayout* insetAtMost(QWidget* widget, int margin)
     return row;
 }
 
-/// A panel with round corners in its palette's window colour. An invalid `border` draws none.
+/// A panel with round corners in its palette's window color. An invalid `border` draws none.
 class RoundedPanel final : public QWidget
 {
 public:

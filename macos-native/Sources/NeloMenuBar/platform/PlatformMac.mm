@@ -101,7 +101,7 @@ QIcon MacPlatform::sparklesSymbol() const
     QImage image = QImage::fromData(QByteArray::fromNSData(png));
     image.setDevicePixelRatio(scale);
     QIcon icon(QPixmap::fromImage(image));
-    icon.setIsMask(true); // the bar draws it in its own colour
+    icon.setIsMask(true); // the bar draws it in its own color
     return icon;
 }
 

@@ -95,7 +95,7 @@ void SkillEntryEditor::updateConfigModeUI(const QString& mode)
     m_envLabel->setText(m_isDynamic ? QStringLiteral("ENV (JSON snapshot)") : QStringLiteral("ENV (JSON object)"));
 }
 
-/// Shows a snapshot in the secondary colour, and a text that can be edited in the ordinary one. Both come from the
+/// Shows a snapshot in the secondary color, and a text that can be edited in the ordinary one. Both come from the
 /// palette; a change of palette calls this again.
 void SkillEntryEditor::applyEnvColor()
 {

@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr float secondaryWeight = 0.65F; // of a text's own colour
+constexpr float secondaryWeight = 0.65F; // of a text's own color
 constexpr double enoughContrast = 4.5;   // WCAG 2.1, 1.4.3
 
 QColor blend(const QColor& over, const QColor& under, float weight)

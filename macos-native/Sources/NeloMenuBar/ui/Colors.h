@@ -5,30 +5,30 @@
 #include <QColor>
 #include <QPalette>
 
-/// The colours that windows share. All other colours come from the palette.
+/// The colors that windows share. All other colors come from the palette.
 namespace Colors {
 
 /// Returns a grey between black (0) and white (1).
 QColor white(double whiteness);
 
-/// Returns the colour of secondary text. It is mixed from the palette's text and window colours, and has a contrast of
-/// at least 4.5:1 to the window colour (WCAG 2.1, 1.4.3). The palette's placeholder colour has less.
+/// Returns the color of secondary text. It is mixed from the palette's text and window colors, and has a contrast of
+/// at least 4.5:1 to the window color (WCAG 2.1, 1.4.3). The palette's placeholder color has less.
 QColor secondaryText(const QPalette& palette);
 
-/// Returns the contrast of two opaque colours, from 1 to 21, as WCAG 2.1 defines it.
+/// Returns the contrast of two opaque colors, from 1 to 21, as WCAG 2.1 defines it.
 double contrast(const QColor& one, const QColor& other);
 
 /// Returns whether the windows of `palette` are darker than their text.
 bool isDark(const QPalette& palette);
 
-/// Returns `palette` with other colours for placeholders and selected text where their contrast to the background is
+/// Returns `palette` with other colors for placeholders and selected text where their contrast to the background is
 /// less than 4.5:1. Many themes have too little contrast for these two.
 QPalette legible(QPalette palette);
 
 /// Returns `palette`, or one of our own where it is not in the color scheme `scheme`.
 QPalette inScheme(const QPalette& palette, ColorScheme scheme);
 
-/// Returns the palette of a light appearance with the window colour `background`. It is for views with a fixed light
+/// Returns the palette of a light appearance with the window color `background`. It is for views with a fixed light
 /// background, whose text must not follow a dark system theme.
 QPalette lightAppearance(const QColor& background);
 

@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Gives `label` the text colour of `emphasis`, which is mixed from the palette that the label inherits.
+/// Gives `label` the text color of `emphasis`, which is mixed from the palette that the label inherits.
 void setTextColor(QLabel& label, Emphasis emphasis)
 {
     if (emphasis == Emphasis::Primary)
@@ -20,7 +20,7 @@ void setTextColor(QLabel& label, Emphasis emphasis)
     const QPalette inherited = label.parentWidget() ? label.parentWidget()->palette() : QApplication::palette(&label);
     const QColor color = Colors::secondaryText(inherited);
     if (label.palette().color(QPalette::WindowText) == color)
-        return; // setting the same colour would send another event of a changed palette
+        return; // setting the same color would send another event of a changed palette
     QPalette palette;
     palette.setColor(QPalette::WindowText, color);
     label.setPalette(palette);
@@ -183,7 +183,7 @@ QLabel* makeSupportLine(int linkSize, QWidget* parent)
 
     auto* line = new QLabel(parent);
     line->setTextFormat(Qt::RichText); // no part of the text comes from outside
-    // Without a colour of its own, a link has the colour of the system's theme, on any background.
+    // Without a color of its own, a link has the color of the system's theme, on any background.
     line->setText(QStringLiteral("%1<a href=\"%2\" style=\"font-size:%3pt; font-weight:500; "
                                  "text-decoration:underline; color:%4\">%5</a>")
                       .arg(introduction, address.toHtmlEscaped(), QString::number(pointsScaledToFont(linkSize)),

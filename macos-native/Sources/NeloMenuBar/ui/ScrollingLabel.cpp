@@ -58,7 +58,7 @@ void ScrollingLabel::applyEmphasis()
     const QColor color =
         Colors::secondaryText(parentWidget() ? parentWidget()->palette() : QApplication::palette(this));
     if (palette().color(QPalette::Text) == color)
-        return; // setting the same colour would send another event of a changed palette
+        return; // setting the same color would send another event of a changed palette
     QPalette palette;
     palette.setColor(QPalette::Text, color);
     setPalette(palette);

@@ -59,7 +59,7 @@ bool placesItsOwnParts(const QWidget& parent)
 }
 
 /// `window` as it is painted, four times as large: an upright of small letters is narrower than a pixel, and would show
-/// less of its colour than there is.
+/// less of its color than there is.
 QImage enlarged(QWidget& window)
 {
     constexpr int scale = 4;
@@ -70,7 +70,7 @@ QImage enlarged(QWidget& window)
     return image;
 }
 
-/// The contrast in `image` between the colour that most of `part` has and the one that stands out most.
+/// The contrast in `image` between the color that most of `part` has and the one that stands out most.
 double contrastIn(const QImage& image, const QRect& part)
 {
     const int scale = qRound(image.devicePixelRatio());

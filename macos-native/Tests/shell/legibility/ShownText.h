@@ -21,7 +21,7 @@ struct ShownText
     QRect inSight;
     /// The room that it needs to be seen whole; empty where a longer one scrolls.
     QSize needed;
-    /// The contrast that it must have to what it stands on: what WCAG 2.1 asks for in 1.4.3, unless its colours were
+    /// The contrast that it must have to what it stands on: what WCAG 2.1 asks for in 1.4.3, unless its colors were
     /// given to us.
     double contrast = 4.5;
 };

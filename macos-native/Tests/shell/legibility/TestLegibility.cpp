@@ -25,7 +25,7 @@ Q_DECLARE_METATYPE(ColorScheme)
 
 namespace {
 
-/// The colours of a well-known dark desktop, whose theme says nothing of placeholders.
+/// The colors of a well-known dark desktop, whose theme says nothing of placeholders.
 QPalette darkTheme()
 {
     const QColor text(252, 252, 252);
