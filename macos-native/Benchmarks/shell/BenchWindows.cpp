@@ -1,4 +1,4 @@
-// From the choice of a menu entry to the painted window, against the same controls made bare. The helper runs already;
+// From the choice of a menu item to the painted window, against the same controls made bare. The helper runs already;
 // its answers are part of our time, and of the bare console's too, which makes the same calls.
 
 #include "BareWindows.h"

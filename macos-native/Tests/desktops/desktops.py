@@ -100,7 +100,7 @@ class Desktop:
         return [*self._terminal, "sh", "-c", f"stty -echo; echo ready > {file}; exec cat >> {file}"]
 
     def activation_token(self) -> dict[str, str]:
-        """What the desktop's launcher would put into the environment of a program that it starts."""
+        """What the desktop's application menu would put into the environment of a program that it starts."""
         return {}
 
     def run(self, *command: str, **environment: str) -> "subprocess.Popen[bytes]":

@@ -420,7 +420,7 @@ class TraylessNelo(Nelo):
 
 
 def launchers(nelo: Nelo, process_id: int | None = None) -> list[Node]:
-    """The windows that show the menu's entries, of which a process has one at most."""
+    """The windows that show the menu's items, of which a process has one at most."""
     return [frame for frame in nelo.accessible_of(process_id or nelo.process.pid).children() if frame.role == "frame" and frame.is_showing
             and [node.name for node in frame.descendants() if node.role == "push button"] == list(MENU)]
 

@@ -54,7 +54,7 @@ class Item:
         return [(number, properties) for number, properties, _children in children]
 
     def menu(self) -> list[str]:
-        """The titles of the menu's entries, without separators."""
+        """The titles of the menu's items, without separators."""
         return [properties["label"] for _number, properties in self._entries() if properties.get("type") != "separator"]
 
     def shortcuts(self) -> dict[str, Any]:
