@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import os
 
-from . import agents, arguments, catalogue, files, packages, web
+from . import agents, arguments, catalogue, files, skill_packages, web
 from .errors import BackendError, reason
 from .skill_folders import install_package
 
@@ -25,7 +25,7 @@ def install_openclaw_skill_zip(agent_id: object, package_path: object) -> dict[s
     if not path:
         raise BackendError("The package path is empty.")
     try:
-        package = files.read_file(path, packages.SIZE_LIMIT + 1)
+        package = files.read_file(path, skill_packages.SIZE_LIMIT + 1)
     except (OSError, ValueError) as error:
         why = reason(error) if isinstance(error, OSError) else "it is not a path"
         raise BackendError(f"Cannot read the package {arguments.quoted(path)}: {why}.") from error
@@ -143,7 +143,7 @@ def _fetched_package(base: str, key: str, entry: dict[str, object]) -> bytes:
             "change, and gives no SHA-256 to check it. Ask whoever keeps the catalogue for an https address."
         )
     try:
-        package = web.fetch(address, PACKAGE_SECONDS, packages.SIZE_LIMIT)
+        package = web.fetch(address, PACKAGE_SECONDS, skill_packages.SIZE_LIMIT)
     except web.FetchError as error:
         raise BackendError(f"Cannot load the package {web.shown(address)}: {error}.") from error
     if "sha256" in entry:

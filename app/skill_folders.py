@@ -7,7 +7,7 @@ import os
 import re
 from collections.abc import Mapping
 
-from . import arguments, files, packages
+from . import arguments, files, skill_packages
 from .documents import format_json, parse_object
 from .errors import BackendError, explained
 
@@ -47,8 +47,8 @@ def install_package(package: bytes, workspace: str, fallback_name: str, source: 
         staging = files.unused_name(skills, _STAGING)
         os.mkdir(staging, 0o700)
         try:
-            packages.unpack(package, staging)
-            root = packages.skill_root(staging)
+            skill_packages.unpack(package, staging)
+            root = skill_packages.skill_root(staging)
             own_name = _own_name(root)
             name = _folder_name(own_name, fallback_name if root == staging else os.path.basename(root))
             target = os.path.join(skills, name)
@@ -58,7 +58,7 @@ def install_package(package: bytes, workspace: str, fallback_name: str, source: 
             _write_origin(root, origin)
             files.sync_file_system(staging)  # after a power cut the new skill must not have empty files
             _swap(root, target)
-        except packages.PackageRefused as error:
+        except skill_packages.PackageRefused as error:
             raise BackendError(f"The package was not installed: {error}.") from error
         finally:
             _remove(staging)
@@ -144,5 +144,5 @@ def _folder_name(own: str, fallback: str) -> str:
     """The name under which a skill is installed: its own, if that can be a folder's name."""
     name = fallback if arguments.folder_name_problem(own) else own
     if arguments.folder_name_problem(name):
-        raise packages.PackageRefused(f"{arguments.quoted(name)} cannot be the name of a folder")
+        raise skill_packages.PackageRefused(f"{arguments.quoted(name)} cannot be the name of a folder")
     return name

@@ -11,7 +11,7 @@ import app
 from app import catalogue, installs, web
 from app.tests.http_server import Exchange, HttpServer
 from app.tests.test_installs import SKILLS, InstallTestCase, skill
-from app.tests.test_packages import make_package
+from app.tests.test_skill_packages import make_package
 
 
 class CloudSkillTest(InstallTestCase):

@@ -17,7 +17,7 @@ import app
 from app.errors import BackendError
 from app.tests.hostile_packages import hostile_package
 from app.tests.support import HomeTestCase
-from app.tests.test_packages import make_package
+from app.tests.test_skill_packages import make_package
 
 WORKSPACE = ".openclaw/workspace"
 ORDINARY_COUNT = 800

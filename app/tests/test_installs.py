@@ -12,10 +12,10 @@ from collections.abc import Iterator
 from unittest import mock
 
 import app
-from app import files, openclaw, packages
+from app import files, openclaw, skill_packages
 from app.skill_folders import install_package
 from app.tests.support import HomeTestCase, wait_for
-from app.tests.test_packages import make_package
+from app.tests.test_skill_packages import make_package
 
 SKILLS = ".openclaw/workspace/skills"
 ORIGIN = ".nelo-origin.json"
@@ -198,7 +198,7 @@ class InstallZipTest(InstallTestCase):
         self.assertIn('There is no package "~/package.zip"', message)
 
     def test_a_package_past_the_limit_is_refused(self) -> None:
-        self.replace(packages, "SIZE_LIMIT", 100)
+        self.replace(skill_packages, "SIZE_LIMIT", 100)
         self.assertIn("it is larger than", self.refusal(self.install, skill("one")))
 
     def test_all_of_a_skill_reaches_the_disk_at_once_before_it_takes_its_place(self) -> None:
@@ -262,7 +262,7 @@ class KilledInstallTest(InstallTestCase):
     def test_killed_while_unpacking_nothing_half_is_listed_and_the_next_install_works(self) -> None:
         for version in ("first", "earlier"):
             with self.subTest(version):
-                self.kill_in("app.packages.skill_root")
+                self.kill_in("app.skill_packages.skill_root")
                 self.assertEqual(len(os.listdir(self.path(SKILLS))), 1 if version == "first" else 2)
                 self.assertEqual(len(app.list_skills("openclaw")), 0 if version == "first" else 1)
                 self.install(skill("three"))

@@ -11,7 +11,7 @@ import app
 from app import files
 from app.errors import BackendError
 from app.tests.support import HomeTestCase
-from app.tests.test_packages import make_package
+from app.tests.test_skill_packages import make_package
 from faults import FILE_FAULTS, KILLS, Fault, every_fault
 
 CONFIG = ".openclaw/openclaw.json"

@@ -12,7 +12,7 @@ from collections.abc import Callable
 
 import app
 from app.tests.support import HomeTestCase
-from app.tests.test_packages import make_package
+from app.tests.test_skill_packages import make_package
 
 KILLS = 200
 LONGEST_LIFE = 0.005

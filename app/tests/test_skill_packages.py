@@ -11,7 +11,7 @@ import warnings
 import zipfile
 from collections.abc import Mapping
 
-from app import packages
+from app import skill_packages
 from app.tests.support import HomeTestCase
 
 MANUAL = b"---\nname: weather\n---\n"
@@ -53,11 +53,11 @@ class UnpackTest(HomeTestCase):
         """Unpack into an empty folder and answer the files in it."""
         shutil.rmtree(self.path("outer/folder"))
         os.makedirs(self.path("outer/folder"))
-        packages.unpack(package, self.path("outer/folder"))
+        skill_packages.unpack(package, self.path("outer/folder"))
         return self.files_below("outer/folder")
 
     def refused(self, package: bytes) -> str:
-        with self.assertRaises(packages.PackageRefused) as raised:
+        with self.assertRaises(skill_packages.PackageRefused) as raised:
             self.unpack(package)
         outside = [name for name in self.files_below() if not name.startswith("outer/folder/")]
         self.assertEqual(outside, [])
@@ -159,14 +159,14 @@ class UnpackTest(HomeTestCase):
         self.assertEqual(self.unpack(package), ["a/b"])
 
     def test_a_table_of_contents_without_end_is_refused_before_it_is_read(self) -> None:
-        marks = packages._CENTRAL_HEADER * 19_999  # and one of the package's own
+        marks = skill_packages._CENTRAL_HEADER * 19_999  # and one of the package's own
         self.assertEqual(self.unpack(make_package({"a": marks}, zipfile.ZIP_STORED)), ["a"])
-        package = make_package({"a": marks}, zipfile.ZIP_STORED) + packages._CENTRAL_HEADER
+        package = make_package({"a": marks}, zipfile.ZIP_STORED) + skill_packages._CENTRAL_HEADER
         self.assertEqual(self.refused(package), "it has more than 2000 entries")
 
     def test_fifty_megabytes_unpacked_are_the_most(self) -> None:
-        self.assertEqual(packages.SIZE_LIMIT, 50_000_000)
-        self.replace(packages, "SIZE_LIMIT", 5_000_000)
+        self.assertEqual(skill_packages.SIZE_LIMIT, 50_000_000)
+        self.replace(skill_packages, "SIZE_LIMIT", 5_000_000)
         noise = os.urandom(10_000) * 250
         fits = make_package({"a": noise, "b": noise})
         self.assertEqual(len(self.unpack(fits)), 2)
@@ -176,13 +176,13 @@ class UnpackTest(HomeTestCase):
 
     def test_a_package_that_is_larger_than_it_may_be_unpacked_is_refused(self) -> None:
         package = make_package({"a": b"x"})
-        self.replace(packages, "SIZE_LIMIT", len(package))
+        self.replace(skill_packages, "SIZE_LIMIT", len(package))
         self.assertEqual(self.unpack(package), ["a"])
-        self.replace(packages, "SIZE_LIMIT", 1_000_000)
+        self.replace(skill_packages, "SIZE_LIMIT", 1_000_000)
         self.assertEqual(self.refused(b"x" * 1_000_001), "it is larger than 1 MB")
 
     def test_a_bomb_is_refused_by_what_comes_out_of_it(self) -> None:
-        self.assertEqual(packages.RATIO_LIMIT, 100)
+        self.assertEqual(skill_packages.RATIO_LIMIT, 100)
         bomb = make_package({"zeros": bytes(20_000_000)})
         self.assertIn("100 times its own size", self.refused(bomb))
         self.assertLessEqual(os.path.getsize(self.path("outer/folder/zeros")), len(bomb) * 100)
@@ -221,7 +221,7 @@ class UnpackTest(HomeTestCase):
 
     def test_an_encrypted_package_is_refused(self) -> None:
         package = bytearray(make_package({"SKILL.md": MANUAL}))
-        central = package.index(packages._CENTRAL_HEADER)
+        central = package.index(skill_packages._CENTRAL_HEADER)
         for flag in (0x1, 0x40):
             package[6] = package[central + 8] = flag
             self.assertEqual(self.refused(bytes(package)), "it is encrypted")
@@ -249,7 +249,7 @@ class UnpackTest(HomeTestCase):
             entry = info("SKILL.md")
             entry.extra = struct.pack("<HHQQQ", 1, 24, 1, 1, offset)
             package = bytearray(make_package_of((entry, b"x")))
-            central = package.rindex(packages._CENTRAL_HEADER)
+            central = package.rindex(skill_packages._CENTRAL_HEADER)
             package[central + 20 : central + 28] = b"\xff" * 8
             package[central + 42 : central + 46] = b"\xff" * 4
             with self.subTest(offset):
@@ -259,7 +259,7 @@ class UnpackTest(HomeTestCase):
         entry = info("SKILL.md")
         entry.extra = struct.pack("<HHL", 1, 4, 7)
         package = bytearray(make_package_of((entry, b"x")))
-        central = package.rindex(packages._CENTRAL_HEADER)
+        central = package.rindex(skill_packages._CENTRAL_HEADER)
         package[central + 20 : central + 28] = b"\xff" * 8
         self.assertEqual(self.refused(bytes(package)), "it is not a zip archive, or a damaged one")
 
@@ -270,7 +270,7 @@ class UnpackTest(HomeTestCase):
         for package in damaged:
             try:
                 self.unpack(package)
-            except packages.PackageRefused:
+            except skill_packages.PackageRefused:
                 pass
             outside = [name for name in self.files_below() if not name.startswith("outer/folder/")]
             self.assertEqual(outside, [])
@@ -280,7 +280,7 @@ class SkillRootTest(HomeTestCase):
     def root(self, *names: str) -> str:
         for name in names:
             self.make_file(f"package/{name}")
-        return os.path.relpath(packages.skill_root(self.path("package")), self.path("package"))
+        return os.path.relpath(skill_packages.skill_root(self.path("package")), self.path("package"))
 
     def test_the_root_with_a_manual_is_the_skill(self) -> None:
         self.assertEqual(self.root("SKILL.md"), ".")
@@ -299,5 +299,5 @@ class SkillRootTest(HomeTestCase):
         ):
             for name in names:
                 self.make_file(f"package{number}/{name}")
-            with self.assertRaisesRegex(packages.PackageRefused, "no SKILL.md at its root or in its single folder"):
-                packages.skill_root(self.path(f"package{number}"))
+            with self.assertRaisesRegex(skill_packages.PackageRefused, "no SKILL.md at its root or in its single folder"):
+                skill_packages.skill_root(self.path(f"package{number}"))
