@@ -1,7 +1,7 @@
 """The local backend: what the console asks for, each operation a function of this module.
 
-It runs in a child interpreter whose standard output is the line protocol, so nothing here prints. Importing it reads
-and starts nothing, and modules that are slow to import are imported by the functions that need them.
+It runs in a child interpreter whose standard output carries the replies, so nothing here prints. Importing it reads no
+file and starts nothing. What is slow to import is imported by the functions that need it.
 """
 
 from __future__ import annotations

@@ -27,8 +27,8 @@ def list_local_agents() -> list[dict[str, object]]:
     """Every agent, by ecosystem and id.
 
     Each row has "id", "name", "ecosystem" and "origin" ("managed" or "discovered"), and where they are known "state",
-    "lastSeen", "workspace" and "createdAt". Of an ecosystem that cannot be read, only what is managed is listed, with
-    the reason as its state. Raises `BackendError` when the registry exists and cannot be read.
+    "lastSeen", "workspace" and "createdAt". When the agents of an ecosystem cannot be read, only its managed ones are
+    listed, with the reason as their state. Raises `BackendError` when the registry exists and cannot be read.
     """
     records = _records()
     rows = []
@@ -39,14 +39,14 @@ def list_local_agents() -> list[dict[str, object]]:
 
 
 def sync_local_agents_to_core() -> list[dict[str, object]]:
-    """The same rows as `list_local_agents`: without a Core, what is on this machine is all there is."""
+    """Returns the rows of `list_local_agents`. Nothing is sent: this backend knows no Core."""
     return list_local_agents()
 
 
 def add_local_agent(ecosystem: object, agent_id: object, name: object, workspace: object = "") -> dict[str, object]:
     """Create an agent in its program, and manage it. The workspace counts only where the program gives an agent one.
 
-    Answers the new row. Raises `BackendError` when the id is taken or the agent cannot be created.
+    Returns the new row. Raises `BackendError` when the id is taken or the agent cannot be created.
     """
     from .ecosystems import ecosystem as implementation
 
@@ -66,7 +66,7 @@ def add_local_agent(ecosystem: object, agent_id: object, name: object, workspace
 def adopt_local_agent(ecosystem: object, agent_id: object, name: object, workspace: object = "") -> dict[str, object]:
     """Manage an agent that a program has, under a chosen name. Nothing of the program's changes.
 
-    Answers the row. Raises `BackendError` when there is no such agent or it is managed already.
+    Returns the row. Raises `BackendError` when there is no such agent or it is managed already.
     """
     owner = arguments.ecosystem(ecosystem)
     identity = arguments.folder_name(agent_id, "agent id")
@@ -76,7 +76,7 @@ def adopt_local_agent(ecosystem: object, agent_id: object, name: object, workspa
 
 
 def rename_local_agent(ecosystem: object, agent_id: object, name: object) -> dict[str, object]:
-    """Give a managed agent another name, in its program too, and answer its row.
+    """Change the name of a managed agent, in its program too, and return its row.
 
     Raises `BackendError` when it is not managed or the program cannot do it.
     """
@@ -94,11 +94,11 @@ def rename_local_agent(ecosystem: object, agent_id: object, name: object) -> dic
 
 
 def delete_local_agent(ecosystem: object, agent_id: object, remove_workspace: object = False) -> dict[str, object]:
-    """Delete a managed agent. Only when `remove_workspace` is true does its program lose it too.
+    """Delete the record of a managed agent. When `remove_workspace` is true, delete the agent in its program, too.
 
-    This backend itself removes no file of a program: it has the program do so, or moves the agent to the trash. Answers
-    "ecosystem", "id", and "removed", a list of the paths that went to the trash. Raises `BackendError` when the agent
-    is not managed, or when it cannot be deleted.
+    This backend removes no file of a program itself: the program deletes the agent, or the agent's file is moved to the
+    trash. Returns "ecosystem", "id", and "removed", the list of the paths that went to the trash. Raises `BackendError`
+    when the agent is not managed, or when it cannot be deleted.
     """
     from .ecosystems import ecosystem as implementation
 
@@ -140,7 +140,7 @@ def _known_agents(ecosystem: str, records: Records) -> list[Agent]:
 
 
 def _program_agent(ecosystem: str, agent_id: str) -> Agent:
-    """The agent as its program has it. Raises `BackendError` when it has none of that id."""
+    """The agent as its program has it. Raises `BackendError` when the program has no agent with this id."""
     from .ecosystems import ecosystem as implementation
 
     for agent in implementation(ecosystem).agents():
@@ -150,7 +150,7 @@ def _program_agent(ecosystem: str, agent_id: str) -> Agent:
 
 
 def _manage(ecosystem: str, agent: Agent, name: str, more: dict[str, str]) -> dict[str, object]:
-    """Record that we manage an agent, under a name, and answer its row."""
+    """Write the record of an agent, with its name, and return the row of the agent."""
     entry: dict[str, object] = {"ecosystem": ecosystem, "id": agent.id, **more}
     _set_name(entry, agent, name)
     with _REGISTRY.changing() as entries:
@@ -178,7 +178,7 @@ def _row(ecosystem: str, agent: Agent, records: Records) -> dict[str, object]:
 
 
 def _records() -> Records:
-    """The records; of several of one agent the first counts."""
+    """The records. When an agent has several, the first one counts."""
     records: Records = {}
     for entry in _REGISTRY.entries():
         record = _record(entry)

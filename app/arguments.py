@@ -1,6 +1,6 @@
 """Checking what the caller passed.
 
-Each check answers the value, or raises a `BackendError` that says what to change.
+Each check returns the value, or raises a `BackendError` that says what to change.
 """
 
 from __future__ import annotations
@@ -41,7 +41,7 @@ def ecosystem(value: object) -> str:
 
 
 def folder_name(value: object, what: str) -> str:
-    """A text that can be the name of one visible folder, and so can never lead out of the folder above it."""
+    """A text that can be the name of one visible folder. So it cannot lead out of the folder above it."""
     name = text(value, what)
     problem = folder_name_problem(name)
     if problem:
@@ -50,7 +50,7 @@ def folder_name(value: object, what: str) -> str:
 
 
 def folder_name_problem(name: str) -> str:
-    """Why `name` cannot be the name of one visible folder, as the end of a sentence; nothing when it can."""
+    """Why `name` cannot be the name of one visible folder, as the end of a sentence. Empty when it can."""
     if not name:
         return "is empty"
     if "/" in name or name.startswith("."):
@@ -81,7 +81,7 @@ def quoted(value: object) -> str:
 
 
 def shortened(value: object, length: int = _SHOWN_LENGTH) -> str:
-    """The text of a value on one line, cut where it would drown the sentence that names it."""
+    """The text of a value on one line, cut after `length` characters, so that the sentence around it stays readable."""
     shown = "".join(character if character.isprintable() else "\ufffd" for character in str(value))
     return shown if len(shown) <= length else shown[: length - 1] + "…"
 

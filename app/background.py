@@ -1,4 +1,4 @@
-"""Answers of programs that are too slow to wait for. One thread asks them, and the lists use the answers that it has."""
+"""Answers of programs that are too slow to wait for: one thread asks, and the lists use what it knows."""
 
 from __future__ import annotations
 
@@ -10,7 +10,7 @@ from typing import Generic, Protocol, TypeVar
 Value = TypeVar("Value")
 
 MAX_AGE_SECONDS = 60.0
-"""An answer that is older is not given any more."""
+"""An answer that is older is not used any more."""
 
 REFRESH_SECONDS = 45.0
 """An answer that is older is asked for again."""
@@ -20,7 +20,7 @@ class Answer(Generic[Value]):
     """The answer of a program to one question. It is used as long as the files that it depends on stay the same."""
 
     def __init__(self, ask: Callable[[], Value | None]) -> None:
-        """`ask` runs in the thread. It answers None when the program does not, and does not raise."""
+        """`ask` runs in the thread. It returns None when the program does not answer, and never raises."""
         self._ask = ask
         self._changed = threading.Condition()
         self._value: Value | None = None
@@ -29,9 +29,10 @@ class Answer(Generic[Value]):
         self._count = 0
 
     def current(self, basis: Hashable) -> Value | None:
-        """The answer, if one was given on this basis and not long ago; otherwise None. Does not wait.
+        """The last answer, or None when it is too old or was given on another basis. Does not wait.
 
-        `basis` is the identity of all files that the answer rests on. When there is no fresh answer, the thread asks.
+        `basis` identifies the versions of all files that the answer depends on. Without a fresh answer, the thread asks
+        the program.
         """
         with self._changed:
             age = time.monotonic() - self._asked
@@ -42,7 +43,7 @@ class Answer(Generic[Value]):
         return value
 
     def renewed(self, basis: Hashable, seconds: float) -> Value | None:
-        """A new answer. This waits for it. None when it does not come in time; a later answer is kept for `current`."""
+        """Ask again and wait for the answer. None when it does not come in time. `current` returns a later one."""
         with self._changed:
             count = self._count
             _worker.do_next(self, basis)
@@ -50,7 +51,7 @@ class Answer(Generic[Value]):
             return self._value if is_new else None
 
     def ask(self, basis: Hashable) -> None:
-        """Ask the program and keep its answer. A failure is kept, too, so that the program is not asked again at once."""
+        """Ask the program and keep its answer, also a failure, so that the program is not asked again at once."""
         value = self._ask()
         with self._changed:
             self._value, self._basis, self._asked = value, basis, time.monotonic()

@@ -18,18 +18,18 @@ ENTRY_LIMIT = 5000
 
 
 def refresh_cloud_skills_via_core() -> dict[str, object]:
-    """Fetch the catalogue that the settings name, keep it, and answer {"count": number of its entries}.
+    """Fetch the catalogue that the settings name, keep it, and return {"count": number of its entries}.
 
-    Raises `BackendError` when no address is set, or when it cannot be fetched, is no catalogue, or cannot be kept; the
-    catalogue of an earlier time then stays.
+    Raises `BackendError` when no address is set, or when the catalogue cannot be fetched, understood or kept. Then the
+    earlier catalogue stays.
     """
     return {"count": len(_fetched_entries(catalogue_address()))}
 
 
 def current_entries() -> tuple[str, list[dict[str, object]]]:
-    """The address in the settings, and the entries of the catalogue from there: the kept one, else fetched now.
+    """The address in the settings, and the entries of its catalogue: the kept one, or else one that is fetched now.
 
-    A catalogue that was kept from another address is not shown as that of this one. Raises `BackendError` as
+    A kept catalogue counts only when it came from this address. Raises `BackendError` as
     `refresh_cloud_skills_via_core` does.
     """
     address = catalogue_address()
@@ -81,7 +81,7 @@ def _kept_entries(address: str) -> list[dict[str, object]] | None:
 
 
 def _origin(address: str, content: bytes) -> dict[str, object]:
-    """Where a catalogue came from. The digest tells when only one of the two files could be written."""
+    """Where a catalogue came from. The digest shows when only one of the two files was written."""
     import hashlib
 
     return {"address": address, "sha256": hashlib.sha256(content).hexdigest()}

@@ -1,4 +1,4 @@
-"""JSON documents on disk. A document that we do not understand is never lost."""
+"""JSON documents on disk. A document that we do not understand is kept as a copy before it is replaced."""
 
 from __future__ import annotations
 
@@ -25,9 +25,9 @@ def _refuse_far_number(number: str) -> object:
 def parse_json(text: bytes, far_number: Callable[[str], object] = _refuse_far_number) -> object:
     """The value of a JSON text. Raises `ValueError` for everything that JSON in UTF-8 cannot carry onward.
 
-    That includes what Python's parser takes beyond JSON: NaN, halves of surrogate pairs, and nesting that it cannot
-    follow. Numbers that are too large for a double, or integers that do not fit in 64 bits, are valid JSON, and yet
-    nobody can work with them: `far_number` is given their text and answers what stands for them, or refuses them.
+    Python's parser accepts more than JSON: NaN, and halves of surrogate pairs. They are refused, and so is a text that
+    is nested too deep. A number that is too large for a double, or an integer that does not fit in 64 bits, is valid
+    JSON: `far_number` is called with its text, and returns the value to take for it or raises `ValueError`.
     """
 
     def fraction(number: str) -> object:
@@ -58,7 +58,7 @@ def format_json(value: object) -> bytes:
 class Collection:
     """A file of ours in `~/.nelo` that holds a list of objects under one key.
 
-    Whatever else the file holds, unknown keys and entries included, survives every change. A file that is not JSON, or
+    Everything else in the file survives every change, also unknown keys and entries. A file that is not JSON, or
     has another shape, reads as an empty list, and is kept beside itself before the first change replaces it.
     """
 
@@ -76,7 +76,7 @@ class Collection:
 
     @contextlib.contextmanager
     def changing(self) -> Iterator[list[object]]:
-        """Hold the lock and give the entries to the block, which changes the list; then save it.
+        """Hold the lock, give the entries to the block, which changes the list, and save the list after it.
 
         An exception in the block leaves the file as it was. Raises `BackendError` when reading or saving fails.
         """

@@ -38,7 +38,7 @@ class Downloads:
         return [download.row() for download in downloads]
 
     def start(self, model: str) -> dict[str, object]:
-        """Start a download and answer its row; a download of the same model that still runs is answered instead.
+        """Start a download, unless one of the same model is running. Returns the row of the download that runs.
 
         Raises `BackendError` when there is no server.
         """
@@ -54,7 +54,7 @@ class Downloads:
         return download.row()
 
     def cancel(self, download_id: str) -> dict[str, object]:
-        """Cancel a download and answer its row. Raises `BackendError` when there is none, or when it has ended."""
+        """Cancel a download and return its row. Raises `BackendError` when there is none, or when it has ended."""
         with self._lock:
             download = self._downloads.get(download_id)
         if download is None:
@@ -96,7 +96,7 @@ class Download:
             }
 
     def cancel(self) -> None:
-        """End the transfer; the server stops when its client is gone. Once more does nothing.
+        """End the transfer: the server stops when its client is gone. Does nothing when it is cancelled already.
 
         Raises `BackendError` when the download had ended by itself.
         """
@@ -124,7 +124,7 @@ class Download:
             self._say(f"The download broke off: {why}.", "failed")
         finally:
             self._connection.close()
-            self._say("The download broke off.", "failed")  # whatever else went wrong, it does not run any more
+            self._say("The download broke off.", "failed")  # for all other failures: the download runs no more
 
     def _request(self) -> HTTPResponse:
         from urllib.parse import urlsplit
@@ -146,7 +146,7 @@ class Download:
                 self._say("The download broke off: the server went away.", "failed")
 
     def _say(self, line: str, status: str = "running") -> None:
-        """Note what happened last; an empty line is no news, and nothing is news after the end."""
+        """Keep the last thing that happened. Does nothing for an empty line, or after the end of the download."""
         with self._lock:
             if not line or self._status != "running":
                 return
@@ -156,7 +156,8 @@ class Download:
 
 
 def progress(line: bytes) -> tuple[str, str]:
-    """What a line of the server's answer says, and the status that follows from it; no text for what says nothing."""
+    """The text of a line of the server's answer, and the status that follows from it. The text is empty when the line
+    says nothing."""
     message = parse_object(line) or {}
     error, status = message.get("error"), message.get("status")
     if isinstance(error, str) and error:

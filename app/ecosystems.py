@@ -83,25 +83,25 @@ class Ecosystem(Protocol):
         """The program's files and folders. Changes nothing."""
 
     def agents(self) -> list[Agent]:
-        """The agents that the program has, in any order; none when it was never set up."""
+        """The agents that the program has, in any order. Empty when the program was never set up."""
 
     def add_agent(self, agent_id: str, name: str, workspace: str) -> Agent:
-        """Create an agent and answer it as the program has it then.
+        """Create an agent and return it as the program has it then.
 
         `agent_id` can be a file's name and is no other agent's. `workspace` is what the console proposes, or empty; a
         program that gives an agent no folder ignores it.
         """
 
     def rename_agent(self, agent: Agent, name: str) -> Agent:
-        """Change the name that the program has for an agent, and answer the agent as the program has it then.
+        """Change the name that the program has for an agent, and return the agent as the program has it then.
 
-        Where the program keeps no names, the agent is answered as it is; the name then stays in a record of ours.
+        When the program cannot have the name, return the agent unchanged. The name is then kept in a record of ours.
         """
 
     def delete_agent(self, agent: Agent) -> list[str]:
-        """Move an agent to the trash, or have the program do so. Answers the paths of what went.
+        """Move an agent to the trash, or let the program do so. Returns the paths that went to the trash.
 
-        Raises `PartlyDone` when the agent is gone and something of it could not be moved.
+        Raises `PartlyDone` when the agent is deleted, but some of its files could not be moved.
         """
 
     def skills(self) -> list[Skill]:
@@ -110,13 +110,14 @@ class Ecosystem(Protocol):
     def entry(self, skill_key: str) -> dict[str, object]:
         """The settings of a skill: "enabled" (boolean), "apiKey" (text), "env" (texts by name), "config" (object).
 
-        A key that the program has no value for is missing. A secret that the program keeps elsewhere is missing too.
+        A key without a value is missing. A secret that the program keeps in another place is missing, too.
         """
 
     def save_entry(self, skill_key: str, wanted: Mapping[str, object]) -> str:
-        """Save settings of a skill, keys and types as in `entry`; answer the path of the file that has them now.
+        """Save settings of a skill, with keys and types as in `entry`. Returns the path of the file that has them.
 
-        Nothing else in the file changes. What the program cannot keep is refused, and then nothing is saved.
+        Nothing else in the file changes. Raises `BackendError` for a setting that the program cannot keep, and then
+        saves nothing.
         """
 
     def status(self) -> str:

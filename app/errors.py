@@ -11,7 +11,7 @@ class BackendError(Exception):
 
 
 class PartlyDone(BackendError):
-    """The operation succeeded, but something must be told to the user. The function that catches it raises a `BackendError`."""
+    """The operation succeeded, but not all of it. The function that catches it tells the user by a `BackendError`."""
 
 
 def reason(error: OSError) -> str:

@@ -1,4 +1,4 @@
-"""Agents that are files, one for each: found below folders of a program's, added, renamed and moved to the trash."""
+"""Agents that are files, one file for each: how they are found, added, changed and moved to the trash."""
 
 from __future__ import annotations
 
@@ -35,7 +35,7 @@ class FileAgents:
         own_folder: Callable[[], str],
         finds_hidden: bool = False,
     ) -> None:
-        """`folders` answers where the program looks, highest first, and `own_folder` where a new agent belongs."""
+        """`folders` returns where the program looks, highest first, and `own_folder` where a new agent is made."""
         self._suffix = suffix
         self._folders = folders
         self._own_folder = own_folder
@@ -55,7 +55,7 @@ class FileAgents:
         return found
 
     def add(self, agent_id: str, content: str) -> Agent:
-        """Write a new file, and answer its agent."""
+        """Write a new file, and return its agent. Raises `BackendError` when there is such a file already."""
         path = os.path.join(self._own_folder(), f"{agent_id}{self._suffix}")
         with files.exclusive(), explained(f"Cannot write {path}"):
             if os.path.lexists(path):
@@ -64,7 +64,9 @@ class FileAgents:
         return self._agent(agent_id)
 
     def change(self, agent_id: str, edit: Callable[[str], str]) -> Agent:
-        """Replace the text of an agent's file by what `edit` makes of it; it may raise `ValueError`."""
+        """Replace the text of an agent's file with the result of `edit`, and return the agent.
+
+        Raises `BackendError` when `edit` raises `ValueError`, or when the file cannot be changed."""
         path = self._path(agent_id)
         with files.exclusive(), explained(f"Cannot change {path}"):
             content = files.read_file(path)
@@ -77,7 +79,7 @@ class FileAgents:
         return self._agent(agent_id)
 
     def delete(self, agent_id: str) -> list[str]:
-        """Move the file of an agent to the trash, and answer its path."""
+        """Move the file of an agent to the trash, and return its path."""
         path = self._path(agent_id)
         trash.move_to_trash(path)
         return [path]
@@ -113,7 +115,7 @@ class FileAgents:
         return arguments.is_text(name) and (self._finds_hidden or not name.startswith("."))
 
     def _paths(self) -> dict[str, str]:
-        """The files by the ids of their agents, of several with an id the first."""
+        """The files by the ids of their agents. When several have the same id, the first one counts."""
         found: dict[str, str] = {}
         for folder in self._folders():
             for path in self._walk(folder):
@@ -123,7 +125,7 @@ class FileAgents:
         return found
 
     def _walk(self, root: str) -> Iterator[str]:
-        """The files below a folder; a link that leads to a folder above it is not followed."""
+        """The files below a folder. A link to a folder above itself is not followed."""
         waiting: list[tuple[str, frozenset[tuple[int, int]]]] = [(root, frozenset())]
         for _ in range(files.FOLDER_LIMIT):
             if not waiting:

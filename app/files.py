@@ -1,4 +1,4 @@
-"""Files and folders that only their owner may read, replaced whole or not at all."""
+"""Files and folders that only their owner may read. A file is replaced as a whole or not at all."""
 
 from __future__ import annotations
 
@@ -18,7 +18,7 @@ LOCK_SECONDS = 5.0
 """How long a change waits for the lock; the windows wait as long."""
 
 FOLDER_LIMIT = 2000
-"""How many folders are searched below one: a link can lead to all of the disk, or in ever new circles."""
+"""How many folders are searched below one. A link can lead to the whole disk, or back to a folder above it."""
 
 OTHERS = 0o007
 """The permission bits of those who are neither the owner nor in the group."""
@@ -34,7 +34,7 @@ _LEFT_BEHIND = re.compile(rf"{re.escape(_WRITING)}-[0-9a-f]{{16}}")
 
 
 def read_file(path: str, limit: int = -1) -> bytes | None:
-    """The first `limit` bytes of a file, or all of it; None when there is none. Raises `OSError` when it is unreadable.
+    """The first `limit` bytes of a file, or all of it. None when there is no file. Raises `OSError`.
 
     Only a regular file is read: a pipe in its place would block for ever.
     """
@@ -45,7 +45,7 @@ def read_file(path: str, limit: int = -1) -> bytes | None:
     try:
         if not stat.S_ISREG(os.fstat(descriptor).st_mode):
             raise OSError(errno.EINVAL, "it is not a regular file")
-        with open(descriptor, "rb", closefd=False) as file:  # which would leave open what it refuses
+        with open(descriptor, "rb", closefd=False) as file:  # it would leave the descriptor open when it raises
             return file.read(limit)
     finally:
         os.close(descriptor)
@@ -54,10 +54,9 @@ def read_file(path: str, limit: int = -1) -> bytes | None:
 def replace_file(path: str, content: bytes, forbidden: int = 0) -> None:
     """Give a file new content: a reader sees the old or the new, and a failure leaves the old.
 
-    To be called under the lock. The file keeps its mode, without the bits of `forbidden`, and its owner and its group
-    where the system allows it; in another group it keeps no right that somebody would gain by that. A symbolic link
-    stays a link. A file that did not exist is readable by its owner only, and so are the folders made for it. Raises
-    `OSError`.
+    Call it under the lock. The file keeps its mode, without the bits of `forbidden`, and its owner and its group where
+    the system allows it. When its group changes, nobody gets a right that he did not have. A symbolic link stays a
+    link. A new file is readable by its owner only, and so are the folders made for it. Raises `OSError`.
     """
     target = os.path.realpath(path)
     folder = os.path.dirname(target)
@@ -67,16 +66,16 @@ def replace_file(path: str, content: bytes, forbidden: int = 0) -> None:
 
 
 def refuse_changed(path: str, before: bytes | None) -> None:
-    """Raise `BackendError` when a file of which `before` was read is another one now, and `OSError`."""
+    """Raise `BackendError` when a file does not have the content `before` any more. Raises `OSError`, too."""
     if read_file(path) != before:
         raise BackendError(f"The file {path} was changed by another program meanwhile. Load it again.")
 
 
 def keep_copy(path: str, content: bytes, label: str, forbidden: int = 0) -> str:
-    """Keep `content`, which was read from `path`, beside it under a stamped name; answer the copy's path.
+    """Keep `content`, which was read from `path`, beside it under a stamped name. Returns the copy's path.
 
     The name is the path, the label and the local time, for example "config.json.bak.20250101-093000". The copy is no
-    more readable than the file. To be called under the lock. Raises `OSError`.
+    more readable than the file. Call it under the lock. Raises `OSError`.
     """
     name = f"{path}.{label}.{time.strftime('%Y%m%d-%H%M%S')}"
     copy = name
@@ -93,9 +92,9 @@ def keep_copy(path: str, content: bytes, label: str, forbidden: int = 0) -> str:
 
 @contextlib.contextmanager
 def private_copy(path: str, content: bytes) -> Iterator[str]:
-    """A hidden file with `content` beside `path`, for a program to check during the block; then it is gone.
+    """A hidden file with `content` beside `path`, for a program to check. It exists during the block only.
 
-    To be called under the lock. Raises `OSError`.
+    Call it under the lock. Raises `OSError`.
     """
     folder = os.path.dirname(os.path.realpath(path))
     make_private_folder(folder)
@@ -104,7 +103,7 @@ def private_copy(path: str, content: bytes) -> Iterator[str]:
 
 
 def make_private_folder(path: str) -> bool:
-    """Make sure that a folder exists; what is missing is made for the owner only. True when it was made now."""
+    """Make a folder and those above it, for the owner only. Returns whether the folder was made now."""
     if os.path.isdir(path):
         return False
     parent = os.path.dirname(path)
@@ -120,9 +119,9 @@ def make_private_folder(path: str) -> bool:
 
 
 def sync_file_system(folder: str) -> None:
-    """Have all that was written in a folder reach the disk, in one call for however many files. Raises `OSError`.
+    """Write all files of a folder to the disk, in one call for all of them. Raises `OSError`.
 
-    The call is that of the file system of the folder; where there is none, as on macOS, that of all file systems.
+    The call writes the whole file system of the folder, or all file systems where the system has no such call (macOS).
     """
     import ctypes
 
@@ -139,7 +138,7 @@ def sync_file_system(folder: str) -> None:
 
 
 def unused_name(folder: str, prefix: str) -> str:
-    """A path in `folder` that nobody else uses. The prefix begins with a dot, so that no listing shows it."""
+    """A path in `folder` that nobody else uses. `prefix` must begin with a dot, so that listings hide the path."""
     return os.path.join(folder, f"{prefix}-{os.urandom(8).hex()}")
 
 
@@ -147,8 +146,8 @@ def unused_name(folder: str, prefix: str) -> str:
 def exclusive(seconds: float | None = None) -> Iterator[None]:
     """Hold the lock under which all our files are changed. It excludes other threads and other processes.
 
-    The system releases the lock when the process ends. A thread must not take it twice. Raises `BackendError` when somebody
-    else holds it for `seconds`, which is `LOCK_SECONDS` where it is not given.
+    The system releases the lock when the process ends. A thread must not take it twice. Raises `BackendError` when
+    somebody else holds it for `seconds`, which is `LOCK_SECONDS` where it is not given.
     """
     path = paths.nelo_file("backend.lock")
     with explained(f"Cannot write in {os.path.dirname(path)}"):
@@ -199,10 +198,11 @@ def _status(path: str) -> os.stat_result | None:
 
 @contextlib.contextmanager
 def _written(folder: str, content: bytes, model: os.stat_result | None, forbidden: int) -> Iterator[str]:
-    """Write a hidden file with the mode and the owner of `model`. The block gives it its name; after the block the hidden
-    name is removed.
+    """Write a hidden file with the mode and the owner of `model`. The block gives it its name; after the block the
+    hidden name is removed.
 
-    Hidden files that are in the folder before were left by killed processes and are removed: this process holds the lock.
+    Hidden files that are in the folder before were left by killed processes and are removed: this process holds the
+    lock.
     """
     with contextlib.suppress(OSError):
         for name in filter(_LEFT_BEHIND.fullmatch, os.listdir(folder)):

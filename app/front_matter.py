@@ -24,10 +24,10 @@ _COMMENTS_BEFORE = re.compile(r"(?:#[^\n]*|\n)*")
 
 
 def parse(text: str, is_strict: bool = False) -> dict[str, object]:
-    """The values by key: texts, lists and dictionaries; no keys when there is no front matter or it never ends.
+    """The values by key: texts, lists and dictionaries. Empty when there is no front matter, or when it has no end.
 
-    Many authors write what is no YAML, for example a colon in a plain text. It has no values when `is_strict` is set,
-    and is read line by line otherwise. So is everything where the YAML library is missing.
+    Many authors write text that is not YAML, for example a colon in a plain text. With `is_strict` such a text has no
+    values. Otherwise it is read line by line, as every text is where the YAML library is missing.
     """
     lines = _LINE_END.split(text.removeprefix("\ufeff"))
     if lines[0].rstrip() != "---":
@@ -50,7 +50,9 @@ def parse(text: str, is_strict: bool = False) -> dict[str, object]:
 
 
 def _parse_yaml(text: str) -> object:
-    """The value of a YAML text, whose scalars are texts all; None when it cannot be read. Raises `ValueError`."""
+    """The value of a YAML text, with all scalars as text. None when the text is too long or the library is missing.
+
+    Raises `ValueError` when the text is not YAML."""
     if len(text) > _YAML_LENGTH:
         return None
     try:
@@ -61,7 +63,7 @@ def _parse_yaml(text: str) -> object:
         loader = getattr(yaml, "CBaseLoader", yaml.BaseLoader)
         value: object = yaml.load(text, loader)
         if "\\" in text:
-            # An escape can name half of a surrogate pair. The value itself can be endless: it may hold a part many times.
+            # An escape can name half of a surrogate pair. Only the events can be searched: the value may be endless.
             for event in yaml.parse(text, loader):
                 str(getattr(event, "value", "")).encode()
     except (yaml.YAMLError, RecursionError, UnicodeEncodeError) as error:
@@ -72,8 +74,8 @@ def _parse_yaml(text: str) -> object:
 def _parse_lines(text: str) -> dict[str, str]:
     """The values by key, as text.
 
-    Understood of YAML: plain and quoted scalars, continued on indented lines, block scalars ("|" and ">"), and comments
-    after a value. A JSON value is answered as its text.
+    It reads this much of YAML: plain and quoted scalars, continued on indented lines, block scalars ("|" and ">"), and
+    comments after a value. A JSON value is returned as its text.
     """
     lines = _LINE_END.split(text.removeprefix("\ufeff"))
     if lines[0].rstrip() != "---":

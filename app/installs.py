@@ -15,10 +15,11 @@ _SHOWN_KEYS = ("name", "version", "description")
 
 
 def install_openclaw_skill_zip(agent_id: object, package_path: object) -> dict[str, object]:
-    """Install a package from a file into the workspace of an openclaw agent. Answers "targetDir" and "name".
+    """Install a package from a file into the workspace of an openclaw agent. Returns "targetDir" and "name".
 
-    An earlier version that came from a file, too, is replaced, and survives any failure. Raises `BackendError` when the
-    agent has no workspace, another skill is in the place, or the package is refused or cannot be unpacked.
+    Replaces an earlier version that came from a file, too. After a failure the earlier version is still there. Raises
+    `BackendError` when the agent has no workspace, when another skill has the place, or when the package is refused or
+    cannot be unpacked.
     """
     workspace = _workspace("openclaw", agent_id)
     path = arguments.text(package_path, "package path")
@@ -75,10 +76,10 @@ def list_core_agents(ecosystem: object, online_only: object = False) -> list[dic
 
 
 def install_cloud_skill_from_core(ecosystem: object, skill_key: object, agent_id: object) -> dict[str, object]:
-    """Install a skill of the catalogue into the workspace of an agent. Answers "targetDir" and "name".
+    """Install a skill of the catalogue into the workspace of an agent. Returns "targetDir" and "name".
 
     The package is fetched from the entry's "url", which may be relative to the catalogue's own address, and checked
-    against the entry's "sha256" when it has one. Raises `BackendError`; an earlier version survives any failure.
+    against the entry's "sha256" when it has one. Raises `BackendError`, and then an earlier version is still there.
     """
     owner = arguments.ecosystem(ecosystem)
     key = arguments.filled_text(skill_key, "skill key")
@@ -111,7 +112,7 @@ def _workspace(ecosystem: str, agent_id: object) -> str:
 
 
 def _catalogue(ecosystem: str) -> tuple[str, dict[str, dict[str, object]]]:
-    """The catalogue's address, and by key its entries for an ecosystem: of a repeated key the first, none without."""
+    """The catalogue's address, and its entries for an ecosystem by their keys. The first entry with a key counts."""
     address, entries = catalogue.current_entries()
     chosen: dict[str, dict[str, object]] = {}
     for entry in entries:
@@ -122,7 +123,7 @@ def _catalogue(ecosystem: str) -> tuple[str, dict[str, dict[str, object]]]:
 
 
 def _is_shown(value: object) -> bool:
-    """Whether a value can be shown: a text or a number, which a boolean is to Python only."""
+    """Whether a value can be shown: a text or a number. A boolean is a number in Python, but not here."""
     return isinstance(value, (str, int, float)) and not isinstance(value, bool)
 
 
@@ -152,7 +153,7 @@ def _fetched_package(base: str, key: str, entry: dict[str, object]) -> bytes:
 
 
 def _verify(package: bytes, expected: object, key: str) -> None:
-    """Check a package against the catalogue's SHA-256. A value that is none fits no package."""
+    """Raise `BackendError` when a package does not have the catalogue's SHA-256, or when that is not a checksum."""
     import hashlib
 
     if not isinstance(expected, str) or hashlib.sha256(package).hexdigest() != expected.strip().lower():

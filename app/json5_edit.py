@@ -31,7 +31,7 @@ class _Member:
 
 
 def set_member(text: str, path: Sequence[str], value: object) -> str:
-    """The JSON5 text `text` with the member at `path` set to `value`; objects that are missing on the way are made.
+    """The JSON5 text `text` with the member at `path` set to `value`. Objects that are missing on the way are added.
 
     `text` must be valid and hold an object. Raises `ValueError` when a value on the way is no object.
     """
@@ -52,7 +52,7 @@ class _Layout:
         return self._line_end + self._indent * depth
 
     def printed(self, value: object, depth: int | None) -> str:
-        """A value at a depth, or on one line when there is none."""
+        """A value as text, indented for `depth`, or on one line when `depth` is None."""
         if depth is None:
             return _escaped(json.dumps(value, ensure_ascii=False))
         return _escaped(json.dumps(value, ensure_ascii=False, indent=self._indent)).replace("\n", self.new_line(depth))

@@ -7,7 +7,7 @@ from .libraries import library
 
 
 def parse(text: str) -> object:
-    """The value of a text: as JSON when it is that, for the library that reads JSON5 is slow.
+    """The value of a text. JSON is read by the parser of JSON, because the library for JSON5 is slow.
 
     Raises `ValueError` when it is neither, and `BackendError` when it is no JSON and the library is missing.
     """

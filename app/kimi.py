@@ -70,8 +70,8 @@ def add_agent(agent_id: str, name: str, workspace: str) -> Agent:
 def rename_agent(agent: Agent, name: str) -> Agent:
     """Change the name in the file of an agent.
 
-    The program takes small letters, digits and hyphens only, so "My Reviewer" becomes "my-reviewer" there. A name of
-    which nothing is left stays out of the file.
+    The program accepts small letters, digits and hyphens only, so "My Reviewer" becomes "my-reviewer". When nothing of
+    the name is left, the file does not change.
     """
     own_name = _kebab_case(name)
     if not own_name:
@@ -86,7 +86,7 @@ def delete_agent(agent: Agent) -> list[str]:
 
 
 def skills() -> list[Skill]:
-    """The skills that the program takes: of several with a name, the first."""
+    """The skills that the program takes. When several have the same name, it takes the first."""
     found: dict[str, Skill] = {}
     for folder in paths().skill_dirs:
         for skill in (*_flat_skills(folder), *_folder_skills(folder)):
@@ -100,7 +100,7 @@ def entry(skill_key: str) -> dict[str, object]:
 
 
 def save_entry(skill_key: str, wanted: Mapping[str, object]) -> str:
-    """Refuse everything but what every skill is: on, and without settings."""
+    """Raise `BackendError` for every setting but "enabled": every skill is on and has no settings."""
     if any(wanted.get(key) for key in ("apiKey", "env", "config")) or wanted.get("enabled") is False:
         raise BackendError(
             "Kimi keeps no settings per skill, and a skill cannot be switched off; move its folder away."
@@ -139,7 +139,7 @@ def _skill_folders() -> list[str]:
 
 
 def _extra_folders(setting: str) -> list[str]:
-    """The folders that the configuration names; a relative one is in a project, of which nothing is listed."""
+    """The absolute folders that the configuration names. A relative one belongs to a project, and is left out."""
     try:
         named = (_CONFIG.read(_config_path()) or {}).get(setting)
     except OSError:
@@ -232,12 +232,12 @@ def _with_name(text: str, name: str) -> str:
 
 
 def _quoted(text: str) -> str:
-    """A text as YAML writes it, which takes 2025, true and null without quotes for something else than text."""
+    """A text in quotes for YAML. Without quotes YAML would read 2025, true and null as other types."""
     return _UNPRINTABLE.sub(lambda match: f"\\u{ord(match[0]):04x}", json.dumps(text, ensure_ascii=False))
 
 
 def _kebab_case(name: str) -> str:
-    """A name as the program takes it, without the marks of its letters; empty when nothing of it is left."""
+    """A name in small letters, digits and hyphens, without accents. Empty when nothing of it is left."""
     plain = "".join(it for it in unicodedata.normalize("NFKD", name.lower()) if not unicodedata.combining(it))
     return "-".join(re.findall(r"[a-z0-9]+", plain))
 

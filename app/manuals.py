@@ -1,4 +1,4 @@
-"""The SKILL.md files of skills: found below a folder, and read once for each version of the file."""
+"""The SKILL.md files of skills: how they are found below a folder, and read once for each version of a file."""
 
 from __future__ import annotations
 
@@ -34,7 +34,7 @@ class Manual:
         return self.own_name or os.path.basename(self.folder)
 
     def skill(self, source: str, metadata_keys: Sequence[str]) -> Skill:
-        """The skill, with what the metadata holds under the first of the keys that is there."""
+        """The skill. Of its metadata the object under the first of `metadata_keys` that is present is used."""
         own: dict[str, object] = next(
             (value for key in metadata_keys if isinstance(value := self.metadata.get(key), dict)), {}
         )
@@ -53,7 +53,7 @@ class Manual:
 
 
 def is_own(name: str) -> bool:
-    """Whether a folder is the user's own, by its name: it is not hidden, nor one of npm."""
+    """Whether a folder has a name of the user's own: it is not hidden, and not that of npm's folder."""
     return not name.startswith(".") and name != "node_modules"
 
 
@@ -62,9 +62,9 @@ def find(
 ) -> Iterator[Manual]:
     """The skills in the folders below `root`, down to `depth` levels, by path.
 
-    Folders are left out where `is_searched` says so of their names, and where there are too many. The folders in a
-    skill are searched only with `searches_skills`. A SKILL.md that cannot be read is left out, and a link that leads to
-    a folder above it is not followed.
+    A folder is searched only if `is_searched` returns true for its name, and at most `files.FOLDER_LIMIT` folders are.
+    The folders inside a skill are searched only with `searches_skills`. A SKILL.md that cannot be read is left out. A
+    link to a folder above itself is not followed.
     """
     waiting: list[tuple[str, frozenset[tuple[int, int]]]] = [(root, frozenset())]
     for _ in range(files.FOLDER_LIMIT):
@@ -81,7 +81,7 @@ def find(
 def _folders_in(
     folder: str, is_searched: Callable[[str], bool], above: frozenset[tuple[int, int]]
 ) -> list[tuple[str, frozenset[tuple[int, int]]]]:
-    """What is in a folder, each with the identities of the folders above it; nothing when it is one of its own."""
+    """The folders in a folder, each with the identities of those above it. Empty when `folder` is above itself."""
     try:
         own = files.identity(folder)
         names = [] if own in above else sorted(filter(is_searched, os.listdir(folder)))

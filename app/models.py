@@ -1,4 +1,4 @@
-"""Language models: a small catalogue, and what the local model server has and downloads."""
+"""Language models: a short list of remote ones, and those that the local model server has and downloads."""
 
 from __future__ import annotations
 
@@ -6,7 +6,7 @@ from . import arguments, ollama
 from .downloads import Downloads
 from .errors import BackendError
 
-CATALOGUE = (
+REMOTE_MODELS = (
     ("qwen3:30b", "Alibaba", "19 GB", ("qwen3", "chat")),
     ("qwen3:8b", "Alibaba", "5.2 GB", ("qwen3", "chat")),
     ("qwen3-coder:30b", "Alibaba", "19 GB", ("qwen3", "code")),
@@ -17,13 +17,13 @@ CATALOGUE = (
 """Name, provider, size of the download, and tags of models that the server's public library offers."""
 
 INSTALLED_SECONDS = 2.0
-"""How long the catalogue waits for the server to say what is installed."""
+"""How long `list_remote_models` waits for the server to say what is installed."""
 
 _DOWNLOADS = Downloads()
 
 
 def list_remote_models() -> list[dict[str, object]]:
-    """The catalogue. Each row has "name", "provider", "size", "tags" and "installed".
+    """The models that can be downloaded. Each row has "name", "provider", "size", "tags" and "installed".
 
     "installed" is true when the local server says that it has the model; a server that does not answer is no failure.
     """
@@ -33,7 +33,7 @@ def list_remote_models() -> list[dict[str, object]]:
         names = set()
     return [
         {"name": name, "provider": provider, "size": size, "tags": list(tags), "installed": name in names}
-        for name, provider, size, tags in CATALOGUE
+        for name, provider, size, tags in REMOTE_MODELS
     ]
 
 
@@ -59,7 +59,7 @@ def list_model_download_tasks() -> list[dict[str, object]]:
 
 
 def start_model_download(name: object) -> dict[str, object]:
-    """Ask the local server to download a model, and answer the row of the download, which goes on by itself.
+    """Ask the local server to download a model, and return the row of the download. Does not wait for its end.
 
     Raises `BackendError` when the name is empty or the server does not answer.
     """
@@ -67,5 +67,5 @@ def start_model_download(name: object) -> dict[str, object]:
 
 
 def cancel_model_download(task_id: object) -> dict[str, object]:
-    """Cancel a download and answer its row. Raises `BackendError` when there is none, or when it has ended."""
+    """Cancel a download and return its row. Raises `BackendError` when there is none, or when it has ended."""
     return _DOWNLOADS.cancel(arguments.filled_text(task_id, "download's id"))

@@ -23,9 +23,9 @@ def list_news_sources() -> list[dict[str, object]]:
 
 
 def add_news_source(source: object) -> dict[str, object]:
-    """Add a source: an object of "type", "id", "name", "url" and "enabled". Answers its row.
+    """Add a source: an object of "type", "id", "name", "url" and "enabled". Returns its row.
 
-    Raises `BackendError` that says what to change, or why it cannot be saved.
+    Raises `BackendError` when a value is wrong, when the ID is taken, or when the source cannot be saved.
     """
     entry = _checked(arguments.json_object(source, "news source"))
     with _SOURCES.changing() as entries:

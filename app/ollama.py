@@ -1,4 +1,4 @@
-"""The local model server, spoken to as Ollama documents it: https://github.com/ollama/ollama/blob/main/docs/api.md"""
+"""The local model server, by the interface in https://github.com/ollama/ollama/blob/main/docs/api.md"""
 
 from __future__ import annotations
 
@@ -100,7 +100,7 @@ def full_name(model: str) -> str:
 
 
 def readable_size(size: object) -> str:
-    """A number of bytes as the server's own tool writes it, for example "5.2 GB"; nothing for anything else."""
+    """A number of bytes as the server's own tool writes it, for example "5.2 GB"; empty for anything else."""
     if isinstance(size, bool) or not isinstance(size, (int, float)) or size < 0:
         return ""
     for unit, bytes_each in (("TB", 10**12), ("GB", 10**9), ("MB", 10**6), ("KB", 10**3)):
@@ -111,7 +111,7 @@ def readable_size(size: object) -> str:
 
 
 def short_time(moment: object) -> str:
-    """The server's time without the fraction of a second; nothing for anything but text."""
+    """The server's time without the fraction of a second. Empty when it is no text."""
     return re.sub(r"\.\d+", "", moment) if isinstance(moment, str) else ""
 
 

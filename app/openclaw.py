@@ -1,7 +1,7 @@
 """The openclaw program: its agents, its skills and their settings. Implements `Ecosystem`.
 
 The program's own answers are used when they are fresh, and its configuration file otherwise. Only the program changes
-agents; their folders hold sessions and credentials, of which nothing is removed here.
+its agents: their folders hold sessions and credentials, which this backend does not remove.
 """
 
 from __future__ import annotations
@@ -29,9 +29,9 @@ def paths() -> Paths:
 
 
 def agents() -> list[Agent]:
-    """The agents as the program lists them, or while it has not answered as its configuration file has them.
+    """The agents that the program lists. Until it has answered, those of its configuration file.
 
-    While the file cannot be read they are those that it had before, with the reason as their state.
+    When the file cannot be read, those that it had before, with the reason as their state.
     """
     basis = openclaw_program.basis()
     answer = _listed.current(basis) if basis else None
@@ -41,7 +41,7 @@ def agents() -> list[Agent]:
 
 
 def add_agent(agent_id: str, name: str, workspace: str) -> Agent:
-    """Have the program add an agent. Without a workspace, or with one among its state, it gets one beside that."""
+    """Let the program add an agent. When `workspace` is empty or in the folder of agents, a new one is made."""
     if agent_id.startswith("-"):
         raise BackendError("The agent id may not begin with a hyphen.")
     place = os.path.normpath(os.path.expanduser(workspace)) if workspace else ""
@@ -61,7 +61,7 @@ def add_agent(agent_id: str, name: str, workspace: str) -> Agent:
 
 
 def rename_agent(agent: Agent, name: str) -> Agent:
-    """Have the program give an agent another identity name."""
+    """Let the program change the identity name of an agent."""
     _copy_configuration()
     options = (f"--agent={agent.id}", f"--name={name}", "--json")
     openclaw_program.act("The agent was not renamed", "agents", "set-identity", *options)
@@ -69,7 +69,7 @@ def rename_agent(agent: Agent, name: str) -> Agent:
 
 
 def delete_agent(agent: Agent) -> list[str]:
-    """Have the program move an agent to the trash: its workspace, its sessions and its credentials."""
+    """Let the program move an agent to the trash: its workspace, its sessions and its credentials."""
     if len(agents()) < 2:
         raise BackendError("The agent was not deleted: it is the last one, and OpenClaw cannot be without an agent.")
     _copy_configuration()
@@ -86,7 +86,7 @@ def skills() -> list[Skill]:
 
 
 def status() -> str:
-    """Whether the gateway answers the program. Where it takes longer than we wait, the next call knows."""
+    """"online" when the gateway answers the program, otherwise "offline". A late answer is used by the next call."""
     basis = openclaw_program.basis()
     if basis is None:
         return "offline"
@@ -156,7 +156,7 @@ def _paths(items: object, key: str) -> list[tuple[str, str]]:
 
 
 def _seconds(milliseconds: object) -> float | None:
-    """A time of the program's; None for what is none before the year 10000."""
+    """A time of the program in seconds. None when it is no number, or not before the year 10000."""
     if isinstance(milliseconds, bool) or not isinstance(milliseconds, (int, float)):
         return None
     return milliseconds / 1000 if 0 < milliseconds < 253_402_300_800_000 else None

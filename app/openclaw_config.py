@@ -9,7 +9,7 @@ from . import arguments, files, json5_text, paths
 from .errors import BackendError, explained
 
 Version = tuple[int, ...]
-"""What tells one version of a file from another."""
+"""A value that differs from one version of a file to another."""
 
 
 @dataclass(frozen=True)
@@ -58,7 +58,7 @@ class Configuration:
         ]
 
     def _agent_entries(self) -> list[tuple[str, dict[str, object]]]:
-        """The entries, or those of the older list, whose ids can be ids."""
+        """The agents' entries by id, or those of the older list. Entries whose ids cannot be ids are left out."""
         found = list(self.section("agents", "entries").items())
         listed = self.section("agents").get("list")
         if not found and isinstance(listed, list):
@@ -90,7 +90,7 @@ def config_path() -> str:
 
 
 def shared_folder() -> str:
-    """The folder of what all agents share: that of the state, unless only the configuration file was moved."""
+    """The folder of what all agents share: the state folder, or the file's when only the file was moved."""
     return state_folder() if os.environ.get("OPENCLAW_STATE_DIR", "").strip() else os.path.dirname(config_path())
 
 
@@ -169,7 +169,7 @@ def _unreadable(why: str) -> BackendError:
 
 
 def expanded(text: str) -> str:
-    """The absolute path that a text names; nothing when it can be no path."""
+    """The absolute path that a text names. Empty when it cannot be a path."""
     return os.path.abspath(os.path.expanduser(text)) if text and "\0" not in text else ""
 
 
@@ -178,7 +178,7 @@ def _object(value: object) -> dict[str, object]:
 
 
 def text_in(value: object) -> str:
-    """A text without white space at its ends; nothing for what is no text or holds half a character."""
+    """A text without white space at its ends. Empty when it is no text, or not valid Unicode."""
     try:
         return value.strip().encode().decode() if isinstance(value, str) else ""
     except UnicodeEncodeError:

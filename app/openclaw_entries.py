@@ -14,8 +14,10 @@ _TYPES = {"enabled": bool, "apiKey": str, "env": dict, "config": dict}
 
 
 def entry(skill_key: str) -> dict[str, object]:
-    """The settings of a skill. A key that is a reference to a secret elsewhere is missing, and so is a value of a type
-    that the program does not know."""
+    """The settings of a skill.
+
+    A key is missing when its value is a reference to a secret, or has a type that the program does not know.
+    """
     present = openclaw_config.read().section(*_PLACE, skill_key)
     found = {key: present[key] for key, kind in _TYPES.items() if isinstance(present.get(key), kind)}
     if "env" in found:
@@ -33,8 +35,9 @@ def entry(skill_key: str) -> dict[str, object]:
 def save_entry(skill_key: str, wanted: Mapping[str, object]) -> str:
     """Change settings of a skill in place. The program checks a copy before, and an earlier copy is kept.
 
-    A reference to a secret is kept unless a new secret is given, and nothing is written for what is empty and was not
-    there. Since the file holds credentials, others than its owner and group may do nothing with it.
+    A reference to a secret stays unless a new secret is given. An empty value is not written where there was none. The
+    file holds credentials, so only its owner and group keep their permissions. Returns the file's path. Raises
+    `BackendError`, and then the file is unchanged.
     """
     path = config_path()
     before = openclaw_config.read()

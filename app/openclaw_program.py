@@ -1,4 +1,4 @@
-"""The commands of the `openclaw` program, and what it answers."""
+"""The commands of the `openclaw` program, and its answers."""
 
 from __future__ import annotations
 
@@ -13,7 +13,7 @@ ACTION_SECONDS = 60.0
 """How long the program may take for what the user asked for."""
 
 QUESTION_SECONDS = 30.0
-"""How long it may take for what nobody waits for."""
+"""How long it may take in the background, where nobody waits."""
 
 INSTALL_COMMAND = "curl -fsSL https://openclaw.ai/install.sh | bash"
 """How its documentation installs it: https://docs.openclaw.ai/install"""
@@ -25,9 +25,9 @@ def path() -> str | None:
 
 
 def basis() -> tuple[Version, ...] | None:
-    """The versions of what its answers about agents rest on; None when it cannot or must not be asked.
+    """The versions of the files on which its answers about agents depend. None when it must not be asked.
 
-    It makes the state folder when that is missing, so it is not asked then.
+    The program makes its state folder when that is missing, so it is not asked then.
     """
     program = path()
     if program is None or not os.path.isdir(state_folder()):
@@ -36,9 +36,9 @@ def basis() -> tuple[Version, ...] | None:
 
 
 def ask(*arguments: str) -> object:
-    """What the program answers as JSON, an object or a list, to a question that changes nothing.
+    """Ask the program something that changes nothing. Returns its answer, a JSON object or list.
 
-    A text says why it does not answer.
+    Returns a text with the reason when the program does not answer.
     """
     program = path()
     if program is None:
@@ -51,9 +51,9 @@ def ask(*arguments: str) -> object:
 
 
 def act(attempt: str, *arguments: str) -> dict[str, object]:
-    """Have the program change something, and answer what it says, a JSON object.
+    """Let the program change something. Returns its answer, a JSON object.
 
-    Raises `BackendError`, which begins with `attempt` ("The agent was not deleted"), with the program's own words.
+    Raises `BackendError` with the program's own words. It begins with `attempt`, such as "The agent was not deleted".
     """
     program = path()
     if program is None:
@@ -66,9 +66,8 @@ def act(attempt: str, *arguments: str) -> dict[str, object]:
 
 
 def check(candidate: str) -> str:
-    """What the program has to say against a configuration file that is to replace its own; nothing when it is valid.
-
-    Without the program the file counts as valid.
+    """What is wrong with `candidate`, a new version of the configuration file, in the program's words. Empty when it is
+    valid, or when the program is not installed.
     """
     program = path()
     problem = config_problem(program, ACTION_SECONDS, candidate) if program else ""
@@ -76,7 +75,7 @@ def check(candidate: str) -> str:
 
 
 def config_problem(program: str, seconds: float, file: str = "") -> str:
-    """What the program has to say against its configuration file, or another file; nothing when it is valid."""
+    """What is wrong with the configuration file, or with `file`, in the program's words. Empty when it is valid."""
     variables = {"OPENCLAW_CONFIG_PATH": file} if file else {}
     outcome = processes.run([program, "config", "validate", "--json"], seconds, variables)
     answer = answer_of(outcome) or {}
@@ -84,7 +83,7 @@ def config_problem(program: str, seconds: float, file: str = "") -> str:
 
 
 def version(program: str, seconds: float) -> str:
-    """The first line that the program writes when asked for its version, or else why it does not tell it."""
+    """The first line that the program writes when it is asked for its version, or the reason why there is none."""
     outcome = processes.run([program, "--version"], seconds)
     line = outcome.first_line()
     if outcome.status == 0:

@@ -31,7 +31,7 @@ _OBSTACLES = {
 
 
 _Said = dict[tuple[str, str], dict[str, object]]
-"""What the program says of each skill, by its source and name."""
+"""The program's row of each skill, by its source and name."""
 
 
 @dataclass(frozen=True)
@@ -70,7 +70,8 @@ def skills(agents: list[ConfiguredAgent]) -> list[Skill]:
 
 
 def _visible(agents: list[ConfiguredAgent]) -> list[tuple[_Root, manuals.Manual]]:
-    """Of each name and agent the skill in the highest folder that the agent looks into, each once."""
+    """The skills that at least one agent sees, each once. Of several with one name an agent sees the one in the highest
+    folder."""
     found: dict[str, tuple[_Root, manuals.Manual]] = {}
     names: dict[str, set[str]] = {agent.id: set() for agent in agents}
     for root in _roots(agents):
@@ -86,7 +87,7 @@ def _visible(agents: list[ConfiguredAgent]) -> list[tuple[_Root, manuals.Manual]
 
 
 def _said(default: str, found: list[tuple[_Root, manuals.Manual]]) -> dict[str, _Said]:
-    """What the program says of the skills of an agent, and of those agents that have skills of their own."""
+    """The program's rows of skills: those of the default agent, and of each agent that has skills of its own."""
     basis = openclaw_program.basis()
     if basis is None:
         return {}
@@ -142,7 +143,7 @@ def _shipped_roots(agents: list[ConfiguredAgent]) -> list[_Root]:
 
 
 def _custodian(agents: list[ConfiguredAgent]) -> str:
-    """The agent that looks after the program itself; the only one when there is but one."""
+    """The id of the agent that looks after the program itself. When there is one agent only, it is that."""
     if not agents:
         return ""
     chosen = openclaw_config.read().section("agents", "defaults", "systemAgent").get("agentId")

@@ -1,15 +1,15 @@
-"""Where things live in the user's home folder. Nothing here touches the disk."""
+"""Paths in the user's home folder. Nothing here reads or writes a file."""
 
 from __future__ import annotations
 
 import os
 
 ECOSYSTEMS = ("openclaw", "codex", "kimi")
-"""The agent runtimes whose agents are managed, in the order in which they are listed."""
+"""The names of the agent programs, in the order in which their agents are listed."""
 
 
 def home() -> str:
-    """The user's home folder, read anew each time because tests and launchers change HOME."""
+    """The user's home folder, read anew each time because tests change HOME."""
     return os.path.expanduser("~")
 
 

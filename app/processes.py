@@ -1,4 +1,4 @@
-"""Running another program to its end, with limits for its time and its output. Nothing of it is left running."""
+"""Running another program to its end, with a time limit and a limit for its output. No process of it is left."""
 
 from __future__ import annotations
 
@@ -15,7 +15,7 @@ from . import programs
 from .errors import reason
 
 OUTPUT_LIMIT = 4_000_000
-"""How many bytes a program may write; more is not an answer."""
+"""How many bytes a program may write before it is killed."""
 
 _COLOR = re.compile(r"\x1b\[[0-9;?]*[A-Za-z]")
 _CHUNK = 64 * 1024
@@ -51,10 +51,11 @@ class Outcome:
 
 
 def run(command: Sequence[str], seconds: float, variables: Mapping[str, str] | None = None) -> Outcome:
-    """Run a program, whose path is absolute, with some more environment variables. Never raises for what it does.
+    """Run a program and return how it ended. Its path must be absolute. `variables` are added to its environment.
 
-    It sees none of our own streams: standard output is the line protocol, and standard input its requests. It is killed
-    with all that it started when the time is over, when it writes too much, when it has ended, and when we end.
+    Never raises for what the program does. The program has none of our own streams, which carry requests and replies.
+    Its whole process group is killed when the time is over, when it writes too much, when it has ended, and when we
+    end.
     """
     deadline = time.monotonic() + seconds
     try:
@@ -94,7 +95,7 @@ def run(command: Sequence[str], seconds: float, variables: Mapping[str, str] | N
 
 
 def _read(child: subprocess.Popen[bytes], written: Mapping[IO[bytes] | None, bytearray], deadline: float) -> str:
-    """Read until the program closes its streams or ends. Answers what is wrong when it does neither."""
+    """Read until the program closes its streams or ends. Returns what is wrong when it does neither."""
     with selectors.DefaultSelector() as selector:
         for stream in written:
             assert stream is not None

@@ -1,4 +1,4 @@
-"""Finding other programs on this machine, and asking them short questions."""
+"""Finding other programs on this machine, and the environment in which they are started."""
 
 from __future__ import annotations
 
@@ -16,7 +16,7 @@ USER_FOLDERS = (
     "Library/pnpm",
     ".cargo/bin",
 )
-"""Below the home folder: where installers and package managers of one user put programs."""
+"""The folders below the home folder in which installers and package managers put programs of one user."""
 
 VERSION_FOLDERS = (
     ("NVM_DIR", (".nvm",), "versions/node/*/bin"),
@@ -34,8 +34,8 @@ SYSTEM_FOLDERS = ("/usr/local/bin", "/opt/homebrew/bin", "/home/linuxbrew/.linux
 def search_folders() -> list[str]:
     """The folders in which programs are looked for, first match first, each once.
 
-    PATH alone is not enough: a program started from the desktop does not get the PATH that a shell builds. A relative
-    entry of PATH is left out, since it would run whatever lies in the folder we happen to be in.
+    PATH alone is not enough: a program that is started from the desktop does not get the PATH of a shell. A relative
+    folder in PATH is left out: it would depend on the folder in which we run.
     """
     home = os.path.expanduser("~")
     on_path = [folder for folder in os.environ.get("PATH", "").split(os.pathsep) if os.path.isabs(folder)]
@@ -44,7 +44,7 @@ def search_folders() -> list[str]:
 
 
 def _npm_folder(home: str) -> list[str]:
-    """Where npm puts programs of this user, if its prefix was set."""
+    """The folder in which npm puts programs of this user, if npm's prefix was set."""
     prefix = os.environ.get("NPM_CONFIG_PREFIX") or os.environ.get("npm_config_prefix") or ""
     if not prefix:
         try:
@@ -58,7 +58,7 @@ def _npm_folder(home: str) -> list[str]:
 
 
 def _version_folders(home: str) -> list[str]:
-    """Where managers of Node versions have programs, of each the newest version first."""
+    """The folders in which managers of Node versions have programs. Each manager's newest version comes first."""
     import glob
 
     found: list[str] = []

@@ -1,4 +1,4 @@
-"""What the console shows of agents and skills. A value that nobody knows has no key."""
+"""The rows of agents and skills that the console shows. An unknown value has no key."""
 
 from __future__ import annotations
 
@@ -20,7 +20,7 @@ def agent_row(ecosystem: str, agent: Agent, origin: str) -> dict[str, object]:
 
 
 def skill_row(skill: Skill) -> dict[str, object]:
-    """The row of a skill. Its description says why it cannot be used, if that is so."""
+    """The row of a skill. When the skill cannot be used, its description says why."""
     row: dict[str, object] = {
         "name": skill.name,
         "source": skill.source,

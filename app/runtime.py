@@ -9,7 +9,7 @@ from . import paths, terminal
 from .errors import BackendError
 
 VERSION_SECONDS = 5.0
-"""How long the program may take to tell its version."""
+"""How long the program may take to tell its version, and what is wrong with its configuration."""
 
 RELEASE_FILES = ("/etc/os-release", "/usr/lib/os-release")
 """Where Linux systems name themselves: https://www.freedesktop.org/software/systemd/man/os-release.html"""
@@ -44,7 +44,7 @@ def openclaw_runtime_status() -> dict[str, object]:
     problem = functools.partial(openclaw_program.config_problem, binary, VERSION_SECONDS)
     check = threading.Thread(target=lambda: problems.append(problem()))
     if status["configExists"]:
-        check.start()  # both take long, so they are asked at once
+        check.start()  # both questions take long, so the program is asked both at the same time
     status.update(installed=True, binaryPath=binary)
     version = openclaw_program.version(binary, VERSION_SECONDS)
     if version:
@@ -57,10 +57,10 @@ def openclaw_runtime_status() -> dict[str, object]:
 
 
 def launch_openclaw_install_or_configure_interactive() -> dict[str, object]:
-    """Open a terminal with what adds an agent: the runtime's first set-up, or once it is configured its own questions.
+    """Open a terminal in which OpenClaw adds an agent, or runs its first set-up if it has no configuration yet.
 
-    Does not wait for it. Answers "command", what was started. Raises `BackendError` when the runtime is not installed,
-    with the command that installs it, or when no terminal can be opened.
+    Does not wait for it. Returns "command", the command that was started. Raises `BackendError` when OpenClaw is not
+    installed, with the command that installs it, or when no terminal can be opened.
     """
     from . import openclaw_config
 
@@ -69,9 +69,9 @@ def launch_openclaw_install_or_configure_interactive() -> dict[str, object]:
 
 
 def launch_openclaw_configure_interactive() -> dict[str, object]:
-    """Open a terminal with the runtime's settings, or before it is configured with its first set-up. Does not wait.
+    """Open a terminal in which OpenClaw asks for its settings, or runs its first set-up if it has no configuration yet.
 
-    Answers and raises as `launch_openclaw_install_or_configure_interactive`.
+    Returns and raises the same as `launch_openclaw_install_or_configure_interactive`.
     """
     from . import openclaw_config
 

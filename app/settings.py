@@ -8,7 +8,7 @@ from .errors import explained
 
 
 def load_nelo_settings() -> dict[str, object]:
-    """The settings document as it was saved; an empty object when there is none, or when it is not understood.
+    """The settings document as it was saved. Empty when there is none, or when it is not understood.
 
     Raises `BackendError` when the file exists and cannot be read.
     """
@@ -16,10 +16,10 @@ def load_nelo_settings() -> dict[str, object]:
 
 
 def save_nelo_settings(document: object) -> dict[str, object]:
-    """Save the settings document and answer {"path": where it is}.
+    """Save the settings document and return {"path": its path}.
 
-    Keys of an earlier document that the new one does not mention survive, in the sections too. An earlier document that
-    is not understood is kept beside under a stamped name. Raises `BackendError`, with the earlier document intact.
+    Keys that only the earlier document has are kept, in its sections, too. An earlier document that is not understood
+    is kept as a copy with a time in its name. Raises `BackendError`, with the earlier document intact.
     """
     settings = arguments.json_object(document, "settings document")
     path = paths.nelo_file("settings.json")

@@ -9,7 +9,7 @@ _TYPES = {"enabled": bool, "apiKey": str, "env": dict, "config": dict}
 
 
 def get_skill_entry(ecosystem: object, skill_key: object) -> dict[str, object]:
-    """The settings of a skill, some of "enabled", "apiKey", "env" and "config"; an empty object when it has none.
+    """The settings of a skill, some of "enabled", "apiKey", "env" and "config". Empty when it has none.
 
     Raises `BackendError` when the program's configuration cannot be read.
     """
@@ -21,8 +21,8 @@ def get_skill_entry(ecosystem: object, skill_key: object) -> dict[str, object]:
 def save_skill_entry(ecosystem: object, skill_key: object, entry: object) -> dict[str, object]:
     """Save settings of a skill: an object of "enabled", "apiKey", "env" (texts by name) and "config".
 
-    Answers "path", the file that has them now. Raises `BackendError`, with the file intact, also when the program
-    cannot keep what is asked for.
+    Returns "path", the file that has them now. Raises `BackendError` also when the program cannot keep a setting. Then
+    the file is unchanged.
     """
     from .ecosystems import ecosystem as implementation
 
@@ -32,7 +32,7 @@ def save_skill_entry(ecosystem: object, skill_key: object, entry: object) -> dic
 
 
 def _checked(entry: object) -> dict[str, object]:
-    """The members of an entry that are ours to write."""
+    """The members of an entry that can be saved. Raises `BackendError` when one has a wrong type."""
     given = arguments.json_object(entry, "skill entry")
     wanted = {key: given[key] for key in _TYPES if key in given}
     for key, value in wanted.items():

@@ -1,4 +1,4 @@
-"""Putting an unpacked skill in its place. After a failure or a killed process the earlier version is there."""
+"""Putting an unpacked skill in its place. After a failure or a kill the earlier version is still there."""
 
 from __future__ import annotations
 
@@ -17,14 +17,14 @@ ORIGIN_FILE = ".nelo-origin.json"
 _STAGING = ".installing"
 _ASIDE = ".replaced"
 _LEFT_BEHIND = re.compile(rf"({re.escape(_STAGING)}|{re.escape(_ASIDE)})-[0-9a-f]{{16}}")
-"""What we call our hidden folders, told from a hidden folder of the user's own by its random part."""
+"""The names of our hidden folders. The random part tells them from hidden folders of the user."""
 
 
 def recover(skills_folder: str) -> None:
     """Restore the skills that a killed install had put aside, and remove the folders that it had begun.
 
-    A folder that cannot be repaired stays as it is. While another process holds the lock, such folders may be in use: then
-    this function does nothing, and does not wait.
+    A folder that cannot be repaired stays as it is. While another process holds the lock, such folders may be in use:
+    then this function does nothing, and does not wait.
     """
     with contextlib.suppress(OSError, ValueError, BackendError):
         if any(map(_LEFT_BEHIND.fullmatch, os.listdir(skills_folder))):
@@ -33,12 +33,12 @@ def recover(skills_folder: str) -> None:
 
 
 def install_package(package: bytes, workspace: str, fallback_name: str, source: Mapping[str, str]) -> dict[str, object]:
-    """Install a package into a workspace and answer "targetDir" and "name".
+    """Install a package into a workspace and return "targetDir" and "name".
 
-    It is unpacked beside its target and checked, and only then takes the target's place. The skill's own name, or that
-    of the package's single folder, is the target's; otherwise the fallback. `source` says where the package came from,
-    under "source" in words for a sentence. Only a skill of the same own name and source is replaced. Raises
-    `BackendError`.
+    The package is unpacked beside its target and checked before it takes the target's place. The target has the name in
+    the skill's front matter, or else that of the package's single folder, or else `fallback_name`. `source` says where
+    the package came from; its "source" is part of a sentence. Only a skill with the same own name and source is
+    replaced. Raises `BackendError`.
     """
     skills = os.path.join(workspace, "skills")
     with files.exclusive(), explained(f"Cannot install into {skills}"):
@@ -66,9 +66,9 @@ def install_package(package: bytes, workspace: str, fallback_name: str, source: 
 
 
 def _swap(new: str, target: str) -> None:
-    """Put a folder in the target's place. The earlier one is aside meanwhile, and comes back when that fails.
+    """Put the folder `new` in the target's place. The earlier one is put aside before, and put back when that fails.
 
-    It lies aside in a folder of ours under its own name, which may be as long as a name can be.
+    It is put aside under its own name in a folder of ours: a longer name may not be possible.
     """
     skills_folder, name = os.path.split(target)
     aside = files.unused_name(skills_folder, _ASIDE)
@@ -126,14 +126,14 @@ def _recover_locked(skills_folder: str) -> None:
 
 
 def _remove(path: str) -> None:
-    """Remove a folder of ours with all that is in it; what cannot be removed stays hidden."""
+    """Remove a folder of ours and everything in it. What cannot be removed stays hidden."""
     import shutil
 
     shutil.rmtree(path, ignore_errors=True)
 
 
 def _own_name(root: str) -> str:
-    """The name in the front matter of a skill; empty when there is none. Raises `OSError` when it cannot be read."""
+    """The name in the front matter of a skill. Empty when there is none. Raises `OSError` when it cannot be read."""
     from . import manuals
 
     content = files.read_file(os.path.join(root, "SKILL.md"), manuals.MANUAL_LIMIT) or b""

@@ -1,4 +1,4 @@
-"""Skill packages: zip archives that are checked whole before and while they are unpacked. Nothing in them is run."""
+"""Skill packages: zip archives. All of a package is checked before and while it is unpacked. Nothing in it is run."""
 
 from __future__ import annotations
 
@@ -38,8 +38,8 @@ class PackageRefused(Exception):
 def unpack(package: bytes, folder: str) -> None:
     """Unpack a package into an empty folder, for the owner only.
 
-    Raises `PackageRefused` for everything that a package may not hold, and `OSError` when the files cannot be written;
-    what was written until then stays in the folder.
+    Raises `PackageRefused` for everything that a package may not hold, and `OSError` when the files cannot be written.
+    What was written until then stays in the folder.
     """
     import struct
     import zipfile
@@ -141,8 +141,8 @@ def _refuse_collision(
 ) -> None:
     """Refuse a path that some file system takes for an earlier one.
 
-    `seen` has every earlier path and the folders above it. The key is the path as such a file system sees it; the value is
-    the path as it was written, and whether it is a folder.
+    `seen` has every earlier path and the folders above it. The key is the path as such a file system sees it; the value
+    is the path as it was written, and whether it is a folder.
     """
     for length in range(1, len(parts) + 1):
         path = parts[:length]

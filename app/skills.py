@@ -19,7 +19,7 @@ def list_skills(ecosystem: object) -> list[dict[str, object]]:
 
 
 def get_adapter_snapshot(ecosystem: object) -> dict[str, object]:
-    """Where an ecosystem keeps its things: "ecosystem", "configPath" and "skillDirs"."""
+    """The paths of an ecosystem: "ecosystem", "configPath", and "skillDirs", the folders of skills."""
     from .ecosystems import ecosystem as implementation
 
     found = implementation(ecosystem).paths()

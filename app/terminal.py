@@ -24,14 +24,14 @@ TERMINALS = (
     ("xterm", ("-e",)),
     ("urxvt", ("-e",)),
 )
-"""Terminal programs of Linux desktops, the user's choice first (a link that Debian keeps), and what each wants before
-the command and its arguments."""
+"""Terminal programs of Linux desktops, with the arguments that come before the command. The first one is Debian's link
+to the user's choice."""
 
 OSASCRIPT = "/usr/bin/osascript"
 """The program through which macOS lets one application ask another."""
 
 START_SECONDS = 0.3
-"""A terminal that cannot open a window gives up within this time."""
+"""A terminal that cannot open a window ends within this time."""
 
 _SCRIPT_SECONDS = 10.0
 

@@ -14,7 +14,7 @@ from .errors import explained
 
 
 def move_to_trash(path: str) -> None:
-    """Move a file or folder to the trash of the user. Of a symbolic link only the link goes. Raises `BackendError`."""
+    """Move a file, a folder or a symbolic link itself to the trash of the user. Raises `BackendError`."""
     with explained(f"Cannot move {path} to the trash"):
         if sys.platform == "darwin":
             _move_to_folder(path, os.path.join(paths.home(), ".Trash"))
@@ -28,9 +28,9 @@ def _data_folder() -> str:
 
 
 def _move_to_desktop_trash(path: str, trash: str) -> None:
-    """As desktops do: https://specifications.freedesktop.org/trash-spec/latest/
+    """Move a file or folder as https://specifications.freedesktop.org/trash-spec/latest/ says.
 
-    The file that tells where the other came from is made first: whoever makes it has the name.
+    The file with the information is made first. Whoever makes it owns the name.
     """
     from urllib.parse import quote
 

@@ -21,7 +21,7 @@ _REDIRECTS = (("http", "http"), ("http", "https"), ("https", "https"))
 
 
 _USER = re.compile(r"\A((?:[A-Za-z][\w+.-]*:)?/+|)[^/]*@")
-"""A user name and a password, behind the scheme if there is one: an address may be a mistyped one."""
+"""A user name and a password, also in an address without a scheme, which may be a mistyped one."""
 
 
 class FetchError(Exception):
@@ -31,10 +31,10 @@ class FetchError(Exception):
 def fetch(address: str, seconds: float, limit: int) -> bytes:
     """The bytes at an http, https or file address.
 
-    The time covers everything, name resolution and a server that trickles included, and more than `limit` bytes are
-    refused while they arrive. The system's proxies are used, but never for this machine itself. A redirect may change
-    the scheme from http to https and not otherwise. A user name or a password in an address is refused, since the
-    libraries would take it for a part of the host's name and look that up. Raises `FetchError`.
+    `seconds` limits everything, also name resolution and a slow server. `limit` is how many bytes are accepted. The
+    system's proxies are used, but never for this machine itself. A redirect may change the scheme from http to https
+    only. An address with a user name or a password is refused: the libraries would look it up as a part of the host's
+    name. Raises `FetchError`.
     """
     outcome: list[bytes | Exception] = []
     deadline = time.monotonic() + seconds
@@ -58,7 +58,7 @@ def fetch(address: str, seconds: float, limit: int) -> bytes:
 
 
 def shown(address: str) -> str:
-    """An address for a sentence: without user name, password, query and fragment, where secrets may be."""
+    """An address for a sentence, without user name, password, query and fragment: they may hold secrets."""
     place = address.partition("?")[0].partition("#")[0]
     return arguments.shortened(_USER.sub(r"\1", place, count=1))
 

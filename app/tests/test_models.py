@@ -126,7 +126,7 @@ class ListTest(ModelTestCase):
         self.server.serve("/below/api/tags", b'{"models": []}')
         self.assertEqual(app.list_local_models(), [])
 
-    def test_the_catalogue_has_the_documented_keys_and_says_what_is_installed(self) -> None:
+    def test_the_remote_models_have_the_documented_keys_and_say_what_is_installed(self) -> None:
         self.serve_models({"name": "qwen3:8b"}, {"name": "llama3.2"})
         rows = {row["name"]: row for row in app.list_remote_models()}
         self.assertEqual(
@@ -139,12 +139,12 @@ class ListTest(ModelTestCase):
 
     def test_a_name_without_a_tag_means_the_latest(self) -> None:
         self.replace(
-            models, "CATALOGUE", (("tiny", "x", "", ()), ("small:latest", "x", "", ()), ("big:8b", "x", "", ()))
+            models, "REMOTE_MODELS", (("tiny", "x", "", ()), ("small:latest", "x", "", ()), ("big:8b", "x", "", ()))
         )
         self.serve_models({"name": "tiny:latest"}, {"name": "small"}, {"name": "big"})
         self.assertEqual([row["installed"] for row in app.list_remote_models()], [False, True, False])
 
-    def test_the_catalogue_needs_no_server(self) -> None:
+    def test_the_remote_models_need_no_server(self) -> None:
         self.set_environment(OLLAMA_HOST="127.0.0.1:9")
         rows = app.list_remote_models()
         self.assertEqual({row["installed"] for row in rows}, {False})
