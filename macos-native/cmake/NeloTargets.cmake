@@ -91,3 +91,13 @@ function(nelo_add_test name)
         set_property(TEST ${name} APPEND PROPERTY LABELS windowless_tests)
     endif()
 endfunction()
+
+# nelo_add_python_test(NAME MODULE [LAUNCHER ...] [FOLDERS ...] [ENVIRONMENT ...]): the module of this folder, which unittest runs.
+# It imports its neighbours, and modules of FOLDERS. The command LAUNCHER, if there is one, starts it.
+function(nelo_add_python_test name module)
+    cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "LAUNCHER;FOLDERS;ENVIRONMENT")
+    add_test(NAME ${name} COMMAND ${arg_LAUNCHER} /usr/bin/python3 -m unittest ${module})
+    list(JOIN arg_FOLDERS ":" folders)
+    set(environment PYTHONPATH=${CMAKE_CURRENT_SOURCE_DIR}:${folders} PYTHONDONTWRITEBYTECODE=1 ${arg_ENVIRONMENT})
+    set_tests_properties(${name} PROPERTIES ENVIRONMENT "${environment}" TIMEOUT 300)
+endfunction()

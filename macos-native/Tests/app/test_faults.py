@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import os
 import signal
-import unittest
 from collections.abc import Callable
 
 import app
@@ -157,7 +156,3 @@ class FaultTest(HomeTestCase):
                     self.assertEqual(self.files_below(), [SETTINGS])
                 strikes += fault.struck
             self.assertGreater(strikes, 0, text)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -7,7 +7,6 @@ import random
 import signal
 import time
 import traceback
-import unittest
 from collections.abc import Callable
 
 import app
@@ -152,7 +151,3 @@ class KillTest(HomeTestCase):
             self.assertEqual(len(self.files_below(SKILLS)), 7)
 
         self.under_every_kill(lambda number: app.install_openclaw_skill_zip("main", packages[number % 3]), check)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -55,7 +55,3 @@ class HelperServerTest(unittest.TestCase):
 
     def test_a_reply_is_one_line_of_text_without_escapes(self) -> None:
         self.assertEqual(output('{"function": "echo", "args": ["\\u4f60"]}'), '{"ok": true, "result": ["你"]}\n')
-
-
-if __name__ == "__main__":
-    unittest.main()

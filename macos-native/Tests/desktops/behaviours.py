@@ -8,7 +8,8 @@ from pathlib import Path
 from desktops import Desktop
 from panel import MENU_PATH, RIGHT, Panel
 
-from nelo import Nelo, Node, launchers, press, take_picture, type_text, until
+from nelo import Nelo, launchers
+from screen import Node, press, take_picture, type_text, until
 
 WINDOWS = {"Open Nelo": ("Nelo", (980, 740)), "Open Nelo Console": ("Nelo Console", (1000, 720)),
            "Settings...": ("Nelo Settings", (640, 620))}

@@ -14,8 +14,8 @@ import time
 from pathlib import Path
 from types import TracebackType
 
-from nelo import until
 from panel import ITEM_COLOR
+from screen import until
 
 START_SECONDS = 60.0
 

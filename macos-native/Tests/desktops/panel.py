@@ -8,7 +8,7 @@ from typing import NamedTuple
 
 from PIL import Image, ImageChops
 
-from nelo import Area, click, settled, until, xdotool
+from screen import Area, click, settled, until, xdotool
 
 LEFT, RIGHT = 1, 3
 ITEM_COLOR = "#ff00ff"  # of the picture that the user has for the status item; nothing else on the screen has it

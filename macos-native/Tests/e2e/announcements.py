@@ -3,9 +3,9 @@ from __future__ import annotations
 
 from typing import Any
 
-from nelo import until
+from screen import until
 
-from gi.repository import Atspi, GLib  # once nelo has said which version
+from gi.repository import Atspi, GLib  # once screen.py has said which version
 
 
 class Announcements:

@@ -10,8 +10,9 @@ from typing import Iterator
 
 from agent_files import write_codex_agent, write_kimi_agent
 from resources import bytes_read, resources
-from nelo import Nelo, Node, press, type_line, until
+from nelo import Nelo
 from provider import Provider
+from screen import Node, press, type_line, until
 
 ANSWERED_CHATS = 3
 REFRESHES_PER_TAB = 2

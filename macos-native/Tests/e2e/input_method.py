@@ -8,7 +8,8 @@ import subprocess
 from pathlib import Path
 from typing import Iterator
 
-from nelo import Nelo, Node, type_text, until
+from nelo import Nelo
+from screen import Node, type_text, until
 
 # A version, or ibus would wait for a notification daemon to greet the user.
 SETTINGS = """\

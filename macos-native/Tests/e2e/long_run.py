@@ -17,8 +17,9 @@ from typing import Iterator, NamedTuple
 
 from busy_user import MESSAGES, BusyUser, furnish
 from resources import Resources, growth, resources, leftovers
-from nelo import Nelo, open_chat, press, store_api_key, until
+from nelo import Nelo, open_chat, store_api_key
 from provider import Provider
+from screen import press, until
 
 ROUNDS_PER_HOUR = 560
 SECONDS_BETWEEN_KILLS = 60

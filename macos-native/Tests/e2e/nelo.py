@@ -1,4 +1,4 @@
-"""The built program as its user has it: on a virtual desktop, driven with the keyboard once its menu is open, read through AT-SPI.
+"""The built program as its user has it: on a virtual desktop, driven with the keyboard once its menu is open.
 
 To be run by scripts/virtual-desktop, with NELO_PROGRAM naming the program.
 """
@@ -10,253 +10,23 @@ import re
 import signal
 import subprocess
 import tempfile
-import time
 import uuid
-from collections import deque
 from pathlib import Path
 from types import TracebackType
-from typing import Any, Callable, Iterator, NamedTuple, TypeVar
+from typing import TypeVar
 
-import gi
+from screen import TIMEOUT_SECONDS, Area, Node, click, press, settled, type_line, until, xdotool
 
-gi.require_version("Atspi", "2.0")
-from gi.repository import Atspi, GLib  # noqa: E402
+from gi.repository import Atspi  # once screen.py has said which version
 
 REPOSITORY = Path(__file__).resolve().parents[3]
-TIMEOUT_SECONDS = 20.0
 BASE_FOLDERS = ("XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME")
 GRACE_SECONDS = 5.0
 TRAY_HEIGHT = 24
-MOST_TABS = 100
-ANY = re.compile("")
-LEFT_BUTTON, MIDDLE_BUTTON = 1, 2
 WINDOWS = {"Open Nelo": "Nelo", "Open Nelo Console": "Nelo Console", "Settings...": "Nelo Settings"}
 MENU = (*WINDOWS, "Quit Nelo")
 
-Result = TypeVar("Result")
 Self = TypeVar("Self", bound="Nelo")
-
-
-def until(condition: Callable[[], Result | None], what: str, timeout: float = TIMEOUT_SECONDS) -> Result:
-    """Waits until `condition` gives something true, and returns it."""
-    deadline = time.monotonic() + timeout
-    while True:
-        result = condition()
-        if result:
-            return result
-        if time.monotonic() > deadline:
-            raise AssertionError(f"waited {timeout:g} s in vain: {what}")
-        time.sleep(0.02)
-
-
-def settled(look: Callable[[], Result | None], what: str) -> Result:
-    """Waits until `look` gives the same true thing three times in a row, and returns it."""
-    seen: deque[Result | None] = deque(maxlen=3)
-
-    def stays() -> Result | None:
-        seen.append(look())
-        return seen[0] if len(seen) == 3 and seen[0] == seen[1] == seen[2] else None
-
-    return until(stays, what)
-
-
-def xdotool(*words: object, display: str | None = None) -> str:
-    """Drives the display, which is the test's own unless told; returns what it prints."""
-    environment = {**os.environ, "DISPLAY": display} if display else None
-    done = subprocess.run(["xdotool", *map(str, words)], capture_output=True, text=True, check=False, env=environment)
-    return done.stdout
-
-
-def click(x: float, y: float, button: int = LEFT_BUTTON) -> None:
-    xdotool("mousemove", round(x), round(y), "click", button)
-
-
-def press(*keys: str) -> None:
-    xdotool("key", "--clearmodifiers", *keys)
-
-
-def type_text(text: str) -> None:
-    xdotool("type", "--clearmodifiers", "--", text)
-
-
-def type_line(text: str) -> None:
-    type_text(text)
-    press("Return")
-
-
-def take_picture(file: Path, *what: str) -> None:
-    """Writes what the whole screen shows, or what import(1) is told to take, as a PNG."""
-    file.parent.mkdir(parents=True, exist_ok=True)
-    subprocess.run(["import", *(what or ("-window", "root")), str(file)], check=True)
-
-
-def take_picture_of_window(file: Path) -> None:
-    """Writes the window in front, with its frame, as a PNG."""
-    take_picture(file, "-frame", "-window", xdotool("getactivewindow").strip())
-
-
-def screen_width() -> int:
-    return int(xdotool("getdisplaygeometry").split()[0])
-
-
-class Area(NamedTuple):
-    x: int
-    y: int
-    width: int
-    height: int
-
-
-class FocusMoves:
-    """Hears when the keyboard goes to another control."""
-
-    _EVENT = "object:state-changed:focused"
-
-    def __enter__(self) -> "FocusMoves":
-        self._count = 0
-        self._is_in_a_text = False
-        self._listener = Atspi.EventListener.new(self._hear)
-        self._listener.register(self._EVENT)
-        return self
-
-    def __exit__(self, kind: type[BaseException] | None, error: BaseException | None, trace: TracebackType | None) -> None:
-        self._listener.deregister(self._EVENT)
-
-    def _hear(self, event: Any) -> None:
-        if event.detail1:  # it has got the keyboard, not lost it
-            self._count += 1
-            self._is_in_a_text = event.source.get_role_name() == "label"
-
-    def _heard(self) -> int:
-        while GLib.MainContext.default().iteration(False):
-            pass
-        return self._count
-
-    def after(self, key: str) -> None:
-        """Presses a key and waits until it has moved the keyboard; not for long where it goes on to a link in a text."""
-        before = self._heard()
-        timeout = 0.1 if self._is_in_a_text else 1.0
-        press(key)
-        with contextlib.suppress(AssertionError):
-            until(lambda: self._heard() > before, "the keyboard somewhere else", timeout)
-
-
-class Node:
-    """One accessible object of the program."""
-
-    def __init__(self, accessible: Any, scale: float) -> None:
-        self._accessible = accessible
-        self._scale = scale
-
-    @property
-    def name(self) -> str:
-        return str(self._accessible.get_name() or "")
-
-    @property
-    def role(self) -> str:
-        return str(self._accessible.get_role_name())
-
-    @property
-    def description(self) -> str:
-        return str(self._accessible.get_description() or "")
-
-    @property
-    def is_showing(self) -> bool:
-        return self._has(Atspi.StateType.SHOWING) and self._has(Atspi.StateType.VISIBLE)
-
-    @property
-    def is_focused(self) -> bool:
-        return self._has(Atspi.StateType.FOCUSED)
-
-    @property
-    def is_selected(self) -> bool:
-        self._accessible.clear_cache()  # no event tells that it has changed
-        return self._has(Atspi.StateType.SELECTED)
-
-    @property
-    def is_active(self) -> bool:
-        return self._has(Atspi.StateType.ACTIVE)
-
-    def _has(self, state: Any) -> bool:
-        return bool(self._accessible.get_state_set().contains(state))
-
-    @property
-    def area(self) -> Area:
-        """Where it is on the screen, in unscaled pixels."""
-        extents = Atspi.Component.get_extents(self._accessible, Atspi.CoordType.SCREEN)
-        return Area(extents.x, extents.y, extents.width, extents.height)
-
-    @property
-    def text(self) -> str:
-        return str(Atspi.Text.get_text(self._accessible, 0, Atspi.Text.get_character_count(self._accessible)))
-
-    def area_of_character(self, offset: int) -> Area:
-        extents = Atspi.Text.get_character_extents(self._accessible, offset, Atspi.CoordType.SCREEN)
-        return Area(extents.x, extents.y, extents.width, extents.height)
-
-    def children(self) -> Iterator["Node"]:
-        for index in range(self._accessible.get_child_count()):
-            child = self._accessible.get_child_at_index(index)
-            if child is not None:
-                yield Node(child, self._scale)
-
-    def descendants(self) -> Iterator["Node"]:
-        for child in self.children():
-            yield child
-            yield from child.descendants()
-
-    def reach(self, by: str = "Tab") -> None:
-        """Brings the keyboard here by that key, from wherever it is in this window."""
-        if self.is_focused:
-            return
-        with FocusMoves() as moves:
-            for _ in range(MOST_TABS):
-                moves.after(by)
-                if self.is_focused:
-                    return
-        raise AssertionError(f"{by} does not reach {self.role} {self.name!r}")
-
-    def click(self, button: int = LEFT_BUTTON) -> None:
-        """Clicks its middle with the mouse."""
-        area = self.area
-        at = ((area.x + area.width / 2) * self._scale, (area.y + area.height / 2) * self._scale)  # it tells unscaled pixels
-        click(*at, button)
-
-    def press(self, by: str = "Tab") -> None:
-        """Presses this button by the keyboard, which gets here by that key."""
-        self.reach(by)
-        press("space")
-
-    def select_row(self, cell: str) -> None:
-        """Selects the row of this table that has such a cell, by the keyboard."""
-        found = self.find("table cell", cell)
-        rows = sorted({node.area.y for node in self.descendants() if node.role == "table cell"})
-        self.reach()
-        press("ctrl+Home", *["Down"] * rows.index(found.area.y), "space")  # which selects where nothing has moved
-        until(lambda: self.find("table cell", cell).is_selected, f"the row of {cell!r}")  # a refresh makes new ones
-
-    def open_tab(self, title: str) -> None:
-        """Turns to a page of the window's tabs, which are called as the page in front."""
-        self.find("page tab", title).click()
-        self.find("page tab list", title)
-
-    def maximise(self) -> None:
-        """Double-clicks the title bar that the window manager has put over this window."""
-        area = self.area
-        for _ in range(2):
-            click((area.x + area.width / 2) * self._scale, area.y * self._scale - 8)
-
-    def find(self, role: str, name: str | re.Pattern[str]) -> "Node":
-        """Waits for a showing descendant of this role whose name is `name`, or matches it."""
-        wanted = name if isinstance(name, re.Pattern) else re.compile(re.escape(name) + r"\Z")
-
-        def search() -> Node | None:
-            try:
-                return next((node for node in self.descendants()
-                             if node.role == role and wanted.match(node.name) and node.is_showing), None)
-            except GLib.Error:  # it changed under our eyes
-                return None
-
-        return until(search, f"{role} {wanted.pattern!r}")
 
 
 class Nelo:
@@ -366,8 +136,9 @@ class Nelo:
 
     def _status_item(self) -> Area | None:
         """The icon in the tray, at the top right of the screen."""
+        middle = int(xdotool("getdisplaygeometry").split()[0]) / 2
         return next((area for area in self._visible_windows()
-                     if area.y + area.height <= TRAY_HEIGHT and area.x > screen_width() / 2), None)
+                     if area.y + area.height <= TRAY_HEIGHT and area.x > middle), None)
 
     def open_menu(self) -> None:
         """Clicks the status item. The menu itself is in no accessible tree: Qt leaves pop-ups out of it.
@@ -459,9 +230,8 @@ def open_and_close_windows(nelo: Nelo) -> None:
     """Opens each window once and closes it."""
     open_chat(nelo)
     press("alt+F4")
-    for item, title in (("Open Nelo Console", "Nelo Console"), ("Settings...", "Nelo Settings")):
-        nelo.choose(item)
-        nelo.window(title)
+    for item in ("Open Nelo Console", "Settings..."):
+        nelo.open(item)
         press("alt+F4")
 
 
@@ -473,21 +243,6 @@ def store_api_key(nelo: Nelo, chat: Node, provider: str, key: str) -> None:
     type_line(key)
     nelo.window("Nelo")
     chat.find("text", "Send a message").reach(by="shift+Tab")
-
-
-def choose_in_popup(popup: Node, item: str) -> None:
-    """Picks an item of a combo box by its keyboard: the list that opens is in no accessible tree."""
-    titles = [node.name for node in popup.descendants() if node.role == "list item"]
-    popup.press()
-    press("Home", *["Down"] * titles.index(item), "Return")
-    until(lambda: popup.name == item, f"{item} chosen")
-
-
-def replace_text(field: Node, text: str) -> None:
-    """Types `text` in place of what the field holds, which may be scrolled out of sight yet."""
-    field.reach()
-    press("ctrl+a")
-    type_text(text)
 
 
 def install_package(nelo: Nelo, tab: Node, file: Path) -> None:

@@ -8,7 +8,8 @@ import tempfile
 from pathlib import Path
 from types import TracebackType
 
-from nelo import GRACE_SECONDS, until
+from nelo import GRACE_SECONDS
+from screen import until
 
 PROGRAM = Path(__file__).with_name("orca_aloud.py")
 

@@ -8,7 +8,8 @@ import unittest
 from pathlib import Path
 
 from announcements import Announcements
-from nelo import Nelo, choose_in_popup
+from nelo import Nelo
+from screen import choose_in_popup
 
 SCRIPTED_BACKEND = Path(__file__).resolve().parents[1] / "support/scripted/app.py"
 
@@ -32,7 +33,3 @@ class AccessTest(unittest.TestCase):
             calls = [json.loads(line) for line in (folder / "calls.jsonl").read_text().splitlines()]
             listed = [call["args"] for call in calls if call["function"] == "list_skills"]
             self.assertEqual(listed, [["openclaw"], ["codex"], ["kimi"]])
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -6,7 +6,8 @@ import unittest
 from pathlib import Path
 
 from agent_files import write_kimi_agent
-from nelo import Nelo, Node, choose_in_popup, replace_text, until
+from nelo import Nelo
+from screen import Node, choose_in_popup, replace_text, until
 
 
 
@@ -67,7 +68,3 @@ class AgentsTest(unittest.TestCase):
         self.assertEqual(backup.read_text(), "{}\n")
         nelo.choose("Open Nelo Console")  # back in front
         nelo.window("Nelo Console")
-
-
-if __name__ == "__main__":
-    unittest.main()

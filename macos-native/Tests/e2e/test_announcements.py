@@ -6,7 +6,8 @@ import unittest
 
 from announcements import Announcements
 from agent_files import write_kimi_agent
-from nelo import Nelo, Node, open_chat, press, type_text
+from nelo import Nelo, open_chat
+from screen import Node, press, type_text
 
 
 class StatusLineTest(unittest.TestCase):
@@ -48,7 +49,3 @@ class StatusLineTest(unittest.TestCase):
         self.announced.wait_for("Settings loaded.")
         window.find("push button", "Save").press(by="shift+Tab")
         self.announced.wait_for(window.find("label", re.compile("Settings saved: ")).name)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -8,8 +8,9 @@ import unittest
 from pathlib import Path
 
 from announcements import Announcements
-from nelo import MIDDLE_BUTTON, Nelo, Node, open_chat, press, start_again, store_api_key, type_line, type_text, until, xdotool
+from nelo import Nelo, open_chat, start_again, store_api_key
 from provider import Provider
+from screen import MIDDLE_BUTTON, Node, press, type_line, type_text, until, xdotool
 
 WELCOME = "您好，nelo为您服务，我为您提供最简单的AI入口服务。"
 KEY = "sk-test-key"
@@ -118,7 +119,3 @@ class ChatTest(unittest.TestCase):
             type_text("next")
             field = chat.find("text", "Send a message")
             until(lambda: field.text == "next", "the text in the field")
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -6,7 +6,8 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from nelo import Nelo, take_picture_of_window, until
+from nelo import Nelo
+from screen import take_picture_of_window, until
 from settings_portal import DARK, LIGHT, NO_PREFERENCE, SettingsPortal
 
 
@@ -38,7 +39,3 @@ class ColorSchemeTest(unittest.TestCase):
             until(self.is_dark, "a dark window again")
             portal.prefer(LIGHT)
             until(lambda: not self.is_dark(), "a light window")
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -6,7 +6,8 @@ import unittest
 from pathlib import Path
 
 from input_method import candidates, compose, nelo_with_pinyin
-from nelo import open_chat, press, take_picture, until
+from nelo import open_chat
+from screen import press, take_picture, until
 from test_chat import bubbles
 
 PICTURES = Path(os.environ.get("NELO_PICTURES", "."))

@@ -9,7 +9,8 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from nelo import WINDOWS, Nelo, take_picture, until, xdotool
+from nelo import WINDOWS, Nelo
+from screen import take_picture, until, xdotool
 
 REPORT = re.compile(r"OS: .+\nInstalled: (yes|no)\nBinary: .+\nVersion: .+\nApp: (yes|no) \(.*\)\n"
                     r"Config: (yes|no) \(.*\)\nScript installer: ")
@@ -80,7 +81,3 @@ class MenuTest(unittest.TestCase):
             until(lambda: is_above("other", "Nelo Console") and not console.is_active, "the other program in front")
             nelo.open("Open Nelo Console")
             self.assertTrue(is_above("Nelo Console", "other"))
-
-
-if __name__ == "__main__":
-    unittest.main()

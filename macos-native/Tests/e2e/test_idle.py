@@ -7,7 +7,8 @@ import time
 import unittest
 from pathlib import Path
 
-from nelo import Nelo, open_and_close_windows, until, wake_ups
+from nelo import Nelo, open_and_close_windows, wake_ups
+from screen import until
 
 IDLE_SECONDS = 6.0  # longer than any timer of ours
 LIBRARIES = (".config/QtProject", ".config/qt", ".config/font", ".font", ".local/share", ".cache", ".icons", ".runtime", ".X")
@@ -50,7 +51,3 @@ class IdleTest(unittest.TestCase):
     def test_it_looks_for_the_image_and_nothing_else(self) -> None:
         with tempfile.TemporaryDirectory(prefix="nelo-home-") as folder, TracedNelo(home=Path(folder)) as nelo:
             self.assertEqual(nelo.files_of_the_home(), {"Desktop/nelo.png"})
-
-
-if __name__ == "__main__":
-    unittest.main()

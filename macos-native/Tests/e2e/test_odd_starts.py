@@ -5,7 +5,8 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from nelo import BASE_FOLDERS, REPOSITORY, Nelo, open_chat, store_api_key, type_line
+from nelo import BASE_FOLDERS, REPOSITORY, Nelo, open_chat, store_api_key
+from screen import type_line
 
 REPORT_STATUS = "Runtime status refreshed."
 
@@ -55,7 +56,3 @@ class OddStartTest(unittest.TestCase):
             del nelo.environment[variable]
         with nelo:
             self.assert_usable(nelo)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -6,7 +6,8 @@ import subprocess
 import time
 import unittest
 
-from nelo import Nelo, TraylessNelo, launcher, launchers, open_chat, press, start_again, type_line, until, xdotool
+from nelo import Nelo, TraylessNelo, launcher, launchers, open_chat, start_again
+from screen import press, type_line, until, xdotool
 from tray import Tray
 
 
@@ -105,7 +106,3 @@ class SecondStartTest(unittest.TestCase):
             self.assertEqual([start.returncode for start in starts if start is not last], [0] * 19)
             last.send_signal(signal.SIGTERM)
             self.assertEqual(last.wait(20), 0)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -6,7 +6,8 @@ import unittest
 from pathlib import Path
 
 from agent_files import write_kimi_agent
-from nelo import Nelo, press, type_text
+from nelo import Nelo
+from screen import press, type_text
 from screen_reader import Orca
 
 PICTURES = Path(os.environ.get("NELO_PICTURES", "."))

@@ -10,8 +10,9 @@ from pathlib import Path
 from typing import Callable
 from unittest import mock
 
-from nelo import Nelo, TraylessNelo, launcher, launchers, start_again, type_line, until, xdotool
+from nelo import Nelo, TraylessNelo, launcher, launchers, start_again
 from provider import Provider
+from screen import type_line, until, xdotool
 
 SLOW_BACKEND = """
 import pathlib, time
@@ -137,7 +138,3 @@ class SessionEndTest(unittest.TestCase):
             (self.project / "app/answer").touch()
             self.assertGreaterEqual(nelo.process.wait(20), 0, "killed by a signal")
             until(lambda: nelo.processes() == [], "every process gone")
-
-
-if __name__ == "__main__":
-    unittest.main()

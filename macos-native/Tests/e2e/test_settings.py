@@ -8,8 +8,9 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from nelo import Nelo, choose_in_popup, open_chat, replace_text, type_line, until
+from nelo import Nelo, open_chat
 from provider import Provider
+from screen import choose_in_popup, replace_text, type_line, until
 
 
 class SettingsTest(unittest.TestCase):
@@ -59,7 +60,3 @@ class SettingsTest(unittest.TestCase):
             chat.find("label", "request succeeded")
             self.assertEqual(provider.keys, ["Bearer sk-deep-1"])
             self.assertEqual(provider.requests[0]["model"], "deepseek-chat")
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -7,7 +7,8 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from nelo import Nelo, Node, install_package, replace_text
+from nelo import Nelo, install_package
+from screen import Node, replace_text
 from skill_packages import WEATHER, package, served_catalogue
 from stub_openclaw import install_stub_openclaw
 
@@ -107,7 +108,3 @@ class SkillsTest(unittest.TestCase):
             environment = json.loads(tab.find("text", "ENV").text)
             self.assertEqual(environment, {"WEATHER_KEY": "w-1", "CITY": "Beijing"})
             self.assertEqual(nelo.quit(), 0)
-
-
-if __name__ == "__main__":
-    unittest.main()

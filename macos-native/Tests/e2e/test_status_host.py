@@ -6,7 +6,8 @@ import unittest
 
 from gi.repository import GLib
 
-from nelo import MENU, Nelo, TraylessNelo, launcher, launchers, until
+from nelo import MENU, Nelo, TraylessNelo, launcher, launchers
+from screen import until
 from status_host import Item, StatusHost
 from tray import Tray
 
@@ -103,7 +104,3 @@ class HostedNelo(Nelo):
 
     def _await_start(self) -> None:
         pass  # the host hears of it
-
-
-if __name__ == "__main__":
-    unittest.main()

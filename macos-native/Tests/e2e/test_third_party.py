@@ -4,7 +4,8 @@ from __future__ import annotations
 import unittest
 
 from mock_provider import MockProvider
-from nelo import Nelo, Node, open_chat, press, store_api_key, type_line, until
+from nelo import Nelo, open_chat, store_api_key
+from screen import Node, press, type_line, until
 from test_chat import WELCOME, bubbles
 
 KEY = "sk-third-party"
@@ -74,7 +75,3 @@ class ThirdPartyTest(unittest.TestCase):
         self.assertEqual(told[1:3], ["Me: take your time", "Me: why is the sky blue"])
         self.assertRegex(told[3], "瑞利散射")
         self.assertEqual(told[4], "Nelo: at last")
-
-
-if __name__ == "__main__":
-    unittest.main()

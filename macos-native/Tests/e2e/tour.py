@@ -15,9 +15,9 @@ from typing import Iterator
 
 from model_server import ModelServer
 from agent_files import write_codex_agent, write_kimi_agent
-from nelo import (Nelo, Node, TraylessNelo, choose_in_popup, install_package, launcher, open_chat, press,
-                  replace_text, store_api_key, take_picture, take_picture_of_window, type_line, until)
+from nelo import Nelo, TraylessNelo, install_package, launcher, open_chat, store_api_key
 from provider import Provider
+from screen import Node, choose_in_popup, press, replace_text, take_picture, take_picture_of_window, type_line, until
 from skill_packages import WEATHER, package, served_catalogue
 from stub_openclaw import install_stub_openclaw
 

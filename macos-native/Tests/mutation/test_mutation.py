@@ -207,7 +207,3 @@ class RunTest(unittest.TestCase):
         handler = signal.signal(signal.SIGTERM, lambda *_: self.fail("reached"))
         self.addCleanup(signal.signal, signal.SIGTERM, handler)
         self.assertEqual(self.run_script("kill 0; sleep 600"), Result(End.FAILED))
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,6 +1,6 @@
 """The package as its user has it: unpacked anywhere, and installed, started, upgraded and removed.
 
-To be run by scripts/virtual-desktop on a system that may be changed, with the .deb as its argument.
+To be run by scripts/virtual-desktop on a system that may be changed, with NELO_PACKAGE naming the .deb.
 """
 from __future__ import annotations
 
@@ -10,17 +10,16 @@ import re
 import shutil
 import signal
 import subprocess
-import sys
 import tempfile
 import unittest
 from pathlib import Path
 from typing import Iterator
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "e2e"))
-from nelo import Nelo, Node, open_chat, press, store_api_key, type_text, until  # noqa: E402
-from provider import Provider  # noqa: E402
+from nelo import Nelo, open_chat, store_api_key
+from provider import Provider
+from screen import Node, press, type_text, until
 
-PACKAGE = Path(sys.argv.pop())
+PACKAGE = Path(os.environ["NELO_PACKAGE"])
 REPORT = re.compile(r"OS: .+\nInstalled: (yes|no)\nBinary: .+\n")
 BARE = {"PATH": "/usr/bin:/bin", "LANG": "", "LC_ALL": "", "LANGUAGE": ""}
 PACKAGE_MANAGER = ("/var/lib/dpkg", "/var/lib/apt", "/var/log", "/var/cache", "/etc/ld.so.cache")
@@ -177,7 +176,3 @@ class PackageTest(unittest.TestCase):
             run("dpkg", "--purge", "nelo")
             self.assertFalse(shutil.which("NeloMenuBar"))
         self.assertEqual(files_of_the_system() - before, set())
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -125,7 +125,3 @@ class PackageFilesTest(unittest.TestCase):
     def test_the_installed_module_can_be_imported_from_its_folder(self) -> None:
         subprocess.run(["/usr/bin/python3", "-I", "-B", "-c", "import sys; sys.path.insert(0, '.'); import app"],
                        cwd=self.prefix / "share/nelo", check=True)
-
-
-if __name__ == "__main__":
-    unittest.main()

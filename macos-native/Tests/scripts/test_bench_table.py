@@ -5,15 +5,13 @@ import contextlib
 import io
 import json
 import os
-import sys
 import tempfile
 import unittest
 from pathlib import Path
 from typing import Any
 from unittest import mock
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "Benchmarks"))
-import table  # noqa: E402
+import table
 
 
 def line(row: str, work: int, ours: list[float], bare: list[float]) -> str:
@@ -99,7 +97,3 @@ class BenchTableTest(unittest.TestCase):
     def test_what_services_of_a_desktop_say_is_passed_over(self) -> None:
         _, _, figures = self.run_table("A daemon is running", line("timed", 0, [1], []))
         self.assertEqual([figure["row"] for figure in figures], ["timed"])
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -4,17 +4,15 @@ from __future__ import annotations
 import os
 import re
 import subprocess
-import sys
 import tempfile
 import textwrap
 import unittest
 from pathlib import Path
 
-REPOSITORY = Path(__file__).resolve().parents[3]
-sys.path[:0] = [str(REPOSITORY / "scripts"), str(REPOSITORY)]
-import app  # noqa: E402
-from backend_manual import MANUAL, Function, Manual, first_fault, is_of, read_manual, tables  # noqa: E402
+import app
+from backend_manual import MANUAL, Function, Manual, first_fault, is_of, read_manual, tables
 
+REPOSITORY = Path(__file__).resolve().parents[3]
 TIMEOUT_SECONDS = 20
 SHORT_TIMEOUT_SECONDS = 3
 
@@ -46,7 +44,7 @@ class CheckTest(unittest.TestCase):
 
     def check(self, folder: Path | None = None, timeout: int = TIMEOUT_SECONDS) -> tuple[int, str]:
         """The exit status and what is printed."""
-        environment = {**os.environ, "HOME": str(self.home), "LC_ALL": "C", "OLLAMA_HOST": "127.0.0.1:9"}
+        environment = {**os.environ, "HOME": str(self.home), "LC_ALL": "C", "OLLAMA_HOST": "127.0.0.1:9", "PYTHONPATH": ""}
         done = subprocess.run([REPOSITORY / "scripts/check-backend", f"--timeout={timeout}", folder or self.folder],
                               capture_output=True, encoding="utf-8", env=environment, timeout=100, check=False)
         return done.returncode, done.stdout + done.stderr
@@ -228,7 +226,3 @@ class ManualTest(unittest.TestCase):
         for keys in manual.shapes.values():
             for key in keys:
                 self.assertIn(is_of("", key.type), (True, False))
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -5,10 +5,8 @@ import subprocess
 import sys
 import unittest
 from collections import Counter
-from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).parents[1] / "e2e"))
-from resources import Resources, bytes_read, growth, resources, leftovers  # noqa: E402
+from resources import Resources, bytes_read, growth, leftovers, resources
 
 HOARDER = """
 import os, subprocess, sys, threading
@@ -74,7 +72,3 @@ class GrowthTest(unittest.TestCase):
 
     def test_one_figure_out_of_line_does_not_count(self) -> None:
         self.assertEqual(growth([100, 900, 100, 0, 0, 0, 100, 1, 100]), 0)
-
-
-if __name__ == "__main__":
-    unittest.main()

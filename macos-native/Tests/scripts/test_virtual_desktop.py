@@ -60,7 +60,3 @@ class VirtualDesktopTest(unittest.TestCase):
                     time.sleep(0.02)
                 self.assertEqual(self.processes(), [])
                 self.assertEqual(list(Path(self.folder.name).iterdir()), [])
-
-
-if __name__ == "__main__":
-    unittest.main()
