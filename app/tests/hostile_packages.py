@@ -60,7 +60,7 @@ _EXTREMES = (0, 1, 8, 9, 14, 0x41, 0x800, 0x7FFF, 0xFFFF, 0x7FFFFFFF, 0x80000000
 
 
 def hostile_package(seed: int) -> bytes:
-    """The package of a seed: always the same for the same seed, and now and then one that can be installed."""
+    """The package of a seed. The same seed gives the same package. Some of the packages can be installed."""
     maker = random.Random(seed)
     package = bytearray(_packed(maker, _entries(maker)))
     for _ in range(maker.choice((0, 0, 1, 1, 2, 4))):
@@ -122,7 +122,7 @@ def _flip(maker: random.Random, package: bytearray) -> bytearray:
 
 
 def _lie(maker: random.Random, package: bytearray) -> bytearray:
-    """Give a field of a header, two or four bytes of it, a value that it did not have."""
+    """Change two or four bytes of a header."""
     mark = maker.choice(tuple(_HEADERS))
     places = [at for at in range(len(package)) if package.startswith(mark, at)]
     if not places:
@@ -142,6 +142,6 @@ def _repeat(maker: random.Random, package: bytearray) -> bytearray:
 
 
 def _wrap(maker: random.Random, package: bytearray) -> bytearray:
-    """Put it behind or before something else, as a self-extracting archive is."""
+    """Add bytes before or after a package, as in a self-extracting archive."""
     other = bytearray(maker.randbytes(maker.choice((1, 22, 1000))))
     return other + package if maker.random() < 0.5 else package + other

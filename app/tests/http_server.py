@@ -14,7 +14,7 @@ Answer = Callable[["Exchange"], None]
 
 
 class Exchange(BaseHTTPRequestHandler):
-    """One request, and ways to answer it."""
+    """One request, and the ways to answer it."""
 
     server: HttpServer
     sent: bytes = b""
@@ -27,7 +27,7 @@ class Exchange(BaseHTTPRequestHandler):
         self._answer()
 
     def reply(self, body: bytes, status: int = 200, headers: Mapping[str, str] | None = None) -> None:
-        """Answer at once and whole."""
+        """Send a whole answer at once."""
         self.send_response(status)
         for name, value in {"Content-Length": str(len(body)), **(headers or {})}.items():
             self.send_header(name, value)
@@ -35,7 +35,7 @@ class Exchange(BaseHTTPRequestHandler):
         self.wfile.write(body)
 
     def begin(self, headers: Mapping[str, str] | None = None) -> None:
-        """Begin an answer that ends when the connection does."""
+        """Send the headers of an answer that ends with its connection."""
         self.send_response(200)
         for name, value in (headers or {}).items():
             self.send_header(name, value)
@@ -46,12 +46,12 @@ class Exchange(BaseHTTPRequestHandler):
         self.wfile.write(json.dumps(message).encode() + b"\n")
 
     def reset(self) -> None:
-        """Break the connection off as a machine does that loses its power and comes back."""
+        """Reset the connection, as a machine does that was restarted."""
         self.connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
         self.connection.close()
 
     def wait_for_the_end(self) -> None:
-        """Say nothing until the test is over or the client is gone."""
+        """Send nothing until the test is over or the client is gone."""
         self.connection.settimeout(0.02)
         while not self.server.closing.is_set():
             try:
@@ -64,7 +64,7 @@ class Exchange(BaseHTTPRequestHandler):
         self.server.ended.set()
 
     def log_message(self, format: str, *arguments: object) -> None:
-        """Tests are silent."""
+        """Print nothing."""
 
     def _answer(self) -> None:
         self.server.requests.append((self.command, self.path, self.sent.decode()))
@@ -81,12 +81,12 @@ class Exchange(BaseHTTPRequestHandler):
 
 
 class HttpServer(ThreadingHTTPServer):
-    """Answers each path by a function; every other path is not found. Use it as a context manager."""
+    """Calls a function for each path in `answers`. Every other path is not found. Use it as a context manager."""
 
     daemon_threads = True
 
     def __init__(self, certificate: str = "") -> None:
-        """With the path of a certificate and its key, it speaks TLS."""
+        """`certificate` is the path of a file with a certificate and its key. With it the server speaks TLS."""
         super().__init__(("127.0.0.1", 0), Exchange)
         self._scheme = "https" if certificate else "http"
         if certificate:
@@ -105,12 +105,12 @@ class HttpServer(ThreadingHTTPServer):
         return f"{self._scheme}://127.0.0.1:{self.server_address[1]}"
 
     def serve(self, path: str, body: bytes, status: int = 200, headers: Mapping[str, str] | None = None) -> str:
-        """Answer a path with fixed bytes, and tell its full address."""
+        """Answer `path` with fixed bytes. Returns its full address."""
         self.answers[path] = lambda exchange: exchange.reply(body, status, headers)
         return self.address + path
 
     def handle_error(self, request: object, client_address: object) -> None:
-        """Tests are silent."""
+        """Print nothing."""
 
     def __exit__(self, *arguments: object) -> None:
         self.stop()

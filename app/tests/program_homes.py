@@ -86,4 +86,4 @@ model = "none"
 max_context_size = 100000
 """,
 }
-"""The model is asked nothing, but without one the program does not tell its agents."""
+"""Files with agents and skills of Kimi. Without a model in its configuration the program lists no agents."""

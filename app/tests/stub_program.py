@@ -1,4 +1,4 @@
-"""A program that answers what it is told to, as slowly and as badly as wanted, and notes how it was called."""
+"""A scripted program in the place of a real one. It writes down each call."""
 
 from __future__ import annotations
 
@@ -30,17 +30,17 @@ class StubProgram:
         self._write()
 
     def answers(self, command: str, value: object, status: int = 0) -> None:
-        """Have it answer JSON when its arguments begin with `command`, or say a text."""
+        """When its arguments begin with `command`, print `value`, a text or a JSON value, and exit with `status`."""
         text = value if isinstance(value, str) else json.dumps(value, ensure_ascii=False)
         self.does(command, f"printf '%s\\n' {shlex.quote(text)}; exit {status}")
 
     def does(self, command: str, script: str) -> None:
-        """Have it run a script of the shell when its arguments begin with `command`."""
+        """When its arguments begin with `command`, run `script` in a shell."""
         self._cases[command] = script
         self._write()
 
     def always(self, script: str) -> None:
-        """Have it run a script whatever its arguments are."""
+        """Run `script` for all arguments."""
         self._cases.clear()
         self._otherwise = script
         self._write()
@@ -52,7 +52,7 @@ class StubProgram:
         return self._test.read("calls").splitlines()
 
     def changes(self) -> list[str]:
-        """The same without the questions that are asked in the background."""
+        """The calls that are no questions of the background."""
         return [call for call in self.calls() if not call.startswith(("agents list", "sessions list", "skills list"))]
 
     def _write(self) -> None:
@@ -64,7 +64,7 @@ class StubProgram:
 
 
 class OpenClawTestCase(HomeTestCase):
-    """Each test starts as if nothing had been asked, and ends when nothing is asked any more."""
+    """Each test begins without any answer of the program, and ends when the background is idle."""
 
     def setUp(self) -> None:
         super().setUp()
@@ -73,7 +73,7 @@ class OpenClawTestCase(HomeTestCase):
         self.addCleanup(self.wait_until_idle)
 
     def forget(self) -> None:
-        """Forget every answer."""
+        """Forget all answers of the program."""
         self.replace(openclaw, "_listed", background.Answer(openclaw._ask_agents))
         self.replace(openclaw, "_last_sessions", background.Answer(openclaw._ask_sessions))
         self.replace(openclaw, "_gateway", background.Answer(openclaw._ask_gateway))
@@ -96,7 +96,7 @@ class OpenClawTestCase(HomeTestCase):
         ]
 
     def told(self, *keys: str) -> list[tuple[object, ...]]:
-        """The rows once the program has answered."""
+        """The rows after the program has answered."""
         self.rows()
         self.wait_until_idle()
         return self.rows(*keys)

@@ -42,16 +42,16 @@ class HomeTestCase(unittest.TestCase):
         ):
             self.set_environment(**{name: ""})
         for module, name in ((os, "fsync"), (files, "sync_file_system")):
-            self.replace(module, name, lambda of: None)  # no test can see a power cut, and a busy disk takes long
+            self.replace(module, name, lambda of: None)  # they take long on a busy disk, and no test checks them
 
     def replace(self, target: object, name: str, value: object) -> None:
-        """Give an attribute another value for the length of the test."""
+        """Give an attribute another value during the test."""
         patcher = mock.patch.object(target, name, value)
         patcher.start()
         self.addCleanup(patcher.stop)
 
     def replace_module(self, name: str) -> None:
-        """Have an import of a module fail for the length of the test."""
+        """Let the import of a module fail during the test."""
         patcher = mock.patch.dict(sys.modules, {name: None})
         patcher.start()
         self.addCleanup(patcher.stop)
@@ -62,7 +62,7 @@ class HomeTestCase(unittest.TestCase):
         self.addCleanup(patcher.stop)
 
     def refusal(self, function: Callable[..., object], *arguments: object) -> str:
-        """The message of the `BackendError` that a call must raise, which must be a sentence or more."""
+        """The message of the `BackendError` that a call must raise. The test fails when it is not made of sentences."""
         with self.assertRaises(BackendError) as raised:
             function(*arguments)
         self.assertRegex(str(raised.exception), r"\A[A-Z\"].*[.?]\Z", "not a sentence on one line")
@@ -72,7 +72,7 @@ class HomeTestCase(unittest.TestCase):
         return os.path.join(self.home, *names)
 
     def make_file(self, name: str, content: str | bytes = "", mode: int = 0o644) -> str:
-        """Write a file below the home folder, with the folders above it, and answer its path."""
+        """Write a file below the home folder, with the folders above it. Returns its path."""
         path = self.path(name)
         os.makedirs(os.path.dirname(path), exist_ok=True)
         with open(path, "wb") as file:
@@ -97,7 +97,7 @@ class HomeTestCase(unittest.TestCase):
         return stat.S_IMODE(os.stat(self.path(name)).st_mode)
 
     def files_below(self, name: str = "") -> list[str]:
-        """Every file and link below a folder of the home folder, by its path from there; lock files apart."""
+        """The paths of all files and links below a folder of the home folder, without the lock."""
         top = self.path(name)
         found = []
         for folder, folders, names in os.walk(top):
@@ -123,7 +123,7 @@ class HomeTestCase(unittest.TestCase):
 
     @contextlib.contextmanager
     def read_only(self, name: str = "") -> Iterator[None]:
-        """Take away the right to write in a folder. Root could write all the same, so it becomes somebody else."""
+        """Make a folder read-only. Root could still write there, so the process becomes another user meanwhile."""
         top = self.path(name)
         if os.geteuid() == 0:
             for folder, _, names in os.walk(self.home):
@@ -142,7 +142,7 @@ class HomeTestCase(unittest.TestCase):
 
 
 def wait_for(condition: Callable[[], object], seconds: float = 10) -> bool:
-    """Wait until a condition holds, and say whether it came to hold."""
+    """Wait until a condition is true, at most `seconds`. Returns whether it became true."""
     deadline = time.monotonic() + seconds
     while not condition():
         if time.monotonic() > deadline:
@@ -152,7 +152,7 @@ def wait_for(condition: Callable[[], object], seconds: float = 10) -> bool:
 
 
 def is_gone(pid: int) -> bool:
-    """Whether a process has ended. A zombie of ours is still there; somebody else's zombie is not our matter."""
+    """Whether a process has ended. A zombie counts as ended unless it is a child of this process."""
     try:
         os.kill(pid, 0)
         with open(f"/proc/{pid}/stat", encoding="ascii", errors="replace") as file:

@@ -1,4 +1,4 @@
-"""Agents and our records of them, with a program that is a list."""
+"""Agents and our records of them, with an agent program that is a list in memory."""
 
 from __future__ import annotations
 
@@ -21,7 +21,7 @@ CHANGES: dict[Callable[..., object], int] = {
     app.rename_local_agent: 3,
     app.delete_local_agent: 3,
 }
-"""What changes agents, and how many arguments it takes."""
+"""The functions that change agents, and the number of their arguments."""
 
 ISO_TIME = r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ$"
 

@@ -1,4 +1,4 @@
-"""What is said about arguments that cannot be used."""
+"""What the errors say about arguments that cannot be used."""
 
 from __future__ import annotations
 
@@ -7,16 +7,16 @@ from app.tests.support import HomeTestCase
 
 
 class ArgumentTest(HomeTestCase):
-    def test_a_text_is_answered_as_it_is_and_a_filled_one_without_blanks_at_its_ends(self) -> None:
+    def test_a_text_stays_as_it_is_and_a_filled_one_loses_the_blanks_at_its_ends(self) -> None:
         self.assertEqual(arguments.text(" a\n", "name"), " a\n")
         self.assertEqual(arguments.filled_text(" a b\n", "name"), "a b")
 
-    def test_what_is_no_text_is_told_by_its_name(self) -> None:
+    def test_the_error_names_the_value_that_is_no_text(self) -> None:
         self.assertEqual(self.refusal(arguments.text, 7, "name"), "The name must be text.")
         self.assertEqual(self.refusal(arguments.text, "\udc00", "name"), "The name holds half a character.")
         self.assertEqual(self.refusal(arguments.filled_text, " ", "name"), "The name is empty.")
 
-    def test_a_folder_name_is_told_what_is_wrong_with_it(self) -> None:
+    def test_the_error_says_what_is_wrong_with_a_folder_name(self) -> None:
         cases = {
             "": "The id is empty.",
             "a/b": 'The id "a/b" may not hold a slash or begin with a dot.',

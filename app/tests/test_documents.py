@@ -1,4 +1,4 @@
-"""JSON documents that survive what we do not understand."""
+"""JSON documents: what is accepted, and that nothing that we do not understand is lost."""
 
 from __future__ import annotations
 

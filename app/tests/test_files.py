@@ -1,4 +1,4 @@
-"""Files that are replaced whole or not at all."""
+"""Files are replaced as a whole or not at all."""
 
 from __future__ import annotations
 
@@ -19,7 +19,7 @@ from app.tests.support import HomeTestCase, wait_for
 
 class ReplaceFileTest(HomeTestCase):
     def foreign(self, path: str, owner: int, group: int) -> contextlib.AbstractContextManager[object]:
-        """Have a file seem to belong to somebody else."""
+        """Let a file seem to belong to another user."""
         own = os.stat(path)
         status = os.stat_result((own.st_mode, 0, 0, 1, owner, group, 3, 0, 0, 0))
         return mock.patch.object(files, "_status", return_value=status)

@@ -1,4 +1,4 @@
-"""Installing packages as nobody should make them: all of the skill or nothing, and nothing outside."""
+"""Installing packages with random faults: all of the skill is installed or nothing, and nothing else is written."""
 
 from __future__ import annotations
 
@@ -32,15 +32,15 @@ State = dict[str, tuple[int, str]]
 
 
 class Watch:
-    """Notes every path that is opened for writing, made or renamed while it is on."""
+    """Collects every path that is opened for writing, made or renamed while it is on."""
 
     _MADE = {"os.mkdir": 0, "os.rename": 1, "os.link": 1, "os.symlink": 1}
-    """Which argument of an event is the path that appears."""
+    """The number of the argument that has the new path, by event."""
 
     def __init__(self) -> None:
         self.is_on = False
         self.paths: set[str] = set()
-        sys.addaudithook(self._note)  # a hook stays for good, hence the switch
+        sys.addaudithook(self._note)  # a hook cannot be removed, so it has a switch
 
     def _note(self, event: str, arguments: tuple[Any, ...]) -> None:
         if not self.is_on:
@@ -71,7 +71,7 @@ class HostilePackagesTest(HomeTestCase):
             WATCH.is_on = False
 
     def state(self) -> State:
-        """The mode of everything in the home folder, and what is in it, by its path; the package and the lock apart."""
+        """The mode and content of everything in the home folder by path, without the package and the lock."""
         found: State = {}
         for folder, folders, files in os.walk(self.home):
             for name in [*folders, *files]:
@@ -82,7 +82,7 @@ class HostilePackagesTest(HomeTestCase):
         return found
 
     def check(self, package: bytes) -> bool:
-        """Install a package and see that it has done no harm. Answers whether it is installed."""
+        """Install a package, and check that nothing else has changed. Returns whether it was installed."""
         WATCH.paths.clear()
         start = time.monotonic()
         try:
@@ -126,7 +126,7 @@ class HostilePackagesTest(HomeTestCase):
         self.assertLessEqual(sum(sizes), packed_size * LARGEST_RATIO)
 
     def test_no_package_does_harm(self) -> None:
-        """With NELO_FUZZ_SECONDS in the environment as many as that takes, others each time."""
+        """NELO_FUZZ_SECONDS in the environment sets the time; the packages are then others each time."""
         seconds = float(os.environ.get("NELO_FUZZ_SECONDS", "0"))
         seed = random.getrandbits(48) if seconds else 0
         last = seed + ORDINARY_COUNT

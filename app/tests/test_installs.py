@@ -1,4 +1,4 @@
-"""Installing skills into workspaces: all or nothing, whatever happens on the way."""
+"""Installing skills into workspaces: a skill is installed as a whole or not at all."""
 
 from __future__ import annotations
 
@@ -37,7 +37,7 @@ class InstallTestCase(HomeTestCase):
         return app.install_openclaw_skill_zip("main", self.make_file(file_name, package))
 
     def installed(self) -> list[str]:
-        """Everything in the skills folder, what is hidden included, but not the notes of where skills came from."""
+        """All files in the skills folder, also hidden ones, without the files that say where a skill came from."""
         names = self.files_below(SKILLS) if os.path.isdir(self.path(SKILLS)) else []
         return [name for name in names if os.path.basename(name) != ORIGIN]
 
@@ -237,7 +237,7 @@ class InstallZipTest(InstallTestCase):
 
 class KilledInstallTest(InstallTestCase):
     def kill_in(self, function: str) -> None:
-        """Install in another process and kill it when it comes to `function`."""
+        """Install in another process, which is killed when it calls `function`."""
         script = f"""if True:
             import sys, time
             from unittest import mock
@@ -269,7 +269,7 @@ class KilledInstallTest(InstallTestCase):
                 self.assertEqual((self.installed(), self.version()), (["weather/SKILL.md"], "three"))
 
     def put_aside(self) -> None:
-        """Leave the skill as an install does that is killed between its two renames."""
+        """Make the folders that an install leaves when it is killed between its two renames."""
         os.makedirs(self.path(SKILLS, f".replaced-{RANDOM}"))
         os.rename(self.path(SKILLS, "weather"), self.path(SKILLS, f".replaced-{RANDOM}", "weather"))
 
@@ -335,7 +335,7 @@ class CoreAgentsTest(InstallTestCase):
 
 @contextlib.contextmanager
 def failing_rename(failing: int) -> Iterator[None]:
-    """Let one of the renames fail, counted from one."""
+    """Let the rename with this number fail, counted from 1."""
     rename = os.rename
     count = 0
 

@@ -81,7 +81,7 @@ class SetMemberTest(unittest.TestCase):
 
 
 def random_document(source: random.Random) -> str:
-    """A JSON5 text of at most 300 bytes that is an object, in every style that there is."""
+    """A random JSON5 object of at most 300 bytes, in all styles of JSON5."""
     while True:
         text = random_space(source) + random_object(source, 0) + random_space(source)
         if len(text.encode()) <= 300:
@@ -125,7 +125,7 @@ def random_space(source: random.Random) -> str:
 
 
 def random_path(source: random.Random, value: object) -> list[str]:
-    """Mostly the path of a member that is there."""
+    """A random path, mostly of a member that exists."""
     path = []
     while isinstance(value, dict) and value and source.random() < 0.8:
         path.append(source.choice(list(value)))
@@ -134,7 +134,7 @@ def random_path(source: random.Random, value: object) -> list[str]:
 
 
 def can_hold(value: object, path: list[str]) -> bool:
-    """Whether all on the way are objects, or missing."""
+    """Whether all values on the path are objects or missing."""
     for step in path:
         if not isinstance(value, dict):
             return False

@@ -168,7 +168,7 @@ class DownloadTest(ModelTestCase):
     def run_download(
         self, *messages: object, then: Callable[[Exchange], None] = lambda exchange: None
     ) -> tuple[object, ...]:
-        """Download a model and answer how it ended."""
+        """Download a model and return the row at its end."""
         self.serve_download(*messages, then=then)
         app.start_model_download("tiny:1b")
         self.assertTrue(wait_for(lambda: self.task()["status"] != "running"))

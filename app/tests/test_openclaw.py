@@ -1,4 +1,4 @@
-"""The openclaw program: what the console shows of it and does with it, with the program there, broken and not there."""
+"""What the console shows of OpenClaw and does with it: with a good program, a broken one and none."""
 
 from __future__ import annotations
 
@@ -183,7 +183,7 @@ class AgentChangeTest(OpenClawTestCase):
         self.configure(self.before)
 
     def does_and_writes(self, command: str, answer: object, config: object) -> None:
-        """Have the program answer a command, after it has changed its configuration."""
+        """Let the program change its configuration at a command, and then answer it."""
         written = self.make_file(f"written {command}", json.dumps(config))
         reply = self.make_file(f"reply {command}", json.dumps(answer))
         self.program.does(command, f"cp '{written}' {self.path(CONFIG)}; cat '{reply}'")

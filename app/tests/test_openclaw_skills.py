@@ -1,4 +1,4 @@
-"""The skills of openclaw and their settings, with the program there, broken and not there."""
+"""The skills of OpenClaw and their settings: with a good program, a broken one and none."""
 
 from __future__ import annotations
 

@@ -1,4 +1,4 @@
-"""Other programs: what becomes of them, and that nothing of them stays."""
+"""Other programs: how they end, and that no process of them is left."""
 
 from __future__ import annotations
 
@@ -25,7 +25,7 @@ class RunTest(HomeTestCase):
         return [int(pid) for pid in self.read("pids").split()]
 
     def hanging(self, then: str = "wait") -> str:
-        """A script that starts another one, tells of both and goes on."""
+        """A script that starts another one, writes the ids of both, and goes on."""
         pids = self.path("pids")
         return f"sleep 60 & echo $! $$ > {pids}.new; mv {pids}.new {pids}; {then}"
 

@@ -1,4 +1,4 @@
-"""What the backend says of the real programs' answers, as scripts/record-runtimes recorded them."""
+"""What the backend makes of the real programs' answers, which scripts/record-runtimes recorded."""
 
 from __future__ import annotations
 
@@ -26,7 +26,7 @@ class Recording:
         self._commands: list[dict[str, Any]] = json.loads(text.replace("{HOME}", test.home))["commands"]
 
     def answers(self, situation: str) -> dict[str, dict[str, Any]]:
-        """The answers in a situation, by the arguments; of the same ones, the last."""
+        """The answers in a situation by the arguments. The last answer to the same arguments counts."""
         return {" ".join(it["arguments"]): it for it in self._commands if it["situation"] == situation}
 
     def output(self, situation: str, arguments: str) -> Any:
@@ -43,7 +43,7 @@ class OpenClawReplayTest(OpenClawTestCase):
             os.makedirs(self.path(".openclaw", name))
 
     def replay(self, situation: str, before: str = "", output: str | None = None) -> None:
-        """Have the program answer as in a situation, after it has run `before`, or with another output."""
+        """Let the program run `before` and then answer as in a situation, or with another output."""
         for arguments, answer in self.recording.answers(situation).items():
             text = answer["output"] if output is None else output
             printed = f"printf %s {shlex.quote(text)}; printf %s {shlex.quote(answer['errors'])} >&2"

@@ -1,4 +1,4 @@
-"""The report about the openclaw runtime."""
+"""The report on the OpenClaw runtime."""
 
 from __future__ import annotations
 

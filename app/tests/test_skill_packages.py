@@ -50,7 +50,7 @@ class UnpackTest(HomeTestCase):
         os.makedirs(self.path("outer/folder"))
 
     def unpack(self, package: bytes) -> list[str]:
-        """Unpack into an empty folder and answer the files in it."""
+        """Unpack into an empty folder. Returns the files in it."""
         shutil.rmtree(self.path("outer/folder"))
         os.makedirs(self.path("outer/folder"))
         skill_packages.unpack(package, self.path("outer/folder"))

@@ -1,4 +1,4 @@
-"""Skills found on disk, and what their SKILL.md says."""
+"""How skills are found on disk, and what their SKILL.md says."""
 
 from __future__ import annotations
 

@@ -1,4 +1,4 @@
-"""The runtime's own set-up, opened in a terminal."""
+"""OpenClaw's set-up in a terminal."""
 
 from __future__ import annotations
 
@@ -12,11 +12,11 @@ from app import terminal
 from app.errors import BackendError
 from app.tests.support import HomeTestCase, is_gone, wait_for
 
-LAUNCHERS = {
+LAUNCH_FUNCTIONS = {
     app.launch_openclaw_configure_interactive: ["configure"],
     app.launch_openclaw_install_or_configure_interactive: ["agents", "add"],
 }
-"""What each of them runs once the runtime is configured."""
+"""The arguments with which each function starts OpenClaw, once that is configured."""
 
 TERMINALS = terminal.TERMINALS
 
@@ -52,14 +52,14 @@ class LaunchTest(HomeTestCase):
 
     def test_without_the_runtime_the_error_says_how_to_get_it(self) -> None:
         os.unlink(self.openclaw)
-        for launch in LAUNCHERS:
+        for launch in LAUNCH_FUNCTIONS:
             with self.subTest(launch.__name__):
                 command = re.escape("curl -fsSL https://openclaw.ai/install.sh | bash")
                 self.assertRaisesRegex(BackendError, f"OpenClaw is not installed.* with: {command}$", launch)
 
     def test_without_a_terminal_the_error_says_what_to_do(self) -> None:
         self.replace(terminal, "TERMINALS", (("no-such-terminal", ()),))
-        for launch in LAUNCHERS:
+        for launch in LAUNCH_FUNCTIONS:
             with self.subTest(launch.__name__):
                 self.assertRaisesRegex(BackendError, 'Install one, .*run "openclaw .*" in a terminal', launch)
 
@@ -72,7 +72,7 @@ class LaunchTest(HomeTestCase):
                 expected = "".join(f'[ "$1" = {word} ] || exit 9; shift; ' for word in prefix.split())
                 self.make_program(f"tools/{name}", f'{expected}"$@"')
                 self.replace(terminal, "TERMINALS", tuple(it for it in TERMINALS if it[0] == name))
-                for launch, arguments in LAUNCHERS.items():
+                for launch, arguments in LAUNCH_FUNCTIONS.items():
                     self.assertEqual(launch(), {"command": [self.openclaw, *arguments]})
                     self.assertTrue(wait_for(lambda: os.path.exists(seen)))
                     self.assertEqual(self.read("seen"), " ".join(arguments) + "\n")
@@ -81,7 +81,7 @@ class LaunchTest(HomeTestCase):
     def test_before_it_is_configured_the_runtime_is_set_up(self) -> None:
         os.unlink(self.path(".openclaw/openclaw.json"))
         self.make_terminal("xterm", "exit 0")
-        for launch in LAUNCHERS:
+        for launch in LAUNCH_FUNCTIONS:
             self.assertEqual(launch(), {"command": [self.openclaw, "onboard"]})
 
     def test_the_users_chosen_terminal_comes_first(self) -> None:

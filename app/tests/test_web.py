@@ -167,7 +167,7 @@ class FetchHttpTest(FetchTestCase):
 
 class RedirectTest(FetchTestCase):
     def make_certificate(self) -> str:
-        """Write a certificate of this machine and its key into one file, and answer its path."""
+        """Write a certificate of this machine and its key into one file. Returns its path."""
         path = self.path("certificate")
         subject = ["-subj", "/CN=test", "-addext", "subjectAltName=IP:127.0.0.1"]
         key = ["-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-keyout", path]
