@@ -33,6 +33,7 @@ need_for_testing() {
     need_for_virtual_desktop
     need_for_driving
     need "what Chinese is typed with" ibus ibus-libpinyin
+    need "what plays a portal for files, and what asks it" python3-dbusmock qt6-xdgdesktopportal-platformtheme
     need "what reads windows aloud" orca
     need "what shows which files the idle program asks for" strace
     need "what results are compared with, and what makes certificates" unicode-data openssl
