@@ -78,19 +78,32 @@ def _of_operator(operator: str, start: int, end: int) -> Iterator[Mutation]:
         yield Mutation("arithmetic", start, end, ARITHMETIC[operator])
 
 
+def _blank(text: str) -> str:
+    return re.sub(r"[^\n]", " ", text)
+
+
+def without_what_linux_leaves_out(text: str) -> str:
+    """The text with blanks for the code that is compiled on other systems only; as long as before."""
+    def blank(match: re.Match[str]) -> str:
+        condition, code, otherwise = match.groups()
+        return condition + (code + _blank(otherwise) if "__linux__" in condition else _blank(code) + otherwise)
+
+    return re.sub(r"(^#ifdef (?:Q_OS_MACOS|__linux__))(.*?)(^#else.*?|)(?=^#endif)", blank, text, flags=re.DOTALL | re.MULTILINE)
+
+
 def without_comments_and_texts(text: str) -> str:
-    """The text with blanks for its comments, its preprocessor's lines, what only macOS compiles, and what its quotation marks
-    hold; as long as before."""
-    pattern = re.compile(r'^#ifdef Q_OS_MACOS\n.*?(?=^#(?:else|endif))|//[^\n]*|/\*.*?\*/|R"(\w*)\(.*?\)\1"|"(?:\\.|[^"\\\n])*"|(?<!\w)\'(?:\\.|[^\'\\\n])+\'|^[ ]*#[^\n]*',
+    """The text with blanks for its comments, its preprocessor's lines, what only other systems compile, and what its quotation
+    marks hold; as long as before."""
+    pattern = re.compile(r'//[^\n]*|/\*.*?\*/|R"(\w*)\(.*?\)\1"|"(?:\\.|[^"\\\n])*"|(?<!\w)\'(?:\\.|[^\'\\\n])+\'|^[ ]*#[^\n]*',
                          re.DOTALL | re.MULTILINE)
 
     def blank(match: re.Match[str]) -> str:
         found = match.group()
         if found[0] in "\"'":
             return found[0] + " " * (len(found) - 2) + found[-1]
-        return re.sub(r"[^\n]", " ", found)
+        return _blank(found)
 
-    return pattern.sub(blank, text)
+    return pattern.sub(blank, without_what_linux_leaves_out(text))
 
 
 def _closing(code: str, opening: int) -> int:

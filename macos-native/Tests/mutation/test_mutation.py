@@ -38,6 +38,8 @@ CPP = {
         ('#if X == 1\n// a < 1\n/* a\n < 1 */ x = "a < 1 \\" && b";', []),
     "what only macOS compiles stays": ("#ifdef Q_OS_MACOS\nx = a + b;\n#else\nx = c - d;\n#endif\n",
                                        ["#ifdef Q_OS_MACOS\nx = a + b;\n#else\nx = c + d;\n#endif\n"]),
+    "what only Linux does not compile stays": ("#ifdef __linux__\nx = a + b;\n#else\nx = c - d;\n#endif\n",
+                                               ["#ifdef __linux__\nx = a - b;\n#else\nx = c - d;\n#endif\n"]),
     "an apostrophe between digits opens no character":
         ("x = 1'000 + a < 'b';", ["x = 1'000 - a < 'b';", "x = 1'000 + a <= 'b';", "x = 1'000 + a >= 'b';"]),
 }

@@ -204,7 +204,8 @@ class CppTrial:
         return next(filter(None, map(self._failing_part, self._tests())), None)
 
     def _tests(self) -> list[Test]:
-        """Those that can notice: the source's own, those of its folder, some others, and at last those of the whole program."""
+        """Those that can notice: the source's own, those of its folder, some others, and at last those of the whole program. What
+        it does on its desktop they alone see."""
         area = self._area()
 
         def is_near(test: Test) -> bool:
@@ -215,7 +216,7 @@ class CppTrial:
         near = [test for test in programs + scripts if is_near(test)]
         near.sort(key=lambda test: (test.name != f"Test{self._source.stem}", not test.program, test.usual_seconds))
         far = sorted((test for test in programs if not is_near(test)), key=lambda test: test.usual_seconds)[:MOST_FAR_TESTS]
-        return near + far + (scripts if area == "shell" else [])
+        return near + far + (scripts if area in ("shell", "platform") else [])
 
     def _area(self) -> str:
         """The innermost folder of the source that has tests."""
