@@ -11,7 +11,7 @@ from typing import Any, NamedTuple
 import dbus
 from dbusmock import MOCK_IFACE, DBusTestCase
 
-from nelo import until
+from screen import until
 
 SERVICE, PATH = "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop"
 FILE_CHOOSER, REQUEST = "org.freedesktop.portal.FileChooser", "org.freedesktop.portal.Request"

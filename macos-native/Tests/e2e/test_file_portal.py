@@ -6,7 +6,8 @@ import unittest
 from pathlib import Path
 
 from file_portal import FilePortal
-from nelo import Nelo, until, xdotool
+from nelo import Nelo
+from screen import until, xdotool
 from skill_packages import WEATHER, package
 from stub_openclaw import install_stub_openclaw
 
@@ -38,7 +39,3 @@ class FilePortalTest(unittest.TestCase):
 
             until(is_installed, "the skill installed")
             nelo.accessible.find("dialog", "Skill Installed")
-
-
-if __name__ == "__main__":
-    unittest.main()
