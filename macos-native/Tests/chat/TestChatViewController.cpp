@@ -156,8 +156,9 @@ private slots:
     {
         m_chat->open();
         m_chat->inputField()->setText(u"hi"_s);
-        QTest::mouseClick(m_chat->sendButton(), Qt::LeftButton);
+        QTest::mousePress(m_chat->sendButton(), Qt::LeftButton);
         QVERIFY(m_chat->inputField()->hasFocus()); // a click does not take the keyboard away
+        QTest::mouseRelease(m_chat->sendButton(), Qt::LeftButton);
         QCOMPARE(m_chat->status(), u"local greeting"_s);
         m_chat->inputField()->setText(u"hello"_s);
         m_chat->sendButton()->setFocus();

@@ -129,8 +129,6 @@ QRect TranscriptArea::caretRect(int index, qsizetype position)
 void TranscriptArea::clear()
 {
     m_rows.clear();
-    m_isAtEnd = true;
-    m_place.reset();
     layOutVisibleRows();
     viewport()->update();
 }
