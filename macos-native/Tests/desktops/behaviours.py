@@ -6,10 +6,10 @@ import time
 from pathlib import Path
 
 from desktops import Desktop
-from panel import MENU_PATH, RIGHT, Panel
+from panel import MENU_PATH, RIGHT, Panel, darkened_since, screen
 
 from nelo import Nelo, launchers
-from screen import Node, press, take_picture, type_text, until
+from screen import Node, press, settled, take_picture, type_text, until
 
 WINDOWS = {"Open Nelo": ("Nelo", (980, 740)), "Open Nelo Console": ("Nelo Console", (1000, 720)),
            "Settings...": ("Nelo Settings", (640, 620))}
@@ -67,8 +67,8 @@ class Session:
     def __init__(self, desktop: Desktop, pictures: Path) -> None:
         self.desktop = desktop
         self.pictures = pictures
-        self.panel = Panel(desktop.calls_of(MENU_PATH))
         self.nelo = Guest(desktop)
+        self.panel = Panel(desktop.calls_of(MENU_PATH), desktop.draws_menu_at, self.nelo.menu_area)
 
     def picture(self, name: str) -> None:
         take_picture(self.pictures / f"{name}.png")
@@ -130,6 +130,21 @@ def has_a_launcher_while_the_panel_is_gone(session: Session) -> None:
     session.window("Settings...")
 
 
+def follows_a_desktop_that_turns_dark(session: Session) -> None:
+    """The settings window does, and back. The chat beside or below it keeps its own light colors."""
+    for entry in ("Open Nelo", "Settings..."):
+        session.panel.choose(entry)
+        width, height = session.size(session.window(entry))
+    area = width * height
+    light = settled(screen, "a screen that does not change")
+    session.desktop.prefer_dark(True)
+    until(lambda: darkened_since(light) > 0.5 * area, "a dark settings window")
+    session.picture("dark")
+    assert darkened_since(light) < 1.5 * area, "more than the settings window has turned dark"
+    session.desktop.prefer_dark(False)
+    until(lambda: darkened_since(light) < 0.1 * area, "a light settings window")
+
+
 def keeps_its_sizes(session: Session) -> None:
     """What the screen has room for is as large as it is meant to be, and nothing is larger than the screen."""
     room = (session.desktop.width / session.desktop.scale, session.desktop.height / session.desktop.scale)
@@ -157,7 +172,7 @@ def has_a_launcher_without_a_panel(session: Session) -> None:
     assert -0.5 < late < 1.5 + session.desktop.slowness, f"it came {late:.1f} s late"
 
 
-ORDINARY = (shows_the_item, opens_the_menu_at_a_left_click, opens_the_menu_at_a_right_click, opens_three_windows,
+ORDINARY = (shows_the_item, opens_the_menu_at_a_right_click, opens_the_menu_at_a_left_click, opens_three_windows,
             comes_forward_by_its_menu, comes_forward_at_a_second_start, has_a_launcher_while_the_panel_is_gone,
-            quits_and_leaves_nothing)
+            follows_a_desktop_that_turns_dark, quits_and_leaves_nothing)
 SCREENS = {"1366x768": (1366, 768, 1.0), "1280x720": (1280, 720, 1.0), "1080p at 150 %": (1920, 1080, 1.5)}

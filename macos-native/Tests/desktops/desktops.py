@@ -14,7 +14,7 @@ import time
 from pathlib import Path
 from types import TracebackType
 
-from panel import ITEM_COLOR
+from panel import ITEM_COLOR, LEFT, RIGHT
 from screen import until
 
 START_SECONDS = 60.0
@@ -40,6 +40,28 @@ output * resolution {width}x{height} scale {scale}
 focus_on_window_activation smart
 """
 WAYBAR = '{"layer": "top", "modules-right": ["tray"], "tray": {"icon-size": 20}}'
+# It would mount a file system, which would stay in the way of the folder's removal.
+NO_DOCUMENT_PORTAL = """[D-BUS Service]
+Name=org.freedesktop.portal.Documents
+Exec=/bin/false
+"""
+LXQT_PANEL = """[General]
+__userfile__=true
+
+[panel1]
+alignment=-1
+panelSize=32
+plugins=taskbar, statusnotifier
+position=Top
+width=100
+width-percent=true
+
+[statusnotifier]
+type=statusnotifier
+
+[taskbar]
+type=taskbar
+"""
 
 
 class Desktop:
@@ -48,6 +70,7 @@ class Desktop:
     name = ""
     is_wayland = False
     is_tiling = False
+    draws_menu_at: tuple[int, ...] = (LEFT, RIGHT)  # the buttons at which its panel draws the menu; the program does at others
     _terminal: tuple[str, ...] = ("xterm", "-e")
     slowness = 0.0  # seconds that the desktop itself may take
 
@@ -62,6 +85,7 @@ class Desktop:
         self.runtime = Path(self._folder.name, "runtime")
         self.runtime.mkdir(mode=0o700)
         (self.home / "Desktop").mkdir(parents=True)
+        self._write(self.runtime / "dbus-1/services/org.freedesktop.portal.Documents.service", NO_DOCUMENT_PORTAL)
         subprocess.run(["convert", "-size", "64x64", f"xc:{ITEM_COLOR}", f"png32:{self.home}/Desktop/nelo.png"], check=True)
         self.environment = {
             **{name: value for name, value in os.environ.items()
@@ -76,6 +100,7 @@ class Desktop:
                 "dbus-daemon", "--session", "--nofork", "--nosyslog", "--print-address={}")
             self.session_start = time.monotonic()
             self._start()
+            self._do("dbus-update-activation-environment", "--all")
         except BaseException:
             self.__exit__(None, None, None)
             raise
@@ -102,6 +127,14 @@ class Desktop:
     def activation_token(self) -> dict[str, str]:
         """What the desktop's application menu would put into the environment of a program that it starts."""
         return {}
+
+    def prefer_dark(self, is_preferred: bool) -> None:
+        """Does what the desktop's own settings do when the user asks for dark windows, or no longer does."""
+        self._do("gsettings", "set", "org.gnome.desktop.interface", "color-scheme", "prefer-dark" if is_preferred else "default")
+
+    def _do(self, *command: str) -> None:
+        """Runs a program to its end."""
+        subprocess.run(command, env=self.environment, stdout=subprocess.DEVNULL, check=True)
 
     def run(self, *command: str, **environment: str) -> "subprocess.Popen[bytes]":
         """Starts a program in a process group of its own, which ends with the desktop."""
@@ -142,9 +175,12 @@ class Desktop:
                         "the Wayland display", START_SECONDS)
         self.environment["WAYLAND_DISPLAY"] = sockets[0].name
 
-    def write(self, path: str, text: str) -> None:
+    def configure(self, path: str, text: str) -> None:
         """Writes a file of the desktop's configuration."""
-        file = self.home / ".config" / path
+        self._write(self.home / ".config" / path, text)
+
+    @staticmethod
+    def _write(file: Path, text: str) -> None:
         file.parent.mkdir(parents=True, exist_ok=True)
         file.write_text(text)
 
@@ -153,7 +189,7 @@ class Xfce(Desktop):
     name = "Xfce 4.18, X11"
 
     def _start(self) -> None:
-        self.write("xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml", XFCE_PANEL)
+        self.configure("xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml", XFCE_PANEL)
         self.run("xfsettingsd", "--no-daemon")
         self.run("xfwm4", "--compositor=off")
 
@@ -168,8 +204,8 @@ class Sway(Desktop):
     _terminal = ("foot",)
 
     def _start(self) -> None:
-        self.write("sway/config", SWAY.format(width=self.width, height=self.height, scale=self.scale))
-        self.write("waybar/config", WAYBAR)
+        self.configure("sway/config", SWAY.format(width=self.width, height=self.height, scale=self.scale))
+        self.configure("waybar/config", WAYBAR)
         self.run("sway", WLR_BACKENDS="x11", WLR_RENDERER="pixman")
         self._await_wayland()
 
@@ -177,24 +213,62 @@ class Sway(Desktop):
         return ["waybar"]
 
 
-class Plasma(Desktop):
-    name = "Plasma 5.27, Wayland"
-    is_wayland = True
+class Lxqt(Desktop):
+    name = "LXQt 1.2, X11"
+    draws_menu_at = (RIGHT,)
+
+    def _start(self) -> None:
+        self.environment["XDG_CURRENT_DESKTOP"] = "LXQt"
+        self.configure("lxqt/panel.conf", LXQT_PANEL)
+        self.run("openbox")
+
+    def _panel_command(self) -> list[str]:
+        return ["lxqt-panel"]
+
+
+class Mate(Desktop):
+    name = "MATE 1.26, X11"
+    draws_menu_at = ()  # its panel embeds a window of the program
+
+    def _start(self) -> None:
+        self.environment["XDG_CURRENT_DESKTOP"] = "MATE"
+        self.run("marco", "--no-composite")
+
+    def _panel_command(self) -> list[str]:
+        return ["mate-panel"]
+
+
+class PlasmaOnX11(Desktop):
+    name = "Plasma 5.27, X11"
     slowness = 3.0
-    _terminal = ("konsole", "--separate", "-e")
 
     def _start(self) -> None:
         self.environment |= {"XDG_CURRENT_DESKTOP": "KDE", "KDE_FULL_SESSION": "true", "KDE_SESSION_VERSION": "5",
                              "LIBGL_ALWAYS_SOFTWARE": "1", "QT_QUICK_BACKEND": "software"}
+        self._start_compositor()
+        self.run("kded5")
+
+    def _start_compositor(self) -> None:
+        self.run("kwin_x11", KWIN_COMPOSE="N")
+
+    def prefer_dark(self, is_preferred: bool) -> None:
+        self._do("plasma-apply-colorscheme", "BreezeDark" if is_preferred else "BreezeLight")
+
+    def _panel_command(self) -> list[str]:
+        return ["plasmashell"]
+
+
+class Plasma(PlasmaOnX11):
+    name = "Plasma 5.27, Wayland"
+    is_wayland = True
+    _terminal = ("konsole", "--separate", "-e")
+
+    def _start_compositor(self) -> None:
         compositor = shutil.copy("/usr/bin/kwin_wayland", self._folder.name)  # without its capability, which is of no use here
         self.run(compositor, "--x11-display", self.screen, "--width", str(round(self.width / self.scale)),
                  "--height", str(round(self.height / self.scale)),
                  "--scale", str(self.scale), "--no-lockscreen", "--no-kactivities")
         self._await_wayland()
-        self.run("kded5")
-
-    def _panel_command(self) -> list[str]:
-        return ["plasmashell"]
 
 
 class Gnome(Desktop):
@@ -207,12 +281,13 @@ class Gnome(Desktop):
     def _start(self) -> None:
         self.environment |= {
             "XDG_CURRENT_DESKTOP": "GNOME", "LIBGL_ALWAYS_SOFTWARE": "1",
-            "MUTTER_DEBUG_DUMMY_MODE_SPECS": f"{self.width}x{self.height}",
+            "MUTTER_DEBUG_DUMMY_MODE_SPECS": f"{self.width}x{self.height}", "MUTTER_DEBUG_DUMMY_MONITOR_SCALES": str(self.scale),
             "DBUS_SYSTEM_BUS_ADDRESS": self._said("dbus-daemon", "--session", "--nofork", "--nosyslog", "--print-address={}"),
         }
+        self._do("gsettings", "set", "org.gnome.mutter", "experimental-features", "['scale-monitor-framebuffer']")
         self.run("gnome-shell", "--nested", "--wayland", "--unsafe-mode")
         self._await_wayland()
-        subprocess.run(["xdotool", "mousemove", "640", "400"], env=self.environment, check=True)  # out of the corner that opens it
+        self._do("xdotool", "mousemove", "640", "400")  # out of the corner that opens it
         started = "!Main.layoutManager._startingUp && (Main.overview.hide(), !Main.overview.visible)"
         until(lambda: self._evaluate(started).endswith("'true')"), "the shell, without its overview", START_SECONDS)
         # A banner that comes or goes would be taken for a part of the menu.
@@ -232,4 +307,5 @@ class Gnome(Desktop):
         self._evaluate(f"Main.extensionManager.disableExtension('{self._extension}')")
 
 
-DESKTOPS: dict[str, type[Desktop]] = {"xfce": Xfce, "sway": Sway, "plasma": Plasma, "gnome": Gnome}
+DESKTOPS: dict[str, type[Desktop]] = {"xfce": Xfce, "sway": Sway, "plasma": Plasma, "gnome": Gnome, "lxqt": Lxqt, "mate": Mate,
+                                     "plasma-x11": PlasmaOnX11}

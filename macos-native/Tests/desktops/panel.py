@@ -1,10 +1,11 @@
 """The status item and its menu as a panel shows them: seen on the screen, and heard where the panel asks the program for them."""
 from __future__ import annotations
 
+import contextlib
 import io
 import subprocess
 from pathlib import Path
-from typing import NamedTuple
+from typing import Callable, Iterator, NamedTuple
 
 from PIL import Image, ImageChops
 
@@ -25,6 +26,11 @@ def screen() -> Image.Image:
     return Image.open(io.BytesIO(taken)).convert("RGB")
 
 
+def darkened_since(before: Image.Image) -> int:
+    """How many pixels of the screen are much darker than before."""
+    return sum(ImageChops.subtract(before, screen()).convert("L").histogram()[64:])
+
+
 class Menu(NamedTuple):
     """Where the panel shows the menu, and what it looks like."""
 
@@ -41,10 +47,11 @@ class Menu(NamedTuple):
 
 
 class Panel:
-    """What the user sees and does there. `calls` is the file into which dbus-monitor writes what is asked of the menu."""
+    """What the user sees and does there. `calls` is the file into which dbus-monitor writes what is asked of the menu. At a click
+    with one of `drawn_at` the panel draws the menu; at others the program opens its own, and `own_menu` tells where."""
 
-    def __init__(self, calls: Path) -> None:
-        self._calls = calls
+    def __init__(self, calls: Path, drawn_at: tuple[int, ...], own_menu: Callable[[], Area | None]) -> None:
+        self._calls, self._drawn_at, self._own_menu = calls, drawn_at, own_menu
         self._menu: Menu | None = None
 
     def item(self) -> Area | None:
@@ -57,22 +64,36 @@ class Panel:
     def choose(self, entry: str, button: int = LEFT) -> None:
         """Clicks the item and then an entry of the menu."""
         item = settled(self.item, "the item in the panel")
+        if button not in self._drawn_at:
+            self._click(item, button)
+            self._click_entry(entry, settled(self._own_menu, "the program's own menu"))
+            return
         if not self._menu:
             self._menu = self._find_menu(item, button)
         else:
             self._open(item, button)
             until(self._menu.is_open, "the menu")
-        area, chosen = self._menu.area, self._heard(CHOOSES)
-        click(area.x + area.width / 2, area.y + area.height * ENTRIES[entry])
-        until(lambda: self._heard(CHOOSES) > chosen, f"{entry} chosen in the menu")
+        with self._asking(CHOOSES, f"{entry} chosen in the menu"):
+            self._click_entry(entry, self._menu.area)
 
-    def _heard(self, call: str) -> int:
-        return self._calls.read_text().count(call)
+    @staticmethod
+    def _click(item: Area, button: int) -> None:
+        click(item.x + item.width // 2, item.y + item.height // 2, button)
+
+    @staticmethod
+    def _click_entry(entry: str, menu: Area) -> None:
+        click(menu.x + menu.width / 2, menu.y + menu.height * ENTRIES[entry])
 
     def _open(self, item: Area, button: int) -> None:
-        opened = self._heard(OPENS)
-        click(item.x + item.width // 2, item.y + item.height // 2, button)
-        until(lambda: self._heard(OPENS) > opened, "the panel to open the menu")
+        with self._asking(OPENS, "the panel to open the menu"):
+            self._click(item, button)
+
+    @contextlib.contextmanager
+    def _asking(self, call: str, what: str) -> Iterator[None]:
+        """Waits until the panel has made this call after what is done in the context."""
+        before = self._calls.read_text().count(call)
+        yield
+        until(lambda: self._calls.read_text().count(call) > before, what)
 
     def _find_menu(self, item: Area, button: int) -> Menu:
         """Opens the menu where no window is open yet: it is what changes on the screen, and always at the same place."""

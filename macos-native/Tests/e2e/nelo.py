@@ -149,8 +149,8 @@ class Nelo:
             item = self.settled_status_item()
             click(item.x + item.width / 2, item.y + item.height / 2)
             with contextlib.suppress(AssertionError):
-                until(self._menu_is_open, "the status menu", timeout=3)
-            return self._menu_is_open()
+                until(self.menu_area, "the status menu", timeout=3)
+            return self.menu_area() is not None
 
         until(opens, "the status menu")
 
@@ -158,8 +158,9 @@ class Nelo:
         """The status item where a tray that has just come, and grows around it, has put it for good."""
         return settled(self._status_item, "the status item in its place in the tray")
 
-    def _menu_is_open(self) -> bool:
-        return any(TRAY_HEIGHT < area.width / self._scale < 400 for area in self._visible_windows())  # no window or alert is as narrow
+    def menu_area(self) -> Area | None:
+        """Where the menu is that the program has opened itself. No window or alert is as narrow."""
+        return next((area for area in self._visible_windows() if TRAY_HEIGHT < area.width / self._scale < 400), None)
 
     def choose(self, item: str) -> None:
         """Picks an item of the status menu."""
