@@ -228,7 +228,7 @@ class Lxqt(Desktop):
 
 class Mate(Desktop):
     name = "MATE 1.26, X11"
-    draws_menu_at = ()  # its panel embeds a window of the program
+    draws_menu_at = (RIGHT,)
 
     def _start(self) -> None:
         self.environment["XDG_CURRENT_DESKTOP"] = "MATE"

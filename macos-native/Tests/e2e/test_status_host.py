@@ -7,7 +7,7 @@ import unittest
 from gi.repository import GLib
 
 from nelo import MENU, Nelo, TraylessNelo, launcher, launchers
-from screen import until
+from screen import press, until
 from status_host import Item, StatusHost
 from tray import Tray
 
@@ -30,12 +30,20 @@ class StatusHostTest(unittest.TestCase):
         return item
 
     def test_one_that_is_there_at_the_start_has_the_item_and_opens_its_menu_at_any_click(self) -> None:
-        host = self.start_host()
+        host = self.start_host(is_kde=True)
         with HostedNelo() as nelo:
             item = self.assert_has_item(nelo, host)
             self.assertIs(item.property("ItemIsMenu"), True)
             self.assertRaisesRegex(GLib.Error, "UnknownMethod", item.activate)
             self.assertIn((22, 22, 4 * 22 * 22), [(width, height, len(pixels)) for width, height, pixels in item.property("IconPixmap")])
+
+    def test_one_that_leaves_a_click_to_the_program_has_the_menu_opened_by_it(self) -> None:
+        host = self.start_host()
+        with HostedNelo() as nelo:
+            host.next_item().activate()
+            until(nelo.menu_area, "the menu")
+            press("Down", "Return")
+            nelo.window("Nelo")
 
     def test_one_of_the_other_kind_takes_the_item_over(self) -> None:
         self.addCleanup(Tray().end)

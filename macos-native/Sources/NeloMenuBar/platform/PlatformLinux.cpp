@@ -49,6 +49,7 @@ public:
 
 private:
     bool isDrawn() const { return m_host.isRegistered() == true; }
+    bool opensMenuItself() const;
     bool isEmbedded() const { return m_host.isRegistered() == false && m_tray.isThere(); }
     void followStatusArea();
     void showInStatusArea();
@@ -109,6 +110,15 @@ void LinuxPlatform::followStatusArea()
         emit statusAreaChanged();
 }
 
+/// Returns whether a panel that activates the item has its menu opened by us. On Wayland a menu without a window would
+/// itself be one.
+bool LinuxPlatform::opensMenuItself() const
+{
+    const bool isX11 = QGuiApplication::platformName() == QStringLiteral("xcb")
+                       && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY"); // an X server in a Wayland desktop
+    return isX11 && !m_host.isKde();
+}
+
 void LinuxPlatform::showInStatusArea()
 {
     if (isDrawn()) {
@@ -116,7 +126,10 @@ void LinuxPlatform::showInStatusArea()
             m_drawnItem = std::make_unique<StatusNotifierItem>(m_name, m_icon, m_menu->actions());
             connect(m_drawnItem.get(), &StatusNotifierItem::activationTokenProvided, this,
                     &LinuxPlatform::setActivationToken);
+            connect(m_drawnItem.get(), &StatusNotifierItem::activated, m_menu,
+                    [this] { m_menu->popup(QCursor::pos()); });
         }
+        m_drawnItem->setActivatable(opensMenuItself());
         m_drawnItem->registerWithWatcher();
         m_embeddedItem.reset();
     } else if (isEmbedded() && !m_embeddedItem) {

@@ -69,7 +69,8 @@ void StatusNotifierHost::ask()
         const bool isTold = answer.isValid() && answer.value().variant().toBool();
         // KDE's daemon tells of a host even while there is none.
         const QDBusConnectionInterface* bus = m_bus.interface();
-        setRegistered(isTold && bus != nullptr && (!isKdeDaemon(*bus, answer.reply().service()) || hasHostName(*bus)));
+        m_isKde = bus != nullptr && isKdeDaemon(*bus, answer.reply().service());
+        setRegistered(isTold && bus != nullptr && (!m_isKde || hasHostName(*bus)));
     });
 }
 

@@ -27,6 +27,9 @@ public:
     /// Returns whether there is such a host, or nothing until the first answer has come.
     std::optional<bool> isRegistered() const { return m_isRegistered; }
 
+    /// Returns whether the host is that of KDE, which opens an item's menu when the item refuses to be activated.
+    bool isKde() const { return m_isKde; }
+
 signals:
     void changed();
 
@@ -36,4 +39,5 @@ private:
 
     QDBusConnection m_bus;
     std::optional<bool> m_isRegistered;
+    bool m_isKde = false;
 };

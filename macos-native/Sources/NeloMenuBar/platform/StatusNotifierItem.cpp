@@ -112,8 +112,8 @@ void StatusNotifierItem::registerWithWatcher()
     bus.asyncCall(call);
 }
 
-/// Answers a call of a panel. There is no method `Activate`: a panel that ignores `ItemIsMenu` opens the menu after an
-/// error.
+/// Answers a call of a panel. Panels that know `ItemIsMenu` do not call `Activate`. Of the others, some open the menu
+/// after an error and some open nothing.
 bool StatusNotifierItem::handleMessage(const QDBusMessage& message, const QDBusConnection& connection)
 {
     const QString method = message.member();
@@ -127,6 +127,10 @@ bool StatusNotifierItem::handleMessage(const QDBusMessage& message, const QDBusC
     }
     if (method == QStringLiteral("ProvideXdgActivationToken")) {
         emit activationTokenProvided(arguments.value(0).toString().toUtf8());
+        return connection.send(message.createReply());
+    }
+    if (method == QStringLiteral("Activate") && m_isActivatable) {
+        emit activated();
         return connection.send(message.createReply());
     }
     const QString text = QStringLiteral("The item has no method %1.").arg(method);
