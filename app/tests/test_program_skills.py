@@ -169,7 +169,8 @@ class CodexEntryTest(HomeTestCase):
                 self.assertEqual(self.refusal(app.save_skill_entry, ecosystem, self.key, wanted), message)
         self.assertEqual(self.refusal(app.save_skill_entry, "kimi", "one", {"enabled": False}), kimi)
         self.assertIn("Codex has no skill", self.refusal(app.save_skill_entry, "codex", "other", {"enabled": False}))
-        app.save_skill_entry("kimi", "one", dict(EVERYTHING, enabled=True))
+        saved = app.save_skill_entry("kimi", "one", dict(EVERYTHING, enabled=True))
+        self.assertEqual(saved, {"path": self.path(".kimi-code/config.toml")})
         self.assertEqual(app.get_skill_entry("kimi", "one"), {})
         self.assertEqual(self.files_below(), [".codex/skills/a/SKILL.md"])
 
