@@ -1,6 +1,6 @@
 #include "base/IniText.h"
 
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/Files.h"
 #include "support/TestCase.h"
 
@@ -11,12 +11,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// What a program that reads the text as settings finds under `key`.
-QString valueIn(const QByteArray& ini, const QString& key)
+/// What a program that reads the text as settings finds under "key".
+QString valueIn(const QByteArray& ini)
 {
     const QTemporaryDir folder;
     Files::create(folder.filePath(u"settings.conf"_s), ini);
-    return QSettings(folder.filePath(u"settings.conf"_s), QSettings::IniFormat).value(key).toString();
+    return QSettings(folder.filePath(u"settings.conf"_s), QSettings::IniFormat).value(u"key"_s).toString();
 }
 
 QByteArray writtenByQSettings(const QString& text)
@@ -35,30 +35,27 @@ class TestIniText final : public TestCase
     Q_OBJECT
 
 private slots:
-    void theRestOfTheFileStays_data()
-    {
-        const Cases<QByteArray, QByteArray> add("before", "after");
-        add("an empty file", {}, "[General]\nkey=new\n");
-        add("the value is replaced", "[General]\nkey=old\nz=1\n", "[General]\nkey=new\nz=1\n");
-        add("a value that is there twice is there once", "[General]\nkey=old\na=1\nkey = older\n",
-            "[General]\nkey=new\na=1\n");
-        add("names that only begin or end alike are others", "[General]\nkey2=1\nmy key=2\nKEY=3\n",
-            "[General]\nkey=new\nkey2=1\nmy key=2\nKEY=3\n");
-        add("the same name in a group is another", "[group]\nkey=other\n", "[General]\nkey=new\n[group]\nkey=other\n");
-        add("the value is found after a group", "[group]\na=1\n[general]\nkey=old\nb=2\n",
-            "[General]\nkey=new\n[group]\na=1\n[general]\nb=2\n");
-        add("the value is found before any group", "key=old\na=1\n", "[General]\nkey=new\na=1\n");
-        add("comments, bytes of any kind and a missing line end stay", "; mine\n[General]\r\n\xff=\xfe\nlast",
-            "[General]\nkey=new\n; mine\n[General]\r\n\xff=\xfe\nlast");
-    }
-
     void theRestOfTheFileStays()
     {
-        QFETCH(QByteArray, before);
-        QFETCH(QByteArray, after);
-        QCOMPARE(withIniValues(before, {{"key", u"new"_s}}), after);
-        QCOMPARE(valueIn(after, u"key"_s), u"new"_s);
-        QCOMPARE(iniValue(after, "key"), u"new"_s);
+        const CaseTable<QByteArray, QByteArray> cases{
+            {"an empty file", {}, "[General]\nkey=new\n"},
+            {"the value is replaced", "[General]\nkey=old\nz=1\n", "[General]\nkey=new\nz=1\n"},
+            {"a value that is there twice is there once", "[General]\nkey=old\na=1\nkey = older\n",
+             "[General]\nkey=new\na=1\n"},
+            {"names that only begin or end alike are others", "[General]\nkey2=1\nmy key=2\nKEY=3\n",
+             "[General]\nkey=new\nkey2=1\nmy key=2\nKEY=3\n"},
+            {"the same name in a group is another", "[group]\nkey=other\n", "[General]\nkey=new\n[group]\nkey=other\n"},
+            {"the value is found after a group", "[group]\na=1\n[general]\nkey=old\nb=2\n",
+             "[General]\nkey=new\n[group]\na=1\n[general]\nb=2\n"},
+            {"the value is found before any group", "key=old\na=1\n", "[General]\nkey=new\na=1\n"},
+            {"comments, bytes of any kind and a missing line end stay", "; mine\n[General]\r\n\xff=\xfe\nlast",
+             "[General]\nkey=new\n; mine\n[General]\r\n\xff=\xfe\nlast"},
+        };
+        for (const auto& [before, after] : cases) {
+            QCOMPARE(withIniValues(before, {{"key", u"new"_s}}), after);
+            QCOMPARE(valueIn(after), u"new"_s);
+            QCOMPARE(iniValue(after, "key"), u"new"_s);
+        }
     }
 
     void everyCharacterIsReadAsItWasWritten()
@@ -69,34 +66,31 @@ private slots:
         all += u"你好🔑"_s;
         for (const QString& text : {all, u'@' + all, u' ' + all + u' ', u"@"_s, u"@@"_s, u"@Invalid()"_s, QString()}) {
             const QByteArray ini = withIniValues("[General]\nnext=1\n", {{"key", text}});
-            QCOMPARE(valueIn(ini, u"key"_s), text);
+            QCOMPARE(valueIn(ini), text);
             QCOMPARE(iniValue(ini, "key"), text);
         }
-        QCOMPARE(iniValue(writtenByQSettings(all.sliced(3)), "key"),
-                 all.sliced(3)); // which writes a zero in another way
-    }
-
-    void aValueIsReadAsQSettingsReadsIt_data()
-    {
-        const Cases<QByteArray> add("ini");
-        add("typed by hand", "key = sk-a b \r\n");
-        add("typed in Chinese", "key=密钥🔑");
-        add("with an equals sign", "key=a==");
-        add("with escapes", "key=\"\\\"q\\\" \\x41g \\101g \\t\\\\ \\?\\'\"");
-        add("with escapes beyond 16 bits", "key=\\x12345 \\1234567");
-        add("twice", "key=old\nother=1\nkey=new\n");
-        add("in a group and after it", "[group]\nkey=other\n[General]\nkey=mine\n");
-        add("only in a group", "[group]\nkey=other\n");
-        add("behind a comment's sign", ";key=old\n");
-        add("no value", "key=\nkeys=1\n");
-        add("of another type", "key=@Invalid()\n");
-        add("no file", {});
+        const QString withoutZero = all.sliced(3); // QSettings writes a zero in another way
+        QCOMPARE(iniValue(writtenByQSettings(withoutZero), "key"), withoutZero);
     }
 
     void aValueIsReadAsQSettingsReadsIt()
     {
-        QFETCH(QByteArray, ini);
-        QCOMPARE(iniValue(ini, "key"), valueIn(ini, u"key"_s));
+        const CaseTable<QByteArray> cases{
+            {"typed by hand", "key = sk-a b \r\n"},
+            {"typed in Chinese", "key=密钥🔑"},
+            {"with an equals sign", "key=a=="},
+            {"with escapes", "key=\"\\\"q\\\" \\x41g \\101g \\t\\\\ \\?\\'\""},
+            {"with escapes beyond 16 bits", "key=\\x12345 \\1234567"},
+            {"twice", "key=old\nother=1\nkey=new\n"},
+            {"in a group and after it", "[group]\nkey=other\n[General]\nkey=mine\n"},
+            {"only in a group", "[group]\nkey=other\n"},
+            {"behind a comment's sign", ";key=old\n"},
+            {"no value", "key=\nkeys=1\n"},
+            {"of another type", "key=@Invalid()\n"},
+            {"no file", {}},
+        };
+        for (const auto& [ini] : cases)
+            QCOMPARE(iniValue(ini, "key"), valueIn(ini));
     }
 
     void theFileStaysTextThatAnyoneCanRead()

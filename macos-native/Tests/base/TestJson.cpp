@@ -1,6 +1,6 @@
 #include "base/Json.h"
 
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/TestCase.h"
 
 using namespace Qt::StringLiterals;
@@ -11,27 +11,23 @@ class TestJson final : public TestCase
     Q_OBJECT
 
 private slots:
-    void describesValuesAsText_data()
-    {
-        const Cases<QByteArray, QString> add("json", "text");
-        add("a string as is", R"("你 <b>")", u"你 <b>"_s);
-        add("a byte-order mark at the beginning stays", "\"\ufeff\ufeffA\"", u"\ufeff\ufeffA"_s);
-        add("true is 1", "true", u"1"_s);
-        add("false is 0", "false", u"0"_s);
-        add("an integer in decimal", "-42", u"-42"_s);
-        add("the largest integer", "18446744073709551615", u"18446744073709551615"_s);
-        add("a double in its shortest form", "0.1", u"0.1"_s);
-        add("a whole double in its shortest form", "2.0", u"2"_s);
-        add("null", "null", u"<null>"_s);
-        add("a list as compact JSON", R"([1, "你"])", QStringLiteral(R"([1,"你"])"));
-        add("an object as compact JSON", R"({"b": 1, "a": 2})", QStringLiteral(R"({"b":1,"a":2})"));
-    }
-
     void describesValuesAsText()
     {
-        QFETCH(QByteArray, json);
-        QFETCH(QString, text);
-        QCOMPARE(textOf(Json::parse(json.toStdString())), text);
+        const CaseTable<QByteArray, QString> cases{
+            {"a string as is", R"("你 <b>")", u"你 <b>"_s},
+            {"a byte-order mark at the beginning stays", "\"\ufeff\ufeffA\"", u"\ufeff\ufeffA"_s},
+            {"true is 1", "true", u"1"_s},
+            {"false is 0", "false", u"0"_s},
+            {"an integer in decimal", "-42", u"-42"_s},
+            {"the largest integer", "18446744073709551615", u"18446744073709551615"_s},
+            {"a double in its shortest form", "0.1", u"0.1"_s},
+            {"a whole double in its shortest form", "2.0", u"2"_s},
+            {"null", "null", u"<null>"_s},
+            {"a list as compact JSON", R"([1, "你"])", QStringLiteral(R"([1,"你"])")},
+            {"an object as compact JSON", R"({"b": 1, "a": 2})", QStringLiteral(R"({"b":1,"a":2})")},
+        };
+        for (const auto& [json, text] : cases)
+            QCOMPARE(textOf(Json::parse(json.toStdString())), text);
     }
 
     void aMissingMemberReadsAsTheDefault()
