@@ -39,23 +39,6 @@ private slots:
         const std::string text = R"({"z":1,"a":1.0,"m":9007199254740993,"u":18446744073709551615})";
         QCOMPARE(BackendReply(text).object().dump(), text);
     }
-
-    void nestingIsReadUpToItsBound()
-    {
-        const auto nested = [](std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
-        const auto inObject = [&nested](std::size_t depth) { return "{\"[[\":" + nested(depth - 1) + '}'; };
-        QCOMPARE(BackendReply(inObject(maxJsonDepth)).object().size(), 1U);
-        QCOMPARE(BackendReply(inObject(maxJsonDepth + 1)).object().size(), 0U);
-        QCOMPARE(BackendReply(nested(1'000'000)).rows().size(), 0U);
-        const std::string bracketsInText = "{\"text\":\"\\\"" + std::string(1000, '[') + "\"}";
-        QCOMPARE(BackendReply(bracketsInText).object().size(), 1U);
-    }
-
-    void valuesBesideEachOtherAreNotNested()
-    {
-        const Json rows(std::size_t{2} * maxJsonDepth, Json{{"list", Json::array()}});
-        QCOMPARE(BackendReply(rows.dump()).rows().size(), rows.size());
-    }
 };
 
 QTEST_GUILESS_MAIN(TestBackendReply)

@@ -1,11 +1,11 @@
 #include "backend/HelperProcess.h"
 
 #include "backend/ChildReaper.h"
-#include "support/ProcessTable.h"
-#include "support/Warnings.h"
+#include "support/CaseTable.h"
+#include "support/LeftoverCheck.h"
+#include "support/TestCase.h"
 
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <array>
 
@@ -31,54 +31,29 @@ std::string lineOf(HelperProcess& child)
 } // namespace
 
 /// A child on three pipes, with /bin/sh as the child.
-class TestHelperProcess final : public QObject
+class TestHelperProcess final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnUnexpectedWarning();
-        m_descriptorsBefore = ProcessTable::openDescriptors();
-        m_reaper = std::make_unique<ChildReaper>();
-    }
-
-    void cleanup()
-    {
-        m_reaper.reset();
-        QVERIFY(ProcessTable::children().empty());
-        QCOMPARE(ProcessTable::openDescriptors(), m_descriptorsBefore);
-    }
-
     void linesGoOutAndComeBack()
     {
-        HelperProcess child = shell("exec cat");
-        QVERIFY(child.isRunning());
-        QVERIFY(!child.write("hello\n"));
-        QCOMPARE(lineOf(child), std::string("hello"));
-        QVERIFY(!child.write("\n"));
-        QCOMPARE(lineOf(child), std::string());
-    }
-
-    void bytesPastTheLineFeedAnswerTheNextRead()
-    {
-        HelperProcess child = shell("printf 'one\\ntwo\\nth'; read go; echo ree; read go");
-        QCOMPARE(lineOf(child), std::string("one"));
-        QCOMPARE(lineOf(child), std::string("two"));
-        QVERIFY(!child.write("go\n"));
-        QCOMPARE(lineOf(child), std::string("three"));
-    }
-
-    void aLineThatComesInPiecesIsOneLine()
-    {
-        HelperProcess child = shell("for piece in a b c; do printf $piece; sleep 0.02; done; echo; read go");
-        QCOMPARE(lineOf(child), std::string("abc"));
-    }
-
-    void aLongLineArrivesWhole()
-    {
-        HelperProcess child = shell("head -c 3000000 /dev/zero | tr '\\0' x; echo; read go");
-        QCOMPARE(lineOf(child), std::string(3'000'000, 'x'));
+        const CaseTable<std::string, std::string, std::vector<std::string>> cases{
+            {"as they were written", "exec cat", "hello\n\n", {"hello", ""}},
+            {"two at once, and the beginning of the next",
+             "printf 'one\\ntwo\\nth'; read go; echo ree; read go",
+             "go\n",
+             {"one", "two", "three"}},
+            {"in pieces", "for piece in a b c; do printf $piece; sleep 0.02; done; echo; read go", "", {"abc"}},
+            {"a long one", "head -c 3000000 /dev/zero | tr '\\0' x; echo; read go", "", {std::string(3'000'000, 'x')}},
+        };
+        for (const auto& [script, input, lines] : cases) {
+            HelperProcess child = shell(script);
+            QVERIFY(child.isRunning());
+            QVERIFY(!child.write(input));
+            for (const std::string& line : lines)
+                QCOMPARE(lineOf(child), line);
+        }
     }
 
     void runsInItsFolder()
@@ -89,16 +64,12 @@ private slots:
         QCOMPARE(lineOf(child), QDir(folder.path()).canonicalPath().toStdString());
     }
 
-    void aFolderThatDoesNotExistIsTheSystemsError()
+    void aFailedLaunchIsTheSystemsError()
     {
-        const auto launch = HelperProcess::launch({"/bin/sh", "-c", "true"}, "/no/such/folder", *m_reaper);
-        QCOMPARE(std::get<std::error_code>(launch), std::errc::no_such_file_or_directory);
-    }
-
-    void aProgramThatDoesNotExistIsTheSystemsError()
-    {
-        const auto launch = HelperProcess::launch({"/no/such/program"}, "/", *m_reaper);
-        QCOMPARE(std::get<std::error_code>(launch), std::errc::no_such_file_or_directory);
+        for (const auto& [program, folder] : {std::pair{"/bin/sh", "/no/such/folder"}, {"/no/such/program", "/"}}) {
+            const auto launch = HelperProcess::launch({program, "-c", "true"}, folder, *m_reaper);
+            QCOMPARE(std::get<std::error_code>(launch), std::errc::no_such_file_or_directory);
+        }
     }
 
     void theEndOfItsOutputIsNoLine()
@@ -107,37 +78,26 @@ private slots:
         QVERIFY(std::holds_alternative<HelperProcess::EndOfFile>(child.readLine()));
     }
 
-    void aChildThatExitedNoLongerRuns_data()
-    {
-        QTest::addColumn<std::size_t>("spareDescriptors");
-        QTest::newRow("with descriptors that tell it") << std::size_t{8};
-        QTest::newRow("without the second of them") << std::size_t{7};
-        QTest::newRow("with those of the pipes alone") << std::size_t{6};
-    }
-
     void aChildThatExitedNoLongerRuns()
     {
-        QFETCH(std::size_t, spareDescriptors);
-        std::vector<FileDescriptor> hoard = allDescriptorsBut(spareDescriptors);
-        HelperProcess child =
-            shell("exec 3<&0; cat <&3 & echo ready; read go"); // which leaves its pipes to one of its own
-        hoard.clear();
-        QCOMPARE(lineOf(child), std::string("ready"));
-        QVERIFY(child.isRunning());
-        kill(child.processId(), SIGKILL);
-        QTRY_VERIFY(!child.isRunning());
-        QVERIFY(!child.isRunning()); // looking does not reap it
-        QVERIFY(!child.write("hello\n"));
-        QCOMPARE(lineOf(child), std::string("hello"));
-    }
-
-    void writingToAChildThatReadsNoMoreIsAnError()
-    {
-        HelperProcess child = shell("exec 0<&-; echo closed; sleep 10");
-        QCOMPARE(lineOf(child), std::string("closed"));
-        QCOMPARE(child.write("hello\n"), std::errc::broken_pipe);
-        QCOMPARE(child.write("again\n"), std::errc::broken_pipe);
-        child.terminate();
+        const CaseTable<std::size_t> cases{
+            {"with descriptors that tell it", 8},
+            {"without the second of them", 7},
+            {"with those of the pipes alone", 6},
+        };
+        for (const auto& [spareDescriptors] : cases) {
+            std::vector<FileDescriptor> taken = allDescriptorsBut(spareDescriptors);
+            HelperProcess child =
+                shell("exec 3<&0; cat <&3 & echo ready; read go"); // which leaves its pipes to a child of its own
+            taken.clear();
+            QCOMPARE(lineOf(child), std::string("ready"));
+            QVERIFY(child.isRunning());
+            kill(child.processId(), SIGKILL);
+            QTRY_VERIFY(!child.isRunning());
+            QVERIFY(!child.isRunning()); // looking does not reap it
+            QVERIFY(!child.write("hello\n"));
+            QCOMPARE(lineOf(child), std::string("hello"));
+        }
     }
 
     void theChildFindsSignalsAsAProgramExpectsThem()
@@ -190,10 +150,15 @@ private slots:
 
     void aDroppedChildEndsByItselfAndIsReaped()
     {
-        {
-            const HelperProcess child = shell("exec cat");
-        }
+        const auto childrenAfterReaping = [this] {
+            m_reaper->reapEnded();
+            return ProcessTable::children();
+        };
+        shell("exec cat"); // dropped at the end of the line
         QTRY_VERIFY(childrenAfterReaping().empty());
+        shell("exec cat");
+        m_reaper->stopAll(1h); // returns when the last child has ended, and does not wait for the end of the grace
+        QVERIFY(ProcessTable::children().empty());
     }
 
     void stoppingTerminatesFirstAndKillsWhenTheGraceIsOver()
@@ -212,15 +177,6 @@ private slots:
         QVERIFY(ProcessTable::children().empty());
     }
 
-    void stoppingEndsWithTheLastChildAndNotWithTheGrace()
-    {
-        {
-            const HelperProcess child = shell("exec cat");
-        }
-        m_reaper->stopAll(1h);
-        QVERIFY(ProcessTable::children().empty());
-    }
-
     void aChildsErrorsAreAPipeThatNobodyReads()
     {
         HelperProcess child = shell("echo trouble >&2; echo ready; read go");
@@ -233,23 +189,15 @@ private slots:
         QCOMPARE(bytes.data(), "trouble\n");
     }
 
-    void outOfDescriptorsIsTheSystemsError()
-    {
-        std::vector<FileDescriptor> hoard = allDescriptorsBut(3); // room for one pipe and a half
-        const auto launch = HelperProcess::launch({"/bin/sh", "-c", "true"}, "/", *m_reaper);
-        hoard.clear();
-        QCOMPARE(std::get<std::error_code>(launch), std::errc::too_many_files_open);
-    }
-
 private:
     /// Takes all descriptors of this process but `count`.
     static std::vector<FileDescriptor> allDescriptorsBut(std::size_t count)
     {
-        std::vector<FileDescriptor> hoard;
-        for (int taken = 0; (taken = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0)) >= 0;)
-            hoard.emplace_back(taken);
-        hoard.resize(hoard.size() - count);
-        return hoard;
+        std::vector<FileDescriptor> taken;
+        for (int copy = 0; (copy = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0)) >= 0;)
+            taken.emplace_back(copy);
+        taken.resize(taken.size() - count);
+        return taken;
     }
 
     /// Starts /bin/sh with `script`.
@@ -258,14 +206,8 @@ private:
         return std::get<HelperProcess>(HelperProcess::launch({"/bin/sh", "-c", script}, "/", *m_reaper));
     }
 
-    std::vector<pid_t> childrenAfterReaping()
-    {
-        m_reaper->reapEnded();
-        return ProcessTable::children();
-    }
-
-    int m_descriptorsBefore = 0;
-    std::unique_ptr<ChildReaper> m_reaper;
+    Fresh<LeftoverCheck> m_check{this};
+    Fresh<ChildReaper> m_reaper{this};
 };
 
 QTEST_GUILESS_MAIN(TestHelperProcess)

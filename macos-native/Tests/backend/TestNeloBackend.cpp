@@ -1,9 +1,9 @@
 #include "backend/NeloBackend.h"
 
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/Files.h"
+#include "support/LeftoverCheck.h"
 #include "support/OrdinaryUser.h"
-#include "support/ProcessTable.h"
 #include "support/ScriptedBackend.h"
 #include "support/TestCase.h"
 
@@ -11,26 +11,11 @@
 
 #include <atomic>
 #include <future>
-#include <optional>
 #include <thread>
 
 #include <signal.h>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-/// Runs `work(thread)` on eight threads at once.
-template <typename Work> void onEightThreads(Work work)
-{
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 8; ++thread)
-        threads.emplace_back(work, thread);
-    for (std::thread& thread : threads)
-        thread.join();
-}
-
-} // namespace
 
 /// The bridge on the real helper process with a scripted backend module.
 class TestNeloBackend final : public TestCase
@@ -42,18 +27,9 @@ private slots:
     {
         TestCase::init();
         qunsetenv("PYTHONUNBUFFERED"); // the program itself has to see to that
-        m_descriptorsBefore = ProcessTable::openDescriptors();
-        m_backend.emplace();
         m_backend->answer("ping", {{"pong", 1}});
         m_backend->script("pid", {{{"answer-process-id", true}}});
         m_backend->script("echo", {{{"answer-arguments", true}}});
-    }
-
-    void cleanup()
-    {
-        m_backend.reset();
-        QVERIFY(ProcessTable::children().empty());
-        QCOMPARE(ProcessTable::openDescriptors(), m_descriptorsBefore);
     }
 
     void theFirstCallStartsTheHelperAndTheNextOnesReuseIt()
@@ -114,34 +90,25 @@ private slots:
         QCOMPARE(NeloBackend::call("path"), std::string(R"(["legacy_ui","."])"));
     }
 
-    void failuresRecoverOnTheNextCall_data()
-    {
-        const Cases<QByteArray, QByteArray> add("steps", "error");
-        const QByteArray terminated("ERROR: backend helper terminated");
-        const QByteArray someParserError("ERROR: ");
-        add("noise printed before the reply", R"([{"write-raw":"debug\n"}])", someParserError);
-        add("noise printed without a flush", R"([{"print":"debug\n"}])", someParserError);
-        add("noise on the reply's own line", R"([{"write-raw":"debug "}])", someParserError);
-        add("an empty line before the reply", R"([{"write-raw":"\n"}])", someParserError);
-        add("a reply nested 100,000 deep",
-            QByteArray(R"([{"write-raw":")") + QByteArray(100'000, '[') + QByteArray(R"(\n"}])"), someParserError);
-        add("not a number", R"([{"answer-json-text":"NaN"}])", someParserError);
-        add("no line feed until the helper dies", "[{\"write-raw\":\"{\\\"ok\\\":true\"},{\"exit\":3}]", terminated);
-        add("the helper exits in a function", R"([{"exit":0}])", terminated);
-        add("the helper closes its output", R"([{"close-output":true},{"sleep":0.2}])", terminated);
-    }
-
     void failuresRecoverOnTheNextCall()
     {
-        QFETCH(QByteArray, steps);
-        QFETCH(QByteArray, error);
-        m_backend->script("fail", Json::parse(steps.toStdString()));
-        QCOMPARE(NeloBackend::call("ping"), std::string(R"({"pong":1})"));
-
-        const QByteArray reply = QByteArray::fromStdString(NeloBackend::call("fail"));
-        QVERIFY2(reply.startsWith(error), reply.constData());
-        verifyNextCallWorks();
-        QCOMPARE(m_backend->count("fail"), 1); // it is not tried again
+        const std::string terminated("ERROR: backend helper terminated");
+        const CaseTable<std::vector<Json>, std::string> cases{
+            {"noise before the reply", {{{"write-raw", "debug\n"}}}, "ERROR: "},
+            {"noise without a flush", {{{"print", "debug\n"}}}, "ERROR: "},
+            {"half a line, and the helper dies", {{{"write-raw", "{\"ok\":true"}}, {{"exit", 3}}}, terminated},
+            {"the helper exits in a function", {{{"exit", 0}}}, terminated},
+            {"the helper closes its output", {{{"close-output", true}}, {{"sleep", 0.2}}}, terminated},
+        };
+        for (const auto& [steps, error] : cases) {
+            m_backend->script("fail", steps);
+            QCOMPARE(NeloBackend::call("ping"), std::string(R"({"pong":1})"));
+            const int callsBefore = m_backend->count("fail");
+            const std::string reply = NeloBackend::call("fail");
+            QVERIFY2(reply.starts_with(error), reply.c_str());
+            verifyNextCallWorks();
+            QCOMPARE(m_backend->count("fail"), callsBefore + 1); // it is not tried again
+        }
     }
 
     void aLineTooManyIsTheReplyAndLeavesTheRealOneToTheNextCall()
@@ -236,32 +203,30 @@ private slots:
         QTRY_VERIFY(ran);
     }
 
-    void shutdownLeavesNothing_data()
-    {
-        const Cases<std::string, bool> add("function", "isKilledBefore");
-        add("of a helper that waits", "pid", false);
-        add("of a helper that has died", "pid", true);
-        add("of a dropped helper that is busy", "detach", false);
-        add("where there is no helper", {}, false);
-    }
-
     void shutdownLeavesNothing()
     {
-        QFETCH(std::string, function);
-        QFETCH(bool, isKilledBefore);
         const QString file = m_backend->folder(u"terminated"_s);
         m_backend->script(
             "detach",
             {{{"create-file-when-terminated", file.toStdString()}}, {{"close-output", true}}, {{"sleep", 60}}});
-        const std::string reply = function.empty() ? std::string() : NeloBackend::call(function);
-        QCOMPARE(ProcessTable::children().size(), function.empty() ? 0U : 1U);
-        if (isKilledBefore)
-            kill(std::stoi(reply), SIGKILL);
-        NeloBackend::shutdown();
-        QVERIFY(ProcessTable::children().empty());
-        QCOMPARE(ProcessTable::openDescriptors(), m_descriptorsBefore);
-        QCOMPARE(QFile::exists(file), function == "detach"); // it was asked to terminate, and had the time
-        verifyNextCallWorks();
+        const CaseTable<std::string, bool> cases{
+            {"where there is no helper", {}, false},
+            {"of a helper that waits", "pid", false},
+            {"of a helper that has died", "pid", true},
+            {"of a dropped helper that is busy", "detach", false},
+        };
+        for (const auto& [function, isKilledBefore] : cases) {
+            const std::string reply = function.empty() ? std::string() : NeloBackend::call(function);
+            QCOMPARE(ProcessTable::children().size(), function.empty() ? 0U : 1U);
+            if (isKilledBefore)
+                kill(std::stoi(reply), SIGKILL);
+            NeloBackend::shutdown();
+            QVERIFY(ProcessTable::children().empty());
+            QCOMPARE(ProcessTable::openDescriptors(), m_check->descriptorsBefore);
+            QCOMPARE(QFile::exists(file), function == "detach"); // it was asked to terminate, and had the time
+            verifyNextCallWorks();
+            NeloBackend::shutdown();
+        }
     }
 
     void shutdownWaitsForACallInProgress()
@@ -286,8 +251,6 @@ private slots:
             QCOMPARE(NeloBackend::call("ping"), std::string("ERROR: backend helper terminated"));
         qputenv("PATH", path);
         verifyNextCallWorks();
-        NeloBackend::shutdown();
-        QCOMPARE(ProcessTable::openDescriptors(), m_descriptorsBefore);
     }
 
     void aProjectFolderThatCannotBeEnteredIsTheSystemsError()
@@ -300,55 +263,50 @@ private slots:
         verifyNextCallWorks();
     }
 
-    void manyThreadsEachGetTheirOwnReplies_data()
-    {
-        const Cases<std::string> add("disturbance");
-        add("alone", {});
-        add("while one shuts the helper down", "shutdown");
-        add("while the helper keeps dying", "die");
-    }
-
     void manyThreadsEachGetTheirOwnReplies()
     {
-        QFETCH(std::string, disturbance);
         m_backend->script("die", {{{"exit", 1}}});
-        std::atomic<int> wrong = 0;
-        onEightThreads([&](int thread) {
-            for (int call = 0; call < (disturbance.empty() ? 100 : 10); ++call) {
-                const std::string text = std::to_string(thread) + '/' + std::to_string(call);
-                if (disturbance == "die" && call % 4 == thread % 4)
-                    wrong += NeloBackend::call("die") != "ERROR: backend helper terminated";
-                else if (disturbance == "shutdown" && thread == 0)
-                    NeloBackend::shutdown();
-                else
-                    wrong += NeloBackend::call("echo", {text}) != "[\"" + text + "\"]";
+        const CaseTable<std::string> cases{
+            {"alone", {}},
+            {"while one shuts the helper down", "shutdown"},
+            {"while the helper keeps dying", "die"},
+        };
+        for (const auto& [disturbance] : cases) {
+            std::atomic<int> wrong = 0;
+            const auto makeCalls = [&, disturbance = disturbance](int thread) {
+                for (int call = 0; call < (disturbance.empty() ? 100 : 10); ++call) {
+                    const std::string text = std::to_string(thread) + '/' + std::to_string(call);
+                    if (disturbance == "die" && call % 4 == thread % 4)
+                        wrong += NeloBackend::call("die") != "ERROR: backend helper terminated";
+                    else if (disturbance == "shutdown" && thread == 0)
+                        NeloBackend::shutdown();
+                    else
+                        wrong += NeloBackend::call("echo", {text}) != "[\"" + text + "\"]";
+                }
+            };
+            {
+                std::vector<std::jthread> threads;
+                for (int thread = 0; thread < 8; ++thread)
+                    threads.emplace_back(makeCalls, thread);
             }
-        });
-        QCOMPARE(wrong.load(), 0);
-        verifyNextCallWorks();
-    }
-
-    void theProjectRootFollowsTheNameOfTheWorkingDirectory_data()
-    {
-        QTest::addColumn<QString>("workingDirectory");
-        QTest::addColumn<QString>("root");
-        const QString built = u"/build/repository"_s;
-        QTest::newRow("the application's own folder gives its parent")
-            << u"/home/me/nelo/macos-native"_s << u"/home/me/nelo"_s;
-        QTest::newRow("the repository folder gives itself") << u"/home/me/nelohub"_s << u"/home/me/nelohub"_s;
-        QTest::newRow("blanks and Chinese letters stay") << u"/家 1/nelohub"_s << u"/家 1/nelohub"_s;
-        for (const char* other : {"/home/nelohub/work", "/x/macos-native/Sources", "/x/MacOS-native", "/x/NeloHub",
-                                  "/x/nelohub2", "/", ""}) // the last one is a folder that is gone
-            QTest::addRow("any other: %s", other) << QString::fromLatin1(other) << built;
+            QCOMPARE(wrong.load(), 0);
+            verifyNextCallWorks();
+        }
     }
 
     void theProjectRootFollowsTheNameOfTheWorkingDirectory()
     {
-        QFETCH(QString, workingDirectory);
-        QFETCH(QString, root);
-        const auto found = NeloBackend::projectRoot(workingDirectory.toStdString(),
-                                                    "/build/repository/macos-native/Sources/NeloMenuBar/main.cpp");
-        QCOMPARE(QString::fromStdString(found.string()), root);
+        const auto rootFor = [](const char* workingDirectory) {
+            return NeloBackend::projectRoot(workingDirectory,
+                                            "/build/repository/macos-native/Sources/NeloMenuBar/main.cpp")
+                .string();
+        };
+        QCOMPARE(rootFor("/home/me/nelo/macos-native"), std::string("/home/me/nelo"));
+        for (const char* repository : {"/home/me/nelohub", "/家 1/nelohub"})
+            QCOMPARE(rootFor(repository), std::string(repository));
+        for (const char* other : {"/home/nelohub/work", "/x/macos-native/Sources", "/x/MacOS-native", "/x/NeloHub",
+                                  "/x/nelohub2", "/", ""}) // the last one is a folder that is gone
+            QVERIFY2(rootFor(other) == "/build/repository", other);
     }
 
 private:
@@ -360,8 +318,8 @@ private:
         QTRY_VERIFY(NeloBackend::call("ping") == R"({"pong":1})" && ProcessTable::children().size() == 1U);
     }
 
-    int m_descriptorsBefore = 0;
-    std::optional<ScriptedBackend> m_backend;
+    Fresh<LeftoverCheck> m_check{this};
+    Fresh<ScriptedBackend> m_backend{this};
 };
 
 QTEST_GUILESS_MAIN(TestNeloBackend)

@@ -71,6 +71,9 @@ private slots:
         QVERIFY(parseJson(R"(["a\")" + nested(maxJsonDepth + 1) + "\"]").is_array()); // all of it is a string
         QVERIFY(parseJson(R"(["a\\",)" + nested(maxJsonDepth - 1) + "]").is_array());
         QVERIFY(parseJson(R"(["a\\",)" + nested(maxJsonDepth) + "]").is_discarded()); // the string ends before
+        QVERIFY(parseJson(nested(1'000'000)).is_discarded());
+        const Json sideBySide(std::size_t{2} * maxJsonDepth, Json{{"list", Json::array()}}); // these are not nested
+        QVERIFY(parseJson(sideBySide.dump()) == sideBySide);
     }
 
     void whatIsNoJsonIsDiscarded()
