@@ -16,7 +16,7 @@ namespace {
 const std::string question = "ping";
 const std::string goodAnswer = R"({"pong":1})";
 
-/// What the next helper is to suffer from, through its environment; nothing once the object has gone.
+/// Gives the next helper a fault through its environment, while the object lives.
 class HelperFault final
 {
 public:
@@ -43,7 +43,8 @@ bool isFailure(const std::string& reply)
 
 } // namespace
 
-/// Starting the helper and asking it something, while one call after the other fails: on our side or on the helper's.
+/// Starting the helper and calling a function, while one system call after the other fails in the program or the
+/// helper.
 class TestBackendFaults final : public TestCase
 {
     Q_OBJECT
@@ -55,7 +56,7 @@ private slots:
         m_backend->answer(question, {{"pong", 1}});
     }
 
-    void aCallAnswersOrSaysWhyNot()
+    void aCallGivesItsAnswerOrTheReason()
     {
         const CaseTable<Fault, std::string> cases{
             {"out of descriptors", Fault{"pipe", EMFILE}, "ERROR: Too many open files"},
@@ -83,7 +84,7 @@ private slots:
         }
     }
 
-    void aHelperInTroubleAnswersOrIsReplaced()
+    void aHelperWithAFaultAnswersOrIsReplaced()
     {
         const CaseTable<Fault> cases{
             {"it cannot open a file", Fault{"open", EMFILE}},
@@ -106,7 +107,7 @@ private slots:
                 const bool mayFail = QFile::exists(struck) && !fault.isSurvived;
                 QVERIFY2(reply == goodAnswer || (mayFail && isFailure(reply)), reply.c_str());
                 if (!QFile::exists(struck))
-                    NeloBackend::shutdown(); // before it comes to that in the next call
+                    NeloBackend::shutdown(); // otherwise the fault would come in the next call
                 QCOMPARE(NeloBackend::call(question), goodAnswer);
             } while (QFile::exists(struck));
             QVERIFY(number > 1);

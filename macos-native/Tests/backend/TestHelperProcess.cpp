@@ -56,26 +56,12 @@ private slots:
         }
     }
 
-    void runsInItsFolder()
-    {
-        const QTemporaryDir folder(QDir::tempPath() + QStringLiteral("/家 XXXXXX"));
-        HelperProcess child = std::get<HelperProcess>(
-            HelperProcess::launch({"/bin/sh", "-c", "pwd -P; read go"}, folder.path().toStdString(), *m_reaper));
-        QCOMPARE(lineOf(child), QDir(folder.path()).canonicalPath().toStdString());
-    }
-
     void aFailedLaunchIsTheSystemsError()
     {
         for (const auto& [program, folder] : {std::pair{"/bin/sh", "/no/such/folder"}, {"/no/such/program", "/"}}) {
             const auto launch = HelperProcess::launch({program, "-c", "true"}, folder, *m_reaper);
             QCOMPARE(std::get<std::error_code>(launch), std::errc::no_such_file_or_directory);
         }
-    }
-
-    void theEndOfItsOutputIsNoLine()
-    {
-        HelperProcess child = shell("printf half");
-        QVERIFY(std::holds_alternative<HelperProcess::EndOfFile>(child.readLine()));
     }
 
     void aChildThatExitedNoLongerRuns()
@@ -88,19 +74,19 @@ private slots:
         for (const auto& [spareDescriptors] : cases) {
             std::vector<FileDescriptor> taken = allDescriptorsBut(spareDescriptors);
             HelperProcess child =
-                shell("exec 3<&0; cat <&3 & echo ready; read go"); // which leaves its pipes to a child of its own
+                shell("exec 3<&0; cat <&3 & echo ready; read go"); // a grandchild keeps the pipes open
             taken.clear();
             QCOMPARE(lineOf(child), std::string("ready"));
             QVERIFY(child.isRunning());
             kill(child.processId(), SIGKILL);
             QTRY_VERIFY(!child.isRunning());
-            QVERIFY(!child.isRunning()); // looking does not reap it
+            QVERIFY(!child.isRunning()); // the query does not reap it
             QVERIFY(!child.write("hello\n"));
             QCOMPARE(lineOf(child), std::string("hello"));
         }
     }
 
-    void theChildFindsSignalsAsAProgramExpectsThem()
+    void theChildStartsWithTheDefaultSignals()
     {
         sigset_t terminate{};
         sigemptyset(&terminate);
@@ -116,7 +102,7 @@ private slots:
         QVERIFY(!holdsSignal(lineOf(child), SIGPIPE));
     }
 
-    void anEndedChildWaitsForUsThoughItsSignalWasIgnored()
+    void anEndedChildIsKeptThoughSigchldWasIgnored()
     {
         const auto before = signal(SIGCHLD, SIG_IGN);
         {
@@ -177,7 +163,7 @@ private slots:
         QVERIFY(ProcessTable::children().empty());
     }
 
-    void aChildsErrorsAreAPipeThatNobodyReads()
+    void theErrorsOfAChildGoToAPipe()
     {
         HelperProcess child = shell("echo trouble >&2; echo ready; read go");
         QCOMPARE(lineOf(child), std::string("ready"));

@@ -23,10 +23,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The number of a user and a group that are not ours.
+/// The id of a user and a group that this process does not belong to.
 constexpr uid_t someone = 12345;
 
-/// Makes this process a member of `group` alone, beside its own, while it lives; where it may.
+/// Makes this process a member of its own group and `group` only, while it lives, if it has the right.
 class MemberOf final
 {
 public:
@@ -58,7 +58,7 @@ struct stat statusOf(const QString& path)
 
 } // namespace
 
-/// Replacing a file whole or not at all.
+/// Replacing a whole file in one step.
 class TestAtomicFile final : public TestCase
 {
     Q_OBJECT
@@ -90,7 +90,7 @@ private slots:
         QCOMPARE(Files::contentOf(path()), "by a relative path");
     }
 
-    void whatIsNoFileIsNotReplaced()
+    void onlyARegularFileIsReplaced()
     {
         Files::create(path(), "a file");
         QVERIFY(QDir(m_folder->path()).mkdir(u"folder"_s));
@@ -114,7 +114,7 @@ private slots:
         QCOMPARE(Files::contentOf(path()), "a file");
     }
 
-    void aNewFileGetsItsModeWhateverTheUmask()
+    void theUmaskDoesNotChangeTheModeOfANewFile()
     {
         for (const auto& [mask, mode] : {std::pair{022U, 0600U}, {0U, 0600U}, {077U, 0644U}}) {
             const mode_t before = umask(mask);
@@ -179,7 +179,7 @@ private slots:
         QCOMPARE(reader.readAll(), QByteArray("old text"));
     }
 
-    void aSymbolicLinkStaysOne_data()
+    void aSymbolicLinkStaysALink_data()
     {
         const Cases<QString, QString, QString> add("link", "target", "real");
         const QString near = u"elsewhere/real"_s;
@@ -191,7 +191,7 @@ private slots:
         add("a link that climbs out of a linked folder by itself", u"link"_s, u"folder/../elsewhere/real"_s, far);
     }
 
-    void aSymbolicLinkStaysOne()
+    void aSymbolicLinkStaysALink()
     {
         QFETCH(QString, link);
         QFETCH(QString, target);
@@ -216,7 +216,7 @@ private slots:
         }
     }
 
-    void aDanglingLinkGetsItsTarget()
+    void theMissingTargetOfALinkIsMade()
     {
         QVERIFY(QFile::link(u"later"_s, path()));
         QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
@@ -224,7 +224,7 @@ private slots:
         QCOMPARE(Files::contentOf(path(u"later"_s)), "new");
     }
 
-    void aFullDiskLeavesTheEarlierFile()
+    void theEarlierFileStaysWhenTheDiskIsFull()
     {
         const CaseTable<qint64, int> cases{
             {"no room at all", 0, 100},
@@ -248,7 +248,7 @@ private slots:
         }
     }
 
-    void whatAKilledWriterLeftIsRemoved()
+    void theLeftoverOfAKilledWriterIsRemoved()
     {
         Files::create(path(u".nelo-writing-AbcdefghijkZ"_s), "half a fi");
         Files::create(path(u"elsewhere/.nelo-writing-AbcdefghijkZ"_s), "half a fi");
@@ -260,7 +260,7 @@ private slots:
         QCOMPARE(Files::names(m_folder->path()), (QStringList{u"elsewhere"_s, u"file"_s, u"other"_s}));
     }
 
-    void whatALivingWriterWritesStays()
+    void theFileOfARunningWriterIsNotRemoved()
     {
         QFile living(path(u".nelo-writing-AbcdefghijkZ"_s));
         QVERIFY(living.open(QFile::WriteOnly));
@@ -272,7 +272,7 @@ private slots:
         QVERIFY(!living.exists());
     }
 
-    void whatIsNotOursStays()
+    void filesOfOthersAreNotRemoved()
     {
         const QStringList names{
             u".nelo-writing-Abcdefghijk"_s,       // a letter too few
@@ -290,7 +290,7 @@ private slots:
             QVERIFY2(Files::contentOf(path(name)) == "mine", qPrintable(name));
     }
 
-    void aNewFileTakesNobodysPlace()
+    void aNewFileReplacesNothing()
     {
         Files::create(path(u"file"_s), "old");
         QVERIFY(QDir(m_folder->path()).mkdir(u"folder"_s));

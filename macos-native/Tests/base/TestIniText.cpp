@@ -93,7 +93,7 @@ private slots:
             QCOMPARE(iniValue(ini, "key"), valueIn(ini));
     }
 
-    void theFileStaysTextThatAnyoneCanRead()
+    void aPlainValueIsWrittenWithoutEscapes()
     {
         QCOMPARE(withIniValues({}, {{"key", u"sk-proj-A_1.2+/z"_s}}), QByteArray("[General]\nkey=sk-proj-A_1.2+/z\n"));
         QCOMPARE(withIniValues({}, {{"key", u"two words = \"é\"b"_s}}),

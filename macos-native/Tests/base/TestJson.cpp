@@ -63,7 +63,7 @@ private slots:
             QVERIFY2(!isTrue(object, key), key);
     }
 
-    void nestingIsReadUpToItsBound()
+    void nestingIsReadUpToTheMaximumDepth()
     {
         const auto nested = [](std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
         QVERIFY(parseJson(nested(maxJsonDepth)).is_array());
@@ -76,7 +76,7 @@ private slots:
         QVERIFY(parseJson(sideBySide.dump()) == sideBySide);
     }
 
-    void whatIsNoJsonIsDiscarded()
+    void invalidJsonIsDiscarded()
     {
         for (const char* text : {"", " ", "{", "{}{}", "nul", "[1,]", "1e999", "\xff"})
             QVERIFY2(parseJson(text).is_discarded(), text);

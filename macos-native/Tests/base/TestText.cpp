@@ -24,7 +24,8 @@ private slots:
     {
         QCOMPARE(decodeUtf8("\xef\xbb\xbf\xe4\xbd\xa0"), u"\ufeff你"_s);
         QCOMPARE(decodeUtf8(""), QString());
-        for (const char* bytes : {"\xff", "a\xe4\xbd", "\xed\xa0\x80", "\xc0\xaf"}) // the last two only look like it
+        for (const char* bytes :
+             {"\xff", "a\xe4\xbd", "\xed\xa0\x80", "\xc0\xaf"}) // the last two: a surrogate, and an overlong form
             QCOMPARE(decodeUtf8(bytes), std::nullopt);
     }
 
@@ -51,7 +52,8 @@ private slots:
         Files::create(path("unreadable"), "secret");
         QVERIFY(QFile::setPermissions(path("unreadable"), {}));
         QVERIFY(QFile::link(path("circle"), path("circle")));
-        QVERIFY(QFile::link(u"/proc/self/mem"_s, path("breaks off"))); // nothing is at the address zero
+        QVERIFY(
+            QFile::link(u"/proc/self/mem"_s, path("breaks off"))); // the read fails: no memory is at the address zero
         const OrdinaryUser user;
         for (const char* name : {"", "pipe", "none", "none/none", "unreadable", "circle", "breaks off"})
             QVERIFY2(!readFile(path(name)), name);

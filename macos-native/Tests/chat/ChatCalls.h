@@ -17,12 +17,12 @@ public:
     /// Asks and waits for the outcome.
     ChatOutcome ask(const QString& apiKey = QStringLiteral("sk-test"));
 
-    /// Waits until there are `count` outcomes; whether there are.
+    /// Waits until there are `count` outcomes. Returns false when they do not come in time.
     bool waitForOutcomes(std::size_t count) const;
 
     std::unique_ptr<ChatClient> client;
     std::vector<ChatOutcome> outcomes; // in the order in which they came
 };
 
-/// What a good answer says; its failure in angle brackets when it is none.
+/// Returns the text of an answer, or the description of a failure in angle brackets.
 QString textOf(const ChatOutcome& outcome);

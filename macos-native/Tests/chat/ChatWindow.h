@@ -23,11 +23,11 @@ public:
     ChatWindow& operator=(const ChatWindow&) = delete;
     ~ChatWindow();
 
-    /// Makes and shows the window, on what the home holds by now.
+    /// Makes and shows the window. It loads what is in the home folder now.
     void open();
     /// Stores the key "sk-" and its name for every provider, and opens the window.
     void openWithKeys();
-    /// Ends the window and everything in it.
+    /// Deletes the window.
     void close();
 
     /// A control of the window by its object name.
@@ -49,7 +49,7 @@ public:
     /// Types `text` and presses Return.
     void send(const QString& text) const;
 
-    /// The times that the chat waits; they are shorter than those of the program.
+    /// The delays of the chat. They are shorter than in the program.
     static constexpr std::chrono::milliseconds focusDelay{20};
     static constexpr std::chrono::milliseconds persistDelay{10};
 

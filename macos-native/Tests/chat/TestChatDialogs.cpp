@@ -5,7 +5,7 @@
 #include "chat/StoredMessages.h"
 #include "chat/core/NeloChatMessage.h"
 #include "chat/transcript/TranscriptView.h"
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/TestCase.h"
 
 using namespace Qt::StringLiterals;
@@ -16,18 +16,9 @@ class TestChatDialogs final : public TestCase
     Q_OBJECT
 
 private slots:
-    void aMissingKeyKeepsTheText_data()
-    {
-        const Cases<QString> add("key");
-        add("none was ever stored", {});
-        add("a key of blanks is none", u" \n\t"_s);
-    }
-
     void aMissingKeyKeepsTheText()
     {
-        QFETCH(QString, key);
-        if (!key.isEmpty())
-            QVERIFY(!ApiKeyStore().setKeys({{u"kimi"_s, key}}));
+        QVERIFY(!ApiKeyStore().setKeys({{u"kimi"_s, u" \n\t"_s}})); // a key of blanks is none
         m_chat->open();
         m_chat->modelPopup()->setCurrentText(u"moonshot-v1-8k"_s);
         m_chat->transcript()->setFocus();
@@ -55,7 +46,7 @@ private slots:
         m_chat->send(m_question);
         QTRY_COMPARE(m_chat->server.requests().size(), 1);
         QTRY_COMPARE(storedMessages().size(), 2);
-        QVERIFY(QFile::remove(neloChatHistoryURL())); // a failure has it written again
+        QVERIFY(QFile::remove(neloChatHistoryURL())); // after a failure it is written again
         const HttpAnswer refusal = HttpAnswer::message(401, "{\"error\":\"<b>no</b>\"}");
         const auto fail = [this, &refusal] { m_chat->server.answer(0, refusal); };
         const DialogRobot::Shown alert = answerDialog(fail, [this, &statusMeanwhile](QDialog& dialog) {
@@ -70,6 +61,9 @@ private slots:
         QCOMPARE(m_chat->logEntries().last(), u"request failed: "_s + alert.text);
         QCOMPARE(m_chat->window()->focusWidget(), m_chat->inputField());
         QTRY_COMPARE(storedMessages().size(), 2);
+        QVERIFY(!m_chat->window()->windowTitle().contains(u"sk-openai")); // the key is shown and stored nowhere
+        QVERIFY(!m_chat->logEntries().join(u' ').contains(u"sk-openai"));
+        QVERIFY(!Files::contentOf(neloChatHistoryURL()).contains("sk-openai"));
     }
 
     void aFailureBeforeTheRequestIsShown()
@@ -80,60 +74,41 @@ private slots:
         QCOMPARE(m_chat->bubbles().last(), u"Me: "_s + m_question);
     }
 
-    void theKeyIsNeverToldToAnybody()
-    {
-        QVERIFY(!ApiKeyStore().setKeys({{u"openai"_s, u"sk-very-secret"_s}}));
-        m_chat->open();
-        m_chat->server.answerInTurn({replyOf(u"yes"_s), HttpAnswer::message(401, "no")});
-        m_chat->send(u"one"_s);
-        QTRY_COMPARE(m_chat->status(), u"request succeeded"_s);
-        const DialogRobot::Shown alert = answerDialog([this] { m_chat->send(u"two"_s); });
-        QVERIFY(!alert.text.contains(u"secret"));
-        QVERIFY(!m_chat->logEntries().join(u' ').contains(u"secret"));
-        QVERIFY(!Files::contentOf(neloChatHistoryURL()).contains("secret"));
-        QVERIFY(!m_chat->window()->windowTitle().contains(u"secret"));
-    }
-
-    void theKeyDialogStoresWhatIsSaved_data()
-    {
-        const Cases<QString, Qt::Key, QString> add("typed", "key", "stored");
-        add("Return saves, without blanks", u" sk-new  "_s, Qt::Key_Return, u"sk-new"_s);
-        add("nothing is saved too", u"  "_s, Qt::Key_Return, {});
-        add("Escape keeps what was stored", u"other"_s, Qt::Key_Escape, u"sk-kimi"_s);
-    }
-
     void theKeyDialogStoresWhatIsSaved()
     {
-        QFETCH(QString, typed);
-        QFETCH(Qt::Key, key);
-        QFETCH(QString, stored);
-        m_chat->openWithKeys();
-        m_chat->modelPopup()->setCurrentText(u"moonshot-v1-8k"_s);
-        const auto answer = [typed, key](QDialog& dialog) {
-            auto* field = dialog.findChild<QLineEdit*>();
-            QVERIFY(field->hasFocus());
-            QCOMPARE(field->text(), u"sk-kimi"_s);
-            QCOMPARE(field->placeholderText(), u"KIMI API Key"_s);
-            QCOMPARE(field->accessibleName(), u"KIMI API Key"_s);
-            QCOMPARE(field->echoMode(), QLineEdit::Password);
-            QCOMPARE(field->size(), QSize(280, 24));
-            field->selectAll();
-            QTest::keyClicks(field, typed);
-            QTest::keyClick(field, key);
+        const CaseTable<QString, Qt::Key, QString> cases{
+            {"Return saves, without blanks", u" sk-new  "_s, Qt::Key_Return, u"sk-new"_s},
+            {"Escape keeps what was stored", u"other"_s, Qt::Key_Escape, u"sk-kimi"_s},
+            {"an empty text is saved too", u"  "_s, Qt::Key_Return, {}},
         };
-        const DialogRobot::Shown seen =
-            answerDialog([this] { QTest::mouseClick(m_chat->plusButton(), Qt::LeftButton); }, answer);
-        QCOMPARE(seen.title, u"Configure API Key"_s);
-        QCOMPARE(seen.text, u"kimi / moonshot-v1-8k"_s);
-        QCOMPARE(seen.buttons, (QStringList{u"Cancel"_s, u"Save"_s}));
-        QCOMPARE(seen.defaultButton, u"Save"_s);
-        QCOMPARE(ApiKeyStore().key(u"kimi"_s), stored);
-        QCOMPARE(ApiKeyStore().key(u"openai"_s), u"sk-openai"_s);
-        if (stored.isEmpty())
-            QCOMPARE(answerDialog([this] { m_chat->send(m_question); }).title, u"API Key Required"_s);
+        for (const auto& [typed, key, stored] : cases) {
+            m_chat->openWithKeys();
+            m_chat->modelPopup()->setCurrentText(u"moonshot-v1-8k"_s);
+            const auto answer = [typed = typed, key = key](QDialog& dialog) {
+                auto* field = dialog.findChild<QLineEdit*>();
+                QVERIFY(field->hasFocus());
+                QCOMPARE(field->text(), u"sk-kimi"_s);
+                QCOMPARE(field->placeholderText(), u"KIMI API Key"_s);
+                QCOMPARE(field->accessibleName(), u"KIMI API Key"_s);
+                QCOMPARE(field->echoMode(), QLineEdit::Password);
+                QCOMPARE(field->size(), QSize(280, 24));
+                field->selectAll();
+                QTest::keyClicks(field, typed);
+                QTest::keyClick(field, key);
+            };
+            const DialogRobot::Shown seen =
+                answerDialog([this] { QTest::mouseClick(m_chat->plusButton(), Qt::LeftButton); }, answer);
+            QCOMPARE(seen.title, u"Configure API Key"_s);
+            QCOMPARE(seen.text, u"kimi / moonshot-v1-8k"_s);
+            QCOMPARE(seen.buttons, (QStringList{u"Cancel"_s, u"Save"_s}));
+            QCOMPARE(seen.defaultButton, u"Save"_s);
+            QCOMPARE(ApiKeyStore().key(u"kimi"_s), stored);
+            QCOMPARE(ApiKeyStore().key(u"openai"_s), u"sk-openai"_s);
+        }
+        QCOMPARE(answerDialog([this] { m_chat->send(m_question); }).title, u"API Key Required"_s);
     }
 
-    void aKeyThatCannotBeStoredIsTold()
+    void aKeyThatCannotBeStoredIsReported()
     {
         Files::create(m_chat->home.path(u".config"_s), "a file where the folder should be");
         m_chat->open();
@@ -147,33 +122,25 @@ private slots:
         QVERIFY(!seen.back().text.contains(u"sk-key"));
     }
 
-    void theWindowMayGoWhileItAsks_data()
+    void theWindowMayBeDeletedWhileADialogIsOpen()
     {
-        const Cases<QString> add("about");
-        add("for a key", u"plus"_s);
-        add("about a missing key", u"missing"_s);
-        add("about a failure", u"failure"_s);
-    }
-
-    void theWindowMayGoWhileItAsks()
-    {
-        QFETCH(QString, about);
-        if (about == u"missing")
-            m_chat->open();
-        else
-            m_chat->openWithKeys();
         m_chat->server.answerEach(HttpAnswer::message(500, "no"));
-        const auto ask = [this, &about] {
-            m_chat->inputField()->setText(m_question);
-            QPushButton* button = about == u"plus" ? m_chat->plusButton() : m_chat->sendButton();
-            button->click();
-        };
-        const DialogRobot::Shown seen = answerDialog(ask, [this](QDialog& dialog) {
-            m_chat->close();
-            dialog.accept();
-        });
-        QVERIFY(seen.title != u"no dialog");
-        QVERIFY(!m_chat->window());
+        for (const QString& title : {u"API Key Required"_s, u"Configure API Key"_s, u"Request Failed"_s}) {
+            if (title == u"API Key Required")
+                m_chat->open();
+            else
+                m_chat->openWithKeys();
+            const auto ask = [this, &title] {
+                m_chat->inputField()->setText(m_question);
+                (title == u"Configure API Key" ? m_chat->plusButton() : m_chat->sendButton())->click();
+            };
+            const DialogRobot::Shown seen = answerDialog(ask, [this](QDialog& dialog) {
+                m_chat->close();
+                dialog.accept();
+            });
+            QCOMPARE(seen.title, title);
+            QVERIFY(!m_chat->window());
+        }
     }
 
 private:

@@ -4,6 +4,7 @@
 #include "chat/StoredMessages.h"
 #include "chat/core/NeloChatMessage.h"
 #include "chat/transcript/TranscriptView.h"
+#include "support/Cases.h"
 #include "support/Corpora.h"
 #include "support/TestCase.h"
 #include "support/TestHome.h"
@@ -13,22 +14,13 @@ using namespace std::chrono_literals;
 
 namespace {
 
-void addTexts()
-{
-    QTest::addColumn<QByteArray>("text");
-    const QList<JsonText> texts = Corpora::jsonTexts();
-    QVERIFY(texts.size() > 300);
-    for (const JsonText& row : texts)
-        QTest::newRow(row.name.constData()) << row.text;
-}
-
 /// Whether the suite has the case accepted ('y'), refused ('n') or either ('i').
-char verdict()
+char expectation()
 {
     return QTest::currentDataTag()[0];
 }
 
-/// What stands in a list; any other text is itself.
+/// Returns what is between the brackets of a list, and any other text as it is.
 QByteArray withoutList(const QByteArray& json)
 {
     return json.startsWith('[') && json.endsWith(']') ? json.sliced(1).chopped(1) : json;
@@ -42,7 +34,7 @@ bool isEmptyList(const QByteArray& json)
     return marks == "[]";
 }
 
-/// What the chat window shows of what is kept, before anybody has said anything.
+/// Returns the texts that a new chat window shows.
 QStringList shown()
 {
     ChatViewController chat;
@@ -68,14 +60,22 @@ class TestChatHistoryTexts final : public TestCase
     Q_OBJECT
 
 private slots:
-    void aTextAsTheFileBeginsTheConversationAnew_data() { addTexts(); }
+    void everyTextIsReadAsJson_data()
+    {
+        const Cases<QByteArray> add("text");
+        const QList<JsonText> texts = Corpora::jsonTexts();
+        QVERIFY(texts.size() > 300);
+        for (const JsonText& row : texts)
+            add(row.name.constData(), row.text);
+    }
 
-    void aTextAsTheFileBeginsTheConversationAnew()
+    void everyTextIsReadAsJson()
     {
         QFETCH(QByteArray, text);
+        // None of the texts is a list of records: as the file, each begins the conversation anew.
         storeHistory(text);
-        QCOMPARE(shown(), QStringList{neloWelcomeMessage});     // none of the texts is a list of records
-        QCOMPARE(Files::contentOf(neloChatHistoryURL()), text); // nobody has written yet
+        QCOMPARE(shown(), QStringList{neloWelcomeMessage});
+        QCOMPARE(Files::contentOf(neloChatHistoryURL()), text); // nothing was written yet
 
         Conversation conversation(1h);
         conversation.load();
@@ -87,32 +87,22 @@ private slots:
         QCOMPARE(copies.size(), isEmptyList(text) ? 0 : 1);
         if (!copies.isEmpty())
             QCOMPARE(Files::contentOf(m_home->path(u".nelo/"_s + copies.first())), text);
-    }
 
-    void aTextInPlaceOfAContentMustBeAString_data() { addTexts(); }
-
-    void aTextInPlaceOfAContentMustBeAString()
-    {
-        QFETCH(QByteArray, text);
-        const QByteArray value = withoutList(text); // most strings of the suite stand in one
+        // In place of a content it must be a string.
+        const QByteArray value = withoutList(text); // most strings of the suite are in a list
         storeHistory(historyWith("\"content\":" + value));
         const QList<NeloChatMessage> messages = storedMessages();
         const Json parsed = Json::parse(value.toStdString(), nullptr, false);
-        if (verdict() == 'y' && parsed.is_string())
+        if (expectation() == 'y' && parsed.is_string())
             QCOMPARE(messages.value(0).content, textOf(parsed));
-        else if (verdict() != 'i')
+        else if (expectation() != 'i')
             QVERIFY(messages.isEmpty());
         QCOMPARE(shown(), QStringList{messages.isEmpty() ? neloWelcomeMessage : messages.first().content});
-    }
 
-    void aTextUnderAnotherKeyMustBeJson_data() { addTexts(); }
-
-    void aTextUnderAnotherKeyMustBeJson()
-    {
-        QFETCH(QByteArray, text);
+        // Under another key it must be JSON.
         storeHistory(historyWith("\"content\":\"kept\",\"more\":" + text));
-        if (verdict() != 'i')
-            QCOMPARE(storedMessages().size(), verdict() == 'y' ? 1 : 0);
+        if (expectation() != 'i')
+            QCOMPARE(storedMessages().size(), expectation() == 'y' ? 1 : 0);
         QCOMPARE(shown(), QStringList{storedMessages().isEmpty() ? neloWelcomeMessage : u"kept"_s});
     }
 

@@ -5,14 +5,13 @@
 #include "chat/StoredMessages.h"
 #include "chat/core/NeloChatMessage.h"
 #include "chat/transcript/TranscriptView.h"
-#include "support/Cases.h"
+#include "support/Corpora.h"
 #include "support/TestCase.h"
 
 #include <QApplication>
 #include <QClipboard>
 #include <QElapsedTimer>
 #include <QInputMethodEvent>
-#include <QScreen>
 #include <QTimer>
 
 using namespace Qt::StringLiterals;
@@ -24,12 +23,12 @@ class TestChatViewController final : public TestCase
     Q_OBJECT
 
 private slots:
-    void showsTheConversationThatWasKept()
+    void showsTheStoredConversation()
     {
         QList<NeloChatMessage> kept(500, {userRole, u"question"_s, u"a"_s});
         kept.append({{assistantRole, u"answer"_s, u"b"_s}, {u"system"_s, u"other"_s, u"c"_s}});
         storeHistory(encodeChatMessages(kept));
-        m_chat->open(); // which takes longer than a write would
+        m_chat->open(); // this takes longer than a write
         QCOMPARE(m_chat->bubbles().size(), 502);
         QCOMPARE(m_chat->bubbles().mid(499), (QStringList{u"Me: question"_s, u"Nelo: answer"_s, u"Nelo: other"_s}));
         QCOMPARE(storedMessages(), kept);
@@ -70,33 +69,31 @@ private slots:
         QVERIFY(!m_chat->window()->isVisible());
     }
 
-    void whatIsNotSent_data()
-    {
-        const Cases<QString, QString> add("typed", "greeting");
-        add("nothing", {}, {});
-        add("blanks", u"  "_s, {});
-        add("a Chinese blank and a tabulator", u"\u3000\t"_s, {});
-        add("a greeting between blanks", u" Hi "_s, u"Hi"_s);
-        add("a greeting in capitals", u"HELLO"_s, u"HELLO"_s);
-        add("a greeting in Chinese", u"在吗"_s, u"在吗"_s);
-    }
-
     void whatIsNotSent()
     {
-        QFETCH(QString, typed);
-        QFETCH(QString, greeting);
-        const bool isGreeting = !greeting.isEmpty();
+        QStringList blanks{{}, u"  "_s, u"\u3000\t"_s};
+        for (const QString& text : Corpora::naughtyStrings()) {
+            if (text.trimmed().isEmpty() && !text.contains(u'\n'))
+                blanks.append(text);
+        }
         m_chat->open(); // no key is needed
         QCOMPARE(m_chat->status(), QString());
-        m_chat->send(typed);
-        QCOMPARE(m_chat->status(), isGreeting ? u"local greeting"_s : u"empty input"_s);
-        QCOMPARE(m_chat->inputField()->text(), isGreeting ? QString() : typed);
-        QVERIFY(m_chat->inputField()->hasFocus());
-        const QString handled = isGreeting ? u"local greeting handled"_s : u"send aborted: empty input"_s;
-        QCOMPARE(m_chat->logEntries(), (QStringList{u"send triggered"_s, handled}));
-        const QStringList exchange{u"Me: "_s + greeting, m_welcome};
-        QCOMPARE(m_chat->bubbles(), QStringList{m_welcome} + (isGreeting ? exchange : QStringList()));
-        QTRY_COMPARE(storedMessages().size(), m_chat->bubbles().size());
+        QStringList bubbles{m_welcome};
+        QStringList log;
+        for (const QString& typed : blanks + QStringList{u" Hi "_s, u"HELLO"_s, u"在吗"_s}) {
+            const QString greeting = typed.trimmed();
+            m_chat->send(typed);
+            QCOMPARE(m_chat->status(), greeting.isEmpty() ? u"empty input"_s : u"local greeting"_s);
+            QCOMPARE(m_chat->inputField()->text(), greeting.isEmpty() ? typed : QString());
+            QVERIFY(m_chat->inputField()->hasFocus());
+            log += {u"send triggered"_s,
+                    greeting.isEmpty() ? u"send aborted: empty input"_s : u"local greeting handled"_s};
+            if (!greeting.isEmpty())
+                bubbles += {u"Me: "_s + greeting, m_welcome};
+            QCOMPARE(m_chat->bubbles(), bubbles);
+        }
+        QCOMPARE(m_chat->logEntries(), log);
+        QTRY_COMPARE(storedMessages().size(), bubbles.size());
         QCOMPARE(storedMessages().constLast().role, assistantRole);
         QVERIFY(m_chat->server.requests().isEmpty());
     }
@@ -143,7 +140,8 @@ private slots:
             steps.append(text + u": "_s + m_chat->status() + u", "_s + m_chat->logEntries().join(u", ") + u", "_s
                          + m_chat->bubbles().last());
         });
-        m_chat->sendButton()->click(); // commits, appends, clears, tells and asks
+        m_chat->sendButton()
+            ->click(); // commits the composition, appends the message, clears the field and sends the request
         const QString begun = u"send triggered, send triggered, "_s;
         QCOMPARE(steps, (QStringList{u"hello there: "_s + begun + m_welcome, u": "_s + begun + u"Me: hello there"_s}));
         QCOMPARE(m_chat->status(), u"request started"_s);
@@ -167,7 +165,7 @@ private slots:
         QVERIFY(m_chat->inputField()->hasFocus());
     }
 
-    void aReplyWhileTheWindowIsClosedIsThereAgain()
+    void aReplyThatArrivesWhileTheWindowIsClosedIsShownLater()
     {
         m_chat->openWithKeys();
         m_chat->server.holdAnswers();
@@ -192,7 +190,8 @@ private slots:
             QTRY_COMPARE(m_chat->server.requests().size(), asked + 1);
             const HttpRequest& request = m_chat->server.requests().last();
             QCOMPARE(request.header("Authorization"), "Bearer sk-" + provider.toUtf8());
-            const QString sentModel = model.isEmpty() ? u"gpt-4o-mini"_s : model; // none is the first
+            const QString sentModel =
+                model.isEmpty() ? u"gpt-4o-mini"_s : model; // without a choice the first model is used
             QVERIFY(request.body.contains("\"model\":\"" + sentModel.toUtf8() + '"'));
             QCOMPARE(m_chat->logEntries().filter(u"request started: provider="_s + provider + u" model="_s).size(), 1);
         }
@@ -217,16 +216,16 @@ private slots:
         QVERIFY(!m_chat->server.requests().last().body.contains("createdAt"));
     }
 
-    void aLongConversationIsSentInFullUntilItIsKept()
+    void aLongConversationIsSentInFullUntilItIsWritten()
     {
-        storeHistory(records(300));
+        storeHistory(encodeChatMessages(QList<NeloChatMessage>(300, NeloChatMessage::now(userRole, u"kept"_s))));
         m_chat->openWithKeys();
         m_chat->server.answerEach(replyOf(u"reply"_s));
         m_chat->send(u"more"_s);
         QTRY_COMPARE(m_chat->server.requests().size(), 1);
         QCOMPARE(messagesOf(m_chat->server.requests().at(0)).size(), 301);
         QTRY_COMPARE(storedMessages().size(), 200);
-        QCOMPARE(m_chat->transcript()->count(), 302); // what is on the screen stays there
+        QCOMPARE(m_chat->transcript()->count(), 302); // the screen keeps all messages
 
         m_chat->send(u"and more"_s);
         QTRY_COMPARE(m_chat->server.requests().size(), 2);
@@ -243,7 +242,7 @@ private slots:
         QCOMPARE(m_chat->inputField()->text(), u"and then"_s);
     }
 
-    void aSelectionStaysCopyableOutOfSightAndFromTheInput()
+    void aSelectionIsCopiedFromTheInputAndWhenItIsOutOfSight()
     {
         m_chat->open();
         QGuiApplication::clipboard()->setText(u"before"_s);
@@ -262,24 +261,13 @@ private slots:
         QTest::keySequence(m_chat->inputField(), QKeySequence::Copy);
         QCOMPARE(QGuiApplication::clipboard()->text(), selected);
 
-        m_chat->inputField()->setText(u"mine"_s); // what is selected where the keyboard is comes first
+        m_chat->inputField()->setText(u"mine"_s); // the selection of the focused control is copied
         m_chat->inputField()->selectAll();
         QTest::keySequence(m_chat->inputField(), QKeySequence::Copy);
         QCOMPARE(QGuiApplication::clipboard()->text(), u"mine"_s);
     }
 
-    void theWheelDoesNotChangeTheModel()
-    {
-        m_chat->open();
-        m_chat->modelPopup()->setFocus();
-        const QPointF center = m_chat->modelPopup()->rect().center();
-        QWheelEvent down(center, m_chat->modelPopup()->mapToGlobal(center), {}, {0, -120}, {}, {}, Qt::NoScrollPhase,
-                         false);
-        QApplication::sendEvent(m_chat->modelPopup(), &down);
-        QCOMPARE(m_chat->modelPopup()->currentIndex(), 0);
-    }
-
-    void repliesComeInTheirOwnOrder()
+    void repliesAreShownInTheOrderOfTheirArrival()
     {
         m_chat->openWithKeys();
         m_chat->server.holdAnswers();
@@ -318,14 +306,6 @@ private slots:
 private:
     const QString m_welcome = u"Nelo: "_s + neloWelcomeMessage;
     const QString m_question = u"What is the time?"_s;
-
-    static QByteArray records(int count)
-    {
-        QList<NeloChatMessage> messages;
-        for (int number = 1; number <= count; ++number)
-            messages.append(NeloChatMessage::now(u"user"_s, QString::number(number)));
-        return encodeChatMessages(messages);
-    }
 
     Fresh<ChatWindow> m_chat{this};
 };

@@ -1,6 +1,6 @@
 #include "chat/MessageField.h"
 
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/TestCase.h"
 
 #include <QApplication>
@@ -16,8 +16,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-enum class Way { Key, Menu, Drop, InputMethod };
-
 /// What an input method says while "ni" becomes 你.
 void compose(QWidget& field, const QString& preedit, const QString& commit = QString())
 {
@@ -26,8 +24,9 @@ void compose(QWidget& field, const QString& preedit, const QString& commit = QSt
     QCoreApplication::sendEvent(&field, &event);
 }
 
-void pasteFromMenu(QWidget& field)
+void pasteFromMenu(QWidget& field, const QString& text)
 {
+    QGuiApplication::clipboard()->setText(text);
     QContextMenuEvent event(QContextMenuEvent::Mouse, {5, 5}, field.mapToGlobal(QPoint(5, 5)));
     QCoreApplication::sendEvent(&field, &event);
     auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
@@ -50,19 +49,15 @@ void drop(QWidget& field, const QString& text)
     QVERIFY(event.isAccepted());
 }
 
-void enter(MessageField& field, const QString& text, Way way)
+void commit(QWidget& field, const QString& text)
+{
+    compose(field, QString(), text);
+}
+
+void paste(QWidget& field, const QString& text)
 {
     QGuiApplication::clipboard()->setText(text);
-    switch (way) {
-    case Way::Key:
-        return QTest::keySequence(&field, QKeySequence::Paste);
-    case Way::Menu:
-        return pasteFromMenu(field);
-    case Way::Drop:
-        return drop(field, text);
-    case Way::InputMethod:
-        return compose(field, QString(), text);
-    }
+    QTest::keySequence(&field, QKeySequence::Paste);
 }
 
 } // namespace
@@ -73,49 +68,43 @@ class TestMessageField final : public TestCase
     Q_OBJECT
 
 private slots:
-    void lineBreaksBecomeBlanksAndCanBeUndone_data()
-    {
-        const Cases<Way, QString, QString> add("way", "entered", "text");
-        add("a line feed", Way::Key, u"one\ntwo"_s, u"one two"_s);
-        add("a carriage return", Way::Key, u"one\rtwo"_s, u"one two"_s);
-        add("both are one", Way::Key, u"one\r\ntwo"_s, u"one two"_s);
-        add("Unicode's own", Way::Key, u"one\u2028two\u2029three"_s, u"one two three"_s);
-        add("a vertical tabulator and a form feed", Way::Key, u"one\vtwo\fthree"_s, u"one two three"_s);
-        add("the next-line control", Way::Key, u"one\u0085two"_s, u"one two"_s);
-        add("an empty line is two", Way::Key, u"one\n\ntwo"_s, u"one  two"_s);
-        add("at the end", Way::Key, u"one\n"_s, u"one "_s);
-        add("a tabulator stays", Way::Key, u"one\ttwo"_s, u"one\ttwo"_s);
-        add("pasted from the menu", Way::Menu, u"one\ntwo"_s, u"one two"_s);
-        add("dropped", Way::Drop, u"one\r\ntwo"_s, u"one two"_s);
-        add("from an input method", Way::InputMethod, u"one\ntwo"_s, u"one two"_s);
-        const QString document = u"a line of it\n"_s.repeated(20'000);
-        add("a long document", Way::Key, document, QString(document).replace(u'\n', u' '));
-    }
-
     void lineBreaksBecomeBlanksAndCanBeUndone()
     {
-        QFETCH(Way, way);
-        QFETCH(QString, entered);
-        MessageField field;
-        field.setAttribute(Qt::WA_DontShowOnScreen);
-        field.show();
-        enter(field, entered, way);
-        QTEST(field.text(), "text");
-        field.clear();
-        QTest::keyClicks(&field, u"typed"_s);
-        field.selectAll();
-        enter(field, entered, way);
-        QVERIFY(field.text() != u"typed"_s);
-        field.undo();
-        QCOMPARE(field.text(), u"typed"_s);
+        const QString document = u"a line of it\n"_s.repeated(20'000);
+        const CaseTable<void (*)(QWidget&, const QString&), QString, QString> cases{
+            {"a line feed", paste, u"one\ntwo"_s, u"one two"_s},
+            {"a carriage return", paste, u"one\rtwo"_s, u"one two"_s},
+            {"both are one", paste, u"one\r\ntwo"_s, u"one two"_s},
+            {"Unicode's own", paste, u"one\u2028two\u2029three"_s, u"one two three"_s},
+            {"a vertical tabulator and a form feed", paste, u"one\vtwo\fthree"_s, u"one two three"_s},
+            {"the next-line control", paste, u"one\u0085two"_s, u"one two"_s},
+            {"an empty line is two", paste, u"one\n\ntwo"_s, u"one  two"_s},
+            {"at the end", paste, u"one\n"_s, u"one "_s},
+            {"a tabulator stays", paste, u"one\ttwo"_s, u"one\ttwo"_s},
+            {"pasted from the menu", pasteFromMenu, u"one\ntwo"_s, u"one two"_s},
+            {"dropped", drop, u"one\r\ntwo"_s, u"one two"_s},
+            {"from an input method", commit, u"one\ntwo"_s, u"one two"_s},
+            {"a long document", paste, document, QString(document).replace(u'\n', u' ')},
+        };
+        for (const auto& [enter, entered, text] : cases) {
+            MessageField field;
+            field.setAttribute(Qt::WA_DontShowOnScreen);
+            field.show();
+            QTest::keyClicks(&field, u"typed"_s);
+            field.selectAll();
+            enter(field, entered);
+            QCOMPARE(field.text(), text);
+            field.undo();
+            QCOMPARE(field.text(), u"typed"_s);
+        }
     }
 
-    void whatIsPastedIsOneStepOfUndoingBeforeTheCursor()
+    void aPastedTextIsOneUndoStep()
     {
         MessageField field;
         QTest::keyClicks(&field, u"a z"_s);
         field.setCursorPosition(2);
-        enter(field, u"b\r\n"_s, Way::Key);
+        paste(field, u"b\r\n"_s);
         QCOMPARE(field.cursorPosition(), 4);
         QTest::keyClicks(&field, u"c"_s);
         QStringList texts{field.text()};
@@ -126,7 +115,7 @@ private slots:
         QCOMPARE(texts, (QStringList{u"a b cz"_s, u"a b z"_s, u"a z"_s, QString()}));
     }
 
-    void copyWithoutASelectionIsForTheParent()
+    void copyWithoutASelectionGoesToTheParent()
     {
         MessageField field;
         const QKeyCombination copy = QKeySequence(QKeySequence::Copy)[0];
@@ -173,7 +162,7 @@ private slots:
         field.commitComposition();
         QCOMPARE(field.text(), u"你hao"_s);
         compose(field, u"x"_s);
-        compose(field, QString()); // given up
+        compose(field, QString()); // the composition is cancelled
         field.commitComposition();
         QCOMPARE(field.text(), u"你hao"_s);
     }

@@ -1,5 +1,5 @@
 #include "chat/ChatCalls.h"
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/Files.h"
 #include "support/ProcessTable.h"
 #include "support/TestCase.h"
@@ -9,15 +9,6 @@
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
-
-namespace {
-
-HttpAnswer keptAnswer()
-{
-    return replyOf(u"hello"_s).keptAlive();
-}
-
-} // namespace
 
 /// Connections that serve several calls, and when they do not.
 class TestChatConnections final : public TestCase
@@ -46,7 +37,7 @@ private slots:
                 QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
             QCOMPARE(server->connectionCount(), 1);
 
-            server->answerEach(HttpAnswer::rawThenClose(keptAnswer().bytes())); // unannounced
+            server->answerEach(HttpAnswer::rawThenClose(keptAnswer().bytes())); // without an announcement in the head
             for (int call = 1; call <= 3; ++call) {
                 QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
                 QTRY_COMPARE(server->openConnections(), 0);
@@ -55,69 +46,64 @@ private slots:
         }
     }
 
-    void aRequestOnAKeptConnectionIsSentOnce_data()
-    {
-        const Cases<HttpAnswer, QString> add("answer", "words");
-        const QString unknown = u"the connection closed before an answer; the message may have arrived"_s;
-        add("the server closes", HttpAnswer::rawThenClose(""), unknown);
-        add("the server resets", HttpAnswer{{}, HttpAnswer::End::Reset}, unknown);
-        add("the server closes after half a head", HttpAnswer::rawThenClose("HTTP/1.1 200 OK\r\nCont"),
-            u"Server returned nothing (no headers, no data)"_s);
-        add("the server closes after \"continue\"", HttpAnswer::rawThenClose("HTTP/1.1 100 Continue\r\n\r\n"),
-            u"Empty reply from server"_s);
-    }
-
     void aRequestOnAKeptConnectionIsSentOnce()
     {
-        QFETCH(HttpAnswer, answer);
-        QFETCH(QString, words);
-        for (HttpServer* const server : {&m_calls->server, m_encrypted.get()}) {
-            m_calls->setEndpoint(server->url());
-            server->answerInTurn({keptAnswer(), answer, keptAnswer()});
-            QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
-            QCOMPARE(textOf(m_calls->ask()), u"<127.0.0.1: %1>"_s.arg(words));
-            QCOMPARE(server->requests().size(), 2);
-            QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
-            QCOMPARE(server->connectionCount(), 2);
+        const QString unknown = u"the connection closed before an answer; the message may have arrived"_s;
+        const CaseTable<HttpAnswer, QString> cases{
+            {"the server closes", HttpAnswer::rawThenClose(""), unknown},
+            {"the server resets", HttpAnswer{{}, HttpAnswer::End::Reset}, unknown},
+            {"the server closes after half a head", HttpAnswer::rawThenClose("HTTP/1.1 200 OK\r\nCont"),
+             u"Server returned nothing (no headers, no data)"_s},
+            {"the server closes after \"continue\"", HttpAnswer::rawThenClose("HTTP/1.1 100 Continue\r\n\r\n"),
+             u"Empty reply from server"_s},
+        };
+        for (const auto& [answer, words] : cases) {
+            for (HttpServer* const server : {&m_calls->server, m_encrypted.get()}) {
+                m_calls->setEndpoint(server->url());
+                server->answerInTurn({keptAnswer(), answer, HttpAnswer::rawThenClose(keptAnswer().bytes())});
+                const qsizetype requestsBefore = server->requests().size();
+                const int connectionsBefore = server->connectionCount();
+                QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
+                QCOMPARE(textOf(m_calls->ask()), u"<127.0.0.1: %1>"_s.arg(words));
+                QCOMPARE(server->requests().size(), requestsBefore + 2);
+                QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
+                QCOMPARE(server->connectionCount(), connectionsBefore + 2);
+                QTRY_COMPARE(server->openConnections(), 0);
+            }
         }
-    }
-
-    void anOldConnectionIsNotUsed_data()
-    {
-        const Cases<std::chrono::milliseconds, bool, int> add("jump", "isOtherUnderWay", "connections");
-        add("the clock goes on", 0ms, false, 1);
-        add("the machine slept for more than a minute", std::chrono::milliseconds(61s), false, 2);
-        add("the clock was set back", std::chrono::milliseconds(-1h), false, 2);
-        add("it slept while another call is under way", std::chrono::milliseconds(1h), true, 3);
     }
 
     void anOldConnectionIsNotUsed()
     {
-        QFETCH(std::chrono::milliseconds, jump);
-        QFETCH(bool, isOtherUnderWay);
-        QFETCH(int, connections);
+        const CaseTable<std::chrono::milliseconds, bool, int> cases{
+            {"the clock goes on", 0ms, false, 1},
+            {"the machine slept for more than a minute", std::chrono::milliseconds(61s), false, 2},
+            {"the clock was set back", std::chrono::milliseconds(-1h), false, 2},
+            {"it slept while another call is under way", std::chrono::milliseconds(1h), true, 3},
+        };
         QCOMPARE(TransferLimits().idleness, 60s);
-        std::atomic<std::chrono::milliseconds> shift{0ms};
-        TransferLimits limits;
-        limits.wallClock = [&shift] { return std::chrono::system_clock::now() + shift.load(); };
-        m_calls->client = std::make_unique<ChatClient>(limits);
-        m_calls->server.answerBy([](const HttpRequest& request) {
-            return questionOf(request) == u"held"_s ? std::nullopt : std::optional(keptAnswer());
-        });
-        if (isOtherUnderWay) {
-            m_calls->start(u"held"_s);
-            QTRY_COMPARE(m_calls->server.requests().size(), 1);
+        for (const auto& [jump, isOtherUnderWay, connections] : cases) {
+            std::atomic<std::chrono::milliseconds> shift{0ms};
+            TransferLimits limits;
+            limits.wallClock = [&shift] { return std::chrono::system_clock::now() + shift.load(); };
+            ChatCalls calls(limits);
+            calls.server.answerBy([](const HttpRequest& request) {
+                return questionOf(request) == u"held"_s ? std::nullopt : std::optional(keptAnswer());
+            });
+            if (isOtherUnderWay) {
+                calls.start(u"held"_s);
+                QTRY_COMPARE(calls.server.requests().size(), 1);
+            }
+            QCOMPARE(textOf(calls.ask()), u"hello"_s);
+            shift = jump;
+            QCOMPARE(textOf(calls.ask()), u"hello"_s);
+            QCOMPARE(calls.server.connectionCount(), connections);
         }
-        QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
-        shift = jump;
-        QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
-        QCOMPARE(m_calls->server.connectionCount(), connections);
-        m_calls->client.reset(); // before its clock
     }
 
-    void nothingIsLeftOnceTheConnectionsAreOld()
+    void idleConnectionsAreClosed()
     {
-        QCOMPARE(textOf(m_calls->ask()), u"hello"_s); // what is opened once is open then
+        QCOMPARE(textOf(m_calls->ask()), u"hello"_s); // later calls open no further descriptors that stay
         m_calls->client.reset();
         QTRY_COMPARE(m_calls->server.openConnections(), 0);
         const int descriptors = ProcessTable::openDescriptors();
@@ -133,6 +119,8 @@ private slots:
     }
 
 private:
+    static HttpAnswer keptAnswer() { return replyOf(u"hello"_s).keptAlive(); }
+
     std::optional<TestCertificate> m_certificate;
     std::unique_ptr<HttpServer> m_encrypted;
     Fresh<ChatCalls> m_calls{this};

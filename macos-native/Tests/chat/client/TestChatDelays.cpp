@@ -1,5 +1,5 @@
 #include "chat/ChatCalls.h"
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/Files.h"
 #include "support/Slowness.h"
 #include "support/TestCase.h"
@@ -32,11 +32,6 @@ public:
     ~DeadPath() { kill(getppid(), SIGUSR2); }
 };
 
-HttpAnswer keptAnswer()
-{
-    return replyOf(u"hello"_s).keptAlive();
-}
-
 } // namespace
 
 /// Calls over a path with delay, which support/delayed_network.py makes.
@@ -60,34 +55,30 @@ private slots:
         begin();
     }
 
-    void aKeptConnectionTakesOneRoundTrip_data()
-    {
-        const Cases<int, int> add("bytes", "maxRoundTrips");
-        add("1 KB", 1'000, 1);
-        add("20 KB", 20'000, 1);
-        add("100 KB", 100'000, 2); // more than may be on the way at once
-    }
-
     void aKeptConnectionTakesOneRoundTrip()
     {
-        QFETCH(int, bytes);
-        QFETCH(int, maxRoundTrips);
-        QCOMPARE(roundTripsOfCall(1'000), 3); // TCP's, TLS's and its own
-        for (int call = 0; call < 3; ++call)  // until the connection knows how much the path bears
-            roundTripsOfCall(bytes);
-        QVERIFY(roundTripsOfCall(bytes) <= maxRoundTrips);
+        const CaseTable<int, int> cases{
+            {"1 KB", 1'000, 1}, {"20 KB", 20'000, 1}, {"100 KB", 100'000, 2}, // more than fits into one window of TCP
+        };
+        for (const auto& [bytes, maxRoundTrips] : cases) {
+            begin();
+            QCOMPARE(roundTripsOfCall(1'000), 3); // TCP's, TLS's and its own
+            for (int call = 0; call < 3; ++call)  // until TCP has found the capacity of the path
+                roundTripsOfCall(bytes);
+            QVERIFY(roundTripsOfCall(bytes) <= maxRoundTrips);
+        }
     }
 
     void aServerMayCloseRightAfterARedirect()
     {
         HttpAnswer redirect = HttpAnswer::redirect(307, "/next").keptAlive();
-        redirect.pieces.append({50ms, {}}); // the close is on its way when the next request leaves
+        redirect.pieces.append({50ms, {}}); // the connection closes while the next request is sent
         redirect.end = HttpAnswer::End::Close;
         m_server->answerInTurn({redirect, keptAnswer()});
         QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
     }
 
-    void aDeadPathUnderAKeptConnectionIsToldSoon()
+    void aDeadPathUnderAKeptConnectionIsReportedSoon()
     {
         QCOMPARE(TransferLimits().acknowledgement, 15s);
         m_limits.acknowledgement = 1s;
@@ -120,7 +111,7 @@ private slots:
         QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
     }
 
-    void nobodyWaitsForANameServerThatIsSilent()
+    void aSilentNameServerIsNotWaitedFor()
     {
         const QByteArray file = QFile::encodeName(m_home.path(u"resolv.conf"_s));
         Files::create(QString::fromUtf8(file), "nameserver 10.9.9.2\noptions timeout:30\n");
@@ -138,6 +129,7 @@ private slots:
     }
 
 private:
+    static HttpAnswer keptAnswer() { return replyOf(u"hello"_s).keptAlive(); }
     /// Makes a client with `m_limits`.
     void begin()
     {

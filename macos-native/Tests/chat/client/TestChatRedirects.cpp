@@ -1,53 +1,49 @@
 #include "chat/ChatCalls.h"
 #include "chat/client/ChatRequest.h"
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/TestCase.h"
 
 using namespace Qt::StringLiterals;
 
-/// Where a call may be sent on, and that the key never leaves its origin.
+/// Which redirects are followed. The key is never sent to another origin.
 class TestChatRedirects final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void onlyTheSameOriginIsFollowed_data()
-    {
-        const Cases<QString, QString, QString> add("from", "target", "next");
-        const QString from = u"https://api.example/v1/chat"_s;
-        add("an absolute path", from, u"/v2"_s, u"https://api.example/v2"_s);
-        add("a relative path", from, u"x"_s, u"https://api.example/v1/x"_s);
-        add("a query", from, u"?a=1"_s, u"https://api.example/v1/chat?a=1"_s);
-        add("the whole URL", from, u"https://api.example/"_s, u"https://api.example/"_s);
-        add("the scheme's own port", from, u"https://api.example:443/"_s, u"https://api.example:443/"_s);
-        add("capital letters in host and scheme", from, u"HTTPS://API.Example/x"_s, u"https://api.example/x"_s);
-        add("another host", from, u"https://evil.example/"_s, {});
-        add("another host without a scheme", from, u"//evil.example/v1"_s, {});
-        add("a host below it", from, u"https://www.api.example/"_s, {});
-        add("the host as a name before another", from, u"https://api.example@evil.example/"_s, {});
-        add("another port", from, u"https://api.example:8443/"_s, {});
-        add("without encryption", from, u"http://api.example/"_s, {});
-        add("without encryption on the same port", from, u"http://api.example:443/"_s, {});
-        add("with encryption", u"http://api.example/"_s, u"https://api.example/"_s, {});
-        add("a file", from, u"file:///etc/passwd"_s, {});
-        add("nowhere", from, {}, {});
-    }
-
     void onlyTheSameOriginIsFollowed()
     {
-        QFETCH(QString, from);
-        QFETCH(QString, target);
-        QFETCH(QString, next);
-        const ChatRequest request{QUrl(from), u"key"_s, "body"};
-        for (const int status : {301, 302, 303, 307, 308}) {
-            const std::optional<ChatRequest> following = redirectToFollow(request, status, QUrl(target));
-            QCOMPARE(following ? following->url : QUrl(), QUrl(next));
+        const QString from = u"https://api.example/v1/chat"_s;
+        const CaseTable<QString, QString, QString> cases{
+            {"an absolute path", from, u"/v2"_s, u"https://api.example/v2"_s},
+            {"a relative path", from, u"x"_s, u"https://api.example/v1/x"_s},
+            {"a query", from, u"?a=1"_s, u"https://api.example/v1/chat?a=1"_s},
+            {"the whole URL", from, u"https://api.example/"_s, u"https://api.example/"_s},
+            {"the scheme's own port", from, u"https://api.example:443/"_s, u"https://api.example:443/"_s},
+            {"capital letters in host and scheme", from, u"HTTPS://API.Example/x"_s, u"https://api.example/x"_s},
+            {"another host", from, u"https://evil.example/"_s, {}},
+            {"another host without a scheme", from, u"//evil.example/v1"_s, {}},
+            {"a host below it", from, u"https://www.api.example/"_s, {}},
+            {"the host as a name before another", from, u"https://api.example@evil.example/"_s, {}},
+            {"another port", from, u"https://api.example:8443/"_s, {}},
+            {"without encryption", from, u"http://api.example/"_s, {}},
+            {"without encryption on the same port", from, u"http://api.example:443/"_s, {}},
+            {"with encryption", u"http://api.example/"_s, u"https://api.example/"_s, {}},
+            {"a file", from, u"file:///etc/passwd"_s, {}},
+            {"nowhere", from, {}, {}},
+        };
+        for (const auto& [from, target, next] : cases) {
+            const ChatRequest request{QUrl(from), u"key"_s, "body"};
+            for (const int status : {301, 302, 303, 307, 308}) {
+                const std::optional<ChatRequest> following = redirectToFollow(request, status, QUrl(target));
+                QCOMPARE(following ? following->url : QUrl(), QUrl(next));
+            }
+            for (const int status : {0, 200, 201, 300, 304, 305, 306, 309, 404})
+                QVERIFY(!redirectToFollow(request, status, QUrl(target)));
         }
-        for (const int status : {0, 200, 201, 300, 304, 305, 306, 309, 404})
-            QVERIFY(!redirectToFollow(request, status, QUrl(target)));
     }
 
-    void theSameOriginAnswersInTheEnd()
+    void aRedirectToTheSameOriginIsFollowed()
     {
         HttpServer& server = m_calls->server;
         for (const int status : {301, 302, 303, 307, 308}) {
@@ -63,7 +59,7 @@ private slots:
         QCOMPARE(m_calls->logEntries().size(), 2 * 5);
     }
 
-    void anotherOriginIsAnHttpFailure()
+    void aRedirectToAnotherOriginIsAnHttpFailure()
     {
         const HttpServer plain;
         const QByteArray encrypted = m_calls->server.url().replace(u"http:"_s, u"https:"_s).toUtf8();
@@ -79,7 +75,7 @@ private slots:
         QCOMPARE(plain.connectionCount(), 0);
     }
 
-    void aChainIsFollowedAndACircleEnds()
+    void aChainOfRedirectsIsFollowedAndALoopEnds()
     {
         const QList<HttpAnswer> answers(20, HttpAnswer::redirect(308, "/on"));
         m_calls->server.answerInTurn(answers + QList{replyOf(u"hello"_s)});

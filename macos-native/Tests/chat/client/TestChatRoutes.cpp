@@ -1,6 +1,6 @@
 #include "chat/ChatCalls.h"
 #include "chat/client/CurlTransfer.h"
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/Files.h"
 #include "support/TestCase.h"
 #include "support/TestCertificate.h"
@@ -27,34 +27,32 @@ private:
 
 } // namespace
 
-/// The way to an endpoint: what cannot be reached, who asks for more than the key, certificates and proxies.
+/// The way to an endpoint: unreachable hosts, demands for credentials, certificates and proxies.
 class TestChatRoutes final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void whereNothingAnswersIsATransportError_data()
+    void anUnreachableEndpointIsATransportError()
     {
-        const Cases<QString, QString> add("url", "text");
         const QString malformed = u"URL using bad/illegal format or missing URL"_s;
         const QString unsupported = u"Unsupported protocol"_s;
-        add("a host that is not known", u"http://unknown.invalid/"_s, u"unknown.invalid: Couldn't resolve host name"_s);
-        add("no host", u"http:///v1"_s, malformed);
-        add("a path and no host", u"http:/v1"_s, malformed);
-        add("no scheme", u"api.example/v1"_s, unsupported);
-        add("a scheme for files", u"file:///etc/hostname"_s, unsupported);
-        add("a scheme for files elsewhere", u"ftp://api.example/"_s, u"api.example: "_s + unsupported);
-        add("a scheme that holds its data", u"data:text/plain,hello"_s, unsupported);
-        add("a host and port taken for a scheme", u"localhost:8080/v1"_s, unsupported);
-    }
-
-    void whereNothingAnswersIsATransportError()
-    {
-        QFETCH(QString, url);
-        QFETCH(QString, text);
-        m_calls->setEndpoint(url);
-        QCOMPARE(textOf(m_calls->ask()), u'<' + text + u'>');
-        QCOMPARE(m_calls->logEntries().last(), u"callChatAPI transport error: "_s + text);
+        const CaseTable<QString, QString> cases{
+            {"a host that is not known", u"http://unknown.invalid/"_s,
+             u"unknown.invalid: Couldn't resolve host name"_s},
+            {"no host", u"http:///v1"_s, malformed},
+            {"a path and no host", u"http:/v1"_s, malformed},
+            {"no scheme", u"api.example/v1"_s, unsupported},
+            {"a scheme for files", u"file:///etc/hostname"_s, unsupported},
+            {"a scheme for files elsewhere", u"ftp://api.example/"_s, u"api.example: "_s + unsupported},
+            {"a scheme that holds its data", u"data:text/plain,hello"_s, unsupported},
+            {"a host and port taken for a scheme", u"localhost:8080/v1"_s, unsupported},
+        };
+        for (const auto& [url, text] : cases) {
+            m_calls->setEndpoint(url);
+            QCOMPARE(textOf(m_calls->ask()), u'<' + text + u'>');
+            QCOMPARE(m_calls->logEntries().last(), u"callChatAPI transport error: "_s + text);
+        }
     }
 
     void aServerThatComesLaterIsFound()
@@ -94,37 +92,33 @@ private slots:
             QCOMPARE(request.header("Authorization"), "Bearer sk-test");
     }
 
-    void onlyACertificateThatHoldsCarriesTheCall_data()
+    void onlyAValidCertificateIsAccepted()
     {
-        const Cases<QString, int, bool, QString> add("name", "days", "isTrusted", "outcome");
         const QString here = u"IP:127.0.0.1"_s;
         const QString problem = u"<127.0.0.1: SSL certificate problem: %1>"_s;
-        add("trusted", here, 2, true, u"hello"_s);
-        add("self-signed", here, 2, false, problem.arg(u"self-signed certificate"_s));
-        add("expired", here, -1, true, problem.arg(u"certificate has expired"_s));
-        add("for another host", u"DNS:api.example"_s, 2, true,
-            u"<127.0.0.1: SSL peer certificate or SSH remote key was not OK>"_s);
+        const CaseTable<QString, int, bool, QString> cases{
+            {"trusted", here, 2, true, u"hello"_s},
+            {"self-signed", here, 2, false, problem.arg(u"self-signed certificate"_s)},
+            {"expired", here, -1, true, problem.arg(u"certificate has expired"_s)},
+            {"for another host", u"DNS:api.example"_s, 2, true,
+             u"<127.0.0.1: SSL peer certificate or SSH remote key was not OK>"_s},
+        };
+        for (const auto& [name, days, isTrusted, outcome] : cases) {
+            const TestCertificate certificate = TestCertificate::make(name, days);
+            ChatCalls calls;
+            const QString file = calls.home.path(u"authorities.pem"_s);
+            Files::create(file, certificate.certificate.toPem());
+            if (isTrusted)
+                calls.client = std::make_unique<ChatClient>(TransferLimits{.authoritiesFile = file.toUtf8()});
+            HttpServer server(certificate.forServer());
+            server.answerEach(replyOf(u"hello"_s));
+            calls.setEndpoint(server.url());
+            QCOMPARE(textOf(calls.ask()), outcome);
+            QCOMPARE(server.requests().size(), outcome == u"hello"_s ? 1 : 0);
+        }
     }
 
-    void onlyACertificateThatHoldsCarriesTheCall()
-    {
-        QFETCH(QString, name);
-        QFETCH(int, days);
-        QFETCH(bool, isTrusted);
-        QFETCH(QString, outcome);
-        const TestCertificate certificate = TestCertificate::make(name, days);
-        const QString file = m_calls->home.path(u"authorities.pem"_s);
-        Files::create(file, certificate.certificate.toPem());
-        if (isTrusted)
-            m_calls->client = std::make_unique<ChatClient>(TransferLimits{.authoritiesFile = file.toUtf8()});
-        HttpServer server(certificate.forServer());
-        server.answerEach(replyOf(u"hello"_s));
-        m_calls->setEndpoint(server.url());
-        QCOMPARE(textOf(m_calls->ask()), outcome);
-        QCOMPARE(server.requests().size(), outcome == u"hello"_s ? 1 : 0);
-    }
-
-    void onlyThisMachineIsAskedWithoutAProxy()
+    void thisMachineIsAskedWithoutAProxy()
     {
         const Environment plain("http_proxy", "http://127.0.0.1:3128");
         const Environment encrypted("https_proxy", "http://127.0.0.1:3128");
@@ -136,7 +130,7 @@ private slots:
             QCOMPARE(systemProxyFor(QUrl(QString::fromLatin1(there))).type(), QNetworkProxy::HttpProxy);
     }
 
-    void noProxyHearsOfWhatItIsNotFor()
+    void exceptionsAreNotAskedThroughTheProxy()
     {
         const HttpServer proxy;
         const Environment environment("http_proxy", proxy.url().toUtf8());
@@ -150,47 +144,43 @@ private slots:
         QCOMPARE(proxy.connectionCount(), 0);
     }
 
-    void othersAreAskedThroughTheSystemsProxy_data()
+    void otherMachinesAreAskedThroughTheSystemsProxy()
     {
-        const Cases<QString, QList<HttpAnswer>, QString> add("url", "answers", "outcome");
         const QString plain = u"http://api.invalid/v1"_s;
         const QString encrypted = u"https://api.invalid/v1"_s;
         const QString noTunnel = u"<api.invalid: CONNECT tunnel failed, response %1>"_s;
         const auto demand = HttpAnswer::message(407, "who?", {"Proxy-Authenticate: Basic realm=\"x\""});
+        const auto closed = HttpAnswer::rawThenClose("");
         const auto noWay = HttpAnswer::message(502, "no way");
         const auto greeting = HttpAnswer::rawThenClose("SSH-2.0\r\n\r\n");
-        add("that passes it on", plain, {replyOf(u"hello"_s)}, u"hello"_s);
-        add("that wants credentials", plain, {demand, replyOf(u"hello"_s)}, u"hello"_s);
-        add("that wants others", plain, {demand, demand}, u"<HTTP 407: who?>"_s);
-        add("that has no way", plain, {noWay}, u"<HTTP 502: no way>"_s);
-        add("that is none", plain, {greeting}, u"<api.invalid: Received HTTP/0.9 when not allowed>"_s);
-        add("that has no way for a tunnel", encrypted, {noWay}, noTunnel.arg(502));
-        add("that wants others for a tunnel", encrypted, {demand, demand}, noTunnel.arg(407));
-        add("that closes instead of a tunnel", encrypted, {HttpAnswer::rawThenClose("")},
-            u"<api.invalid: Proxy CONNECT aborted>"_s);
-        add("that is none and opens no tunnel", encrypted, {greeting}, noTunnel.arg(0));
-    }
-
-    void othersAreAskedThroughTheSystemsProxy()
-    {
-        QFETCH(QString, url);
-        QFETCH(QList<HttpAnswer>, answers);
-        QFETCH(QString, outcome);
-        HttpServer proxy;
-        proxy.answerInTurn(answers);
-        const QByteArray address = proxy.url().replace(u"//"_s, u"//me:pass%3Aword@"_s).toUtf8();
-        const Environment plain("http_proxy", address);
-        const Environment encrypted("https_proxy", address);
-        m_calls->setEndpoint(url);
-        QCOMPARE(textOf(m_calls->ask()), outcome);
-        QCOMPARE(proxy.requests().size(), answers.size());
-        QVERIFY(m_calls->logEntries().filter(u"pass"_s).isEmpty());
-        const HttpRequest& last = proxy.requests().last();
-        const bool isTunnel = url.startsWith(u"https"_s);
-        QCOMPARE(last.target, isTunnel ? QByteArray("api.invalid:443") : url.toUtf8());
-        QCOMPARE(last.count("Authorization"), isTunnel ? 0 : 1); // no key for the proxy itself
-        QCOMPARE(last.header("Proxy-Authorization"),
-                 answers.size() > 1 ? "Basic " + QByteArray("me:pass:word").toBase64() : QByteArray());
+        const CaseTable<QString, QList<HttpAnswer>, QString> cases{
+            {"that passes it on", plain, {replyOf(u"hello"_s)}, u"hello"_s},
+            {"that wants credentials", plain, {demand, replyOf(u"hello"_s)}, u"hello"_s},
+            {"that wants others", plain, {demand, demand}, u"<HTTP 407: who?>"_s},
+            {"that has no way", plain, {noWay}, u"<HTTP 502: no way>"_s},
+            {"that is none", plain, {greeting}, u"<api.invalid: Received HTTP/0.9 when not allowed>"_s},
+            {"that has no way for a tunnel", encrypted, {noWay}, noTunnel.arg(502)},
+            {"that wants others for a tunnel", encrypted, {demand, demand}, noTunnel.arg(407)},
+            {"that closes instead of a tunnel", encrypted, {closed}, u"<api.invalid: Proxy CONNECT aborted>"_s},
+            {"that is none and opens no tunnel", encrypted, {greeting}, noTunnel.arg(0)},
+        };
+        for (const auto& [url, answers, outcome] : cases) {
+            HttpServer proxy;
+            proxy.answerInTurn(answers);
+            const QByteArray address = proxy.url().replace(u"//"_s, u"//me:pass%3Aword@"_s).toUtf8();
+            const Environment forPlain("http_proxy", address);
+            const Environment forEncrypted("https_proxy", address);
+            m_calls->setEndpoint(url);
+            QCOMPARE(textOf(m_calls->ask()), outcome);
+            QCOMPARE(proxy.requests().size(), answers.size());
+            QVERIFY(m_calls->logEntries().filter(u"pass"_s).isEmpty());
+            const HttpRequest& last = proxy.requests().last();
+            const bool isTunnel = url.startsWith(u"https"_s);
+            QCOMPARE(last.target, isTunnel ? QByteArray("api.invalid:443") : url.toUtf8());
+            QCOMPARE(last.count("Authorization"), isTunnel ? 0 : 1); // no key for the proxy itself
+            QCOMPARE(last.header("Proxy-Authorization"),
+                     answers.size() > 1 ? "Basic " + QByteArray("me:pass:word").toBase64() : QByteArray());
+        }
     }
 
 private:

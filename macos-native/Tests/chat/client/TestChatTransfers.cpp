@@ -3,38 +3,24 @@
 #include "support/TestCase.h"
 
 #include <QElapsedTimer>
+#include <QtEndian>
+
+#include <zlib.h>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
 
-/// The simplest checksum of the kind that gzip ends with.
-quint32 cyclicRedundancyCheck(const QByteArray& bytes)
-{
-    quint32 sum = ~0U;
-    for (const char byte : bytes) {
-        sum ^= static_cast<uchar>(byte);
-        for (int bit = 0; bit < 8; ++bit)
-            sum = (sum >> 1) ^ ((sum & 1U) != 0 ? 0xedb88320U : 0U);
-    }
-    return ~sum;
-}
-
-QByteArray littleEndian(quint32 number)
-{
-    QByteArray bytes;
-    for (int byte = 0; byte < 4; ++byte, number >>= 8)
-        bytes += static_cast<char>(number & 0xffU);
-    return bytes;
-}
-
 QByteArray gzip(const QByteArray& bytes)
 {
     // qCompress: four bytes of its own, a head of two, the compressed bytes, a checksum of four.
     const QByteArray deflated = qCompress(bytes).sliced(6).chopped(4);
-    return QByteArray("\x1f\x8b\x08\0\0\0\0\0\0\xff", 10) + deflated + littleEndian(cyclicRedundancyCheck(bytes))
-           + littleEndian(static_cast<quint32>(bytes.size()));
+    const auto size = static_cast<quint32>(bytes.size());
+    QByteArray tail(8, Qt::Uninitialized);
+    qToLittleEndian(static_cast<quint32>(crc32(0, reinterpret_cast<const Bytef*>(bytes.data()), size)), tail.data());
+    qToLittleEndian(size, tail.data() + 4);
+    return QByteArray("\x1f\x8b\x08\0\0\0\0\0\0\xff", 10) + deflated + tail;
 }
 
 HttpAnswer goodAnswer()
@@ -149,9 +135,7 @@ void addStatuses()
     }
     const QByteArray body = replyBody(u"hello"_s);
     addRow("500 with an empty body", HttpAnswer::message(500, ""), "<HTTP 500: >");
-    addRow("500 with a body that is not UTF-8", HttpAnswer::message(500, "caf\xe9"), "<HTTP 500: >");
     addRow("200 with an empty body", HttpAnswer::message(200, ""), "<response missing choices>");
-    addRow("200 with a page", HttpAnswer::message(200, "<html>"), "<response missing choices>");
     addRow("201 with a reply", HttpAnswer::message(201, body), "hello");
     addRow("204 without a body", HttpAnswer::message(204, ""), "<empty response>");
     addRow("204 with a body, which libcurl does not read", HttpAnswer::message(204, body), "<empty response>");
@@ -168,7 +152,7 @@ class TestChatTransfers final : public TestCase
     Q_OBJECT
 
 private slots:
-    void everyAnswerIsToldAndNoRequestRepeated_data()
+    void everyAnswerHasOneOutcomeAndNoRequestIsRepeated_data()
     {
         const Cases<HttpAnswer, QString> add("answer", "outcome");
         addAnswersThatAreUnderstood();
@@ -177,12 +161,12 @@ private slots:
         addStatuses();
     }
 
-    void everyAnswerIsToldAndNoRequestRepeated()
+    void everyAnswerHasOneOutcomeAndNoRequestIsRepeated()
     {
         QFETCH(HttpAnswer, answer);
         QFETCH(QString, outcome);
         m_calls->server.answerEach(answer);
-        for (int call = 1; call <= 5; ++call) { // often, because closing and reading race
+        for (int call = 1; call <= 5; ++call) { // several times, because closing and reading happen at once
             QCOMPARE(textOf(m_calls->ask()), outcome);
             QCOMPARE(m_calls->server.requests().size(), call);
         }
@@ -205,34 +189,29 @@ private slots:
         }
     }
 
-    void silenceTimesOut_data()
-    {
-        const Cases<HttpAnswer> add("answer");
-        add("no answer", HttpAnswer::silence());
-        add("half a head", HttpAnswer{{{0ms, "HTTP/1.1 200 OK\r\nCont"}}, HttpAnswer::End::KeepOpen});
-        add("half a body", HttpAnswer{{{0ms, goodAnswer().bytes().chopped(5)}}, HttpAnswer::End::KeepOpen});
-    }
-
     void silenceTimesOut()
     {
-        QFETCH(HttpAnswer, answer);
         QCOMPARE(TransferLimits().silence, 60s);
         m_calls->client = std::make_unique<ChatClient>(TransferLimits{.silence = 200ms});
-        m_calls->server.answerEach(answer);
-        QElapsedTimer timer;
-        timer.start();
-        QCOMPARE(textOf(m_calls->ask()), u"<127.0.0.1: Timeout was reached>"_s);
-        QVERIFY2(timer.elapsed() >= 190, qPrintable(QString::number(timer.elapsed())));
-        QCOMPARE(m_calls->server.requests().size(), 1);
-        QTRY_COMPARE(m_calls->server.openConnections(), 0);
+        for (const QByteArray& bytes :
+             {QByteArray(), QByteArray("HTTP/1.1 200 OK\r\nCont"), goodAnswer().bytes().chopped(5)}) {
+            m_calls->server.answerEach(HttpAnswer{{{0ms, bytes}}, HttpAnswer::End::KeepOpen});
+            const qsizetype requestsBefore = m_calls->server.requests().size();
+            QElapsedTimer timer;
+            timer.start();
+            QCOMPARE(textOf(m_calls->ask()), u"<127.0.0.1: Timeout was reached>"_s);
+            QVERIFY2(timer.elapsed() >= 190, qPrintable(QString::number(timer.elapsed())));
+            QCOMPARE(m_calls->server.requests().size(), requestsBefore + 1);
+            QTRY_COMPARE(m_calls->server.openConnections(), 0);
+        }
     }
 
-    void aTrickleDoesNotTimeOut()
+    void aSlowAnswerDoesNotTimeOut()
     {
         m_calls->client = std::make_unique<ChatClient>(TransferLimits{.silence = 300ms});
         const QByteArray answer = goodAnswer().bytes();
         HttpAnswer slow{{{0ms, answer.chopped(8)}}};
-        for (qsizetype left = 8; left > 0; --left) // for longer than silence may last
+        for (qsizetype left = 8; left > 0; --left) // for longer than the time limit of silence
             slow.pieces.append({100ms, answer.last(left).first(1)});
         m_calls->server.answerEach(slow);
         QCOMPARE(textOf(m_calls->ask()), u"hello"_s);

@@ -8,7 +8,7 @@
 
 using namespace Qt::StringLiterals;
 
-/// Loading what asks the endpoints. This program, like the real one, is not linked with the network libraries.
+/// Loading the library that asks the endpoints. This test, like the program, is not linked with network libraries.
 class TestChatService final : public TestCase
 {
     Q_OBJECT
@@ -22,7 +22,7 @@ private slots:
         QVERIFY(hasNetworkLibraries());
 
         qputenv("NELO_OPENAI_BASE_URL", "no URL at all");
-        QVERIFY(ask(*service) == ChatOutcome(NeloChatError{u"invalid URL"_s})); // the real one's answer
+        QVERIFY(ask(*service) == ChatOutcome(NeloChatError{u"invalid URL"_s})); // the answer of the real service
         qunsetenv("NELO_OPENAI_BASE_URL");
     }
 

@@ -3,21 +3,18 @@
 #include "base/Text.h"
 #include "chat/StoredMessages.h"
 #include "chat/core/NeloChatMessage.h"
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/ProcessTable.h"
-#include "support/SmallDisk.h"
 #include "support/TestCase.h"
 #include "support/TestHome.h"
 
 #include <QDateTime>
-#include <QDir>
 #include <QElapsedTimer>
 
 #include <algorithm>
 #include <ctime>
 
 #include <sys/resource.h>
-#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -45,7 +42,7 @@ QStringList contentsOf(const QList<NeloChatMessage>& messages)
     return contents;
 }
 
-/// Waits without an event loop, as a main thread does that is busy.
+/// Waits without an event loop, like a busy main thread.
 template <class Condition> bool isTrueBeforeAnyEvent(Condition condition)
 {
     QElapsedTimer timer;
@@ -55,7 +52,7 @@ template <class Condition> bool isTrueBeforeAnyEvent(Condition condition)
     return condition();
 }
 
-/// How long the processor worked for this thread so far.
+/// Returns the processor time of this thread.
 double threadMilliseconds()
 {
     timespec time{};
@@ -70,9 +67,6 @@ class TestConversation final : public TestCase
 {
     Q_OBJECT
 
-public:
-    static void initMain() { SmallDisk::allowMounts(); }
-
 private slots:
     void init()
     {
@@ -80,81 +74,66 @@ private slots:
         m_threads = ProcessTable::threads();
     }
 
-    void whatWasKeptIsLoadedInFull_data()
+    void theStoredConversationIsLoadedInFull()
     {
-        const Cases<QList<NeloChatMessage>> add("kept");
-        add("one record", numbered(1));
-        add("500 records, more than are kept", numbered(500));
-        add("20,000 records", numbered(20'000));
-        add("records of 1 MB", numbered(3, 1'000'000));
-    }
-
-    void whatWasKeptIsLoadedInFull()
-    {
-        QFETCH(QList<NeloChatMessage>, kept);
-        storeHistory(encodeChatMessages(kept));
-        Conversation conversation(soon);
-        conversation.load();
-        QCOMPARE(conversation.messages(), kept);
-        conversation.appendMessage(userRole, u"next"_s); // which nobody asked to write
-        QTRY_COMPARE(ProcessTable::threads(), m_threads);
-        QCOMPARE(storedMessages(), kept);
-    }
-
-    void anEmptyConversationBeginsWithTheWelcome_data()
-    {
-        const Cases<QByteArray, int> add("file", "copies");
-        add("there is no file", {}, 0);
-        add("the list is empty", "[]", 0);
-        add("the file is empty", "", 1);
-        add("half a list", encodeChatMessages(numbered(2)).chopped(3), 1);
-        add("one element lacks its time",
-            R"([{"role":"user","content":"a","createdAt":"b"},{"role":"user","content":"a"}])", 1);
+        const CaseTable<QList<NeloChatMessage>> cases{
+            {"one record", numbered(1)},
+            {"500 records, more than are kept", numbered(500)},
+            {"20,000 records", numbered(20'000)},
+            {"records of 1 MB", numbered(3, 1'000'000)},
+        };
+        for (const auto& [kept] : cases) {
+            storeHistory(encodeChatMessages(kept));
+            Conversation conversation(soon);
+            conversation.load();
+            QCOMPARE(conversation.messages(), kept);
+            conversation.appendMessage(userRole, u"next"_s); // no write is scheduled for it
+            QTRY_COMPARE(ProcessTable::threads(), m_threads);
+            QCOMPARE(storedMessages(), kept);
+        }
     }
 
     void anEmptyConversationBeginsWithTheWelcome()
     {
-        QFETCH(QByteArray, file);
-        if (!file.isNull())
-            storeHistory(file);
-        Conversation conversation(soon);
-        conversation.load();
-        QCOMPARE(contentsOf(conversation.messages()), QStringList{neloWelcomeMessage});
-        QCOMPARE(conversation.messages().constFirst().role, assistantRole);
-        QTRY_COMPARE(storedMessages(), conversation.messages());
-        QCOMPARE(Files::mode(neloChatHistoryURL()), file.isNull() ? 0600 : 0644); // a file keeps its mode
-        const QStringList copies = copiesInFolder();
-        QTEST(static_cast<int>(copies.size()), "copies");
-        for (const QString& copy : copies) {
-            QCOMPARE(Files::contentOf(m_home->path(u".nelo/"_s + copy)), file);
-            QCOMPARE(Files::mode(m_home->path(u".nelo/"_s + copy)), 0600);
+        const CaseTable<QByteArray, int> cases{
+            {"there is no file", {}, 0},
+            {"the list is empty", "[]", 0},
+            {"the file is empty", "", 1},
+            {"half a list", encodeChatMessages(numbered(2)).chopped(3), 1},
+            {"one element lacks its time",
+             R"([{"role":"user","content":"a","createdAt":"b"},{"role":"user","content":"a"}])", 1},
+        };
+        for (const auto& [file, copies] : cases) {
+            const TestHome home;
+            if (!file.isNull())
+                storeHistory(file);
+            Conversation conversation(soon);
+            conversation.load();
+            QCOMPARE(contentsOf(conversation.messages()), QStringList{neloWelcomeMessage});
+            QCOMPARE(conversation.messages().constFirst().role, assistantRole);
+            QTRY_COMPARE(storedMessages(), conversation.messages());
+            QCOMPARE(Files::mode(neloChatHistoryURL()), file.isNull() ? 0600 : 0644); // a file keeps its mode
+            QCOMPARE(copiesIn(home).size(), copies);
+            for (const QString& copy : copiesIn(home)) {
+                QCOMPARE(Files::contentOf(copy), file);
+                QCOMPARE(Files::mode(copy), 0600);
+            }
         }
     }
 
-    void whatIsNoFileIsNeitherReadNorReplaced_data()
+    void onlyARegularFileIsReadOrReplaced()
     {
-        const Cases<QString> add("inPlace");
-        add("a folder in place of the file", u"folder"_s);
-        add("a pipe that nobody writes", u"pipe"_s);
-        add("a file in place of the folder", u"file"_s);
-    }
-
-    void whatIsNoFileIsNeitherReadNorReplaced()
-    {
-        QFETCH(QString, inPlace);
-        if (inPlace == u"folder")
-            QVERIFY(QDir().mkpath(neloChatHistoryURL()));
-        else if (inPlace == u"pipe")
-            QCOMPARE(mkfifo(QFile::encodeName(neloChatHistoryURL()).constData(), 0600), 0);
-        else
-            Files::create(m_home->path(u".nelo"_s), "a file");
-        const QStringList before = Files::names(m_home->path()) + Files::names(m_home->path(u".nelo"_s));
-        Conversation conversation(never);
-        conversation.load();
-        conversation.persistMessages();
-        QCOMPARE(conversation.messages().size(), 1);
-        QCOMPARE(Files::names(m_home->path()) + Files::names(m_home->path(u".nelo"_s)), before);
-        QVERIFY(!QFileInfo(neloChatHistoryURL()).isFile());
+        for (const FileObstacle obstacle : {FileObstacle::Folder, FileObstacle::Pipe, FileObstacle::FileAsFolder}) {
+            const TestHome home;
+            obstruct(neloChatHistoryURL(), obstacle);
+            const QStringList before = Files::names(home.path()) + Files::names(home.path(u".nelo"_s));
+            Conversation conversation(never);
+            conversation.load();
+            conversation.persistMessages();
+            QCOMPARE(conversation.messages().size(), 1);
+            QCOMPARE(Files::names(home.path()) + Files::names(home.path(u".nelo"_s)), before);
+            QVERIFY(!QFileInfo(neloChatHistoryURL()).isFile());
+        }
     }
 
     void aBusyMainThreadDelaysNoWrite()
@@ -171,7 +150,7 @@ private slots:
     {
         QCOMPARE(Conversation::defaultPersistDelay, 400ms);
         QCOMPARE(neloChatHistoryURL(), m_home->path(u".nelo/"_s + fileName));
-        QVERIFY(QDir(m_home->path()).rmdir(u".nelo"_s)); // every call makes it anew
+        QVERIFY(QDir(m_home->path()).rmdir(u".nelo"_s)); // the next call makes it again
         Conversation conversation(300ms);
         QElapsedTimer sinceLast;
         for (int change = 0; change < 3; ++change) {
@@ -203,7 +182,7 @@ private slots:
         }
     }
 
-    void whatIsScheduledGoesAwayWithTheConversation()
+    void aScheduledWriteEndsWithTheConversation()
     {
         QElapsedTimer timer;
         timer.start();
@@ -236,30 +215,30 @@ private slots:
         Conversation conversation(never);
         conversation.load();
         const QByteArray mended = encodeChatMessages(numbered(3));
-        storeHistory(mended); // by another program: copied all the same
+        storeHistory(mended); // another program has repaired it: it is copied nevertheless
         conversation.persistMessages();
         QCOMPARE(storedMessages(), conversation.messages());
-        const QStringList copies = copiesInFolder();
+        const QStringList copies = copiesIn(*m_home);
         QCOMPARE(copies.size(), 1);
-        static const QRegularExpression form(u"^menubar_chat_history\\.json\\.unreadable\\.\\d{8}-\\d{6}$"_s);
+        static const QRegularExpression form(u"/menubar_chat_history\\.json\\.unreadable\\.\\d{8}-\\d{6}$"_s);
         QVERIFY2(form.match(copies.first()).hasMatch(), qPrintable(copies.first()));
-        QCOMPARE(Files::contentOf(m_home->path(u".nelo/"_s + copies.first())), mended);
+        QCOMPARE(Files::contentOf(copies.first()), mended);
 
         storeHistory("bad again");
         conversation.persistMessages();
         QCOMPARE(storedMessages(), conversation.messages());
-        QCOMPARE(copiesInFolder(), copies);
+        QCOMPARE(copiesIn(*m_home), copies);
     }
 
     void aFileThatMayNotBeReadIsMovedAside()
     {
-        // Reading one's own memory from its beginning fails for everybody, the superuser too.
+        // Reading this file fails from its beginning, also for the superuser.
         QVERIFY(QFile::link(u"/proc/self/mem"_s, neloChatHistoryURL()));
         Conversation conversation(never);
         conversation.load();
         conversation.persistMessages();
         QCOMPARE(storedMessages(), conversation.messages());
-        QCOMPARE(copiesInFolder().size(), 1);
+        QCOMPARE(copiesIn(*m_home).size(), 1);
     }
 
     void anEarlierCopyIsNotReplaced()
@@ -281,32 +260,7 @@ private slots:
         }
         conversation.persistMessages(); // the next write tries again
         QCOMPARE(storedMessages(), conversation.messages());
-        QCOMPARE(copiesInFolder().size(), 1);
-    }
-
-    void aFullDiskKeepsTheEarlierFile_data()
-    {
-        const Cases<QByteArray, int> add("earlier", "free");
-        add("a conversation that is longer than the space", encodeChatMessages(numbered(300, 100)), 8192);
-        add("a bad file that cannot be copied", QByteArray(10'000, '['), 4096);
-    }
-
-    void aFullDiskKeepsTheEarlierFile()
-    {
-        QFETCH(QByteArray, earlier);
-        QFETCH(int, free);
-        const SmallDisk disk;
-        qputenv("HOME", QFile::encodeName(disk.path()));
-        storeHistory(earlier);
-        disk.fill(free);
-        Conversation conversation(never);
-        conversation.load();
-        conversation.persistMessages();
-        QCOMPARE(Files::contentOf(neloChatHistoryURL()), earlier);
-        QCOMPARE(Files::names(disk.path(u".nelo"_s)), QStringList{fileName});
-        disk.empty();
-        conversation.persistMessages();
-        QCOMPARE(storedMessages(), conversation.messages());
+        QCOMPARE(copiesIn(*m_home).size(), 1);
     }
 
     void theMainThreadDoesNotEncode()
@@ -323,7 +277,7 @@ private slots:
         QVERIFY2(used < 16, qPrintable(QString::number(used)));
     }
 
-    void theWorkerYieldsToOtherThreads()
+    void theWorkerHasALowerPriority()
     {
         Conversation conversation(never);
         conversation.schedulePersist();
@@ -338,7 +292,14 @@ private slots:
     }
 
 private:
-    QStringList copiesInFolder() const { return Files::names(m_home->path(u".nelo"_s)).filter(u".unreadable."_s); }
+    /// Returns the paths of the copies of an unreadable history.
+    static QStringList copiesIn(const TestHome& home)
+    {
+        QStringList paths;
+        for (const QString& name : Files::names(home.path(u".nelo"_s)).filter(u".unreadable."_s))
+            paths.append(home.path(u".nelo/"_s + name));
+        return paths;
+    }
 
     Fresh<TestHome> m_home{this};
     std::set<pid_t> m_threads;

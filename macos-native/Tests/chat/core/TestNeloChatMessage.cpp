@@ -1,6 +1,7 @@
 #include "chat/core/NeloChatMessage.h"
 
-#include "support/Cases.h"
+#include "base/Text.h"
+#include "support/CaseTable.h"
 #include "support/TestCase.h"
 
 #include <QDateTime>
@@ -27,15 +28,11 @@ class TestNeloChatMessage final : public TestCase
 private slots:
     void aRecordOfNowCarriesTheTime()
     {
-        const QDateTime before = QDateTime::fromSecsSinceEpoch(QDateTime::currentSecsSinceEpoch(), Qt::UTC);
+        const QString before = isoTimestamp(QDateTime::currentDateTimeUtc());
         const NeloChatMessage message = NeloChatMessage::now(u"user"_s, u"hi"_s);
-        const QDateTime after = QDateTime::currentDateTimeUtc();
-        QCOMPARE(message.role, u"user"_s);
-        QCOMPARE(message.content, u"hi"_s);
-        static const QRegularExpression form(u"^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ$"_s);
-        QVERIFY2(form.match(message.createdAt).hasMatch(), qPrintable(message.createdAt));
-        const QDateTime created = QDateTime::fromString(message.createdAt, Qt::ISODate);
-        QVERIFY(before <= created && created <= after);
+        const QString after = isoTimestamp(QDateTime::currentDateTimeUtc());
+        QVERIFY2(before <= message.createdAt && message.createdAt <= after, qPrintable(message.createdAt));
+        QCOMPARE(message, (NeloChatMessage{u"user"_s, u"hi"_s, message.createdAt}));
     }
 
     void theListIsOneCompactArray()
@@ -61,27 +58,23 @@ private slots:
         QCOMPARE(again, QList{messageOf(u"?a?"_s)});
     }
 
-    void decodesWhatIsAListOfRecords_data()
+    void decodesAListOfRecords()
     {
-        const Cases<QByteArray, qsizetype> add("json", "count");
-        add("an empty array", "[]", 0);
-        add("one record", '[' + goodElement + ']', 1);
-        add("pretty-printed", " [\n " + goodElement + ",\n " + goodElement + "\n]\n", 2);
-        add("a byte-order mark before it", "\xef\xbb\xbf[" + goodElement + ']', 1);
-        add("other keys",
-            R"([{"id":7,"role":"user","tags":[{}],"content":"hi","createdAt":"2025-01-01T00:00:00Z","x":null}])", 1);
-        add("keys in another order", R"([{"createdAt":"2025-01-01T00:00:00Z","content":"hi","role":"user"}])", 1);
-        add("escaped characters", R"([{"role":"\u0075ser","content":"h\u0069","createdAt":"2025-01-01T00:00:00Z"}])",
-            1);
-        add("the last of two equal keys counts",
-            R"([{"role":"assistant","role":"user","content":"hi","createdAt":"2025-01-01T00:00:00Z"}])", 1);
-    }
-
-    void decodesWhatIsAListOfRecords()
-    {
-        QFETCH(QByteArray, json);
-        QFETCH(qsizetype, count);
-        QCOMPARE(decodeChatMessages(json), QList<NeloChatMessage>(count, goodMessage));
+        const CaseTable<QByteArray, qsizetype> cases{
+            {"an empty array", "[]", 0},
+            {"one record", '[' + goodElement + ']', 1},
+            {"pretty-printed", " [\n " + goodElement + ",\n " + goodElement + "\n]\n", 2},
+            {"a byte-order mark before it", "\xef\xbb\xbf[" + goodElement + ']', 1},
+            {"other keys",
+             R"([{"id":7,"role":"user","tags":[{}],"content":"hi","createdAt":"2025-01-01T00:00:00Z","x":null}])", 1},
+            {"keys in another order", R"([{"createdAt":"2025-01-01T00:00:00Z","content":"hi","role":"user"}])", 1},
+            {"escaped characters", R"([{"role":"\u0075ser","content":"h\u0069","createdAt":"2025-01-01T00:00:00Z"}])",
+             1},
+            {"the last of two equal keys counts",
+             R"([{"role":"assistant","role":"user","content":"hi","createdAt":"2025-01-01T00:00:00Z"}])", 1},
+        };
+        for (const auto& [json, count] : cases)
+            QCOMPARE(decodeChatMessages(json), QList<NeloChatMessage>(count, goodMessage));
     }
 
     void refusesTheWholeListForOneBadElement()
@@ -97,7 +90,7 @@ private slots:
             QVERIFY2(!decodeChatMessages(text), text.left(100).constData());
     }
 
-    void refusesAListThatIsCutAnywhere()
+    void refusesAnIncompleteList()
     {
         const QByteArray whole = encodeChatMessages({goodMessage, messageOf(u"你好 👋"_s)});
         QVERIFY(decodeChatMessages(whole));
@@ -112,8 +105,8 @@ private slots:
         for (const QString& greeting :
              {u"你好"_s, u"您好"_s, u"hello"_s, u"hi"_s, u"嗨"_s, u"在吗"_s, u"HELLO"_s, u"Hi"_s})
             QVERIFY2(isLocalGreeting(greeting), qPrintable(greeting));
-        for (const QString& other : {u"Hello!"_s, u"hello there"_s, u"hell"_s, u"你好吗"_s, u" hi"_s,
-                                     QString()}) // blanks are for others to remove
+        for (const QString& other :
+             {u"Hello!"_s, u"hello there"_s, u"hell"_s, u"你好吗"_s, u" hi"_s, QString()}) // the caller removes blanks
             QVERIFY2(!isLocalGreeting(other), qPrintable(other));
     }
 };

@@ -41,7 +41,7 @@ private slots:
             QVERIFY(bubble.dropLayoutsOutside(inSight, inSight + 100));
             for (const int top : {0, end / 2, end})
                 QCOMPARE(hasText(drawn(bubble, top)), top == inSight);
-            // What begins where the bubble ends is beside it.
+            // A range that begins at the end of the bubble is outside of it.
             QVERIFY(!bubble.dropLayoutsOutside(bubble.height(), bubble.height() + 100));
             QVERIFY(!hasText(drawn(bubble, inSight)));
         }

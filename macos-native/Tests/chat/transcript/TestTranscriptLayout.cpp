@@ -15,7 +15,7 @@ class TestTranscriptLayout final : public TestCase
     Q_OBJECT
 
 private slots:
-    void aBubbleHugsItsTextWhateverTheNumberOfLines()
+    void aBubbleIsAsWideAsItsText()
     {
         QFont font = m_font;
         font.setPixelSize(18);
@@ -90,59 +90,37 @@ private slots:
 
     void estimatesUntilItIsLaidOut()
     {
-        // Narrower than the average letter: the estimate is too high until somebody looks.
+        // The letters are narrower than the average: the estimate is too high until the row is laid out.
         const QString narrow = u"i"_s.repeated(2000);
         TranscriptLayout layout = rows({narrow, narrow});
         const int estimate = layout.rowRect(0).height();
         QCOMPARE(layout.rowRect(1).height(), estimate);
 
-        layout.layOut(0, 1); // the edge of it is enough
+        layout.layOut(0, 1); // one pixel of the row is enough
         QVERIFY(layout.rowRect(0).height() < estimate);
-        QCOMPARE(layout.rowRect(1).height(), estimate); // nobody has looked there
+        QCOMPARE(layout.rowRect(1).height(), estimate); // this row is not laid out
         QCOMPARE(layout.rowRect(1).top(), layout.rowRect(0).bottom() + 1 + 12);
     }
 
-    void keepsHeightsWhenLayoutsAreDropped()
-    {
-        TranscriptLayout layout = rows({u"i"_s.repeated(2000), u"x"_s});
-        layout.layOut(0, 5000);
-        const QRect first = layout.bubbleRect(0);
-        const QRect second = layout.bubbleRect(1);
-
-        layout.dropLayoutsOutside(100'000, 100'001);
-        QCOMPARE(layout.bubbleRect(0), first);
-        QCOMPARE(layout.bubbleRect(1), second);
-    }
-
-    void layoutsThatAreDroppedFreeTheirMemory()
+    void layoutsThatAreDroppedFreeTheirMemoryAndKeepTheirHeights()
     {
         TranscriptLayout layout(m_font);
         layout.setWidth(900);
         for (int row = 0; row < 100; ++row)
             layout.append(Speaker::Nelo, u"some words of it "_s.repeated(200));
-        layout.layOut(0, 100); // the first one brings the fonts
+        layout.layOut(0, 100); // the first layout loads the fonts
         const auto used = [] { return mallinfo2().uordblks; };
         const auto before = used();
         layout.layOut(0, layout.height());
         const auto most = used();
+        const QRect last = layout.bubbleRect(99);
         layout.dropLayoutsOutside(0, 100);
+        QCOMPARE(layout.bubbleRect(99), last); // all heights stay
         QVERIFY2(used() <= before + (most - before) / 10,
                  qPrintable(u"%1, %2, %3"_s.arg(before).arg(most).arg(used())));
     }
 
-    void tellsHowFarTheVisiblePartMoved()
-    {
-        const QString narrow = u"i"_s.repeated(2000);
-        TranscriptLayout layout = rows({narrow, u"x"_s, narrow});
-        const int estimate = layout.rowRect(0).height();
-        const int top = layout.rowRect(1).top() - 20; // the end of the first row is in sight
-
-        const int moved = layout.layOut(top, layout.rowRect(1).bottom());
-        QCOMPARE(moved, layout.rowRect(0).height() - estimate);
-        QCOMPARE(layout.layOut(top + moved, layout.rowRect(1).bottom()), 0);
-    }
-
-    void laysOutWhatShrinkingBringsIntoSight()
+    void laysOutRowsThatComeIntoSightWhenOthersShrink()
     {
         const QString narrow = u"i"_s.repeated(3000);
         TranscriptLayout layout = rows({narrow, narrow, narrow, narrow, u"x"_s});
@@ -156,6 +134,7 @@ private slots:
         for (int index = layout.indexAt(top + moved); index < layout.count(); ++index)
             QCOMPARE(layout.rowRect(index).height(), whole.rowRect(index).height());
         QCOMPARE(layout.height() - (top + moved), visible); // the end stays where it was on the screen
+        QCOMPARE(layout.layOut(top + moved, layout.height()), 0);
     }
 
     void estimatesAreNearTheTruth()
@@ -173,7 +152,7 @@ private slots:
         }
     }
 
-    void aNewWidthIsEstimatedAnewUnlessAllIsAsWideAsItGets()
+    void aNewWidthIsEstimatedAnewUnlessBubblesHaveTheirMaximumWidth()
     {
         TranscriptLayout layout = rows({u"word "_s.repeated(400)}, 700);
         layout.append(Speaker::User, u"right"_s);

@@ -53,7 +53,7 @@ private slots:
             for (int down = 0; down < across; ++down)
                 QVERIFY(qAbs(cornerColor(across, down).red() - cornerColor(down, across).red()) < 16);
         }
-        // Where the circle crosses the diagonal, 0.29 radii from both sides, its edge is.
+        // The edge of the circle crosses the diagonal at 0.29 radii from both sides.
         QCOMPARE(cornerColor(4, 4), cornerColor(0, 0));
         QCOMPARE(cornerColor(7, 7), cornerColor(radius, radius));
     }
@@ -80,7 +80,7 @@ private slots:
 
         QFont large = m_view->font();
         large.setPixelSize(30);
-        m_view->setFont(large); // which is not that of the names
+        m_view->setFont(large); // the names have a font of their own
         QCOMPARE(m_view->viewport()->grab(nelosName).toImage(), picture.copy(nelosName));
     }
 

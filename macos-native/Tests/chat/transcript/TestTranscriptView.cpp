@@ -1,6 +1,6 @@
 #include "chat/transcript/TranscriptView.h"
 
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/TestCase.h"
 #include "ui/Colors.h"
 
@@ -29,11 +29,10 @@ private slots:
     {
         TestCase::init();
         QGuiApplication::clipboard()->clear();
-        m_window = std::make_unique<QWidget>();
         m_window->setPalette(Colors::lightAppearance(Colors::white(0.97)));
-        m_before = new QLineEdit(m_window.get());
-        m_view = new TranscriptView(m_window.get());
-        auto* column = new QVBoxLayout(m_window.get());
+        m_before = new QLineEdit(&*m_window);
+        m_view = new TranscriptView(&*m_window);
+        auto* column = new QVBoxLayout(&*m_window);
         column->addWidget(m_before);
         column->addWidget(m_view);
         m_window->resize(800, 500);
@@ -41,10 +40,8 @@ private slots:
         m_view->append(Speaker::User, u"first question, in two\nparagraphs of some words"_s);
         m_view->append(Speaker::Nelo, u"an answer"_s);
         m_window->show();
-        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+        QVERIFY(QTest::qWaitForWindowActive(&*m_window));
     }
-
-    void cleanup() { m_window.reset(); }
 
     void aDragSelectsLetters()
     {
@@ -57,7 +54,7 @@ private slots:
         QTest::keySequence(m_view, QKeySequence::Copy);
         QCOMPARE(clipboardText(), u"two\npara"_s);
         drag(pointAt(0, u"words"_s), QPoint(surface()->width() - 1, m_view->bubbleRect(1).center().y()));
-        QCOMPARE(m_view->selectedText(), u"words"_s); // a drag stays in its bubble
+        QCOMPARE(m_view->selectedText(), u"words"_s); // a drag selects in one bubble only
         QCOMPARE(m_view->currentBubble(), 0);
     }
 
@@ -71,7 +68,7 @@ private slots:
         QCOMPARE(m_view->selectedText(), u"question"_s);
         QTest::mouseClick(surface(), Qt::LeftButton, {}, point);
         QCOMPARE(m_view->selectedText(), u"first question, in two"_s);
-        QTest::mouseClick(surface(), Qt::LeftButton, {}, point); // a fourth one begins anew
+        QTest::mouseClick(surface(), Qt::LeftButton, {}, point); // a fourth click is a single click again
         QCOMPARE(m_view->selectedText(), QString());
         const QPoint beside(5, m_view->bubbleRect(0).center().y());
         for (const QPoint elsewhere : {pointAt(0, u"two"_s), beside, pointAt(1, u"answer"_s)}) {
@@ -88,7 +85,7 @@ private slots:
         QCOMPARE(m_view->selectedText(), u"first question"_s);
     }
 
-    void aThirdClickMuchLaterIsAClick()
+    void aLateThirdClickIsASingleClick()
     {
         QStyleHints* hints = QGuiApplication::styleHints();
         const auto restore = qScopeGuard(
@@ -115,36 +112,34 @@ private slots:
         QCOMPARE(m_view->selectedText(), u"question, in two"_s);
     }
 
-    void aDragBeyondTheViewScrollsByItsDistance_data()
-    {
-        const Cases<int> add("beyond"); // the view's edge: below it, or above it when negative
-        add("a little below, a little down", 7);
-        add("far below, far down", 70);
-        add("above, up", -9);
-        add("in the view, not at all", 0);
-    }
-
     void aDragBeyondTheViewScrollsByItsDistance()
     {
-        QFETCH(int, beyond);
         m_view->append(Speaker::Nelo, u"line\n"_s.repeated(300) + u"last"_s);
-        bar()->setValue(bar()->maximum() / 2);
-        const int before = bar()->value();
-        const QPoint middle(m_view->bubbleRect(2).right(), surface()->height() / 2);
-        const QSignalSpy scrolled(bar(), &QScrollBar::valueChanged);
-        bool hadTime = false; // to scroll a first time
-        QTest::mousePress(surface(), Qt::LeftButton, {}, middle);
-        QTest::mouseMove(surface(), {middle.x(), beyond == 0  ? middle.y() + 1
-                                                 : beyond < 0 ? beyond
-                                                              : surface()->height() + beyond});
-        QTimer::singleShot(150, this, [&hadTime] { hadTime = true; });
-        QTRY_VERIFY(hadTime);
-        QCOMPARE(scrolled.isEmpty() ? before : scrolled.at(0).at(0).toInt(), before + beyond);
-        if (beyond > 50) { // on to the end
-            QTRY_COMPARE(bar()->value(), bar()->maximum());
-            QTRY_VERIFY(m_view->selectedText().endsWith(u"last"));
+        const CaseTable<int> cases{
+            // the distance from the view's edge: below it, or above it when negative
+            {"above, up", -9},
+            {"in the view, not at all", 0},
+            {"a little below, a little down", 7},
+            {"far below, far down", 70},
+        };
+        for (const auto& [beyond] : cases) {
+            bar()->setValue(bar()->maximum() / 2);
+            const int before = bar()->value();
+            const QPoint middle(m_view->bubbleRect(2).right(), surface()->height() / 2);
+            const int y = beyond > 0 ? surface()->height() + beyond : beyond < 0 ? beyond : middle.y() + 1;
+            const QSignalSpy scrolled(bar(), &QScrollBar::valueChanged);
+            bool hadTime = false; // enough for the first scroll step
+            QTest::mousePress(surface(), Qt::LeftButton, {}, middle);
+            QTest::mouseMove(surface(), {middle.x(), y});
+            QTimer::singleShot(150, this, [&hadTime] { hadTime = true; });
+            QTRY_VERIFY(hadTime);
+            QCOMPARE(scrolled.isEmpty() ? before : scrolled.at(0).at(0).toInt(), before + beyond);
+            if (beyond > 50) { // it scrolls to the end
+                QTRY_COMPARE(bar()->value(), bar()->maximum());
+                QTRY_VERIFY(m_view->selectedText().endsWith(u"last"));
+            }
+            QTest::mouseRelease(surface(), Qt::LeftButton, {}, middle);
         }
-        QTest::mouseRelease(surface(), Qt::LeftButton, {}, middle);
     }
 
     void theSelectionIsPainted()
@@ -166,13 +161,9 @@ private slots:
 
     void thePointerTellsWhereTextIs()
     {
-        const auto hover = [this](QPoint point) {
-            QMouseEvent move(QEvent::MouseMove, point, surface()->mapToGlobal(point), Qt::NoButton, {}, {});
-            QApplication::sendEvent(surface(), &move);
-        };
-        hover(pointAt(1, u"answer"_s));
+        QTest::mouseMove(surface(), pointAt(1, u"answer"_s));
         QCOMPARE(surface()->cursor().shape(), Qt::IBeamCursor);
-        hover({surface()->width() - 10, m_view->bubbleRect(1).center().y()});
+        QTest::mouseMove(surface(), {surface()->width() - 10, m_view->bubbleRect(1).center().y()});
         QCOMPARE(surface()->cursor().shape(), Qt::ArrowCursor);
     }
 
@@ -186,7 +177,7 @@ private slots:
         QTest::keyClick(m_view, Qt::Key_Tab);
         QVERIFY(!m_view->hasFocus());
         QTest::keyClick(m_before, Qt::Key_Tab);
-        QCOMPARE(m_view->currentBubble(), 0); // and comes back to where it was
+        QCOMPARE(m_view->currentBubble(), 0); // the bubble that was current before
     }
 
     void theKeyboardPassesAnEmptyTranscript()
@@ -235,7 +226,7 @@ private slots:
         QVERIFY(bar()->value() < value);
     }
 
-    void copyTakesTheSelectionOrTheBubbleAsItCame()
+    void copyTakesTheSelectionOrTheWholeBubble()
     {
         const QString text = u"a\r\nb\u2028c\td <b>e</b> \u200F👨‍👩‍👧‍👦"_s;
         m_view->append(Speaker::Nelo, text);
@@ -249,39 +240,32 @@ private slots:
         QCOMPARE(clipboardText(), m_view->bubble(0).text());
     }
 
-    void shiftedKeysSelect_data()
-    {
-        const Cases<QList<QKeySequence::StandardKey>, QString> add("keys", "selected");
-        using Keys = QList<QKeySequence::StandardKey>;
-        add("a letter on", Keys{QKeySequence::SelectNextChar}, u"f"_s);
-        add("and back again",
-            Keys{QKeySequence::SelectNextChar, QKeySequence::SelectNextChar, QKeySequence::SelectPreviousChar}, u"f"_s);
-        add("a word on", Keys{QKeySequence::SelectNextWord}, u"first"_s);
-        add("a word back",
-            Keys{QKeySequence::SelectNextWord, QKeySequence::SelectNextWord, QKeySequence::SelectPreviousWord},
-            u"first "_s);
-        add("to the end of the line", Keys{QKeySequence::SelectEndOfLine}, u"first question, in two"_s);
-        add("and to its start", Keys{QKeySequence::SelectNextWord, QKeySequence::SelectStartOfLine}, {});
-        add("to the end of the text", Keys{QKeySequence::SelectEndOfDocument},
-            u"first question, in two\nparagraphs of some words"_s);
-        add("and to its start again", Keys{QKeySequence::SelectEndOfDocument, QKeySequence::SelectStartOfDocument}, {});
-        add("a line down from the end of a line is its end",
-            Keys{QKeySequence::SelectEndOfLine, QKeySequence::SelectNextLine},
-            u"first question, in two\nparagraphs of some words"_s);
-        add("a line up goes back", Keys{QKeySequence::SelectEndOfDocument, QKeySequence::SelectPreviousLine},
-            u"first question, in two"_s);
-    }
-
     void shiftedKeysSelect()
     {
-        QFETCH(QList<QKeySequence::StandardKey>, keys);
-        m_view->setCurrentBubble(0);
-        for (const QKeySequence::StandardKey key : keys)
-            QTest::keySequence(m_view, key);
-        QTEST(m_view->selectedText(), "selected");
+        using enum QKeySequence::StandardKey;
+        const QString text = u"first question, in two\nparagraphs of some words"_s;
+        const CaseTable<QList<QKeySequence::StandardKey>, QString> cases{
+            {"a letter on", {SelectNextChar}, u"f"_s},
+            {"and back again", {SelectNextChar, SelectNextChar, SelectPreviousChar}, u"f"_s},
+            {"a word on", {SelectNextWord}, u"first"_s},
+            {"a word back", {SelectNextWord, SelectNextWord, SelectPreviousWord}, u"first "_s},
+            {"to the end of the line", {SelectEndOfLine}, u"first question, in two"_s},
+            {"and to its start", {SelectNextWord, SelectStartOfLine}, {}},
+            {"to the end of the text", {SelectEndOfDocument}, text},
+            {"and to its start again", {SelectEndOfDocument, SelectStartOfDocument}, {}},
+            {"a line down from the end of a line is its end", {SelectEndOfLine, SelectNextLine}, text},
+            {"a line up goes back", {SelectEndOfDocument, SelectPreviousLine}, u"first question, in two"_s},
+        };
+        for (const auto& [keys, selected] : cases) {
+            m_view->setCurrentBubble(1); // which drops the selection
+            m_view->setCurrentBubble(0);
+            for (const QKeySequence::StandardKey key : keys)
+                QTest::keySequence(m_view, key);
+            QCOMPARE(m_view->selectedText(), selected);
+        }
     }
 
-    void keysThatAreHeededGoNoFurther()
+    void keysThatAreUsedGoNoFurther()
     {
         m_view->setFocus(Qt::TabFocusReason);
         for (const QKeySequence::StandardKey key : {QKeySequence::SelectAll, QKeySequence::Copy,
@@ -296,7 +280,7 @@ private slots:
         QVERIFY(!other.isAccepted());
     }
 
-    void aSelectionIsFollowedKeptByNewBubblesAndForgottenWithThem()
+    void theSelectionScrollsIntoSightAndStaysUntilTheBubblesAreCleared()
     {
         m_view->append(Speaker::Nelo, u"line\n"_s.repeated(3000) + u"last"_s);
         m_view->setCurrentBubble(2);
@@ -325,7 +309,7 @@ private slots:
         const auto isRing = [this, &focused](QPoint point) {
             return focused.pixelColor(point) == m_view->palette().color(QPalette::Highlight);
         };
-        for (int inside = 0; inside < 6; ++inside) { // two pixels wide, as far from each side
+        for (int inside = 0; inside < 6; ++inside) { // the ring is two pixels wide and two pixels from each side
             const bool isExpected = inside == 2 || inside == 3;
             QCOMPARE(isRing({bubble.center().x(), bubble.top() + inside}), isExpected);
             QCOMPARE(isRing({bubble.center().x(), bubble.bottom() - inside}), isExpected);
@@ -351,7 +335,7 @@ private slots:
         openMenuAt(pointAt(0, u"first"_s));
         QCOMPARE(clipboardText(), u"question"_s);
 
-        openMenuAt({5, m_view->bubbleRect(0).center().y()}); // beside the bubbles there is no menu
+        openMenuAt({5, m_view->bubbleRect(0).center().y()}); // no menu opens beside the bubbles
         QVERIFY(!QApplication::activePopupWidget());
 
         m_view->setCurrentBubble(1);
@@ -364,7 +348,7 @@ private slots:
 private:
     QWidget* surface() const { return m_view->viewport(); }
     QScrollBar* bar() const { return m_view->verticalScrollBar(); }
-    /// Just right of the place before `letter` letters of `word`.
+    /// Returns the point at the right of the caret before letter number `letter` of `word`.
     QPoint pointAt(int index, const QString& word, int letter = 0) const
     {
         const qsizetype position = m_view->bubble(index).text().indexOf(word) + letter;
@@ -391,7 +375,7 @@ private:
         });
     }
 
-    std::unique_ptr<QWidget> m_window;
+    Fresh<QWidget> m_window{this};
     QLineEdit* m_before = nullptr;
     TranscriptView* m_view = nullptr;
 };

@@ -2,6 +2,7 @@
 #include "base/ApiKeyStore.h"
 #include "base/AtomicFile.h"
 #include "base/IniText.h"
+#include "chat/core/ChatLog.h"
 #include "chat/core/Conversation.h"
 #include "support/CaseTable.h"
 #include "support/Files.h"
@@ -62,6 +63,16 @@ bool writeConversation(const QString& /*path*/, int round)
     conversation.appendMessage(userRole, QString::fromLatin1(contentOfRound(round)));
     conversation.persistMessages();
     return true;
+}
+
+/// Logs an entry, now and then the first one of a new log. Returns whether it is there.
+bool logEntry(int round)
+{
+    if (round % 4 == 0)
+        QFile::remove(neloChatLogURL());
+    const qsizetype entries = Files::contentOf(neloChatLogURL()).count('\n');
+    neloChatLog(u"entry"_s);
+    return Files::contentOf(neloChatLogURL()).count('\n') == entries + 1;
 }
 
 QByteArray keyIn(const QByteArray& stored)
@@ -185,6 +196,23 @@ private slots:
                             || QFile::remove(QFileInfo(home.path).dir().filePath(name)));
                 }
             }
+        }
+    }
+
+    void aKillAtAnyTimeLeavesWholeEntriesInTheLog()
+    {
+        const SmallDisk disk;
+        qputenv("HOME", QFile::encodeName(disk.path()));
+        RandomKills random;
+        for (int kill = 0; kill < 200; ++kill) {
+            QVERIFY(random.during(logEntry));
+            const QByteArrayList lines = Files::contentOf(neloChatLogURL()).split('\n');
+            for (const QByteArray& line : lines)
+                QVERIFY2(line.isEmpty() || (line.startsWith('[') && line.endsWith("] entry")), line.constData());
+            QVERIFY(lines.last().isEmpty());
+
+            Conversation(std::chrono::hours(1)).persistMessages(); // as the next start does
+            QVERIFY(Files::names(disk.path(u".nelo"_s)).filter(u".nelo-writing-"_s).isEmpty());
         }
     }
 
