@@ -276,9 +276,7 @@ private slots:
             m_chat->send(question);
         QTRY_COMPARE(m_chat->server.requests().size(), 3);
         for (qsizetype index = 2; index >= 0; --index) {
-            m_chat->server.answer(
-                index,
-                HttpAnswer::message(200, replyBody(u"re: "_s + questionOf(m_chat->server.requests().at(index)))));
+            m_chat->server.answer(index, replyOf(u"re: "_s + questionOf(m_chat->server.requests().at(index))));
             QTRY_COMPARE(m_chat->bubbles().size(), 4 + 3 - index);
         }
         QCOMPARE(m_chat->bubbles().mid(4), (QStringList{u"Nelo: re: three"_s, u"Nelo: re: two"_s, u"Nelo: re: one"_s}));

@@ -13,24 +13,24 @@ class TestChatRedirects final : public TestCase
 private slots:
     void onlyTheSameOriginIsFollowed()
     {
-        const QString from = u"https://api.example/v1/chat"_s;
+        const QString origin = u"https://api.example/v1/chat"_s;
         const CaseTable<QString, QString, QString> cases{
-            {"an absolute path", from, u"/v2"_s, u"https://api.example/v2"_s},
-            {"a relative path", from, u"x"_s, u"https://api.example/v1/x"_s},
-            {"a query", from, u"?a=1"_s, u"https://api.example/v1/chat?a=1"_s},
-            {"the whole URL", from, u"https://api.example/"_s, u"https://api.example/"_s},
-            {"the scheme's own port", from, u"https://api.example:443/"_s, u"https://api.example:443/"_s},
-            {"capital letters in host and scheme", from, u"HTTPS://API.Example/x"_s, u"https://api.example/x"_s},
-            {"another host", from, u"https://evil.example/"_s, {}},
-            {"another host without a scheme", from, u"//evil.example/v1"_s, {}},
-            {"a host below it", from, u"https://www.api.example/"_s, {}},
-            {"the host as a name before another", from, u"https://api.example@evil.example/"_s, {}},
-            {"another port", from, u"https://api.example:8443/"_s, {}},
-            {"without encryption", from, u"http://api.example/"_s, {}},
-            {"without encryption on the same port", from, u"http://api.example:443/"_s, {}},
+            {"an absolute path", origin, u"/v2"_s, u"https://api.example/v2"_s},
+            {"a relative path", origin, u"x"_s, u"https://api.example/v1/x"_s},
+            {"a query", origin, u"?a=1"_s, u"https://api.example/v1/chat?a=1"_s},
+            {"the whole URL", origin, u"https://api.example/"_s, u"https://api.example/"_s},
+            {"the scheme's own port", origin, u"https://api.example:443/"_s, u"https://api.example:443/"_s},
+            {"capital letters in host and scheme", origin, u"HTTPS://API.Example/x"_s, u"https://api.example/x"_s},
+            {"another host", origin, u"https://evil.example/"_s, {}},
+            {"another host without a scheme", origin, u"//evil.example/v1"_s, {}},
+            {"a host below it", origin, u"https://www.api.example/"_s, {}},
+            {"the host as a name before another", origin, u"https://api.example@evil.example/"_s, {}},
+            {"another port", origin, u"https://api.example:8443/"_s, {}},
+            {"without encryption", origin, u"http://api.example/"_s, {}},
+            {"without encryption on the same port", origin, u"http://api.example:443/"_s, {}},
             {"with encryption", u"http://api.example/"_s, u"https://api.example/"_s, {}},
-            {"a file", from, u"file:///etc/passwd"_s, {}},
-            {"nowhere", from, {}, {}},
+            {"a file", origin, u"file:///etc/passwd"_s, {}},
+            {"nowhere", origin, {}, {}},
         };
         for (const auto& [from, target, next] : cases) {
             const ChatRequest request{QUrl(from), u"key"_s, "body"};

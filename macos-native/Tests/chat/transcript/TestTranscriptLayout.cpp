@@ -75,17 +75,10 @@ private slots:
         QCOMPARE(layout.rowRect(1).top(), layout.rowRect(0).bottom() + 1 + 12);
         QCOMPARE(layout.rowRect(2).top(), layout.rowRect(1).bottom() + 1 + 12);
         QCOMPARE(layout.height(), layout.rowRect(2).bottom() + 1);
-    }
 
-    void findsTheRowAtAHeight()
-    {
-        const TranscriptLayout layout = rows({u"one"_s, u"two"_s, u"three"_s});
         const int second = layout.rowRect(1).top();
-        QCOMPARE(layout.indexAt(-50), 0);
-        QCOMPARE(layout.indexAt(0), 0);
-        QCOMPARE(layout.indexAt(second - 1), 0);
-        QCOMPARE(layout.indexAt(second), 1);
-        QCOMPARE(layout.indexAt(5000), 2);
+        for (const auto& [height, row] : {std::pair{-50, 0}, {0, 0}, {second - 1, 0}, {second, 1}, {5000, 2}})
+            QCOMPARE(layout.indexAt(height), row);
     }
 
     void estimatesUntilItIsLaidOut()

@@ -106,8 +106,7 @@ private slots:
         QMouseEvent secondPress(QEvent::MouseButtonDblClick, from, surface()->mapToGlobal(from), Qt::LeftButton,
                                 Qt::LeftButton, {});
         QApplication::sendEvent(surface(), &secondPress);
-        QMouseEvent move(QEvent::MouseMove, to, surface()->mapToGlobal(to), Qt::NoButton, Qt::LeftButton, {});
-        QApplication::sendEvent(surface(), &move);
+        moveMouse(to, Qt::LeftButton);
         QTest::mouseRelease(surface(), Qt::LeftButton, {}, to);
         QCOMPARE(m_view->selectedText(), u"question, in two"_s);
     }
@@ -161,9 +160,9 @@ private slots:
 
     void thePointerTellsWhereTextIs()
     {
-        QTest::mouseMove(surface(), pointAt(1, u"answer"_s));
+        moveMouse(pointAt(1, u"answer"_s));
         QCOMPARE(surface()->cursor().shape(), Qt::IBeamCursor);
-        QTest::mouseMove(surface(), {surface()->width() - 10, m_view->bubbleRect(1).center().y()});
+        moveMouse({surface()->width() - 10, m_view->bubbleRect(1).center().y()});
         QCOMPARE(surface()->cursor().shape(), Qt::ArrowCursor);
     }
 
@@ -353,6 +352,11 @@ private:
     {
         const qsizetype position = m_view->bubble(index).text().indexOf(word) + letter;
         return m_view->caretRect(index, position).center() + QPoint(1, 0);
+    }
+    void moveMouse(QPoint to, Qt::MouseButtons pressed = {}) const
+    {
+        QMouseEvent move(QEvent::MouseMove, to, surface()->mapToGlobal(to), Qt::NoButton, pressed, {});
+        QApplication::sendEvent(surface(), &move);
     }
     void drag(QPoint from, QPoint to) const
     {
