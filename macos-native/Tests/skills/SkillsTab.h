@@ -8,8 +8,8 @@
 
 #include <QPlainTextEdit>
 
-/// A Skills tab on a scripted backend with three skills and two agents of "openclaw", and what a person sees and does
-/// there.
+/// A Skills tab on a scripted backend with three skills and two agents of "openclaw", two cloud skills and two agents
+/// of Core, and what a person sees and does there.
 class SkillsTab final : public TabFixture<SkillsViewController>
 {
 public:
@@ -27,6 +27,17 @@ public:
         backend.answer("save_skill_entry", Json::object());
         backend.answer("list_news_sources", {{{"bucket", "rss"}, {"name", "News"}, {"type", "rss"}, {"id", "n1"}}});
         backend.answer("add_news_source", Json::object());
+        backend.answer("install_openclaw_skill_zip", {{"targetDir", "/w/skills/a"}});
+        backend.answer("list_cloud_skills_via_core",
+                       {{{"key", "first"}, {"name", "First 一"}, {"version", "1.2"}, {"description", "Does.\nMore"}},
+                        {{"key", "second"}}});
+        backend.answer(
+            "list_core_agents",
+            {{{"ecosystem", "codex"}, {"id", "0"}},
+             {{"ecosystem", "openclaw"}, {"agentId", "main"}, {"id", "1"}, {"state", "online"}, {"workspace", "/w"}},
+             {{"ecosystem", "openclaw"}, {"id", "2"}, {"status", "idle"}, {"workspace", "/v"}}});
+        backend.answer("install_cloud_skill_from_core",
+                       {{"targetDir", "/w/skills/first"}, {"restartMethod", "cli"}, {"restartSucceeded", true}});
     }
 
     static Json weather()
@@ -40,27 +51,17 @@ public:
     /// From now on this is the entry of every skill.
     void entered(const Json& entry) { backend.answer("get_skill_entry", entry); }
 
-    /// Where `widget` is in the view.
+    /// Returns the place of `widget` in the view.
     QRect frame(const QWidget* widget) { return {widget->mapTo(&view(), QPoint()), widget->size()}; }
-    /// The label beside or above the control so named.
-    QLabel* caption(const char* objectName)
-    {
-        for (QLabel* label : view().findChildren<QLabel*>()) {
-            if (label->buddy() == find<QWidget>(objectName))
-                return label;
-        }
-        return nullptr;
-    }
-
     QString meta() { return find<ScrollingLabel>("metaLabel")->text(); }
-    QStringList titles(const char* popup)
+    static QStringList titles(const QComboBox& popup)
     {
         QStringList titles;
-        const auto* button = find<QComboBox>(popup);
-        for (int i = 0; i < button->count(); ++i)
-            titles.append(button->itemText(i));
+        for (int i = 0; i < popup.count(); ++i)
+            titles.append(popup.itemText(i));
         return titles;
     }
+    QStringList titles(const char* popup) { return titles(*find<QComboBox>(popup)); }
     QStringList rows()
     {
         QStringList rows;
@@ -69,7 +70,7 @@ public:
             rows.append(model->index(row, 0).data().toString());
         return rows;
     }
-    /// What every control shows or hides, by its name; the rows of the list apart.
+    /// What every control except the list of skills shows or hides: "name=text shown" or "name=text hidden".
     QStringList everything()
     {
         QStringList shown;
@@ -87,6 +88,9 @@ public:
         }
         return shown;
     }
+
+    /// The part of it that is about the credential.
+    QString credential() { return everything().filter(QStringLiteral("apiKey")).join(u'|'); }
 
     JsonTable* table() { return find<JsonTable>("tableView"); }
     QPlainTextEdit* env() { return find<QPlainTextEdit>("envTextView"); }
@@ -108,7 +112,33 @@ public:
         QTest::mouseClick(table()->viewport(), Qt::LeftButton, {}, cell.center());
     }
 
-    /// Presses a button that brings an alert, closes that, and returns what it said.
+    /// Chooses the file at `path` in the panel and presses its button.
+    static DialogRobot::Answer chooseFile(const QString& path)
+    {
+        return [path](QDialog& dialog) {
+            auto* name = dialog.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+            QVERIFY(name);
+            name->setText(path);
+            QTest::keyClick(name, Qt::Key_Return);
+        };
+    }
+    /// Chooses the item at `index` in the dialog's pop-up and presses `button`.
+    static DialogRobot::Answer chooseItem(int index, const QString& button)
+    {
+        return [index, button](QDialog& dialog) {
+            dialog.findChild<QComboBox*>()->setCurrentIndex(index);
+            DialogRobot::press(button)(dialog);
+        };
+    }
+    /// Returns the path of a new file with the name `name` in the home folder.
+    QString package(const QString& name) const
+    {
+        const QString path = backend.home().path(name);
+        QFile(path).open(QFile::WriteOnly);
+        return path;
+    }
+
+    /// Presses a button that opens an alert, closes the alert, and returns its title and text.
     QString alertAfter(const char* button)
     {
         view();

@@ -1,30 +1,19 @@
 #include "skills/SkillsTab.h"
 #include "support/CaseTable.h"
-#include "support/UnreadReplies.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QDialog>
 #include <QLayout>
 
-#include <optional>
-
 using namespace Qt::StringLiterals;
 
 /// The news sources of the one skill that watches them, in the tab that it belongs to.
-class TestNewsSourceSection final : public QObject
+class TestNewsSourceSection final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnUnexpectedWarning();
-        m_tab.emplace();
-    }
-
-    void cleanup() { m_tab.reset(); }
-
-    void onlyTheOneSkillShowsThem()
+    void onlyOneSkillShowsThem()
     {
         QVERIFY(section()->isHidden());
         m_tab->select(0);
@@ -54,13 +43,6 @@ private slots:
         }
         QCOMPARE(parts.values(),
                  (QStringList{u"Configured Sources"_s, u"pop-up"_s, u"line"_s, u"Source List"_s, u"1 sources."_s}));
-    }
-
-    void withoutSkillsThereAreNoSources()
-    {
-        m_tab->backend.raise("list_skills", "OSError", "x");
-        m_tab->show();
-        QVERIFY(!section()->isVisible());
     }
 
     void eachLoadOfTheEntryReadsThemAnew()
@@ -98,15 +80,15 @@ private slots:
 
     void whatCannotBeListedShowsAsNone()
     {
-        const CaseTable<QByteArray> cases{
-            {"a failure", R"([{"raise":["OSError","x"]}])"},
-            {"an empty list", R"([{"answer":[]}])"},
-            {"an object", R"([{"answer":{"sources":[]}}])"},
-            {"rows that are no objects", R"([{"answer":[{},"x"]}])"},
+        const CaseTable<const char*> cases{
+            {"a failure", R"({"raise":["OSError","x"]})"},
+            {"an empty list", R"({"answer":[]})"},
+            {"an object", R"({"answer":{"sources":[]}})"},
+            {"rows that are no objects", R"({"answer":[{},"x"]})"},
         };
-        for (const auto& [steps] : cases) {
-            m_tab.emplace();
-            m_tab->backend.script("list_news_sources", Json::parse(steps.toStdString()).get<std::vector<Json>>());
+        for (const auto& [step] : cases) {
+            restart();
+            m_tab->backend.script("list_news_sources", {Json::parse(step)});
             m_tab->select(1);
             QCOMPARE(m_tab->titles("sourcePopup"), QStringList{u"(no sources)"_s});
             QCOMPARE(m_tab->label("sourceSummaryLabel"), u"0 sources."_s);
@@ -127,13 +109,11 @@ private slots:
     {
         m_tab->select(1);
         const DialogRobot robot({[](QDialog& dialog) {
-            const auto popups = dialog.findChildren<QComboBox*>();
-            const auto fields = dialog.findChildren<QLineEdit*>();
-            Controls::choose(popups[0], u"webpage"_s);
-            fields[0]->setText(u" id "_s);
-            fields[1]->setText(u"新闻\t"_s);
-            fields[2]->setText(u"\nhttps://a"_s);
-            Controls::choose(popups[1], u"false"_s);
+            Controls::choose(Controls::named<QComboBox>(dialog, u"Type"_s), u"webpage"_s);
+            Controls::named<QLineEdit>(dialog, u"ID"_s)->setText(u" id "_s);
+            Controls::named<QLineEdit>(dialog, u"Name"_s)->setText(u"新闻\t"_s);
+            Controls::named<QLineEdit>(dialog, u"URL"_s)->setText(u"\nhttps://a"_s);
+            Controls::choose(Controls::named<QComboBox>(dialog, u"Enabled"_s), u"false"_s);
             DialogRobot::press(u"Add"_s)(dialog);
         }});
         m_tab->press("Add Source");
@@ -147,36 +127,24 @@ private slots:
         QCOMPARE(m_tab->status(), u"Source added."_s);
     }
 
-    void theFormOffersWhatItCan()
+    void theFormHasItsFieldsAndTitles()
     {
         m_tab->select(1);
         QStringList captions;
-        QStringList titles;
-        QSize size;
-        const DialogRobot robot({[&](QDialog& dialog) {
-            QCOMPARE(dialog.focusWidget(), dialog.findChild<QComboBox*>());
-            for (const QLabel* label : dialog.findChildren<QLabel*>()) {
-                if (!label->buddy())
-                    continue;
+        const DialogRobot robot({[&captions](QDialog& dialog) {
+            const auto* type = Controls::named<QComboBox>(dialog, u"Type"_s);
+            QCOMPARE(SkillsTab::titles(*type).join(u' '), u"rss webpage x"_s);
+            QCOMPARE(SkillsTab::titles(*Controls::named<QComboBox>(dialog, u"Enabled"_s)).join(u' '), u"true false"_s);
+            QCOMPARE(dialog.focusWidget(), type);
+            QCOMPARE(type->x(), 72 + 8);
+            QCOMPARE(type->parentWidget()->size(), QSize(420, 188));
+            QCOMPARE(type->parentWidget()->layout()->contentsMargins(), QMargins(0, 4, 0, 4));
+            QCOMPARE(type->parentWidget()->layout()->spacing(), 8);
+            for (const QLabel* label : type->parentWidget()->findChildren<QLabel*>())
                 captions.append(label->text());
-                QCOMPARE(label->width(), 72);
-                QVERIFY(label->buddy()->width() >= 220);
-                QCOMPARE(label->buddy()->x(), label->geometry().right() + 1 + 8);
-                const QWidget* form = label->buddy()->parentWidget();
-                size = form->size();
-                QCOMPARE(form->layout()->contentsMargins(), QMargins(0, 4, 0, 4));
-                QCOMPARE(form->layout()->spacing(), 8);
-            }
-            for (const QComboBox* popup : dialog.findChildren<QComboBox*>()) {
-                for (int i = 0; i < popup->count(); ++i)
-                    titles.append(popup->itemText(i));
-            }
-            dialog.reject();
         }});
         m_tab->press("Add Source");
         QCOMPARE(captions.join(u' '), u"Type ID Name URL Enabled"_s);
-        QCOMPARE(titles.join(u' '), u"rss webpage x true false"_s);
-        QCOMPARE(size, QSize(420, 188));
     }
 
     void aSourceWithoutAnythingIsSentToo()
@@ -188,42 +156,6 @@ private slots:
         QCOMPARE(m_tab->arguments("add_news_source").dump(), std::string(source));
     }
 
-    void ofAnAnswerOnlyItsSuccessCounts_data() { addUnreadReplies(); }
-
-    void ofAnAnswerOnlyItsSuccessCounts()
-    {
-        QFETCH(Json, reply);
-        m_tab->backend.answer("add_news_source", reply);
-        m_tab->select(1);
-        const DialogRobot robot({DialogRobot::press(u"Add"_s)});
-        m_tab->press("Add Source");
-        QCOMPARE(robot.shown().size(), std::size_t(1));
-        QCOMPARE(m_tab->status(), u"Source added."_s);
-    }
-
-    void cancellingAddsNothing()
-    {
-        m_tab->select(1);
-        const DialogRobot robot({DialogRobot::press(u"Cancel"_s), DialogRobot::press(Qt::Key_Escape)});
-        m_tab->press("Add Source");
-        m_tab->press("Add Source");
-        QCOMPARE(robot.shown().size(), std::size_t(2));
-        QCOMPARE(m_tab->backend.count("add_news_source"), 0);
-        QCOMPARE(m_tab->status(), u"Loaded config for sma."_s);
-    }
-
-    void aSourceThatIsRefusedIsToldAndNotListed()
-    {
-        m_tab->select(1);
-        m_tab->backend.raise("add_news_source", "ValueError", "the URL <b>is</b> empty");
-        const DialogRobot robot({DialogRobot::press(u"Add"_s), DialogRobot::press(u"OK"_s)});
-        m_tab->press("Add Source");
-        QCOMPARE(robot.titles(), (QStringList{u"Add Source"_s, u"Add Source Failed"_s}));
-        QCOMPARE(robot.shown().back().text, u"ERROR: ValueError: the URL <b>is</b> empty"_s);
-        QCOMPARE(m_tab->backend.count("list_news_sources"), 1);
-        QCOMPARE(m_tab->status(), u"Loaded config for sma."_s);
-    }
-
     void nothingIsAddedForAnotherSkill()
     {
         m_tab->select(0);
@@ -233,24 +165,10 @@ private slots:
         QCOMPARE(m_tab->backend.count("add_news_source"), 0);
     }
 
-    void aViewThatGoesAwayWhileAskingAddsNothing()
-    {
-        m_tab->select(1);
-        const DialogRobot robot({[this](QDialog& dialog) {
-            m_tab->discardView();
-            DialogRobot::press(u"Add"_s)(dialog);
-        }});
-        QMetaObject::invokeMethod(
-            Controls::button(m_tab->view(), u"Add Source"_s),
-            [button = Controls::button(m_tab->view(), u"Add Source"_s)] { button->click(); }, Qt::QueuedConnection);
-        QTRY_COMPARE(robot.shown().size(), std::size_t(1));
-        QCOMPARE(m_tab->backend.count("add_news_source"), 0);
-    }
-
 private:
     QWidget* section() { return m_tab->find<QWidget>("sourceSection"); }
 
-    std::optional<SkillsTab> m_tab;
+    Fresh<SkillsTab> m_tab{this};
 };
 
 QTEST_MAIN(TestNewsSourceSection)

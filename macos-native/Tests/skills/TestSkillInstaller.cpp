@@ -1,74 +1,46 @@
 #include "skills/SkillsTab.h"
 #include "support/CaseTable.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QDir>
 #include <QFileDialog>
-
-#include <optional>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 const QString ok = u"OK"_s;
-const QString installed = u"Cloud Skill Installed"_s;
 
 } // namespace
 
 /// Installing skills from this machine and from the cloud catalogue, in the tab that the buttons stand in.
-class TestSkillInstaller final : public QObject
+class TestSkillInstaller final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnUnexpectedWarning();
-        m_tab.emplace();
-        m_tab->backend.answer("install_openclaw_skill_zip", {{"targetDir", "/w/skills/a"}});
-        m_tab->backend.answer(
-            "list_cloud_skills_via_core",
-            {{{"key", "first"}, {"name", "First 一"}, {"version", "1.2"}, {"description", "Does.\nMore"}},
-             {{"key", "second"}}});
-        m_tab->backend.answer(
-            "list_core_agents",
-            {{{"ecosystem", "codex"}, {"id", "0"}},
-             {{"ecosystem", "openclaw"}, {"agentId", "main"}, {"id", "1"}, {"state", "online"}, {"workspace", "/w"}},
-             {{"ecosystem", "openclaw"}, {"id", "2"}, {"status", "idle"}, {"workspace", "/v"}}});
-        m_tab->backend.answer("install_cloud_skill_from_core",
-                              {{"targetDir", "/w/skills/first"}, {"restartMethod", "cli"}, {"restartSucceeded", true}});
-    }
-
-    void cleanup() { m_tab.reset(); }
-
     void anotherEcosystemIsNotSupported()
     {
-        const CaseTable<QByteArray, QString> cases{
-            {"a package", "Install Skill", u"Install Skill is currently implemented for openclaw only."_s},
-            {"a cloud skill", "Install Cloud Skill",
-             u"Cloud skill install is currently implemented for openclaw only."_s},
-        };
-        for (const auto& [button, text] : cases) {
-            init();
-            for (const char* ecosystem : {"codex", "kimi"}) {
-                m_tab->choose("ecosystemPopup", ecosystem);
-                const std::size_t before = m_tab->functions().size();
-                QCOMPARE(m_tab->alertAfter(button.constData()), u"Unsupported: "_s + text);
-                QCOMPARE(m_tab->functions().size(), before);
-            }
+        for (const char* ecosystem : {"codex", "kimi"}) {
+            m_tab->choose("ecosystemPopup", ecosystem);
+            const std::vector<std::string> before = m_tab->functions();
+            QCOMPARE(m_tab->alertAfter("Install Skill"),
+                     u"Unsupported: Install Skill is currently implemented for openclaw only."_s);
+            QCOMPARE(m_tab->alertAfter("Install Cloud Skill"),
+                     u"Unsupported: Cloud skill install is currently implemented for openclaw only."_s);
+            QVERIFY(m_tab->functions() == before);
         }
     }
 
     void withoutAnAgentNoPackageIsAskedFor()
     {
-        const CaseTable<QByteArray> cases{
-            {"none", R"([{"answer":[]}])"},
-            {"a list that failed", R"([{"raise":["OSError","x"]}])"},
+        const CaseTable<Json> cases{
+            {"none", {{"answer", Json::array()}}},
+            {"a list that failed", {{"raise", {"OSError", "x"}}}},
         };
-        for (const auto& [steps] : cases) {
-            init();
-            m_tab->backend.script("list_local_agents", Json::parse(steps.toStdString()).get<std::vector<Json>>());
+        for (const auto& [step] : cases) {
+            restart();
+            m_tab->backend.script("list_local_agents", {step});
             QCOMPARE(m_tab->alertAfter("Install Skill"), u"No OpenClaw Agent: Select an openclaw agent first."_s);
             QCOMPARE(m_tab->backend.count("install_openclaw_skill_zip"), 0);
         }
@@ -76,15 +48,21 @@ private slots:
 
     void installsThePackageIntoTheSelectedAgent()
     {
-        m_tab->choose("agentPopup", "second (second)");
-        const QString path = package(u"技能.zip"_s);
-        const DialogRobot robot({chooseFile(path), DialogRobot::press(ok)});
-        m_tab->press("Install Skill");
-        QVERIFY(m_tab->arguments("install_openclaw_skill_zip") == Json::array({"second", path}));
-        QCOMPARE(robot.titles().constLast(), u"Skill Installed"_s);
-        QCOMPARE(robot.shown().back().text,
-                 u"Agent: second\nTarget: /w/skills/a\nRestart: not attempted\nGateway: not attempted"_s);
-        QCOMPARE(m_tab->status(), u"Installed skill to /w/skills/a."_s);
+        const CaseTable<const char*, QString, QString> cases{
+            {"a package", "second (second)", u"second"_s, u"技能.zip"_s},
+            {"a file of any other kind", "Main (main)", u"main"_s, u"notes.txt"_s},
+        };
+        for (const auto& [title, id, file] : cases) {
+            m_tab->choose("agentPopup", title);
+            const QString path = m_tab->package(file);
+            const DialogRobot robot({SkillsTab::chooseFile(path), DialogRobot::press(ok)});
+            m_tab->press("Install Skill");
+            QVERIFY(m_tab->arguments("install_openclaw_skill_zip") == Json::array({id, path}));
+            QCOMPARE(robot.titles().constLast(), u"Skill Installed"_s);
+            QCOMPARE(robot.shown().back().text,
+                     u"Agent: "_s + id + u"\nTarget: /w/skills/a\nRestart: not attempted\nGateway: not attempted"_s);
+            QCOMPARE(m_tab->status(), u"Installed skill to /w/skills/a."_s);
+        }
     }
 
     void thePanelStartsOnTheDesktop()
@@ -94,80 +72,37 @@ private slots:
             {"else in the home folder", false},
         };
         for (const auto& [hasDesktop] : cases) {
-            init();
+            restart();
             m_tab->view();
-            const QString desktop = m_tab->backend.home().path(u"Desktop"_s);
-            if (hasDesktop)
-                QVERIFY(QDir().mkpath(desktop));
-            QString folder;
-            const QWidget* parent = nullptr;
-            QString accept;
-            QFileDialog::FileMode mode = QFileDialog::AnyFile;
-            QSize size;
-            const DialogRobot robot({[&](QDialog& dialog) {
-                auto* panel = qobject_cast<QFileDialog*>(&dialog);
-                folder = panel->directory().path();
-                parent = panel->parentWidget();
-                accept = panel->labelText(QFileDialog::Accept);
-                mode = panel->fileMode();
-                size = panel->size();
-                panel->reject();
+            const QString folder = m_tab->backend.home().path(hasDesktop ? u"Desktop"_s : QString());
+            QVERIFY(QDir().mkpath(folder));
+            const DialogRobot robot({[this, &folder](QDialog& dialog) {
+                const auto* panel = qobject_cast<QFileDialog*>(&dialog);
+                QCOMPARE(panel->directory().path(), folder);
+                QCOMPARE(panel->parentWidget(), &m_tab->view());
+                QCOMPARE(panel->labelText(QFileDialog::Accept), u"Install"_s);
+                QCOMPARE(panel->fileMode(), QFileDialog::ExistingFile);
+                QCOMPARE(panel->size(), QSize(800, 480));
             }});
             m_tab->press("Install Skill");
-            QCOMPARE(folder, hasDesktop ? desktop : m_tab->backend.home().path());
-            QCOMPARE(parent, &m_tab->view());
-            QCOMPARE(accept, u"Install"_s);
-            QCOMPARE(mode, QFileDialog::ExistingFile);
-            QCOMPARE(size, QSize(800, 480));
             QCOMPARE(robot.titles(),
                      QStringList{u"Choose an openclaw skill package (.zip). Non-zip files will be rejected after "
                                  "selection."_s});
         }
     }
 
-    void anyKindOfFileIsSent()
-    {
-        m_tab->view();
-        const QString path = package(u"notes.txt"_s);
-        const DialogRobot robot({chooseFile(path), DialogRobot::press(ok)});
-        m_tab->press("Install Skill");
-        QVERIFY(m_tab->arguments("install_openclaw_skill_zip") == Json::array({"main", path}));
-    }
-
-    void cancellingThePanelInstallsNothing()
-    {
-        m_tab->view();
-        const DialogRobot robot({[](QDialog& dialog) { dialog.reject(); }});
-        m_tab->press("Install Skill");
-        QCOMPARE(robot.shown().size(), std::size_t(1));
-        QCOMPARE(m_tab->backend.count("install_openclaw_skill_zip"), 0);
-        QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
-        QTRY_VERIFY(!m_tab->view().findChild<QFileDialog*>()); // it is made anew each time
-    }
-
-    void aFailedInstallIsTold()
-    {
-        m_tab->view();
-        m_tab->backend.raise("install_openclaw_skill_zip", "ValueError", "no <b>SKILL.md</b>");
-        const DialogRobot robot({chooseFile(package(u"a.zip"_s)), DialogRobot::press(ok)});
-        m_tab->press("Install Skill");
-        QCOMPARE(robot.titles().constLast(), u"Install Failed"_s);
-        QCOMPARE(robot.shown().back().text, u"ERROR: ValueError: no <b>SKILL.md</b>"_s);
-        QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
-    }
-
     void anInstallThatAnswersNothingIsTold()
     {
-        const CaseTable<QByteArray> cases{
-            {"null", "null"},
-            {"a list", R"([{"targetDir":"/t"}])"},
-            {"a text", R"("/t")"},
+        const CaseTable<Json> cases{
+            {"null", nullptr},
+            {"a list", Json::array({{{"targetDir", "/t"}}})},
+            {"a text", "/t"},
         };
         for (const auto& [result] : cases) {
-            init();
+            restart();
             m_tab->view();
-            m_tab->backend.answer("install_openclaw_skill_zip", Json::parse(result.toStdString()));
-            const DialogRobot robot({chooseFile(package(u"a.zip"_s)), DialogRobot::press(ok)});
+            m_tab->backend.answer("install_openclaw_skill_zip", result);
+            const DialogRobot robot({SkillsTab::chooseFile(m_tab->package(u"a.zip"_s)), DialogRobot::press(ok)});
             m_tab->press("Install Skill");
             QCOMPARE(robot.shown().back().text,
                      u"Agent: main\nTarget: \nRestart: not attempted\nGateway: not attempted"_s);
@@ -178,35 +113,18 @@ private slots:
     void installsACloudSkillIntoACoreAgent()
     {
         m_tab->view();
-        const DialogRobot robot({chooseItem(0, u"Install"_s), chooseItem(0, u"Select"_s), DialogRobot::press(ok)});
-        m_tab->press("Install Cloud Skill");
-        QCOMPARE(m_tab->arguments("list_cloud_skills_via_core").dump(), std::string(R"(["openclaw"])"));
-        QCOMPARE(m_tab->arguments("list_core_agents").dump(), std::string(R"(["openclaw",true])"));
-        QCOMPARE(m_tab->arguments("install_cloud_skill_from_core").dump(), std::string(R"(["openclaw","first","1"])"));
-        QCOMPARE(robot.titles(), (QStringList{u"Install Cloud Skill"_s, u"Select OpenClaw Agent"_s, installed}));
-        QCOMPARE(robot.shown().back().text, u"Skill: First 一\nAgent: main\nTarget: /w/skills/first\n"
-                                            "Restart: cli (ok)\nGateway: not attempted"_s);
-        QCOMPARE(m_tab->status(), u"Installed cloud skill First 一 to /w/skills/first. Restart: cli (ok)"_s);
-    }
-
-    void theChoosersShowWhatThereIs()
-    {
-        m_tab->view();
         std::vector<QStringList> titles;
         QStringList names;
-        const auto look = [&](const QString& button) {
+        const auto pressAfterLook = [&](const QString& button) {
             return [&, button](QDialog& dialog) {
-                auto* popup = dialog.findChild<QComboBox*>();
+                const auto* popup = dialog.findChild<QComboBox*>();
                 QCOMPARE(popup->size(), QSize(420, 26));
-                QStringList items;
-                for (int i = 0; i < popup->count(); ++i)
-                    items.append(popup->itemText(i));
-                titles.push_back(items);
+                titles.push_back(SkillsTab::titles(*popup));
                 names.append(popup->accessibleName() + u'/' + popup->accessibleDescription());
                 DialogRobot::press(button)(dialog);
             };
         };
-        const DialogRobot robot({look(u"Install"_s), look(u"Cancel"_s)});
+        const DialogRobot robot({pressAfterLook(u"Install"_s), pressAfterLook(u"Select"_s), DialogRobot::press(ok)});
         m_tab->press("Install Cloud Skill");
         QCOMPARE(titles[0], (QStringList{u"First 一 v1.2 - Does. More"_s, u"second"_s}));
         QCOMPARE(titles[1], (QStringList{u"main (online) - /w"_s, u"2 (idle) - /v"_s}));
@@ -215,6 +133,14 @@ private slots:
         QCOMPARE(robot.shown()[0].buttons, (QStringList{u"Cancel"_s, u"Install"_s}));
         QCOMPARE(robot.shown()[1].text, u"Choose the target workspace for this skill package."_s);
         QCOMPARE(robot.shown()[1].buttons, (QStringList{u"Cancel"_s, u"Select"_s}));
+        QCOMPARE(m_tab->arguments("list_cloud_skills_via_core").dump(), std::string(R"(["openclaw"])"));
+        QCOMPARE(m_tab->arguments("list_core_agents").dump(), std::string(R"(["openclaw",true])"));
+        QCOMPARE(m_tab->arguments("install_cloud_skill_from_core").dump(), std::string(R"(["openclaw","first","1"])"));
+        QCOMPARE(robot.titles(),
+                 (QStringList{u"Install Cloud Skill"_s, u"Select OpenClaw Agent"_s, u"Cloud Skill Installed"_s}));
+        QCOMPARE(robot.shown().back().text, u"Skill: First 一\nAgent: main\nTarget: /w/skills/first\n"
+                                            "Restart: cli (ok)\nGateway: not attempted"_s);
+        QCOMPARE(m_tab->status(), u"Installed cloud skill First 一 to /w/skills/first. Restart: cli (ok)"_s);
     }
 
     void entriesOfTheSameTitleAreTakenByTheirPlace()
@@ -222,12 +148,12 @@ private slots:
         m_tab->view();
         m_tab->backend.answer("list_cloud_skills_via_core",
                               {{{"key", "k"}, {"name", "n"}}, {{"name", "n"}}, {{"key", "l"}, {"name", "n"}}});
-        const DialogRobot robot({chooseItem(2, u"Install"_s), chooseItem(1, u"Select"_s), DialogRobot::press(ok),
-                                 chooseItem(1, u"Install"_s), chooseItem(1, u"Select"_s), DialogRobot::press(ok)});
-        m_tab->press("Install Cloud Skill");
-        QCOMPARE(m_tab->arguments("install_cloud_skill_from_core").dump(), std::string(R"(["openclaw","l","2"])"));
-        m_tab->press("Install Cloud Skill");
-        QCOMPARE(m_tab->arguments("install_cloud_skill_from_core").dump(), std::string(R"(["openclaw","","2"])"));
+        for (const auto& [index, key] : {std::pair(2, "l"), std::pair(1, "")}) {
+            const DialogRobot robot({SkillsTab::chooseItem(index, u"Install"_s), SkillsTab::chooseItem(1, u"Select"_s),
+                                     DialogRobot::press(ok)});
+            m_tab->press("Install Cloud Skill");
+            QVERIFY(m_tab->arguments("install_cloud_skill_from_core") == Json({"openclaw", key, "2"}));
+        }
     }
 
     void eachStepOfACloudInstallCanFail()
@@ -252,45 +178,15 @@ private slots:
             {"the install fails", install, raised, u"Cloud Install "_s + failed},
         };
         for (const auto& [function, step, alert] : cases) {
-            init();
-            m_tab->view();
+            restart();
             m_tab->backend.script(function, {Json::parse(step)});
-            std::vector<DialogRobot::Answer> answers;
-            if (function != catalogue)
-                answers.push_back(chooseItem(0, u"Install"_s));
-            if (function == install)
-                answers.push_back(chooseItem(0, u"Select"_s));
-            answers.push_back(DialogRobot::press(ok));
-            const std::size_t dialogs = answers.size();
-            const DialogRobot robot(std::move(answers));
+            const QStringList before = m_tab->everything();
+            const DialogRobot robot({function != catalogue ? DialogRobot::press(u"Install"_s) : DialogRobot::press(ok),
+                                     function == install ? DialogRobot::press(u"Select"_s) : DialogRobot::press(ok)});
             m_tab->press("Install Cloud Skill");
-            QCOMPARE(robot.shown().size(), dialogs);
             QCOMPARE(robot.shown().back().title + u": "_s + robot.shown().back().text, alert);
             QCOMPARE(m_tab->functions().back(), function); // and nothing after it
-            QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
-        }
-    }
-
-    void eachStepOfACloudInstallCanBeCancelled()
-    {
-        const CaseTable<QStringList, std::string> cases{
-            {"the choice of the skill", {u"Install Cloud Skill"_s}, "list_cloud_skills_via_core"},
-            {"the choice of the agent, though it is the only one",
-             {u"Install Cloud Skill"_s, u"Select OpenClaw Agent"_s},
-             "list_core_agents"},
-        };
-        for (const auto& [titles, lastCall] : cases) {
-            init();
-            m_tab->view();
-            m_tab->backend.answer("list_core_agents", Json::array({{{"ecosystem", "openclaw"}, {"id", "2"}}}));
-            std::vector<DialogRobot::Answer> answers(static_cast<std::size_t>(titles.size()) - 1,
-                                                     chooseItem(0, u"Install"_s));
-            answers.push_back(DialogRobot::press(Qt::Key_Escape));
-            const DialogRobot robot(std::move(answers));
-            m_tab->press("Install Cloud Skill");
-            QCOMPARE(robot.titles(), titles);
-            QCOMPARE(m_tab->functions().back(), lastCall);
-            QCOMPARE(m_tab->status(), u"Loaded 3 skills for openclaw."_s);
+            QCOMPARE(m_tab->everything(), before);
         }
     }
 
@@ -302,8 +198,8 @@ private slots:
             seen.append(m_tab->status());
             DialogRobot::press(ok)(dialog);
         };
-        const DialogRobot robot(
-            {chooseFile(package(u"a.zip"_s)), look, chooseItem(0, u"Install"_s), chooseItem(0, u"Select"_s), look});
+        const DialogRobot robot({SkillsTab::chooseFile(m_tab->package(u"a.zip"_s)), look,
+                                 DialogRobot::press(u"Install"_s), DialogRobot::press(u"Select"_s), look});
         m_tab->press("Install Skill");
         m_tab->press("Install Cloud Skill");
         QCOMPARE(seen, QStringList({u"Installed skill to /w/skills/a."_s,
@@ -311,64 +207,8 @@ private slots:
         QCOMPARE(m_tab->backend.count("list_skills"), 1); // and neither refreshes the list
     }
 
-    void aViewThatGoesAwayWhileAskingInstallsNothing()
-    {
-        QPushButton* button = Controls::button(m_tab->view(), u"Install Cloud Skill"_s);
-        const DialogRobot robot({[this](QDialog& dialog) {
-            m_tab->discardView();
-            DialogRobot::press(u"Install"_s)(dialog);
-        }});
-        QMetaObject::invokeMethod(
-            button, [button] { button->click(); }, Qt::QueuedConnection);
-        QTRY_COMPARE(robot.shown().size(), std::size_t(1));
-        QTRY_VERIFY(!QApplication::activeModalWidget());
-        QCOMPARE(m_tab->backend.count("list_core_agents"), 0);
-    }
-
-    void aViewThatGoesAwayWithItsPanelInstallsNothing()
-    {
-        QPushButton* button = Controls::button(m_tab->view(), u"Install Skill"_s);
-        const DialogRobot robot({[this](QDialog& dialog) {
-            QVERIFY(qobject_cast<QFileDialog*>(&dialog));
-            m_tab->discardView();
-        }});
-        QMetaObject::invokeMethod(
-            button, [button] { button->click(); }, Qt::QueuedConnection);
-        QTRY_COMPARE(robot.shown().size(), std::size_t(1));
-        QTRY_VERIFY(!QApplication::activeModalWidget());
-        QCOMPARE(m_tab->backend.count("install_openclaw_skill_zip"), 0);
-    }
-
 private:
-    /// Chooses the file at `path` in the panel and presses its button.
-    static DialogRobot::Answer chooseFile(const QString& path)
-    {
-        return [path](QDialog& dialog) {
-            auto* panel = qobject_cast<QFileDialog*>(&dialog);
-            QVERIFY(panel);
-            auto* name = panel->findChild<QLineEdit*>(u"fileNameEdit"_s);
-            name->setText(path);
-            QTest::keyClick(name, Qt::Key_Return);
-        };
-    }
-
-    static DialogRobot::Answer chooseItem(int index, const QString& button)
-    {
-        return [index, button](QDialog& dialog) {
-            dialog.findChild<QComboBox*>()->setCurrentIndex(index);
-            DialogRobot::press(button)(dialog);
-        };
-    }
-
-    /// The path of a file so named in the home folder.
-    QString package(const QString& name)
-    {
-        const QString path = m_tab->backend.home().path(name);
-        QFile(path).open(QFile::WriteOnly);
-        return path;
-    }
-
-    std::optional<SkillsTab> m_tab;
+    Fresh<SkillsTab> m_tab{this};
 };
 
 QTEST_MAIN(TestSkillInstaller)

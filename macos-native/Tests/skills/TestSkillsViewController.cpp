@@ -1,13 +1,12 @@
 #include "skills/SkillsTab.h"
 #include "support/CaseTable.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
+#include "support/UnreadReplies.h"
 
 #include <QHeaderView>
 #include <QPaintEvent>
 #include <QScrollBar>
-
-#include <cstdlib>
-#include <optional>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -36,19 +35,11 @@ public:
 } // namespace
 
 /// The Skills tab: ecosystems, agents, the list of skills and what is shown of the selected one.
-class TestSkillsViewController final : public QObject
+class TestSkillsViewController final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnUnexpectedWarning();
-        m_tab.emplace();
-    }
-
-    void cleanup() { m_tab.reset(); }
-
     void loadsAgentsThenSkillsOnce()
     {
         m_tab->view().show();
@@ -88,7 +79,7 @@ private slots:
             {"rows that are no objects", {{"answer", {{{"id", "a"}, {"ecosystem", "openclaw"}}, 1}}}, u"(none)"_s},
         };
         for (const auto& [step, title] : cases) {
-            m_tab.emplace();
+            restart();
             m_tab->backend.script("list_local_agents", {step});
             QCOMPARE(m_tab->titles("agentPopup"), QStringList{title});
             QCOMPARE(m_tab->rows().size(), 3); // the skills are listed all the same
@@ -143,10 +134,9 @@ private slots:
         QCOMPARE(m_tab->meta(), u"Select a skill"_s);
         QCOMPARE(m_tab->label("envLabel"), u"ENV (JSON snapshot)"_s);
         QVERIFY(m_tab->env()->isReadOnly());
-        QVERIFY(!m_tab->apiKey()->isHidden()); // nothing has hidden it yet
-        QVERIFY(!m_tab->find<QLabel>("apiKeyLabel")->isHidden());
-        QCOMPARE(m_tab->label("apiKeyLabel"), u"API Key"_s);
+        QCOMPARE(m_tab->credential(), u"apiKeyLabel=API Key shown|apiKeyField= shown"_s); // nothing has hidden it yet
         QCOMPARE(m_tab->apiKey()->placeholderText(), u"API Key"_s);
+        QVERIFY(m_tab->find<QWidget>("sourceSection")->isHidden());
     }
 
     void theSnapshotIsReadLeniently()
@@ -159,7 +149,7 @@ private slots:
             {"a failure, which is silent", {{"raise", {"OSError", "x"}}}, u"Config: "_s},
         };
         for (const auto& [step, config] : cases) {
-            m_tab.emplace();
+            restart();
             m_tab->backend.script("get_adapter_snapshot", {step});
             QCOMPARE(m_tab->label("configPathLabel"), config);
             QCOMPARE(m_tab->label("skillDirsLabel"), u"Skill dirs: (none)"_s);
@@ -229,12 +219,10 @@ private slots:
         m_tab->entered({{"enabled", false}, {"apiKey", "k"}});
         m_tab->select(0);
         QCOMPARE(m_tab->title("enabledPopup"), u"false"_s);
-        QVERIFY(!m_tab->apiKey()->isHidden());
+        QCOMPARE(m_tab->credential(), u"apiKeyLabel=API Key shown|apiKeyField=k shown"_s);
         m_tab->press("Refresh");
         QCOMPARE(m_tab->title("enabledPopup"), u"true"_s);
-        QVERIFY(m_tab->apiKey()->isHidden());
-        QVERIFY(m_tab->find<QLabel>("apiKeyLabel")->isHidden());
-        QCOMPARE(m_tab->apiKey()->text(), QString());
+        QCOMPARE(m_tab->credential(), u"apiKeyLabel=API Key hidden|apiKeyField= hidden"_s);
     }
 
     void withoutAnEcosystemItIsOpenclaw()
@@ -248,20 +236,10 @@ private slots:
 
     void aFailedRefreshChangesNothingButRowsAndStatus()
     {
-        Json skill = SkillsTab::weather();
-        skill["name"] = "social-media-alert"; // and so with news sources, too
-        m_tab->listed(Json::array({skill}));
-        m_tab->select(0);
-        m_tab->choose("enabledPopup", "false");
-        m_tab->apiKey()->setText(u"typed"_s);
-        m_tab->field("REGION")->setText(u"typed, too"_s);
-        m_tab->env()->setPlainText(u"edited"_s);
-        const QStringList before = m_tab->everything();
+        QStringList expected = editEverything();
+        expected.replaceInStrings(u"=Loaded config for weather."_s, u"=ERROR: OSError: x"_s);
         m_tab->backend.raise("list_skills", "OSError", "x");
         m_tab->press("Refresh");
-        QStringList expected = before;
-        expected.replaceInStrings(u"=Loaded config for weather."_s, u"=ERROR: OSError: x"_s);
-        QVERIFY(expected != before);
         QCOMPARE(m_tab->everything(), expected);
         QCOMPARE(m_tab->rows(), QStringList());
         m_tab->press("Save Config"); // of the skill that was selected
@@ -290,12 +268,110 @@ private slots:
         QVERIFY(m_tab->view().minimumSizeHint().width() <= 1000);
         QVERIFY(m_tab->view().minimumSizeHint().height() <= 600);
         QVERIFY(m_tab->find<ScrollingLabel>("metaLabel")->verticalScrollBar()->maximum() > 0);
-        for (const char* popup : {"ecosystemPopup", "agentPopup", "configModePopup"})
-            QCOMPARE(m_tab->caption(popup)->width(), m_tab->caption(popup)->sizeHint().width());
+        for (const QString& caption : {u"Ecosystem"_s, u"Agent"_s, u"Config Mode"_s}) {
+            const auto* label = Controls::named<QLabel>(m_tab->view(), caption);
+            QCOMPARE(label->width(), label->sizeHint().width());
+        }
+    }
+
+    void aFailureIsToldAndChangesNothing()
+    {
+        const CaseTable<const char*, std::string, QString, DialogRobot::Answer> cases{
+            {"to load", "Load Config", "get_skill_entry", u"Load Failed"_s, DialogRobot::press(u"OK"_s)},
+            {"to save", "Save Config", "save_skill_entry", u"Save Failed"_s, DialogRobot::press(u"OK"_s)},
+            {"to add a source", "Add Source", "add_news_source", u"Add Source Failed"_s, DialogRobot::press(u"Add"_s)},
+            {"to install", "Install Skill", "install_openclaw_skill_zip", u"Install Failed"_s,
+             SkillsTab::chooseFile(m_tab->package(u"a.zip"_s))},
+        };
+        const QStringList before = editEverything();
+        for (const auto& [button, function, title, answer] : cases) {
+            m_tab->backend.raise(function, "OSError", "no <b>luck</b>");
+            const DialogRobot robot({answer});
+            m_tab->press(button);
+            QCOMPARE(robot.shown().back().title, title);
+            QCOMPARE(robot.shown().back().text, u"ERROR: OSError: no <b>luck</b>"_s);
+            QCOMPARE(m_tab->functions().back(), function);
+            QTRY_COMPARE(m_tab->everything(), before); // the panel is deleted by the event loop
+        }
+    }
+
+    void ofAnAnswerOnlyItsSuccessCounts_data() { addUnreadReplies(); }
+
+    void ofAnAnswerOnlyItsSuccessCounts()
+    {
+        QFETCH(Json, reply);
+        m_tab->backend.answer("save_skill_entry", reply);
+        m_tab->backend.answer("add_news_source", reply);
+        m_tab->select(1);
+        const DialogRobot robot({DialogRobot::press(u"Add"_s)});
+        m_tab->press("Save Config");
+        QCOMPARE(m_tab->status(), u"Saved config for sma."_s);
+        m_tab->press("Add Source");
+        QCOMPARE(m_tab->status(), u"Source added."_s);
+        QCOMPARE(robot.shown().size(), std::size_t(1));
+    }
+
+    void whatIsCancelledChangesNothing()
+    {
+        const CaseTable<const char*, std::size_t, std::string> cases{
+            {"a new source", "Add Source", 1, "list_news_sources"},
+            {"the choice of a package", "Install Skill", 1, "list_news_sources"},
+            {"the choice of a cloud skill", "Install Cloud Skill", 1, "list_cloud_skills_via_core"},
+            {"the choice of its agent, though it is the only one", "Install Cloud Skill", 2, "list_core_agents"},
+        };
+        m_tab->backend.answer("list_core_agents", Json::array({{{"ecosystem", "openclaw"}, {"id", "2"}}}));
+        const QStringList before = editEverything();
+        for (const auto& [button, dialogs, lastCall] : cases) {
+            const DialogRobot robot(std::vector(dialogs - 1, DialogRobot::press(u"Install"_s)));
+            m_tab->press(button);
+            QCOMPARE(robot.shown().size(), dialogs);
+            QCOMPARE(m_tab->functions().back(), lastCall);
+            QTRY_COMPARE(m_tab->everything(), before); // the panel is deleted by the event loop
+        }
+    }
+
+    void aViewThatGoesAwayUnderItsDialogDoesNothingMore()
+    {
+        const CaseTable<int, const char*, DialogRobot::Answer> cases{
+            {"an alert", -1, "Load Config", DialogRobot::press(Qt::Key_Return)},
+            {"the form of a source", 1, "Add Source", DialogRobot::press(u"Add"_s)},
+            {"a choice", 1, "Install Cloud Skill", DialogRobot::press(u"Install"_s)},
+            {"a panel, which is deleted with the view", 1, "Install Skill", [](QDialog& /*deleted*/) {}},
+        };
+        for (const auto& [row, title, answer] : cases) {
+            restart();
+            m_tab->table()->selectRow(row);
+            QPushButton* button = Controls::button(m_tab->view(), QString::fromLatin1(title));
+            std::vector<std::string> before;
+            const DialogRobot robot({[&, answer = answer](QDialog& dialog) {
+                before = m_tab->functions();
+                m_tab->discardView();
+                answer(dialog);
+            }});
+            QTimer::singleShot(0, button, &QPushButton::click);
+            QTRY_COMPARE(robot.shown().size(), std::size_t(1));
+            QTRY_VERIFY(!QApplication::activeModalWidget());
+            QVERIFY(m_tab->functions() == before);
+        }
     }
 
 private:
-    std::optional<SkillsTab> m_tab;
+    /// Selects a skill that has variables, a credential and news sources, edits all its fields, and returns what the
+    /// tab shows then.
+    QStringList editEverything()
+    {
+        Json skill = SkillsTab::weather();
+        skill["name"] = "social-media-alert";
+        m_tab->listed(Json::array({skill}));
+        m_tab->select(0);
+        m_tab->choose("enabledPopup", "false");
+        m_tab->apiKey()->setText(u"typed"_s);
+        m_tab->field("REGION")->setText(u"typed, too"_s);
+        m_tab->env()->setPlainText(u"edited"_s);
+        return m_tab->everything();
+    }
+
+    Fresh<SkillsTab> m_tab{this};
 };
 
 QTEST_MAIN(TestSkillsViewController)

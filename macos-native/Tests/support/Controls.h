@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractItemView>
+#include <QAccessible>
 #include <QComboBox>
 #include <QPushButton>
 #include <QTest>
@@ -8,7 +9,7 @@
 /// What a person does to a control.
 namespace Controls {
 
-/// Opens `popup` and takes its item `title`.
+/// Opens `popup` and chooses its item `title`.
 inline void choose(QComboBox* popup, const QString& title)
 {
     popup->showPopup();
@@ -17,11 +18,24 @@ inline void choose(QComboBox* popup, const QString& title)
     QCOMPARE(popup->currentText(), title);
 }
 
-/// The button of `view` that is titled `title`; none is a null pointer.
+/// Returns the button of `view` with the title `title`, or null when there is none.
 inline QPushButton* button(const QWidget& view, const QString& title)
 {
     for (QPushButton* candidate : view.findChildren<QPushButton*>()) {
         if (candidate->text() == title)
+            return candidate;
+    }
+    return nullptr;
+}
+
+/// Returns the control of `view` that has the caption `name`, or this accessible name when it has no caption. Returns
+/// null when there is none. A pop-up's accessible name is its current text on Linux.
+template <typename Control> Control* named(const QWidget& view, const QString& name)
+{
+    for (Control* candidate : view.findChildren<Control*>()) {
+        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(candidate);
+        const auto captions = accessible->relations(QAccessible::Label);
+        if ((captions.isEmpty() ? accessible : captions.front().first)->text(QAccessible::Name) == name)
             return candidate;
     }
     return nullptr;

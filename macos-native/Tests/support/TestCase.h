@@ -18,6 +18,14 @@ protected slots:
     /// Deletes the `Fresh` members in the opposite order.
     void cleanup();
 
+protected:
+    /// Ends one case and begins the next one, in a function that goes through several: its members are new again.
+    void restart()
+    {
+        cleanup();
+        init();
+    }
+
 private:
     template <typename Value> friend class Fresh;
 

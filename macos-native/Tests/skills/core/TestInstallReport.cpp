@@ -1,21 +1,17 @@
 #include "skills/core/InstallReport.h"
 
 #include "support/CaseTable.h"
-#include "support/Warnings.h"
-
-#include <QTest>
+#include "support/TestCase.h"
 
 using namespace Qt::StringLiterals;
 
-/// What is told of an installation.
-class TestInstallReport final : public QObject
+/// The texts about an installation.
+class TestInstallReport final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
-    void tellsTheTargetAndTheRestarts()
+    void containsTheTargetAndTheRestarts()
     {
         const CaseTable<QByteArray, QString, QString> cases{
             {"no restart", R"({"targetDir":"/w/skills/a"})", u"Installed skill to /w/skills/a."_s,

@@ -1,9 +1,7 @@
 #include "skills/core/SkillEntry.h"
 
 #include "support/CaseTable.h"
-#include "support/Warnings.h"
-
-#include <QTest>
+#include "support/TestCase.h"
 
 using namespace Qt::StringLiterals;
 
@@ -17,13 +15,11 @@ Json json(const QByteArray& text)
 } // namespace
 
 /// A skill's entry, as it is read, shown, edited and written.
-class TestSkillEntry final : public QObject
+class TestSkillEntry final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void onlyAnExplicitFalseDisables()
     {
         const CaseTable<QByteArray, bool> cases{
@@ -41,21 +37,15 @@ private slots:
             QCOMPARE(readSkillEntry(json(entry)).isEnabled, isEnabled);
     }
 
-    void whatIsNoObjectCountsAsEmpty_data()
-    {
-        QTest::addColumn<QByteArray>("value");
-        for (const char* value : {"[]", R"([{"A":"1"}])", R"("text")", "null", "true", "7"})
-            QTest::newRow(value) << QByteArray(value);
-    }
-
     void whatIsNoObjectCountsAsEmpty()
     {
-        QFETCH(QByteArray, value);
-        const SkillEntry entry = readSkillEntry(json(R"({"env":)" + value + R"(,"config":)" + value + "}"));
-        QVERIFY(entry.env == Json::object());
-        QVERIFY(entry.config == Json::object());
-        QVERIFY(readSkillEntry(Json::object()).env == Json::object());
-        QVERIFY(readSkillEntry(Json::object()).config == Json::object());
+        for (const char* value : {"[]", R"([{"A":"1"}])", R"("text")", "null", "true", "7"}) {
+            const Json other = Json::parse(value);
+            const SkillEntry entry = readSkillEntry({{"env", other}, {"config", other}});
+            QVERIFY2(entry.env == Json::object() && entry.config == Json::object(), value);
+        }
+        const SkillEntry empty = readSkillEntry(Json::object());
+        QVERIFY(empty.env == Json::object() && empty.config == Json::object());
     }
 
     void theCredentialIsATextOrDescribed()

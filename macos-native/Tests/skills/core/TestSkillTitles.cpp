@@ -2,9 +2,7 @@
 #include "skills/core/SkillTexts.h"
 
 #include "support/CaseTable.h"
-#include "support/Warnings.h"
-
-#include <QTest>
+#include "support/TestCase.h"
 
 using namespace Qt::StringLiterals;
 
@@ -16,14 +14,12 @@ using Title = QString (*)(const Json& row);
 
 Q_DECLARE_METATYPE(Title)
 
-/// What pop-ups show of agents, cloud skills and news sources, and the source that is sent.
-class TestSkillTitles final : public QObject
+/// What pop-ups show of agents, cloud skills and news sources.
+class TestSkillTitles final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void titles()
     {
         const CaseTable<Title, const char*, const char*> cases{
@@ -73,22 +69,6 @@ private slots:
     {
         QCOMPARE(newsSourceSummary(0), u"0 sources."_s);
         QCOMPARE(newsSourceSummary(1), u"1 sources."_s);
-    }
-
-    void aNewSourceIsSentTrimmed()
-    {
-        const NewNewsSource source{
-            .type = u"webpage"_s,
-            .id = u" i\n"_s,
-            .name = u"\t新闻 "_s,
-            .url = u" https://a b "_s,
-            .isEnabled = false,
-        };
-        const char* const sent =
-            "{\"type\":\"webpage\",\"id\":\"i\",\"name\":\"新闻\",\"url\":\"https://a b\",\"enabled\":false}";
-        QCOMPARE(toJson(source).dump(), std::string(sent));
-        const char* const nothing = R"({"type":"","id":"","name":"","url":"","enabled":true})";
-        QCOMPARE(toJson(NewNewsSource()).dump(), std::string(nothing));
     }
 };
 

@@ -3,9 +3,7 @@
 #include "skills/core/NewsSource.h"
 #include "skills/core/SkillTexts.h"
 #include "support/CaseTable.h"
-#include "support/Warnings.h"
-
-#include <QTest>
+#include "support/TestCase.h"
 
 using namespace Qt::StringLiterals;
 
@@ -19,13 +17,11 @@ Json row(const QByteArray& json)
 } // namespace
 
 /// What is read of a skill's row.
-class TestSkillVariables final : public QObject
+class TestSkillVariables final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void aTitleIsTheNameAfterTheSource()
     {
         const CaseTable<QByteArray, QString> cases{
