@@ -4,7 +4,7 @@
 
 #include <QStringList>
 
-/// A platform that shows nothing and writes down what it is asked for. Its status area comes and goes as it is told.
+/// A platform that shows nothing and records the calls. A test decides whether it has a status area.
 class FakePlatform final : public Platform
 {
 public:

@@ -2,7 +2,7 @@
 
 #include "shell/primitives/NeloWindow.h"
 #include "support/ScriptedBackend.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 #include "ui/Colors.h"
 
 #include <QDesktopServices>
@@ -10,14 +10,11 @@
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTableView>
-#include <QTest>
-
-#include <optional>
 
 using namespace Qt::StringLiterals;
 
 /// The console's container: banner and tabs.
-class TestConsoleTabController final : public QObject
+class TestConsoleTabController final : public TestCase
 {
     Q_OBJECT
 
@@ -27,22 +24,11 @@ public slots:
 private slots:
     void init()
     {
-        failOnUnexpectedWarning();
-        m_backend.emplace();
+        TestCase::init();
         m_backend->answer("openclaw_runtime_status", {{"os", "x"}});
         m_backend->answer("load_nelo_settings", Json::object());
         m_backend->answer("list_skills", Json::array());
-        m_controller = std::make_unique<ConsoleTabController>();
         m_controller->resize(1000, 720);
-        m_openedUrls.clear();
-        QDesktopServices::setUrlHandler(u"https"_s, this, "openedUrl");
-    }
-
-    void cleanup()
-    {
-        QDesktopServices::unsetUrlHandler(u"https"_s);
-        m_controller.reset();
-        m_backend.reset();
     }
 
     void theTabsStandInOrder()
@@ -86,7 +72,7 @@ private slots:
     void theTabsHaveTheKeyboardAtFirst()
     {
         m_controller->show();
-        QVERIFY(QTest::qWaitForWindowActive(m_controller.get()));
+        QVERIFY(QTest::qWaitForWindowActive(&*m_controller));
         QVERIFY(tabs()->tabBar()->hasFocus());
     }
 
@@ -117,16 +103,15 @@ private slots:
 
     void theLinkOpensTheMakersAddress()
     {
+        QDesktopServices::setUrlHandler(u"https"_s, this, "openedUrl");
         show();
         banner()->setFocus();
         QTest::keyClick(banner(), Qt::Key_Tab);
         QTest::keyClick(banner(), Qt::Key_Return);
-        const QUrl address(u"https://nelo.example/support"_s);
-        QCOMPARE(m_openedUrls, QList<QUrl>{address});
         const int textWidth = banner()->sizeHint().width();
         const QPoint insideLink((banner()->width() + textWidth) / 2 - 20, banner()->height() / 2);
         QTest::mouseClick(banner(), Qt::LeftButton, {}, insideLink);
-        QCOMPARE(m_openedUrls, (QList<QUrl>{address, address}));
+        QCOMPARE(m_openedUrls, QList<QUrl>(2, QUrl(u"https://nelo.example/support"_s)));
     }
 
     void theTabsGetAllRemainingSpace()
@@ -136,13 +121,9 @@ private slots:
         for (const QSize size : {QSize(1000, 720), QSize(1400, 900)}) {
             m_controller->resize(size);
             QCoreApplication::processEvents();
-            QCOMPARE(banner()->geometry().left(), 20);
-            QCOMPARE(banner()->geometry().right() + 1, size.width() - 20);
-            QCOMPARE(banner()->geometry().top(), 12);
-            QCOMPARE(tabs()->geometry().left(), 0);
-            QCOMPARE(tabs()->geometry().right() + 1, size.width());
-            QCOMPARE(tabs()->geometry().top(), banner()->geometry().bottom() + 1 + 10);
-            QCOMPARE(tabs()->geometry().bottom() + 1, size.height());
+            const int height = banner()->height();
+            QCOMPARE(banner()->geometry(), QRect(20, 12, size.width() - 2 * 20, height));
+            QCOMPARE(tabs()->geometry(), QRect(QPoint(), size).adjusted(0, 12 + height + 10, 0, 0));
         }
     }
 
@@ -164,11 +145,11 @@ private:
     void show()
     {
         m_controller->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_controller.get()));
+        QVERIFY(QTest::qWaitForWindowExposed(&*m_controller));
     }
 
-    std::optional<ScriptedBackend> m_backend;
-    std::unique_ptr<ConsoleTabController> m_controller;
+    Fresh<ScriptedBackend> m_backend{this};
+    Fresh<ConsoleTabController> m_controller{this};
     QList<QUrl> m_openedUrls;
 };
 

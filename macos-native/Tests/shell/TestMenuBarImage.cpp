@@ -1,53 +1,45 @@
 #include "shell/MenuBarImage.h"
 
 #include "support/CaseTable.h"
+#include "support/Files.h"
+#include "support/TestCase.h"
 #include "support/TestHome.h"
-#include "support/Warnings.h"
 
 #include <QDir>
 #include <QImage>
 #include <QPainter>
-#include <QTest>
-
-#include <optional>
 
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
 /// The user's own status-bar image.
-class TestMenuBarImage final : public QObject
+class TestMenuBarImage final : public TestCase
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        failOnUnexpectedWarning();
-        m_home.emplace();
+        TestCase::init();
         QVERIFY(QDir(m_home->path()).mkpath(u"Desktop"_s));
     }
 
-    void cleanup() { m_home.reset(); }
-
-    void whatIsNoImageIsNone()
+    void otherBytesAreNoImage()
     {
         const CaseTable<QByteArray> cases{
             {"empty", {}},
             {"text", "hello"},
             {"only an image's first bytes", "\x89PNG\r\n\x1a\n"},
         };
+        QVERIFY(menuBarImage().isNull()); // no file
         for (const auto& [bytes] : cases) {
-            QVERIFY(menuBarImage().isNull()); // no file
-            QFile image(file());
-            QVERIFY(image.open(QFile::WriteOnly));
-            QCOMPARE(image.write(bytes), bytes.size());
-            image.close();
+            Files::create(file(), bytes);
             QVERIFY(menuBarImage().isNull());
         }
     }
 
-    void aFolderOrAPipeInItsPlaceIsNone()
+    void aFolderOrAPipeIsNoImage()
     {
         QVERIFY(QDir().mkpath(file()));
         QVERIFY(menuBarImage().isNull());
@@ -95,7 +87,7 @@ private slots:
         }
     }
 
-    void contentDecidesNotTheName()
+    void theContentDecidesTheFormatAndNotTheName()
     {
         QImage image(20, 20, QImage::Format_RGB32);
         image.fill(Qt::blue);
@@ -108,7 +100,7 @@ private:
 
     void save(const QImage& image, const char* format = "png") const { QVERIFY(image.save(file(), format)); }
 
-    std::optional<TestHome> m_home;
+    Fresh<TestHome> m_home{this};
 };
 
 QTEST_MAIN(TestMenuBarImage)

@@ -18,7 +18,7 @@ namespace {
 
 using Node = QAccessibleInterface;
 
-/// `node` and what is under it, as far as it is visible.
+/// Returns the visible nodes among `node` and its descendants.
 std::vector<Node*> visibleFrom(Node* node)
 {
     if (node->state().invisible)
@@ -36,7 +36,7 @@ std::vector<Node*> visibleNodes(QWidget& window)
     return visibleFrom(QAccessible::queryAccessibleInterface(&window));
 }
 
-/// What `node` is and says, for a message about it.
+/// Describes `node` for a message.
 QString describe(Node& node)
 {
     const auto role = QMetaEnum::fromType<QAccessible::Role>().valueToKey(node.role());
@@ -46,7 +46,7 @@ QString describe(Node& node)
     return u"%1 \"%2\" (%3)"_s.arg(QLatin1String(role), node.text(QAccessible::Name), place);
 }
 
-/// The caption that has `node` as its buddy.
+/// Returns the caption that has `node` as its buddy.
 QString captionOf(Node& node)
 {
     const auto labels = node.relations(QAccessible::Label);
@@ -57,7 +57,7 @@ QString nameOf(Node& node)
 {
     if (node.role() != QAccessible::ComboBox)
         return node.text(QAccessible::Name);
-    // On Linux, Qt names a pop-up after its current item; what that is a choice of, only these two tell.
+    // On Linux, the name of a pop-up is its current item. The description or the caption says what is chosen.
     const QString description = node.text(QAccessible::Description);
     return description.isEmpty() ? captionOf(node) : description;
 }
@@ -69,7 +69,7 @@ bool isEmptyCell(Node& node)
     return view && view->model()->index(cell->rowIndex(), cell->columnIndex()).data().toString().isEmpty();
 }
 
-/// Whether what is like this is of use only to who can operate it, whatever its focus policy says.
+/// Returns whether nodes with this role are useful only to users who can operate them.
 bool isOperatedByRole(QAccessible::Role role)
 {
     switch (role) {
@@ -88,8 +88,8 @@ bool isOperatedByRole(QAccessible::Role role)
     }
 }
 
-/// The widget that takes the keyboard for `node`; none for what has no widget of its own, to which arrow keys lead
-/// inside one that has (cells, tabs, bubbles, menu items), and for what cannot be operated.
+/// Returns the widget that takes the keyboard focus for `node`. Returns null for a node that cannot be operated, and
+/// for a node without a widget of its own (a cell, a tab, a bubble, a menu item): arrow keys reach it inside a widget.
 QWidget* operatedWidget(Node& node)
 {
     auto* widget = qobject_cast<QWidget*>(node.object());
@@ -105,32 +105,32 @@ QWidget* operatedWidget(Node& node)
     return widget;
 }
 
-/// Whether `node` neither does nor says anything of its own. A role that is not known here needs a name.
+/// Returns whether `node` has neither a function nor a text of its own. A role that is not known here needs a name.
 bool needsNoName(Node& node)
 {
     switch (node.role()) {
-    case QAccessible::Client: // only holds others, which are named, and hands them the keyboard
+    case QAccessible::Client: // it only contains others, which have names, and gives them the focus
         return operatedWidget(node) != node.object();
-    case QAccessible::LayeredPane: // the pages of tabs: the tab in front names the one that is seen
+    case QAccessible::LayeredPane: // the pages of tabs: the active tab names the visible one
     case QAccessible::Pane:        // the corner of a table between its two headers, which does nothing
     case QAccessible::Border:      // a line between sections, which have titles
     case QAccessible::Separator:   // a line in a menu
         return true;
-    case QAccessible::Cell: // a value that is missing: the header tells which
+    case QAccessible::Cell: // a missing value: the header says which one
         return isEmptyCell(node);
     default:
         return false;
     }
 }
 
-/// What `node` tells whoever asks, the items that a pop-up offers among it.
-QStringList toldBy(Node& node)
+/// Returns the texts of `node`, and the items of a pop-up.
+QStringList textsOf(Node& node)
 {
-    QStringList told{node.text(QAccessible::Name), node.text(QAccessible::Description), node.text(QAccessible::Value)};
+    QStringList texts{node.text(QAccessible::Name), node.text(QAccessible::Description), node.text(QAccessible::Value)};
     const Node* list = node.role() == QAccessible::ComboBox ? node.child(0) : nullptr;
     for (int item = 0; list && item < list->childCount(); ++item)
-        told.append(list->child(item)->text(QAccessible::Name));
-    return told;
+        texts.append(list->child(item)->text(QAccessible::Name));
+    return texts;
 }
 
 QString withoutMarkup(const QString& text)
@@ -138,7 +138,7 @@ QString withoutMarkup(const QString& text)
     return text.contains(u"</a>") ? QTextDocumentFragment::fromHtml(text).toPlainText() : text;
 }
 
-/// What gets the keyboard by Tab from the first control on, until it comes round.
+/// Returns the widgets that get the keyboard focus by Tab, from the first one until the order begins again.
 QWidgetList reachedByTab(QWidget& window)
 {
     if (window.focusWidget())
@@ -151,9 +151,9 @@ QWidgetList reachedByTab(QWidget& window)
         QWidget* focused = window.focusWidget();
         const bool stayed = !reached.isEmpty() && focused == reached.constLast();
         if (stayed && ++stays == 1)
-            continue; // a label gives the keyboard to its link before it lets go
+            continue; // a label gives the focus to its link first
         if (stayed && way == Qt::Key_Tab) {
-            way = Qt::Key_Backtab; // a text in which Tab is a character lets go by Shift+Tab
+            way = Qt::Key_Backtab; // Tab is a character in this text, and Shift+Tab leaves it
             continue;
         }
         if (!focused || reached.contains(focused))
@@ -165,44 +165,44 @@ QWidgetList reachedByTab(QWidget& window)
 
 } // namespace
 
-QStringList Access::nameless(QWidget& window)
+QStringList Access::withoutName(QWidget& window)
 {
     QStringList found;
     for (Node* node : visibleNodes(window)) {
         if (nameOf(*node).trimmed().isEmpty() && !needsNoName(*node))
-            found.append(u"nameless: "_s + describe(*node));
+            found.append(u"without a name: "_s + describe(*node));
     }
     return found;
 }
 
-QStringList Access::untold(QWidget& window)
+QStringList Access::withoutAccessibleText(QWidget& window)
 {
-    QStringList told;
+    QStringList texts;
     for (Node* node : visibleNodes(window))
-        told += toldBy(*node);
+        texts += textsOf(*node);
     QStringList found;
     for (const ShownText& shown : textsShownBy(window)) {
-        if (!told.contains(withoutMarkup(shown.text)))
-            found.append(u"untold: \"%1\" (%2)"_s.arg(shown.text, shown.place));
+        if (!texts.contains(withoutMarkup(shown.text)))
+            found.append(u"not in the accessible tree: \"%1\" (%2)"_s.arg(shown.text, shown.place));
     }
     return found;
 }
 
-QStringList Access::beyondTab(QWidget& window)
+QStringList Access::notReachedByTab(QWidget& window)
 {
     const QWidgetList reached = reachedByTab(window);
     QStringList found;
     for (Node* node : visibleNodes(window)) {
         QWidget* widget = operatedWidget(*node);
         if (widget && !reached.contains(widget))
-            found.append(u"beyond Tab: "_s + describe(*node));
+            found.append(u"not reached by Tab: "_s + describe(*node));
     }
     return found;
 }
 
 QStringList Access::outOfOrder(QWidget& window)
 {
-    constexpr int line = 20; // pixels: what is as high is in one line
+    constexpr int line = 20; // pixels: controls with a smaller distance are in one line
     std::vector<QRect> order;
     for (const QWidget* widget : reachedByTab(window))
         order.emplace_back(widget->mapTo(&window, QPoint()), widget->size());
@@ -218,28 +218,28 @@ QStringList Access::outOfOrder(QWidget& window)
     return {u"out of order, after the control at %1, %2"_s.arg(turnsBack->x()).arg(turnsBack->y())};
 }
 
-QStringList Access::withoutSight(QWidget& window)
+QStringList Access::withoutVisibleFocus(QWidget& window)
 {
     QStringList found;
     for (QWidget* widget : reachedByTab(window)) {
         if (widget->isWindow())
-            continue; // a menu, which shows it by the item in front
+            continue; // a menu shows the focus by its active item
         widget->setFocus(Qt::TabFocusReason);
         const QImage focused = widget->grab().toImage();
         widget->clearFocus();
         if (focused == widget->grab().toImage())
-            found.append(u"looks the same with the keyboard: "_s
+            found.append(u"looks the same with the focus: "_s
                          + describe(*QAccessible::queryAccessibleInterface(widget)));
     }
     return found;
 }
 
-QStringList Access::rich(const QWidget& window)
+QStringList Access::withRichText(const QWidget& window)
 {
     QStringList found;
     for (const QLabel* label : window.findChildren<QLabel*>()) {
         if (label->textFormat() != Qt::PlainText && !label->openExternalLinks())
-            found.append(u"not plain: "_s + label->text());
+            found.append(u"rich text: "_s + label->text());
     }
     return found;
 }

@@ -4,26 +4,26 @@
 
 class QWidget;
 
-/// What keeps users who hear a window, or work it by keyboard, from what others see and click in it; each finding is a
-/// line of text, and none is a good window.
+/// Finds what users who hear a window, or operate it with the keyboard, would miss. Each finding is a line of text. A
+/// good window has no findings.
 namespace Access {
 
-/// What `window` has in its accessible tree without a name: whatever can be operated or bears a text.
-QStringList nameless(QWidget& window);
+/// Returns the parts of `window` that can be operated or show a text, and have no name in the accessible tree.
+QStringList withoutName(QWidget& window);
 
-/// Texts that `window` shows and its accessible tree does not tell.
-QStringList untold(QWidget& window);
+/// Returns the texts that `window` shows and that its accessible tree does not contain.
+QStringList withoutAccessibleText(QWidget& window);
 
-/// Enabled controls and links of `window` that Tab does not come to from the first one.
-QStringList beyondTab(QWidget& window);
+/// Returns the enabled controls and links of `window` that Tab does not reach from the first one.
+QStringList notReachedByTab(QWidget& window);
 
-/// Where Tab does not go through `window` in the order in which it is read: line by line, each from the left.
+/// Returns where Tab does not go through `window` in the order of reading: line by line, each line from the left.
 QStringList outOfOrder(QWidget& window);
 
-/// Controls of `window`, which is active, that look the same with the keyboard as without it.
-QStringList withoutSight(QWidget& window);
+/// Returns the controls of `window` that look the same with the keyboard focus as without it. The window is active.
+QStringList withoutVisibleFocus(QWidget& window);
 
-/// Labels of `window` that would show markup, except those that are a link of ours.
-QStringList rich(const QWidget& window);
+/// Returns the labels of `window` that would interpret markup, except those with a link of ours.
+QStringList withRichText(const QWidget& window);
 
 } // namespace Access

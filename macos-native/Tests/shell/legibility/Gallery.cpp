@@ -19,8 +19,6 @@
 #include <QTabWidget>
 #include <QTableView>
 
-#include <algorithm>
-
 using namespace Qt::StringLiterals;
 
 Gallery::Gallery() : m_platform(new FakePlatform), m_app(std::unique_ptr<Platform>(m_platform))
@@ -50,124 +48,102 @@ Gallery::Gallery() : m_platform(new FakePlatform), m_app(std::unique_ptr<Platfor
 
 Gallery::~Gallery() = default;
 
-const std::vector<Gallery::Picture>& Gallery::pictures()
+std::vector<Gallery::Picture> Gallery::pictures()
 {
-    static const std::vector<Picture> all{
+    return {
         {u"the menu"_s,
-         [](Gallery& gallery) {
-             gallery.menu()->popup({});
-             gallery.look(gallery.menu());
+         [this] {
+             menu()->popup({});
+             look(menu());
          }},
         {u"the launcher"_s,
-         [](Gallery& gallery) {
-             gallery.lookAtNew(u"Nelo Launcher"_s, {240, 200}, new LauncherViewController(gallery.menu()->actions()));
+         [this] {
+             lookAtNew(u"Nelo Launcher"_s, {240, 200}, new LauncherViewController(menu()->actions()));
          }},
         {u"the chat"_s,
-         [](Gallery& gallery) {
-             QWidget* chat = gallery.chat();
-             auto* transcript = chat->findChild<TranscriptView*>();
+         [this] {
+             auto* transcript = chat()->findChild<TranscriptView*>();
              transcript->append(Speaker::User, u"为什么天空是蓝色的？ Why is the sky blue?"_s);
              transcript->append(Speaker::Nelo, u"因为瑞利散射。 Because of Rayleigh scattering."_s);
-             Controls::press(*chat, u"Send"_s); // for a status
-             gallery.look(chat);
+             Controls::press(*chat(), u"Send"_s); // for a status
+             look(chat());
          }},
         {u"the Agents tab"_s,
-         [](Gallery& gallery) {
-             auto* table = gallery.tab(u"Agents"_s)->findChild<QTableView*>();
-             table->selectRow(0);
-             gallery.look(table->window());
+         [this] {
+             tab(u"Agents"_s)->findChild<QTableView*>()->selectRow(0);
+             look(tab(u"Agents"_s)->window());
          }},
-        {u"the Runtime tab"_s, [](Gallery& gallery) { gallery.look(gallery.tab(u"Runtime"_s)->window()); }},
-        {u"the Tovani tab"_s, [](Gallery& gallery) { gallery.look(gallery.tab(u"Tovani"_s)->window()); }},
-        {u"the Skills tab with a skill's fields"_s,
-         [](Gallery& gallery) { gallery.look(gallery.skills(0)->window()); }},
+        {u"the Runtime tab"_s, [this] { look(tab(u"Runtime"_s)->window()); }},
+        {u"the Tovani tab"_s, [this] { look(tab(u"Tovani"_s)->window()); }},
+        {u"the Skills tab with a skill's fields"_s, [this] { look(skills(0)->window()); }},
         {u"the Skills tab with a skill as JSON"_s,
-         [](Gallery& gallery) {
-             QWidget* view = gallery.skills(0);
-             auto* mode = view->findChild<QComboBox*>(u"configModePopup"_s);
+         [this] {
+             auto* mode = skills(0)->findChild<QComboBox*>(u"configModePopup"_s);
              Controls::choose(mode, u"json"_s);
-             gallery.look(view->window());
+             look(mode->window());
              Controls::choose(mode, u"dynamic"_s);
          }},
-        {u"the Skills tab with news sources"_s, [](Gallery& gallery) { gallery.look(gallery.skills(1)->window()); }},
-        {u"the Settings tab"_s, [](Gallery& gallery) { gallery.look(gallery.tab(u"Settings"_s)->window()); }},
+        {u"the Skills tab with news sources"_s, [this] { look(skills(1)->window()); }},
+        {u"the Settings tab"_s, [this] { look(tab(u"Settings"_s)->window()); }},
         {u"the settings"_s,
-         [](Gallery& gallery) {
-             gallery.m_app.openSettings();
-             gallery.look(gallery.window(u"Nelo Settings"_s));
+         [this] {
+             m_app.openSettings();
+             look(window(u"Nelo Settings"_s));
          }},
         {u"the models"_s,
-         [](Gallery& gallery) {
-             gallery.lookAtNew(u"Models"_s, {1000, 620}, new ModelsViewController);
+         [this] {
+             lookAtNew(u"Models"_s, {1000, 620}, new ModelsViewController);
          }},
         {u"the configuration editor"_s,
-         [](Gallery& gallery) {
-             const QString path = gallery.m_backend.home().path(u"openclaw.json"_s);
+         [this] {
+             const QString path = m_backend.home().path(u"openclaw.json"_s);
              Files::create(path, "{\n  \"name\": \"领航员\"\n}\n");
              auto* editor = new ConfigEditorWindowController(u"Config Editor"_s, path, [](bool /*isSaved*/) {});
              editor->window()->makeKeyAndOrderFront();
-             gallery.look(editor->window());
+             look(editor->window());
          }},
         {u"the dialog for a new agent"_s,
-         [](Gallery& gallery) {
-             gallery.lookAtDialog([&] { askForNewAgent(gallery.tab(u"Agents"_s), u"20260102-030405"_s); });
-         }},
+         [this] { lookAtDialog([this] { askForNewAgent(tab(u"Agents"_s), u"20260102-030405"_s); }); }},
         {u"the dialog for a new name"_s,
-         [](Gallery& gallery) {
-             gallery.lookAtDialog(
-                 [&] { askForName(gallery.tab(u"Agents"_s), u"Adopt Agent"_s, u"openclaw/main"_s, u"侦察员"_s); });
+         [this] {
+             lookAtDialog([this] { askForName(tab(u"Agents"_s), u"Adopt Agent"_s, u"openclaw/main"_s, u"侦察员"_s); });
          }},
         {u"the question before a deletion"_s,
-         [](Gallery& gallery) {
-             gallery.lookAtDialog([&] {
-                 runDialog(gallery.tab(u"Agents"_s), u"Delete Agent"_s, u"Delete kimi/b and remove its workspace?"_s,
-                           nullptr, u"Delete"_s);
-             });
+         [this] {
+             const QString question = u"Delete kimi/b and remove its workspace?"_s;
+             lookAtDialog([&] { runDialog(tab(u"Agents"_s), u"Delete Agent"_s, question, nullptr, u"Delete"_s); });
          }},
         {u"the dialog for a news source"_s,
-         [](Gallery& gallery) { gallery.lookAtDialog([&] { Controls::press(*gallery.skills(1), u"Add Source"_s); }); }},
+         [this] { lookAtDialog([this] { Controls::press(*skills(1), u"Add Source"_s); }); }},
         {u"the dialog for a cloud skill"_s,
-         [](Gallery& gallery) {
-             gallery.lookAtDialog([&] { Controls::press(*gallery.skills(0), u"Install Cloud Skill"_s); });
-         }},
+         [this] { lookAtDialog([this] { Controls::press(*skills(0), u"Install Cloud Skill"_s); }); }},
         {u"the dialog for a cloud skill's agent"_s,
-         [](Gallery& gallery) {
-             gallery.lookAtDialog([&] { Controls::press(*gallery.skills(0), u"Install Cloud Skill"_s); },
-                                  {DialogRobot::press(u"Install"_s)});
+         [this] {
+             lookAtDialog([this] { Controls::press(*skills(0), u"Install Cloud Skill"_s); },
+                          {DialogRobot::press(u"Install"_s)});
          }},
         {u"the dialog for an API key"_s,
-         [](Gallery& gallery) {
-             QWidget* chat = gallery.chat();
-             Controls::choose(chat->findChild<QComboBox*>(u"modelPopup"_s), u"deepseek-chat"_s);
-             gallery.lookAtDialog([chat] { Controls::press(*chat, u"+"_s); });
+         [this] {
+             Controls::choose(chat()->findChild<QComboBox*>(u"modelPopup"_s), u"deepseek-chat"_s);
+             lookAtDialog([this] { Controls::press(*chat(), u"+"_s); });
          }},
         {u"an alert"_s,
-         [](Gallery& gallery) {
-             gallery.lookAtDialog([&] {
-                 showAlert(gallery.tab(u"Agents"_s), u"Install Failed"_s, u"没有文件. No such file. "_s.repeated(40));
-             });
+         [this] {
+             const QString text = u"没有文件. No such file. "_s.repeated(40);
+             lookAtDialog([&] { showAlert(tab(u"Agents"_s), u"Install Failed"_s, text); });
          }},
     };
-    return all;
 }
 
-QStringList Gallery::names()
-{
-    QStringList names;
-    for (const Picture& picture : pictures())
-        names.append(picture.name);
-    return names;
-}
-
-bool Gallery::show(const QString& name, const Look& look)
+void Gallery::showEach(const Look& look)
 {
     m_look = look;
-    m_hasLooked = false;
-    const auto picture =
-        std::find_if(pictures().begin(), pictures().end(), [&name](const Picture& one) { return one.name == name; });
-    if (picture != pictures().end())
-        picture->show(*this);
-    return m_hasLooked;
+    for (const Picture& picture : pictures()) {
+        m_name = picture.name;
+        m_hasLooked = false;
+        picture.show();
+        QVERIFY2(m_hasLooked, qPrintable(m_name + u" was not shown"_s));
+    }
 }
 
 void Gallery::layOut()
@@ -226,7 +202,7 @@ void Gallery::look(QWidget* window)
         QVERIFY(QTest::qWaitFor([window] { return window->isActiveWindow(); }));
     }
     layOut();
-    m_look(*window);
+    m_look(m_name, *window);
     m_hasLooked = true;
     window->close();
 }

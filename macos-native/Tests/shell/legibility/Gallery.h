@@ -17,48 +17,47 @@ class ViewController;
 class Gallery final
 {
 public:
-    /// What is done to a window or dialog while it is on the screen.
-    using Look = std::function<void(QWidget& window)>;
+    /// What is done to a window or dialog while it is on the screen. The name says which one it is.
+    using Look = std::function<void(const QString& name, QWidget& window)>;
 
     Gallery();
     Gallery(const Gallery&) = delete;
     Gallery& operator=(const Gallery&) = delete;
     ~Gallery();
 
-    /// What there is, in the order in which a user would meet it.
-    static QStringList names();
+    /// Shows each window, tab and dialog, in the order in which a user would see them, calls `look` and closes it. The
+    /// test fails when one of them was not shown.
+    void showEach(const Look& look);
 
-    /// Shows what is called `name`, has `look` look at it, and closes it. Returns whether `look` got to see it.
-    bool show(const QString& name, const Look& look);
-
-    /// Has what is shown laid out. A layout tells the one around it of its new size in a turn of the event loop of its
-    /// own, so that nested ones take several.
+    /// Waits until the layouts of what is shown are complete. A layout tells the layout around it about its new size in
+    /// another turn of the event loop, so that nested layouts need several turns.
     static void layOut();
 
 private:
     struct Picture
     {
         QString name;
-        std::function<void(Gallery& gallery)> show;
+        std::function<void()> show;
     };
 
-    static const std::vector<Picture>& pictures();
+    std::vector<Picture> pictures();
 
     QMenu* menu() const;
     QWidget* window(const QString& title) const;
     QWidget* tab(const QString& label);
     QWidget* skills(int row);
     QWidget* chat();
-    /// Looks at `window`, which is on the screen, and closes it.
+    /// Calls `m_look` for `window`, which is on the screen, and closes it.
     void look(QWidget* window);
-    /// Looks at a new window with `content`.
+    /// Shows a new window with `content`.
     void lookAtNew(const QString& title, QSize size, ViewController* content);
-    /// Looks at the dialog that `open` opens, once those that come before it have their answers.
+    /// Shows the dialog that `open` opens. The dialogs that are open before it get the answers in `before`.
     void lookAtDialog(const std::function<void()>& open, std::vector<DialogRobot::Answer> before = {});
 
     ScriptedBackend m_backend;
     FakePlatform* m_platform; // m_app owns it
     NeloMenuBarApp m_app;
     Look m_look;
+    QString m_name; // of what is shown
     bool m_hasLooked = false;
 };

@@ -38,7 +38,7 @@ bool fits(QSize needed, QSize room)
     return needed.width() <= room.width() && needed.height() <= room.height();
 }
 
-/// Whether everything of `widget` can be seen, now or by scrolling.
+/// Returns whether all of `widget` is visible or can be scrolled to.
 bool isReachable(const QWidget& widget)
 {
     const QWidget* child = &widget;
@@ -51,7 +51,7 @@ bool isReachable(const QWidget& widget)
     return true;
 }
 
-/// Whether the children of `parent` are placed by its style and not by a layout of ours.
+/// Returns whether the style of `parent` places its children, and no layout of ours.
 bool placesItsOwnParts(const QWidget& parent)
 {
     return qobject_cast<const QAbstractScrollArea*>(&parent) || qobject_cast<const QComboBox*>(&parent)
@@ -105,7 +105,7 @@ QStringList Legibility::clippedTexts(QWidget& window)
     }
     for (const QWidget* widget : window.findChildren<QWidget*>()) {
         if (widget->isVisible() && widget->window() == &window && !isReachable(*widget))
-            findings.append(u"%1 %2 reaches out of what it is in"_s.arg(
+            findings.append(u"%1 %2 is partly outside of its parent"_s.arg(
                 QLatin1String(widget->metaObject()->className()), widget->objectName()));
     }
     return findings;
@@ -126,7 +126,7 @@ QStringList Legibility::overlaps(const QWidget& window)
                 continue;
             for (const QWidget* other : std::as_const(children)) {
                 if (child->geometry().intersects(other->geometry()))
-                    findings.append(u"%1 %2 lies on %3 %4"_s.arg(
+                    findings.append(u"%1 %2 overlaps %3 %4"_s.arg(
                         QLatin1String(child->metaObject()->className()), child->objectName(),
                         QLatin1String(other->metaObject()->className()), other->objectName()));
             }

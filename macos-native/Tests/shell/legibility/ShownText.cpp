@@ -27,13 +27,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// One line of `text` in the widget's font. Letters of other fonts may need a higher line, but not in their ink.
+/// Returns the size of `text` on one line in the widget's font. Other fonts have higher lines, but their letters are
+/// not higher.
 QSize extent(const QWidget& widget, const QString& text)
 {
     return {widget.fontMetrics().horizontalAdvance(text), widget.fontMetrics().height()};
 }
 
-/// Titles of any length elide, and are whole in the list that opens.
+/// Returns whether the titles of `popup` may have any length. They are elided, and whole in the list that opens.
 bool hasTitlesFromOutside(const QComboBox& popup)
 {
     return popup.objectName() == u"agentPopup"_s || popup.objectName() == u"sourcePopup"_s;
@@ -93,7 +94,7 @@ private:
         const QRect room = label.contentsRect();
         QSize needed = isOneLine ? label.sizeHint() : QSize(room.width(), label.heightForWidth(room.width()));
         if (label.sizePolicy().horizontalPolicy() == QSizePolicy::Ignored)
-            needed.setWidth(0); // it gives way to what is beside it, and is whole in its tool tip
+            needed.setWidth(0); // it is elided, and whole in its tool tip
         add(label.text(), label, room, needed);
     }
 
@@ -112,7 +113,7 @@ private:
         option.initFrom(&popup);
         const QRect room =
             popup.style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, &popup);
-        for (int item = 0; item < popup.count(); ++item) { // whichever is selected has to fit
+        for (int item = 0; item < popup.count(); ++item) { // each of them may be the selected one
             QSize needed = extent(popup, popup.itemText(item));
             if (hasTitlesFromOutside(popup))
                 needed.setWidth(0);
@@ -161,7 +162,7 @@ private:
             for (int row = 0; row < model.rowCount(); ++row) {
                 const QModelIndex cell = model.index(row, column);
                 add(cell.data().toString(), *table.viewport(), table.visualRect(cell),
-                    {0, table.fontMetrics().height()}); // elided where it is longer, and whole in the tool tip
+                    {0, table.fontMetrics().height()}); // a longer text is elided, and whole in its tool tip
             }
         }
     }

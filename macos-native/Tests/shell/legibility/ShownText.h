@@ -12,14 +12,14 @@ class QWidget;
 struct ShownText
 {
     QString text;
-    /// What shows it, for a message about it.
+    /// The widget that shows it, for a message.
     QString place;
     QFont font;
-    /// The room that it has there, in the window's coordinates.
+    /// The room that it has, in the coordinates of the window.
     QRect room;
     /// The part of it that is not scrolled out of sight.
     QRect inSight;
-    /// The room that it needs to be seen whole; empty where a longer one scrolls.
+    /// The room that the whole text needs; empty where a longer text scrolls.
     QSize needed;
     /// The contrast that it must have to what it stands on: what WCAG 2.1 asks for in 1.4.3, unless its colors were
     /// given to us.

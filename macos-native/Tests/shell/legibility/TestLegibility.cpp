@@ -3,8 +3,8 @@
 #include "shell/legibility/ShownText.h"
 #include "shell/primitives/NeloWindow.h"
 #include "support/CaseTable.h"
+#include "support/TestCase.h"
 #include "support/ThemeStyle.h"
-#include "support/Warnings.h"
 #include "ui/Colors.h"
 #include "ui/Labels.h"
 #include "ui/LegibleStyle.h"
@@ -13,7 +13,6 @@
 #include <QDialog>
 #include <QScreen>
 #include <QScrollBar>
-#include <QTest>
 
 #include <cmath>
 #include <functional>
@@ -53,40 +52,31 @@ QString clippedIn(const QString& name, QWidget& window)
     return findings(name, Legibility::clippedTexts(window) + Legibility::overlaps(window));
 }
 
-/// What `look` finds in everything there is to see.
-QString foundIn(Gallery& gallery, const std::function<QString(const QString& name, QWidget& window)>& look)
+/// Returns what `find` finds in the windows, tabs and dialogs of `gallery`.
+QString foundIn(Gallery& gallery, const std::function<QString(const QString& name, QWidget& window)>& find)
 {
     QString found;
-    for (const QString& name : Gallery::names()) {
-        if (!gallery.show(name, [&](QWidget& window) { found += look(name, window); }))
-            found += name + u" was not shown\n"_s;
-    }
+    gallery.showEach([&](const QString& name, QWidget& window) { found += find(name, window); });
     return found;
 }
 
 } // namespace
 
-/// That everything the program shows can be read: by users whose text is large, and under light and dark themes.
-class TestLegibility final : public QObject
+/// Checks that users can read everything which the program shows: with large text, and with light and dark themes.
+class TestLegibility final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    /// Runs at another scale must not be those at the ordinary one again.
+    /// Fails when a run at another scale would only repeat the run at the ordinary scale.
     void initTestCase()
     {
         QCOMPARE(qApp->devicePixelRatio(), qEnvironmentVariable("QT_SCALE_FACTOR", u"1"_s).toDouble());
     }
 
-    void init()
-    {
-        failOnUnexpectedWarning();
-        m_fontBefore = QApplication::font();
-    }
-
     void cleanup()
     {
-        QApplication::setFont(m_fontBefore);
+        QApplication::setFont(m_font);
         QApplication::setStyle(QStringLiteral("fusion"));
     }
 
@@ -141,33 +131,30 @@ private slots:
                                   u"skillDirsLabel"_s,  u"statusLabel"_s, u"summaryLabel"_s};
         QStringList seen;
         Gallery gallery;
-        for (const QString& name : Gallery::names()) {
-            const bool isSeen = gallery.show(name, [&](QWidget& window) {
-                const auto scrollRanges = [&window] {
-                    QList<int> maxima;
-                    for (const QScrollBar* bar : window.findChildren<QScrollBar*>())
-                        maxima.append(bar->maximum());
-                    return maxima;
-                };
-                const QSize size = window.size();
-                const QList<int> ranges = scrollRanges();
-                for (QWidget* report : window.findChildren<QWidget*>()) {
-                    if (!reports.contains(report->objectName()) || qobject_cast<WrappingLabel*>(report))
-                        continue;
-                    auto* label = qobject_cast<Label*>(report);
-                    QVERIFY2(label, qPrintable(name));
-                    seen.append(label->objectName());
-                    QCOMPARE(label->palette().color(QPalette::WindowText),
-                             Colors::secondaryText(label->parentWidget()->palette()));
-                    label->setText(QString(5'000, u'W') + QString(500, u'\n') + QString(5'000, u'W'));
-                }
-                Gallery::layOut();
-                QCOMPARE(window.size(), size);
-                QCOMPARE(scrollRanges(), ranges);
-                QVERIFY2(window.minimumSizeHint().width() <= size.width(), qPrintable(name));
-            });
-            QVERIFY2(isSeen, qPrintable(name));
-        }
+        gallery.showEach([&](const QString& name, QWidget& window) {
+            const auto scrollRanges = [&window] {
+                QList<int> maxima;
+                for (const QScrollBar* bar : window.findChildren<QScrollBar*>())
+                    maxima.append(bar->maximum());
+                return maxima;
+            };
+            const QSize size = window.size();
+            const QList<int> ranges = scrollRanges();
+            for (QWidget* report : window.findChildren<QWidget*>()) {
+                if (!reports.contains(report->objectName()) || qobject_cast<WrappingLabel*>(report))
+                    continue;
+                auto* label = qobject_cast<Label*>(report);
+                QVERIFY2(label, qPrintable(name));
+                seen.append(label->objectName());
+                QCOMPARE(label->palette().color(QPalette::WindowText),
+                         Colors::secondaryText(label->parentWidget()->palette()));
+                label->setText(QString(5'000, u'W') + QString(500, u'\n') + QString(5'000, u'W'));
+            }
+            Gallery::layOut();
+            QCOMPARE(window.size(), size);
+            QCOMPARE(scrollRanges(), ranges);
+            QVERIFY2(window.minimumSizeHint().width() <= size.width(), qPrintable(name));
+        });
         seen.sort();
         seen.removeDuplicates();
         QCOMPARE(seen, reports);
@@ -189,7 +176,7 @@ private slots:
                 foundIn(gallery,
                         [](const QString& name, QWidget& window) {
                             if (window.focusWidget())
-                                window.focusWidget()->clearFocus(); // a cursor would stand out where the text does not
+                                window.focusWidget()->clearFocus(); // the cursor may have more contrast than the text
                             return findings(name, Legibility::faintTexts(window) + Legibility::faintSelections(window));
                         }),
                 QString());
@@ -211,17 +198,15 @@ private:
     {
         std::map<QString, double> sizes;
         Gallery gallery;
-        for (const QString& name : Gallery::names()) {
-            gallery.show(name, [&sizes, &name](QWidget& window) {
-                int index = 0;
-                for (const ShownText& text : textsShownBy(window))
-                    sizes[u"%1: %2 %3"_s.arg(name, QString::number(++index), text.place)] = text.font.pointSizeF();
-            });
-        }
+        gallery.showEach([&sizes](const QString& name, QWidget& window) {
+            int index = 0;
+            for (const ShownText& text : textsShownBy(window))
+                sizes[u"%1: %2 %3"_s.arg(name, QString::number(++index), text.place)] = text.font.pointSizeF();
+        });
         return sizes;
     }
 
-    QFont m_fontBefore;
+    const QFont m_font = QApplication::font();
 };
 
 QTEST_MAIN(TestLegibility)

@@ -1,8 +1,7 @@
 #include "shell/primitives/NeloWindow.h"
 
-#include "shell/primitives/NeloFlippedView.h"
 #include "shell/primitives/PlaceholderInfoController.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QAccessible>
 #include <QGuiApplication>
@@ -10,20 +9,17 @@
 #include <QPointer>
 #include <QScreen>
 #include <QSignalSpy>
-#include <QTest>
 
 #include <memory>
 
 using namespace Qt::StringLiterals;
 
-/// The window of all windows, and the view for hand-laid-out forms.
-class TestNeloWindow final : public QObject
+/// The class of the three windows.
+class TestNeloWindow final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void startsAtItsSmallestSizeInTheMiddleOfTheScreen()
     {
         const NeloWindow window(u"Nelo & <b>Co</b>"_s, {640, 480});
@@ -88,7 +84,7 @@ private slots:
         QVERIFY(window.isMaximized()); // as it was before it was minimised
     }
 
-    void closingHidesItAndKeepsItsContentWhichEndsWithIt()
+    void closingHidesItAndDeletingItDeletesItsContent()
     {
         auto window = std::make_unique<NeloWindow>(QString(), QSize(300, 200));
         const QPointer<ViewController> content(new PlaceholderInfoController(u"x"_s));
@@ -103,7 +99,7 @@ private slots:
         QVERIFY(!content);
     }
 
-    void aChangeOfFocusIsToldOnceHoweverOftenItWasOpened()
+    void aChangeOfFocusIsSignalledOnceAfterItWasOpenedOften()
     {
         NeloWindow window(QString(), {300, 200});
         auto* one = new QLineEdit(&window);
@@ -117,9 +113,9 @@ private slots:
         window.makeKeyAndOrderFront();
         QVERIFY(QTest::qWaitForWindowActive(&window));
         one->setFocus();
-        const QSignalSpy told(qApp, &QGuiApplication::focusObjectChanged);
+        const QSignalSpy changes(qApp, &QGuiApplication::focusObjectChanged);
         other->setFocus();
-        QCOMPARE(told.size(), 1);
+        QCOMPARE(changes.size(), 1);
     }
 
     void theKeyThatClosesAWindowClosesIt()
@@ -141,16 +137,6 @@ private slots:
         window.makeKeyAndOrderFront();
         QVERIFY(QTest::qWaitForWindowActive(&window));
         QVERIFY(accessible->state().active);
-    }
-
-    void aFlippedViewStartsAtTheTop()
-    {
-        NeloFlippedView view;
-        QWidget row(&view);
-        row.setGeometry(0, 0, 10, 10);
-        view.resize(100, 100);
-        QCOMPARE(row.mapTo(&view, QPoint()), QPoint(0, 0));
-        QCOMPARE(view.childAt(5, 5), &row);
     }
 };
 

@@ -2,12 +2,11 @@
 
 #include "shell/primitives/ViewController.h"
 #include "support/CaseTable.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QGuiApplication>
 #include <QPushButton>
 #include <QScreen>
-#include <QTest>
 #include <QVBoxLayout>
 
 namespace {
@@ -26,13 +25,11 @@ class TallForm final : public ViewController
 } // namespace
 
 /// Windows on a screen of 1024 by 600 pixels, with frames.
-class TestNeloWindowOnSmallScreen final : public QObject
+class TestNeloWindowOnSmallScreen final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void isOnTheScreenWithItsFrame()
     {
         const CaseTable<QSize, bool> cases{

@@ -1,10 +1,9 @@
 #include "shell/primitives/ViewController.h"
 
 #include "support/CaseTable.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QStackedWidget>
-#include <QTest>
 #include <QtTest/qtestspontaneevent.h>
 
 #include <functional>
@@ -34,7 +33,7 @@ private:
     QStringList* m_events;
 };
 
-/// As the window system does it.
+/// Sends the events that the window system sends when a window is minimised and restored.
 void minimise(Recorder& controller)
 {
     QHideEvent minimised;
@@ -52,10 +51,10 @@ void waitUntilShown(Recorder& controller)
     QCoreApplication::processEvents();
 }
 
-/// Does what each word says.
-void follow(Recorder& controller, const QString& steps)
+/// Carries out `steps`, words with blanks between them.
+void carryOut(Recorder& controller, const QString& steps)
 {
-    const QMap<QString, std::function<void()>> meanings{
+    const QMap<QString, std::function<void()>> actions{
         {u"load"_s, [&] { controller.loadViewIfNeeded(); }},
         {u"show"_s, [&] { controller.show(); }},
         {u"hide"_s, [&] { controller.hide(); }},
@@ -64,20 +63,18 @@ void follow(Recorder& controller, const QString& steps)
         {u"wait"_s, [&] { waitUntilShown(controller); }},
     };
     for (const QString& step : steps.split(u' '))
-        meanings[step]();
+        actions[step]();
 }
 
 } // namespace
 
-/// When a view controller is told what.
-class TestViewController final : public QObject
+/// When the functions of a view controller are called.
+class TestViewController final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
-    void itIsToldWhatHappensToIt()
+    void eachFunctionIsCalledExactlyWhenItsNameSays()
     {
         const CaseTable<QString, QString> cases{
             {"nothing is built before it is asked for", u"wait"_s, {}},
@@ -98,12 +95,12 @@ private slots:
         for (const auto& [steps, expected] : cases) {
             QStringList events;
             Recorder controller(&events);
-            follow(controller, steps);
+            carryOut(controller, steps);
             QCOMPARE(events.join(u' '), expected);
         }
     }
 
-    void theLeavingTabIsToldBeforeTheComingOne()
+    void theFormerTabDisappearsBeforeTheNextOneLoads()
     {
         QStringList events;
         QStackedWidget tabs;
