@@ -1,6 +1,6 @@
 #include "platform/MenuPosition.h"
 
-#include <QTest>
+#include "support/TestCase.h"
 
 namespace {
 
@@ -9,7 +9,7 @@ constexpr QSize menu(200, 150);
 
 } // namespace
 
-class TestMenuPosition final : public QObject
+class TestMenuPosition final : public TestCase
 {
     Q_OBJECT
 
@@ -27,5 +27,4 @@ private slots:
 };
 
 QTEST_APPLESS_MAIN(TestMenuPosition)
-
 #include "TestMenuPosition.moc"

@@ -1,18 +1,15 @@
 #include "platform/SettingsPortal.h"
 
-#include "support/Cases.h"
-#include "support/Warnings.h"
+#include "support/CaseTable.h"
+#include "support/TestCase.h"
 
 #include <QDBusContext>
 #include <QDBusMessage>
 #include <QDBusVariant>
 #include <QProcess>
 #include <QSignalSpy>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
-
-Q_DECLARE_METATYPE(ColorScheme)
 
 namespace {
 
@@ -63,8 +60,8 @@ private:
 
 } // namespace
 
-/// The color scheme that the desktop tells through its portal.
-class TestSettingsPortal final : public QObject
+/// The color scheme, as the desktop's portal gives it.
+class TestSettingsPortal final : public TestCase
 {
     Q_OBJECT
 
@@ -78,7 +75,7 @@ private slots:
 
     void init()
     {
-        failOnUnexpectedWarning();
+        TestCase::init();
         m_fake = std::make_unique<FakePortal>(QDBusConnection::connectToBus(m_address, u"portal"_s));
     }
 
@@ -96,32 +93,32 @@ private slots:
         QVERIFY(m_daemon.waitForFinished());
     }
 
-    void theSettingIsRead_data()
-    {
-        const Cases<QVariant, ColorScheme> add("value", "scheme");
-        add("dark", wrapped(wrapped(1U)), ColorScheme::Dark);
-        add("light", wrapped(wrapped(2U)), ColorScheme::Light);
-        add("no preference", wrapped(wrapped(0U)), ColorScheme::Unknown);
-        add("a number without a meaning", wrapped(wrapped(3U)), ColorScheme::Unknown);
-        add("wrapped once, as the newer method does", wrapped(1U), ColorScheme::Dark);
-        add("a text is garbage", wrapped(wrapped(u"1"_s)), ColorScheme::Unknown);
-        add("a list is garbage", wrapped(QStringList{u"1"_s}), ColorScheme::Unknown);
-        add("another type of reply is garbage", u"dark"_s, ColorScheme::Unknown);
-    }
-
     void theSettingIsRead()
     {
-        QFETCH(QVariant, value);
-        m_fake->value = value;
-        m_fake->appear();
-        const SettingsPortal portal(bus());
-        QCOMPARE(portal.colorScheme(), ColorScheme::Unknown); // it did not wait
-        QTRY_COMPARE(m_fake->questions, QStringList{u"org.freedesktop.appearance color-scheme"_s});
-        awaitTurn();
-        QTEST(portal.colorScheme(), "scheme");
+        const CaseTable<QVariant, ColorScheme> cases{
+            {"dark", wrapped(wrapped(1U)), ColorScheme::Dark},
+            {"light", wrapped(wrapped(2U)), ColorScheme::Light},
+            {"no preference", wrapped(wrapped(0U)), ColorScheme::Unknown},
+            {"a number without a meaning", wrapped(wrapped(3U)), ColorScheme::Unknown},
+            {"wrapped once, as the newer method does", wrapped(1U), ColorScheme::Dark},
+            {"a text is garbage", wrapped(wrapped(u"1"_s)), ColorScheme::Unknown},
+            {"a list is garbage", wrapped(QStringList{u"1"_s}), ColorScheme::Unknown},
+            {"another type of reply is garbage", u"dark"_s, ColorScheme::Unknown},
+        };
+        for (const auto& [value, scheme] : cases) {
+            cleanup();
+            init();
+            m_fake->value = value;
+            m_fake->appear();
+            const SettingsPortal portal(bus());
+            QCOMPARE(portal.colorScheme(), ColorScheme::Unknown); // it did not wait
+            QTRY_COMPARE(m_fake->questions, QStringList{u"org.freedesktop.appearance color-scheme"_s});
+            awaitTurn();
+            QCOMPARE(portal.colorScheme(), scheme);
+        }
     }
 
-    void aChangeIsFollowedBothWays()
+    void aChangeIsFollowed()
     {
         m_fake->value = wrapped(wrapped(0U));
         m_fake->appear();
@@ -155,7 +152,7 @@ private slots:
         QTRY_COMPARE(portal.colorScheme(), ColorScheme::Dark);
     }
 
-    void aPortalThatDoesNotAnswerMayStillTell()
+    void aPortalThatDoesNotAnswerMayStillSendChanges()
     {
         m_fake->appear();
         const SettingsPortal portal(bus());

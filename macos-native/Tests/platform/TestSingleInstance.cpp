@@ -2,14 +2,13 @@
 
 #include "support/CaseTable.h"
 #include "support/ProcessTable.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QDir>
 #include <QFile>
 #include <QSignalSpy>
 #include <QSocketNotifier>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <future>
 #include <vector>
@@ -26,24 +25,16 @@ using namespace std::chrono_literals;
 using Role = SingleInstance::Role;
 
 /// One program of many: the lock, the socket, and the folder of both.
-class TestSingleInstance final : public QObject
+class TestSingleInstance final : public TestCase
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        failOnUnexpectedWarning();
-        m_folder.emplace();
         for (const char* name : names)
             qunsetenv(name);
-    }
-
-    void cleanup()
-    {
-        for (const char* name : names)
-            qunsetenv(name);
-        m_folder.reset();
+        TestCase::init();
     }
 
     void aLaterStartSendsItsToken()
@@ -82,12 +73,6 @@ private slots:
         }
     }
 
-    void theNextOneIsFirstOnceTheFirstHasGone()
-    {
-        QCOMPARE(SingleInstance(folder()).role(), Role::First);
-        QCOMPARE(SingleInstance(folder()).role(), Role::First);
-    }
-
     void aSocketThatAKilledProgramLeftIsReplaced()
     {
         FileDescriptor left = connectionTo(nullptr);
@@ -106,12 +91,6 @@ private slots:
         QCOMPARE(later.wait_for(50ms), std::future_status::timeout);
         first.listen();
         QCOMPARE(result(later), Role::Later);
-    }
-
-    void aFirstOneThatDoesNotListenIsUnreachable()
-    {
-        const SingleInstance first(folder());
-        QCOMPARE(SingleInstance(folder(), 0ms).role(), Role::Unreachable);
     }
 
     void aStartWhileTheFirstOneQuitsBecomesTheFirst()
@@ -290,7 +269,7 @@ private:
         return failure ? FileDescriptor() : std::move(made);
     }
 
-    std::optional<QTemporaryDir> m_folder;
+    Fresh<QTemporaryDir> m_folder{this};
 };
 
 QTEST_GUILESS_MAIN(TestSingleInstance)

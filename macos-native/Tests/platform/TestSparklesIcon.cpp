@@ -1,11 +1,10 @@
 #include "platform/SparklesIcon.h"
 
 #include "support/CaseTable.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 #include "ui/Colors.h"
 
 #include <QPainter>
-#include <QTest>
 
 namespace {
 
@@ -32,13 +31,11 @@ double legibleShare(const QImage& image, const QColor& panel)
 } // namespace
 
 /// The status icon of our own.
-class TestSparklesIcon final : public QObject
+class TestSparklesIcon final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void offersTheSizesThatPanelsAskFor()
     {
         const QIcon icon = sparklesIcon();

@@ -1,9 +1,10 @@
 #include "platform/StartupNotification.h"
 #include "platform/XcbAtom.h"
 
+#include "support/TestCase.h"
+
 #include <QAbstractNativeEventFilter>
 #include <QGuiApplication>
-#include <QTest>
 
 #include <map>
 
@@ -49,7 +50,7 @@ private:
 
 } // namespace
 
-class TestStartupNotification final : public QObject
+class TestStartupNotification final : public TestCase
 {
     Q_OBJECT
 
@@ -74,5 +75,4 @@ int main(int argc, char* argv[])
     TestStartupNotification test;
     return QTest::qExec(&test, argc, argv);
 }
-
 #include "TestStartupNotification.moc"

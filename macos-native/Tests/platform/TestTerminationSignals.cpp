@@ -1,21 +1,18 @@
 #include "platform/TerminationSignals.h"
 
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QSignalSpy>
-#include <QTest>
 
 #include <signal.h>
 
 /// Signals that ask a program to end.
-class TestTerminationSignals final : public QObject
+class TestTerminationSignals final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
-    void reachTheEventLoop()
+    void aSignalIsReportedByTheEventLoop()
     {
         for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
             const TerminationSignals terminationSignals;
@@ -26,7 +23,7 @@ private slots:
         }
     }
 
-    void severalAreOne()
+    void severalSignalsAreReportedOnce()
     {
         const TerminationSignals terminationSignals;
         const QSignalSpy spy(&terminationSignals, &TerminationSignals::received);
@@ -60,7 +57,7 @@ private slots:
         QVERIFY(signal(SIGHUP, before) == SIG_IGN);
     }
 
-    void goBackToWhatTheyWere()
+    void theFormerHandlersAreRestored()
     {
         constexpr auto handler = [](int) {};
         const auto before = signal(SIGTERM, handler);
