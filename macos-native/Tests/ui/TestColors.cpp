@@ -1,14 +1,13 @@
 #include "ui/Colors.h"
 
 #include "support/CaseTable.h"
+#include "support/TestCase.h"
 #include "support/ThemeStyle.h"
-#include "support/Warnings.h"
 #include "ui/LegibleStyle.h"
 
 #include <QApplication>
 #include <QDialog>
 #include <QLineEdit>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -44,13 +43,11 @@ QPalette theme(const QColor& text, const QColor& base, const QColor& placeholder
 } // namespace
 
 /// Colors that can be told apart.
-class TestColors final : public QObject
+class TestColors final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void cleanup() { QApplication::setStyle(u"fusion"_s); }
 
     void contrastIsThatOfTheStandard()
@@ -108,6 +105,7 @@ private slots:
             QVERIFY(contrast >= enough);
             QVERIFY(contrast < Colors::contrast(palette.color(QPalette::WindowText), window));
         }
+        QCOMPARE(Colors::secondaryText(QPalette(Qt::black)).lightness(), qRound(0.65 * 255)); // white text on black
     }
 
     void lightAppearanceIsLegible()
@@ -169,15 +167,10 @@ private slots:
         QCOMPARE(Colors::legible(mended), mended);
         const QPalette barely = theme(Qt::black, Qt::white, QColor(0x76, 0x76, 0x76));
         QCOMPARE(Colors::legible(barely).color(QPalette::PlaceholderText), QColor(0x76, 0x76, 0x76));
+        QCOMPARE(mended.color(QPalette::Disabled, QPalette::PlaceholderText), QColor(Qt::black)); // disabled texts, too
         QPalette tinted = palette; // neither black nor white, which a text that is mended becomes
         tinted.setColor(QPalette::HighlightedText, QColor(255, 250, 220));
         QCOMPARE(Colors::legible(tinted), tinted);
-    }
-
-    void disabledTextsStayAsTheyAre()
-    {
-        const QPalette before = theme(Qt::white, Qt::black, Qt::black);
-        QCOMPARE(Colors::legible(before).color(QPalette::Disabled, QPalette::PlaceholderText), QColor(Qt::black));
     }
 
     void theApplicationFollowsItsTheme()

@@ -1,10 +1,10 @@
 #include "ui/FlowLayout.h"
 
-#include "support/Warnings.h"
+#include "support/Cases.h"
+#include "support/TestCase.h"
 
 #include <QHBoxLayout>
 #include <QStyle>
-#include <QTest>
 #include <QWidget>
 
 namespace {
@@ -25,14 +25,14 @@ private:
 } // namespace
 
 /// A row that goes on in further lines.
-class TestFlowLayout final : public QObject
+class TestFlowLayout final : public TestCase
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        failOnUnexpectedWarning();
+        TestCase::init();
         m_view = std::make_unique<QWidget>();
         m_layout = new FlowLayout;
         m_layout->setSpacing(10);
@@ -42,25 +42,18 @@ private slots:
 
     void placesItsControls_data()
     {
-        QTest::addColumn<QList<QSize>>("controls"); // as wide as asked for, and at least
-        QTest::addColumn<QRect>("view");
-        QTest::addColumn<QList<QRect>>("frames");
-        const QRect oneLine(0, 0, 50, 20);
-        QTest::newRow("in one line where there is room, to the pixel")
-            << QList<QSize>{{50, 50}, {70, 70}} << QRect(0, 0, 130, 20) << QList<QRect>{oneLine, {60, 0, 70, 20}};
-        QTest::newRow("in a further line where there is none")
-            << QList<QSize>{{50, 50}, {70, 70}, {30, 30}} << QRect(5, 7, 129, 50)
-            << QList<QRect>{{5, 7, 50, 20}, {5, 37, 70, 20}, {85, 37, 30, 20}};
-        QTest::newRow("narrower where one can shrink") << QList<QSize>{{100, 40}, {50, 50}} << QRect(0, 0, 130, 20)
-                                                       << QList<QRect>{{0, 0, 70, 20}, {80, 0, 50, 20}};
-        QTest::newRow("in a further line where it cannot shrink enough")
-            << QList<QSize>{{100, 40}, {50, 50}} << QRect(0, 0, 99, 50)
-            << QList<QRect>{{0, 0, 99, 20}, {0, 30, 50, 20}};
-        QTest::newRow("each as far as it can shrink") << QList<QSize>{{100, 40}, {100, 70}} << QRect(0, 0, 180, 20)
-                                                      << QList<QRect>{{0, 0, 80, 20}, {90, 0, 90, 20}};
-        QTest::newRow("one that is wider than the view in a line of its own")
-            << QList<QSize>{{50, 50}, {200, 200}, {50, 50}} << QRect(0, 0, 120, 80)
-            << QList<QRect>{oneLine, {0, 30, 200, 20}, {0, 60, 50, 20}};
+        // The preferred and the minimum width of each control.
+        const Cases<QList<QSize>, QRect, QList<QRect>> add("controls", "view", "frames");
+        add("in one line where there is room, to the pixel", {{50, 50}, {70, 70}}, {0, 0, 130, 20},
+            {{0, 0, 50, 20}, {60, 0, 70, 20}});
+        add("in another line where there is no room", {{50, 50}, {70, 70}, {30, 30}}, {5, 7, 129, 50},
+            {{5, 7, 50, 20}, {5, 37, 70, 20}, {85, 37, 30, 20}});
+        add("narrower where one can shrink", {{100, 40}, {50, 50}}, {0, 0, 130, 20}, {{0, 0, 70, 20}, {80, 0, 50, 20}});
+        add("in another line where it cannot shrink enough", {{100, 40}, {50, 50}}, {0, 0, 99, 50},
+            {{0, 0, 99, 20}, {0, 30, 50, 20}});
+        add("each as far as it can shrink", {{100, 40}, {100, 70}}, {0, 0, 180, 20}, {{0, 0, 80, 20}, {90, 0, 90, 20}});
+        add("one that is wider than the view in a line of its own", {{50, 50}, {200, 200}, {50, 50}}, {0, 0, 120, 80},
+            {{0, 0, 50, 20}, {0, 30, 200, 20}, {0, 60, 50, 20}});
     }
 
     void placesItsControls()
@@ -130,30 +123,25 @@ private slots:
         QCOMPARE(second->geometry(), QRect(0, 0, 30, 20));
     }
 
-    void whatItHoldsEndsWithIt()
+    void itsItemsAreDeletedWithIt()
     {
-        class Item final : public QSpacerItem
+        struct Item final : QSpacerItem
         {
-        public:
-            explicit Item(int* ended) : QSpacerItem(1, 1), m_ended(ended) {}
-            Item(const Item&) = delete;
-            Item& operator=(const Item&) = delete;
-            ~Item() override { ++*m_ended; }
+            explicit Item(std::shared_ptr<int> itsCounted) : QSpacerItem(1, 1), counted(std::move(itsCounted)) {}
 
-        private:
-            int* m_ended;
+            std::shared_ptr<int> counted;
         };
-        int ended = 0;
-        m_layout->addLayout(new QHBoxLayout); // which takes itself out of the layout that it is in
-        m_layout->addItem(new Item(&ended));
-        m_layout->addLayout(new QHBoxLayout);
-        m_layout->addItem(new Item(&ended));
+        const auto counted = std::make_shared<int>();
+        for (int i = 0; i < 2; ++i) {
+            m_layout->addLayout(new QHBoxLayout); // which removes itself from the layout that it is in
+            m_layout->addItem(new Item(counted));
+        }
         m_view.reset();
-        QCOMPARE(ended, 2);
+        QCOMPARE(counted.use_count(), 1);
     }
 
 private:
-    /// A control in the view that asks for `hint` and needs `minimum`.
+    /// Adds a control with these sizes to the view and the layout.
     QWidget* add(QSize hint, QSize minimum)
     {
         auto* control = new Control(hint, minimum, m_view.get());

@@ -1,20 +1,19 @@
 #include "ui/IconTheme.h"
 
-#include "support/Cases.h"
+#include "support/CaseTable.h"
+#include "support/TestCase.h"
 #include "support/ThemeStyle.h"
-#include "support/Warnings.h"
 #include "ui/LegibleStyle.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QIcon>
 #include <QTemporaryDir>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
-/// Icons that are seen on what they stand on.
-class TestIconTheme final : public QObject
+/// The icon theme for a light or a dark background.
+class TestIconTheme final : public TestCase
 {
     Q_OBJECT
 
@@ -28,49 +27,41 @@ private slots:
         QIcon::setThemeSearchPaths({m_folder.filePath(u"missing"_s), m_folder.path()});
     }
 
-    void init() { failOnUnexpectedWarning(); }
-
     void cleanup()
     {
         QIcon::setThemeName({});
         QApplication::setStyle(u"fusion"_s);
     }
 
-    void theOtherOneOfAPairIsTaken_data()
+    void theOtherOneOfAPairIsChosen()
     {
-        const Cases<QString, bool, QString> add("name", "isDark", "taken");
-        add("the dark one on dark", u"breeze"_s, true, u"breeze-dark"_s);
-        add("the light one on light", u"breeze-dark"_s, false, u"breeze"_s);
-        add("the name may have a capital", u"Papirus"_s, true, u"Papirus-Dark"_s);
-        add("also on the way back", u"Papirus-Dark"_s, false, u"Papirus"_s);
-        add("one that fits stays on dark", u"breeze-dark"_s, true, u"breeze-dark"_s);
-        add("one that fits stays on light", u"breeze"_s, false, u"breeze"_s);
-        add("one without a dark one stays", u"lonely"_s, true, u"lonely"_s);
-        add("one without a light one stays", u"gone-dark"_s, false, u"gone-dark"_s);
-        add("no theme stays none", {}, true, {});
+        const CaseTable<QString, bool, QString> cases{
+            {"the dark one on dark", u"breeze"_s, true, u"breeze-dark"_s},
+            {"the light one on light", u"breeze-dark"_s, false, u"breeze"_s},
+            {"the name may have a capital", u"Papirus"_s, true, u"Papirus-Dark"_s},
+            {"also on the way back", u"Papirus-Dark"_s, false, u"Papirus"_s},
+            {"one that fits stays on dark", u"breeze-dark"_s, true, u"breeze-dark"_s},
+            {"one that fits stays on light", u"breeze"_s, false, u"breeze"_s},
+            {"one without a dark one stays", u"lonely"_s, true, u"lonely"_s},
+            {"one without a light one stays", u"gone-dark"_s, false, u"gone-dark"_s},
+            {"no theme stays none", {}, true, {}},
+        };
+        for (const auto& [name, isDark, chosen] : cases)
+            QCOMPARE(iconThemeFor(name, isDark), chosen);
     }
 
-    void theOtherOneOfAPairIsTaken()
+    void theStyleChoosesTheOneForItsPalette()
     {
-        QFETCH(QString, name);
-        QFETCH(bool, isDark);
-        QTEST(iconThemeFor(name, isDark), "taken");
-    }
-
-    void theStyleTakesTheOneForItsPalette_data()
-    {
-        const Cases<QPalette, QString> add("palette", "taken");
-        add("a dark one", QPalette(Qt::black, QColor(42, 46, 50)), u"breeze-dark"_s);
-        add("a light one", QPalette(Qt::white, QColor(239, 240, 241)), u"breeze"_s);
-    }
-
-    void theStyleTakesTheOneForItsPalette()
-    {
-        QFETCH(QPalette, palette);
-        QIcon::setThemeName(u"breeze"_s);
-        QApplication::setStyle(new ThemeStyle(palette));
-        LegibleStyle::install();
-        QTEST(QIcon::themeName(), "taken");
+        const CaseTable<QPalette, QString> cases{
+            {"a dark one", QPalette(Qt::black, QColor(42, 46, 50)), u"breeze-dark"_s},
+            {"a light one", QPalette(Qt::white, QColor(239, 240, 241)), u"breeze"_s},
+        };
+        for (const auto& [palette, chosen] : cases) {
+            QIcon::setThemeName(u"breeze"_s);
+            QApplication::setStyle(new ThemeStyle(palette));
+            LegibleStyle::install();
+            QCOMPARE(QIcon::themeName(), chosen);
+        }
     }
 
 private:

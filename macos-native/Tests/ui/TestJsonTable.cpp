@@ -1,15 +1,14 @@
 #include "ui/JsonTable.h"
 
 #include "support/CaseTable.h"
-#include "support/Slowness.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QAccessible>
 #include <QHeaderView>
 #include <QHelpEvent>
 #include <QLineEdit>
 #include <QScrollBar>
-#include <QTest>
+#include <QStyledItemDelegate>
 #include <QToolTip>
 #include <QVBoxLayout>
 
@@ -46,8 +45,10 @@ public:
         table.show();
     }
 
+    /// Returns the place of the second cell of a row.
+    QRect cell(int row) const { return table.visualRect(table.model()->index(row, 1)); }
     void select(int row) { table.setCurrentIndex(table.model()->index(row, 1)); }
-    /// The index of the selected row; -1 when none is.
+    /// Returns the index of the selected row, or -1 when no row is selected.
     int selected() const
     {
         const QModelIndexList rows = table.selectionModel()->selectedRows();
@@ -57,7 +58,7 @@ public:
     JsonTable table;
 };
 
-/// A table between two fields, to which the keyboard may go.
+/// A table between two fields that can have the focus, too.
 struct Neighbours
 {
     Neighbours()
@@ -79,13 +80,11 @@ struct Neighbours
 } // namespace
 
 /// The table of JSON rows as a person sees and drives it.
-class TestJsonTable final : public QObject
+class TestJsonTable final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void columnsStartAtTheirWidthsAndStay()
     {
         Table shown;
@@ -121,13 +120,9 @@ private slots:
         QCOMPARE(shown.table.selectedRow(), std::nullopt);
         shown.table.setRows(agents(3));
         QCOMPARE(shown.table.selectedRow(), std::nullopt);
-        const auto click = [&shown](int row, Qt::KeyboardModifier modifier) {
-            const QRect cell = shown.table.visualRect(shown.table.model()->index(row, 0));
-            QTest::mouseClick(shown.table.viewport(), Qt::LeftButton, modifier, cell.center());
-        };
-        click(0, Qt::NoModifier);
+        QTest::mouseClick(shown.table.viewport(), Qt::LeftButton, {}, shown.cell(0).center());
         QCOMPARE(shown.table.selectionModel()->selectedIndexes().size(), 3); // every column of it
-        click(2, Qt::ShiftModifier);
+        QTest::mouseClick(shown.table.viewport(), Qt::LeftButton, Qt::ShiftModifier, shown.cell(2).center());
         QCOMPARE(shown.table.selectionModel()->selectedRows().size(), 1);
         QCOMPARE(shown.table.selectedRow(), std::optional(agent("codex", 2)));
     }
@@ -136,8 +131,7 @@ private slots:
     {
         Table shown;
         shown.table.setRows(agents(1));
-        const QPoint cell = shown.table.visualRect(shown.table.model()->index(0, 0)).center();
-        QTest::mouseDClick(shown.table.viewport(), Qt::LeftButton, {}, cell);
+        QTest::mouseDClick(shown.table.viewport(), Qt::LeftButton, {}, shown.cell(0).center());
         QTest::keyClick(&shown.table, Qt::Key_F2);
         QVERIFY(!shown.table.findChild<QLineEdit*>());
     }
@@ -157,29 +151,26 @@ private slots:
         QVERIFY(shown.after->hasFocus());
     }
 
-    void aSelectionIsToldOnceItIsMade()
+    void aSelectionIsSignalledWhenItIsComplete()
     {
         Table shown;
         shown.table.setRows(agents(3));
-        QStringList told;
+        QStringList selections;
         connect(&shown.table, &JsonTable::selectionDidChange, this,
-                [&] { told.append(QString::number(shown.selected())); });
-        const auto center = [&shown](int row) {
-            return shown.table.visualRect(shown.table.model()->index(row, 0)).center();
-        };
-        QTest::mousePress(shown.table.viewport(), Qt::LeftButton, {}, center(0));
-        QTest::mouseMove(shown.table.viewport(), center(1));
-        QTest::mouseMove(shown.table.viewport(), center(2));
-        QCOMPARE(told.join(u' '), QString());
-        QTest::mouseRelease(shown.table.viewport(), Qt::LeftButton, {}, center(2));
+                [&] { selections.append(QString::number(shown.selected())); });
+        QTest::mousePress(shown.table.viewport(), Qt::LeftButton, {}, shown.cell(0).center());
+        for (const int row : {1, 2})
+            QTest::mouseMove(shown.table.viewport(), shown.cell(row).center());
+        QVERIFY(selections.isEmpty());
+        QTest::mouseRelease(shown.table.viewport(), Qt::LeftButton, {}, shown.cell(2).center());
         QTest::keyClick(&shown.table, Qt::Key_Up);
         shown.table.setRows(agents(3, 1)); // the row is in another place
         shown.table.setRows(agents(3, 1));
         shown.table.setRows(agents(3, 7)); // and now it is gone
-        QCOMPARE(told.join(u' '), u"2 1 -1"_s);
+        QCOMPARE(selections.join(u' '), u"2 1 -1"_s);
     }
 
-    void showsThatItHasTheKeyboardWithoutARowToo()
+    void showsTheFocusAlsoWithoutARow()
     {
         const Neighbours shown;
         const auto lowerEdge = [view = shown.table->viewport()] {
@@ -194,30 +185,7 @@ private slots:
         QCOMPARE(lowerEdge(), usual);
     }
 
-    void aMegabyteCellPaintsAtOnce()
-    {
-        Table plain;
-        plain.table.setRows(agents(20));
-        Table heavy;
-        std::vector<Json> rows = agents(20);
-        for (Json& row : rows)
-            row["name"] = std::string(1'000'000, 'x');
-        heavy.table.setRows(rows);
-
-        const auto millisecondsToPaint = [](QWidget& widget) {
-            QElapsedTimer timer;
-            timer.start();
-            widget.grab();
-            return timer.elapsed();
-        };
-        millisecondsToPaint(plain.table); // the fonts are loaded once
-        const qint64 usual = millisecondsToPaint(plain.table);
-        const qint64 elapsed = millisecondsToPaint(heavy.table);
-        QVERIFY2(elapsed < usual + 200 * slowness,
-                 qPrintable(QString::number(elapsed))); // laid out in full it is seconds
-    }
-
-    void theSelectedRowStaysSelected()
+    void theSelectedRowStaysSelectedInItsColumn()
     {
         const CaseTable<int, QByteArray, int> cases{
             {"when its other values change", 1,
@@ -239,81 +207,37 @@ private slots:
             shown.table.setRows(Json::parse(after.toStdString()));
             QCOMPARE(shown.selected(), expected);
             QCOMPARE(shown.table.selectedRow().has_value(), expected >= 0);
+            if (expected >= 0)
+                QCOMPARE(shown.table.currentIndex(), shown.table.model()->index(expected, 1)); // in the same column
         }
-    }
-
-    void theColumnOfTheKeyboardStays()
-    {
-        Table shown;
-        shown.table.setRows(agents(3));
-        shown.select(2);
-        shown.table.setRows(agents(3, 1));
-        QCOMPARE(shown.table.currentIndex(), shown.table.model()->index(1, 1));
     }
 
     void theScrollPositionStays()
     {
         Table shown;
         shown.table.setRows(agents(10'000));
+        shown.select(5); // which does not scroll back to it
         QCoreApplication::processEvents();
         shown.table.verticalScrollBar()->setValue(4'321);
         shown.table.horizontalScrollBar()->setValue(123);
         shown.table.setRows(agents(10'000, 1));
-        QCOMPARE(shown.table.verticalScrollBar()->value(), 4'321);
-        QCOMPARE(shown.table.horizontalScrollBar()->value(), 123);
-        QCoreApplication::processEvents();
-        QCOMPARE(shown.table.verticalScrollBar()->value(), 4'321);
+        for (int turn = 0; turn < 2; ++turn) {
+            QCOMPARE(shown.selected(), 4);
+            QCOMPARE(shown.table.verticalScrollBar()->value(), 4'321);
+            QCOMPARE(shown.table.horizontalScrollBar()->value(), 123);
+            QCoreApplication::processEvents();
+        }
 
         shown.table.setRows(agents(2)); // less than fills the view
         QCoreApplication::processEvents();
         QCOMPARE(shown.table.verticalScrollBar()->value(), 0);
     }
 
-    void selectingAgainDoesNotScrollThere()
-    {
-        Table shown;
-        shown.table.setRows(agents(1000));
-        shown.select(5);
-        shown.table.verticalScrollBar()->setValue(9'000);
-        shown.table.horizontalScrollBar()->setValue(400);
-        shown.table.setRows(agents(1001));
-        QCOMPARE(shown.selected(), 5);
-        QCOMPARE(shown.table.verticalScrollBar()->value(), 9'000);
-        QCOMPARE(shown.table.horizontalScrollBar()->value(), 400);
-    }
-
-    void equalRowsPaintNothing()
-    {
-        class PaintCounter final : public QObject
-        {
-        public:
-            bool eventFilter(QObject* /*watched*/, QEvent* event) override
-            {
-                paints += event->type() == QEvent::Paint || event->type() == QEvent::UpdateRequest ? 1 : 0;
-                return false;
-            }
-            int paints = 0;
-        };
-
-        Table shown;
-        shown.table.setRows(agents(50));
-        shown.select(3);
-        QVERIFY(QTest::qWaitForWindowExposed(&shown.table));
-        QCoreApplication::processEvents();
-        PaintCounter counter;
-        shown.table.viewport()->installEventFilter(&counter);
-        shown.table.setRows(agents(50));
-        QCoreApplication::processEvents();
-        QCOMPARE(counter.paints, 0);
-        shown.table.setRows(agents(51));
-        QTRY_VERIFY(counter.paints > 0);
-    }
-
-    void anElidedCellTellsItsTextInAToolTip()
+    void anElidedCellShowsItsTextInAToolTip()
     {
         Table shown;
         const auto toolTipOfRow = [&shown](int row) {
-            const QPoint cell = shown.table.visualRect(shown.table.model()->index(row, 1)).center();
+            const QPoint cell = shown.cell(row).center();
             QHelpEvent event(QEvent::ToolTip, cell, shown.table.viewport()->mapToGlobal(cell));
             QCoreApplication::sendEvent(shown.table.viewport(), &event);
             return QToolTip::isVisible() ? QToolTip::text() : QString();
@@ -321,6 +245,9 @@ private slots:
         shown.table.setRows({agent("codex", 1, "short"), agent("codex", 2, "<b>bold</b> " + std::string(100, 'w'))});
         QCOMPARE(toolTipOfRow(0), QString());
         QVERIFY(toolTipOfRow(1).contains(u"&lt;b&gt;bold&lt;/b&gt;"_s)); // shown as it stands
+        // A megabyte laid out in full would take seconds.
+        const auto* delegate = qobject_cast<QStyledItemDelegate*>(shown.table.itemDelegate());
+        QCOMPARE(delegate->displayText(QString(1'000'000, u'x'), {}).size(), 1001);
     }
 };
 

@@ -2,12 +2,12 @@
 
 #include "support/CaseTable.h"
 #include "support/Slowness.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 #include "ui/Colors.h"
+#include "ui/ScrollingLabel.h"
 
 #include <QElapsedTimer>
 #include <QHelpEvent>
-#include <QTest>
 #include <QTextDocument>
 #include <QTextFragment>
 #include <QToolTip>
@@ -25,7 +25,7 @@ QPalette paletteOf(const QColor& text, const QColor& window)
     return palette;
 }
 
-/// The tool tip that `label` shows, of which it has none when it is whole.
+/// Sends the event for which `label` shows a tool tip, unless its whole text is visible.
 void askForToolTip(QWidget& label)
 {
     label.show();
@@ -56,13 +56,11 @@ QList<QTextCharFormat> formatsOf(const QLabel& line)
 } // namespace
 
 /// Labels and the colors of their text.
-class TestLabels final : public QObject
+class TestLabels final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void foreignTextStaysPlain()
     {
         const CaseTable<QString> cases{
@@ -81,21 +79,6 @@ private slots:
         }
     }
 
-    void aLongLineNeverWidensItsWindow()
-    {
-        QWidget window;
-        auto* layout = new QVBoxLayout(&window);
-        auto* label = new Label(QString(10'000, u'W'));
-        layout->addWidget(label);
-        window.resize(200, 100);
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
-        label->setText(QString(20'000, u'W'));
-        QCoreApplication::processEvents();
-        QCOMPARE(window.width(), 200);
-        QVERIFY(window.minimumSizeHint().width() < 200);
-    }
-
     void aLineStaysOneLine()
     {
         Label label(u"one"_s);
@@ -105,23 +88,28 @@ private slots:
         QCOMPARE(label.text(), u"one\ntwo\r\nthree\u2028four\u2029five"_s);
     }
 
-    void aLineTakesNoRoomThatIsOver()
+    void aLineIsAsHighAsItsFontAndNeverWidensItsWindow()
     {
         QWidget window;
         auto* layout = new QVBoxLayout(&window);
-        auto* label = new Label(u"one"_s);
+        auto* label = new Label;
         layout->addWidget(label);
         layout->addWidget(new QWidget);
         window.resize(200, 400);
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
-        QCOMPARE(label->height(), label->fontMetrics().height());
-        QCOMPARE(label->width(), layout->contentsRect().width());
-        QCOMPARE(label->minimumSizeHint(), QSize(0, label->height()));
-        QCOMPARE(label->sizeHint(), QSize(label->fontMetrics().horizontalAdvance(label->text()) + 1, label->height()));
+        for (const QString& text : {u"one"_s, QString(10'000, u'W')}) {
+            label->setText(text);
+            QCoreApplication::processEvents();
+            QCOMPARE(window.width(), 200);
+            QCOMPARE(label->size(), QSize(layout->contentsRect().width(), label->fontMetrics().height()));
+            QCOMPARE(label->minimumSizeHint(), QSize(0, label->height()));
+        }
+        label->setText(u"one"_s);
+        QCOMPARE(label->sizeHint(), QSize(label->fontMetrics().horizontalAdvance(u"one"_s) + 1, label->height()));
     }
 
-    void aMegabyteIsShownAndToldAtOnce()
+    void aMegabyteIsShownAtOnceAlsoInAToolTip()
     {
         Label label(QString(1'000'000, u'x'));
         label.resize(300, 20);
@@ -164,7 +152,7 @@ private slots:
         QVERIFY(!inkIn({half.width(), 0, half.width(), size.height()}));
     }
 
-    void anElidedLineTellsItsTextAsPlainToolTip()
+    void anElidedLineShowsItsTextInAPlainToolTip()
     {
         const CaseTable<QString, QString> cases{
             {"markup", u"<b>"_s + QString(500, u'x'), u"<p>&lt;b&gt;"_s + QString(500, u'x') + u"</p>"_s},
@@ -178,40 +166,33 @@ private slots:
         }
     }
 
-    void aWrappingLabelTakesTheHeightItNeeds()
+    void aWrappingLabelHasTheHeightOfItsTextWhichCanBeSelected()
     {
         const WrappingLabel label(u"word "_s.repeated(200));
         QVERIFY(label.heightForWidth(300) > label.heightForWidth(900));
         QVERIFY(label.heightForWidth(900) > label.fontMetrics().height());
-    }
-
-    void aWrappingLabelCanBeSelectedByMouseAndKeyboard()
-    {
-        const WrappingLabel label(u"text"_s);
-        QVERIFY(label.textInteractionFlags().testFlag(Qt::TextSelectableByMouse));
-        QVERIFY(label.textInteractionFlags().testFlag(Qt::TextSelectableByKeyboard));
-        QVERIFY(!label.textInteractionFlags().testFlag(Qt::TextEditable));
+        QCOMPARE(label.textInteractionFlags(), Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     }
 
     void secondaryTextFollowsThePaletteAndANewParent()
     {
-        QWidget parent;
-        auto* line = new Label(u"x"_s, &parent);
-        auto* paragraph = new WrappingLabel(u"x"_s, &parent);
+        auto* line = new Label(u"x"_s);
+        auto* paragraph = new WrappingLabel(u"x"_s);
         line->setEmphasis(Emphasis::Secondary);
         paragraph->setEmphasis(Emphasis::Secondary);
-        for (const QPalette& palette : {paletteOf(Qt::white, Qt::black), paletteOf(Qt::black, Qt::white)}) {
-            parent.setPalette(palette);
-            QCOMPARE(line->palette().color(QPalette::WindowText), Colors::secondaryText(palette));
-            QCOMPARE(paragraph->palette().color(QPalette::WindowText), Colors::secondaryText(palette));
-        }
-
-        QWidget other; // with another color of nothing but its text, which the labels have a color of their own for
+        QWidget parent;
+        QWidget other; // it differs only in the color of its text, which a secondary label does not inherit
         other.setPalette(paletteOf(Qt::darkRed, Qt::white));
-        line->setParent(&other);
-        paragraph->setParent(&other);
-        QCOMPARE(line->palette().color(QPalette::WindowText), Colors::secondaryText(other.palette()));
-        QCOMPARE(paragraph->palette().color(QPalette::WindowText), Colors::secondaryText(other.palette()));
+        for (QWidget* label : std::initializer_list<QWidget*>{line, paragraph, new ScrollingLabel(2)}) {
+            const auto role = qobject_cast<ScrollingLabel*>(label) ? QPalette::Text : QPalette::WindowText;
+            label->setParent(&parent);
+            for (const QPalette& palette : {paletteOf(Qt::white, Qt::black), paletteOf(Qt::black, Qt::white)}) {
+                parent.setPalette(palette);
+                QCOMPARE(label->palette().color(role), Colors::secondaryText(palette));
+            }
+            label->setParent(&other);
+            QCOMPARE(label->palette().color(role), Colors::secondaryText(other.palette()));
+        }
     }
 
     void theLinkToCustomerServiceHasItsOwnLookInTheSupportLine()

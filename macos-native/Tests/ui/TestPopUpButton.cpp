@@ -1,10 +1,9 @@
 #include "ui/PopUpButton.h"
 
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QAbstractItemView>
 #include <QSignalSpy>
-#include <QTest>
 #include <QWheelEvent>
 
 using namespace Qt::StringLiterals;
@@ -27,13 +26,11 @@ QImage pictureOf(const QString& title)
 } // namespace
 
 /// A pop-up button with titles from outside.
-class TestPopUpButton final : public QObject
+class TestPopUpButton final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void selectsByItsExactTitle()
     {
         PopUpButton popup;
@@ -51,7 +48,7 @@ private slots:
         QCOMPARE(action.count(), 1);
     }
 
-    void saysWhenNothingIsSelected()
+    void hasADefaultTitleWhenNothingIsSelected()
     {
         PopUpButton popup;
         popup.addItems(titles() + QStringList{QString()});
@@ -62,7 +59,7 @@ private slots:
         QCOMPARE(popup.titleOfSelectedItem(u"none"_s), u"none"_s);
     }
 
-    void aKeyThatHasClosedTheListDoesNothingMore()
+    void aRepeatedKeyAfterTheListIsClosedDoesNothing()
     {
         PopUpButton popup;
         popup.addItems(titles());

@@ -1,20 +1,16 @@
 #include "ui/SingleLine.h"
 
 #include "support/CaseTable.h"
-#include "support/Warnings.h"
-
-#include <QTest>
+#include "support/TestCase.h"
 
 using namespace Qt::StringLiterals;
 
 /// What one line can show of a text.
-class TestSingleLine final : public QObject
+class TestSingleLine final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void shows()
     {
         const QString x = u"x"_s;

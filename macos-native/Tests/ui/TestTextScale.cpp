@@ -1,30 +1,23 @@
 #include "ui/TextScale.h"
 
 #include "support/CaseTable.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 #include "ui/JsonTable.h"
 #include "ui/Labels.h"
 
 #include <QApplication>
 #include <QFontInfo>
 #include <QScreen>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
 /// Measures that grow with the text of the desktop.
-class TestTextScale final : public QObject
+class TestTextScale final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnUnexpectedWarning();
-        m_fontBefore = QApplication::font();
-    }
-
-    void cleanup() { QApplication::setFont(m_fontBefore); }
+    void cleanup() { QApplication::setFont(m_font); }
 
     void measuresFollowTheText()
     {
@@ -79,7 +72,7 @@ private:
         QApplication::setFont(font);
     }
 
-    QFont m_fontBefore;
+    const QFont m_font = QApplication::font();
 };
 
 QTEST_MAIN(TestTextScale)
