@@ -65,6 +65,7 @@ class AgentListTest(OpenClawTestCase):
             {"agentId": "b", "lastInteractionAt": 1735723801999, "updatedAt": 1735723809000},
             {"agentId": "b", "updatedAt": 1735723700000},
             {"agentId": "b"},
+            {"agentId": "main", "updatedAt": 253_402_300_800_000},  # the year 10000, which has no time stamp
             7,
         ]
         program.answers("sessions list --json --all-agents --limit=all", {"sessions": sessions})
