@@ -49,10 +49,14 @@ private slots:
         const auto cornerColor = [&](int across, int down) {
             return image.pixelColor(bubble.left() + across, bubble.top() + down);
         };
+        QSet<QRgb> shades;
         for (int across = 0; across < radius; ++across) {
-            for (int down = 0; down < across; ++down)
+            for (int down = 0; down < across; ++down) {
+                shades.insert(cornerColor(across, down).rgb());
                 QVERIFY(qAbs(cornerColor(across, down).red() - cornerColor(down, across).red()) < 16);
+            }
         }
+        QVERIFY(shades.size() > 3); // more than those of the bubble, its border and the ground: the edge is smooth
         // The edge of the circle crosses the diagonal at 0.29 radii from both sides.
         QCOMPARE(cornerColor(4, 4), cornerColor(0, 0));
         QCOMPARE(cornerColor(7, 7), cornerColor(radius, radius));
