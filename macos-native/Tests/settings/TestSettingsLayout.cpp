@@ -120,9 +120,10 @@ private slots:
     {
         m_window->show();
         QList<int> rows;
+        const auto* title = Controls::named<QLabel>(*m_window->view, u"Nelo Core"_s);
+        QVERIFY(title);
+        QCOMPARE(m_window->frame(title).topLeft(), QPoint(24, 24));
         for (const QLabel* label : m_window->view->findChildren<QLabel*>()) {
-            if (label->text() == u"Nelo Core")
-                QCOMPARE(m_window->frame(label).topLeft(), QPoint(24, 24));
             if (!label->buddy())
                 continue;
             const QRect field = m_window->frame(label->buddy());
