@@ -14,11 +14,11 @@ class TestMenuPosition final : public TestCase
     Q_OBJECT
 
 private slots:
-    void hangsBelowAnIconAtTheTop() { QCOMPARE(menuPosition({1200, 0, 24, 24}, menu, screen), QPoint(1200, 24)); }
+    void isBelowAnIconAtTheTop() { QCOMPARE(menuPosition({1200, 0, 24, 24}, menu, screen), QPoint(1200, 24)); }
 
-    void standsOnAnIconAtTheBottom() { QCOMPARE(menuPosition({1200, 876, 24, 24}, menu, screen), QPoint(1200, 726)); }
+    void isAboveAnIconAtTheBottom() { QCOMPARE(menuPosition({1200, 876, 24, 24}, menu, screen), QPoint(1200, 726)); }
 
-    void countsFromItsOwnScreen()
+    void isOnTheScreenOfItsIcon()
     {
         const QRect below(0, 900, 1280, 900);
         QCOMPARE(menuPosition({10, 900, 24, 24}, menu, below), QPoint(10, 924));

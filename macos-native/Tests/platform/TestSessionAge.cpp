@@ -5,7 +5,7 @@
 
 using namespace std::chrono_literals;
 
-/// How long a session has lasted, by the start of its bus.
+/// The age of a session, which is the age of its message bus.
 class TestSessionAge final : public TestCase
 {
     Q_OBJECT

@@ -18,7 +18,7 @@ QVariant wrapped(const QVariant& value)
     return QVariant::fromValue(QDBusVariant(value));
 }
 
-/// A portal whose setting has the value `value`; without one it does not answer.
+/// A portal whose setting has the value `value`. It does not answer while there is no value.
 class FakePortal final : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -33,7 +33,7 @@ public:
     void appear() { m_bus.registerService(u"org.freedesktop.portal.Desktop"_s); }
     void disappear() { m_bus.unregisterService(u"org.freedesktop.portal.Desktop"_s); }
 
-    /// Tells that a setting has changed.
+    /// Sends the signal that a setting has changed.
     void announce(const QVariantList& arguments) const
     {
         QDBusMessage signal = QDBusMessage::createSignal(u"/org/freedesktop/portal/desktop"_s,
@@ -171,7 +171,7 @@ private slots:
 private:
     QDBusConnection bus() const { return QDBusConnection::connectToBus(m_address, u"program"_s); }
 
-    /// Waits until what has been sent so far, and is answered, has arrived.
+    /// Waits until the messages and answers that have been sent so far have arrived.
     void awaitTurn() const
     {
         for (const QString& name : {u"portal"_s, u"program"_s}) {

@@ -24,7 +24,7 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using Role = SingleInstance::Role;
 
-/// One program of many: the lock, the socket, and the folder of both.
+/// Only one instance of the program runs: the lock, the socket, and the folder of both.
 class TestSingleInstance final : public TestCase
 {
     Q_OBJECT
@@ -99,8 +99,8 @@ private slots:
         first->listen();
         QSignalSpy requests(first.get(), &SingleInstance::activationRequested);
         std::future<Role> later = start(0ms);
-        const FileDescriptor connection = connectionTo(first.get()); // whoever has asked ...
-        first->stopListening();                                      // ... gets no answer
+        const FileDescriptor connection = connectionTo(first.get()); // a later start has connected ...
+        first->stopListening();                                      // ... and gets no answer
         char byte = 0;
         QVERIFY(read(connection.get(), &byte, 1) <= 0);
         QCOMPARE(later.wait_for(50ms), std::future_status::timeout);
@@ -125,11 +125,11 @@ private slots:
                 QCOMPARE(startAgain(), Role::Later);
             }
             first.stopListening();
-            QCOMPARE(SingleInstance(folder(), 0ms).role(), Role::Unreachable); // it holds the lock that is found
+            QCOMPARE(SingleInstance(folder(), 0ms).role(), Role::Unreachable); // the first one holds the new lock
         }
     }
 
-    void aStartWithTheLockAsksTheSocketAllTheSame()
+    void aStartThatGetsTheLockStillAsksTheSocket()
     {
         SingleInstance first(folder());
         first.listen();
@@ -159,7 +159,7 @@ private slots:
         QCOMPARE(startAgain(), Role::Later);
     }
 
-    void nobodyElseCanReachTheLock()
+    void otherUsersCannotOpenTheLock()
     {
         const SingleInstance first(folder());
         QCOMPARE(QFileInfo(m_folder->filePath(u"nelo.lock"_s)).permissions()
@@ -188,7 +188,7 @@ private slots:
         }
     }
 
-    void theFolderIsTheSessionsOrOurOwn()
+    void theFolderIsThatOfTheSessionOrAPrivateOne()
     {
         const CaseTable<QByteArray, bool> cases{
             {"the session's", QFile::encodeName(QDir::tempPath() + u"/nelo-test-session"_s), true},
@@ -220,7 +220,7 @@ private slots:
             QCOMPARE(*found == others.toStdString(), isTaken);
             QCOMPARE(found->parent_path(), folder());
             QCOMPARE(std::filesystem::status(*found).permissions(), std::filesystem::perms::owner_all);
-            QCOMPARE(SingleInstance::defaultFolder(), found); // which is there by now
+            QCOMPARE(SingleInstance::defaultFolder(), found); // it exists now
             std::filesystem::permissions(*found, std::filesystem::perms::all);
             if (!isTaken)
                 QCOMPARE(SingleInstance::defaultFolder(), std::nullopt);
@@ -240,7 +240,7 @@ private:
         qputenv("DISPLAY", displays[1]);
     }
 
-    /// Starts the program once more, in another thread: the first one needs the event loop of this one.
+    /// Starts the program again, in another thread, because the first instance needs the event loop of this thread.
     std::future<Role> start(std::chrono::milliseconds timeout = 10s) const
     {
         return std::async(std::launch::async, [=, this] { return SingleInstance(folder(), timeout).role(); });
@@ -258,7 +258,7 @@ private:
         return result(again);
     }
 
-    /// A connection to `first`, or where there is none a socket that nobody listens on any more once it is closed.
+    /// Returns a connection to `first`. Without `first`, returns a socket whose file stays when the socket is closed.
     FileDescriptor connectionTo(const SingleInstance* first) const
     {
         sockaddr_un address{AF_UNIX, {}};

@@ -17,7 +17,7 @@ QImage onPanel(int side, const QColor& panel)
     return image;
 }
 
-/// The share of pixels that have the contrast to `panel` that WCAG 2.1 asks of texts, more than of pictures.
+/// Returns the share of pixels that have the contrast to `panel` which WCAG 2.1 requires of texts.
 double legibleShare(const QImage& image, const QColor& panel)
 {
     int legible = 0;
@@ -30,7 +30,7 @@ double legibleShare(const QImage& image, const QColor& panel)
 
 } // namespace
 
-/// The status icon of our own.
+/// The built-in status icon.
 class TestSparklesIcon final : public TestCase
 {
     Q_OBJECT
@@ -59,7 +59,7 @@ private slots:
         }
     }
 
-    void isDrawnAnewAtTwiceTheScale()
+    void isDrawnAndNotEnlargedAtTwiceTheScale()
     {
         const QImage drawn = onPanel(48, Qt::black);
         const QImage enlarged = onPanel(24, Qt::black).scaled(48, 48, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);

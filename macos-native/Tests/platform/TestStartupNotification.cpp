@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Receives the messages of the protocol, as a desktop does: pieces of a text that end with a zero byte.
+/// Receives the messages of the protocol as a desktop does. A text comes in pieces and ends with a zero byte.
 class Desktop final : public QAbstractNativeEventFilter
 {
 public:

@@ -6,7 +6,7 @@
 
 #include <signal.h>
 
-/// Signals that ask a program to end.
+/// The signals that ask a program to end.
 class TestTerminationSignals final : public TestCase
 {
     Q_OBJECT
@@ -34,7 +34,7 @@ private slots:
         QCOMPARE(spy.count(), 1);
     }
 
-    void aSecondOneEndsTheProgramAtOnce()
+    void aSecondSignalEndsTheProgramImmediately()
     {
         const TerminationSignals terminationSignals;
         raise(SIGTERM);
@@ -44,7 +44,7 @@ private slots:
         QVERIFY(action.sa_handler == SIG_DFL);
     }
 
-    void anIgnoredOneStaysIgnored()
+    void anIgnoredSignalStaysIgnored()
     {
         const auto before = signal(SIGHUP, SIG_IGN);
         {

@@ -66,7 +66,7 @@ private slots:
             QCOMPARE(m_platform->calls().last(3), forward);
         }
         windows().value(0)->close();
-        QCOMPARE(m_platform->calls().size(), 2 + 2 * 3); // it stays in the Dock
+        QCOMPARE(m_platform->calls().size(), 2 + 2 * 3); // closing a window does not remove the program from the Dock
         m_app->comeForward("token");
         QCOMPARE(m_platform->calls().last(4), QStringList{u"token"_s} + forward);
     }
@@ -124,12 +124,12 @@ private slots:
         for (const QPushButton* button : buttons) {
             QCOMPARE(button->x(), 16);
             QCOMPARE(button->width(), 240 - 2 * 16);
-            QVERIFY(launcher->focusWidget() != button); // what is typed for another program presses none
+            QVERIFY(launcher->focusWidget() != button); // keys that are typed for another program press no button
         }
         m_platform->setHasStatusArea(true);
         QVERIFY(!launcher->isVisible());
         m_platform->setHasStatusArea(false);
-        QVERIFY(!launcher->isVisible()); // it waits as long as at the start
+        QVERIFY(!launcher->isVisible()); // it waits as long as after the launch
         QTRY_VERIFY(launcher->isVisible());
         QCOMPARE(windows().size(), 1);
     }

@@ -46,9 +46,9 @@ public:
                 {"path", "/skills/weather"}, {"primaryEnv", "TOKEN"}, {"requiredEnv", {"TOKEN", "REGION"}}};
     }
 
-    /// From now on these are the skills of every ecosystem.
+    /// Sets the skills of every ecosystem.
     void listed(const Json& skills) { backend.answer("list_skills", skills); }
-    /// From now on this is the entry of every skill.
+    /// Sets the entry of every skill.
     void entered(const Json& entry) { backend.answer("get_skill_entry", entry); }
 
     /// Returns the place of `widget` in the view.
@@ -70,7 +70,7 @@ public:
             rows.append(model->index(row, 0).data().toString());
         return rows;
     }
-    /// What every control except the list of skills shows or hides: "name=text shown" or "name=text hidden".
+    /// Returns the text of every control except the list of skills: "name=text shown" or "name=text hidden".
     QStringList everything()
     {
         QStringList shown;
@@ -89,13 +89,13 @@ public:
         return shown;
     }
 
-    /// The part of it that is about the credential.
+    /// Returns the part of it that is about the credential.
     QString credential() { return everything().filter(QStringLiteral("apiKey")).join(u'|'); }
 
     JsonTable* table() { return find<JsonTable>("tableView"); }
     QPlainTextEdit* env() { return find<QPlainTextEdit>("envTextView"); }
     QLineEdit* apiKey() { return find<QLineEdit>("apiKeyField"); }
-    /// The fields of the variables, by their names, in their order.
+    /// Returns the fields of the variables in their order.
     QList<QLineEdit*> fields() { return find<QWidget>("dynamicFieldsStack")->findChildren<QLineEdit*>(); }
     QLineEdit* field(const char* name)
     {
@@ -145,7 +145,7 @@ public:
         return DialogRobot::alertOf([this, button] { press(button); });
     }
 
-    /// The functions called so far.
+    /// Returns the functions that were called so far.
     std::vector<std::string> functions() const
     {
         std::vector<std::string> functions;

@@ -7,7 +7,7 @@
 
 using namespace Qt::StringLiterals;
 
-/// The news sources of the one skill that watches them, in the tab that it belongs to.
+/// The news sources of the skill that watches them, in the Skills tab.
 class TestNewsSourceSection final : public TestCase
 {
     Q_OBJECT
@@ -33,7 +33,7 @@ private slots:
         m_tab->show();
         m_tab->select(1);
         QTRY_VERIFY(section()->height() > 0);
-        QMap<int, QString> parts; // by their height in the section
+        QMap<int, QString> parts; // by their vertical position
         for (const QLabel* label : section()->findChildren<QLabel*>())
             parts[label->y()] += label->text();
         parts[m_tab->find<QComboBox>("sourcePopup")->y()] += u"pop-up"_s;
@@ -78,7 +78,7 @@ private slots:
         QCOMPARE(m_tab->label("sourceSummaryLabel"), u"1 sources."_s);
     }
 
-    void whatCannotBeListedShowsAsNone()
+    void otherRepliesAreShownAsNoSources()
     {
         const CaseTable<const char*> cases{
             {"a failure", R"({"raise":["OSError","x"]})"},
@@ -160,7 +160,7 @@ private slots:
     {
         m_tab->select(0);
         const DialogRobot robot;
-        m_tab->press("Add Source"); // which nobody sees
+        m_tab->press("Add Source"); // the button is hidden
         QVERIFY(robot.shown().empty());
         QCOMPARE(m_tab->backend.count("add_news_source"), 0);
     }

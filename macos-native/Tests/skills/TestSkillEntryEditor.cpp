@@ -8,7 +8,7 @@
 
 using namespace Qt::StringLiterals;
 
-/// The editor of a skill's entry, in the tab that it belongs to.
+/// The editor of a skill's entry, in the Skills tab.
 class TestSkillEntryEditor final : public TestCase
 {
     Q_OBJECT
@@ -244,7 +244,7 @@ private slots:
         QCOMPARE(m_tab->backend.count("save_skill_entry"), 0);
     }
 
-    void theCredentialFieldCountsWhereTheEnvironmentSaysNothing()
+    void theCredentialFieldIsSavedWhenTheEnvironmentHasNoCredential()
     {
         m_tab->select(0);
         m_tab->apiKey()->setText(u" typed "_s);
@@ -256,7 +256,7 @@ private slots:
         QCOMPARE(sentEntry()["apiKey"].dump(), std::string(R"("t")"));
     }
 
-    void aRefreshForgetsTheConfiguration()
+    void aRefreshResetsTheConfiguration()
     {
         m_tab->select(0);
         m_tab->press("Refresh");

@@ -13,7 +13,7 @@ const QString ok = u"OK"_s;
 
 } // namespace
 
-/// Installing skills from this machine and from the cloud catalogue, in the tab that the buttons stand in.
+/// The installation of skills from this machine and from the cloud catalogue, in the Skills tab.
 class TestSkillInstaller final : public TestCase
 {
     Q_OBJECT
@@ -32,7 +32,7 @@ private slots:
         }
     }
 
-    void withoutAnAgentNoPackageIsAskedFor()
+    void withoutAnAgentNoPanelOpens()
     {
         const CaseTable<Json> cases{
             {"none", {{"answer", Json::array()}}},
@@ -91,7 +91,7 @@ private slots:
         }
     }
 
-    void anInstallThatAnswersNothingIsTold()
+    void anInstallWithoutAResultIsReported()
     {
         const CaseTable<Json> cases{
             {"null", nullptr},
@@ -143,7 +143,7 @@ private slots:
         QCOMPARE(m_tab->status(), u"Installed cloud skill First 一 to /w/skills/first. Restart: cli (ok)"_s);
     }
 
-    void entriesOfTheSameTitleAreTakenByTheirPlace()
+    void entriesWithTheSameTitleAreChosenByTheirPosition()
     {
         m_tab->view();
         m_tab->backend.answer("list_cloud_skills_via_core",
@@ -190,7 +190,7 @@ private slots:
         }
     }
 
-    void aStatusStandsBeforeItsAlert()
+    void theStatusIsSetBeforeTheAlertOpens()
     {
         m_tab->view();
         QStringList seen;

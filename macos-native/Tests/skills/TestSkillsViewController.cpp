@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// What was painted of each widget, and what of it more than once.
+/// Records which parts of each widget are painted, and which parts are painted more than once.
 class PaintWatcher final : public QObject
 {
 public:
@@ -34,7 +34,7 @@ public:
 
 } // namespace
 
-/// The Skills tab: ecosystems, agents, the list of skills and what is shown of the selected one.
+/// The Skills tab: ecosystems, agents, the list of skills, the selected skill, and what its buttons do.
 class TestSkillsViewController final : public TestCase
 {
     Q_OBJECT
@@ -71,7 +71,7 @@ private slots:
         QCOMPARE(m_tab->title("agentPopup"), u"Main (main)"_s);
     }
 
-    void agentsThatCannotBeOffered()
+    void aListOfAgentsThatCannotBeReadHasATitle()
     {
         const CaseTable<Json, QString> cases{
             {"a failure", {{"raise", {"OSError", "x"}}}, u"(load failed)"_s},
@@ -82,7 +82,7 @@ private slots:
             restart();
             m_tab->backend.script("list_local_agents", {step});
             QCOMPARE(m_tab->titles("agentPopup"), QStringList{title});
-            QCOMPARE(m_tab->rows().size(), 3); // the skills are listed all the same
+            QCOMPARE(m_tab->rows().size(), 3); // the skills are listed nevertheless
         }
     }
 
@@ -125,7 +125,7 @@ private slots:
         QVERIFY(m_tab->fields().isEmpty());
     }
 
-    void aFailedListIsEmptyAndAsksNoFurther()
+    void aFailedListIsEmptyAndNothingElseIsLoaded()
     {
         m_tab->backend.raise("list_skills", "OSError", "no <b>skills</b>\nnor 技能");
         QCOMPARE(m_tab->rows(), QStringList());
@@ -170,7 +170,8 @@ private slots:
     void aSkillWithoutANameIsCalledByItsKey()
     {
         m_tab->listed({{{"skillKey", "k"}}});
-        m_tab->backend.raise("get_skill_entry", "OSError", "x"); // else the loaded entry's status follows at once
+        m_tab->backend.raise("get_skill_entry", "OSError",
+                             "x"); // the status of a loaded entry would follow immediately
         m_tab->view();
         QVERIFY(DialogRobot::alertOf([this] { m_tab->select(0); }).startsWith(u"Load Failed"_s));
         QCOMPARE(m_tab->rows(), QStringList{u"(unknown)"_s});
@@ -196,7 +197,7 @@ private slots:
         PaintWatcher watcher;
         qApp->installEventFilter(&watcher);
         m_tab->table()->selectRow(0);
-        QVERIFY(watcher.painted.isEmpty()); // nothing half done is shown
+        QVERIFY(watcher.painted.isEmpty()); // nothing incomplete is shown
         QTRY_VERIFY(watcher.painted.contains(m_tab->field("REGION")));
         QCoreApplication::processEvents();
         for (auto widget = watcher.paintedAgain.keyBegin(); widget != watcher.paintedAgain.keyEnd(); ++widget)
@@ -208,7 +209,7 @@ private slots:
         m_tab->select(0);
         m_tab->listed(Json::array({SkillsTab::weather()}));
         m_tab->press("Refresh");
-        QCOMPARE(m_tab->backend.count("list_local_agents"), 1); // the skills alone
+        QCOMPARE(m_tab->backend.count("list_local_agents"), 1); // only the skills are loaded again
         QVERIFY(m_tab->table()->selectionModel()->selectedRows().isEmpty());
         QCOMPARE(m_tab->meta(), u"Select a skill"_s);
         QVERIFY(m_tab->alertAfter("Load Config").startsWith(u"No Selection"_s));
@@ -242,13 +243,13 @@ private slots:
         m_tab->press("Refresh");
         QCOMPARE(m_tab->everything(), expected);
         QCOMPARE(m_tab->rows(), QStringList());
-        m_tab->press("Save Config"); // of the skill that was selected
+        m_tab->press("Save Config"); // the skill of the editor, which is not listed any more
         const char* const saved = R"(["openclaw","weather",{"enabled":false,"apiKey":"k",)"
                                   R"("env":{"TOKEN":"k","REGION":"typed, too"},"config":{"z":1.0}}])";
         QCOMPARE(m_tab->arguments("save_skill_entry").dump(), std::string(saved));
     }
 
-    void longTextsLeaveTheTabAlone()
+    void longTextsDoNotChangeTheSizeOfTheTab()
     {
         std::string longText;
         while (longText.size() < 100'000)
@@ -274,7 +275,7 @@ private slots:
         }
     }
 
-    void aFailureIsToldAndChangesNothing()
+    void aFailureIsReportedAndChangesNothing()
     {
         const CaseTable<const char*, std::string, QString, DialogRobot::Answer> cases{
             {"to load", "Load Config", "get_skill_entry", u"Load Failed"_s, DialogRobot::press(u"OK"_s)},
@@ -295,9 +296,9 @@ private slots:
         }
     }
 
-    void ofAnAnswerOnlyItsSuccessCounts_data() { addUnreadReplies(); }
+    void anyReplyThatIsNoErrorIsASuccess_data() { addUnreadReplies(); }
 
-    void ofAnAnswerOnlyItsSuccessCounts()
+    void anyReplyThatIsNoErrorIsASuccess()
     {
         QFETCH(Json, reply);
         m_tab->backend.answer("save_skill_entry", reply);
@@ -330,7 +331,7 @@ private slots:
         }
     }
 
-    void aViewThatGoesAwayUnderItsDialogDoesNothingMore()
+    void aViewThatIsDeletedUnderItsDialogDoesNothingMore()
     {
         const CaseTable<int, const char*, DialogRobot::Answer> cases{
             {"an alert", -1, "Load Config", DialogRobot::press(Qt::Key_Return)},

@@ -43,7 +43,7 @@ private slots:
         whileAlertIsOpen(text, [&text](QDialog& dialog) {
             QVERIFY(dialog.isModal());
             QCOMPARE(dialog.windowTitle(), u"Title"_s);
-            QCOMPARE(dialog.accessibleDescription(), text); // is read with the title
+            QCOMPARE(dialog.accessibleDescription(), text); // assistive technology reads it with the title
             const auto* message = dialog.findChild<QLabel*>(u"messageText"_s);
             QCOMPARE(message->text(), u"Title"_s);
             QCOMPARE(message->textFormat(), Qt::PlainText);
@@ -54,7 +54,7 @@ private slots:
         });
     }
 
-    void anAlertGoesAway()
+    void eachOfTheseKeysClosesAnAlert()
     {
         for (const Qt::Key key : {Qt::Key_Escape, Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space}) {
             bool isOpen = true;
@@ -136,7 +136,7 @@ private slots:
                              QVERIFY(!text->verticalScrollBar()->isVisible());
                              QCOMPARE(text->verticalScrollBar()->maximum(), 0);
                              QVERIFY(dialog.height() < 300);
-                             text->setFixedHeight(text->height() - 1); // and takes no more than it needs
+                             text->setFixedHeight(text->height() - 1); // one pixel less is too little
                              QVERIFY(text->verticalScrollBar()->maximum() > 0);
                          });
     }
@@ -182,7 +182,7 @@ private slots:
         });
     }
 
-    void aLineOfALongTextStaysWhenTheDialogIsMadeSmall()
+    void oneLineOfALongTextStaysVisibleInASmallDialog()
     {
         whileAlertIsOpen(u"line\n"_s.repeated(20), [](QDialog& dialog) {
             const QPlainTextEdit* text = informativeText(dialog);
@@ -202,7 +202,7 @@ private slots:
             view->setFocus();
             QTest::keySequence(view, QKeySequence::SelectAll);
             QTest::keySequence(view, QKeySequence::Copy);
-            QCOMPARE(QGuiApplication::clipboard()->text(), text); // it is shown in pieces, but that is not in it
+            QCOMPARE(QGuiApplication::clipboard()->text(), text); // the pieces in which it is shown leave no trace
 
             QTextCursor cursor = view->textCursor();
             cursor.movePosition(QTextCursor::End);
@@ -210,7 +210,7 @@ private slots:
             view->setTextCursor(cursor);
             view->copy();
             QCOMPARE(QGuiApplication::clipboard()->text(), u"xx\n\nend of it"_s);
-            QTest::keyClick(view, Qt::Key_Return); // the default button's, not the text's
+            QTest::keyClick(view, Qt::Key_Return); // presses the default button
             QVERIFY(!dialog.isVisible());
         });
     }
@@ -230,7 +230,7 @@ private slots:
         ask(&nothingToFill, [](QDialog& dialog) { QVERIFY(dialog.focusWidget()); });
     }
 
-    void returnInAFieldAcceptsAndItCanBeReadAfterwards()
+    void returnInAFieldAcceptsAndTheFieldKeepsItsText()
     {
         QLineEdit field;
         const DialogAnswer answer = ask(&field, [&field](QDialog& dialog) {
@@ -254,7 +254,7 @@ private slots:
             window.show();
             const DialogRobot robot({[available, &window](QDialog& dialog) {
                 QCOMPARE(dialog.windowHandle()->transientParent(), window.windowHandle());
-                constexpr int border = 5; // drawn around it once it is shown
+                constexpr int border = 5; // the dialog gets a border when it is shown
                 QVERIFY(available.adjusted(0, 0, border, border).contains(dialog.geometry()));
             }});
             showAlert(&window, u"Title"_s, u"Text"_s);
@@ -262,7 +262,7 @@ private slots:
         }
     }
 
-    void outlivesTheWindowItBelongsTo()
+    void staysOpenWhenItsWindowIsDeleted()
     {
         auto window = std::make_unique<QWidget>();
         window->show();
@@ -275,7 +275,7 @@ private slots:
         QVERIFY(!window);
     }
 
-    void anAlertOverAnAlert()
+    void anAlertOpensOverAnAlert()
     {
         QStringList closed;
         whileAlertIsOpen(u"first"_s, [&closed](QDialog& first) {
@@ -290,7 +290,7 @@ private slots:
         QCOMPARE(closed, (QStringList{u"second"_s, u"first"_s}));
     }
 
-    void quittingEndsIt()
+    void quittingClosesADialog()
     {
         QTimer::singleShot(0, qApp, [] {
             const DialogAnswer answer = ask(nullptr, [](QDialog& dialog) {
@@ -309,7 +309,7 @@ private:
         showAlert(nullptr, u"Title"_s, text);
         QCOMPARE(robot.shown().size(), 1U);
     }
-    /// What a dialog answers after `act` was done to it.
+    /// Opens a dialog, carries out `act`, and returns the answer of the dialog.
     static DialogAnswer ask(QWidget* accessory, const DialogRobot::Answer& act)
     {
         const DialogRobot robot({act});

@@ -15,7 +15,7 @@ namespace {
 
 constexpr double enough = 4.5;
 
-/// The color that a translucent one becomes on `background`.
+/// Returns the color of translucent `text` on `background`.
 QColor on(const QColor& background, const QColor& text)
 {
     const auto channel = [&text](float over, float under) {
@@ -50,7 +50,7 @@ class TestColors final : public TestCase
 private slots:
     void cleanup() { QApplication::setStyle(u"fusion"_s); }
 
-    void contrastIsThatOfTheStandard()
+    void contrastIsComputedAsTheStandardSays()
     {
         const CaseTable<QColor, QColor, double> cases{
             {"black on white", QColor(Qt::black), QColor(Qt::white), 21.0},
@@ -159,7 +159,7 @@ private slots:
         }
     }
 
-    void whatIsLegibleStaysAsItIs()
+    void legibleColorsAreNotChanged()
     {
         const QPalette palette = Colors::lightAppearance(Colors::white(0.97));
         QCOMPARE(Colors::legible(palette), palette);
@@ -168,7 +168,7 @@ private slots:
         const QPalette barely = theme(Qt::black, Qt::white, QColor(0x76, 0x76, 0x76));
         QCOMPARE(Colors::legible(barely).color(QPalette::PlaceholderText), QColor(0x76, 0x76, 0x76));
         QCOMPARE(mended.color(QPalette::Disabled, QPalette::PlaceholderText), QColor(Qt::black)); // disabled texts, too
-        QPalette tinted = palette; // neither black nor white, which a text that is mended becomes
+        QPalette tinted = palette; // a changed text would be black or white
         tinted.setColor(QPalette::HighlightedText, QColor(255, 250, 220));
         QCOMPARE(Colors::legible(tinted), tinted);
     }
@@ -185,7 +185,7 @@ private slots:
         QVERIFY(placeholderContrast(field.palette(), QPalette::Active) >= enough);
     }
 
-    /// Styles keep pictures of controls for each palette.
+    /// Styles keep pictures of controls for each palette, so that many palettes would need much memory.
     void windowsShareOnePalette()
     {
         QApplication::setStyle(new ThemeStyle(theme(Qt::white, Qt::black, Qt::black)));

@@ -24,7 +24,7 @@ private:
 
 } // namespace
 
-/// A row that goes on in further lines.
+/// A row that continues in more lines when it is too long.
 class TestFlowLayout final : public TestCase
 {
     Q_OBJECT
@@ -97,12 +97,12 @@ private slots:
         pair->addWidget(caption);
         pair->addWidget(field);
         m_layout->addLayout(pair);
-        m_layout->setGeometry({0, 0, 120, 50}); // the caption alone would have room
+        m_layout->setGeometry({0, 0, 120, 50}); // there is room for the caption, but not for the field
         QCOMPARE(caption->geometry(), QRect(0, 30, 20, 20));
         QCOMPARE(field->geometry(), QRect(25, 30, 40, 20));
     }
 
-    void itAsksForOneLineAndNeedsItsWidestControl()
+    void itPrefersOneLineAndNeedsItsWidestControl()
     {
         add({100, 20}, {40, 18});
         add(50);
@@ -110,7 +110,7 @@ private slots:
         QCOMPARE(m_layout->minimumSize(), QSize(50, 20));
     }
 
-    void aControlThatIsTakenOutLeavesNoGap()
+    void aRemovedControlLeavesNoGap()
     {
         QWidget* first = add(50);
         const QWidget* second = add(30);

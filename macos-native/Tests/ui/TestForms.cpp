@@ -204,14 +204,14 @@ private slots:
         QCOMPARE(QApplication::focusWidget(), tall.above);
         tall.form->verticalScrollBar()->setValue(0);
 
-        for (qsizetype i = tall.fields.size() - 1; i >= 0; --i) { // the first of these comes from outside the form
+        for (qsizetype i = tall.fields.size() - 1; i >= 0; --i) { // the first Backtab comes from outside the form
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab);
             QCOMPARE(QApplication::focusWidget(), tall.fields.at(i));
             QVERIFY(tall.shows(tall.fields.at(i)));
         }
     }
 
-    void aFormStaysUnderAClick()
+    void aClickDoesNotScrollAForm()
     {
         const TallForm tall;
         QLineEdit* field = tall.fields.first();
@@ -224,7 +224,7 @@ private slots:
         QTest::mouseRelease(tall.window.windowHandle(), Qt::LeftButton, {}, lowerPart);
     }
 
-    void focusElsewhereScrollsNothing()
+    void focusOutsideOfTheFormScrollsNothing()
     {
         const TallForm tall;
         tall.fields.first()->setFocus();
@@ -235,7 +235,7 @@ private slots:
         QCOMPARE(tall.position(), 200);
     }
 
-    void aFormMayGoWhileOneOfItsFieldsHasTheKeyboard()
+    void aFormCanBeDeletedWhileOneOfItsFieldsHasTheFocus()
     {
         QWidget window;
         auto* form = new ScrollingForm(&window);
@@ -244,7 +244,7 @@ private slots:
         window.activateWindow();
         field->setFocus();
         QTRY_COMPARE(QApplication::focusWidget(), field);
-        delete form; // a sanitizer sees what is still called of it
+        delete form; // a sanitizer reports a call of the deleted form
         QCOMPARE(QApplication::focusWidget(), nullptr);
     }
 

@@ -99,7 +99,7 @@ private slots:
         QVERIFY(!model.index(1, 0).isValid());
         QVERIFY(!model.index(0, 2).isValid());
         model.setRows({});
-        QVERIFY(!model.data(cell).isValid()); // an index that outlived its row
+        QVERIFY(!model.data(cell).isValid()); // an index whose row is removed
     }
 
     void rowsThatStayAreTheSameRows()

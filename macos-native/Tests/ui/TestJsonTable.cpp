@@ -28,7 +28,7 @@ Json agent(const std::string& ecosystem, int id, const std::string& name = "name
     return {{"ecosystem", ecosystem}, {"id", id}, {"name", name}};
 }
 
-/// `count` rows with the ids from `first` on.
+/// Returns `count` rows, whose ids begin with `first`.
 std::vector<Json> agents(int count, int first = 0)
 {
     std::vector<Json> rows(static_cast<std::size_t>(count));
@@ -79,7 +79,7 @@ struct Neighbours
 
 } // namespace
 
-/// The table of JSON rows as a person sees and drives it.
+/// The table of JSON rows as a user sees and operates it.
 class TestJsonTable final : public TestCase
 {
     Q_OBJECT
@@ -181,7 +181,7 @@ private slots:
         QVERIFY(shown.table->hasFocus());
         QVERIFY(lowerEdge() != usual);
         shown.table->setRows(agents(1));
-        shown.table->setCurrentIndex(shown.table->model()->index(0, 0)); // which has a frame of its own
+        shown.table->setCurrentIndex(shown.table->model()->index(0, 0)); // the row has a frame of its own
         QCOMPARE(lowerEdge(), usual);
     }
 

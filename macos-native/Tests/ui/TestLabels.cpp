@@ -41,7 +41,7 @@ QString toolTipOf(QWidget& label)
     return QTest::qWaitFor([] { return !QToolTip::isVisible(); }) ? text : QString();
 }
 
-/// The formats of the line's pieces, in order.
+/// Returns the formats of the pieces of the line, in their order.
 QList<QTextCharFormat> formatsOf(const QLabel& line)
 {
     QTextDocument document;
@@ -119,10 +119,11 @@ private slots:
         askForToolTip(label);
         const qint64 elapsed = timer.elapsed();
         QVERIFY(!toolTipOf(label).isEmpty());
-        QVERIFY2(elapsed < 500 * slowness, qPrintable(QString::number(elapsed))); // laid out in full it is seconds
+        QVERIFY2(elapsed < 500 * slowness,
+                 qPrintable(QString::number(elapsed))); // the layout of the whole text takes seconds
     }
 
-    void lettersOfAnotherFontMoveNothing()
+    void lettersOfAnotherFontDoNotMoveTheLine()
     {
         Label latin(u"Agjpy"_s);
         Label mixed(u"Agjpy 漢字"_s);

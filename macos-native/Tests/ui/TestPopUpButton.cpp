@@ -54,7 +54,7 @@ private slots:
         popup.addItems(titles() + QStringList{QString()});
         QCOMPARE(popup.titleOfSelectedItem(u"none"_s), u"local"_s);
         popup.selectItemWithTitle(QString());
-        QCOMPARE(popup.titleOfSelectedItem(u"none"_s), QString()); // an empty title is one
+        QCOMPARE(popup.titleOfSelectedItem(u"none"_s), QString()); // an empty title is a title
         popup.setCurrentIndex(-1);
         QCOMPARE(popup.titleOfSelectedItem(u"none"_s), u"none"_s);
     }
@@ -69,7 +69,7 @@ private slots:
             popup.showPopup();
             QTest::keyClick(popup.view(), Qt::Key_Down);
             QTest::keyClick(popup.view(), Qt::Key_Return);
-            QTest::keyClick(popup.view(), Qt::Key_Return); // as it comes again while assistive technology listens
+            QTest::keyClick(popup.view(), Qt::Key_Return); // Qt sends it again while assistive technology is running
             QCOMPARE(action.count(), opening);
         }
     }
@@ -101,7 +101,7 @@ private slots:
                           false);
         QCoreApplication::sendEvent(&popup, &wheel);
         QCOMPARE(popup.currentIndex(), 0);
-        QVERIFY(!wheel.isAccepted()); // the form around it takes it
+        QVERIFY(!wheel.isAccepted()); // the form around it scrolls
         QCOMPARE(popup.focusPolicy(), Qt::StrongFocus);
     }
 };

@@ -71,7 +71,8 @@ private slots:
             ScrollingLabel label(4);
             label.show();
             QVERIFY(QTest::qWaitForWindowExposed(&label));
-            for (int width = 300; width < 340; ++width) { // at some of them a blank ends a line beyond the edge
+            for (int width = 300; width < 340;
+                 ++width) { // with some widths, a blank at the end of a line lies beyond the edge
                 label.resize(width, label.height());
                 label.setText(line);
                 QCoreApplication::processEvents();
@@ -92,7 +93,7 @@ private slots:
         QTest::keySequence(&label, QKeySequence::SelectAll);
         QCOMPARE(label.textCursor().selectedText(), u"text"_s);
         QVERIFY(label.tabChangesFocus());
-        QVERIFY(!label.testAttribute(Qt::WA_InputMethodEnabled)); // nobody offers to compose a text for it
+        QVERIFY(!label.testAttribute(Qt::WA_InputMethodEnabled)); // no input method is offered
     }
 };
 

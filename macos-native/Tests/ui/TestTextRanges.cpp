@@ -21,7 +21,7 @@ const QString family = u"👨‍👩‍👧‍👦"_s;
 
 } // namespace
 
-/// How a message's text is taken apart.
+/// How the text of a message is divided.
 class TestTextRanges final : public TestCase
 {
     Q_OBJECT
@@ -138,7 +138,7 @@ private slots:
         QCOMPARE(chunks.front(), (TextRange{0, 128 * 6 - 2})); // 128 lines
         QCOMPARE(chunks.back().end(), text.size());
         for (std::size_t i = 1; i < chunks.size(); ++i)
-            QCOMPARE(chunks[i].start, chunks[i - 1].end() + 2); // the break belongs to neither
+            QCOMPARE(chunks[i].start, chunks[i - 1].end() + 2); // the line break belongs to no chunk
         QStringList lines;
         for (const QString& chunk : textsOf(text, chunks))
             lines += textsOf(chunk, paragraphsOf(chunk));
@@ -188,7 +188,7 @@ private slots:
         const std::vector<TextRange> chunks = chunksOf(text);
         QCOMPARE(chunks.size(), 3U);
         QCOMPARE(chunks[0], (TextRange{0, 32'788}));
-        QCOMPARE(chunks[1], (TextRange{32'788, 128 * 2 - 1})); // the rest of it and 127 lines
+        QCOMPARE(chunks[1], (TextRange{32'788, 128 * 2 - 1})); // the rest of the paragraph and 127 lines
     }
 };
 

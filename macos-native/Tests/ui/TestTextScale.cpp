@@ -57,7 +57,7 @@ private slots:
             {"and is never smaller than without", QSize(room * 19 / 20, 100), QSize(room * 19 / 20, 200)},
         };
         for (const auto& [given, grown] : cases) {
-            setTextSize(15); // the largest that a desktop comes with
+            setTextSize(15); // the largest default size of a desktop
             QCOMPARE(scaledWindowSize(given), given);
             setTextSize(26);
             QCOMPARE(scaledWindowSize(given), grown);

@@ -28,13 +28,13 @@ void press(VerbatimTextEdit& view, int position, const Keys& keys)
 
 } // namespace
 
-/// The editor that gives back the bytes it was given.
+/// The editor that returns the text exactly as it was set.
 class TestVerbatimTextEdit final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void whatIsNotEditedComesBack()
+    void anUneditedTextIsReturnedExactly()
     {
         const CaseTable<QString> cases{
             {"nothing", {}},
@@ -58,7 +58,7 @@ private slots:
         }
     }
 
-    void everyCharacterComesBack()
+    void everyCharacterIsReturned()
     {
         QString text;
         for (char32_t character = 0; character < 0x11000; ++character) {
@@ -127,7 +127,7 @@ private slots:
         }
     }
 
-    void whatIsUndoneComesBack()
+    void undoAndRedoRestoreTheTextExactly()
     {
         const QKeyCombination all(Qt::CTRL | Qt::Key_A);
         const CaseTable<int, Keys> cases{

@@ -167,7 +167,7 @@ QWidget* Gallery::window(const QString& title) const
     return nullptr;
 }
 
-/// The console's tab called `label`, in front.
+/// Opens the console's tab with the title `label` and returns it.
 QWidget* Gallery::tab(const QString& label)
 {
     m_app.openNeloConsole();
@@ -179,7 +179,7 @@ QWidget* Gallery::tab(const QString& label)
     return tabs->currentWidget();
 }
 
-/// The Skills tab with the skill in `row` selected.
+/// Opens the Skills tab, selects the skill in `row`, and returns the tab.
 QWidget* Gallery::skills(int row)
 {
     QWidget* view = tab(u"Skills"_s);
@@ -187,7 +187,7 @@ QWidget* Gallery::skills(int row)
     return view;
 }
 
-/// The chat's window.
+/// Opens the chat's window and returns it.
 QWidget* Gallery::chat()
 {
     m_app.openNelo();

@@ -58,8 +58,8 @@ bool placesItsOwnParts(const QWidget& parent)
            || qobject_cast<const QStackedWidget*>(&parent);
 }
 
-/// `window` as it is painted, four times as large: an upright of small letters is narrower than a pixel, and would show
-/// less of its color than there is.
+/// Returns a picture of `window` that is four times as large. A stroke of a small letter is narrower than a pixel, and
+/// the pixel would have only a part of its color.
 QImage enlarged(QWidget& window)
 {
     constexpr int scale = 4;
@@ -70,7 +70,7 @@ QImage enlarged(QWidget& window)
     return image;
 }
 
-/// The contrast in `image` between the color that most of `part` has and the one that stands out most.
+/// Returns the contrast in `image` between the most frequent color of `part` and the color that differs most from it.
 double contrastIn(const QImage& image, const QRect& part)
 {
     const int scale = qRound(image.devicePixelRatio());

@@ -14,7 +14,7 @@ class TestAccess final : public TestCase
     Q_OBJECT
 
 private slots:
-    void everythingIsToldAndReached()
+    void everythingIsInTheAccessibleTreeAndReachedByTab()
     {
         QApplication::setCursorFlashTime(0); // a text cursor is always visible
         Gallery gallery;

@@ -24,7 +24,7 @@ Q_DECLARE_METATYPE(ColorScheme)
 
 namespace {
 
-/// The colors of a well-known dark desktop, whose theme says nothing of placeholders.
+/// Returns the colors of a well-known dark desktop. Its theme defines no color for placeholders.
 QPalette darkTheme()
 {
     const QColor text(252, 252, 252);
@@ -125,7 +125,7 @@ private slots:
         }
     }
 
-    void aReportIsOfSecondaryColorAndLeavesItsWindowAlone()
+    void aReportHasTheSecondaryColorAndDoesNotChangeItsWindow()
     {
         const QStringList reports{u"configPathLabel"_s, u"debugLabel"_s,  u"pathLabel"_s,
                                   u"skillDirsLabel"_s,  u"statusLabel"_s, u"summaryLabel"_s};
@@ -160,7 +160,7 @@ private slots:
         QCOMPARE(seen, reports);
     }
 
-    void nothingIsFaint()
+    void everythingHasEnoughContrast()
     {
         const CaseTable<QPalette, ColorScheme> cases{
             {"under the light theme", QApplication::palette(), ColorScheme::Unknown},
@@ -193,7 +193,7 @@ private:
         QApplication::setFont(font);
     }
 
-    /// The sizes in points of all texts of the gallery, by where they are.
+    /// Returns the sizes in points of all texts of the gallery, by their places.
     static std::map<QString, double> textSizes()
     {
         std::map<QString, double> sizes;

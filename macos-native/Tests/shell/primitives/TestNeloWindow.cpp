@@ -28,7 +28,7 @@ private slots:
         QCOMPARE(window.minimumSize(), QSize(640, 480));
         const QPoint offCentre =
             window.geometry().center() - QGuiApplication::primaryScreen()->availableGeometry().center();
-        QVERIFY(offCentre.manhattanLength() <= 24); // it is not shown yet, and has room for its frame
+        QVERIFY(offCentre.manhattanLength() <= 24); // there is room for the frame, because the window is not shown yet
     }
 
     void contentDoesNotChangeTheSmallestSize()
@@ -41,7 +41,7 @@ private slots:
         QCOMPARE(window.minimumSize(), QSize(300, 200));
         QCOMPARE(window.size(), QSize(300, 200));
         const auto* content = window.findChild<PlaceholderInfoController*>();
-        QCOMPARE(content->width(), content->parentWidget()->width()); // it wraps, and scrolls only upwards
+        QCOMPARE(content->width(), content->parentWidget()->width()); // it wraps, and scrolls only vertically
         QVERIFY(content->height() > window.height());
     }
 
@@ -49,7 +49,7 @@ private slots:
     {
         NeloWindow window(QString(), {300, 200});
         QVERIFY(window.windowFlags().testFlag(Qt::Window));
-        // The window manager's usual frame, with all of it.
+        // The window manager draws its usual frame with all buttons.
         QVERIFY(!window.windowFlags().testFlag(Qt::CustomizeWindowHint));
         window.resize(500, 400);
         QCOMPARE(window.size(), QSize(500, 400));
@@ -128,7 +128,7 @@ private slots:
         QVERIFY(!window.isVisible());
     }
 
-    void tellsAssistiveTechnologyThatItIsAWindow()
+    void hasTheAccessibleRoleOfAWindow()
     {
         NeloWindow window(u"Title"_s, {300, 200});
         const QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(&window);

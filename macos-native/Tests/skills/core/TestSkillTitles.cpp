@@ -54,7 +54,7 @@ private slots:
         }
     }
 
-    void agentsAreThoseOfTheEcosystemToTheLetter()
+    void onlyAgentsOfExactlyThisEcosystemAreListed()
     {
         const Json rows = Json::parse(R"([{"id":1,"ecosystem":"openclaw"},{"id":2,"ecosystem":"OpenClaw"},{"id":3},
                                       {"id":4,"ecosystem":["openclaw"]},{"id":5,"ecosystem":"openclaw "},
