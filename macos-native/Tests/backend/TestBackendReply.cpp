@@ -5,7 +5,7 @@
 
 using namespace Qt::StringLiterals;
 
-/// How tabs read what the bridge returned.
+/// Reading the replies of the bridge.
 class TestBackendReply final : public TestCase
 {
     Q_OBJECT

@@ -15,7 +15,7 @@ bool isParserError(const ReplyOutcome& outcome)
 
 } // namespace
 
-/// What one line of the helper's output means.
+/// The interpretation of one line of the helper's output.
 class TestReplyReader final : public TestCase
 {
     Q_OBJECT
@@ -82,7 +82,7 @@ private slots:
         for (const auto& [line] : cases) {
             const ReplyOutcome outcome = ReplyReader().interpret(line.toStdString());
             QVERIFY(isParserError(outcome));
-            QVERIFY(outcome.text.size() > errorText({}).size()); // it says why
+            QVERIFY(outcome.text.size() > errorText({}).size()); // it has a reason
             QCOMPARE(outcome.helper, ReplyOutcome::Helper::Drop);
         }
     }
@@ -97,7 +97,7 @@ private slots:
     void nestingBeyondTheBoundIsAnError()
     {
         const auto reply = [](int depth) {
-            const auto brackets = static_cast<std::size_t>(depth - 1); // the reply is one level itself
+            const auto brackets = static_cast<std::size_t>(depth - 1); // the reply is one level
             return R"({"ok":true,"result":)" + std::string(brackets, '[') + std::string(brackets, ']') + '}';
         };
         QVERIFY(!isParserError(ReplyReader().interpret(reply(maxJsonDepth))));
@@ -130,7 +130,7 @@ private slots:
             if (row.name.startsWith("n_"))
                 QVERIFY2(isParserError(asResult), row.name.constData());
 
-            const ReplyOutcome asReply = ReplyReader().interpret(text); // without "ok" each is an error of some kind
+            const ReplyOutcome asReply = ReplyReader().interpret(text); // no text has "ok": each is an error
             QVERIFY2(isParserError(asReply), row.name.constData());
             const bool isDropped = asReply.helper == ReplyOutcome::Helper::Drop;
             QVERIFY2(!row.name.startsWith("n_") || isDropped == row.text.isValidUtf8(), row.name.constData());

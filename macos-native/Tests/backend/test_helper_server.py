@@ -26,7 +26,7 @@ def replies(*lines: str) -> list[Any]:
 
 
 class HelperServerTest(unittest.TestCase):
-    """Requests are answered one by one, whatever they are."""
+    """Each request is answered, also an invalid one."""
 
     def test_requests(self) -> None:
         cases: list[tuple[str, str, Any]] = [

@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// What a program that reads the text as settings finds under "key".
+/// Returns the value of "key" that `QSettings` reads.
 QString valueIn(const QByteArray& ini)
 {
     const QTemporaryDir folder;
@@ -62,14 +62,14 @@ private slots:
     {
         QString all;
         for (char16_t unit = 0; unit < 0x250; ++unit)
-            all += QChar(unit) + u"a"_s + QChar(unit); // also before a digit of the escape, and twice
+            all += QChar(unit) + u"a"_s + QChar(unit); // also before a hexadecimal digit, and twice
         all += u"你好🔑"_s;
         for (const QString& text : {all, u'@' + all, u' ' + all + u' ', u"@"_s, u"@@"_s, u"@Invalid()"_s, QString()}) {
             const QByteArray ini = withIniValues("[General]\nnext=1\n", {{"key", text}});
             QCOMPARE(valueIn(ini), text);
             QCOMPARE(iniValue(ini, "key"), text);
         }
-        const QString withoutZero = all.sliced(3); // QSettings writes a zero in another way
+        const QString withoutZero = all.sliced(3); // QSettings writes a zero character in another way
         QCOMPARE(iniValue(writtenByQSettings(withoutZero), "key"), withoutZero);
     }
 

@@ -57,9 +57,10 @@ private slots:
         const auto nested = [](std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
         QVERIFY(parseJson(nested(maxJsonDepth)).is_array());
         QVERIFY(parseJson(nested(maxJsonDepth + 1)).is_discarded());
-        QVERIFY(parseJson(R"(["a\")" + nested(maxJsonDepth + 1) + "\"]").is_array()); // all of it is a string
+        QVERIFY(parseJson(R"(["a\")" + nested(maxJsonDepth + 1) + "\"]").is_array()); // the brackets are in a string
         QVERIFY(parseJson(R"(["a\\",)" + nested(maxJsonDepth - 1) + "]").is_array());
-        QVERIFY(parseJson(R"(["a\\",)" + nested(maxJsonDepth) + "]").is_discarded()); // the string ends before
+        QVERIFY(
+            parseJson(R"(["a\\",)" + nested(maxJsonDepth) + "]").is_discarded()); // the string ends before the brackets
         QVERIFY(parseJson(nested(1'000'000)).is_discarded());
         const Json sideBySide(std::size_t{2} * maxJsonDepth, Json{{"list", Json::array()}}); // these are not nested
         QVERIFY(parseJson(sideBySide.dump()) == sideBySide);

@@ -5,7 +5,7 @@
 
 using namespace Qt::StringLiterals;
 
-/// Which provider a model belongs to, and where its requests go.
+/// The provider of a model, and the endpoint of a provider.
 class TestProvider final : public TestCase
 {
     Q_OBJECT

@@ -6,13 +6,13 @@
 #include <chrono>
 #include <vector>
 
-/// A client and a server that its calls go to.
+/// A client, and the server of its calls.
 class ChatCalls final : public ChatServer
 {
 public:
     explicit ChatCalls(const TransferLimits& limits = {});
 
-    /// Asks `question`; the outcome goes to `outcomes`.
+    /// Asks `question`. Its outcome is appended to `outcomes` later.
     void start(const QString& question = QStringLiteral("hi"), const QString& apiKey = QStringLiteral("sk-test"));
     /// Asks and waits for the outcome.
     ChatOutcome ask(const QString& apiKey = QStringLiteral("sk-test"));
@@ -21,7 +21,7 @@ public:
     bool waitForOutcomes(std::size_t count) const;
 
     std::unique_ptr<ChatClient> client;
-    std::vector<ChatOutcome> outcomes; // in the order in which they came
+    std::vector<ChatOutcome> outcomes; // in the order of their arrival
 };
 
 /// Returns the text of an answer, or the description of a failure in angle brackets.

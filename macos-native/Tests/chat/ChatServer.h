@@ -3,7 +3,7 @@
 #include "support/HttpServer.h"
 #include "support/TestHome.h"
 
-/// A server that every provider's requests go to while it lives, with a temporary home for the chat's files.
+/// A server that gets the requests for every provider while it lives, and a temporary home for the files of the chat.
 class ChatServer
 {
 public:
@@ -11,9 +11,9 @@ public:
     ChatServer(const ChatServer&) = delete;
     ChatServer& operator=(const ChatServer&) = delete;
 
-    /// Lets requests go to `url` instead.
+    /// Sends requests to `url` instead.
     static void setEndpoint(const QString& url);
-    /// The log's messages, without their times.
+    /// Returns the messages of the log without their times.
     static QStringList logEntries();
 
     TestHome home;
@@ -23,14 +23,14 @@ protected:
     ~ChatServer();
 };
 
-/// The body of a provider's answer that says `content`.
+/// Returns the body of an answer whose text is `content`.
 QByteArray replyBody(const QString& content);
 
-/// The answer with that body.
+/// Returns the answer with that body.
 HttpAnswer replyOf(const QString& content);
 
-/// The messages of a request, each as "role: content".
+/// Returns the messages of a request, each as "role: content".
 QStringList messagesOf(const HttpRequest& request);
 
-/// What a request asked: the content of its last message.
+/// Returns the content of the last message of a request.
 QString questionOf(const HttpRequest& request);

@@ -30,7 +30,7 @@ public:
     /// Deletes the window.
     void close();
 
-    /// A control of the window by its object name.
+    /// Returns the control with this object name.
     template <class Control> Control* find(const char* name) const
     {
         return window()->findChild<Control*>(QLatin1String(name));
@@ -42,9 +42,9 @@ public:
     QPushButton* plusButton() const { return find<QPushButton>("plusButton"); }
     QComboBox* modelPopup() const { return find<QComboBox>("modelPopup"); }
 
-    /// The status line.
+    /// Returns the text of the status line.
     QString status() const { return find<QLabel>("debugLabel")->text(); }
-    /// The bubbles from the top, each as "Me: text" or "Nelo: text".
+    /// Returns the bubbles from the top, each as "Me: text" or "Nelo: text".
     QStringList bubbles() const;
     /// Types `text` and presses Return.
     void send(const QString& text) const;
@@ -57,10 +57,10 @@ private:
     std::unique_ptr<NeloWindow> m_window;
 };
 
-/// Lets `work` run, answers the dialogs that it opens with `answers`, and returns what they showed once the last of
-/// them is closed. The list is empty when fewer came.
+/// Runs `work`, answers the dialogs that it opens with `answers`, and returns what they showed when the last of them is
+/// closed. The list is empty when fewer dialogs came.
 std::vector<DialogRobot::Shown> answerDialogs(const std::function<void()>& work,
                                               const std::vector<DialogRobot::Answer>& answers);
-/// Does the same with one dialog, which Escape closes unless `answer` does.
+/// Does the same with one dialog. Escape closes it when there is no `answer`.
 DialogRobot::Shown answerDialog(const std::function<void()>& work,
                                 const DialogRobot::Answer& answer = DialogRobot::press(Qt::Key_Escape));

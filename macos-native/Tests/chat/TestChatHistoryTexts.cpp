@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// Whether the suite has the case accepted ('y'), refused ('n') or either ('i').
+/// Returns whether a parser must accept the case ('y'), must refuse it ('n'), or may do either ('i').
 char expectation()
 {
     return QTest::currentDataTag()[0];
@@ -46,7 +46,7 @@ QStringList shown()
     return bubbles;
 }
 
-/// The record around `members`, in a list.
+/// Returns a list of one record, which has `members`.
 QByteArray historyWith(const QByteArray& members)
 {
     return R"([{"role":"user","createdAt":"2025-01-31T09:30:00Z",)" + members + "}]";

@@ -123,7 +123,7 @@ private slots:
     }
 
 private:
-    /// The rectangle of a control in the window.
+    /// Returns the rectangle of a control in the window.
     QRect rectOf(const char* name) const
     {
         const auto* control = m_chat->find<QWidget>(name);

@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// What an input method says while "ni" becomes 你.
+/// Sends what an input method sends while "ni" becomes 你.
 void compose(QWidget& field, const QString& preedit, const QString& commit = QString())
 {
     QInputMethodEvent event(preedit, {});
@@ -148,8 +148,8 @@ private slots:
             compose(field, QString(), u"好"_s);
             QCOMPARE(field.text(), u"ni好"_s);
             QTest::keyClick(&field, key);
-            QCOMPARE(returned.size(), 1);      // nothing is being composed any more
-            QCOMPARE(field.text(), u"ni好"_s); // there is no line break to type
+            QCOMPARE(returned.size(), 1);      // the composition has ended
+            QCOMPARE(field.text(), u"ni好"_s); // Return types no line break
         }
     }
 

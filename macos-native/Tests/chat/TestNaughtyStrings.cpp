@@ -57,7 +57,7 @@ void commit(QLineEdit* field, const QString& text)
     QCoreApplication::sendEvent(field, &event);
 }
 
-/// What assistive technology reads of the transcript, as `ChatWindow::bubbles()` writes it.
+/// Returns what assistive technology reads of the transcript, in the form of `ChatWindow::bubbles()`.
 QStringList accessibleBubbles(TranscriptView* transcript)
 {
     QAccessibleInterface* list = QAccessible::queryAccessibleInterface(transcript);
@@ -134,7 +134,7 @@ private slots:
         const DialogRobot::Shown alert = answerDialog([this] { m_chat->send(u"What is the time?"_s); });
         QString expected = u"HTTP 500: "_s + body;
         expected.replace(QChar::ParagraphSeparator, u'\n')
-            .replace(QChar::LineSeparator, u'\n'); // the alert's control shows lines
+            .replace(QChar::LineSeparator, u'\n'); // the control of the alert shows line feeds
         QCOMPARE(alert.text, expected);
     }
 

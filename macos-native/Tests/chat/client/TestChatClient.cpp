@@ -117,11 +117,11 @@ private slots:
             {"in an answer without a reply", 200, secret, u"***"_s},
             {"but a word that is too short for a key is left", 401, u"sk-1234"_s, u"sk-1234"_s},
         };
-        for (const auto& [status, key, told] : cases) {
+        for (const auto& [status, key, shown] : cases) {
             m_calls->server.answerEach(
                 HttpAnswer::message(status, "bad key " + key.toLatin1() + ", yes " + key.toLatin1()));
             const ChatOutcome outcome = m_calls->ask(key);
-            const QString body = u"bad key %1, yes %1"_s.arg(told);
+            const QString body = u"bad key %1, yes %1"_s.arg(shown);
             if (status == 401)
                 QCOMPARE(textOf(outcome), u"<HTTP 401: %1>"_s.arg(body));
             else

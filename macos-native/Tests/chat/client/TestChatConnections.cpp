@@ -10,7 +10,7 @@
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-/// Connections that serve several calls, and when they do not.
+/// Connections that serve several calls.
 class TestChatConnections final : public TestCase
 {
     Q_OBJECT

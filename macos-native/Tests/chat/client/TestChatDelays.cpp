@@ -20,9 +20,9 @@ using namespace std::chrono_literals;
 namespace {
 
 const QHostAddress here(u"10.9.9.1"_s);
-const QString farAway = u"10.9.9.2"_s; // the same machine, a round trip away
+const QString farAway = u"10.9.9.2"_s; // the same machine, behind a path with delay
 
-/// Loses every packet while it lives.
+/// While it lives, the path loses every packet.
 class DeadPath final
 {
 public:

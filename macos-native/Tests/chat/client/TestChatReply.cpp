@@ -20,7 +20,7 @@ QByteArray bodyWith(const QByteArray& content)
 
 } // namespace
 
-/// What a transfer means, without a network.
+/// The interpretation of a transfer, without a network.
 class TestChatReply final : public TestCase
 {
     Q_OBJECT

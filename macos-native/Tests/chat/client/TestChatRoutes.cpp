@@ -72,7 +72,7 @@ private slots:
     {
         m_calls->server.answerEach(replyOf(u"hello"_s));
         m_calls->setEndpoint(m_calls->server.url().replace(u"127.0.0.1"_s, u"localhost"_s));
-        QCOMPARE(textOf(m_calls->ask()), u"hello"_s); // not at ::1
+        QCOMPARE(textOf(m_calls->ask()), u"hello"_s); // nobody listens at ::1
     }
 
     void aDemandForCredentialsIsAnHttpFailure()
@@ -135,7 +135,7 @@ private slots:
         const HttpServer proxy;
         const Environment environment("http_proxy", proxy.url().toUtf8());
         m_calls->server.answerEach(replyOf(u"hello"_s));
-        QCOMPARE(textOf(m_calls->ask()), u"hello"_s); // this machine
+        QCOMPARE(textOf(m_calls->ask()), u"hello"_s); // no proxy for this machine
         for (const char* exception : {"api.invalid", ".invalid", "*"}) {
             const Environment without("no_proxy", exception);
             m_calls->setEndpoint(u"http://api.invalid/v1"_s);
@@ -177,7 +177,7 @@ private slots:
             const HttpRequest& last = proxy.requests().last();
             const bool isTunnel = url.startsWith(u"https"_s);
             QCOMPARE(last.target, isTunnel ? QByteArray("api.invalid:443") : url.toUtf8());
-            QCOMPARE(last.count("Authorization"), isTunnel ? 0 : 1); // no key for the proxy itself
+            QCOMPARE(last.count("Authorization"), isTunnel ? 0 : 1); // the proxy does not get the key
             QCOMPARE(last.header("Proxy-Authorization"),
                      answers.size() > 1 ? "Basic " + QByteArray("me:pass:word").toBase64() : QByteArray());
         }

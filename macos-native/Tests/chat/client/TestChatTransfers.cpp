@@ -33,13 +33,13 @@ HttpAnswer packedAnswer(int status, const QByteArray& packed)
     return HttpAnswer::message(status, packed, {"Content-Encoding: gzip"});
 }
 
-/// The same, but the connection ends `missing` bytes before the message does.
+/// Returns the same answer, but the connection ends `missing` bytes before the end of the message.
 HttpAnswer brokenOff(const HttpAnswer& answer, qsizetype missing)
 {
     return answer.cutAfter(answer.bytes().size() - missing);
 }
 
-/// An answer of `head` and `body`, after which the connection closes.
+/// Returns an answer of `head` and `body`. The connection closes after it.
 HttpAnswer answerOf(const QByteArray& head, const QByteArray& body)
 {
     return HttpAnswer::rawThenClose("HTTP/1.1 200 OK\r\nConnection: close\r\n" + head + "\r\n" + body);

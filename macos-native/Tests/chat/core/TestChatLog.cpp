@@ -80,7 +80,7 @@ private slots:
                                        u"%1 %s %n"_s, QString(2'000'000, u'x')}) {
             neloChatLog(message);
             QCOMPARE(messageOf(Files::contentOf(neloChatLogURL())), message);
-            QVERIFY(QFile::remove(neloChatLogURL())); // the next entry makes it anew
+            QVERIFY(QFile::remove(neloChatLogURL())); // the next entry makes it again
         }
     }
 

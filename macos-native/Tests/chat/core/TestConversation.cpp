@@ -33,7 +33,7 @@ QList<NeloChatMessage> numbered(qsizetype count, qsizetype contentSize = 0)
     return messages;
 }
 
-/// The contents of the messages.
+/// Returns the contents of the messages.
 QStringList contentsOf(const QList<NeloChatMessage>& messages)
 {
     QStringList contents;
@@ -62,7 +62,7 @@ double threadMilliseconds()
 
 } // namespace
 
-/// The list, its load, its cap and its delayed write, on a real disk.
+/// Loading, limiting and writing the conversation, on a real disk.
 class TestConversation final : public TestCase
 {
     Q_OBJECT

@@ -76,7 +76,7 @@ private:
         return bubble;
     }
 
-    /// What is drawn of the hundred pixels below `top`.
+    /// Returns a picture of the hundred pixels below `top`.
     static QImage drawn(const Bubble& bubble, int top, TextRange selection = {})
     {
         QImage image(width, 100, QImage::Format_RGB32);

@@ -6,7 +6,7 @@
 using namespace Qt::StringLiterals;
 using Unit = BubbleSelection::Unit;
 
-/// What is selected in one text.
+/// The selection in one text.
 class TestBubbleSelection final : public TestCase
 {
     Q_OBJECT

@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Shows and scrolls; nothing is ever selected.
+/// An area without a selection.
 class PlainArea final : public TranscriptArea
 {
 public:
@@ -32,7 +32,7 @@ QString numbered(int number)
     return u"Message %1. "_s.arg(number) + u"Some words that fill lines, 以及一些中文。 "_s.repeated(number % 12);
 }
 
-/// Whether two pictures show the same, but for what smoothing makes of an edge that is painted in two pieces.
+/// Returns whether two pictures show the same. Smoothing may change an edge a little that is painted in two pieces.
 bool showTheSame(const QImage& one, const QImage& other)
 {
     constexpr int shade = 8;
@@ -52,7 +52,7 @@ bool showTheSame(const QImage& one, const QImage& other)
 
 } // namespace
 
-/// Scrolling and resizing a transcript, and what is painted anew then.
+/// Scrolling and resizing a transcript, and what is painted again.
 class TestTranscriptArea final : public TestCase
 {
     Q_OBJECT
@@ -84,7 +84,7 @@ private slots:
             {"after a jump to the end",
              [](PlainArea& area) {
                  area.verticalScrollBar()->setValue(0);
-                 area.resize(500, 400); // estimates everything anew
+                 area.resize(500, 400); // all heights are estimates again
                  area.verticalScrollBar()->setValue(area.verticalScrollBar()->maximum());
              }},
             {"after a new size", [](PlainArea& area) { area.resize(area.width() == 450 ? 900 : 450, 400); }},
@@ -125,12 +125,12 @@ private slots:
 
     void comingBackFromFarAwayShowsAllThatIsInSight()
     {
-        const QString narrow = u"i"_s.repeated(400); // far less high than expected, so that more comes into sight
+        const QString narrow = u"i"_s.repeated(400); // lower than its estimate, so that more rows come into sight
         for (int number = 0; number < 30; ++number)
             m_area->append(Speaker::Nelo, narrow);
         showArea(700, 1200);
         bar()->setValue(0);
-        m_area->resize(500, 1200); // estimates everything anew
+        m_area->resize(500, 1200); // all heights are estimates again
         m_area->append(Speaker::Nelo, narrow);
         const QImage shown = m_area->grab().toImage();
         for (int index = m_area->count() - 1; m_area->bubbleRect(index).bottom() >= 0; --index)
@@ -143,7 +143,7 @@ private slots:
     {
         fill(100);
         showArea();
-        // However wrong the estimates above are, what is in sight moves by the step and nothing else.
+        // The estimates above may be wrong. What is in sight moves exactly by the step.
         while (bar()->value() > 0) {
             int index = m_area->count() - 1;
             while (index > 0 && m_area->bubbleRect(index).top() > 200)
@@ -163,7 +163,7 @@ private slots:
     void scrollingPaintsWhatAFreshPaintWould()
     {
         fill(60);
-        m_area->append(Speaker::Nelo, u"i"_s.repeated(700)); // far less high than expected
+        m_area->append(Speaker::Nelo, u"i"_s.repeated(700)); // much lower than its estimate
         showArea();
         const auto scroll = [this](int step) {
             bar()->setValue(bar()->value() + step);
@@ -174,19 +174,19 @@ private slots:
         while (bar()->value() > 0 && !QTest::currentTestFailed())
             scroll(-130);
 
-        m_area->resize(500, 1200); // estimates everything anew
+        m_area->resize(500, 1200); // all heights are estimates again
         const auto belowTheView = [this] { return m_area->bubbleRect(m_area->count() - 1).top() - 1200; };
         while (belowTheView() > 400)
             bar()->setValue(bar()->value() + belowTheView() - 300);
         QVERIFY(belowTheView() > 0);
         QCoreApplication::processEvents();
         scroll(900);
-        QVERIFY(isAtEnd()); // there was less left
+        QVERIFY(isAtEnd()); // the end was nearer
     }
 
     void aBubbleThatTurnsOutToBeWiderIsPaintedAnew()
     {
-        const QString wide = u"W"_s.repeated(25) + u'\n'; // fewer letters, which count as less wide
+        const QString wide = u"W"_s.repeated(25) + u'\n'; // fewer letters, so that its estimated width is smaller
         m_area->append(Speaker::User, wide.repeated(200) + (u"i"_s.repeated(30) + u'\n').repeated(200));
         showArea();
         const int narrow = m_area->bubbleRect(0).width();
@@ -212,11 +212,11 @@ private slots:
             QCoreApplication::processEvents();
             QCOMPARE(placeAtTop().first, index);
             const int moved = m_area->caretRect(index, position).top() - before;
-            QVERIFY2(qAbs(moved) < 60, qPrintable(QString::number(moved))); // the line that holds it begins elsewhere
+            QVERIFY2(qAbs(moved) < 60, qPrintable(QString::number(moved))); // the line may begin at another position
         }
         m_area->resize(600, 400);
         QCoreApplication::processEvents();
-        QCOMPARE(placeAtTop(), place); // many new widths do not add up
+        QCOMPARE(placeAtTop(), place); // the errors of many new widths do not add up
         QFont font = m_area->font();
         font.setFamily(u"DejaVu Serif"_s);
         m_area->setFont(font);
@@ -226,7 +226,8 @@ private slots:
     void aNewWidthKeepsTheNameAtTheTop()
     {
         fill(60);
-        for (const int above : {15, 3, 30, 40}) { // within the name, below it, between two bubbles, and above that
+        for (const int above :
+             {15, 3, 30, 40}) { // the top of the view is in the name, below it, between two bubbles, and higher
             showArea(600);
             m_area->revealBubble(31); // now its height is no estimate
             bar()->setValue(bar()->value() + m_area->bubbleRect(31).top() - above);
@@ -296,7 +297,7 @@ private slots:
             }
         };
         for (int number = 0; number < 60; ++number)
-            m_area->append(Speaker::Nelo, u"i"_s.repeated(500)); // less high than expected until it comes into sight
+            m_area->append(Speaker::Nelo, u"i"_s.repeated(500)); // lower than its estimate
         showArea();
         QCoreApplication::processEvents();
         PaintWatcher watcher;
@@ -348,14 +349,14 @@ private:
         const int newest = m_area->bubbleRect(m_area->count() - 1).bottom() + 1;
         return bar()->value() == bar()->maximum() && newest == m_area->viewport()->height() - 120;
     }
-    /// Whether the screen shows what painting all of it would.
+    /// Returns whether the screen shows the same as a picture that is painted now.
     bool isPaintedUpToDate() const
     {
         QCoreApplication::processEvents();
         const QPixmap onScreen = m_area->screen()->grabWindow(m_area->winId());
         return showTheSame(onScreen.toImage(), m_area->grab().toImage());
     }
-    /// The bubble and the position at the top left of the view.
+    /// Returns the bubble and the position at the top left of the view.
     std::pair<int, qsizetype> placeAtTop() const
     {
         int index = 0;

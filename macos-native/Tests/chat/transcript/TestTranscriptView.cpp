@@ -321,27 +321,23 @@ private slots:
 
     void theContextMenuCopies()
     {
-        const auto openMenuAt = [this](QPoint point) {
-            QContextMenuEvent event(QContextMenuEvent::Mouse, point, surface()->mapToGlobal(point));
+        const auto openMenuAt = [this](QPoint point, QContextMenuEvent::Reason reason) {
+            QContextMenuEvent event(reason, point, surface()->mapToGlobal(point));
             QApplication::sendEvent(surface(), &event);
         };
-        pickFromMenu(u"Copy"_s);
-        openMenuAt(pointAt(1, u"answer"_s));
-        QCOMPARE(clipboardText(), u"an answer"_s);
-
+        const auto copyFromMenuAt = [&openMenuAt](QPoint point, QContextMenuEvent::Reason reason) {
+            pickFromMenu(u"Copy"_s);
+            openMenuAt(point, reason);
+            return clipboardText();
+        };
+        QCOMPARE(copyFromMenuAt(pointAt(1, u"answer"_s), QContextMenuEvent::Mouse), u"an answer"_s);
         QTest::mouseDClick(surface(), Qt::LeftButton, {}, pointAt(0, u"question"_s, 3));
-        pickFromMenu(u"Copy"_s);
-        openMenuAt(pointAt(0, u"first"_s));
-        QCOMPARE(clipboardText(), u"question"_s);
-
-        openMenuAt({5, m_view->bubbleRect(0).center().y()}); // no menu opens beside the bubbles
-        QVERIFY(!QApplication::activePopupWidget());
-
+        QCOMPARE(copyFromMenuAt(pointAt(0, u"first"_s), QContextMenuEvent::Mouse), u"question"_s);
         m_view->setCurrentBubble(1);
-        pickFromMenu(u"Copy"_s);
-        QContextMenuEvent byKey(QContextMenuEvent::Keyboard, {0, 0}, surface()->mapToGlobal(QPoint(0, 0)));
-        QApplication::sendEvent(surface(), &byKey);
-        QCOMPARE(clipboardText(), u"an answer"_s);
+        QCOMPARE(copyFromMenuAt({0, 0}, QContextMenuEvent::Keyboard), u"an answer"_s);
+
+        openMenuAt({5, m_view->bubbleRect(0).center().y()}, QContextMenuEvent::Mouse);
+        QVERIFY(!QApplication::activePopupWidget()); // no menu opens beside the bubbles
     }
 
 private:
