@@ -1,10 +1,11 @@
-"""A local model server on this machine, with one model and a download that never ends."""
+"""A local model server on this machine, with one model and a download that never ends, and a window that shows it."""
 from __future__ import annotations
 
 import json
 import threading
 
 from loopback import LoopbackHandler, LoopbackServer
+from nelo import Nelo
 
 INSTALLED = {"name": "qwen3:8b", "size": 5_225_388_164, "modified_at": "2026-11-20T08:30:00Z"}
 PROGRESS = {"status": "pulling 58574f2e94b9", "total": 18_556_685_856, "completed": 4_211_043_200}
@@ -32,3 +33,12 @@ class ModelServer(LoopbackServer):
     def close(self) -> None:
         self._is_closed.set()
         super().close()
+
+
+class ModelsWindow(Nelo):
+    """The Models tab, which the program has no place for yet, in a window of its own."""
+
+    program = "NELO_MODELS_WINDOW"
+
+    def _await_start(self) -> None:
+        self.window("Models")

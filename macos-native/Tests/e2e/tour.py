@@ -5,7 +5,6 @@ round also takes the README's pictures, of single windows. Without a tray it is 
 from __future__ import annotations
 
 import contextlib
-import json
 import os
 import re
 import sys
@@ -13,10 +12,10 @@ import tempfile
 from pathlib import Path
 from typing import Iterator
 
-from model_server import ModelServer
-from agent_files import write_codex_agent, write_kimi_agent
+from model_server import ModelServer, ModelsWindow
 from nelo import Nelo, TraylessNelo, install_package, launcher, open_chat, store_api_key
 from provider import Provider
+from sample_home import FORECAST, make_agents, make_skills
 from screen import Node, choose_in_popup, press, replace_text, take_picture, take_picture_of_window, type_line, until
 from skill_packages import WEATHER, package, served_catalogue
 from stub_openclaw import install_stub_openclaw
@@ -29,19 +28,6 @@ LARGE_TEXT = ["[General]", "font=Sans Serif,18,-1,5,50,0,0,0,0,0"]  # twice as l
 FOLDER = Path(sys.argv[1])
 WINDOWS_OF_README = {"chat-conversation": "chat", "settings": "settings", "config-editor": "config-editor", "launcher": "launcher",
                      **{name: name for name in ("console-agents", "console-runtime", "console-skills")}}
-FORECAST = WEATHER.replace("name: weather", "name: forecast")
-CONFIGURATION = """\
-{
-  "agents": {
-    "entries": {
-      "pilot": {
-        "workspace": "~/.openclaw/workspace"
-      }
-    }
-  },
-  "gateway": {"port": 18789}
-}
-"""
 QUESTION = "Why is the sky blue"
 LONG_QUESTION = "Please explain it again, slowly and with an example from daily life, for a reader of ten years who likes to ask back"
 LONG_REPLY = ("天空之所以是蓝色的，是因为阳光穿过大气层时，波长较短的蓝光比红光更容易被空气分子散射。"
@@ -286,35 +272,6 @@ def show_maximised(nelo: Nelo) -> None:
         picture(f"{name}-maximised")
 
 
-def make_agents(home: Path) -> None:
-    write_codex_agent(home, "侦察员")
-    write_kimi_agent(home, "scout")
-    (home / ".openclaw/workspace").mkdir(parents=True)
-    (home / ".openclaw/openclaw.json").write_text(CONFIGURATION)
-
-
-def make_skills(home: Path, catalogue: str) -> None:
-    documents = {
-        "plain": "---\nname: plain\ndescription: Needs nothing.\n---\n",
-        "social-media-alert": "---\nname: social-media-alert\ndescription: Watches the news.\n---\n",
-        "verbose": verbose_document(),
-        "weather": WEATHER,
-    }
-    for name, document in documents.items():
-        folder = home / ".openclaw/skills" / name
-        folder.mkdir(parents=True)
-        (folder / "SKILL.md").write_text(document)
-    (home / ".nelo").mkdir(exist_ok=True)
-    (home / ".nelo/settings.json").write_text(json.dumps({"cloud_skills": {"catalog_url": catalogue}}))
-
-
-def verbose_document() -> str:
-    """A skill with a long description, Chinese and Latin, that needs forty variables with long names."""
-    variables = [f"VERBOSE_SKILL_VARIABLE_NUMBER_{number}_长名" for number in range(40)]
-    metadata = json.dumps({"openclaw": {"requires": {"env": variables}, "primaryEnv": variables[0]}})
-    return f"---\nname: verbose\ndescription: {'很长的说明, a long description. ' * 400}\nmetadata: {metadata}\n---\n"
-
-
 def desktop_settings(home: Path) -> dict[str, str]:
     """Writes what `LOOK` says of the desktop, and returns what a program on it finds around it."""
     lines = {"dark": dark_colors(), "large": LARGE_TEXT}.get(LOOK)
@@ -332,15 +289,6 @@ def dark_colors() -> list[str]:
                   "ForegroundInactive=161,169,177", "ForegroundLink=29,153,243",
                   f"BackgroundAlternate={red + 8},{green + 8},{blue + 8}"]
     return lines
-
-
-class ModelsWindow(Nelo):
-    """The Models tab, which the program has no place for yet, in a window of its own."""
-
-    program = "NELO_MODELS_WINDOW"
-
-    def _await_start(self) -> None:
-        self.window("Models")
 
 
 def show_models() -> None:
