@@ -113,7 +113,7 @@ private slots:
         for (const auto& [control, name] : {std::pair{"transcriptScroll", u"Conversation"_s},
                                             {"inputField", u"Send a message"_s},
                                             {"plusButton", u"+"_s},
-                                            {"modelPopup", u"gpt-4o-mini"_s},
+                                            {"modelPopup", u"Model"_s},
                                             {"sendButton", u"Send"_s}}) {
             QWidget* focused = m_chat->window()->focusWidget();
             QCOMPARE(focused, m_chat->find<QWidget>(control));

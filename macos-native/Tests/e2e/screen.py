@@ -246,7 +246,7 @@ def choose_in_popup(popup: Node, item: str) -> None:
     titles = [node.name for node in popup.descendants() if node.role == "list item"]
     popup.press()
     press("Home", *["Down"] * titles.index(item), "Return")
-    until(lambda: popup.name == item, f"{item} chosen")
+    until(lambda: popup.text == item, f"{item} chosen")
 
 
 def replace_text(field: Node, text: str) -> None:

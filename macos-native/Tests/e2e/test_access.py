@@ -25,9 +25,9 @@ class AccessTest(unittest.TestCase):
             with Nelo(folder=folder) as nelo:
                 console = nelo.open("Open Nelo Console")
                 console.open_tab("Skills")
-                choose_in_popup(console.find("combo box", "openclaw"), "codex")
+                choose_in_popup(console.find("combo box", "Ecosystem"), "codex")
                 console.find("label", "Loaded 0 skills for codex.")
-                choose_in_popup(console.find("combo box", "codex"), "kimi")
+                choose_in_popup(console.find("combo box", "Ecosystem"), "kimi")
                 console.find("label", "Loaded 0 skills for kimi.")
                 self.assertEqual(nelo.quit(), 0)
             calls = [json.loads(line) for line in (folder / "calls.jsonl").read_text().splitlines()]

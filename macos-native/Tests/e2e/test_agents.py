@@ -38,7 +38,7 @@ class AgentsTest(unittest.TestCase):
         """Returns the file that was written."""
         console.find("push button", "Add Agent").press()
         dialog = nelo.accessible.find("dialog", "Add Agent")
-        choose_in_popup(dialog.find("combo box", "openclaw"), "codex")
+        choose_in_popup(dialog.find("combo box", "Ecosystem"), "codex")
         replace_text(dialog.find("text", "Name"), "Builder")
         dialog.find("push button", "Create").press()
         console.find("label", "Total: 2 (codex:1, kimi:1)")

@@ -48,13 +48,13 @@ class SettingsTest(unittest.TestCase):
         with Nelo(environment={"NELO_DEEPSEEK_BASE_URL": provider.url}) as nelo:
             window = nelo.open("Settings...")
             window.find("label", "Settings loaded.")
-            choose_in_popup(window.find("combo box", "openai"), "deepseek")
+            choose_in_popup(window.find("combo box", "Provider"), "deepseek")
             replace_text(window.find("password text", re.compile("Cloud API Key")), "sk-deep-1")
             window.find("push button", "Save").press()
             window.find("label", re.compile("Settings saved: "))
 
             chat = open_chat(nelo)
-            choose_in_popup(chat.find("combo box", "gpt-4o-mini"), "deepseek-chat")
+            choose_in_popup(chat.find("combo box", "Model"), "deepseek-chat")
             chat.find("text", "Send a message").reach()
             type_line("which key is this")
             chat.find("label", "request succeeded")

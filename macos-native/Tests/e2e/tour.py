@@ -107,7 +107,7 @@ def show_agents(nelo: Nelo, console: Node) -> None:
 
 def add_codex_agent(nelo: Nelo, add: Node) -> None:
     with dialog(nelo, add, "Add Agent", "agents-add") as opened:
-        choose_in_popup(opened.find("combo box", "openclaw"), "codex")
+        choose_in_popup(opened.find("combo box", "Ecosystem"), "codex")
         replace_text(opened.find("text", "Name"), "Builder")
         press("Return")
     nelo.window("Nelo Console")
@@ -139,7 +139,7 @@ def show_failures(nelo: Nelo, table: Node, add: Node, rename: Node, delete: Node
         opener.press()
         opened = nelo.accessible.find("dialog", title)
         if opener is add:
-            choose_in_popup(opened.find("combo box", "openclaw"), "kimi")
+            choose_in_popup(opened.find("combo box", "Ecosystem"), "kimi")
         with folder_in_place_of(registry):
             opened.find("push button", re.compile("Create|Save|Delete")).press()
             nelo.accessible.find("dialog", failure)
@@ -187,7 +187,7 @@ def show_entries(nelo: Nelo, console: Node) -> None:
     console.find("label", "Saved config for weather.")
     picture("console-skills")
 
-    mode = console.find("combo box", "dynamic")
+    mode = console.find("combo box", "Config Mode")
     choose_in_popup(mode, "json")
     picture("skills-json")
     replace_text(console.find("text", "ENV"), "[1]")

@@ -1,5 +1,6 @@
 #include "ui/PopUpButton.h"
 
+#include "ui/PopUpAccessible.h"
 #include "ui/SingleLine.h"
 
 #include <QAbstractItemView>
@@ -9,7 +10,9 @@
 
 PopUpButton::PopUpButton(QWidget* parent) : QComboBox(parent)
 {
+    PopUpAccessible::install();
     setFocusPolicy(Qt::StrongFocus); // the wheel does not give the focus
+    connect(this, &QComboBox::textActivated, this, [this](const QString& title) { m_announcer.announce(title); });
 }
 
 void PopUpButton::selectItemWithTitle(const QString& title)

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "ui/Announcer.h"
+
 #include <QComboBox>
 
 /// A pop-up button whose titles may come from outside. It shows the selected title on one elided line. The mouse wheel
-/// scrolls the form around the button and does not select another item.
+/// scrolls the form around the button and does not select another item. A title that the user selects is announced.
 class PopUpButton final : public QComboBox
 {
     Q_OBJECT
@@ -23,4 +25,7 @@ protected:
     void initStyleOption(QStyleOptionComboBox* option) const override;
     void showEvent(QShowEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
+
+private:
+    Announcer m_announcer{*this};
 };

@@ -46,22 +46,6 @@ QString describe(Node& node)
     return u"%1 \"%2\" (%3)"_s.arg(QLatin1String(role), node.text(QAccessible::Name), place);
 }
 
-/// Returns the caption that has `node` as its buddy.
-QString captionOf(Node& node)
-{
-    const auto labels = node.relations(QAccessible::Label);
-    return labels.isEmpty() ? QString() : labels.front().first->text(QAccessible::Name);
-}
-
-QString nameOf(Node& node)
-{
-    if (node.role() != QAccessible::ComboBox)
-        return node.text(QAccessible::Name);
-    // On Linux, the name of a pop-up is its current item. The description or the caption says what is chosen.
-    const QString description = node.text(QAccessible::Description);
-    return description.isEmpty() ? captionOf(node) : description;
-}
-
 bool isEmptyCell(Node& node)
 {
     const QAccessibleTableCellInterface* cell = node.tableCellInterface();
@@ -111,10 +95,9 @@ bool needsNoName(Node& node)
     switch (node.role()) {
     case QAccessible::Client: // it only contains others, which have names, and gives them the focus
         return operatedWidget(node) != node.object();
-    case QAccessible::LayeredPane: // the pages of tabs: the active tab names the visible one
-    case QAccessible::Pane:        // the corner of a table between its two headers, which does nothing
-    case QAccessible::Border:      // a line between sections, which have titles
-    case QAccessible::Separator:   // a line in a menu
+    case QAccessible::Pane:      // the pages of tabs: the active tab names the visible one; the corner of a table
+    case QAccessible::Border:    // a line between sections, which have titles
+    case QAccessible::Separator: // a line in a menu
         return true;
     case QAccessible::Cell: // a missing value: the header says which one
         return isEmptyCell(node);
@@ -169,7 +152,7 @@ QStringList Access::withoutName(QWidget& window)
 {
     QStringList found;
     for (Node* node : visibleNodes(window)) {
-        if (nameOf(*node).trimmed().isEmpty() && !needsNoName(*node))
+        if (node->text(QAccessible::Name).trimmed().isEmpty() && !needsNoName(*node))
             found.append(u"without a name: "_s + describe(*node));
     }
     return found;

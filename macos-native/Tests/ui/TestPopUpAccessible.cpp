@@ -1,0 +1,91 @@
+#include "ui/PopUpButton.h"
+
+#include "support/Warnings.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QLabel>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+/// What assistive technology reads of a pop-up button.
+class TestPopUpAccessible final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        failOnUnexpectedWarning();
+        m_window = std::make_unique<QWidget>();
+        m_popup = new PopUpButton(m_window.get());
+        m_popup->addItems({u"local"_s, u"cloud 云"_s});
+        m_popup->setCurrentIndex(1);
+    }
+
+    void itsNameIsTheCaption()
+    {
+        auto* caption = new QLabel(u"Mode"_s, m_window.get());
+        caption->setBuddy(m_popup);
+        QCOMPARE(popup()->role(), QAccessible::ComboBox);
+        QCOMPARE(popup()->text(QAccessible::Name), u"Mode"_s);
+        QCOMPARE(popup()->relations(QAccessible::Label).front().first->object(), caption);
+    }
+
+    void withoutACaptionItHasANameOfItsOwn()
+    {
+        m_popup->setAccessibleName(u"Model"_s);
+        QCOMPARE(popup()->text(QAccessible::Name), u"Model"_s);
+    }
+
+    void theSelectedTitleIsItsValueAndItsText()
+    {
+        QCOMPARE(popup()->text(QAccessible::Value), u"cloud 云"_s);
+        QAccessibleTextInterface* text = popup()->textInterface();
+        QVERIFY(text);
+        QCOMPARE(text->characterCount(), 7);
+        QCOMPARE(text->text(0, 7), u"cloud 云"_s);
+        QCOMPARE(text->text(6, 7), u"云"_s);
+        m_popup->setCurrentIndex(-1);
+        QCOMPARE(text->characterCount(), 0);
+        QCOMPARE(text->text(0, 0), QString());
+    }
+
+    void theListIsItsChild()
+    {
+        QCOMPARE(popup()->childCount(), 1);
+        QAccessibleInterface* list = popup()->child(0);
+        QCOMPARE(list->role(), QAccessible::List);
+        QCOMPARE(list->childCount(), 2);
+        QCOMPARE(list->child(1)->text(QAccessible::Name), u"cloud 云"_s);
+        QCOMPARE(popup()->indexOfChild(list), 0);
+        QCOMPARE(popup()->indexOfChild(popup()), -1);
+        QCOMPARE(popup()->child(1), nullptr);
+    }
+
+    void itsActionOpensTheList()
+    {
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+        QAccessibleActionInterface* action = popup()->actionInterface();
+        action->doAction(QAccessibleActionInterface::setFocusAction());
+        QVERIFY(m_popup->hasFocus());
+        for (const QString& name :
+             {QAccessibleActionInterface::showMenuAction(), QAccessibleActionInterface::pressAction()}) {
+            QVERIFY(action->actionNames().contains(name));
+            action->doAction(name);
+            QVERIFY(QApplication::activePopupWidget());
+            m_popup->hidePopup();
+        }
+    }
+
+private:
+    QAccessibleInterface* popup() const { return QAccessible::queryAccessibleInterface(m_popup); }
+
+    std::unique_ptr<QWidget> m_window;
+    PopUpButton* m_popup = nullptr; // child of the window
+};
+
+QTEST_MAIN(TestPopUpAccessible)
+#include "TestPopUpAccessible.moc"
