@@ -149,6 +149,12 @@ void TranscriptAccessible::announceNewest(TranscriptView* view)
 
 void TranscriptAccessible::announceFocus(TranscriptView* view)
 {
-    if (view->hasFocus())
-        send(view, view->currentBubble(), QAccessible::Focus);
+    // When the view gets the focus, Qt tells it of the view, after the event. The last that is told must be the bubble.
+    QMetaObject::invokeMethod(
+        view,
+        [view] {
+            if (view->hasFocus())
+                send(view, view->currentBubble(), QAccessible::Focus);
+        },
+        Qt::QueuedConnection);
 }

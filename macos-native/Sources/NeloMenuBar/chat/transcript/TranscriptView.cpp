@@ -50,6 +50,8 @@ void TranscriptView::append(Speaker speaker, const QString& text)
 {
     TranscriptArea::append(speaker, text);
     TranscriptAccessible::announceNewest(this);
+    if (speaker == Speaker::Nelo)
+        m_announcer.announce(text);
 }
 
 void TranscriptView::setCurrentBubble(int index)

@@ -2,6 +2,7 @@
 
 #include "chat/transcript/BubbleSelection.h"
 #include "chat/transcript/TranscriptArea.h"
+#include "ui/Announcer.h"
 
 #include <QBasicTimer>
 
@@ -11,6 +12,7 @@
 /// also while it is not visible or the view has not the focus.
 ///
 /// For assistive technology it is a list of bubbles. The name of a bubble is its text, the description its speaker.
+/// What Nelo says while the view is visible is announced.
 class TranscriptView final : public TranscriptArea
 {
     Q_OBJECT
@@ -57,6 +59,7 @@ private:
     std::optional<qsizetype> cursorAfter(const QKeyEvent& event);
     qsizetype onNextLine(qsizetype position, int lines);
 
+    Announcer m_announcer{*this};
     BubbleSelection m_selection; // in the current bubble
     int m_current = -1;
     bool m_isSelecting = false; // the left button was pressed on the current bubble
