@@ -1,4 +1,4 @@
-"""What a status line comes to say is told to those who hear the program, in every window and tab."""
+"""What a status line comes to say, and what Nelo replies, is told to those who hear the program, in every window and tab."""
 from __future__ import annotations
 
 import re
@@ -24,10 +24,12 @@ class StatusLineTest(unittest.TestCase):
         return console
 
     def test_chat(self) -> None:
-        open_chat(self.nelo)
+        conversation = open_chat(self.nelo).find("list", "Conversation")
         type_text("hi")
         press("Return")
         self.announced.wait_for("local greeting")
+        reply = list(conversation.children())[-1]
+        self.announced.wait_for(reply.name)
 
     def test_agents(self) -> None:
         console = self.open_console("Agents")

@@ -14,10 +14,13 @@ public:
     Announcer(const Announcer&) = delete;
     Announcer& operator=(const Announcer&) = delete;
 
-    /// Announces `text`. Does nothing while `source` is hidden or no assistive technology listens.
+    /// Announces `text`, in place of an earlier text that has not been read yet. Does nothing while `source` is hidden
+    /// or no assistive technology listens.
     void announce(const QString& text);
 
 private:
+    void clear();
+
     QWidget& m_source;
     QAccessible::Id m_notification = 0; // 0 until something is announced
 };
