@@ -67,6 +67,13 @@ private slots:
         QCOMPARE(ApiKeyStore().key(openai), QString());
     }
 
+    void aNewFileIsPrivate()
+    {
+        ApiKeyStore store; // it is made before the file, so that it cannot make the file private later
+        QCOMPARE(store.setKeys({{openai, u"one"_s}}), std::nullopt);
+        QCOMPARE(Files::mode(file()), 0600);
+    }
+
     void aFileThatOthersMayReadIsMadePrivate()
     {
         Files::create(file(), "[General]\nnelo.menubar.apiKey.openai=one\n");

@@ -1,7 +1,6 @@
 #include "base/AtomicFile.h"
 
 #include "support/CaseTable.h"
-#include "support/Cases.h"
 #include "support/Files.h"
 #include "support/OrdinaryUser.h"
 #include "support/SmallDisk.h"
@@ -179,40 +178,35 @@ private slots:
         QCOMPARE(reader.readAll(), QByteArray("old text"));
     }
 
-    void aSymbolicLinkStaysALink_data()
-    {
-        const Cases<QString, QString, QString> add("link", "target", "real");
-        const QString near = u"elsewhere/real"_s;
-        const QString far = u"data/elsewhere/real"_s;
-        add("an absolute link", u"link"_s, u"%1/elsewhere/real"_s, near);
-        add("a relative link", u"link"_s, u"elsewhere/real"_s, near);
-        add("a link to a link", u"link"_s, u"another"_s, near);
-        add("a relative link that climbs out of a linked folder", u"folder/link"_s, u"../elsewhere/real"_s, far);
-        add("a link that climbs out of a linked folder by itself", u"link"_s, u"folder/../elsewhere/real"_s, far);
-    }
-
     void aSymbolicLinkStaysALink()
     {
-        QFETCH(QString, link);
-        QFETCH(QString, target);
-        QFETCH(QString, real);
         const QStringList files{u"elsewhere/real"_s, u"data/elsewhere/real"_s};
-        for (const QString& file : files) {
-            Files::create(path(file), "old");
-            chmod(QFile::encodeName(path(file)).constData(), 0640);
-        }
-        QVERIFY(QDir(m_folder->path()).mkpath(u"data/folder"_s));
-        QVERIFY(QFile::link(u"data/folder"_s, path(u"folder"_s)));
-        QVERIFY(QFile::link(u"elsewhere/real"_s, path(u"another"_s)));
-        QVERIFY(QFile::link(target.replace(u"%1"_s, m_folder->path()), path(link)));
+        const CaseTable<QString, QString, QString> cases{
+            {"an absolute link", u"link"_s, u"%1/elsewhere/real"_s, files[0]},
+            {"a relative link", u"link"_s, u"elsewhere/real"_s, files[0]},
+            {"a link to a link", u"link"_s, u"another"_s, files[0]},
+            {"a relative link that leads out of a linked folder", u"folder/link"_s, u"../elsewhere/real"_s, files[1]},
+            {"a link that leads out of a linked folder by itself", u"link"_s, u"folder/../elsewhere/real"_s, files[1]},
+        };
+        for (const auto& [link, target, real] : cases) {
+            restart();
+            for (const QString& file : files) {
+                Files::create(path(file), "old");
+                chmod(QFile::encodeName(path(file)).constData(), 0640);
+            }
+            QVERIFY(QDir(m_folder->path()).mkpath(u"data/folder"_s));
+            QVERIFY(QFile::link(u"data/folder"_s, path(u"folder"_s)));
+            QVERIFY(QFile::link(u"elsewhere/real"_s, path(u"another"_s)));
+            QVERIFY(QFile::link(QString(target).replace(u"%1"_s, m_folder->path()), path(link)));
 
-        QCOMPARE(writeFileAtomically(path(link), "new"), std::nullopt);
-        QVERIFY(QFileInfo(path(link)).isSymLink());
-        QVERIFY(QFileInfo(path(u"another"_s)).isSymLink());
-        for (const QString& file : files) {
-            QCOMPARE(Files::contentOf(path(file)), QByteArray(file == real ? "new" : "old"));
-            QCOMPARE(Files::mode(path(file)), 0640);
-            QCOMPARE(Files::names(QFileInfo(path(file)).path()), QStringList{u"real"_s});
+            QCOMPARE(writeFileAtomically(path(link), "new"), std::nullopt);
+            QVERIFY(QFileInfo(path(link)).isSymLink());
+            QVERIFY(QFileInfo(path(u"another"_s)).isSymLink());
+            for (const QString& file : files) {
+                QCOMPARE(Files::contentOf(path(file)), QByteArray(file == real ? "new" : "old"));
+                QCOMPARE(Files::mode(path(file)), 0640);
+                QCOMPARE(Files::names(QFileInfo(path(file)).path()), QStringList{u"real"_s});
+            }
         }
     }
 

@@ -33,21 +33,13 @@ QString numbered(int number)
 }
 
 /// Returns whether two pictures show the same. Smoothing may change an edge a little that is painted in two pieces.
-bool showTheSame(const QImage& one, const QImage& other)
+bool showTheSame(const QPixmap& one, const QPixmap& other)
 {
-    constexpr int shade = 8;
-    if (one.size() != other.size())
-        return false;
-    for (int y = 0; y < one.height(); ++y) {
-        for (int x = 0; x < one.width(); ++x) {
-            const QColor here = one.pixelColor(x, y);
-            const QColor there = other.pixelColor(x, y);
-            if (qAbs(here.red() - there.red()) > shade || qAbs(here.green() - there.green()) > shade
-                || qAbs(here.blue() - there.blue()) > shade)
-                return false;
-        }
-    }
-    return true;
+    const QImage left = one.toImage().convertToFormat(QImage::Format_RGB32);
+    const QImage right = other.toImage().convertToFormat(QImage::Format_RGB32);
+    const auto isNear = [](uchar here, uchar there) { return qAbs(here - there) <= 8; };
+    return left.size() == right.size()
+           && std::equal(left.constBits(), left.constBits() + left.sizeInBytes(), right.constBits(), isNear);
 }
 
 } // namespace
@@ -204,19 +196,15 @@ private slots:
         bar()->setValue(bar()->maximum() / 3);
         m_area->append(Speaker::Nelo, u"x"_s);
         bar()->setValue(bar()->maximum() / 3);
-        const auto place = placeAtTop();
-        const auto [index, position] = place;
+        const auto [index, position] = placeAtTop();
         const int before = m_area->caretRect(index, position).top();
-        for (int width = 800; width >= 450; width -= 7) {
+        for (const int width : {500, 800, 450}) {
             m_area->resize(width, 400);
             QCoreApplication::processEvents();
             QCOMPARE(placeAtTop().first, index);
             const int moved = m_area->caretRect(index, position).top() - before;
             QVERIFY2(qAbs(moved) < 60, qPrintable(QString::number(moved))); // the line may begin at another position
         }
-        m_area->resize(600, 400);
-        QCoreApplication::processEvents();
-        QCOMPARE(placeAtTop(), place); // the errors of many new widths do not add up
         QFont font = m_area->font();
         font.setFamily(u"DejaVu Serif"_s);
         m_area->setFont(font);
@@ -247,6 +235,19 @@ private slots:
         m_area->resize(300, 60);
         QCOMPARE(m_area->count(), 0);
         QCOMPARE(bar()->value(), 0);
+    }
+
+    void theErrorsOfManyNewWidthsDoNotAddUp()
+    {
+        fill(200);
+        showArea(600);
+        bar()->setValue(bar()->maximum() / 2);
+        const auto place = placeAtTop();
+        for (int width = 600; width > 450; width -= 3)
+            m_area->resize(width, 400);
+        m_area->resize(600, 400);
+        QCoreApplication::processEvents();
+        QCOMPARE(placeAtTop(), place);
     }
 
     void revealsABubbleAndACaretFarAway()
@@ -353,8 +354,7 @@ private:
     bool isPaintedUpToDate() const
     {
         QCoreApplication::processEvents();
-        const QPixmap onScreen = m_area->screen()->grabWindow(m_area->winId());
-        return showTheSame(onScreen.toImage(), m_area->grab().toImage());
+        return showTheSame(m_area->screen()->grabWindow(m_area->winId()), m_area->grab());
     }
     /// Returns the bubble and the position at the top left of the view.
     std::pair<int, qsizetype> placeAtTop() const
