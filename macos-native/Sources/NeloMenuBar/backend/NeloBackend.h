@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-/// The gateway to the backend module. This is the Python module `app`, which runs in one long-lived child interpreter.
+/// The bridge to the backend module. This is the Python module `app`, which runs in one long-lived child interpreter.
 ///
 /// The first call starts the helper. It is kept between calls; a failure drops it, and the next call starts a new one.
 /// A dropped helper reads the end of its input and ends by itself, and later calls reap it. Every operation takes one

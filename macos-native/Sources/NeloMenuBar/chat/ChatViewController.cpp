@@ -50,12 +50,11 @@ QHBoxLayout* insetAtMost(QWidget* widget, int margin)
     return row;
 }
 
-/// A panel with round corners in its palette's window color. An invalid `border` draws none.
-class RoundedPanel final : public QWidget
+/// A box with round corners in its palette's window color. An invalid `border` draws none.
+class RoundedBox final : public QWidget
 {
 public:
-    RoundedPanel(int radius, const QColor& border, QWidget* parent)
-        : QWidget(parent), m_radius(radius), m_border(border)
+    RoundedBox(int radius, const QColor& border, QWidget* parent) : QWidget(parent), m_radius(radius), m_border(border)
     {}
 
 protected:
@@ -75,11 +74,11 @@ private:
     QColor m_border;
 };
 
-QWidget* makePanel(double whiteness, int radius, const QColor& border, QWidget* parent)
+QWidget* makeRoundedBox(double whiteness, int radius, const QColor& border, QWidget* parent)
 {
-    auto* const panel = new RoundedPanel(radius, border, parent);
-    panel->setPalette(Colors::lightAppearance(Colors::white(whiteness)));
-    return panel;
+    auto* const box = new RoundedBox(radius, border, parent);
+    box->setPalette(Colors::lightAppearance(Colors::white(whiteness)));
+    return box;
 }
 
 } // namespace
@@ -93,7 +92,7 @@ void ChatViewController::loadView()
 {
     setPalette(Colors::lightAppearance(Colors::white(0.92)));
     setAutoFillBackground(true);
-    QWidget* card = makePanel(0.97, 28, Colors::white(0.88), this);
+    QWidget* card = makeRoundedBox(0.97, 28, Colors::white(0.88), this);
     auto* frame = new QVBoxLayout(this);
     frame->setContentsMargins(18, 18, 18, 18);
     frame->addWidget(card);
@@ -128,7 +127,7 @@ QWidget* ChatViewController::makeStatusLine(QWidget* card)
 
 QWidget* ChatViewController::makeComposer(QWidget* card)
 {
-    QWidget* composer = makePanel(0.91, 22, QColor(), card);
+    QWidget* composer = makeRoundedBox(0.91, 22, QColor(), card);
     composer->setObjectName(QStringLiteral("composer"));
     composer->setFixedHeight(scaledToFont(88));
     makeControls(composer);

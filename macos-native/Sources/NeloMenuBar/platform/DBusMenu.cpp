@@ -10,26 +10,26 @@
 
 namespace {
 
-/// An entry's properties, as GetGroupProperties returns them: (ia{sv}).
-struct EntryProperties
+/// An item's properties, as GetGroupProperties returns them: (ia{sv}).
+struct ItemProperties
 {
     int id = 0;
     QVariantMap properties;
 };
 
-QDBusArgument& operator<<(QDBusArgument& argument, const EntryProperties& entry)
+QDBusArgument& operator<<(QDBusArgument& argument, const ItemProperties& item)
 {
     argument.beginStructure();
-    argument << entry.id << entry.properties;
+    argument << item.id << item.properties;
     argument.endStructure();
     return argument;
 }
 
 /// No one sends this type to us, but QtDBus needs both directions.
-const QDBusArgument& operator>>(const QDBusArgument& argument, EntryProperties& entry)
+const QDBusArgument& operator>>(const QDBusArgument& argument, ItemProperties& item)
 {
     argument.beginStructure();
-    argument >> entry.id >> entry.properties;
+    argument >> item.id >> item.properties;
     argument.endStructure();
     return argument;
 }
@@ -56,7 +56,7 @@ QVariantMap propertiesOf(const QAction& action)
     return properties;
 }
 
-/// Returns the menu or an entry with its children: (ia{sv}av).
+/// Returns the menu or an item with its children: (ia{sv}av).
 QVariant layout(int id, const QVariantMap& properties, const QList<QDBusVariant>& children)
 {
     QDBusArgument argument;
@@ -68,11 +68,11 @@ QVariant layout(int id, const QVariantMap& properties, const QList<QDBusVariant>
 
 } // namespace
 
-DBusMenu::DBusMenu(const QList<QAction*>& entries, QObject* parent) : QDBusVirtualObject(parent), m_entries(entries)
+DBusMenu::DBusMenu(const QList<QAction*>& items, QObject* parent) : QDBusVirtualObject(parent), m_items(items)
 {
     qDBusRegisterMetaType<QList<QStringList>>();
-    qDBusRegisterMetaType<EntryProperties>();
-    qDBusRegisterMetaType<QList<EntryProperties>>();
+    qDBusRegisterMetaType<ItemProperties>();
+    qDBusRegisterMetaType<QList<ItemProperties>>();
 }
 
 bool DBusMenu::handleMessage(const QDBusMessage& message, const QDBusConnection& connection)
@@ -91,15 +91,15 @@ std::optional<QVariantList> DBusMenu::resultsOf(const QString& method, const QVa
     const QVariantMap ofMenu{{QStringLiteral("children-display"), QStringLiteral("submenu")}};
     const uint revision = 1;
     if (method == QStringLiteral("GetLayout")) {
-        QList<QDBusVariant> entries;
-        for (int i = 0; i < m_entries.size(); ++i)
-            entries.append(QDBusVariant(layout(i + 1, propertiesOf(*m_entries[i]), {})));
-        return QVariantList{revision, layout(0, ofMenu, entries)};
+        QList<QDBusVariant> items;
+        for (int i = 0; i < m_items.size(); ++i)
+            items.append(QDBusVariant(layout(i + 1, propertiesOf(*m_items[i]), {})));
+        return QVariantList{revision, layout(0, ofMenu, items)};
     }
     if (method == QStringLiteral("GetGroupProperties")) {
-        QList<EntryProperties> all{{0, ofMenu}};
-        for (int i = 0; i < m_entries.size(); ++i)
-            all.append({i + 1, propertiesOf(*m_entries[i])});
+        QList<ItemProperties> all{{0, ofMenu}};
+        for (int i = 0; i < m_items.size(); ++i)
+            all.append({i + 1, propertiesOf(*m_items[i])});
         return QVariantList{QVariant::fromValue(all)};
     }
     if (method == QStringLiteral("Event")) {
@@ -125,6 +125,6 @@ std::optional<QVariantList> DBusMenu::resultsOf(const QString& method, const QVa
 void DBusMenu::handleEvent(int id, const QString& event)
 {
     // The action runs after the reply was sent: the panel waits for the reply, and the action may end the program.
-    if (event == QStringLiteral("clicked") && id > 0 && id <= m_entries.size())
-        QMetaObject::invokeMethod(m_entries[id - 1], &QAction::trigger, Qt::QueuedConnection);
+    if (event == QStringLiteral("clicked") && id > 0 && id <= m_items.size())
+        QMetaObject::invokeMethod(m_items[id - 1], &QAction::trigger, Qt::QueuedConnection);
 }

@@ -15,8 +15,8 @@ class DBusMenu final : public QDBusVirtualObject
     Q_OBJECT
 
 public:
-    /// `entries` must outlive this object.
-    explicit DBusMenu(const QList<QAction*>& entries, QObject* parent = nullptr);
+    /// `items` must outlive this object.
+    explicit DBusMenu(const QList<QAction*>& items, QObject* parent = nullptr);
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
     QString introspect(const QString& path) const override;
@@ -26,5 +26,5 @@ private:
     std::optional<QVariantList> resultsOf(const QString& method, const QVariantList& arguments);
     void handleEvent(int id, const QString& event);
 
-    QList<QAction*> m_entries; // an entry's id is its index plus one; 0 is the menu
+    QList<QAction*> m_items; // an item's id is its index plus one; 0 is the menu
 };

@@ -6,26 +6,26 @@
 
 namespace {
 
-/// A star in a unit square: its centre and the length of its rays.
+/// A star in a unit square: its center and the length of its rays.
 struct Star
 {
-    QPointF centre;
+    QPointF center;
     double ray = 0;
 };
 
 constexpr std::array<Star, 3> stars{{{{0.40, 0.57}, 0.33}, {{0.77, 0.24}, 0.16}, {{0.79, 0.80}, 0.13}}};
 
-/// Adds a star with four points. Its edges are curves that bend towards the centre.
+/// Adds a star with four points. Its edges are curves that bend towards the center.
 void addStar(QPainterPath& path, const Star& star)
 {
-    const double waist = star.ray * 0.22; // the distance of the curves from the centre
+    const double waist = star.ray * 0.22; // the distance of the curves from the center
     const std::array<QPointF, 4> tips{QPointF(0, -star.ray), QPointF(star.ray, 0), QPointF(0, star.ray),
                                       QPointF(-star.ray, 0)};
     const std::array<QPointF, 4> bends{QPointF(waist, -waist), QPointF(waist, waist), QPointF(-waist, waist),
                                        QPointF(-waist, -waist)};
-    path.moveTo(star.centre + tips[0]);
+    path.moveTo(star.center + tips[0]);
     for (std::size_t i = 0; i < tips.size(); ++i)
-        path.quadTo(star.centre + bends[i], star.centre + tips[(i + 1) % tips.size()]);
+        path.quadTo(star.center + bends[i], star.center + tips[(i + 1) % tips.size()]);
 }
 
 QPainterPath sparkles()

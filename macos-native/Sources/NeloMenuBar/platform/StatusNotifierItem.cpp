@@ -75,9 +75,9 @@ QString menuPath()
 
 } // namespace
 
-StatusNotifierItem::StatusNotifierItem(const QString& name, const QIcon& icon, const QList<QAction*>& entries,
+StatusNotifierItem::StatusNotifierItem(const QString& name, const QIcon& icon, const QList<QAction*>& menuItems,
                                        QObject* parent)
-    : QDBusVirtualObject(parent), m_menu(entries)
+    : QDBusVirtualObject(parent), m_menu(menuItems)
 {
     qDBusRegisterMetaType<IconPixmap>();
     qDBusRegisterMetaType<QList<IconPixmap>>();

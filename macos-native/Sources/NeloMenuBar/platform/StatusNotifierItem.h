@@ -14,7 +14,7 @@ class StatusNotifierItem final : public QDBusVirtualObject
 
 public:
     /// `name` is its identifier, title and tool tip.
-    StatusNotifierItem(const QString& name, const QIcon& icon, const QList<QAction*>& entries,
+    StatusNotifierItem(const QString& name, const QIcon& icon, const QList<QAction*>& menuItems,
                        QObject* parent = nullptr);
     StatusNotifierItem(const StatusNotifierItem&) = delete;
     StatusNotifierItem& operator=(const StatusNotifierItem&) = delete;
@@ -32,7 +32,7 @@ public:
 signals:
     /// The panel has activated the item and opens no menu.
     void activated();
-    /// The user is about to choose an entry. `token` lets a window come to the front.
+    /// The user is about to choose an item of the menu. `token` lets a window come to the front.
     void activationTokenProvided(const QByteArray& token);
 
 private:

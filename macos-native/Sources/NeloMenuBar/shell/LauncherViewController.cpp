@@ -6,8 +6,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-LauncherViewController::LauncherViewController(QList<QAction*> entries, QWidget* parent)
-    : ViewController(parent), m_entries(std::move(entries))
+LauncherViewController::LauncherViewController(QList<QAction*> items, QWidget* parent)
+    : ViewController(parent), m_items(std::move(items))
 {}
 
 void LauncherViewController::loadView()
@@ -15,11 +15,11 @@ void LauncherViewController::loadView()
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(16, 16, 16, 16);
     column->setSpacing(8);
-    for (QAction* entry : std::as_const(m_entries)) {
-        if (entry->isSeparator())
+    for (QAction* item : std::as_const(m_items)) {
+        if (item->isSeparator())
             continue;
-        QPushButton* button = makeButton(entry->text(), this);
-        connect(button, &QPushButton::clicked, entry, &QAction::trigger);
+        QPushButton* button = makeButton(item->text(), this);
+        connect(button, &QPushButton::clicked, item, &QAction::trigger);
         column->addWidget(button);
     }
     setFocus(); // no button has the focus: keys typed for another program while the window appears must press none

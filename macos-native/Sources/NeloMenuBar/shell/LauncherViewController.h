@@ -6,18 +6,18 @@
 
 class QAction;
 
-/// The status menu's entries as buttons, for desktops without a status area.
+/// The status menu's items as buttons, for desktops without a status area.
 class LauncherViewController final : public ViewController
 {
     Q_OBJECT
 
 public:
-    /// `entries` must outlive this object. Separators get no button.
-    explicit LauncherViewController(QList<QAction*> entries, QWidget* parent = nullptr);
+    /// `items` must outlive this object. Separators get no button.
+    explicit LauncherViewController(QList<QAction*> items, QWidget* parent = nullptr);
 
 protected:
     void loadView() override;
 
 private:
-    QList<QAction*> m_entries; // not owned
+    QList<QAction*> m_items; // not owned
 };

@@ -51,15 +51,15 @@ std::optional<QString> choosePackage(QWidget* parent)
 {
     const QString message =
         QStringLiteral("Choose an openclaw skill package (.zip). Non-zip files will be rejected after selection.");
-    const QPointer<QFileDialog> panel(new QFileDialog(parent, message, firstFolder()));
-    panel->setFileMode(QFileDialog::ExistingFile);
-    panel->resize(scaledWindowSize({800, 480})); // the title bar shows the whole message
-    panel->setLabelText(QFileDialog::Accept, QStringLiteral("Install"));
-    const bool isConfirmed = panel->exec() == QDialog::Accepted;
-    if (!panel)
+    const QPointer<QFileDialog> dialog(new QFileDialog(parent, message, firstFolder()));
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    dialog->resize(scaledWindowSize({800, 480})); // the title bar shows the whole message
+    dialog->setLabelText(QFileDialog::Accept, QStringLiteral("Install"));
+    const bool isConfirmed = dialog->exec() == QDialog::Accepted;
+    if (!dialog)
         return std::nullopt; // it was deleted with its window
-    const QStringList files = panel->selectedFiles();
-    panel->deleteLater();
+    const QStringList files = dialog->selectedFiles();
+    dialog->deleteLater();
     return isConfirmed && !files.isEmpty() ? std::optional(files.first()) : std::nullopt;
 }
 
@@ -79,7 +79,7 @@ void SkillInstaller::installSkill(const QString& ecosystem, const std::optional<
         showAlert(m_view, QStringLiteral("No OpenClaw Agent"), QStringLiteral("Select an openclaw agent first."));
         return;
     }
-    const QString id = textOf(*agent, "id"); // a copy: the row may change while the panel is open
+    const QString id = textOf(*agent, "id"); // a copy: the row may change while the dialog is open
     const QPointer<SkillInstaller> self(this);
     const std::optional<QString> package = choosePackage(m_view);
     if (!self || !package)
