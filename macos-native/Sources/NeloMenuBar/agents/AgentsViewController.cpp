@@ -131,8 +131,8 @@ void AgentsViewController::loadAgents()
 {
     AgentReport report = agentReport(BackendReply(NeloBackend::call("sync_local_agents_to_core")));
     m_tableView->setRows(std::move(report.rows));
-    m_summaryLabel->setText(report.summary);
-    m_statusLabel->setText(report.status);
+    m_summaryLabel->showAndAnnounce(report.summary);
+    m_statusLabel->showAndAnnounce(report.status);
 }
 
 void AgentsViewController::addAgent()
@@ -150,7 +150,7 @@ void AgentsViewController::addAgent()
     if (!callOrAlert(this, QStringLiteral("Add Agent Failed"), "add_local_agent",
                      {agent.ecosystem, agent.id, agent.name, agent.workspace}))
         return;
-    m_statusLabel->setText(QStringLiteral("Added agent ") + agent.ecosystem + u'/' + agent.id);
+    m_statusLabel->showAndAnnounce(QStringLiteral("Added agent ") + agent.ecosystem + u'/' + agent.id);
     loadAgents();
 }
 
@@ -158,7 +158,8 @@ void AgentsViewController::setUpOpenClaw()
 {
     if (!callOrAlert(this, QStringLiteral("OpenClaw Setup Failed"), "launch_openclaw_install_or_configure_interactive"))
         return;
-    m_statusLabel->setText(QStringLiteral("Launched OpenClaw install in Terminal. Refresh after install completes."));
+    m_statusLabel->showAndAnnounce(
+        QStringLiteral("Launched OpenClaw install in Terminal. Refresh after install completes."));
     loadAgents();
 }
 
@@ -179,7 +180,7 @@ void AgentsViewController::adoptOrRename()
     if (!callOrAlert(this, QStringLiteral("Save Failed"), function, args))
         return;
     const QString done = agent->isManaged() ? QStringLiteral("Renamed ") : QStringLiteral("Adopted ");
-    m_statusLabel->setText(done + agent->label());
+    m_statusLabel->showAndAnnounce(done + agent->label());
     loadAgents();
 }
 
@@ -194,7 +195,7 @@ void AgentsViewController::runConfigure()
         return;
     }
     if (callOrAlert(this, QStringLiteral("Configure Failed"), "launch_openclaw_configure_interactive"))
-        m_statusLabel->setText(QStringLiteral("Launched openclaw configure."));
+        m_statusLabel->showAndAnnounce(QStringLiteral("Launched openclaw configure."));
 }
 
 void AgentsViewController::openConfigEditor()
@@ -206,7 +207,7 @@ void AgentsViewController::openConfigEditor()
     createConfigFile(path);
     const auto onSave = [self = QPointer<AgentsViewController>(this), path](bool isSaved) {
         if (self && isSaved)
-            self->m_statusLabel->setText(QStringLiteral("Saved config: ") + path);
+            self->m_statusLabel->showAndAnnounce(QStringLiteral("Saved config: ") + path);
     };
     auto* editor = new ConfigEditorWindowController(QStringLiteral("Config Editor - ") + path, path, onSave);
     if (m_lastEditor)
@@ -236,7 +237,7 @@ void AgentsViewController::deleteSelected()
     if (!callOrAlert(this, QStringLiteral("Delete Failed"), "delete_local_agent",
                      {agent->ecosystem, agent->id, withWorkspace}))
         return;
-    m_statusLabel->setText(QStringLiteral("Deleted ") + agent->label());
+    m_statusLabel->showAndAnnounce(QStringLiteral("Deleted ") + agent->label());
     loadAgents();
 }
 

@@ -305,7 +305,7 @@ void ChatViewController::appendMessageView(const NeloChatMessage& message)
 /// Shows the status of a step, and logs it.
 void ChatViewController::report(const ChatReport& report)
 {
-    m_debugLabel->setText(report.status);
+    m_debugLabel->showAndAnnounce(report.status);
     neloChatLog(report.logEntry);
 }
 

@@ -122,7 +122,7 @@ void ModelsViewController::refreshRemote()
 {
     RemoteModelsReport report = remoteModelsReport(BackendReply(NeloBackend::call("list_remote_models")));
     m_remoteTable->setRows(std::move(report.rows));
-    m_statusLabel->setText(report.status);
+    m_statusLabel->showAndAnnounce(report.status);
 }
 
 void ModelsViewController::refreshRight()
@@ -133,7 +133,7 @@ void ModelsViewController::refreshRight()
     m_localTable->setRows(std::move(report.localRows));
     m_taskTable->setRows(std::move(report.taskRows));
     m_localSummaryLabel->setText(report.summary);
-    m_statusLabel->setText(report.status);
+    m_statusLabel->showAndAnnounce(report.status);
 }
 
 void ModelsViewController::downloadSelected()
@@ -145,7 +145,7 @@ void ModelsViewController::downloadSelected()
     }
     if (!callOrAlert(this, QStringLiteral("Download Failed"), "start_model_download", {name}))
         return;
-    m_statusLabel->setText(QStringLiteral("Submitted download for ") + name);
+    m_statusLabel->showAndAnnounce(QStringLiteral("Submitted download for ") + name);
     refreshRight();
 }
 
@@ -158,6 +158,6 @@ void ModelsViewController::cancelSelectedTask()
     }
     if (!callOrAlert(this, QStringLiteral("Cancel Failed"), "cancel_model_download", {id}))
         return;
-    m_statusLabel->setText(QStringLiteral("Cancelled task ") + id);
+    m_statusLabel->showAndAnnounce(QStringLiteral("Cancelled task ") + id);
     refreshRight();
 }

@@ -68,5 +68,5 @@ void RuntimeViewController::refreshRuntime()
 {
     const RuntimeReport report = runtimeReport(BackendReply(NeloBackend::call("openclaw_runtime_status")));
     m_summaryLabel->setText(report.summary);
-    m_statusLabel->setText(report.status);
+    m_statusLabel->showAndAnnounce(report.status);
 }

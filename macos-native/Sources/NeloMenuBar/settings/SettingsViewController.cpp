@@ -167,11 +167,11 @@ void SettingsViewController::loadSettings()
 {
     const BackendReply reply(NeloBackend::call("load_nelo_settings"));
     if (reply.isError()) {
-        m_statusLabel->setText(reply.text());
+        m_statusLabel->showAndAnnounce(reply.text());
         return;
     }
     showSettings(readSettingsDocument(reply.object()));
-    m_statusLabel->setText(QStringLiteral("Settings loaded."));
+    m_statusLabel->showAndAnnounce(QStringLiteral("Settings loaded."));
 }
 
 void SettingsViewController::cloudProviderChanged()
@@ -183,14 +183,14 @@ void SettingsViewController::cloudProviderChanged()
 
 void SettingsViewController::saveSettings()
 {
-    m_statusLabel->setText(save().status);
+    m_statusLabel->showAndAnnounce(save().status);
 }
 
 void SettingsViewController::refreshCloudCatalog()
 {
     const SaveReport saved = save();
     const BackendReply reply(NeloBackend::call("refresh_cloud_skills_via_core"));
-    m_statusLabel->setText(catalogStatus(saved, reply));
+    m_statusLabel->showAndAnnounce(catalogStatus(saved, reply));
 }
 
 SaveReport SettingsViewController::save()

@@ -151,9 +151,9 @@ void SkillsViewController::connectPieces()
     connect(m_configModePopup, &QComboBox::activated, this, &SkillsViewController::configModeChanged);
     connect(m_tableView, &JsonTable::selectionDidChange, this, &SkillsViewController::tableViewSelectionDidChange);
     connect(m_entryEditor, &SkillEntryEditor::entryLoaded, this, &SkillsViewController::reloadSourcesIfShown);
-    connect(m_entryEditor, &SkillEntryEditor::statusChanged, m_statusLabel, &StatusLine::setText);
-    connect(m_sourceSection, &NewsSourceSection::statusChanged, m_statusLabel, &StatusLine::setText);
-    connect(m_installer, &SkillInstaller::statusChanged, m_statusLabel, &StatusLine::setText);
+    connect(m_entryEditor, &SkillEntryEditor::statusChanged, m_statusLabel, &StatusLine::showAndAnnounce);
+    connect(m_sourceSection, &NewsSourceSection::statusChanged, m_statusLabel, &StatusLine::showAndAnnounce);
+    connect(m_installer, &SkillInstaller::statusChanged, m_statusLabel, &StatusLine::showAndAnnounce);
 }
 
 void SkillsViewController::viewDidLoad()
@@ -198,7 +198,7 @@ void SkillsViewController::refreshSkills()
         m_entryEditor->reset();
         m_sourceSection->reset();
     }
-    m_statusLabel->setText(report.status);
+    m_statusLabel->showAndAnnounce(report.status);
 }
 
 void SkillsViewController::showAdapterSnapshot(const QString& ecosystem)
@@ -214,7 +214,7 @@ void SkillsViewController::tableViewSelectionDidChange()
     if (!skill)
         return; // a click beside the rows does not clear the editor
     m_metaLabel->setText(skillDescription(*skill));
-    m_statusLabel->setText(QStringLiteral("Selected ") + skillName(*skill) + u'.');
+    m_statusLabel->showAndAnnounce(QStringLiteral("Selected ") + skillName(*skill) + u'.');
     m_entryEditor->setSelectedSkill(skill);
     m_sourceSection->showFor(skill);
     m_entryEditor->loadEntry();

@@ -122,11 +122,11 @@ StatusLine::StatusLine(const QString& objectName, const QString& text, QWidget* 
     setEmphasis(Emphasis::Secondary);
 }
 
-void StatusLine::setText(const QString& text)
+void StatusLine::showAndAnnounce(const QString& text)
 {
     if (text == this->text())
         return;
-    Label::setText(text);
+    setText(text);
     m_announcer.announce(text);
 }
 

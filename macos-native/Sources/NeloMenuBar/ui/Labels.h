@@ -54,10 +54,12 @@ class StatusLine final : public Label
 public:
     explicit StatusLine(const QString& objectName, const QString& text, QWidget* parent);
 
-    /// Shows `text`, and announces it unless it is shown already. To be called instead of QLabel's own.
-    void setText(const QString& text);
+    /// Shows `text`, and announces it unless it is shown already.
+    void showAndAnnounce(const QString& text);
 
 private:
+    using Label::setText; // it would announce nothing
+
     Announcer m_announcer{*this};
 };
 
