@@ -1,6 +1,6 @@
 #include "backend/BackendReply.h"
 #include "fuzz/Invariant.h"
-#include "skills/core/InstallReport.h"
+#include "skills/core/SkillReports.h"
 #include "skills/core/SkillTexts.h"
 #include "skills/core/SkillVariables.h"
 

@@ -1,7 +1,7 @@
 #include "skills/SkillInstaller.h"
 
 #include "base/Ecosystem.h"
-#include "skills/core/InstallReport.h"
+#include "skills/core/SkillReports.h"
 #include "skills/core/SkillTexts.h"
 #include "ui/Alerts.h"
 #include "ui/PopUpButton.h"

@@ -1,4 +1,4 @@
-#include "skills/core/InstallReport.h"
+#include "skills/core/SkillReports.h"
 
 #include "support/CaseTable.h"
 #include "support/TestCase.h"
@@ -6,7 +6,7 @@
 using namespace Qt::StringLiterals;
 
 /// The texts about an installation.
-class TestInstallReport final : public TestCase
+class TestSkillReports final : public TestCase
 {
     Q_OBJECT
 
@@ -48,5 +48,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestInstallReport)
-#include "TestInstallReport.moc"
+QTEST_GUILESS_MAIN(TestSkillReports)
+#include "TestSkillReports.moc"
