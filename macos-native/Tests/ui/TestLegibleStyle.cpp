@@ -1,9 +1,8 @@
-#include "ui/IconTheme.h"
+#include "ui/LegibleStyle.h"
 
 #include "support/CaseTable.h"
 #include "support/TestCase.h"
 #include "support/ThemeStyle.h"
-#include "ui/LegibleStyle.h"
 
 #include <QApplication>
 #include <QDir>
@@ -13,7 +12,7 @@
 using namespace Qt::StringLiterals;
 
 /// The icon theme for a light or a dark background.
-class TestIconTheme final : public TestCase
+class TestLegibleStyle final : public TestCase
 {
     Q_OBJECT
 
@@ -68,5 +67,5 @@ private:
     QTemporaryDir m_folder;
 };
 
-QTEST_MAIN(TestIconTheme)
-#include "TestIconTheme.moc"
+QTEST_MAIN(TestLegibleStyle)
+#include "TestLegibleStyle.moc"
