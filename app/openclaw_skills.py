@@ -39,8 +39,8 @@ class _Root:
     """A folder of skills."""
 
     folder: str
-    origin: str
-    """What the program calls the source of its skills."""
+    program_source: str
+    """The source of its skills, in the word of the program."""
     owner: str = ""
     """The id of the only agent that sees them; empty when all do."""
     leaves_by_links: bool = False
@@ -49,8 +49,8 @@ class _Root:
     @property
     def source(self) -> str:
         """What a row says of where a skill comes from."""
-        own = self.origin in ("openclaw-workspace", "agents-skills-project") and self.owner
-        return own or _short(self.origin)
+        own = self.program_source in ("openclaw-workspace", "agents-skills-project") and self.owner
+        return own or _short(self.program_source)
 
 
 def folders(agents: Iterable[ConfiguredAgent]) -> list[str]:
@@ -65,7 +65,7 @@ def skills(agents: list[ConfiguredAgent]) -> list[Skill]:
     default = next((agent.id for agent in agents if agent.is_default), agents[0].id if agents else "")
     said = _said(default, found)
     rows = [_joined(root, manual, said.get(root.owner or default, {})) for root, manual in found]
-    known = {(root.origin, manual.name) for root, manual in found}
+    known = {(root.program_source, manual.name) for root, manual in found}
     return rows + [_program_row(*key, row) for key, row in said.get(default, {}).items() if key not in known]
 
 
@@ -75,7 +75,7 @@ def _visible(agents: list[ConfiguredAgent]) -> list[tuple[_Root, manuals.Manual]
     found: dict[str, tuple[_Root, manuals.Manual]] = {}
     names: dict[str, set[str]] = {agent.id: set() for agent in agents}
     for root in _roots(agents):
-        if root.origin == "openclaw-workspace":
+        if root.program_source == "openclaw-workspace":
             skill_folders.recover(root.folder)
         for manual in _manuals(root):
             viewers = [agent for agent in names if root.owner in ("", agent) and manual.name not in names[agent]]
@@ -166,7 +166,7 @@ def _answer(agent_id: str) -> background.Answer[_Said]:
 
 def _joined(root: _Root, manual: manuals.Manual, said: _Said) -> Skill:
     skill = manual.skill(root.source, _METADATA_KEYS)
-    row = said.get((root.origin, manual.name))
+    row = said.get((root.program_source, manual.name))
     if row is None:
         return skill
     primary = row.get("primaryEnv")
@@ -178,13 +178,13 @@ def _joined(root: _Root, manual: manuals.Manual, said: _Said) -> Skill:
     )
 
 
-def _program_row(origin: str, name: str, row: dict[str, object]) -> Skill:
+def _program_row(program_source: str, name: str, row: dict[str, object]) -> Skill:
     """A skill that the program has and we do not find."""
     description, primary = row.get("description"), row.get("primaryEnv")
     return Skill(
         name,
         description if isinstance(description, str) else "",
-        _short(origin),
+        _short(program_source),
         name,
         "",
         primary_env=primary if isinstance(primary, str) else "",
@@ -206,5 +206,5 @@ def _obstacles(row: dict[str, object]) -> list[str]:
     return reasons
 
 
-def _short(origin: str) -> str:
-    return origin.removeprefix("openclaw-").removeprefix("agents-skills-")
+def _short(program_source: str) -> str:
+    return program_source.removeprefix("openclaw-").removeprefix("agents-skills-")

@@ -34,8 +34,8 @@ def _move_to_desktop_trash(path: str, trash: str) -> None:
     """
     from urllib.parse import quote
 
-    origin = quote(os.fsencode(os.path.abspath(path)))
-    text = f"[Trash Info]\nPath={origin}\nDeletionDate={time.strftime('%Y-%m-%dT%H:%M:%S')}\n"
+    original = quote(os.fsencode(os.path.abspath(path)))
+    text = f"[Trash Info]\nPath={original}\nDeletionDate={time.strftime('%Y-%m-%dT%H:%M:%S')}\n"
     for folder in ("info", "files"):
         files.make_private_folder(os.path.join(trash, folder))
     for name in _names(path):
