@@ -57,6 +57,29 @@ need_for_driving() {
         imagemagick x11-utils
 }
 
+# need_for_desktops NAME...: what scripts/desktop-user needs to start the named desktops.
+need_for_desktops() {
+    local name
+    need_for_virtual_desktop
+    need_for_driving
+    need "what runs the desktops apart, hears what panels ask for and compares pictures" util-linux dbus-bin python3-pil
+    need "what tells programs that a desktop is dark" xdg-desktop-portal-gtk dconf-gsettings-backend libglib2.0-bin
+    need "windows of other programs" xterm foot
+    for name; do
+        case $name in
+        xfce) need "Xfce" xfce4-panel xfwm4 xfce4-settings xfconf ;;
+        sway) need "sway" sway waybar qt6-wayland ;;
+        plasma) need "Plasma" kwin-wayland plasma-workspace plasma-desktop qtwayland5 breeze konsole qt6-wayland \
+            xdg-desktop-portal-kde ;;
+        gnome) need "GNOME" gnome-shell gnome-shell-extension-appindicator qtwayland5 konsole qt6-wayland ;;
+        lxqt) need "LXQt" lxqt-panel openbox ;;
+        mate) need "MATE" mate-panel marco mate-settings-daemon-common ;;
+        plasma-x11) need "Plasma on X11" kwin-x11 plasma-workspace plasma-desktop breeze xdg-desktop-portal-kde ;;
+        *) echo "No desktop is called $name here."; exit 1 ;;
+        esac
+    done
+}
+
 # Installs the npm package that Tests/e2e/mock-provider names, in build/mock-provider.
 need_for_mock_provider() {
     need_from_npm "a mock of the chat's provider" macos-native/Tests/e2e/mock-provider mock-provider

@@ -60,6 +60,8 @@ RATIO_BARS = {
 OWN_BARS = {
     ("wake-ups in 30 s, nothing opened", 0): 0,
     ("wake-ups in 30 s, windows closed", 0): 0,
+    ("wake-ups in 30 s, nothing opened, sway", 0): 0,
+    ("wake-ups in 30 s, windows closed, sway", 0): 0,
     ("agents, a page further", 10_000): 16.7,  # a frame at 60 Hz
     ("skill with variables", 200): 33.3,  # two frames
     ("chat exchange of bytes", 20_000): 2.0,

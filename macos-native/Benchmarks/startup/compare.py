@@ -13,6 +13,7 @@ import sys
 import tempfile
 import time
 from pathlib import Path
+from typing import Protocol
 
 import Xlib.display  # python3-xlib
 import Xlib.X
@@ -22,23 +23,22 @@ SETTLED_SECONDS = 5
 ROWS = (("exec to status icon", "ms"), ("idle memory, PSS", "kB"), ("idle memory, private dirty", "kB"))
 
 
+class StatusArea(Protocol):
+    """Where the desktop shows status icons."""
+
+    environment: dict[str, str]  # of programs on that desktop
+
+    def holds_icon(self) -> bool: ...
+
+
 class Tray:
     """Tells when an icon is embedded: the tray's panel is then as high as the tray and wide enough for one."""
 
     def __init__(self) -> None:
+        self.environment = dict(os.environ)
         self._display = Xlib.display.Display()
 
-    def await_icon(self, process: subprocess.Popen[bytes]) -> None:
-        while not self._holds_icon():
-            if process.poll() is not None:
-                raise RuntimeError("the program ended")
-            time.sleep(0.0002)
-
-    def await_none(self) -> None:
-        while self._holds_icon():
-            time.sleep(0.005)
-
-    def _holds_icon(self) -> bool:
+    def holds_icon(self) -> bool:
         root = self._display.screen().root
         for window in root.query_tree().children:
             try:
@@ -58,24 +58,29 @@ def memory(process_id: int) -> tuple[int, int]:
     return int(values["Pss"]), int(values["Private_Dirty"])
 
 
-def run(program: str, tray: Tray) -> tuple[float, int, int]:
+def run(program: str, tray: StatusArea) -> tuple[float, int, int]:
     """Milliseconds until the icon is there, then PSS and private dirty memory in kB."""
     with tempfile.TemporaryDirectory() as home:
         start = time.perf_counter()
-        process = subprocess.Popen(["taskset", "--cpu-list", "0", program], cwd="/", env={**os.environ, "HOME": home, "XDG_RUNTIME_DIR": home})
-        tray.await_icon(process)
+        process = subprocess.Popen(["taskset", "--cpu-list", "0", program], cwd="/",
+                                   env={**tray.environment, "HOME": home, "XDG_RUNTIME_DIR": home})
+        while not tray.holds_icon():
+            if process.poll() is not None:
+                raise RuntimeError("the program ended")
+            time.sleep(0.0002)
         milliseconds = (time.perf_counter() - start) * 1000
         time.sleep(SETTLED_SECONDS)
         figures = memory(process.pid)
         process.kill()
         process.wait()
-        tray.await_none()
+        while tray.holds_icon():
+            time.sleep(0.005)
     return milliseconds, *figures
 
 
-def main(ours: str, bare: str) -> None:
+def compare(ours: str, bare: str, tray: StatusArea, desktop: str = "") -> None:
+    """Prints the rows, whose names end with that of the desktop."""
     os.sched_setaffinity(0, {max(os.sched_getaffinity(0))})  # not in the way of what it watches, where there are several
-    tray = Tray()
     run(ours, tray), run(bare, tray)  # both sides warm
     pairs = []
     for round_number in range(ROUNDS):
@@ -85,9 +90,9 @@ def main(ours: str, bare: str) -> None:
             a, b = run(ours, tray), run(bare, tray)
         pairs.append((a, b))
     for index, (row, unit) in enumerate(ROWS):
-        print(json.dumps({"row": row, "work": 0, "unit": unit, "ours": [a[index] for a, _ in pairs],
+        print(json.dumps({"row": row + desktop, "work": 0, "unit": unit, "ours": [a[index] for a, _ in pairs],
                           "bare": [b[index] for _, b in pairs]}))
 
 
 if __name__ == "__main__":
-    main(sys.argv[1], sys.argv[2])
+    compare(sys.argv[1], sys.argv[2], Tray())

@@ -38,6 +38,7 @@ XFCE_PANEL = """<?xml version="1.0" encoding="UTF-8"?>
 SWAY = """
 output * resolution {width}x{height} scale {scale}
 focus_on_window_activation smart
+bindsym Mod1+F4 kill
 """
 WAYBAR = '{"layer": "top", "modules-right": ["tray"], "tray": {"icon-size": 20}}'
 # It would mount a file system, which would stay in the way of the folder's removal.
@@ -98,6 +99,8 @@ class Desktop:
             self.environment["DISPLAY"] = self.screen = f":{display}"
             self.environment["DBUS_SESSION_BUS_ADDRESS"] = self._said(
                 "dbus-daemon", "--session", "--nofork", "--nosyslog", "--print-address={}")
+            # For what drives and reads the desktop from here.
+            os.environ.update({name: self.environment[name] for name in ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS")})
             self.session_start = time.monotonic()
             self._start()
             self._do("dbus-update-activation-environment", "--all")

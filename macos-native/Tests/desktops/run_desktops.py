@@ -1,13 +1,12 @@
 """Runs the behaviours on each of the desktops named as arguments, or on all, and prints the table desktop by behaviour.
 
-A cell that docs/desktops.md has as a "yes" and that is none any more is a failure. NELO_PROGRAM names the program, NELO_PICTURES
-the folder for pictures.
+A cell that docs/desktops.md has as a "yes" and that is none any more is a failure. NELO_PROGRAM names the program. Pictures are
+written to build/desktops.
 """
 from __future__ import annotations
 
 import contextlib
 import multiprocessing
-import os
 import sys
 import traceback
 from pathlib import Path
@@ -19,7 +18,7 @@ from desktops import DESKTOPS, Desktop  # noqa: E402
 
 TABLE = Path(__file__).resolve().parents[3] / "docs/desktops.md"
 ORDINARY_SCREEN = (1280, 900, 1.0)  # width, height, scale
-PICTURES = Path(os.environ.get("NELO_PICTURES", "pictures"))
+PICTURES = TABLE.parents[1] / "build/desktops"
 
 
 Behaviours = dict[str, Callable[[Session], None]]
@@ -29,7 +28,6 @@ def try_on(desktop: Desktop, behaviours: Behaviours, has_panel: bool) -> dict[st
     """The cells of one start of the desktop and of Nelo."""
     cells = dict.fromkeys(behaviours, "no: the desktop did not start")
     with contextlib.suppress(AssertionError), desktop:
-        os.environ.update(DISPLAY=desktop.screen, DBUS_SESSION_BUS_ADDRESS=desktop.environment["DBUS_SESSION_BUS_ADDRESS"])
         if has_panel:
             desktop.start_panel()
         session = Session(desktop, PICTURES / type(desktop).__name__)
