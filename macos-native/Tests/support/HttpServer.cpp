@@ -186,7 +186,6 @@ void HttpServer::receive(QTcpSocket* connection, const HttpRequest& request)
 {
     m_requests.append(request);
     m_askers.append(connection);
-    emit requested(request);
     if (const std::optional<HttpAnswer> wire = m_script(request))
         answer(m_requests.size() - 1, *wire);
 }

@@ -65,9 +65,6 @@ public:
     /// How many of them are still open.
     qsizetype openConnections() const;
 
-signals:
-    void requested(const HttpRequest& request);
-
 private:
     void listen(const QHostAddress& address, quint16 port);
     void accept();

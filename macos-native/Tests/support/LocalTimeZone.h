@@ -5,8 +5,7 @@
 
 #include <ctime>
 
-/// Has this process live five hours and three quarters east of Greenwich, as nobody's tests do by themselves, while it
-/// lives.
+/// Sets the local time of this process to UTC+05:45 while the object lives. No machine that runs tests has that.
 class LocalTimeZone final
 {
 public:

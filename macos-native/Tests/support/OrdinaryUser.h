@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-/// Has this thread bound by the permissions of files, and keep its own files, while the object lives, also when it is
-/// the superuser's. Linux only, where the tests run.
+/// While the object lives, this thread obeys the permissions of files and cannot give a file away, even if it runs as
+/// the superuser. Linux only, where the tests run.
 class OrdinaryUser final
 {
 public:

@@ -1,24 +1,9 @@
 #include "support/ProcessTable.h"
 
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <optional>
 #include <string>
-
-namespace {
-
-/// The letter of a process's or a thread's state, see proc(5); none if it has gone.
-std::optional<char> stateOf(pid_t task)
-{
-    std::ifstream file("/proc/" + std::to_string(task) + "/stat");
-    const std::string stat{std::istreambuf_iterator<char>(file), {}};
-    const std::size_t nameEnd = stat.rfind(") "); // the state follows the name, which may hold anything
-    return nameEnd == std::string::npos ? std::nullopt : std::optional(stat[nameEnd + 2]);
-}
-
-} // namespace
 
 std::vector<pid_t> ProcessTable::children()
 {
@@ -38,25 +23,12 @@ std::set<pid_t> ProcessTable::threads()
     return result;
 }
 
-bool ProcessTable::isAsleep(pid_t thread)
-{
-    return stateOf(thread) == 'S';
-}
-
-bool ProcessTable::hasPending(pid_t thread, int signal)
-{
-    std::ifstream file("/proc/" + std::to_string(thread) + "/status");
-    std::string word;
-    while (file >> word && word != "SigPnd:") {
-    }
-    std::uint64_t mask = 0;
-    file >> std::hex >> mask;
-    return (mask >> (signal - 1) & 1U) != 0;
-}
-
 bool ProcessTable::isZombie(pid_t child)
 {
-    return stateOf(child) == 'Z';
+    std::ifstream file("/proc/" + std::to_string(child) + "/stat"); // see proc(5)
+    const std::string stat{std::istreambuf_iterator<char>(file), {}};
+    const std::size_t nameEnd = stat.rfind(") "); // the state follows the name, which may hold anything
+    return nameEnd != std::string::npos && stat[nameEnd + 2] == 'Z';
 }
 
 int ProcessTable::openDescriptors()

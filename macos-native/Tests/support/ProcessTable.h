@@ -14,12 +14,6 @@ std::vector<pid_t> children();
 /// The ids of our threads.
 std::set<pid_t> threads();
 
-/// Whether a thread of ours waits for something.
-bool isAsleep(pid_t thread);
-
-/// Whether a signal has been sent to a thread of ours and not been taken yet.
-bool hasPending(pid_t thread, int signal);
-
 /// Whether the child has exited and nobody has waited for it yet.
 bool isZombie(pid_t child);
 

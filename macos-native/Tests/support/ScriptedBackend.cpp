@@ -29,10 +29,7 @@ ScriptedBackend::~ScriptedBackend()
 void ScriptedBackend::script(const std::string& function, const std::vector<Json>& steps)
 {
     m_script[function] = steps;
-    QFile file(folder(QStringLiteral("script.json")));
-    if (!file.open(QFile::WriteOnly))
-        qFatal("the script cannot be written");
-    file.write(QByteArray::fromStdString(m_script.dump()));
+    Files::create(folder(QStringLiteral("script.json")), QByteArray::fromStdString(m_script.dump()));
 }
 
 void ScriptedBackend::answer(const std::string& function, const Json& result)
@@ -64,11 +61,10 @@ QString ScriptedBackend::seenDuring(const std::string& function, const Json& rep
 std::vector<ScriptedBackend::Call> ScriptedBackend::calls() const
 {
     std::vector<Call> calls;
-    QFile file(folder(QStringLiteral("calls.jsonl")));
-    if (!file.open(QFile::ReadOnly))
-        return calls; // nothing was asked yet
-    while (!file.atEnd()) {
-        const Json call = Json::parse(file.readLine().toStdString());
+    QByteArrayList lines = Files::contentOf(folder(QStringLiteral("calls.jsonl"))).split('\n');
+    lines.removeLast(); // the part after the last line feed
+    for (const QByteArray& line : std::as_const(lines)) {
+        const Json call = Json::parse(line.toStdString());
         calls.push_back({call.at("function"), call.at("args")});
     }
     return calls;

@@ -1,7 +1,7 @@
 #pragma once
 
-/// How many times longer than usual anything may take: the sanitizers' own manuals promise no better, and a build that
-/// counts or is debugged is not optimised.
+/// Anything may take this many times as long as usual: the manuals of the sanitizers name such factors, and a build for
+/// coverage or for a debugger is not optimised.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr int slowness = 15;
 #elif !defined(__OPTIMIZE__)

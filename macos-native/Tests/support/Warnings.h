@@ -3,8 +3,8 @@
 #include <QRegularExpression>
 #include <QTest>
 
-/// For every test's `init()`: a message that nobody expected fails the test. The offscreen platform tells what a screen
-/// would do and it cannot, and fonts which script they do not know; that is no concern of ours.
+/// For every test's `init()`: a message that nobody expected fails the test. Allowed are the messages of the offscreen
+/// platform about what only a screen can do, and those about a script that a font does not have.
 inline void failOnUnexpectedWarning()
 {
     QTest::failOnWarning(

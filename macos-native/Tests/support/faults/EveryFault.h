@@ -15,8 +15,8 @@ struct Fault
 };
 Q_DECLARE_METATYPE(Fault)
 
-/// Has something done again and again: the first time its first call of a kind fails, then its second, and so on, and
-/// at last none, for it has no more of them. What is killed there (`NELO_FAULT_KILL`) is a copy of this process.
+/// Repeats an action. The first time, its first call of a kind fails, the second time its second call, and so on. The
+/// last time no call fails. `NELO_FAULT_KILL` kills a copy of this process instead.
 ///
 ///     EveryFault faults(fault);
 ///     while (faults.next()) {
@@ -30,7 +30,7 @@ public:
     explicit EveryFault(Fault fault);
     EveryFault(const EveryFault&) = delete;
     EveryFault& operator=(const EveryFault&) = delete;
-    /// Says which call it was when the test has failed.
+    /// When the test has failed, prints which call it was.
     ~EveryFault();
 
     /// Whether there is another time.

@@ -247,11 +247,8 @@ OPENING(open, (const char* path, int flags, ...), path)
 OPENING(open64, (const char* path, int flags, ...), path)
 OPENING(openat, (int folder, const char* path, int flags, ...), folder, path)
 OPENING(openat64, (int folder, const char* path, int flags, ...), folder, path)
-FAILING(Open, -1, int, creat, (const char* path, mode_t mode), , (path, mode))
-FAILING(Open, -1, int, creat64, (const char* path, mode_t mode), , (path, mode))
 
 WRITING(write, (int descriptor, const void* bytes, size_t size), descriptor, bytes, *portion)
-WRITING(pwrite, (int descriptor, const void* bytes, size_t size, off_t offset), descriptor, bytes, *portion, offset)
 WRITING(pwrite64, (int descriptor, const void* bytes, size_t size, off64_t offset), descriptor, bytes, *portion, offset)
 WRITING(send, (int descriptor, const void* bytes, size_t size, int flags), descriptor, bytes, *portion, flags)
 WRITING(sendto,

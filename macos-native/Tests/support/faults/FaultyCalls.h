@@ -1,6 +1,6 @@
 #pragma once
 
-/// What a test program says to the library that makes calls of the system fail. Linked first, or named in LD_PRELOAD,
+/// The interface of the library that makes system calls fail. Linked first, or named in LD_PRELOAD,
 /// the library stands between a program, Qt and Python included, and the C library. Linux only, where the tests run.
 ///
 /// A program whose code is not ours is told by its environment instead: NELO_FAULT, "program:kind:number:outcome", does

@@ -3,9 +3,9 @@
 #include <functional>
 #include <random>
 
-/// Kills programs in the middle of what they do, at random moments. Every other one finds file systems that know no
-/// files without a name, so that what it has begun is left over. Prints the seed when the test has failed; the variable
-/// NELO_SEED sets it.
+/// Kills programs in the middle of their work, at random moments. For every second one, file systems have no unnamed
+/// files, so that a file it has begun is left over. Prints the seed when the test has failed. The variable NELO_SEED
+/// sets it.
 class RandomKills final
 {
 public:
