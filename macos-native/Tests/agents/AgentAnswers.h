@@ -38,5 +38,3 @@ inline DialogRobot::Answer create(const QString& ecosystem, const QString& name)
 }
 
 } // namespace AgentAnswers
-
-Q_DECLARE_METATYPE(DialogRobot::Answer)

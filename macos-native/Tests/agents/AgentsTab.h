@@ -65,8 +65,7 @@ public:
     QString status() const { return controller->findChild<QLabel*>(QStringLiteral("statusLabel"))->text(); }
     /// None while the tab is not visible.
     QTimer* timer() const { return controller->findChild<QTimer*>(QStringLiteral("refreshTimer")); }
-    void press(const QString& title) const { Controls::press(*controller, title); }
-    void press(const char* title) const { press(QString::fromLatin1(title)); }
+    void press(const char* title) const { Controls::press(*controller, QString::fromLatin1(title)); }
 
     /// What the status line says while the refresh that ends `action` is under way, which then answers `reply`.
     QString statusBeforeRefresh(const Json& reply, const std::function<void()>& action)

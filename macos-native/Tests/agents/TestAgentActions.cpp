@@ -1,10 +1,11 @@
 #include "agents/AgentAnswers.h"
 #include "agents/AgentsTab.h"
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/LocalTimeZone.h"
 #include "support/TestCase.h"
 #include "support/UnreadReplies.h"
 
+#include <QApplication>
 #include <QRegularExpression>
 
 #include <optional>
@@ -19,77 +20,71 @@ class TestAgentActions final : public TestCase
     Q_OBJECT
 
 private slots:
-    void anActionThatIsNotForTheSelectionSaysSo_data()
-    {
-        const Cases<QByteArray, QByteArray, QString, QString> add("row", "button", "title", "text");
-        const QString none = u"No Selection"_s;
-        const QString selectFirst = u"Select an agent first."_s;
-        for (const char* button : {"Adopt / Rename", "Run Configure", "Config Editor", "Delete"})
-            add(button, {}, button, none, selectFirst);
-        const QString unsupported = u"Unsupported"_s;
-        const QString onlyOpenclaw = u"Only openclaw configure is supported right now."_s;
-        add("not for codex", R"({"ecosystem":"codex"})", "Run Configure", unsupported, onlyOpenclaw);
-        add("not without an ecosystem", "{}", "Run Configure", unsupported, onlyOpenclaw);
-        add("not with a blank", R"({"ecosystem":"openclaw "})", "Run Configure", unsupported, onlyOpenclaw);
-        const QString undeletable = u"Cannot Delete"_s;
-        const QString discovered = u"Discovered agents must be removed from their runtime first."_s;
-        add("discovered", R"({"ecosystem":"codex","origin":"discovered"})", "Delete", undeletable, discovered);
-        add("without an origin", R"({"ecosystem":"codex"})", "Delete", undeletable, discovered);
-        add("managed in other letters", R"({"origin":"Managed"})", "Delete", undeletable, discovered);
-    }
-
     void anActionThatIsNotForTheSelectionSaysSo()
     {
-        QFETCH(QByteArray, row);
-        QFETCH(QByteArray, button);
-        if (row.isEmpty())
-            m_tab->show(Json::array({agentRow("openclaw", "a")}));
-        else
-            m_tab->showSelected(Json::parse(row.toStdString()));
-        const DialogRobot robot({DialogRobot::press(Qt::Key_Return)});
-        m_tab->press(button.constData());
-        QCOMPARE(robot.shown().size(), 1U);
-        QTEST(robot.shown().at(0).title, "title");
-        QTEST(robot.shown().at(0).text, "text");
-        QCOMPARE(robot.shown().at(0).buttons, QStringList{u"OK"_s});
-        verifyCalls({});
-        QCOMPARE(m_tab->refreshes(), 1);
-    }
-
-    void addCreatesARecord_data()
-    {
-        const Cases<QString, QString, QString> add("ecosystem", "entered", "name"); // %1 is the stamp
-        add("a codex agent", u"codex"_s, u" 我的 agent\n"_s, u"我的 agent"_s);
-        add("a kimi agent", u"kimi"_s, u"<b>&x"_s, u"<b>&x"_s);
-        add("one without a name", u"kimi"_s, u" \t"_s, u"kimi %1"_s);
+        const QString selectFirst = u"Select an agent first."_s;
+        const QString onlyOpenclaw = u"Only openclaw configure is supported right now."_s;
+        const QString discovered = u"Discovered agents must be removed from their runtime first."_s;
+        const CaseTable<std::string, const char*, QString, QString> cases{
+            {"no selection to rename", {}, "Adopt / Rename", u"No Selection"_s, selectFirst},
+            {"no selection to configure", {}, "Run Configure", u"No Selection"_s, selectFirst},
+            {"no selection to edit", {}, "Config Editor", u"No Selection"_s, selectFirst},
+            {"no selection to delete", {}, "Delete", u"No Selection"_s, selectFirst},
+            {"not for codex", R"({"ecosystem":"codex"})", "Run Configure", u"Unsupported"_s, onlyOpenclaw},
+            {"not without an ecosystem", "{}", "Run Configure", u"Unsupported"_s, onlyOpenclaw},
+            {"not with a blank", R"({"ecosystem":"openclaw "})", "Run Configure", u"Unsupported"_s, onlyOpenclaw},
+            {"discovered", R"({"ecosystem":"codex","origin":"discovered"})", "Delete", u"Cannot Delete"_s, discovered},
+            {"without an origin", R"({"ecosystem":"codex"})", "Delete", u"Cannot Delete"_s, discovered},
+            {"managed in other letters", R"({"origin":"Managed"})", "Delete", u"Cannot Delete"_s, discovered},
+        };
+        for (const auto& [row, button, title, text] : cases) {
+            m_tab.renew();
+            if (row.empty())
+                m_tab->show(Json::array({agentRow("openclaw", "a")}));
+            else
+                m_tab->showSelected(Json::parse(row));
+            const DialogRobot robot({DialogRobot::press(Qt::Key_Return)});
+            m_tab->press(button);
+            QCOMPARE(robot.titles(), QStringList{title});
+            QCOMPARE(robot.shown().at(0).text, text);
+            QCOMPARE(robot.shown().at(0).buttons, QStringList{u"OK"_s});
+            verifyCalls({});
+            QCOMPARE(m_tab->refreshes(), 1);
+        }
     }
 
     void addCreatesARecord()
     {
-        QFETCH(QString, ecosystem);
-        QFETCH(QString, entered);
-        QFETCH(QString, name);
-        m_tab->show(Json::array());
-        const DialogRobot robot({AgentAnswers::create(ecosystem, entered)});
-        const QString said =
-            m_tab->statusBeforeRefresh(Json::array({agentRow("codex", "new")}), [this] { m_tab->press("Add Agent"); });
+        const CaseTable<QString, QString, QString> cases{
+            {"a codex agent", u"codex"_s, u" 我的 agent\n"_s, u"我的 agent"_s},
+            {"a kimi agent", u"kimi"_s, u"<b>&x"_s, u"<b>&x"_s},
+            {"one without a name", u"kimi"_s, u" \t"_s, u"kimi %1"_s},
+        };
+        for (const auto& [ecosystem, entered, name] : cases) {
+            m_tab.renew();
+            m_tab->show(Json::array());
+            const DialogRobot robot({AgentAnswers::create(ecosystem, entered)});
+            const QString said = m_tab->statusBeforeRefresh(Json::array({agentRow("codex", "new")}),
+                                                            [this] { m_tab->press("Add Agent"); });
 
-        const Calls calls = m_tab->actions();
-        QCOMPARE(calls.size(), 1U);
-        QCOMPARE(calls.at(0).function, std::string("add_local_agent"));
-        const QString id = QString::fromStdString(calls.at(0).args.at(1));
-        const QString stamp = id.mid(ecosystem.size() + 1);
-        static const QRegularExpression stampPattern(u"^\\d{8}-\\d{6}$"_s);
-        QVERIFY(stampPattern.match(stamp).hasMatch());
-        QCOMPARE(id, ecosystem + u'-' + stamp);
-        const QString workspace = m_tab->backend.home().path(u'.' + ecosystem + u"/agents/"_s + id);
-        QCOMPARE(calls.at(0).args.dump(), Json({ecosystem, id, name.replace(u"%1"_s, stamp), workspace}).dump());
+            const Calls calls = m_tab->actions();
+            QCOMPARE(calls.size(), 1U);
+            QCOMPARE(calls.at(0).function, std::string("add_local_agent"));
+            const QString id = QString::fromStdString(calls.at(0).args.at(1));
+            const QString stamp = id.mid(ecosystem.size() + 1);
+            static const QRegularExpression stampPattern(u"^\\d{8}-\\d{6}$"_s);
+            QVERIFY(stampPattern.match(stamp).hasMatch());
+            QCOMPARE(id, ecosystem + u'-' + stamp);
+            const QString workspace = m_tab->backend.home().path(u'.' + ecosystem + u"/agents/"_s + id);
+            QCOMPARE(calls.at(0).args.dump(),
+                     Json({ecosystem, id, QString(name).replace(u"%1"_s, stamp), workspace}).dump());
 
-        QCOMPARE(said, u"Added agent "_s + ecosystem + u'/' + id);
-        QCOMPARE(m_tab->refreshes(), 2);
-        QCOMPARE(m_tab->table()->model()->rowCount(), 1);
-        QCOMPARE(m_tab->status(), u"Synced local discovery to Core and loaded Core agent registry."_s);
-        QCOMPARE(robot.shown().size(), 1U);
+            QCOMPARE(said, u"Added agent "_s + ecosystem + u'/' + id);
+            QCOMPARE(m_tab->refreshes(), 2);
+            QCOMPARE(m_tab->table()->model()->rowCount(), 1);
+            QCOMPARE(m_tab->status(), u"Synced local discovery to Core and loaded Core agent registry."_s);
+            QCOMPARE(robot.shown().size(), 1U);
+        }
     }
 
     void theNewAgentsIdBearsTheLocalTimeThatWasShown()
@@ -145,74 +140,61 @@ private slots:
         QCOMPARE(m_tab->refreshes(), 2);
     }
 
-    void aDialogThatComesToNothingDoesNothing_data()
-    {
-        const Cases<QByteArray, QByteArray, DialogRobot::Answer> add("origin", "button", "answer");
-        for (const char* button : {"Add Agent", "Adopt / Rename", "Delete"}) {
-            add(qPrintable(u"%1, cancelled"_s.arg(QLatin1String(button))), "managed", button,
-                DialogRobot::press(u"Cancel"_s));
-            add(qPrintable(u"%1, escaped"_s.arg(QLatin1String(button))), "managed", button,
-                DialogRobot::press(Qt::Key_Escape));
-            add(qPrintable(u"%1, closed"_s.arg(QLatin1String(button))), "managed", button,
-                [](QDialog& dialog) { dialog.close(); });
-        }
-        add("no name for a managed agent", "managed", "Adopt / Rename", AgentAnswers::saveName({}));
-        add("no name for a discovered agent", "discovered", "Adopt / Rename", AgentAnswers::saveName({}));
-        add("nothing but white space", "discovered", "Adopt / Rename", AgentAnswers::saveName(u" \t\u00a0\u3000"_s));
-    }
-
     void aDialogThatComesToNothingDoesNothing()
     {
-        QFETCH(QByteArray, origin);
-        QFETCH(QByteArray, button);
-        QFETCH(DialogRobot::Answer, answer);
-        m_tab->showSelected(agentRow("codex", "a", origin.toStdString()));
-        const DialogRobot robot({answer});
-        m_tab->press(button.constData());
-        QCOMPARE(robot.shown().size(), 1U); // and no message
-        verifyCalls({});
-        QCOMPARE(m_tab->refreshes(), 1);
-    }
-
-    void renameAndAdoptAskForANameAndSaveIt_data()
-    {
-        const Cases<QByteArray, QString, QString, QByteArray, QByteArray> add("row", "title", "name", "function",
-                                                                              "args");
-        const QString rename = u"Rename Agent"_s;
-        const QString adopt = u"Adopt Agent"_s;
-        add("a managed agent is renamed", R"({"ecosystem":"codex","id":"a","name":"b","origin":"managed"})", rename,
-            u"b"_s, "rename_local_agent", "[\"codex\",\"a\",\"新 name\"]");
-        add("a discovered agent is adopted",
-            "{\"ecosystem\":\"kimi\",\"id\":\"b\",\"name\":\"名\",\"origin\":\"runtime\",\"workspace\":\"/w\"}", adopt,
-            u"名"_s, "adopt_local_agent", "[\"kimi\",\"b\",\"新 name\",\"/w\"]");
-        add("one whose case differs is discovered, and its id is its name",
-            R"({"ecosystem":"kimi","id":"b","origin":"MANAGED"})", adopt, u"b"_s, "adopt_local_agent",
-            "[\"kimi\",\"b\",\"新 name\",\"\"]");
-        add("an agent without anything", "{}", adopt, {}, "adopt_local_agent", "[\"\",\"\",\"新 name\",\"\"]");
+        m_tab->show(Json::array({agentRow("codex", "a"), agentRow("codex", "b", "discovered")}));
+        const auto answerDialog = [this](int row, const char* button, const DialogRobot::Answer& answer) {
+            m_tab->table()->selectRow(row);
+            const DialogRobot robot({answer});
+            m_tab->press(button);
+            QCOMPARE(robot.shown().size(), 1U); // and no message
+            verifyCalls({});
+            QCOMPARE(m_tab->refreshes(), 1);
+        };
+        for (const char* button : {"Add Agent", "Adopt / Rename", "Delete"}) {
+            answerDialog(0, button, DialogRobot::press(u"Cancel"_s));
+            answerDialog(0, button, DialogRobot::press(Qt::Key_Escape));
+            answerDialog(0, button, [](QDialog& dialog) { dialog.close(); });
+        }
+        answerDialog(0, "Adopt / Rename", AgentAnswers::saveName({}));
+        answerDialog(1, "Adopt / Rename", AgentAnswers::saveName({}));
+        answerDialog(1, "Adopt / Rename", AgentAnswers::saveName(u" \t\u00a0\u3000"_s));
     }
 
     void renameAndAdoptAskForANameAndSaveIt()
     {
-        QFETCH(QByteArray, row);
-        QFETCH(QString, title);
-        QFETCH(QByteArray, function);
-        QFETCH(QByteArray, args);
-        m_tab->showSelected(Json::parse(row.toStdString()));
-        QString prefilled;
-        const DialogRobot robot({[&prefilled](QDialog& dialog) {
-            prefilled = AgentAnswers::nameField(dialog)->text();
-            AgentAnswers::saveName(u" 新 name\u2028 "_s)(dialog);
-        }});
-        const QString said = m_tab->statusBeforeRefresh(Json::array(), [this] { m_tab->press("Adopt / Rename"); });
-        const Json call = Json::parse(args.toStdString());
-        const QString agent =
-            QString::fromStdString(call.at(0).get<std::string>() + '/' + call.at(1).get<std::string>());
-        QCOMPARE(robot.titles(), QStringList{title});
-        QCOMPARE(robot.shown().at(0).text, agent);
-        QTEST(prefilled, "name");
-        verifyCalls({{function.toStdString(), call}});
-        QCOMPARE(said, (title == u"Rename Agent"_s ? u"Renamed "_s : u"Adopted "_s) + agent);
-        QCOMPARE(m_tab->refreshes(), 2);
+        const QString rename = u"Rename Agent"_s;
+        const QString adopt = u"Adopt Agent"_s;
+        const CaseTable<std::string, QString, QString, const char*, const char*> cases{
+            {"a managed agent is renamed", R"({"ecosystem":"codex","id":"a","name":"b","origin":"managed"})", rename,
+             u"b"_s, "rename_local_agent", "[\"codex\",\"a\",\"新 name\"]"},
+            {"a discovered agent is adopted",
+             "{\"ecosystem\":\"kimi\",\"id\":\"b\",\"name\":\"名\",\"origin\":\"runtime\",\"workspace\":\"/w\"}", adopt,
+             u"名"_s, "adopt_local_agent", "[\"kimi\",\"b\",\"新 name\",\"/w\"]"},
+            {"one whose case differs is discovered, and its id is its name",
+             R"({"ecosystem":"kimi","id":"b","origin":"MANAGED"})", adopt, u"b"_s, "adopt_local_agent",
+             "[\"kimi\",\"b\",\"新 name\",\"\"]"},
+            {"an agent without anything", "{}", adopt, {}, "adopt_local_agent", "[\"\",\"\",\"新 name\",\"\"]"},
+        };
+        for (const auto& [row, title, name, function, args] : cases) {
+            m_tab.renew();
+            m_tab->showSelected(Json::parse(row));
+            QString prefilled;
+            const DialogRobot robot({[&prefilled](QDialog& dialog) {
+                prefilled = AgentAnswers::nameField(dialog)->text();
+                AgentAnswers::saveName(u" 新 name\u2028 "_s)(dialog);
+            }});
+            const QString said = m_tab->statusBeforeRefresh(Json::array(), [this] { m_tab->press("Adopt / Rename"); });
+            const Json call = Json::parse(args);
+            const QString agent =
+                QString::fromStdString(call.at(0).get<std::string>() + '/' + call.at(1).get<std::string>());
+            QCOMPARE(robot.titles(), QStringList{title});
+            QCOMPARE(robot.shown().at(0).text, agent);
+            QCOMPARE(prefilled, name);
+            verifyCalls({{function, call}});
+            QCOMPARE(said, (title == u"Rename Agent"_s ? u"Renamed "_s : u"Adopted "_s) + agent);
+            QCOMPARE(m_tab->refreshes(), 2);
+        }
     }
 
     void configureRunsForOpenclawInAnyLetters()
@@ -257,6 +239,94 @@ private slots:
         QCOMPARE(m_tab->table()->model()->rowCount(), 2);
         QCOMPARE(m_tab->table()->selectedRow(), std::optional(agentRow("codex", "a", "discovered")));
         QCOMPARE(robot.shown().size(), 1U);
+    }
+
+    void aFailureIsToldInFull()
+    {
+        const DialogRobot::Answer addCodex = AgentAnswers::create(u"codex"_s, {});
+        const DialogRobot::Answer confirm = DialogRobot::press(Qt::Key_Return);
+        const CaseTable<const char*, const char*, const char*, DialogRobot::Answer, const char*, QString> cases{
+            {"adding", "codex", "managed", "Add Agent", addCodex, "add_local_agent", u"Add Agent Failed"_s},
+            {"setting openclaw up", "codex", "managed", "Add Agent", confirm,
+             "launch_openclaw_install_or_configure_interactive", u"OpenClaw Setup Failed"_s},
+            {"renaming", "codex", "managed", "Adopt / Rename", confirm, "rename_local_agent", u"Save Failed"_s},
+            {"adopting", "codex", "discovered", "Adopt / Rename", confirm, "adopt_local_agent", u"Save Failed"_s},
+            {"deleting", "codex", "managed", "Delete", confirm, "delete_local_agent", u"Delete Failed"_s},
+            {"configuring", "openclaw", "managed", "Run Configure", DialogRobot::Answer(),
+             "launch_openclaw_configure_interactive", u"Configure Failed"_s},
+        };
+        for (const auto& [ecosystem, origin, button, answer, function, title] : cases) {
+            m_tab.renew();
+            m_tab->showSelected(agentRow(ecosystem, "a", origin));
+            m_tab->backend.raise(function, "RuntimeError", "没有 <b>it</b>\nInstall it first.");
+            const QString statusBefore = m_tab->status();
+
+            std::vector<DialogRobot::Answer> answers{DialogRobot::press(u"OK"_s)};
+            if (answer)
+                answers.insert(answers.begin(), answer);
+            DialogRobot robot(answers);
+            m_tab->press(button);
+            QCOMPARE(robot.shown().size(), answers.size());
+            QCOMPARE(robot.shown().back().title, title);
+            QCOMPARE(robot.shown().back().text, u"ERROR: RuntimeError: 没有 <b>it</b>\nInstall it first."_s);
+            QCOMPARE(m_tab->actions().size(), 1U);
+            QCOMPARE(m_tab->refreshes(), 1);
+            QCOMPARE(m_tab->status(), statusBefore);
+            QCOMPARE(m_tab->table()->model()->rowCount(), 1);
+        }
+    }
+
+    void underAnOpenDialogARefreshCallsNothing()
+    {
+        m_tab->showSelected(agentRow("codex", "a"));
+        DialogRobot robot({[this](QDialog& dialog) {
+            QVERIFY(QTest::qWaitForWindowActive(&dialog));
+            m_tab->controller->refreshAgents();
+            QCOMPARE(m_tab->refreshes(), 1);
+            DialogRobot::press(u"Delete"_s)(dialog);
+        }});
+        m_tab->press("Delete");
+        QCOMPARE(m_tab->refreshes(), 2); // the action's own
+    }
+
+    void aTabThatGoesUnderItsDialogDoesNoHarm()
+    {
+        using Action = void (AgentsViewController::*)();
+        const CaseTable<Action, bool> cases{
+            {"the new agent's", &AgentsViewController::addAgent, true},
+            {"the new name's", &AgentsViewController::adoptOrRename, true},
+            {"the confirmation's", &AgentsViewController::deleteSelected, true},
+            {"an alert's", &AgentsViewController::runConfigure, true},
+            {"a missing selection's", &AgentsViewController::openConfigEditor, false},
+        };
+        for (const auto& [action, isSelected] : cases) {
+            m_tab.renew();
+            m_tab->show(Json::array({agentRow("codex", "a")}));
+            if (isSelected)
+                m_tab->table()->selectRow(0);
+            DialogRobot robot({[this](QDialog& dialog) {
+                m_tab->window.reset();
+                DialogRobot::press(Qt::Key_Return)(dialog);
+            }});
+            QTimer::singleShot(0, m_tab->controller, action); // a button would not outlive its own click
+            QTRY_VERIFY(!m_tab->controller);
+            QTRY_COMPARE(robot.shown().size(), 1U);
+            QTRY_VERIFY(!QApplication::activeModalWidget());
+            QVERIFY(m_tab->actions().empty());
+        }
+    }
+
+    void whatTheSelectionWasWhenAskedCounts()
+    {
+        m_tab->show(Json::array({agentRow("codex", "a"), agentRow("kimi", "b")}));
+        m_tab->table()->selectRow(0);
+        DialogRobot robot({[this](QDialog& dialog) {
+            m_tab->table()->setRows({agentRow("kimi", "b")}); // as another program's deletion would show
+            m_tab->table()->selectRow(0);
+            DialogRobot::press(u"Delete"_s)(dialog);
+        }});
+        m_tab->press("Delete");
+        QCOMPARE(m_tab->actions(), (std::vector<ScriptedBackend::Call>{{"delete_local_agent", {"codex", "a", true}}}));
     }
 
 private:

@@ -1,7 +1,7 @@
 #include "agents/AgentAnswers.h"
 #include "agents/AgentsTab.h"
 #include "agents/ConfigEditorWindowController.h"
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/Controls.h"
 #include "support/TestCase.h"
 
@@ -9,8 +9,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QPlainTextEdit>
-
-#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -38,43 +36,36 @@ class TestAgentsConfigEditor final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        TestCase::init();
-        m_tab.emplace();
-    }
-
     void cleanup()
     {
-        m_tab.reset();
+        TestCase::cleanup();
         for (QWidget* widget : QApplication::topLevelWidgets())
             widget->close();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
-    void theEditorOpensTheEcosystemsFile_data()
-    {
-        const Cases<QByteArray, QString> add("row", "file");
-        add("codex", R"({"ecosystem":"codex","id":"a"})", u".codex/config.json"_s);
-        add("kimi", R"({"ecosystem":"kimi","id":"a"})", u".kimi/config.json"_s);
-        add("codex in other letters is not codex", R"({"ecosystem":"Codex","id":"a"})", u".openclaw/openclaw.json"_s);
-        add("no ecosystem", "{}", u".openclaw/openclaw.json"_s);
-    }
-
     void theEditorOpensTheEcosystemsFile()
     {
-        QFETCH(QByteArray, row);
-        QFETCH(QString, file);
-        m_tab->showSelected(Json::parse(row.toStdString()));
-        m_tab->press("Config Editor");
-        QCOMPARE(Files::contentOf(home(file)), "{}\n"_ba);
-        NeloWindow* window = editorWindow(home(file));
-        QVERIFY(window);
-        QVERIFY(QTest::qWaitForWindowActive(window));
-        QCOMPARE(textView(window)->toPlainText(), u"{}\n"_s);
-        QCOMPARE(window->findChild<QLabel*>(u"pathLabel"_s)->text(), home(file));
-        QVERIFY(m_tab->actions().empty());
-        QCOMPARE(m_tab->refreshes(), 1);
+        const CaseTable<Json, QString> cases{
+            {"codex", {{"ecosystem", "codex"}, {"id", "a"}}, u".codex/config.json"_s},
+            {"kimi", {{"ecosystem", "kimi"}, {"id", "a"}}, u".kimi/config.json"_s},
+            {"codex in other letters is not codex", {{"ecosystem", "Codex"}}, u".openclaw/openclaw.json"_s},
+            {"no ecosystem", Json::object(), u".openclaw/openclaw.json"_s},
+        };
+        for (const auto& [row, file] : cases) {
+            cleanup();
+            init();
+            m_tab->showSelected(row);
+            m_tab->press("Config Editor");
+            QCOMPARE(Files::contentOf(home(file)), "{}\n"_ba);
+            NeloWindow* window = editorWindow(home(file));
+            QVERIFY(window);
+            QVERIFY(QTest::qWaitForWindowActive(window));
+            QCOMPARE(textView(window)->toPlainText(), u"{}\n"_s);
+            QCOMPARE(window->findChild<QLabel*>(u"pathLabel"_s)->text(), home(file));
+            QVERIFY(m_tab->actions().empty());
+            QCOMPARE(m_tab->refreshes(), 1);
+        }
     }
 
     void theEditorsFolderIsPrivate()
@@ -182,7 +173,7 @@ private slots:
 private:
     QString home(const QString& relative) const { return m_tab->backend.home().path(relative); }
 
-    std::optional<AgentsTab> m_tab;
+    Fresh<AgentsTab> m_tab{this};
 };
 
 QTEST_MAIN(TestAgentsConfigEditor)

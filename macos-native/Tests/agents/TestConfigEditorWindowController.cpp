@@ -1,7 +1,7 @@
 #include "agents/ConfigEditorWindowController.h"
 
 #include "shell/primitives/NeloWindow.h"
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/Controls.h"
 #include "support/DialogRobot.h"
 #include "support/Files.h"
@@ -149,26 +149,25 @@ private slots:
         QCOMPARE(backupsIn(path(QString())), QStringList());
     }
 
-    void whatIsNotEditedIsSavedByteForByte_data()
-    {
-        const Cases<QByteArray> add("content");
-        add("every line ending, marks and no final one",
-            QByteArray("\ufeffa\r\nb\nc\rd\u2028e\u2029f\u00a0g\0h\r\n\nlast", 31));
-        add("fifty megabytes", (QByteArray(1000, 'x') + "\r\n").repeated(50'000));
-        add("one line of five megabytes", QByteArray(5'000'000, 'x'));
-    }
-
     void whatIsNotEditedIsSavedByteForByte()
     {
-        QFETCH(QByteArray, content);
-        create(path(), content);
-        auto* controller = new ConfigEditorWindowController({}, path(), [](bool) {});
-        const QPointer<NeloWindow> window(controller->window());
-        controller->saveFile();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QVERIFY(!window);
-        QVERIFY(contentOf(path()) == content); // QCOMPARE would print megabytes
-        QVERIFY(contentOf(path(backupsIn(path(QString())).value(0))) == content);
+        const CaseTable<QByteArray> cases{
+            {"every line ending, marks and no final one",
+             QByteArray("\ufeffa\r\nb\nc\rd\u2028e\u2029f\u00a0g\0h\r\n\nlast", 31)},
+            {"fifty megabytes", (QByteArray(1000, 'x') + "\r\n").repeated(50'000)},
+            {"one line of five megabytes", QByteArray(5'000'000, 'x')},
+        };
+        for (const auto& [content] : cases) {
+            m_home.renew();
+            create(path(), content);
+            auto* controller = new ConfigEditorWindowController({}, path(), [](bool) {});
+            const QPointer<NeloWindow> window(controller->window());
+            controller->saveFile();
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            QVERIFY(!window);
+            QVERIFY(contentOf(path()) == content); // QCOMPARE would print megabytes
+            QVERIFY(contentOf(path(backupsIn(path(QString())).value(0))) == content);
+        }
     }
 
     void aFileThatIsNotUtf8OpensEmptyAndIsBackedUp()

@@ -1,6 +1,6 @@
 #include "models/ModelsViewController.h"
 
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/DialogRobot.h"
 #include "support/TabFixture.h"
 #include "support/TestCase.h"
@@ -97,44 +97,40 @@ private slots:
         QCOMPARE(m_tab->table("taskTable")->currentIndex().row(), 0);
     }
 
-    void anActionIsToldAndTheListsAreLoaded_data()
-    {
-        const Cases<QByteArray, QByteArray, QByteArray, QString, QString> add("button", "function", "argument", "said",
-                                                                              "failed");
-        add("a download", "Download Selected", "start_model_download", "qwen3:8b", u"Submitted download for qwen3:8b"_s,
-            u"Download Failed"_s);
-        add("a cancellation", "Cancel Task", "cancel_model_download", "2", u"Cancelled task 2"_s, u"Cancel Failed"_s);
-    }
-
     void anActionIsToldAndTheListsAreLoaded()
     {
-        QFETCH(QByteArray, button);
-        QFETCH(QByteArray, function);
-        QFETCH(QByteArray, argument);
-        selectOfEach();
-        DialogRobot robot({DialogRobot::press(u"OK"_s)});
-        m_tab->backend.raise(function.toStdString(), "RuntimeError", "服务器 <b>gone</b>");
-        m_tab->press(button.constData());
-        QCOMPARE(robot.shown().size(), 1U);
-        QTEST(robot.shown().at(0).title, "failed");
-        QCOMPARE(robot.shown().at(0).text, u"ERROR: RuntimeError: 服务器 <b>gone</b>"_s);
-        QCOMPARE(m_tab->backend.calls().size(), 4U); // no refresh
-        QCOMPARE(m_tab->status(), u"Loaded local models and tasks."_s);
+        const CaseTable<const char*, const char*, const char*, QString, QString> cases{
+            {"a download", "Download Selected", "start_model_download", "qwen3:8b",
+             u"Submitted download for qwen3:8b"_s, u"Download Failed"_s},
+            {"a cancellation", "Cancel Task", "cancel_model_download", "2", u"Cancelled task 2"_s, u"Cancel Failed"_s},
+        };
+        for (const auto& [button, function, argument, told, failed] : cases) {
+            m_tab.renew();
+            selectOfEach();
+            DialogRobot robot({DialogRobot::press(u"OK"_s)});
+            m_tab->backend.raise(function, "RuntimeError", "服务器 <b>gone</b>");
+            m_tab->press(button);
+            QCOMPARE(robot.shown().size(), 1U);
+            QCOMPARE(robot.shown().at(0).title, failed);
+            QCOMPARE(robot.shown().at(0).text, u"ERROR: RuntimeError: 服务器 <b>gone</b>"_s);
+            QCOMPARE(m_tab->backend.calls().size(), 4U); // no refresh
+            QCOMPARE(m_tab->status(), u"Loaded local models and tasks."_s);
 
-        m_tab->backend.answer(function.toStdString(), Json::object());
-        m_tab->backend.answer("list_model_download_tasks", Json::array({{{"id", "9"}}}));
-        const QString said = m_tab->backend.seenDuring(
-            "list_local_models", Json::array(), [this] { return m_tab->status(); },
-            [&] { m_tab->press(button.constData()); });
-        QTEST(said, "said");
-        const Calls calls = m_tab->backend.calls();
-        QCOMPARE(calls.size(), 7U);
-        QCOMPARE(calls.at(4), (ScriptedBackend::Call{function.toStdString(), Json::array({argument.toStdString()})}));
-        QCOMPARE(calls.at(5).function, std::string("list_local_models"));
-        QCOMPARE(calls.at(6).function, std::string("list_model_download_tasks"));
-        QCOMPARE(m_tab->status(), u"Loaded local models and tasks."_s);
-        QCOMPARE(rowCounts(), QList<int>({2, 0, 1}));
-        QCOMPARE(robot.shown().size(), 1U);
+            m_tab->backend.answer(function, Json::object());
+            m_tab->backend.answer("list_model_download_tasks", Json::array({{{"id", "9"}}}));
+            const QString said = m_tab->backend.seenDuring(
+                "list_local_models", Json::array(), [this] { return m_tab->status(); },
+                [this, press = button] { m_tab->press(press); });
+            QCOMPARE(said, told);
+            const Calls calls = m_tab->backend.calls();
+            QCOMPARE(calls.size(), 7U);
+            QCOMPARE(calls.at(4), (ScriptedBackend::Call{function, Json::array({argument})}));
+            QCOMPARE(calls.at(5).function, std::string("list_local_models"));
+            QCOMPARE(calls.at(6).function, std::string("list_model_download_tasks"));
+            QCOMPARE(m_tab->status(), u"Loaded local models and tasks."_s);
+            QCOMPARE(rowCounts(), QList<int>({2, 0, 1}));
+            QCOMPARE(robot.shown().size(), 1U);
+        }
     }
 
     void ofAnAnswerOnlyItsSuccessCounts_data() { addUnreadReplies(); }
@@ -152,34 +148,33 @@ private slots:
         QCOMPARE(m_tab->backend.count("list_local_models"), 3);
     }
 
-    void anUnusableNameIsNoSelection_data()
-    {
-        const Cases<QByteArray> add("row");
-        add("no row at all", "");
-        add("empty", R"({"name":"","id":""})");
-        add("a number", R"({"name":7,"id":7})");
-        add("null", R"({"name":null,"id":null})");
-        add("missing", R"({"other":1})");
-    }
-
     void anUnusableNameIsNoSelection()
     {
-        QFETCH(QByteArray, row);
-        if (row.isEmpty()) {
-            m_tab->table("localTable")->selectRow(0); // the other tables' selections do not count
-        } else {
-            for (const char* list : {"list_remote_models", "list_model_download_tasks"})
-                m_tab->backend.answer(list, Json::array({Json::parse(row.toStdString())}));
-            m_tab->table("remoteTable")->selectRow(0);
-            m_tab->table("taskTable")->selectRow(0);
+        const CaseTable<std::string> cases{
+            {"no row at all", ""},
+            {"empty", R"({"name":"","id":""})"},
+            {"a number", R"({"name":7,"id":7})"},
+            {"null", R"({"name":null,"id":null})"},
+            {"missing", R"({"other":1})"},
+        };
+        for (const auto& [row] : cases) {
+            m_tab.renew();
+            if (row.empty()) {
+                m_tab->table("localTable")->selectRow(0); // the other tables' selections do not count
+            } else {
+                for (const char* list : {"list_remote_models", "list_model_download_tasks"})
+                    m_tab->backend.answer(list, Json::array({Json::parse(row)}));
+                m_tab->table("remoteTable")->selectRow(0);
+                m_tab->table("taskTable")->selectRow(0);
+            }
+            const DialogRobot robot({DialogRobot::press(Qt::Key_Escape), DialogRobot::press(Qt::Key_Return)});
+            m_tab->press("Download Selected");
+            m_tab->press("Cancel Task");
+            QCOMPARE(robot.titles(), QStringList({u"No Selection"_s, u"No Selection"_s}));
+            QCOMPARE(robot.shown().at(0).text, u"Select a remote model first."_s);
+            QCOMPARE(robot.shown().at(1).text, u"Select a task first."_s);
+            QCOMPARE(m_tab->backend.calls().size(), 3U);
         }
-        const DialogRobot robot({DialogRobot::press(Qt::Key_Escape), DialogRobot::press(Qt::Key_Return)});
-        m_tab->press("Download Selected");
-        m_tab->press("Cancel Task");
-        QCOMPARE(robot.titles(), QStringList({u"No Selection"_s, u"No Selection"_s}));
-        QCOMPARE(robot.shown().at(0).text, u"Select a remote model first."_s);
-        QCOMPARE(robot.shown().at(1).text, u"Select a task first."_s);
-        QCOMPARE(m_tab->backend.calls().size(), 3U);
     }
 
     void aTabThatGoesUnderItsAlertDoesNoHarm()
@@ -196,50 +191,35 @@ private slots:
         QCOMPARE(robot.shown().size(), 1U);
     }
 
-    void theViewIsLaidOutAsGiven_data()
-    {
-        const Cases<QSize> add("size");
-        add("as in the console", QSize(1000, 600));
-        add("wider", QSize(1601, 901));
-        add("narrower", QSize(777, 500));
-    }
-
     void theViewIsLaidOutAsGiven()
     {
-        QFETCH(QSize, size);
         m_tab->show();
-        m_tab->view().resize(size);
-        QCoreApplication::processEvents();
-        const auto frame = [this](const QWidget* widget) {
-            return QRect(widget->mapTo(&m_tab->view(), QPoint()), widget->size());
-        };
-        const QRect remote = frame(m_tab->table("remoteTable")->parentWidget());
-        const QRect local = frame(m_tab->table("localTable")->parentWidget());
-        const QRect tasks = frame(m_tab->table("taskTable")->parentWidget());
-        const QRect buttons = m_tab->view().findChild<FlowLayout*>()->geometry();
-        const QRect status = frame(m_tab->find<QLabel>("statusLabel"));
-        const QRect summary = frame(m_tab->find<QLabel>("localSummaryLabel"));
-        const int right = size.width() - 1;
-        const QList<int> gaps{buttons.left(),
-                              buttons.top(),
-                              summary.left() - buttons.right() - 1,
-                              right - summary.right(),
-                              remote.left(),
-                              remote.top() - buttons.bottom() - 1,
-                              status.top() - remote.bottom() - 1,
-                              local.left() - remote.right() - 1,
-                              right - local.right(),
-                              tasks.top() - local.bottom() - 1,
-                              status.left(),
-                              size.height() - 1 - status.bottom()};
-        QCOMPARE(gaps, (QList<int>{16, 16, 8, 16, 16, 10, 10, 10, 16, 10, 16, 14}));
-        QVERIFY(qAbs(remote.width() - (0.55 * size.width() - 20)) <= 1);
-        QVERIFY(qAbs(tasks.height() - local.height()) <= 1);
-        QCOMPARE(local.top(), remote.top());
-        QCOMPARE(tasks.bottom(), remote.bottom());
-        QCOMPARE(tasks.left(), local.left());
-        QCOMPARE(tasks.right(), local.right());
-
+        for (const QSize size : {QSize(1000, 600), QSize(1601, 901), QSize(777, 500)}) {
+            m_tab->view().resize(size);
+            QCoreApplication::processEvents();
+            const auto frame = [this](const QWidget* widget) {
+                return QRect(widget->mapTo(&m_tab->view(), QPoint()), widget->size());
+            };
+            const QRect remote = frame(m_tab->table("remoteTable")->parentWidget());
+            const QRect local = frame(m_tab->table("localTable")->parentWidget());
+            const QRect tasks = frame(m_tab->table("taskTable")->parentWidget());
+            const QRect buttons = m_tab->view().findChild<FlowLayout*>()->geometry();
+            const QRect status = frame(m_tab->find<QLabel>("statusLabel"));
+            const QRect summary = frame(m_tab->find<QLabel>("localSummaryLabel"));
+            const int right = size.width() - 1;
+            QCOMPARE((QList<int>{buttons.left(), buttons.top(), summary.left() - buttons.right() - 1,
+                                 right - summary.right(), remote.left(), remote.top() - buttons.bottom() - 1,
+                                 status.top() - remote.bottom() - 1, local.left() - remote.right() - 1,
+                                 right - local.right(), tasks.top() - local.bottom() - 1, status.left(),
+                                 size.height() - 1 - status.bottom()}),
+                     (QList<int>{16, 16, 8, 16, 16, 10, 10, 10, 16, 10, 16, 14}));
+            QVERIFY(qAbs(remote.width() - (0.55 * size.width() - 20)) <= 1);
+            QVERIFY(qAbs(tasks.height() - local.height()) <= 1);
+            QCOMPARE(local.top(), remote.top());
+            QCOMPARE(tasks.bottom(), remote.bottom());
+            QCOMPARE(tasks.left(), local.left());
+            QCOMPARE(tasks.right(), local.right());
+        }
         QStringList titles;
         for (const char* name : {"remoteTable", "localTable", "taskTable"}) {
             const auto* box = qobject_cast<QGroupBox*>(m_tab->table(name)->parentWidget());

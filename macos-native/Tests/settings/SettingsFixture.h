@@ -24,11 +24,24 @@ public:
     /// From now on `document` is what the backend keeps.
     void saved(const Json& document) { backend.answer("load_nelo_settings", document); }
 
-    bool isOn(const char* checkBox) { return find<QCheckBox>(checkBox)->isChecked(); }
+    /// Returns what the form shows, from top to bottom.
+    QString shown()
+    {
+        return QStringList{isOn("coreAutoDiscoveryButton"), text("coreURLField"),
+                           title("chatModePopup"),          title("localModelPopup"),
+                           title("cloudProviderPopup"),     text("cloudModelField"),
+                           text("cloudAPIKeyField"),        text("cloudSkillsCatalogURLField"),
+                           isOn("autoTovaniButton"),        text("tovaniPathField")}
+            .join(u'|');
+    }
     void type(const char* field, const QString& text)
     {
         find<QLineEdit>(field)->clear();
         find<QLineEdit>(field)->insert(text); // as pasting does: also what no key can type
+    }
+    QString isOn(const char* checkBox)
+    {
+        return find<QCheckBox>(checkBox)->isChecked() ? QStringLiteral("on") : QStringLiteral("off");
     }
     /// The document of the last save; null when there was none.
     Json sentDocument() const

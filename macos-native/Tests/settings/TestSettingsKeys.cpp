@@ -27,7 +27,7 @@ class TestSettingsKeys final : public TestCase
     Q_OBJECT
 
 private slots:
-    void showsTheKeyOfEachProviderOrNothing()
+    void showsTheKeyOfEachProviderOrNothingAndTheDocumentsForItsOwn()
     {
         store("openai", u"key of openai"_s);
         store("kimi", u"key of kimi"_s);
@@ -35,18 +35,11 @@ private slots:
         QCOMPARE(key(), u"key of kimi"_s);
         m_settings->choose("cloudProviderPopup", "deepseek");
         QCOMPARE(key(), QString());
-        m_settings->choose("cloudProviderPopup", "openai");
-        QCOMPARE(key(), u"key of openai"_s);
-    }
-
-    void theDocumentsKeyWinsForItsProviderOnly()
-    {
-        store("kimi", u"stored"_s);
-        store("openai", u"other"_s);
         m_settings->saved({{"chat", {{"cloud_provider", "kimi"}, {"cloud_api_key", "of the document"}}}});
+        m_settings->press("Reload");
         QCOMPARE(key(), u"of the document"_s);
         m_settings->choose("cloudProviderPopup", "openai");
-        QCOMPARE(key(), u"other"_s);
+        QCOMPARE(key(), u"key of openai"_s);
     }
 
     void aTypedKeyIsBackAfterSwitchingAndTrimmed()

@@ -141,19 +141,14 @@ private slots:
         const QRect reload = m_window->button(u"Reload"_s);
         const QRect refresh = m_window->button(u"Refresh Catalog"_s);
         const QRect status = m_window->frame("statusLabel");
-        const QList<int> gaps{separators.first().top() - m_window->frame("coreURLField").bottom() - 1,
-                              separators.first().left(),
-                              smallest.width() - 1 - separators.first().right(),
-                              m_window->frame("cloudAPIKeyField").top() - m_window->frame("cloudModelField").bottom()
-                                  - 1,
-                              save.left(),
-                              save.top() - m_window->frame("tovaniPathField").bottom() - 1,
-                              reload.left() - save.right() - 1,
-                              refresh.left() - reload.right() - 1,
-                              status.left(),
-                              smallest.width() - 1 - status.right(),
-                              status.top() - save.bottom() - 1};
-        QCOMPARE(gaps, (QList<int>{12, 24, 24, 12, 24, 10, 8, 8, 24, 24, 14}));
+        QCOMPARE(
+            (QList<int>{separators.first().top() - m_window->frame("coreURLField").bottom() - 1,
+                        separators.first().left(), smallest.width() - 1 - separators.first().right(),
+                        m_window->frame("cloudAPIKeyField").top() - m_window->frame("cloudModelField").bottom() - 1,
+                        save.left(), save.top() - m_window->frame("tovaniPathField").bottom() - 1,
+                        reload.left() - save.right() - 1, refresh.left() - reload.right() - 1, status.left(),
+                        smallest.width() - 1 - status.right(), status.top() - save.bottom() - 1}),
+            (QList<int>{12, 24, 24, 12, 24, 10, 8, 8, 24, 24, 14}));
         const auto* form = m_window->view->findChild<ScrollingForm*>();
         QCOMPARE(form->widget()->minimumSizeHint().height(), status.bottom() + 1 + 24);
     }

@@ -1,7 +1,7 @@
 #include "agents/core/Agent.h"
 
 #include "base/Ecosystem.h"
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/TestCase.h"
 
 using namespace Qt::StringLiterals;
@@ -12,33 +12,28 @@ class TestAgent final : public TestCase
     Q_OBJECT
 
 private slots:
-    void aRowIsReadByItsKeys_data()
-    {
-        QTest::addColumn<QByteArray>("row");
-        QTest::addColumn<QStringList>("texts"); // ecosystem, id, name, origin, workspace
-
-        QTest::newRow("all of them") << QByteArray(
-            R"({"id":"a","name":"n","ecosystem":"codex","origin":"managed","workspace":"/w"})")
-                                     << QStringList{u"codex"_s, u"a"_s, u"n"_s, u"managed"_s, u"/w"_s};
-        QTest::newRow("none of them") << "{}"_ba << QStringList{{}, {}, {}, {}, {}};
-        QTest::newRow("an agent without a name is called by its id")
-            << QByteArray(R"({"id":"a"})") << QStringList{{}, u"a"_s, u"a"_s, {}, {}};
-        QTest::newRow("an empty name is a name")
-            << QByteArray(R"({"id":"a","name":""})") << QStringList{{}, u"a"_s, {}, {}, {}};
-        QTest::newRow("other kinds by their text")
-            << QByteArray(R"({"id":1,"name":null,"ecosystem":[],"origin":true,"workspace":1.5})")
-            << QStringList{u"[]"_s, u"1"_s, u"<null>"_s, u"1"_s, u"1.5"_s};
-        QTest::newRow("line feeds and marks as they stand") << QByteArray("{\"id\":\"a\\nb\",\"name\":\"\\u202e<b>\"}")
-                                                            << QStringList{{}, u"a\nb"_s, u"\u202e<b>"_s, {}, {}};
-    }
-
     void aRowIsReadByItsKeys()
     {
-        QFETCH(QByteArray, row);
-        QFETCH(QStringList, texts);
-        const Agent agent = agentOf(Json::parse(row.toStdString()));
-        QCOMPARE(QStringList({agent.ecosystem, agent.id, agent.name, agent.origin, agent.workspace}), texts);
-        QCOMPARE(agent.label(), texts.at(0) + u'/' + texts.at(1));
+        const CaseTable<std::string, QStringList> cases{
+            // ecosystem, id, name, origin, workspace
+            {"all of them",
+             R"({"id":"a","name":"n","ecosystem":"codex","origin":"managed","workspace":"/w"})",
+             {u"codex"_s, u"a"_s, u"n"_s, u"managed"_s, u"/w"_s}},
+            {"none of them", "{}", {{}, {}, {}, {}, {}}},
+            {"an agent without a name is called by its id", R"({"id":"a"})", {{}, u"a"_s, u"a"_s, {}, {}}},
+            {"an empty name is a name", R"({"id":"a","name":""})", {{}, u"a"_s, {}, {}, {}}},
+            {"other kinds by their text",
+             R"({"id":1,"name":null,"ecosystem":[],"origin":true,"workspace":1.5})",
+             {u"[]"_s, u"1"_s, u"<null>"_s, u"1"_s, u"1.5"_s}},
+            {"line feeds and marks as they stand",
+             "{\"id\":\"a\\nb\",\"name\":\"\\u202e<b>\"}",
+             {{}, u"a\nb"_s, u"\u202e<b>"_s, {}, {}}},
+        };
+        for (const auto& [row, texts] : cases) {
+            const Agent agent = agentOf(Json::parse(row));
+            QCOMPARE(QStringList({agent.ecosystem, agent.id, agent.name, agent.origin, agent.workspace}), texts);
+            QCOMPARE(agent.label(), texts.at(0) + u'/' + texts.at(1));
+        }
     }
 
     void onlyManagedIsManaged()
@@ -61,28 +56,24 @@ private slots:
             QCOMPARE(paths(other), u"/home/我/.openclaw/openclaw.json /home/我/.openclaw/agents/x-1"_s);
     }
 
-    void aNewAgentIsNamedAfterWhatWasEntered_data()
-    {
-        const Cases<QString, QString> add("entered", "name");
-
-        const QString standIn = u"kimi 20250101-093000"_s;
-        add("as entered", u"My agent"_s, u"My agent"_s);
-        add("without white space around it", u" \n\t助手\u2028 "_s, u"助手"_s);
-        add("after its ecosystem when nothing was entered", {}, standIn);
-        add("after its ecosystem when only blanks were", u" \t\n"_s, standIn);
-        add("after another ecosystem when that was left there", u"openclaw 20250101-093000"_s,
-            u"openclaw 20250101-093000"_s);
-    }
-
     void aNewAgentIsNamedAfterWhatWasEntered()
     {
-        QFETCH(QString, entered);
-        QFETCH(QString, name);
-        const NewAgent agent = newAgent(u"kimi"_s, entered, u"20250101-093000"_s, u"/home/me"_s);
-        QCOMPARE(agent.ecosystem, u"kimi"_s);
-        QCOMPARE(agent.id, u"kimi-20250101-093000"_s);
-        QCOMPARE(agent.name, name);
-        QCOMPARE(agent.workspace, u"/home/me/.kimi/agents/kimi-20250101-093000"_s);
+        const QString standIn = u"kimi 20250101-093000"_s;
+        const CaseTable<QString, QString> cases{
+            {"as entered", u"My agent"_s, u"My agent"_s},
+            {"without white space around it", u" \n\t助手\u2028 "_s, u"助手"_s},
+            {"after its ecosystem when nothing was entered", {}, standIn},
+            {"after its ecosystem when only blanks were", u" \t\n"_s, standIn},
+            {"after another ecosystem when that was left there", u"openclaw 20250101-093000"_s,
+             u"openclaw 20250101-093000"_s},
+        };
+        for (const auto& [entered, name] : cases) {
+            const NewAgent agent = newAgent(u"kimi"_s, entered, u"20250101-093000"_s, u"/home/me"_s);
+            QCOMPARE(agent.ecosystem, u"kimi"_s);
+            QCOMPARE(agent.id, u"kimi-20250101-093000"_s);
+            QCOMPARE(agent.name, name);
+            QCOMPARE(agent.workspace, u"/home/me/.kimi/agents/kimi-20250101-093000"_s);
+        }
     }
 };
 

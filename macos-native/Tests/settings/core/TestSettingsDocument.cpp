@@ -1,6 +1,6 @@
 #include "settings/core/SettingsDocument.h"
 
-#include "support/Cases.h"
+#include "support/CaseTable.h"
 #include "support/TestCase.h"
 #include "support/TestHome.h"
 
@@ -39,26 +39,16 @@ class TestSettingsDocument final : public TestCase
     Q_OBJECT
 
 private slots:
-    void nothingUsableReadsAsTheDefaults_data()
-    {
-        QTest::addColumn<QByteArray>("document");
-        QTest::newRow("an empty object") << "{}"_ba;
-        QTest::newRow("an array") << QByteArray(R"([{"core":{"url":"x"}}])");
-        QTest::newRow("null") << "null"_ba;
-        QTest::newRow("a text") << QByteArray(R"("core")");
-        for (const char* section : {"null", "true", "7", R"("text")", R"([{"url":"x","mode":"cloud"}])"}) {
-            const QByteArray value(section);
-            QTest::addRow("every section is %s", section)
-                << QByteArray(R"({"core":)" + value + R"(,"chat":)" + value + R"(,"tovani":)" + value
-                              + R"(,"cloud_skills":)" + value + "}");
-        }
-        QTest::newRow("empty sections") << QByteArray(R"({"core":{},"chat":{},"tovani":{},"cloud_skills":{}})");
-        QTest::newRow("unknown keys only") << QByteArray(R"({"version":2,"Core":{"url":"x"},"chat":{"Mode":"cloud"}})");
-    }
-
     void nothingUsableReadsAsTheDefaults()
     {
-        QFETCH(QByteArray, document);
+        QByteArrayList documents{"{}",
+                                 R"([{"core":{"url":"x"}}])",
+                                 "null",
+                                 R"("core")",
+                                 R"({"core":{},"chat":{},"tovani":{},"cloud_skills":{}})",
+                                 R"({"version":2,"Core":{"url":"x"},"chat":{"Mode":"cloud"}})"};
+        for (const char* section : {"null", "true", "7", R"("text")", R"([{"url":"x","mode":"cloud"}])"})
+            documents.append(QByteArray(R"({"core":%,"chat":%,"tovani":%,"cloud_skills":%})").replace("%", section));
         const SettingsDocument defaults{
             .coreAutoDiscovery = true,
             .coreUrl = QString(),
@@ -71,33 +61,32 @@ private slots:
             .tovaniPath = m_home.path(u".nelo/tovani"_s),
             .cloudSkillsCatalogUrl = QString(),
         };
-        QVERIFY(readSettingsDocument(Json::parse(document.toStdString())) == defaults);
-    }
-
-    void textsAreTakenOrDescribed_data()
-    {
-        const Cases<QByteArray, QString> add("value", "text");
-        add("a text as it is", "\"  a\\nb 你好 \"", u"  a\nb 你好 "_s);
-        add("an empty text is no missing one", R"("")", {});
-        add("null", "null", u"<null>"_s);
-        add("a number", "8878", u"8878"_s);
-        add("a fraction", "0.5", u"0.5"_s);
-        add("true", "true", u"1"_s);
-        add("false", "false", u"0"_s);
-        add("a list", R"(["a", 1])", QStringLiteral(R"(["a",1])"));
-        add("an object", R"({"a": null})", QStringLiteral(R"({"a":null})"));
+        for (const QByteArray& document : std::as_const(documents))
+            QVERIFY2(readSettingsDocument(Json::parse(document.toStdString())) == defaults, document.constData());
     }
 
     void textsAreTakenOrDescribed()
     {
-        QFETCH(QByteArray, value);
-        QFETCH(QString, text);
-        QCOMPARE(readSettingsDocument(documentWith("core", "url", value)).coreUrl, text);
-        QCOMPARE(readSettingsDocument(documentWith("chat", "local_model", value)).localModel, text);
-        QCOMPARE(readSettingsDocument(documentWith("chat", "cloud_model", value)).cloudModel, text);
-        QCOMPARE(readSettingsDocument(documentWith("chat", "cloud_api_key", value)).cloudApiKey, text);
-        QCOMPARE(readSettingsDocument(documentWith("tovani", "path", value)).tovaniPath, text);
-        QCOMPARE(readSettingsDocument(documentWith("cloud_skills", "catalog_url", value)).cloudSkillsCatalogUrl, text);
+        const CaseTable<QByteArray, QString> cases{
+            {"a text as it is", "\"  a\\nb 你好 \"", u"  a\nb 你好 "_s},
+            {"an empty text is no missing one", R"("")", {}},
+            {"null", "null", u"<null>"_s},
+            {"a number", "8878", u"8878"_s},
+            {"a fraction", "0.5", u"0.5"_s},
+            {"true", "true", u"1"_s},
+            {"false", "false", u"0"_s},
+            {"a list", R"(["a", 1])", QStringLiteral(R"(["a",1])")},
+            {"an object", R"({"a": null})", QStringLiteral(R"({"a":null})")},
+        };
+        for (const auto& [value, text] : cases) {
+            QCOMPARE(readSettingsDocument(documentWith("core", "url", value)).coreUrl, text);
+            QCOMPARE(readSettingsDocument(documentWith("chat", "local_model", value)).localModel, text);
+            QCOMPARE(readSettingsDocument(documentWith("chat", "cloud_model", value)).cloudModel, text);
+            QCOMPARE(readSettingsDocument(documentWith("chat", "cloud_api_key", value)).cloudApiKey, text);
+            QCOMPARE(readSettingsDocument(documentWith("tovani", "path", value)).tovaniPath, text);
+            QCOMPARE(readSettingsDocument(documentWith("cloud_skills", "catalog_url", value)).cloudSkillsCatalogUrl,
+                     text);
+        }
     }
 
     void onlyFalseAndZeroSwitchOff()
@@ -126,23 +115,6 @@ private slots:
         for (const char* other : {R"("local")", R"("openai")", R"("remote")", R"("KIMI")", R"(" cloud ")", R"("")",
                                   "null", "1", R"(["cloud"])", R"({"cloud":"kimi"})", "true"})
             QCOMPARE(read(other), u"local openai"_s);
-    }
-
-    void theDocumentIsWrittenInItsOrder()
-    {
-        const char* const document = R"({"version":1,)"
-                                     "\"core\":{\"url\":\"http://core\",\"auto_discovery\":false},"
-                                     R"("chat":{"mode":"cloud","local_model":"llama3:70b","cloud_provider":"kimi",)"
-                                     "\"cloud_model\":\"moonshot-v1-8k\",\"cloud_api_key\":\"sk-密\"},"
-                                     R"("tovani":{"auto_download_on_chat":false,"path":"/opt/tovani"},)"
-                                     "\"cloud_skills\":{\"catalog_url\":\"https://server/catalog.json\"}}";
-        QCOMPARE(toJson(filled()).dump(), std::string(document));
-
-        SettingsDocument on = filled();
-        on.coreAutoDiscovery = true;
-        on.autoDownloadTovani = true;
-        QVERIFY(toJson(on)["core"]["auto_discovery"] == true);
-        QVERIFY(toJson(on)["tovani"]["auto_download_on_chat"] == true);
     }
 
     void typedTextsAreWrittenTrimmed()
