@@ -3,6 +3,7 @@
 #include "platform/TerminationSignals.h"
 #include "shell/NeloMenuBarApp.h"
 #include "ui/Alerts.h"
+#include "ui/TextScale.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -74,6 +75,7 @@ int main(int argc, char* argv[])
     QApplication::setDesktopFileName(QStringLiteral("example.nelo.NeloMenuBar"));
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(windowIcon());
+    setDefaultFont();
     if (reason) {
         showAlert(nullptr, QStringLiteral("Nelo"), QString::fromUtf8(reason));
         return 1;

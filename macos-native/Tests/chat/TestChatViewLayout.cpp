@@ -2,6 +2,7 @@
 #include "chat/transcript/TranscriptView.h"
 #include "support/TestCase.h"
 #include "ui/Colors.h"
+#include "ui/TextScale.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -57,7 +58,8 @@ private slots:
         QCOMPARE(QFontInfo(m_chat->find<QWidget>("debugLabel")->font()).pixelSize(), 11);
         QCOMPARE(QFontInfo(m_chat->inputField()->font()).pixelSize(), 14);
         QVERIFY(!m_chat->inputField()->hasFrame());
-        QVERIFY(m_chat->find<QLabel>("header")->text().contains(u"font-size:10.5pt")); // 14 pixels at 96 dpi
+        const QString linkSize = QString::number(pointsScaledToFont(14));
+        QVERIFY(m_chat->find<QLabel>("header")->text().contains(u"font-size:%1pt"_s.arg(linkSize)));
     }
 
     void panelsHaveTheGivenColors()

@@ -140,6 +140,25 @@ private slots:
         }
     }
 
+    void separatorsAreMadeVisible()
+    {
+        const CaseTable<QPalette> cases{
+            {"on Qt's own light window", QPalette(QColor(239, 239, 239))},
+            {"on a dark window", QPalette(QColor(49, 54, 59), QColor(42, 46, 50))},
+            {"where dark windows are preferred", Colors::inScheme(QPalette(QColor(239, 239, 239)), ColorScheme::Dark)},
+            {"where light windows are preferred", Colors::inScheme(QPalette(Qt::black), ColorScheme::Light)},
+        };
+        for (const auto& [theme] : cases) {
+            const QPalette mended = Colors::legible(theme);
+            for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
+                const QColor window = mended.color(group, QPalette::Window);
+                const double contrast = Colors::contrast(mended.color(group, QPalette::Mid), window);
+                QVERIFY(contrast >= 3);
+                QVERIFY(contrast < Colors::contrast(Colors::secondaryText(mended), window));
+            }
+        }
+    }
+
     void selectedTextIsMadeLegible()
     {
         const CaseTable<QColor, QColor, QColor> cases{

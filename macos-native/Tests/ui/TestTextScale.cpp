@@ -19,22 +19,37 @@ class TestTextScale final : public TestCase
 private slots:
     void cleanup() { QApplication::setFont(m_font); }
 
-    void measuresFollowTheText()
+    void measuresGrowWithTheTextAndTextsFollowIt()
     {
-        const CaseTable<double, int> cases{
-            {"very small text makes nothing smaller", 5, 100},
-            {"where no desktop says anything, 12 pixels, nothing is smaller", 9, 100},
-            {"13 pixels are what is given", 9.75, 100},
-            {"Plasma, 13.33 pixels", 10, 103},
-            {"GNOME, 14.67 pixels", 11, 113},
-            {"twice the size", 19.5, 200},
-            {"three times the size", 29.25, 300},
+        const CaseTable<double, int, int> cases{
+            {"10 pixels", 10, 100, 77},
+            {"12 pixels, 9 points", 12, 100, 92},
+            {"13 pixels are what is given", 13, 100, 100},
+            {"Plasma, 10 points", 10 / 0.75, 103, 103},
+            {"GNOME, 11 points", 11 / 0.75, 113, 113},
+            {"twice the size", 26, 200, 200},
         };
-        for (const auto& [points, grown] : cases) {
+        for (const auto& [pixels, measure, text] : cases) {
             QFont font = QApplication::font();
-            font.setPointSizeF(points);
+            font.setPointSizeF(pixels / pixelsPerPoint());
             QApplication::setFont(font);
-            QCOMPARE(scaledToFont(100), grown);
+            QCOMPARE(scaledToFont(100), measure);
+            QCOMPARE(qRound(pointsScaledToFont(100) * pixelsPerPoint()), text);
+        }
+    }
+
+    void onlyAFontThatNoDesktopHasChosenIsMadeOrdinary()
+    {
+        const CaseTable<QFont, double> cases{
+            {"no desktop", QFont(u"Sans Serif"_s, 9), 13},
+            {"another size", QFont(u"Sans Serif"_s, 8), 8 * pixelsPerPoint()},
+            {"another family", QFont(u"Noto Sans"_s, 9), 9 * pixelsPerPoint()},
+        };
+        for (const auto& [font, pixels] : cases) {
+            QApplication::setFont(font);
+            setDefaultFont();
+            QCOMPARE(QApplication::font().family(), font.family());
+            QCOMPARE(QApplication::font().pointSizeF() * pixelsPerPoint(), pixels);
         }
     }
 
@@ -65,6 +80,8 @@ private slots:
     }
 
 private:
+    static double pixelsPerPoint() { return QGuiApplication::primaryScreen()->logicalDotsPerInchY() / 72; }
+
     static void setTextSize(int pixelSize)
     {
         QFont font = QApplication::font();

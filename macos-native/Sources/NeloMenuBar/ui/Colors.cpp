@@ -6,7 +6,9 @@
 namespace {
 
 constexpr float secondaryWeight = 0.65F; // of a text's own color
-constexpr double enoughContrast = 4.5;   // WCAG 2.1, 1.4.3
+constexpr double textContrast = 4.5;     // WCAG 2.1, 1.4.3
+constexpr float lineWeight = 0.5F;       // of a text's own color
+constexpr double lineContrast = 3;       // WCAG 2.1, 1.4.11
 
 QColor blend(const QColor& over, const QColor& under, float weight)
 {
@@ -24,24 +26,29 @@ double relativeLuminance(const QColor& color)
     return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
 }
 
-bool isLegible(const QColor& text, const QColor& background)
+bool standsOut(const QColor& color, const QColor& background, double contrast)
 {
-    QColor opaque = text;
+    QColor opaque = color;
     opaque.setAlphaF(1);
-    return Colors::contrast(blend(opaque, background, text.alphaF()), background) >= enoughContrast;
+    return Colors::contrast(blend(opaque, background, color.alphaF()), background) >= contrast;
 }
 
 void mend(QPalette& palette, QPalette::ColorGroup group)
 {
     const QColor base = palette.color(group, QPalette::Base);
-    if (!isLegible(palette.color(group, QPalette::PlaceholderText), base))
+    if (!standsOut(palette.color(group, QPalette::PlaceholderText), base, textContrast))
         palette.setColor(group, QPalette::PlaceholderText,
                          blend(palette.color(group, QPalette::Text), base, secondaryWeight));
 
+    const QColor window = palette.color(group, QPalette::Window);
+    if (!standsOut(palette.color(group, QPalette::Mid), window, lineContrast))
+        palette.setColor(group, QPalette::Mid, blend(palette.color(group, QPalette::WindowText), window, lineWeight));
+
     const QColor highlight = palette.color(group, QPalette::Highlight);
-    if (isLegible(palette.color(group, QPalette::HighlightedText), highlight))
+    if (standsOut(palette.color(group, QPalette::HighlightedText), highlight, textContrast))
         return;
-    const bool isDark = isLegible(Qt::white, highlight); // one of black and white always has enough contrast
+    const bool isDark =
+        standsOut(Qt::white, highlight, textContrast); // one of black and white always has enough contrast
     palette.setColor(group, QPalette::HighlightedText, isDark ? Qt::white : Qt::black);
 }
 
@@ -117,5 +124,5 @@ QPalette Colors::lightAppearance(const QColor& background)
     palette.setColor(QPalette::Highlight, QColor(48, 104, 198));
     palette.setColor(QPalette::HighlightedText, Qt::white);
     palette.setColor(QPalette::PlaceholderText, secondaryText(palette));
-    return palette;
+    return legible(palette);
 }

@@ -22,7 +22,8 @@ double contrast(const QColor& one, const QColor& other);
 bool isDark(const QPalette& palette);
 
 /// Returns `palette` with other colors for placeholders and selected text where their contrast to the background is
-/// less than 4.5:1. Many themes have too little contrast for these two.
+/// less than 4.5:1, and for separators (`QPalette::Mid`) where it is less than 3:1. Many themes have too little
+/// contrast for these.
 QPalette legible(QPalette palette);
 
 /// Returns `palette`, or one of our own where it is not in the color scheme `scheme`.

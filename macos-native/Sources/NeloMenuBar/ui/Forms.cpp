@@ -50,6 +50,6 @@ QFrame* makeSeparator(QWidget* parent)
 {
     auto* line = new QFrame(parent);
     line->setFrameStyle(static_cast<int>(QFrame::HLine) | static_cast<int>(QFrame::Plain));
-    line->setForegroundRole(QPalette::Mid); // a faint line
+    line->setForegroundRole(QPalette::Mid); // fainter than text
     return line;
 }

@@ -27,14 +27,24 @@ double pixelSize()
 
 double textScale()
 {
-    return std::max(1.0, pixelSize() / ordinaryPixelSize);
+    return pixelSize() / ordinaryPixelSize;
 }
 
 } // namespace
 
+void setDefaultFont()
+{
+    QFont font = QApplication::font();
+    // The font of Qt's themes that know nothing about the desktop's.
+    if (font.family() != QStringLiteral("Sans Serif") || font.pointSizeF() != 9)
+        return;
+    font.setPointSizeF(ordinaryPixelSize / pixelsPerPoint());
+    QApplication::setFont(font);
+}
+
 int scaledToFont(int given)
 {
-    return qRound(given * textScale());
+    return qRound(given * std::max(1.0, textScale()));
 }
 
 QSize scaledToFont(QSize given)
