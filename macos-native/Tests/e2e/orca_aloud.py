@@ -17,5 +17,5 @@ class Utterances(logging.Handler):
 
 logging.getLogger("speech").addHandler(Utterances())
 logging.getLogger("speech").setLevel(logging.INFO)
-orca.getSettingsManager().activate(customSettings={"enableBraille": False, "enableKeyEcho": False, "enableSound": False})
+orca.getSettingsManager().activate(customSettings={"enableBraille": False, "enableKeyEcho": False, "enableEchoByCharacter": True, "enableSound": False})
 sys.exit(orca.main())

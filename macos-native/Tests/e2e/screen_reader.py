@@ -1,15 +1,17 @@
 """Orca without a voice: what it would speak about the program."""
 from __future__ import annotations
 
+import contextlib
 import os
 import signal
 import subprocess
 import tempfile
 from pathlib import Path
 from types import TracebackType
+from typing import Callable
 
 from nelo import GRACE_SECONDS
-from screen import until
+from screen import type_text, until
 
 PROGRAM = Path(__file__).with_name("orca_aloud.py")
 
@@ -28,7 +30,8 @@ class Orca:
             self._process = subprocess.Popen(["/usr/bin/python3", PROGRAM], env=environment, stdout=log, stderr=errors,
                                              start_new_session=True)
         try:
-            self.wait_for("Screen reader on.")
+            until(lambda: "Screen reader on." in self._unread(), "Orca speaking")
+            self._read = len(self._unread())
         except AssertionError:
             self._end()
             raise
@@ -49,9 +52,21 @@ class Orca:
     def _unread(self) -> str:
         return self._log.read_text()[self._read:]
 
-    def wait_for(self, *texts: str) -> str:
-        """Waits until each of the texts is spoken, and returns all that has been spoken since the last call."""
-        until(lambda: all(text in self._unread() for text in texts), f"{texts} spoken, not {self._unread()!r}")
+    def hear(self, wanted: list[str], plain: Callable[[str], str] = str) -> list[str]:
+        """Waits until these lines are spoken, in any order, and no other, for as long as one may wait. Returns what has been
+        spoken since the last call, each line as `plain` makes it."""
+        def lines(spoken: str) -> list[str]:
+            return list(filter(None, map(plain, spoken.splitlines())))
+
+        with contextlib.suppress(AssertionError):
+            until(lambda: sorted(lines(self._unread())) == sorted(wanted), "the lines")
         spoken = self._unread()
         self._read += len(spoken)
-        return spoken
+        return lines(spoken)
+
+    def hear_typing(self, text: str) -> None:
+        """Types a text. Each letter is spoken before the next one is typed: while Orca is busy, keys come out of order."""
+        for letter in text:
+            type_text(letter)
+            until(self._unread, f"{letter!r} spoken")
+            self._read += len(self._unread())
