@@ -3,6 +3,7 @@
 #include <QTest>
 
 #include <initializer_list>
+#include <iterator>
 #include <tuple>
 #include <vector>
 
@@ -23,26 +24,17 @@ public:
         std::tuple<Values...> values;
     };
 
-    class Iterator final
+    /// Goes to the next case unless one has failed.
+    struct Iterator
     {
-    public:
-        Iterator(const Case* at, const char** name) : m_case(at), m_name(name) {}
+        const CaseTable& table;
 
-        const std::tuple<Values...>& operator*() const
+        const std::tuple<Values...>& operator*() const { return table.m_cases[table.m_index].values; }
+        void operator++() const { table.m_index += QTest::currentTestFailed() ? 0 : 1; }
+        bool operator!=(std::default_sentinel_t /*end*/) const
         {
-            *m_name = m_case->name;
-            return m_case->values;
+            return table.m_index < table.m_cases.size() && !QTest::currentTestFailed();
         }
-        Iterator& operator++()
-        {
-            ++m_case;
-            return *this;
-        }
-        bool operator!=(const Iterator& other) const { return m_case != other.m_case && !QTest::currentTestFailed(); }
-
-    private:
-        const Case* m_case;
-        const char** m_name;
     };
 
     CaseTable(std::initializer_list<Case> cases) : m_cases(cases) {}
@@ -50,14 +42,18 @@ public:
     CaseTable& operator=(const CaseTable&) = delete;
     ~CaseTable()
     {
-        if (m_name && QTest::currentTestFailed())
-            qInfo("The case: %s", m_name);
+        if (m_index < m_cases.size() && QTest::currentTestFailed())
+            qInfo("The case: %s", m_cases[m_index].name);
     }
 
-    Iterator begin() const { return {m_cases.data(), &m_name}; }
-    Iterator end() const { return {m_cases.data() + m_cases.size(), &m_name}; }
+    Iterator begin() const
+    {
+        m_index = 0;
+        return {*this};
+    }
+    std::default_sentinel_t end() const { return {}; }
 
 private:
     std::vector<Case> m_cases;
-    mutable const char* m_name = nullptr; // of the case that the loop has come to
+    mutable std::size_t m_index = 0; // of the case of the loop
 };

@@ -8,7 +8,7 @@
 #include "support/Files.h"
 #include "support/ProcessTable.h"
 #include "support/SmallDisk.h"
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 #include "support/faults/EveryFault.h"
 #include "support/faults/FaultyCalls.h"
 #include "support/faults/RandomKills.h"
@@ -16,7 +16,6 @@
 #include <QDateTime>
 #include <QDir>
 #include <QSettings>
-#include <QTest>
 
 #include <cerrno>
 #include <cstdlib>
@@ -130,7 +129,7 @@ private:
 } // namespace
 
 /// Every file that the program replaces is whole at any time, whatever call fails and whenever the program is killed.
-class TestFileWriters final : public QObject
+class TestFileWriters final : public TestCase
 {
     Q_OBJECT
 
@@ -140,7 +139,7 @@ public:
 private slots:
     void init()
     {
-        failOnUnexpectedWarning();
+        TestCase::init();
         QCoreApplication::setOrganizationName(u"Nelo"_s);
         QCoreApplication::setApplicationName(u"TestFileWriters"_s);
     }

@@ -1,9 +1,7 @@
-#include "support/CaseTable.h"
 #include "support/faults/RandomKills.h"
 
-#include "support/Warnings.h"
-
-#include <QTest>
+#include "support/CaseTable.h"
+#include "support/TestCase.h"
 
 #include <csignal>
 #include <stdexcept>
@@ -18,13 +16,11 @@ using Ending = bool (*)();
 Q_DECLARE_METATYPE(Ending)
 
 /// What the killing of programs says of those that do not live until they are killed.
-class TestRandomKills final : public QObject
+class TestRandomKills final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnUnexpectedWarning(); }
-
     void workThatGoesOnIsKilled()
     {
         RandomKills random;
