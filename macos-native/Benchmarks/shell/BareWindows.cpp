@@ -137,6 +137,13 @@ void addTexts(QBoxLayout* layout, const std::vector<const char*>& texts)
         layout->addWidget(new QLabel(QString::fromLatin1(text)));
 }
 
+QLabel* makeParagraph(const QString& text)
+{
+    auto* paragraph = new QLabel(text);
+    paragraph->setWordWrap(true);
+    return paragraph;
+}
+
 QHBoxLayout* makeButtons(const std::vector<const char*>& titles)
 {
     auto* row = new QHBoxLayout;
@@ -187,7 +194,7 @@ QWidget* makeRuntime(const std::string& reply)
     column->addLayout(makeButtons({"Refresh"}));
     auto* box = new QGroupBox(QStringLiteral("OpenClaw Runtime"));
     auto* boxColumn = new QVBoxLayout(box);
-    boxColumn->addWidget(makeScrollArea(new QLabel(QString::fromStdString(reply))));
+    boxColumn->addWidget(makeScrollArea(makeParagraph(QString::fromStdString(reply))));
     column->addWidget(box, 1);
     addTexts(column, {"Ready"});
     return tab;
@@ -197,8 +204,20 @@ QWidget* makePlaceholder()
 {
     auto* tab = new QWidget;
     auto* column = new QVBoxLayout(tab);
-    addTexts(column, {"Title", "Manage per-agent knowledge and memory sources"});
+    addTexts(column, {"Tovani"});
+    column->addWidget(makeParagraph(QStringLiteral(
+        "Manage per-agent knowledge and memory sources (datasets, indexes, versions). This tab is kept as a structural "
+        "placeholder and will host indexing tasks and status monitoring next.")));
     return tab;
+}
+
+/// The line above the tabs: Chinese text with a link.
+QLabel* makeBanner()
+{
+    auto* banner = new QLabel(QStringLiteral("Nelo为您提供最简单的AI入口服务。客服请联系我们："
+                                             "<a href=\"https://nelo.example/support\">nelo.example</a>"));
+    banner->setAlignment(Qt::AlignCenter);
+    return banner;
 }
 
 QStringList namesIn(const std::string& reply)
@@ -287,7 +306,7 @@ std::unique_ptr<QWidget> makeBareConsoleWindow(const ConsoleReplies& replies)
     window->setMinimumSize(1000, 720);
     auto* root = new QVBoxLayout(window.get());
     root->setContentsMargins({});
-    addTexts(root, {"Support"});
+    root->addWidget(makeBanner());
     auto* tabs = new QTabWidget;
     tabs->setDocumentMode(true);
     tabs->addTab(makeAgents(replies.agents), QStringLiteral("Agents"));
