@@ -91,7 +91,7 @@ private slots:
     {
         const std::string result = R"({"z":1,"a":1.0,"big":18446744073709551615,"small":-9223372036854775808,)"
                                    R"("third":0.1,"tiny":5e-324,"list":[3,2,1],"deep":{"y":null,"b":false}})";
-        QCOMPARE(ReplyReader().interpret(R"({"ok": true, "result": )" + result + "}").text, result);
+        QCOMPARE(ReplyReader().interpret(R"({"ok":true,"result":)" + result + "}").text, result);
     }
 
     void nestingBeyondTheBoundIsAnError()

@@ -53,5 +53,5 @@ class HelperServerTest(unittest.TestCase):
     def test_an_empty_line_has_no_reply(self) -> None:
         self.assertEqual(replies("", "  ", '{"function": "echo"}'), [{"ok": True, "result": []}])
 
-    def test_a_reply_is_one_line_of_text_without_escapes(self) -> None:
-        self.assertEqual(output('{"function": "echo", "args": ["\\u4f60"]}'), '{"ok": true, "result": ["你"]}\n')
+    def test_a_reply_is_one_line_of_compact_text_without_escapes(self) -> None:
+        self.assertEqual(output('{"function": "echo", "args": ["\\u4f60", 1]}'), '{"ok":true,"result":["你",1]}\n')

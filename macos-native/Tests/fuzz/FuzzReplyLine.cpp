@@ -16,7 +16,7 @@ void requireSuccess(const std::string& line, const ReplyOutcome& outcome)
     require(reply.contains("ok") && reply["ok"] == true, "no reply but one that says so succeeds");
     require((reply.contains("result") ? reply["result"].dump() : "{}") == result.dump(), "the result is the reply's");
 
-    const ReplyOutcome again = ReplyReader().interpret(R"({"ok": true, "result": )" + outcome.text + '}');
+    const ReplyOutcome again = ReplyReader().interpret(R"({"ok":true,"result":)" + outcome.text + '}');
     require(again.text == outcome.text, "a result that is sent again reads the same");
 }
 

@@ -5,7 +5,6 @@
 #include <simdjson.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <optional>
 #include <string_view>
 
@@ -48,36 +47,12 @@ std::string descriptionOf(const element& error)
     return textOf(Json::parse(simdjson::to_string(error), nullptr, false)).toStdString();
 }
 
-/// Returns the implementation that removes white space from JSON. On processors with AVX-512 simdjson's own choice
-/// compresses straight into memory (VPCOMPRESSB), which is microcode on AMD's Zen 4 and takes six times as long there
-/// as the implementation with 256 bits.
-const simdjson::implementation& minifier()
-{
-    static const simdjson::implementation& chosen = []() -> const simdjson::implementation& {
-        const auto* narrower = simdjson::get_available_implementations()["haswell"];
-        return narrower && narrower->supported_by_runtime_system() ? *narrower : *simdjson::get_active_implementation();
-    }();
-    return chosen;
-}
-
-/// Returns the JSON text `text` without the white space outside of strings.
-std::string compactText(std::string_view text)
-{
-    std::string compact(text.size(), '\0');
-    std::size_t length = 0;
-    const auto* source = reinterpret_cast<const std::uint8_t*>(text.data());
-    auto* destination = reinterpret_cast<std::uint8_t*>(compact.data());
-    if (minifier().minify(source, text.size(), destination, length) != simdjson::SUCCESS)
-        return std::string(text); // cannot be: the text has been parsed
-    compact.resize(length);
-    return compact;
-}
-
-/// Returns what stands for the result in a successful reply that is written as the helper's script writes it: what is
-/// between the opening and the last brace. To print the values again would be most of the cost of a long reply.
+/// Returns what stands for the result in a successful reply that is written as the helper's script writes it, without
+/// white space: what is between the opening and the last brace. To print the values again would be most of the cost of
+/// a long reply.
 std::optional<std::string_view> resultIn(std::string_view text, const object& members)
 {
-    constexpr std::string_view opening = R"({"ok": true, "result": )";
+    constexpr std::string_view opening = R"({"ok":true,"result":)";
     if (members.size() != 2 || !text.starts_with(opening) || !text.ends_with('}'))
         return std::nullopt;
     text.remove_prefix(opening.size());
@@ -113,7 +88,7 @@ ReplyOutcome interpretText(simdjson::dom::parser& parser, std::string_view text)
         return invalid();
 
     if (const std::optional<std::string_view> result = resultIn(text, members))
-        return {compactText(*result)};
+        return {std::string(*result)};
     const Reply reply = replyIn(members);
     if (isTrue(reply.ok))
         return {reply.result ? simdjson::to_string(*reply.result) : "{}"};

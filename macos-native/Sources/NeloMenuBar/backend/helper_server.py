@@ -13,7 +13,8 @@ import app as nelo_app
 
 
 def reply(payload: object) -> None:
-    line = memoryview((json.dumps(payload, ensure_ascii=False) + "\n").encode())
+    text = json.dumps(payload, ensure_ascii=False, separators=(",", ":"))  # compact: the result is passed on as it stands
+    line = memoryview((text + "\n").encode())
     while line:  # one write may take only a part of the line
         line = line[os.write(1, line):]
 
