@@ -1,7 +1,6 @@
 #include "backend/BackendReply.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 std::string errorText(const std::string& reason)
@@ -33,10 +32,11 @@ std::vector<Json> BackendReply::rows() const
     Json value = parsed();
     if (!value.is_array() || !std::all_of(value.begin(), value.end(), [](const Json& row) { return row.is_object(); }))
         return {};
-    return {std::make_move_iterator(value.begin()), std::make_move_iterator(value.end())};
+    return std::move(value.get_ref<Json::array_t&>());
 }
 
 Json BackendReply::parsed() const
 {
-    return isError() ? Json() : parseJson(m_text);
+    constexpr bool mayThrow = false;
+    return isError() ? Json() : Json::parse(m_text, nullptr, mayThrow); // the bridge has bounded its nesting
 }

@@ -8,7 +8,8 @@
 /// Returns the failure text of the bridge: "ERROR: " and the reason.
 std::string errorText(const std::string& reason);
 
-/// A reply of `NeloBackend::call`, read leniently: a reply of another shape than expected counts as empty.
+/// A reply of `NeloBackend::call`, read leniently: a reply of another shape than expected counts as empty. The bridge
+/// has parsed it already, and refuses one that is nested deeper than `maxJsonDepth`.
 class BackendReply final
 {
 public:
