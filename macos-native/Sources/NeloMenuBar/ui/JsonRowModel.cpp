@@ -13,17 +13,17 @@ namespace {
 constexpr int noRow = -1;
 
 /// Returns the members of `row` with the names `identity` as a list. A missing member is null in it.
-Json membersOf(const Json& row, const std::vector<const char*>& identity)
+Json membersOf(const Json& row, const std::vector<std::string_view>& identity)
 {
     Json members = Json::array();
-    for (const char* key : identity)
+    for (const std::string_view key : identity)
         members.push_back(row.value(key, Json()));
     return members;
 }
 
-bool haveSameMembers(const Json& row, const Json& other, const std::vector<const char*>& identity)
+bool haveSameMembers(const Json& row, const Json& other, const std::vector<std::string_view>& identity)
 {
-    return std::all_of(identity.begin(), identity.end(), [&](const char* key) {
+    return std::all_of(identity.begin(), identity.end(), [&](std::string_view key) {
         const auto one = row.find(key);
         const auto two = other.find(key);
         return one != row.end() && two != other.end() ? *one == *two : one == row.end() && two == other.end();
@@ -44,6 +44,8 @@ void matchBy(KeyOf keyOf, const std::vector<Json>& earlier, const std::vector<Js
         if (!isTaken[i])
             free[keyOf(earlier[i])].push_back(static_cast<int>(i));
     }
+    if (free.empty())
+        return; // a key takes as long as printing the row
     for (std::size_t i = 0; i < rows.size(); ++i) {
         std::deque<int>* same = indexes[i] == noRow ? &free[keyOf(rows[i])] : nullptr;
         if (!same || same->empty())
@@ -55,7 +57,7 @@ void matchBy(KeyOf keyOf, const std::vector<Json>& earlier, const std::vector<Js
 
 } // namespace
 
-JsonRowModel::JsonRowModel(std::vector<JsonColumn> columns, std::vector<const char*> identity, QObject* parent)
+JsonRowModel::JsonRowModel(std::vector<JsonColumn> columns, std::vector<std::string_view> identity, QObject* parent)
     : QAbstractTableModel(parent), m_columns(std::move(columns)), m_identity(std::move(identity))
 {}
 
@@ -89,38 +91,58 @@ QVariant JsonRowModel::headerData(int section, Qt::Orientation orientation, int 
 
 void JsonRowModel::setRows(std::vector<Json> rows)
 {
-    if (isAnyRowElsewhere(rows)) {
-        const std::vector<int> indexes = earlierIndexes(rows);
-        removeRowsBut(indexes);
-        reorderRows(indexes);
-        insertMissingRows(rows, indexes);
-    }
-    changeRows(rows);
+    const std::size_t leading = isKeptRowElsewhere(rows) ? 0 : changeLeadingRows(rows);
+    if (leading == rows.size() && leading == m_rows.size())
+        return;
+    const std::vector<int> indexes = earlierIndexes(rows, leading);
+    removeRowsBut(indexes);
+    reorderRows(indexes);
+    insertMissingRows(rows, indexes);
+    changeKeptRows(rows, indexes, leading);
 }
 
-/// Returns whether a row was added, removed or moved. Two rows with the same identity that have changed places count
-/// only if a view keeps an index of one of them: otherwise each refresh would search for every row.
-bool JsonRowModel::isAnyRowElsewhere(const std::vector<Json>& rows) const
+bool JsonRowModel::haveSameIdentity(const Json& row, const Json& other) const
 {
-    if (rows.size() != m_rows.size())
-        return true;
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        const bool isSame = m_identity.empty() ? rows[i] == m_rows[i] : haveSameMembers(rows[i], m_rows[i], m_identity);
-        if (!isSame)
-            return true;
-    }
+    return m_identity.empty() ? row == other : haveSameMembers(row, other, m_identity);
+}
+
+/// Returns whether a row of which a view keeps an index is at another place in `rows`. Other rows with the same
+/// identity may change places unnoticed: otherwise each refresh would search for every row.
+bool JsonRowModel::isKeptRowElsewhere(const std::vector<Json>& rows) const
+{
     const QModelIndexList kept = persistentIndexList();
     return std::any_of(kept.begin(), kept.end(), [&](const QModelIndex& index) {
-        const Json& row = m_rows[static_cast<std::size_t>(index.row())];
-        return rows[static_cast<std::size_t>(index.row())] != row
-               && std::find(rows.begin(), rows.end(), row) != rows.end();
+        const auto place = static_cast<std::size_t>(index.row());
+        const bool isHere = place < rows.size() && rows[place] == m_rows[place];
+        return !isHere && std::find(rows.begin(), rows.end(), m_rows[place]) != rows.end();
     });
 }
 
-/// Returns for each of `rows` the index of the row that is shown for it now, or `noRow` for a new one.
-std::vector<int> JsonRowModel::earlierIndexes(const std::vector<Json>& rows) const
+/// Changes the rows that are at their old places, up to the first that is not, and returns their number. They are most
+/// often all, and each is looked at only once.
+std::size_t JsonRowModel::changeLeadingRows(std::vector<Json>& rows)
+{
+    const std::size_t places = std::min(rows.size(), m_rows.size());
+    std::size_t firstChanged = 0;
+    for (std::size_t row = 0;; ++row) {
+        const bool isEqual = row < places && rows[row] == m_rows[row];
+        if (row < places && !isEqual && haveSameIdentity(rows[row], m_rows[row])) {
+            m_rows[row] = std::move(rows[row]);
+            continue;
+        }
+        announceChange(firstChanged, row);
+        if (!isEqual)
+            return row;
+        firstChanged = row + 1;
+    }
+}
+
+/// Returns for each of `rows` the index of the row that is shown for it now, or `noRow` for a new one. The `leading`
+/// rows are at their places.
+std::vector<int> JsonRowModel::earlierIndexes(const std::vector<Json>& rows, std::size_t leading) const
 {
     std::vector<int> indexes(rows.size(), noRow);
+    std::iota(indexes.begin(), indexes.begin() + static_cast<std::ptrdiff_t>(leading), 0);
     matchBy([](const Json& row) { return row.dump(); }, m_rows, rows, indexes);
     if (!m_identity.empty())
         matchBy([this](const Json& row) { return membersOf(row, m_identity).dump(); }, m_rows, rows, indexes);
@@ -183,21 +205,29 @@ void JsonRowModel::insertMissingRows(std::vector<Json>& rows, const std::vector<
             ++end;
         beginInsertRows({}, static_cast<int>(first), static_cast<int>(end) - 1);
         const auto from = rows.begin() + static_cast<std::ptrdiff_t>(first);
-        m_rows.insert(m_rows.begin() + static_cast<std::ptrdiff_t>(first), from,
-                      rows.begin() + static_cast<std::ptrdiff_t>(end));
+        m_rows.insert(m_rows.begin() + static_cast<std::ptrdiff_t>(first), std::move_iterator(from),
+                      std::move_iterator(rows.begin() + static_cast<std::ptrdiff_t>(end)));
         endInsertRows();
         first = end;
     }
 }
 
-void JsonRowModel::changeRows(std::vector<Json>& rows)
+/// Changes the rows behind the `leading` ones that were shown before.
+void JsonRowModel::changeKeptRows(std::vector<Json>& rows, const std::vector<int>& earlierIndexes, std::size_t leading)
 {
-    for (std::size_t first = 0; first < rows.size(); ++first) {
+    const auto isChanged = [&](std::size_t row) { return earlierIndexes[row] != noRow && m_rows[row] != rows[row]; };
+    for (std::size_t first = leading; first < rows.size(); ++first) {
         std::size_t end = first;
-        for (; end < rows.size() && m_rows[end] != rows[end]; ++end)
+        for (; end < rows.size() && isChanged(end); ++end)
             m_rows[end] = std::move(rows[end]);
-        if (end > first)
-            emit dataChanged(index(static_cast<int>(first), 0), index(static_cast<int>(end) - 1, columnCount() - 1));
+        announceChange(first, end);
         first = end;
     }
+}
+
+/// Tells views that the rows from `first` up to but not including `end` have changed, if there are any.
+void JsonRowModel::announceChange(std::size_t first, std::size_t end)
+{
+    if (first < end)
+        emit dataChanged(index(static_cast<int>(first), 0), index(static_cast<int>(end) - 1, columnCount() - 1));
 }

@@ -29,7 +29,7 @@ class JsonRowModel final : public QAbstractTableModel
 
 public:
     /// The members with the names `identity` identify a row: see `setRows`.
-    explicit JsonRowModel(std::vector<JsonColumn> columns, std::vector<const char*> identity = {},
+    explicit JsonRowModel(std::vector<JsonColumn> columns, std::vector<std::string_view> identity = {},
                           QObject* parent = nullptr);
 
     const std::vector<Json>& rows() const { return m_rows; }
@@ -45,14 +45,17 @@ public:
     void setRows(std::vector<Json> rows);
 
 private:
-    bool isAnyRowElsewhere(const std::vector<Json>& rows) const;
-    std::vector<int> earlierIndexes(const std::vector<Json>& rows) const;
+    bool haveSameIdentity(const Json& row, const Json& other) const;
+    bool isKeptRowElsewhere(const std::vector<Json>& rows) const;
+    std::size_t changeLeadingRows(std::vector<Json>& rows);
+    std::vector<int> earlierIndexes(const std::vector<Json>& rows, std::size_t leading) const;
     void removeRowsBut(const std::vector<int>& keptIndexes);
     void reorderRows(const std::vector<int>& earlierIndexes);
     void insertMissingRows(std::vector<Json>& rows, const std::vector<int>& earlierIndexes);
-    void changeRows(std::vector<Json>& rows);
+    void changeKeptRows(std::vector<Json>& rows, const std::vector<int>& earlierIndexes, std::size_t leading);
+    void announceChange(std::size_t first, std::size_t end);
 
     std::vector<JsonColumn> m_columns;
-    std::vector<const char*> m_identity;
+    std::vector<std::string_view> m_identity;
     std::vector<Json> m_rows;
 };

@@ -38,7 +38,7 @@ public:
 
 } // namespace
 
-JsonTable::JsonTable(std::vector<JsonColumn> columns, std::vector<const char*> identity, QWidget* parent)
+JsonTable::JsonTable(std::vector<JsonColumn> columns, std::vector<std::string_view> identity, QWidget* parent)
     : QTableView(parent), m_model(new JsonRowModel(columns, std::move(identity), this))
 {
     setModel(m_model);

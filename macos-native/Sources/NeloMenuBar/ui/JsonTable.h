@@ -16,7 +16,7 @@ class JsonTable final : public QTableView
 
 public:
     /// The members with the names `identity` identify a row after a refresh: see `JsonRowModel::setRows`.
-    JsonTable(std::vector<JsonColumn> columns, std::vector<const char*> identity, QWidget* parent = nullptr);
+    JsonTable(std::vector<JsonColumn> columns, std::vector<std::string_view> identity, QWidget* parent = nullptr);
 
     /// Returns a copy of the selected row. It is a copy because a refresh may remove the row at any time.
     std::optional<Json> selectedRow() const;
