@@ -25,6 +25,12 @@ QString PopUpButton::titleOfSelectedItem(const QString& whenNone) const
     return currentIndex() < 0 ? whenNone : currentText();
 }
 
+// The base class returns the same, but measures all its items again for it.
+QSize PopUpButton::minimumSizeHint() const
+{
+    return sizeHint();
+}
+
 void PopUpButton::showPopup()
 {
     QComboBox::showPopup();

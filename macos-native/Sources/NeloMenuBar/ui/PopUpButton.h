@@ -18,6 +18,7 @@ public:
     /// Returns the selected item's title, or `whenNone` when no item is selected.
     QString titleOfSelectedItem(const QString& whenNone) const;
 
+    QSize minimumSizeHint() const override;
     void showPopup() override;
 
 protected:
