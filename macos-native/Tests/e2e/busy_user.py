@@ -86,7 +86,7 @@ class BusyUser:
         window = self._in_front(role, title)
         self.windows += 1
         yield window
-        self._in_front(role, title)  # again: whoever presses a key too early presses it for nobody
+        self._in_front(role, title)  # again: a key that is pressed too early reaches no window
         press(key)
         until(lambda: not self._showing(role, title), f"{title} closed")
 

@@ -27,7 +27,7 @@ GROWTH = 0.02  # the bar
 KEPT_MESSAGES = 200
 MANY_MESSAGES = 5000
 TIMEOUT_SECONDS = 60
-ROUNDS_BETWEEN_WORDS = 10
+ROUNDS_BETWEEN_LINES = 10
 
 
 class Moment(NamedTuple):
@@ -129,7 +129,7 @@ def run(minutes: float) -> list[str]:
             moments = []
             for moment in spend(user, nelo, minutes):
                 moments.append(moment)
-                if len(moments) % ROUNDS_BETWEEN_WORDS == 1:
+                if len(moments) % ROUNDS_BETWEEN_LINES == 1:
                     tell(len(moments), moment)
             print(f"{user.windows} windows, {user.chats} chats, {user.refreshes} refreshes, {user.kills} helpers killed")
             settled = moments[len(moments) // 3:]

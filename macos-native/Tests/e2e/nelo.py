@@ -15,6 +15,7 @@ from pathlib import Path
 from types import TracebackType
 from typing import TypeVar
 
+from resources import processes_with
 from screen import TIMEOUT_SECONDS, Area, Node, click, press, settled, type_line, until, xdotool
 
 from gi.repository import Atspi  # once screen.py has said which version
@@ -80,7 +81,7 @@ class Nelo:
             self._owned_home.cleanup()
 
     def _end(self) -> None:
-        """Ends it as a desktop does that shuts down, and by force whatever that leaves."""
+        """Asks it to end, as a desktop does that shuts down, and kills what still runs after some time."""
         self.process.terminate()
         with contextlib.suppress(subprocess.TimeoutExpired):
             self.process.wait(GRACE_SECONDS)
@@ -91,16 +92,7 @@ class Nelo:
 
     def processes(self) -> list[int]:
         """The ids of every process that descends from this run, however it was started."""
-        found = []
-        for folder in Path("/proc").iterdir():
-            if not folder.name.isdigit():
-                continue
-            try:
-                if self._mark.encode() in (folder / "environ").read_bytes().split(b"\0"):
-                    found.append(int(folder.name))
-            except OSError:
-                continue  # it ended, or is not ours to look at
-        return found
+        return processes_with(self._mark)
 
     def processes_of_the_program(self) -> list[int]:
         program = Path(os.environ[self.program]).resolve()

@@ -1,6 +1,7 @@
 """What a running process holds of the machine, as the kernel tells it."""
 from __future__ import annotations
 
+import contextlib
 import re
 from collections import Counter
 from pathlib import Path
@@ -33,8 +34,18 @@ def descriptors(folder: Path) -> Counter[str]:
     return Counter(re.sub(r":\[\d+\]", "", str(link.readlink())) for link in folder.iterdir())
 
 
+def processes_with(assignment: str) -> list[int]:
+    """The ids of all processes with a variable, "name=value", in their environment. Those that they start inherit it."""
+    found = []
+    for folder in Path("/proc").glob("[0-9]*"):
+        with contextlib.suppress(OSError):  # it ended, or belongs to another user
+            if assignment.encode() in (folder / "environ").read_bytes().split(b"\0"):
+                found.append(int(folder.name))
+    return found
+
+
 def bytes_read(process_id: int) -> int:
-    """How much a process has read so far, from wherever."""
+    """How many bytes a process has read so far, from files, pipes and sockets."""
     return int(re.findall(r"^rchar: (\d+)", Path(f"/proc/{process_id}/io").read_text(), re.MULTILINE)[0])
 
 

@@ -8,7 +8,6 @@ import subprocess
 import time
 from collections import deque
 from pathlib import Path
-from types import TracebackType
 from typing import Any, Callable, Iterator, NamedTuple, TypeVar
 
 import gi
@@ -88,38 +87,42 @@ class Area(NamedTuple):
     height: int
 
 
-class FocusMoves:
-    """Hears when the keyboard goes to another control."""
+def name_told(event: Any) -> str:
+    """A name that changed comes with the event, as does what was added; otherwise it is the sender's."""
+    told = event.any_data
+    return told if isinstance(told, str) else str((told if isinstance(told, Atspi.Accessible) else event.source).get_name())
 
-    _EVENT = "object:state-changed:focused"
 
-    def __enter__(self) -> "FocusMoves":
-        self._count = 0
-        self._is_in_a_text = False
+def role_that_got_keyboard(event: Any) -> str | None:
+    return str(event.source.get_role_name()) if event.detail1 else None
+
+
+class Events:
+    """What the program tells assistive technology by one kind of event, from its making until it is closed."""
+
+    def __init__(self, kind: str, read: Callable[[Any], str | None] = name_told) -> None:
+        """`read` is called with each event. What it returns is kept, unless it is None."""
+        self._kind = kind
+        self._read = read
+        self._heard: list[str] = []
         self._listener = Atspi.EventListener.new(self._hear)
-        self._listener.register(self._EVENT)
-        return self
-
-    def __exit__(self, kind: type[BaseException] | None, error: BaseException | None, trace: TracebackType | None) -> None:
-        self._listener.deregister(self._EVENT)
+        self._listener.register(kind)
 
     def _hear(self, event: Any) -> None:
-        if event.detail1:  # it has got the keyboard, not lost it
-            self._count += 1
-            self._is_in_a_text = event.source.get_role_name() == "label"
+        text = self._read(event)
+        if text is not None:
+            self._heard.append(text)
 
-    def _heard(self) -> int:
+    def heard(self) -> list[str]:
         while GLib.MainContext.default().iteration(False):
             pass
-        return self._count
+        return self._heard
 
-    def after(self, key: str) -> None:
-        """Presses a key and waits until it has moved the keyboard; not for long where it goes on to a link in a text."""
-        before = self._heard()
-        timeout = 0.1 if self._is_in_a_text else 1.0
-        press(key)
-        with contextlib.suppress(AssertionError):
-            until(lambda: self._heard() > before, "the keyboard somewhere else", timeout)
+    def wait_for(self, name: str) -> None:
+        until(lambda: name in self.heard(), f"{self._kind} that tells {name!r}; heard: {self._heard}")
+
+    def close(self) -> None:
+        self._listener.deregister(self._kind)
 
 
 class Node:
@@ -190,9 +193,13 @@ class Node:
         """Brings the keyboard here by that key, from wherever it is in this window."""
         if self.is_focused:
             return
-        with FocusMoves() as moves:
+        with contextlib.closing(Events("object:state-changed:focused", role_that_got_keyboard)) as moves:
             for _ in range(MAX_TABS):
-                moves.after(by)
+                before = list(moves.heard())
+                press(by)
+                timeout = 0.1 if before[-1:] == ["label"] else 1.0  # in a text it goes on to a link, and no event tells
+                with contextlib.suppress(AssertionError):
+                    until(lambda: len(moves.heard()) > len(before), "the keyboard somewhere else", timeout)
                 if self.is_focused:
                     return
         raise AssertionError(f"{by} does not reach {self.role} {self.name!r}")
@@ -200,7 +207,7 @@ class Node:
     def click(self, button: int = LEFT_BUTTON) -> None:
         """Clicks its middle with the mouse."""
         area = self.area
-        at = ((area.x + area.width / 2) * self._scale, (area.y + area.height / 2) * self._scale)  # it tells unscaled pixels
+        at = ((area.x + area.width / 2) * self._scale, (area.y + area.height / 2) * self._scale)  # its area is in unscaled pixels
         click(*at, button)
 
     def press(self, by: str = "Tab") -> None:

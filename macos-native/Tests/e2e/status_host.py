@@ -1,4 +1,4 @@
-"""A status area of the test's own that draws the items which programs describe to it over D-Bus.
+"""Status areas of the test's own. One draws the items that programs describe to it over D-Bus, the other embeds windows.
 
 See "StatusNotifierItem" at freedesktop.org for the watcher and the item, and its menu's interface com.canonical.dbusmenu.
 """
@@ -62,7 +62,7 @@ class Item:
         return {properties["label"]: properties["shortcut"] for _number, properties in self._entries() if "shortcut" in properties}
 
     def activate(self) -> None:
-        """What a panel does at a click of the left button unless it knows better; it opens the menu at an error."""
+        """Does what many panels do at a click of the left button. They open the menu when this fails."""
         self._call(ITEM_PATH, "org.kde.StatusNotifierItem", "Activate", GLib.Variant("(ii)", (0, 0)))
 
     def choose(self, title: str) -> None:
@@ -74,7 +74,7 @@ class Item:
 class StatusHost:
     """A watcher in a process of its own. With `draws` it is a host as well, otherwise it waits for `begin_to_draw`.
 
-    With `is_kde` it is KDE's daemon, which tells of a host always. There each host has a name of its own."""
+    With `is_kde` it is KDE's daemon, which always says that there is a host. There each host has a name of its own."""
 
     def __init__(self, draws: bool = True, is_kde: bool = False) -> None:
         self._process = subprocess.Popen([sys.executable, __file__, "draws" if draws else "watches", "kde" if is_kde else "other"],
@@ -109,6 +109,19 @@ class StatusHost:
     def end(self) -> None:
         self._process.kill()
         self._process.communicate()
+
+
+class Tray:
+    """Embeds the windows of programs, as X11 desktops have it, from its making until it is ended."""
+
+    def __init__(self) -> None:
+        self._process = subprocess.Popen(
+            ["trayer", "--edge", "top", "--align", "right", "--height", "24", "--widthtype", "request"],
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+    def end(self) -> None:
+        self._process.kill()
+        self._process.wait()
 
 
 def serve(draws: bool, is_kde: bool) -> None:

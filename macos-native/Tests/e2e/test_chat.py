@@ -7,14 +7,13 @@ import time
 import unittest
 from pathlib import Path
 
-from announcements import Announcements
 from nelo import Nelo, open_chat, start_again, store_api_key
 from provider import Provider
-from screen import MIDDLE_BUTTON, Node, press, type_line, type_text, until, xdotool
+from screen import MIDDLE_BUTTON, Events, Node, press, type_line, type_text, until, xdotool
 
 WELCOME = "您好，nelo为您服务，我为您提供最简单的AI入口服务。"
 KEY = "sk-test-key"
-LONGEST_SECONDS = 60.0
+MAX_SECONDS = 60.0
 
 
 def bubbles(chat: Node) -> list[str]:
@@ -53,7 +52,7 @@ class ChatTest(unittest.TestCase):
             conversation = [f"Nelo: {WELCOME}", "Me: what is this", "Nelo: 你问的是 what is this"]
             until(lambda: bubbles(chat) == conversation, "the answer")
             chat.find("label", "request succeeded")
-            self.assertLess(time.monotonic() - start, LONGEST_SECONDS)
+            self.assertLess(time.monotonic() - start, MAX_SECONDS)
             self.assertTrue(has_network_library(nelo))
 
             type_line("please fail")
@@ -71,7 +70,7 @@ class ChatTest(unittest.TestCase):
                 self.assertEqual(bubbles(open_chat(again)), conversation)
 
     def test_a_reply_is_announced_to_assistive_technology(self) -> None:
-        with contextlib.closing(Announcements("object:children-changed:add")) as added, \
+        with contextlib.closing(Events("object:children-changed:add")) as added, \
                 Nelo(environment=self.environment) as nelo:
             open_chat(nelo)
             type_line("hi")
@@ -79,7 +78,7 @@ class ChatTest(unittest.TestCase):
                 added.wait_for(text)
 
     def test_the_bubble_that_gets_the_keyboard_is_announced(self) -> None:
-        with contextlib.closing(Announcements("object:state-changed:focused")) as focused, \
+        with contextlib.closing(Events("object:state-changed:focused")) as focused, \
                 Nelo(environment=self.environment) as nelo:
             chat = open_chat(nelo)
             type_line("hi")

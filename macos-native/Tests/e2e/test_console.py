@@ -18,14 +18,13 @@ OWN_COLOR = "#12AB34"
 
 
 def pixels(picture: Path, color: str) -> int:
-    listed = subprocess.run(["convert", str(picture), "-depth", "8", "txt:-"], capture_output=True, text=True, check=True)
-    return listed.stdout.count(color)
+    return subprocess.check_output(["convert", str(picture), "-depth", "8", "txt:-"], text=True).count(color)
 
 
 def is_above(one: str, other: str) -> bool:
     """Whether both windows are there, the first over the second."""
-    stack = subprocess.run(["xprop", "-root", "_NET_CLIENT_LIST_STACKING"], capture_output=True, text=True, check=True)
-    names = [xdotool("getwindowname", window).strip() for window in re.findall("0x[0-9a-f]+", stack.stdout)]
+    stack = subprocess.check_output(["xprop", "-root", "_NET_CLIENT_LIST_STACKING"], text=True)
+    names = [xdotool("getwindowname", window).strip() for window in re.findall("0x[0-9a-f]+", stack)]
     return {one, other} <= set(names) and names.index(one) > names.index(other)
 
 

@@ -5,11 +5,11 @@ import tempfile
 import unittest
 from pathlib import Path
 
+from agent_files import install_stub_openclaw
 from file_portal import FilePortal
 from nelo import Nelo
 from screen import until, xdotool
 from skill_packages import WEATHER, package
-from stub_openclaw import install_stub_openclaw
 
 
 class FilePortalTest(unittest.TestCase):

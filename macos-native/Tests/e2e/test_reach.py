@@ -8,7 +8,7 @@ import unittest
 
 from nelo import Nelo, TraylessNelo, launcher, launchers, open_chat, start_again
 from screen import press, type_line, until, xdotool
-from tray import Tray
+from status_host import Tray
 
 
 class StatusAreaTest(unittest.TestCase):
@@ -70,8 +70,8 @@ class StatusAreaTest(unittest.TestCase):
             launcher(nelo)
             for title in ("Nelo Launcher", "Nelo", "Nelo Console", "Nelo Settings"):
                 window = xdotool("search", "--onlyvisible", "--name", f"^{title}$").strip()
-                done = subprocess.run(["xprop", "-id", window, "_NET_WM_ICON"], capture_output=True, text=True, check=True)
-                self.assertIn("Icon (128 x 128)", done.stdout)
+                icons = subprocess.check_output(["xprop", "-id", window, "_NET_WM_ICON"], text=True)
+                self.assertIn("Icon (128 x 128)", icons)
 
     def test_every_entry_works_by_keyboard(self) -> None:
         with TraylessNelo() as nelo:

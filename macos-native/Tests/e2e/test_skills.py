@@ -7,10 +7,10 @@ import tempfile
 import unittest
 from pathlib import Path
 
+from agent_files import install_stub_openclaw
 from nelo import Nelo, install_package
 from screen import Node, replace_text
 from skill_packages import WEATHER, package, served_catalogue
-from stub_openclaw import install_stub_openclaw
 
 CONFIGURATION = """\
 {
@@ -53,7 +53,7 @@ class SkillsTest(unittest.TestCase):
         self.assert_configured()
         self.assert_shown_after_a_restart()
 
-    def test_a_skill_of_the_catalogue_is_installed_and_configured(self) -> None:
+    def test_a_skill_of_the_catalogue_is_installed(self) -> None:
         with served_catalogue({"weather": package(WEATHER)}) as address:
             settings = self.home / ".nelo/settings.json"
             settings.parent.mkdir()
@@ -70,10 +70,7 @@ class SkillsTest(unittest.TestCase):
                 result = nelo.accessible.find("dialog", "Cloud Skill Installed")
                 result.find("push button", "OK").press()
                 tab.find("label", f"Installed cloud skill Weather to {self.workspace / 'skills/weather'}.")
-                self.configure(tab)
-                self.assertEqual(nelo.quit(), 0)
-        self.assert_configured()
-        self.assert_shown_after_a_restart()
+        self.assertEqual((self.workspace / "skills/weather/SKILL.md").read_text(), WEATHER)
 
     def configure(self, tab: Node) -> None:
         """Gives the installed skill its variables, of which it had none."""

@@ -8,8 +8,7 @@ from gi.repository import GLib
 
 from nelo import MENU, Nelo, TraylessNelo, launcher, launchers
 from screen import press, until
-from status_host import Item, StatusHost
-from tray import Tray
+from status_host import Item, StatusHost, Tray
 
 
 class StatusHostTest(unittest.TestCase):

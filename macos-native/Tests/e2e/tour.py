@@ -12,13 +12,13 @@ import tempfile
 from pathlib import Path
 from typing import Iterator
 
+from agent_files import install_stub_openclaw
 from model_server import ModelServer, ModelsWindow
 from nelo import Nelo, TraylessNelo, install_package, launcher, open_chat, store_api_key
 from provider import Provider
 from sample_home import FORECAST, make_agents, make_skills
 from screen import Node, choose_in_popup, press, replace_text, take_picture, take_picture_of_window, type_line, until
 from skill_packages import WEATHER, package, served_catalogue
-from stub_openclaw import install_stub_openclaw
 
 SCALE = float(os.environ.get("NELO_SCALE", "1"))
 LOOK = os.environ.get("NELO_LOOK", "")  # what this round of pictures is called; nothing for the ordinary one
@@ -100,7 +100,9 @@ def show_agents(nelo: Nelo, console: Node) -> None:
     dismissed(nelo, delete, "Delete Agent", "agents-delete")
     table.select_row("pilot")
     dismissed(nelo, configure, "Configure Failed", "agents-configure-failed")
-    show_missing_runtime(nelo, add)
+    with dialog(nelo, add, "Add Agent", "agents-add-openclaw"):
+        press("Return")
+    told(nelo, "OpenClaw Setup Failed", "agents-setup-failed")
     show_failures(nelo, table, add, rename, delete)
     show_editor(nelo, console)
 
@@ -113,15 +115,9 @@ def add_codex_agent(nelo: Nelo, add: Node) -> None:
     nelo.window("Nelo Console")
 
 
-def show_missing_runtime(nelo: Nelo, add: Node) -> None:
-    with dialog(nelo, add, "Add Agent", "agents-add-openclaw"):
-        press("Return")
-    told(nelo, "OpenClaw Setup Failed", "agents-setup-failed")
-
-
 @contextlib.contextmanager
 def folder_in_place_of(file: Path) -> Iterator[None]:
-    """Has a folder stand where a file belongs, which nobody, the superuser included, can read or write then."""
+    """Puts a folder in the place of a file during the body: then even the superuser cannot read or write the file."""
     aside = file.with_name(f"{file.name}.aside")
     file.rename(aside)
     file.mkdir()
@@ -131,7 +127,7 @@ def folder_in_place_of(file: Path) -> Iterator[None]:
 
 
 def show_failures(nelo: Nelo, table: Node, add: Node, rename: Node, delete: Node) -> None:
-    """Shows what becomes of an action that was confirmed and cannot be done."""
+    """Shows the alerts of actions that were confirmed and fail."""
     registry = nelo.home / ".nelo/agents.json"
     table.select_row("Builder")
     for opener, title, failure in ((add, "Add Agent", "Add Agent Failed"), (rename, "Rename Agent", "Save Failed"),
@@ -210,17 +206,14 @@ def show_sources(nelo: Nelo, console: Node) -> None:
     told(nelo, "Add Source Failed", "skills-add-source-failed")
 
 
-def show_install(nelo: Nelo, console: Node, file: Path, title: str, name: str) -> None:
-    install_package(nelo, console, file)
-    told(nelo, title, name)
-
-
 def show_installs(nelo: Nelo, console: Node) -> None:
     file = nelo.home / "weather.zip"
     file.write_bytes(package(WEATHER))
-    show_install(nelo, console, file, "Skill Installed", "skills-installed")
+    install_package(nelo, console, file)
+    told(nelo, "Skill Installed", "skills-installed")
     file.write_bytes(b"no package")
-    show_install(nelo, console, file, "Install Failed", "skills-install-failed")
+    install_package(nelo, console, file)
+    told(nelo, "Install Failed", "skills-install-failed")
     install_stub_openclaw(nelo.home)
     cloud = console.find("push button", "Install Cloud Skill")
     with dialog(nelo, cloud, "Install Cloud Skill", "skills-cloud-skill"):
@@ -261,14 +254,13 @@ def show_settings(nelo: Nelo) -> None:
 
 
 def show_maximised(nelo: Nelo) -> None:
-    for item, title, name in (("Open Nelo", "Nelo", "chat"), ("Open Nelo Console", "Nelo Console", "console"),
-                              ("Settings...", "Nelo Settings", "settings")):
-        nelo.choose(item)
-        area = nelo.window(title).area
-        nelo.window(title).maximise()
-        until(lambda: nelo.window(title).area.width > area.width, "the larger window")
-        if title == "Nelo Console":
-            nelo.window(title).open_tab("Skills")
+    for item, name in (("Open Nelo", "chat"), ("Open Nelo Console", "console"), ("Settings...", "settings")):
+        window = nelo.open(item)
+        width = window.area.width
+        window.maximise()
+        until(lambda: window.area.width > width, "the larger window")
+        if name == "console":
+            window.open_tab("Skills")
         picture(f"{name}-maximised")
 
 
