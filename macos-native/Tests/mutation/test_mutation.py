@@ -45,43 +45,35 @@ CPP = {
 }
 
 
-def python(text: str) -> list[str]:
-    return [mutation.applied_to(text) for mutation in python_mutations(text)]
+PYTHON = {
+    "operators, constants and conditions change": ("if a < 1 or not b:\n    x = 1 + c\n", [
+        "if not (a < 1 or not b):\n    x = 1 + c\n",
+        "if a <= 1 or not b:\n    x = 1 + c\n",
+        "if a < 2 or not b:\n    x = 1 + c\n",
+        "if a < 1 and not b:\n    x = 1 + c\n",
+        "if a < 1 or b:\n    x = 1 + c\n",
+        "if a < 1 or not b:\n    x = 2 + c\n",
+        "if a < 1 or not b:\n    x = 1 - c\n"]),
+    "calls and errors go, and results become nothing": ("def f():\n    g()\n    raise E\n    return h\n", [
+        "def f():\n    pass\n    raise E\n    return h\n",
+        "def f():\n    g()\n    pass\n    return h\n",
+        "def f():\n    g()\n    raise E\n    return None\n"]),
+    "annotations and texts stay": ('"""1 < 2"""\ndef f(x: A | B) -> C[1]:\n    y: D[2]\n', []),
+    "a line with letters of several bytes is cut where its characters are": ('x = "你好" + y\n', ['x = "你好" - y\n']),
+}
 
 
-class CppMutationsTest(unittest.TestCase):
+class MutationsTest(unittest.TestCase):
     def test_each_kind_of_line_is_changed_in_its_way(self) -> None:
-        for behaviour, (text, wanted) in CPP.items():
-            with self.subTest(behaviour):
-                self.assertEqual([mutation.applied_to(text) for mutation in cpp_mutations(text)], wanted)
-
-
-class PythonMutationsTest(unittest.TestCase):
-    def test_operators_constants_and_conditions_change(self) -> None:
-        self.assertEqual(python("if a < 1 or not b:\n    x = 1 + c\n"), [
-            "if not (a < 1 or not b):\n    x = 1 + c\n",
-            "if a <= 1 or not b:\n    x = 1 + c\n",
-            "if a < 2 or not b:\n    x = 1 + c\n",
-            "if a < 1 and not b:\n    x = 1 + c\n",
-            "if a < 1 or b:\n    x = 1 + c\n",
-            "if a < 1 or not b:\n    x = 2 + c\n",
-            "if a < 1 or not b:\n    x = 1 - c\n"])
-
-    def test_calls_and_errors_go_and_results_become_nothing(self) -> None:
-        self.assertEqual(python("def f():\n    g()\n    raise E\n    return h\n"), [
-            "def f():\n    pass\n    raise E\n    return h\n",
-            "def f():\n    g()\n    pass\n    return h\n",
-            "def f():\n    g()\n    raise E\n    return None\n"])
-
-    def test_annotations_and_texts_stay(self) -> None:
-        self.assertEqual(python('"""1 < 2"""\ndef f(x: A | B) -> C[1]:\n    y: D[2]\n'), [])
-
-    def test_a_line_with_letters_of_several_bytes_is_cut_where_its_characters_are(self) -> None:
-        self.assertEqual(python('x = "你好" + y\n'), ['x = "你好" - y\n'])
+        for mutations, cases in ((cpp_mutations, CPP), (python_mutations, PYTHON)):
+            for behaviour, (text, wanted) in cases.items():
+                with self.subTest(behaviour):
+                    self.assertEqual([mutation.applied_to(text) for mutation in mutations(text)], wanted)
 
     def test_what_comes_out_is_python(self) -> None:
-        for text in python((Path(__file__).resolve().parents[3] / "app" / "files.py").read_text()):
-            ast.parse(text)
+        text = (Path(__file__).resolve().parents[3] / "app" / "files.py").read_text()
+        for mutation in python_mutations(text):
+            ast.parse(mutation.applied_to(text))
 
 
 class ChoiceTest(unittest.TestCase):
@@ -134,14 +126,14 @@ class SurvivorsTest(unittest.TestCase):
 
 
 class Script:
-    """A test that ends as it is told, and knows how patient it was to be."""
+    """A test that ends as it is told, and keeps the timeouts that it was given."""
 
     def __init__(self, *results: Result) -> None:
         self._results = list(results)
-        self.timeout: list[float] = []
+        self.timeouts: list[float] = []
 
     def __call__(self, timeout_seconds: float) -> Result:
-        self.timeout.append(timeout_seconds)
+        self.timeouts.append(timeout_seconds)
         return self._results.pop(0)
 
 
@@ -164,12 +156,12 @@ class FailureTest(unittest.TestCase):
     def test_what_does_not_end_is_a_failure(self) -> None:
         mutated, untouched = Script(self.LATE, self.LATE), Script(self.PASSED)
         self.assertEqual(failure(mutated, untouched, 40), self.LATE)
-        self.assertEqual((mutated.timeout, untouched.timeout), ([40, 40], [10]))
+        self.assertEqual((mutated.timeouts, untouched.timeouts), ([40, 40], [10]))
 
     def test_what_is_slow_without_the_mutation_is_given_more_time(self) -> None:
         mutated, untouched = Script(self.LATE, self.PASSED), Script(self.LATE)
         self.assertIsNone(failure(mutated, untouched, 40))
-        self.assertEqual((mutated.timeout, untouched.timeout), ([40, 80], [10]))
+        self.assertEqual((mutated.timeouts, untouched.timeouts), ([40, 80], [10]))
 
 
 class RunTest(unittest.TestCase):

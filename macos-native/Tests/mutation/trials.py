@@ -21,7 +21,7 @@ from choice import Place
 PLUGIN = "lib/nelo/nelo_chat_client.so"
 PROGRAM = "bin/NeloMenuBar"
 PYTHON_TIMEOUT_SECONDS = 120
-MOST_FAR_TESTS = 8  # what everything uses is in a hundred of them
+MAX_FAR_TESTS = 8  # what everything uses is in a hundred of them
 
 
 class CannotBeBuilt(Exception):
@@ -86,7 +86,7 @@ def _result(process: subprocess.Popen[bytes], is_late: threading.Event) -> Resul
 def failure(with_mutation: Callable[[float], Result], without: Callable[[float], Result], timeout_seconds: float) -> Result | None:
     """How a test fails with the mutation and not without it; None if it passes. It has to fail twice, as a busy machine may fail a
     test once. To be late is to fail as well, but a longer timeout is wanted where the test without the mutation takes as much as a
-    quarter of it. Both are told how long to be patient."""
+    quarter of it. Both are given the timeout."""
     while True:
         result = with_mutation(timeout_seconds)
         if result.end is End.PASSED:
@@ -215,7 +215,7 @@ class CppTrial:
         scripts = [test for test in self._graph.tests if test.name.startswith("e2e_")]
         near = [test for test in programs + scripts if is_near(test)]
         near.sort(key=lambda test: (test.name != f"Test{self._source.stem}", not test.program, test.usual_seconds))
-        far = sorted((test for test in programs if not is_near(test)), key=lambda test: test.usual_seconds)[:MOST_FAR_TESTS]
+        far = sorted((test for test in programs if not is_near(test)), key=lambda test: test.usual_seconds)[:MAX_FAR_TESTS]
         return near + far + (scripts if area in ("shell", "platform") else [])
 
     def _area(self) -> str:

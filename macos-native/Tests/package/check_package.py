@@ -17,7 +17,7 @@ from typing import Iterator
 
 from nelo import Nelo, open_chat, store_api_key
 from provider import Provider
-from screen import Node, press, type_text, until
+from screen import Node, press, type_line, until
 
 PACKAGE = Path(os.environ["NELO_PACKAGE"])
 REPORT = re.compile(r"OS: .+\nInstalled: (yes|no)\nBinary: .+\n")
@@ -76,22 +76,20 @@ class UnpackedNelo(Nelo):
         return [str(self._root / "usr/bin/NeloMenuBar")]
 
 
-def ask(nelo: Nelo, chat: Node, provider: Provider, question: str) -> None:
-    """Sends a question and waits for its answer."""
-    chat.find("text", "Send a message").click()
-    type_text(question)
-    press("Return")
-    until(lambda: len(provider.requests) > 0, "the question at the provider")
-    chat.find("label", "request succeeded")
-
-
 def open_runtime(nelo: Nelo) -> Node:
     """Opens the console's Runtime tab, which has got its report."""
-    nelo.choose("Open Nelo Console")
-    console = nelo.window("Nelo Console")
-    console.find("page tab", "Runtime").click()
+    console = nelo.open("Open Nelo Console")
+    console.open_tab("Runtime")
     console.find("label", REPORT)
     return console
+
+
+def ask(nelo: Nelo) -> Node:
+    """Sends the first question. Returns the chat."""
+    chat = open_chat(nelo)
+    store_api_key(nelo, chat, "OPENAI", "sk-package")
+    type_line("are you there")
+    return chat
 
 
 class PackageTest(unittest.TestCase):
@@ -113,17 +111,12 @@ class PackageTest(unittest.TestCase):
             self.assertEqual(nelo.processes(), [])
 
     def chat(self, nelo: Nelo) -> None:
-        chat = open_chat(nelo)
-        store_api_key(nelo, chat, "OPENAI", "sk-package")
-        ask(nelo, chat, self.provider, "are you there")
+        ask(nelo).find("label", "request succeeded")
+        self.assertEqual(len(self.provider.requests), 1)
 
     def chat_is_refused(self, nelo: Nelo) -> None:
         """The program will not load what belongs to its successor, and says what to do."""
-        chat = open_chat(nelo)
-        store_api_key(nelo, chat, "OPENAI", "sk-package")
-        chat.find("text", "Send a message").click()
-        type_text("are you there")
-        press("Return")
+        ask(nelo)
         dialog = nelo.accessible.find("dialog", "Request Failed")
         self.assertIn("of another version", dialog.find("text", re.compile("")).text)
         press("Escape")

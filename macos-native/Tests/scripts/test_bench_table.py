@@ -47,16 +47,20 @@ class BenchTableTest(unittest.TestCase):
             self.run_table(line("a", 1, [1, 2], [1]))
 
     def test_a_bar_is_kept_or_missed(self) -> None:
-        for behaviour, compared, timed, missed in (
-            ("bars that are just kept", line("compared", 10, [3] * 9, [2] * 9), line("timed", 0, [2], []), 0),
-            ("a ratio of too few pairs", line("compared", 10, [1] * 8, [1] * 8), line("timed", 0, [2], []), 1),
-            ("a ratio above its bar", line("compared", 10, [3.1] * 9, [2] * 9), line("timed", 0, [2], []), 1),
-            ("a time above its bar, however slow the bare side is",
-             line("compared", 10, [3] * 9, [2] * 9), line("timed", 0, [2.1], [100]), 1),
+        met, above = line("compared", 10, [3] * 9, [2] * 9), line("compared", 10, [3.1] * 9, [2] * 9)
+        timed = line("timed", 0, [2], [])
+        for behaviour, lines, again, missed in (
+            ("bars that are just kept, and what services of a desktop say", ("A daemon is running", met, timed), (), 0),
+            ("a ratio of too few pairs", (line("compared", 10, [1] * 8, [1] * 8), timed), (), 1),
+            ("a ratio above its bar", (above, timed), (), 1),
+            ("a time above its bar, however slow the bare side is", (met, line("timed", 0, [2.1], [100])), (), 1),
+            ("a miss that repeats", (above, timed), (above,), 1),
+            ("a row that was met is not judged again", (met, timed), (above,), 0),
         ):
             with self.subTest(behaviour):
-                status, printed, _ = self.run_table(compared, timed)
-                self.assertEqual((status, printed.count("MISSED")), (missed, missed))
+                status, printed, figures = self.run_table(*lines, again=again)
+                self.assertEqual((status, printed.lower().count("missed")), (missed, missed))
+                self.assertEqual([figure["row"] for figure in figures], ["compared", "timed"])
 
     def test_a_row_with_a_bar_that_was_not_measured_fails(self) -> None:
         status, printed, _ = self.run_table(line("compared", 10, [3] * 9, [2] * 9))
@@ -75,16 +79,6 @@ class BenchTableTest(unittest.TestCase):
         self.assertEqual((status, printed.count("missed once"), printed.count("MISSED")), (0, 1, 0))
         self.assertIn("compared 10, bar 1.5: 1.75, half of 12 between 1.38 and 2.12; once more: 1.5, half of 9", printed)
 
-    def test_a_miss_that_repeats_fails(self) -> None:
-        above = line("compared", 10, [3.1] * 9, [2] * 9)
-        status, printed, _ = self.run_table(above, line("timed", 0, [2], []), again=(above,))
-        self.assertEqual((status, printed.count("MISSED")), (1, 1))
-
-    def test_a_row_that_was_met_is_not_judged_again(self) -> None:
-        again = (line("compared", 10, [3.1] * 9, [2] * 9),)
-        status, printed, _ = self.run_table(line("compared", 10, [3] * 9, [2] * 9), line("timed", 0, [2], []), again=again)
-        self.assertEqual((status, printed.lower().count("missed")), (0, 0))
-
     def test_the_benchmarks_of_missed_rows_are_named(self) -> None:
         for name, time in (("Kept", 2), ("Missed", 2.1)):
             (self.folder / name).write_text("A daemon is running\n" + line("timed", 0, [time], []) + "\n", encoding="utf-8")
@@ -93,7 +87,3 @@ class BenchTableTest(unittest.TestCase):
     def test_the_processor_and_its_cores_are_told(self) -> None:
         _, printed, _ = self.run_table()
         self.assertRegex(printed, rf"\A.+, {len(os.sched_getaffinity(0))} cores?\n")
-
-    def test_what_services_of_a_desktop_say_is_passed_over(self) -> None:
-        _, _, figures = self.run_table("A daemon is running", line("timed", 0, [1], []))
-        self.assertEqual([figure["row"] for figure in figures], ["timed"])

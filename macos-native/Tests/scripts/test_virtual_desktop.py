@@ -10,6 +10,8 @@ import unittest
 import uuid
 from pathlib import Path
 
+from resources import processes_with
+
 SCRIPT = Path(__file__).resolve().parents[3] / "scripts/virtual-desktop"
 TIMEOUT_SECONDS = 20
 
@@ -22,16 +24,9 @@ class VirtualDesktopTest(unittest.TestCase):
         name, value = self.mark.split("=")
         self.environment = {**os.environ, name: value, "TMPDIR": self.folder.name}
 
-    def processes(self) -> list[str]:
-        """The names of all processes that the desktop has started, the script included."""
-        found = []
-        for folder in Path("/proc").iterdir():
-            try:
-                if self.mark.encode() in (folder / "environ").read_bytes().split(b"\0"):
-                    found.append((folder / "comm").read_text().strip())
-            except OSError:
-                continue  # no process, or it ended, or is not ours to look at
-        return found
+    def processes(self) -> list[int]:
+        """All processes that the desktop has started, the script included."""
+        return processes_with(self.mark)
 
     def start(self, *command: str) -> "subprocess.Popen[str]":
         process = subprocess.Popen([SCRIPT, *command], env=self.environment, stdout=subprocess.PIPE, text=True,
@@ -52,7 +47,7 @@ class VirtualDesktopTest(unittest.TestCase):
             with self.subTest(number):
                 process = self.start("bash", "-c", "echo ready; sleep 1000")
                 self.assertEqual(process.stdout.readline(), "ready\n")  # type: ignore[union-attr]
-                self.assertIn("Xvfb", self.processes())
+                self.assertIn("Xvfb\n", [Path(f"/proc/{process_id}/comm").read_text() for process_id in self.processes()])
                 process.send_signal(number)
                 self.assertEqual(process.wait(TIMEOUT_SECONDS), status)
                 deadline = time.monotonic() + TIMEOUT_SECONDS
