@@ -38,7 +38,7 @@ private slots:
             {"managed in other letters", R"({"origin":"Managed"})", "Delete", u"Cannot Delete"_s, discovered},
         };
         for (const auto& [row, button, title, text] : cases) {
-            m_tab.renew();
+            restart();
             if (row.empty())
                 m_tab->show(Json::array({agentRow("openclaw", "a")}));
             else
@@ -61,7 +61,7 @@ private slots:
             {"one without a name", u"kimi"_s, u" \t"_s, u"kimi %1"_s},
         };
         for (const auto& [ecosystem, entered, name] : cases) {
-            m_tab.renew();
+            restart();
             m_tab->show(Json::array());
             const DialogRobot robot({AgentAnswers::create(ecosystem, entered)});
             const QString said = m_tab->statusBeforeRefresh(Json::array({agentRow("codex", "new")}),
@@ -177,7 +177,7 @@ private slots:
             {"an agent without anything", "{}", adopt, {}, "adopt_local_agent", "[\"\",\"\",\"新 name\",\"\"]"},
         };
         for (const auto& [row, title, name, function, args] : cases) {
-            m_tab.renew();
+            restart();
             m_tab->showSelected(Json::parse(row));
             QString prefilled;
             const DialogRobot robot({[&prefilled](QDialog& dialog) {
@@ -256,7 +256,7 @@ private slots:
              "launch_openclaw_configure_interactive", u"Configure Failed"_s},
         };
         for (const auto& [ecosystem, origin, button, answer, function, title] : cases) {
-            m_tab.renew();
+            restart();
             m_tab->showSelected(agentRow(ecosystem, "a", origin));
             m_tab->backend.raise(function, "RuntimeError", "没有 <b>it</b>\nInstall it first.");
             const QString statusBefore = m_tab->status();
@@ -300,7 +300,7 @@ private slots:
             {"a missing selection's", &AgentsViewController::openConfigEditor, false},
         };
         for (const auto& [action, isSelected] : cases) {
-            m_tab.renew();
+            restart();
             m_tab->show(Json::array({agentRow("codex", "a")}));
             if (isSelected)
                 m_tab->table()->selectRow(0);

@@ -158,7 +158,7 @@ private slots:
             {"one line of five megabytes", QByteArray(5'000'000, 'x')},
         };
         for (const auto& [content] : cases) {
-            m_home.renew();
+            restart();
             create(path(), content);
             auto* controller = new ConfigEditorWindowController({}, path(), [](bool) {});
             const QPointer<NeloWindow> window(controller->window());

@@ -105,7 +105,7 @@ private slots:
             {"a cancellation", "Cancel Task", "cancel_model_download", "2", u"Cancelled task 2"_s, u"Cancel Failed"_s},
         };
         for (const auto& [button, function, argument, told, failed] : cases) {
-            m_tab.renew();
+            restart();
             selectOfEach();
             DialogRobot robot({DialogRobot::press(u"OK"_s)});
             m_tab->backend.raise(function, "RuntimeError", "服务器 <b>gone</b>");
@@ -158,7 +158,7 @@ private slots:
             {"missing", R"({"other":1})"},
         };
         for (const auto& [row] : cases) {
-            m_tab.renew();
+            restart();
             if (row.empty()) {
                 m_tab->table("localTable")->selectRow(0); // the other tables' selections do not count
             } else {

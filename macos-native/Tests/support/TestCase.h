@@ -49,12 +49,6 @@ public:
     Fresh& operator=(const Fresh&) = delete;
     ~Fresh() = default;
 
-    /// Deletes the value and makes a new one, as for another case of a table.
-    void renew()
-    {
-        m_value.reset();
-        m_value = std::make_unique<Value>();
-    }
     Value& operator*() const { return *m_value; }
     Value* operator->() const { return m_value.get(); }
 
