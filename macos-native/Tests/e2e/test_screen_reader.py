@@ -18,7 +18,7 @@ from sample_home import FORECAST, make_agents, make_skills
 from screen import press
 from screen_reader import Orca
 from skill_packages import WEATHER, package, served_catalogue
-from stub_openclaw import install_stub_openclaw
+from agent_files import install_stub_openclaw
 
 EXPECTED = Path(__file__).with_name("spoken.txt")
 NOW = Path(os.environ.get("NELO_PICTURES", ".")) / EXPECTED.name
