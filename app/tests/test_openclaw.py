@@ -307,7 +307,7 @@ class EndTest(OpenClawTestCase):
             assert helper.stdin and helper.stdout
             with helper, helper.stdin, helper.stdout:
                 helper.stdin.write(request)
-                self.assertIn(b'"id": "main"', helper.stdout.readline())
+                self.assertIn(b'"id":"main"', helper.stdout.readline())
                 self.assertTrue(wait_for(lambda: os.path.exists(pids)))
                 end(helper)
                 helper.wait(10)

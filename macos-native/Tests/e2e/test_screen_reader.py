@@ -49,6 +49,7 @@ class ScreenReaderTest(unittest.TestCase):
         self.running = contextlib.ExitStack()
         self.addCleanup(self.running.close)
         self.orca = self.running.enter_context(Orca())
+        self.is_first_step = True
         self.home = Path(self.running.enter_context(tempfile.TemporaryDirectory(prefix="nelo-home-")))
 
     def read(self, window: str) -> None:
@@ -58,6 +59,7 @@ class ScreenReaderTest(unittest.TestCase):
             for action, *spoken in steps_of(window):
                 self.act(action)
                 heard = self.orca.hear(spoken, self.plain)
+                self.is_first_step = False
                 file.write(BETWEEN.join([action, *heard]) + "\n")
                 file.flush()
                 with self.subTest(window=window, action=action):
@@ -70,8 +72,9 @@ class ScreenReaderTest(unittest.TestCase):
             press(*action.split())
 
     def plain(self, line: str) -> str:
-        """What is the same in every run; nothing for a status that the next may replace before it is read."""
-        if line in PASSING:
+        """What is the same in every run; nothing for a status that the next may replace before it is read, and for the window
+        that has the keyboard at first: Orca may know of it before, and is then silent about it."""
+        if line in PASSING or (self.is_first_step and line.endswith(" frame.")):
             return ""
         line = line.replace(str(self.home), "~")
         for pattern, word in ((SYSTEM, "SYSTEM"), (PORT, "PORT"), (STAMP, "STAMP"), (REMOVED, "Text unselected.")):
