@@ -195,7 +195,8 @@ def processor() -> str:
 
 
 def figures_in(lines: Iterable[str]) -> list[Figure]:
-    return [figure_of(line) for line in joined(line for line in lines if line.startswith("{"))]
+    """A row without a reading has no figure: it is not measured."""
+    return [figure_of(line) for line in joined(line for line in lines if line.startswith("{")) if line["ours"]]
 
 
 def main(output: Path, lines: Iterable[str], lines_of_second_run: Iterable[str]) -> int:

@@ -83,6 +83,7 @@ void compareRefreshes(AgentsViewController& tab, int agents)
 
 void timeScrolling(AgentsViewController& tab, int agents)
 {
+    QCoreApplication::processEvents(); // lays the rows out: until then there is nothing to scroll
     QScrollBar* bar = tab.findChild<JsonTable*>()->verticalScrollBar();
     Pairs::Result result{"agents, a page further", agents, {}, {}};
     for (bar->setValue(0); bar->value() < bar->maximum() && result.ours.size() < 100;)

@@ -63,9 +63,11 @@ class BenchTableTest(unittest.TestCase):
                 self.assertEqual([figure["row"] for figure in figures], ["compared", "timed"])
 
     def test_a_row_with_a_bar_that_was_not_measured_fails(self) -> None:
-        status, printed, _ = self.run_table(line("compared", 10, [3] * 9, [2] * 9))
-        self.assertEqual(status, 1)
-        self.assertIn("Not measured: timed", printed)
+        for nothing in ([], [line("timed", 0, [], [])]):
+            with self.subTest(nothing):
+                status, printed, _ = self.run_table(line("compared", 10, [3] * 9, [2] * 9), *nothing)
+                self.assertEqual(status, 1)
+                self.assertIn("Not measured: timed", printed)
 
     def test_the_slope_is_the_exponent_of_the_growth(self) -> None:
         _, _, figures = self.run_table(line("grown", 1, [1], [4]), line("grown", 100, [100], [40]))
