@@ -63,9 +63,9 @@ class BenchTableTest(unittest.TestCase):
                 self.assertEqual([figure["row"] for figure in figures], ["compared", "timed"])
 
     def test_a_row_with_a_bar_that_was_not_measured_fails(self) -> None:
-        for nothing in ([], [line("timed", 0, [], [])]):
-            with self.subTest(nothing):
-                status, printed, _ = self.run_table(line("compared", 10, [3] * 9, [2] * 9), *nothing)
+        for more in ("", line("timed", 0, [], [])):
+            with self.subTest(more):
+                status, printed, _ = self.run_table(line("compared", 10, [3] * 9, [2] * 9), more)
                 self.assertEqual(status, 1)
                 self.assertIn("Not measured: timed", printed)
 
