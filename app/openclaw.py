@@ -119,7 +119,7 @@ def _file_agents(said: str) -> list[Agent]:
 
 
 def _agent(agent: ConfiguredAgent, state: str, created: float | None = None) -> Agent:
-    """An agent for which `state` counts if it says something."""
+    """An agent. Its state is `state`, unless that is empty."""
     if not state and not os.path.isdir(agent.workspace):
         state = "missing"
     name = agent.identity_name or agent.name or agent.id

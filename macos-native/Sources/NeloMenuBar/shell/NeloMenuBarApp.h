@@ -11,8 +11,8 @@ class Platform;
 class QMenu;
 class ViewController;
 
-/// The application's delegate: owns the status item, its menu and the three windows. It ends the helper when the
-/// application ends.
+/// The application's delegate: owns the status item, its menu, the launcher and the three windows that the menu
+/// opens. It ends the helper when the application ends.
 class NeloMenuBarApp final : public QObject
 {
     Q_OBJECT
