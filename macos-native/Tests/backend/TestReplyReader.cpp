@@ -27,6 +27,8 @@ private slots:
         const CaseTable<QByteArray, QByteArray> cases{
             {"a result comes back compact", R"({"ok": true, "result": {"b": [1, 2], "a": "x y"}})",
              R"({"b":[1,2],"a":"x y"})"},
+            {"also when only the result has blanks", R"({"ok":true,"result":{"b": [1, 2], "a":"x y"} })",
+             R"({"b":[1,2],"a":"x y"})"},
             {"no result is an empty object", R"({"ok": true})", "{}"},
             {"a null result is its JSON text", R"({"ok": true, "result": null})", "null"},
             {"a boolean result is its JSON text", R"({"ok":true,"result":true})", "true"},

@@ -47,9 +47,9 @@ std::string descriptionOf(const element& error)
     return textOf(Json::parse(simdjson::to_string(error), nullptr, false)).toStdString();
 }
 
-/// Returns what stands for the result in a successful reply that is written as the helper's script writes it, without
-/// white space: what is between the opening and the last brace. To print the values again would be most of the cost of
-/// a long reply.
+/// Returns the compact text of the result of a successful reply, where it can be taken from the reply as it stands:
+/// when the reply is written as the helper's script writes it, without white space. White space inside of a string
+/// prevents it, too: that is simpler than to find the strings, and printing the values again only takes longer.
 std::optional<std::string_view> resultIn(std::string_view text, const object& members)
 {
     constexpr std::string_view opening = R"({"ok":true,"result":)";
@@ -57,6 +57,10 @@ std::optional<std::string_view> resultIn(std::string_view text, const object& me
         return std::nullopt;
     text.remove_prefix(opening.size());
     text.remove_suffix(1);
+    for (const char whiteSpace : {' ', '\t', '\r'}) {
+        if (text.find(whiteSpace) != std::string_view::npos)
+            return std::nullopt;
+    }
     return text;
 }
 

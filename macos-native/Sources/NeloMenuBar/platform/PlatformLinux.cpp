@@ -110,12 +110,13 @@ void LinuxPlatform::followStatusArea()
         emit statusAreaChanged();
 }
 
-/// Returns whether a panel that activates the item has its menu opened by us. On Wayland a menu without a window would
-/// itself be one.
+/// Returns whether we open the menu when a panel activates the item. On Wayland a menu without a parent would be an
+/// ordinary window.
 bool LinuxPlatform::opensMenuItself() const
 {
-    const bool isX11 = QGuiApplication::platformName() == QStringLiteral("xcb")
-                       && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY"); // an X server in a Wayland desktop
+    const bool isX11 =
+        QGuiApplication::platformName() == QStringLiteral("xcb")
+        && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY"); // with it, the X server is a part of a Wayland desktop
     return isX11 && !m_host.isKde();
 }
 

@@ -67,17 +67,18 @@ void StatusNotifierHost::ask()
         call->deleteLater();
         const QDBusPendingReply<QDBusVariant> answer = *call;
         const bool isTold = answer.isValid() && answer.value().variant().toBool();
-        // KDE's daemon tells of a host even while there is none.
         const QDBusConnectionInterface* bus = m_bus.interface();
-        m_isKde = bus != nullptr && isKdeDaemon(*bus, answer.reply().service());
-        setRegistered(isTold && bus != nullptr && (!m_isKde || hasHostName(*bus)));
+        const bool isKde = isTold && bus != nullptr && isKdeDaemon(*bus, answer.reply().service());
+        // KDE's daemon tells of a host even while there is none.
+        setRegistered(isTold && bus != nullptr && (!isKde || hasHostName(*bus)), isKde);
     });
 }
 
-void StatusNotifierHost::setRegistered(bool isRegistered)
+void StatusNotifierHost::setRegistered(bool isRegistered, bool isKde)
 {
-    if (m_isRegistered == isRegistered)
+    if (m_isRegistered == isRegistered && m_isKde == isKde)
         return;
     m_isRegistered = isRegistered;
+    m_isKde = isKde;
     emit changed();
 }

@@ -35,7 +35,7 @@ signals:
 
 private:
     Q_SLOT void ask();
-    void setRegistered(bool isRegistered);
+    void setRegistered(bool isRegistered, bool isKde);
 
     QDBusConnection m_bus;
     std::optional<bool> m_isRegistered;

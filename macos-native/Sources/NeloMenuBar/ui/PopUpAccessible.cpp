@@ -38,10 +38,12 @@ public:
     QStringList actionNames() const override { return {showMenuAction(), pressAction(), setFocusAction()}; }
     void doAction(const QString& action) override
     {
-        if (action == showMenuAction() || action == pressAction())
-            m_popup->showPopup();
-        else
+        if (action != showMenuAction() && action != pressAction())
             QAccessibleWidget::doAction(action);
+        else if (m_popup->view()->isVisible())
+            m_popup->hidePopup();
+        else if (m_popup->isEnabled())
+            m_popup->showPopup();
     }
 
     QString text(int start, int end) const override { return m_popup->currentText().mid(start, end - start); }

@@ -149,7 +149,7 @@ void TranscriptAccessible::announceNewest(TranscriptView* view)
 
 void TranscriptAccessible::announceFocus(TranscriptView* view)
 {
-    // When the view gets the focus, Qt tells it of the view, after the event. The last that is told must be the bubble.
+    // After the event, Qt reports that the view has the focus. The bubble must be reported last.
     QMetaObject::invokeMethod(
         view,
         [view] {
