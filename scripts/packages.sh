@@ -65,12 +65,13 @@ need_for_desktops() {
     need "what runs the desktops apart, hears what panels ask for and compares pictures" util-linux dbus-bin python3-pil
     need "what tells programs that a desktop is dark" xdg-desktop-portal-gtk dconf-gsettings-backend libglib2.0-bin
     need "windows of other programs" xterm foot
+    need "what Chinese is typed with" ibus ibus-libpinyin
     for name; do
         case $name in
         xfce) need "Xfce" xfce4-panel xfwm4 xfce4-settings xfconf ;;
         sway) need "sway" sway waybar qt6-wayland ;;
         plasma) need "Plasma" kwin-wayland plasma-workspace plasma-desktop qtwayland5 breeze konsole qt6-wayland \
-            xdg-desktop-portal-kde ;;
+            xdg-desktop-portal-kde fcitx5 fcitx5-pinyin ;;
         gnome) need "GNOME" gnome-shell gnome-shell-extension-appindicator qtwayland5 konsole qt6-wayland ;;
         lxqt) need "LXQt" lxqt-panel openbox ;;
         mate) need "MATE" mate-panel marco mate-settings-daemon-common ;;

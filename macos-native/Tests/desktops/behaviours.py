@@ -5,11 +5,13 @@ import contextlib
 import time
 from pathlib import Path
 
+from PIL import Image, ImageChops
+
 from desktops import Desktop
 from panel import MENU_PATH, RIGHT, Panel, darkened_since, screen
 
 from nelo import Nelo, launchers
-from screen import Node, press, settled, take_picture, type_text, until
+from screen import Node, press, settled, take_picture, type_line, type_text, until
 
 WINDOWS = {"Open Nelo": ("Nelo", (980, 740)), "Open Nelo Console": ("Nelo Console", (1000, 720)),
            "Settings...": ("Nelo Settings", (640, 620))}
@@ -170,6 +172,36 @@ def has_a_launcher_without_a_panel(session: Session) -> None:
     until(lambda: launchers(session.nelo), "the launcher")
     late = time.monotonic() - due
     assert -0.5 < late < 1.5 + session.desktop.slowness, f"it came {late:.1f} s late"
+
+
+def composes_chinese(session: Session) -> None:
+    """Return commits the letters as they were typed, the space bar a candidate, and Send what is shown in the text."""
+    until(lambda: launchers(session.nelo), "the launcher")[0].find("push button", "Open Nelo").invoke()
+    chat = session.window("Open Nelo")
+    field = chat.find("text", "Send a message")
+    until(lambda: field.is_focused, "the keyboard in the input field")
+    until(session.desktop.composes_pinyin, "the input method")
+    before = screen()
+    type_line("nihao")
+    until(lambda: field.text == "nihao", "the letters, not sent")
+    press("ctrl+a")
+    type_text("nihao ")
+    until(lambda: field.text == "你好", "the candidate")
+    press("ctrl+a")
+    type_text("a")
+    until(lambda: not field.text, "a composition in place of the text")
+    if session.desktop.shows_candidates:
+        until(lambda: are_beside(field, before), "candidates beside the text")
+    session.picture("composing")
+    chat.find("push button", "Send").invoke()
+    session.nelo.accessible.find("dialog", "API Key Required")  # nothing is asked for where there is nothing to send
+    until(lambda: field.text == session.desktop.composed, "what was composed")
+
+
+def are_beside(field: Node, before: Image.Image) -> bool:
+    """Whether the screen has changed in this field and closely below or above it."""
+    left, top, right, bottom = ImageChops.difference(before, screen()).getbbox() or (0, 0, 0, 0)
+    return right - left <= field.area.width and field.area.height < bottom - top < 3 * field.area.height
 
 
 ORDINARY = (shows_the_item, opens_the_menu_at_a_right_click, opens_the_menu_at_a_left_click, opens_three_windows,

@@ -63,6 +63,18 @@ type=statusnotifier
 [taskbar]
 type=taskbar
 """
+FCITX_PROFILE = """[Groups/0]
+Name=Default
+Default Layout=us
+DefaultIM=pinyin
+
+[Groups/0/Items/0]
+Name=pinyin
+
+[GroupOrder]
+0=Default
+"""
+FCITX = "/usr/share/applications/org.fcitx.Fcitx5.desktop"
 
 
 class Desktop:
@@ -74,6 +86,8 @@ class Desktop:
     draws_menu_at: tuple[int, ...] = (LEFT, RIGHT)  # the buttons at which its panel draws the menu; the program does at others
     _terminal: tuple[str, ...] = ("xterm", "-e")
     slowness = 0.0  # seconds that the desktop itself may take
+    composed = "阿"  # what the input method shows in the text once "a" is typed
+    shows_candidates = False  # by the input method that is started here
 
     def __init__(self, width: int = 1280, height: int = 900, scale: float = 1) -> None:
         self.width, self.height, self.scale = width, height, scale
@@ -139,6 +153,9 @@ class Desktop:
         """Runs a program to its end."""
         subprocess.run(command, env=self.environment, stdout=subprocess.DEVNULL, check=True)
 
+    def _output_of(self, *command: str) -> str:
+        return subprocess.run(command, env=self.environment, capture_output=True, text=True, check=False).stdout.strip()
+
     def run(self, *command: str, **environment: str) -> "subprocess.Popen[bytes]":
         """Starts a program in a process group of its own, which ends with the desktop."""
         with open(Path(self._folder.name, f"{Path(command[0]).name}.log"), "ab") as log:
@@ -166,6 +183,17 @@ class Desktop:
 
     def start_panel(self) -> None:
         self._panel = self.run(*self._panel_command())
+
+    def start_input_method(self) -> None:
+        """Starts what Chinese is typed with, for programs that start afterwards: here ibus, which they find on D-Bus."""
+        self.environment["QT_IM_MODULE"] = "ibus"
+        # By a shell that waits: ibus-daemon takes a parent that is the first process of a namespace for one that has died.
+        self.run("sh", "-c", "ibus-daemon --panel disable --config /usr/libexec/ibus-memconf --emoji-extension disable; exit")
+        until(self.composes_pinyin, "ibus")
+
+    def composes_pinyin(self) -> bool:
+        """Whether what is typed next is composed. Chooses Pinyin where that is not chosen yet."""
+        return self._output_of("sh", "-c", "ibus engine libpinyin; ibus engine") == "libpinyin"
 
     def end_panel(self) -> None:
         assert self._panel
@@ -265,6 +293,8 @@ class Plasma(PlasmaOnX11):
     name = "Plasma 5.27, Wayland"
     is_wayland = True
     _terminal = ("konsole", "--separate", "-e")
+    composed = "a"
+    shows_candidates = True
 
     def _start_compositor(self) -> None:
         compositor = shutil.copy("/usr/bin/kwin_wayland", self._folder.name)  # without its capability, which is of no use here
@@ -272,6 +302,19 @@ class Plasma(PlasmaOnX11):
                  "--height", str(round(self.height / self.scale)),
                  "--scale", str(self.scale), "--no-lockscreen", "--no-kactivities")
         self._await_wayland()
+
+    def start_input_method(self) -> None:
+        """Does what the desktop's own settings do when the user chooses fcitx5."""
+        self.configure("fcitx5/profile", FCITX_PROFILE)
+        self.configure("kwinrc", f"[Wayland]\nInputMethod={FCITX}\n")
+        self._do("gdbus", "emit", "--session", "--object-path", "/kwinrc", "--signal", "org.kde.kconfig.notify.ConfigChanged",
+                 "{'Wayland': [b'InputMethod']}")
+
+    def composes_pinyin(self) -> bool:
+        names = self._output_of("gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "--object-path", "/",
+                                "--method", "org.freedesktop.DBus.ListNames")
+        # Asking for fcitx5 before KWin has started it would start another one.
+        return "'org.fcitx.Fcitx5'" in names and self._output_of("fcitx5-remote", "-n") == "pinyin"
 
 
 class Gnome(Desktop):
@@ -298,10 +341,8 @@ class Gnome(Desktop):
 
     def _evaluate(self, script: str) -> str:
         """Runs JavaScript in the shell and returns what it answers."""
-        done = subprocess.run(["gdbus", "call", "--session", "--dest", "org.gnome.Shell", "--object-path", "/org/gnome/Shell",
-                               "--method", "org.gnome.Shell.Eval", script], env=self.environment, capture_output=True, text=True,
-                              check=False)
-        return done.stdout.strip()
+        return self._output_of("gdbus", "call", "--session", "--dest", "org.gnome.Shell", "--object-path", "/org/gnome/Shell",
+                               "--method", "org.gnome.Shell.Eval", script)
 
     def start_panel(self) -> None:
         self._evaluate(f"Main.extensionManager.enableExtension('{self._extension}')")

@@ -13,7 +13,7 @@ from pathlib import Path
 from typing import Callable
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "e2e"))
-from behaviours import ORDINARY, SCREENS, Session, has_a_launcher_without_a_panel, keeps_its_sizes  # noqa: E402
+from behaviours import ORDINARY, SCREENS, Session, composes_chinese, has_a_launcher_without_a_panel, keeps_its_sizes  # noqa: E402
 from desktops import DESKTOPS, Desktop  # noqa: E402
 
 TABLE = Path(__file__).resolve().parents[3] / "docs/desktops.md"
@@ -30,6 +30,8 @@ def try_on(desktop: Desktop, behaviours: Behaviours, has_panel: bool) -> dict[st
     with contextlib.suppress(AssertionError), desktop:
         if has_panel:
             desktop.start_panel()
+        else:
+            desktop.start_input_method()
         session = Session(desktop, PICTURES / type(desktop).__name__)
         with session.nelo:
             for name, behaviour in behaviours.items():
@@ -49,7 +51,8 @@ def column(make: type[Desktop]) -> dict[str, str]:
     """Every cell of a desktop. What failed is tried once more on a desktop that was started anew."""
     starts: list[tuple[tuple[int, int, float], Behaviours, bool]] = [
         (ORDINARY_SCREEN, {behaviour.__name__: behaviour for behaviour in ORDINARY}, True),
-        (ORDINARY_SCREEN, {has_a_launcher_without_a_panel.__name__: has_a_launcher_without_a_panel}, False)]
+        (ORDINARY_SCREEN, {has_a_launcher_without_a_panel.__name__: has_a_launcher_without_a_panel,
+                           "composes Chinese": composes_chinese}, False)]
     starts += [(screen, {f"fits {name}": keeps_its_sizes}, True) for name, screen in SCREENS.items()]
     cells: dict[str, str] = {}
     with multiprocessing.get_context("fork").Pool(1, maxtasksperchild=1) as pool:  # a process has one accessibility bus

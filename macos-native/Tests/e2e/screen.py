@@ -210,6 +210,10 @@ class Node:
         at = ((area.x + area.width / 2) * self._scale, (area.y + area.height / 2) * self._scale)  # its area is in unscaled pixels
         click(*at, button)
 
+    def invoke(self) -> None:
+        """Presses this button as assistive technology does: without the keyboard, the mouse or a place on the screen."""
+        Atspi.Action.do_action(self._accessible, 0)
+
     def press(self, by: str = "Tab") -> None:
         """Presses this button by the keyboard, which gets here by that key."""
         self.reach(by)
