@@ -10,6 +10,7 @@
 #include <QInputMethodEvent>
 #include <QMenu>
 #include <QMimeData>
+#include <QPointer>
 #include <QSignalSpy>
 
 using namespace Qt::StringLiterals;
@@ -29,13 +30,14 @@ void pasteFromMenu(QWidget& field, const QString& text)
     QGuiApplication::clipboard()->setText(text);
     QContextMenuEvent event(QContextMenuEvent::Mouse, {5, 5}, field.mapToGlobal(QPoint(5, 5)));
     QCoreApplication::sendEvent(&field, &event);
-    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    const QPointer<QMenu> menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
     QVERIFY(menu);
     for (QAction* action : menu->actions()) {
         if (action->text().startsWith(u"&Paste"))
             action->trigger();
     }
     menu->close();
+    QTRY_VERIFY(!menu);
 }
 
 void drop(QWidget& field, const QString& text)
