@@ -175,6 +175,17 @@ private slots:
         QCOMPARE(label.textInteractionFlags(), Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     }
 
+    void aWrappingLabelIsAtLeastAsWideAsItsLongestWordAndAsHighAsItsLineBreaksAsk()
+    {
+        for (const QString& text :
+             {u"words of several lengths"_s, u"one\ntwo words\n\nfour"_s, u"Nelo 为您提供服务"_s}) {
+            QLabel selectable(text);
+            selectable.setWordWrap(true);
+            selectable.setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+            QCOMPARE(WrappingLabel(text).minimumSizeHint(), selectable.minimumSizeHint());
+        }
+    }
+
     void secondaryTextFollowsThePaletteAndANewParent()
     {
         auto* line = new Label(u"x"_s);

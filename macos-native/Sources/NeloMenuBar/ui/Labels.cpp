@@ -151,6 +151,22 @@ void WrappingLabel::setEmphasis(Emphasis emphasis)
     applyEmphasis();
 }
 
+// A layout gives the label its height for the width that there is.
+QSize WrappingLabel::sizeHint() const
+{
+    return minimumSizeHint();
+}
+
+// The base class returns the same, but lays out the text a dozen times for it.
+QSize WrappingLabel::minimumSizeHint() const
+{
+    ensurePolished();
+    const auto extent = [this](int width) {
+        return fontMetrics().boundingRect(QRect(0, 0, width, 0), Qt::TextWordWrap, text()).size();
+    };
+    return {extent(0).width(), extent(QWIDGETSIZE_MAX).height()};
+}
+
 int WrappingLabel::heightForWidth(int width) const
 {
     if (m_measuredText != text()) {

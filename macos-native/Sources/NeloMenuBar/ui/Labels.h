@@ -76,6 +76,8 @@ public:
 
     void setEmphasis(Emphasis emphasis);
 
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
     int heightForWidth(int width) const override;
 
 protected:
