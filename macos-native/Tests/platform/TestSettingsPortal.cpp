@@ -1,12 +1,12 @@
 #include "platform/SettingsPortal.h"
 
 #include "support/CaseTable.h"
+#include "support/TestBus.h"
 #include "support/TestCase.h"
 
 #include <QDBusContext>
 #include <QDBusMessage>
 #include <QDBusVariant>
-#include <QProcess>
 #include <QSignalSpy>
 
 using namespace Qt::StringLiterals;
@@ -31,7 +31,6 @@ public:
     }
 
     void appear() { m_bus.registerService(u"org.freedesktop.portal.Desktop"_s); }
-    void disappear() { m_bus.unregisterService(u"org.freedesktop.portal.Desktop"_s); }
 
     /// Sends the signal that a setting has changed.
     void announce(const QVariantList& arguments) const
@@ -66,31 +65,16 @@ class TestSettingsPortal final : public TestCase
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        m_daemon.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--nosyslog"_s, u"--print-address"_s});
-        QVERIFY(m_daemon.waitForReadyRead());
-        m_address = QString::fromUtf8(m_daemon.readLine()).trimmed();
-    }
-
     void init()
     {
         TestCase::init();
-        m_fake = std::make_unique<FakePortal>(QDBusConnection::connectToBus(m_address, u"portal"_s));
+        m_fake = std::make_unique<FakePortal>(m_bus->connection(u"portal"_s));
     }
 
     void cleanup()
     {
-        m_fake->disappear();
         m_fake.reset();
-        QDBusConnection::disconnectFromBus(u"portal"_s);
-        QDBusConnection::disconnectFromBus(u"program"_s);
-    }
-
-    void cleanupTestCase()
-    {
-        m_daemon.terminate();
-        QVERIFY(m_daemon.waitForFinished());
+        TestCase::cleanup();
     }
 
     void theSettingIsRead()
@@ -113,7 +97,7 @@ private slots:
             const SettingsPortal portal(bus());
             QCOMPARE(portal.colorScheme(), ColorScheme::Unknown); // it did not wait
             QTRY_COMPARE(m_fake->questions, QStringList{u"org.freedesktop.appearance color-scheme"_s});
-            awaitTurn();
+            m_bus->awaitTurn();
             QCOMPARE(portal.colorScheme(), scheme);
         }
     }
@@ -131,7 +115,7 @@ private slots:
         m_fake->announce({group, u"accent-color"_s, wrapped(0U)});
         m_fake->announce({u"org.example"_s, u"color-scheme"_s, wrapped(0U)});
         m_fake->announce({group, u"color-scheme"_s, wrapped(1U)});
-        awaitTurn();
+        m_bus->awaitTurn();
         QCOMPARE(portal.colorScheme(), ColorScheme::Dark);
         QCOMPARE(spy.count(), 1);
         m_fake->announce({group, u"color-scheme"_s, wrapped(u"dark"_s)});
@@ -146,7 +130,7 @@ private slots:
     {
         m_fake->value = wrapped(wrapped(1U));
         const SettingsPortal portal(bus());
-        awaitTurn();
+        m_bus->awaitTurn();
         QVERIFY(m_fake->questions.isEmpty());
         m_fake->appear();
         QTRY_COMPARE(portal.colorScheme(), ColorScheme::Dark);
@@ -169,21 +153,9 @@ private slots:
     }
 
 private:
-    QDBusConnection bus() const { return QDBusConnection::connectToBus(m_address, u"program"_s); }
+    QDBusConnection bus() const { return m_bus->connection(u"program"_s); }
 
-    /// Waits until the messages and answers that have been sent so far have arrived.
-    void awaitTurn() const
-    {
-        for (const QString& name : {u"portal"_s, u"program"_s}) {
-            const auto ping = QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/"_s,
-                                                             u"org.freedesktop.DBus.Peer"_s, u"Ping"_s);
-            QDBusConnection(name).call(ping);
-        }
-        QCoreApplication::processEvents();
-    }
-
-    QProcess m_daemon;
-    QString m_address;
+    Fresh<TestBus> m_bus{this};
     std::unique_ptr<FakePortal> m_fake;
 };
 

@@ -56,7 +56,7 @@ private:
     void openMenuOverAlert();
 
     SettingsPortal m_settings{QDBusConnection::sessionBus()};
-    StatusNotifierHost m_host;
+    StatusNotifierHost m_host{QDBusConnection::sessionBus()};
     XEmbedTray m_tray;
     bool m_hasStatusArea = false;
     std::unique_ptr<StatusNotifierItem> m_drawnItem;

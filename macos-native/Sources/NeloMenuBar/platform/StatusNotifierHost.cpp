@@ -2,12 +2,12 @@
 
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -34,10 +34,10 @@ bool hasHostName(const QDBusConnectionInterface& bus)
 
 } // namespace
 
-StatusNotifierHost::StatusNotifierHost(QObject* parent) : QObject(parent), m_bus(QDBusConnection::sessionBus())
+StatusNotifierHost::StatusNotifierHost(QDBusConnection bus, QObject* parent) : QObject(parent), m_bus(std::move(bus))
 {
     if (!m_bus.isConnected()) {
-        m_isRegistered = false;
+        m_state = State{};
         return;
     }
     // The names of the watcher and of hosts; the bus filters by whole parts of names only.
@@ -62,23 +62,23 @@ void StatusNotifierHost::ask()
         QDBusMessage::createMethodCall(StatusNotifierWatcher::service, StatusNotifierWatcher::path,
                                        QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     question << StatusNotifierWatcher::service << QStringLiteral("IsStatusNotifierHostRegistered");
-    auto* call = new QDBusPendingCallWatcher(m_bus.asyncCall(question), this);
-    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
-        call->deleteLater();
-        const QDBusPendingReply<QDBusVariant> answer = *call;
-        const bool isTold = answer.isValid() && answer.value().variant().toBool();
-        const QDBusConnectionInterface* bus = m_bus.interface();
-        const bool isKde = isTold && bus != nullptr && isKdeDaemon(*bus, answer.reply().service());
-        // KDE's daemon tells of a host even while there is none.
-        setRegistered(isTold && bus != nullptr && (!isKde || hasHostName(*bus)), isKde);
+    m_question = std::make_unique<QDBusPendingCallWatcher>(m_bus.asyncCall(question));
+    connect(m_question.get(), &QDBusPendingCallWatcher::finished, this, [this] {
+        const State state = stateAfter(*m_question);
+        if (std::exchange(m_state, state) != state)
+            emit changed();
     });
 }
 
-void StatusNotifierHost::setRegistered(bool isRegistered, bool isKde)
+StatusNotifierHost::State StatusNotifierHost::stateAfter(const QDBusPendingCall& question) const
 {
-    if (m_isRegistered == isRegistered && m_isKde == isKde)
-        return;
-    m_isRegistered = isRegistered;
-    m_isKde = isKde;
-    emit changed();
+    const QDBusPendingReply<QDBusVariant> answer = question;
+    const QDBusConnectionInterface* bus = m_bus.interface();
+    if (!answer.isValid() || bus == nullptr)
+        return {};
+    const QString watcher = answer.reply().service();
+    const bool isKde = isKdeDaemon(*bus, watcher);
+    // KDE's daemon tells of a host even while there is none.
+    const bool isRegistered = answer.value().variant().toBool() && (!isKde || hasHostName(*bus));
+    return {isRegistered, isKde, watcher};
 }
