@@ -4,7 +4,6 @@
 #include "base/Text.h"
 
 #include <QDateTime>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -13,9 +12,6 @@
 #include <sys/stat.h>
 
 namespace {
-
-constexpr QFile::Permissions ownersFile = QFile::ReadOwner | QFile::WriteOwner;
-constexpr QFile::Permissions ownersFolder = ownersFile | QFile::ExeOwner;
 
 /// Returns the path of a backup that is made at the local time `now`.
 QString backupPath(const QString& path, const QDateTime& now)
@@ -35,9 +31,7 @@ void createConfigFile(const QString& path)
     const QFileInfo file(path);
     if (file.exists())
         return;
-    const QString folder = file.absolutePath();
-    QDir().mkpath(QFileInfo(folder).absolutePath());
-    QDir().mkdir(folder, ownersFolder);
+    makePrivateFolder(file.absolutePath());
     std::ignore = writeFileAtomically(path, QByteArrayLiteral("{}\n"));
 }
 
