@@ -51,8 +51,8 @@ def measure_wake_ups(desktop: Desktop) -> None:
     with nelo:
         until(panel.item, "the item in the panel")
         measure(f"wake-ups in 30 s, nothing opened{SUFFIX}", nelo)
-        for entry, title in WINDOWS.items():
-            panel.choose(entry)
+        for menu_item, title in WINDOWS.items():
+            panel.choose(menu_item)
             nelo.window(title)
             press("alt+F4")
             until(lambda: not any(window.is_showing for window in nelo.accessible.children()), f"{title} closed")

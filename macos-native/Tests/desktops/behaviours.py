@@ -75,8 +75,8 @@ class Session:
     def picture(self, name: str) -> None:
         take_picture(self.pictures / f"{name}.png")
 
-    def window(self, entry: str) -> Node:
-        return self.nelo.window(WINDOWS[entry][0])
+    def window(self, menu_item: str) -> Node:
+        return self.nelo.window(WINDOWS[menu_item][0])
 
     def size(self, window: Node) -> tuple[int, int]:
         return window.area.width, window.area.height
@@ -98,9 +98,9 @@ def opens_the_menu_at_a_right_click(session: Session) -> None:
 
 
 def opens_three_windows(session: Session) -> None:
-    for entry, (name, _size) in WINDOWS.items():
-        session.panel.choose(entry)
-        session.window(entry)
+    for menu_item, (name, _size) in WINDOWS.items():
+        session.panel.choose(menu_item)
+        session.window(menu_item)
         session.picture(name.replace(" ", "-"))
 
 
@@ -134,9 +134,9 @@ def has_a_launcher_while_the_panel_is_gone(session: Session) -> None:
 
 def follows_a_desktop_that_turns_dark(session: Session) -> None:
     """The settings window does, and back. The chat beside or below it keeps its own light colors."""
-    for entry in ("Open Nelo", "Settings..."):
-        session.panel.choose(entry)
-        width, height = session.size(session.window(entry))
+    for menu_item in ("Open Nelo", "Settings..."):
+        session.panel.choose(menu_item)
+        width, height = session.size(session.window(menu_item))
     area = width * height
     light = settled(screen, "a screen that does not change")
     session.desktop.prefer_dark(True)
@@ -150,9 +150,9 @@ def follows_a_desktop_that_turns_dark(session: Session) -> None:
 def keeps_its_sizes(session: Session) -> None:
     """What the screen has room for is as large as it is meant to be, and nothing is larger than the screen."""
     room = (session.desktop.width / session.desktop.scale, session.desktop.height / session.desktop.scale)
-    for entry, (name, (width, height)) in WINDOWS.items():
-        session.panel.choose(entry)
-        size = session.size(session.window(entry))
+    for menu_item, (name, (width, height)) in WINDOWS.items():
+        session.panel.choose(menu_item)
+        size = session.size(session.window(menu_item))
         session.picture(f"{name.replace(' ', '-')}-{session.desktop.width}x{session.desktop.height}")
         assert size[0] <= room[0] and size[1] <= room[1], f"{name} is {size}"
         if not session.desktop.is_tiling and height + 2 * TITLE_BAR <= room[1]:

@@ -2,18 +2,16 @@
 from __future__ import annotations
 
 import contextlib
-import io
-import subprocess
 from pathlib import Path
 from typing import Callable, Iterator, NamedTuple
 
-from PIL import Image, ImageChops
+from PIL import Image, ImageChops, ImageGrab
 
 from screen import Area, click, settled, until, xdotool
 
 LEFT, RIGHT = 1, 3
 ITEM_COLOR = "#ff00ff"  # of the picture that the user has for the status item; nothing else on the screen has it
-ENTRIES = {"Open Nelo": 0.13, "Open Nelo Console": 0.36, "Settings...": 0.59, "Quit Nelo": 0.85}  # their place in the menu
+MENU_ITEMS = {"Open Nelo": 0.13, "Open Nelo Console": 0.36, "Settings...": 0.59, "Quit Nelo": 0.85}  # their place in the menu
 MENU_PATH = "/StatusNotifierItem/Menu"
 OPENS, CHOOSES = "member=AboutToShow\n", '"clicked"\n'  # what dbus-monitor writes when a panel opens the menu, and at a choice
 SMALLEST_MENU = 80  # pixels
@@ -22,8 +20,7 @@ EDGE = 12  # pixels of a menu that may let through what is below: corners and a 
 
 
 def screen() -> Image.Image:
-    taken = subprocess.run(["import", "-window", "root", "png:-"], capture_output=True, check=True).stdout
-    return Image.open(io.BytesIO(taken)).convert("RGB")
+    return ImageGrab.grab(xdisplay="")  # of $DISPLAY
 
 
 def darkened_since(before: Image.Image) -> int:
@@ -61,28 +58,28 @@ class Panel:
         found = alike.convert("L").point(lambda difference: 255 if difference < 12 else 0).getbbox()
         return Area(found[0], found[1], found[2] - found[0], found[3] - found[1]) if found else None
 
-    def choose(self, entry: str, button: int = LEFT) -> None:
-        """Clicks the item and then an entry of the menu."""
+    def choose(self, menu_item: str, button: int = LEFT) -> None:
+        """Clicks the status item and then an item of its menu."""
         item = settled(self.item, "the item in the panel")
         if button not in self._drawn_at:
             self._click(item, button)
-            self._click_entry(entry, settled(self._own_menu, "the program's own menu"))
+            self._click_menu_item(menu_item, settled(self._own_menu, "the program's own menu"))
             return
         if not self._menu:
             self._menu = self._find_menu(item, button)
         else:
             self._open(item, button)
             until(self._menu.is_open, "the menu")
-        with self._asking(CHOOSES, f"{entry} chosen in the menu"):
-            self._click_entry(entry, self._menu.area)
+        with self._asking(CHOOSES, f"{menu_item} chosen in the menu"):
+            self._click_menu_item(menu_item, self._menu.area)
 
     @staticmethod
     def _click(item: Area, button: int) -> None:
         click(item.x + item.width // 2, item.y + item.height // 2, button)
 
     @staticmethod
-    def _click_entry(entry: str, menu: Area) -> None:
-        click(menu.x + menu.width / 2, menu.y + menu.height * ENTRIES[entry])
+    def _click_menu_item(menu_item: str, menu: Area) -> None:
+        click(menu.x + menu.width / 2, menu.y + menu.height * MENU_ITEMS[menu_item])
 
     def _open(self, item: Area, button: int) -> None:
         with self._asking(OPENS, "the panel to open the menu"):

@@ -48,25 +48,25 @@ class Item:
         return self._call(ITEM_PATH, "org.freedesktop.DBus.Properties", "Get",
                           GLib.Variant("(ss)", ("org.kde.StatusNotifierItem", name)))[0]
 
-    def _entries(self) -> list[tuple[int, dict[str, Any]]]:
+    def _menu_items(self) -> list[tuple[int, dict[str, Any]]]:
         _revision, (_id, _properties, children) = self._call(
             self.property("Menu"), "com.canonical.dbusmenu", "GetLayout", GLib.Variant("(iias)", (0, -1, [])))
         return [(number, properties) for number, properties, _children in children]
 
     def menu(self) -> list[str]:
         """The titles of the menu's items, without separators."""
-        return [properties["label"] for _number, properties in self._entries() if properties.get("type") != "separator"]
+        return [properties["label"] for _number, properties in self._menu_items() if properties.get("type") != "separator"]
 
     def shortcuts(self) -> dict[str, Any]:
-        """The keys of the entries that have some."""
-        return {properties["label"]: properties["shortcut"] for _number, properties in self._entries() if "shortcut" in properties}
+        """The keys of the menu's items that have some."""
+        return {properties["label"]: properties["shortcut"] for _number, properties in self._menu_items() if "shortcut" in properties}
 
     def activate(self) -> None:
         """Does what many panels do at a click of the left button. They open the menu when this fails."""
         self._call(ITEM_PATH, "org.kde.StatusNotifierItem", "Activate", GLib.Variant("(ii)", (0, 0)))
 
     def choose(self, title: str) -> None:
-        number = next(number for number, properties in self._entries() if properties.get("label") == title)
+        number = next(number for number, properties in self._menu_items() if properties.get("label") == title)
         self._call(self.property("Menu"), "com.canonical.dbusmenu", "Event",
                    GLib.Variant("(isvu)", (number, "clicked", GLib.Variant("s", ""), 0)))
 

@@ -64,8 +64,8 @@ class StatusAreaTest(unittest.TestCase):
         tray = Tray()
         self.addCleanup(tray.end)
         with Nelo() as nelo:
-            for entry in ("Open Nelo", "Open Nelo Console", "Settings..."):
-                nelo.open(entry)
+            for item in ("Open Nelo", "Open Nelo Console", "Settings..."):
+                nelo.open(item)
             tray.end()
             launcher(nelo)
             for title in ("Nelo Launcher", "Nelo", "Nelo Console", "Nelo Settings"):
@@ -73,7 +73,7 @@ class StatusAreaTest(unittest.TestCase):
                 icons = subprocess.check_output(["xprop", "-id", window, "_NET_WM_ICON"], text=True)
                 self.assertIn("Icon (128 x 128)", icons)
 
-    def test_every_entry_works_by_keyboard(self) -> None:
+    def test_every_item_works_by_keyboard(self) -> None:
         with TraylessNelo() as nelo:
             launcher(nelo).find("push button", "Open Nelo Console").press()
             nelo.window("Nelo Console")
