@@ -42,6 +42,19 @@ class VirtualDesktopTest(unittest.TestCase):
         self.assertEqual(self.processes(), [])
         self.assertEqual(list(Path(self.folder.name).iterdir()), [])
 
+    def test_a_service_that_the_bus_has_started_ends_too(self) -> None:
+        services = Path(self.folder.name, "data", "dbus-1", "services")
+        services.mkdir(parents=True)
+        running = Path(self.folder.name, "running")
+        (services / "test.Sleeper.service").write_text(
+            f'[D-BUS Service]\nName=test.Sleeper\nExec=/bin/sh -c "touch {running}; exec sleep 1000"\n')
+        self.environment["XDG_DATA_HOME"] = str(services.parents[1])
+        process = self.start("bash", "-c", "dbus-send --session --type=method_call --dest=org.freedesktop.DBus / "
+                             "org.freedesktop.DBus.StartServiceByName string:test.Sleeper uint32:0; "
+                             f"timeout {TIMEOUT_SECONDS // 2} sh -c 'until [ -e {running} ]; do sleep 0.02; done'")
+        self.assertEqual(process.wait(TIMEOUT_SECONDS), 0)
+        self.assertEqual(self.processes(), [])
+
     def test_an_interrupt_ends_everything(self) -> None:
         for number, status in ((signal.SIGTERM, 143), (signal.SIGINT, 130)):
             with self.subTest(number):
