@@ -3,10 +3,10 @@
 #include "platform/TerminationSignals.h"
 #include "shell/NeloMenuBarApp.h"
 #include "ui/Alerts.h"
+#include "ui/ApplicationIcon.h"
 #include "ui/TextScale.h"
 
 #include <QApplication>
-#include <QIcon>
 
 #include <cstdio>
 #include <memory>
@@ -28,15 +28,6 @@ void ignoreRelativeBaseFolders()
 bool hasDisplay()
 {
     return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
-}
-
-/// Returns the windows' icon. X11 desktops show it. On Wayland the icon comes from the .desktop file.
-QIcon windowIcon()
-{
-    QIcon icon;
-    for (const int side : {16, 32, 48, 128})
-        icon.addFile(QStringLiteral(":/icons/%1.png").arg(side));
-    return icon;
 }
 
 /// Returns why this start ends without having asked the first instance to come to the front, or null when it goes on.
@@ -74,9 +65,9 @@ int main(int argc, char* argv[])
     QApplication::setApplicationVersion(QStringLiteral(NELO_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("example.nelo.NeloMenuBar"));
     QApplication::setQuitOnLastWindowClosed(false);
-    QApplication::setWindowIcon(windowIcon());
     setDefaultFont();
     if (reason) {
+        setApplicationIcon();
         showAlert(nullptr, QStringLiteral("Nelo"), QString::fromUtf8(reason));
         return 1;
     }

@@ -48,6 +48,10 @@ class IdleTest(unittest.TestCase):
             open_and_close_windows(nelo)
             self.assert_sleeps(nelo)
 
+    def test_it_loads_no_readers_of_pictures(self) -> None:
+        with Nelo() as nelo:
+            self.assertNotIn("/imageformats/", Path(f"/proc/{nelo.process.pid}/maps").read_text())
+
     def test_it_looks_for_the_image_and_nothing_else(self) -> None:
         with tempfile.TemporaryDirectory(prefix="nelo-home-") as folder, TracedNelo(home=Path(folder)) as nelo:
             self.assertEqual(nelo.files_of_the_home(), {"Desktop/nelo.png"})

@@ -1,6 +1,7 @@
 #include "shell/primitives/NeloWindow.h"
 
 #include "shell/primitives/ViewController.h"
+#include "ui/ApplicationIcon.h"
 #include "ui/TextScale.h"
 
 #include <QAccessibleWidget>
@@ -29,6 +30,7 @@ NeloWindow::NeloWindow(const QString& title, QSize contentSize)
     : QWidget(nullptr, Qt::Window), m_contentSize(scaledWindowSize(contentSize))
 {
     QAccessible::installFactory(windowInterface); // only the first call has an effect
+    setApplicationIcon();
     setWindowTitle(title);
     const auto* closing = new QShortcut(QKeySequence::Close, this); // Command-W, Control-W
     connect(closing, &QShortcut::activated, this, &QWidget::close);
