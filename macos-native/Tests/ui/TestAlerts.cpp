@@ -130,7 +130,7 @@ private slots:
 
     void aShortTextIsShownWholeWithoutAScrollBar()
     {
-        whileAlertIsOpen(u"A sentence that takes more than one line of the alert, as they do. "_s.repeated(4),
+        whileAlertIsOpen(u"A sentence, and a name that takes more than one line: "_s + u"name"_s.repeated(60),
                          [](QDialog& dialog) {
                              QPlainTextEdit* text = informativeText(dialog);
                              QVERIFY(!text->verticalScrollBar()->isVisible());

@@ -5,6 +5,7 @@
 #include "support/TestCase.h"
 #include "support/TestCertificate.h"
 
+#include <QElapsedTimer>
 #include <QSslConfiguration>
 
 using namespace Qt::StringLiterals;
@@ -109,10 +110,14 @@ private slots:
         const int descriptors = ProcessTable::openDescriptors();
         const std::set<pid_t> threads = ProcessTable::threads();
         m_calls->client = std::make_unique<ChatClient>(TransferLimits{.idleness = 300ms});
+        m_calls->server.answerEach(keptAnswer().delayedBy(300ms));
         for (int call = 1; call <= 2; ++call) {
+            QElapsedTimer timer;
+            timer.start();
             QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
             QVERIFY(ProcessTable::threads() != threads);
             QTRY_VERIFY(ProcessTable::threads() == threads);
+            QVERIFY(timer.hasExpired(300 + 300)); // a call under way is no idleness
             QTRY_COMPARE(m_calls->server.openConnections(), 0);
             QTRY_COMPARE(ProcessTable::openDescriptors(), descriptors);
         }
