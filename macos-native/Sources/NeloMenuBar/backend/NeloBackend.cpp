@@ -89,7 +89,6 @@ void appendValue(std::string& line, const Json& value)
 std::string requestLine(std::string_view function, std::span<const Json> args)
 {
     std::string line;
-    line.reserve(256); // enough for most requests
     line += R"({"function":)";
     appendText(line, function);
     line += R"(,"args":)";

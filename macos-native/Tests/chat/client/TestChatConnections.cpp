@@ -110,14 +110,15 @@ private slots:
         const int descriptors = ProcessTable::openDescriptors();
         const std::set<pid_t> threads = ProcessTable::threads();
         m_calls->client = std::make_unique<ChatClient>(TransferLimits{.idleness = 300ms});
-        m_calls->server.answerEach(keptAnswer().delayedBy(300ms));
+        const HttpAnswer slow = keptAnswer().inPieces(64, 300ms);
+        m_calls->server.answerEach(slow);
         for (int call = 1; call <= 2; ++call) {
             QElapsedTimer timer;
             timer.start();
             QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
             QVERIFY(ProcessTable::threads() != threads);
             QTRY_VERIFY(ProcessTable::threads() == threads);
-            QVERIFY(timer.hasExpired(300 + 300)); // a call under way is no idleness
+            QVERIFY(timer.hasExpired(300 * (slow.pieces.size() + 1))); // a call under way is no idleness
             QTRY_COMPARE(m_calls->server.openConnections(), 0);
             QTRY_COMPARE(ProcessTable::openDescriptors(), descriptors);
         }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <chrono>
-#include <vector>
+#include <map>
 
 #include <curl/curl.h>
 
@@ -19,5 +19,6 @@ public:
     bool isUsable(int localPort) const;
 
 private:
-    std::vector<curl_socket_t> m_sockets; // some may be closed, or their numbers may belong to other sockets now
+    /// By the sockets. Some may be closed, or their numbers may belong to other sockets now.
+    std::map<curl_socket_t, long> m_localPorts;
 };

@@ -143,7 +143,9 @@ void TranscriptArea::append(Speaker speaker, const QString& text)
     const int before = scrolledBy();
     layOutVisibleRows();
     viewport()->scroll(0, before - scrolledBy());
-    viewport()->update(viewport()->rect().adjusted(0, m_rows.rowRect(count() - 1).top() - scrolledBy(), 0, 0));
+    QRect below = viewport()->rect();
+    below.setTop(m_rows.rowRect(count() - 1).top() - scrolledBy());
+    viewport()->update(below);
 }
 
 TextRange TranscriptArea::lineAt(int index, qsizetype position)

@@ -184,10 +184,8 @@ void TranscriptView::mouseReleaseEvent(QMouseEvent* event)
 
 void TranscriptView::timerEvent(QTimerEvent* event)
 {
-    if (event->timerId() == m_tripleClick.timerId()) {
+    if (event->timerId() == m_tripleClick.timerId())
         m_tripleClick.stop();
-        return;
-    }
     if (event->timerId() != m_autoScroll.timerId()) {
         TranscriptArea::timerEvent(event);
         return;
