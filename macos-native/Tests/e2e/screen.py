@@ -174,6 +174,12 @@ class Node:
     def text(self) -> str:
         return str(Atspi.Text.get_text(self._accessible, 0, Atspi.Text.get_character_count(self._accessible)))
 
+    @property
+    def text_size(self) -> int:
+        """The size of its first character, in points."""
+        attributes, _start, _end = Atspi.Text.get_attribute_run(self._accessible, 0, True)
+        return int(attributes["size"])
+
     def area_of_character(self, offset: int) -> Area:
         extents = Atspi.Text.get_character_extents(self._accessible, offset, Atspi.CoordType.SCREEN)
         return Area(extents.x, extents.y, extents.width, extents.height)

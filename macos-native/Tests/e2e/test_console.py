@@ -47,6 +47,12 @@ class ConsoleTest(unittest.TestCase):
             self.assertEqual(nelo.quit(), 0)
             self.assertEqual(nelo.processes(), [])
 
+    def test_its_text_has_13_pixels_where_the_desktop_tells_no_font(self) -> None:
+        with Nelo(environment={"QT_FONT_DPI": "72"}) as nelo:  # a point is a pixel
+            console = nelo.open("Open Nelo Console")
+            console.open_tab("Skills")
+            self.assertEqual(console.find("text", "Select a skill").text_size, 13)
+
 
 class MenuTest(unittest.TestCase):
     def test_the_item_is_the_users_own_image_and_tells_its_name(self) -> None:
