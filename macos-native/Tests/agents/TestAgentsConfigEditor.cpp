@@ -36,7 +36,7 @@ class TestAgentsConfigEditor final : public TestCase
     Q_OBJECT
 
 private slots:
-    void cleanup()
+    void cleanup() override
     {
         TestCase::cleanup();
         for (QWidget* widget : QApplication::topLevelWidgets())
@@ -53,8 +53,7 @@ private slots:
             {"no ecosystem", Json::object(), u".openclaw/openclaw.json"_s},
         };
         for (const auto& [row, file] : cases) {
-            cleanup();
-            init();
+            restart();
             m_tab->showSelected(row);
             m_tab->press("Config Editor");
             QCOMPARE(Files::contentOf(home(file)), "{}\n"_ba);

@@ -83,7 +83,7 @@ public:
     static void initMain() { SmallDisk::allowMounts(); }
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         create(path(), "{\"a\": 1}\n");

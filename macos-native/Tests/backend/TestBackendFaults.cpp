@@ -50,7 +50,7 @@ class TestBackendFaults final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         m_backend->answer(question, {{"pong", 1}});

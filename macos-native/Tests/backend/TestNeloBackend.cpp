@@ -23,7 +23,7 @@ class TestNeloBackend final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         qunsetenv("PYTHONUNBUFFERED"); // the program itself must make Python write at once

@@ -32,7 +32,7 @@ class TestApiKeyStore final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         QCoreApplication::setOrganizationName(u"Nelo"_s);

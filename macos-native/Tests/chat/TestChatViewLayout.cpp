@@ -16,7 +16,7 @@ class TestChatViewLayout final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         QApplication::setCursorFlashTime(0); // pictures are compared

@@ -16,7 +16,7 @@ class TestRuntimeViewController final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         m_tab->backend.answer("openclaw_runtime_status", {{"os", "Debian 你好"}, {"installed", true}});

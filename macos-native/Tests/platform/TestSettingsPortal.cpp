@@ -65,13 +65,13 @@ class TestSettingsPortal final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         m_fake = std::make_unique<FakePortal>(m_bus->connection(u"portal"_s));
     }
 
-    void cleanup()
+    void cleanup() override
     {
         m_fake.reset();
         TestCase::cleanup();
@@ -90,8 +90,7 @@ private slots:
             {"another type of reply is garbage", u"dark"_s, ColorScheme::Unknown},
         };
         for (const auto& [value, scheme] : cases) {
-            cleanup();
-            init();
+            restart();
             m_fake->value = value;
             m_fake->appear();
             const SettingsPortal portal(bus());

@@ -30,7 +30,7 @@ class TestSingleInstance final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
         for (const char* name : names)
             qunsetenv(name);
@@ -201,8 +201,7 @@ private slots:
             {"another user's", QByteArray(geteuid() == 0 ? "/var/lib/private" : "/root"), false},
         };
         for (const auto& [given, isTaken] : cases) {
-            cleanup();
-            init();
+            restart();
             QByteArray others = given;
             if (isTaken) {
                 others = QFile::encodeName(m_folder->filePath(u"session"_s));

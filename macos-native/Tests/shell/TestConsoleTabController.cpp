@@ -22,7 +22,7 @@ public slots:
     void openedUrl(const QUrl& url) { m_openedUrls.append(url); }
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         m_backend->answer("openclaw_runtime_status", {{"os", "x"}});

@@ -19,7 +19,7 @@ class TestMenuBarImage final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         QVERIFY(QDir(m_home->path()).mkpath(u"Desktop"_s));

@@ -33,7 +33,7 @@ class TestNeloMenuBarApp final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         QApplication::setQuitOnLastWindowClosed(false);
@@ -42,7 +42,7 @@ private slots:
         launch();
     }
 
-    void cleanup()
+    void cleanup() override
     {
         m_app.reset();
         TestCase::cleanup();
@@ -271,8 +271,7 @@ private slots:
             {"a key", u"Settings..."_s, u"cloudAPIKeyField"_s},
         };
         for (const auto& [item, field] : cases) {
-            cleanup();
-            init();
+            restart();
             choose(item);
             NeloWindow* window = windows().value(0);
             auto* typed = window->findChild<QLineEdit*>(field);

@@ -14,9 +14,9 @@ class TestCase : public QObject
 
 protected slots:
     /// Makes the `Fresh` members in the order of their declaration.
-    void init();
+    virtual void init();
     /// Deletes the `Fresh` members in the opposite order.
-    void cleanup();
+    virtual void cleanup();
 
 protected:
     /// Ends one case and begins the next one, in a function that goes through several: its members are new again.

@@ -31,7 +31,7 @@ class TestAlerts final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         QGuiApplication::clipboard()->clear();

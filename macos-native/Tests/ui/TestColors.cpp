@@ -48,7 +48,11 @@ class TestColors final : public TestCase
     Q_OBJECT
 
 private slots:
-    void cleanup() { QApplication::setStyle(u"fusion"_s); }
+    void cleanup() override
+    {
+        QApplication::setStyle(u"fusion"_s);
+        TestCase::cleanup();
+    }
 
     void contrastIsComputedAsTheStandardSays()
     {

@@ -30,7 +30,7 @@ class TestFlowLayout final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         m_view = std::make_unique<QWidget>();

@@ -26,10 +26,11 @@ private slots:
         QIcon::setThemeSearchPaths({m_folder.filePath(u"missing"_s), m_folder.path()});
     }
 
-    void cleanup()
+    void cleanup() override
     {
         QIcon::setThemeName({});
         QApplication::setStyle(u"fusion"_s);
+        TestCase::cleanup();
     }
 
     void theOtherOneOfAPairIsChosen()

@@ -17,7 +17,11 @@ class TestTextScale final : public TestCase
     Q_OBJECT
 
 private slots:
-    void cleanup() { QApplication::setFont(m_font); }
+    void cleanup() override
+    {
+        QApplication::setFont(m_font);
+        TestCase::cleanup();
+    }
 
     void measuresGrowWithTheTextAndTextsFollowIt()
     {

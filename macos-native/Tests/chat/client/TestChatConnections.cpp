@@ -19,7 +19,7 @@ class TestChatConnections final : public TestCase
 private slots:
     void initTestCase() { m_certificate.emplace(TestCertificate::make()); }
 
-    void init()
+    void init() override
     {
         TestCase::init();
         m_encrypted = std::make_unique<HttpServer>(m_certificate->forServer());

@@ -47,7 +47,7 @@ private slots:
         m_server = std::make_unique<HttpServer>(certificate.forServer(), here);
     }
 
-    void init()
+    void init() override
     {
         TestCase::init();
         m_server->answerEach(keptAnswer());

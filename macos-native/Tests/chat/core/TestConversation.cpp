@@ -68,7 +68,7 @@ class TestConversation final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         m_threads = ProcessTable::threads();

@@ -12,7 +12,7 @@ class TestChunkLayout final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         m_font.setPixelSize(18);

@@ -13,7 +13,7 @@ class TestTranscriptAccessible final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         m_view->append(Speaker::User, u"question"_s);

@@ -50,7 +50,7 @@ class TestTranscriptArea final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         m_area->setPalette(Colors::lightAppearance(Colors::white(0.97)));

@@ -11,7 +11,7 @@ class TestTranscriptPainting final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         m_view->setPalette(Colors::lightAppearance(Colors::white(0.97)));

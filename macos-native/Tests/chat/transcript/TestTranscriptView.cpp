@@ -25,7 +25,7 @@ class TestTranscriptView final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         QGuiApplication::clipboard()->clear();

@@ -74,10 +74,11 @@ private slots:
         QCOMPARE(qApp->devicePixelRatio(), qEnvironmentVariable("QT_SCALE_FACTOR", u"1"_s).toDouble());
     }
 
-    void cleanup()
+    void cleanup() override
     {
         QApplication::setFont(m_font);
         QApplication::setStyle(QStringLiteral("fusion"));
+        TestCase::cleanup();
     }
 
     void nothingIsClipped()

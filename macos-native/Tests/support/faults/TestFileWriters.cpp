@@ -137,7 +137,7 @@ public:
     static void initMain() { SmallDisk::allowMounts(); }
 
 private slots:
-    void init()
+    void init() override
     {
         TestCase::init();
         QCoreApplication::setOrganizationName(u"Nelo"_s);
