@@ -1,33 +1,31 @@
 #include "ui/PopUpButton.h"
 
-#include "support/Warnings.h"
+#include "support/TestCase.h"
 
 #include <QAbstractItemView>
 #include <QAccessible>
 #include <QApplication>
 #include <QLabel>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
 /// What assistive technology reads of a pop-up button.
-class TestPopUpAccessible final : public QObject
+class TestPopUpAccessible final : public TestCase
 {
     Q_OBJECT
 
 private slots:
-    void init()
+    void init() override
     {
-        failOnUnexpectedWarning();
-        m_window = std::make_unique<QWidget>();
-        m_popup = new PopUpButton(m_window.get());
+        TestCase::init();
+        m_popup = new PopUpButton(&*m_window);
         m_popup->addItems({u"local"_s, u"cloud 云"_s});
         m_popup->setCurrentIndex(1);
     }
 
     void itsNameIsTheCaption()
     {
-        auto* caption = new QLabel(u"Mode"_s, m_window.get());
+        auto* caption = new QLabel(u"Mode"_s, &*m_window);
         caption->setBuddy(m_popup);
         QCOMPARE(popup()->role(), QAccessible::ComboBox);
         QCOMPARE(popup()->text(QAccessible::Name), u"Mode"_s);
@@ -68,7 +66,7 @@ private slots:
     void itsActionOpensAndClosesTheList()
     {
         m_window->show();
-        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+        QVERIFY(QTest::qWaitForWindowActive(&*m_window));
         QAccessibleActionInterface* action = popup()->actionInterface();
         action->doAction(QAccessibleActionInterface::setFocusAction());
         QVERIFY(m_popup->hasFocus());
@@ -89,7 +87,7 @@ private slots:
 private:
     QAccessibleInterface* popup() const { return QAccessible::queryAccessibleInterface(m_popup); }
 
-    std::unique_ptr<QWidget> m_window;
+    Fresh<QWidget> m_window{this};
     PopUpButton* m_popup = nullptr; // child of the window
 };
 
