@@ -120,7 +120,7 @@ private slots:
                 const auto* popup = dialog.findChild<QComboBox*>();
                 QCOMPARE(popup->size(), QSize(420, 26));
                 titles.push_back(SkillsTab::titles(*popup));
-                names.append(popup->accessibleName() + u'/' + popup->accessibleDescription());
+                names.append(popup->accessibleName());
                 DialogRobot::press(button)(dialog);
             };
         };
@@ -128,7 +128,7 @@ private slots:
         m_tab->press("Install Cloud Skill");
         QCOMPARE(titles[0], (QStringList{u"First 一 v1.2 - Does. More"_s, u"second"_s}));
         QCOMPARE(titles[1], (QStringList{u"main (online) - /w"_s, u"2 (idle) - /v"_s}));
-        QCOMPARE(names, (QStringList{u"Skill/Skill"_s, u"Agent/Agent"_s}));
+        QCOMPARE(names, (QStringList{u"Skill"_s, u"Agent"_s}));
         QCOMPARE(robot.shown()[0].text, u"Cloud catalog is fetched via Nelo Core."_s);
         QCOMPARE(robot.shown()[0].buttons, (QStringList{u"Cancel"_s, u"Install"_s}));
         QCOMPARE(robot.shown()[1].text, u"Choose the target workspace for this skill package."_s);

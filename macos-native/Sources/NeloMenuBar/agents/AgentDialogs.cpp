@@ -30,7 +30,6 @@ public:
     {
         m_ecosystemPopup->setObjectName(QStringLiteral("ecosystemPopup"));
         m_ecosystemPopup->addItems(Ecosystem::all());
-        m_ecosystemPopup->setAccessibleDescription(QStringLiteral("Ecosystem"));
         fixSize(*m_ecosystemPopup, {180, 26});
         m_nameField->setObjectName(QStringLiteral("nameField"));
         m_nameField->setText(Ecosystem::openclaw + u' ' + stamp);

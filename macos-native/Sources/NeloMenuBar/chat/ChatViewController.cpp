@@ -164,7 +164,6 @@ void ChatViewController::makeControls(QWidget* composer)
     m_modelPopup = new PopUpButton(composer);
     m_modelPopup->setObjectName(QStringLiteral("modelPopup"));
     m_modelPopup->setAccessibleName(QStringLiteral("Model"));
-    m_modelPopup->setAccessibleDescription(QStringLiteral("Model"));
     m_modelPopup->addItems({Provider::defaultModel, QStringLiteral("gpt-4.1-mini"), QStringLiteral("deepseek-chat"),
                             QStringLiteral("moonshot-v1-8k")});
     m_modelPopup->setFixedWidth(scaledToFont(150));

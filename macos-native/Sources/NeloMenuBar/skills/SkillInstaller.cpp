@@ -30,7 +30,6 @@ std::optional<Json> choose(QWidget* view, const Question& question, const std::v
     PopUpButton popup;
     popup.setFixedSize(scaledToFont(QSize(420, 26)));
     popup.setAccessibleName(question.popupName);
-    popup.setAccessibleDescription(question.popupName);
     for (const Json& row : rows)
         popup.addItem(singleLine(titleOf(row)));
     const DialogAnswer answer = runDialog(view, question.title, question.text, &popup, question.firstButton);
