@@ -1,6 +1,6 @@
 #include "agents/core/Agent.h"
 #include "agents/core/AgentReport.h"
-#include "backend/BackendReply.h"
+#include "fuzz/HelperLine.h"
 #include "fuzz/Invariant.h"
 #include "skills/core/SkillTexts.h"
 
@@ -33,7 +33,7 @@ void requireEcosystemsPartTheRows(const std::vector<Json>& rows)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const BackendReply reply(bytesOf(data, size));
+    const BackendReply reply = replyToLine(bytesOf(data, size));
     const AgentReport report = agentReport(reply);
     require(report.summary.startsWith(QStringLiteral("Total: %1").arg(report.rows.size())),
             "the summary has the count");

@@ -1,5 +1,5 @@
-#include "backend/BackendReply.h"
 #include "base/Provider.h"
+#include "fuzz/HelperLine.h"
 #include "fuzz/Invariant.h"
 #include "settings/core/SettingsDocument.h"
 
@@ -20,7 +20,7 @@ SettingsDocument asWritten(SettingsDocument settings)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const SettingsDocument settings = readSettingsDocument(BackendReply(bytesOf(data, size)).object());
+    const SettingsDocument settings = readSettingsDocument(replyToLine(bytesOf(data, size)).object());
     require(chatModes().contains(settings.chatMode), "the mode is one of those offered");
     require(Provider::all().contains(settings.cloudProvider), "the provider is one of those offered");
 

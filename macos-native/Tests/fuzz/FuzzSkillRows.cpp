@@ -1,4 +1,4 @@
-#include "backend/BackendReply.h"
+#include "fuzz/HelperLine.h"
 #include "fuzz/Invariant.h"
 #include "skills/core/SkillReports.h"
 #include "skills/core/SkillTexts.h"
@@ -41,7 +41,7 @@ void requireTextsAreTheRows(const Json& skill)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    for (const Json& skill : BackendReply(bytesOf(data, size)).rows()) {
+    for (const Json& skill : replyToLine(bytesOf(data, size)).rows()) {
         requireVariablesAreOnceEach(skill);
         requireTextsAreTheRows(skill);
     }
