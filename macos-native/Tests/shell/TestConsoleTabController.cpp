@@ -5,8 +5,10 @@
 #include "support/TestCase.h"
 #include "ui/Colors.h"
 
+#include <QAccessible>
 #include <QDesktopServices>
 #include <QLabel>
+#include <QStackedWidget>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTableView>
@@ -39,6 +41,13 @@ private slots:
             labels.append(tabs()->tabText(tab));
         QCOMPARE(labels, (QStringList{u"Agents"_s, u"Runtime"_s, u"Tovani"_s, u"Skills"_s, u"Settings"_s}));
         QCOMPARE(tabs()->tabText(tabs()->currentIndex()), u"Agents"_s);
+    }
+
+    void thePagesAreAPaneForAScreenReader()
+    {
+        m_controller->loadViewIfNeeded();
+        auto* pages = tabs()->findChild<QStackedWidget*>();
+        QCOMPARE(QAccessible::queryAccessibleInterface(pages)->role(), QAccessible::Pane);
     }
 
     void allTabsLoadOnceBeforeTheConsoleIsShown()

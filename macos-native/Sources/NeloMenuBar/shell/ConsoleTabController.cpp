@@ -16,13 +16,6 @@
 
 namespace {
 
-/// Gives the pages of tabs the role of a pane. With Qt's own, a screen reader says "layered pane" on each page.
-QAccessibleInterface* pagesInterface(const QString& /*className*/, QObject* object)
-{
-    auto* pages = qobject_cast<QStackedWidget*>(object);
-    return pages ? new QAccessibleWidget(pages, QAccessible::Pane) : nullptr;
-}
-
 QTabWidget* makeTabs(QWidget* parent)
 {
     const QString tovani = QStringLiteral("Tovani");
@@ -33,6 +26,9 @@ QTabWidget* makeTabs(QWidget* parent)
     auto* tabs = new QTabWidget(parent);
     tabs->setObjectName(QStringLiteral("tabView"));
     tabs->setDocumentMode(true);
+    // With the role that Qt gives them, a screen reader says "layered pane" on each page.
+    auto* pages = tabs->findChild<QStackedWidget*>();
+    QAccessible::registerAccessibleInterface(new QAccessibleWidget(pages, QAccessible::Pane));
     const auto add = [tabs](const QString& label, ViewController* controller) {
         controller->loadViewIfNeeded(); // before it is in a window: in a window that is not active it would not refresh
         tabs->addTab(controller, label);
@@ -52,7 +48,6 @@ ConsoleTabController::ConsoleTabController(QWidget* parent) : ViewController(par
 
 void ConsoleTabController::loadView()
 {
-    QAccessible::installFactory(pagesInterface); // only the first call has an effect
     setPalette(Colors::lightAppearance(Colors::white(0.97)));
     setAutoFillBackground(true);
 
