@@ -5,7 +5,8 @@
 #include <QComboBox>
 
 /// A pop-up button whose titles may come from outside. It shows the selected title on one elided line. The mouse wheel
-/// scrolls the form around the button and does not select another item. A title that the user selects is announced.
+/// scrolls the form around the button and does not select another item. A title that the user selects is announced. For
+/// assistive technology the caption is the button's name, and the selected title its value.
 class PopUpButton final : public QComboBox
 {
     Q_OBJECT
