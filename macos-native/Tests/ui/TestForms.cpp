@@ -1,7 +1,6 @@
 #include "shell/primitives/ScrollingForm.h"
 #include "ui/Forms.h"
 
-#include "shell/primitives/NeloFlippedView.h"
 #include "support/CaseTable.h"
 #include "support/TestCase.h"
 #include "ui/Labels.h"

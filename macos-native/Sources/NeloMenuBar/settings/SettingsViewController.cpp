@@ -6,7 +6,6 @@
 #include "base/Provider.h"
 #include "settings/core/SettingsDocument.h"
 #include "settings/core/SettingsReports.h"
-#include "shell/primitives/NeloFlippedView.h"
 #include "shell/primitives/ScrollingForm.h"
 #include "ui/Buttons.h"
 #include "ui/Forms.h"

@@ -3,7 +3,6 @@
 #include "backend/BackendReply.h"
 #include "backend/NeloBackend.h"
 #include "base/Ecosystem.h"
-#include "shell/primitives/NeloFlippedView.h"
 #include "shell/primitives/ScrollingForm.h"
 #include "skills/NewsSourceSection.h"
 #include "skills/SkillEntryEditor.h"

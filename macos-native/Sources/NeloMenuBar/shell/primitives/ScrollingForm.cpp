@@ -1,7 +1,5 @@
 #include "shell/primitives/ScrollingForm.h"
 
-#include "shell/primitives/NeloFlippedView.h"
-
 #include <QApplication>
 
 ScrollingForm::ScrollingForm(QWidget* parent) : QScrollArea(parent), m_documentView(new NeloFlippedView)

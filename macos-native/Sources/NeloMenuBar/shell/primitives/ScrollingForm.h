@@ -2,7 +2,15 @@
 
 #include <QScrollArea>
 
-class NeloFlippedView;
+/// The document view of a scrolling form. Its origin is the top left corner and y grows downwards, so that rows from
+/// y = 0 start at the top. These are Qt's own coordinates; the class gives the view the name of its purpose.
+class NeloFlippedView final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    using QWidget::QWidget;
+};
 
 /// A form that is as wide as its view and transparent. When it is higher than the view, it scrolls, and keeps the
 /// control with the keyboard focus visible.
