@@ -1,4 +1,4 @@
-#include "platform/MenuPosition.h"
+#include "platform/XEmbedTray.h"
 
 #include "support/TestCase.h"
 

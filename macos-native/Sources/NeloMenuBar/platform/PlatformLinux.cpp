@@ -1,4 +1,3 @@
-#include "platform/MenuPosition.h"
 #include "platform/Platform.h"
 #include "platform/SessionAge.h"
 #include "platform/SettingsPortal.h"

@@ -107,3 +107,9 @@ void XEmbedTray::find()
     if (m_window != before)
         emit changed();
 }
+
+QPoint menuPosition(const QRect& icon, const QSize& menu, const QRect& screen)
+{
+    const bool isLow = icon.center().y() > screen.center().y();
+    return isLow ? icon.topLeft() - QPoint(0, menu.height()) : icon.bottomLeft() + QPoint(0, 1);
+}

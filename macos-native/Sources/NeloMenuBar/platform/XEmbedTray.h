@@ -2,6 +2,8 @@
 
 #include <QAbstractNativeEventFilter>
 #include <QObject>
+#include <QPoint>
+#include <QRect>
 
 #include <xcb/xproto.h>
 
@@ -32,3 +34,8 @@ private:
     xcb_atom_t m_selection = XCB_ATOM_NONE; // the tray owns it while it runs
     xcb_window_t m_window = XCB_WINDOW_NONE;
 };
+
+/// Returns the place of the upper left corner of a menu that opens from an icon. `menu` is the menu's size, `icon` the
+/// icon's place. The menu is below the icon, or above it in the lower half of `screen`. All coordinates are the
+/// desktop's.
+QPoint menuPosition(const QRect& icon, const QSize& menu, const QRect& screen);
