@@ -1,5 +1,6 @@
 #include "base/AtomicFile.h"
 
+#include "base/FileDescriptor.h"
 #include "support/CaseTable.h"
 #include "support/Files.h"
 #include "support/OrdinaryUser.h"
@@ -10,11 +11,13 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <array>
 #include <optional>
 #include <vector>
 
 #include <grp.h>
 #include <sys/file.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -176,6 +179,24 @@ private slots:
         QCOMPARE(reader.read(4), QByteArray("the "));
         QCOMPARE(writeFileAtomically(path(), "new"), std::nullopt);
         QCOMPARE(reader.readAll(), QByteArray("old text"));
+    }
+
+    void nobodySeesHalfAFile()
+    {
+        Files::create(path(), "old");
+        const FileDescriptor events(inotify_init1(IN_NONBLOCK));
+        inotify_add_watch(events.get(), QFile::encodeName(m_folder->path()).constData(), IN_ALL_EVENTS);
+        QCOMPARE(writeFileAtomically(path(), QByteArray(300'000, 'n')), std::nullopt);
+        alignas(inotify_event) std::array<char, 4096> buffer{};
+        const ssize_t size = read(events.get(), buffer.data(), buffer.size());
+        QList<quint32> changes; // of the name "file"
+        for (const char* at = buffer.data(); at < buffer.data() + size;) {
+            const auto* event = reinterpret_cast<const inotify_event*>(at);
+            if (event->len > 0 && event->name == "file"_ba)
+                changes.append(event->mask);
+            at += sizeof(inotify_event) + event->len;
+        }
+        QCOMPARE(changes, QList<quint32>{IN_MOVED_TO}); // it is never written under its own name
     }
 
     void aSymbolicLinkStaysALink()

@@ -108,6 +108,7 @@ private slots:
         QCOMPARE(m_tab->label("envLabel"), u"ENV (JSON snapshot)"_s);
         QCOMPARE(QFontInfo(m_tab->env()->font()).pixelSize(), 12);
         QCOMPARE(m_tab->env()->font().family(), QFontDatabase::systemFont(QFontDatabase::FixedFont).family());
+        QCOMPARE(m_tab->env()->lineWrapMode(), QPlainTextEdit::NoWrap);
         m_tab->choose("configModePopup", "json");
         QVERIFY(!m_tab->find<QWidget>("dynamicFieldsStack")->isVisible());
         QVERIFY(!m_tab->env()->isReadOnly());

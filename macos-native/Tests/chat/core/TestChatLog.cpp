@@ -87,6 +87,15 @@ private slots:
         }
     }
 
+    void aLogThatIsThereOnlyGrows()
+    {
+        Files::create(neloChatLogURL(), "a line without a line feed");
+        QCOMPARE(chmod(QFile::encodeName(neloChatLogURL()).constData(), 0644), 0);
+        neloChatLog(u"one"_s);
+        QVERIFY(Files::contentOf(neloChatLogURL()).startsWith("a line without a line feed["));
+        QCOMPARE(Files::mode(neloChatLogURL()), 0644);
+    }
+
     void anEntryThatCannotBeWrittenIsDropped()
     {
         for (const FileObstacle obstacle : {FileObstacle::Folder, FileObstacle::Pipe, FileObstacle::FileAsFolder}) {
