@@ -16,6 +16,16 @@ constexpr int verticalInset = 14;
 constexpr int speakerSpacing = 6;
 constexpr int rowSpacing = 12;
 
+QFont fontOfTexts(const QFont& font)
+{
+    return fontOfSize(font, 18);
+}
+
+QFont fontOfSpeakers(const QFont& font)
+{
+    return fontOfSize(font, 12, QFont::DemiBold);
+}
+
 int maximumBubbleWidth()
 {
     return scaledToFont(620);
@@ -24,7 +34,7 @@ int maximumBubbleWidth()
 } // namespace
 
 TranscriptLayout::TranscriptLayout(const QFont& font)
-    : m_textFont(fontOfSize(font, 18)), m_speakerFont(fontOfSize(font, 12, QFont::DemiBold)), m_estimate(m_textFont),
+    : m_textFont(fontOfTexts(font)), m_speakerFont(fontOfSpeakers(font)), m_estimate(m_textFont),
       m_speakerHeight(QFontMetrics(m_speakerFont).height())
 {}
 
@@ -71,8 +81,8 @@ QPoint TranscriptLayout::textOrigin(int index) const
 
 void TranscriptLayout::setFont(const QFont& font)
 {
-    m_textFont = fontOfSize(font, 18);
-    m_speakerFont = fontOfSize(font, 12, QFont::DemiBold);
+    m_textFont = fontOfTexts(font);
+    m_speakerFont = fontOfSpeakers(font);
     m_speakerHeight = QFontMetrics(m_speakerFont).height();
     m_estimate = TextEstimate(m_textFont);
     for (Row& row : m_rows)

@@ -32,7 +32,7 @@ public:
     QPoint textOrigin(int index) const;
 
     void setFont(const QFont& font);
-    /// Makes the rows as wide as `width`, and the bubbles at most 620 wide.
+    /// Makes the rows as wide as `width`, and the bubbles at most 620 wide, more with a larger desktop font.
     void setWidth(int width);
     void clear();
     void append(Speaker speaker, const QString& text);
