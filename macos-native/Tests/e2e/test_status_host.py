@@ -95,6 +95,23 @@ class StatusHostTest(unittest.TestCase):
                     until(lambda: not launchers(nelo), "the window gone")
                 host.end()
 
+    def test_with_a_tray_and_a_watcher_without_a_host_there_is_the_item_or_the_window(self) -> None:
+        self.addCleanup(Tray().end)
+        for is_kde in (False, True):
+            with self.subTest(is_kde=is_kde):
+                host = self.start_host(draws=False, is_kde=is_kde)
+                with TraylessNelo() if is_kde else Nelo() as nelo:
+                    host.begin_to_draw()
+                    self.assert_has_item(nelo, host)
+                    until(lambda: not nelo._status_item(), "the item gone from the tray")
+                    host.end()
+                    nelo.open("Settings...")
+                    host = self.start_host(is_kde=is_kde)
+                    self.assert_has_item(nelo, host)
+                    host.end_drawing()
+                    nelo.open("Settings...")
+                host.end()
+
     def test_one_that_never_answers_delays_nothing(self) -> None:
         host = self.start_host()
         host.freeze()

@@ -49,9 +49,10 @@ public:
 private:
     bool isDrawn() const { return m_host.isRegistered() == true; }
     bool opensMenuItself() const;
-    bool isEmbedded() const { return m_host.isRegistered() == false && m_tray.isThere(); }
+    bool isEmbedded() const;
     void followStatusArea();
     void showInStatusArea();
+    void makeEmbeddedItem();
     void openMenuOverAlert();
 
     SettingsPortal m_settings{QDBusConnection::sessionBus()};
@@ -59,7 +60,7 @@ private:
     XEmbedTray m_tray;
     bool m_hasStatusArea = false;
     std::unique_ptr<StatusNotifierItem> m_drawnItem;
-    /// Made when there is a tray and no host: Qt decides only once, at the first item, whether it is embedded.
+    /// Made when it is embedded for the first time, and kept: Qt decides only then whether it embeds this item.
     std::unique_ptr<QSystemTrayIcon> m_embeddedItem;
     QString m_name;
     QIcon m_icon;
@@ -109,6 +110,13 @@ void LinuxPlatform::followStatusArea()
         emit statusAreaChanged();
 }
 
+/// Returns whether a tray embeds the item. Qt takes KDE's daemon for a host, also while there is none: it would
+/// describe its first item to the daemon for good, and embed it in no tray.
+bool LinuxPlatform::isEmbedded() const
+{
+    return m_host.isRegistered() == false && m_tray.isThere() && (m_embeddedItem || !m_host.isKde());
+}
+
 /// Returns whether we open the menu when a panel activates the item. On Wayland a menu without a parent would be an
 /// ordinary window.
 bool LinuxPlatform::opensMenuItself() const
@@ -131,19 +139,26 @@ void LinuxPlatform::showInStatusArea()
         }
         m_drawnItem->setActivatable(opensMenuItself());
         m_drawnItem->registerWithWatcher();
-        m_embeddedItem.reset();
-    } else if (isEmbedded() && !m_embeddedItem) {
-        m_embeddedItem = std::make_unique<QSystemTrayIcon>(m_icon);
-        m_embeddedItem->setToolTip(m_name);
-        m_embeddedItem->setContextMenu(m_menu);
-        connect(m_embeddedItem.get(), &QSystemTrayIcon::activated, m_menu,
-                [this](QSystemTrayIcon::ActivationReason reason) {
-                    // A user who opens the menu twice quickly makes a double click.
-                    if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
-                        openMenu(*m_embeddedItem, m_menu);
-                });
+        if (m_embeddedItem)
+            m_embeddedItem->hide();
+    } else if (isEmbedded()) {
+        if (!m_embeddedItem)
+            makeEmbeddedItem();
         m_embeddedItem->show();
     }
+}
+
+void LinuxPlatform::makeEmbeddedItem()
+{
+    m_embeddedItem = std::make_unique<QSystemTrayIcon>(m_icon);
+    m_embeddedItem->setToolTip(m_name);
+    m_embeddedItem->setContextMenu(m_menu);
+    connect(m_embeddedItem.get(), &QSystemTrayIcon::activated, m_menu,
+            [this](QSystemTrayIcon::ActivationReason reason) {
+                // A user who opens the menu twice quickly makes a double click.
+                if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
+                    openMenu(*m_embeddedItem, m_menu);
+            });
 }
 
 /// Opens the menu while an alert is open. Qt passes no click on to the item then.
