@@ -361,17 +361,17 @@ private:
         QTest::mouseRelease(surface(), Qt::LeftButton, {}, to);
     }
     static QString clipboardText() { return QGuiApplication::clipboard()->text(); }
-    /// Picks the entry of the menu that opens next.
-    static void pickFromMenu(const QString& entry)
+    /// Chooses the item of the menu that opens next.
+    static void pickFromMenu(const QString& item)
     {
-        QTimer::singleShot(0, qApp, [entry] {
+        QTimer::singleShot(0, qApp, [item] {
             auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
             QVERIFY(menu);
             for (QAction* action : menu->actions()) {
-                if (action->text() == entry)
+                if (action->text() == item)
                     QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
             }
-            QVERIFY2(!menu->isVisible(), "no such entry");
+            QVERIFY2(!menu->isVisible(), "no such item");
         });
     }
 
