@@ -11,7 +11,7 @@ from desktops import Desktop
 from panel import MENU_PATH, RIGHT, Panel, darkened_since, screen
 
 from nelo import Nelo, launchers
-from screen import Node, press, settled, take_picture, type_line, type_text, until
+from screen import Node, press, replace_text, settled, take_picture, type_line, type_text, until
 
 WINDOWS = {"Open Nelo": ("Nelo", (980, 740)), "Open Nelo Console": ("Nelo Console", (1000, 720)),
            "Settings...": ("Nelo Settings", (640, 620))}
@@ -181,14 +181,12 @@ def composes_chinese(session: Session) -> None:
     field = chat.find("text", "Send a message")
     until(lambda: field.is_focused, "the keyboard in the input field")
     until(session.desktop.composes_pinyin, "the input method")
-    before = screen()
+    before = settled(screen, "a screen that does not change")
     type_line("nihao")
     until(lambda: field.text == "nihao", "the letters, not sent")
-    press("ctrl+a")
-    type_text("nihao ")
+    replace_text(field, "nihao ")
     until(lambda: field.text == "你好", "the candidate")
-    press("ctrl+a")
-    type_text("a")
+    replace_text(field, "a")
     until(lambda: not field.text, "a composition in place of the text")
     if session.desktop.shows_candidates:
         until(lambda: are_beside(field, before), "candidates beside the text")

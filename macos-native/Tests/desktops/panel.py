@@ -111,4 +111,5 @@ class Panel:
             found = Area(left, top + upper, right - left, lower - upper)
             return found if min(found.width, found.height) > SMALLEST_MENU else None
 
-        return Menu.seen_at(settled(change, "the menu"))
+        area = settled(change, "the menu")
+        return settled(lambda: Menu.seen_at(area), "a menu that does not change")

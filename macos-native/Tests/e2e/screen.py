@@ -175,6 +175,11 @@ class Node:
         return str(Atspi.Text.get_text(self._accessible, 0, Atspi.Text.get_character_count(self._accessible)))
 
     @property
+    def selected_text(self) -> str:
+        selection = Atspi.Text.get_selection(self._accessible, 0)
+        return self.text[selection.start_offset:selection.end_offset]
+
+    @property
     def text_size(self) -> int:
         """The size of its first character, in points."""
         attributes, _start, _end = Atspi.Text.get_attribute_run(self._accessible, 0, True)
@@ -266,8 +271,17 @@ def choose_in_popup(popup: Node, item: str) -> None:
     until(lambda: popup.text == item, f"{item} chosen")
 
 
+def select_all(field: Node) -> None:
+    """Selects the text of this field, which has the keyboard.
+
+    Waits for it: a key that an input method passes on may come later than the next one, which it takes.
+    """
+    press("ctrl+a")
+    until(lambda: field.selected_text == field.text, "the whole text selected")
+
+
 def replace_text(field: Node, text: str) -> None:
     """Types `text` in place of what the field holds, which may be scrolled out of sight yet."""
     field.reach()
-    press("ctrl+a")
+    select_all(field)
     type_text(text)

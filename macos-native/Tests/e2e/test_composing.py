@@ -7,7 +7,7 @@ from pathlib import Path
 
 from input_method import candidates, compose, nelo_with_pinyin
 from nelo import open_chat
-from screen import press, take_picture, until
+from screen import press, select_all, take_picture, until
 from test_chat import bubbles
 
 PICTURES = Path(os.environ.get("NELO_PICTURES", "."))
@@ -36,7 +36,7 @@ class ComposingTest(unittest.TestCase):
         self.assertEqual(self.field.text, "")
         press("Return")
         self.wait_for_text("nihao")  # the letters as they were typed, as this input method has it
-        press("ctrl+a")
+        select_all(self.field)
         compose(self.nelo, "ni", "hao")
         press("space")
         self.wait_for_text("你好")
