@@ -27,6 +27,7 @@ INTERFACES = f"""
   </interface>
 </node>"""
 ITEM_PATH = "/StatusNotifierItem"
+MENU_INTERFACE = "com.canonical.dbusmenu"
 TIMEOUT_SECONDS = 20
 
 
@@ -48,10 +49,20 @@ class Item:
         return self._call(ITEM_PATH, "org.freedesktop.DBus.Properties", "Get",
                           GLib.Variant("(ss)", ("org.kde.StatusNotifierItem", name)))[0]
 
+    def properties(self) -> dict[str, Any]:
+        """All of them, in one call."""
+        found: dict[str, Any] = self._call(ITEM_PATH, "org.freedesktop.DBus.Properties", "GetAll",
+                                           GLib.Variant("(s)", ("org.kde.StatusNotifierItem",)))[0]
+        return found
+
     def _menu_items(self) -> list[tuple[int, dict[str, Any]]]:
-        _revision, (_id, _properties, children) = self._call(
-            self.property("Menu"), "com.canonical.dbusmenu", "GetLayout", GLib.Variant("(iias)", (0, -1, [])))
-        return [(number, properties) for number, properties, _children in children]
+        """Asks in both ways in which panels ask, and returns what both say."""
+        _revision, (_id, of_menu, children) = self._call(
+            self.property("Menu"), MENU_INTERFACE, "GetLayout", GLib.Variant("(iias)", (0, -1, [])))
+        items = [(number, properties) for number, properties, _children in children]
+        group, = self._call(self.property("Menu"), MENU_INTERFACE, "GetGroupProperties", GLib.Variant("(aias)", ([], [])))
+        assert group == [(0, of_menu), *items]
+        return items
 
     def menu(self) -> list[str]:
         """The titles of the menu's items, without separators."""
@@ -67,7 +78,7 @@ class Item:
 
     def choose(self, title: str) -> None:
         number = next(number for number, properties in self._menu_items() if properties.get("label") == title)
-        self._call(self.property("Menu"), "com.canonical.dbusmenu", "Event",
+        self._call(self.property("Menu"), MENU_INTERFACE, "Event",
                    GLib.Variant("(isvu)", (number, "clicked", GLib.Variant("s", ""), 0)))
 
 

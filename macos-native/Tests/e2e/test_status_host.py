@@ -20,8 +20,8 @@ class StatusHostTest(unittest.TestCase):
     def assert_has_item(self, nelo: Nelo, host: StatusHost) -> Item:
         item = host.next_item()
         until(lambda: not launchers(nelo), "the window gone")
-        self.assertEqual([item.property(name) for name in ("Id", "Title")], ["Nelo", "Nelo"])
-        self.assertEqual(item.property("ToolTip")[2], "Nelo")
+        properties = item.properties()
+        self.assertEqual([properties["Id"], properties["Title"], properties["ToolTip"][2]], ["Nelo", "Nelo", "Nelo"])
         self.assertEqual(item.menu(), list(MENU))
         self.assertEqual(item.shortcuts(), {"Settings...": [["Control", "comma"]], "Quit Nelo": [["Control", "q"]]})
         item.choose("Open Nelo Console")
@@ -34,7 +34,11 @@ class StatusHostTest(unittest.TestCase):
             item = self.assert_has_item(nelo, host)
             self.assertIs(item.property("ItemIsMenu"), True)
             self.assertRaisesRegex(GLib.Error, "UnknownMethod", item.activate)
-            self.assertIn((22, 22, 4 * 22 * 22), [(width, height, len(pixels)) for width, height, pixels in item.property("IconPixmap")])
+            pixels, = (bytes(pixels) for width, height, pixels in item.property("IconPixmap") if (width, height) == (22, 22))
+            self.assertEqual(len(pixels), 4 * 22 * 22)
+            self.assertIn(bytes([255, 24, 54, 150]), pixels)  # alpha, red, green and blue of the dark shape
+            item.choose("Quit Nelo")
+            self.assertEqual(nelo.process.wait(20), 0)
 
     def test_one_that_leaves_a_click_to_the_program_has_the_menu_opened_by_it(self) -> None:
         host = self.start_host()

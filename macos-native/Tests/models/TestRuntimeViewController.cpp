@@ -84,7 +84,10 @@ private slots:
                  (QList<int>{16, 16, 16, 10, 16, 16, 16, 14}));
         QVERIFY(status.top() - (box.bottom() + 1) >= 12);
         const QRect inside = group->contentsRect().translated(box.topLeft());
-        QCOMPARE(frame(m_tab->find<QLabel>("summaryLabel")), inside.marginsRemoved({10, 10, 10, 10}));
+        const auto* summary = m_tab->find<QLabel>("summaryLabel");
+        QCOMPARE(frame(summary), inside.marginsRemoved({10, 10, 10, 10}));
+        QVERIFY(!summary->autoFillBackground()
+                && !summary->parentWidget()->autoFillBackground()); // the box has its own
     }
 
     void theKeyboardGoesFromTheButtonToTheReport()

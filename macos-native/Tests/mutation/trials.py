@@ -238,5 +238,5 @@ class CppTrial:
         program = programs.path(test.program or PROGRAM)
         environment = {**os.environ, **test.environment, "NELO_PROGRAM": str(program),
                        "NELO_PICTURES": str(self._folder / "pictures")}
-        command = [str(program)] if test.program else [*test.command, "-f"]
+        command = [*test.command[:-1], str(program)] if test.program else [*test.command, "-f"]
         return run(command, Path(test.folder), environment, timeout_seconds)

@@ -108,6 +108,16 @@ private slots:
         QCOMPARE(result(later), Role::First);
     }
 
+    void aStartThatHasTheLockBecomesTheFirstWhenTheOtherQuits()
+    {
+        FileDescriptor other = connectionTo(nullptr);
+        QCOMPARE(::listen(other.get(), 1), 0);
+        std::future<Role> later = start();
+        FileDescriptor(accept(other.get(), nullptr, nullptr)); // closed without an answer
+        other = FileDescriptor();
+        QCOMPARE(result(later), Role::First);
+    }
+
     void deletedFilesAreRestored()
     {
         const CaseTable<QStringList> cases{

@@ -111,6 +111,7 @@ private slots:
             QCOMPARE(QFontInfo(message->font()).pixelSize(), 15);
             QCOMPARE(message->font().weight(), QFont::Bold);
             const QPlainTextEdit* text = informativeText(dialog);
+            QVERIFY(!text->viewport()->autoFillBackground()); // it looks like a label
             const QPushButton* save = Controls::button(dialog, u"Save"_s);
             const QPushButton* cancel = Controls::button(dialog, u"Cancel"_s);
             QVERIFY(save->isDefault());
@@ -249,13 +250,17 @@ private slots:
     {
         QWidget window;
         const QRect available = window.screen()->availableGeometry();
-        for (const QPoint corner : {available.topLeft() - QPoint(300, 300), available.bottomRight() - QPoint(30, 30)}) {
+        const QPoint middle = available.center();
+        for (const QPoint corner :
+             {available.topLeft() - QPoint(300, 300), middle, available.bottomRight() - QPoint(30, 30)}) {
             window.setGeometry({corner, QSize(200, 100)});
             window.show();
-            const DialogRobot robot({[available, &window](QDialog& dialog) {
+            const DialogRobot robot({[=, &window](QDialog& dialog) {
                 QCOMPARE(dialog.windowHandle()->transientParent(), window.windowHandle());
                 constexpr int border = 5; // the dialog gets a border when it is shown
                 QVERIFY(available.adjusted(0, 0, border, border).contains(dialog.geometry()));
+                const QPoint apart = dialog.geometry().center() - window.frameGeometry().center();
+                QVERIFY(corner != middle || apart.manhattanLength() <= 2 * border);
             }});
             showAlert(&window, u"Title"_s, u"Text"_s);
             QCOMPARE(robot.shown().size(), std::size_t(1));

@@ -78,8 +78,26 @@ private slots:
         const QPalette palette = Colors::lightAppearance(Colors::white(0.97));
         QApplication::setPalette(before);
         QCOMPARE(palette, Colors::lightAppearance(Colors::white(0.97)));
-        QCOMPARE(palette.color(QPalette::Window).name(), Colors::white(0.97).name());
-        QVERIFY(palette.color(QPalette::Base) == Qt::white && palette.color(QPalette::Text).lightness() < 50);
+    }
+
+    void theAppearancesHaveTheirColors()
+    {
+        const CaseTable<QPalette, QString> cases{
+            {"light", Colors::lightAppearance(Colors::white(0.97)),
+             u"f7f7f7 1a1a1a 1a1a1a f0f0f0 1a1a1a ffffff f5f5f5 0057ae 3068c6 ffffff 676767"_s},
+            {"dark", Colors::inScheme(QPalette(Qt::white), ColorScheme::Dark),
+             u"292929 f5f5f5 f5f5f5 383838 f5f5f5 1c1c1c 242424 78aeed 3068c6 ffffff adadad"_s},
+        };
+        for (const auto& [palette, colors] : cases) {
+            for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
+                QStringList found;
+                for (const auto role : {QPalette::Window, QPalette::WindowText, QPalette::Text, QPalette::Button,
+                                        QPalette::ButtonText, QPalette::Base, QPalette::AlternateBase, QPalette::Link,
+                                        QPalette::Highlight, QPalette::HighlightedText, QPalette::PlaceholderText})
+                    found.append(palette.color(group, role).name().sliced(1));
+                QCOMPARE(found.join(u' '), colors);
+            }
+        }
     }
 
     void onlyAThemeOfTheOtherSchemeIsReplaced()

@@ -48,6 +48,8 @@ private slots:
             {{0, 0, 50, 20}, {60, 0, 70, 20}});
         add("in another line where there is no room", {{50, 50}, {70, 70}, {30, 30}}, {5, 7, 129, 50},
             {{5, 7, 50, 20}, {5, 37, 70, 20}, {85, 37, 30, 20}});
+        add("at their preferred widths where there is room", {{100, 40}, {50, 50}}, {0, 0, 200, 20},
+            {{0, 0, 100, 20}, {110, 0, 50, 20}});
         add("narrower where one can shrink", {{100, 40}, {50, 50}}, {0, 0, 130, 20}, {{0, 0, 70, 20}, {80, 0, 50, 20}});
         add("in another line where it cannot shrink enough", {{100, 40}, {50, 50}}, {0, 0, 99, 50},
             {{0, 0, 99, 20}, {0, 30, 50, 20}});
@@ -92,11 +94,12 @@ private slots:
         add(50);
         auto* pair = new QHBoxLayout;
         pair->setSpacing(5);
-        auto* caption = new Control({20, 20}, {20, 20}, m_view.get());
+        auto* caption = new Control({20, 20}, {20, 20}, nullptr);
         auto* field = new Control({40, 20}, {40, 20}, m_view.get());
         pair->addWidget(caption);
         pair->addWidget(field);
         m_layout->addLayout(pair);
+        QCOMPARE(caption->parentWidget(), m_view.get());
         m_layout->setGeometry({0, 0, 120, 50}); // there is room for the caption, but not for the field
         QCOMPARE(caption->geometry(), QRect(0, 30, 20, 20));
         QCOMPARE(field->geometry(), QRect(25, 30, 40, 20));

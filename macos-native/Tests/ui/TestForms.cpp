@@ -172,6 +172,7 @@ private slots:
     {
         ScrollingForm form;
         QCOMPARE(form.focusPolicy(), Qt::NoFocus); // only its fields get the keyboard focus
+        QVERIFY(!form.viewport()->autoFillBackground() && !form.documentView()->autoFillBackground());
         form.resize(500, 300);
         form.show();
         QVERIFY(QTest::qWaitForWindowExposed(&form));

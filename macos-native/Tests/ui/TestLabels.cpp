@@ -148,6 +148,9 @@ private slots:
         label.setAlignment(Qt::AlignRight | Qt::AlignTop);
         QVERIFY(inkIn({half.width(), 0, half.width(), half.height()}));
         QVERIFY(!inkIn({0, 0, half.width(), size.height()}));
+        label.setText(QString(100, u'x'));
+        QVERIFY(inkIn({half.width(), 0, half.width(), half.height()})); // of the elided line
+        label.setText(u"x"_s);
         label.setAlignment(Qt::AlignLeft | Qt::AlignBottom);
         QVERIFY(inkIn({0, half.height(), half.width(), size.height() - half.height()}));
         QVERIFY(!inkIn({half.width(), 0, half.width(), size.height()}));
@@ -162,7 +165,7 @@ private slots:
         };
         for (const auto& [text, toolTip] : cases) {
             Label label(text);
-            label.resize(100, 20);
+            label.resize(std::min(100, label.sizeHint().width() - 1), 20); // the short one fits to the pixel
             QCOMPARE(toolTipOf(label), toolTip);
         }
     }
@@ -211,7 +214,10 @@ private slots:
     {
         for (const int size : {13, 14}) { // above the console's tabs and above the conversation
             QWidget window;
-            const QList<QTextCharFormat> formats = formatsOf(*makeSupportLine(size, &window));
+            const QLabel* line = makeSupportLine(size, &window);
+            QCOMPARE(line->alignment(), Qt::AlignCenter);
+            QVERIFY(line->accessibleName().endsWith(u"：nelo.example"_s)); // without markup
+            const QList<QTextCharFormat> formats = formatsOf(*line);
             QCOMPARE(formats.size(), 2);
             for (const auto property : {QTextFormat::FontPointSize, QTextFormat::FontWeight})
                 QVERIFY(!formats[0].hasProperty(property)); // the introduction has the label's font

@@ -45,6 +45,7 @@ private slots:
     void aLongerTextThanItsLinesScrollsAndStartsAtItsBeginning()
     {
         ScrollingLabel label(4);
+        QVERIFY(!label.viewport()->autoFillBackground()); // it looks like a label
         label.show();
         QVERIFY(QTest::qWaitForWindowExposed(&label));
         for (const int factor : {1, 2}) {

@@ -40,7 +40,6 @@ void FlowLayout::addLayout(QLayout* layout)
 void FlowLayout::addItem(QLayoutItem* item)
 {
     m_items.emplace_back(item);
-    invalidate();
 }
 
 QLayoutItem* FlowLayout::itemAt(int index) const
@@ -55,7 +54,6 @@ QLayoutItem* FlowLayout::takeAt(int index)
     const auto taken = m_items.begin() + index;
     QLayoutItem* item = taken->release();
     m_items.erase(taken);
-    invalidate();
     return item;
 }
 

@@ -55,7 +55,6 @@ JsonTable::JsonTable(std::vector<JsonColumn> columns, std::vector<std::string_vi
 
     constexpr int rowPadding = 8;
     verticalHeader()->hide();
-    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     verticalHeader()->setDefaultSectionSize(fontMetrics().height() + rowPadding);
     horizontalHeader()->setHighlightSections(false);
     for (int column = 0; column < m_model->columnCount(); ++column)

@@ -8,6 +8,8 @@
 #include <QElapsedTimer>
 #include <QSslConfiguration>
 
+#include <ctime>
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
@@ -110,6 +112,7 @@ private slots:
         const int descriptors = ProcessTable::openDescriptors();
         const std::set<pid_t> threads = ProcessTable::threads();
         m_calls->client = std::make_unique<ChatClient>(TransferLimits{.idleness = 300ms});
+        const std::clock_t before = std::clock();
         const HttpAnswer slow = keptAnswer().inPieces(64, 300ms);
         m_calls->server.answerEach(slow);
         for (int call = 1; call <= 2; ++call) {
@@ -122,6 +125,7 @@ private slots:
             QTRY_COMPARE(m_calls->server.openConnections(), 0);
             QTRY_COMPARE(ProcessTable::openDescriptors(), descriptors);
         }
+        QVERIFY(std::clock() - before < CLOCKS_PER_SEC / 2); // the thread has slept while it waited
     }
 
 private:
