@@ -8,6 +8,7 @@
 #include <QAccessible>
 #include <QDesktopServices>
 #include <QLabel>
+#include <QScrollArea>
 #include <QStackedWidget>
 #include <QTabBar>
 #include <QTabWidget>
@@ -89,7 +90,7 @@ private slots:
     {
         m_controller->loadViewIfNeeded();
         QStringList texts;
-        for (const QLabel* label : tabs()->widget(2)->findChildren<QLabel*>())
+        for (const QLabel* label : tabs()->widget(tovaniTab)->findChildren<QLabel*>())
             texts.append(label->text());
         QCOMPARE(texts,
                  (QStringList{u"Tovani"_s, u"Manage per-agent knowledge and memory sources (datasets, indexes, "
@@ -136,6 +137,27 @@ private slots:
         }
     }
 
+    void thePageThatIsShownHasItsRoomAndTheOthersNeedNone()
+    {
+        auto* console = new ConsoleTabController;
+        QScrollArea window;
+        window.setWidgetResizable(true);
+        window.setWidget(console);
+        window.resize(100, 100);
+        window.show();
+        auto* pages = console->findChild<QTabWidget*>();
+        for (const int tab : {skillsTab, tovaniTab, 0, skillsTab}) {
+            pages->setCurrentIndex(tab);
+            const QWidget* page = pages->currentWidget();
+            QTRY_VERIFY(page->width() >= page->minimumSizeHint().width());
+            QTRY_VERIFY(page->height() >= page->minimumSizeHint().height());
+            QTRY_VERIFY(page->height() >= page->heightForWidth(page->width()));
+        }
+        const int heightWithSkills = console->height();
+        pages->setCurrentIndex(tovaniTab);
+        QTRY_VERIFY(console->height() < heightWithSkills);
+    }
+
     void theBackgroundIsLightUnderADarkTheme()
     {
         const QPalette before = QApplication::palette();
@@ -143,11 +165,15 @@ private slots:
         show();
         const QImage picture = m_controller->grab().toImage();
         QCOMPARE(picture.pixel(2, 2), Colors::white(0.97).rgb());
-        QVERIFY(tabs()->widget(2)->findChild<QLabel*>()->palette().color(QPalette::WindowText).lightness() < 100);
+        QVERIFY(tabs()->widget(tovaniTab)->findChild<QLabel*>()->palette().color(QPalette::WindowText).lightness()
+                < 100);
         QApplication::setPalette(before);
     }
 
 private:
+    static constexpr int tovaniTab = 2;
+    static constexpr int skillsTab = 3;
+
     QTabWidget* tabs() const { return m_controller->findChild<QTabWidget*>(u"tabView"_s); }
     QLabel* banner() const { return m_controller->findChild<QLabel*>(u"banner"_s); }
 

@@ -16,6 +16,26 @@ void ViewController::loadViewIfNeeded()
     viewDidLoad();
 }
 
+QSize ViewController::sizeHint() const
+{
+    return isHidden() ? QSize(0, 0) : QWidget::sizeHint();
+}
+
+QSize ViewController::minimumSizeHint() const
+{
+    return isHidden() ? QSize(0, 0) : QWidget::minimumSizeHint();
+}
+
+bool ViewController::hasHeightForWidth() const
+{
+    return !isHidden() && QWidget::hasHeightForWidth();
+}
+
+int ViewController::heightForWidth(int width) const
+{
+    return isHidden() ? 0 : QWidget::heightForWidth(width);
+}
+
 void ViewController::viewDidLoad()
 {}
 

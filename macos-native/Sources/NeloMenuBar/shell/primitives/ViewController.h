@@ -17,6 +17,12 @@ public:
     /// Builds the view if it is not built yet.
     void loadViewIfNeeded();
 
+    // A hidden view needs no room. A container of tabs asks all its pages, and each would lay itself out to answer.
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+    bool hasHeightForWidth() const override;
+    int heightForWidth(int width) const override;
+
 protected:
     /// Creates and lays out the controls, without data.
     virtual void loadView() = 0;
