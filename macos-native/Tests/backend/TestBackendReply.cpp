@@ -34,10 +34,12 @@ private slots:
             QVERIFY2(BackendReply(other).rows().empty(), other);
     }
 
-    void keepsOrderAndNumbersOfAnObject()
+    void keepsOrderAndTypesOfAnObject()
     {
-        const std::string text = R"({"z":1,"a":1.0,"m":9007199254740993,"u":18446744073709551615})";
+        const std::string text = R"({"z":1,"a":1.0,"m":-9007199254740993,"u":18446744073709551615,"t":true,"f":false,)"
+                                 R"("n":null,"s":"助\u0000手","l":[{},[],[0.1,{"b":[]}]]})";
         QCOMPARE(BackendReply(text).object().dump(), text);
+        QCOMPARE(BackendReply(R"({"b":1,"a":2,"b":3})").object().dump(), std::string(R"({"b":3,"a":2})"));
     }
 };
 
