@@ -21,9 +21,10 @@ Json membersOf(const Json& row, const std::vector<std::string_view>& identity)
     return members;
 }
 
-bool haveSameMembers(const Json& row, const Json& other, const std::vector<std::string_view>& identity)
+/// Returns whether the members with the names `identity` are the same. Without such names two rows have no identity.
+bool haveSameIdentity(const Json& row, const Json& other, const std::vector<std::string_view>& identity)
 {
-    return std::all_of(identity.begin(), identity.end(), [&](std::string_view key) {
+    return !identity.empty() && std::all_of(identity.begin(), identity.end(), [&](std::string_view key) {
         const auto one = row.find(key);
         const auto two = other.find(key);
         return one != row.end() && two != other.end() ? *one == *two : one == row.end() && two == other.end();
@@ -101,11 +102,6 @@ void JsonRowModel::setRows(std::vector<Json> rows)
     changeKeptRows(rows, indexes, leading);
 }
 
-bool JsonRowModel::haveSameIdentity(const Json& row, const Json& other) const
-{
-    return m_identity.empty() ? row == other : haveSameMembers(row, other, m_identity);
-}
-
 /// Returns whether a row of which a view keeps an index is at another place in `rows`. Other rows with the same
 /// identity may change places unnoticed: otherwise each refresh would search for every row.
 bool JsonRowModel::isKeptRowElsewhere(const std::vector<Json>& rows) const
@@ -126,7 +122,7 @@ std::size_t JsonRowModel::changeLeadingRows(std::vector<Json>& rows)
     std::size_t firstChanged = 0;
     for (std::size_t row = 0;; ++row) {
         const bool isEqual = row < places && rows[row] == m_rows[row];
-        if (row < places && !isEqual && haveSameIdentity(rows[row], m_rows[row])) {
+        if (row < places && !isEqual && haveSameIdentity(rows[row], m_rows[row], m_identity)) {
             m_rows[row] = std::move(rows[row]);
             continue;
         }

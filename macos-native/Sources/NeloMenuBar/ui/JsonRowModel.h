@@ -45,7 +45,6 @@ public:
     void setRows(std::vector<Json> rows);
 
 private:
-    bool haveSameIdentity(const Json& row, const Json& other) const;
     bool isKeptRowElsewhere(const std::vector<Json>& rows) const;
     std::size_t changeLeadingRows(std::vector<Json>& rows);
     std::vector<int> earlierIndexes(const std::vector<Json>& rows, std::size_t leading) const;
