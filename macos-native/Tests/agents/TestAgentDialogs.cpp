@@ -2,6 +2,7 @@
 
 #include "agents/AgentAnswers.h"
 #include "support/TestCase.h"
+#include "ui/Colors.h"
 
 #include <QApplication>
 #include <QHBoxLayout>
@@ -40,7 +41,9 @@ private slots:
             QCOMPARE(form->size(), QSize(520, 126));
             QCOMPARE(ecosystemPopup(dialog)->geometry(), QRect(100, 4, 280, 26));
             QCOMPARE(nameField(dialog)->geometry(), QRect(100, 42, 320, 24));
-            QCOMPARE(form->findChild<QLabel*>(u"note"_s)->y(), 78);
+            const auto* note = form->findChild<QLabel*>(u"note"_s);
+            QCOMPARE(note->y(), 78);
+            QCOMPARE(note->palette().color(QPalette::WindowText), Colors::secondaryText(form->palette()));
             DialogRobot::press(u"Cancel"_s)(dialog);
         }});
         askForNewAgent(nullptr, u"20250101-093000"_s);

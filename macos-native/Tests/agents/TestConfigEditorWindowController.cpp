@@ -111,6 +111,7 @@ private slots:
     {
         const Editor editor(path());
         QCOMPARE(editor.textView()->toPlainText(), u"{\"a\": 1}\n"_s);
+        QTRY_VERIFY(editor.textView()->hasFocus());
         QCOMPARE(QFontInfo(editor.textView()->font()).pixelSize(), 12);
         QCOMPARE(editor.textView()->font().family(), QFontDatabase::systemFont(QFontDatabase::FixedFont).family());
         QCOMPARE(editor.textView()->font().weight(), QFont::Normal);

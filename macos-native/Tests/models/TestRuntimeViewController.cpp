@@ -86,6 +86,7 @@ private slots:
         const QRect inside = group->contentsRect().translated(box.topLeft());
         const auto* summary = m_tab->find<QLabel>("summaryLabel");
         QCOMPARE(frame(summary), inside.marginsRemoved({10, 10, 10, 10}));
+        QCOMPARE(summary->alignment(), Qt::AlignTop | Qt::AlignLeft);
         QVERIFY(!summary->autoFillBackground()
                 && !summary->parentWidget()->autoFillBackground()); // the box has its own
     }

@@ -50,7 +50,6 @@ public:
         column->addStretch();
         const QSize size = scaledToFont(QSize(520, 126));
         setFixedSize(size.width(), std::max(size.height(), column->heightForWidth(size.width())));
-        setFocusProxy(m_ecosystemPopup);
     }
 
     NewAgentChoice choice() const
@@ -81,7 +80,6 @@ std::optional<QString> askForName(QWidget* parent, const QString& title, const Q
     field->setAccessibleName(QStringLiteral("Name"));
     fixSize(*field, {280, 24});
     field->setText(name);
-    field->selectAll();
     const DialogAnswer answer = runDialog(parent, title, text, field.get(), QStringLiteral("Save"));
     return answer == DialogAnswer::Accepted ? std::optional(field->text().trimmed()) : std::nullopt;
 }
@@ -92,9 +90,7 @@ QHBoxLayout* labelRow(const QString& label, QWidget* field)
     caption->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     caption->setFixedWidth(scaledToFont(90));
     caption->setBuddy(field);
-    const int width = std::max(scaledToFont(280), field->minimumWidth());
-    field->setMinimumWidth(width);
-    field->setMaximumWidth(std::max(width, field->maximumWidth()));
+    field->setFixedWidth(std::max(scaledToFont(280), field->minimumWidth()));
 
     auto* row = new QHBoxLayout;
     row->setSpacing(10);

@@ -23,5 +23,5 @@ std::optional<NewAgentChoice> askForNewAgent(QWidget* parent, const QString& sta
 std::optional<QString> askForName(QWidget* parent, const QString& title, const QString& text, const QString& name);
 
 /// Returns a row of a dialog's form: `label`, right-aligned and 90 device-independent pixels wide, and `field`, which
-/// becomes at least 280 wide. The label is the field's buddy.
+/// gets its minimum width, or 280 if that is less. The label is the field's buddy.
 QHBoxLayout* labelRow(const QString& label, QWidget* field);

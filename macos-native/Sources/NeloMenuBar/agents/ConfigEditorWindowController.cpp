@@ -45,7 +45,6 @@ void ConfigEditorWindowController::setupUI()
     column->addWidget(m_textView, 1);
     column->addSpacing(12);
     column->addLayout(buttonRow);
-    m_textView->setFocus();
     reloadFile();
 }
 
