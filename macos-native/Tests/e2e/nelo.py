@@ -192,8 +192,13 @@ def launchers(nelo: Nelo, process_id: int | None = None) -> list[Node]:
 def launcher(nelo: Nelo) -> Node:
     """The window that stands in for the status item, with the keyboard, which it does not take by itself."""
     window = until(lambda: launchers(nelo), "the window that stands in for the status item")[0]
-    xdotool("search", "--onlyvisible", "--name", "Nelo Launcher", "windowactivate")
-    until(lambda: window.is_active, "the launcher in front")
+
+    def comes_forward() -> bool:
+        """It may be in the accessible tree before it is on the screen."""
+        xdotool("search", "--onlyvisible", "--name", "Nelo Launcher", "windowactivate")
+        return window.is_active
+
+    until(comes_forward, "the launcher in front")
     return window
 
 
