@@ -112,12 +112,15 @@ private slots:
         paste(field, u"b\r\n"_s);
         QCOMPARE(field.cursorPosition(), 4);
         QTest::keyClicks(&field, u"c"_s);
+        field.end(false);
+        QTest::keyClicks(&field, u"1"_s);
+        paste(field, u"2"_s);
         QStringList texts{field.text()};
         while (field.isUndoAvailable()) {
             field.undo();
             texts.append(field.text());
         }
-        QCOMPARE(texts, (QStringList{u"a b cz"_s, u"a b z"_s, u"a z"_s, QString()}));
+        QCOMPARE(texts, (QStringList{u"a b cz12"_s, u"a b cz1"_s, u"a b cz"_s, u"a b z"_s, u"a z"_s, QString()}));
     }
 
     void copyWithoutASelectionGoesToTheParent()

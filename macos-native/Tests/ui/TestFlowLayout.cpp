@@ -54,6 +54,8 @@ private slots:
         add("in another line where it cannot shrink enough", {{100, 40}, {50, 50}}, {0, 0, 99, 50},
             {{0, 0, 99, 20}, {0, 30, 50, 20}});
         add("each as far as it can shrink", {{100, 40}, {100, 70}}, {0, 0, 180, 20}, {{0, 0, 80, 20}, {90, 0, 90, 20}});
+        add("at their minimum widths where there is no more room", {{100, 40}, {100, 70}}, {0, 0, 120, 20},
+            {{0, 0, 40, 20}, {50, 0, 70, 20}});
         add("one that is wider than the view in a line of its own", {{50, 50}, {200, 200}, {50, 50}}, {0, 0, 120, 80},
             {{0, 0, 50, 20}, {0, 30, 200, 20}, {0, 60, 50, 20}});
     }

@@ -66,9 +66,7 @@ void MessageField::dropEvent(QDropEvent* event)
     QMimeData oneLine;
     oneLine.setText(withBlanks(event->mimeData()->text()));
     QDropEvent cleaned(event->position(), event->possibleActions(), &oneLine, event->buttons(), event->modifiers());
-    cleaned.setDropAction(event->dropAction());
     QLineEdit::dropEvent(&cleaned);
-    event->setDropAction(cleaned.dropAction());
     event->setAccepted(cleaned.isAccepted());
 }
 

@@ -58,6 +58,5 @@ void Announcer::announce(const QString& text)
 
 void Announcer::clear()
 {
-    if (m_notification != 0)
-        QAccessible::deleteAccessibleInterface(std::exchange(m_notification, 0));
+    QAccessible::deleteAccessibleInterface(std::exchange(m_notification, 0)); // 0 is no interface's
 }
