@@ -117,12 +117,6 @@ std::optional<QByteArray> readFile(const QString& path)
     return file.error() == QFile::NoError ? std::optional(bytes) : std::nullopt;
 }
 
-void makePrivateFolder(const QString& path)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QDir().mkdir(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-}
-
 std::optional<QString> writeFileAtomically(const QString& path, const QByteArray& bytes, mode_t newFileMode)
 {
     struct stat existing

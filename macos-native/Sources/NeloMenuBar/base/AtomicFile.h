@@ -13,10 +13,6 @@ constexpr mode_t ownerOnly = 0600;
 /// its end. Never waits for a pipe.
 std::optional<QByteArray> readFile(const QString& path);
 
-/// Makes the folder at `path` for its owner only, and those above it that are missing with the mode of the umask. A
-/// folder that exists keeps its mode. When this fails, reading or writing a file in the folder fails.
-void makePrivateFolder(const QString& path);
-
 /// Replaces the content of the file at `path` by `bytes`, all of it or not at all. Other programs see the old file or
 /// the new one; a failure leaves the old one unchanged and nothing beside it.
 ///

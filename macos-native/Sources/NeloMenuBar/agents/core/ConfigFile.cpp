@@ -4,6 +4,7 @@
 #include "base/Text.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -12,6 +13,9 @@
 #include <sys/stat.h>
 
 namespace {
+
+constexpr QFile::Permissions ownersFile = QFile::ReadOwner | QFile::WriteOwner;
+constexpr QFile::Permissions ownersFolder = ownersFile | QFile::ExeOwner;
 
 /// Returns the path of a backup that is made at the local time `now`.
 QString backupPath(const QString& path, const QDateTime& now)
@@ -31,7 +35,9 @@ void createConfigFile(const QString& path)
     const QFileInfo file(path);
     if (file.exists())
         return;
-    makePrivateFolder(file.absolutePath());
+    const QString folder = file.absolutePath();
+    QDir().mkpath(QFileInfo(folder).absolutePath());
+    QDir().mkdir(folder, ownersFolder);
     std::ignore = writeFileAtomically(path, QByteArrayLiteral("{}\n"));
 }
 

@@ -15,9 +15,9 @@
 
 QString pathInChatFolder(const QString& fileName)
 {
-    const QString folder = QDir::home().filePath(QStringLiteral(".nelo"));
-    makePrivateFolder(folder);
-    return QDir(folder).filePath(fileName);
+    const QDir folder(QDir::home().filePath(QStringLiteral(".nelo")));
+    folder.mkpath(QStringLiteral("."));
+    return folder.filePath(fileName);
 }
 
 QString neloChatLogURL()

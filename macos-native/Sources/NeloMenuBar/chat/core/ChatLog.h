@@ -3,7 +3,7 @@
 #include <QString>
 
 /// Returns the path of `fileName` in the folder ".nelo" of the user's home, where the chat keeps its files. Creates the
-/// folder, for its owner only, when it is missing. When that fails, reading or writing the file fails.
+/// folder when it is missing. When that fails, reading or writing the file fails.
 QString pathInChatFolder(const QString& fileName);
 
 /// Returns the path of the chat's diagnostics log, ".nelo/menubar_chat.log" in the user's home. Creates the folder when
