@@ -141,6 +141,9 @@ class ChangeTest(FileAgentTestCase):
             with self.subTest(ecosystem, name=name):
                 self.assertIn(message, self.refusal(app.add_local_agent, ecosystem, agent_id, name, ""))
         self.assertEqual(self.files_below(), [f"{CODEX}/a.toml", f"{KIMI}/a.md"])
+        for ecosystem in ("codex", "kimi"):
+            app.add_local_agent(ecosystem, "c", "c", "")
+            self.assertIn('with the name "b" already', self.refusal(app.rename_local_agent, ecosystem, "c", "b"))
 
     def test_renaming_changes_the_name_in_place_and_nothing_else(self) -> None:
         codex = "# mine\nname = 'old' # keep\n\ndescription='d'\ndeveloper_instructions = '''x\n'''\n[a]\nname = 1\n"
