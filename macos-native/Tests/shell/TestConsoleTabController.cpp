@@ -4,6 +4,7 @@
 #include "support/ScriptedBackend.h"
 #include "support/TestCase.h"
 #include "ui/Colors.h"
+#include "ui/Labels.h"
 
 #include <QAccessible>
 #include <QDesktopServices>
@@ -102,6 +103,7 @@ private slots:
     {
         show();
         QCOMPARE(banner()->accessibleName(), u"Nelo为您提供最简单的AI入口服务。客服请联系我们：nelo.example"_s);
+        QCOMPARE(banner()->text(), makeSupportLine(13, &*m_controller)->text());
         QCOMPARE(banner()->alignment(), Qt::AlignCenter);
         QVERIFY(banner()->textInteractionFlags().testFlag(Qt::TextSelectableByMouse));
         QVERIFY(banner()->textInteractionFlags().testFlag(Qt::TextSelectableByKeyboard));

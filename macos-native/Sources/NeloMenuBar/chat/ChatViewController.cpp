@@ -91,7 +91,6 @@ ChatViewController::ChatViewController(QWidget* parent, std::chrono::millisecond
 void ChatViewController::loadView()
 {
     setPalette(Colors::lightAppearance(Colors::white(0.92)));
-    setAutoFillBackground(true);
     QWidget* card = makeRoundedBox(0.97, 28, Colors::white(0.88), this);
     auto* frame = new QVBoxLayout(this);
     frame->setContentsMargins(18, 18, 18, 18);

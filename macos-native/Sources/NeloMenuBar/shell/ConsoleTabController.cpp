@@ -49,7 +49,6 @@ ConsoleTabController::ConsoleTabController(QWidget* parent) : ViewController(par
 void ConsoleTabController::loadView()
 {
     setPalette(Colors::lightAppearance(Colors::white(0.97)));
-    setAutoFillBackground(true);
 
     QLabel* banner = makeSupportLine(13, this);
     banner->setObjectName(QStringLiteral("banner"));
