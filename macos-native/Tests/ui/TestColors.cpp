@@ -130,20 +130,6 @@ private slots:
         QCOMPARE(Colors::secondaryText(QPalette(Qt::black)).lightness(), qRound(0.65 * 255)); // white text on black
     }
 
-    void lightAppearanceIsLegible()
-    {
-        const QPalette palette = Colors::lightAppearance(Colors::white(0.97));
-        for (const QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
-            const auto contrast = [&](QPalette::ColorRole text, QPalette::ColorRole background) {
-                return Colors::contrast(palette.color(group, text), palette.color(group, background));
-            };
-            for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::Link, QPalette::PlaceholderText})
-                QVERIFY(contrast(role, QPalette::Window) >= enough);
-            QVERIFY(contrast(QPalette::ButtonText, QPalette::Button) >= enough);
-            QVERIFY(contrast(QPalette::HighlightedText, QPalette::Highlight) >= enough);
-        }
-    }
-
     void placeholdersAreMadeLegible()
     {
         const CaseTable<QPalette> cases{
