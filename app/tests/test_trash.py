@@ -49,9 +49,13 @@ class TrashTest(HomeTestCase):
 
     def test_what_is_on_another_disk_is_copied(self) -> None:
         rename = mock.patch.object(os, "rename", side_effect=OSError(errno.EXDEV, "Invalid cross-device link"))
+        self.make_file("folder/deep/file")
+        os.symlink("deep", self.path("folder/link"))
         with rename:
             path = self.throw_away("a.md")
+            trash.move_to_trash(self.path("folder"))
         self.assertEqual((self.read(f"{TRASH}/files/a.md"), os.path.exists(path)), ("mine", False))
+        self.assertEqual(os.readlink(self.path(f"{TRASH}/files/folder/link")), "deep")
 
     def test_a_copy_that_does_not_fit_on_the_other_disk_is_not_left_in_halves(self) -> None:
         self.make_file("folder/deep/file", "mine")
