@@ -8,8 +8,8 @@
 
 namespace {
 
-/// Reads an image with 32 bits for each pixel. Returns a null image when there is none. A large image is
-/// scaled down while it is read, if its format allows that: Qt refuses to read more than 128 MB at once.
+/// Reads an image with 32 bits for each pixel. Returns a null image when there is none. A large image is scaled
+/// down while it is read, if its format allows that: Qt refuses to read more than 128 MB at once.
 QImage read(const QString& file)
 {
     constexpr int largeSide = 2048;

@@ -11,8 +11,8 @@ namespace Colors {
 /// Returns a grey between black (0) and white (1).
 QColor white(double whiteness);
 
-/// Returns the color of secondary text. It is mixed from the palette's text and window colors. In Qt's own
-/// palettes it has a contrast of at least 4.5:1 to the window color (WCAG 2.1, 1.4.3); their placeholder color has less.
+/// Returns the color of secondary text. It is mixed from the palette's text and window colors. In Qt's own palettes it
+/// has a contrast of at least 4.5:1 to the window color (WCAG 2.1, 1.4.3); their placeholder color has less.
 QColor secondaryText(const QPalette& palette);
 
 /// Returns the contrast of two opaque colors, from 1 to 21, as WCAG 2.1 defines it.
