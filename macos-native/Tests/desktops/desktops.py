@@ -84,6 +84,7 @@ class Desktop:
     is_wayland = False
     is_tiling = False
     draws_menu_at: tuple[int, ...] = (LEFT, RIGHT)  # the buttons at which its panel draws the menu; the program does at others
+    _panel_program = ""
     _terminal: tuple[str, ...] = ("xterm", "-e")
     slowness = 0.0  # seconds that the desktop itself may take
     composed = "阿"  # what the input method shows in the text once "a" is typed
@@ -134,9 +135,6 @@ class Desktop:
     def _start(self) -> None:
         raise NotImplementedError
 
-    def _panel_command(self) -> list[str]:
-        raise NotImplementedError
-
     def other_window(self, file: Path) -> list[str]:
         """The command of another program, which writes into `file` what is typed in its window."""
         return [*self._terminal, "sh", "-c", f"stty -echo; echo ready > {file}; exec cat >> {file}"]
@@ -182,7 +180,7 @@ class Desktop:
         return log
 
     def start_panel(self) -> None:
-        self._panel = self.run(*self._panel_command())
+        self._panel = self.run(self._panel_program)
 
     def start_input_method(self) -> None:
         """Starts what Chinese is typed with, for programs that start afterwards: here ibus, which they find on D-Bus."""
@@ -218,18 +216,17 @@ class Desktop:
 
 class Xfce(Desktop):
     name = "Xfce 4.18, X11"
+    _panel_program = "xfce4-panel"
 
     def _start(self) -> None:
         self.configure("xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml", XFCE_PANEL)
         self.run("xfsettingsd", "--no-daemon")
         self.run("xfwm4", "--compositor=off")
 
-    def _panel_command(self) -> list[str]:
-        return ["xfce4-panel"]
-
 
 class Sway(Desktop):
     name = "sway 1.7, waybar"
+    _panel_program = "waybar"
     is_wayland = True
     is_tiling = True
     _terminal = ("foot",)
@@ -240,12 +237,10 @@ class Sway(Desktop):
         self.run("sway", WLR_BACKENDS="x11", WLR_RENDERER="pixman")
         self._await_wayland()
 
-    def _panel_command(self) -> list[str]:
-        return ["waybar"]
-
 
 class Lxqt(Desktop):
     name = "LXQt 1.2, X11"
+    _panel_program = "lxqt-panel"
     draws_menu_at = (RIGHT,)
 
     def _start(self) -> None:
@@ -253,24 +248,20 @@ class Lxqt(Desktop):
         self.configure("lxqt/panel.conf", LXQT_PANEL)
         self.run("openbox")
 
-    def _panel_command(self) -> list[str]:
-        return ["lxqt-panel"]
-
 
 class Mate(Desktop):
     name = "MATE 1.26, X11"
+    _panel_program = "mate-panel"
     draws_menu_at = (RIGHT,)
 
     def _start(self) -> None:
         self.environment["XDG_CURRENT_DESKTOP"] = "MATE"
         self.run("marco", "--no-composite")
 
-    def _panel_command(self) -> list[str]:
-        return ["mate-panel"]
-
 
 class PlasmaOnX11(Desktop):
     name = "Plasma 5.27, X11"
+    _panel_program = "plasmashell"
     slowness = 3.0
 
     def _start(self) -> None:
@@ -284,9 +275,6 @@ class PlasmaOnX11(Desktop):
 
     def prefer_dark(self, is_preferred: bool) -> None:
         self._do("plasma-apply-colorscheme", "BreezeDark" if is_preferred else "BreezeLight")
-
-    def _panel_command(self) -> list[str]:
-        return ["plasmashell"]
 
 
 class Plasma(PlasmaOnX11):
