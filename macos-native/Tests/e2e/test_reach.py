@@ -19,8 +19,7 @@ class StatusAreaTest(unittest.TestCase):
         with TraylessNelo() as nelo:
             until(lambda: launchers(nelo), "the window")
             self.assertLess(time.monotonic() - start, 2.0)
-            tray = Tray()
-            self.addCleanup(tray.end)
+            self.addCleanup(Tray().end)
             until(lambda: not launchers(nelo), "the window gone")
             nelo.open("Open Nelo Console")
 
@@ -85,8 +84,7 @@ class StatusAreaTest(unittest.TestCase):
 
 class SecondStartTest(unittest.TestCase):
     def setUp(self) -> None:
-        tray = Tray()
-        self.addCleanup(tray.end)
+        self.addCleanup(Tray().end)
 
     def test_it_brings_the_chat_forward_and_ends(self) -> None:
         with Nelo() as nelo:
