@@ -15,11 +15,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
 const QString secret = u"sk-secret"_s;
-
-} // namespace
 
 /// The API keys: which is shown, where they are kept, and where they never go.
 class TestSettingsKeys final : public TestCase
@@ -33,25 +29,20 @@ private slots:
         store("kimi", u"key of kimi"_s);
         m_settings->saved({{"chat", {{"cloud_provider", "kimi"}}}});
         QCOMPARE(key(), u"key of kimi"_s);
-        m_settings->choose("cloudProviderPopup", "deepseek");
-        QCOMPARE(key(), QString());
+        QCOMPARE(keyOf("deepseek"), QString());
         m_settings->saved({{"chat", {{"cloud_provider", "kimi"}, {"cloud_api_key", "of the document"}}}});
         m_settings->press("Reload");
         QCOMPARE(key(), u"of the document"_s);
-        m_settings->choose("cloudProviderPopup", "openai");
-        QCOMPARE(key(), u"key of openai"_s);
+        QCOMPARE(keyOf("openai"), u"key of openai"_s);
     }
 
     void aTypedKeyIsBackAfterSwitchingAndTrimmed()
     {
         m_settings->type("cloudAPIKeyField", u" \tsk-1\n"_s);
-        m_settings->choose("cloudProviderPopup", "kimi");
-        QCOMPARE(key(), QString());
+        QCOMPARE(keyOf("kimi"), QString());
         m_settings->type("cloudAPIKeyField", u"sk-2"_s);
-        m_settings->choose("cloudProviderPopup", "openai");
-        QCOMPARE(key(), u"sk-1"_s);
-        m_settings->choose("cloudProviderPopup", "kimi");
-        QCOMPARE(key(), u"sk-2"_s);
+        QCOMPARE(keyOf("openai"), u"sk-1"_s);
+        QCOMPARE(keyOf("kimi"), u"sk-2"_s);
     }
 
     void switchingTheProviderLeavesTheModelAndSavesNothing()
@@ -85,10 +76,8 @@ private slots:
         m_settings->press("Reload"); // fires no change of provider, which would take what is in the field
         QCOMPARE(m_settings->title("cloudProviderPopup"), u"kimi"_s);
         QCOMPARE(key(), QString());
-        m_settings->choose("cloudProviderPopup", "deepseek");
-        QCOMPARE(key(), QString());
-        m_settings->choose("cloudProviderPopup", "openai");
-        QCOMPARE(key(), u"stored"_s);
+        QCOMPARE(keyOf("deepseek"), QString());
+        QCOMPARE(keyOf("openai"), u"stored"_s);
     }
 
     void savingSendsTheSelectedProvidersKeyTrimmedAndStoresAll()
@@ -162,8 +151,7 @@ private slots:
         m_settings->press("Refresh Catalog");
         QCOMPARE(m_settings->status(), failure + u". Cloud catalog refreshed (3 skills)."_s);
         m_settings->choose("cloudProviderPopup", "kimi");
-        m_settings->choose("cloudProviderPopup", "openai");
-        QCOMPARE(key(), secret);
+        QCOMPARE(keyOf("openai"), secret);
     }
 
     void nobodyReadsTheKeyInItsField()
@@ -199,6 +187,13 @@ private slots:
     }
 
 private:
+    /// Chooses the provider and returns the key that the form shows then.
+    QString keyOf(const char* provider)
+    {
+        m_settings->choose("cloudProviderPopup", provider);
+        return key();
+    }
+
     QString key() { return m_settings->text("cloudAPIKeyField"); }
     QLineEdit* field() { return m_settings->find<QLineEdit>("cloudAPIKeyField"); }
     QString stored(const char* provider) { return m_store.key(QString::fromLatin1(provider)); }
