@@ -13,15 +13,6 @@
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-namespace {
-
-Json threeAgents()
-{
-    return {agentRow("openclaw", "main", "discovered"), agentRow("codex", "codex-1"), agentRow("kimi", "kimi-1")};
-}
-
-} // namespace
-
 /// The Agents tab's table and its refresh, on the real helper.
 class TestAgentsViewController final : public TestCase
 {
@@ -238,6 +229,11 @@ private slots:
     }
 
 private:
+    static Json threeAgents()
+    {
+        return {agentRow("openclaw", "main", "discovered"), agentRow("codex", "codex-1"), agentRow("kimi", "kimi-1")};
+    }
+
     QString cell(int row, int column) const { return m_tab->table()->model()->index(row, column).data().toString(); }
 
     Fresh<AgentsTab> m_tab{this};

@@ -14,22 +14,6 @@
 
 using namespace std::chrono_literals;
 
-namespace {
-
-/// Returns whether a line of /proc/<pid>/status such as "SigBlk:\t0000000000001000" names `signal`.
-bool holdsSignal(const std::string& statusLine, int signal)
-{
-    const std::uint64_t mask = std::stoull(statusLine.substr(statusLine.find(':') + 1), nullptr, 16);
-    return (mask >> (signal - 1) & 1U) != 0;
-}
-
-std::string lineOf(HelperProcess& child)
-{
-    return std::string(std::get<std::string_view>(child.readLine()));
-}
-
-} // namespace
-
 /// A child on three pipes, with /bin/sh as the child.
 class TestHelperProcess final : public TestCase
 {
@@ -176,6 +160,18 @@ private slots:
     }
 
 private:
+    /// Returns whether a line of /proc/<pid>/status such as "SigBlk:\t0000000000001000" names `signal`.
+    static bool holdsSignal(const std::string& statusLine, int signal)
+    {
+        const std::uint64_t mask = std::stoull(statusLine.substr(statusLine.find(':') + 1), nullptr, 16);
+        return (mask >> (signal - 1) & 1U) != 0;
+    }
+
+    static std::string lineOf(HelperProcess& child)
+    {
+        return std::string(std::get<std::string_view>(child.readLine()));
+    }
+
     /// Takes all descriptors of this process but `count`.
     static std::vector<FileDescriptor> allDescriptorsBut(std::size_t count)
     {

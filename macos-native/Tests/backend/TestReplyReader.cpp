@@ -6,15 +6,6 @@
 #include "support/JsonToString.h"
 #include "support/TestCase.h"
 
-namespace {
-
-bool isParserError(const ReplyOutcome& outcome)
-{
-    return outcome.text.starts_with("ERROR: ");
-}
-
-} // namespace
-
 /// The interpretation of one line of the helper's output.
 class TestReplyReader final : public TestCase
 {
@@ -140,6 +131,9 @@ private slots:
                 QCOMPARE(asReply.text, errorText("unknown"));
         }
     }
+
+private:
+    static bool isParserError(const ReplyOutcome& outcome) { return outcome.text.starts_with("ERROR: "); }
 };
 
 QTEST_GUILESS_MAIN(TestReplyReader)

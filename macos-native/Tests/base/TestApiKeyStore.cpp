@@ -19,12 +19,8 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
 const QString openai = u"openai"_s;
 const QString kimi = u"kimi"_s;
-
-} // namespace
 
 /// API keys in the user defaults.
 class TestApiKeyStore final : public TestCase

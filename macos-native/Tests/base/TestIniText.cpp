@@ -9,26 +9,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-/// Returns the value of "key" that `QSettings` reads.
-QString valueIn(const QByteArray& ini)
-{
-    const QTemporaryDir folder;
-    Files::create(folder.filePath(u"settings.conf"_s), ini);
-    return QSettings(folder.filePath(u"settings.conf"_s), QSettings::IniFormat).value(u"key"_s).toString();
-}
-
-QByteArray writtenByQSettings(const QString& text)
-{
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(u"settings.conf"_s);
-    QSettings(path, QSettings::IniFormat).setValue(u"key"_s, text);
-    return Files::contentOf(path);
-}
-
-} // namespace
-
 /// Values in the text of a settings file.
 class TestIniText final : public TestCase
 {
@@ -98,6 +78,23 @@ private slots:
         QCOMPARE(withIniValues({}, {{"key", u"sk-proj-A_1.2+/z"_s}}), QByteArray("[General]\nkey=sk-proj-A_1.2+/z\n"));
         QCOMPARE(withIniValues({}, {{"key", u"two words = \"é\"b"_s}}),
                  QByteArray("[General]\nkey=\"two words \\x3d \\x22\\xe9\\x22\\x62\"\n"));
+    }
+
+private:
+    /// Returns the value of "key" that `QSettings` reads.
+    static QString valueIn(const QByteArray& ini)
+    {
+        const QTemporaryDir folder;
+        Files::create(folder.filePath(u"settings.conf"_s), ini);
+        return QSettings(folder.filePath(u"settings.conf"_s), QSettings::IniFormat).value(u"key"_s).toString();
+    }
+
+    static QByteArray writtenByQSettings(const QString& text)
+    {
+        const QTemporaryDir folder;
+        const QString path = folder.filePath(u"settings.conf"_s);
+        QSettings(path, QSettings::IniFormat).setValue(u"key"_s, text);
+        return Files::contentOf(path);
     }
 };
 

@@ -12,48 +12,6 @@
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-namespace {
-
-/// Returns whether a parser must accept the case ('y'), must refuse it ('n'), or may do either ('i').
-char expectation()
-{
-    return QTest::currentDataTag()[0];
-}
-
-/// Returns what is between the brackets of a list, and any other text as it is.
-QByteArray withoutList(const QByteArray& json)
-{
-    return json.startsWith('[') && json.endsWith(']') ? json.sliced(1).chopped(1) : json;
-}
-
-bool isEmptyList(const QByteArray& json)
-{
-    QByteArray marks = json;
-    for (const char blank : {' ', '\t', '\n', '\r'})
-        marks.replace(blank, "");
-    return marks == "[]";
-}
-
-/// Returns the texts that a new chat window shows.
-QStringList shown()
-{
-    ChatViewController chat;
-    chat.loadViewIfNeeded();
-    const auto* transcript = chat.findChild<TranscriptView*>(u"transcriptScroll"_s);
-    QStringList bubbles;
-    for (int index = 0; index < transcript->count(); ++index)
-        bubbles.append(transcript->bubble(index).text());
-    return bubbles;
-}
-
-/// Returns a list of one record, which has `members`.
-QByteArray historyWith(const QByteArray& members)
-{
-    return R"([{"role":"user","createdAt":"2025-01-31T09:30:00Z",)" + members + "}]";
-}
-
-} // namespace
-
 /// The texts of a public suite for JSON parsers as history files, and in them.
 class TestChatHistoryTexts final : public TestCase
 {
@@ -107,6 +65,41 @@ private slots:
     }
 
 private:
+    /// Returns whether a parser must accept the case ('y'), must refuse it ('n'), or may do either ('i').
+    static char expectation() { return QTest::currentDataTag()[0]; }
+
+    /// Returns what is between the brackets of a list, and any other text as it is.
+    static QByteArray withoutList(const QByteArray& json)
+    {
+        return json.startsWith('[') && json.endsWith(']') ? json.sliced(1).chopped(1) : json;
+    }
+
+    static bool isEmptyList(const QByteArray& json)
+    {
+        QByteArray marks = json;
+        for (const char blank : {' ', '\t', '\n', '\r'})
+            marks.replace(blank, "");
+        return marks == "[]";
+    }
+
+    /// Returns the texts that a new chat window shows.
+    static QStringList shown()
+    {
+        ChatViewController chat;
+        chat.loadViewIfNeeded();
+        const auto* transcript = chat.findChild<TranscriptView*>(u"transcriptScroll"_s);
+        QStringList bubbles;
+        for (int index = 0; index < transcript->count(); ++index)
+            bubbles.append(transcript->bubble(index).text());
+        return bubbles;
+    }
+
+    /// Returns a list of one record, which has `members`.
+    static QByteArray historyWith(const QByteArray& members)
+    {
+        return R"([{"role":"user","createdAt":"2025-01-31T09:30:00Z",)" + members + "}]";
+    }
+
     Fresh<TestHome> m_home{this};
 };
 

@@ -15,55 +15,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-/// Sends what an input method sends while "ni" becomes 你.
-void compose(QWidget& field, const QString& preedit, const QString& commit = QString())
-{
-    QInputMethodEvent event(preedit, {});
-    event.setCommitString(commit);
-    QCoreApplication::sendEvent(&field, &event);
-}
-
-void pasteFromMenu(QWidget& field, const QString& text)
-{
-    QGuiApplication::clipboard()->setText(text);
-    QContextMenuEvent event(QContextMenuEvent::Mouse, {5, 5}, field.mapToGlobal(QPoint(5, 5)));
-    QCoreApplication::sendEvent(&field, &event);
-    const QPointer<QMenu> menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-    QVERIFY(menu);
-    for (QAction* action : menu->actions()) {
-        if (action->text().startsWith(u"&Paste"))
-            action->trigger();
-    }
-    menu->close();
-    QTRY_VERIFY(!menu);
-}
-
-void drop(QWidget& field, const QString& text)
-{
-    QMimeData dropped;
-    dropped.setText(text);
-    QDragEnterEvent enter({5, 5}, Qt::CopyAction, &dropped, Qt::LeftButton, {});
-    QCoreApplication::sendEvent(&field, &enter);
-    QDropEvent event({5, 5}, Qt::CopyAction, &dropped, Qt::LeftButton, {});
-    QCoreApplication::sendEvent(&field, &event);
-    QVERIFY(event.isAccepted());
-}
-
-void commit(QWidget& field, const QString& text)
-{
-    compose(field, QString(), text);
-}
-
-void paste(QWidget& field, const QString& text)
-{
-    QGuiApplication::clipboard()->setText(text);
-    QTest::keySequence(&field, QKeySequence::Paste);
-}
-
-} // namespace
-
 /// The one-line input: line breaks, undoing, and input methods.
 class TestMessageField final : public TestCase
 {
@@ -173,6 +124,49 @@ private slots:
         compose(field, QString()); // the composition is cancelled
         field.commitComposition();
         QCOMPARE(field.text(), u"你hao"_s);
+    }
+
+private:
+    /// Sends what an input method sends while "ni" becomes 你.
+    static void compose(QWidget& field, const QString& preedit, const QString& commit = QString())
+    {
+        QInputMethodEvent event(preedit, {});
+        event.setCommitString(commit);
+        QCoreApplication::sendEvent(&field, &event);
+    }
+
+    static void pasteFromMenu(QWidget& field, const QString& text)
+    {
+        QGuiApplication::clipboard()->setText(text);
+        QContextMenuEvent event(QContextMenuEvent::Mouse, {5, 5}, field.mapToGlobal(QPoint(5, 5)));
+        QCoreApplication::sendEvent(&field, &event);
+        const QPointer<QMenu> menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        QVERIFY(menu);
+        for (QAction* action : menu->actions()) {
+            if (action->text().startsWith(u"&Paste"))
+                action->trigger();
+        }
+        menu->close();
+        QTRY_VERIFY(!menu);
+    }
+
+    static void drop(QWidget& field, const QString& text)
+    {
+        QMimeData dropped;
+        dropped.setText(text);
+        QDragEnterEvent enter({5, 5}, Qt::CopyAction, &dropped, Qt::LeftButton, {});
+        QCoreApplication::sendEvent(&field, &enter);
+        QDropEvent event({5, 5}, Qt::CopyAction, &dropped, Qt::LeftButton, {});
+        QCoreApplication::sendEvent(&field, &event);
+        QVERIFY(event.isAccepted());
+    }
+
+    static void commit(QWidget& field, const QString& text) { compose(field, QString(), text); }
+
+    static void paste(QWidget& field, const QString& text)
+    {
+        QGuiApplication::clipboard()->setText(text);
+        QTest::keySequence(&field, QKeySequence::Paste);
     }
 };
 

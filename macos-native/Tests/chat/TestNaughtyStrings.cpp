@@ -21,55 +21,8 @@
 using namespace Qt::StringLiterals;
 using namespace std::string_view_literals;
 
-namespace {
-
 /// With their answers and the welcome, so many questions are fewer than the maximum that is stored.
 constexpr qsizetype questionsPerConversation = 99;
-
-/// Returns what is sent when `typed` is entered: line breaks become blanks, and blanks at the ends are removed.
-QString questionFrom(QString typed)
-{
-    typed.replace(u"\r\n"_s, u" "_s);
-    for (const char16_t lineBreak : u"\n\v\f\r\u0085\u2028\u2029"sv)
-        typed.replace(lineBreak, u' ');
-    return typed.trimmed();
-}
-
-/// Returns the strings that are not blank.
-QStringList naughtyQuestions()
-{
-    QStringList strings = Corpora::naughtyStrings();
-    strings.removeIf([](const QString& text) { return questionFrom(text).isEmpty(); });
-    return strings;
-}
-
-void paste(QLineEdit* field, const QString& text)
-{
-    QGuiApplication::clipboard()->setText(text);
-    QTest::keySequence(field, QKeySequence::Paste);
-}
-
-/// Enters `text` as an input method does.
-void commit(QLineEdit* field, const QString& text)
-{
-    QInputMethodEvent event;
-    event.setCommitString(text);
-    QCoreApplication::sendEvent(field, &event);
-}
-
-/// Returns what assistive technology reads of the transcript, in the form of `ChatWindow::bubbles()`.
-QStringList accessibleBubbles(TranscriptView* transcript)
-{
-    QAccessibleInterface* list = QAccessible::queryAccessibleInterface(transcript);
-    QStringList bubbles;
-    for (int index = 0; index < list->childCount(); ++index) {
-        const QAccessibleInterface* bubble = list->child(index);
-        bubbles.append(bubble->text(QAccessible::Description) + u": "_s + bubble->text(QAccessible::Name));
-    }
-    return bubbles;
-}
-
-} // namespace
 
 /// A public list of strings that cause errors in many programs, as questions. They are pasted or come from an input
 /// method in turn. Each is sent, answered with the same text, stored, and shown again by another window.
@@ -139,6 +92,49 @@ private slots:
     }
 
 private:
+    /// Returns what is sent when `typed` is entered: line breaks become blanks, and blanks at the ends are removed.
+    static QString questionFrom(QString typed)
+    {
+        typed.replace(u"\r\n"_s, u" "_s);
+        for (const char16_t lineBreak : u"\n\v\f\r\u0085\u2028\u2029"sv)
+            typed.replace(lineBreak, u' ');
+        return typed.trimmed();
+    }
+
+    /// Returns the strings that are not blank.
+    static QStringList naughtyQuestions()
+    {
+        QStringList strings = Corpora::naughtyStrings();
+        strings.removeIf([](const QString& text) { return questionFrom(text).isEmpty(); });
+        return strings;
+    }
+
+    static void paste(QLineEdit* field, const QString& text)
+    {
+        QGuiApplication::clipboard()->setText(text);
+        QTest::keySequence(field, QKeySequence::Paste);
+    }
+
+    /// Enters `text` as an input method does.
+    static void commit(QLineEdit* field, const QString& text)
+    {
+        QInputMethodEvent event;
+        event.setCommitString(text);
+        QCoreApplication::sendEvent(field, &event);
+    }
+
+    /// Returns what assistive technology reads of the transcript, in the form of `ChatWindow::bubbles()`.
+    static QStringList accessibleBubbles(TranscriptView* transcript)
+    {
+        QAccessibleInterface* list = QAccessible::queryAccessibleInterface(transcript);
+        QStringList bubbles;
+        for (int index = 0; index < list->childCount(); ++index) {
+            const QAccessibleInterface* bubble = list->child(index);
+            bubbles.append(bubble->text(QAccessible::Description) + u": "_s + bubble->text(QAccessible::Name));
+        }
+        return bubbles;
+    }
+
     /// Waits event by event. Qt's own waits sleep between two checks, which takes long with hundreds of answers.
     bool waitForAnswer() const
     {

@@ -2,12 +2,8 @@
 
 #include "support/TestCase.h"
 
-namespace {
-
 constexpr QRect screen(0, 0, 1280, 900);
 constexpr QSize menu(200, 150);
-
-} // namespace
 
 class TestMenuPosition final : public TestCase
 {

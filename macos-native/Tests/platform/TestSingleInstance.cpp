@@ -20,7 +20,6 @@
 #include <sys/un.h>
 
 using namespace Qt::StringLiterals;
-
 using namespace std::chrono_literals;
 using Role = SingleInstance::Role;
 

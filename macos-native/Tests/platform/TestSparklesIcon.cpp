@@ -6,30 +6,6 @@
 
 #include <QPainter>
 
-namespace {
-
-QImage onPanel(int side, const QColor& panel)
-{
-    QImage image(side, side, QImage::Format_RGB32);
-    image.fill(panel);
-    QPainter painter(&image);
-    sparklesIcon().paint(&painter, image.rect());
-    return image;
-}
-
-/// Returns the share of pixels that have the contrast to `panel` which WCAG 2.1 requires of texts.
-double legibleShare(const QImage& image, const QColor& panel)
-{
-    int legible = 0;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x)
-            legible += Colors::contrast(image.pixelColor(x, y), panel) >= 4.5 ? 1 : 0;
-    }
-    return static_cast<double>(legible) / (image.width() * image.height());
-}
-
-} // namespace
-
 /// The built-in status icon.
 class TestSparklesIcon final : public TestCase
 {
@@ -90,6 +66,27 @@ private slots:
             const QColor heart = onPanel(side, Qt::white).pixelColor(qRound(side * 0.4), qRound(side * 0.57));
             QVERIFY(Colors::contrast(heart, Qt::white) >= 4.5); // no outline of a star
         }
+    }
+
+private:
+    static QImage onPanel(int side, const QColor& panel)
+    {
+        QImage image(side, side, QImage::Format_RGB32);
+        image.fill(panel);
+        QPainter painter(&image);
+        sparklesIcon().paint(&painter, image.rect());
+        return image;
+    }
+
+    /// Returns the share of pixels that have the contrast to `panel` which WCAG 2.1 requires of texts.
+    static double legibleShare(const QImage& image, const QColor& panel)
+    {
+        int legible = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                legible += Colors::contrast(image.pixelColor(x, y), panel) >= 4.5 ? 1 : 0;
+        }
+        return static_cast<double>(legible) / (image.width() * image.height());
     }
 };
 

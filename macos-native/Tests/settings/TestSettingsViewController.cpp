@@ -4,24 +4,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-Json fullDocument()
-{
-    return {{"version", 1},
-            {"core", {{"url", "http://core:1"}, {"auto_discovery", false}}},
-            {"chat",
-             {{"mode", "cloud"},
-              {"local_model", "qwen3:8b"},
-              {"cloud_provider", "deepseek"},
-              {"cloud_model", "deepseek-chat"},
-              {"cloud_api_key", "sk-密"}}},
-            {"tovani", {{"auto_download_on_chat", false}, {"path", "/opt/托瓦尼"}}},
-            {"cloud_skills", {{"catalog_url", "https://server/catalog.json"}}}};
-}
-
-} // namespace
-
 /// Loading and saving the settings document, and refreshing the catalogue.
 class TestSettingsViewController final : public TestCase
 {
@@ -189,6 +171,20 @@ private slots:
     }
 
 private:
+    static Json fullDocument()
+    {
+        return {{"version", 1},
+                {"core", {{"url", "http://core:1"}, {"auto_discovery", false}}},
+                {"chat",
+                 {{"mode", "cloud"},
+                  {"local_model", "qwen3:8b"},
+                  {"cloud_provider", "deepseek"},
+                  {"cloud_model", "deepseek-chat"},
+                  {"cloud_api_key", "sk-密"}}},
+                {"tovani", {{"auto_download_on_chat", false}, {"path", "/opt/托瓦尼"}}},
+                {"cloud_skills", {{"catalog_url", "https://server/catalog.json"}}}};
+    }
+
     Fresh<SettingsFixture> m_settings{this};
 };
 

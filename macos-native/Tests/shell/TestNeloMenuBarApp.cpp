@@ -24,7 +24,6 @@
 #include <QTimer>
 
 using namespace Qt::StringLiterals;
-
 using namespace std::chrono_literals;
 
 /// The application delegate: the status item, the menu, the windows, and the end of the program.

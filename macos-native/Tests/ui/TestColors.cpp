@@ -11,36 +11,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
 constexpr double enough = 4.5;
-
-/// Returns the color of translucent `text` on `background`.
-QColor on(const QColor& background, const QColor& text)
-{
-    const auto channel = [&text](float over, float under) {
-        return over * text.alphaF() + under * (1 - text.alphaF());
-    };
-    return QColor::fromRgbF(channel(text.redF(), background.redF()), channel(text.greenF(), background.greenF()),
-                            channel(text.blueF(), background.blueF()));
-}
-
-double placeholderContrast(const QPalette& palette, QPalette::ColorGroup group)
-{
-    const QColor base = palette.color(group, QPalette::Base);
-    return Colors::contrast(on(base, palette.color(group, QPalette::PlaceholderText)), base);
-}
-
-QPalette theme(const QColor& text, const QColor& base, const QColor& placeholder)
-{
-    QPalette palette;
-    palette.setColor(QPalette::Text, text);
-    palette.setColor(QPalette::Base, base);
-    palette.setColor(QPalette::PlaceholderText, placeholder);
-    return palette;
-}
-
-} // namespace
 
 /// Colors that can be told apart.
 class TestColors final : public TestCase
@@ -224,6 +195,32 @@ private slots:
         first.show();
         second.show();
         QCOMPARE(second.palette().cacheKey(), first.palette().cacheKey());
+    }
+
+private:
+    /// Returns the color of translucent `text` on `background`.
+    static QColor on(const QColor& background, const QColor& text)
+    {
+        const auto channel = [&text](float over, float under) {
+            return over * text.alphaF() + under * (1 - text.alphaF());
+        };
+        return QColor::fromRgbF(channel(text.redF(), background.redF()), channel(text.greenF(), background.greenF()),
+                                channel(text.blueF(), background.blueF()));
+    }
+
+    static double placeholderContrast(const QPalette& palette, QPalette::ColorGroup group)
+    {
+        const QColor base = palette.color(group, QPalette::Base);
+        return Colors::contrast(on(base, palette.color(group, QPalette::PlaceholderText)), base);
+    }
+
+    static QPalette theme(const QColor& text, const QColor& base, const QColor& placeholder)
+    {
+        QPalette palette;
+        palette.setColor(QPalette::Text, text);
+        palette.setColor(QPalette::Base, base);
+        palette.setColor(QPalette::PlaceholderText, placeholder);
+        return palette;
     }
 };
 

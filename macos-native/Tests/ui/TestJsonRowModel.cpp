@@ -9,26 +9,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
 using Tester = QAbstractItemModelTester;
-
-std::vector<JsonColumn> nameAndCount()
-{
-    return {{"name", u"Name"_s, 180}, {"count", u"Count"_s, 60}};
-}
-
-QByteArray rowNamed(const QByteArray& name)
-{
-    return R"({"name":")" + name + R"("})";
-}
-
-std::vector<Json> rowsOf(const QByteArray& reply)
-{
-    return BackendReply(reply.toStdString()).rows();
-}
-
-} // namespace
 
 /// The rows of a reply as a table model, always under Qt's model tester.
 class TestJsonRowModel final : public TestCase
@@ -175,6 +156,13 @@ private slots:
         }
         QCOMPARE(ranges.join(u'|'), u"1,0 to 2,1|4,0 to 4,1"_s);
     }
+
+private:
+    static std::vector<JsonColumn> nameAndCount() { return {{"name", u"Name"_s, 180}, {"count", u"Count"_s, 60}}; }
+
+    static QByteArray rowNamed(const QByteArray& name) { return "{\"name\":\"" + name + "\"}"; }
+
+    static std::vector<Json> rowsOf(const QByteArray& reply) { return BackendReply(reply.toStdString()).rows(); }
 };
 
 QTEST_GUILESS_MAIN(TestJsonRowModel)

@@ -15,46 +15,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-QPalette paletteOf(const QColor& text, const QColor& window)
-{
-    QPalette palette;
-    palette.setColor(QPalette::WindowText, text);
-    palette.setColor(QPalette::Window, window);
-    return palette;
-}
-
-/// Sends the event for which `label` shows a tool tip, unless its whole text is visible.
-void askForToolTip(QWidget& label)
-{
-    label.show();
-    QHelpEvent help(QEvent::ToolTip, {5, 5}, label.mapToGlobal(QPoint(5, 5)));
-    QCoreApplication::sendEvent(&label, &help);
-}
-
-QString toolTipOf(QWidget& label)
-{
-    askForToolTip(label);
-    const QString text = QToolTip::isVisible() ? QToolTip::text() : QString();
-    QToolTip::hideText();
-    return QTest::qWaitFor([] { return !QToolTip::isVisible(); }) ? text : QString();
-}
-
-/// Returns the formats of the pieces of the line, in their order.
-QList<QTextCharFormat> formatsOf(const QLabel& line)
-{
-    QTextDocument document;
-    document.setHtml(line.text());
-    QList<QTextCharFormat> formats;
-    const QTextBlock block = document.begin();
-    for (auto piece = block.begin(); piece != block.end(); ++piece)
-        formats.append(piece.fragment().charFormat());
-    return formats;
-}
-
-} // namespace
-
 /// Labels and the colors of their text.
 class TestLabels final : public TestCase
 {
@@ -244,6 +204,43 @@ private slots:
         for (QLabel* label : {static_cast<QLabel*>(&line), static_cast<QLabel*>(&lines)})
             label->setFont(fontOfSize(label->font(), 40));
         QVERIFY(line.sizeHint().width() > widthOfMore && lines.heightForWidth(width) > heightOfMore);
+    }
+
+private:
+    static QPalette paletteOf(const QColor& text, const QColor& window)
+    {
+        QPalette palette;
+        palette.setColor(QPalette::WindowText, text);
+        palette.setColor(QPalette::Window, window);
+        return palette;
+    }
+
+    /// Sends the event for which `label` shows a tool tip, unless its whole text is visible.
+    static void askForToolTip(QWidget& label)
+    {
+        label.show();
+        QHelpEvent help(QEvent::ToolTip, {5, 5}, label.mapToGlobal(QPoint(5, 5)));
+        QCoreApplication::sendEvent(&label, &help);
+    }
+
+    static QString toolTipOf(QWidget& label)
+    {
+        askForToolTip(label);
+        const QString text = QToolTip::isVisible() ? QToolTip::text() : QString();
+        QToolTip::hideText();
+        return QTest::qWaitFor([] { return !QToolTip::isVisible(); }) ? text : QString();
+    }
+
+    /// Returns the formats of the pieces of the line, in their order.
+    static QList<QTextCharFormat> formatsOf(const QLabel& line)
+    {
+        QTextDocument document;
+        document.setHtml(line.text());
+        QList<QTextCharFormat> formats;
+        const QTextBlock block = document.begin();
+        for (auto piece = block.begin(); piece != block.end(); ++piece)
+            formats.append(piece.fragment().charFormat());
+        return formats;
     }
 };
 

@@ -8,23 +8,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-QStringList titles()
-{
-    return {u"local"_s, u"cloud"_s};
-}
-
-QImage pictureOf(const QString& title)
-{
-    PopUpButton popup;
-    popup.addItem(title);
-    popup.resize(220, 30);
-    return popup.grab().toImage();
-}
-
-} // namespace
-
 /// A pop-up button with titles from outside.
 class TestPopUpButton final : public TestCase
 {
@@ -103,6 +86,17 @@ private slots:
         QCOMPARE(popup.currentIndex(), 0);
         QVERIFY(!wheel.isAccepted()); // the form around it scrolls
         QCOMPARE(popup.focusPolicy(), Qt::StrongFocus);
+    }
+
+private:
+    static QStringList titles() { return {u"local"_s, u"cloud"_s}; }
+
+    static QImage pictureOf(const QString& title)
+    {
+        PopUpButton popup;
+        popup.addItem(title);
+        popup.resize(220, 30);
+        return popup.grab().toImage();
     }
 };
 

@@ -7,19 +7,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-QStringList textsOf(QStringView text, const std::vector<TextRange>& ranges)
-{
-    QStringList texts;
-    for (const TextRange& range : ranges)
-        texts.append(text.sliced(range.start, range.length).toString());
-    return texts;
-}
-
 const QString family = u"👨‍👩‍👧‍👦"_s;
-
-} // namespace
 
 /// How the text of a message is divided.
 class TestTextRanges final : public TestCase
@@ -189,6 +177,15 @@ private slots:
         QCOMPARE(chunks.size(), 3U);
         QCOMPARE(chunks[0], (TextRange{0, 32'788}));
         QCOMPARE(chunks[1], (TextRange{32'788, 128 * 2 - 1})); // the rest of the paragraph and 127 lines
+    }
+
+private:
+    static QStringList textsOf(QStringView text, const std::vector<TextRange>& ranges)
+    {
+        QStringList texts;
+        for (const TextRange& range : ranges)
+            texts.append(text.sliced(range.start, range.length).toString());
+        return texts;
     }
 };
 

@@ -14,20 +14,6 @@ using namespace Qt::StringLiterals;
 
 using Keys = QList<QKeyCombination>;
 
-namespace {
-
-/// Presses `keys`, the first with the cursor at `position`.
-void press(VerbatimTextEdit& view, int position, const Keys& keys)
-{
-    QTextCursor cursor = view.textCursor();
-    cursor.setPosition(position);
-    view.setTextCursor(cursor);
-    for (const QKeyCombination key : keys)
-        QTest::keyClick(&view, key.key(), key.keyboardModifiers());
-}
-
-} // namespace
-
 /// The editor that returns the text exactly as it was set.
 class TestVerbatimTextEdit final : public TestCase
 {
@@ -209,6 +195,17 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&view));
         QVERIFY(view.horizontalScrollBar()->maximum() > 0);
         QCOMPARE(view.document()->firstBlock().lineCount(), 1);
+    }
+
+private:
+    /// Presses `keys`, the first with the cursor at `position`.
+    static void press(VerbatimTextEdit& view, int position, const Keys& keys)
+    {
+        QTextCursor cursor = view.textCursor();
+        cursor.setPosition(position);
+        view.setTextCursor(cursor);
+        for (const QKeyCombination key : keys)
+            QTest::keyClick(&view, key.key(), key.keyboardModifiers());
     }
 };
 

@@ -19,16 +19,6 @@ using namespace Qt::StringLiterals;
 using Files::contentOf;
 using Files::create;
 
-namespace {
-
-const QDateTime& newYear()
-{
-    static const QDateTime time(QDate(2025, 1, 1), QTime(9, 30));
-    return time;
-}
-
-} // namespace
-
 /// Reading, making and backing up a configuration file.
 class TestConfigFile final : public TestCase
 {
@@ -92,7 +82,7 @@ private slots:
         const QByteArray content("\xff\r\n\0", 4);
         create(path(u"target"_s), content);
         QVERIFY(QFile::link(path(u"target"_s), path()));
-        backUpConfigFile(path(), newYear());
+        backUpConfigFile(path(), m_newYear);
         QVERIFY(!QFileInfo(backup()).isSymLink());
         QCOMPARE(contentOf(backup()), content);
         QCOMPARE(contentOf(path()), content);
@@ -105,7 +95,7 @@ private slots:
             create(path(), "{}");
             QCOMPARE(chmod(QFile::encodeName(path()).constData(), mode), 0);
             const mode_t maskBefore = umask(0);
-            backUpConfigFile(path(), newYear());
+            backUpConfigFile(path(), m_newYear);
             umask(maskBefore);
             QCOMPARE(contentOf(backup()), "{}"_ba);
             QCOMPARE(Files::mode(backup()), static_cast<int>(mode & 0600U));
@@ -116,22 +106,22 @@ private slots:
     void aBackupOfTheSameSecondStays()
     {
         create(path(), "first");
-        backUpConfigFile(path(), newYear());
+        backUpConfigFile(path(), m_newYear);
         create(path(), "second");
-        backUpConfigFile(path(), newYear().addMSecs(999));
+        backUpConfigFile(path(), m_newYear.addMSecs(999));
         QCOMPARE(contentOf(backup()), "first"_ba);
-        backUpConfigFile(path(), newYear().addSecs(1));
+        backUpConfigFile(path(), m_newYear.addSecs(1));
         QCOMPARE(contentOf(path() + u".bak.20250101-093001"_s), "second"_ba);
     }
 
     void aFileThatCannotBeReadHasNoBackup()
     {
-        backUpConfigFile(path(), newYear());
+        backUpConfigFile(path(), m_newYear);
         create(path(), "secret");
         QVERIFY(QFile::setPermissions(path(), {}));
         {
             const OrdinaryUser user;
-            backUpConfigFile(path(), newYear());
+            backUpConfigFile(path(), m_newYear);
         }
         QCOMPARE(Files::names(path(QString())), QStringList{u"config.json"_s});
     }
@@ -143,7 +133,7 @@ private slots:
         for (const int size : {5'000, 50'000}) {
             create(file, QByteArray(size, 'x'));
             disk.fill(4096);
-            backUpConfigFile(file, newYear());
+            backUpConfigFile(file, m_newYear);
             disk.empty();
             QCOMPARE(Files::names(disk.path()), QStringList{u"config.json"_s});
             QCOMPARE(contentOf(file).size(), size);
@@ -157,7 +147,7 @@ private slots:
             create(path(name), "older");
         for (int day = 0; day < 30; ++day) {
             create(path(), "old");
-            QCOMPARE(saveConfigFile(path(), "new", newYear().addDays(day)), std::nullopt);
+            QCOMPARE(saveConfigFile(path(), "new", m_newYear.addDays(day)), std::nullopt);
             QCOMPARE(contentOf(path()), "new"_ba);
         }
         QCOMPARE(contentOf(backup()), "old"_ba);
@@ -170,7 +160,7 @@ private slots:
         const QString file = disk.path(u"config.json"_s);
         create(file, "old");
         disk.fill(4096); // for the backup, and no more
-        QCOMPARE(saveConfigFile(file, "new", newYear()), u"No space left on device"_s);
+        QCOMPARE(saveConfigFile(file, "new", m_newYear), u"No space left on device"_s);
         QCOMPARE(contentOf(file), "old"_ba);
         QCOMPARE(contentOf(file + u".bak.20250101-093000"_s), "old"_ba);
     }
@@ -179,6 +169,7 @@ private:
     QString path(const QString& relative = u"config.json"_s) const { return m_home->path(relative); }
     QString backup() const { return path() + u".bak.20250101-093000"_s; }
 
+    const QDateTime m_newYear{QDate(2025, 1, 1), QTime(9, 30)};
     Fresh<TestHome> m_home{this};
 };
 

@@ -6,20 +6,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-LoggedOutcome interpret(int status, const QByteArray& body)
-{
-    return interpretChatReply({std::nullopt, status, body});
-}
-
-QByteArray bodyWith(const QByteArray& content)
-{
-    return R"({"choices":[{"message":{"content":)" + content + "}}]}";
-}
-
-} // namespace
-
 /// The interpretation of a transfer, without a network.
 class TestChatReply final : public TestCase
 {
@@ -141,6 +127,17 @@ private slots:
         const QByteArray whole = bodyWith(R"("你好")");
         for (qsizetype length = 0; length < whole.size(); ++length)
             QCOMPARE(errorDescription(interpret(200, whole.first(length)).outcome), u"response missing choices"_s);
+    }
+
+private:
+    static LoggedOutcome interpret(int status, const QByteArray& body)
+    {
+        return interpretChatReply({std::nullopt, status, body});
+    }
+
+    static QByteArray bodyWith(const QByteArray& content)
+    {
+        return R"({"choices":[{"message":{"content":)" + content + "}}]}";
     }
 };
 

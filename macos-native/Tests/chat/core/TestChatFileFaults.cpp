@@ -8,19 +8,6 @@
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-namespace {
-
-/// Returns the contents of all files of the chat.
-QByteArrayList contentsOfChatFolder(const TestHome& home)
-{
-    QByteArrayList contents;
-    for (const QString& name : Files::names(home.path(u".nelo"_s)))
-        contents.append(Files::contentOf(home.path(u".nelo/"_s + name)));
-    return contents;
-}
-
-} // namespace
-
 /// The history and the log of the chat while one system call after the other fails.
 class TestChatFileFaults final : public TestCase
 {
@@ -89,6 +76,16 @@ private slots:
             strikes += faults.strikes();
         }
         QVERIFY(strikes > 0);
+    }
+
+private:
+    /// Returns the contents of all files of the chat.
+    static QByteArrayList contentsOfChatFolder(const TestHome& home)
+    {
+        QByteArrayList contents;
+        for (const QString& name : Files::names(home.path(u".nelo"_s)))
+            contents.append(Files::contentOf(home.path(u".nelo/"_s + name)));
+        return contents;
     }
 };
 

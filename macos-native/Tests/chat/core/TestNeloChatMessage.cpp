@@ -8,17 +8,8 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
 const QByteArray goodElement = R"({"role":"user","content":"hi","createdAt":"2025-01-01T00:00:00Z"})";
 const NeloChatMessage goodMessage{u"user"_s, u"hi"_s, u"2025-01-01T00:00:00Z"_s};
-
-NeloChatMessage messageOf(const QString& content)
-{
-    return {u"assistant"_s, content, u"2025-01-31T09:30:00Z"_s};
-}
-
-} // namespace
 
 /// The record of the conversation, its form in the history file, and which texts are greetings.
 class TestNeloChatMessage final : public TestCase
@@ -108,6 +99,12 @@ private slots:
         for (const QString& other :
              {u"Hello!"_s, u"hello there"_s, u"hell"_s, u"你好吗"_s, u" hi"_s, QString()}) // the caller removes blanks
             QVERIFY2(!isLocalGreeting(other), qPrintable(other));
+    }
+
+private:
+    static NeloChatMessage messageOf(const QString& content)
+    {
+        return {u"assistant"_s, content, u"2025-01-31T09:30:00Z"_s};
     }
 };
 

@@ -6,33 +6,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-/// A document whose section `section` holds `value` under `key`.
-Json documentWith(const QByteArray& section, const QByteArray& key, const QByteArray& value)
-{
-    return Json::parse("{\"" + section.toStdString() + "\":{\"" + key.toStdString() + "\":" + value.toStdString()
-                       + "}}");
-}
-
-SettingsDocument filled()
-{
-    return {
-        .coreAutoDiscovery = false,
-        .coreUrl = u"http://core"_s,
-        .chatMode = u"cloud"_s,
-        .localModel = u"llama3:70b"_s,
-        .cloudProvider = u"kimi"_s,
-        .cloudModel = u"moonshot-v1-8k"_s,
-        .cloudApiKey = u"sk-密"_s,
-        .autoDownloadTovani = false,
-        .tovaniPath = u"/opt/tovani"_s,
-        .cloudSkillsCatalogUrl = u"https://server/catalog.json"_s,
-    };
-}
-
-} // namespace
-
 /// The settings document: read leniently, written strictly.
 class TestSettingsDocument final : public TestCase
 {
@@ -140,6 +113,29 @@ private slots:
     void whatWasWrittenReadsBackTheSame() { QVERIFY(readSettingsDocument(toJson(filled())) == filled()); }
 
 private:
+    /// A document whose section `section` holds `value` under `key`.
+    static Json documentWith(const QByteArray& section, const QByteArray& key, const QByteArray& value)
+    {
+        return Json::parse("{\"" + section.toStdString() + "\":{\"" + key.toStdString() + "\":" + value.toStdString()
+                           + "}}");
+    }
+
+    static SettingsDocument filled()
+    {
+        return {
+            .coreAutoDiscovery = false,
+            .coreUrl = u"http://core"_s,
+            .chatMode = u"cloud"_s,
+            .localModel = u"llama3:70b"_s,
+            .cloudProvider = u"kimi"_s,
+            .cloudModel = u"moonshot-v1-8k"_s,
+            .cloudApiKey = u"sk-密"_s,
+            .autoDownloadTovani = false,
+            .tovaniPath = u"/opt/tovani"_s,
+            .cloudSkillsCatalogUrl = u"https://server/catalog.json"_s,
+        };
+    }
+
     TestHome m_home;
 };
 

@@ -22,46 +22,6 @@ using namespace Qt::StringLiterals;
 
 Q_DECLARE_METATYPE(ColorScheme)
 
-namespace {
-
-/// Returns the colors of a well-known dark desktop. Its theme defines no color for placeholders.
-QPalette darkTheme()
-{
-    const QColor text(252, 252, 252);
-    QPalette palette(QColor(49, 54, 59), QColor(42, 46, 50));
-    palette.setColor(QPalette::Base, QColor(27, 30, 32));
-    palette.setColor(QPalette::AlternateBase, QColor(35, 38, 41));
-    for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
-        palette.setColor(QPalette::Active, role, text);
-        palette.setColor(QPalette::Inactive, role, text);
-    }
-    palette.setColor(QPalette::Highlight, QColor(61, 174, 233));
-    palette.setColor(QPalette::HighlightedText, text);
-    palette.setColor(QPalette::Link, QColor(29, 153, 243));
-    palette.setColor(QPalette::PlaceholderText, QColor(0, 0, 0, 128));
-    return palette;
-}
-
-QString findings(const QString& name, const QStringList& found)
-{
-    return found.isEmpty() ? QString() : name + u":\n  "_s + found.join(u"\n  ") + u'\n';
-}
-
-QString clippedIn(const QString& name, QWidget& window)
-{
-    return findings(name, Legibility::clippedTexts(window) + Legibility::overlaps(window));
-}
-
-/// Returns what `find` finds in the windows, tabs and dialogs of `gallery`.
-QString foundIn(Gallery& gallery, const std::function<QString(const QString& name, QWidget& window)>& find)
-{
-    QString found;
-    gallery.showEach([&](const QString& name, QWidget& window) { found += find(name, window); });
-    return found;
-}
-
-} // namespace
-
 /// Checks that users can read everything which the program shows: with large text, and with light and dark themes.
 class TestLegibility final : public TestCase
 {
@@ -185,6 +145,42 @@ private slots:
     }
 
 private:
+    /// Returns the colors of a well-known dark desktop. Its theme defines no color for placeholders.
+    static QPalette darkTheme()
+    {
+        const QColor text(252, 252, 252);
+        QPalette palette(QColor(49, 54, 59), QColor(42, 46, 50));
+        palette.setColor(QPalette::Base, QColor(27, 30, 32));
+        palette.setColor(QPalette::AlternateBase, QColor(35, 38, 41));
+        for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+            palette.setColor(QPalette::Active, role, text);
+            palette.setColor(QPalette::Inactive, role, text);
+        }
+        palette.setColor(QPalette::Highlight, QColor(61, 174, 233));
+        palette.setColor(QPalette::HighlightedText, text);
+        palette.setColor(QPalette::Link, QColor(29, 153, 243));
+        palette.setColor(QPalette::PlaceholderText, QColor(0, 0, 0, 128));
+        return palette;
+    }
+
+    static QString findings(const QString& name, const QStringList& found)
+    {
+        return found.isEmpty() ? QString() : name + u":\n  "_s + found.join(u"\n  ") + u'\n';
+    }
+
+    static QString clippedIn(const QString& name, QWidget& window)
+    {
+        return findings(name, Legibility::clippedTexts(window) + Legibility::overlaps(window));
+    }
+
+    /// Returns what `find` finds in the windows, tabs and dialogs of `gallery`.
+    static QString foundIn(Gallery& gallery, const std::function<QString(const QString& name, QWidget& window)>& find)
+    {
+        QString found;
+        gallery.showEach([&](const QString& name, QWidget& window) { found += find(name, window); });
+        return found;
+    }
+
     static constexpr double ordinaryPoints = 9.75; // 13 pixels on a screen of 96 dpi
 
     static void setTextSize(double points)

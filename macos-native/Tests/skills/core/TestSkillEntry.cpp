@@ -5,15 +5,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-Json json(const QByteArray& text)
-{
-    return Json::parse(text.toStdString());
-}
-
-} // namespace
-
 /// A skill's entry, as it is read, shown, edited and written.
 class TestSkillEntry final : public TestCase
 {
@@ -165,6 +156,9 @@ private slots:
         const Json env{{"a", std::string(1'000'000, 'x')}};
         QVERIFY(parseObject(prettyEnv(env)) == env);
     }
+
+private:
+    static Json json(const QByteArray& text) { return Json::parse(text.toStdString()); }
 };
 
 QTEST_GUILESS_MAIN(TestSkillEntry)

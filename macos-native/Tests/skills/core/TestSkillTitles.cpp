@@ -6,11 +6,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
 using Title = QString (*)(const Json& row);
-
-} // namespace
 
 Q_DECLARE_METATYPE(Title)
 

@@ -7,15 +7,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-Json row(const QByteArray& json)
-{
-    return Json::parse(json.toStdString());
-}
-
-} // namespace
-
 /// What is read of a skill's row.
 class TestSkillVariables final : public TestCase
 {
@@ -143,6 +134,9 @@ private slots:
         QCOMPARE(variables.front().name, u"VARIABLE_0"_s);
         QCOMPARE(variables.back().name, u"VARIABLE_199"_s);
     }
+
+private:
+    static Json row(const QByteArray& json) { return Json::parse(json.toStdString()); }
 };
 
 QTEST_GUILESS_MAIN(TestSkillVariables)

@@ -8,12 +8,7 @@
 
 #include <unistd.h>
 
-namespace {
-
 using Ending = bool (*)();
-
-} // namespace
-Q_DECLARE_METATYPE(Ending)
 
 /// What the killing of programs says of those that do not live until they are killed.
 class TestRandomKills final : public TestCase
