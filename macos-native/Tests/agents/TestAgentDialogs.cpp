@@ -1,6 +1,7 @@
 #include "agents/AgentDialogs.h"
 
 #include "agents/AgentAnswers.h"
+#include "support/Controls.h"
 #include "support/TestCase.h"
 #include "ui/Colors.h"
 
@@ -23,10 +24,7 @@ private slots:
     void aNewAgentIsAskedForAsGiven()
     {
         const DialogRobot robot({[](QDialog& dialog) {
-            QStringList items;
-            for (int item = 0; item < ecosystemPopup(dialog)->count(); ++item)
-                items.append(ecosystemPopup(dialog)->itemText(item));
-            QCOMPARE(items, u"openclaw,codex,kimi"_s.split(u','));
+            QCOMPARE(Controls::titles(*ecosystemPopup(dialog)), u"openclaw,codex,kimi"_s.split(u','));
             QCOMPARE(ecosystemPopup(dialog)->currentText(), u"openclaw"_s);
             QCOMPARE(nameField(dialog)->text(), u"openclaw 20250101-093000"_s);
             QStringList labels;

@@ -1,5 +1,6 @@
 #include "chat/ChatWindow.h"
 #include "chat/transcript/TranscriptView.h"
+#include "support/Controls.h"
 #include "support/TestCase.h"
 #include "ui/Colors.h"
 
@@ -102,10 +103,8 @@ private slots:
 
     void theModelsAreInOrder()
     {
-        QStringList models;
-        for (int index = 0; index < m_chat->modelPopup()->count(); ++index)
-            models.append(m_chat->modelPopup()->itemText(index));
-        QCOMPARE(models, (QStringList{u"gpt-4o-mini"_s, u"gpt-4.1-mini"_s, u"deepseek-chat"_s, u"moonshot-v1-8k"_s}));
+        QCOMPARE(Controls::titles(*m_chat->modelPopup()),
+                 (QStringList{u"gpt-4o-mini"_s, u"gpt-4.1-mini"_s, u"deepseek-chat"_s, u"moonshot-v1-8k"_s}));
         QCOMPARE(m_chat->modelPopup()->currentIndex(), 0);
     }
 

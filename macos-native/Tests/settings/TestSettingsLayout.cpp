@@ -73,11 +73,7 @@ private slots:
     {
         m_window->show();
         const auto titles = [this](const char* popup) {
-            QStringList result;
-            const auto* button = m_window->view->findChild<QComboBox*>(QString::fromLatin1(popup));
-            for (int i = 0; i < button->count(); ++i)
-                result.append(button->itemText(i));
-            return result.join(u'|');
+            return Controls::titles(*m_window->view->findChild<QComboBox*>(QString::fromLatin1(popup))).join(u'|');
         };
         QCOMPARE(titles("chatModePopup"), u"local|cloud"_s);
         QCOMPARE(titles("localModelPopup"), u"qwen3:30b|qwen3:8b|qwen3-coder:30b"_s);

@@ -54,14 +54,7 @@ public:
     /// Returns the place of `widget` in the view.
     QRect frame(const QWidget* widget) { return {widget->mapTo(&view(), QPoint()), widget->size()}; }
     QString meta() { return find<ScrollingLabel>("metaLabel")->text(); }
-    static QStringList titles(const QComboBox& popup)
-    {
-        QStringList titles;
-        for (int i = 0; i < popup.count(); ++i)
-            titles.append(popup.itemText(i));
-        return titles;
-    }
-    QStringList titles(const char* popup) { return titles(*find<QComboBox>(popup)); }
+    QStringList titles(const char* popup) { return Controls::titles(*find<QComboBox>(popup)); }
     QStringList rows()
     {
         QStringList rows;

@@ -133,8 +133,8 @@ private slots:
         QStringList captions;
         const DialogRobot robot({[&captions](QDialog& dialog) {
             const auto* type = Controls::named<QComboBox>(dialog, u"Type"_s);
-            QCOMPARE(SkillsTab::titles(*type).join(u' '), u"rss webpage x"_s);
-            QCOMPARE(SkillsTab::titles(*Controls::named<QComboBox>(dialog, u"Enabled"_s)).join(u' '), u"true false"_s);
+            QCOMPARE(Controls::titles(*type).join(u' '), u"rss webpage x"_s);
+            QCOMPARE(Controls::titles(*Controls::named<QComboBox>(dialog, u"Enabled"_s)).join(u' '), u"true false"_s);
             QCOMPARE(dialog.focusWidget(), type);
             QCOMPARE(type->x(), 72 + 8);
             QCOMPARE(type->parentWidget()->size(), QSize(420, 188));

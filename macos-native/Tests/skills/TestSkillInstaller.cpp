@@ -111,7 +111,7 @@ private slots:
             return [&, button](QDialog& dialog) {
                 const auto* popup = dialog.findChild<QComboBox*>();
                 QCOMPARE(popup->size(), QSize(420, 26));
-                titles.push_back(SkillsTab::titles(*popup));
+                titles.push_back(Controls::titles(*popup));
                 names.append(popup->accessibleName());
                 DialogRobot::press(button)(dialog);
             };

@@ -18,6 +18,15 @@ inline void choose(QComboBox* popup, const QString& title)
     QCOMPARE(popup->currentText(), title);
 }
 
+/// Returns the titles of all items of `popup` in their order.
+inline QStringList titles(const QComboBox& popup)
+{
+    QStringList titles;
+    for (int item = 0; item < popup.count(); ++item)
+        titles.append(popup.itemText(item));
+    return titles;
+}
+
 /// Returns the button of `view` with the title `title`, or null when there is none.
 inline QPushButton* button(const QWidget& view, const QString& title)
 {
