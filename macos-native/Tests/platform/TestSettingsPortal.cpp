@@ -13,19 +13,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QVariant wrapped(const QVariant& value)
-{
-    return QVariant::fromValue(QDBusVariant(value));
-}
-
-/// A portal whose setting has the value `value`. It does not answer while there is no value.
+/// A portal, on a bus of its own, whose setting has the value `value`. It does not answer while there is no value.
 class FakePortal final : public QObject, protected QDBusContext
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
 
 public:
-    explicit FakePortal(const QDBusConnection& bus) : m_bus(bus)
+    FakePortal()
     {
         m_bus.registerObject(u"/org/freedesktop/portal/desktop"_s, this, QDBusConnection::ExportScriptableContents);
     }
@@ -50,11 +45,12 @@ public:
         return QDBusVariant(0);
     }
 
+    TestBus bus;
     QVariant value;
     QStringList questions;
 
 private:
-    QDBusConnection m_bus;
+    QDBusConnection m_bus = bus.connection(u"portal"_s);
 };
 
 } // namespace
@@ -65,18 +61,6 @@ class TestSettingsPortal final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init() override
-    {
-        TestCase::init();
-        m_fake = std::make_unique<FakePortal>(m_bus->connection(u"portal"_s));
-    }
-
-    void cleanup() override
-    {
-        m_fake.reset();
-        TestCase::cleanup();
-    }
-
     void theSettingIsRead()
     {
         const CaseTable<QVariant, ColorScheme> cases{
@@ -96,7 +80,7 @@ private slots:
             const SettingsPortal portal(bus());
             QCOMPARE(portal.colorScheme(), ColorScheme::Unknown); // it did not wait
             QTRY_COMPARE(m_fake->questions, QStringList{u"org.freedesktop.appearance color-scheme"_s});
-            m_bus->awaitTurn();
+            m_fake->bus.awaitTurn();
             QCOMPARE(portal.colorScheme(), scheme);
         }
     }
@@ -114,7 +98,7 @@ private slots:
         m_fake->announce({group, u"accent-color"_s, wrapped(0U)});
         m_fake->announce({u"org.example"_s, u"color-scheme"_s, wrapped(0U)});
         m_fake->announce({group, u"color-scheme"_s, wrapped(1U)});
-        m_bus->awaitTurn();
+        m_fake->bus.awaitTurn();
         QCOMPARE(portal.colorScheme(), ColorScheme::Dark);
         QCOMPARE(spy.count(), 1);
         m_fake->announce({group, u"color-scheme"_s, wrapped(u"dark"_s)});
@@ -129,7 +113,7 @@ private slots:
     {
         m_fake->value = wrapped(wrapped(1U));
         const SettingsPortal portal(bus());
-        m_bus->awaitTurn();
+        m_fake->bus.awaitTurn();
         QVERIFY(m_fake->questions.isEmpty());
         m_fake->appear();
         QTRY_COMPARE(portal.colorScheme(), ColorScheme::Dark);
@@ -152,10 +136,10 @@ private slots:
     }
 
 private:
-    QDBusConnection bus() const { return m_bus->connection(u"program"_s); }
+    static QVariant wrapped(const QVariant& value) { return QVariant::fromValue(QDBusVariant(value)); }
+    QDBusConnection bus() const { return m_fake->bus.connection(u"program"_s); }
 
-    Fresh<TestBus> m_bus{this};
-    std::unique_ptr<FakePortal> m_fake;
+    Fresh<FakePortal> m_fake{this};
 };
 
 QTEST_GUILESS_MAIN(TestSettingsPortal)

@@ -54,6 +54,9 @@ class TestStartupNotification final : public TestCase
 {
     Q_OBJECT
 
+public:
+    static void initMain() { qputenv("QT_QPA_PLATFORM", "xcb"); }
+
 private slots:
     void tellsTheDesktopThatEachStartIsComplete()
     {
@@ -68,11 +71,5 @@ private slots:
     }
 };
 
-int main(int argc, char* argv[])
-{
-    qputenv("QT_QPA_PLATFORM", "xcb");
-    QGuiApplication application(argc, argv);
-    TestStartupNotification test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_MAIN(TestStartupNotification)
 #include "TestStartupNotification.moc"

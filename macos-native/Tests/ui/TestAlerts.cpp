@@ -31,12 +31,6 @@ class TestAlerts final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init() override
-    {
-        TestCase::init();
-        QGuiApplication::clipboard()->clear();
-    }
-
     void anAlertShowsItsTextsAsPlainText()
     {
         const QString text = u"<h1>What</h1> happened.\nAnd &amp; <a href=\"x\">why</a>."_s;
@@ -200,6 +194,7 @@ private slots:
         whileAlertIsOpen(text, [&text](QDialog& dialog) {
             QPlainTextEdit* view = informativeText(dialog);
             QVERIFY(view->isReadOnly());
+            QGuiApplication::clipboard()->clear();
             view->setFocus();
             QTest::keySequence(view, QKeySequence::SelectAll);
             QTest::keySequence(view, QKeySequence::Copy);

@@ -1,8 +1,7 @@
 #include "chat/transcript/ChunkLayout.h"
 
 #include "support/TestCase.h"
-
-#include <QGuiApplication>
+#include "ui/Labels.h"
 
 using namespace Qt::StringLiterals;
 
@@ -12,12 +11,6 @@ class TestChunkLayout final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init() override
-    {
-        TestCase::init();
-        m_font.setPixelSize(18);
-    }
-
     void breaksAtWords()
     {
         const QString text = u"wonderful "_s.repeated(20);
@@ -117,7 +110,7 @@ private:
         return {text, m_font, alignment, lineWidth};
     }
 
-    QFont m_font;
+    const QFont m_font = fontOfSize(QFont(), 18);
 };
 
 QTEST_MAIN(TestChunkLayout)

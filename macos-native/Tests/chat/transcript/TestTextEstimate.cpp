@@ -1,8 +1,7 @@
 #include "chat/transcript/TextEstimate.h"
 
 #include "support/TestCase.h"
-
-#include <QGuiApplication>
+#include "ui/Labels.h"
 
 using namespace Qt::StringLiterals;
 
@@ -12,12 +11,6 @@ class TestTextEstimate final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init() override
-    {
-        TestCase::init();
-        m_font.setPixelSize(18);
-    }
-
     void marksThatCombineTakeNoRoom()
     {
         const auto takesRoom = [this](char16_t letter) {
@@ -61,7 +54,7 @@ private:
         return TextEstimate(m_font).height(text, lineWidth);
     }
 
-    QFont m_font;
+    const QFont m_font = fontOfSize(QFont(), 18);
 };
 
 QTEST_MAIN(TestTextEstimate)

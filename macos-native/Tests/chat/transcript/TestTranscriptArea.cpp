@@ -18,9 +18,10 @@ namespace {
 class PlainArea final : public TranscriptArea
 {
 public:
+    PlainArea() { setPalette(Colors::lightAppearance(Colors::white(0.97))); }
+
     using TranscriptArea::revealBubble;
     using TranscriptArea::revealCaret;
-    using TranscriptArea::TranscriptArea;
 
 protected:
     TextRange selectionIn(int /*index*/) const override { return {}; }
@@ -50,12 +51,6 @@ class TestTranscriptArea final : public TestCase
     Q_OBJECT
 
 private slots:
-    void init() override
-    {
-        TestCase::init();
-        m_area->setPalette(Colors::lightAppearance(Colors::white(0.97)));
-    }
-
     void theNewestBubbleStaysInSight()
     {
         using Change = std::function<void(PlainArea&)>;

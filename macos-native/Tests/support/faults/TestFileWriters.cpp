@@ -134,16 +134,14 @@ class TestFileWriters final : public TestCase
     Q_OBJECT
 
 public:
-    static void initMain() { SmallDisk::allowMounts(); }
-
-private slots:
-    void init() override
+    static void initMain()
     {
-        TestCase::init();
+        SmallDisk::allowMounts();
         QCoreApplication::setOrganizationName(u"Nelo"_s);
         QCoreApplication::setApplicationName(u"TestFileWriters"_s);
     }
 
+private slots:
     void aCallThatFailsLeavesTheEarlierFileOrTheNewOne_data() { addRowsOfFileFaults(); }
 
     void aCallThatFailsLeavesTheEarlierFileOrTheNewOne()
