@@ -1,8 +1,8 @@
-#include "agents/AgentAnswers.h"
 #include "agents/AgentsTab.h"
 #include "agents/ConfigEditorWindowController.h"
 #include "support/CaseTable.h"
 #include "support/Controls.h"
+#include "support/DialogRobot.h"
 #include "support/TestCase.h"
 
 #include <QApplication>

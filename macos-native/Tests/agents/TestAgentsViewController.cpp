@@ -4,7 +4,6 @@
 #include "support/TestCase.h"
 
 #include <QAccessible>
-#include <QApplication>
 #include <QSignalSpy>
 #include <QTabWidget>
 

@@ -29,11 +29,6 @@ using Files::create;
 
 namespace {
 
-QStringList backupsIn(const QString& folder)
-{
-    return QDir(folder).entryList({u"*.bak.*"_s}, QDir::Files | QDir::Hidden);
-}
-
 /// An editor on `path`, shown; it may go at any time.
 class Editor final
 {
@@ -131,11 +126,11 @@ private slots:
         QVERIFY(editor.isClosed());
         QCOMPARE(editor.saves, QList<bool>{true});
         QCOMPARE(contentOf(path()), "{}"_ba);
-        const QStringList backups = backupsIn(path(QString()));
-        QCOMPARE(backups.size(), 1);
-        QVERIFY(backups.at(0).startsWith(u"config.json.bak."_s));
-        QVERIFY(LocalTimeZone::isNow(backups.at(0).section(u'.', -1)));
-        QCOMPARE(contentOf(path(backups.at(0))), "{\"a\": 1}\n"_ba);
+        const QStringList copies = backups();
+        QCOMPARE(copies.size(), 1);
+        QVERIFY(copies.at(0).startsWith(u"config.json.bak."_s));
+        QVERIFY(LocalTimeZone::isNow(copies.at(0).section(u'.', -1)));
+        QCOMPARE(contentOf(path(copies.at(0))), "{\"a\": 1}\n"_ba);
     }
 
     void savingAMissingFileMakesItWithoutABackup()
@@ -147,7 +142,7 @@ private slots:
         QVERIFY(editor.isClosed());
         QCOMPARE(contentOf(path(u"new.json"_s)), "{}"_ba);
         QCOMPARE(Files::mode(path(u"new.json"_s)), 0600);
-        QCOMPARE(backupsIn(path(QString())), QStringList());
+        QCOMPARE(backups(), QStringList());
     }
 
     void whatIsNotEditedIsSavedByteForByte()
@@ -167,7 +162,7 @@ private slots:
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
             QVERIFY(!window);
             QVERIFY(contentOf(path()) == content); // QCOMPARE would print megabytes
-            QVERIFY(contentOf(path(backupsIn(path(QString())).value(0))) == content);
+            QVERIFY(contentOf(path(backups().value(0))) == content);
         }
     }
 
@@ -178,7 +173,7 @@ private slots:
         QCOMPARE(editor.textView()->toPlainText(), QString());
         editor.press(u"Save"_s);
         QCOMPARE(contentOf(path()), QByteArray());
-        QCOMPARE(contentOf(path(backupsIn(path(QString())).value(0))), "\xff\xfe{"_ba);
+        QCOMPARE(contentOf(path(backups().value(0))), "\xff\xfe{"_ba);
     }
 
     void aFileThatMayNotBeReadOpensEmptyAndIsReplaced()
@@ -192,7 +187,7 @@ private slots:
             editor.press(u"Save"_s);
             QVERIFY(editor.isClosed());
         }
-        QCOMPARE(backupsIn(path(QString())), QStringList());
+        QCOMPARE(backups(), QStringList());
         QVERIFY(QFile::setPermissions(path(), QFile::ReadOwner));
         QCOMPARE(contentOf(path()), "new"_ba);
     }
@@ -211,8 +206,7 @@ private slots:
         QVERIFY(!editor.isClosed());
         QCOMPARE(editor.textView()->toPlainText().toUtf8(), original);
         QCOMPARE(contentOf(file), original);
-        QCOMPARE(QDir(disk.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-                 QStringList({u"config.json"_s, u"filling"_s}));
+        QCOMPARE(Files::names(disk.path()), QStringList({u"config.json"_s, u"filling"_s}));
     }
 
     void aFailedSaveCanBeRepeated()
@@ -270,7 +264,7 @@ private slots:
         QVERIFY(editor.isClosed());
         QCOMPARE(contentOf(path()), "{\"a\": 1}\n"_ba);
         QCOMPARE(editor.saves, QList<bool>());
-        QCOMPARE(backupsIn(path(QString())), QStringList());
+        QCOMPARE(backups(), QStringList());
     }
 
     void twoEditorsOfOneFileAreIndependent()
@@ -288,6 +282,7 @@ private slots:
     }
 
 private:
+    QStringList backups() const { return Files::names(path(QString())).filter(u".bak."_s); }
     QString path(const QString& relative = u"config.json"_s) const { return m_home->path(relative); }
 
     Fresh<TestHome> m_home{this};

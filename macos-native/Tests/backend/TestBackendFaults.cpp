@@ -36,11 +36,6 @@ public:
     }
 };
 
-bool isFailure(const std::string& reply)
-{
-    return reply.starts_with("ERROR: ") && reply.size() > std::string("ERROR: ").size();
-}
-
 } // namespace
 
 /// Starting the helper and calling a function, while one system call after the other fails in the program or the
@@ -105,7 +100,8 @@ private slots:
                     reply = NeloBackend::call(question);
                 }
                 const bool mayFail = QFile::exists(struck) && !fault.isSurvived;
-                QVERIFY2(reply == goodAnswer || (mayFail && isFailure(reply)), reply.c_str());
+                const bool isFailure = reply.starts_with("ERROR: ") && reply.size() > std::string("ERROR: ").size();
+                QVERIFY2(reply == goodAnswer || (mayFail && isFailure), reply.c_str());
                 if (!QFile::exists(struck))
                     NeloBackend::shutdown(); // otherwise the fault would come in the next call
                 QCOMPARE(NeloBackend::call(question), goodAnswer);

@@ -34,7 +34,8 @@ private slots:
     void everyStringComesBackAsItWas_data()
     {
         const Cases<QStringList> add("strings");
-        const QStringList strings = naughtyQuestions();
+        QStringList strings = Corpora::naughtyStrings();
+        strings.removeIf([](const QString& text) { return questionFrom(text).isEmpty(); });
         QVERIFY(strings.size() > 450);
         for (qsizetype first = 0; first < strings.size(); first += questionsPerConversation) {
             const QStringList some = strings.mid(first, questionsPerConversation);
@@ -99,14 +100,6 @@ private:
         for (const char16_t lineBreak : u"\n\v\f\r\u0085\u2028\u2029"sv)
             typed.replace(lineBreak, u' ');
         return typed.trimmed();
-    }
-
-    /// Returns the strings that are not blank.
-    static QStringList naughtyQuestions()
-    {
-        QStringList strings = Corpora::naughtyStrings();
-        strings.removeIf([](const QString& text) { return questionFrom(text).isEmpty(); });
-        return strings;
     }
 
     static void paste(QLineEdit* field, const QString& text)

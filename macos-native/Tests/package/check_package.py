@@ -43,10 +43,6 @@ def files_of_the_system() -> set[str]:
     return {path for path in found if not path.startswith(PACKAGE_MANAGER) and not CACHES.fullmatch(path)}
 
 
-def other_version(interface: re.Match[bytes]) -> bytes:
-    return interface[1] + b"9" * (len(interface[0]) - len(interface[1]))
-
-
 def newer_package(folder: Path) -> Path:
     """The same package with a higher version: one file is gone, another one new, and the library is for its own program only."""
     tree = folder / "tree"
@@ -56,7 +52,8 @@ def newer_package(folder: Path) -> Path:
     (tree / "DEBIAN/md5sums").unlink()
     (tree / "usr/share/nelo/app/news.py").rename(tree / "usr/share/nelo/app/renamed.py")
     library = tree / "usr/lib/nelo/nelo_chat_client.so"
-    library.write_bytes(re.sub(rb"(nelo\.ChatServiceFactory/)[\d.]+", other_version, library.read_bytes()))
+    library.write_bytes(re.sub(rb"(nelo\.ChatServiceFactory/)([\d.]+)", lambda interface: interface[1] + b"9" * len(interface[2]),
+                               library.read_bytes()))
     module = tree / "usr/share/nelo/app/__init__.py"
     module.write_text(module.read_text().replace("from .news", "from .renamed"))
     package = folder / "newer.deb"

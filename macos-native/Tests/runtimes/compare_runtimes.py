@@ -162,7 +162,7 @@ def compare_codex(home: Home) -> Iterator[Comparison]:
     ignored = {row["id"] for row in found if f"/{row['id']}.toml" in complaints or f"`{row['name']}` must" in complaints}
     yield Comparison("agents that it ignores, and a second one of a name", ignored | {"same"},
                      {row["id"] for row in found if str(row.get("state")).startswith("ignored")})
-    yield Comparison("skills by name and path", codex_rows(),
+    yield Comparison("skills by name and path", {row["path"]: row["name"] for row in codex_skills()},
                      {row["skillKey"]: row["name"] for row in app.list_skills("codex")})
 
     file = home.write(".codex/config.toml", '# mine\n[tui] # keep\nanimations = false\n')
@@ -180,10 +180,6 @@ def compare_codex(home: Home) -> Iterator[Comparison]:
     yield Comparison("a renamed one too", before, codex_complaints())
     app.delete_local_agent("codex", "builder", True)
     yield Comparison("a deleted one is gone", [], list((home.path / ".codex/agents").glob("builder*")))
-
-
-def codex_rows() -> dict[str, str]:
-    return {row["path"]: row["name"] for row in codex_skills()}
 
 
 def compare_kimi(home: Home) -> Iterator[Comparison]:

@@ -10,7 +10,7 @@ import unittest
 from pathlib import Path
 
 import app
-from backend_manual import MANUAL, Function, Manual, first_fault, is_of, read_manual, tables
+from backend_manual import MANUAL, Manual, first_fault, is_of, read_manual, tables
 
 REPOSITORY = Path(__file__).resolve().parents[3]
 TIMEOUT_SECONDS = 20
@@ -19,12 +19,8 @@ SHORT_TIMEOUT_SECONDS = 3
 
 def complete_module(manual: Manual) -> str:
     """A module in which every function takes what it must and answers nothing much."""
-    return "\n".join(f"def {each.name}({', '.join(f'a{i}' for i in range(len(each.arguments)))}): return {emptiest(each)}"
-                     for each in manual.functions)
-
-
-def emptiest(function: Function) -> str:
-    return "[]" if function.answers.startswith("list") else "{}"
+    return "\n".join(f"def {each.name}({', '.join(f'a{i}' for i in range(len(each.arguments)))}): "
+                     f"return {'[]' if each.answers.startswith('list') else '{}'}" for each in manual.functions)
 
 
 class CheckTest(unittest.TestCase):

@@ -1,6 +1,5 @@
 #include "shell/NeloMenuBarApp.h"
 
-#include "backend/NeloBackend.h"
 #include "shell/FakePlatform.h"
 #include "shell/primitives/NeloWindow.h"
 #include "shell/primitives/ViewController.h"

@@ -5,7 +5,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QTextStream>
 
 #include <algorithm>
 #include <future>

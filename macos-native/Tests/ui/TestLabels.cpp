@@ -177,7 +177,12 @@ private slots:
             const QLabel* line = makeSupportLine(size, &window);
             QCOMPARE(line->alignment(), Qt::AlignCenter);
             QVERIFY(line->accessibleName().endsWith(u"：nelo.example"_s)); // without markup
-            const QList<QTextCharFormat> formats = formatsOf(*line);
+            QTextDocument document;
+            document.setHtml(line->text());
+            const QTextBlock block = document.begin();
+            QList<QTextCharFormat> formats; // of its pieces, in their order
+            for (auto piece = block.begin(); piece != block.end(); ++piece)
+                formats.append(piece.fragment().charFormat());
             QCOMPARE(formats.size(), 2);
             for (const auto property : {QTextFormat::FontPointSize, QTextFormat::FontWeight})
                 QVERIFY(!formats[0].hasProperty(property)); // the introduction has the label's font
@@ -229,18 +234,6 @@ private:
         const QString text = QToolTip::isVisible() ? QToolTip::text() : QString();
         QToolTip::hideText();
         return QTest::qWaitFor([] { return !QToolTip::isVisible(); }) ? text : QString();
-    }
-
-    /// Returns the formats of the pieces of the line, in their order.
-    static QList<QTextCharFormat> formatsOf(const QLabel& line)
-    {
-        QTextDocument document;
-        document.setHtml(line.text());
-        QList<QTextCharFormat> formats;
-        const QTextBlock block = document.begin();
-        for (auto piece = block.begin(); piece != block.end(); ++piece)
-            formats.append(piece.fragment().charFormat());
-        return formats;
     }
 };
 

@@ -4,7 +4,6 @@
 
 #include <QAbstractItemView>
 #include <QAccessible>
-#include <QApplication>
 #include <QLabel>
 
 using namespace Qt::StringLiterals;

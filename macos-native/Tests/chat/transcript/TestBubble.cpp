@@ -3,7 +3,6 @@
 #include "chat/transcript/TextEstimate.h"
 #include "support/TestCase.h"
 
-#include <QGuiApplication>
 #include <QImage>
 #include <QPainter>
 #include <QTextCharFormat>
