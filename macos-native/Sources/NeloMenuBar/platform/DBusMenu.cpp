@@ -7,32 +7,12 @@
 #include <QDBusMetaType>
 
 #include <optional>
+#include <utility>
 
 namespace {
 
-/// An item's properties, as GetGroupProperties returns them: (ia{sv}).
-struct ItemProperties
-{
-    int id = 0;
-    QVariantMap properties;
-};
-
-QDBusArgument& operator<<(QDBusArgument& argument, const ItemProperties& item)
-{
-    argument.beginStructure();
-    argument << item.id << item.properties;
-    argument.endStructure();
-    return argument;
-}
-
-/// No one sends this type to us, but QtDBus needs both directions.
-const QDBusArgument& operator>>(const QDBusArgument& argument, ItemProperties& item)
-{
-    argument.beginStructure();
-    argument >> item.id >> item.properties;
-    argument.endStructure();
-    return argument;
-}
+/// An item's id and properties, as GetGroupProperties returns them: (ia{sv}).
+using ItemProperties = std::pair<int, QVariantMap>;
 
 /// Returns the names of the keys of a shortcut, as GTK's panels know them.
 QStringList keyNames(const QKeySequence& shortcut)
