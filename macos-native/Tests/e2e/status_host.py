@@ -27,6 +27,8 @@ INTERFACES = f"""
   </interface>
 </node>"""
 ITEM_PATH = "/StatusNotifierItem"
+ITEM_INTERFACE = "org.kde.StatusNotifierItem"
+PROPERTIES_INTERFACE = "org.freedesktop.DBus.Properties"
 MENU_INTERFACE = "com.canonical.dbusmenu"
 TIMEOUT_SECONDS = 20
 
@@ -45,18 +47,18 @@ class Item:
         return session_bus().call_sync(self._service, path, interface, method, arguments, None,
                                        Gio.DBusCallFlags.NONE, TIMEOUT_SECONDS * 1000, None).unpack()
 
-    def property(self, name: str) -> Any:
-        return self._call(ITEM_PATH, "org.freedesktop.DBus.Properties", "Get",
-                          GLib.Variant("(ss)", ("org.kde.StatusNotifierItem", name)))[0]
+    def property(self, name: str, path: str = ITEM_PATH, interface: str = ITEM_INTERFACE) -> Any:
+        return self._call(path, PROPERTIES_INTERFACE, "Get", GLib.Variant("(ss)", (interface, name)))[0]
 
-    def properties(self) -> dict[str, Any]:
-        """All of them, in one call."""
-        found: dict[str, Any] = self._call(ITEM_PATH, "org.freedesktop.DBus.Properties", "GetAll",
-                                           GLib.Variant("(s)", ("org.kde.StatusNotifierItem",)))[0]
+    def properties(self, path: str = ITEM_PATH, interface: str = ITEM_INTERFACE) -> dict[str, Any]:
+        """All of them, in one call. Each has the same value when it is asked for alone."""
+        found: dict[str, Any] = self._call(path, PROPERTIES_INTERFACE, "GetAll", GLib.Variant("(s)", (interface,)))[0]
+        assert found == {name: self.property(name, path, interface) for name in found}
         return found
 
     def _menu_items(self) -> list[tuple[int, dict[str, Any]]]:
-        """Asks in both ways in which panels ask, and returns what both say."""
+        """Asks in both ways in which panels ask, and returns what both say. Before, the menu says that it has not changed."""
+        assert self._call(self.property("Menu"), MENU_INTERFACE, "AboutToShow", GLib.Variant("(i)", (0,))) == (False,)
         _revision, (_id, of_menu, children) = self._call(
             self.property("Menu"), MENU_INTERFACE, "GetLayout", GLib.Variant("(iias)", (0, -1, [])))
         items = [(number, properties) for number, properties, _children in children]
@@ -74,9 +76,10 @@ class Item:
 
     def activate(self) -> None:
         """Does what many panels do at a click of the left button. They open the menu when this fails."""
-        self._call(ITEM_PATH, "org.kde.StatusNotifierItem", "Activate", GLib.Variant("(ii)", (0, 0)))
+        self._call(ITEM_PATH, ITEM_INTERFACE, "Activate", GLib.Variant("(ii)", (0, 0)))
 
     def choose(self, title: str) -> None:
+        self._call(ITEM_PATH, ITEM_INTERFACE, "ProvideXdgActivationToken", GLib.Variant("(s)", ("token",)))
         number = next(number for number, properties in self._menu_items() if properties.get("label") == title)
         self._call(self.property("Menu"), MENU_INTERFACE, "Event",
                    GLib.Variant("(isvu)", (number, "clicked", GLib.Variant("s", ""), 0)))

@@ -1,6 +1,7 @@
 """The session ends under the program: it is asked to go, or its display goes away. It leaves no process and no half file."""
 from __future__ import annotations
 
+import fcntl
 import json
 import os
 import subprocess
@@ -120,6 +121,14 @@ class SessionEndTest(unittest.TestCase):
             xdotool("key", "Return", display=other.name)
             self.assertEqual(again.communicate(timeout=20), (None, "Nelo is already running on another display.\n"))
             self.assertEqual(again.returncode, 1)
+
+    def test_started_without_a_display_while_another_has_the_lock_and_does_not_listen(self) -> None:
+        with tempfile.TemporaryDirectory() as folder, Path(folder, "nelo.lock").open("w") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            nelo = self.started()
+            done = subprocess.run(nelo.command, env={**nelo.environment, "DISPLAY": "", "XDG_RUNTIME_DIR": folder},
+                                  stderr=subprocess.PIPE, text=True, timeout=60)
+        self.assertEqual((done.returncode, done.stderr), (1, "Nelo is already running and does not answer.\n"))
 
     def test_the_display_goes_away(self) -> None:
         self.display_goes_away(lambda nelo: None)

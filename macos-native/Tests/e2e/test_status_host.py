@@ -8,7 +8,7 @@ from gi.repository import GLib
 
 from nelo import MENU, Nelo, TraylessNelo, launcher, launchers
 from screen import press, until
-from status_host import Item, StatusHost, Tray
+from status_host import MENU_INTERFACE, Item, StatusHost, Tray
 
 
 class StatusHostTest(unittest.TestCase):
@@ -34,6 +34,9 @@ class StatusHostTest(unittest.TestCase):
             item = self.assert_has_item(nelo, host)
             self.assertIs(item.property("ItemIsMenu"), True)
             self.assertRaisesRegex(GLib.Error, "UnknownMethod", item.activate)
+            menu = item.property("Menu"), MENU_INTERFACE
+            self.assertEqual(item.properties(*menu), {"Version": 2, "Status": "normal", "TextDirection": "ltr", "IconThemePath": []})
+            self.assertRaises(GLib.Error, item.property, "Color", *menu)
             pixels, = (bytes(pixels) for width, height, pixels in item.property("IconPixmap") if (width, height) == (22, 22))
             self.assertEqual(len(pixels), 4 * 22 * 22)
             self.assertIn(bytes([255, 24, 54, 150]), pixels)  # alpha, red, green and blue of the dark shape

@@ -42,6 +42,10 @@ private slots:
         QCOMPARE(first.role(), Role::First);
         first.listen();
         QSignalSpy requests(&first, &SingleInstance::activationRequested);
+        const FileDescriptor other = connectionTo(&first);
+        QCOMPARE(write(other.get(), "hello", 5), 5); // this is no request
+        char answer = 0;
+        QTRY_COMPARE(recv(other.get(), &answer, 1, MSG_DONTWAIT | MSG_PEEK), 0); // closed without an answer
         QCOMPARE(startAgain(), Role::Later);
         qputenv("DESKTOP_STARTUP_ID", "startup_TIME7");
         QCOMPARE(startAgain(), Role::Later);

@@ -45,9 +45,29 @@ private slots:
         QCOMPARE(text->characterCount(), 7);
         QCOMPARE(text->text(0, 7), u"cloud 云"_s);
         QCOMPARE(text->text(6, 7), u"云"_s);
+        int start = -1;
+        int end = -1;
+        QCOMPARE(text->attributes(3, &start, &end), QString());
+        QCOMPARE(std::pair(start, end), std::pair(0, 7)); // one format
+        m_window->show();
+        QVERIFY(!popup()->rect().isEmpty());
+        QCOMPARE(text->characterRect(3), popup()->rect());
+        QCOMPARE(text->offsetAtPoint(popup()->rect().center()), -1);
         m_popup->setCurrentIndex(-1);
         QCOMPARE(text->characterCount(), 0);
         QCOMPARE(text->text(0, 0), QString());
+    }
+
+    void itsTextHasNeitherACursorNorASelection()
+    {
+        QAccessibleTextInterface* text = popup()->textInterface();
+        text->setCursorPosition(3);
+        QCOMPARE(text->cursorPosition(), 0);
+        text->addSelection(0, 5);
+        text->setSelection(0, 1, 5);
+        text->removeSelection(0);
+        text->scrollToSubstring(0, 5); // nothing scrolls
+        QCOMPARE(text->selectionCount(), 0);
     }
 
     void theListIsItsChild()

@@ -34,11 +34,15 @@ private slots:
         for (int index = 0; index < 3; ++index) {
             QAccessibleInterface* bubble = list()->child(index);
             QVERIFY(bubble && bubble->isValid());
+            bubble->setText(QAccessible::Name, u"other"_s); // is ignored
             QCOMPARE(bubble->text(QAccessible::Name), names[index]);
             QCOMPARE(bubble->text(QAccessible::Description), index == 1 ? u"Nelo"_s : u"Me"_s);
             QCOMPARE(bubble->text(QAccessible::Value), QString());
             QCOMPARE(bubble->role(), QAccessible::ListItem);
             QCOMPARE(bubble->childCount(), 0);
+            QCOMPARE(bubble->child(0), nullptr);
+            QCOMPARE(bubble->childAt(bubble->rect().center().x(), bubble->rect().center().y()), nullptr);
+            QCOMPARE(bubble->indexOfChild(list()), -1);
             QCOMPARE(bubble->parent(), list());
             QCOMPARE(bubble->window(), m_view->windowHandle());
             QCOMPARE(list()->indexOfChild(bubble), index);

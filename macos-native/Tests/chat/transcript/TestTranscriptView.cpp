@@ -65,6 +65,7 @@ private slots:
         QTest::mouseDClick(surface(), Qt::RightButton, {}, point);
         QCOMPARE(m_view->selectedText(), QString());
         QTest::mouseDClick(surface(), Qt::LeftButton, {}, point);
+        QTest::mouseClick(surface(), Qt::RightButton, {}, point);
         QCOMPARE(m_view->selectedText(), u"question"_s);
         QTest::mouseClick(surface(), Qt::LeftButton, {}, point);
         QCOMPARE(m_view->selectedText(), u"first question, in two"_s);
