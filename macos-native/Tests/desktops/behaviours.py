@@ -121,7 +121,7 @@ def comes_forward_at_a_second_start(session: Session) -> None:
 def has_a_launcher_while_the_panel_is_gone(session: Session) -> None:
     with OtherWindow(session) as other:
         session.desktop.end_panel()
-        until(lambda: launchers(session.nelo), "the launcher", 5.0)
+        until(lambda: launchers(session.nelo), "the launcher", 15.0)  # in a young session it waits for up to 10 s
         session.picture("launcher")
         kept = other.has_keyboard()
         session.desktop.start_panel()
