@@ -73,7 +73,7 @@ class Nelo:
         return self
 
     def _await_start(self) -> None:
-        until(self._status_item, "the status item in the tray")
+        until(self.status_item, "the status item in the tray")
 
     def __exit__(self, kind: type[BaseException] | None, error: BaseException | None, trace: TracebackType | None) -> None:
         self._end()
@@ -126,7 +126,7 @@ class Nelo:
                 areas.append(Area(*map(int, numbers[1:5])))
         return areas
 
-    def _status_item(self) -> Area | None:
+    def status_item(self) -> Area | None:
         """The icon in the tray, at the top right of the screen."""
         middle = int(xdotool("getdisplaygeometry").split()[0]) / 2
         return next((area for area in self._visible_windows()
@@ -148,7 +148,7 @@ class Nelo:
 
     def settled_status_item(self) -> Area:
         """The status item where a tray that has just come, and grows around it, has put it for good."""
-        return settled(self._status_item, "the status item in its place in the tray")
+        return settled(self.status_item, "the status item in its place in the tray")
 
     def menu_area(self) -> Area | None:
         """Where the menu is that the program has opened itself. No window or alert is as narrow."""

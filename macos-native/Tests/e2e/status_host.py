@@ -93,7 +93,11 @@ class StatusHost:
     def __init__(self, draws: bool = True, is_kde: bool = False) -> None:
         self._process = subprocess.Popen([sys.executable, __file__, "draws" if draws else "watches", "kde" if is_kde else "other"],
                                          stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-        assert self._line() == "ready"
+        try:
+            assert self._line() == "ready"
+        except AssertionError:
+            self.end()  # it would take the items of later tests
+            raise
 
     def _line(self) -> str:
         assert self._process.stdout

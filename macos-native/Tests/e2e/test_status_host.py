@@ -56,7 +56,7 @@ class StatusHostTest(unittest.TestCase):
         with Nelo() as nelo:
             host = self.start_host()
             self.assert_has_item(nelo, host)
-            until(lambda: not nelo._status_item(), "the item gone from the tray")
+            until(lambda: not nelo.status_item(), "the item gone from the tray")
             host.end()
             nelo.open("Settings...")
 
@@ -110,7 +110,7 @@ class StatusHostTest(unittest.TestCase):
                 with TraylessNelo() if is_kde else Nelo() as nelo:
                     host.begin_to_draw()
                     self.assert_has_item(nelo, host)
-                    until(lambda: not nelo._status_item(), "the item gone from the tray")
+                    until(lambda: not nelo.status_item(), "the item gone from the tray")
                     host.end()
                     nelo.open("Settings...")
                     host = self.start_host(is_kde=is_kde)
