@@ -17,6 +17,8 @@
 
 namespace {
 
+constexpr QMargins usualFrame(4, 32, 4, 4); // the real frame is known only when the window is on the screen
+
 /// Gives a window its role for assistive technology, which finds windows by the role. A plain widget has none.
 QAccessibleInterface* windowInterface(const QString& /*className*/, QObject* object)
 {
@@ -34,7 +36,6 @@ NeloWindow::NeloWindow(const QString& title, QSize contentSize)
     setWindowTitle(title);
     const auto* closing = new QShortcut(QKeySequence::Close, this); // Command-W, Control-W
     connect(closing, &QShortcut::activated, this, &QWidget::close);
-    constexpr QMargins usualFrame(4, 32, 4, 4); // the real frame is known only when the window is on the screen
     placeOnScreen(usualFrame);
 }
 
@@ -80,11 +81,16 @@ void NeloWindow::changeEvent(QEvent* event)
     QWidget::changeEvent(event);
     if (event->type() != QEvent::ActivationChange || !isActiveWindow() || std::exchange(m_hasKnownFrame, true))
         return;
-    const QMargins frame = windowHandle()->frameMargins();
-    const QRect available = screen()->availableGeometry();
     const bool isOrdinary = !(windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen));
-    const bool fits = minimumSize() == m_contentSize && available.contains(geometry().marginsAdded(frame));
-    if (isOrdinary && size() == minimumSize() && !fits)
+    const QRect available = screen()->availableGeometry();
+    const auto fitsIn = [&](const QMargins& frame) {
+        return minimumSize() == m_contentSize && available.contains(geometry().marginsAdded(frame));
+    };
+    // With this much room the real frame makes no difference. To ask for it is to wait until the display has drawn.
+    if (!isOrdinary || size() != minimumSize() || fitsIn(2 * usualFrame))
+        return;
+    const QMargins frame = windowHandle()->frameMargins();
+    if (!fitsIn(frame))
         placeOnScreen(frame);
 }
 
