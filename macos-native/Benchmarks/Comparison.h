@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QEvent>
+#include <QEventLoop>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -29,14 +30,16 @@ private:
     bool m_hasPainted = false;
 };
 
-/// Does `work`, and returns the milliseconds until the end of the event in which its change is painted.
+/// Does `work`, and returns the milliseconds until the end of the event in which its change is painted. Sleeps while
+/// there are no events, as a program does: otherwise the display and the window manager would wait for their turn on our
+/// core.
 inline double millisecondsToPaint(const std::function<void()>& work)
 {
     const PaintObserver observer;
     return Pairs::millisecondsOf([&observer, &work] {
         work();
         while (!observer.hasPainted())
-            QCoreApplication::processEvents();
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     });
 }
 
