@@ -91,12 +91,19 @@ void fill(QVBoxLayout* form)
     addRow(form, QStringLiteral("Tovani Path"), makeField(QStringLiteral("/home/me/.nelo/tovani")));
 }
 
+struct BareColumn
+{
+    const char* key;
+    const char* title;
+    int width;
+};
+
 /// A model of JSON objects. Each column shows the text of one key.
 class BareModel final : public QAbstractTableModel
 {
 public:
-    BareModel(Json rows, std::vector<const char*> keys, QObject* parent)
-        : QAbstractTableModel(parent), m_rows(std::move(rows)), m_keys(std::move(keys))
+    BareModel(Json rows, std::vector<BareColumn> columns, QObject* parent)
+        : QAbstractTableModel(parent), m_rows(std::move(rows)), m_columns(std::move(columns))
     {}
 
     int rowCount(const QModelIndex& parent = {}) const override
@@ -105,29 +112,44 @@ public:
     }
     int columnCount(const QModelIndex& parent = {}) const override
     {
-        return parent.isValid() ? 0 : static_cast<int>(m_keys.size());
+        return parent.isValid() ? 0 : static_cast<int>(m_columns.size());
     }
     QVariant data(const QModelIndex& index, int role) const override
     {
         if (role != Qt::DisplayRole)
             return {};
         const Json& row = m_rows[static_cast<std::size_t>(index.row())];
-        return QString::fromStdString(row.value(m_keys[static_cast<std::size_t>(index.column())], std::string()));
+        return QString::fromStdString(row.value(columnAt(index.column()).key, std::string()));
     }
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override
+    {
+        if (orientation != Qt::Horizontal)
+            return {};
+        if (role == Qt::TextAlignmentRole)
+            return QVariant::fromValue(Qt::AlignLeft | Qt::AlignVCenter);
+        return role == Qt::DisplayRole ? QString::fromLatin1(columnAt(section).title) : QVariant();
+    }
+    const BareColumn& columnAt(int column) const { return m_columns[static_cast<std::size_t>(column)]; }
 
 private:
     Json m_rows;
-    std::vector<const char*> m_keys;
+    std::vector<BareColumn> m_columns;
 };
 
-QTableView* makeTable(const std::string& reply, const std::vector<const char*>& keys)
+/// Makes a table that shows the same texts in the same places as ours.
+QTableView* makeTable(const std::string& reply, const std::vector<BareColumn>& columns)
 {
     auto* table = new QTableView;
-    table->setModel(new BareModel(Json::parse(reply), keys, table));
+    auto* model = new BareModel(Json::parse(reply), columns, table);
+    table->setModel(model);
     table->verticalHeader()->hide();
+    table->verticalHeader()->setDefaultSectionSize(table->fontMetrics().height() + 8);
     table->setSelectionBehavior(QTableView::SelectRows);
-    for (int column = 0; column < table->model()->columnCount(); ++column)
-        table->setColumnWidth(column, 170);
+    table->setAlternatingRowColors(true);
+    table->setShowGrid(false);
+    table->setWordWrap(false);
+    for (int column = 0; column < model->columnCount(); ++column)
+        table->setColumnWidth(column, columns[static_cast<std::size_t>(column)].width);
     return table;
 }
 
@@ -179,11 +201,17 @@ QWidget* makeAgents(const std::string& reply)
     auto* column = new QVBoxLayout(tab);
     QHBoxLayout* row =
         makeButtons({"Refresh", "Add Agent", "Config Editor", "Run Configure", "Adopt / Rename", "Delete"});
-    addTexts(row, {"Total"});
+    addTexts(row, {"Total: 10 (openclaw:10)"});
     column->addLayout(row);
-    column->addWidget(
-        makeTable(reply, {"id", "name", "ecosystem", "origin", "state", "lastSeen", "workspace", "createdAt"}));
-    addTexts(column, {"Ready"});
+    column->addWidget(makeTable(reply, {{"id", "ID", 150},
+                                        {"name", "Name", 180},
+                                        {"ecosystem", "Ecosystem", 120},
+                                        {"origin", "Origin", 100},
+                                        {"state", "State", 160},
+                                        {"lastSeen", "Last Seen", 170},
+                                        {"workspace", "Workspace", 340},
+                                        {"createdAt", "Created At", 170}}));
+    addTexts(column, {"Synced local discovery to Core and loaded Core agent registry."});
     return tab;
 }
 
@@ -278,7 +306,7 @@ QWidget* makeSkills(const ConsoleReplies& replies)
     column->addWidget(makeScrollArea(new QLabel(QStringLiteral("No skill selected."))));
     addTexts(column, {"Config: /c", "Skill dirs: /a | /b"});
     auto* body = new QHBoxLayout;
-    QTableView* table = makeTable(replies.skills, {"name"});
+    QTableView* table = makeTable(replies.skills, {{"name", "", 300}});
     table->horizontalHeader()->setStretchLastSection(true);
     body->addWidget(table, 2);
     body->addWidget(makeSkillForm(), 3);
