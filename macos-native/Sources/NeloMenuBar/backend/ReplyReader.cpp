@@ -47,21 +47,30 @@ std::string descriptionOf(const element& error)
     return textOf(Json::parse(simdjson::to_string(error), nullptr, false)).toStdString();
 }
 
-/// Returns the compact text of the result of a successful reply, where it can be taken from the reply as it stands:
-/// when the reply is written as the helper's script writes it, without white space. White space inside of a string
-/// prevents it, too: that is simpler than to find the strings, and printing the values again only takes longer.
-std::optional<std::string_view> resultIn(std::string_view text, const object& members)
+bool hasWhiteSpace(std::string_view text)
+{
+    constexpr std::string_view whiteSpace = " \t\r";
+    return std::any_of(whiteSpace.begin(), whiteSpace.end(),
+                       [text](char c) { return text.find(c) != std::string_view::npos; });
+}
+
+/// Returns the compact text of the result of a successful reply, taken from the reply as it stands. This works when the
+/// reply begins and ends as the helper's script writes it. To print the values again takes longer.
+std::optional<std::string> resultIn(std::string_view text, const object& members)
 {
     constexpr std::string_view opening = R"({"ok":true,"result":)";
     if (members.size() != 2 || !text.starts_with(opening) || !text.ends_with('}'))
         return std::nullopt;
     text.remove_prefix(opening.size());
     text.remove_suffix(1);
-    for (const char whiteSpace : {' ', '\t', '\r'}) {
-        if (text.find(whiteSpace) != std::string_view::npos)
-            return std::nullopt;
-    }
-    return text;
+    if (!hasWhiteSpace(text)) // finds this out in a quarter of the time
+        return std::string(text);
+    std::string result(text.size(), '\0');
+    std::size_t length = 0;
+    if (simdjson::minify(text.data(), text.size(), result.data(), length) != simdjson::SUCCESS)
+        return std::nullopt;
+    result.resize(length);
+    return result;
 }
 
 ReplyOutcome invalid()
@@ -91,8 +100,8 @@ ReplyOutcome interpretText(simdjson::dom::parser& parser, std::string_view text)
     if (root.get(members) != simdjson::SUCCESS)
         return invalid();
 
-    if (const std::optional<std::string_view> result = resultIn(text, members))
-        return {std::string(*result)};
+    if (std::optional<std::string> result = resultIn(text, members))
+        return {std::move(*result)};
     const Reply reply = replyIn(members);
     if (isTrue(reply.ok))
         return {reply.result ? simdjson::to_string(*reply.result) : "{}"};
