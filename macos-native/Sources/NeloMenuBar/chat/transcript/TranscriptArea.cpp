@@ -59,9 +59,11 @@ void paintBackground(QPainter& painter, const QRectF& bubble, const BubbleColors
 {
     constexpr double radius = TranscriptLayout::bubbleRadius;
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(colors.border, 1));
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(colors.border);
+    painter.drawRoundedRect(bubble, radius, radius);
     painter.setBrush(colors.background);
-    painter.drawRoundedRect(bubble.adjusted(0.5, 0.5, -0.5, -0.5), radius - 0.5, radius - 0.5);
+    painter.drawRoundedRect(bubble.adjusted(1, 1, -1, -1), radius - 1, radius - 1);
     if (!hasFocus)
         return;
     painter.setPen(QPen(colors.focus, 2));
