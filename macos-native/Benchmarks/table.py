@@ -30,7 +30,7 @@ RATIO_BARS = {
     ("exec to status icon", 0): 1.10,
     ("idle memory, PSS", 0): 1.12,
     ("idle memory, private dirty", 0): 1.12,
-    ("call, reply of bytes", 300): 1.10,
+    ("call, reply of bytes", 300): 1.06,
     ("call, reply of bytes", 1_000_000): 1.25,
     ("call, reply of bytes", 10_000_000): 1.25,
     ("first console opening", 10): 1.2,
