@@ -6,6 +6,8 @@
 #include "backend/HelperProcess.h"
 #include "backend/ReplyReader.h"
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <mutex>
 #include <optional>
@@ -53,19 +55,18 @@ std::error_code ensureHelper(Bridge& state)
     return {};
 }
 
-/// Returns whether JSON writes `text` as it is: when all of it is printable ASCII without quotation marks and
-/// backslashes. The loop never ends early, so that the compiler can vectorize it.
-bool needsNoEscape(std::string_view text)
-{
-    unsigned char others = 0;
-    for (const char c : text)
-        others |= static_cast<unsigned char>((c < ' ') | (c > '~') | (c == '"') | (c == '\\'));
-    return others == 0;
-}
+/// Says of each byte whether a text with it needs escapes in JSON: all but printable ASCII without quotation marks and
+/// backslashes do, as far as it matters here.
+constexpr auto needsEscape = [] {
+    std::array<bool, 256> needs{};
+    for (std::size_t byte = 0; byte < needs.size(); ++byte)
+        needs[byte] = byte < ' ' || byte > '~' || byte == '"' || byte == '\\';
+    return needs;
+}();
 
 void appendText(std::string& line, std::string_view text)
 {
-    if (needsNoEscape(text))
+    if (std::none_of(text.begin(), text.end(), [](char c) { return needsEscape[static_cast<unsigned char>(c)]; }))
         line.append(1, '"').append(text).append(1, '"');
     else
         line += Json(text).dump();
