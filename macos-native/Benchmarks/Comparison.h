@@ -31,8 +31,8 @@ private:
 };
 
 /// Does `work`, and returns the milliseconds until the end of the event in which its change is painted. Sleeps while
-/// there are no events, as a program does: otherwise the display and the window manager would wait for their turn on our
-/// core.
+/// there are no events, as a program does: otherwise the display and the window manager would wait for their turn on
+/// our core.
 inline double millisecondsToPaint(const std::function<void()>& work)
 {
     const PaintObserver observer;
