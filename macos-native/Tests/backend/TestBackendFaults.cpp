@@ -8,6 +8,7 @@
 #include "support/faults/EveryFault.h"
 
 #include <QFile>
+#include <QScopeGuard>
 
 using namespace Qt::StringLiterals;
 
@@ -16,25 +17,18 @@ namespace {
 const std::string question = "ping";
 const std::string goodAnswer = R"({"pong":1})";
 
-/// Gives the next helper a fault through its environment, while the object lives.
-class HelperFault final
+/// Gives the next helper a fault through its environment, as long as the returned guard lives.
+[[nodiscard]] auto helperFault(const Fault& fault, int number, const QString& struckFile)
 {
-public:
-    HelperFault(const Fault& fault, int number, const QString& struckFile)
-    {
-        qputenv("LD_PRELOAD", NELO_FAULTY_CALLS);
-        qputenv("NELO_FAULT",
-                "python3:" + fault.kind + ':' + QByteArray::number(number) + ':' + QByteArray::number(fault.outcome));
-        qputenv("NELO_FAULT_STRUCK", QFile::encodeName(struckFile));
-    }
-    HelperFault(const HelperFault&) = delete;
-    HelperFault& operator=(const HelperFault&) = delete;
-    ~HelperFault()
-    {
+    qputenv("LD_PRELOAD", NELO_FAULTY_CALLS);
+    qputenv("NELO_FAULT",
+            "python3:" + fault.kind + ':' + QByteArray::number(number) + ':' + QByteArray::number(fault.outcome));
+    qputenv("NELO_FAULT_STRUCK", QFile::encodeName(struckFile));
+    return qScopeGuard([] {
         for (const char* variable : {"LD_PRELOAD", "NELO_FAULT", "NELO_FAULT_STRUCK"})
             qunsetenv(variable);
-    }
-};
+    });
+}
 
 } // namespace
 
@@ -96,7 +90,7 @@ private slots:
                 NeloBackend::shutdown();
                 std::string reply;
                 {
-                    const HelperFault trouble(fault, ++number, struck);
+                    const auto trouble = helperFault(fault, ++number, struck);
                     reply = NeloBackend::call(question);
                 }
                 const bool mayFail = QFile::exists(struck) && !fault.isSurvived;

@@ -6,7 +6,6 @@
 #include "support/TestCertificate.h"
 
 #include <QElapsedTimer>
-#include <QSslConfiguration>
 
 #include <ctime>
 

@@ -7,7 +7,7 @@
 
 #include <QElapsedTimer>
 #include <QProcess>
-#include <QSslConfiguration>
+#include <QScopeGuard>
 
 #include <csignal>
 
@@ -22,15 +22,12 @@ namespace {
 const QHostAddress here(u"10.9.9.1"_s);
 const QString farAway = u"10.9.9.2"_s; // the same machine, behind a path with delay
 
-/// While it lives, the path loses every packet.
-class DeadPath final
+/// Lets the path lose every packet, as long as the returned guard lives.
+[[nodiscard]] auto deadPath()
 {
-public:
-    DeadPath() { kill(getppid(), SIGUSR1); }
-    DeadPath(const DeadPath&) = delete;
-    DeadPath& operator=(const DeadPath&) = delete;
-    ~DeadPath() { kill(getppid(), SIGUSR2); }
-};
+    kill(getppid(), SIGUSR1);
+    return qScopeGuard([] { kill(getppid(), SIGUSR2); });
+}
 
 } // namespace
 
@@ -86,7 +83,7 @@ private slots:
         QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
         const qsizetype requests = m_server->requests().size();
         {
-            const DeadPath deadPath;
+            const auto dead = deadPath();
             QCOMPARE(textOf(m_calls->ask()),
                      u"<10.9.9.2: the connection closed before an answer; the message may have arrived>"_s);
         }
@@ -99,7 +96,7 @@ private slots:
     {
         m_limits.silence = 300ms;
         begin();
-        const DeadPath deadPath;
+        const auto dead = deadPath();
         QCOMPARE(textOf(m_calls->ask()), u"<10.9.9.2: Timeout was reached>"_s);
     }
 
@@ -116,7 +113,7 @@ private slots:
         const QByteArray file = QFile::encodeName(m_home.path(u"resolv.conf"_s));
         Files::create(QString::fromUtf8(file), "nameserver 10.9.9.2\noptions timeout:30\n");
         QCOMPARE(mount(file.constData(), "/etc/resolv.conf", nullptr, MS_BIND, nullptr), 0);
-        const DeadPath deadPath;
+        const auto dead = deadPath();
         m_limits.silence = 300ms;
         begin();
         m_calls->setEndpoint(u"https://api.example/"_s);

@@ -5,25 +5,19 @@
 #include "support/TestCase.h"
 #include "support/TestCertificate.h"
 
-#include <QSslConfiguration>
+#include <QScopeGuard>
 #include <QTcpServer>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Sets an environment variable while it lives.
-class Environment final
+/// Sets an environment variable, as long as the returned guard lives.
+[[nodiscard]] auto withVariable(const char* name, const QByteArray& value)
 {
-public:
-    Environment(const char* name, const QByteArray& value) : m_name(name) { qputenv(name, value); }
-    Environment(const Environment&) = delete;
-    Environment& operator=(const Environment&) = delete;
-    ~Environment() { qunsetenv(m_name); }
-
-private:
-    const char* m_name;
-};
+    qputenv(name, value);
+    return qScopeGuard([name] { qunsetenv(name); });
+}
 
 } // namespace
 
@@ -120,8 +114,8 @@ private slots:
 
     void thisMachineIsAskedWithoutAProxy()
     {
-        const Environment plain("http_proxy", "http://127.0.0.1:3128");
-        const Environment encrypted("https_proxy", "http://127.0.0.1:3128");
+        const auto plain = withVariable("http_proxy", "http://127.0.0.1:3128");
+        const auto encrypted = withVariable("https_proxy", "http://127.0.0.1:3128");
         for (const char* here : {"http://127.0.0.1:8080/", "http://127.1.2.3/", "https://[::1]/", "http://localhost/",
                                  "http://LOCALHOST/", "https://api.localhost/"})
             QCOMPARE(systemProxyFor(QUrl(QString::fromLatin1(here))).type(), QNetworkProxy::NoProxy);
@@ -133,11 +127,11 @@ private slots:
     void exceptionsAreNotAskedThroughTheProxy()
     {
         const HttpServer proxy;
-        const Environment environment("http_proxy", proxy.url().toUtf8());
+        const auto environment = withVariable("http_proxy", proxy.url().toUtf8());
         m_calls->server.answerEach(replyOf(u"hello"_s));
         QCOMPARE(textOf(m_calls->ask()), u"hello"_s); // no proxy for this machine
         for (const char* exception : {"api.invalid", ".invalid", "*"}) {
-            const Environment without("no_proxy", exception);
+            const auto without = withVariable("no_proxy", exception);
             m_calls->setEndpoint(u"http://api.invalid/v1"_s);
             QCOMPARE(textOf(m_calls->ask()), u"<api.invalid: Couldn't resolve host name>"_s);
         }
@@ -168,8 +162,8 @@ private slots:
             HttpServer proxy;
             proxy.answerInTurn(answers);
             const QByteArray address = proxy.url().replace(u"//"_s, u"//me:pass%3Aword@"_s).toUtf8();
-            const Environment forPlain("http_proxy", address);
-            const Environment forEncrypted("https_proxy", address);
+            const auto forPlain = withVariable("http_proxy", address);
+            const auto forEncrypted = withVariable("https_proxy", address);
             m_calls->setEndpoint(url);
             QCOMPARE(textOf(m_calls->ask()), outcome);
             QCOMPARE(proxy.requests().size(), answers.size());
