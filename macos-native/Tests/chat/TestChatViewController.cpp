@@ -34,6 +34,16 @@ private slots:
         QCOMPARE(storedMessages(), kept);
     }
 
+    void theConversationIsWrittenFourTenthsOfASecondAfterAChange()
+    {
+        QElapsedTimer sinceLoaded;
+        sinceLoaded.start();
+        ChatViewController chat; // with the delays that the program has
+        chat.loadViewIfNeeded();
+        QTRY_COMPARE(storedMessages().size(), 1);
+        QVERIFY(sinceLoaded.elapsed() >= 400);
+    }
+
     void theInputHasTheKeyboardATenthOfASecondAfterTheWindowAppears()
     {
         QCOMPARE(ChatViewController::defaultFocusDelay, 100ms);

@@ -32,7 +32,7 @@ private slots:
         };
         QCOMPARE(colorAt(user, 5), qRgb(51, 120, 240));
         QCOMPARE(colorAt(user, 0), qRgb(51, 120, 240)); // no border
-        QCOMPARE(colorAt(nelo, 5), Colors::white(0.98).rgb());
+        QCOMPARE(colorAt(nelo, 1), Colors::white(0.98).rgb());
         QCOMPARE(QColor(colorAt(nelo, 0)).lightness(), Colors::white(0.86).lightness());
         QCOMPARE(image.pixelColor(nelo.left(), nelo.center().y()).lightness(), Colors::white(0.86).lightness());
         QCOMPARE(image.pixel(nelo.topLeft()), Colors::white(0.97).rgb());
