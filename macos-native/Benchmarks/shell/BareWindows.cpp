@@ -52,7 +52,7 @@ void addSeparator(QVBoxLayout* column)
     column->addWidget(line);
 }
 
-QLineEdit* makeField(const QString& text)
+QLineEdit* makeFilledField(const QString& text)
 {
     auto* field = new QLineEdit(text);
     field->setPlaceholderText(text);
@@ -70,7 +70,7 @@ void fill(QVBoxLayout* form)
 {
     addHeader(form, QStringLiteral("Nelo Core"));
     form->addWidget(new QCheckBox(QStringLiteral("Auto-discover local Nelo Core (127.0.0.1:8878)")));
-    addRow(form, QStringLiteral("Core URL (optional)"), makeField(QStringLiteral("http://127.0.0.1:8878")));
+    addRow(form, QStringLiteral("Core URL (optional)"), makeFilledField(QStringLiteral("http://127.0.0.1:8878")));
     addSeparator(form);
     addHeader(form, QStringLiteral("Chat"));
     addRow(form, QStringLiteral("Mode"), makePopup({QStringLiteral("local"), QStringLiteral("cloud")}));
@@ -80,15 +80,15 @@ void fill(QVBoxLayout* form)
     addHeader(form, QStringLiteral("Cloud"));
     addRow(form, QStringLiteral("Provider"),
            makePopup({QStringLiteral("openai"), QStringLiteral("deepseek"), QStringLiteral("kimi")}));
-    addRow(form, QStringLiteral("Cloud Model"), makeField(QStringLiteral("gpt-4o-mini")));
-    QLineEdit* key = makeField(QStringLiteral("Cloud API Key"));
+    addRow(form, QStringLiteral("Cloud Model"), makeFilledField(QStringLiteral("gpt-4o-mini")));
+    QLineEdit* key = makeFilledField(QStringLiteral("Cloud API Key"));
     key->setEchoMode(QLineEdit::Password);
     addRow(form, QStringLiteral("Cloud API Key"), key);
-    addRow(form, QStringLiteral("Catalog URL"), makeField(QStringLiteral("https://server/catalog.json")));
+    addRow(form, QStringLiteral("Catalog URL"), makeFilledField(QStringLiteral("https://server/catalog.json")));
     addSeparator(form);
     addHeader(form, QStringLiteral("Tovani"));
     form->addWidget(new QCheckBox(QStringLiteral("Auto-download Tovani on chat (local mode)")));
-    addRow(form, QStringLiteral("Tovani Path"), makeField(QStringLiteral("/home/me/.nelo/tovani")));
+    addRow(form, QStringLiteral("Tovani Path"), makeFilledField(QStringLiteral("/home/me/.nelo/tovani")));
 }
 
 struct BareColumn
@@ -290,7 +290,7 @@ QWidget* makeSkillForm()
     auto* form = new QWidget;
     auto* column = new QVBoxLayout(form);
     addRow(column, QStringLiteral("Enabled"), makePopup({QStringLiteral("true"), QStringLiteral("false")}));
-    addRow(column, QStringLiteral("API Key"), makeField({}));
+    addRow(column, QStringLiteral("API Key"), makeFilledField({}));
     addTexts(column, {"ENV (JSON snapshot)"});
     column->addWidget(new QPlainTextEdit(QStringLiteral("{}")));
     column->addWidget(new QWidget);

@@ -51,7 +51,7 @@ public:
 };
 
 /// Returns the text of an answer, or the description of a failure in angle brackets.
-inline QString textOf(const ChatOutcome& outcome)
+inline QString outcomeText(const ChatOutcome& outcome)
 {
     const auto* const reply = std::get_if<ChatText>(&outcome);
     return reply != nullptr ? reply->text : u'<' + errorDescription(outcome) + u'>';

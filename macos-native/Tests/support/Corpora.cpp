@@ -6,7 +6,7 @@
 
 namespace {
 
-Json contentOf(const QString& path)
+Json jsonIn(const QString& path)
 {
     QFile file(path);
     if (!file.open(QFile::ReadOnly)) {
@@ -29,7 +29,7 @@ QByteArray bytesOf(const Json& text)
 QList<JsonText> Corpora::jsonTexts()
 {
     QList<JsonText> texts;
-    const Json cases = contentOf(QStringLiteral(NELO_JSON_TEXTS));
+    const Json cases = jsonIn(QStringLiteral(NELO_JSON_TEXTS));
     for (const Json& row : cases)
         texts.append({QByteArray::fromStdString(row.at(0)), bytesOf(row.at(1))});
     texts.append({"n_structure_100000_opening_arrays", QByteArray(100'000, '[')});
@@ -40,7 +40,7 @@ QList<JsonText> Corpora::jsonTexts()
 QStringList Corpora::naughtyStrings()
 {
     QStringList strings;
-    const Json all = contentOf(QStringLiteral(NELO_NAUGHTY_STRINGS));
+    const Json all = jsonIn(QStringLiteral(NELO_NAUGHTY_STRINGS));
     for (const Json& text : all)
         strings.append(QString::fromStdString(text));
     return strings;

@@ -47,7 +47,7 @@ private slots:
             while (faults.next()) {
                 ChatCalls calls(TransferLimits{.silence = std::chrono::seconds(5)});
                 calls.server.answerEach(replyOf(answer));
-                QCOMPARE(textOf(calls.ask()), answer); // later calls open no further descriptors that stay
+                QCOMPARE(outcomeText(calls.ask()), answer); // later calls open no further descriptors that stay
                 calls.client = std::make_unique<ChatClient>(TransferLimits{.silence = std::chrono::seconds(5)});
                 const int descriptors = ProcessTable::openDescriptors();
                 calls.outcomes.clear();
@@ -56,13 +56,13 @@ private slots:
                     calls.waitForOutcomes(1);
                 });
                 QCOMPARE(calls.outcomes.size(), 1U);
-                const QString outcome = textOf(calls.outcomes.front());
+                const QString outcome = outcomeText(calls.outcomes.front());
                 const bool isToFail = faults.hasStruck() && !texts.isEmpty();
                 const bool isExpected = std::any_of(
                     texts.begin(), texts.end(), [&outcome](const QString& text) { return outcome.startsWith(text); });
                 QVERIFY2(isToFail ? isExpected : outcome == answer, qPrintable(outcome.left(200)));
 
-                QCOMPARE(textOf(calls.ask()), answer);
+                QCOMPARE(outcomeText(calls.ask()), answer);
                 QCOMPARE(calls.outcomes.size(), 1U);
                 calls.client.reset();
                 QTRY_COMPARE(ProcessTable::openDescriptors(), descriptors);

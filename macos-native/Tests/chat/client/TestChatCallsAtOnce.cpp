@@ -33,7 +33,7 @@ private slots:
         QVERIFY(m_calls->waitForOutcomes(calls));
         QStringList texts;
         for (const ChatOutcome& outcome : std::as_const(m_calls->outcomes))
-            texts.append(textOf(outcome));
+            texts.append(outcomeText(outcome));
         for (int call = 0; call < calls; ++call)
             QCOMPARE(texts.count(QString::number(call)), 1);
     }
@@ -64,7 +64,7 @@ private slots:
         m_calls->setEndpoint(other.url());
         m_calls->start();
         QVERIFY(m_calls->waitForOutcomes(1));
-        QCOMPARE(textOf(m_calls->outcomes.front()), u"hello"_s);
+        QCOMPARE(outcomeText(m_calls->outcomes.front()), u"hello"_s);
         QCOMPARE(m_calls->server.requests().size(), 6);
     }
 
@@ -112,7 +112,7 @@ private slots:
         m_calls->server.answerEach(replyOf(u"hello"_s));
         m_calls->client->callChatAPI(u"openai"_s, u"m"_s, {}, u"k"_s, [this](const ChatOutcome&) { m_calls->start(); });
         QVERIFY(m_calls->waitForOutcomes(1));
-        QCOMPARE(textOf(m_calls->outcomes.front()), u"hello"_s);
+        QCOMPARE(outcomeText(m_calls->outcomes.front()), u"hello"_s);
     }
 
 private:

@@ -18,7 +18,7 @@ private slots:
     {
         m_calls->setEndpoint(m_calls->server.url(u"/own/path?a=1&b=%20c"_s));
         m_calls->server.answerEach(replyOf(u"hello"_s));
-        QCOMPARE(textOf(m_calls->ask(u"sk-123 4"_s)), u"hello"_s);
+        QCOMPARE(outcomeText(m_calls->ask(u"sk-123 4"_s)), u"hello"_s);
         QCOMPARE(m_calls->server.requests().size(), 1);
         const HttpRequest& request = m_calls->server.requests().first();
         QCOMPARE(request.method, QByteArray("POST"));
@@ -70,7 +70,7 @@ private slots:
         m_calls->server.answerBy([](const HttpRequest& request) { return replyOf(questionOf(request)); });
         m_calls->start(text);
         QVERIFY(m_calls->waitForOutcomes(1));
-        QVERIFY(textOf(m_calls->outcomes.front()) == text);
+        QVERIFY(outcomeText(m_calls->outcomes.front()) == text);
         QCOMPARE(m_calls->logEntries().last(), u"callChatAPI success: status=200 responseChars=20000000"_s);
     }
 
@@ -84,14 +84,14 @@ private slots:
             m_calls->start(u"hi"_s, key);
             QCOMPARE(m_calls->outcomes.size(), 0U); // only an invalid URL completes at once
             QVERIFY(m_calls->waitForOutcomes(1));
-            QCOMPARE(textOf(m_calls->outcomes.front()), u'<' + text + u'>');
+            QCOMPARE(outcomeText(m_calls->outcomes.front()), u'<' + text + u'>');
             QCOMPARE(m_calls->logEntries().last(), u"callChatAPI transport error: "_s + text);
         }
         QCOMPARE(m_calls->server.connectionCount(), 0);
 
         const QString longest(10'000, u'k');
         m_calls->server.answerEach(replyOf(u"hello"_s));
-        QCOMPARE(textOf(m_calls->ask(longest)), u"hello"_s);
+        QCOMPARE(outcomeText(m_calls->ask(longest)), u"hello"_s);
         QCOMPARE(m_calls->server.requests().first().header("Authorization"), "Bearer " + longest.toLatin1());
     }
 
@@ -123,9 +123,9 @@ private slots:
             const ChatOutcome outcome = m_calls->ask(key);
             const QString body = u"bad key %1, yes %1"_s.arg(shown);
             if (status == 401)
-                QCOMPARE(textOf(outcome), u"<HTTP 401: %1>"_s.arg(body));
+                QCOMPARE(outcomeText(outcome), u"<HTTP 401: %1>"_s.arg(body));
             else
-                QCOMPARE(textOf(outcome), u"<response missing choices>"_s);
+                QCOMPARE(outcomeText(outcome), u"<response missing choices>"_s);
             QVERIFY2(m_calls->logEntries().last().endsWith(u"body="_s + body),
                      qPrintable(m_calls->logEntries().last()));
         }
@@ -134,7 +134,7 @@ private slots:
     void aReplyMayHoldTheKey()
     {
         m_calls->server.answerEach(replyOf(u"choices, choices"_s));
-        QCOMPARE(textOf(m_calls->ask(u"choices,"_s)), u"choices, choices"_s);
+        QCOMPARE(outcomeText(m_calls->ask(u"choices,"_s)), u"choices, choices"_s);
     }
 
 private:

@@ -36,12 +36,12 @@ private slots:
             m_calls->setEndpoint(server->url());
             server->answerEach(keptAnswer());
             for (int call = 1; call <= 3; ++call)
-                QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
+                QCOMPARE(outcomeText(m_calls->ask()), u"hello"_s);
             QCOMPARE(server->connectionCount(), 1);
 
             server->answerEach(HttpAnswer::rawThenClose(keptAnswer().bytes())); // without an announcement in the head
             for (int call = 1; call <= 3; ++call) {
-                QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
+                QCOMPARE(outcomeText(m_calls->ask()), u"hello"_s);
                 QTRY_COMPARE(server->openConnections(), 0);
                 QCOMPARE(server->connectionCount(), call);
             }
@@ -65,10 +65,10 @@ private slots:
                 server->answerInTurn({keptAnswer(), answer, HttpAnswer::rawThenClose(keptAnswer().bytes())});
                 const qsizetype requestsBefore = server->requests().size();
                 const int connectionsBefore = server->connectionCount();
-                QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
-                QCOMPARE(textOf(m_calls->ask()), u"<127.0.0.1: %1>"_s.arg(words));
+                QCOMPARE(outcomeText(m_calls->ask()), u"hello"_s);
+                QCOMPARE(outcomeText(m_calls->ask()), u"<127.0.0.1: %1>"_s.arg(words));
                 QCOMPARE(server->requests().size(), requestsBefore + 2);
-                QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
+                QCOMPARE(outcomeText(m_calls->ask()), u"hello"_s);
                 QCOMPARE(server->connectionCount(), connectionsBefore + 2);
                 QTRY_COMPARE(server->openConnections(), 0);
             }
@@ -96,16 +96,16 @@ private slots:
                 calls.start(u"held"_s);
                 QTRY_COMPARE(calls.server.requests().size(), 1);
             }
-            QCOMPARE(textOf(calls.ask()), u"hello"_s);
+            QCOMPARE(outcomeText(calls.ask()), u"hello"_s);
             shift = jump;
-            QCOMPARE(textOf(calls.ask()), u"hello"_s);
+            QCOMPARE(outcomeText(calls.ask()), u"hello"_s);
             QCOMPARE(calls.server.connectionCount(), connections);
         }
     }
 
     void idleConnectionsAreClosed()
     {
-        QCOMPARE(textOf(m_calls->ask()), u"hello"_s); // later calls open no further descriptors that stay
+        QCOMPARE(outcomeText(m_calls->ask()), u"hello"_s); // later calls open no further descriptors that stay
         m_calls->client.reset();
         QTRY_COMPARE(m_calls->server.openConnections(), 0);
         const int descriptors = ProcessTable::openDescriptors();
@@ -117,7 +117,7 @@ private slots:
         for (int call = 1; call <= 2; ++call) {
             QElapsedTimer timer;
             timer.start();
-            QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
+            QCOMPARE(outcomeText(m_calls->ask()), u"hello"_s);
             QVERIFY(ProcessTable::threads() != threads);
             QTRY_VERIFY(ProcessTable::threads() == threads);
             QVERIFY(timer.hasExpired(300 * (slow.pieces.size() + 1))); // a call under way is no idleness

@@ -72,7 +72,7 @@ private slots:
         redirect.pieces.append({50ms, {}}); // the connection closes while the next request is sent
         redirect.end = HttpAnswer::End::Close;
         m_server->answerInTurn({redirect, keptAnswer()});
-        QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
+        QCOMPARE(outcomeText(m_calls->ask()), u"hello"_s);
     }
 
     void aDeadPathUnderAKeptConnectionIsReportedSoon()
@@ -80,15 +80,15 @@ private slots:
         QCOMPARE(TransferLimits().acknowledgement, 15s);
         m_limits.acknowledgement = 1s;
         begin();
-        QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
+        QCOMPARE(outcomeText(m_calls->ask()), u"hello"_s);
         const qsizetype requests = m_server->requests().size();
         {
             const auto dead = deadPath();
-            QCOMPARE(textOf(m_calls->ask()),
+            QCOMPARE(outcomeText(m_calls->ask()),
                      u"<10.9.9.2: the connection closed before an answer; the message may have arrived>"_s);
         }
         QCOMPARE(m_server->requests().size(), requests);
-        QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
+        QCOMPARE(outcomeText(m_calls->ask()), u"hello"_s);
         QCOMPARE(m_server->requests().size(), requests + 1);
     }
 
@@ -97,15 +97,15 @@ private slots:
         m_limits.silence = 300ms;
         begin();
         const auto dead = deadPath();
-        QCOMPARE(textOf(m_calls->ask()), u"<10.9.9.2: Timeout was reached>"_s);
+        QCOMPARE(outcomeText(m_calls->ask()), u"<10.9.9.2: Timeout was reached>"_s);
     }
 
     void aNetworkThatComesLaterIsFound()
     {
         QCOMPARE(QProcess::execute(u"ip"_s, u"link set delayed down"_s.split(u' ')), 0);
-        QCOMPARE(textOf(m_calls->ask()), u"<10.9.9.2: Couldn't connect to server>"_s);
+        QCOMPARE(outcomeText(m_calls->ask()), u"<10.9.9.2: Couldn't connect to server>"_s);
         QCOMPARE(QProcess::execute(u"ip"_s, u"link set delayed up"_s.split(u' ')), 0);
-        QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
+        QCOMPARE(outcomeText(m_calls->ask()), u"hello"_s);
     }
 
     void aSilentNameServerIsNotWaitedFor()
@@ -119,7 +119,7 @@ private slots:
         m_calls->setEndpoint(u"https://api.example/"_s);
         QElapsedTimer timer;
         timer.start();
-        QCOMPARE(textOf(m_calls->ask()), u"<api.example: Timeout was reached>"_s);
+        QCOMPARE(outcomeText(m_calls->ask()), u"<api.example: Timeout was reached>"_s);
         m_calls->start();
         m_calls->client.reset();
         QVERIFY2(timer.elapsed() < 3000 * slowness, qPrintable(QString::number(timer.elapsed())));

@@ -48,7 +48,7 @@ private slots:
         HttpServer& server = m_calls->server;
         for (const int status : {301, 302, 303, 307, 308}) {
             server.answerInTurn({HttpAnswer::redirect(status, "/next"), replyOf(u"hello"_s)});
-            QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
+            QCOMPARE(outcomeText(m_calls->ask()), u"hello"_s);
             const HttpRequest& second = server.requests().last();
             QCOMPARE(second.method, status < 307 ? "GET" : "POST");
             QCOMPARE(second.target, "/next");
@@ -67,7 +67,7 @@ private slots:
             for (const QByteArray& header :
                  {"Location: " + plain.url().toUtf8(), "Location: " + encrypted, QByteArray("X-No-Location: at all")}) {
                 m_calls->server.answerEach(HttpAnswer::message(status, "moved", {header}));
-                QCOMPARE(textOf(m_calls->ask()), u"<HTTP %1: moved>"_s.arg(status));
+                QCOMPARE(outcomeText(m_calls->ask()), u"<HTTP %1: moved>"_s.arg(status));
                 QCOMPARE(m_calls->logEntries().last(), u"callChatAPI HTTP error: status=%1 body=moved"_s.arg(status));
             }
         }
@@ -79,7 +79,7 @@ private slots:
     {
         const QList<HttpAnswer> answers(20, HttpAnswer::redirect(308, "/on"));
         m_calls->server.answerInTurn(answers + QList{replyOf(u"hello"_s)});
-        QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
+        QCOMPARE(outcomeText(m_calls->ask()), u"hello"_s);
         m_calls->server.answerEach(HttpAnswer::redirect(307, "/"));
         const ChatTransportError expected{u"127.0.0.1: Too many redirects"_s};
         QVERIFY(m_calls->ask() == ChatOutcome(expected));

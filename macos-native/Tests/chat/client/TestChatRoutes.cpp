@@ -44,7 +44,7 @@ private slots:
         };
         for (const auto& [url, text] : cases) {
             m_calls->setEndpoint(url);
-            QCOMPARE(textOf(m_calls->ask()), u'<' + text + u'>');
+            QCOMPARE(outcomeText(m_calls->ask()), u'<' + text + u'>');
             QCOMPARE(m_calls->logEntries().last(), u"callChatAPI transport error: "_s + text);
         }
     }
@@ -56,17 +56,17 @@ private slots:
         const quint16 port = takenAndLeft.serverPort();
         takenAndLeft.close();
         m_calls->setEndpoint(u"http://127.0.0.1:%1/"_s.arg(port));
-        QCOMPARE(textOf(m_calls->ask()), u"<127.0.0.1: Couldn't connect to server>"_s);
+        QCOMPARE(outcomeText(m_calls->ask()), u"<127.0.0.1: Couldn't connect to server>"_s);
         HttpServer server(port);
         server.answerEach(replyOf(u"hello"_s));
-        QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
+        QCOMPARE(outcomeText(m_calls->ask()), u"hello"_s);
     }
 
     void theNextAddressIsTriedWhereOneRefuses()
     {
         m_calls->server.answerEach(replyOf(u"hello"_s));
         m_calls->setEndpoint(m_calls->server.url().replace(u"127.0.0.1"_s, u"localhost"_s));
-        QCOMPARE(textOf(m_calls->ask()), u"hello"_s); // nobody listens at ::1
+        QCOMPARE(outcomeText(m_calls->ask()), u"hello"_s); // nobody listens at ::1
     }
 
     void aDemandForCredentialsIsAnHttpFailure()
@@ -78,7 +78,7 @@ private slots:
                 HttpAnswer::message(401, "bad key", {"WWW-Authenticate: " + QByteArray(challenge)}));
             for (const QString& user : {u"//"_s, u"//name:password@"_s}) {
                 m_calls->setEndpoint(QString(url).replace(u"//"_s, user));
-                QCOMPARE(textOf(m_calls->ask()), u"<HTTP 401: bad key>"_s);
+                QCOMPARE(outcomeText(m_calls->ask()), u"<HTTP 401: bad key>"_s);
             }
         }
         QCOMPARE(m_calls->server.requests().size(), 2 * 5);
@@ -107,7 +107,7 @@ private slots:
             HttpServer server(certificate.forServer());
             server.answerEach(replyOf(u"hello"_s));
             calls.setEndpoint(server.url());
-            QCOMPARE(textOf(calls.ask()), outcome);
+            QCOMPARE(outcomeText(calls.ask()), outcome);
             QCOMPARE(server.requests().size(), outcome == u"hello"_s ? 1 : 0);
         }
     }
@@ -129,11 +129,11 @@ private slots:
         const HttpServer proxy;
         const auto environment = withVariable("http_proxy", proxy.url().toUtf8());
         m_calls->server.answerEach(replyOf(u"hello"_s));
-        QCOMPARE(textOf(m_calls->ask()), u"hello"_s); // no proxy for this machine
+        QCOMPARE(outcomeText(m_calls->ask()), u"hello"_s); // no proxy for this machine
         for (const char* exception : {"api.invalid", ".invalid", "*"}) {
             const auto without = withVariable("no_proxy", exception);
             m_calls->setEndpoint(u"http://api.invalid/v1"_s);
-            QCOMPARE(textOf(m_calls->ask()), u"<api.invalid: Couldn't resolve host name>"_s);
+            QCOMPARE(outcomeText(m_calls->ask()), u"<api.invalid: Couldn't resolve host name>"_s);
         }
         QCOMPARE(proxy.connectionCount(), 0);
     }
@@ -165,7 +165,7 @@ private slots:
             const auto forPlain = withVariable("http_proxy", address);
             const auto forEncrypted = withVariable("https_proxy", address);
             m_calls->setEndpoint(url);
-            QCOMPARE(textOf(m_calls->ask()), outcome);
+            QCOMPARE(outcomeText(m_calls->ask()), outcome);
             QCOMPARE(proxy.requests().size(), answers.size());
             QVERIFY(m_calls->logEntries().filter(u"pass"_s).isEmpty());
             const HttpRequest& last = proxy.requests().last();

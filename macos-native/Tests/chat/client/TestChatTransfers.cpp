@@ -31,7 +31,7 @@ private slots:
         QFETCH(QString, outcome);
         m_calls->server.answerEach(answer);
         for (int call = 1; call <= 5; ++call) { // several times, because closing and reading happen at once
-            QCOMPARE(textOf(m_calls->ask()), outcome);
+            QCOMPARE(outcomeText(m_calls->ask()), outcome);
             QCOMPARE(m_calls->server.requests().size(), call);
         }
         m_calls->outcomes.clear();
@@ -39,7 +39,7 @@ private slots:
             m_calls->start();
         QVERIFY(m_calls->waitForOutcomes(20));
         for (const ChatOutcome& one : std::as_const(m_calls->outcomes))
-            QCOMPARE(textOf(one), outcome);
+            QCOMPARE(outcomeText(one), outcome);
         QCOMPARE(m_calls->server.requests().size(), 25);
     }
 
@@ -63,7 +63,7 @@ private slots:
             const qsizetype requestsBefore = m_calls->server.requests().size();
             QElapsedTimer timer;
             timer.start();
-            QCOMPARE(textOf(m_calls->ask()), u"<127.0.0.1: Timeout was reached>"_s);
+            QCOMPARE(outcomeText(m_calls->ask()), u"<127.0.0.1: Timeout was reached>"_s);
             QVERIFY2(timer.elapsed() >= 190, qPrintable(QString::number(timer.elapsed())));
             QCOMPARE(m_calls->server.requests().size(), requestsBefore + 1);
             QTRY_COMPARE(m_calls->server.openConnections(), 0);
@@ -78,7 +78,7 @@ private slots:
         for (qsizetype left = 8; left > 0; --left) // for longer than the time limit of silence
             slow.pieces.append({100ms, answer.last(left).first(1)});
         m_calls->server.answerEach(slow);
-        QCOMPARE(textOf(m_calls->ask()), u"hello"_s);
+        QCOMPARE(outcomeText(m_calls->ask()), u"hello"_s);
     }
 
 private:

@@ -11,7 +11,8 @@
 
 namespace {
 
-/// Returns the text of the first choice in a provider's answer, or nothing when the answer has another shape.
+/// Returns the text of the first choice in a provider's answer, or nothing when the answer has another shape. Read with
+/// Qt's JSON: `Json` refuses half of a surrogate pair, which a provider that shortens a text may send.
 std::optional<QString> firstChoiceContent(const QByteArray& json)
 {
     const QJsonArray choices = QJsonDocument::fromJson(json).object()[QLatin1StringView("choices")].toArray();

@@ -33,7 +33,7 @@ void Bubble::setFormat(const QFont& font, int width, const TextEstimate& estimat
     m_naturalWidth = m_chunks.size() == 1 ? width : estimate.width(m_text, width);
     for (Chunk& chunk : m_chunks) {
         chunk.layout.reset();
-        chunk.height = estimate.height(textOf(chunk), width);
+        chunk.height = estimate.height(lettersOf(chunk), width);
     }
 }
 
@@ -108,7 +108,7 @@ Qt::Alignment Bubble::alignment() const
     return m_speaker == Speaker::User ? Qt::AlignRight : Qt::AlignLeft;
 }
 
-QStringView Bubble::textOf(const Chunk& chunk) const
+QStringView Bubble::lettersOf(const Chunk& chunk) const
 {
     return QStringView(m_text).sliced(chunk.range.start, chunk.range.length);
 }
@@ -116,7 +116,7 @@ QStringView Bubble::textOf(const Chunk& chunk) const
 ChunkLayout& Bubble::layoutOf(Chunk& chunk)
 {
     if (!chunk.layout) {
-        chunk.layout = std::make_unique<ChunkLayout>(textOf(chunk), m_font, alignment(), m_availableWidth);
+        chunk.layout = std::make_unique<ChunkLayout>(lettersOf(chunk), m_font, alignment(), m_availableWidth);
         chunk.height = chunk.layout->height();
         const int width = chunk.layout->naturalWidth();
         m_naturalWidth = m_chunks.size() == 1 ? width : std::max(m_naturalWidth, width);

@@ -67,7 +67,7 @@ private:
     };
 
     Qt::Alignment alignment() const;
-    QStringView textOf(const Chunk& chunk) const;
+    QStringView lettersOf(const Chunk& chunk) const;
     ChunkLayout& layoutOf(Chunk& chunk);
     Place placeOf(qsizetype position);
 
