@@ -3,6 +3,7 @@
 #include "support/CaseTable.h"
 #include "support/Controls.h"
 #include "support/DialogRobot.h"
+#include "support/Slowness.h"
 #include "support/TestCase.h"
 
 #include <QApplication>
@@ -151,7 +152,7 @@ private slots:
             QElapsedTimer timer;
             timer.start();
             whileAlertIsOpen(text, [&timer](QDialog& dialog) {
-                QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+                QVERIFY2(timer.elapsed() < 5000 * slowness, qPrintable(QString::number(timer.elapsed())));
                 const QRect available = dialog.screen()->availableGeometry();
                 QVERIFY(available.contains(dialog.frameGeometry()));
                 const QPushButton* ok = Controls::button(dialog, u"OK"_s);
