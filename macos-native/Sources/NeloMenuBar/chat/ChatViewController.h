@@ -31,6 +31,12 @@ public:
     explicit ChatViewController(QWidget* parent = nullptr, std::chrono::milliseconds focusDelay = defaultFocusDelay,
                                 std::chrono::milliseconds persistDelay = Conversation::defaultPersistDelay);
 
+    /// Takes the text of the input field as the user's next message: answers a greeting, or sends the conversation to
+    /// the provider of the chosen model. When this provider has no API key, shows an alert and keeps the text.
+    void sendMessage();
+    /// Asks for the API key of the chosen model's provider, and stores it.
+    void handlePlus();
+
 protected:
     void loadView() override;
     void viewDidLoad() override;
@@ -43,12 +49,10 @@ private:
     QWidget* makeComposer(QWidget* card);
     void makeControls(QWidget* composer);
 
-    void sendMessage();
     void answerGreeting(const QString& text);
     void askForMissingKey(const ChatTarget& target);
     void startRequest(const ChatTarget& target, const QString& apiKey, const QString& text);
     void finishRequest(const ChatOutcome& outcome);
-    void handlePlus();
 
     ChatTarget chosenTarget() const;
     void appendMessage(const QString& role, const QString& content);
