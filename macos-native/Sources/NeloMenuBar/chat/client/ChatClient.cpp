@@ -1,6 +1,7 @@
 #include "chat/client/ChatClient.h"
 
 #include "base/Provider.h"
+#include "chat/client/ChatReply.h"
 #include "chat/client/CurlWorker.h"
 #include "chat/core/ChatLog.h"
 

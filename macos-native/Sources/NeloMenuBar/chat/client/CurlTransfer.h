@@ -1,7 +1,7 @@
 #pragma once
 
-#include "chat/client/ChatReply.h"
 #include "chat/client/ChatRequest.h"
+#include "chat/client/ChatTransfer.h"
 #include "chat/client/KeptSockets.h"
 
 #include <QNetworkProxy>
