@@ -4,9 +4,8 @@
 
 #include <optional>
 
-struct ChatTarget;
 class QWidget;
 
-/// Asks for the API key of the provider of `target`. The field is masked and starts with `storedKey`. Returns the key
+/// Asks for the API key of the provider of `model`. The field is masked and starts with `storedKey`. Returns the key
 /// without the blanks around it; it may be empty. Returns nothing when the user cancelled. Runs an event loop.
-std::optional<QString> askForApiKey(QWidget* parent, const ChatTarget& target, const QString& storedKey);
+std::optional<QString> askForApiKey(QWidget* parent, const QString& model, const QString& storedKey);

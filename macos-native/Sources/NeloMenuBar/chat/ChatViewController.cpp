@@ -221,12 +221,12 @@ void ChatViewController::sendMessage()
         answerGreeting(text);
         return;
     }
-    const ChatTarget target = chosenTarget();
-    const QString apiKey = m_apiKeys.key(target.provider).trimmed();
+    const QString model = chosenModel();
+    const QString apiKey = m_apiKeys.key(Provider::ofModel(model)).trimmed();
     if (apiKey.isEmpty())
-        askForMissingKey(target);
+        askForMissingKey(model);
     else
-        startRequest(target, apiKey, text);
+        startRequest(model, apiKey, text);
 }
 
 void ChatViewController::answerGreeting(const QString& text)
@@ -239,24 +239,24 @@ void ChatViewController::answerGreeting(const QString& text)
     m_inputField->setFocus();
 }
 
-void ChatViewController::askForMissingKey(const ChatTarget& target)
+void ChatViewController::askForMissingKey(const QString& model)
 {
-    const ChatReport missing = missingKeyReport(target);
+    const ChatReport missing = missingKeyReport(model);
     report(missing);
     tellFailure(QStringLiteral("API Key Required"), missing);
 }
 
-void ChatViewController::startRequest(const ChatTarget& target, const QString& apiKey, const QString& text)
+void ChatViewController::startRequest(const QString& model, const QString& apiKey, const QString& text)
 {
     appendMessage(userRole, text);
     m_inputField->clear();
     m_conversation.schedulePersist();
-    report(requestStartedReport(target, text));
+    report(requestStartedReport(model, text));
 
     if (!m_service)
         m_service = loadChatService();
     const QPointer<ChatViewController> self(this);
-    m_service->callChatAPI(target.provider, target.model, m_conversation.messages(), apiKey,
+    m_service->callChatAPI(Provider::ofModel(model), model, m_conversation.messages(), apiKey,
                            [self](const ChatOutcome& outcome) {
                                if (self)
                                    self->finishRequest(outcome);
@@ -275,19 +275,19 @@ void ChatViewController::finishRequest(const ChatOutcome& outcome)
 
 void ChatViewController::handlePlus()
 {
-    const ChatTarget target = chosenTarget();
+    const QString model = chosenModel();
+    const QString provider = Provider::ofModel(model);
     const QPointer<ChatViewController> self(this);
-    const std::optional<QString> key = askForApiKey(this, target, m_apiKeys.key(target.provider));
+    const std::optional<QString> key = askForApiKey(this, model, m_apiKeys.key(provider));
     if (!self || !key)
         return; // the user cancelled, or the window was closed while the dialog was open
-    if (m_apiKeys.setKeys({{target.provider, *key}}))
+    if (m_apiKeys.setKeys({{provider, *key}}))
         showAlert(this, QStringLiteral("Save Failed"), QStringLiteral("The API key could not be stored."));
 }
 
-ChatTarget ChatViewController::chosenTarget() const
+QString ChatViewController::chosenModel() const
 {
-    const QString model = m_modelPopup->titleOfSelectedItem(Provider::defaultModel);
-    return {Provider::ofModel(model), model};
+    return m_modelPopup->titleOfSelectedItem(Provider::defaultModel);
 }
 
 void ChatViewController::appendMessage(const QString& role, const QString& content)

@@ -15,7 +15,6 @@ class QPushButton;
 class StatusLine;
 class TranscriptView;
 struct ChatReport;
-struct ChatTarget;
 
 /// The content of the chat window: the conversation, and a composer that sends messages to a cloud model. The chat
 /// answers a few greetings itself.
@@ -50,11 +49,11 @@ private:
     void makeControls(QWidget* composer);
 
     void answerGreeting(const QString& text);
-    void askForMissingKey(const ChatTarget& target);
-    void startRequest(const ChatTarget& target, const QString& apiKey, const QString& text);
+    void askForMissingKey(const QString& model);
+    void startRequest(const QString& model, const QString& apiKey, const QString& text);
     void finishRequest(const ChatOutcome& outcome);
 
-    ChatTarget chosenTarget() const;
+    QString chosenModel() const;
     void appendMessage(const QString& role, const QString& content);
     void appendMessageView(const NeloChatMessage& message);
     void report(const ChatReport& report);

@@ -1,5 +1,6 @@
 #include "chat/core/ChatReport.h"
 
+#include "base/Provider.h"
 #include "chat/core/ChatLog.h"
 
 QString errorDescription(const ChatOutcome& outcome)
@@ -26,19 +27,19 @@ ChatReport localGreetingReport()
     return {QStringLiteral("local greeting"), QStringLiteral("local greeting handled")};
 }
 
-ChatReport missingKeyReport(const ChatTarget& target)
+ChatReport missingKeyReport(const QString& model)
 {
+    const QString provider = Provider::ofModel(model);
     return {.status = QStringLiteral("missing api key"),
-            .logEntry = QStringLiteral("send aborted: missing api key for provider=") + target.provider
-                        + QStringLiteral(" model=") + target.model,
-            .failure =
-                QStringLiteral("Configure an API Key for ") + target.provider + QStringLiteral(" before sending.")};
+            .logEntry = QStringLiteral("send aborted: missing api key for provider=") + provider
+                        + QStringLiteral(" model=") + model,
+            .failure = QStringLiteral("Configure an API Key for ") + provider + QStringLiteral(" before sending.")};
 }
 
-ChatReport requestStartedReport(const ChatTarget& target, const QString& text)
+ChatReport requestStartedReport(const QString& model, const QString& text)
 {
     return {QStringLiteral("request started"),
-            QStringLiteral("request started: provider=") + target.provider + QStringLiteral(" model=") + target.model
+            QStringLiteral("request started: provider=") + Provider::ofModel(model) + QStringLiteral(" model=") + model
                 + QStringLiteral(" messageChars=") + QString::number(characterCount(text))};
 }
 

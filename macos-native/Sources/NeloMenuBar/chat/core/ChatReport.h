@@ -6,13 +6,6 @@
 
 #include <optional>
 
-/// The model that a message is for, and the provider that serves it.
-struct ChatTarget
-{
-    QString provider;
-    QString model;
-};
-
 /// What the chat shows and logs at one step of a send.
 struct ChatReport
 {
@@ -36,11 +29,11 @@ ChatReport emptyInputReport();
 /// Returns the report when the message was a greeting, which the chat has answered itself.
 ChatReport localGreetingReport();
 
-/// Returns the report when no API key is stored for the provider of `target`.
-ChatReport missingKeyReport(const ChatTarget& target);
+/// Returns the report when no API key is stored for the provider of `model`.
+ChatReport missingKeyReport(const QString& model);
 
-/// Returns the report when a request with the message `text` begins.
-ChatReport requestStartedReport(const ChatTarget& target, const QString& text);
+/// Returns the report when a request to `model` with the message `text` begins.
+ChatReport requestStartedReport(const QString& model, const QString& text);
 
 /// Returns the report when a request has ended with `outcome`. It has either a reply or a failure.
 ChatReport requestEndedReport(const ChatOutcome& outcome);
