@@ -11,7 +11,7 @@ using Title = QString (*)(const Json& row);
 Q_DECLARE_METATYPE(Title)
 
 /// What pop-ups show of agents, cloud skills and news sources.
-class TestSkillTitles final : public TestCase
+class TestSkillTexts final : public TestCase
 {
     Q_OBJECT
 
@@ -68,5 +68,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestSkillTitles)
-#include "TestSkillTitles.moc"
+QTEST_GUILESS_MAIN(TestSkillTexts)
+#include "TestSkillTexts.moc"
