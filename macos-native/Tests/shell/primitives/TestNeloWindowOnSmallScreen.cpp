@@ -2,6 +2,7 @@
 
 #include "shell/primitives/ViewController.h"
 #include "support/CaseTable.h"
+#include "support/Controls.h"
 #include "support/TestCase.h"
 
 #include <QGuiApplication>
@@ -56,7 +57,7 @@ private slots:
         window.setContentViewController(new TallForm);
         window.makeKeyAndOrderFront();
         QVERIFY(QTest::qWaitForWindowActive(&window));
-        QPushButton* last = window.findChildren<QPushButton*>().constLast();
+        const QPushButton* last = Controls::button(window, QStringLiteral("39"));
         const auto isInSight = [&] {
             return window.rect().contains(QRect(last->mapTo(&window, QPoint()), last->size()));
         };
