@@ -1,6 +1,5 @@
 #include "backend/ChildReaper.h"
 
-#include <cerrno>
 #include <csignal>
 #include <thread>
 
@@ -25,15 +24,21 @@ void ChildReaper::reapEnded()
 
 void ChildReaper::stopAll(std::chrono::milliseconds grace)
 {
+    signalAll(SIGTERM);
+    reapUntil(std::chrono::steady_clock::now() + grace);
+    signalAll(SIGKILL);
+    reapUntil(std::chrono::steady_clock::time_point::max());
+}
+
+void ChildReaper::signalAll(int signal) const
+{
     for (const pid_t pid : m_children)
-        kill(pid, SIGTERM);
-    const auto end = std::chrono::steady_clock::now() + grace;
-    for (reapEnded(); !m_children.empty() && std::chrono::steady_clock::now() < end; reapEnded())
-        std::this_thread::sleep_for(1ms); // POSIX has no wait for several children with a time limit
-    for (const pid_t pid : m_children) {
-        kill(pid, SIGKILL);
-        while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
-        }
-    }
-    m_children.clear();
+        kill(pid, signal);
+}
+
+/// Waits until all children are reaped, or until `deadline`. POSIX has no wait for several children with a time limit.
+void ChildReaper::reapUntil(std::chrono::steady_clock::time_point deadline)
+{
+    for (reapEnded(); !m_children.empty() && std::chrono::steady_clock::now() < deadline; reapEnded())
+        std::this_thread::sleep_for(1ms);
 }

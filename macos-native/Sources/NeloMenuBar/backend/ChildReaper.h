@@ -27,5 +27,8 @@ public:
     void stopAll(std::chrono::milliseconds grace);
 
 private:
+    void signalAll(int signal) const;
+    void reapUntil(std::chrono::steady_clock::time_point deadline);
+
     std::vector<pid_t> m_children; // not reaped yet: no other process can have one of these ids
 };
