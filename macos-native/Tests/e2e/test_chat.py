@@ -110,10 +110,10 @@ class ChatTest(unittest.TestCase):
             xdotool("windowminimize", window)
             until(lambda: not is_mapped(window), "the chat in the task bar")
             self.provider.may_fail.set()
-            nelo.accessible.find("dialog", "Request Failed")
+            alert = nelo.accessible.find("dialog", "Request Failed")
             start_again(nelo).wait()
-            until(lambda: is_mapped(window), "the chat on the screen")
-            press("Return")  # closes the alert, which has the keyboard
+            until(lambda: is_mapped(window) and alert.is_active, "the chat on the screen, and the alert with the keyboard")
+            press("Return")  # closes the alert
             nelo.window("Nelo")
             type_text("next")
             field = chat.find("text", "Send a message")
