@@ -63,7 +63,7 @@ std::optional<std::string> resultIn(std::string_view text, const object& members
         return std::nullopt;
     text.remove_prefix(opening.size());
     text.remove_suffix(1);
-    if (!hasWhiteSpace(text)) // finds this out in a quarter of the time
+    if (!hasWhiteSpace(text)) // to look for it takes a quarter of the time that removing it takes
         return std::string(text);
     std::string result(text.size(), '\0');
     std::size_t length = 0;

@@ -79,7 +79,7 @@ void NeloWindow::makeKeyAndOrderFront()
 void NeloWindow::changeEvent(QEvent* event)
 {
     QWidget::changeEvent(event);
-    if (event->type() != QEvent::ActivationChange || !isActiveWindow() || std::exchange(m_hasKnownFrame, true))
+    if (event->type() != QEvent::ActivationChange || !isActiveWindow() || std::exchange(m_hasBeenActive, true))
         return;
     const bool isOrdinary = !(windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen));
     const QRect available = screen()->availableGeometry();

@@ -32,5 +32,5 @@ private:
     void placeOnScreen(const QMargins& frame);
 
     QSize m_contentSize; // used when the screen has room for it
-    bool m_hasKnownFrame = false;
+    bool m_hasBeenActive = false;
 };
